@@ -1,0 +1,16 @@
+# Compiler options that every target of the project shares. The sanitizers and the optimisation level come from the
+# preset; what stands here holds in all of them.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+
+add_library(orvex_options INTERFACE)
+target_compile_options(orvex_options INTERFACE -Wall -Wextra -Wshadow -Wconversion -Wpedantic)
+if(ORVEX_WERROR)
+  target_compile_options(orvex_options INTERFACE -Werror)
+endif()
+target_include_directories(orvex_options INTERFACE ${CMAKE_SOURCE_DIR})
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(orvex_options INTERFACE -fstack-protector-strong -D_FORTIFY_SOURCE=2)
+  target_link_options(orvex_options INTERFACE -Wl,-z,relro,-z,now)
+endif()

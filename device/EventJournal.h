@@ -1,0 +1,37 @@
+// What the evaluations of the reply buffer ended with, in order. A send clears the event number, and several ticks may
+// run while a wait lets the window breathe, so a wait that looked at the number alone could miss its answer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+class EventJournal {
+public:
+    /// Keeps the event; a full journal (nobody waits) forgets its oldest.
+    void Append(std::int32_t event)
+    {
+        if (m_events.size() == kCapacity) {
+            m_events.pop_front();
+        }
+        m_events.push_back(event);
+    }
+
+    /// Takes the oldest event out; empty when there is none.
+    std::optional<std::int32_t> TakeNext()
+    {
+        if (m_events.empty()) {
+            return std::nullopt;
+        }
+        const std::int32_t event = m_events.front();
+        m_events.pop_front();
+        return event;
+    }
+
+    void Clear() { m_events.clear(); }
+
+private:
+    static constexpr std::size_t kCapacity = 64;
+    std::deque<std::int32_t> m_events;
+};

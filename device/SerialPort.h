@@ -1,0 +1,46 @@
+// The serial port as the sensor's driver sees it: nine calls that address a port by its number, whatever stands behind
+// them (a terminal device, a script in a test, some day a network bridge).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// Line-error bits of `sio_data_status`.
+enum LineError : std::int32_t {
+    LineErrorParity = 1,
+    LineErrorFraming = 2,
+    LineErrorOverrun = 4,
+    LineErrorOverflow = 8,
+};
+
+class SerialPort {
+public:
+    virtual ~SerialPort() = default;
+
+    /// Opens the port; 0 means success.
+    virtual std::int32_t sio_open(std::int32_t port) = 0;
+    /// Closes the port; harmless on a closed one.
+    virtual std::int32_t sio_close(std::int32_t port) = 0;
+    /// Sets the rate in bit/s; 0 means success.
+    virtual std::int32_t sio_baud(std::int32_t port, std::int32_t rate) = 0;
+    /// The rate in bit/s; 0 or less when the port is closed.
+    virtual std::int32_t sio_getbaud(std::int32_t port) = 0;
+    /// Function 0 discards the received, unread bytes.
+    virtual std::int32_t sio_flush(std::int32_t port, std::int32_t function) = 0;
+    /// Sends one byte; 0 means success.
+    virtual std::int32_t sio_putch(std::int32_t port, std::uint8_t byte) = 0;
+    /// The number of received bytes waiting; 0 or less when there are none or the port is closed.
+    virtual std::int32_t sio_iqueue(std::int32_t port) = 0;
+    /// Copies at most the buffer's size of waiting bytes, without waiting; the number copied, less than 0 on an error.
+    virtual std::int32_t sio_read(std::int32_t port, std::span<char> buffer) = 0;
+    /// The line errors since the last call, as `LineError` bits.
+    virtual std::int32_t sio_data_status(std::int32_t port) = 0;
+
+    /// True when the device behind an opened port has gone (a pulled cable); the port is closed then.
+    virtual bool HasVanished(std::int32_t port) const
+    {
+        static_cast<void>(port);
+        return false;
+    }
+};

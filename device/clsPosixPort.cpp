@@ -1,0 +1,265 @@
+#include "device/clsPosixPort.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <grp.h>
+#include <linux/serial.h>
+#include <optional>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <termios.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+using modPComm::OpenFailure;
+using modPComm::OpenProblem;
+
+struct Rate {
+    std::int32_t bit_s;
+    speed_t speed;
+};
+constexpr Rate kRates[] = {{1200, B1200},   {2400, B2400},   {4800, B4800},   {9600, B9600},
+                           {19200, B19200}, {38400, B38400}, {57600, B57600}, {115200, B115200}};
+constexpr speed_t kSpeedOnOpening = B9600;
+
+std::string groupName(gid_t gid)
+{
+    std::array<char, 4096> buffer{};
+    group entry{};
+    group* found = nullptr;
+    getgrgid_r(gid, &entry, buffer.data(), buffer.size(), &found);
+    return found != nullptr ? found->gr_name : std::to_string(gid);
+}
+
+OpenFailure failureOf(int error, const std::string& device, gid_t gid)
+{
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+    case ENODEV:
+    case ENXIO:
+    case EIO: // a port number that the driver reserves without hardware behind it
+        return {OpenProblem::NoDevice, device, {}, {}};
+    case EBUSY:
+    case EWOULDBLOCK:
+        return {OpenProblem::Busy, device, {}, {}};
+    case EACCES:
+    case EPERM:
+        return {OpenProblem::NoPermission, device, groupName(gid), {}};
+    case ENOTTY:
+        return {OpenProblem::NotATerminal, device, {}, {}};
+    default:
+        return {OpenProblem::Other, device, {}, std::generic_category().message(error)};
+    }
+}
+
+/// Raw, 8N1, no flow control. VMIN 1 lets a read tell "nothing yet" (EAGAIN) from "hung up" (0).
+bool makeRaw(int fd)
+{
+    termios settings{};
+    if (tcgetattr(fd, &settings) != 0) {
+        return false;
+    }
+    cfmakeraw(&settings);
+    settings.c_cflag |= CLOCAL | CREAD;
+    settings.c_cflag &= ~static_cast<tcflag_t>(CSTOPB | CRTSCTS);
+    settings.c_iflag &= ~static_cast<tcflag_t>(IXOFF | IXANY);
+    settings.c_cc[VMIN] = 1;
+    settings.c_cc[VTIME] = 0;
+    cfsetispeed(&settings, kSpeedOnOpening);
+    cfsetospeed(&settings, kSpeedOnOpening);
+    return tcsetattr(fd, TCSANOW, &settings) == 0 && tcflush(fd, TCIOFLUSH) == 0;
+}
+
+/// The advisory lock also keeps out a second program that runs as root, whom TIOCEXCL does not stop.
+bool claim(int fd)
+{
+    return flock(fd, LOCK_EX | LOCK_NB) == 0 && ioctl(fd, TIOCEXCL) == 0;
+}
+
+} // namespace
+
+clsPosixPort::~clsPosixPort()
+{
+    while (!m_lines.empty()) {
+        sio_close(m_lines.begin()->first);
+    }
+}
+
+std::int32_t clsPosixPort::sio_open(std::int32_t port)
+{
+    sio_close(port);
+    const std::string device = m_devices.DeviceOf(port);
+    struct stat info {};
+    if (device.empty() || stat(device.c_str(), &info) != 0) {
+        return failed(failureOf(device.empty() ? ENOENT : errno, device, info.st_gid));
+    }
+    // Opening may have effects on other kinds of files, so the kind is looked at first.
+    if (!S_ISCHR(info.st_mode)) {
+        return failed(failureOf(ENOTTY, device, info.st_gid));
+    }
+    const int fd = open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return failed(failureOf(errno, device, info.st_gid));
+    }
+    if (!claim(fd) || !makeRaw(fd)) {
+        const int error = errno;
+        close(fd);
+        return failed(failureOf(error, device, info.st_gid));
+    }
+    m_lines[port] = {fd, {}};
+    sio_data_status(port); // errors from before are not ours
+    m_failure = {};
+    return 0;
+}
+
+std::int32_t clsPosixPort::sio_close(std::int32_t port)
+{
+    const auto line = m_lines.find(port);
+    if (line == m_lines.end()) {
+        return 0;
+    }
+    if (line->second.fd >= 0) {
+        // Unsent bytes must not hold the program up at a line that nobody reads.
+        tcflush(line->second.fd, TCOFLUSH);
+        ioctl(line->second.fd, TIOCNXCL);
+        close(line->second.fd);
+    }
+    m_lines.erase(line);
+    return 0;
+}
+
+std::int32_t clsPosixPort::sio_baud(std::int32_t port, std::int32_t rate)
+{
+    for (const Rate& known : kRates) {
+        termios settings{};
+        if (known.bit_s == rate && tcgetattr(descriptor(port), &settings) == 0) {
+            cfsetispeed(&settings, known.speed);
+            cfsetospeed(&settings, known.speed);
+            return tcsetattr(descriptor(port), TCSANOW, &settings) == 0 ? 0 : -1;
+        }
+    }
+    return -1;
+}
+
+std::int32_t clsPosixPort::sio_getbaud(std::int32_t port)
+{
+    termios settings{};
+    if (tcgetattr(descriptor(port), &settings) == 0) {
+        for (const Rate& known : kRates) {
+            if (known.speed == cfgetospeed(&settings)) {
+                return known.bit_s;
+            }
+        }
+    }
+    return -1;
+}
+
+std::int32_t clsPosixPort::sio_flush(std::int32_t port, std::int32_t function)
+{
+    return function == 0 ? tcflush(descriptor(port), TCIFLUSH) : -1;
+}
+
+std::int32_t clsPosixPort::sio_putch(std::int32_t port, std::uint8_t byte)
+{
+    const int fd = descriptor(port);
+    if (fd < 0) {
+        return -1;
+    }
+    if (write(fd, &byte, 1) == 1) {
+        return 0;
+    }
+    noteFault(port);
+    return -1;
+}
+
+std::int32_t clsPosixPort::sio_iqueue(std::int32_t port)
+{
+    const int fd = descriptor(port);
+    int waiting = 0;
+    if (fd < 0) {
+        return -1;
+    }
+    if (ioctl(fd, FIONREAD, &waiting) != 0) {
+        noteFault(port);
+        return -1;
+    }
+    if (waiting > 0) {
+        return waiting;
+    }
+    // A hang-up shows only in a read; with bytes waiting it would take one of them.
+    char none = 0;
+    if (read(fd, &none, 0) < 0) {
+        noteFault(port);
+    }
+    return 0;
+}
+
+std::int32_t clsPosixPort::sio_read(std::int32_t port, std::span<char> buffer)
+{
+    const int fd = descriptor(port);
+    if (fd < 0) {
+        return -1;
+    }
+    const std::size_t most = buffer.size() < INT_MAX ? buffer.size() : INT_MAX;
+    const ssize_t count = read(fd, buffer.data(), most);
+    if (count >= 0) {
+        return static_cast<std::int32_t>(count);
+    }
+    noteFault(port);
+    return -1;
+}
+
+std::int32_t clsPosixPort::sio_data_status(std::int32_t port)
+{
+    serial_icounter_struct counters{};
+    const int fd = descriptor(port);
+    // Pseudo-terminals and some adapters count nothing.
+    if (fd < 0 || ioctl(fd, TIOCGICOUNT, &counters) != 0) {
+        return 0;
+    }
+    const LineErrors now{counters.parity, counters.frame, counters.overrun, counters.buf_overrun};
+    const LineErrors before = std::exchange(m_lines[port].seen, now);
+    return (now.parity != before.parity ? LineErrorParity : 0) |
+           (now.framing != before.framing ? LineErrorFraming : 0) |
+           (now.overrun != before.overrun ? LineErrorOverrun : 0) |
+           (now.overflow != before.overflow ? LineErrorOverflow : 0);
+}
+
+bool clsPosixPort::HasVanished(std::int32_t port) const
+{
+    const auto line = m_lines.find(port);
+    return line != m_lines.end() && line->second.fd < 0;
+}
+
+int clsPosixPort::descriptor(std::int32_t port) const
+{
+    const auto line = m_lines.find(port);
+    return line == m_lines.end() ? -1 : line->second.fd;
+}
+
+/// Looks at `errno`: a full queue or a signal passes, anything else means that the device has gone.
+void clsPosixPort::noteFault(std::int32_t port)
+{
+    if (errno == EAGAIN || errno == EINTR) {
+        return;
+    }
+    Line& line = m_lines[port];
+    if (line.fd >= 0) {
+        close(line.fd);
+        line.fd = -1;
+    }
+}
+
+std::int32_t clsPosixPort::failed(OpenFailure failure)
+{
+    m_failure = std::move(failure);
+    return -1;
+}

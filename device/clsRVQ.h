@@ -1,0 +1,159 @@
+// The folder device/ is the link to the sensor: its parameter set, its commands, its replies and the serial ports.
+// It knows no window, no file and no clock; the measurement loop tells it the time and when to read.
+#pragma once
+
+#include "device/EventJournal.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+class SerialPort;
+
+/// Values of `clsRVQ::EventNr`.
+enum Event : std::int32_t {
+    EventNoAnswer = -1,
+    EventNone = 0,
+    EventDistance = 2,
+    EventTemperature = 3,
+    EventConfiguration = 4,
+    EventAcknowledged = 5,
+    EventRefused = 6,
+    EventCrcError = 7,
+};
+
+/// Values of `clsRVQ::CommStatus`.
+enum Dialogue : std::int32_t { DialogueNone = 0, DialogueIdle = 1, DialogueMeasuring = 2 };
+
+/// Values of `clsRVQ::OutputFormat`; anything else is read as ASCII.
+enum OutputFormatIndex : std::int32_t { FormatAscii = 0, FormatAsciiUnit = 1, FormatBinary = 2, FormatBinaryCrc = 3 };
+
+/// Values of `clsRVQ::OutputMode`.
+enum OutputModeIndex : std::int32_t { OutputContinuous = 0, OutputSingle = 1, OutputOnRequest = 2 };
+
+/// Distances in millimetres that are no distances.
+inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
+inline constexpr std::int32_t kMarkerTempError = 2147483632;
+
+inline constexpr double kMsPerDay = 86400000.0;
+
+/// The connected sensor, or, without a port, one configuration in memory.
+/// Points in time are days since 1899-12-30, local time.
+class clsRVQ {
+public:
+    /// Blocks for so many milliseconds; used once, after a stop command.
+    using PauseFunction = std::function<void(std::int32_t ms)>;
+
+    /// What a wait for the sensor and a tick of the measurement loop have to know of each other.
+    struct WaitState {
+        bool Running = false; ///< a wait runs: evaluations send nothing of their own
+        bool InTick = false;  ///< a tick runs: no wait may start
+        bool Ended = false;   ///< the main window goes: every wait ends as "no answer"
+    };
+
+    /// A configuration object: parameters at their defaults, no port, sends reach nobody.
+    clsRVQ();
+    /// The device behind `port`, which must outlive it.
+    clsRVQ(SerialPort& port, PauseFunction pause);
+    /// Closes an open port.
+    ~clsRVQ();
+    clsRVQ(const clsRVQ&) = delete;
+    clsRVQ& operator=(const clsRVQ&) = delete;
+
+    /// Opens port number `Comport` at `Rate` bit/s. Does nothing when the number is 0 or less or a port is open.
+    void OpenComPort(std::int32_t Comport, std::int32_t Rate);
+    void CloseComPort();
+    /// The port's rate in bit/s; 0 or less when it is closed.
+    std::int32_t CommBaudrate() const;
+    /// Sets the port's rate: 1200, 2400, 4800, 9600, 19200, 38400, 57600 or 115200 bit/s; others are ignored.
+    void CommBaudrate(std::int32_t rate);
+    /// The line errors since the last call, as `LineError` bits.
+    std::int32_t PortStatus() const;
+    /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without any of them.
+    std::string PortStatusByName() const;
+
+    /// Takes what has arrived into `NewInData` and appends it to `InBuffer`. A vanished port closes itself here.
+    void ReadComportData();
+    /// Interprets `InBuffer`, sets `EventNr` and what belongs to it, and sends at most one follow-up command.
+    /// Takes time linear in the buffer and leaves at most `kMaxPending` bytes in it.
+    void EvaluateInBuffer();
+    /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`.
+    void SendCommand(std::string_view Command);
+
+    /// Index 0..5 of the parameter `Baudrate` as bit/s; 0 for any other.
+    static std::int32_t RateOfIndex(std::int32_t index);
+
+    /// Bytes that may wait for the rest of a reply; of a flood that never becomes one the newest are kept.
+    static constexpr std::size_t kMaxPending = 65536;
+
+    // The port.
+    std::int32_t CommComPort = 0;
+    bool PortIsOpen = false;
+    std::string InBuffer;
+    std::string NewInData;
+
+    // The dialogue.
+    std::int32_t CommStatus = DialogueNone;
+    std::string LastCommand;
+    std::int32_t EventNr = EventNone;
+    double CurrentTime = 0.0;
+    double FailTime = 0.0;
+    EventJournal Journal;
+    WaitState Wait;
+
+    // The last values.
+    double MeasValue = 0.0; ///< in the unit of `DistanceUnit`
+    std::int32_t MeasValue_mm = 0;
+    std::string sDistance;
+    std::string sTemperature;
+    std::int32_t TempStatus = 1;
+    double ReadTempTime = 0.0;
+    std::int32_t ReadTempInterval = 15000; ///< milliseconds
+
+    // What the sensor says of itself.
+    std::string DeviceType = "Serial";
+    std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
+
+    // The parameters; their codes, keys, defaults and texts stand in device/Parameters.h.
+    std::string Description;
+    std::int32_t Baudrate, DistanceUnit, OutputMode, OutputFormat, NodeAddress, AutostartMode, AverageDepth,
+        MovingAverage, TimeOut, EchoCheck, Blanking, RainFilter, DistanceWindow, EchoThreshold, DistanceLimit,
+        MeasValid, Offset, ScaleFactor, Temperature, AirPressure, S1Logic, S1OnThreshold, S1OffThreshold, S2Logic,
+        S2OnThreshold, S2OffThreshold, AnalogOutput, AnalogMin, AnalogMax;
+
+private:
+    // The evaluation (clsRVQEvaluate.cpp); a text that comes back is the follow-up command.
+    std::string_view evaluateSilence();
+    std::string_view evaluateWithoutDialogue();
+    std::string_view evaluateIdle();
+    std::string_view evaluateMeasuring();
+    std::string_view evaluateVerdict(std::int32_t event);
+    std::string_view evaluateIdleRest();
+    bool evaluateDump();
+    bool evaluateTextTemperature();
+    bool takeTextTemperature();
+    void evaluateAnswerToT();
+    void takeBinaryTemperature();
+    void evaluateSingleValue();
+    void evaluateTempErr();
+    void evaluateDistance();
+    void takeAsciiDistance();
+    void takeBinaryDistance();
+    void takeCrcDistance();
+    void acceptDistance(double value, std::int32_t value_mm);
+    void readDump(std::string_view dump);
+    void acceptTemperature();
+    void reportUnanswered();
+    void sendFollowUp(std::string_view command);
+    void boundInBuffer();
+
+    bool hasBinaryFormat() const { return OutputFormat == FormatBinary || OutputFormat == FormatBinaryCrc; }
+    bool pastDeadline() const { return CurrentTime > FailTime; }
+    std::int32_t effectiveRate() const;
+    std::int32_t answerTime_ms(std::string_view command) const;
+
+    SerialPort* m_port = nullptr;
+    PauseFunction m_pause;
+    std::int32_t m_lastRate;
+};

@@ -1,0 +1,411 @@
+// The evaluation of what the sensor has sent: which reply it is, in the state of the dialogue, and what follows.
+#include "device/Parameters.h"
+#include "device/ReplySteps.h"
+#include "device/clsRVQ.h"
+#include "shell/Numbers.h"
+
+namespace {
+
+constexpr std::size_t kShortReply = 5;      // bytes; what is shorter waits for more until the deadline
+constexpr double kDistanceTime_ms = 3000.0; // the longest gap between two distances
+constexpr double kTempErrValue = 2147483647.0;
+
+bool contains(std::string_view bytes, std::string_view what)
+{
+    return bytes.find(what) != std::string_view::npos;
+}
+
+} // namespace
+
+void clsRVQ::EvaluateInBuffer()
+{
+    EventNr = EventNone;
+    std::string_view followUp;
+    if (InBuffer.empty()) {
+        followUp = evaluateSilence();
+    } else if (CommStatus == DialogueNone) {
+        followUp = evaluateWithoutDialogue();
+    } else if (CommStatus == DialogueIdle) {
+        followUp = evaluateIdle();
+    } else {
+        followUp = evaluateMeasuring();
+    }
+    if (!followUp.empty()) {
+        sendFollowUp(followUp);
+    }
+    boundInBuffer();
+    if (EventNr == EventNoAnswer || (EventNr >= EventTemperature && EventNr <= EventRefused)) {
+        Journal.Append(EventNr);
+    }
+}
+
+/// Nothing has arrived: what a passed deadline means.
+std::string_view clsRVQ::evaluateSilence()
+{
+    if (!pastDeadline()) {
+        return {};
+    }
+    if (CommStatus == DialogueNone) {
+        if (LastCommand.empty()) {
+            return "X";
+        }
+        reportUnanswered();
+    } else if (LastCommand == "m") {
+        EventNr = EventNoAnswer;
+    } else if (LastCommand == "M") {
+        if (CommStatus != DialogueMeasuring) {
+            EventNr = EventNoAnswer;
+            return "S";
+        }
+        // A start that got lost on the line: said once, so that the loop leaves the measuring state.
+        reportUnanswered();
+    } else if (LastCommand == "O" || LastCommand == "P") {
+        LastCommand.clear(); // the marker laser answers nothing
+    } else if (LastCommand == "S") {
+        if (CommStatus == DialogueMeasuring) {
+            return "T"; // the measurement was interrupted for the temperature
+        }
+        LastCommand.clear();
+    } else if (LastCommand == "T") {
+        reportUnanswered();
+    } else if (LastCommand.empty()) {
+        return "T"; // an idle sensor is polled for its temperature
+    } else if (LastCommand != "G") {
+        EventNr = EventNoAnswer;
+    }
+    return {};
+}
+
+std::string_view clsRVQ::evaluateWithoutDialogue()
+{
+    if (ReplySteps::HoldsAnnouncement(InBuffer)) {
+        return "C";
+    }
+    if (evaluateDump() || evaluateTextTemperature()) {
+        return {};
+    }
+    return pastDeadline() ? "X" : "";
+}
+
+std::string_view clsRVQ::evaluateIdle()
+{
+    if (LastCommand == "G" && !ReplySteps::HoldsAnnouncement(InBuffer)) {
+        // Before everything else: "No Echo" holds an "E", and a binary frame is shorter than other replies.
+        evaluateSingleValue();
+        return {};
+    }
+    if (InBuffer.size() <= kShortReply && !pastDeadline()) {
+        return {};
+    }
+    if (evaluateDump() || evaluateTextTemperature()) {
+        return {};
+    }
+    if (contains(InBuffer, "O")) {
+        return evaluateVerdict(EventAcknowledged);
+    }
+    if (contains(InBuffer, "E")) {
+        return evaluateVerdict(EventRefused);
+    }
+    if (LastCommand == "T" && hasBinaryFormat() && !ReplySteps::HoldsAnnouncement(InBuffer)) {
+        takeBinaryTemperature();
+        if (EventNr == EventTemperature || !pastDeadline()) {
+            return {};
+        }
+    }
+    return pastDeadline() ? evaluateIdleRest() : "";
+}
+
+/// An "O" or an "E" has come. It may be the head of a dump, so the bytes stay until the deadline.
+std::string_view clsRVQ::evaluateVerdict(std::int32_t event)
+{
+    if (!pastDeadline()) {
+        EventNr = event;
+        return {};
+    }
+    if (LastCommand == "S") {
+        return "C";
+    }
+    if (LastCommand == "C") {
+        reportUnanswered();
+    } else {
+        EventNr = event;
+        LastCommand.clear();
+        InBuffer.clear();
+    }
+    return {};
+}
+
+/// Bytes that are no reply, and the deadline has passed.
+std::string_view clsRVQ::evaluateIdleRest()
+{
+    if (LastCommand == "S") {
+        return "C";
+    }
+    const bool expectedNothing = LastCommand.empty();
+    if (!expectedNothing || InBuffer.size() > kShortReply) {
+        EventNr = EventNoAnswer;
+    }
+    // An announcement in these bytes, perhaps half of it, is understood as soon as the loop has fallen back to no
+    // dialogue. With single output it never does, and the bytes would block the line.
+    const bool mayAnnounce = !expectedNothing || ReplySteps::HoldsAnnouncement(InBuffer);
+    if (!mayAnnounce || OutputMode == OutputSingle) {
+        InBuffer.clear();
+        LastCommand.clear();
+    }
+    return {};
+}
+
+std::string_view clsRVQ::evaluateMeasuring()
+{
+    if (LastCommand == "T") {
+        evaluateAnswerToT();
+        return {};
+    }
+    if (LastCommand == "S") {
+        InBuffer.clear(); // still in flight after the stop
+        return evaluateSilence();
+    }
+    if (const std::size_t at = InBuffer.find("RVQ ready"); at != std::string::npos) {
+        // The sensor has restarted. Distances before the announcement would hide it from the idle state.
+        InBuffer.erase(0, at);
+        CommStatus = DialogueIdle;
+        return {};
+    }
+    if (contains(InBuffer, "C, ")) {
+        // In a binary format the three bytes may be part of a distance, so there only a whole reply counts.
+        if (takeTextTemperature() || !hasBinaryFormat()) {
+            if (EventNr == EventNone && pastDeadline()) {
+                reportUnanswered();
+            }
+            return {};
+        }
+    }
+    if (contains(InBuffer, "TempErr!")) {
+        evaluateTempErr();
+    } else {
+        evaluateDistance();
+    }
+    return {};
+}
+
+/// True when a dump has begun, be it complete or not.
+bool clsRVQ::evaluateDump()
+{
+    const ReplySteps::DumpSpan dump = ReplySteps::FindDump(InBuffer);
+    if (!dump.begun) {
+        return false;
+    }
+    if (!dump.text.empty()) {
+        readDump(dump.text);
+        CommStatus = DialogueIdle;
+        EventNr = EventConfiguration;
+        LastCommand.clear();
+        InBuffer.clear();
+    } else if (pastDeadline()) {
+        reportUnanswered();
+    }
+    return true;
+}
+
+/// True when a temperature in text has begun, be it complete or not.
+bool clsRVQ::evaluateTextTemperature()
+{
+    if (!contains(InBuffer, " C,")) {
+        return false;
+    }
+    if (!takeTextTemperature() && pastDeadline()) {
+        reportUnanswered();
+    }
+    return true;
+}
+
+bool clsRVQ::takeTextTemperature()
+{
+    const ReplySteps::TextTemperature reply = ReplySteps::FindTextTemperature(InBuffer);
+    if (reply.consumed == 0) {
+        return false;
+    }
+    sTemperature = reply.text;
+    TempStatus = contains(sTemperature, "NOK") ? 0 : 1;
+    InBuffer.erase(0, reply.consumed);
+    acceptTemperature();
+    return true;
+}
+
+void clsRVQ::evaluateAnswerToT()
+{
+    if (hasBinaryFormat()) {
+        takeBinaryTemperature();
+    } else {
+        takeTextTemperature();
+    }
+    if (EventNr != EventTemperature && pastDeadline()) {
+        reportUnanswered();
+    }
+}
+
+void clsRVQ::takeBinaryTemperature()
+{
+    const auto reply = ReplySteps::StepBinaryTemperature(InBuffer, OutputFormat == FormatBinaryCrc);
+    InBuffer.erase(0, reply.consumed);
+    if (reply.crcError) {
+        EventNr = EventCrcError;
+    } else if (reply.consumed > 0) {
+        TempStatus = reply.status;
+        sTemperature = ReplySteps::TemperatureText(reply.celsius, reply.status != 0);
+        acceptTemperature();
+    }
+}
+
+/// The answer to "G", decoded as while measuring.
+void clsRVQ::evaluateSingleValue()
+{
+    if (contains(InBuffer, "TempErr!")) {
+        evaluateTempErr();
+    } else {
+        evaluateDistance();
+    }
+    if (EventNr == EventDistance) {
+        LastCommand.clear();
+    }
+}
+
+void clsRVQ::evaluateTempErr()
+{
+    acceptDistance(kTempErrValue, kMarkerTempError);
+    TempStatus = 0;
+    InBuffer.clear();
+}
+
+void clsRVQ::evaluateDistance()
+{
+    if (LastCommand == "M") {
+        FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
+        LastCommand = "m";
+    }
+    if (OutputFormat == FormatBinary) {
+        takeBinaryDistance();
+    } else if (OutputFormat == FormatBinaryCrc) {
+        takeCrcDistance();
+    } else {
+        takeAsciiDistance();
+    }
+}
+
+void clsRVQ::takeAsciiDistance()
+{
+    const ReplySteps::AsciiDistance found = ReplySteps::FindAsciiDistance(InBuffer);
+    const auto value_mm = RoundHalfToEven(found.value * UnitOf(DistanceUnit).millimetres);
+    // A number beyond 32 bits of millimetres is noise, not a distance.
+    sDistance = value_mm ? found.text : std::string_view{};
+    InBuffer.erase(0, found.consumed);
+    if (!sDistance.empty()) {
+        acceptDistance(found.value, *value_mm);
+    } else if (CurrentTime >= FailTime) {
+        EventNr = EventNoAnswer;
+        InBuffer.clear();
+    }
+}
+
+void clsRVQ::takeBinaryDistance()
+{
+    const ReplySteps::BinaryDistances found = ReplySteps::FindBinaryDistances(InBuffer);
+    InBuffer.erase(0, found.consumed);
+    if (found.newest_mm) {
+        acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
+    } else if (pastDeadline()) {
+        reportUnanswered();
+    }
+}
+
+void clsRVQ::takeCrcDistance()
+{
+    const ReplySteps::BinaryDistances found = ReplySteps::FindCrcDistances(InBuffer);
+    InBuffer.erase(0, found.consumed);
+    if (found.newest_mm) {
+        acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
+    } else if (pastDeadline()) {
+        reportUnanswered();
+        return;
+    }
+    if (found.crcError) {
+        EventNr = EventCrcError;
+    }
+}
+
+void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
+{
+    MeasValue = value;
+    MeasValue_mm = value_mm;
+    EventNr = EventDistance;
+    FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
+}
+
+void clsRVQ::readDump(std::string_view dump)
+{
+    using ReplySteps::DumpValue;
+    DeviceType = DumpValue(dump, "Type:");
+    Attenuator = DumpValue(dump, "Attenuator:");
+    SerialNo = DumpValue(dump, "Serial-No:");
+    SWVersion = DumpValue(dump, "Version:");
+    SWBuild = DumpValue(dump, "Build:");
+    SWDate = DumpValue(dump, "Date:");
+    HWPointer = DumpValue(dump, "Pointer:");
+    sTemperature = DumpValue(dump, "Temperature:");
+    if (contains(sTemperature, "OK")) {
+        TempStatus = contains(sTemperature, "NOK") ? 0 : 1;
+    }
+    // Deliberate: only a sensor whose attenuator text has an "E" reports rain filter and echo parameters.
+    const bool echoFilter = contains(Attenuator, "E");
+    for (const ParameterDef& row : Parameters()) {
+        if (row.group == ParameterGroup::EchoFilter && !echoFilter) {
+            continue;
+        }
+        std::string key = std::string(row.code) + ":";
+        // Deliberate: some sensors write the code of the echo check with a blank in it.
+        if (row.value == &clsRVQ::EchoCheck && !contains(dump, key)) {
+            key = "3 06:";
+        }
+        if (const auto value = WholeNumber(DumpValue(dump, key))) {
+            this->*row.value = *value;
+        }
+    }
+    if (DeviceType == "Serial") {
+        NodeAddress = -1;
+    }
+}
+
+void clsRVQ::acceptTemperature()
+{
+    EventNr = EventTemperature;
+    if (LastCommand == "T") {
+        LastCommand.clear(); // answered: it must not time out later
+    }
+}
+
+/// No answer, said once: nothing of the command or of what came instead is left.
+void clsRVQ::reportUnanswered()
+{
+    EventNr = EventNoAnswer;
+    LastCommand.clear();
+    InBuffer.clear();
+}
+
+void clsRVQ::sendFollowUp(std::string_view command)
+{
+    if (!Wait.Running) {
+        const std::int32_t event = EventNr;
+        SendCommand(command);
+        EventNr = event; // a send clears it, yet an unanswered start is to be told
+    } else if (pastDeadline()) {
+        // Somebody waits for an answer of his own, so nothing may go out; and none will come any more.
+        reportUnanswered();
+    }
+}
+
+void clsRVQ::boundInBuffer()
+{
+    if (InBuffer.size() > kMaxPending) {
+        InBuffer.erase(0, InBuffer.size() - kMaxPending);
+    }
+}

@@ -1,0 +1,91 @@
+#include "device/modRVQComm.h"
+
+#include "device/Parameters.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace modRVQComm {
+
+WaitScope::WaitScope(clsRVQ& device) : m_device(device)
+{
+    if (device.Wait.Running || device.Wait.InTick) {
+        throw std::logic_error("a wait for the sensor must not start inside a wait or a tick");
+    }
+    device.Wait.Running = true;
+}
+
+WaitScope::~WaitScope()
+{
+    m_device.Wait.Running = false;
+}
+
+TickScope::TickScope(clsRVQ& device) : m_device(device)
+{
+    device.Wait.InTick = true;
+}
+
+TickScope::~TickScope()
+{
+    m_device.Wait.InTick = false;
+}
+
+void StartMeasurement(clsRVQ& device)
+{
+    device.SendCommand("M");
+    device.CommStatus = DialogueMeasuring;
+}
+
+void StopMeasurement(clsRVQ& device)
+{
+    device.SendCommand("S");
+    device.CommStatus = DialogueIdle;
+}
+
+std::string ParameterFrame(const clsRVQ& device, std::string_view code)
+{
+    return std::string(code) + ' ' + WireValue(device, code) + '\r';
+}
+
+std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> finals, const PumpEvents& pumpEvents)
+{
+    for (;;) {
+        while (const auto event = device.Journal.TakeNext()) {
+            if (*event == EventNoAnswer || std::ranges::find(finals, *event) != finals.end()) {
+                return *event;
+            }
+        }
+        if (!device.PortIsOpen || device.Wait.Ended) {
+            return EventNoAnswer;
+        }
+        pumpEvents();
+    }
+}
+
+std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+{
+    const WaitScope wait(device);
+    device.Journal.Clear();
+    device.SendCommand(ParameterFrame(device, code));
+    const std::int32_t event =
+        AwaitEvent(device, {EventTemperature, EventConfiguration, EventAcknowledged, EventRefused}, pumpEvents);
+    const bool verdict = event == EventNoAnswer || event == EventAcknowledged;
+    device.EventNr = verdict ? event : static_cast<std::int32_t>(EventRefused);
+    return device.EventNr;
+}
+
+std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+{
+    const bool measuring = device.CommStatus == DialogueMeasuring;
+    if (measuring) {
+        StopMeasurement(device);
+    }
+    const std::int32_t verdict = SendParameter(device, code, pumpEvents);
+    // A program that is about to end sends nothing more.
+    if (measuring && !device.Wait.Ended) {
+        StartMeasurement(device);
+    }
+    return verdict;
+}
+
+} // namespace modRVQComm

@@ -1,0 +1,28 @@
+// One measurement as it goes to the display, the chart and the recorder, and the one place that tells a distance from
+// an error marker.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class clsRVQ;
+
+struct Measurement {
+    double time = 0.0;  ///< days since 1899-12-30, local time
+    double value = 0.0; ///< in the unit of `unit`
+    std::int32_t value_mm = 0;
+    std::int32_t unit = 0;         ///< index of a unit, 0..6
+    std::int32_t outputFormat = 0; ///< of the sensor, 0..3
+};
+
+enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
+
+/// The device's last measurement, with its `CurrentTime`.
+Measurement MeasurementOf(const clsRVQ& device);
+
+/// What a measurement is. Value and millimetres are both looked at, because a marker in metres is no round number; a
+/// temperature error goes before a missing echo, because "TempErr!" on the line leaves one marker in each.
+MeasurementKind KindOf(const Measurement& measurement);
+
+/// The text of the value display: "12.345 m", "12.345 [m]" when the sensor sends plain ASCII, "No Echo" or "TempError".
+std::string DistanceText(const Measurement& measurement, char decimalSeparator);

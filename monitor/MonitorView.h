@@ -1,0 +1,43 @@
+// The folder monitor/ is the operator's main window and the measurement loop behind it. Here: what the loop shows, so
+// that it runs with any face or none.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+class clsRVQ;
+
+/// Which controls may be used now.
+struct ControlRule {
+    bool Start = false;
+    bool Single = false;
+    bool operator==(const ControlRule&) const = default;
+};
+
+class MonitorView {
+public:
+    virtual ~MonitorView() = default;
+
+    /// The distance text; empty when nothing is measured.
+    virtual void ShowDistance(const std::string& text) = 0;
+    /// The sensor's temperature text, one byte a character.
+    virtual void ShowTemperature(const std::string& text) = 0;
+    /// A panel (1..3) of the status bar, UTF-8: 1 messages, 2 file, 3 clock.
+    virtual void ShowStatus(std::int32_t panel, std::string_view text) = 0;
+    /// The lamp: 0 no connection, 1 idle, 2 measuring.
+    virtual void ShowDialogue(std::int32_t commStatus) = 0;
+    /// The start button reads "Stop" while `running`.
+    virtual void ShowRunning(bool running) = 0;
+    /// The sensor has shut its laser down.
+    virtual void ShowShutDown(bool shutDown) = 0;
+    virtual void ShowRule(const ControlRule& rule) = 0;
+    /// Forgets the curve; a new run begins.
+    virtual void ResetChart() = 0;
+    /// The unit of the values that follow.
+    virtual void ShowUnit(std::string_view unit) = 0;
+    /// A point of the curve: days since 1899-12-30, value in the shown unit.
+    virtual void AddChartPoint(double time, double value) = 0;
+    /// The chart's right end while measuring.
+    virtual void ShowChartTime(double time) = 0;
+};

@@ -1,0 +1,282 @@
+#include "monitor/clsMeasurementLoop.h"
+
+#include "device/Parameters.h"
+#include "device/modRVQComm.h"
+#include "shell/modAPI.h"
+#include "shell/modFunctions.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr double kClockStep_ms = 500.0;
+constexpr double kLargestCharted = 99999999.0;
+
+enum TextId : std::int32_t {
+    TextNewConfiguration = 1131,
+    TextNewDistance = 1132,
+    TextNewTemperature = 1133,
+    TextNoConnection = 1134,
+    TextCrcError = 1135,
+    TextPortNotOpen = 1136,
+};
+
+} // namespace
+
+clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, MonitorView& view,
+                                       char decimalSeparator)
+    : m_device(device), m_settings(settings), m_view(view), m_decimalSeparator(decimalSeparator)
+{
+    for (clsFIFO* history : {&m_values, &m_times}) {
+        history->Resize(modGlobals::kHistoryLength);
+        history->Reset();
+    }
+}
+
+void clsMeasurementLoop::Tick(double now)
+{
+    if (m_device.Wait.Ended) {
+        return;
+    }
+    const modRVQComm::TickScope tick(m_device);
+    absorbClockJump(now);
+    m_device.CurrentTime = now;
+    if (m_device.PortIsOpen) {
+        servePort();
+    }
+    if (!m_device.PortIsOpen) {
+        reopenPort();
+    }
+    m_view.ShowDialogue(m_device.CommStatus);
+    showRule();
+    advanceClock();
+    m_previousTick = now;
+}
+
+void clsMeasurementLoop::StartStop()
+{
+    const std::int32_t before = m_device.CommStatus;
+    if (!mayStart()) {
+        return;
+    }
+    if (before == DialogueIdle) {
+        m_view.ShowStatus(3, {});
+        m_view.ResetChart();
+        if (!m_measuring) {
+            m_values.Reset();
+            m_times.Reset();
+        }
+        modRVQComm::StartMeasurement(m_device);
+        m_view.ShowRunning(true);
+    } else if (before == DialogueMeasuring) {
+        modRVQComm::StopMeasurement(m_device);
+        m_view.ShowRunning(false);
+        m_view.ShowDistance({});
+    }
+    m_measuring = m_device.CommStatus == DialogueMeasuring;
+}
+
+void clsMeasurementLoop::RequestSingleValue()
+{
+    if (!m_device.Wait.Running && m_device.CommStatus != DialogueMeasuring) {
+        m_device.SendCommand("G");
+    }
+}
+
+void clsMeasurementLoop::ChangePort()
+{
+    m_device.CloseComPort();
+    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+}
+
+void clsMeasurementLoop::ChangeBaudrate()
+{
+    m_device.CommBaudrate(m_settings.Baudrate);
+}
+
+void clsMeasurementLoop::Unload()
+{
+    m_device.Wait.Ended = true;
+    m_device.CloseComPort();
+}
+
+/// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach.
+void clsMeasurementLoop::absorbClockJump(double now)
+{
+    if (now < m_previousTick) {
+        m_device.FailTime += now - m_previousTick;
+        m_device.ReadTempTime += now - m_previousTick;
+        m_previousTick = now;
+    }
+}
+
+void clsMeasurementLoop::servePort()
+{
+    m_device.ReadComportData();
+    m_device.EvaluateInBuffer();
+    dispatch();
+    resumeAfterSilentSingle();
+}
+
+void clsMeasurementLoop::reopenPort()
+{
+    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+    if (m_device.CommStatus == DialogueMeasuring) {
+        m_view.ShowRunning(false);
+        m_view.ShowDistance({});
+        m_device.CommStatus = DialogueIdle;
+    }
+    if (m_device.PortIsOpen) {
+        m_view.ShowStatus(1, {});
+    } else {
+        status(TextPortNotOpen);
+    }
+    m_device.CommStatus = DialogueNone;
+}
+
+void clsMeasurementLoop::dispatch()
+{
+    switch (m_device.EventNr) {
+    case EventNoAnswer:
+        noAnswer();
+        break;
+    case EventDistance:
+        newDistance();
+        break;
+    case EventTemperature:
+        newTemperature();
+        break;
+    case EventConfiguration:
+        newConfiguration();
+        break;
+    case EventCrcError:
+        status(TextCrcError);
+        break;
+    default:
+        if (m_device.CommStatus != DialogueNone) {
+            m_view.ShowStatus(1, {});
+        }
+        break;
+    }
+}
+
+void clsMeasurementLoop::noAnswer()
+{
+    if (m_device.OutputMode == OutputSingle) {
+        return; // a sensor that sends when it likes owes no answer
+    }
+    if (m_device.TempStatus == 0 && m_measuring) {
+        m_view.ShowStatus(1, "TempError");
+        return;
+    }
+    status(TextNoConnection);
+    if (m_device.CommStatus == DialogueIdle) {
+        m_view.ShowTemperature({});
+        m_device.CommStatus = DialogueNone;
+    } else if (m_device.CommStatus == DialogueMeasuring) {
+        if (!m_measuring) {
+            m_view.ShowRunning(false);
+            m_view.ShowDistance({});
+        }
+        m_device.CommStatus = DialogueIdle;
+    }
+}
+
+void clsMeasurementLoop::newDistance()
+{
+    show(MeasurementOf(m_device));
+    status(TextNewDistance);
+    m_view.ShowShutDown(m_device.MeasValue == kMarkerTempError);
+    interruptForTemperature();
+}
+
+void clsMeasurementLoop::newTemperature()
+{
+    m_view.ShowTemperature(m_device.sTemperature);
+    status(TextNewTemperature);
+    m_temperaturePending = false;
+    if (m_device.Wait.Running) {
+        return;
+    }
+    if (m_device.CommStatus == DialogueMeasuring) {
+        m_device.SendCommand("M");
+    } else if (m_device.CommStatus == DialogueIdle && m_measuring) {
+        StartStop();
+    }
+}
+
+void clsMeasurementLoop::newConfiguration()
+{
+    m_view.ShowTemperature(m_device.sTemperature);
+    m_view.ShowShutDown(m_device.HWPointer.find("shutdown") != std::string::npos);
+    status(TextNewConfiguration);
+}
+
+/// Right after a distance: the stop. The evaluation asks for the temperature once the line is quiet, and the event of
+/// the temperature resumes the measurement; the dialogue counts as measuring all the while.
+void clsMeasurementLoop::interruptForTemperature()
+{
+    const bool due = m_pollTemperature && m_device.CurrentTime >= m_device.ReadTempTime;
+    if (!due || m_device.Wait.Running || m_device.CommStatus != DialogueMeasuring) {
+        return;
+    }
+    m_device.SendCommand("S");
+    m_device.ReadTempTime = m_device.CurrentTime + m_device.ReadTempInterval / kMsPerDay;
+    m_temperaturePending = true;
+}
+
+/// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more
+/// and a dead line would look alive. The idle sensor is asked for its temperature again, as at any other time.
+void clsMeasurementLoop::resumeAfterSilentSingle()
+{
+    const bool silent = m_device.LastCommand == "G" && m_device.CommStatus == DialogueIdle &&
+                        m_device.InBuffer.empty() && m_device.CurrentTime > m_device.FailTime;
+    if (silent && m_device.PortIsOpen && !m_device.Wait.Running) {
+        m_device.SendCommand("T");
+    }
+}
+
+void clsMeasurementLoop::show(const Measurement& measurement)
+{
+    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
+    m_view.ShowUnit(UnitOf(measurement.unit).name);
+    if (measurement.unit != m_shownUnit) {
+        m_view.ResetChart();
+        m_shownUnit = measurement.unit;
+    }
+    if (KindOf(measurement) == MeasurementKind::Distance && std::fabs(measurement.value) < kLargestCharted) {
+        m_values.Add(measurement.value);
+        m_times.Add(measurement.time);
+        m_view.AddChartPoint(measurement.time, measurement.value);
+    }
+}
+
+void clsMeasurementLoop::showRule()
+{
+    const bool ready = mayStart() && m_device.CommStatus != DialogueNone;
+    m_view.ShowRule({.Start = ready, .Single = ready && m_device.CommStatus != DialogueMeasuring});
+}
+
+void clsMeasurementLoop::advanceClock()
+{
+    // Deliberate: 86000, not 86400. The clock display is paced by this factor.
+    m_clock_ms += (m_device.CurrentTime - m_previousTick) * 86000.0 * 1000.0;
+    if (m_clock_ms < kClockStep_ms) {
+        return;
+    }
+    if (m_device.CommStatus == DialogueMeasuring) {
+        m_view.ShowChartTime(m_device.CurrentTime);
+    }
+    m_view.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime));
+    m_clock_ms = 0.0;
+}
+
+void clsMeasurementLoop::status(std::int32_t textId)
+{
+    m_view.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
+}
+
+bool clsMeasurementLoop::mayStart() const
+{
+    return !m_device.Wait.Running && !m_device.Wait.Ended;
+}

@@ -1,0 +1,371 @@
+#include "monitor/frmMain.h"
+
+#include "chart/XYChart.h"
+#include "device/Parameters.h"
+#include "monitor/LampShape.h"
+#include "shell/Guarded.h"
+#include "shell/Numbers.h"
+#include "shell/QtText.h"
+#include "shell/modAPI.h"
+#include "shell/modFunctions.h"
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFile>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLocale>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+constexpr double kValueFontScale = 2.2;
+constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
+
+char decimalSeparator()
+{
+    const QString point = QLocale().decimalPoint();
+    return point.isEmpty() ? '.' : point.front().toLatin1();
+}
+
+void blockFor(std::int32_t ms)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+template <typename Widget, typename... Arguments>
+Widget* named(const char* name, Arguments&&... arguments)
+{
+    auto* widget = new Widget(std::forward<Arguments>(arguments)...);
+    widget->setObjectName(QLatin1String(name));
+    return widget;
+}
+
+/// Setting the same text again would lay the window out anew, twenty times a second.
+void setChanged(QLabel* label, const QString& text)
+{
+    if (label->text() != text) {
+        label->setText(text);
+    }
+}
+
+QColor lampColor(std::int32_t commStatus)
+{
+    switch (commStatus) {
+    case DialogueIdle:
+        return {255, 255, 0};
+    case DialogueMeasuring:
+        return {0, 255, 0};
+    default:
+        return {255, 0, 0};
+    }
+}
+
+} // namespace
+
+frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
+    : m_settings(settings), m_ports(ports), m_device(ports.port, blockFor),
+      m_loop(m_device, settings, *this, decimalSeparator()), m_timer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("frmMain"));
+    auto* centre = new QWidget(this);
+    auto* grid = new QGridLayout(centre);
+    grid->addWidget(buildMeasurementFrame(), 0, 0);
+    grid->addWidget(buildComportFrame(), 1, 0);
+    grid->setRowStretch(2, 1);
+    picGraph = named<XYChart>("picGraph", centre);
+    grid->addWidget(picGraph, 0, 1, 3, 1);
+    grid->setColumnStretch(1, 1);
+    setCentralWidget(centre);
+    buildStatusBar();
+    fillComPorts();
+    fillBaudrates();
+    localise();
+    connectControls();
+    ShowDialogue(DialogueNone);
+    ShowRule({});
+    m_timer->setObjectName(QStringLiteral("Timer"));
+    m_timer->start(clsMeasurementLoop::kInterval_ms);
+}
+
+frmMain::~frmMain()
+{
+    m_loop.Unload();
+}
+
+void frmMain::MeasureWhenConnected()
+{
+    m_loop.MeasureWhenConnected();
+}
+
+void frmMain::closeEvent(QCloseEvent* event)
+{
+    m_timer->stop();
+    m_loop.Unload();
+    event->accept();
+}
+
+QWidget* frmMain::buildMeasurementFrame()
+{
+    fraMeasurement = named<QGroupBox>("fraMeasurement", this);
+    shpLamp = named<LampShape>("shpLamp", fraMeasurement);
+    lblLamp = named<QLabel>("lblLamp", fraMeasurement);
+    lblMeasCaption = named<QLabel>("lblMeasCaption", fraMeasurement);
+    lblMeasValue = named<QLabel>("lblMeasValue", fraMeasurement);
+    lblShutDown = named<QLabel>("lblShutDown", fraMeasurement);
+    lblTempCaption = named<QLabel>("lblTempCaption", fraMeasurement);
+    lblTemperature = named<QLabel>("lblTemperature", fraMeasurement);
+    cmdStart = named<QPushButton>("cmdStart", QStringLiteral("Start"), fraMeasurement);
+    cmdSingleValue = named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), fraMeasurement);
+    chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
+
+    QFont large = font();
+    large.setPointSizeF(large.pointSizeF() * kValueFontScale);
+    large.setBold(true);
+    lblMeasValue->setFont(large);
+    lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    // As wide as the longest text, so that the column keeps its width whatever is measured.
+    lblMeasValue->setMinimumWidth(QFontMetrics(large).horizontalAdvance(QLatin1String(kValueTemplate)));
+    lblMeasValue->setMinimumHeight(QFontMetrics(large).height());
+    lblMeasCaption->setBuddy(lblMeasValue);
+    QFont bold = font();
+    bold.setBold(true);
+    lblShutDown->setFont(bold);
+    QSizePolicy keepsItsPlace = lblShutDown->sizePolicy();
+    keepsItsPlace.setRetainSizeWhenHidden(true);
+    lblShutDown->setSizePolicy(keepsItsPlace);
+    lblShutDown->hide();
+
+    auto* grid = new QGridLayout(fraMeasurement);
+    grid->addWidget(shpLamp, 0, 0);
+    grid->addWidget(lblLamp, 0, 1, 1, 3);
+    grid->addWidget(lblMeasCaption, 1, 0, 1, 4);
+    grid->addWidget(lblMeasValue, 2, 0, 1, 4);
+    grid->addWidget(lblTempCaption, 3, 0, 1, 2);
+    grid->addWidget(lblTemperature, 3, 2, 1, 2, Qt::AlignRight);
+    grid->addWidget(lblShutDown, 4, 0, 1, 4);
+    grid->addWidget(cmdStart, 5, 0, 1, 2);
+    grid->addWidget(cmdSingleValue, 5, 2, 1, 2);
+    grid->addWidget(chkTempMeasurement, 6, 0, 1, 4);
+    grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(3, 1);
+    return fraMeasurement;
+}
+
+QWidget* frmMain::buildComportFrame()
+{
+    fraComport = named<QGroupBox>("fraComport", this);
+    cmbComPort = named<QComboBox>("cmbComPort", fraComport);
+    cmbBaudrate = named<QComboBox>("cmbBaudrate", fraComport);
+    auto* row = new QHBoxLayout(fraComport);
+    row->addWidget(cmbComPort, 1);
+    row->addWidget(cmbBaudrate, 1);
+    return fraComport;
+}
+
+void frmMain::buildStatusBar()
+{
+    for (std::size_t i = 0; i < sbar.size(); ++i) {
+        sbar[i] = new QLabel(this);
+        sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
+        // A long text must not widen the window.
+        sbar[i]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+    sbar[2]->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    statusBar()->addWidget(sbar[0], 2);
+    statusBar()->addWidget(sbar[1], 3);
+    statusBar()->addPermanentWidget(sbar[2]);
+}
+
+void frmMain::connectControls()
+{
+    connect(m_timer, &QTimer::timeout, this, [this] { Guarded([this] { timer_Tick(); }); });
+    connect(cmdStart, &QPushButton::clicked, this, [this] { Guarded([this] { m_loop.StartStop(); }); });
+    connect(cmdSingleValue, &QPushButton::clicked, this, [this] { Guarded([this] { m_loop.RequestSingleValue(); }); });
+    connect(chkTempMeasurement, &QCheckBox::clicked, this,
+            [this](bool checked) { Guarded([&] { m_loop.PollTemperature(checked); }); });
+    connect(cmbComPort, &QComboBox::activated, this, [this](int index) { Guarded([&] { cmbComPort_Click(index); }); });
+    connect(cmbBaudrate, &QComboBox::activated, this,
+            [this](int index) { Guarded([&] { cmbBaudrate_Click(index); }); });
+}
+
+void frmMain::localise()
+{
+    setWindowTitle(text(1100));
+    fraMeasurement->setTitle(text(1110));
+    fraComport->setTitle(text(1101));
+    lblMeasCaption->setText(text(1111));
+    lblTempCaption->setText(text(1112));
+    chkTempMeasurement->setText(text(1113));
+    chkTempMeasurement->setToolTip(text(1172));
+    cmdStart->setToolTip(text(1170));
+    cmdStart->setShortcut(Qt::Key_F5);
+    cmdSingleValue->setToolTip(text(1171));
+    cmdSingleValue->setShortcut(Qt::Key_F6);
+    shpLamp->setAccessibleName(text(1163));
+    lblShutDown->setText(text(1164));
+    cmbComPort->setAccessibleName(text(1173));
+    cmbComPort->setToolTip(text(1173));
+    cmbBaudrate->setAccessibleName(text(1174));
+    cmbBaudrate->setToolTip(text(1174));
+    picGraph->setAccessibleName(text(1165));
+    picGraph->EmptyText(text(1166));
+}
+
+void frmMain::fillComPorts()
+{
+    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
+        const QString device = QFile::decodeName(m_ports.devices.DeviceOf(port).c_str());
+        cmbComPort->addItem(QStringLiteral("COM %1").arg(port));
+        cmbComPort->setItemData(port - 1, device, Qt::ToolTipRole);
+        if (!device.isEmpty() && QFile::exists(device)) {
+            QFont standsOut = font();
+            standsOut.setBold(true);
+            cmbComPort->setItemData(port - 1, standsOut, Qt::FontRole);
+        }
+    }
+    cmbComPort->setCurrentIndex(std::clamp(m_settings.Comport, 1, modPComm::kPortCount) - 1);
+}
+
+void frmMain::fillBaudrates()
+{
+    for (const std::string_view rate : kBaudrateTexts) {
+        cmbBaudrate->addItem(FromUtf8(rate));
+    }
+    cmbBaudrate->setCurrentIndex(cmbBaudrate->findText(QString::number(m_settings.Baudrate)));
+}
+
+void frmMain::timer_Tick()
+{
+    m_loop.Tick(modAPI::LocalTime());
+    explainFailure();
+}
+
+/// The tool tip of the message panel says why the port cannot be opened.
+void frmMain::explainFailure()
+{
+    using modPComm::OpenProblem;
+    QString why;
+    if (!m_device.PortIsOpen) {
+        const modPComm::OpenFailure failure = m_ports.lastFailure();
+        const QString device = QFile::decodeName(failure.device.c_str());
+        switch (failure.problem) {
+        case OpenProblem::None:
+            break;
+        case OpenProblem::NoDevice:
+            why = device.isEmpty() ? text(1180) : text(1181).arg(device);
+            break;
+        case OpenProblem::Busy:
+            why = text(1182).arg(device);
+            break;
+        case OpenProblem::NoPermission:
+            why = text(1183).arg(device, QString::fromStdString(failure.group));
+            break;
+        case OpenProblem::NotATerminal:
+            why = text(1184).arg(device);
+            break;
+        case OpenProblem::Other:
+            why = text(1185).arg(device, QString::fromStdString(failure.reason));
+            break;
+        }
+    }
+    if (sbar[0]->toolTip() != why) {
+        sbar[0]->setToolTip(why);
+    }
+}
+
+void frmMain::cmbComPort_Click(int index)
+{
+    m_settings.Comport = index + 1;
+    m_loop.ChangePort();
+}
+
+void frmMain::cmbBaudrate_Click(int index)
+{
+    m_settings.Baudrate = clsRVQ::RateOfIndex(index);
+    m_loop.ChangeBaudrate();
+}
+
+QString frmMain::text(std::int32_t id) const
+{
+    return FromUtf8(modFunctions::GetText(id, m_settings.Language));
+}
+
+void frmMain::ShowDistance(const std::string& distance)
+{
+    const QString shown = FromBytes(distance);
+    setChanged(lblMeasValue, shown);
+    if (DistanceShown && !shown.isEmpty()) {
+        DistanceShown(shown);
+    }
+}
+
+void frmMain::ShowTemperature(const std::string& temperature)
+{
+    setChanged(lblTemperature, FromBytes(temperature));
+}
+
+void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
+{
+    setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
+}
+
+void frmMain::ShowDialogue(std::int32_t commStatus)
+{
+    if (commStatus == m_shownDialogue) {
+        return;
+    }
+    m_shownDialogue = commStatus;
+    const std::int32_t words = std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring) + 1160;
+    shpLamp->FillColor(lampColor(commStatus));
+    shpLamp->setAccessibleDescription(text(words));
+    lblLamp->setText(text(words));
+}
+
+void frmMain::ShowRunning(bool running)
+{
+    if (running != m_running) {
+        m_running = running;
+        cmdStart->setText(running ? QStringLiteral("Stop") : QStringLiteral("Start"));
+        cmdStart->setShortcut(Qt::Key_F5); // a new text takes the shortcut away
+    }
+}
+
+void frmMain::ShowShutDown(bool shutDown)
+{
+    lblShutDown->setVisible(shutDown);
+}
+
+void frmMain::ShowRule(const ControlRule& rule)
+{
+    cmdStart->setEnabled(rule.Start);
+    cmdSingleValue->setEnabled(rule.Single);
+}
+
+void frmMain::ResetChart()
+{
+    picGraph->Reset();
+}
+
+void frmMain::ShowUnit(std::string_view unit)
+{
+    picGraph->YTitle(QStringLiteral("[ %1 ]").arg(FromUtf8(unit)));
+}
+
+void frmMain::AddChartPoint(double time, double value)
+{
+    picGraph->AddPoint(time, value);
+}
+
+void frmMain::ShowChartTime(double time)
+{
+    picGraph->ShowTime(time);
+}

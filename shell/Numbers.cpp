@@ -1,0 +1,95 @@
+#include "shell/Numbers.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\0';
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+} // namespace
+
+std::optional<std::int32_t> RoundHalfToEven(double value)
+{
+    if (!std::isfinite(value)) {
+        return std::nullopt;
+    }
+    // The remainder of a division by 1 is exact and needs no rounding mode.
+    const double below = std::floor(value);
+    const double rest = value - below;
+    const bool up = rest > 0.5 || (rest == 0.5 && std::fmod(below, 2.0) != 0.0);
+    const double rounded = up ? below + 1.0 : below;
+    if (rounded < std::numeric_limits<std::int32_t>::min() || rounded > std::numeric_limits<std::int32_t>::max()) {
+        return std::nullopt;
+    }
+    return static_cast<std::int32_t>(rounded);
+}
+
+double Val(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    if (!text.empty() && text.front() == '+') {
+        text.remove_prefix(1);
+        if (!text.empty() && text.front() == '-') {
+            return 0.0;
+        }
+    }
+    const std::size_t head = !text.empty() && text.front() == '-' ? 1 : 0;
+    // from_chars would also take "inf" and "nan", which no sensor means.
+    if (text.size() <= head || !(isDigit(text[head]) || text[head] == '.')) {
+        return 0.0;
+    }
+    double value = 0.0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc{} ? value : 0.0;
+}
+
+std::optional<std::int32_t> WholeNumber(std::string_view text)
+{
+    text = Trimmed(text);
+    if (text.size() > 1 && text.front() == '+' && isDigit(text[1])) {
+        text.remove_prefix(1);
+    }
+    std::int32_t value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || result.ec != std::errc{} || result.ptr != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::string_view Trimmed(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+std::string FixedText(double value, int decimals, char decimalSeparator)
+{
+    // The largest double has 309 digits before its point.
+    std::array<char, 352> buffer{};
+    const auto result =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, decimals);
+    std::string text(buffer.data(), result.ptr);
+    if (const auto point = text.find('.'); point != std::string::npos) {
+        text[point] = decimalSeparator;
+    }
+    return text;
+}

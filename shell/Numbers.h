@@ -1,0 +1,25 @@
+// Reading and writing numbers and trimming texts, the same in every locale. What depends on the user's locale takes the
+// separator as an argument.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The nearest whole number, a half going to the even neighbour (2.5 gives 2, 3.5 gives 4).
+/// Empty when the value is not finite or the result does not fit 32 bits.
+std::optional<std::int32_t> RoundHalfToEven(double value);
+
+/// The number at the head of a text, after blanks: sign, digits, ".", digits, exponent. What follows is ignored.
+/// 0 when there is none or when it is too large for a double.
+double Val(std::string_view text);
+
+/// The whole text, blanks around it apart, as a decimal whole number; empty when it is anything else or does not fit.
+std::optional<std::int32_t> WholeNumber(std::string_view text);
+
+/// The text without blanks, tabs and line ends at both ends.
+std::string_view Trimmed(std::string_view text);
+
+/// A value with a fixed number of decimals (0..17) and the given decimal separator; no group separators.
+std::string FixedText(double value, int decimals, char decimalSeparator);

@@ -1,0 +1,19 @@
+// Core texts and Qt texts, converted here and nowhere else.
+#pragma once
+
+#include <QString>
+
+#include <string>
+#include <string_view>
+
+/// Bytes of the sensor or of a file (Windows-1252, one character a byte).
+QString FromBytes(std::string_view bytes);
+
+/// The same back; a character that the code page lacks becomes "?".
+std::string ToBytes(const QString& text);
+
+/// Texts of the program's own table and paths of the system (UTF-8).
+inline QString FromUtf8(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}

@@ -1,0 +1,147 @@
+// The program RVQ: reads its options, puts a simulated sensor on COM 1 if asked to, and opens the main window.
+#include "config/modIni.h"
+#include "device/clsPosixPort.h"
+#include "device/modPComm.h"
+#include "monitor/frmMain.h"
+#include "shell/Numbers.h"
+#include "shell/QtText.h"
+#include "shell/modAPI.h"
+#include "shell/modGlobals.h"
+#include "simulator/clsSimulatedSensor.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <QPixmap>
+#include <QTimer>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+constexpr double kScreenshotAfter_s = 5.0;
+constexpr std::int32_t kDemoPort = 1;
+
+struct Options {
+    bool demo = false;
+    bool print = false;
+    QString folder, screenshot;
+    std::int32_t screenshotAfter_ms = 0;
+    std::int32_t language = LanguageGerman;
+    std::vector<std::pair<std::int32_t, std::string>> ports;
+};
+
+[[noreturn]] void refuse(const QString& why)
+{
+    std::fprintf(stderr, "RVQ: %s\nTry RVQ --help.\n", qPrintable(why));
+    std::exit(2);
+}
+
+void readPorts(const QStringList& values, Options& options)
+{
+    for (const QString& value : values) {
+        const auto sign = value.indexOf(u'=');
+        const int port = value.left(sign).toInt();
+        if (sign < 0 || port < 1 || port > modPComm::kPortCount || value.mid(sign + 1).isEmpty()) {
+            refuse(QStringLiteral("--port takes N=DEVICE with N from 1 to 255, not \"%1\"").arg(value));
+        }
+        options.ports.emplace_back(port, QFile::encodeName(value.mid(sign + 1)).toStdString());
+    }
+}
+
+Options readOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Configures and monitors serial laser distance sensors."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption demo("demo", "Put a simulated sensor on COM 1 for this run and measure.");
+    const QCommandLineOption folder("folder", "Keep settings and recordings in <DIR>.", "DIR");
+    const QCommandLineOption port("port", "Use a device for port number N for this run (repeatable).", "N=DEVICE");
+    const QCommandLineOption language("language", "Language of the texts: de or en.", "de|en");
+    const QCommandLineOption connect("connect", "Skip the start-up window and connect with the stored settings.");
+    const QCommandLineOption screenshot("screenshot", "Save a picture of the main window as <FILE> and end.", "FILE");
+    const QCommandLineOption after("after", "Seconds before the picture is taken (5).", "SECONDS");
+    const QCommandLineOption print("print", "Print every distance to standard output.");
+    parser.addOptions({demo, folder, port, language, connect, screenshot, after, print});
+    parser.process(arguments);
+
+    Options options;
+    options.demo = parser.isSet(demo);
+    options.print = parser.isSet(print);
+    options.folder = parser.value(folder);
+    options.screenshot = parser.value(screenshot);
+    bool isNumber = true;
+    const double seconds = parser.isSet(after) ? parser.value(after).toDouble(&isNumber) : kScreenshotAfter_s;
+    if (!isNumber || !(seconds >= 0.0 && seconds <= 86400.0)) {
+        refuse(QStringLiteral("--after takes seconds from 0 to 86400"));
+    }
+    options.screenshotAfter_ms = RoundHalfToEven(seconds * 1000.0).value_or(0);
+    if (const QString code = parser.value(language); code == QLatin1String("en")) {
+        options.language = LanguageEnglish;
+    } else if (parser.isSet(language) && code != QLatin1String("de")) {
+        refuse(QStringLiteral("--language takes de or en"));
+    }
+    readPorts(parser.values(port), options);
+    return options;
+}
+
+void takePicture(frmMain& window, const QString& file)
+{
+    const bool saved = window.grab().save(file);
+    if (!saved) {
+        std::fprintf(stderr, "RVQ: cannot write %s\n", qPrintable(file));
+    }
+    QApplication::exit(saved ? 0 : 1);
+}
+
+void printDistance(const QString& text)
+{
+    std::printf("%s\n", qPrintable(text));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("RVQ"));
+    QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    const Options options = readOptions(QApplication::arguments());
+
+    modGlobals::Settings settings;
+    settings.Language = options.language;
+    const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
+    modPComm::PortDevices devices;
+    devices.Use([ports = modIni::ReadSection(folder / "RVQ.ini", "PORTS")](std::string_view key) {
+        return modIni::ValueOf(ports, key);
+    });
+    std::unique_ptr<simulator::clsSimulatedSensor> sensor;
+    if (options.demo) {
+        simulator::SensorOptions simulated;
+        simulated.lineRate = settings.Baudrate;
+        sensor = std::make_unique<simulator::clsSimulatedSensor>(simulated);
+        devices.Override(kDemoPort, sensor->Path());
+    }
+    for (const auto& [port, device] : options.ports) {
+        devices.Override(port, device);
+    }
+
+    clsPosixPort port(devices);
+    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }});
+    if (options.print) {
+        window.DistanceShown = printDistance;
+    }
+    if (options.demo) {
+        window.MeasureWhenConnected();
+    }
+    window.show();
+    if (!options.screenshot.isEmpty()) {
+        QTimer::singleShot(options.screenshotAfter_ms, &window, [&] { takePicture(window, options.screenshot); });
+    }
+    return QApplication::exec();
+}

@@ -1,0 +1,76 @@
+#include "shell/modAPI.h"
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <system_error>
+#include <unistd.h>
+
+namespace modAPI {
+
+namespace {
+
+using namespace std::chrono;
+
+constexpr double kSecondsPerDay = 86400.0;
+constexpr sys_days kDayZero{December / 30 / 1899};
+
+std::filesystem::path userDataFolder()
+{
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
+        return std::filesystem::path(data) / "orvex";
+    }
+    const char* home = std::getenv("HOME");
+    return std::filesystem::path(home != nullptr ? home : "/tmp") / ".local/share/orvex";
+}
+
+} // namespace
+
+double DateTimeOf(const CivilTime& civil)
+{
+    const sys_days date{year{civil.year} / month{civil.month} / day{civil.day}};
+    const double seconds = civil.hour * 3600.0 + civil.minute * 60.0 + civil.second + civil.millisecond / 1000.0;
+    return static_cast<double>((date - kDayZero).count()) + seconds / kSecondsPerDay;
+}
+
+double LocalTime()
+{
+    const auto now = system_clock::now();
+    const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
+    const auto rest = now - floor<std::chrono::seconds>(now);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    return DateTimeOf({local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
+                       static_cast<unsigned>(local.tm_mday), local.tm_hour, local.tm_min, local.tm_sec,
+                       static_cast<std::int32_t>(duration_cast<milliseconds>(rest).count())});
+}
+
+std::string TimeOfDayText(double dateTime)
+{
+    // A tenth of a millisecond on top: a whole second must not fall to the one before it in the division by a day.
+    const double ofDay = (dateTime - std::floor(dateTime)) * kSecondsPerDay + 0.0001;
+    const auto seconds = static_cast<long>(std::fmod(ofDay, kSecondsPerDay));
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%02ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60);
+    return text.data();
+}
+
+std::filesystem::path ProgramFolder(const std::filesystem::path& wanted)
+{
+    std::error_code error;
+    std::filesystem::path folder = wanted;
+    if (folder.empty()) {
+        folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+        if (error || access(folder.c_str(), W_OK) != 0) {
+            folder = userDataFolder();
+        }
+    }
+    folder = std::filesystem::absolute(folder, error);
+    std::filesystem::create_directories(folder, error);
+    return folder;
+}
+
+} // namespace modAPI

@@ -1,0 +1,32 @@
+// What the program asks the platform: the local time and the folder in which its files live.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace modAPI {
+
+/// A moment of the local calendar.
+struct CivilTime {
+    std::int32_t year = 1899;
+    unsigned month = 12; ///< 1..12
+    unsigned day = 30;   ///< 1..31
+    std::int32_t hour = 0, minute = 0, second = 0, millisecond = 0;
+};
+
+/// Days since 1899-12-30, the time of day as the fraction.
+double DateTimeOf(const CivilTime& civil);
+
+/// The local time now, to the millisecond, as days since 1899-12-30.
+double LocalTime();
+
+/// The time of day as "hh:mm:ss".
+std::string TimeOfDayText(double dateTime);
+
+/// The folder of settings, recordings and configurations: `wanted` if it is not empty, else the executable's own folder
+/// if the user can write there, else $XDG_DATA_HOME/orvex (by default ~/.local/share/orvex).
+/// The folder is created when it is missing; a failure shows when something is written.
+std::filesystem::path ProgramFolder(const std::filesystem::path& wanted);
+
+} // namespace modAPI

@@ -1,0 +1,13 @@
+// The program's texts by id.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace modFunctions {
+
+/// The text (UTF-8) of a German id, 1000..1399, in the language with this offset (0 German, 1000 English).
+/// Empty when there is none.
+std::string_view GetText(std::int32_t id, std::int32_t language);
+
+} // namespace modFunctions

@@ -1,0 +1,32 @@
+// Reading a fault's name and rate.
+#include "simulator/Faults.h"
+
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+
+namespace simulator {
+
+std::string ParseFault(std::string_view text, Faults& faults)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == std::string_view::npos) {
+        return "a fault is given as NAME=RATE, not \"" + std::string(text) + "\"";
+    }
+    const std::string_view name = text.substr(0, equals);
+    const auto row = std::ranges::find(kFaultRows, name, &FaultRow::name);
+    if (row == std::end(kFaultRows)) {
+        return "no fault is named \"" + std::string(name) + "\"";
+    }
+    const std::string_view number = text.substr(equals + 1);
+    double rate = 0;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), rate);
+    const bool isWhole = error == std::errc{} && end == number.data() + number.size();
+    if (!isWhole || !(rate >= 0 && rate <= 1)) { // the second test also keeps out "nan"
+        return "the rate of " + std::string(name) + " is a number from 0 to 1, not \"" + std::string(number) + "\"";
+    }
+    faults.*(row->rate) = rate;
+    return {};
+}
+
+} // namespace simulator

@@ -1,0 +1,52 @@
+// What can go wrong with the simulated sensor and its line, and how it is asked for on a command line.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+/// Each rate runs from 0 (never) to 1 (always); kFaultRows says what it counts.
+struct Faults {
+    double silence = 0;
+    double refusal = 0;
+    double slow = 0;
+    double split = 0;
+    double burst = 0;
+    double garbage = 0;
+    double lost = 0;
+    double noecho = 0;
+    double temperr = 0;
+    double shutdown = 0;
+    double unplug = 0;
+    double cutdump = 0;
+    double announce = 0;
+};
+
+struct FaultRow {
+    std::string_view name;
+    double Faults::*rate;
+    std::string_view help;
+};
+
+inline constexpr FaultRow kFaultRows[] = {
+    {"silence", &Faults::silence, "chance that a command is not heard; 1: the sensor is dead"},
+    {"refusal", &Faults::refusal, "chance that a parameter frame is refused"},
+    {"slow", &Faults::slow, "chance that an answer comes up to 1 s late"},
+    {"split", &Faults::split, "chance that an answer or value comes byte by byte, with gaps"},
+    {"burst", &Faults::burst, "chance that an answer or value waits for the next 200 ms burst"},
+    {"garbage", &Faults::garbage, "chance per byte of a foreign byte before it"},
+    {"lost", &Faults::lost, "chance per byte to vanish"},
+    {"noecho", &Faults::noecho, "chance per value of \"No Echo\""},
+    {"temperr", &Faults::temperr, "chance per value of \"TempErr!\""},
+    {"shutdown", &Faults::shutdown, "0.5 or more: laser shut down, temperature not OK, only \"TempErr!\""},
+    {"unplug", &Faults::unplug, "chance per second that the line is pulled for 3 s"},
+    {"cutdump", &Faults::cutdump, "chance that a configuration dump stops in its middle"},
+    {"announce", &Faults::announce, "chance that \"RVQ ready\" breaks into an answer"},
+};
+
+/// Sets one rate from "NAME=RATE" (0..1, decimal point whatever the locale). Returns an empty text, or, with faults
+/// left as they were, a sentence that says what is wrong.
+std::string ParseFault(std::string_view text, Faults& faults);
+
+} // namespace simulator

@@ -1,0 +1,246 @@
+// Commands and parameters of the simulated sensor; what it measures stands in clsSensorModelMeasure.cpp.
+#include "simulator/clsSensorModel.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace simulator {
+
+namespace {
+
+constexpr double kProcessing_s = 0.002; // from a complete command to the first bit of its answer
+constexpr double kLatest_s = 1.0;       // how late a slow answer can be
+constexpr std::size_t kWireLogLength = 1000;
+constexpr std::string_view kReady = "RVQ ready\r\n";
+constexpr std::int32_t kFactoryRateIndex = 3;
+
+std::size_t knownParameter(std::string_view code)
+{
+    const auto place = FindParameter(code);
+    if (!place) {
+        throw std::out_of_range("the sensor has no parameter " + std::string(code));
+    }
+    return *place;
+}
+
+} // namespace
+
+clsSensorModel::clsSensorModel(const SensorOptions& options)
+    : m_options(options), m_line(options.lineRate, options.seed + 1), m_random(options.seed),
+      m_current(FactoryValues()), m_stored(m_current),
+      m_bootRateIndex(RateIndex(options.lineRate).value_or(kFactoryRateIndex))
+{
+    m_current[knownParameter("601")] = m_bootRateIndex;
+    m_stored = m_current;
+}
+
+void clsSensorModel::PowerOn(double now_s)
+{
+    m_reader.Reset();
+    m_line.Clear();
+    m_singleValue_s.reset();
+    m_isMeasuring = false;
+    m_isMarkerOn = false;
+    m_current = m_stored;
+    // A rate given from outside may have no index; it stays until another one is stored.
+    if (const std::int32_t index = Parameter("601"); index != m_bootRateIndex) {
+        m_line.Rate(kRates[index]);
+        m_bootRateIndex = index;
+    }
+    if (m_options.faults.silence < 1) {
+        m_line.Send(kReady, now_s + kProcessing_s, m_options.faults);
+    }
+    if (Parameter("305") == 1) {
+        startMeasuring(now_s);
+    }
+}
+
+void clsSensorModel::Receive(std::string_view bytes, double now_s)
+{
+    advance(now_s);
+    for (const char byte : bytes) {
+        const auto command = m_reader.Take(byte, now_s);
+        if (!command) {
+            continue;
+        }
+        m_wireLog.push_back(*command);
+        if (m_wireLog.size() > kWireLogLength) {
+            m_wireLog.pop_front();
+        }
+        if (!happens(m_options.faults.silence)) {
+            execute(*command, now_s);
+        }
+    }
+}
+
+std::string clsSensorModel::Transmit(double now_s)
+{
+    advance(now_s);
+    return m_line.TakeDue(now_s);
+}
+
+double clsSensorModel::NextDue() const
+{
+    double due_s = m_line.NextDue();
+    if (m_isMeasuring) {
+        due_s = std::min(due_s, std::max(m_nextValue_s, m_line.FreeAt()));
+    }
+    if (m_singleValue_s) {
+        due_s = std::min(due_s, std::max(*m_singleValue_s, m_line.FreeAt()));
+    }
+    return due_s;
+}
+
+std::int32_t clsSensorModel::Parameter(std::string_view code) const
+{
+    return m_current[knownParameter(code)];
+}
+
+std::int32_t clsSensorModel::StoredParameter(std::string_view code) const
+{
+    return m_stored[knownParameter(code)];
+}
+
+void clsSensorModel::SetParameter(std::string_view code, std::int32_t value)
+{
+    const std::size_t place = knownParameter(code);
+    const ParameterRow& row = kParameterRows[place];
+    if (value < row.minimum || value > row.maximum) {
+        throw std::out_of_range("parameter " + std::string(code) + " cannot be " + std::to_string(value));
+    }
+    m_current[place] = value;
+}
+
+void clsSensorModel::execute(std::string_view command, double now_s)
+{
+    switch (command.front()) {
+    case 'M':
+        startMeasuring(now_s);
+        break;
+    case 'S':
+        stopMeasuring();
+        break;
+    case 'X':
+        stopMeasuring();
+        answer("Sensor ready\r\n", now_s);
+        break;
+    case 'G':
+        m_singleValue_s = now_s + interval_s();
+        break;
+    case 'T':
+        answer(TemperatureMessage(format(), m_temperature_C, isTemperatureGood()), now_s);
+        break;
+    case 'C': {
+        std::string text = dump();
+        if (happens(m_options.faults.cutdump)) {
+            text.resize(text.size() / 2);
+        }
+        answer(std::move(text), now_s);
+        break;
+    }
+    case 'O':
+    case 'P':
+        m_isMarkerOn = command.front() == 'P';
+        break;
+    default:
+        executeFrame(command, now_s);
+    }
+}
+
+void clsSensorModel::executeFrame(std::string_view frame, double now_s)
+{
+    const std::string_view code = frame.substr(0, 3);
+    const bool isWellFormed = frame.size() >= 5 && frame[3] == ' ' && code.find_first_not_of("0123456789") == code.npos;
+    if (!isWellFormed) {
+        answer("Error ???\r\n", now_s);
+        return;
+    }
+    const bool isDone = !happens(m_options.faults.refusal) && applyFrame(code, frame.substr(4, frame.size() - 5));
+    if (!isDone) {
+        answer("Error " + std::string(code) + "\r\n", now_s);
+    } else {
+        answer(m_options.isShortAcknowledge ? "OK\r\n" : "OK " + std::string(code) + "\r\n", now_s);
+    }
+}
+
+bool clsSensorModel::applyFrame(std::string_view code, std::string_view text)
+{
+    if (code == "999" || code == "000") {
+        if (!text.empty()) {
+            return false;
+        }
+        (code == "999" ? m_stored : m_current) = code == "999" ? m_current : FactoryValues();
+        return true;
+    }
+    const auto place = FindParameter(code);
+    if (!place || !hasParameter(kParameterRows[*place])) {
+        return false;
+    }
+    const auto value = ReadParameterText(kParameterRows[*place], text);
+    if (value) {
+        m_current[*place] = *value;
+    }
+    return value.has_value();
+}
+
+void clsSensorModel::answer(std::string text, double now_s)
+{
+    double delay_s = kProcessing_s;
+    if (happens(m_options.faults.slow)) {
+        delay_s += std::uniform_real_distribution<double>(0, kLatest_s)(m_random);
+    }
+    if (happens(m_options.faults.announce)) {
+        text.insert(text.size() / 2, kReady);
+    }
+    m_line.Send(text, now_s + delay_s, m_options.faults);
+}
+
+std::string clsSensorModel::dump() const
+{
+    const bool isShutDown = m_options.faults.shutdown >= 0.5;
+    std::string text = m_options.kind == DeviceKind::Serial ? "Type: Serial\r\n" : "Type: Profibus\r\n";
+    text += "Attenuator: " + m_options.attenuator + "\r\n";
+    text += "Serial-No: 004711\r\nVersion: 2.07\r\nBuild: 1187\r\nDate: 2019-03-14\r\n";
+    text += std::string("Pointer: ") + (isShutDown ? "shutdown" : m_isMarkerOn ? "on" : "off") + "\r\n";
+    text += "Temperature: " + TemperatureText(m_temperature_C, isTemperatureGood()) + "\r\n";
+    for (std::size_t i = 0; i < kParameterRows.size(); ++i) {
+        const ParameterRow& row = kParameterRows[i];
+        if (!hasParameter(row)) {
+            continue;
+        }
+        text += m_options.isLegacyDump && row.code == "306" ? "3 06" : std::string(row.code);
+        text += ": " + std::to_string(m_current[i]) + "\r\n";
+    }
+    return text + "end\r\n";
+}
+
+bool clsSensorModel::isTemperatureGood() const
+{
+    return m_options.faults.shutdown < 0.5;
+}
+
+bool clsSensorModel::hasParameter(const ParameterRow& row) const
+{
+    switch (row.presence) {
+    case Presence::ProfibusOnly:
+        return m_options.kind == DeviceKind::Profibus;
+    case Presence::EchoOnly:
+        return m_options.attenuator.find('E') != std::string::npos;
+    case Presence::Always:
+        break;
+    }
+    return true;
+}
+
+Format clsSensorModel::format() const
+{
+    return static_cast<Format>(Parameter("101"));
+}
+
+bool clsSensorModel::happens(double rate)
+{
+    return rate > 0 && std::uniform_real_distribution<double>(0, 1)(m_random) < rate;
+}
+
+} // namespace simulator

@@ -1,0 +1,106 @@
+// The simulated laser distance sensor: bytes in, bytes out, given the time. It owns its parameters, its measurement
+// and its faults; who carries the bytes, and when, is left to others. It shares nothing with the programs that talk
+// to it, so that a misunderstanding on either side shows.
+#pragma once
+
+#include "simulator/Faults.h"
+#include "simulator/Parameters.h"
+#include "simulator/WireFormat.h"
+#include "simulator/clsCommandReader.h"
+#include "simulator/clsTransmitLine.h"
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+struct SensorOptions {
+    DeviceKind kind = DeviceKind::Serial;
+    std::string attenuator = "E";    // the sensor has the echo parameters 351..355 exactly when this contains an 'E';
+                                     // one line, without the word "end"
+    bool isLegacyDump = false;       // the dump writes "3 06:" for "306:"
+    bool isShortAcknowledge = false; // "OK" without the code
+    std::int32_t lineRate = 9600;    // bit/s
+    std::uint64_t seed = 1;
+    Faults faults{};
+};
+
+/// All times are seconds on one steady scale and must not run backwards.
+class clsSensorModel {
+public:
+    explicit clsSensorModel(const SensorOptions& options = {});
+
+    /// Switches on or restarts: takes the stored parameters, sets the line to the stored rate, announces itself with
+    /// "RVQ ready" and, with a stored autostart, begins to measure. A new model is on, silent and idle.
+    void PowerOn(double now_s);
+    /// Takes what the other side has sent, in pieces of any size.
+    void Receive(std::string_view bytes, double now_s);
+    /// The bytes that have left by now, paced at the line's rate; each is returned once.
+    std::string Transmit(double now_s);
+    /// When to call Transmit again; infinite when nothing will come without a command.
+    double NextDue() const;
+
+    bool IsMeasuring() const { return m_isMeasuring; }
+    bool IsMarkerOn() const { return m_isMarkerOn; }
+    std::int32_t LineRate() const { return m_line.Rate(); }
+
+    /// Current and stored value of a parameter (of a listed one its index). Throw std::out_of_range for a code that
+    /// no sensor has; the setter, which changes the current value only, also for a value that the sensor refuses.
+    std::int32_t Parameter(std::string_view code) const;
+    std::int32_t StoredParameter(std::string_view code) const;
+    void SetParameter(std::string_view code, std::int32_t value);
+
+    /// Puts the scene away and measures this distance, without noise; nothing brings the scene back.
+    void HoldDistance(std::optional<double> distance_mm) { m_heldDistance_mm = distance_mm; }
+    void SetTemperature(std::int32_t temperature_C) { m_temperature_C = temperature_C; }
+    simulator::Faults& Faults() { return m_options.faults; }
+
+    /// The latest complete commands in the order of their arrival, frames with their carriage return; also those that
+    /// a fault kept from being heard. Bounded: the oldest go first.
+    const std::deque<std::string>& WireLog() const { return m_wireLog; }
+    void ClearWireLog() { m_wireLog.clear(); }
+
+private:
+    void execute(std::string_view command, double now_s);
+    void executeFrame(std::string_view frame, double now_s);
+    bool applyFrame(std::string_view code, std::string_view text);
+    void startMeasuring(double now_s);
+    void stopMeasuring();
+
+    void advance(double now_s);
+    void sendValue(double at_s);
+    double measure_mm(double at_s);
+    double smoothed_mm(double value_mm);
+    std::int32_t depth() const;
+    double interval_s() const;
+
+    void answer(std::string text, double now_s);
+    std::string dump() const;
+    bool isTemperatureGood() const;
+    bool hasParameter(const ParameterRow& row) const;
+    Format format() const;
+    bool happens(double rate);
+
+    SensorOptions m_options;
+    clsCommandReader m_reader;
+    clsTransmitLine m_line;
+    std::mt19937_64 m_random;
+    ParameterSet m_current;
+    ParameterSet m_stored;
+    std::int32_t m_bootRateIndex; // the value of 601 that stands for the line's present rate
+
+    bool m_isMeasuring = false;
+    bool m_isMarkerOn = false;
+    double m_nextValue_s = 0;
+    std::optional<double> m_singleValue_s; // a requested single value is ready then
+    std::deque<double> m_lastValues_mm;    // for the moving average
+    std::optional<double> m_heldDistance_mm;
+    std::int32_t m_temperature_C = 23;
+    std::deque<std::string> m_wireLog;
+};
+
+} // namespace simulator

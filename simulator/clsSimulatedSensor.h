@@ -1,0 +1,60 @@
+// A simulated sensor that runs: the model in real time behind a pseudo-terminal, in a thread of its own.
+#pragma once
+
+#include "simulator/clsPseudoTerminal.h"
+#include "simulator/clsSensorModel.h"
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+
+namespace simulator {
+
+class clsSimulatedSensor {
+public:
+    /// Opens the terminal, and starts the thread of a sensor that is on and idle. link: path of a symbolic link to the
+    /// terminal, empty for none. Throws std::runtime_error when terminal or link cannot be had.
+    explicit clsSimulatedSensor(const SensorOptions& options = {}, std::string link = {});
+    /// Ends the thread within some milliseconds and takes the link away.
+    ~clsSimulatedSensor();
+    clsSimulatedSensor(const clsSimulatedSensor&) = delete;
+    clsSimulatedSensor& operator=(const clsSimulatedSensor&) = delete;
+
+    /// What to open: the link when there is one, else the device, which changes with every Replug.
+    std::string Path() const;
+    /// The time in seconds that the model is given; 0 at the start.
+    double Now_s() const;
+
+    /// Lets the caller look at the model or change it while the sensor stands still. The call must not come back here.
+    void With(const std::function<void(clsSensorModel&)>& use);
+
+    /// Pulls the line until Replug: whoever has it open sees a hang-up within some milliseconds.
+    void Unplug();
+    /// Does nothing while the line is plugged in. Throws std::runtime_error as the constructor.
+    void Replug();
+
+private:
+    void run();
+    double step();
+    void playUnplugFault(double now_s);
+    void waitFor(double seconds);
+    void wake();
+
+    mutable std::mutex m_mutex; // guards what follows, down to m_isStopping
+    clsSensorModel m_model;
+    clsPseudoTerminal m_terminal;
+    std::mt19937_64 m_random;
+    double m_nextUnplugDraw_s = 0;
+    std::optional<double> m_replugAt_s; // set while the unplug fault keeps the line pulled
+    int m_waitOn = -1;                  // the terminal, when it can bring news
+    bool m_isStopping = false;
+
+    double m_start_s;
+    int m_wakeUp;
+    std::thread m_thread;
+};
+
+} // namespace simulator

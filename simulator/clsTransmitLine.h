@@ -1,0 +1,55 @@
+// The sensor's sending side: a queue of messages that leaves at the line's rate, with the faults that strike bytes on
+// their way.
+#pragma once
+
+#include "simulator/Faults.h"
+
+#include <cstdint>
+#include <deque>
+#include <random>
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+class clsTransmitLine {
+public:
+    clsTransmitLine(std::int32_t bitsPerSecond, std::uint64_t seed);
+
+    /// Bits per second; a byte takes ten of them. Messages already queued keep the pace they were given.
+    std::int32_t Rate() const { return m_rate; }
+    void Rate(std::int32_t bitsPerSecond) { m_rate = bitsPerSecond; }
+
+    /// Queues a message behind what is waiting; its first byte starts at notBefore_s at the earliest.
+    void Send(std::string_view bytes, double notBefore_s, const Faults& faults);
+    void Clear();
+
+    /// The bytes that are out by now, each once.
+    std::string TakeDue(double now_s);
+    /// When the last queued byte is out; in the past or 0 when nothing waits.
+    double FreeAt() const { return m_free_s; }
+    /// When to call TakeDue so that messages end on time and no byte is more than 4 ms late; infinite when none waits.
+    double NextDue() const;
+
+private:
+    struct DueByte {
+        double due_s;
+        char byte;
+    };
+    struct Message {
+        double end_s;
+        bool isSplit;
+        std::deque<DueByte> bytes;
+    };
+
+    bool happens(double rate);
+    void append(Message& message, char byte, bool isBurst);
+
+    std::int32_t m_rate;
+    std::mt19937_64 m_random;
+    std::deque<Message> m_messages;
+    double m_free_s = 0;
+    double m_lastDue_s = 0;
+};
+
+} // namespace simulator

@@ -1,0 +1,162 @@
+// rvqsim: a simulated sensor on a pseudo-terminal, for any program that talks to a serial port.
+#include "simulator/clsSimulatedSensor.h"
+
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <getopt.h>
+#include <iostream>
+#include <optional>
+#include <signal.h>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace {
+
+using namespace simulator;
+
+constexpr int kBadArguments = 2;
+
+struct Arguments {
+    SensorOptions sensor;
+    std::string link;
+};
+
+enum Choice : int { Link = 1, Type, Fault, Attenuator, LegacyDump, ShortAck, Rate, Seed, Help, Version };
+
+constexpr option kOptions[] = {{"link", required_argument, nullptr, Link},
+                               {"type", required_argument, nullptr, Type},
+                               {"fault", required_argument, nullptr, Fault},
+                               {"attenuator", required_argument, nullptr, Attenuator},
+                               {"legacy-dump", no_argument, nullptr, LegacyDump},
+                               {"short-ack", no_argument, nullptr, ShortAck},
+                               {"rate", required_argument, nullptr, Rate},
+                               {"seed", required_argument, nullptr, Seed},
+                               {"help", no_argument, nullptr, Help},
+                               {"version", no_argument, nullptr, Version},
+                               {nullptr, 0, nullptr, 0}};
+
+void printHelp()
+{
+    std::cout << "Usage: rvqsim [OPTION]...\n"
+                 "Plays a laser distance sensor on a pseudo-terminal, prints its path and runs until stopped.\n\n"
+                 "  --link PATH          put a symbolic link to the terminal at PATH\n"
+                 "  --type serial|profibus\n"
+                 "  --fault NAME=RATE    switch a fault on (0..1, below); may be repeated\n"
+                 "  --attenuator TEXT    echo parameters exist when it contains an E (default E)\n"
+                 "  --legacy-dump        write \"3 06:\" for \"306:\" in the configuration dump\n"
+                 "  --short-ack          acknowledge with \"OK\" alone\n"
+                 "  --rate BIT_S         1200, 2400, 4800, 9600 (default), 19200 or 38400\n"
+                 "  --seed N             another scene and other chances\n"
+                 "  --help, --version\n\nFaults:\n";
+    for (const FaultRow& row : kFaultRows) {
+        std::cout << "  " << row.name << std::string(10 - row.name.size(), ' ') << row.help << "\n";
+    }
+}
+
+template <typename Number>
+std::optional<Number> wholeNumber(std::string_view text)
+{
+    Number number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+bool isOneLineWithoutEnd(std::string_view text)
+{
+    for (const char character : text) {
+        if (static_cast<unsigned char>(character) < ' ') {
+            return false;
+        }
+    }
+    return text.find("end") == text.npos;
+}
+
+/// Takes one option into the arguments; returns what is wrong with it, empty when nothing is.
+std::string takeOption(int choice, const std::string& text, Arguments& arguments)
+{
+    SensorOptions& sensor = arguments.sensor;
+    switch (choice) {
+    case Link:
+        arguments.link = text;
+        return text.empty() ? "the link needs a path" : "";
+    case Type:
+        sensor.kind = text == "profibus" ? DeviceKind::Profibus : DeviceKind::Serial;
+        return text == "profibus" || text == "serial" ? "" : "the type is serial or profibus, not \"" + text + "\"";
+    case Fault:
+        return ParseFault(text, sensor.faults);
+    case Attenuator:
+        sensor.attenuator = text;
+        return isOneLineWithoutEnd(text) ? "" : "the attenuator is one line of text without the word \"end\"";
+    case LegacyDump:
+        sensor.isLegacyDump = true;
+        return {};
+    case ShortAck:
+        sensor.isShortAcknowledge = true;
+        return {};
+    case Rate:
+        sensor.lineRate = wholeNumber<std::int32_t>(text).value_or(0);
+        return RateIndex(sensor.lineRate) ? "" : "the sensor has no rate of \"" + text + "\"";
+    default: // Seed
+        sensor.seed = wholeNumber<std::uint64_t>(text).value_or(0);
+        return wholeNumber<std::uint64_t>(text) ? "" : "the seed is a whole number, not \"" + text + "\"";
+    }
+}
+
+/// Fills the arguments. Returns the exit status when there is nothing to run.
+std::optional<int> readArguments(int argc, char* argv[], Arguments& arguments)
+{
+    for (int choice = 0; (choice = getopt_long(argc, argv, "", kOptions, nullptr)) != -1;) {
+        if (choice == Help) {
+            printHelp();
+            return 0;
+        }
+        if (choice == Version) {
+            std::cout << "rvqsim " ORVEX_VERSION "\n";
+            return 0;
+        }
+        if (choice == '?') {
+            return kBadArguments; // getopt has said why
+        }
+        const std::string wrong = takeOption(choice, optarg != nullptr ? optarg : "", arguments);
+        if (!wrong.empty()) {
+            std::cerr << "rvqsim: " << wrong << "\n";
+            return kBadArguments;
+        }
+    }
+    if (optind < argc) {
+        std::cerr << "rvqsim: what is \"" << argv[optind] << "\"? (--help)\n";
+        return kBadArguments;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    Arguments arguments;
+    if (const auto status = readArguments(argc, argv, arguments)) {
+        return *status;
+    }
+    // Blocked before the sensor's thread exists, so that the signals wait for sigwait here and interrupt nothing.
+    sigset_t endSignals;
+    sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGINT);
+    sigaddset(&endSignals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+    try {
+        const clsSimulatedSensor sensor(arguments.sensor, arguments.link);
+        std::cout << sensor.Path() << std::endl;
+        int received = 0;
+        sigwait(&endSignals, &received);
+    } catch (const std::exception& error) {
+        std::cerr << "rvqsim: " << error.what() << "\n";
+        return 1;
+    }
+    return 0;
+}

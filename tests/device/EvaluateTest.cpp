@@ -1,0 +1,438 @@
+// The evaluation of replies: which event and which follow-up belong to which bytes in which state.
+#include "device/Crc16.h"
+#include "device/Parameters.h"
+#include "device/ReplySteps.h"
+#include "tests/support/ScriptedSensor.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr double kPast_ms = 2001;
+
+std::string withCrc(std::string frame)
+{
+    const std::uint16_t crc = Crc16(frame, 0xFFFFFFFF);
+    frame += static_cast<char>(crc & 0xFF);
+    frame += static_cast<char>(crc >> 8);
+    return frame;
+}
+
+TEST(Evaluate, SilencePastTheDeadline)
+{
+    struct Row {
+        std::int32_t status;
+        const char* command;
+        std::int32_t event;
+        const char* sent;
+        const char* commandAfter;
+    };
+    const Row rows[] = {
+        {DialogueNone, "", EventNone, "X", "X"},         {DialogueNone, "X", EventNoAnswer, "", ""},
+        {DialogueNone, "m", EventNoAnswer, "", ""},      {DialogueMeasuring, "m", EventNoAnswer, "", "m"},
+        {DialogueIdle, "M", EventNoAnswer, "S", "S"}, // the follow-up must not hide the event
+        {DialogueMeasuring, "M", EventNoAnswer, "", ""}, {DialogueIdle, "O", EventNone, "", ""},
+        {DialogueIdle, "P", EventNone, "", ""},          {DialogueMeasuring, "S", EventNone, "T", "T"},
+        {DialogueIdle, "S", EventNone, "", ""},          {DialogueMeasuring, "T", EventNoAnswer, "", ""},
+        {DialogueIdle, "", EventNone, "T", "T"},         {DialogueIdle, "G", EventNone, "", "G"},
+        {DialogueIdle, "C", EventNoAnswer, "", "C"},     {DialogueIdle, "302 50\r", EventNoAnswer, "", "302 50\r"},
+    };
+    for (const Row& row : rows) {
+        ScriptedSensor sensor;
+        sensor.Expect(row.status, row.command);
+        sensor.At(2000);
+        EXPECT_EQ(sensor.Arrive(""), EventNone) << "at the deadline: " << row.status << " " << row.command;
+        EXPECT_EQ(sensor.port.TakeSent(), "");
+        sensor.At(kPast_ms);
+        EXPECT_EQ(sensor.Arrive(""), row.event) << row.status << " " << row.command;
+        EXPECT_EQ(sensor.port.Sent, row.sent) << row.status << " " << row.command;
+        EXPECT_EQ(sensor.device.LastCommand, row.commandAfter) << row.status << " " << row.command;
+    }
+}
+
+/// One reply in one state: before the deadline, and once past it.
+struct ReplyRow {
+    std::int32_t status;
+    std::string command, bytes;
+    std::int32_t early, late; // the events
+    std::string lateSent;
+    bool lateEmptied; // the buffer after the evaluation past the deadline
+};
+
+void checkReplies(const std::vector<ReplyRow>& rows, std::int32_t format = FormatAsciiUnit)
+{
+    for (const ReplyRow& row : rows) {
+        const std::string name = std::to_string(row.status) + " \"" + row.command + "\" <- \"" + row.bytes + '"';
+        ScriptedSensor sensor;
+        sensor.device.OutputFormat = format;
+        sensor.Expect(row.status, row.command);
+        EXPECT_EQ(sensor.Arrive(row.bytes), row.early) << name;
+        if (row.early == EventNone || row.early == EventAcknowledged || row.early == EventRefused) {
+            sensor.At(kPast_ms);
+            EXPECT_EQ(sensor.Arrive(""), row.late) << name << ", late";
+            EXPECT_EQ(sensor.device.InBuffer.empty(), row.lateEmptied) << name << ", late";
+        }
+        EXPECT_EQ(sensor.port.Sent, row.lateSent) << name;
+    }
+}
+
+TEST(Evaluate, RepliesWithoutDialogue)
+{
+    checkReplies({
+        {DialogueNone, "X", "noise\r\nSensor ready\r\n", EventNone, EventNoAnswer, "C", true},
+        {DialogueNone, "X", "RVQ ready", EventNone, EventNoAnswer, "C", true},
+        {DialogueNone, "X", "  1.234 m\r\n", EventNone, EventNone, "X", true},
+        {DialogueNone, "C", "Type: Serial\r\n101: 1\r\n", EventNone, EventNoAnswer, "", true},
+        {DialogueNone, "C", "Type: Serial\r\nend\r\n", EventConfiguration, 0, "", true},
+        {DialogueNone, "", "23 C,  OK\r\n", EventTemperature, 0, "", true},
+        {DialogueNone, "", "23 C,  OK", EventNone, EventNoAnswer, "", true},
+    });
+}
+
+TEST(Evaluate, RepliesWhenIdle)
+{
+    const std::string frame = "302 50\r";
+    checkReplies({
+        // An acknowledgement of up to five bytes waits for the deadline, then counts.
+        {DialogueIdle, frame, "OK 302\r\n", EventAcknowledged, EventAcknowledged, "", true},
+        {DialogueIdle, frame, "OK\r\n", EventNone, EventAcknowledged, "", true},
+        {DialogueIdle, frame, "Error 302\r\n", EventRefused, EventRefused, "", true},
+        {DialogueIdle, frame, "ERR\r\n", EventNone, EventRefused, "", true},
+        {DialogueIdle, "", "OK 302\r\n", EventAcknowledged, EventAcknowledged, "", true},
+        {DialogueIdle, "C", "OK of a dump's head", EventAcknowledged, EventNoAnswer, "", true},
+        {DialogueIdle, "S", "No Echo\r\n", EventRefused, EventNone, "C", true},
+        {DialogueIdle, "S", "  1.234 m\r\n", EventNone, EventNone, "C", true},
+        {DialogueIdle, "C", "Type: OE\r\nend", EventConfiguration, 0, "", true},
+        {DialogueIdle, "C", "Type: OE\r\n", EventNone, EventNoAnswer, "", true},
+        {DialogueIdle, "T", "-5 C, NOK\r\n", EventTemperature, 0, "", true},
+        {DialogueIdle, "T", " C,  ok\r\n", EventNone, EventNoAnswer, "", true},
+        {DialogueIdle, frame, "garbage", EventNone, EventNoAnswer, "", false},
+        // Noise that nobody asked for: dropped; a restarted sensor is understood after the loop's step back.
+        {DialogueIdle, "", "abc", EventNone, EventNone, "", true},
+        {DialogueIdle, "", "garbage", EventNone, EventNoAnswer, "", true},
+        {DialogueIdle, "", "Sensor ready\r\n", EventNone, EventNoAnswer, "", false},
+        {DialogueIdle, "G", "RVQ ready\r\n", EventNone, EventNoAnswer, "", false},
+    });
+    checkReplies({{DialogueIdle, "T", "\x17\x01", EventNone, EventTemperature, "", true}}, FormatBinary);
+    checkReplies({{DialogueIdle, "T", "\x17", EventNone, EventNoAnswer, "", false}}, FormatBinary);
+}
+
+TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
+{
+    // The loop takes no step back for such a sensor, so the parser has to let go by itself.
+    ScriptedSensor sensor;
+    sensor.device.OutputMode = OutputSingle;
+    sensor.Expect(DialogueIdle, "302 50\r");
+    sensor.At(kPast_ms);
+    EXPECT_EQ(sensor.Arrive("RVQ ready\r\n"), EventNoAnswer);
+    EXPECT_EQ(sensor.Arrive(""), EventNone);
+    EXPECT_EQ(sensor.port.Sent, "T");
+}
+
+TEST(Evaluate, RepliesWhileMeasuring)
+{
+    checkReplies({
+        {DialogueMeasuring, "T", "23 C,  OK\r\n", EventTemperature, 0, "", true},
+        {DialogueMeasuring, "T", "  1.234 m\r\n", EventNone, EventNoAnswer, "", true},
+        {DialogueMeasuring, "m", "23 C, NOK\r\n", EventTemperature, 0, "", true},
+        {DialogueMeasuring, "m", "23 C, N", EventNone, EventNoAnswer, "", true},
+        {DialogueMeasuring, "m", "xx TempErr!\r\n 1.5 m\r\n", EventDistance, 0, "", true},
+        {DialogueMeasuring, "S", "  1.234 m\r\n", EventNone, EventNone, "T", true},
+    });
+    checkReplies({{DialogueMeasuring, "T", "\xFB\x01", EventTemperature, 0, "", true},
+                  {DialogueMeasuring, "m", "\x01\x02\x03", EventNone, EventNoAnswer, "", true},
+                  // The bytes of "C, " inside a distance.
+                  {DialogueMeasuring, "m", "\x43\x2C\x20\x00"s, EventDistance, 0, "", true}},
+                 FormatBinary);
+    checkReplies({{DialogueMeasuring, "T", withCrc("\x17\x01"), EventTemperature, 0, "", true},
+                  {DialogueMeasuring, "T", "\x17\x01\x02\x03", EventCrcError, 0, "", true}},
+                 FormatBinaryCrc);
+}
+
+TEST(Evaluate, StreamThatNeverPausesAfterAStopStillLeadsToTheTemperature)
+{
+    ScriptedSensor sensor;
+    sensor.Expect(DialogueMeasuring, "S");
+    sensor.At(kPast_ms);
+    sensor.Arrive("  1.234 m\r\n");
+    EXPECT_EQ(sensor.port.Sent, "T");
+}
+
+TEST(Evaluate, RestartedSensorIsAskedForItsConfiguration)
+{
+    ScriptedSensor sensor;
+    sensor.Expect(DialogueMeasuring, "m");
+    EXPECT_EQ(sensor.Arrive("    No Echo\r\nRVQ ready\r\n"), EventNone);
+    EXPECT_EQ(sensor.device.CommStatus, DialogueIdle);
+    sensor.At(kPast_ms);
+    EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
+    sensor.device.CommStatus = DialogueNone; // as the loop does
+    sensor.Arrive("");
+    EXPECT_EQ(sensor.port.Sent, "C");
+}
+
+TEST(Evaluate, TemperatureTexts)
+{
+    struct Row {
+        std::int32_t format;
+        std::string bytes, text;
+        std::int32_t status;
+        std::string rest;
+    };
+    const Row rows[] = {
+        {FormatAscii, "23 C,  OK\r\n", "23 C,  OK", 1, ""},
+        {FormatAscii, "old\r\n22 C,  OK\r\n23 C, NOK\r\n24", "23 C, NOK", 0, "24"},
+        {FormatBinary, "\x17\x01z", "23 C,  OK", 1, "z"},
+        {FormatBinary, "\xFB\x00"s, "-5 C, NOK", 0, ""},
+        {FormatBinaryCrc, withCrc("\x80\x01"), "-128 C,  OK", 1, ""},
+    };
+    for (const Row& row : rows) {
+        ScriptedSensor sensor;
+        sensor.device.OutputFormat = row.format;
+        sensor.Expect(DialogueMeasuring, "T");
+        EXPECT_EQ(sensor.Arrive(row.bytes), EventTemperature) << row.text;
+        EXPECT_EQ(sensor.device.sTemperature, row.text);
+        EXPECT_EQ(sensor.device.TempStatus, row.status) << row.text;
+        EXPECT_EQ(sensor.device.InBuffer, row.rest) << row.text;
+        EXPECT_EQ(sensor.device.LastCommand, "") << "an answered command must not time out later";
+    }
+}
+
+TEST(Evaluate, AsciiDistances)
+{
+    struct Row {
+        std::string bytes, text;
+        double value;
+        std::int32_t mm;
+        std::string rest;
+    };
+    const Row rows[] = {
+        {"\r\n 1.234 m\r\n", "1.234 m", 1.234, 1234, ""},
+        {"1\r\n2\r\n3\r\n4\r\n", "4", 4, 4000, ""},
+        {"1\r\n2\r\n3\r\n", "2", 2, 2000, "3\r\n"},               // an odd line stays
+        {"     1.234 m\r\n 5.6", "1.234 m", 1.234, 1234, " 5.6"}, // 12 characters
+        {"    1.234 m\r\n 5.6", "", 0, 0, " 5.6"},                // 11
+        {"\r\n  -0.5\r\n", "-0.5", -0.5, -500, ""},
+        {"\r\n0\r\n", "", 0, 0, ""},
+        {"\r\n0.000 m\r\n", "", 0, 0, ""},
+        {"\r\nabc\r\n", "", 0, 0, ""},
+        {"\r\ninf\r\n", "", 0, 0, ""},
+        {"\r\n99999999 m\r\n", "", 0, 0, ""}, // beyond 32 bits of millimetres
+        {"\r\n xx No Echo\r\n", "No Echo", 0, 0, ""},
+        {"\r\n TempErr\r\n", "TempError", 0, 0, ""},
+        {"1.234 m\r", "", 0, 0, "1.234 m\r"},
+    };
+    for (const Row& row : rows) {
+        ScriptedSensor sensor;
+        sensor.Expect(DialogueMeasuring, "m");
+        EXPECT_EQ(sensor.Arrive(row.bytes), row.text.empty() ? EventNone : EventDistance) << row.bytes;
+        EXPECT_EQ(sensor.device.sDistance, row.text) << row.bytes;
+        EXPECT_DOUBLE_EQ(sensor.device.MeasValue, row.value) << row.bytes;
+        EXPECT_EQ(sensor.device.MeasValue_mm, row.mm) << row.bytes;
+        EXPECT_EQ(sensor.device.InBuffer, row.rest) << row.bytes;
+        // Without a distance the run ends at the deadline, not after it.
+        sensor.device.FailTime = sensor.device.CurrentTime;
+        EXPECT_EQ(sensor.Arrive(" "), EventNoAnswer) << row.bytes;
+        EXPECT_EQ(sensor.device.InBuffer, "") << row.bytes;
+    }
+}
+
+TEST(Evaluate, BinaryDistances)
+{
+    struct Row {
+        std::string bytes;
+        std::int32_t event, mm;
+        std::string rest;
+    };
+    const Row rows[] = {
+        {"\x10\x27\x00\x00"s, EventDistance, 10000, ""},
+        {"\x10\x27\x00\x00\x11\x27\x00\x00\x12"s, EventDistance, 10001, "\x12"},
+        // Out of step: by one byte it still looks like a frame, by two it does not.
+        {"\xAA\x10\x27\x00\x00"s, EventDistance, 0x2710AA, "\x00"s},
+        {"\xAA\x00\x10\x27\x00\x00"s, EventDistance, 10000, ""},
+        {"\xFF\xFF\xFF\x7F"s, EventDistance, kMarkerNoEcho, ""},
+        {"\xF0\xFF\xFF\x7F"s, EventDistance, kMarkerTempError, ""},
+        {"\xF0\xD8\xFF\xFF"s, EventDistance, -10000, ""},
+        {"\x01\x00\xE2\xFF"s, EventDistance, 0xE20001 - 0x1000000, ""},
+        {"\x01\x00\xE1\xFF"s, EventNone, 0, "\x00\xE1\xFF"s},
+        {"\x00\x27\x00\x00"s, EventNone, 0, "\x27\x00\x00"s}, // b0 = 0 starts no frame
+        {"\xFE\xFF\xFF\x7F"s, EventNone, 0, "\xFF\xFF\x7F"s},
+    };
+    for (const Row& row : rows) {
+        ScriptedSensor sensor;
+        sensor.device.OutputFormat = FormatBinary;
+        sensor.Expect(DialogueMeasuring, "m");
+        EXPECT_EQ(sensor.Arrive(row.bytes), row.event) << row.mm;
+        EXPECT_EQ(sensor.device.MeasValue_mm, row.mm);
+        EXPECT_EQ(sensor.device.InBuffer, row.rest) << row.mm;
+    }
+}
+
+TEST(Evaluate, CrcFrames)
+{
+    const std::string good = "\x10\x27\x00\x00\xB4\xEF"s, next = withCrc("\x11\x27\x00\x00"s);
+    EXPECT_EQ(withCrc("\x10\x27\x00\x00"s), good);
+
+    ScriptedSensor sensor;
+    sensor.device.OutputFormat = FormatBinaryCrc;
+    sensor.Expect(DialogueMeasuring, "m");
+    EXPECT_EQ(sensor.Arrive("\xAA" + good), EventCrcError);
+    EXPECT_EQ(sensor.device.InBuffer, good) << "one byte dropped";
+    EXPECT_EQ(sensor.Arrive(""), EventDistance);
+    EXPECT_EQ(sensor.device.MeasValue, 10.0);
+    EXPECT_EQ(sensor.Arrive(good + next + "x"), EventDistance) << "the newest wins";
+    EXPECT_EQ(sensor.device.MeasValue_mm, 10001);
+    EXPECT_EQ(sensor.Arrive("yzyzy" + good), EventCrcError) << "a bad one ends the evaluation";
+
+    // Another format than expected: not for ever an error, but no answer, so that the dialogue begins anew.
+    sensor.device.InBuffer.clear();
+    sensor.At(10000);
+    EXPECT_EQ(sensor.Arrive("   1.234 m\r\n"), EventNoAnswer);
+    EXPECT_EQ(sensor.device.InBuffer + sensor.device.LastCommand, "");
+}
+
+TEST(Evaluate, ValueAndMillimetresAgreeInEveryUnit)
+{
+    const struct {
+        double inMillimetres;
+        double asciiValue;
+        std::int32_t ascii_mm;
+    } rows[] = {{1, 12, 12},        {1000, 1.2345, 1234},   {25.4, 2, 51},         {304.8, 1.5, 457},
+                {914.4, 1.5, 1372}, {1609344, 0.5, 804672}, {1852000, 0.5, 926000}};
+    for (std::int32_t unit = 0; unit < 7; ++unit) {
+        const auto& row = rows[unit];
+        ScriptedSensor sensor;
+        sensor.device.DistanceUnit = unit;
+        sensor.Expect(DialogueMeasuring, "m");
+        sensor.Arrive("\r\n" + std::to_string(row.asciiValue) + "\r\n");
+        EXPECT_DOUBLE_EQ(sensor.device.MeasValue, row.asciiValue) << unit;
+        EXPECT_EQ(sensor.device.MeasValue_mm, row.ascii_mm) << unit << ": half to even";
+        sensor.device.OutputFormat = FormatBinary;
+        sensor.Arrive("\x10\x27\x00\x00"s);
+        EXPECT_DOUBLE_EQ(sensor.device.MeasValue, 10000 / row.inMillimetres) << unit;
+    }
+}
+
+TEST(Evaluate, SingleValueInEveryFormat)
+{
+    const struct {
+        std::int32_t format;
+        std::string bytes;
+        std::int32_t mm;
+    } rows[] = {
+        {FormatAscii, "       1.234\r\n", 1234},
+        {FormatAsciiUnit, "     1.234 m\r\n", 1234},
+        {FormatAsciiUnit, "     No Echo\r\n", 0}, // holds an "E", which elsewhere means refused
+        {FormatAsciiUnit, "    TempErr!\r\n", kMarkerTempError},
+        {FormatBinary, "\xD2\x04\x00\x00"s, 1234}, // shorter than any other reply
+        {FormatBinaryCrc, withCrc("\xD2\x04\x00\x00"s), 1234},
+    };
+    for (const auto& row : rows) {
+        ScriptedSensor sensor;
+        sensor.device.OutputFormat = row.format;
+        sensor.device.MeasValue_mm = -1;
+        sensor.Expect(DialogueIdle, "");
+        sensor.device.SendCommand("G");
+        EXPECT_EQ(sensor.Arrive(row.bytes.substr(0, 3)), EventNone) << row.bytes;
+        EXPECT_EQ(sensor.Arrive(row.bytes.substr(3)), EventDistance) << row.bytes;
+        EXPECT_EQ(sensor.device.MeasValue_mm, row.mm) << row.bytes;
+        EXPECT_EQ(sensor.device.CommStatus, DialogueIdle);
+        // Answered: the idle sensor is polled again, and nothing times out.
+        sensor.At(60000);
+        EXPECT_EQ(sensor.Arrive(""), EventNone);
+        EXPECT_EQ(sensor.port.Sent, "GT");
+    }
+}
+
+TEST(Evaluate, DistancesKeepARunAlive)
+{
+    ScriptedSensor sensor;
+    sensor.device.SendCommand("M");
+    sensor.device.CommStatus = DialogueMeasuring;
+    for (int ms = 3400; ms < 20000; ms += 2900) {
+        sensor.At(ms);
+        EXPECT_EQ(sensor.Arrive("     1.234 m\r\n"), EventDistance);
+        EXPECT_EQ(sensor.device.LastCommand, "m");
+        EXPECT_EQ(sensor.Arrive(""), EventNone);
+    }
+    sensor.At(30000);
+    EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
+}
+
+TEST(Evaluate, DumpFillsTheParameterSet)
+{
+    const std::string head = "noise Type: Profibus\r\nAttenuator: E\r\nSerial-No: 4711\r\nVersion: 2.1\r\nBuild: 7\r\n"
+                             "Date: 1.2.2024\r\nPointer: off\r\nTemperature: 31 C, NOK\r\n";
+    std::string body;
+    std::int32_t value = 1;
+    for (const ParameterDef& row : Parameters()) {
+        body += std::string(row.code) + ": " + std::to_string(value++) + "\r\n";
+    }
+    ScriptedSensor sensor;
+    sensor.Expect(DialogueNone, "C");
+    EXPECT_EQ(sensor.Arrive(head + body), EventNone);
+    EXPECT_EQ(sensor.Arrive("end\r\n"), EventConfiguration);
+    const clsRVQ& device = sensor.device;
+    EXPECT_EQ(device.DeviceType + device.Attenuator + device.SerialNo + device.SWVersion + device.SWBuild +
+                  device.SWDate + device.HWPointer + device.sTemperature,
+              "ProfibusE47112.171.2.2024off31 C, NOK");
+    EXPECT_EQ(device.TempStatus, 0);
+    EXPECT_EQ(device.CommStatus, DialogueIdle);
+    value = 1;
+    for (const ParameterDef& row : Parameters()) {
+        EXPECT_EQ(device.*row.value, value++) << row.code;
+    }
+}
+
+TEST(Evaluate, DumpIrregularities)
+{
+    struct Row {
+        const char* lines;
+        std::int32_t clsRVQ::*member;
+        std::int32_t before, after;
+    };
+    const Row rows[] = {
+        {"3 06: 1\r\n", &clsRVQ::EchoCheck, 0, 1},
+        {"3 06: 1\r\n306: 0\r\n", &clsRVQ::EchoCheck, 1, 0},
+        {"Attenuator: D\r\n351: 2\r\n", &clsRVQ::RainFilter, -1, -1},
+        {"Attenuator: DE\r\n351: 2\r\n", &clsRVQ::RainFilter, -1, 2},
+        {"Type: Serial\r\n610: 7\r\n", &clsRVQ::NodeAddress, 5, -1}, // only the first "Type:" counts
+        {"702: many\r\n", &clsRVQ::ScaleFactor, 77, 77},
+        {"702: 99999999999\r\n", &clsRVQ::ScaleFactor, 77, 77},
+        {"702: 5", &clsRVQ::ScaleFactor, 77, 77}, // no line end
+        {"702:-5\r\n", &clsRVQ::ScaleFactor, 77, -5},
+    };
+    for (const Row& row : rows) {
+        ScriptedSensor sensor;
+        sensor.Expect(DialogueIdle, "C");
+        sensor.device.*row.member = row.before;
+        EXPECT_EQ(sensor.Arrive("Type: Serial\r\n"s + row.lines + "end"), EventConfiguration) << row.lines;
+        EXPECT_EQ(sensor.device.*row.member, row.after) << row.lines;
+    }
+}
+
+TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)
+{
+    for (const char* bytes : {"", "Sensor ready", "noise"}) {
+        ScriptedSensor sensor;
+        sensor.Expect(DialogueNone, "");
+        sensor.device.Wait.Running = true;
+        sensor.At(kPast_ms);
+        EXPECT_EQ(sensor.Arrive(bytes), EventNoAnswer) << bytes << ": the wait must end";
+        EXPECT_EQ(sensor.port.Sent, "") << bytes;
+    }
+}
+
+TEST(Evaluate, JournalHoldsWhatASendClears)
+{
+    ScriptedSensor sensor;
+    sensor.Expect(DialogueMeasuring, "T");
+    sensor.Arrive("23 C,  OK\r\n");
+    sensor.device.SendCommand("M"); // as the loop answers a temperature
+    EXPECT_EQ(sensor.device.EventNr, EventNone);
+    sensor.Arrive("     1.234 m\r\n"); // a distance is nobody's final result
+    EXPECT_EQ(sensor.device.Journal.TakeNext(), EventTemperature);
+    EXPECT_EQ(sensor.device.Journal.TakeNext(), std::nullopt);
+}
+
+} // namespace

@@ -1,0 +1,218 @@
+// The port of the device object, the numbers of ports, and real terminals.
+#include "device/clsPosixPort.h"
+#include "tests/support/ScriptedSensor.h"
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using modPComm::OpenProblem;
+
+TEST(ComPort, CallsOfOpeningAndClosing)
+{
+    struct Row {
+        std::int32_t openResult;
+        bool open;
+        std::vector<std::string> calls;
+    };
+    for (const Row& row :
+         {Row{0, true, {"close 3", "open 3", "baud 19200", "close 3"}}, Row{-1, false, {"close 3", "open 3"}}}) {
+        clsScriptedPort port;
+        port.OpenResult = row.openResult;
+        {
+            clsRVQ device(port, {});
+            device.OpenComPort(0, 19200);
+            device.OpenComPort(-1, 19200);
+            device.OpenComPort(3, 19200);
+            EXPECT_EQ(device.PortIsOpen, row.open);
+            if (row.open) {
+                device.OpenComPort(4, 9600);
+            }
+        }
+        EXPECT_EQ(port.Calls, row.calls);
+    }
+}
+
+TEST(ComPort, OnlyUsualRatesAreSet)
+{
+    clsScriptedPort port;
+    clsRVQ device(port, {});
+    for (const std::int32_t rate : {14400, 0, -9600, 110}) {
+        device.CommBaudrate(rate);
+    }
+    EXPECT_TRUE(port.Calls.empty());
+    device.CommBaudrate(115200);
+    EXPECT_EQ(device.CommBaudrate(), 115200);
+}
+
+TEST(ComPort, LineErrorsByName)
+{
+    clsScriptedPort port;
+    const clsRVQ device(port, {});
+    const std::pair<std::int32_t, const char*> rows[] = {
+        {0, ""},
+        {-3, ""},
+        {16, ""},
+        {5, "Parity Error|Overrun Error"},
+        {15, "Parity Error|Framing Error|Overrun Error|Overflow Error"}};
+    for (const auto& [status, names] : rows) {
+        port.Status = status;
+        EXPECT_EQ(device.PortStatusByName(), names) << status;
+    }
+}
+
+TEST(ComPort, EveryByteArrives)
+{
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte) {
+        all += static_cast<char>(byte);
+    }
+    ScriptedSensor sensor;
+    sensor.device.InBuffer = "a";
+    sensor.port.Arriving = all;
+    sensor.device.ReadComportData();
+    EXPECT_EQ(sensor.device.NewInData, all);
+    EXPECT_EQ(sensor.device.InBuffer, "a" + all);
+    sensor.device.ReadComportData();
+    EXPECT_EQ(sensor.device.NewInData, "");
+}
+
+TEST(PortDevices, NumberToDevice)
+{
+    modPComm::PortDevices devices;
+    devices.Use([](std::string_view key) { return key == "COM7" ? "/dev/serial/by-id/x"s : ""s; });
+    devices.Override(3, "/dev/pts/7");
+    const std::pair<std::int32_t, const char*> rows[] = {{1, "/dev/ttyS0"},
+                                                         {32, "/dev/ttyS31"},
+                                                         {33, "/dev/ttyUSB0"},
+                                                         {64, "/dev/ttyUSB31"},
+                                                         {65, "/dev/ttyACM0"},
+                                                         {96, "/dev/ttyACM31"},
+                                                         {97, ""},
+                                                         {0, ""},
+                                                         {7, "/dev/serial/by-id/x"},
+                                                         {3, "/dev/pts/7"}};
+    for (const auto& [port, device] : rows) {
+        EXPECT_EQ(devices.DeviceOf(port), device) << port;
+    }
+}
+
+/// The far end of a serial line.
+struct Terminal {
+    int master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    std::string path;
+
+    Terminal()
+    {
+        grantpt(master);
+        unlockpt(master);
+        std::array<char, 64> name{};
+        ptsname_r(master, name.data(), name.size());
+        path = name.data();
+    }
+    ~Terminal() { Hangup(); }
+    void Hangup()
+    {
+        if (master >= 0) {
+            close(std::exchange(master, -1));
+        }
+    }
+};
+
+struct PosixLine {
+    Terminal terminal;
+    modPComm::PortDevices devices;
+    clsPosixPort port{devices};
+    PosixLine() { devices.Override(1, terminal.path); }
+};
+
+TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
+{
+    PosixLine line;
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte) {
+        all += static_cast<char>(byte);
+    }
+    ASSERT_EQ(line.port.sio_open(1), 0);
+    EXPECT_EQ(line.port.sio_baud(1, 38400), 0);
+    EXPECT_EQ(line.port.sio_getbaud(1), 38400);
+    for (const char c : all) {
+        EXPECT_EQ(line.port.sio_putch(1, static_cast<std::uint8_t>(c)), 0);
+    }
+    std::string received;
+    for (int i = 0; i < 1000 && received.size() < all.size(); ++i) {
+        std::array<char, 512> piece{};
+        const ssize_t count = read(line.terminal.master, piece.data(), piece.size());
+        received.append(piece.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the kernel hands the bytes over in its own time
+    }
+    EXPECT_EQ(received, all);
+
+    ASSERT_EQ(write(line.terminal.master, all.data(), all.size()), 256);
+    for (int i = 0; i < 1000 && line.port.sio_iqueue(1) < 256; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(line.port.sio_iqueue(1), 256);
+    received.assign(300, '\0');
+    EXPECT_EQ(line.port.sio_read(1, received), 256);
+    EXPECT_EQ(received.substr(0, 256), all);
+    EXPECT_EQ(line.port.sio_data_status(1), 0);
+}
+
+TEST(PosixPort, AVanishedDeviceClosesItselfAndOpensAgain)
+{
+    PosixLine line;
+    clsRVQ device(line.port, {});
+    device.OpenComPort(1, 9600);
+    ASSERT_TRUE(device.PortIsOpen);
+    line.terminal.Hangup();
+    device.ReadComportData();
+    EXPECT_FALSE(device.PortIsOpen);
+    EXPECT_EQ(device.NewInData, "");
+    device.SendCommand("T"); // reaches nobody, harms nobody
+    device.OpenComPort(1, 9600);
+    EXPECT_FALSE(device.PortIsOpen);
+    EXPECT_EQ(line.port.LastFailure().problem, OpenProblem::NoDevice);
+
+    const Terminal plugged;
+    line.devices.Override(1, plugged.path);
+    device.OpenComPort(1, 9600);
+    EXPECT_TRUE(device.PortIsOpen);
+}
+
+TEST(PosixPort, SaysWhyItCannotOpen)
+{
+    const auto folder = std::filesystem::temp_directory_path() / ("orvex-port-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "file") << "x";
+    PosixLine line;
+    clsPosixPort other(line.devices);
+    ASSERT_EQ(other.sio_open(1), 0);
+    line.devices.Override(2, (folder / "file").string());
+    line.devices.Override(3, (folder / "none").string());
+    line.devices.Override(4, folder.string());
+    line.devices.Override(5, "/dev/null");
+    const std::pair<std::int32_t, OpenProblem> rows[] = {{1, OpenProblem::Busy},         {2, OpenProblem::NotATerminal},
+                                                         {3, OpenProblem::NoDevice},     {4, OpenProblem::NotATerminal},
+                                                         {5, OpenProblem::NotATerminal}, {97, OpenProblem::NoDevice}};
+    for (const auto& [port, problem] : rows) {
+        EXPECT_NE(line.port.sio_open(port), 0) << port;
+        EXPECT_EQ(line.port.LastFailure().problem, problem) << port;
+        EXPECT_LT(line.port.sio_iqueue(port), 1) << "a closed port is harmless";
+        EXPECT_NE(line.port.sio_putch(port, 'x'), 0);
+    }
+    other.sio_close(1);
+    EXPECT_EQ(line.port.sio_open(1), 0);
+    std::filesystem::remove_all(folder);
+}
+
+} // namespace

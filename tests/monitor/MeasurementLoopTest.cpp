@@ -1,0 +1,258 @@
+// The measurement loop against a scripted port: order, texts, states and commands.
+#include "device/modRVQComm.h"
+#include "monitor/clsMeasurementLoop.h"
+#include "tests/support/ScriptedSensor.h"
+#include "tests/support/clsRecordingView.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr char kLine[] = "     1.234 m\r\n";
+
+struct Monitor {
+    ScriptedSensor sensor;
+    modGlobals::Settings settings{.Language = LanguageEnglish};
+    clsRecordingView view;
+    clsMeasurementLoop loop{sensor.device, settings, view, '.'};
+    double now_ms = 0;
+
+    void Tick(std::string_view bytes = {}, double step_ms = 50)
+    {
+        now_ms += step_ms;
+        sensor.port.Arriving += bytes;
+        loop.Tick(ScriptedSensor::kStart + now_ms / kMsPerDay);
+    }
+    std::string Sent() { return sensor.port.TakeSent(); }
+    /// Measuring, the first distance shown.
+    void Measure()
+    {
+        sensor.device.CommStatus = DialogueIdle;
+        loop.StartStop();
+        Tick(kLine);
+        Sent();
+    }
+};
+
+TEST(MeasurementLoop, StartsShowsAndStops)
+{
+    Monitor monitor;
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.dialogue, DialogueNone);
+    EXPECT_FALSE(monitor.view.rule.Start);
+    EXPECT_EQ(monitor.Sent(), "X");
+    monitor.Tick("Sensor ready\r\n");
+    EXPECT_EQ(monitor.Sent(), "C");
+    monitor.Tick("Type: Serial\r\nTemperature: 23 C,  OK\r\nPointer: shutdown\r\nend\r\n");
+    EXPECT_EQ(monitor.view.status[0], "Read new configuration data");
+    EXPECT_EQ(monitor.view.temperature, "23 C,  OK");
+    EXPECT_TRUE(monitor.view.shutDown);
+    EXPECT_EQ(monitor.view.dialogue, DialogueIdle);
+    EXPECT_EQ(monitor.view.rule, (ControlRule{.Start = true, .Single = true}));
+
+    monitor.loop.StartStop();
+    monitor.Tick(kLine);
+    EXPECT_EQ(monitor.Sent(), "M");
+    EXPECT_EQ(monitor.view.distance, "1.234 m");
+    EXPECT_EQ(monitor.view.status[0], "Read new distance value");
+    EXPECT_EQ(monitor.view.points.size(), 1U);
+    EXPECT_FALSE(monitor.view.shutDown);
+    EXPECT_TRUE(monitor.view.running);
+    EXPECT_EQ(monitor.view.rule, (ControlRule{.Start = true, .Single = false}));
+    monitor.loop.RequestSingleValue();
+    EXPECT_EQ(monitor.Sent(), "") << "not while measuring";
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.status[0], "") << "nothing new";
+
+    monitor.loop.StartStop();
+    EXPECT_EQ(monitor.Sent(), "S");
+    EXPECT_EQ(monitor.view.distance, "");
+    EXPECT_FALSE(monitor.view.running);
+    EXPECT_FALSE(monitor.loop.IsMeasuring());
+}
+
+TEST(MeasurementLoop, MarkersAreShownAndNotCharted)
+{
+    Monitor monitor;
+    monitor.sensor.device.OutputFormat = FormatBinary;
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.loop.StartStop();
+    monitor.Tick("\xFF\xFF\xFF\x7F"s);
+    EXPECT_EQ(monitor.view.distance, "No Echo");
+    EXPECT_FALSE(monitor.view.shutDown);
+    monitor.sensor.device.DistanceUnit = 0;
+    monitor.Tick("\xF0\xFF\xFF\x7F"s);
+    EXPECT_EQ(monitor.view.distance, "TempError");
+    EXPECT_TRUE(monitor.view.shutDown) << "the value is exactly the marker";
+    monitor.Tick("\x00\xE1\xF5\x05"s + "\xFF\xE0\xF5\x00"s);
+    EXPECT_EQ(monitor.view.points.size(), 1U);
+    EXPECT_EQ(monitor.loop.Values().Count(), 1);
+    EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
+}
+
+TEST(MeasurementLoop, NoAnswerStepsDownOneStateADispatch)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.Tick({}, 3100);
+    EXPECT_EQ(monitor.view.status[0], "No connection to sensor");
+    EXPECT_EQ(monitor.view.dialogue, DialogueIdle);
+    EXPECT_TRUE(monitor.view.running) << "the measuring flag is set";
+    EXPECT_EQ(monitor.view.distance, "1.234 m");
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.dialogue, DialogueNone);
+    EXPECT_EQ(monitor.view.temperature, "");
+    EXPECT_EQ(monitor.view.rule, ControlRule{});
+    monitor.Tick();
+    monitor.Tick();
+    EXPECT_EQ(monitor.Sent(), "X");
+    // Back again: measuring resumes by itself.
+    monitor.Tick("Sensor ready\r\n");
+    monitor.Tick("Type: Serial\r\nend\r\n");
+    monitor.Tick({}, 1100);
+    EXPECT_EQ(monitor.Sent(), "CT");
+    monitor.Tick("24 C,  OK\r\n");
+    EXPECT_EQ(monitor.Sent(), "M");
+    EXPECT_EQ(monitor.sensor.device.CommStatus, DialogueMeasuring);
+}
+
+TEST(MeasurementLoop, NoAnswerIsNotReportedWhereNoneIsOwed)
+{
+    Monitor single;
+    single.Measure();
+    single.sensor.device.OutputMode = OutputSingle;
+    single.Tick({}, 3100);
+    EXPECT_EQ(single.view.dialogue, DialogueMeasuring);
+    EXPECT_EQ(single.view.status[0], "Read new distance value");
+
+    Monitor hot;
+    hot.Measure();
+    hot.sensor.device.TempStatus = 0;
+    hot.Tick({}, 3100);
+    EXPECT_EQ(hot.view.status[0], "TempError");
+    EXPECT_EQ(hot.view.dialogue, DialogueMeasuring);
+}
+
+TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
+{
+    Monitor monitor;
+    monitor.sensor.device.ReadTempInterval = 1000;
+    monitor.loop.PollTemperature(true);
+    monitor.Measure(); // sent "M", then right after the distance "S"
+    EXPECT_TRUE(monitor.loop.IsTemperaturePending());
+    EXPECT_EQ(monitor.sensor.device.CommStatus, DialogueMeasuring) << "the lamp stays green";
+    EXPECT_EQ(monitor.sensor.device.LastCommand, "S");
+    monitor.Tick(kLine); // still in flight
+    monitor.Tick({}, 2000);
+    EXPECT_EQ(monitor.Sent(), "T");
+    monitor.Tick("31 C,  OK\r\n");
+    EXPECT_EQ(monitor.Sent(), "M");
+    EXPECT_EQ(monitor.view.temperature, "31 C,  OK");
+    EXPECT_EQ(monitor.view.status[0], "Read new temperature value");
+    EXPECT_FALSE(monitor.loop.IsTemperaturePending());
+    int stops = 0;
+    for (int i = 0; i < 60; ++i) { // three seconds of distances
+        monitor.sensor.device.LastCommand = "m";
+        monitor.Tick(kLine);
+        stops += monitor.Sent() == "S" ? 1 : 0;
+    }
+    EXPECT_LE(stops, 3);
+    EXPECT_GE(stops, 2);
+    monitor.loop.PollTemperature(false);
+    monitor.sensor.device.LastCommand = "m";
+    monitor.Tick(kLine, 5000);
+    EXPECT_EQ(monitor.Sent(), "");
+}
+
+TEST(MeasurementLoop, ALostPortIsReopenedAndMeasuringResumes)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.sensor.port.Vanished = true;
+    monitor.sensor.port.OpenResult = -1;
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.status[0], "Comport not open");
+    EXPECT_EQ(monitor.view.dialogue, DialogueNone);
+    EXPECT_FALSE(monitor.view.running);
+    EXPECT_EQ(monitor.view.distance, "");
+    EXPECT_TRUE(monitor.loop.IsMeasuring());
+    monitor.Tick();
+    const auto& calls = monitor.sensor.port.Calls;
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "open 1"), 2) << "tried again every tick";
+    monitor.sensor.port.Vanished = false;
+    monitor.sensor.port.OpenResult = 0;
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.status[0], "");
+    monitor.Tick({}, 4000);
+    monitor.Tick();
+    EXPECT_EQ(monitor.Sent(), "X");
+}
+
+TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
+{
+    Monitor monitor;
+    monitor.Measure();
+    modRVQComm::StopMeasurement(monitor.sensor.device);
+    {
+        const modRVQComm::WaitScope wait(monitor.sensor.device);
+        monitor.Sent();
+        monitor.Tick("23 C,  OK\r\n"); // would restart the measurement
+        EXPECT_EQ(monitor.view.temperature, "23 C,  OK");
+        EXPECT_EQ(monitor.view.rule, ControlRule{});
+        monitor.loop.StartStop();
+        monitor.loop.RequestSingleValue();
+        EXPECT_EQ(monitor.Sent(), "");
+    }
+    monitor.Tick();
+    EXPECT_TRUE(monitor.view.rule.Start);
+}
+
+TEST(MeasurementLoop, ASingleValueThatNeverComesDoesNotSilenceTheIdlePoll)
+{
+    Monitor monitor;
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.loop.RequestSingleValue();
+    monitor.Tick({}, 1900);
+    EXPECT_EQ(monitor.Sent(), "G");
+    monitor.Tick({}, 300);
+    EXPECT_EQ(monitor.Sent(), "T");
+    monitor.Tick({}, 1600);
+    EXPECT_EQ(monitor.view.status[0], "No connection to sensor");
+}
+
+TEST(MeasurementLoop, ClockAndItsFactor)
+{
+    Monitor monitor;
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.status[2], "12:00:00");
+    monitor.view.status[2] = "untouched";
+    monitor.Tick({}, 501); // 501 ms count as 498.7
+    EXPECT_EQ(monitor.view.status[2], "untouched");
+    monitor.Tick({}, 2);
+    EXPECT_EQ(monitor.view.status[2], "12:00:00");
+}
+
+TEST(MeasurementLoop, AClockSetBackDoesNotStopTheDeadlines)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.Tick({}, -3600e3);
+    monitor.Tick(kLine);
+    EXPECT_EQ(monitor.view.distance, "1.234 m");
+    monitor.Tick({}, 3100);
+    EXPECT_EQ(monitor.view.status[0], "No connection to sensor");
+}
+
+TEST(MeasurementLoop, UnloadingEndsEverythingAndSendsNothing)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.loop.Unload();
+    EXPECT_FALSE(monitor.sensor.device.PortIsOpen);
+    monitor.Tick(kLine);
+    monitor.loop.StartStop();
+    EXPECT_EQ(monitor.Sent(), "");
+    EXPECT_FALSE(monitor.sensor.device.PortIsOpen) << "and the port stays closed";
+}
+
+} // namespace

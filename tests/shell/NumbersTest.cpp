@@ -1,0 +1,59 @@
+// Numbers and texts, the same in every locale.
+#include "shell/Numbers.h"
+
+#include <clocale>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+TEST(Numbers, RoundHalfToEven)
+{
+    const std::pair<double, std::optional<std::int32_t>> rows[] = {{0.5, 0},
+                                                                   {1.5, 2},
+                                                                   {2.5, 2},
+                                                                   {-0.5, 0},
+                                                                   {-1.5, -2},
+                                                                   {-2.5, -2},
+                                                                   {2.51, 3},
+                                                                   {-2.51, -3},
+                                                                   {4166.67, 4167},
+                                                                   {2147483647.4, 2147483647},
+                                                                   {2147483647.5, std::nullopt},
+                                                                   {-2147483648.5, -2147483647 - 1},
+                                                                   {-2147483649.0, std::nullopt},
+                                                                   {NAN, std::nullopt},
+                                                                   {INFINITY, std::nullopt}};
+    for (const auto& [value, rounded] : rows) {
+        EXPECT_EQ(RoundHalfToEven(value), rounded) << value;
+    }
+}
+
+TEST(Numbers, ReadingDoesNotDependOnTheLocale)
+{
+    // Present on a German desktop; where it is missing, the rows hold all the same.
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    const std::pair<const char*, double> rows[] = {
+        {"  1.25 m", 1.25}, {"1,25", 1}, {"-.5x", -0.5}, {"+7", 7},   {"+-7", 0},  {"1e3", 1000}, {"m 5", 0}, {"", 0},
+        {"-", 0},           {".", 0},    {"inf", 0},     {"-nan", 0}, {"0x10", 0}, {"1e999", 0}};
+    for (const auto& [text, value] : rows) {
+        EXPECT_EQ(Val(text), value) << text;
+    }
+    const std::pair<const char*, std::optional<std::int32_t>> whole[] = {{" -12 ", -12},
+                                                                         {"+3", 3},
+                                                                         {"1.5", std::nullopt},
+                                                                         {"12 %", std::nullopt},
+                                                                         {"", std::nullopt},
+                                                                         {"+-3", std::nullopt},
+                                                                         {"2147483648", std::nullopt}};
+    for (const auto& [text, value] : whole) {
+        EXPECT_EQ(WholeNumber(text), value) << text;
+    }
+    EXPECT_EQ(FixedText(-1234.5, 3, ','), "-1234,500");
+    EXPECT_EQ(FixedText(2.0, 0, ','), "2");
+    EXPECT_EQ(FixedText(std::numeric_limits<double>::max(), 8, '.').size(), 318U);
+    std::setlocale(LC_ALL, "C");
+}
+
+} // namespace

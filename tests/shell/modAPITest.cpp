@@ -1,0 +1,56 @@
+// Local time and the program's folder.
+#include "shell/modAPI.h"
+
+#include <array>
+#include <cstdlib>
+#include <ctime>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(LocalTime, DaysSinceTheEndOf1899)
+{
+    const std::pair<modAPI::CivilTime, double> rows[] = {{{1899, 12, 30, 0, 0, 0, 0}, 0.0},
+                                                         {{1900, 1, 1, 6, 0, 0, 0}, 2.25},
+                                                         {{2026, 11, 15, 12, 0, 0, 0}, 46341.5},
+                                                         {{2024, 2, 29, 0, 0, 0, 1}, 45351.0 + 1 / 86400000.0}};
+    for (const auto& [civil, days] : rows) {
+        EXPECT_NEAR(modAPI::DateTimeOf(civil), days, 1e-10) << civil.year;
+    }
+}
+
+TEST(LocalTime, FollowsTheTimeZone)
+{
+    const char* zone = std::getenv("TZ");
+    const std::string before = zone != nullptr ? zone : "";
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    const double utc = modAPI::LocalTime();
+    setenv("TZ", "XYZ-5:30", 1); // east of Greenwich
+    tzset();
+    EXPECT_NEAR(modAPI::LocalTime() - utc, 5.5 / 24, 1e-4);
+    before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
+    tzset();
+}
+
+TEST(LocalTime, TimeOfDayOfEverySecond)
+{
+    for (int second = 0; second < 86400; ++second) {
+        const double days = modAPI::DateTimeOf({2026, 11, 15, second / 3600, second / 60 % 60, second % 60, 0});
+        char expected[16];
+        std::snprintf(expected, sizeof expected, "%02d:%02d:%02d", second / 3600, second / 60 % 60, second % 60);
+        ASSERT_EQ(modAPI::TimeOfDayText(days), expected);
+    }
+    EXPECT_EQ(modAPI::TimeOfDayText(46341.0 - 1 / 86400000.0), "23:59:59");
+}
+
+TEST(ProgramFolder, IsCreatedAndNeverTheWorkingFolder)
+{
+    const auto wanted = std::filesystem::temp_directory_path() / "orvex-folder-test" / "deep";
+    EXPECT_EQ(modAPI::ProgramFolder(wanted), wanted);
+    EXPECT_TRUE(std::filesystem::is_directory(wanted));
+    std::filesystem::remove_all(wanted.parent_path());
+    EXPECT_EQ(modAPI::ProgramFolder({}), std::filesystem::read_symlink("/proc/self/exe").parent_path());
+}
+
+} // namespace

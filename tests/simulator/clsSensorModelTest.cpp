@@ -1,0 +1,303 @@
+// The simulated sensor as seen from its line, in a time that the tests make.
+#include "simulator/clsSensorModel.h"
+
+#include "simulator/Scene.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+namespace {
+
+/// A sensor and the time: everything sent is collected in steps of a millisecond.
+struct Bench {
+    clsSensorModel sensor;
+    double now_s = 0;
+
+    std::string Run(double seconds)
+    {
+        std::string out;
+        for (const double end_s = now_s + seconds; now_s < end_s; now_s += 0.001) {
+            out += sensor.Transmit(now_s);
+        }
+        return out;
+    }
+    std::string Ask(std::string_view bytes, double seconds = 2)
+    {
+        sensor.Receive(bytes, now_s);
+        return Run(seconds);
+    }
+};
+
+std::vector<double> values(const std::string& lines)
+{
+    std::vector<double> found;
+    for (std::size_t at = 0, end = 0; (end = lines.find("\r\n", at)) != lines.npos; at = end + 2) {
+        found.push_back(std::stod(lines.substr(at, end - at)));
+    }
+    return found;
+}
+
+/// The mean second difference of a series: its noise, without the slow scene. Steps of the scene count little.
+double unrest(const std::vector<double>& series)
+{
+    double sum = 0;
+    for (std::size_t i = 2; i < series.size(); ++i) {
+        sum += std::min(std::abs(series[i] - 2 * series[i - 1] + series[i - 2]), 0.1);
+    }
+    return sum / static_cast<double>(series.size() - 2);
+}
+
+} // namespace
+
+TEST(SensorModel, CommandsGetTheirAnswers)
+{
+    struct Row {
+        std::string_view sent, answered;
+        std::int32_t atRest; // value of 302 afterwards
+    };
+    for (const Row& row : {Row{"X", "Sensor ready\r\n", 1},
+                           Row{"T", "23 C,  OK\r\n", 1},
+                           Row{"G", "       5.000 m\r\n", 1},
+                           Row{"S", "", 1},
+                           Row{"O", "", 1},
+                           Row{"P", "", 1},
+                           Row{"?\n x", "", 1},
+                           Row{"302 50\r", "OK 302\r\n", 2},
+                           Row{"302 50\rT", "OK 302\r\n23 C,  OK\r\n", 2},
+                           Row{"302 51\r", "Error 302\r\n", 1},
+                           Row{"302 \r", "Error 302\r\n", 1},
+                           Row{"302  50\r", "Error 302\r\n", 1},
+                           Row{"777 1\r", "Error 777\r\n", 1},
+                           Row{"610 7\r", "Error 610\r\n", 1},
+                           Row{"802 799\r", "Error 802\r\n", 1},
+                           Row{"802 1013x\r", "Error 802\r\n", 1},
+                           Row{"351 \r", "Error 351\r\n", 1},
+                           Row{"501 -1000000\r", "OK 501\r\n", 1},
+                           Row{"701 +5\r", "Error 701\r\n", 1},
+                           Row{"30T\r", "Error ???\r\n", 1},
+                           Row{"5\r", "Error ???\r\n", 1},
+                           Row{"999 1\r", "Error 999\r\n", 1}}) {
+        Bench bench;
+        bench.sensor.HoldDistance(5000);
+        EXPECT_EQ(bench.Ask(row.sent), row.answered) << row.sent;
+        EXPECT_EQ(bench.sensor.Parameter("302"), row.atRest) << row.sent;
+    }
+}
+
+TEST(SensorModel, AFrameMayComeInPiecesButNotForever)
+{
+    Bench bench;
+    EXPECT_EQ(bench.Ask("10", 1), "");
+    EXPECT_EQ(bench.Ask("1 BINARY+C", 1), "") << "letters belong to the frame";
+    EXPECT_EQ(bench.Ask("RC\r", 1), "OK 101\r\n");
+    EXPECT_EQ(bench.Ask("301 1", 2.1), "");
+    EXPECT_EQ(bench.Ask("X", 1), "Sensor ready\r\n") << "the unfinished frame is forgotten";
+    EXPECT_EQ(bench.sensor.Parameter("301"), 2);
+    EXPECT_EQ(bench.sensor.WireLog(), (std::deque<std::string>{"101 BINARY+CRC\r", "X"}));
+    EXPECT_EQ(bench.Ask("1" + std::string(60, 'y') + "X", 1), "Sensor ready\r\n") << "an endless frame is given up";
+}
+
+TEST(SensorModel, DumpListsWhatTheDeviceHas)
+{
+    struct Row {
+        SensorOptions options;
+        std::string expected;
+    };
+    const std::string head = "Serial-No: 004711\r\nVersion: 2.07\r\nBuild: 1187\r\nDate: 2019-03-14\r\n"
+                             "Pointer: on\r\nTemperature: 23 C,  OK\r\n";
+    const std::string echo = "351: 0\r\n352: 20000\r\n353: 512\r\n354: 1000\r\n355: 1\r\n";
+    const std::string tail = "401: 1000\r\n402: 9000\r\n403: 0\r\n501: 10000\r\n502: 9900\r\n503: 1\r\n504: 1000\r\n"
+                             "505: 900\r\n506: 1\r\n701: -7\r\n702: 1000\r\n801: 200\r\n802: 1013\r\nend\r\n";
+    for (const Row& row :
+         {Row{{},
+              "Type: Serial\r\nAttenuator: E\r\n" + head +
+                  "101: 1\r\n111: 1\r\n601: 3\r\n603: 0\r\n301: 2\r\n302: 1\r\n304: 0\r\n305: 0\r\n306: 1\r\n"
+                  "311: 0\r\n" +
+                  echo + tail},
+          Row{{.kind = DeviceKind::Profibus, .attenuator = "D", .isLegacyDump = true, .lineRate = 38400},
+              "Type: Profibus\r\nAttenuator: D\r\n" + head +
+                  "101: 1\r\n111: 1\r\n601: 5\r\n603: 0\r\n610: 5\r\n301: 2\r\n302: 1\r\n304: 0\r\n305: 0\r\n"
+                  "3 06: 1\r\n311: 0\r\n" +
+                  tail}}) {
+        Bench bench{clsSensorModel(row.options)};
+        bench.Ask("P701 -7\r", 0.2);
+        EXPECT_EQ(bench.Ask("C"), row.expected);
+    }
+}
+
+TEST(SensorModel, BytesNeverOutrunTheLine)
+{
+    for (const std::int32_t rate : {1200, 9600, 38400}) {
+        Bench bench{clsSensorModel({.lineRate = rate})};
+        bench.sensor.SetParameter("301", 0); // more values than any line carries
+        bench.sensor.Receive("MCT", 0);
+        std::size_t count = 0;
+        for (int step = 1; step <= 300; ++step) {
+            count += bench.sensor.Transmit(step * 0.01).size();
+            ASSERT_LE(static_cast<double>(count), step * 0.01 * rate / 10) << rate << " bit/s, step " << step;
+        }
+        EXPECT_GT(static_cast<double>(count), 2.8 * rate / 10) << "the line is kept busy at " << rate;
+    }
+}
+
+TEST(SensorModel, ValuesComeAtTheAveragingRate)
+{
+    struct Row {
+        std::int32_t depth, moving, perMinute;
+    };
+    for (const Row& row : {Row{2, 0, 1250}, Row{3, 0, 312}, Row{4, 0, 78}, Row{4, 1, 312}}) {
+        Bench bench;
+        bench.sensor.SetParameter("301", row.depth);
+        bench.sensor.SetParameter("304", row.moving);
+        EXPECT_NEAR(static_cast<double>(values(bench.Ask("M", 60)).size()), row.perMinute, 2)
+            << "depth " << row.depth << ", moving average " << row.moving;
+    }
+}
+
+TEST(SensorModel, NoiseFallsWithTheRootOfTheDepth)
+{
+    double unrests[2];
+    for (const std::int32_t depth : {0, 1}) {
+        Bench bench{clsSensorModel({.lineRate = 38400})};
+        bench.sensor.SetParameter("301", depth);
+        unrests[depth] = unrest(values(bench.Ask("M", 30)));
+    }
+    EXPECT_NEAR(unrests[0] / unrests[1], 4, 0.8) << "1 sample against 16";
+}
+
+TEST(SensorModel, StopEndsWithTheLineThatIsOnItsWay)
+{
+    for (const std::string_view stop : {"S", "X"}) {
+        Bench bench;
+        bench.sensor.HoldDistance(1500);
+        std::string heard = bench.Ask("M", 0.1);
+        heard += bench.Ask(stop, 2);
+        const std::string line = "       1.500 m\r\n";
+        std::size_t lines = 0;
+        for (; heard.starts_with(line); ++lines) {
+            heard.erase(0, line.size());
+        }
+        EXPECT_EQ(lines, 2U);
+        EXPECT_EQ(heard, stop == "X" ? "Sensor ready\r\n" : "") << stop;
+        EXPECT_FALSE(bench.sensor.IsMeasuring());
+    }
+    Bench single;
+    single.sensor.SetParameter("603", 1);
+    EXPECT_EQ(values(single.Ask("M", 1)).size(), 1U) << "single mode";
+    EXPECT_EQ(single.Ask("MS", 1), "") << "a value that has not begun is not wanted any more";
+}
+
+TEST(SensorModel, WhatIsStoredComesBackWithThePower)
+{
+    Bench bench;
+    EXPECT_EQ(bench.Ask("305 1\r601 19200\r999 \r701 50\r", 1), "OK 305\r\nOK 601\r\nOK 999\r\nOK 701\r\n");
+    EXPECT_EQ(bench.sensor.LineRate(), 9600) << "the line waits for the next start";
+    EXPECT_EQ(bench.Ask("000 \r", 1), "OK 000\r\n");
+    EXPECT_EQ(bench.sensor.Parameter("305"), 0);
+    bench.sensor.PowerOn(bench.now_s);
+    EXPECT_TRUE(bench.Run(0.2).starts_with("RVQ ready\r\n"));
+    EXPECT_EQ(bench.sensor.LineRate(), 19200);
+    EXPECT_TRUE(bench.sensor.IsMeasuring()) << "autostart";
+    EXPECT_EQ(bench.sensor.Parameter("701"), 0) << "never stored";
+}
+
+TEST(SensorModel, FaultsShowOnTheLine)
+{
+    struct Row {
+        double Faults::*rate;
+        double value;
+        std::string_view sent, answered;
+    };
+    for (const Row& row :
+         {Row{&Faults::silence, 1, "X", ""}, Row{&Faults::silence, 1, "M", ""},
+          Row{&Faults::refusal, 1, "302 50\r", "Error 302\r\n"}, Row{&Faults::noecho, 1, "G", "     No Echo\r\n"},
+          Row{&Faults::temperr, 1, "G", "    TempErr!\r\n"}, Row{&Faults::shutdown, 0.5, "T", "23 C, NOK\r\n"},
+          Row{&Faults::lost, 1, "X", ""}, Row{&Faults::announce, 1, "T", "23 C,RVQ ready\r\n  OK\r\n"},
+          Row{&Faults::split, 1, "X", "Sensor ready\r\n"}, Row{&Faults::slow, 1, "X", "Sensor ready\r\n"},
+          Row{&Faults::burst, 1, "X", "Sensor ready\r\n"}}) {
+        Bench bench;
+        bench.sensor.Faults().*row.rate = row.value;
+        EXPECT_EQ(bench.Ask(row.sent), row.answered) << row.sent;
+    }
+    Bench cut;
+    cut.sensor.Faults().cutdump = 1;
+    const std::string dump = cut.Ask("C");
+    EXPECT_TRUE(dump.starts_with("Type:")) << dump;
+    EXPECT_EQ(dump.find("end"), dump.npos);
+    Bench noisy;
+    noisy.sensor.Faults().garbage = 1;
+    const std::string doubled = noisy.Ask("X");
+    ASSERT_EQ(doubled.size(), 28U);
+    EXPECT_EQ(doubled[1], 'S');
+    EXPECT_EQ(doubled[27], '\n');
+}
+
+TEST(SensorModel, AHeldBackAnswerComesAtOnceAndASplitOneInDrops)
+{
+    Bench held;
+    held.sensor.Faults().burst = 1;
+    EXPECT_EQ(held.Ask("X", 0.19), "");
+    EXPECT_EQ(held.Run(0.02), "Sensor ready\r\n");
+    Bench split;
+    split.sensor.Faults().split = 1;
+    EXPECT_LT(split.Ask("X", 0.03).size(), 9U) << "undisturbed, it would be complete";
+}
+
+TEST(SensorModel, NextDueLeadsThroughAnAnswerWithoutPolling)
+{
+    clsSensorModel sensor;
+    EXPECT_TRUE(std::isinf(sensor.NextDue()));
+    sensor.Receive("X", 0);
+    std::string heard;
+    int looks = 0;
+    for (; !std::isinf(sensor.NextDue()) && looks < 100; ++looks) {
+        heard += sensor.Transmit(sensor.NextDue());
+    }
+    EXPECT_EQ(heard, "Sensor ready\r\n");
+    EXPECT_LT(looks, 7);
+}
+
+TEST(SensorModel, OffsetAndScaleReachTheValue)
+{
+    Bench bench;
+    bench.sensor.HoldDistance(2000);
+    EXPECT_EQ(bench.Ask("702 500\r701 -1500\rG", 1), "OK 702\r\nOK 701\r\n      -0.500 m\r\n");
+}
+
+TEST(SensorScene, MovesWithinItsRangeAndSteppedTargetsPass)
+{
+    int steps = 0;
+    for (const std::uint64_t seed : {1U, 2U, 77U}) {
+        double before = SceneDistance_mm(seed, 0);
+        for (double time_s = 0.01; time_s < 300; time_s += 0.01) {
+            const double distance = SceneDistance_mm(seed, time_s);
+            ASSERT_GT(distance, 500) << seed << " at " << time_s;
+            ASSERT_LT(distance, 10000) << seed << " at " << time_s;
+            steps += std::abs(distance - before) > 300 ? 1 : 0;
+            before = distance;
+        }
+    }
+    EXPECT_GT(steps, 40); // in 15 minutes, two for each target
+    EXPECT_NE(SceneDistance_mm(1, 5), SceneDistance_mm(2, 5));
+}
+
+TEST(SensorFaults, BadTextsAreRefusedAndChangeNothing)
+{
+    for (const char* text : {"", "silence", "=1", "noise=1", "silence=", "silence=1,5", "silence=1.1", "silence=-0.1",
+                             "silence=nan", "silence=0x1", "silence= 1", "Silence=1"}) {
+        Faults faults;
+        EXPECT_NE(ParseFault(text, faults), "") << text;
+        EXPECT_EQ(faults.silence, 0) << text;
+    }
+    Faults faults;
+    EXPECT_EQ(ParseFault("garbage=0.25", faults), "");
+    EXPECT_EQ(ParseFault("announce=1", faults), "");
+    EXPECT_EQ(faults.garbage, 0.25);
+    EXPECT_EQ(faults.announce, 1);
+}
+
+} // namespace simulator

@@ -1,0 +1,183 @@
+// The simulated sensor on a real pseudo-terminal, as another program meets it.
+#include "simulator/clsSimulatedSensor.h"
+
+#include <chrono>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace simulator {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+constexpr auto kPatience = std::chrono::seconds(5);
+
+/// The other end of the line, in the hands of a program.
+class Client {
+public:
+    explicit Client(const std::string& path) : m_port(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
+    ~Client() { close(m_port); }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    bool IsOpen() const { return m_port >= 0; }
+    void SetSpeed(speed_t speed) const
+    {
+        termios settings{};
+        tcgetattr(m_port, &settings);
+        cfsetspeed(&settings, speed);
+        tcsetattr(m_port, TCSANOW, &settings);
+    }
+    bool Send(std::string_view bytes) const
+    {
+        return write(m_port, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    }
+    /// Reads until so many bytes are there, the line hangs up or the patience ends.
+    std::string Read(std::size_t count) const
+    {
+        std::string bytes;
+        const auto end = Clock::now() + kPatience;
+        while (bytes.size() < count && Clock::now() < end) {
+            pollfd port{m_port, POLLIN, 0};
+            poll(&port, 1, 50);
+            char byte = 0;
+            while (bytes.size() < count && read(m_port, &byte, 1) == 1) {
+                bytes.push_back(byte);
+            }
+        }
+        return bytes;
+    }
+    bool HangsUp() const
+    {
+        pollfd port{m_port, 0, 0};
+        return poll(&port, 1, 5000) == 1 && (port.revents & POLLHUP) != 0;
+    }
+
+private:
+    int m_port;
+};
+
+const std::string kReady = "Sensor ready\r\n";
+
+class SimulatedSensor : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        char name[] = "/tmp/orvex-sensor-XXXXXX";
+        ASSERT_NE(mkdtemp(name), nullptr);
+        m_folder = name;
+    }
+    void TearDown() override { fs::remove_all(m_folder); }
+
+    fs::path m_folder;
+};
+
+} // namespace
+
+TEST_F(SimulatedSensor, AnswersEveryClientInTurn)
+{
+    const clsSimulatedSensor sensor;
+    for (int turn = 0; turn < 3; ++turn) {
+        const Client client(sensor.Path());
+        ASSERT_TRUE(client.Send("X"));
+        EXPECT_EQ(client.Read(kReady.size()), kReady) << "turn " << turn;
+    }
+}
+
+TEST_F(SimulatedSensor, BinaryBytesPassUnchanged)
+{
+    clsSimulatedSensor sensor;
+    sensor.With([](clsSensorModel& model) {
+        model.SetParameter("101", 2);
+        model.HoldDistance(0x110D0A); // the bytes that terminals like to change
+    });
+    const Client client(sensor.Path());
+    ASSERT_TRUE(client.Send("G"));
+    EXPECT_EQ(client.Read(4), std::string("\x0A\x0D\x11\0", 4));
+}
+
+TEST_F(SimulatedSensor, AnotherRateMakesGarbageOfBothDirections)
+{
+    clsSimulatedSensor sensor;
+    const Client client(sensor.Path());
+    client.SetSpeed(B19200);
+    ASSERT_TRUE(client.Send("XTC"));
+    sensor.With([&sensor](clsSensorModel& model) { model.PowerOn(sensor.Now_s()); }); // "RVQ ready"
+    const std::string heard = client.Read(11);
+    EXPECT_EQ(heard.size(), 11U);
+    EXPECT_EQ(heard.find_first_of("RVQready\r\n"), heard.npos);
+    client.SetSpeed(B9600);
+    ASSERT_TRUE(client.Send("X"));
+    EXPECT_EQ(client.Read(kReady.size()), kReady) << "nothing of the garbage was taken for a command";
+}
+
+TEST_F(SimulatedSensor, WhatOneClientLeftUnreadDoesNotReachTheNext)
+{
+    clsPseudoTerminal terminal({}, 9600);
+    terminal.Write("nobody", 9600);
+    {
+        const Client first(terminal.Path());
+        ASSERT_TRUE(terminal.IsAttached());
+        terminal.Write("first", 9600);
+        EXPECT_EQ(first.Read(5), "first");
+        terminal.Write("unread", 9600);
+    }
+    ASSERT_FALSE(terminal.IsAttached());
+    const Client second(terminal.Path());
+    terminal.Write("new", 9600);
+    EXPECT_EQ(second.Read(3), "new");
+}
+
+TEST_F(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
+{
+    const fs::path link = m_folder / "port";
+    fs::create_symlink("/nowhere/at/all", link);
+    {
+        const clsSimulatedSensor sensor({}, link);
+        EXPECT_EQ(sensor.Path(), link);
+        const Client client(link);
+        ASSERT_TRUE(client.Send("X"));
+        EXPECT_EQ(client.Read(kReady.size()), kReady);
+    }
+    EXPECT_TRUE(fs::is_empty(m_folder)) << "neither the link nor its temporary name is left";
+}
+
+TEST_F(SimulatedSensor, LinkIsRefusedWhereAFileLivesAndLeftAloneWhenOthersHaveIt)
+{
+    const fs::path file = m_folder / "notes";
+    std::ofstream(file) << "mine";
+    EXPECT_THROW(clsSimulatedSensor({}, file), std::runtime_error);
+    EXPECT_THROW(clsSimulatedSensor({}, m_folder / "missing" / "port"), std::runtime_error);
+    EXPECT_EQ(fs::file_size(file), 4U);
+    const fs::path link = m_folder / "port";
+    {
+        const clsSimulatedSensor first({}, link);
+        fs::remove(link);
+        fs::create_symlink("/nowhere", link);
+    }
+    EXPECT_TRUE(fs::is_symlink(link));
+}
+
+TEST_F(SimulatedSensor, UnplugHangsUpAndReplugBringsTheLinkBack)
+{
+    const fs::path link = m_folder / "port";
+    clsSimulatedSensor sensor({}, link);
+    const Client before(link);
+    ASSERT_TRUE(before.Send("X"));
+    EXPECT_EQ(before.Read(kReady.size()), kReady);
+    sensor.Unplug();
+    EXPECT_TRUE(before.HangsUp());
+    EXPECT_FALSE(Client(link).IsOpen());
+    sensor.Replug();
+    const Client after(link);
+    ASSERT_TRUE(after.Send("X"));
+    EXPECT_EQ(after.Read(kReady.size()), kReady);
+}
+
+} // namespace simulator

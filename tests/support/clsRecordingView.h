@@ -1,0 +1,40 @@
+// A monitor without a window: remembers what the loop has shown.
+#pragma once
+
+#include "monitor/MonitorView.h"
+
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
+class clsRecordingView : public MonitorView {
+public:
+    std::string distance, temperature, unit;
+    std::array<std::string, 3> status;
+    std::vector<std::string> messages; ///< every text of panel 1 that differs from the one before
+    std::int32_t dialogue = -1;
+    bool running = false, shutDown = false;
+    ControlRule rule;
+    std::vector<std::pair<double, double>> points;
+    std::int32_t resets = 0, scrolls = 0;
+
+    void ShowDistance(const std::string& text) override { distance = text; }
+    void ShowTemperature(const std::string& text) override { temperature = text; }
+    void ShowStatus(std::int32_t panel, std::string_view text) override
+    {
+        std::string& shown = status.at(static_cast<std::size_t>(panel - 1));
+        if (panel == 1 && shown != text && !text.empty()) {
+            messages.emplace_back(text);
+        }
+        shown = text;
+    }
+    void ShowDialogue(std::int32_t commStatus) override { dialogue = commStatus; }
+    void ShowRunning(bool isRunning) override { running = isRunning; }
+    void ShowShutDown(bool isShutDown) override { shutDown = isShutDown; }
+    void ShowRule(const ControlRule& shown) override { rule = shown; }
+    void ResetChart() override { ++resets; }
+    void ShowUnit(std::string_view shown) override { unit = shown; }
+    void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
+    void ShowChartTime(double) override { ++scrolls; }
+};
