@@ -84,12 +84,24 @@ bool claim(int fd)
     return flock(fd, LOCK_EX | LOCK_NB) == 0 && ioctl(fd, TIOCEXCL) == 0;
 }
 
+void release(int fd)
+{
+    if (fd < 0) {
+        return;
+    }
+    // Unsent bytes must not hold the program up at a line that nobody reads.
+    tcflush(fd, TCOFLUSH);
+    // On a pseudo-terminal the claim would outlive this descriptor.
+    ioctl(fd, TIOCNXCL);
+    close(fd);
+}
+
 } // namespace
 
 clsPosixPort::~clsPosixPort()
 {
-    while (!m_lines.empty()) {
-        sio_close(m_lines.begin()->first);
+    for (const auto& [port, line] : m_lines) {
+        release(line.fd);
     }
 }
 
@@ -126,12 +138,7 @@ std::int32_t clsPosixPort::sio_close(std::int32_t port)
     if (line == m_lines.end()) {
         return 0;
     }
-    if (line->second.fd >= 0) {
-        // Unsent bytes must not hold the program up at a line that nobody reads.
-        tcflush(line->second.fd, TCOFLUSH);
-        ioctl(line->second.fd, TIOCNXCL);
-        close(line->second.fd);
-    }
+    release(line->second.fd);
     m_lines.erase(line);
     return 0;
 }

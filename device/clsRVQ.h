@@ -125,6 +125,7 @@ public:
 private:
     // The evaluation (clsRVQEvaluate.cpp); a text that comes back is the follow-up command.
     std::string_view evaluateSilence();
+    std::string_view evaluateSilentStart();
     std::string_view evaluateWithoutDialogue();
     std::string_view evaluateIdle();
     std::string_view evaluateMeasuring();

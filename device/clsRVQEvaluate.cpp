@@ -45,34 +45,31 @@ std::string_view clsRVQ::evaluateSilence()
     if (!pastDeadline()) {
         return {};
     }
-    if (CommStatus == DialogueNone) {
-        if (LastCommand.empty()) {
-            return "X";
-        }
+    if (LastCommand.empty()) {
+        return CommStatus == DialogueNone ? "X" : "T"; // a probe, or the idle sensor's temperature
+    }
+    if (CommStatus == DialogueNone || LastCommand == "T") {
         reportUnanswered();
-    } else if (LastCommand == "m") {
-        EventNr = EventNoAnswer;
     } else if (LastCommand == "M") {
-        if (CommStatus != DialogueMeasuring) {
-            EventNr = EventNoAnswer;
-            return "S";
-        }
-        // A start that got lost on the line: said once, so that the loop leaves the measuring state.
-        reportUnanswered();
-    } else if (LastCommand == "O" || LastCommand == "P") {
-        LastCommand.clear(); // the marker laser answers nothing
-    } else if (LastCommand == "S") {
-        if (CommStatus == DialogueMeasuring) {
-            return "T"; // the measurement was interrupted for the temperature
-        }
-        LastCommand.clear();
-    } else if (LastCommand == "T") {
-        reportUnanswered();
-    } else if (LastCommand.empty()) {
-        return "T"; // an idle sensor is polled for its temperature
+        return evaluateSilentStart();
+    } else if (LastCommand == "S" && CommStatus == DialogueMeasuring) {
+        return "T"; // the measurement was interrupted for the temperature
+    } else if (LastCommand == "S" || LastCommand == "O" || LastCommand == "P") {
+        LastCommand.clear(); // these have no answer
     } else if (LastCommand != "G") {
         EventNr = EventNoAnswer;
     }
+    return {};
+}
+
+std::string_view clsRVQ::evaluateSilentStart()
+{
+    if (CommStatus != DialogueMeasuring) {
+        EventNr = EventNoAnswer;
+        return "S";
+    }
+    // The start got lost on the line: said once, so that the loop leaves the measuring state.
+    reportUnanswered();
     return {};
 }
 
@@ -107,10 +104,8 @@ std::string_view clsRVQ::evaluateIdle()
         return evaluateVerdict(EventRefused);
     }
     if (LastCommand == "T" && hasBinaryFormat() && !ReplySteps::HoldsAnnouncement(InBuffer)) {
-        takeBinaryTemperature();
-        if (EventNr == EventTemperature || !pastDeadline()) {
-            return {};
-        }
+        evaluateAnswerToT();
+        return {};
     }
     return pastDeadline() ? evaluateIdleRest() : "";
 }

@@ -114,7 +114,7 @@ TEST(Evaluate, RepliesWhenIdle)
         {DialogueIdle, "G", "RVQ ready\r\n", EventNone, EventNoAnswer, "", false},
     });
     checkReplies({{DialogueIdle, "T", "\x17\x01", EventNone, EventTemperature, "", true}}, FormatBinary);
-    checkReplies({{DialogueIdle, "T", "\x17", EventNone, EventNoAnswer, "", false}}, FormatBinary);
+    checkReplies({{DialogueIdle, "T", "\x17", EventNone, EventNoAnswer, "", true}}, FormatBinary);
 }
 
 TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
