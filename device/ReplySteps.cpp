@@ -20,29 +20,34 @@ std::uint8_t byteAt(std::string_view bytes, std::size_t i)
     return static_cast<std::uint8_t>(bytes[i]);
 }
 
-/// What tells a frame from four bytes out of step: only these combinations are distances or markers.
-bool startsFrame(std::string_view bytes)
+/// Four bytes of a frame, least significant first.
+std::uint32_t frameWord(std::string_view bytes, std::size_t at)
 {
-    const std::uint8_t b0 = byteAt(bytes, 0);
-    const std::uint8_t b3 = byteAt(bytes, 3);
-    switch (b3) {
+    const auto byte = [&](std::size_t i) { return std::uint32_t{byteAt(bytes, at + i)}; };
+    return byte(0) | byte(1) << 8U | byte(2) << 16U | byte(3) << 24U;
+}
+
+/// What tells a frame from four bytes out of step: only these combinations are distances or markers.
+bool isFrame(std::uint32_t word)
+{
+    const std::uint32_t b0 = word & 0xFFU;
+    switch (word >> 24U) {
     case 0x00:
         return b0 != 0;
     case 0x7F:
         return b0 == 0xFF || b0 == 0xF0;
     case 0xFF:
-        return byteAt(bytes, 2) > 0xE1;
+        return (word >> 16U & 0xFFU) > 0xE1;
     default:
         return false;
     }
 }
 
-std::int32_t decodeFrame(std::string_view frame)
+std::int32_t decodeFrame(std::uint32_t word)
 {
-    const std::int32_t low = byteAt(frame, 0) | byteAt(frame, 1) << 8 | byteAt(frame, 2) << 16;
-    const std::uint8_t b3 = byteAt(frame, 3);
     // From 128 on the highest byte is a sign only; its value does not count.
-    return b3 < 128 ? low | b3 << 24 : low - 0x1000000;
+    return word < 0x80000000U ? static_cast<std::int32_t>(word)
+                              : static_cast<std::int32_t>(word & 0xFFFFFFU) - 0x1000000;
 }
 
 AsciiDistance judged(std::string_view candidate, std::size_t consumed)
@@ -131,16 +136,20 @@ AsciiDistance FindAsciiDistance(std::string_view bytes)
 BinaryDistances FindBinaryDistances(std::string_view bytes)
 {
     BinaryDistances found;
-    std::size_t newest = std::string_view::npos;
+    std::optional<std::uint32_t> newest;
     std::size_t at = 0;
     while (bytes.size() - at >= kFrameSize) {
-        const bool frame = startsFrame(bytes.substr(at, kFrameSize));
-        newest = frame ? at : newest;
-        at += frame ? kFrameSize : 1;
+        const std::uint32_t word = frameWord(bytes, at);
+        if (isFrame(word)) {
+            newest = word;
+            at += kFrameSize;
+        } else {
+            ++at;
+        }
     }
     found.consumed = at;
-    if (newest != std::string_view::npos) {
-        found.newest_mm = decodeFrame(bytes.substr(newest, kFrameSize));
+    if (newest) {
+        found.newest_mm = decodeFrame(*newest);
     }
     return found;
 }
@@ -159,7 +168,7 @@ BinaryDistances FindCrcDistances(std::string_view bytes)
     }
     found.consumed = at + (found.crcError ? 1 : 0);
     if (newest != std::string_view::npos) {
-        found.newest_mm = decodeFrame(bytes.substr(newest, kFrameSize));
+        found.newest_mm = decodeFrame(frameWord(bytes, newest));
     }
     return found;
 }
