@@ -98,7 +98,7 @@ void XYChart::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const double line = QFontMetricsF(font()).height();
-    const double labels = QFontMetricsF(font()).horizontalAdvance(QStringLiteral("-00000.000"));
+    const double labels = QFontMetricsF(font()).horizontalAdvance(QStringLiteral("-0000.000"));
     const QRectF plot = QRectF(rect()).adjusted(labels + line, 2.0 * line, -1.5 * line, -2.5 * line);
     if (m_points.empty()) {
         painter.setPen(palette().color(QPalette::PlaceholderText));

@@ -78,6 +78,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     setObjectName(QStringLiteral("frmMain"));
     auto* centre = new QWidget(this);
     auto* grid = new QGridLayout(centre);
+    grid->setHorizontalSpacing(fontMetrics().height());
     grid->addWidget(buildMeasurementFrame(), 0, 0);
     grid->addWidget(buildComportFrame(), 1, 0);
     grid->setRowStretch(2, 1);
@@ -86,6 +87,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     grid->setColumnStretch(1, 1);
     setCentralWidget(centre);
     buildStatusBar();
+    resize(QSize(66, 40) * fontMetrics().height());
     fillComPorts();
     fillBaudrates();
     localise();
@@ -152,8 +154,10 @@ QWidget* frmMain::buildMeasurementFrame()
     grid->addWidget(lblTempCaption, 3, 0, 1, 2);
     grid->addWidget(lblTemperature, 3, 2, 1, 2, Qt::AlignRight);
     grid->addWidget(lblShutDown, 4, 0, 1, 4);
-    grid->addWidget(cmdStart, 5, 0, 1, 2);
-    grid->addWidget(cmdSingleValue, 5, 2, 1, 2);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdStart, 1);
+    buttons->addWidget(cmdSingleValue, 1);
+    grid->addLayout(buttons, 5, 0, 1, 4);
     grid->addWidget(chkTempMeasurement, 6, 0, 1, 4);
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(3, 1);
@@ -183,6 +187,7 @@ void frmMain::buildStatusBar()
     statusBar()->addWidget(sbar[0], 2);
     statusBar()->addWidget(sbar[1], 3);
     statusBar()->addPermanentWidget(sbar[2]);
+    statusBar()->setContentsMargins(fontMetrics().height() / 2, 0, 0, 0);
 }
 
 void frmMain::connectControls()
