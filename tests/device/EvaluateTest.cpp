@@ -149,15 +149,6 @@ TEST(Evaluate, RepliesWhileMeasuring)
                  FormatBinaryCrc);
 }
 
-TEST(Evaluate, StreamThatNeverPausesAfterAStopStillLeadsToTheTemperature)
-{
-    ScriptedSensor sensor;
-    sensor.Expect(DialogueMeasuring, "S");
-    sensor.At(kPast_ms);
-    sensor.Arrive("  1.234 m\r\n");
-    EXPECT_EQ(sensor.port.Sent, "T");
-}
-
 TEST(Evaluate, RestartedSensorIsAskedForItsConfiguration)
 {
     ScriptedSensor sensor;
@@ -342,21 +333,6 @@ TEST(Evaluate, SingleValueInEveryFormat)
         EXPECT_EQ(sensor.Arrive(""), EventNone);
         EXPECT_EQ(sensor.port.Sent, "GT");
     }
-}
-
-TEST(Evaluate, DistancesKeepARunAlive)
-{
-    ScriptedSensor sensor;
-    sensor.device.SendCommand("M");
-    sensor.device.CommStatus = DialogueMeasuring;
-    for (int ms = 3400; ms < 20000; ms += 2900) {
-        sensor.At(ms);
-        EXPECT_EQ(sensor.Arrive("     1.234 m\r\n"), EventDistance);
-        EXPECT_EQ(sensor.device.LastCommand, "m");
-        EXPECT_EQ(sensor.Arrive(""), EventNone);
-    }
-    sensor.At(30000);
-    EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
 }
 
 TEST(Evaluate, DumpFillsTheParameterSet)

@@ -61,13 +61,4 @@ TEST(WireValue, OfListedAndPlainParameters)
     }
 }
 
-TEST(Parameters, NewObjectAndMissingKeyDifferInTheRainFilterOnly)
-{
-    for (const ParameterDef& row : Parameters()) {
-        EXPECT_EQ(row.defaultValue != row.missingKeyValue, row.key == "RainFilter") << row.key;
-    }
-    const clsRVQ device;
-    EXPECT_EQ(device.RainFilter, -1);
-}
-
 } // namespace

@@ -1,8 +1,6 @@
 // The simulated sensor as seen from its line, in a time that the tests make.
 #include "simulator/clsSensorModel.h"
 
-#include "simulator/Scene.h"
-
 #include <cmath>
 #include <gtest/gtest.h>
 #include <string>
@@ -41,16 +39,6 @@ std::vector<double> values(const std::string& lines)
     return found;
 }
 
-/// The mean second difference of a series: its noise, without the slow scene. Steps of the scene count little.
-double unrest(const std::vector<double>& series)
-{
-    double sum = 0;
-    for (std::size_t i = 2; i < series.size(); ++i) {
-        sum += std::min(std::abs(series[i] - 2 * series[i - 1] + series[i - 2]), 0.1);
-    }
-    return sum / static_cast<double>(series.size() - 2);
-}
-
 } // namespace
 
 TEST(SensorModel, CommandsGetTheirAnswers)
@@ -59,28 +47,14 @@ TEST(SensorModel, CommandsGetTheirAnswers)
         std::string_view sent, answered;
         std::int32_t atRest; // value of 302 afterwards
     };
-    for (const Row& row : {Row{"X", "Sensor ready\r\n", 1},
-                           Row{"T", "23 C,  OK\r\n", 1},
-                           Row{"G", "       5.000 m\r\n", 1},
-                           Row{"S", "", 1},
-                           Row{"O", "", 1},
-                           Row{"P", "", 1},
-                           Row{"?\n x", "", 1},
-                           Row{"302 50\r", "OK 302\r\n", 2},
-                           Row{"302 50\rT", "OK 302\r\n23 C,  OK\r\n", 2},
-                           Row{"302 51\r", "Error 302\r\n", 1},
-                           Row{"302 \r", "Error 302\r\n", 1},
-                           Row{"302  50\r", "Error 302\r\n", 1},
-                           Row{"777 1\r", "Error 777\r\n", 1},
-                           Row{"610 7\r", "Error 610\r\n", 1},
-                           Row{"802 799\r", "Error 802\r\n", 1},
-                           Row{"802 1013x\r", "Error 802\r\n", 1},
-                           Row{"351 \r", "Error 351\r\n", 1},
-                           Row{"501 -1000000\r", "OK 501\r\n", 1},
-                           Row{"701 +5\r", "Error 701\r\n", 1},
-                           Row{"30T\r", "Error ???\r\n", 1},
-                           Row{"5\r", "Error ???\r\n", 1},
-                           Row{"999 1\r", "Error 999\r\n", 1}}) {
+    for (const Row& row :
+         {Row{"X", "Sensor ready\r\n", 1}, Row{"T", "23 C,  OK\r\n", 1}, Row{"G", "       5.000 m\r\n", 1},
+          Row{"S", "", 1}, Row{"P", "", 1}, Row{"?\n x", "", 1}, Row{"302 50\r", "OK 302\r\n", 2},
+          Row{"302 50\rT", "OK 302\r\n23 C,  OK\r\n", 2}, Row{"302 51\r", "Error 302\r\n", 1},
+          Row{"302 \r", "Error 302\r\n", 1}, Row{"777 1\r", "Error 777\r\n", 1}, Row{"610 7\r", "Error 610\r\n", 1},
+          Row{"802 799\r", "Error 802\r\n", 1}, Row{"802 1013x\r", "Error 802\r\n", 1},
+          Row{"351 \r", "Error 351\r\n", 1}, Row{"501 -1000000\r", "OK 501\r\n", 1}, Row{"30T\r", "Error ???\r\n", 1},
+          Row{"999 1\r", "Error 999\r\n", 1}}) {
         Bench bench;
         bench.sensor.HoldDistance(5000);
         EXPECT_EQ(bench.Ask(row.sent), row.answered) << row.sent;
@@ -158,17 +132,6 @@ TEST(SensorModel, ValuesComeAtTheAveragingRate)
     }
 }
 
-TEST(SensorModel, NoiseFallsWithTheRootOfTheDepth)
-{
-    double unrests[2];
-    for (const std::int32_t depth : {0, 1}) {
-        Bench bench{clsSensorModel({.lineRate = 38400})};
-        bench.sensor.SetParameter("301", depth);
-        unrests[depth] = unrest(values(bench.Ask("M", 30)));
-    }
-    EXPECT_NEAR(unrests[0] / unrests[1], 4, 0.8) << "1 sample against 16";
-}
-
 TEST(SensorModel, StopEndsWithTheLineThatIsOnItsWay)
 {
     for (const std::string_view stop : {"S", "X"}) {
@@ -236,17 +199,6 @@ TEST(SensorModel, FaultsShowOnTheLine)
     EXPECT_EQ(doubled[27], '\n');
 }
 
-TEST(SensorModel, AHeldBackAnswerComesAtOnceAndASplitOneInDrops)
-{
-    Bench held;
-    held.sensor.Faults().burst = 1;
-    EXPECT_EQ(held.Ask("X", 0.19), "");
-    EXPECT_EQ(held.Run(0.02), "Sensor ready\r\n");
-    Bench split;
-    split.sensor.Faults().split = 1;
-    EXPECT_LT(split.Ask("X", 0.03).size(), 9U) << "undisturbed, it would be complete";
-}
-
 TEST(SensorModel, NextDueLeadsThroughAnAnswerWithoutPolling)
 {
     clsSensorModel sensor;
@@ -259,30 +211,6 @@ TEST(SensorModel, NextDueLeadsThroughAnAnswerWithoutPolling)
     }
     EXPECT_EQ(heard, "Sensor ready\r\n");
     EXPECT_LT(looks, 7);
-}
-
-TEST(SensorModel, OffsetAndScaleReachTheValue)
-{
-    Bench bench;
-    bench.sensor.HoldDistance(2000);
-    EXPECT_EQ(bench.Ask("702 500\r701 -1500\rG", 1), "OK 702\r\nOK 701\r\n      -0.500 m\r\n");
-}
-
-TEST(SensorScene, MovesWithinItsRangeAndSteppedTargetsPass)
-{
-    int steps = 0;
-    for (const std::uint64_t seed : {1U, 2U, 77U}) {
-        double before = SceneDistance_mm(seed, 0);
-        for (double time_s = 0.01; time_s < 300; time_s += 0.01) {
-            const double distance = SceneDistance_mm(seed, time_s);
-            ASSERT_GT(distance, 500) << seed << " at " << time_s;
-            ASSERT_LT(distance, 10000) << seed << " at " << time_s;
-            steps += std::abs(distance - before) > 300 ? 1 : 0;
-            before = distance;
-        }
-    }
-    EXPECT_GT(steps, 40); // in 15 minutes, two for each target
-    EXPECT_NE(SceneDistance_mm(1, 5), SceneDistance_mm(2, 5));
 }
 
 TEST(SensorFaults, BadTextsAreRefusedAndChangeNothing)

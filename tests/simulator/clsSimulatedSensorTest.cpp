@@ -90,33 +90,6 @@ TEST_F(SimulatedSensor, AnswersEveryClientInTurn)
     }
 }
 
-TEST_F(SimulatedSensor, BinaryBytesPassUnchanged)
-{
-    clsSimulatedSensor sensor;
-    sensor.With([](clsSensorModel& model) {
-        model.SetParameter("101", 2);
-        model.HoldDistance(0x110D0A); // the bytes that terminals like to change
-    });
-    const Client client(sensor.Path());
-    ASSERT_TRUE(client.Send("G"));
-    EXPECT_EQ(client.Read(4), std::string("\x0A\x0D\x11\0", 4));
-}
-
-TEST_F(SimulatedSensor, AnotherRateMakesGarbageOfBothDirections)
-{
-    clsSimulatedSensor sensor;
-    const Client client(sensor.Path());
-    client.SetSpeed(B19200);
-    ASSERT_TRUE(client.Send("XTC"));
-    sensor.With([&sensor](clsSensorModel& model) { model.PowerOn(sensor.Now_s()); }); // "RVQ ready"
-    const std::string heard = client.Read(11);
-    EXPECT_EQ(heard.size(), 11U);
-    EXPECT_EQ(heard.find_first_of("RVQready\r\n"), heard.npos);
-    client.SetSpeed(B9600);
-    ASSERT_TRUE(client.Send("X"));
-    EXPECT_EQ(client.Read(kReady.size()), kReady) << "nothing of the garbage was taken for a command";
-}
-
 TEST_F(SimulatedSensor, WhatOneClientLeftUnreadDoesNotReachTheNext)
 {
     clsPseudoTerminal terminal({}, 9600);
