@@ -17,7 +17,7 @@ TEST(SensorLine, EveryFormatInEveryUnit)
 {
     SensorOnLine line;
     line.sensor.With([](clsSensorModel& model) { model.HoldDistance(3300.0); });
-    ASSERT_TRUE(line.Connect());
+    ASSERT_TRUE(line.Configured());
     for (std::int32_t format = FormatAscii; format <= FormatBinaryCrc; ++format) {
         for (std::int32_t unit = 0; unit < 7; ++unit) {
             const std::string name = std::string(kOutputFormatTexts[static_cast<std::size_t>(format)]) + " in " +
@@ -25,7 +25,7 @@ TEST(SensorLine, EveryFormatInEveryUnit)
             line.InSensor("101", format);
             line.InSensor("111", unit);
             line.device.SendCommand("C");
-            ASSERT_TRUE(line.UntilEvent(EventConfiguration)) << name;
+            ASSERT_TRUE(line.Configured()) << name;
             EXPECT_EQ(line.device.OutputFormat, format);
             EXPECT_EQ(line.device.DistanceUnit, unit);
             line.loop.StartStop();
@@ -36,7 +36,7 @@ TEST(SensorLine, EveryFormatInEveryUnit)
         }
         // A temperature and a single value in this format.
         line.device.SendCommand("C");
-        ASSERT_TRUE(line.UntilEvent(EventConfiguration));
+        ASSERT_TRUE(line.Configured());
         const std::int32_t celsius = 40 + format;
         line.sensor.With([&](clsSensorModel& model) { model.SetTemperature(celsius); });
         line.device.SendCommand("T");
@@ -74,7 +74,7 @@ TEST(SensorLine, DumpsOfAllKinds)
         if (row.window != 20000) {
             line.InSensor("352", row.window);
         }
-        ASSERT_TRUE(line.Connect()) << row.attenuator;
+        ASSERT_TRUE(line.Configured()) << row.attenuator;
         EXPECT_EQ(line.device.DeviceType, row.kind == simulator::DeviceKind::Serial ? "Serial" : "Profibus");
         EXPECT_EQ(line.device.EchoCheck, 0) << row.attenuator;
         EXPECT_EQ(line.device.S1OffThreshold, -777);
@@ -99,7 +99,7 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
         SensorOptions options;
         options.isShortAcknowledge = row.shortAcknowledge;
         SensorOnLine line(options);
-        ASSERT_TRUE(line.Connect());
+        ASSERT_TRUE(line.Configured());
         line.loop.StartStop();
         ASSERT_TRUE(line.UntilEvent(EventDistance));
         line.TakeLog();
@@ -127,7 +127,7 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
 TEST(SensorLine, LaserMarkerAndTemperatureDuringAMeasurement)
 {
     SensorOnLine line;
-    ASSERT_TRUE(line.Connect());
+    ASSERT_TRUE(line.Configured());
     line.device.SendCommand("P");
     EXPECT_TRUE(line.Until([&] {
         bool on = false;
@@ -151,7 +151,7 @@ TEST(SensorLine, RestartedAndUnpluggedSensorMeasuresAgainWithoutAClick)
 {
     const auto link = std::filesystem::temp_directory_path() / ("orvex-line-" + std::to_string(getpid()));
     SensorOnLine line({}, link.string());
-    ASSERT_TRUE(line.Connect());
+    ASSERT_TRUE(line.Configured());
     line.loop.StartStop();
     ASSERT_TRUE(line.UntilEvent(EventDistance));
 
@@ -191,7 +191,7 @@ TEST(SensorLine, AtAnotherRateNothingIsTakenForASensor)
     line.settings.Baudrate = 38400;
     line.loop.ChangeBaudrate();
     line.PutForward(5.0);
-    ASSERT_TRUE(line.Connect());
+    ASSERT_TRUE(line.Configured());
 }
 
 TEST(SensorLine, AFaultyLineIsSurvived)
@@ -200,7 +200,7 @@ TEST(SensorLine, AFaultyLineIsSurvived)
          {"split=1", "burst=1", "slow=1", "garbage=0.01", "lost=0.01", "noecho=0.5", "temperr=0.5"}) {
         SensorOnLine line;
         line.InSensor("301", 1); // many values a second
-        ASSERT_TRUE(line.Connect()) << fault;
+        ASSERT_TRUE(line.Configured()) << fault;
         line.loop.StartStop();
         ASSERT_TRUE(line.UntilEvent(EventDistance));
         line.sensor.With([&](clsSensorModel& model) { EXPECT_EQ(ParseFault(fault, model.Faults()), ""); });

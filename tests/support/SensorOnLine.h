@@ -8,6 +8,7 @@
 #include "tests/support/clsRecordingView.h"
 
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <thread>
 
@@ -42,8 +43,21 @@ struct SensorOnLine {
     {
         return Until([&] { return device.EventNr == event; });
     }
-    /// Dialogue established, configuration read, nothing under way.
-    bool Connect() { return UntilEvent(EventConfiguration); }
+    /// Waits for a configuration dump and for the line to be quiet after it: its last line end comes after the event,
+    /// and a measurement must not begin with it.
+    bool Configured()
+    {
+        const bool read =
+            UntilEvent(EventConfiguration) && Until([&] {
+                bool quiet = false;
+                sensor.With([&](simulator::clsSensorModel& model) { quiet = std::isinf(model.NextDue()); });
+                return quiet;
+            });
+        for (int i = 0; i < 5; ++i) {
+            Tick();
+        }
+        return read;
+    }
 
     void Tick()
     {
