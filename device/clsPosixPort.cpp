@@ -38,6 +38,11 @@ std::string groupName(gid_t gid)
     return found != nullptr ? found->gr_name : std::to_string(gid);
 }
 
+std::string reasonOf(int error)
+{
+    return std::generic_category().message(error);
+}
+
 OpenFailure failureOf(int error, const std::string& device, gid_t gid)
 {
     switch (error) {
@@ -56,7 +61,7 @@ OpenFailure failureOf(int error, const std::string& device, gid_t gid)
     case ENOTTY:
         return {OpenProblem::NotATerminal, device, {}, {}};
     default:
-        return {OpenProblem::Other, device, {}, std::generic_category().message(error)};
+        return {OpenProblem::Other, device, {}, reasonOf(error)};
     }
 }
 
@@ -110,8 +115,13 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
     sio_close(port);
     const std::string device = m_devices.DeviceOf(port);
     struct stat info {};
-    if (device.empty() || stat(device.c_str(), &info) != 0) {
-        return failed(failureOf(device.empty() ? ENOENT : errno, device, info.st_gid));
+    if (device.empty()) {
+        return failed({OpenProblem::NoDevice, {}, {}, {}});
+    }
+    if (stat(device.c_str(), &info) != 0) {
+        // A folder on the way that may not be entered is no matter of the device's group.
+        return failed(errno == EACCES ? OpenFailure{OpenProblem::Other, device, {}, reasonOf(errno)}
+                                      : failureOf(errno, device, 0));
     }
     // Opening may have effects on other kinds of files, so the kind is looked at first.
     if (!S_ISCHR(info.st_mode)) {
@@ -123,7 +133,7 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
     }
     if (!claim(fd) || !makeRaw(fd)) {
         const int error = errno;
-        close(fd);
+        release(fd);
         return failed(failureOf(error, device, info.st_gid));
     }
     m_lines[port] = {fd, {}};

@@ -59,6 +59,7 @@ void clsRVQ::CloseComPort()
 {
     if (m_port != nullptr && PortIsOpen) {
         m_port->sio_close(CommComPort);
+        Journal.Append(EventNoAnswer); // who waits must hear of it, even if the port is open again by then
     }
     PortIsOpen = false;
 }
@@ -139,6 +140,7 @@ void clsRVQ::SendCommand(std::string_view Command)
     EventNr = EventNone;
     LastCommand = std::move(command);
     InBuffer.clear();
+    m_reported = false;
     // Deliberate: counted from the stored time, so the pause after a stop is part of the answer time.
     FailTime = CurrentTime + (wait_ms + kMargin_ms) / kMsPerDay;
 }

@@ -2,7 +2,7 @@
 // It knows no window, no file and no clock; the measurement loop tells it the time and when to read.
 #pragma once
 
-#include "device/EventJournal.h"
+#include "device/clsEventJournal.h"
 
 #include <cstdint>
 #include <functional>
@@ -97,9 +97,11 @@ public:
     std::int32_t CommStatus = DialogueNone;
     std::string LastCommand;
     std::int32_t EventNr = EventNone;
+    /// The last evaluation has brought a distance; also when `EventNr` tells of damage behind it.
+    bool NewDistance = false;
     double CurrentTime = 0.0;
     double FailTime = 0.0;
-    EventJournal Journal;
+    clsEventJournal Journal;
     WaitState Wait;
 
     // The last values.
@@ -131,6 +133,7 @@ private:
     std::string_view evaluateMeasuring();
     std::string_view evaluateVerdict(std::int32_t event);
     std::string_view evaluateIdleRest();
+    std::string_view dropUnasked();
     bool evaluateDump();
     bool evaluateTextTemperature();
     bool takeTextTemperature();
@@ -145,6 +148,7 @@ private:
     void acceptDistance(double value, std::int32_t value_mm);
     void readDump(std::string_view dump);
     void acceptTemperature();
+    void reportNoAnswer();
     void reportUnanswered();
     void sendFollowUp(std::string_view command);
     void boundInBuffer();
@@ -157,4 +161,5 @@ private:
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;
     std::int32_t m_lastRate;
+    bool m_reported = false; // the evaluation has had its say and nothing has been sent since
 };

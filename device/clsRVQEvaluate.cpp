@@ -1,7 +1,7 @@
 // The evaluation of what the sensor has sent: which reply it is, in the state of the dialogue, and what follows.
 #include "device/Parameters.h"
-#include "device/ReplySteps.h"
 #include "device/clsRVQ.h"
+#include "device/modReplySteps.h"
 #include "shell/Numbers.h"
 
 namespace {
@@ -20,6 +20,7 @@ bool contains(std::string_view bytes, std::string_view what)
 void clsRVQ::EvaluateInBuffer()
 {
     EventNr = EventNone;
+    NewDistance = false;
     std::string_view followUp;
     if (InBuffer.empty()) {
         followUp = evaluateSilence();
@@ -57,7 +58,7 @@ std::string_view clsRVQ::evaluateSilence()
     } else if (LastCommand == "S" || LastCommand == "O" || LastCommand == "P") {
         LastCommand.clear(); // these have no answer
     } else if (LastCommand != "G") {
-        EventNr = EventNoAnswer;
+        reportNoAnswer();
     }
     return {};
 }
@@ -75,7 +76,7 @@ std::string_view clsRVQ::evaluateSilentStart()
 
 std::string_view clsRVQ::evaluateWithoutDialogue()
 {
-    if (ReplySteps::HoldsAnnouncement(InBuffer)) {
+    if (modReplySteps::HoldsAnnouncement(InBuffer)) {
         return "C";
     }
     if (evaluateDump() || evaluateTextTemperature()) {
@@ -86,7 +87,8 @@ std::string_view clsRVQ::evaluateWithoutDialogue()
 
 std::string_view clsRVQ::evaluateIdle()
 {
-    if (LastCommand == "G" && !ReplySteps::HoldsAnnouncement(InBuffer)) {
+    const bool announced = modReplySteps::HoldsAnnouncement(InBuffer);
+    if (LastCommand == "G" && !announced) {
         // Before everything else: "No Echo" holds an "E", and a binary frame is shorter than other replies.
         evaluateSingleValue();
         return {};
@@ -97,15 +99,16 @@ std::string_view clsRVQ::evaluateIdle()
     if (evaluateDump() || evaluateTextTemperature()) {
         return {};
     }
+    if (LastCommand == "T" && hasBinaryFormat() && !announced) {
+        // Before the verdicts, which no "T" gets: 69 and 79 degrees are an "E" and an "O".
+        evaluateAnswerToT();
+        return {};
+    }
     if (contains(InBuffer, "O")) {
         return evaluateVerdict(EventAcknowledged);
     }
     if (contains(InBuffer, "E")) {
         return evaluateVerdict(EventRefused);
-    }
-    if (LastCommand == "T" && hasBinaryFormat() && !ReplySteps::HoldsAnnouncement(InBuffer)) {
-        evaluateAnswerToT();
-        return {};
     }
     return pastDeadline() ? evaluateIdleRest() : "";
 }
@@ -120,14 +123,15 @@ std::string_view clsRVQ::evaluateVerdict(std::int32_t event)
     if (LastCommand == "S") {
         return "C";
     }
+    if (modReplySteps::HoldsAnnouncement(InBuffer)) {
+        return evaluateIdleRest();
+    }
     if (LastCommand == "C") {
         reportUnanswered();
-    } else {
-        EventNr = event;
-        LastCommand.clear();
-        InBuffer.clear();
+        return {};
     }
-    return {};
+    EventNr = event;
+    return dropUnasked();
 }
 
 /// Bytes that are no reply, and the deadline has passed.
@@ -136,18 +140,25 @@ std::string_view clsRVQ::evaluateIdleRest()
     if (LastCommand == "S") {
         return "C";
     }
-    const bool expectedNothing = LastCommand.empty();
-    if (!expectedNothing || InBuffer.size() > kShortReply) {
-        EventNr = EventNoAnswer;
+    if (!LastCommand.empty() || modReplySteps::HoldsAnnouncement(InBuffer)) {
+        // The bytes stay: an announcement among them is understood as soon as the loop has fallen back to no dialogue.
+        reportNoAnswer();
+        return {};
     }
-    // An announcement in these bytes, perhaps half of it, is understood as soon as the loop has fallen back to no
-    // dialogue. With single output it never does, and the bytes would block the line.
-    const bool mayAnnounce = !expectedNothing || ReplySteps::HoldsAnnouncement(InBuffer);
-    if (!mayAnnounce || OutputMode == OutputSingle) {
-        InBuffer.clear();
-        LastCommand.clear();
-    }
-    return {};
+    // Noise that nobody asked for. A few bytes of it are not worth a word.
+    EventNr = InBuffer.size() > kShortReply ? EventNoAnswer : EventNone;
+    return dropUnasked();
+}
+
+/// Drops bytes that are done with, and the command. Where nobody has asked and it happens again, a sensor measures that
+/// should be idle: the idle poll must not wait for a silence that never comes.
+std::string_view clsRVQ::dropUnasked()
+{
+    const bool streaming = LastCommand.empty() && m_reported;
+    m_reported = true;
+    LastCommand.clear();
+    InBuffer.clear();
+    return streaming ? "T" : "";
 }
 
 std::string_view clsRVQ::evaluateMeasuring()
@@ -166,14 +177,9 @@ std::string_view clsRVQ::evaluateMeasuring()
         CommStatus = DialogueIdle;
         return {};
     }
-    if (contains(InBuffer, "C, ")) {
-        // In a binary format the three bytes may be part of a distance, so there only a whole reply counts.
-        if (takeTextTemperature() || !hasBinaryFormat()) {
-            if (EventNr == EventNone && pastDeadline()) {
-                reportUnanswered();
-            }
-            return {};
-        }
+    // Only a whole reply counts: the three bytes may be noise, or part of a binary distance.
+    if (contains(InBuffer, "C, ") && takeTextTemperature()) {
+        return {};
     }
     if (contains(InBuffer, "TempErr!")) {
         evaluateTempErr();
@@ -186,7 +192,7 @@ std::string_view clsRVQ::evaluateMeasuring()
 /// True when a dump has begun, be it complete or not.
 bool clsRVQ::evaluateDump()
 {
-    const ReplySteps::DumpSpan dump = ReplySteps::FindDump(InBuffer);
+    const modReplySteps::DumpSpan dump = modReplySteps::FindDump(InBuffer);
     if (!dump.begun) {
         return false;
     }
@@ -216,7 +222,7 @@ bool clsRVQ::evaluateTextTemperature()
 
 bool clsRVQ::takeTextTemperature()
 {
-    const ReplySteps::TextTemperature reply = ReplySteps::FindTextTemperature(InBuffer);
+    const modReplySteps::TextTemperature reply = modReplySteps::FindTextTemperature(InBuffer);
     if (reply.consumed == 0) {
         return false;
     }
@@ -241,13 +247,13 @@ void clsRVQ::evaluateAnswerToT()
 
 void clsRVQ::takeBinaryTemperature()
 {
-    const auto reply = ReplySteps::StepBinaryTemperature(InBuffer, OutputFormat == FormatBinaryCrc);
+    const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, OutputFormat == FormatBinaryCrc);
     InBuffer.erase(0, reply.consumed);
     if (reply.crcError) {
         EventNr = EventCrcError;
     } else if (reply.consumed > 0) {
         TempStatus = reply.status;
-        sTemperature = ReplySteps::TemperatureText(reply.celsius, reply.status != 0);
+        sTemperature = modReplySteps::TemperatureText(reply.celsius, reply.status != 0);
         acceptTemperature();
     }
 }
@@ -289,7 +295,7 @@ void clsRVQ::evaluateDistance()
 
 void clsRVQ::takeAsciiDistance()
 {
-    const ReplySteps::AsciiDistance found = ReplySteps::FindAsciiDistance(InBuffer);
+    const modReplySteps::AsciiDistance found = modReplySteps::FindAsciiDistance(InBuffer);
     const auto value_mm = RoundHalfToEven(found.value * UnitOf(DistanceUnit).millimetres);
     // A number beyond 32 bits of millimetres is noise, not a distance.
     sDistance = value_mm ? found.text : std::string_view{};
@@ -304,7 +310,7 @@ void clsRVQ::takeAsciiDistance()
 
 void clsRVQ::takeBinaryDistance()
 {
-    const ReplySteps::BinaryDistances found = ReplySteps::FindBinaryDistances(InBuffer);
+    const modReplySteps::BinaryDistances found = modReplySteps::FindBinaryDistances(InBuffer);
     InBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
@@ -315,13 +321,15 @@ void clsRVQ::takeBinaryDistance()
 
 void clsRVQ::takeCrcDistance()
 {
-    const ReplySteps::BinaryDistances found = ReplySteps::FindCrcDistances(InBuffer);
+    const modReplySteps::BinaryDistances found = modReplySteps::FindCrcDistances(InBuffer);
+    // Past the deadline what holds no good frame at all is given up; a good one behind damage is worth the search.
+    if (!found.newest_mm && pastDeadline() && !modReplySteps::HoldsCrcFrame(InBuffer)) {
+        reportUnanswered();
+        return;
+    }
     InBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
-    } else if (pastDeadline()) {
-        reportUnanswered();
-        return;
     }
     if (found.crcError) {
         EventNr = EventCrcError;
@@ -333,12 +341,13 @@ void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
     MeasValue = value;
     MeasValue_mm = value_mm;
     EventNr = EventDistance;
+    NewDistance = true;
     FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
 }
 
 void clsRVQ::readDump(std::string_view dump)
 {
-    using ReplySteps::DumpValue;
+    using modReplySteps::DumpValue;
     DeviceType = DumpValue(dump, "Type:");
     Attenuator = DumpValue(dump, "Attenuator:");
     SerialNo = DumpValue(dump, "Serial-No:");
@@ -376,6 +385,19 @@ void clsRVQ::acceptTemperature()
     if (LastCommand == "T") {
         LastCommand.clear(); // answered: it must not time out later
     }
+}
+
+/// No answer. The first report leaves everything as it is, for the loop's step back. A loop that takes none (a sensor
+/// with single output, a temperature error) would hear it for ever, so a second report lets go. Deliberate: not while
+/// a sensor with single output measures; it sends when it likes and must not be polled.
+void clsRVQ::reportNoAnswer()
+{
+    const bool owesNothing = CommStatus == DialogueMeasuring && OutputMode == OutputSingle;
+    if (m_reported && !owesNothing) {
+        reportUnanswered();
+    }
+    EventNr = EventNoAnswer;
+    m_reported = true;
 }
 
 /// No answer, said once: nothing of the command or of what came instead is left.

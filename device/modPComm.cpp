@@ -1,5 +1,6 @@
 #include "device/modPComm.h"
 
+#include <iterator>
 #include <utility>
 
 namespace modPComm {

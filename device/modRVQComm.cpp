@@ -62,9 +62,11 @@ std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> fina
     }
 }
 
-std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+namespace {
+
+/// Within a `WaitScope`.
+std::int32_t sendAndAwait(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
-    const WaitScope wait(device);
     device.Journal.Clear();
     device.SendCommand(ParameterFrame(device, code));
     const std::int32_t event =
@@ -74,16 +76,29 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
     return device.EventNr;
 }
 
+} // namespace
+
+std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+{
+    if (device.CommStatus == DialogueMeasuring) {
+        throw std::logic_error("a measuring sensor gives no verdict; stop it first");
+    }
+    const WaitScope wait(device);
+    return sendAndAwait(device, code, pumpEvents);
+}
+
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
+    const WaitScope wait(device);
     const bool measuring = device.CommStatus == DialogueMeasuring;
     if (measuring) {
         StopMeasurement(device);
     }
-    const std::int32_t verdict = SendParameter(device, code, pumpEvents);
-    // A program that is about to end sends nothing more.
-    if (measuring && !device.Wait.Ended) {
+    const std::int32_t verdict = sendAndAwait(device, code, pumpEvents);
+    // A program that is about to end, or a port that has gone, gets nothing more.
+    if (measuring && !device.Wait.Ended && device.PortIsOpen) {
         StartMeasurement(device);
+        device.EventNr = verdict;
     }
     return verdict;
 }

@@ -55,7 +55,8 @@ std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> fina
 
 /// Sends one parameter ("999" stores, "000" sets factory defaults) and waits for the verdict, which is left in
 /// `EventNr` and returned: EventNoAnswer, EventAcknowledged or EventRefused. A temperature or a dump in its place
-/// counts as refused. Throws std::logic_error as `WaitScope` does.
+/// counts as refused. Throws std::logic_error as `WaitScope` does, and while the sensor measures, when no verdict would
+/// ever come.
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 
 /// `SendParameter` with a running measurement stopped before and started again after it.

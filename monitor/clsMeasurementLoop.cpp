@@ -11,6 +11,8 @@ namespace {
 
 constexpr double kClockStep_ms = 500.0;
 constexpr double kLargestCharted = 99999999.0;
+constexpr int kCatchUp = 200;        // evaluations of one tick beyond the first
+constexpr std::size_t kBacklog = 60; // bytes, ten frames: more than that is behind
 
 enum TextId : std::int32_t {
     TextNewConfiguration = 1131,
@@ -86,7 +88,7 @@ void clsMeasurementLoop::RequestSingleValue()
 void clsMeasurementLoop::ChangePort()
 {
     m_device.CloseComPort();
-    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+    reopenPort();
 }
 
 void clsMeasurementLoop::ChangeBaudrate()
@@ -115,6 +117,11 @@ void clsMeasurementLoop::servePort()
     m_device.ReadComportData();
     m_device.EvaluateInBuffer();
     dispatch();
+    // Damaged frames cost an evaluation a byte. At one evaluation a tick a noisy fast line would fall behind for ever.
+    for (int i = 0; i < kCatchUp && m_device.EventNr == EventCrcError && m_device.InBuffer.size() > kBacklog; ++i) {
+        m_device.EvaluateInBuffer();
+        dispatch();
+    }
     resumeAfterSilentSingle();
 }
 
@@ -131,7 +138,11 @@ void clsMeasurementLoop::reopenPort()
     } else {
         status(TextPortNotOpen);
     }
+    // What an earlier device has left, half a line or an open question, is nothing to the one that is there now.
     m_device.CommStatus = DialogueNone;
+    m_device.InBuffer.clear();
+    m_device.LastCommand.clear();
+    m_device.FailTime = m_device.CurrentTime;
 }
 
 void clsMeasurementLoop::dispatch()
@@ -150,6 +161,9 @@ void clsMeasurementLoop::dispatch()
         newConfiguration();
         break;
     case EventCrcError:
+        if (m_device.NewDistance) {
+            newDistance(); // the damage came behind a good value
+        }
         status(TextCrcError);
         break;
     default:
@@ -207,7 +221,6 @@ void clsMeasurementLoop::newTemperature()
 
 void clsMeasurementLoop::newConfiguration()
 {
-    m_view.ShowTemperature(m_device.sTemperature);
     m_view.ShowShutDown(m_device.HWPointer.find("shutdown") != std::string::npos);
     status(TextNewConfiguration);
 }
@@ -229,7 +242,7 @@ void clsMeasurementLoop::interruptForTemperature()
 /// and a dead line would look alive. The idle sensor is asked for its temperature again, as at any other time.
 void clsMeasurementLoop::resumeAfterSilentSingle()
 {
-    const bool silent = m_device.LastCommand == "G" && m_device.CommStatus == DialogueIdle &&
+    const bool silent = m_device.LastCommand == "G" && m_device.CommStatus != DialogueNone &&
                         m_device.InBuffer.empty() && m_device.CurrentTime > m_device.FailTime;
     if (silent && m_device.PortIsOpen && !m_device.Wait.Running) {
         m_device.SendCommand("T");
@@ -253,8 +266,8 @@ void clsMeasurementLoop::show(const Measurement& measurement)
 
 void clsMeasurementLoop::showRule()
 {
-    const bool ready = mayStart() && m_device.CommStatus != DialogueNone;
-    m_view.ShowRule({.Start = ready, .Single = ready && m_device.CommStatus != DialogueMeasuring});
+    m_view.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
+                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring});
 }
 
 void clsMeasurementLoop::advanceClock()

@@ -33,7 +33,8 @@ constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
 char decimalSeparator()
 {
     const QString point = QLocale().decimalPoint();
-    return point.isEmpty() ? '.' : point.front().toLatin1();
+    const char separator = point.isEmpty() ? '\0' : point.front().toLatin1();
+    return separator != '\0' ? separator : '.'; // some scripts have a sign of their own, which no text here can hold
 }
 
 void blockFor(std::int32_t ms)
@@ -137,7 +138,6 @@ QWidget* frmMain::buildMeasurementFrame()
     // As wide as the longest text, so that the column keeps its width whatever is measured.
     lblMeasValue->setMinimumWidth(QFontMetrics(large).horizontalAdvance(QLatin1String(kValueTemplate)));
     lblMeasValue->setMinimumHeight(QFontMetrics(large).height());
-    lblMeasCaption->setBuddy(lblMeasValue);
     QFont bold = font();
     bold.setBold(true);
     lblShutDown->setFont(bold);

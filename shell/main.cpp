@@ -3,6 +3,7 @@
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
+#include "shell/Guarded.h"
 #include "shell/Numbers.h"
 #include "shell/QtText.h"
 #include "shell/modAPI.h"
@@ -16,8 +17,13 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -61,7 +67,8 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption folder("folder", "Keep settings and recordings in <DIR>.", "DIR");
     const QCommandLineOption port("port", "Use a device for port number N for this run (repeatable).", "N=DEVICE");
     const QCommandLineOption language("language", "Language of the texts: de or en.", "de|en");
-    const QCommandLineOption connect("connect", "Skip the start-up window and connect with the stored settings.");
+    const QCommandLineOption connect("connect",
+                                     "Connect at once (there is no start-up window yet, so this is always so).");
     const QCommandLineOption screenshot("screenshot", "Save a picture of the main window as <FILE> and end.", "FILE");
     const QCommandLineOption after("after", "Seconds before the picture is taken (5).", "SECONDS");
     const QCommandLineOption print("print", "Print every distance to standard output.");
@@ -103,16 +110,8 @@ void printDistance(const QString& text)
     std::fflush(stdout);
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int runProgram(const Options& options)
 {
-    QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("RVQ"));
-    QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
-    QApplication::setStyle(QStringLiteral("Fusion"));
-    const Options options = readOptions(QApplication::arguments());
-
     modGlobals::Settings settings;
     settings.Language = options.language;
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
@@ -141,7 +140,25 @@ int main(int argc, char** argv)
     }
     window.show();
     if (!options.screenshot.isEmpty()) {
-        QTimer::singleShot(options.screenshotAfter_ms, &window, [&] { takePicture(window, options.screenshot); });
+        QTimer::singleShot(options.screenshotAfter_ms, &window,
+                           [&] { Guarded([&] { takePicture(window, options.screenshot); }); });
     }
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("RVQ"));
+    QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    try {
+        return runProgram(readOptions(QApplication::arguments()));
+    } catch (const std::exception& fault) {
+        // No window exists yet, or no more: a system without pseudo-terminals, say.
+        std::fprintf(stderr, "RVQ: %s\n", fault.what());
+        return 1;
+    }
 }

@@ -13,10 +13,8 @@ struct TextRow {
 
 constexpr TextRow kTexts[] = {
 #define TEXT(id, german, english) {id, german, english},
-#define SAME(id, text) {id, text, text},
 #include "shell/StringTable.inc"
 #undef TEXT
-#undef SAME
 };
 
 } // namespace

@@ -11,7 +11,8 @@ namespace simulator {
 namespace {
 
 constexpr double kSample_s = 0.00075;
-constexpr double kSampleNoise_mm = 4; // standard deviation of one raw sample
+constexpr double kSilentInterval_s = 0.1; // a dead sensor is looked at only to see whether it has come back
+constexpr double kSampleNoise_mm = 4;     // standard deviation of one raw sample
 constexpr std::size_t kMovingValues = 4;
 constexpr std::int32_t kModeSingle = 1; // of parameter 603
 
@@ -52,7 +53,7 @@ void clsSensorModel::advance(double now_s)
             sendValue(at_s);
         } else {
             sendValue(at_s);
-            m_nextValue_s = at_s + interval_s();
+            m_nextValue_s = at_s + (m_options.faults.silence < 1 ? interval_s() : kSilentInterval_s);
         }
     }
 }

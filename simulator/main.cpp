@@ -146,6 +146,7 @@ int main(int argc, char* argv[])
     // Blocked before the sensor's thread exists, so that the signals wait for sigwait here and interrupt nothing.
     sigset_t endSignals;
     sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGHUP);
     sigaddset(&endSignals, SIGINT);
     sigaddset(&endSignals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);

@@ -19,42 +19,6 @@ const Format kFormats[] = {
     {FormatBinaryCrc, "\x10\x27\x00\x00\xB4\xEF"s},
 };
 
-TEST(FaultyLine, AnyBytesInAnyStateStayBoundedAndEndAtTheDeadline)
-{
-    std::mt19937 random(7);
-    const char* commands[] = {"", "M", "m", "S", "T", "G", "C", "X", "O", "302 50\r"};
-    const char* pieces[] = {"Type:", "end", " C,", "\r\n", "O", "E", "No Echo", "TempErr!", "RVQ ready", "C, ", "0"};
-    for (int round = 0; round < 3000; ++round) {
-        ScriptedSensor sensor;
-        sensor.device.OutputFormat = static_cast<std::int32_t>(random() % 5);
-        sensor.device.OutputMode = static_cast<std::int32_t>(random() % 2);
-        sensor.Expect(static_cast<std::int32_t>(random() % 3), commands[random() % std::size(commands)]);
-        for (int step = 0; step < 12; ++step) {
-            std::string bytes;
-            for (auto n = random() % 30; n > 0; --n) {
-                bytes += random() % 3 == 0 ? pieces[random() % std::size(pieces)]
-                                           : std::string(1, static_cast<char>(random()));
-            }
-            if (random() % 200 == 0) {
-                bytes.append(3 * clsRVQ::kMaxPending, 'x'); // a flood without a line end
-            }
-            sensor.At(step * 100.0);
-            sensor.Arrive(bytes);
-            ASSERT_LE(sensor.device.InBuffer.size(), clsRVQ::kMaxPending) << "round " << round;
-        }
-        // Silence from here on. After some evaluations past every deadline nothing old is left over, but for what the
-        // loop's step back to no dialogue clears away.
-        for (int step = 0; step < 8; ++step) {
-            sensor.At(60000.0 + step * 6000.0);
-            sensor.Arrive("");
-            if (sensor.device.EventNr == EventNoAnswer && sensor.device.CommStatus > 0) {
-                --sensor.device.CommStatus;
-            }
-        }
-        EXPECT_EQ(sensor.device.InBuffer, "") << "round " << round;
-    }
-}
-
 TEST(FaultyLine, GoodRepliesAreFoundAgainAfterDamage)
 {
     std::mt19937 random(11);

@@ -106,7 +106,7 @@ TEST(SendParameter, EndsWithoutAnAnswer)
         [](ScriptedSensor& s) { s.At(2100), s.Arrive(""); },
         [](ScriptedSensor& s) { s.At(2100), s.Arrive("xyz"); },
         [](ScriptedSensor& s) { s.port.Vanished = true, s.Arrive(""); },
-        [](ScriptedSensor& s) { s.device.CloseComPort(); },
+        [](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); },
         [](ScriptedSensor& s) { s.device.Wait.Ended = true; },
     };
     for (const auto& ending : endings) {
@@ -127,8 +127,10 @@ TEST(SendParameter, RefusesToStartInsideAWaitOrATick)
         sensor.Arrive("OK 302\r\n");
     }}};
     EXPECT_EQ(SendParameter(sensor.device, "302", script.Pump()), EventAcknowledged);
+    sensor.device.CommStatus = DialogueMeasuring;
+    EXPECT_THROW(SendParameter(sensor.device, "302", [] {}), std::logic_error) << "a verdict would never come";
     const modRVQComm::TickScope tick(sensor.device);
-    EXPECT_THROW(SendParameter(sensor.device, "302", [] {}), std::logic_error);
+    EXPECT_THROW(modRVQComm::ChangeParameter(sensor.device, "302", [] {}), std::logic_error);
     EXPECT_EQ(sensor.port.Sent, "302 25\r") << "nothing went out";
 }
 

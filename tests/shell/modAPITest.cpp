@@ -19,20 +19,6 @@ TEST(LocalTime, DaysSinceTheEndOf1899)
     }
 }
 
-TEST(LocalTime, FollowsTheTimeZone)
-{
-    const char* zone = std::getenv("TZ");
-    const std::string before = zone != nullptr ? zone : "";
-    setenv("TZ", "UTC0", 1);
-    tzset();
-    const double utc = modAPI::LocalTime();
-    setenv("TZ", "XYZ-5:30", 1); // east of Greenwich
-    tzset();
-    EXPECT_NEAR(modAPI::LocalTime() - utc, 5.5 / 24, 1e-4);
-    before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
-    tzset();
-}
-
 TEST(LocalTime, TimeOfDayOfEverySecond)
 {
     for (int second = 0; second < 86400; ++second) {

@@ -118,20 +118,6 @@ TEST(SensorModel, BytesNeverOutrunTheLine)
     }
 }
 
-TEST(SensorModel, ValuesComeAtTheAveragingRate)
-{
-    struct Row {
-        std::int32_t depth, moving, perMinute;
-    };
-    for (const Row& row : {Row{2, 0, 1250}, Row{3, 0, 312}, Row{4, 0, 78}, Row{4, 1, 312}}) {
-        Bench bench;
-        bench.sensor.SetParameter("301", row.depth);
-        bench.sensor.SetParameter("304", row.moving);
-        EXPECT_NEAR(static_cast<double>(values(bench.Ask("M", 60)).size()), row.perMinute, 2)
-            << "depth " << row.depth << ", moving average " << row.moving;
-    }
-}
-
 TEST(SensorModel, StopEndsWithTheLineThatIsOnItsWay)
 {
     for (const std::string_view stop : {"S", "X"}) {
@@ -197,20 +183,6 @@ TEST(SensorModel, FaultsShowOnTheLine)
     ASSERT_EQ(doubled.size(), 28U);
     EXPECT_EQ(doubled[1], 'S');
     EXPECT_EQ(doubled[27], '\n');
-}
-
-TEST(SensorModel, NextDueLeadsThroughAnAnswerWithoutPolling)
-{
-    clsSensorModel sensor;
-    EXPECT_TRUE(std::isinf(sensor.NextDue()));
-    sensor.Receive("X", 0);
-    std::string heard;
-    int looks = 0;
-    for (; !std::isinf(sensor.NextDue()) && looks < 100; ++looks) {
-        heard += sensor.Transmit(sensor.NextDue());
-    }
-    EXPECT_EQ(heard, "Sensor ready\r\n");
-    EXPECT_LT(looks, 7);
 }
 
 TEST(SensorFaults, BadTextsAreRefusedAndChangeNothing)

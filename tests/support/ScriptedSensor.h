@@ -1,6 +1,7 @@
 // A device on a scripted port, with a clock that the test sets.
 #pragma once
 
+#include "device/Crc16.h"
 #include "device/clsRVQ.h"
 #include "tests/support/clsScriptedPort.h"
 
@@ -9,6 +10,15 @@
 #include <vector>
 
 using namespace std::string_literals;
+
+/// The bytes with their checksum behind them, low byte first.
+inline std::string WithCrc(std::string frame)
+{
+    const std::uint16_t crc = Crc16(frame, 0xFFFFFFFF);
+    frame += static_cast<char>(crc & 0xFF);
+    frame += static_cast<char>(crc >> 8);
+    return frame;
+}
 
 struct ScriptedSensor {
     static constexpr double kStart = 46000.5; // some noon, in days

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace ReplySteps {
+namespace modReplySteps {
 
 /// True when the sensor announces itself ("Sensor ready" or "RVQ ready"), as it does after power-on and when probed.
 bool HoldsAnnouncement(std::string_view bytes);
@@ -50,6 +50,8 @@ struct BinaryDistances {
 BinaryDistances FindBinaryDistances(std::string_view bytes);
 /// All complete 6-byte frames up to the first bad CRC; of the bad frame one byte is consumed.
 BinaryDistances FindCrcDistances(std::string_view bytes);
+/// True when a good 6-byte frame stands anywhere in the bytes.
+bool HoldsCrcFrame(std::string_view bytes);
 
 struct DumpSpan {
     bool begun = false;    ///< "Type:" has come
@@ -60,4 +62,4 @@ DumpSpan FindDump(std::string_view bytes);
 /// The trimmed text between a key and its line end; empty when either is missing.
 std::string_view DumpValue(std::string_view dump, std::string_view key);
 
-} // namespace ReplySteps
+} // namespace modReplySteps

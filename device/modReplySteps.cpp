@@ -1,9 +1,9 @@
-#include "device/ReplySteps.h"
+#include "device/modReplySteps.h"
 
 #include "device/Crc16.h"
 #include "shell/Numbers.h"
 
-namespace ReplySteps {
+namespace modReplySteps {
 
 namespace {
 
@@ -173,6 +173,16 @@ BinaryDistances FindCrcDistances(std::string_view bytes)
     return found;
 }
 
+bool HoldsCrcFrame(std::string_view bytes)
+{
+    for (; bytes.size() >= kCrcFrameSize; bytes.remove_prefix(1)) {
+        if (Crc16(bytes.substr(0, kCrcFrameSize), kCrcStart) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 DumpSpan FindDump(std::string_view bytes)
 {
     const std::size_t start = bytes.find("Type:");
@@ -194,4 +204,4 @@ std::string_view DumpValue(std::string_view dump, std::string_view key)
     return lineEnd == std::string_view::npos ? std::string_view{} : Trimmed(dump.substr(start, lineEnd - start));
 }
 
-} // namespace ReplySteps
+} // namespace modReplySteps

@@ -7,7 +7,7 @@
 #include <deque>
 #include <optional>
 
-class EventJournal {
+class clsEventJournal {
 public:
     /// Keeps the event; a full journal (nobody waits) forgets its oldest.
     void Append(std::int32_t event)
