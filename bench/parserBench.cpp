@@ -101,7 +101,7 @@ std::int32_t evaluate(std::string_view stream, std::int32_t format, std::size_t 
     clsRVQ device;
     device.OutputFormat = format;
     device.CommStatus = DialogueMeasuring;
-    device.LastCommand = "m";
+    device.LastCommand = std::string("m"); // the first value has come
     device.CurrentTime = 46000.0;
     device.FailTime = 46000.1;
     for (std::size_t at = 0; at < stream.size(); at += piece) {

@@ -175,24 +175,6 @@ TEST(SensorLine, RestartedAndUnpluggedSensorMeasuresAgainWithoutAClick)
     EXPECT_EQ(line.view.dialogue, DialogueMeasuring);
 }
 
-TEST(SensorLine, AtAnotherRateNothingIsTakenForASensor)
-{
-    SensorOnLine line;
-    line.settings.Baudrate = 1200;
-    for (int i = 0; i < 20; ++i) {
-        line.PutForward(1.0);
-        for (int tick = 0; tick < 10; ++tick) {
-            line.Tick();
-        }
-    }
-    EXPECT_EQ(line.view.dialogue, DialogueNone) << "garbage is no dialogue";
-    EXPECT_EQ(line.view.status[0], "No connection to sensor");
-    line.settings.Baudrate = 38400;
-    line.loop.ChangeBaudrate();
-    line.PutForward(5.0);
-    ASSERT_TRUE(line.Configured());
-}
-
 TEST(SensorLine, AFaultyLineIsSurvived)
 {
     for (const char* fault :

@@ -1,10 +1,8 @@
 // The simulated sensor as seen from its line, in a time that the tests make.
 #include "simulator/clsSensorModel.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 namespace simulator {
 
@@ -29,15 +27,6 @@ struct Bench {
         return Run(seconds);
     }
 };
-
-std::vector<double> values(const std::string& lines)
-{
-    std::vector<double> found;
-    for (std::size_t at = 0, end = 0; (end = lines.find("\r\n", at)) != lines.npos; at = end + 2) {
-        found.push_back(std::stod(lines.substr(at, end - at)));
-    }
-    return found;
-}
 
 } // namespace
 
@@ -75,34 +64,6 @@ TEST(SensorModel, AFrameMayComeInPiecesButNotForever)
     EXPECT_EQ(bench.Ask("1" + std::string(60, 'y') + "X", 1), "Sensor ready\r\n") << "an endless frame is given up";
 }
 
-TEST(SensorModel, DumpListsWhatTheDeviceHas)
-{
-    struct Row {
-        SensorOptions options;
-        std::string expected;
-    };
-    const std::string head = "Serial-No: 004711\r\nVersion: 2.07\r\nBuild: 1187\r\nDate: 2019-03-14\r\n"
-                             "Pointer: on\r\nTemperature: 23 C,  OK\r\n";
-    const std::string echo = "351: 0\r\n352: 20000\r\n353: 512\r\n354: 1000\r\n355: 1\r\n";
-    const std::string tail = "401: 1000\r\n402: 9000\r\n403: 0\r\n501: 10000\r\n502: 9900\r\n503: 1\r\n504: 1000\r\n"
-                             "505: 900\r\n506: 1\r\n701: -7\r\n702: 1000\r\n801: 200\r\n802: 1013\r\nend\r\n";
-    for (const Row& row :
-         {Row{{},
-              "Type: Serial\r\nAttenuator: E\r\n" + head +
-                  "101: 1\r\n111: 1\r\n601: 3\r\n603: 0\r\n301: 2\r\n302: 1\r\n304: 0\r\n305: 0\r\n306: 1\r\n"
-                  "311: 0\r\n" +
-                  echo + tail},
-          Row{{.kind = DeviceKind::Profibus, .attenuator = "D", .isLegacyDump = true, .lineRate = 38400},
-              "Type: Profibus\r\nAttenuator: D\r\n" + head +
-                  "101: 1\r\n111: 1\r\n601: 5\r\n603: 0\r\n610: 5\r\n301: 2\r\n302: 1\r\n304: 0\r\n305: 0\r\n"
-                  "3 06: 1\r\n311: 0\r\n" +
-                  tail}}) {
-        Bench bench{clsSensorModel(row.options)};
-        bench.Ask("P701 -7\r", 0.2);
-        EXPECT_EQ(bench.Ask("C"), row.expected);
-    }
-}
-
 TEST(SensorModel, BytesNeverOutrunTheLine)
 {
     for (const std::int32_t rate : {1200, 9600, 38400}) {
@@ -116,28 +77,6 @@ TEST(SensorModel, BytesNeverOutrunTheLine)
         }
         EXPECT_GT(static_cast<double>(count), 2.8 * rate / 10) << "the line is kept busy at " << rate;
     }
-}
-
-TEST(SensorModel, StopEndsWithTheLineThatIsOnItsWay)
-{
-    for (const std::string_view stop : {"S", "X"}) {
-        Bench bench;
-        bench.sensor.HoldDistance(1500);
-        std::string heard = bench.Ask("M", 0.1);
-        heard += bench.Ask(stop, 2);
-        const std::string line = "       1.500 m\r\n";
-        std::size_t lines = 0;
-        for (; heard.starts_with(line); ++lines) {
-            heard.erase(0, line.size());
-        }
-        EXPECT_EQ(lines, 2U);
-        EXPECT_EQ(heard, stop == "X" ? "Sensor ready\r\n" : "") << stop;
-        EXPECT_FALSE(bench.sensor.IsMeasuring());
-    }
-    Bench single;
-    single.sensor.SetParameter("603", 1);
-    EXPECT_EQ(values(single.Ask("M", 1)).size(), 1U) << "single mode";
-    EXPECT_EQ(single.Ask("MS", 1), "") << "a value that has not begun is not wanted any more";
 }
 
 TEST(SensorModel, WhatIsStoredComesBackWithThePower)
