@@ -1,13 +1,18 @@
 #include "config/modIni.h"
 
+#include "config/modFiles.h"
 #include "shell/Numbers.h"
 
 #include <algorithm>
-#include <fstream>
+#include <charconv>
+#include <optional>
 
 namespace modIni {
 
 namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kLineEnd = "\r\n";
 
 char lower(char c)
 {
@@ -16,46 +21,184 @@ char lower(char c)
 
 bool sameName(std::string_view a, std::string_view b)
 {
-    return std::ranges::equal(a, b, {}, lower, lower);
+    return std::ranges::equal(Trimmed(a), Trimmed(b), {}, lower, lower);
 }
 
-/// The name in a line "[name]"; empty for any other line.
-std::string_view sectionName(std::string_view line)
+enum class LineKind : std::uint8_t { Other, Section, Entry };
+
+/// One line of a file; the texts are views into the file's bytes.
+struct Line {
+    LineKind kind = LineKind::Other;
+    bool blank = false;
+    std::string_view name;  ///< of the section, or the key
+    std::string_view value; ///< behind the "="
+    std::size_t next = 0;   ///< where the following line begins
+};
+
+Line lineAt(std::string_view bytes, std::size_t start)
 {
-    const std::size_t end = line.find(']');
-    return line.starts_with('[') && end != std::string_view::npos ? Trimmed(line.substr(1, end - 1))
-                                                                  : std::string_view{};
+    const std::size_t end = std::min(bytes.find('\n', start), bytes.size());
+    Line line;
+    line.next = std::min(end + 1, bytes.size());
+    std::string_view text = bytes.substr(start, end - start);
+    if (text.ends_with('\r')) {
+        text.remove_suffix(1);
+    }
+    if (start == 0 && text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    const std::string_view trimmed = Trimmed(text);
+    line.blank = trimmed.empty();
+    if (trimmed.starts_with('[')) {
+        line.kind = LineKind::Section;
+        line.name = Trimmed(trimmed.substr(1, trimmed.find(']') - 1));
+    } else if (const std::size_t sign = text.find('='); sign != std::string_view::npos && !trimmed.starts_with(';')) {
+        line.kind = LineKind::Entry;
+        line.name = Trimmed(text.substr(0, sign));
+        line.value = text.substr(sign + 1);
+    }
+    return line;
+}
+
+/// Where a section and a key in it are.
+struct Place {
+    bool hasSection = false;
+    std::size_t sectionEnd = 0; ///< behind the section's last line that is not blank
+    std::optional<std::string_view> value;
+};
+
+Place find(std::string_view bytes, std::string_view section, std::string_view key)
+{
+    Place place;
+    bool inside = false;
+    for (std::size_t at = 0; at < bytes.size();) {
+        const Line line = lineAt(bytes, at);
+        if (line.kind == LineKind::Section) {
+            if (inside) {
+                break;
+            }
+            inside = sameName(line.name, section);
+            place.hasSection = inside;
+        } else if (inside && line.kind == LineKind::Entry && sameName(line.name, key)) {
+            place.value = line.value;
+            break;
+        }
+        at = line.next;
+        if (inside && !line.blank) {
+            place.sectionEnd = at;
+        }
+    }
+    return place;
+}
+
+std::optional<std::string> valueOf(std::string_view section, std::string_view key, const std::filesystem::path& file)
+{
+    const std::optional<std::string> bytes = modFiles::ReadWhole(file);
+    const std::optional<std::string_view> value = bytes ? find(*bytes, section, key).value : std::nullopt;
+    return value ? std::optional<std::string>(*value) : std::nullopt;
+}
+
+std::string cut(std::string text, std::size_t most)
+{
+    text.resize(std::min(text.size(), most));
+    return text;
+}
+
+/// What ends the line before a new one; nothing where a line has just ended.
+std::string_view missingLineEnd(std::string_view before)
+{
+    return before.empty() || before.ends_with('\n') ? std::string_view{} : kLineEnd;
 }
 
 } // namespace
 
-std::vector<Entry> ReadSection(const std::filesystem::path& file, std::string_view section)
+std::int32_t GetPrivateProfileIntA(std::string_view section, std::string_view key, std::int32_t fallback,
+                                   const std::filesystem::path& file)
 {
-    std::vector<Entry> entries;
-    std::ifstream stream(file, std::ios::binary);
+    const std::optional<std::string> value = valueOf(section, key, file);
+    if (!value) {
+        return fallback;
+    }
+    std::string_view text = Trimmed(*value);
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    std::int32_t number = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc::result_out_of_range) {
+        return text.starts_with('-') ? INT32_MIN : INT32_MAX;
+    }
+    return number;
+}
+
+std::string GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view fallback,
+                                     std::size_t size, const std::filesystem::path& file)
+{
+    return cut(valueOf(section, key, file).value_or(std::string(fallback)), size - 1);
+}
+
+std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size, const std::filesystem::path& file)
+{
+    const std::string bytes = modFiles::ReadWhole(file).value_or(std::string());
+    std::string entries;
     bool inside = false;
-    for (std::string raw; std::getline(stream, raw);) {
-        std::string_view line = Trimmed(raw);
-        if (line.starts_with("\xEF\xBB\xBF")) {
-            line.remove_prefix(3); // an editor's byte-order mark
-        }
-        if (line.starts_with('[')) {
+    for (std::size_t at = 0; at < bytes.size();) {
+        const Line line = lineAt(bytes, at);
+        if (line.kind == LineKind::Section) {
             if (inside) {
                 break;
             }
-            inside = sameName(sectionName(line), section);
-        } else if (const std::size_t sign = line.find('=');
-                   inside && sign != std::string_view::npos && !line.starts_with(';')) {
-            entries.emplace_back(Trimmed(line.substr(0, sign)), Trimmed(line.substr(sign + 1)));
+            inside = sameName(line.name, section);
+        } else if (inside && line.kind == LineKind::Entry) {
+            entries.append(line.name).append("=").append(line.value).append(1, '\0');
         }
+        at = line.next;
     }
-    return entries;
+    return cut(std::move(entries), size - 2);
 }
 
-std::string ValueOf(const std::vector<Entry>& entries, std::string_view key)
+std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesystem::path& file)
 {
-    const auto found = std::ranges::find_if(entries, [key](const Entry& entry) { return sameName(entry.first, key); });
-    return found == entries.end() ? std::string() : found->second;
+    const std::string bytes = modFiles::ReadWhole(file).value_or(std::string());
+    std::string names;
+    for (std::size_t at = 0; at < bytes.size();) {
+        const Line line = lineAt(bytes, at);
+        if (line.kind == LineKind::Section) {
+            names.append(line.name).append(1, '\0');
+        }
+        at = line.next;
+    }
+    return cut(std::move(names), size - 2);
+}
+
+bool WritePrivateProfileStringA(std::string_view section, std::string_view key, std::string_view value,
+                                const std::filesystem::path& file)
+{
+    std::error_code error;
+    std::optional<std::string> bytes = modFiles::ReadWhole(file);
+    if (!bytes && std::filesystem::exists(std::filesystem::symlink_status(file, error))) {
+        return false; // something is there that cannot be read, so it cannot be kept either
+    }
+    std::string line(value);
+    std::ranges::replace_if(
+        line, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+    std::string content = std::move(bytes).value_or(std::string());
+    const Place place = find(content, section, key);
+    if (place.value == line) {
+        return true;
+    }
+    if (place.value) {
+        content.replace(static_cast<std::size_t>(place.value->data() - content.data()), place.value->size(), line);
+    } else {
+        std::string added;
+        const std::size_t at = place.hasSection ? place.sectionEnd : content.size();
+        added.append(missingLineEnd(std::string_view(content).substr(0, at)));
+        if (!place.hasSection) {
+            added.append("[").append(section).append("]").append(kLineEnd);
+        }
+        added.append(key).append("=").append(line).append(kLineEnd);
+        content.insert(at, added);
+    }
+    return modFiles::Replace(file, content);
 }
 
 } // namespace modIni

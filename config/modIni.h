@@ -1,23 +1,37 @@
-// The folder config/ reads and writes files in the INI layout and keeps the configuration library. Here: the sections
-// and entries of one file, read without changing it.
+// The folder config/ reads and writes files in the INI layout and keeps the configuration library. Here: the profile
+// functions, each of them one complete read or write of the file.
+//
+// Sections and keys are found without regard to the case of ASCII letters, and the first match wins; values are kept
+// as they stand. Lines end with CR LF or LF. Reading never changes a file. Writing changes the one line it is about and
+// leaves comments, order, spelling and whatever else is in the file as it was; new lines end with CR LF.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace modIni {
 
-/// Key and value, both without blanks around them.
-using Entry = std::pair<std::string, std::string>;
+/// The whole number at the head of a value; 0 when there is none, the nearest limit when it is too large. `fallback`
+/// when the key is missing.
+std::int32_t GetPrivateProfileIntA(std::string_view section, std::string_view key, std::int32_t fallback,
+                                   const std::filesystem::path& file);
 
-/// The entries of the first section of that name (ASCII letters of either case), in the file's order. Lines end with LF
-/// or CR LF; comments (";") and lines without "=" are passed over. Empty when file or section cannot be read.
-std::vector<Entry> ReadSection(const std::filesystem::path& file, std::string_view section);
+/// The value, `fallback` when the key is missing; cut to size - 1 characters.
+std::string GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view fallback,
+                                     std::size_t size, const std::filesystem::path& file);
 
-/// The value of the first entry with that key (ASCII letters of either case); empty when there is none.
-std::string ValueOf(const std::vector<Entry>& entries, std::string_view key);
+/// All entries of a section, "key=value", each ended by a NUL; cut to size - 2 characters.
+std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size, const std::filesystem::path& file);
+
+/// The names of all sections, each ended by a NUL; cut to size - 2 characters.
+std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesystem::path& file);
+
+/// Creates or replaces the key, with its section and the file as needed. A line end within the value becomes a blank.
+/// False when the file cannot be written; it is as it was then.
+bool WritePrivateProfileStringA(std::string_view section, std::string_view key, std::string_view value,
+                                const std::filesystem::path& file);
 
 } // namespace modIni

@@ -16,7 +16,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLocale>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTimer>
@@ -29,13 +28,6 @@ namespace {
 
 constexpr double kValueFontScale = 2.2;
 constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
-
-char decimalSeparator()
-{
-    const QString point = QLocale().decimalPoint();
-    const char separator = point.isEmpty() ? '\0' : point.front().toLatin1();
-    return separator != '\0' ? separator : '.'; // some scripts have a sign of their own, which no text here can hold
-}
 
 void blockFor(std::int32_t ms)
 {
@@ -74,7 +66,7 @@ QColor lampColor(std::int32_t commStatus)
 
 frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     : m_settings(settings), m_ports(ports), m_device(ports.port, blockFor),
-      m_loop(m_device, settings, *this, decimalSeparator()), m_timer(new QTimer(this))
+      m_loop(m_device, settings, *this, DecimalSeparator()), m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmMain"));
     auto* centre = new QWidget(this);
@@ -113,6 +105,7 @@ void frmMain::closeEvent(QCloseEvent* event)
 {
     m_timer->stop();
     m_loop.Unload();
+    modGlobals::SaveGlobalSettings(m_settings);
     event->accept();
 }
 

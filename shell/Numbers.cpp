@@ -56,6 +56,21 @@ double Val(std::string_view text)
     return result.ec == std::errc{} ? value : 0.0;
 }
 
+std::optional<double> CDbl(std::string_view text, char decimalSeparator)
+{
+    std::string number(Trimmed(text));
+    if (const auto sign = number.find(decimalSeparator); sign != std::string::npos) {
+        number[sign] = '.';
+    }
+    if (number.size() > 1 && number.front() == '+' && number[1] != '-') {
+        number.erase(0, 1);
+    }
+    double value = 0.0;
+    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+    const bool whole = !number.empty() && result.ptr == number.data() + number.size();
+    return whole && result.ec == std::errc{} && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
 std::optional<std::int32_t> WholeNumber(std::string_view text)
 {
     text = Trimmed(text);
@@ -79,6 +94,13 @@ std::string_view Trimmed(std::string_view text)
         text.remove_suffix(1);
     }
     return text;
+}
+
+std::string NumberText(double value)
+{
+    std::array<char, 32> buffer{};
+    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    return {buffer.data(), result.ptr};
 }
 
 std::string FixedText(double value, int decimals, char decimalSeparator)

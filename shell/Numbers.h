@@ -15,11 +15,18 @@ std::optional<std::int32_t> RoundHalfToEven(double value);
 /// 0 when there is none or when it is too large for a double.
 double Val(std::string_view text);
 
+/// The whole text, blanks around it apart, as a number with the user's decimal separator or a point; empty when it is
+/// anything else or too large.
+std::optional<double> CDbl(std::string_view text, char decimalSeparator);
+
 /// The whole text, blanks around it apart, as a decimal whole number; empty when it is anything else or does not fit.
 std::optional<std::int32_t> WholeNumber(std::string_view text);
 
 /// The text without blanks, tabs and line ends at both ends.
 std::string_view Trimmed(std::string_view text);
+
+/// The shortest text that reads back as the same value, with a point.
+std::string NumberText(double value);
 
 /// A value with a fixed number of decimals (0..17) and the given decimal separator; no group separators.
 std::string FixedText(double value, int decimals, char decimalSeparator);

@@ -1,5 +1,7 @@
 #include "shell/QtText.h"
 
+#include <QLocale>
+
 #include <algorithm>
 #include <array>
 
@@ -14,6 +16,13 @@ constexpr std::array<char16_t, 32> kHighControls{0x20AC, 0x0081, 0x201A, 0x0192,
 constexpr char16_t kFirstHigh = 0x80;
 
 } // namespace
+
+char DecimalSeparator()
+{
+    const QString point = QLocale().decimalPoint();
+    const char separator = point.isEmpty() ? '\0' : point.front().toLatin1();
+    return separator != '\0' ? separator : '.'; // some scripts have a sign of their own, which no text here can hold
+}
 
 QString FromBytes(std::string_view bytes)
 {

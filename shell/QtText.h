@@ -12,6 +12,9 @@ QString FromBytes(std::string_view bytes);
 /// The same back; a character that the code page lacks becomes "?".
 std::string ToBytes(const QString& text);
 
+/// The decimal separator of the user's locale, one byte.
+char DecimalSeparator();
+
 /// Texts of the program's own table and paths of the system (UTF-8).
 inline QString FromUtf8(std::string_view text)
 {

@@ -21,6 +21,7 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,13 +30,14 @@ namespace {
 
 constexpr double kScreenshotAfter_s = 5.0;
 constexpr std::int32_t kDemoPort = 1;
+constexpr std::size_t kLongestPath = 4096;
 
 struct Options {
     bool demo = false;
     bool print = false;
     QString folder, screenshot;
     std::int32_t screenshotAfter_ms = 0;
-    std::int32_t language = LanguageGerman;
+    std::optional<std::int32_t> language;
     std::vector<std::pair<std::int32_t, std::string>> ports;
 };
 
@@ -63,7 +65,8 @@ Options readOptions(const QStringList& arguments)
     parser.setApplicationDescription(QStringLiteral("Configures and monitors serial laser distance sensors."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption demo("demo", "Put a simulated sensor on COM 1 for this run and measure.");
+    const QCommandLineOption demo("demo",
+                                  "Put a simulated sensor on COM 1 for this run and measure; no settings are kept.");
     const QCommandLineOption folder("folder", "Keep settings and recordings in <DIR>.", "DIR");
     const QCommandLineOption port("port", "Use a device for port number N for this run (repeatable).", "N=DEVICE");
     const QCommandLineOption language("language", "Language of the texts: de or en.", "de|en");
@@ -86,10 +89,12 @@ Options readOptions(const QStringList& arguments)
         refuse(QStringLiteral("--after takes seconds from 0 to 86400"));
     }
     options.screenshotAfter_ms = RoundHalfToEven(seconds * 1000.0).value_or(0);
-    if (const QString code = parser.value(language); code == QLatin1String("en")) {
-        options.language = LanguageEnglish;
-    } else if (parser.isSet(language) && code != QLatin1String("de")) {
-        refuse(QStringLiteral("--language takes de or en"));
+    if (parser.isSet(language)) {
+        const QString code = parser.value(language);
+        if (code != QLatin1String("de") && code != QLatin1String("en")) {
+            refuse(QStringLiteral("--language takes de or en"));
+        }
+        options.language = code == QLatin1String("de") ? LanguageGerman : LanguageEnglish;
     }
     readPorts(parser.values(port), options);
     return options;
@@ -112,15 +117,18 @@ void printDistance(const QString& text)
 
 int runProgram(const Options& options)
 {
-    modGlobals::Settings settings;
-    settings.Language = options.language;
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
+    const std::string iniFile = folder / "RVQ.ini";
+    modGlobals::Settings settings = modGlobals::LoadGlobalSettings(iniFile, DecimalSeparator());
+    settings.Language = options.language.value_or(settings.Language);
     modPComm::PortDevices devices;
-    devices.Use([ports = modIni::ReadSection(folder / "RVQ.ini", "PORTS")](std::string_view key) {
-        return modIni::ValueOf(ports, key);
+    devices.Use([&iniFile](std::string_view key) {
+        return std::string(Trimmed(modIni::GetPrivateProfileStringA("PORTS", key, {}, kLongestPath, iniFile)));
     });
     std::unique_ptr<simulator::clsSimulatedSensor> sensor;
     if (options.demo) {
+        settings.IniFile.clear();
+        settings.Comport = kDemoPort;
         simulator::SensorOptions simulated;
         simulated.lineRate = settings.Baudrate;
         sensor = std::make_unique<simulator::clsSimulatedSensor>(simulated);

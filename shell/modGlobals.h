@@ -1,7 +1,8 @@
-// The settings that hold for the whole run.
+// The settings that hold for the whole run, and their way to "RVQ.ini" and back.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 /// Offset of the text ids of a language.
 enum LanguageOffset : std::int32_t { LanguageGerman = 0, LanguageEnglish = 1000 };
@@ -12,9 +13,20 @@ namespace modGlobals {
 inline constexpr std::int32_t kHistoryLength = 25;
 
 struct Settings {
+    std::string IniFile = {};     ///< full path; empty: nothing is kept
     std::int32_t Baudrate = 9600; ///< bit/s
     std::int32_t Comport = 1;     ///< 1..255
     std::int32_t Language = LanguageGerman;
+    std::string DefaultDevice = "Serial"; ///< or "Profibus"
+    bool AutoScale = true;
+    double yMax = 5000.0;
+    double yMin = 0.0;
 };
+
+/// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default.
+Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
+
+/// Writes the sections "GENERAL" and "CHART". False when something could not be written.
+bool SaveGlobalSettings(const Settings& settings);
 
 } // namespace modGlobals

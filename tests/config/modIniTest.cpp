@@ -1,28 +1,176 @@
-// Reading sections of files that people wrote by hand.
+// INI files that people wrote by hand: read without a change, written with one.
 #include "config/modIni.h"
+
+#include "config/clsIni.h"
+#include "config/modFiles.h"
+#include "shell/modGlobals.h"
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-TEST(ReadSection, TakesTheFirstSectionAndTheFirstKey)
+using namespace std::string_literals;
+
+struct IniFile : testing::Test {
+    std::filesystem::path folder = std::filesystem::temp_directory_path() / ("orvex-ini-" + std::to_string(getpid()));
+    std::filesystem::path file = folder / "RVQ.ini";
+
+    IniFile() { std::filesystem::create_directories(folder); }
+    ~IniFile() override { std::filesystem::remove_all(folder); }
+    void Put(std::string_view bytes) const { std::ofstream(file, std::ios::binary) << bytes; }
+    std::string Bytes() const { return modFiles::ReadWhole(file).value_or("(none)"); }
+    clsIni Ini() const
+    {
+        clsIni ini("", ',');
+        ini.Filename("  " + file.string() + " ");
+        return ini;
+    }
+};
+
+const std::string kByHand = "\xEF\xBB\xBF; mine\r\n[General]\nbaudRATE = 4800 ; odd\r\n\r\nno sign\n;Comport=9\n"
+                            "[ Chart ]\r\nyMax=5,5\n a = b=c \nempty=\n[general]\r\nComport=7\n[last";
+
+TEST_F(IniFile, ReadingFindsTheFirstMatchAndChangesNothing)
 {
-    const auto file = std::filesystem::temp_directory_path() / ("orvex-ini-" + std::to_string(getpid()));
-    std::ofstream(file, std::ios::binary) << "\xEF\xBB\xBF[General]\r\nCOM7=no\r\n; [PORTS]\r\n[ ports ]\n"
-                                             "; COM7=comment\n  com7 =  /dev/a=b  \r\nno sign\r\nCOM7=/dev/second\n"
-                                             "COM8=\n[Ports]\nCOM9=/dev/late\n";
-    const auto entries = modIni::ReadSection(file, "PORTS");
-    EXPECT_EQ(modIni::ValueOf(entries, "COM7"), "/dev/a=b");
-    EXPECT_EQ(modIni::ValueOf(entries, "COM8"), "");
-    EXPECT_EQ(modIni::ValueOf(entries, "COM9"), "");
-    EXPECT_EQ(entries.size(), 3U);
-    EXPECT_EQ(modIni::ValueOf(modIni::ReadSection(file, "general"), "com7"), "no");
+    Put(kByHand);
+    const clsIni ini = Ini();
+    EXPECT_EQ(ini.Filename(), file.string());
+    using V = clsIni::Variant;
+    const std::tuple<const char*, const char*, V, V> rows[] = {
+        {"GENERAL", "Baudrate", 5, 4800}, {"GENERAL", "Baudrate", std::int16_t{5}, 4800},
+        {"GENERAL", "Comport", 5, 5}, // the commented one and the second section do not count
+        {"chart", "YMAX", 1.0, 5.5},      {"chart", "none", 1.5F, 1.5},
+        {"chart", "A", "x"s, "b=c"s},     {"chart", "empty", "x"s, ""s},
+        {"chart", "empty", 5, 0},         {"last", "x", "d"s, "d"s},
+        {"  ", "yMax", "d"s, "d"s},       {"chart", " ", 7, 7},
+        {"chart", "yMax", true, {}},      {"chart", "yMax", {}, {}},
+    };
+    for (const auto& [section, key, fallback, value] : rows) {
+        EXPECT_EQ(ini.GetSetting(section, key, fallback), value) << section << " " << key;
+    }
+    EXPECT_EQ(ini.GetSetting("GENERAL", "Baudrate", 5, false), V(5));
+    EXPECT_THROW(ini.GetSetting("chart", "a", 1.0), std::invalid_argument);
+    EXPECT_EQ(ini.GetSection("GENERAL"), "baudRATE= 4800 ; odd");
+    EXPECT_EQ(ini.GetSection("chart"), "yMax=5,5\0a= b=c \0empty="s);
+    EXPECT_EQ(ini.GetSection("none"), "");
+    EXPECT_EQ(ini.GetSectionNames(), "General\0Chart\0general\0last"s);
+    EXPECT_EQ(Bytes(), kByHand);
+}
+
+TEST_F(IniFile, WhatIsTooLongIsCut)
+{
+    Put("[a]\nlong=" + std::string(300, 'x') + "\nbig=99999999999\nlow=-99999999999\nk=" + std::string(2000, 'y'));
+    EXPECT_EQ(std::get<std::string>(Ini().GetSetting("a", "long", ""s)).size(), 254U);
+    EXPECT_EQ(Ini().GetSetting("a", "big", 0), clsIni::Variant(2147483647));
+    EXPECT_EQ(Ini().GetSetting("a", "low", 0), clsIni::Variant(-2147483647 - 1));
+    EXPECT_EQ(Ini().GetSection("a").size(), 1020U);
+}
+
+TEST_F(IniFile, WritingChangesOneLine)
+{
+    struct Row {
+        std::string before;
+        const char *section, *key, *value;
+        std::string after;
+    };
+    const Row rows[] = {
+        {"(none)", "S", "k", "1", "[S]\r\nk=1\r\n"},
+        {"[s]\n K =old \n; c\n", "S", "k", "new", "[s]\n K =new\n; c\n"},
+        {"[s]\na=1\n\n\n[t]\nk=2\n", "S", "k", "1", "[s]\na=1\nk=1\r\n\n\n[t]\nk=2\n"},
+        {"[s]", "s", "k", "1", "[s]\r\nk=1\r\n"},
+        {"x=1", "s", "k", "", "x=1\r\n[s]\r\nk=\r\n"},
+        {"[s]\r\nk=1\r\nk=2\r\n[s]\r\nk=3", "s", "k", " 9 ", "[s]\r\nk= 9 \r\nk=2\r\n[s]\r\nk=3"},
+        {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot begin a line of its own
+    };
+    for (const Row& row : rows) {
+        std::filesystem::remove(file);
+        if (row.before != "(none)") {
+            Put(row.before);
+        }
+        EXPECT_TRUE(Ini().WriteSetting(row.section, row.key, row.value)) << row.before;
+        EXPECT_EQ(Bytes(), row.after);
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1) << "no temporary file is left";
+}
+
+TEST_F(IniFile, WhatCannotBeReadIsNotReplaced)
+{
+    EXPECT_FALSE(modIni::WritePrivateProfileStringA("s", "k", "v", folder)) << "a folder";
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(Ini().GetSetting("s", "k", 3), clsIni::Variant(3)) << "a pipe does not hold the program up";
+    EXPECT_FALSE(Ini().WriteSetting("s", "k", "v"));
+    EXPECT_FALSE(modIni::WritePrivateProfileStringA("s", "k", "v", folder / "none" / "x.ini"));
     std::filesystem::remove(file);
-    EXPECT_TRUE(modIni::ReadSection(file, "PORTS").empty());
-    EXPECT_TRUE(modIni::ReadSection(std::filesystem::temp_directory_path(), "PORTS").empty()) << "a folder";
+    Put(std::string(modFiles::kLargestFile + 1, 'x'));
+    EXPECT_FALSE(Ini().WriteSetting("s", "k", "v"));
+    EXPECT_EQ(std::filesystem::file_size(file), modFiles::kLargestFile + 1);
+}
+
+TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
+{
+    Put("[s]\nk=1\n");
+    chmod(file.c_str(), 0640);
+    std::filesystem::create_symlink(file, folder / "link.ini");
+    EXPECT_TRUE(modIni::WritePrivateProfileStringA("s", "k", "2", folder / "link.ini"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.ini"));
+    EXPECT_EQ(Bytes(), "[s]\nk=2\n");
+    struct stat info {};
+    stat(file.c_str(), &info);
+    EXPECT_EQ(info.st_mode & 0777U, 0640U);
+}
+
+TEST_F(IniFile, AKillInTheMiddleOfAWriteLeavesTheOldOrTheNewFile)
+{
+    std::mt19937 random(5);
+    const std::string body = "[other]\r\nlast=" + std::string(20000, 'z') + "\r\n";
+    Put("[s]\r\nk=0\r\n" + body);
+    std::set<std::string> seen;
+    for (int round = 0; round < 1000; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (int i = 0;; ++i) {
+                modIni::WritePrivateProfileStringA("s", "k", std::to_string(i % 1000), file);
+            }
+        }
+        usleep(static_cast<useconds_t>(random() % 1500));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        const std::string value = modIni::GetPrivateProfileStringA("s", "k", "gone", 64, file);
+        ASSERT_EQ(Bytes(), "[s]\r\nk=" + value + "\r\n" + body) << "round " << round;
+        seen.insert(value);
+    }
+    EXPECT_GT(seen.size(), 3U) << "writes were really under way";
+}
+
+TEST_F(IniFile, GlobalSettings)
+{
+    const auto load = [this] { return modGlobals::LoadGlobalSettings(file.string(), ','); };
+    modGlobals::Settings settings = load();
+    EXPECT_EQ(std::tie(settings.Baudrate, settings.Comport, settings.Language, settings.DefaultDevice,
+                       settings.AutoScale, settings.yMax, settings.yMin),
+              std::make_tuple(9600, 1, 0, "Serial"s, true, 5000.0, 0.0));
+    EXPECT_FALSE(std::filesystem::exists(file)) << "reading creates nothing";
+
+    settings = {file.string(), 57600, 255, LanguageEnglish, "Profibus", false, 1234.5, -0.25};
+    EXPECT_TRUE(SaveGlobalSettings(settings));
+    const modGlobals::Settings again = load();
+    EXPECT_EQ(std::tie(again.Baudrate, again.Comport, again.Language, again.DefaultDevice, again.AutoScale, again.yMax,
+                       again.yMin),
+              std::make_tuple(57600, 255, 1000, "Profibus"s, false, 1234.5, -0.25));
+
+    Put("[GENERAL]\nLanguage=2147483647\nComport=x\n[CHART]\nyMax=high\nyMin=-7\n");
+    settings = load();
+    EXPECT_EQ(std::tie(settings.Language, settings.Comport, settings.yMax, settings.yMin),
+              std::make_tuple(1000, 0, 5000.0, -7.0));
+    EXPECT_TRUE(SaveGlobalSettings(settings));
+    EXPECT_EQ(Ini().GetSetting("GENERAL", "Language", 0), clsIni::Variant(1));
 }
 
 } // namespace

@@ -1,0 +1,101 @@
+#include "config/modFiles.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <random>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace modFiles {
+
+namespace {
+
+std::string randomSuffix()
+{
+    static constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::string suffix = ".";
+    for (int i = 0; i < 12; ++i) {
+        suffix += kLetters[random() % kLetters.size()];
+    }
+    return suffix;
+}
+
+bool writeAll(int fd, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = write(fd, bytes.data(), bytes.size());
+        if (count > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return fsync(fd) == 0;
+}
+
+/// A rename is safe only when the folder has reached the disk too.
+void syncFolder(const std::filesystem::path& folder)
+{
+    const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        fsync(fd);
+        close(fd);
+    }
+}
+
+} // namespace
+
+std::optional<std::string> ReadWhole(const std::filesystem::path& file)
+{
+    // Not blocking: a named pipe in the file's place must not stop the program.
+    const int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    struct stat info {};
+    if (fd < 0 || fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        if (fd >= 0) {
+            close(fd);
+        }
+        return std::nullopt;
+    }
+    std::string bytes;
+    std::array<char, 65536> piece{};
+    ssize_t count = 0;
+    while (bytes.size() <= kLargestFile && (count = read(fd, piece.data(), piece.size())) > 0) {
+        bytes.append(piece.data(), static_cast<std::size_t>(count));
+    }
+    close(fd);
+    if (count < 0 || bytes.size() > kLargestFile) {
+        return std::nullopt;
+    }
+    return bytes;
+}
+
+bool Replace(const std::filesystem::path& file, std::string_view bytes)
+{
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::weakly_canonical(file, error);
+    struct stat before {};
+    const bool exists = !error && stat(target.c_str(), &before) == 0;
+    // A read-only file is somebody's wish, though a rename would get past it.
+    if (error || (exists && (!S_ISREG(before.st_mode) || access(target.c_str(), W_OK) != 0))) {
+        return false;
+    }
+    const std::filesystem::path temporary = target.string() + randomSuffix();
+    const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        return false;
+    }
+    const bool permitted = !exists || fchmod(fd, before.st_mode & 07777U) == 0;
+    const bool written = permitted && writeAll(fd, bytes);
+    const bool closed = close(fd) == 0;
+    if (!written || !closed || rename(temporary.c_str(), target.c_str()) != 0) {
+        unlink(temporary.c_str());
+        return false;
+    }
+    syncFolder(target.parent_path());
+    return true;
+}
+
+} // namespace modFiles

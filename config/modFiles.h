@@ -1,0 +1,21 @@
+// Whole files, read with bounds and replaced in one step.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace modFiles {
+
+/// Larger files are none of ours.
+inline constexpr std::size_t kLargestFile = std::size_t{16} << 20;
+
+/// The bytes of a regular file of at most `kLargestFile`; empty (no value) when there is none or it cannot be read.
+std::optional<std::string> ReadWhole(const std::filesystem::path& file);
+
+/// Puts a file with these bytes in the place of `file` through a temporary file beside it and a rename: a crash leaves
+/// the old or the new one. A symbolic link is followed, permissions stay. False when that fails; nothing is lost then.
+bool Replace(const std::filesystem::path& file, std::string_view bytes);
+
+} // namespace modFiles
