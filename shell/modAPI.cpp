@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
 #include <system_error>
 #include <unistd.h>
 
@@ -56,6 +57,45 @@ std::string TimeOfDayText(double dateTime)
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "%02ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60);
     return text.data();
+}
+
+std::string_view WindowsName(const SystemVersion& version)
+{
+    struct Row {
+        std::uint32_t platform, major;
+        std::string_view name;
+    };
+    static constexpr Row kNames[] = {{1, 0, "Windows 95"},      {1, 10, "Windows 98"},    {1, 90, "Windows ME"},
+                                     {2, 3, "Windows NT 3.51"}, {2, 4, "Windows NT 4.0"}, {2, 5, "Windows 2000"}};
+    if (!version.known) {
+        return "Windows";
+    }
+    if (version.platform == 2 && version.major == 5 && version.minor != 0) {
+        return version.minor == 1 ? "Windows XP" : "";
+    }
+    for (const Row& row : kNames) {
+        if (row.platform == version.platform && row.major == version.major) {
+            return row.name;
+        }
+    }
+    return {};
+}
+
+std::string GetOSName()
+{
+    // The format of os-release: KEY=value lines, the value as a shell would quote it.
+    for (const char* file : {"/etc/os-release", "/usr/lib/os-release"}) {
+        std::ifstream stream(file);
+        for (std::string line; std::getline(stream, line);) {
+            constexpr std::string_view kKey = "PRETTY_NAME=";
+            if (line.starts_with(kKey)) {
+                line.erase(0, kKey.size());
+                std::erase_if(line, [](char c) { return c == '"' || c == '\'' || c == '\\'; });
+                return line;
+            }
+        }
+    }
+    return "Linux";
 }
 
 std::filesystem::path ProgramFolder(const std::filesystem::path& wanted)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace modAPI {
 
@@ -23,6 +24,20 @@ double LocalTime();
 
 /// The time of day as "hh:mm:ss".
 std::string TimeOfDayText(double dateTime);
+
+/// What a system's version query says.
+struct SystemVersion {
+    bool known = false; ///< the query succeeded
+    std::uint32_t platform = 0, major = 0, minor = 0;
+};
+
+/// The name of a Windows by its version; empty for one that the table does not hold, "Windows" when the query failed.
+/// Deliberate: for platform 1 the major version, not the minor, is compared with 0, 10 and 90.
+std::string_view WindowsName(const SystemVersion& version);
+
+/// The name of the operating system that the program runs on: the distribution's own, for example
+/// "Debian GNU/Linux 12 (bookworm)", or "Linux" when it gives none.
+std::string GetOSName();
 
 /// The folder of settings, recordings and configurations: `wanted` if it is not empty, else the executable's own folder
 /// if the user can write there, else $XDG_DATA_HOME/orvex (by default ~/.local/share/orvex).

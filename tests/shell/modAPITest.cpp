@@ -30,6 +30,22 @@ TEST(LocalTime, TimeOfDayOfEverySecond)
     EXPECT_EQ(modAPI::TimeOfDayText(46341.0 - 1 / 86400000.0), "23:59:59");
 }
 
+TEST(SystemName, WindowsByItsVersion)
+{
+    struct Row {
+        modAPI::SystemVersion version;
+        const char* name;
+    };
+    for (const Row& row : {Row{{true, 1, 0, 7}, "Windows 95"}, Row{{true, 1, 10, 0}, "Windows 98"},
+                           Row{{true, 1, 90, 0}, "Windows ME"}, Row{{true, 1, 4, 10}, ""}, // the minor does not count
+                           Row{{true, 2, 3, 51}, "Windows NT 3.51"}, Row{{true, 2, 4, 0}, "Windows NT 4.0"},
+                           Row{{true, 2, 5, 0}, "Windows 2000"}, Row{{true, 2, 5, 1}, "Windows XP"},
+                           Row{{true, 2, 5, 2}, ""}, Row{{true, 2, 6, 0}, ""}, Row{{}, "Windows"}}) {
+        EXPECT_EQ(modAPI::WindowsName(row.version), row.name) << row.version.platform << '.' << row.version.major;
+    }
+    EXPECT_NE(modAPI::GetOSName(), "");
+}
+
 TEST(ProgramFolder, IsCreatedAndNeverTheWorkingFolder)
 {
     const auto wanted = std::filesystem::temp_directory_path() / "orvex-folder-test" / "deep";
