@@ -1,13 +1,12 @@
 #include "monitor/frmMain.h"
 
 #include "chart/XYChart.h"
-#include "device/Parameters.h"
 #include "monitor/LampShape.h"
 #include "shell/Guarded.h"
-#include "shell/Numbers.h"
+#include "shell/Localise.h"
+#include "shell/PortLists.h"
 #include "shell/QtText.h"
 #include "shell/modAPI.h"
-#include "shell/modFunctions.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -81,8 +80,8 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     setCentralWidget(centre);
     buildStatusBar();
     resize(QSize(66, 40) * fontMetrics().height());
-    fillComPorts();
-    fillBaudrates();
+    FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
+    m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
     localise();
     connectControls();
     ShowDialogue(DialogueNone);
@@ -197,48 +196,25 @@ void frmMain::connectControls()
 
 void frmMain::localise()
 {
-    setWindowTitle(text(1100));
-    fraMeasurement->setTitle(text(1110));
-    fraComport->setTitle(text(1101));
-    lblMeasCaption->setText(text(1111));
-    lblTempCaption->setText(text(1112));
-    chkTempMeasurement->setText(text(1113));
-    chkTempMeasurement->setToolTip(text(1172));
-    cmdStart->setToolTip(text(1170));
+    SetTextIds(this, 1100);
+    SetTextIds(fraMeasurement, 1110);
+    SetTextIds(fraComport, 1101);
+    SetTextIds(lblMeasCaption, 1111);
+    SetTextIds(lblTempCaption, 1112);
+    SetTextIds(chkTempMeasurement, 1113, 1172);
+    SetTextIds(lblShutDown, 1164);
+    SetTextIds(cmdStart, 0, 1170);
+    SetTextIds(cmdSingleValue, 0, 1171);
+    SetTextIds(cmbComPort, 0, 1173);
+    SetTextIds(cmbBaudrate, 0, 1174);
+    LocaliseForm(*this, m_settings.Language);
     cmdStart->setShortcut(Qt::Key_F5);
-    cmdSingleValue->setToolTip(text(1171));
     cmdSingleValue->setShortcut(Qt::Key_F6);
     shpLamp->setAccessibleName(text(1163));
-    lblShutDown->setText(text(1164));
     cmbComPort->setAccessibleName(text(1173));
-    cmbComPort->setToolTip(text(1173));
     cmbBaudrate->setAccessibleName(text(1174));
-    cmbBaudrate->setToolTip(text(1174));
     picGraph->setAccessibleName(text(1165));
     picGraph->EmptyText(text(1166));
-}
-
-void frmMain::fillComPorts()
-{
-    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        const QString device = QFile::decodeName(m_ports.devices.DeviceOf(port).c_str());
-        cmbComPort->addItem(QStringLiteral("COM %1").arg(port));
-        cmbComPort->setItemData(port - 1, device, Qt::ToolTipRole);
-        if (!device.isEmpty() && QFile::exists(device)) {
-            QFont standsOut = font();
-            standsOut.setBold(true);
-            cmbComPort->setItemData(port - 1, standsOut, Qt::FontRole);
-        }
-    }
-    cmbComPort->setCurrentIndex(std::clamp(m_settings.Comport, 1, modPComm::kPortCount) - 1);
-}
-
-void frmMain::fillBaudrates()
-{
-    for (const std::string_view rate : kBaudrateTexts) {
-        cmbBaudrate->addItem(FromUtf8(rate));
-    }
-    cmbBaudrate->setCurrentIndex(cmbBaudrate->findText(QString::number(m_settings.Baudrate)));
 }
 
 void frmMain::timer_Tick()
@@ -294,7 +270,7 @@ void frmMain::cmbBaudrate_Click(int index)
 
 QString frmMain::text(std::int32_t id) const
 {
-    return FromUtf8(modFunctions::GetText(id, m_settings.Language));
+    return Text(id, m_settings.Language);
 }
 
 void frmMain::ShowDistance(const std::string& distance)

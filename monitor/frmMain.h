@@ -64,8 +64,6 @@ private:
     void buildStatusBar();
     void connectControls();
     void localise();
-    void fillComPorts();
-    void fillBaudrates();
     void explainFailure();
     void timer_Tick();
     void cmbComPort_Click(int index);

@@ -6,6 +6,7 @@
 #include "shell/Guarded.h"
 #include "shell/Numbers.h"
 #include "shell/QtText.h"
+#include "shell/frmSplash.h"
 #include "shell/modAPI.h"
 #include "shell/modGlobals.h"
 #include "simulator/clsSimulatedSensor.h"
@@ -34,6 +35,7 @@ constexpr std::size_t kLongestPath = 4096;
 
 struct Options {
     bool demo = false;
+    bool connect = false; ///< without the start-up window
     bool print = false;
     QString folder, screenshot;
     std::int32_t screenshotAfter_ms = 0;
@@ -70,8 +72,7 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption folder("folder", "Keep settings and recordings in <DIR>.", "DIR");
     const QCommandLineOption port("port", "Use a device for port number N for this run (repeatable).", "N=DEVICE");
     const QCommandLineOption language("language", "Language of the texts: de or en.", "de|en");
-    const QCommandLineOption connect("connect",
-                                     "Connect at once (there is no start-up window yet, so this is always so).");
+    const QCommandLineOption connect("connect", "Skip the start-up window and connect with the stored settings.");
     const QCommandLineOption screenshot("screenshot", "Save a picture of the main window as <FILE> and end.", "FILE");
     const QCommandLineOption after("after", "Seconds before the picture is taken (5).", "SECONDS");
     const QCommandLineOption print("print", "Print every distance to standard output.");
@@ -81,6 +82,7 @@ Options readOptions(const QStringList& arguments)
     Options options;
     options.demo = parser.isSet(demo);
     options.print = parser.isSet(print);
+    options.connect = parser.isSet(connect) || options.demo || parser.isSet(screenshot);
     options.folder = parser.value(folder);
     options.screenshot = parser.value(screenshot);
     bool isNumber = true;
@@ -138,6 +140,9 @@ int runProgram(const Options& options)
         devices.Override(port, device);
     }
 
+    if (!options.connect && frmSplash(settings, devices).exec() != QDialog::Accepted) {
+        return 0;
+    }
     clsPosixPort port(devices);
     frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }});
     if (options.print) {

@@ -1,5 +1,6 @@
 #include "shell/modFunctions.h"
 
+#include "device/Parameters.h"
 #include "shell/modGlobals.h"
 
 namespace modFunctions {
@@ -17,7 +18,34 @@ constexpr TextRow kTexts[] = {
 #undef TEXT
 };
 
+struct NeutralRow {
+    std::int32_t id;
+    std::string_view text;
+};
+
+constexpr NeutralRow kNeutralTexts[] = {
+#define NEUTRAL(id, text) {id, text},
+#include "shell/NeutralTable.inc"
+#undef NEUTRAL
+};
+
 } // namespace
+
+std::string_view NeutralText(std::int32_t id)
+{
+    for (const NeutralRow& row : kNeutralTexts) {
+        if (row.id == id) {
+            return row.text;
+        }
+    }
+    for (const ValueListDef& list : kValueLists) {
+        const std::int32_t index = id - list.firstId;
+        if (index >= 0 && static_cast<std::size_t>(index) < list.texts.size()) {
+            return list.texts[static_cast<std::size_t>(index)];
+        }
+    }
+    return {};
+}
 
 std::string_view GetText(std::int32_t id, std::int32_t language)
 {

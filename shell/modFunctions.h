@@ -10,4 +10,7 @@ namespace modFunctions {
 /// Empty when there is none.
 std::string_view GetText(std::int32_t id, std::int32_t language);
 
+/// The text (UTF-8) of an id below 1000, the same in every language; empty when there is none.
+std::string_view NeutralText(std::int32_t id);
+
 } // namespace modFunctions

@@ -1,0 +1,140 @@
+#include "shell/frmSplash.h"
+
+#include "device/clsRVQ.h"
+#include "device/modPComm.h"
+#include "shell/Guarded.h"
+#include "shell/Localise.h"
+#include "shell/PortLists.h"
+#include "shell/QtText.h"
+#include "shell/modAPI.h"
+#include "shell/modFunctions.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+
+namespace {
+
+constexpr double kNameFontScale = 1.8;
+
+QLabel* captionLabel(QWidget* parent, const char* name, std::int32_t id)
+{
+    auto* label = new QLabel(parent);
+    label->setObjectName(QLatin1String(name));
+    SetTextIds(label, id);
+    return label;
+}
+
+} // namespace
+
+frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices) : m_settings(settings)
+{
+    setObjectName(QStringLiteral("frmSplash"));
+    SetTextIds(this, 1120);
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(fontMetrics().height());
+    column->setContentsMargins(QMargins(2, 1, 2, 1) * fontMetrics().height());
+    column->addLayout(buildHeading());
+    column->addLayout(buildChoices());
+    column->addStretch(1);
+    column->addLayout(buildButtons());
+
+    cmbLanguage->addItems({FromUtf8(modFunctions::NeutralText(890)), FromUtf8(modFunctions::NeutralText(891))});
+    cmbLanguage->setCurrentIndex(settings.Language / LanguageEnglish);
+    FillComPorts(*cmbComPort, devices, settings.Comport);
+    m_settings.Baudrate = FillBaudrates(*cmbBaudrate, settings.Baudrate);
+    LocaliseForm(*this, settings.Language);
+    connect(cmbLanguage, &QComboBox::activated, this,
+            [this](int index) { Guarded([&] { cmbLanguage_Click(index); }); });
+    connect(cmdOK, &QPushButton::clicked, this, [this] { Guarded([this] { cmdOK_Click(); }); });
+    connect(cmdExit, &QPushButton::clicked, this, [this] { Guarded([this] { reject(); }); });
+    cmdOK->setDefault(true);
+    cmdOK->setFocus();
+}
+
+void frmSplash::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        event->accept(); // a stray key must not end the program
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
+
+QLayout* frmSplash::buildHeading()
+{
+    auto* name = new QLabel(FromUtf8(modFunctions::NeutralText(900)), this);
+    name->setObjectName(QStringLiteral("lblProduct"));
+    QFont large = font();
+    large.setPointSizeF(large.pointSizeF() * kNameFontScale);
+    large.setBold(true);
+    name->setFont(large);
+    lblVersion = new QLabel(QLatin1Char('V') + QApplication::applicationVersion(), this);
+    lblVersion->setObjectName(QStringLiteral("lblVersion"));
+    lblPlatform = new QLabel(FromUtf8(modAPI::GetOSName()), this);
+    lblPlatform->setObjectName(QStringLiteral("lblPlatform"));
+    auto* column = new QVBoxLayout;
+    column->setSpacing(fontMetrics().height() / 3);
+    column->addWidget(name);
+    column->addWidget(lblVersion);
+    column->addWidget(lblPlatform);
+    return column;
+}
+
+QLayout* frmSplash::buildChoices()
+{
+    auto* grid = new QGridLayout;
+    grid->setColumnStretch(1, 1);
+    grid->setHorizontalSpacing(fontMetrics().height());
+    grid->addWidget(captionLabel(this, "lblSelectLanguage", 1121), grid->rowCount(), 0, 1, 2);
+    cmbLanguage = addChoice(*grid, "lblLanguage", "cmbLanguage", 1122);
+    grid->setRowMinimumHeight(grid->rowCount(), fontMetrics().height() / 2);
+    grid->addWidget(captionLabel(this, "lblSelectInterface", 1125), grid->rowCount(), 0, 1, 2);
+    cmbComPort = addChoice(*grid, "lblComPort", "cmbComPort", 1123);
+    cmbBaudrate = addChoice(*grid, "lblBaudrate", "cmbBaudrate", 1124);
+    return grid;
+}
+
+QComboBox* frmSplash::addChoice(QGridLayout& grid, const char* label, const char* list, std::int32_t captionId)
+{
+    const int row = grid.rowCount();
+    QLabel* caption = captionLabel(this, label, captionId);
+    auto* box = new QComboBox(this);
+    box->setObjectName(QLatin1String(list));
+    caption->setBuddy(box);
+    grid.addWidget(caption, row, 0);
+    grid.addWidget(box, row, 1);
+    return box;
+}
+
+QLayout* frmSplash::buildButtons()
+{
+    cmdOK = new QPushButton(this);
+    cmdOK->setObjectName(QStringLiteral("cmdOK"));
+    SetTextIds(cmdOK, 1126);
+    cmdExit = new QPushButton(this);
+    cmdExit->setObjectName(QStringLiteral("cmdExit"));
+    SetTextIds(cmdExit, 1127);
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(cmdOK);
+    row->addWidget(cmdExit);
+    return row;
+}
+
+void frmSplash::cmbLanguage_Click(int index)
+{
+    m_settings.Language = index * LanguageEnglish;
+    LocaliseForm(*this, m_settings.Language);
+}
+
+void frmSplash::cmdOK_Click()
+{
+    m_settings.Baudrate = clsRVQ::RateOfIndex(cmbBaudrate->currentIndex());
+    m_settings.Comport = cmbComPort->currentIndex() + 1;
+    modGlobals::SaveGlobalSettings(m_settings);
+    accept();
+}

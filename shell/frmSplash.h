@@ -1,0 +1,44 @@
+// The start-up window: language, serial port and rate, before anything is connected.
+#pragma once
+
+#include "shell/modGlobals.h"
+
+#include <QDialog>
+
+class QComboBox;
+class QGridLayout;
+class QLabel;
+class QPushButton;
+
+namespace modPComm {
+class PortDevices;
+}
+
+class frmSplash : public QDialog {
+    Q_OBJECT
+
+public:
+    /// `settings` must outlive the window. OK takes the choices over and saves them; the language follows its list at
+    /// once. Exit and the close box reject; Escape does nothing.
+    frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    QLayout* buildHeading();
+    QLayout* buildChoices();
+    QLayout* buildButtons();
+    QComboBox* addChoice(QGridLayout& grid, const char* label, const char* list, std::int32_t captionId);
+    void cmbLanguage_Click(int index);
+    void cmdOK_Click();
+
+    modGlobals::Settings& m_settings;
+    QLabel* lblVersion;
+    QLabel* lblPlatform;
+    QComboBox* cmbLanguage;
+    QComboBox* cmbComPort;
+    QComboBox* cmbBaudrate;
+    QPushButton* cmdOK;
+    QPushButton* cmdExit;
+};
