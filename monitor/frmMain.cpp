@@ -6,6 +6,7 @@
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
+#include "shell/frmAbout.h"
 #include "shell/modAPI.h"
 
 #include <QCheckBox>
@@ -15,6 +16,8 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTimer>
@@ -22,6 +25,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -78,6 +82,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     grid->addWidget(picGraph, 0, 1, 3, 1);
     grid->setColumnStretch(1, 1);
     setCentralWidget(centre);
+    buildMenus();
     buildStatusBar();
     resize(QSize(66, 40) * fontMetrics().height());
     FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
@@ -167,6 +172,33 @@ QWidget* frmMain::buildComportFrame()
     return fraComport;
 }
 
+void frmMain::buildMenus()
+{
+    const auto menu = [](QMenu* created, const char* name) {
+        created->setObjectName(QLatin1String(name));
+        return created;
+    };
+    mnuFile = menu(menuBar()->addMenu(QString()), "mnuFile");
+    mnuOptions = menu(menuBar()->addMenu(QString()), "mnuOptions");
+    mnuOptionLanguage = menu(mnuOptions->addMenu(QString()), "mnuOptionLanguage");
+    mnuHelp = menu(menuBar()->addMenu(QString()), "mnuHelp");
+    mnuFileExit = addAction(mnuFile, "mnuFileExit", [this] { close(); });
+    mnuFileExit->setShortcut(QKeySequence::Quit);
+    mnuOptionLanguageDEEN =
+        addAction(mnuOptionLanguage, "mnuOptionLanguageDEEN", [this] { mnuOptionLanguageDEEN_Click(); });
+    mnuHelpAbout = addAction(mnuHelp, "mnuHelpAbout", [this] { mnuHelpAbout_Click(); });
+    mnuHelpAbout->setMenuRole(QAction::AboutRole);
+}
+
+QAction* frmMain::addAction(QMenu* menu, const char* name, const std::function<void()>& act)
+{
+    auto* action = new QAction(this);
+    action->setObjectName(QLatin1String(name));
+    connect(action, &QAction::triggered, this, [act] { Guarded(act); });
+    menu->addAction(action);
+    return action;
+}
+
 void frmMain::buildStatusBar()
 {
     for (std::size_t i = 0; i < sbar.size(); ++i) {
@@ -208,6 +240,13 @@ void frmMain::localise()
     SetTextIds(cmbComPort, 0, 1173);
     SetTextIds(cmbBaudrate, 0, 1174);
     LocaliseForm(*this, m_settings.Language);
+    mnuFile->setTitle(text(1140));
+    mnuFileExit->setText(text(1141));
+    mnuOptions->setTitle(text(1142));
+    mnuOptionLanguage->setTitle(text(1143));
+    mnuOptionLanguageDEEN->setText(text(1144));
+    mnuHelp->setTitle(text(1145));
+    mnuHelpAbout->setText(text(1146));
     cmdStart->setShortcut(Qt::Key_F5);
     cmdSingleValue->setShortcut(Qt::Key_F6);
     shpLamp->setAccessibleName(text(1163));
@@ -266,6 +305,18 @@ void frmMain::cmbBaudrate_Click(int index)
 {
     m_settings.Baudrate = clsRVQ::RateOfIndex(index);
     m_loop.ChangeBaudrate();
+}
+
+void frmMain::mnuOptionLanguageDEEN_Click()
+{
+    m_settings.Language = m_settings.Language == LanguageGerman ? LanguageEnglish : LanguageGerman;
+    localise();
+    ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+}
+
+void frmMain::mnuHelpAbout_Click()
+{
+    frmAbout(this, m_settings.Language).exec();
 }
 
 QString frmMain::text(std::int32_t id) const

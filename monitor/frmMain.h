@@ -14,10 +14,12 @@
 #include <functional>
 
 class LampShape;
+class QAction;
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
 class QLabel;
+class QMenu;
 class QPushButton;
 class QTimer;
 class SerialPort;
@@ -61,6 +63,8 @@ private:
 
     QWidget* buildMeasurementFrame();
     QWidget* buildComportFrame();
+    void buildMenus();
+    QAction* addAction(QMenu* menu, const char* name, const std::function<void()>& act);
     void buildStatusBar();
     void connectControls();
     void localise();
@@ -68,6 +72,8 @@ private:
     void timer_Tick();
     void cmbComPort_Click(int index);
     void cmbBaudrate_Click(int index);
+    void mnuOptionLanguageDEEN_Click();
+    void mnuHelpAbout_Click();
     QString text(std::int32_t id) const;
 
     modGlobals::Settings& m_settings;
@@ -94,4 +100,11 @@ private:
     QComboBox* cmbBaudrate;
     XYChart* picGraph;
     std::array<QLabel*, 3> sbar{};
+    QMenu* mnuFile;
+    QMenu* mnuOptions;
+    QMenu* mnuOptionLanguage;
+    QMenu* mnuHelp;
+    QAction* mnuFileExit;
+    QAction* mnuOptionLanguageDEEN;
+    QAction* mnuHelpAbout;
 };

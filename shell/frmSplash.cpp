@@ -3,13 +3,12 @@
 #include "device/clsRVQ.h"
 #include "device/modPComm.h"
 #include "shell/Guarded.h"
+#include "shell/Heading.h"
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
-#include "shell/modAPI.h"
 #include "shell/modFunctions.h"
 
-#include <QApplication>
 #include <QComboBox>
 #include <QGridLayout>
 #include <QKeyEvent>
@@ -17,8 +16,6 @@
 #include <QPushButton>
 
 namespace {
-
-constexpr double kNameFontScale = 1.8;
 
 QLabel* captionLabel(QWidget* parent, const char* name, std::int32_t id)
 {
@@ -37,7 +34,7 @@ frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices
     auto* column = new QVBoxLayout(this);
     column->setSpacing(fontMetrics().height());
     column->setContentsMargins(QMargins(2, 1, 2, 1) * fontMetrics().height());
-    column->addLayout(buildHeading());
+    column->addLayout(BuildHeading(*this, "lblPlatform"));
     column->addLayout(buildChoices());
     column->addStretch(1);
     column->addLayout(buildButtons());
@@ -62,26 +59,6 @@ void frmSplash::keyPressEvent(QKeyEvent* event)
         return;
     }
     QDialog::keyPressEvent(event);
-}
-
-QLayout* frmSplash::buildHeading()
-{
-    auto* name = new QLabel(FromUtf8(modFunctions::NeutralText(900)), this);
-    name->setObjectName(QStringLiteral("lblProduct"));
-    QFont large = font();
-    large.setPointSizeF(large.pointSizeF() * kNameFontScale);
-    large.setBold(true);
-    name->setFont(large);
-    lblVersion = new QLabel(QLatin1Char('V') + QApplication::applicationVersion(), this);
-    lblVersion->setObjectName(QStringLiteral("lblVersion"));
-    lblPlatform = new QLabel(FromUtf8(modAPI::GetOSName()), this);
-    lblPlatform->setObjectName(QStringLiteral("lblPlatform"));
-    auto* column = new QVBoxLayout;
-    column->setSpacing(fontMetrics().height() / 3);
-    column->addWidget(name);
-    column->addWidget(lblVersion);
-    column->addWidget(lblPlatform);
-    return column;
 }
 
 QLayout* frmSplash::buildChoices()

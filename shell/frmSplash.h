@@ -7,7 +7,6 @@
 
 class QComboBox;
 class QGridLayout;
-class QLabel;
 class QPushButton;
 
 namespace modPComm {
@@ -26,7 +25,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    QLayout* buildHeading();
     QLayout* buildChoices();
     QLayout* buildButtons();
     QComboBox* addChoice(QGridLayout& grid, const char* label, const char* list, std::int32_t captionId);
@@ -34,8 +32,6 @@ private:
     void cmdOK_Click();
 
     modGlobals::Settings& m_settings;
-    QLabel* lblVersion;
-    QLabel* lblPlatform;
     QComboBox* cmbLanguage;
     QComboBox* cmbComPort;
     QComboBox* cmbBaudrate;

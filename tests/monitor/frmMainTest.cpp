@@ -6,12 +6,15 @@
 #include "monitor/LampShape.h"
 #include "simulator/clsSimulatedSensor.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QLabel>
+#include <QMenu>
 #include <QPushButton>
+#include <QRegularExpression>
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -106,6 +109,39 @@ TEST(MainWindow, SaysWhyAPortCannotBeOpened)
     emit ports->activated(0);
     EXPECT_TRUE(main.Until([&] { return main.Find<QPushButton>("cmdStart")->isEnabled(); }));
     EXPECT_EQ(main.Find<QLabel>("sbar_1")->toolTip(), "");
+}
+
+TEST(MainWindow, LanguageSwitchesEveryTextBothWays)
+{
+    const Window main;
+    const auto texts = [&] {
+        QStringList all{main.window->windowTitle()};
+        for (const auto* label :
+             main.window->findChildren<QLabel*>(QRegularExpression("^lbl(Meas|Temp)Caption|lblLamp"))) {
+            all += label->text();
+        }
+        for (const auto* action : main.window->findChildren<QAction*>(QRegularExpression("^mnu"))) {
+            all += action->text();
+        }
+        for (const auto* menu : main.window->findChildren<QMenu*>(QRegularExpression("^mnu"))) {
+            all += menu->title();
+        }
+        all += main.Find<QPushButton>("cmdStart")->toolTip();
+        return all;
+    };
+    const QStringList english = texts();
+    EXPECT_EQ(english.size(), 12);
+    for (int round = 0; round < 10; ++round) {
+        main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
+        const QStringList german = texts();
+        for (int i = 0; i < english.size(); ++i) {
+            EXPECT_NE(german[i], english[i]);
+        }
+        main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
+        EXPECT_EQ(texts(), english);
+    }
+    EXPECT_EQ(main.Find<QPushButton>("cmdStart")->text(), "Start");
+    EXPECT_EQ(main.Find<QPushButton>("cmdStart")->shortcut(), QKeySequence(Qt::Key_F5));
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)

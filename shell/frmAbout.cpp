@@ -1,0 +1,30 @@
+#include "shell/frmAbout.h"
+
+#include "shell/Heading.h"
+#include "shell/Localise.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+frmAbout::frmAbout(QWidget* parent, std::int32_t language) : QDialog(parent)
+{
+    setObjectName(QStringLiteral("frmAbout"));
+    SetTextIds(this, 1147);
+    auto* purpose = new QLabel(this);
+    purpose->setObjectName(QStringLiteral("lblPurpose"));
+    SetTextIds(purpose, 1149);
+    auto* close = new QPushButton(this);
+    close->setObjectName(QStringLiteral("cmdClose"));
+    SetTextIds(close, 1148);
+    connect(close, &QPushButton::clicked, this, &QDialog::accept);
+
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(fontMetrics().height());
+    column->setContentsMargins(QMargins(2, 1, 2, 1) * fontMetrics().height());
+    column->addLayout(BuildHeading(*this, "lblOPSystem"));
+    column->addWidget(purpose);
+    column->addStretch(1);
+    column->addWidget(close, 0, Qt::AlignRight);
+    LocaliseForm(*this, language);
+}
