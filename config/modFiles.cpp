@@ -36,6 +36,13 @@ bool writeAll(int fd, std::string_view bytes)
     return fsync(fd) == 0;
 }
 
+/// Asks only for a change that is one: some file systems know no modes and refuse every request.
+bool keepMode(int fd, mode_t mode)
+{
+    struct stat made {};
+    return fstat(fd, &made) == 0 && (made.st_mode == mode || fchmod(fd, mode & 07777U) == 0);
+}
+
 /// A rename is safe only when the folder has reached the disk too.
 void syncFolder(const std::filesystem::path& folder)
 {
@@ -79,7 +86,8 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes)
     struct stat before {};
     const bool exists = !error && stat(target.c_str(), &before) == 0;
     // A read-only file is somebody's wish, though a rename would get past it.
-    if (error || (exists && (!S_ISREG(before.st_mode) || access(target.c_str(), W_OK) != 0))) {
+    if (error ||
+        (exists && (!S_ISREG(before.st_mode) || (before.st_mode & 0222U) == 0 || access(target.c_str(), W_OK) != 0))) {
         return false;
     }
     const std::filesystem::path temporary = target.string() + randomSuffix();
@@ -87,7 +95,7 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes)
     if (fd < 0) {
         return false;
     }
-    const bool permitted = !exists || fchmod(fd, before.st_mode & 07777U) == 0;
+    const bool permitted = !exists || keepMode(fd, before.st_mode);
     const bool written = permitted && writeAll(fd, bytes);
     const bool closed = close(fd) == 0;
     if (!written || !closed || rename(temporary.c_str(), target.c_str()) != 0) {

@@ -67,6 +67,12 @@ std::string WireValue(const clsRVQ& device, std::string_view code)
     return std::string(listed ? row->wireTexts[static_cast<std::size_t>(value)] : row->fallback);
 }
 
+std::int32_t SensorRate(std::int32_t rate)
+{
+    const bool listed = std::ranges::find(kBaudrateTexts, std::to_string(rate)) != kBaudrateTexts.end();
+    return listed ? rate : 9600;
+}
+
 const UnitDef& UnitOf(std::int32_t distanceUnit)
 {
     const bool known = distanceUnit >= 0 && static_cast<std::size_t>(distanceUnit) < kUnits.size();

@@ -44,6 +44,9 @@ const ParameterDef* ParameterOfCode(std::string_view code);
 /// Empty for an unknown code, "999" and "000" among them.
 std::string WireValue(const clsRVQ& device, std::string_view code);
 
+/// A rate in bit/s if the sensor has it, else 9600.
+std::int32_t SensorRate(std::int32_t rate);
+
 /// Texts of the drop-down lists, by stored value; the ids are those of the program's text table.
 struct ValueListDef {
     std::int32_t firstId;

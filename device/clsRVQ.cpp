@@ -52,6 +52,7 @@ void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
         return;
     }
     PortIsOpen = true;
+    ++Openings;
     CommBaudrate(Rate);
 }
 

@@ -90,6 +90,7 @@ public:
     // The port.
     std::int32_t CommComPort = 0;
     bool PortIsOpen = false;
+    std::int32_t Openings = 0; ///< successful ones so far: who waits can tell another device from the one before
     std::string InBuffer;
     std::string NewInData;
 
@@ -154,6 +155,7 @@ private:
     void boundInBuffer();
 
     bool hasBinaryFormat() const { return OutputFormat == FormatBinary || OutputFormat == FormatBinaryCrc; }
+    bool owesNothing() const { return CommStatus == DialogueMeasuring && OutputMode == OutputSingle; }
     bool pastDeadline() const { return CurrentTime > FailTime; }
     std::int32_t effectiveRate() const;
     std::int32_t answerTime_ms(std::string_view command) const;

@@ -69,6 +69,11 @@ std::string_view clsRVQ::evaluateSilentStart()
         EventNr = EventNoAnswer;
         return "S";
     }
+    if (owesNothing()) {
+        LastCommand = std::string("m");
+        EventNr = EventNoAnswer;
+        return {};
+    }
     // The start got lost on the line: said once, so that the loop leaves the measuring state.
     reportUnanswered();
     return {};
@@ -266,7 +271,7 @@ void clsRVQ::evaluateSingleValue()
     } else {
         evaluateDistance();
     }
-    if (EventNr == EventDistance) {
+    if (NewDistance) {
         LastCommand.clear();
     }
 }
@@ -314,7 +319,7 @@ void clsRVQ::takeBinaryDistance()
     InBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
-    } else if (pastDeadline()) {
+    } else if (pastDeadline() && !owesNothing()) {
         reportUnanswered();
     }
 }
@@ -322,9 +327,15 @@ void clsRVQ::takeBinaryDistance()
 void clsRVQ::takeCrcDistance()
 {
     const modReplySteps::BinaryDistances found = modReplySteps::FindCrcDistances(InBuffer);
-    // Past the deadline what holds no good frame at all is given up; a good one behind damage is worth the search.
-    if (!found.newest_mm && pastDeadline() && !modReplySteps::HoldsCrcFrame(InBuffer)) {
-        reportUnanswered();
+    if (!found.newest_mm && pastDeadline() && !owesNothing()) {
+        // What holds no good frame at all is given up; to a good one behind damage it goes in one step.
+        const std::size_t good = modReplySteps::FirstCrcFrame(InBuffer);
+        if (good == std::string::npos) {
+            reportUnanswered();
+        } else {
+            InBuffer.erase(0, good);
+            EventNr = EventCrcError;
+        }
         return;
     }
     InBuffer.erase(0, found.consumed);
@@ -392,8 +403,7 @@ void clsRVQ::acceptTemperature()
 /// a sensor with single output measures; it sends when it likes and must not be polled.
 void clsRVQ::reportNoAnswer()
 {
-    const bool owesNothing = CommStatus == DialogueMeasuring && OutputMode == OutputSingle;
-    if (m_reported && !owesNothing) {
+    if (m_reported && !owesNothing()) {
         reportUnanswered();
     }
     EventNr = EventNoAnswer;

@@ -91,12 +91,13 @@ std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEv
 {
     const WaitScope wait(device);
     const bool measuring = device.CommStatus == DialogueMeasuring;
+    const std::int32_t opening = device.Openings;
     if (measuring) {
         StopMeasurement(device);
     }
     const std::int32_t verdict = sendAndAwait(device, code, pumpEvents);
-    // A program that is about to end, or a port that has gone, gets nothing more.
-    if (measuring && !device.Wait.Ended && device.PortIsOpen) {
+    // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
+    if (measuring && !device.Wait.Ended && device.PortIsOpen && device.Openings == opening) {
         StartMeasurement(device);
         device.EventNr = verdict;
     }

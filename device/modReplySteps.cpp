@@ -173,14 +173,14 @@ BinaryDistances FindCrcDistances(std::string_view bytes)
     return found;
 }
 
-bool HoldsCrcFrame(std::string_view bytes)
+std::size_t FirstCrcFrame(std::string_view bytes)
 {
-    for (; bytes.size() >= kCrcFrameSize; bytes.remove_prefix(1)) {
-        if (Crc16(bytes.substr(0, kCrcFrameSize), kCrcStart) == 0) {
-            return true;
+    for (std::size_t at = 0; at + kCrcFrameSize <= bytes.size(); ++at) {
+        if (Crc16(bytes.substr(at, kCrcFrameSize), kCrcStart) == 0) {
+            return at;
         }
     }
-    return false;
+    return std::string_view::npos;
 }
 
 DumpSpan FindDump(std::string_view bytes)

@@ -50,8 +50,8 @@ struct BinaryDistances {
 BinaryDistances FindBinaryDistances(std::string_view bytes);
 /// All complete 6-byte frames up to the first bad CRC; of the bad frame one byte is consumed.
 BinaryDistances FindCrcDistances(std::string_view bytes);
-/// True when a good 6-byte frame stands anywhere in the bytes.
-bool HoldsCrcFrame(std::string_view bytes);
+/// Where the first good 6-byte frame begins; npos when there is none.
+std::size_t FirstCrcFrame(std::string_view bytes);
 
 struct DumpSpan {
     bool begun = false;    ///< "Type:" has come

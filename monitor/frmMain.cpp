@@ -85,7 +85,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     buildMenus();
     buildStatusBar();
     resize(QSize(66, 40) * fontMetrics().height());
-    FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
+    m_settings.Comport = FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
     localise();
     connectControls();

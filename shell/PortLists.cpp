@@ -8,13 +8,7 @@
 #include <QFile>
 #include <QSignalBlocker>
 
-namespace {
-
-constexpr std::int32_t kUsualRateIndex = 3;
-
-} // namespace
-
-void FillComPorts(QComboBox& list, const modPComm::PortDevices& devices, std::int32_t selected)
+std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices, std::int32_t selected)
 {
     const QSignalBlocker silent(list);
     list.clear();
@@ -29,6 +23,7 @@ void FillComPorts(QComboBox& list, const modPComm::PortDevices& devices, std::in
         }
     }
     list.setCurrentIndex(selected >= 1 && selected <= modPComm::kPortCount ? selected - 1 : 0);
+    return list.currentIndex() + 1;
 }
 
 std::int32_t FillBaudrates(QComboBox& list, std::int32_t selected)
@@ -38,7 +33,6 @@ std::int32_t FillBaudrates(QComboBox& list, std::int32_t selected)
     for (const std::string_view rate : kBaudrateTexts) {
         list.addItem(FromUtf8(rate));
     }
-    const int index = list.findText(QString::number(selected));
-    list.setCurrentIndex(index >= 0 ? index : kUsualRateIndex);
+    list.setCurrentIndex(list.findText(QString::number(SensorRate(selected))));
     return clsRVQ::RateOfIndex(list.currentIndex());
 }

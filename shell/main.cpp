@@ -1,5 +1,6 @@
 // The program RVQ: reads its options, puts a simulated sensor on COM 1 if asked to, and opens the main window.
 #include "config/modIni.h"
+#include "device/Parameters.h"
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
@@ -131,6 +132,7 @@ int runProgram(const Options& options)
     if (options.demo) {
         settings.IniFile.clear();
         settings.Comport = kDemoPort;
+        settings.Baudrate = SensorRate(settings.Baudrate);
         simulator::SensorOptions simulated;
         simulated.lineRate = settings.Baudrate;
         sensor = std::make_unique<simulator::clsSimulatedSensor>(simulated);

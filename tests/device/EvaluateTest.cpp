@@ -121,6 +121,21 @@ TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
     EXPECT_EQ(sensor.port.Sent, "T");
 }
 
+TEST(Evaluate, ASensorWithSingleOutputIsNotInterrupted)
+{
+    ScriptedSensor sensor;
+    sensor.device.OutputMode = OutputSingle;
+    sensor.device.OutputFormat = FormatBinary;
+    sensor.Expect(DialogueMeasuring, "M");
+    sensor.At(kPast_ms);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
+    }
+    EXPECT_EQ(sensor.Arrive("\x10\x27"), EventNone);
+    EXPECT_EQ(sensor.Arrive("\x00\x00"s), EventDistance) << "a frame over two ticks, long after the last";
+    EXPECT_EQ(sensor.port.Sent, "");
+}
+
 TEST(Evaluate, RepliesWhileMeasuring)
 {
     checkReplies({
@@ -267,9 +282,15 @@ TEST(Evaluate, CrcFrames)
     EXPECT_EQ(sensor.device.MeasValue_mm, 10001);
     EXPECT_EQ(sensor.Arrive("yzyzy" + good), EventCrcError) << "a bad one ends the evaluation";
 
+    // After a gap, too, a good frame behind damage is found.
+    sensor.At(8000);
+    sensor.device.InBuffer.clear();
+    EXPECT_EQ(sensor.Arrive("abc" + good), EventCrcError);
+    EXPECT_EQ(sensor.Arrive(""), EventDistance);
+
     // Another format than expected: not for ever an error, but no answer, so that the dialogue begins anew.
     sensor.device.InBuffer.clear();
-    sensor.At(10000);
+    sensor.At(18000);
     EXPECT_EQ(sensor.Arrive("   1.234 m\r\n"), EventNoAnswer);
     EXPECT_EQ(sensor.device.InBuffer + sensor.device.LastCommand, "");
 }
