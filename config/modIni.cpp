@@ -67,27 +67,37 @@ struct Place {
     std::optional<std::string_view> value;
 };
 
-Place find(std::string_view bytes, std::string_view section, std::string_view key)
+/// Calls `visit` for each line of the first section of that name, its head included, until that returns false.
+template <typename Visit>
+void walkSection(std::string_view bytes, std::string_view section, Visit visit)
 {
-    Place place;
     bool inside = false;
     for (std::size_t at = 0; at < bytes.size();) {
         const Line line = lineAt(bytes, at);
         if (line.kind == LineKind::Section) {
             if (inside) {
-                break;
+                return;
             }
             inside = sameName(line.name, section);
-            place.hasSection = inside;
-        } else if (inside && line.kind == LineKind::Entry && sameName(line.name, key)) {
-            place.value = line.value;
-            break;
+        }
+        if (inside && !visit(line)) {
+            return;
         }
         at = line.next;
-        if (inside && !line.blank) {
-            place.sectionEnd = at;
-        }
     }
+}
+
+Place find(std::string_view bytes, std::string_view section, std::string_view key)
+{
+    Place place;
+    walkSection(bytes, section, [&](const Line& line) {
+        place.hasSection = true;
+        if (line.kind == LineKind::Entry && sameName(line.name, key)) {
+            place.value = line.value;
+        }
+        place.sectionEnd = line.blank ? place.sectionEnd : line.next;
+        return !place.value.has_value();
+    });
     return place;
 }
 
@@ -140,19 +150,12 @@ std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size
 {
     const std::string bytes = modFiles::ReadWhole(file).value_or(std::string());
     std::string entries;
-    bool inside = false;
-    for (std::size_t at = 0; at < bytes.size();) {
-        const Line line = lineAt(bytes, at);
-        if (line.kind == LineKind::Section) {
-            if (inside) {
-                break;
-            }
-            inside = sameName(line.name, section);
-        } else if (inside && line.kind == LineKind::Entry) {
+    walkSection(bytes, section, [&](const Line& line) {
+        if (line.kind == LineKind::Entry) {
             entries.append(line.name).append("=").append(line.value).append(1, '\0');
         }
-        at = line.next;
-    }
+        return true;
+    });
     return cut(std::move(entries), size - 2);
 }
 

@@ -2,20 +2,9 @@
 #include "simulator/WireFormat.h"
 
 #include <gtest/gtest.h>
-#include <limits>
 #include <string>
 
 namespace simulator {
-
-using namespace std::string_literals;
-
-TEST(SensorWireFormat, MarkersFillALineOrAFrame)
-{
-    EXPECT_EQ(NoEchoMessage(Format::Ascii), "     No Echo\r\n");
-    EXPECT_EQ(TemperatureErrorMessage(Format::AsciiUnit), "    TempErr!\r\n");
-    EXPECT_EQ(NoEchoMessage(Format::Binary), "\xFF\xFF\xFF\x7F");
-    EXPECT_EQ(TemperatureErrorMessage(Format::Binary), "\xF0\xFF\xFF\x7F");
-}
 
 TEST(SensorWireFormat, AFrameWithItsCrcLeavesNoRemainder)
 {

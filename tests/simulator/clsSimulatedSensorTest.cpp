@@ -7,7 +7,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace simulator {
@@ -26,14 +25,6 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    bool IsOpen() const { return m_port >= 0; }
-    void SetSpeed(speed_t speed) const
-    {
-        termios settings{};
-        tcgetattr(m_port, &settings);
-        cfsetspeed(&settings, speed);
-        tcsetattr(m_port, TCSANOW, &settings);
-    }
     bool Send(std::string_view bytes) const
     {
         return write(m_port, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
@@ -52,11 +43,6 @@ public:
             }
         }
         return bytes;
-    }
-    bool HangsUp() const
-    {
-        pollfd port{m_port, 0, 0};
-        return poll(&port, 1, 5000) == 1 && (port.revents & POLLHUP) != 0;
     }
 
 private:
@@ -79,16 +65,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(SimulatedSensor, AnswersEveryClientInTurn)
-{
-    const clsSimulatedSensor sensor;
-    for (int turn = 0; turn < 3; ++turn) {
-        const Client client(sensor.Path());
-        ASSERT_TRUE(client.Send("X"));
-        EXPECT_EQ(client.Read(kReady.size()), kReady) << "turn " << turn;
-    }
-}
 
 TEST_F(SimulatedSensor, WhatOneClientLeftUnreadDoesNotReachTheNext)
 {
@@ -135,22 +111,6 @@ TEST_F(SimulatedSensor, LinkIsRefusedWhereAFileLivesAndLeftAloneWhenOthersHaveIt
         fs::create_symlink("/nowhere", link);
     }
     EXPECT_TRUE(fs::is_symlink(link));
-}
-
-TEST_F(SimulatedSensor, UnplugHangsUpAndReplugBringsTheLinkBack)
-{
-    const fs::path link = m_folder / "port";
-    clsSimulatedSensor sensor({}, link);
-    const Client before(link);
-    ASSERT_TRUE(before.Send("X"));
-    EXPECT_EQ(before.Read(kReady.size()), kReady);
-    sensor.Unplug();
-    EXPECT_TRUE(before.HangsUp());
-    EXPECT_FALSE(Client(link).IsOpen());
-    sensor.Replug();
-    const Client after(link);
-    ASSERT_TRUE(after.Send("X"));
-    EXPECT_EQ(after.Read(kReady.size()), kReady);
 }
 
 } // namespace simulator
