@@ -19,6 +19,8 @@ class MonitorView {
 public:
     virtual ~MonitorView() = default;
 
+    /// Raw text that the sensor has sent, never empty.
+    virtual void Echo(std::string_view received) = 0;
     /// The distance text; empty when nothing is measured.
     virtual void ShowDistance(const std::string& text) = 0;
     /// The sensor's temperature text, one byte a character.

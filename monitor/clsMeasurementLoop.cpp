@@ -115,6 +115,9 @@ void clsMeasurementLoop::absorbClockJump(double now)
 void clsMeasurementLoop::servePort()
 {
     m_device.ReadComportData();
+    if (!m_device.NewInData.empty()) {
+        m_view.Echo(m_device.NewInData);
+    }
     m_device.EvaluateInBuffer();
     dispatch();
     // Damaged frames cost an evaluation a byte. At one evaluation a tick a noisy fast line would fall behind for ever.

@@ -3,6 +3,7 @@
 #include "chart/XYChart.h"
 #include "monitor/LampShape.h"
 #include "shell/Guarded.h"
+#include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
@@ -21,9 +22,11 @@
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTimer>
+#include <QWhatsThis>
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <thread>
 #include <utility>
 
@@ -53,23 +56,26 @@ void setChanged(QLabel* label, const QString& text)
     }
 }
 
-QColor lampColor(std::int32_t commStatus)
+struct Lamp {
+    QRgb color;
+    std::int32_t textId;
+};
+
+const Lamp& lampOf(std::int32_t commStatus)
 {
-    switch (commStatus) {
-    case DialogueIdle:
-        return {255, 255, 0};
-    case DialogueMeasuring:
-        return {0, 255, 0};
-    default:
-        return {255, 0, 0};
-    }
+    static constexpr Lamp kLamps[] = {
+        {qRgb(255, 0, 0), 1160},   // no connection
+        {qRgb(255, 255, 0), 1161}, // idle
+        {qRgb(0, 255, 0), 1162},   // measuring
+    };
+    return kLamps[std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring)];
 }
 
 } // namespace
 
-frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
-    : m_settings(settings), m_ports(ports), m_device(ports.port, blockFor),
-      m_loop(m_device, settings, *this, DecimalSeparator()), m_timer(new QTimer(this))
+frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, Help& help)
+    : m_settings(settings), m_ports(ports), m_help(help), m_consoleWindow(settings), m_console(m_consoleWindow),
+      m_device(ports.port, blockFor), m_loop(m_device, settings, *this, DecimalSeparator()), m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmMain"));
     auto* centre = new QWidget(this);
@@ -91,12 +97,15 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports)
     connectControls();
     ShowDialogue(DialogueNone);
     ShowRule({});
+    warnOfUnkeptSettings();
+    FaultNoted = [this](std::string_view fault) { m_console.Important(fault); };
     m_timer->setObjectName(QStringLiteral("Timer"));
     m_timer->start(clsMeasurementLoop::kInterval_ms);
 }
 
 frmMain::~frmMain()
 {
+    FaultNoted = nullptr;
     m_loop.Unload();
 }
 
@@ -109,8 +118,20 @@ void frmMain::closeEvent(QCloseEvent* event)
 {
     m_timer->stop();
     m_loop.Unload();
+    if (mnuOptionConsole->isChecked()) {
+        m_console.CloseConsole();
+    }
     modGlobals::SaveGlobalSettings(m_settings);
     event->accept();
+}
+
+void frmMain::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        localise();
+        ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+    }
+    QMainWindow::changeEvent(event);
 }
 
 QWidget* frmMain::buildMeasurementFrame()
@@ -186,6 +207,13 @@ void frmMain::buildMenus()
     mnuFileExit->setShortcut(QKeySequence::Quit);
     mnuOptionLanguageDEEN =
         addAction(mnuOptionLanguage, "mnuOptionLanguageDEEN", [this] { mnuOptionLanguageDEEN_Click(); });
+    mnuOptionConsole = addAction(mnuOptions, "mnuOptionConsole", [this] { mnuOptionConsole_Click(); });
+    mnuOptionConsole->setCheckable(true);
+    mnuHelpContents = addAction(mnuHelp, "mnuHelpContents", [this] { mnuHelpContents_Click(); });
+    mnuHelpWhatsThis = addAction(mnuHelp, "mnuHelpWhatsThis", [] { QWhatsThis::enterWhatsThisMode(); });
+    mnuHelpWhatsThis->setShortcut(QKeySequence::WhatsThis);
+    mnuHelpBar = mnuHelp->addSeparator();
+    mnuHelpBar->setObjectName(QStringLiteral("mnuHelpBar"));
     mnuHelpAbout = addAction(mnuHelp, "mnuHelpAbout", [this] { mnuHelpAbout_Click(); });
     mnuHelpAbout->setMenuRole(QAction::AboutRole);
 }
@@ -246,6 +274,9 @@ void frmMain::localise()
     mnuOptionLanguage->setTitle(text(1143));
     mnuOptionLanguageDEEN->setText(text(1144));
     mnuHelp->setTitle(text(1145));
+    mnuOptionConsole->setText(text(1052));
+    mnuHelpContents->setText(text(1050));
+    mnuHelpWhatsThis->setText(text(1051));
     mnuHelpAbout->setText(text(1146));
     cmdStart->setShortcut(Qt::Key_F5);
     cmdSingleValue->setShortcut(Qt::Key_F6);
@@ -262,37 +293,53 @@ void frmMain::timer_Tick()
     explainFailure();
 }
 
-/// The tool tip of the message panel says why the port cannot be opened.
+/// Said once, and as long as nothing else is shown there: everything but the settings works.
+void frmMain::warnOfUnkeptSettings()
+{
+    if (!m_settings.IniFile.empty() && !modGlobals::CanKeepSettings(m_settings)) {
+        const QString folder = QFile::decodeName(std::filesystem::path(m_settings.IniFile).parent_path().c_str());
+        sbar[1]->setText(text(1175).arg(folder));
+        sbar[1]->setToolTip(sbar[1]->text());
+    }
+}
+
+/// Why the port cannot be opened stands in the tool tip of the message panel and, when it changes, in the console.
 void frmMain::explainFailure()
 {
-    using modPComm::OpenProblem;
-    QString why;
-    if (!m_device.PortIsOpen) {
-        const modPComm::OpenFailure failure = m_ports.lastFailure();
-        const QString device = QFile::decodeName(failure.device.c_str());
-        switch (failure.problem) {
-        case OpenProblem::None:
-            break;
-        case OpenProblem::NoDevice:
-            why = device.isEmpty() ? text(1180) : text(1181).arg(device);
-            break;
-        case OpenProblem::Busy:
-            why = text(1182).arg(device);
-            break;
-        case OpenProblem::NoPermission:
-            why = text(1183).arg(device, QString::fromStdString(failure.group));
-            break;
-        case OpenProblem::NotATerminal:
-            why = text(1184).arg(device);
-            break;
-        case OpenProblem::Other:
-            why = text(1185).arg(device, QString::fromStdString(failure.reason));
-            break;
-        }
-    }
+    const QString why = m_device.PortIsOpen ? QString() : openFailureText();
     if (sbar[0]->toolTip() != why) {
         sbar[0]->setToolTip(why);
+        noteFailure();
     }
+}
+
+void frmMain::noteFailure()
+{
+    if (const QString why = sbar[0]->toolTip(); !why.isEmpty()) {
+        m_console.Important(ToBytes(why));
+    }
+}
+
+QString frmMain::openFailureText() const
+{
+    using modPComm::OpenProblem;
+    const modPComm::OpenFailure failure = m_ports.lastFailure();
+    const QString device = QFile::decodeName(failure.device.c_str());
+    switch (failure.problem) {
+    case OpenProblem::None:
+        break;
+    case OpenProblem::NoDevice:
+        return device.isEmpty() ? text(1180) : text(1181).arg(device);
+    case OpenProblem::Busy:
+        return text(1182).arg(device);
+    case OpenProblem::NoPermission:
+        return text(1183).arg(device, QString::fromStdString(failure.group));
+    case OpenProblem::NotATerminal:
+        return text(1184).arg(device);
+    case OpenProblem::Other:
+        return text(1185).arg(device, QString::fromStdString(failure.reason));
+    }
+    return {};
 }
 
 void frmMain::cmbComPort_Click(int index)
@@ -310,18 +357,41 @@ void frmMain::cmbBaudrate_Click(int index)
 void frmMain::mnuOptionLanguageDEEN_Click()
 {
     m_settings.Language = m_settings.Language == LanguageGerman ? LanguageEnglish : LanguageGerman;
-    localise();
-    ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+    m_help.SetHelpFile();
+    LocaliseOpenWindows(m_settings.Language);
+}
+
+void frmMain::mnuOptionConsole_Click()
+{
+    if (mnuOptionConsole->isChecked()) {
+        m_console.WindowTitle = "Orvex Monitor";
+        m_console.LoadConsole();
+        noteFailure();
+    } else {
+        m_console.CloseConsole();
+    }
+}
+
+void frmMain::mnuHelpContents_Click()
+{
+    m_help.ShowHelpTopic(*this, "Start");
 }
 
 void frmMain::mnuHelpAbout_Click()
 {
-    frmAbout(this, m_settings.Language).exec();
+    frmAbout(this, m_settings).exec();
 }
 
 QString frmMain::text(std::int32_t id) const
 {
     return Text(id, m_settings.Language);
+}
+
+void frmMain::Echo(std::string_view received)
+{
+    if (mnuOptionConsole->isChecked()) {
+        m_console.WriteOut(received);
+    }
 }
 
 void frmMain::ShowDistance(const std::string& distance)
@@ -349,10 +419,10 @@ void frmMain::ShowDialogue(std::int32_t commStatus)
         return;
     }
     m_shownDialogue = commStatus;
-    const std::int32_t words = std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring) + 1160;
-    shpLamp->FillColor(lampColor(commStatus));
-    shpLamp->setAccessibleDescription(text(words));
-    lblLamp->setText(text(words));
+    const Lamp& lamp = lampOf(commStatus);
+    shpLamp->FillColor(lamp.color);
+    shpLamp->setAccessibleDescription(text(lamp.textId));
+    lblLamp->setText(text(lamp.textId));
 }
 
 void frmMain::ShowRunning(bool running)

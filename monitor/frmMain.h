@@ -6,6 +6,8 @@
 #include "device/modPComm.h"
 #include "monitor/MonitorView.h"
 #include "monitor/clsMeasurementLoop.h"
+#include "shell/clsConsole.h"
+#include "shell/frmConsole.h"
 #include "shell/modGlobals.h"
 
 #include <QMainWindow>
@@ -13,6 +15,7 @@
 #include <array>
 #include <functional>
 
+class Help;
 class LampShape;
 class QAction;
 class QCheckBox;
@@ -36,8 +39,8 @@ public:
         std::function<modPComm::OpenFailure()> lastFailure;
     };
 
-    /// `settings` and what `ports` refers to must outlive the window.
-    frmMain(modGlobals::Settings& settings, const Ports& ports);
+    /// `settings`, `help` and what `ports` refers to must outlive the window.
+    frmMain(modGlobals::Settings& settings, const Ports& ports, Help& help);
     ~frmMain() override;
 
     /// Measuring starts by itself as soon as the sensor answers.
@@ -47,8 +50,10 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    void Echo(std::string_view received) override;
     void ShowDistance(const std::string& text) override;
     void ShowTemperature(const std::string& text) override;
     void ShowStatus(std::int32_t panel, std::string_view text) override;
@@ -68,16 +73,24 @@ private:
     void buildStatusBar();
     void connectControls();
     void localise();
+    void warnOfUnkeptSettings();
     void explainFailure();
+    void noteFailure();
+    QString openFailureText() const;
     void timer_Tick();
     void cmbComPort_Click(int index);
     void cmbBaudrate_Click(int index);
     void mnuOptionLanguageDEEN_Click();
+    void mnuOptionConsole_Click();
+    void mnuHelpContents_Click();
     void mnuHelpAbout_Click();
     QString text(std::int32_t id) const;
 
     modGlobals::Settings& m_settings;
     Ports m_ports;
+    Help& m_help;
+    frmConsole m_consoleWindow;
+    clsConsole m_console;
     clsRVQ m_device;
     clsMeasurementLoop m_loop;
     bool m_running = false;
@@ -106,5 +119,9 @@ private:
     QMenu* mnuHelp;
     QAction* mnuFileExit;
     QAction* mnuOptionLanguageDEEN;
+    QAction* mnuOptionConsole;
+    QAction* mnuHelpContents;
+    QAction* mnuHelpWhatsThis;
+    QAction* mnuHelpBar;
     QAction* mnuHelpAbout;
 };

@@ -5,7 +5,21 @@
 #include <QDebug>
 
 #include <exception>
+#include <functional>
+#include <string_view>
 #include <utility>
+
+/// Is told of every fault that `Guarded` has stopped; the window with the debug console sets it. Program-wide, like the
+/// message log that it stands beside, because any slot of any window may fail.
+inline std::function<void(std::string_view)> FaultNoted;
+
+inline void NoteFault(const char* what)
+{
+    qWarning() << "orvex:" << what;
+    if (FaultNoted) {
+        FaultNoted(what);
+    }
+}
 
 template <typename Body>
 void Guarded(Body&& body)
@@ -13,8 +27,8 @@ void Guarded(Body&& body)
     try {
         std::forward<Body>(body)();
     } catch (const std::exception& fault) {
-        qWarning() << "orvex:" << fault.what();
+        NoteFault(fault.what());
     } catch (...) {
-        qWarning() << "orvex: unknown fault";
+        NoteFault("unknown fault");
     }
 }

@@ -6,6 +6,9 @@
 
 #include <cstdint>
 
+class QAction;
+class QTabWidget;
+class QTreeWidget;
 class QWidget;
 
 /// The text of a German id in the language with this offset; empty when there is none.
@@ -14,5 +17,15 @@ QString Text(std::int32_t id, std::int32_t language);
 /// Stores the id of a caption (or of a window's title) and of a tool tip; 0: none.
 void SetTextIds(QWidget* control, std::int32_t tag, std::int32_t toolTipText = 0);
 
-/// Rewrites title, captions and tool tips of a window. A control whose id has no text keeps what it shows.
+/// The same for a tab, for a button of a tool bar (its tool tip) and for a column of a list.
+void SetTabIds(QTabWidget& tabs, int index, std::int32_t tag, std::int32_t toolTipText = 0);
+void SetButtonId(QAction& button, std::int32_t toolTipText);
+void SetColumnId(QTreeWidget& list, int column, std::int32_t tag);
+
+/// Rewrites title, captions and tool tips of a window. What has no id, or one without a text, keeps what it shows.
+/// Fonts stay the desktop's.
 void LocaliseForm(QWidget& form, std::int32_t language);
+
+/// After a switch of the language: localises every open window, then sends it `QEvent::LanguageChange` for what its
+/// ids do not cover, menus for instance. The standard dialogs follow if the system has their texts.
+void LocaliseOpenWindows(std::int32_t language);

@@ -2,12 +2,13 @@
 
 #include "shell/Heading.h"
 #include "shell/Localise.h"
+#include "shell/modGlobals.h"
 
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
-frmAbout::frmAbout(QWidget* parent, std::int32_t language) : QDialog(parent)
+frmAbout::frmAbout(QWidget* parent, const modGlobals::Settings& settings) : QDialog(parent)
 {
     setObjectName(QStringLiteral("frmAbout"));
     SetTextIds(this, 1147);
@@ -26,5 +27,5 @@ frmAbout::frmAbout(QWidget* parent, std::int32_t language) : QDialog(parent)
     column->addWidget(purpose);
     column->addStretch(1);
     column->addWidget(close, 0, Qt::AlignRight);
-    LocaliseForm(*this, language);
+    LocaliseForm(*this, settings.Language);
 }

@@ -3,12 +3,13 @@
 
 #include <QDialog>
 
-#include <cstdint>
+namespace modGlobals {
+struct Settings;
+}
 
 class frmAbout : public QDialog {
     Q_OBJECT
 
 public:
-    /// `language` is the offset of the texts.
-    frmAbout(QWidget* parent, std::int32_t language);
+    frmAbout(QWidget* parent, const modGlobals::Settings& settings);
 };

@@ -4,6 +4,7 @@
 #include "device/modPComm.h"
 #include "shell/Guarded.h"
 #include "shell/Heading.h"
+#include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
@@ -27,7 +28,8 @@ QLabel* captionLabel(QWidget* parent, const char* name, std::int32_t id)
 
 } // namespace
 
-frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices) : m_settings(settings)
+frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices, Help& help)
+    : m_settings(settings), m_help(help)
 {
     setObjectName(QStringLiteral("frmSplash"));
     SetTextIds(this, 1120);
@@ -46,8 +48,6 @@ frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices
     LocaliseForm(*this, settings.Language);
     connect(cmbLanguage, &QComboBox::activated, this,
             [this](int index) { Guarded([&] { cmbLanguage_Click(index); }); });
-    connect(cmdOK, &QPushButton::clicked, this, [this] { Guarded([this] { cmdOK_Click(); }); });
-    connect(cmdExit, &QPushButton::clicked, this, [this] { Guarded([this] { reject(); }); });
     cmdOK->setDefault(true);
     cmdOK->setFocus();
 }
@@ -89,23 +89,31 @@ QComboBox* frmSplash::addChoice(QGridLayout& grid, const char* label, const char
 
 QLayout* frmSplash::buildButtons()
 {
-    cmdOK = new QPushButton(this);
-    cmdOK->setObjectName(QStringLiteral("cmdOK"));
-    SetTextIds(cmdOK, 1126);
-    cmdExit = new QPushButton(this);
-    cmdExit->setObjectName(QStringLiteral("cmdExit"));
-    SetTextIds(cmdExit, 1127);
+    cmdOK = addButton("cmdOK", 1126, &frmSplash::cmdOK_Click);
+    cmdExit = addButton("cmdExit", 1127, &frmSplash::cmdExit_Click);
+    cmdHelp = addButton("cmdHelp", 1128, &frmSplash::cmdHelp_Click);
     auto* row = new QHBoxLayout;
+    row->addWidget(cmdHelp);
     row->addStretch(1);
     row->addWidget(cmdOK);
     row->addWidget(cmdExit);
     return row;
 }
 
+QPushButton* frmSplash::addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)())
+{
+    auto* button = new QPushButton(this);
+    button->setObjectName(QLatin1String(name));
+    SetTextIds(button, captionId);
+    connect(button, &QPushButton::clicked, this, [this, clicked] { Guarded([&] { (this->*clicked)(); }); });
+    return button;
+}
+
 void frmSplash::cmbLanguage_Click(int index)
 {
     m_settings.Language = index * LanguageEnglish;
-    LocaliseForm(*this, m_settings.Language);
+    m_help.SetHelpFile();
+    LocaliseOpenWindows(m_settings.Language);
 }
 
 void frmSplash::cmdOK_Click()
@@ -114,4 +122,14 @@ void frmSplash::cmdOK_Click()
     m_settings.Comport = cmbComPort->currentIndex() + 1;
     modGlobals::SaveGlobalSettings(m_settings);
     accept();
+}
+
+void frmSplash::cmdExit_Click()
+{
+    reject();
+}
+
+void frmSplash::cmdHelp_Click()
+{
+    m_help.ShowHelpTopic(*this, "Splash");
 }

@@ -5,6 +5,7 @@
 
 #include <QDialog>
 
+class Help;
 class QComboBox;
 class QGridLayout;
 class QPushButton;
@@ -17,9 +18,9 @@ class frmSplash : public QDialog {
     Q_OBJECT
 
 public:
-    /// `settings` must outlive the window. OK takes the choices over and saves them; the language follows its list at
-    /// once. Exit and the close box reject; Escape does nothing.
-    frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices);
+    /// `settings` and `help` must outlive the window. OK takes the choices over and saves them; the language follows
+    /// its list at once. Exit and the close box reject; Escape does nothing.
+    frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices, Help& help);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -27,14 +28,19 @@ protected:
 private:
     QLayout* buildChoices();
     QLayout* buildButtons();
+    QPushButton* addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)());
     QComboBox* addChoice(QGridLayout& grid, const char* label, const char* list, std::int32_t captionId);
     void cmbLanguage_Click(int index);
     void cmdOK_Click();
+    void cmdExit_Click();
+    void cmdHelp_Click();
 
     modGlobals::Settings& m_settings;
+    Help& m_help;
     QComboBox* cmbLanguage;
     QComboBox* cmbComPort;
     QComboBox* cmbBaudrate;
     QPushButton* cmdOK;
     QPushButton* cmdExit;
+    QPushButton* cmdHelp;
 };

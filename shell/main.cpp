@@ -5,6 +5,8 @@
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
 #include "shell/Guarded.h"
+#include "shell/Help.h"
+#include "shell/Localise.h"
 #include "shell/Numbers.h"
 #include "shell/QtText.h"
 #include "shell/frmSplash.h"
@@ -142,11 +144,13 @@ int runProgram(const Options& options)
         devices.Override(port, device);
     }
 
-    if (!options.connect && frmSplash(settings, devices).exec() != QDialog::Accepted) {
+    Help help(settings, folder);
+    LocaliseOpenWindows(settings.Language);
+    if (!options.connect && frmSplash(settings, devices, help).exec() != QDialog::Accepted) {
         return 0;
     }
     clsPosixPort port(devices);
-    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }});
+    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, help);
     if (options.print) {
         window.DistanceShown = printDistance;
     }

@@ -3,7 +3,9 @@
 #include "config/clsIni.h"
 #include "shell/Numbers.h"
 
+#include <filesystem>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace modGlobals {
 
@@ -43,6 +45,13 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
     settings.yMax = real(ini, kChart, "yMax", settings.yMax);
     settings.yMin = real(ini, kChart, "yMin", settings.yMin);
     return settings;
+}
+
+bool CanKeepSettings(const Settings& settings)
+{
+    // The file is replaced as a whole, so it is the folder that counts.
+    const std::string folder = std::filesystem::path(settings.IniFile).parent_path();
+    return access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
 }
 
 bool SaveGlobalSettings(const Settings& settings)

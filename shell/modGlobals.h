@@ -26,6 +26,9 @@ struct Settings {
 /// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
+/// Whether the user may write in the folder of the settings' file.
+bool CanKeepSettings(const Settings& settings);
+
 /// Writes the sections "GENERAL" and "CHART". False when something could not be written.
 bool SaveGlobalSettings(const Settings& settings);
 

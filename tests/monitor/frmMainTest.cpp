@@ -4,17 +4,25 @@
 #include "chart/XYChart.h"
 #include "device/clsPosixPort.h"
 #include "monitor/LampShape.h"
+#include "shell/ConsoleText.h"
+#include "shell/Guarded.h"
+#include "shell/Help.h"
+#include "shell/Localise.h"
+#include "shell/frmAbout.h"
 #include "simulator/clsSimulatedSensor.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QLabel>
-#include <QMenu>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QTextBrowser>
+#include <QTreeWidget>
+#include <QtTest/qtestspontaneevent.h>
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -26,14 +34,15 @@ struct Window {
     modPComm::PortDevices devices;
     clsPosixPort port{devices};
     modGlobals::Settings settings{.Language = LanguageEnglish};
+    Help help{settings, "/folder"};
     std::unique_ptr<frmMain> window;
 
     Window()
     {
         devices.Override(1, sensor.Path());
         devices.Override(2, "/dev/does-not-exist");
-        window =
-            std::make_unique<frmMain>(settings, frmMain::Ports{port, devices, [this] { return port.LastFailure(); }});
+        window = std::make_unique<frmMain>(settings,
+                                           frmMain::Ports{port, devices, [this] { return port.LastFailure(); }}, help);
         window->show();
     }
 
@@ -111,37 +120,102 @@ TEST(MainWindow, SaysWhyAPortCannotBeOpened)
     EXPECT_EQ(main.Find<QLabel>("sbar_1")->toolTip(), "");
 }
 
-TEST(MainWindow, LanguageSwitchesEveryTextBothWays)
+/// The caption, title or tool tip of every control of every open window, as it stands and as its id says.
+void expectTexts(std::int32_t language)
+{
+    int texts = 0;
+    for (const QWidget* control : QApplication::allWidgets()) {
+        const QString caption = Text(control->property("Tag").toInt(), language);
+        const QString toolTip = Text(control->property("ToolTipText").toInt(), language);
+        if (!caption.isEmpty()) {
+            const QVariant shown = control->isWindow()                   ? control->windowTitle()
+                                   : control->property("text").isValid() ? control->property("text")
+                                                                         : control->property("title");
+            EXPECT_EQ(shown.toString().toStdString(), caption.toStdString()) << qPrintable(control->objectName());
+            ++texts;
+        }
+        if (!toolTip.isEmpty()) {
+            EXPECT_EQ(control->toolTip().toStdString(), toolTip.toStdString());
+        }
+    }
+    EXPECT_GT(texts, 10);
+}
+
+TEST(MainWindow, LanguageSwitchesEveryTextOfEveryOpenWindowBothWays)
 {
     const Window main;
-    const auto texts = [&] {
-        QStringList all{main.window->windowTitle()};
-        for (const auto* label :
-             main.window->findChildren<QLabel*>(QRegularExpression("^lbl(Meas|Temp)Caption|lblLamp"))) {
-            all += label->text();
-        }
+    frmAbout about(main.window.get(), main.settings);
+    about.show();
+    main.Find<QAction>("mnuOptionConsole")->trigger();
+    main.help.ShowHelpTopic(*main.window, "Main");
+    const auto* page = main.Find<QTextBrowser>("txtPage");
+    const auto* contents = main.Find<QTreeWidget>("tvContents");
+    const auto menuTexts = [&] {
+        QStringList all{main.Find<QLabel>("lblLamp")->text(), contents->topLevelItem(1)->text(0)};
         for (const auto* action : main.window->findChildren<QAction*>(QRegularExpression("^mnu"))) {
             all += action->text();
         }
-        for (const auto* menu : main.window->findChildren<QMenu*>(QRegularExpression("^mnu"))) {
-            all += menu->title();
-        }
-        all += main.Find<QPushButton>("cmdStart")->toolTip();
+        all.removeAll(QString()); // separators
         return all;
     };
-    const QStringList english = texts();
-    EXPECT_EQ(english.size(), 12);
+    const QStringList english = menuTexts();
+    expectTexts(LanguageEnglish);
     for (int round = 0; round < 10; ++round) {
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
-        const QStringList german = texts();
+        expectTexts(LanguageGerman);
+        EXPECT_TRUE(page->source().toString().endsWith("Main_de.htm"));
+        EXPECT_EQ(main.help.HelpFile(), "/folder/RVQ.chm::/RVQ_PopUps_De.txt");
+        const QStringList german = menuTexts();
         for (int i = 0; i < english.size(); ++i) {
             EXPECT_NE(german[i], english[i]);
         }
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
-        EXPECT_EQ(texts(), english);
+        expectTexts(LanguageEnglish);
+        EXPECT_EQ(menuTexts(), english);
     }
+    EXPECT_TRUE(page->source().toString().endsWith("Main_en.htm"));
     EXPECT_EQ(main.Find<QPushButton>("cmdStart")->text(), "Start");
     EXPECT_EQ(main.Find<QPushButton>("cmdStart")->shortcut(), QKeySequence(Qt::Key_F5));
+}
+
+TEST(MainWindow, ConsoleShowsWhatTheSensorSendsWhileItIsOpen)
+{
+    const Window main;
+    ASSERT_TRUE(main.Until([&] { return main.Find<QPushButton>("cmdStart")->isEnabled(); }));
+    auto* item = main.Find<QAction>("mnuOptionConsole");
+    item->trigger();
+    QWidget* console = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        console = window->objectName() == QLatin1String("frmConsole") ? window : console;
+    }
+    ASSERT_NE(console, nullptr);
+    const auto* text = console->findChild<ConsoleText*>("txtConsole");
+    EXPECT_EQ(console->windowTitle(), "Orvex Monitor");
+    ASSERT_TRUE(main.Until([&] { return text->WholeText().contains("23 C,  OK"); })) << "the idle sensor's temperature";
+    Guarded([] { throw std::runtime_error("a slot failed"); });
+    EXPECT_TRUE(text->WholeText().contains(QString(69, u'-') + "\na slot failed\n" + QString(69, u'-') + "\n"));
+
+    QCloseEvent byTheFrame;
+    QSpontaneKeyEvent::setSpontaneous(&byTheFrame);
+    qApp->notify(console, &byTheFrame);
+    EXPECT_FALSE(byTheFrame.isAccepted());
+    item->trigger();
+    EXPECT_FALSE(console->isVisible());
+    item->trigger();
+    EXPECT_EQ(text->WholeText(), "") << "a new console begins empty";
+    main.window->close();
+    EXPECT_FALSE(console->isVisible());
+}
+
+TEST(MainWindow, SaysOnceThatSettingsCannotBeKept)
+{
+    Window main;
+    EXPECT_EQ(main.Text("sbar_2"), "") << "nothing is to be kept";
+    main.settings.IniFile = "/proc/self/RVQ.ini";
+    main.window = std::make_unique<frmMain>(
+        main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }}, main.help);
+    EXPECT_EQ(main.Text("sbar_2"), "Settings are not kept: no permission to write in /proc/self");
+    main.window->close();
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)

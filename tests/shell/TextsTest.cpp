@@ -1,8 +1,19 @@
 // The text table and the conversions at the windows' edge.
+#include "shell/Localise.h"
 #include "shell/QtText.h"
 #include "shell/modFunctions.h"
+#include "shell/modGlobals.h"
 
+#include <QAction>
+#include <QLabel>
+#include <QTabWidget>
+#include <QToolBar>
+#include <QTreeWidget>
+
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <regex>
 #include <set>
 
 namespace {
@@ -29,6 +40,71 @@ TEST(Texts, EveryRowHasTwoDifferentTextsAndAnIdOfItsOwn)
         EXPECT_FALSE(FromUtf8(row.german).contains(QChar::ReplacementCharacter)) << row.id;
     }
     EXPECT_EQ(modFunctions::GetText(1401, 1000), "");
+}
+
+/// The numbers of four digits in a source file, without its comments and string literals.
+std::set<int> numbersIn(const std::filesystem::path& file)
+{
+    std::ifstream source(file);
+    std::string text{std::istreambuf_iterator<char>(source), {}};
+    text = std::regex_replace(text, std::regex("//[^\n]*|\"[^\"\n]*\""), "");
+    std::set<int> numbers;
+    const std::regex number("\\b1[0-3]\\d\\d\\b(?!\\.)");
+    for (std::sregex_iterator i(text.begin(), text.end(), number), end; i != end; ++i) {
+        numbers.insert(std::stoi(i->str()));
+    }
+    return numbers;
+}
+
+TEST(Texts, EveryIdInTheCodeHasATextAndEveryTextIsUsed)
+{
+    const std::set<int> otherNumbers{1000, 1024, 1200, 1252}; // that are no ids
+    std::set<int> used;
+    for (const char* folder : {"shell", "monitor", "chart", "recorder", "settings", "config"}) {
+        const std::filesystem::path path = std::filesystem::path(ORVEX_SOURCE_DIR) / folder;
+        if (!exists(path)) {
+            continue;
+        }
+        for (const auto& file : std::filesystem::directory_iterator(path)) {
+            if (file.path().extension() == ".inc") {
+                continue;
+            }
+            for (const int id : numbersIn(file.path())) {
+                EXPECT_TRUE(otherNumbers.contains(id) || !modFunctions::GetText(id, LanguageGerman).empty())
+                    << id << " in " << file.path();
+                used.insert(id);
+            }
+        }
+    }
+#define TEXT(id, german, english) EXPECT_TRUE(used.contains(id)) << id << " is never shown";
+#include "shell/StringTable.inc"
+#undef TEXT
+}
+
+TEST(Localising, EveryKindOfControlTakesItsTextsById)
+{
+    QWidget form;
+    SetTextIds(&form, 1110);
+    auto* label = new QLabel("as designed", &form);
+    auto* tabs = new QTabWidget(&form);
+    tabs->addTab(new QWidget, "a");
+    tabs->addTab(new QWidget, "as designed");
+    SetTabIds(*tabs, 0, 1101, 1113);
+    auto* bar = new QToolBar(&form);
+    SetButtonId(*bar->addAction("b"), 1126);
+    auto* list = new QTreeWidget(&form);
+    SetColumnId(*list, 0, 1122);
+    LocaliseForm(form, LanguageEnglish);
+    EXPECT_EQ(form.windowTitle(), "Measurement");
+    EXPECT_EQ(label->text(), "as designed");
+    EXPECT_EQ(tabs->tabText(0), "Serial Interface");
+    EXPECT_EQ(tabs->tabToolTip(0), "Request temperature value during measurement");
+    EXPECT_EQ(tabs->tabText(1), "as designed");
+    EXPECT_EQ(bar->actions().front()->toolTip(), "&Connect");
+    EXPECT_EQ(list->headerItem()->text(0), "Language");
+    LocaliseForm(form, LanguageGerman);
+    EXPECT_EQ(form.windowTitle(), "Messung");
+    EXPECT_EQ(list->headerItem()->text(0), "Sprache");
 }
 
 TEST(Texts, BytesGoThereAndBack)

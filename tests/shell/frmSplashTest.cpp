@@ -2,6 +2,7 @@
 #include "shell/frmSplash.h"
 
 #include "device/modPComm.h"
+#include "shell/Help.h"
 
 #include <QComboBox>
 #include <QKeyEvent>
@@ -19,7 +20,8 @@ struct Splash {
     std::string file = std::filesystem::temp_directory_path() / ("orvex-splash-" + std::to_string(getpid()) + ".ini");
     modGlobals::Settings settings{.IniFile = file, .Baudrate = 57600, .Comport = 300};
     modPComm::PortDevices devices;
-    frmSplash window{settings, devices};
+    Help help{settings, "/folder"};
+    frmSplash window{settings, devices, help};
 
     ~Splash() { std::filesystem::remove(file); }
     QComboBox* List(const char* name) const { return window.findChild<QComboBox*>(QLatin1String(name)); }

@@ -10,7 +10,7 @@
 
 class clsRecordingView : public MonitorView {
 public:
-    std::string distance, temperature, unit;
+    std::string echoed, distance, temperature, unit;
     std::array<std::string, 3> status;
     std::vector<std::string> messages; ///< every text of panel 1 that differs from the one before
     std::int32_t dialogue = -1;
@@ -19,6 +19,7 @@ public:
     std::vector<std::pair<double, double>> points;
     std::int32_t resets = 0, scrolls = 0;
 
+    void Echo(std::string_view received) override { echoed += received; }
     void ShowDistance(const std::string& text) override { distance = text; }
     void ShowTemperature(const std::string& text) override { temperature = text; }
     void ShowStatus(std::int32_t panel, std::string_view text) override

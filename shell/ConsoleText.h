@@ -1,0 +1,26 @@
+// The text of the console window: rows of coloured characters as a terminal shows them.
+#pragma once
+
+#include <QPlainTextEdit>
+
+class ConsoleText : public QPlainTextEdit {
+    Q_OBJECT
+
+public:
+    ConsoleText(QWidget* parent, int rows, int columns);
+
+    /// Appends at the end; see frmConsole::Write.
+    void Append(const QString& text, const QColor& colour);
+    /// All text, rows that were broken for their length joined again.
+    QString WholeText() const;
+
+protected:
+    QMimeData* createMimeDataFromSelection() const override;
+
+private:
+    QString textBetween(int from, int to) const;
+    void appendRow(QTextCursor& end, const QString& row, const QTextCharFormat& format) const;
+
+    int m_columns;
+    bool m_afterReturn = false;
+};

@@ -1,0 +1,46 @@
+// Help for whoever asks: topic pages in a viewer window, and a short text about the control that has the focus (F1) or
+// is pointed at (Shift+F1, "What's this"). Lives as long as the program.
+#pragma once
+
+#include <QObject>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+class QWidget;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class Help : public QObject {
+    Q_OBJECT
+
+public:
+    /// `settings` must outlive the object; its language counts. Watches the whole program's keys.
+    Help(const modGlobals::Settings& settings, std::string programFolder);
+
+    /// Takes the pop-up texts of the language; called at start and after every switch of the language.
+    void SetHelpFile();
+    /// The help file as the last `SetHelpFile` has set it, with its pop-up text file.
+    const std::string& HelpFile() const { return m_helpFile; }
+
+    /// Opens the viewer of `from`'s window, or brings it to the front, with a topic in the current language.
+    void ShowHelpTopic(QWidget& from, std::string_view topic) const;
+    /// The text about a control or the nearest one around it that has a text; empty when there is none.
+    QString PopUpText(const QWidget& control) const;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    const std::string* find(const QWidget& control) const;
+    void explain(QWidget& control) const;
+
+    const modGlobals::Settings& m_settings;
+    std::string m_programFolder;
+    std::string m_helpFile;
+    std::map<std::string, std::string, std::less<>> m_popUps;
+};

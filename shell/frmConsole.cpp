@@ -1,0 +1,108 @@
+#include "shell/frmConsole.h"
+
+#include "shell/ConsoleText.h"
+#include "shell/Guarded.h"
+#include "shell/Localise.h"
+#include "shell/QtText.h"
+#include "shell/modGlobals.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSaveFile>
+
+namespace {
+
+QColor colorOf(ConsoleColour colour)
+{
+    return colour == ConsoleBrightRed ? QColor(255, 85, 85) : QColor(192, 192, 192);
+}
+
+} // namespace
+
+frmConsole::frmConsole(const modGlobals::Settings& settings)
+    : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowMinMaxButtonsHint),
+      m_settings(settings), txtConsole(new ConsoleText(this, kRows, kColumns)), cmdCopy(new QPushButton(this)),
+      cmdSave(new QPushButton(this))
+{
+    setObjectName(QStringLiteral("frmConsole"));
+    txtConsole->setObjectName(QStringLiteral("txtConsole"));
+    cmdCopy->setObjectName(QStringLiteral("cmdCopy"));
+    cmdSave->setObjectName(QStringLiteral("cmdSave"));
+    SetTextIds(cmdCopy, 1010, 1012);
+    SetTextIds(cmdSave, 1011, 1013);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(cmdCopy);
+    buttons->addWidget(cmdSave);
+    auto* column = new QVBoxLayout(this);
+    column->addWidget(txtConsole, 1);
+    column->addLayout(buttons);
+    resize(txtConsole->fontMetrics().horizontalAdvance(u'0') * 90, fontMetrics().height() * 30);
+    connect(cmdCopy, &QPushButton::clicked, this, [this] { Guarded([this] { cmdCopy_Click(); }); });
+    connect(cmdSave, &QPushButton::clicked, this, [this] { Guarded([this] { cmdSave_Click(); }); });
+    localise();
+}
+
+void frmConsole::Open(const std::string& title)
+{
+    txtConsole->clear();
+    setWindowTitle(FromBytes(title));
+    show();
+}
+
+void frmConsole::Write(std::string_view text, ConsoleColour colour)
+{
+    txtConsole->Append(FromBytes(text), colorOf(colour));
+}
+
+void frmConsole::Close()
+{
+    hide();
+}
+
+void frmConsole::closeEvent(QCloseEvent* event)
+{
+    event->setAccepted(!event->spontaneous());
+}
+
+void frmConsole::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        localise();
+    }
+    QWidget::changeEvent(event);
+}
+
+void frmConsole::localise()
+{
+    LocaliseForm(*this, m_settings.Language);
+    txtConsole->setAccessibleName(Text(1014, m_settings.Language));
+}
+
+void frmConsole::cmdCopy_Click()
+{
+    if (txtConsole->textCursor().hasSelection()) {
+        txtConsole->copy();
+    } else {
+        QApplication::clipboard()->setText(txtConsole->WholeText());
+    }
+}
+
+void frmConsole::cmdSave_Click()
+{
+    const QString name =
+        QFileDialog::getSaveFileName(this, Text(1015, m_settings.Language), QStringLiteral("console.txt"));
+    if (name.isEmpty()) {
+        return;
+    }
+    const QByteArray bytes = txtConsole->WholeText().toUtf8();
+    QSaveFile file(name);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        QMessageBox::warning(this, windowTitle(), Text(1016, m_settings.Language).arg(name, file.errorString()));
+    }
+}

@@ -1,0 +1,230 @@
+#include "shell/frmHelp.h"
+
+#include "shell/Guarded.h"
+#include "shell/Localise.h"
+#include "shell/QtText.h"
+#include "shell/modGlobals.h"
+#include "shell/modHTMLHelp.h"
+
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QShortcut>
+#include <QSplitter>
+#include <QStyle>
+#include <QTextBlock>
+#include <QTextBrowser>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kSectionLevel = 2;
+constexpr char kFolder[] = ":/help/";
+constexpr int kLink = Qt::UserRole; // of a line of the contents: the page, with "#anchor" for a section
+
+QUrl urlOf(const QString& page)
+{
+    return QUrl(QStringLiteral("qrc") + QLatin1String(kFolder) + page);
+}
+
+QString pageOf(const QUrl& url)
+{
+    return url.fileName();
+}
+
+QString readText(const QString& file)
+{
+    QFile source(QLatin1String(kFolder) + file);
+    return source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
+}
+
+QString anchorIn(const QTextBlock& block)
+{
+    for (auto part = block.begin(); !part.atEnd(); ++part) {
+        const QStringList names = part.fragment().charFormat().anchorNames();
+        if (!names.isEmpty()) {
+            return names.front();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+frmHelp::frmHelp(QWidget& owner, const modGlobals::Settings& settings)
+    : QWidget(&owner, Qt::Window), m_settings(settings)
+{
+    setObjectName(QStringLiteral("frmHelp"));
+    SetTextIds(this, 1020);
+    tvContents = new QTreeWidget(this);
+    tvContents->setObjectName(QStringLiteral("tvContents"));
+    tvContents->setHeaderHidden(true);
+    txtPage = new QTextBrowser(this);
+    txtPage->setObjectName(QStringLiteral("txtPage"));
+    txtPage->document()->setDocumentMargin(fontMetrics().height());
+    auto* columns = new QSplitter(this);
+    columns->addWidget(tvContents);
+    columns->addWidget(txtPage);
+    columns->setStretchFactor(1, 1);
+    columns->setSizes({fontMetrics().height() * 16, fontMetrics().height() * 44});
+    auto* rows = new QVBoxLayout(this);
+    rows->addLayout(buildBar());
+    rows->addWidget(columns, 1);
+    resize(QSize(62, 44) * fontMetrics().height());
+    connectControls();
+    localise();
+}
+
+void frmHelp::ShowPage(const QString& page)
+{
+    txtPage->setSource(urlOf(page));
+}
+
+void frmHelp::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        localise();
+    }
+    QWidget::changeEvent(event);
+}
+
+QToolButton* frmHelp::addButton(const char* name, const char* text, const QKeySequence& shortcut)
+{
+    auto* button = new QToolButton(this);
+    button->setObjectName(QLatin1String(name));
+    button->setText(QString::fromUtf8(text));
+    button->setAutoRaise(true);
+    button->setShortcut(shortcut);
+    return button;
+}
+
+QLayout* frmHelp::buildBar()
+{
+    cmdBack = addButton("cmdBack", "←", QKeySequence(Qt::ALT | Qt::Key_Left));
+    cmdForward = addButton("cmdForward", "→", QKeySequence(Qt::ALT | Qt::Key_Right));
+    cmdFindPrevious = addButton("cmdFindPrevious", "↑", QKeySequence(Qt::SHIFT | Qt::Key_F3));
+    cmdFindNext = addButton("cmdFindNext", "↓", QKeySequence(Qt::Key_F3));
+    SetTextIds(cmdBack, 0, 1021);
+    SetTextIds(cmdForward, 0, 1022);
+    SetTextIds(cmdFindPrevious, 0, 1023);
+    SetTextIds(cmdFindNext, 0, 1024);
+    txtSearch = new QLineEdit(this);
+    txtSearch->setObjectName(QStringLiteral("txtSearch"));
+    txtSearch->setClearButtonEnabled(true);
+    txtSearch->setMaximumWidth(fontMetrics().height() * 20);
+    lblFound = new QLabel(this);
+    lblFound->setObjectName(QStringLiteral("lblFound"));
+    auto* bar = new QHBoxLayout;
+    bar->addWidget(cmdBack);
+    bar->addWidget(cmdForward);
+    bar->addStretch(1);
+    bar->addWidget(lblFound);
+    bar->addWidget(txtSearch, 1);
+    bar->addWidget(cmdFindPrevious);
+    bar->addWidget(cmdFindNext);
+    return bar;
+}
+
+void frmHelp::connectControls()
+{
+    connect(cmdBack, &QToolButton::clicked, txtPage, &QTextBrowser::backward);
+    connect(cmdForward, &QToolButton::clicked, txtPage, &QTextBrowser::forward);
+    connect(txtPage, &QTextBrowser::backwardAvailable, cmdBack, &QToolButton::setEnabled);
+    connect(txtPage, &QTextBrowser::forwardAvailable, cmdForward, &QToolButton::setEnabled);
+    connect(txtPage, &QTextBrowser::sourceChanged, this,
+            [this](const QUrl& url) { Guarded([&] { markPage(pageOf(url)); }); });
+    connect(tvContents, &QTreeWidget::itemClicked, this,
+            [this](QTreeWidgetItem* item) { Guarded([&] { ShowPage(item->data(0, kLink).toString()); }); });
+    connect(tvContents, &QTreeWidget::itemActivated, this,
+            [this](QTreeWidgetItem* item) { Guarded([&] { ShowPage(item->data(0, kLink).toString()); }); });
+    connect(txtSearch, &QLineEdit::returnPressed, this, [this] { Guarded([this] { find(false); }); });
+    connect(txtSearch, &QLineEdit::textChanged, lblFound, &QLabel::clear);
+    connect(cmdFindNext, &QToolButton::clicked, this, [this] { Guarded([this] { find(false); }); });
+    connect(cmdFindPrevious, &QToolButton::clicked, this, [this] { Guarded([this] { find(true); }); });
+    connect(new QShortcut(QKeySequence::Find, this), &QShortcut::activated, txtSearch, [this] {
+        txtSearch->setFocus();
+        txtSearch->selectAll();
+    });
+    connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, &QWidget::close);
+    cmdBack->setEnabled(false);
+    cmdForward->setEnabled(false);
+}
+
+void frmHelp::localise()
+{
+    LocaliseForm(*this, m_settings.Language);
+    txtSearch->setPlaceholderText(Text(1025, m_settings.Language));
+    txtSearch->setAccessibleName(Text(1025, m_settings.Language));
+    tvContents->setAccessibleName(Text(1027, m_settings.Language));
+    txtPage->setAccessibleName(Text(1020, m_settings.Language));
+    for (QToolButton* button : findChildren<QToolButton*>(Qt::FindDirectChildrenOnly)) {
+        button->setAccessibleName(button->toolTip());
+    }
+    lblFound->clear();
+    fillContents();
+    if (!txtPage->source().isEmpty()) {
+        const std::string page = pageOf(txtPage->source()).toStdString();
+        ShowPage(FromUtf8(modHTMLHelp::TopicPage(modHTMLHelp::TopicOfPage(page), m_settings.Language)));
+        markPage(pageOf(txtPage->source())); // the page may be the same while the contents are new
+    }
+}
+
+void frmHelp::fillContents()
+{
+    tvContents->clear();
+    for (const QString& topic : readText(QStringLiteral("Contents.txt")).split(u'\n', Qt::SkipEmptyParts)) {
+        const QString page = FromUtf8(modHTMLHelp::TopicPage(topic.trimmed().toStdString(), m_settings.Language));
+        auto* item = new QTreeWidgetItem(tvContents);
+        item->setData(0, kLink, page);
+        addSections(*item, page);
+    }
+}
+
+void frmHelp::addSections(QTreeWidgetItem& page, const QString& file) const
+{
+    QTextDocument document;
+    document.setHtml(readText(file));
+    page.setText(0, document.metaInformation(QTextDocument::DocumentTitle));
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const QString anchor = anchorIn(block);
+        if (block.blockFormat().headingLevel() == kSectionLevel && !anchor.isEmpty()) {
+            auto* section = new QTreeWidgetItem(&page, {block.text()});
+            section->setData(0, kLink, QString(file + u'#' + anchor));
+        }
+    }
+}
+
+void frmHelp::markPage(const QString& page)
+{
+    for (int i = 0; i < tvContents->topLevelItemCount(); ++i) {
+        QTreeWidgetItem* item = tvContents->topLevelItem(i);
+        const bool isCurrent = item->data(0, kLink).toString() == page;
+        item->setExpanded(isCurrent);
+        if (isCurrent && (tvContents->currentItem() == nullptr || tvContents->currentItem()->parent() != item)) {
+            tvContents->setCurrentItem(item);
+        }
+    }
+    lblFound->clear();
+}
+
+/// Goes to the next place, round the end of the page if need be, and says when there is none.
+void frmHelp::find(bool backwards)
+{
+    const QString wanted = txtSearch->text();
+    if (wanted.isEmpty()) {
+        return;
+    }
+    const QTextDocument::FindFlags flags = backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags();
+    bool found = txtPage->find(wanted, flags);
+    if (!found) {
+        const QTextCursor before = txtPage->textCursor();
+        txtPage->moveCursor(backwards ? QTextCursor::End : QTextCursor::Start);
+        found = txtPage->find(wanted, flags);
+        if (!found) {
+            txtPage->setTextCursor(before);
+        }
+    }
+    lblFound->setText(found ? QString() : Text(1026, m_settings.Language));
+}

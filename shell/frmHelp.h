@@ -1,0 +1,49 @@
+// The viewer of the help pages: contents, the page, search in the page, back and forward.
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QLineEdit;
+class QTextBrowser;
+class QToolButton;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class frmHelp : public QWidget {
+    Q_OBJECT
+
+public:
+    /// A window of its own that goes with `owner`. `settings` must outlive it.
+    frmHelp(QWidget& owner, const modGlobals::Settings& settings);
+
+    /// Shows a page of the program's help, for example "Main_de.htm".
+    void ShowPage(const QString& page);
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    QToolButton* addButton(const char* name, const char* icon, const QKeySequence& shortcut);
+    QLayout* buildBar();
+    void connectControls();
+    void localise();
+    void fillContents();
+    void addSections(QTreeWidgetItem& page, const QString& file) const;
+    void markPage(const QString& page);
+    void find(bool backwards);
+
+    const modGlobals::Settings& m_settings;
+    QToolButton* cmdBack;
+    QToolButton* cmdForward;
+    QLineEdit* txtSearch;
+    QToolButton* cmdFindPrevious;
+    QToolButton* cmdFindNext;
+    QLabel* lblFound;
+    QTreeWidget* tvContents;
+    QTextBrowser* txtPage;
+};

@@ -1,0 +1,156 @@
+// The manual inside the program: pages, links, pop-up texts, and the viewer.
+#include "shell/Help.h"
+
+#include "device/modPComm.h"
+#include "shell/frmHelp.h"
+#include "shell/frmSplash.h"
+#include "shell/modGlobals.h"
+#include "shell/modHTMLHelp.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTextBrowser>
+#include <QTextCursor>
+#include <QToolButton>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QString read(const QString& name)
+{
+    QFile file(":/help/" + name);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QStringList matches(const QString& text, const char* pattern)
+{
+    QStringList found;
+    for (auto match = QRegularExpression(pattern).globalMatch(text); match.hasNext();) {
+        found += match.next().captured(1);
+    }
+    return found;
+}
+
+TEST(Manual, EveryLinkLeadsSomewhereAndBothLanguagesHaveTheSameSections)
+{
+    const QStringList pages = QDir(":/help").entryList({"*.htm"});
+    EXPECT_GE(pages.size(), 7);
+    for (const QString& page : pages) {
+        const QString text = read(page);
+        EXPECT_EQ(matches(text, "<title>(.+)</title>").size(), 1) << qPrintable(page);
+        for (const QString& link : matches(text, "href=\"([^\"]+)\"")) {
+            const QString target = link.section(u'#', 0, 0), anchor = link.section(u'#', 1);
+            const QString linked = read(target.isEmpty() ? page : target);
+            EXPECT_FALSE(linked.isEmpty()) << qPrintable(page + " to " + link);
+            EXPECT_TRUE(anchor.isEmpty() || linked.contains("name=\"" + anchor + "\"")) << qPrintable(page + link);
+        }
+        for (const QString& picture : matches(text, "src=\"([^\"]+)\"")) {
+            EXPECT_TRUE(QFile::exists(":/help/" + picture)) << qPrintable(page + " shows " + picture);
+        }
+        if (page.endsWith("_de.htm")) {
+            QString other = page;
+            other.replace("_de", "_en");
+            EXPECT_EQ(matches(text, "<a name=\"(\\w+)\""), matches(read(other), "<a name=\"(\\w+)\""))
+                << qPrintable(page);
+        }
+    }
+    for (const QString& topic : read("Contents.txt").split(u'\n', Qt::SkipEmptyParts)) {
+        for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
+            const QString page =
+                QString::fromStdString(modHTMLHelp::TopicPage(topic.trimmed().toStdString(), language));
+            EXPECT_TRUE(pages.contains(page)) << qPrintable(page);
+        }
+    }
+}
+
+TEST(Manual, PopUpTextsAreTheSameTopicsInBothLanguages)
+{
+    const auto german = modHTMLHelp::PopUpTexts(read("RVQ_PopUps_De.txt").toStdString());
+    const auto english = modHTMLHelp::PopUpTexts(read("RVQ_PopUps_En.txt").toStdString());
+    EXPECT_EQ(german.size(), english.size());
+    for (const auto& [topic, text] : german) {
+        ASSERT_TRUE(english.contains(topic)) << topic;
+        EXPECT_FALSE(text.empty() || english.at(topic).empty()) << topic;
+        EXPECT_NE(text, english.at(topic)) << topic;
+    }
+    const auto parsed = modHTMLHelp::PopUpTexts("lost\n# note\r\n.topic  a.b \r\none\r\n\r\ntwo\r\n.topic c\n");
+    EXPECT_EQ(parsed.at("a.b"), "one two");
+    EXPECT_EQ(parsed.at("c"), "");
+}
+
+struct StartUp {
+    modGlobals::Settings settings;
+    modPComm::PortDevices devices;
+    Help help{settings, "/folder"};
+    frmSplash splash{settings, devices, help};
+
+    StartUp() { splash.show(); }
+    frmHelp* Viewer() const { return splash.findChild<frmHelp*>(); }
+    QTextBrowser* Page() const { return Viewer()->findChild<QTextBrowser*>("txtPage"); }
+};
+
+TEST(ContextHelp, F1ExplainsTheControlInTheChosenLanguageOrOpensTheWindowsPage)
+{
+    StartUp start;
+    auto* list = start.splash.findChild<QWidget*>("cmbBaudrate");
+    EXPECT_EQ(start.help.HelpFile(), "/folder/RVQ.chm::/RVQ_PopUps_De.txt");
+    const QString german = start.help.PopUpText(*list);
+    EXPECT_FALSE(german.isEmpty());
+    start.settings.Language = LanguageEnglish;
+    start.help.SetHelpFile();
+    EXPECT_EQ(start.help.HelpFile(), "/folder/RVQ.chm::/RVQ_PopUps_En.txt");
+    EXPECT_NE(start.help.PopUpText(*list), german);
+
+    QKeyEvent f1(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
+    QApplication::sendEvent(list, &f1);
+    EXPECT_EQ(start.Viewer(), nullptr) << "a control with a text of its own is explained on the spot";
+    QApplication::sendEvent(&start.splash, &f1);
+    ASSERT_NE(start.Viewer(), nullptr);
+    EXPECT_EQ(start.Page()->source().fileName(), "Splash_en.htm");
+}
+
+TEST(HelpViewer, FindsInThePageAndGoesBackAndForward)
+{
+    StartUp start;
+    start.splash.findChild<QPushButton*>("cmdHelp")->click();
+    ASSERT_NE(start.Viewer(), nullptr);
+    EXPECT_EQ(start.Page()->source().fileName(), "Splash_de.htm");
+    const auto* contents = start.Viewer()->findChild<QTreeWidget*>("tvContents");
+    EXPECT_EQ(contents->currentItem()->text(0), "Startfenster");
+    auto* back = start.Viewer()->findChild<QToolButton*>("cmdBack");
+    auto* forward = start.Viewer()->findChild<QToolButton*>("cmdForward");
+    EXPECT_FALSE(back->isEnabled());
+    start.Viewer()->ShowPage("Main_de.htm");
+    back->click();
+    EXPECT_EQ(start.Page()->source().fileName(), "Splash_de.htm");
+    forward->click();
+    EXPECT_EQ(start.Page()->source().fileName(), "Main_de.htm");
+    EXPECT_EQ(contents->currentItem()->text(0), "Hauptfenster");
+
+    auto* search = start.Viewer()->findChild<QLineEdit*>("txtSearch");
+    auto* next = start.Viewer()->findChild<QToolButton*>("cmdFindNext");
+    auto* found = start.Viewer()->findChild<QLabel*>("lblFound");
+    search->setText("temperatur");
+    next->click();
+    const int first = start.Page()->textCursor().position();
+    EXPECT_EQ(start.Page()->textCursor().selectedText().toLower(), "temperatur");
+    for (int i = 0; i < 500 && (i == 0 || start.Page()->textCursor().position() != first); ++i) {
+        next->click();
+    }
+    EXPECT_EQ(start.Page()->textCursor().position(), first) << "round the end of the page";
+    search->setText("no such words");
+    next->click();
+    EXPECT_EQ(found->text(), "Nicht gefunden");
+    search->setText("temp");
+    EXPECT_EQ(found->text(), "");
+}
+
+} // namespace
