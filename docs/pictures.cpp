@@ -23,6 +23,7 @@ namespace {
 
 constexpr int kMeasuring_ms = 20000;
 constexpr int kConsole_ms = 3000;
+constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
 void runFor(int ms)
 {
@@ -95,6 +96,9 @@ private:
         window.show();
         runFor(kMeasuring_ms);
         save(window, "main");
+        window.resize(kManualSize);
+        runFor(200);
+        save(window, "manual_main");
         window.findChild<QAction*>("mnuOptionConsole")->trigger();
         runFor(kConsole_ms);
         for (QWidget* other : QApplication::topLevelWidgets()) {
