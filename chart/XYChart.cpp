@@ -1,86 +1,126 @@
 #include "chart/XYChart.h"
 
-#include "shell/QtText.h"
-#include "shell/modAPI.h"
+#include "chart/modGDIAPI.h"
 
+#include <QEvent>
 #include <QFontMetricsF>
-#include <QLocale>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
-constexpr double kSecondsPerDay = 86400.0;
-constexpr double kTimeStep_s = 10.0;
-constexpr int kValueDivisions = 6;
-constexpr double kGap_s = 2.0; // values further apart are not joined
-
-/// The smallest of 1, 2 and 5 times a power of ten that is not below `least`.
-double roundStep(double least)
-{
-    const double power = std::pow(10.0, std::floor(std::log10(least)));
-    for (const double mantissa : {1.0, 2.0, 5.0}) {
-        if (mantissa * power >= least) {
-            return mantissa * power;
-        }
-    }
-    return 10.0 * power;
-}
-
-int decimalsOf(double step)
-{
-    return std::clamp(static_cast<int>(-std::floor(std::log10(step) + 1e-9)), 0, 8);
-}
+constexpr double kMsPerDay = 86400000.0;
+constexpr double kLineWidth = 1.5;
+constexpr double kDotWidth = 3.0;
+constexpr double kNewestWidth = 6.0;
 
 } // namespace
 
 XYChart::XYChart(QWidget* parent) : QWidget(parent)
 {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    setBackgroundRole(QPalette::Base);
-    setAutoFillBackground(true);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    m_series.InitChartData(m_xRange_ms / modChartGlobals::kPointInterval_ms - 1);
+}
+
+void XYChart::InitChartData(std::int32_t maximumIndex)
+{
+    m_series.InitChartData(maximumIndex);
+    if (m_autoScale) {
+        m_limitsGiven = false;
+        m_limits.lower = m_limits.upper = 0.0;
+    }
+    m_origin.reset();
+    Redraw();
 }
 
 void XYChart::Reset()
 {
-    m_points.clear();
-    update();
+    InitChartData(m_series.Size() - 1);
 }
 
 void XYChart::AddPoint(double time, double value)
 {
-    m_points.emplace_back(time, value);
+    m_series.AddChartPoint(time, value);
     ShowTime(time);
+    update();
+}
+
+void XYChart::AddGap(double time)
+{
+    AddPoint(time, std::numeric_limits<double>::quiet_NaN());
+}
+
+void XYChart::Redraw()
+{
+    m_groundIsStale = true;
+    update();
 }
 
 void XYChart::ShowTime(double time)
 {
-    // A clock set back leaves points in the future, which have no place on the scale.
-    while (!m_points.empty() && m_points.back().x() > time) {
-        m_points.pop_back();
+    if (!modChartCommon::IsDrawable(time)) {
+        return;
     }
-    while (!m_points.empty() && m_points.front().x() < time - kSpan_s / kSecondsPerDay) {
-        m_points.pop_front();
+    m_currentTime = time;
+    if (!m_holdSpan) {
+        m_origin = time - m_xRange_ms / kMsPerDay;
+    } else if (!m_origin) {
+        m_origin = time;
     }
-    m_newest = time;
     update();
 }
 
-void XYChart::YTitle(const QString& title)
+void XYChart::TimeOrigin(double time)
 {
-    if (m_yTitle != title) {
-        m_yTitle = title;
+    if (modChartCommon::IsDrawable(time)) {
+        m_origin = time;
         update();
     }
 }
 
-void XYChart::EmptyText(const QString& text)
+void XYChart::XRange_ms(std::int32_t range_ms)
 {
-    m_emptyText = text;
-    update();
+    const double end = TimeOrigin() + m_xRange_ms / kMsPerDay;
+    change(m_xRange_ms, std::max(range_ms, 1));
+    if (m_origin && !m_holdSpan) {
+        m_origin = end - m_xRange_ms / kMsPerDay;
+    }
+}
+
+void XYChart::HoldSpan(bool hold)
+{
+    m_holdSpan = hold;
+    if (!hold && m_origin && m_currentTime != 0.0) {
+        ShowTime(m_currentTime);
+    }
+}
+
+void XYChart::YLimits(double minimum, double maximum)
+{
+    if (!modChartCommon::IsDrawable(minimum) || !modChartCommon::IsDrawable(maximum) || minimum == maximum) {
+        return;
+    }
+    m_limitsGiven = true;
+    change(m_limits, {minimum, maximum, m_limits.divisions});
+}
+
+std::optional<std::array<double, 2>> XYChart::ShownValues()
+{
+    const double begin = TimeOrigin();
+    const double end = begin + m_xRange_ms / kMsPerDay;
+    std::array<double, 2> found{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    for (const auto part : readable()) {
+        for (const ChartPoint& point : part) {
+            if (point.x >= begin && point.x <= end && IsShown(point, m_showZero)) {
+                found = {std::min(found[0], point.y), std::max(found[1], point.y)};
+            }
+        }
+    }
+    return found[0] <= found[1] ? std::optional(found) : std::nullopt;
 }
 
 QSize XYChart::sizeHint() const
@@ -93,90 +133,157 @@ QSize XYChart::minimumSizeHint() const
     return QSize(20, 12) * fontMetrics().height();
 }
 
+void XYChart::changeEvent(QEvent* event)
+{
+    Redraw(); // palette, font, style, locale: all show in the scales
+    QWidget::changeEvent(event);
+}
+
 void XYChart::paintEvent(QPaintEvent*)
 {
+    if (m_autoScale && !m_limitsGiven) {
+        followShownValues();
+    }
+    prepareGround();
+    const std::vector<TimeTick> ticks = timeTicks();
+    composeFrame(ticks);
+
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const double line = QFontMetricsF(font()).height();
-    const double labels = QFontMetricsF(font()).horizontalAdvance(QStringLiteral("-0000.000"));
-    const QRectF plot = QRectF(rect()).adjusted(labels + line, 2.0 * line, -1.5 * line, -2.5 * line);
-    if (m_points.empty()) {
-        painter.setPen(palette().color(QPalette::PlaceholderText));
-        painter.drawText(rect(), Qt::AlignCenter | Qt::TextWordWrap, m_emptyText);
+    painter.drawImage(QPointF(), m_frame);
+    drawTimeLabels(painter, ticks);
+    if (m_isEmpty) {
+        drawEmptyText(painter);
+    } else {
+        drawNewest(painter);
+    }
+}
+
+/// Limits of our own, as long as nobody gives any.
+void XYChart::followShownValues()
+{
+    if (const auto shown = ShownValues()) {
+        change(m_limits, modChartCommon::AutomaticRange(m_limits, *shown));
+    }
+}
+
+/// The points from the oldest to the newest.
+std::array<std::span<const ChartPoint>, 2> XYChart::readable()
+{
+    const std::int32_t stop = m_series.StopIndex;
+    const std::int32_t size = m_series.Size();
+    if (stop < 0 || stop >= size) {
+        return {};
+    }
+    // From the newest point the pointer moves on to the oldest; on the slot to be written it would stay.
+    m_series.StartIndex = (stop + size - 1) % size;
+    m_series.ResetReadPointer();
+    return m_series.Readable();
+}
+
+/// Columns are counted from day 0 and the axis moves by whole ones: a column keeps its points while it scrolls, and so
+/// its look.
+TimeWindow XYChart::timeWindow() const
+{
+    TimeWindow window;
+    window.columns = m_plot.width();
+    window.perDay = std::max(m_plot.width() - 1, 1) / (m_xRange_ms / kMsPerDay);
+    // The little extra is more than the rounding of the product: the newest point must not fall off the right end.
+    window.first = std::floor(TimeOrigin() * window.perDay + 1e-3);
+    return window;
+}
+
+RowScale XYChart::rowScale() const
+{
+    const modChartCommon::Axis& axis = m_valueAxis;
+    const double middleOfRow = axis.pixelStart + 0.5;
+    if (axis.reversed != 0) {
+        return {middleOfRow + axis.maximum * axis.pixelsPerUnit, -axis.pixelsPerUnit};
+    }
+    return {middleOfRow - axis.minimum * axis.pixelsPerUnit, axis.pixelsPerUnit};
+}
+
+/// Takes the last curve out of the frame and draws the present one.
+void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
+{
+    if (m_frame.isNull()) {
+        m_frame = modGDIAPI::Copy(m_ground);
+        m_curvePainter.Forget();
+    }
+    m_isEmpty = true;
+    if (m_plot.isEmpty()) {
         return;
     }
-    const Range range = valueRange();
-    drawValueScale(painter, plot, range);
-    drawTimeScale(painter, plot);
-    drawCurve(painter, plot, range);
-}
-
-XYChart::Range XYChart::valueRange() const
-{
-    const auto [lowest, highest] = std::ranges::minmax_element(m_points, {}, [](const QPointF& p) { return p.y(); });
-    const double span = std::max(highest->y() - lowest->y(), std::max(std::fabs(highest->y()) * 1e-3, 1e-6));
-    const double step = roundStep(span * 1.1 / kValueDivisions);
-    const double low = std::floor((lowest->y() - 0.05 * span) / step) * step;
-    const double high = std::ceil((highest->y() + 0.05 * span) / step) * step;
-    return {low, high, step};
-}
-
-double XYChart::xOf(double time, const QRectF& plot) const
-{
-    return plot.right() + (time - m_newest) * kSecondsPerDay / kSpan_s * plot.width();
-}
-
-void XYChart::drawValueScale(QPainter& painter, const QRectF& plot, const Range& range) const
-{
-    const QFontMetricsF metrics(font());
-    QLocale locale;
-    locale.setNumberOptions(QLocale::OmitGroupSeparator);
-    const auto ticks = static_cast<int>(std::lround((range.high - range.low) / range.step));
-    for (int i = 0; i <= ticks; ++i) {
-        const double value = range.low + i * range.step;
-        const double y = plot.bottom() - i * plot.height() / ticks;
-        painter.setPen(QPen(palette().color(QPalette::Midlight), 1.0));
-        painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
-        painter.setPen(palette().color(QPalette::Text));
-        const QRectF box(0.0, y - metrics.height(), plot.left() - metrics.height() / 2.0, 2.0 * metrics.height());
-        painter.drawText(box, Qt::AlignRight | Qt::AlignVCenter, locale.toString(value, 'f', decimalsOf(range.step)));
-    }
-    const QRectF title(0.0, 0.0, plot.left() + metrics.height(), plot.top() - metrics.height() / 2.0);
-    painter.drawText(title, Qt::AlignRight | Qt::AlignVCenter, m_yTitle);
-}
-
-void XYChart::drawTimeScale(QPainter& painter, const QRectF& plot) const
-{
-    const QFontMetricsF metrics(font());
-    const double first = std::ceil((m_newest * kSecondsPerDay - kSpan_s) / kTimeStep_s) * kTimeStep_s;
-    const double room = metrics.horizontalAdvance(QStringLiteral("00:00:00")) * 1.3;
-    double labelledTo = 0.0;
-    for (double second = first; second <= m_newest * kSecondsPerDay; second += kTimeStep_s) {
-        const double x = xOf(second / kSecondsPerDay, plot);
-        painter.setPen(QPen(palette().color(QPalette::Midlight), 1.0));
-        painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
-        if (x - room / 2.0 < labelledTo || x + room / 2.0 > width()) {
-            continue;
+    const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
+    m_curvePainter.Erase(raster, modGDIAPI::RasterOf(m_ground, m_plot, m_xReversed));
+    const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
+    for (const TimeTick& tick : ticks) {
+        for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {
+            m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
         }
-        painter.setPen(palette().color(QPalette::Text));
-        const QRectF box(x - room / 2.0, plot.bottom() + metrics.height() / 2.0, room, metrics.height());
-        painter.drawText(box, Qt::AlignCenter, FromUtf8(modAPI::TimeOfDayText(second / kSecondsPerDay)));
-        labelledTo = x + room / 2.0;
+    }
+    if (m_origin) {
+        drawCurve(raster);
     }
 }
 
-void XYChart::drawCurve(QPainter& painter, const QRectF& plot, const Range& range) const
+void XYChart::drawCurve(const Raster& raster)
 {
-    QPainterPath path;
-    double before = 0.0;
-    for (const QPointF& point : m_points) {
-        const double y = plot.bottom() - (point.y() - range.low) / (range.high - range.low) * plot.height();
-        const QPointF place(xOf(point.x(), plot), y);
-        const bool joined = (point.x() - before) * kSecondsPerDay < kGap_s;
-        joined ? path.lineTo(place) : path.moveTo(place);
-        before = point.x();
+    const double ratio = m_frame.devicePixelRatio();
+    const auto parts = readable();
+    if (m_connectPoints) {
+        TimeWindow fine = timeWindow();
+        fine.first *= clsCurvePainter::kFineColumns;
+        fine.perDay *= clsCurvePainter::kFineColumns;
+        fine.columns *= clsCurvePainter::kFineColumns;
+        m_columns.Update(m_series, fine, m_showZero);
+        m_isEmpty = m_columns.Spans().empty();
+        const CurvePen pen{kLineWidth * ratio, m_colors.curve.rgb()};
+        m_curvePainter.DrawLines(raster, m_columns.Spans(), m_columns.FirstColumn(), rowScale(), pen);
+    } else {
+        m_isEmpty = !ShownValues();
+        const CurvePen pen{kDotWidth * ratio, m_colors.curve.rgb()};
+        m_curvePainter.DrawDots(raster, parts, timeWindow(), rowScale(), pen, m_showZero);
     }
-    painter.setClipRect(plot);
-    painter.setPen(QPen(palette().color(QPalette::Link), 1.5));
-    painter.drawPath(path);
+}
+
+/// A dot where the curve grows.
+void XYChart::drawNewest(QPainter& painter) const
+{
+    const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
+    const ChartPoint point{m_series.XValue(newest), m_series.YValue(newest)};
+    const TimeWindow window = timeWindow();
+    const RowScale scale = rowScale();
+    const double column = std::floor(point.x * window.perDay) - window.first;
+    const double row = scale.offset + point.y * scale.rowsPerUnit;
+    if (!IsShown(point, m_showZero) || !(column >= 0.0 && column < m_plot.width()) ||
+        !(row >= 0.0 && row < m_plot.height())) {
+        return;
+    }
+    const double ratio = m_frame.devicePixelRatio();
+    const QPointF centre((m_plot.left() + mirrored(static_cast<int>(column)) + 0.5) / ratio,
+                         (m_plot.top() + row) / ratio);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(m_colors.back, kLineWidth));
+    painter.setBrush(m_colors.curve);
+    painter.drawEllipse(centre, kNewestWidth / 2.0 + kLineWidth / 2.0, kNewestWidth / 2.0 + kLineWidth / 2.0);
+}
+
+void XYChart::drawEmptyText(QPainter& painter) const
+{
+    const double line = QFontMetricsF(font()).height();
+    const QRectF room = plotArea().adjusted(line, line, -line, -line);
+    if (m_emptyText.isEmpty() || room.width() <= 0.0) {
+        return;
+    }
+    constexpr int kFlags = Qt::AlignCenter | Qt::TextWordWrap;
+    const QRectF text = painter.boundingRect(room, kFlags, m_emptyText);
+    painter.fillRect(text.adjusted(-line, -line / 2.0, line, line / 2.0), m_colors.back);
+    painter.setPen(m_colors.muted);
+    painter.drawText(room, kFlags, m_emptyText);
+}
+
+QRectF XYChart::plotArea() const
+{
+    const double ratio = m_ground.devicePixelRatio();
+    return {m_plot.left() / ratio, m_plot.top() / ratio, m_plot.width() / ratio, m_plot.height() / ratio};
 }

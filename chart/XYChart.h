@@ -1,49 +1,198 @@
-// The folder chart/ draws the measured values over time. Here: the widget with grid, scales and curve.
+// The chart of the main window: grid, scales and the curve of one series over time. Grid and scales stay in a picture
+// until an axis, the size or the colours change; the curve is reduced to the pixel columns before it is drawn.
 #pragma once
 
-#include <QPointF>
+#include "chart/clsChartData.h"
+#include "chart/clsCurveColumns.h"
+#include "chart/clsCurvePainter.h"
+#include "chart/clsLabel.h"
+#include "chart/modChartCommon.h"
+#include "chart/modChartGlobals.h"
+
+#include <QColor>
+#include <QImage>
+#include <QRect>
 #include <QString>
 #include <QWidget>
 
-#include <deque>
+#include <array>
+#include <optional>
+#include <vector>
+
+class QPainter;
 
 class XYChart : public QWidget {
     Q_OBJECT
 
 public:
+    using Watermarks = std::array<clsLabel, modChartGlobals::kWatermarkCount>;
+
     explicit XYChart(QWidget* parent);
 
-    /// Seconds of curve that are shown.
-    static constexpr double kSpan_s = 60.0;
-
+    /// The points that are drawn; after a change of one's own call Redraw. A new chart has room for its x range at one
+    /// point in 50 ms.
+    clsChartData& Series() { return m_series; }
+    const clsChartData& Series() const { return m_series; }
+    /// Discards all points and makes room for maximumIndex + 1; throws as the series does.
+    void InitChartData(std::int32_t maximumIndex);
+    /// Discards all points and keeps the room.
     void Reset();
-    /// A point: days since 1899-12-30, value in the shown unit. Points older than the span are forgotten.
+    /// Adds a point (days since 1899-12-30, value in the shown unit) and shows its time as the current one.
     void AddPoint(double time, double value);
-    /// Scrolls to this time (days since 1899-12-30).
+    /// What comes after `time` is not joined to what was before.
+    void AddGap(double time);
+    /// Draws anew with the next paint event, scales included.
+    void Redraw();
+
+    /// Makes `time` the current one: the time axis scrolls to end there, unless its span is held.
     void ShowTime(double time);
-    void YTitle(const QString& title);
-    /// What stands in place of the curve while there is none.
-    void EmptyText(const QString& text);
+    /// The time shown last, 0 before the first.
+    double CurrentTime() const { return m_currentTime; }
+    /// The time at the left end of the axis; 0 before a time was shown or set. Setting it lasts until the next
+    /// ShowTime, or while the span is held.
+    double TimeOrigin() const { return m_origin.value_or(0.0); }
+    void TimeOrigin(double time);
+    /// The span of the time axis, 1 ms at least.
+    std::int32_t XRange_ms() const { return m_xRange_ms; }
+    void XRange_ms(std::int32_t range_ms);
+    /// The time axis keeps its span instead of following the current time. After Reset the span begins at the next time
+    /// that is shown.
+    bool HoldSpan() const { return m_holdSpan; }
+    void HoldSpan(bool hold);
+    /// Whether the time axis shows times of day; otherwise it shows seconds before its right end.
+    bool TimeScale() const { return m_timeScale; }
+    void TimeScale(bool timeOfDay) { change(m_timeScale, timeOfDay); }
+    bool XReversed() const { return m_xReversed; }
+    void XReversed(bool reversed) { change(m_xReversed, reversed); }
+
+    /// With automatic scaling the limits are moved out to round values, and until YLimits gives some, they follow the
+    /// shown values by themselves. Otherwise the axis has exactly the given limits.
+    bool AutoScale() const { return m_autoScale; }
+    void AutoScale(bool automatic) { change(m_autoScale, automatic); }
+    /// The value axis; equal limits, or one without a place on a scale, are ignored.
+    void YLimits(double minimum, double maximum);
+    double YMinimum() const { return m_limits.lower; }
+    double YMaximum() const { return m_limits.upper; }
+    bool YReversed() const { return m_yReversed; }
+    void YReversed(bool reversed) { change(m_yReversed, reversed); }
+    /// The lowest and highest value within the span of the time axis; empty when it shows none.
+    std::optional<std::array<double, 2>> ShownValues();
+
+    /// Lines between the points; otherwise dots.
+    bool ConnectPoints() const { return m_connectPoints; }
+    void ConnectPoints(bool connect) { change(m_connectPoints, connect); }
+    /// Whether points with the value 0 are drawn; otherwise they are gaps.
+    bool ShowZeroValues() const { return m_showZero; }
+    void ShowZeroValues(bool show) { change(m_showZero, show); }
+
+    /// Colours, 0xBBGGRR. One that was never set gives way to the palette's where that is dark.
+    std::int32_t BackColor() const { return m_backColor.value_or(modChartGlobals::kBackColor); }
+    void BackColor(std::int32_t color) { change(m_backColor, std::optional(color)); }
+    std::int32_t GridColor() const { return m_gridColor.value_or(modChartGlobals::kGridColor); }
+    void GridColor(std::int32_t color) { change(m_gridColor, std::optional(color)); }
+    std::int32_t ScaleColor() const { return m_scaleColor.value_or(modChartGlobals::kScaleColor); }
+    void ScaleColor(std::int32_t color) { change(m_scaleColor, std::optional(color)); }
+
+    /// Texts. An empty one is not drawn and takes no room; a black one takes the colour of the scales.
+    const clsLabel& Header() const { return m_header; }
+    void Header(const clsLabel& label) { change(m_header, label); }
+    const Watermarks& Watermark() const { return m_watermark; }
+    void Watermark(const Watermarks& labels) { change(m_watermark, labels); }
+    /// The caption of the time axis stands below seconds only: times of day explain themselves.
+    const clsLabel& XCaption() const { return m_xCaption; }
+    void XCaption(const clsLabel& label) { change(m_xCaption, label); }
+    void XTitle(const QString& text) { change(m_xCaption.Text, text.toStdString()); }
+    const clsLabel& YCaption() const { return m_yCaption; }
+    void YCaption(const clsLabel& label) { change(m_yCaption, label); }
+    void YTitle(const QString& text) { change(m_yCaption.Text, text.toStdString()); }
+    const QString& SeriesLabel() const { return m_seriesLabel; }
+    void SeriesLabel(const QString& text) { change(m_seriesLabel, text); }
+    /// What stands in the middle while no point is shown.
+    void EmptyText(const QString& text) { change(m_emptyText, text); }
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 protected:
+    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    struct Range {
-        double low = 0.0, high = 1.0, step = 1.0;
+    /// All in use; a set one, the table's or the palette's.
+    struct Colors {
+        QColor back, grid, axis, scale, muted, watermark, curve;
     };
 
-    Range valueRange() const;
-    double xOf(double time, const QRectF& plot) const;
-    void drawValueScale(QPainter& painter, const QRectF& plot, const Range& range) const;
-    void drawTimeScale(QPainter& painter, const QRectF& plot) const;
-    void drawCurve(QPainter& painter, const QRectF& plot, const Range& range) const;
+    /// A round time of day on the axis.
+    struct TimeTick {
+        int column = 0;
+        QString text;
+    };
 
-    std::deque<QPointF> m_points; // x: days, y: value
-    double m_newest = 0.0;
-    QString m_yTitle;
+    template <typename T>
+    void change(T& member, const T& value)
+    {
+        if (!(member == value)) {
+            member = value;
+            Redraw();
+        }
+    }
+
+    // The frame (XYChart.cpp).
+    /// Whether the values have a scale; before the first value there is none to speak of.
+    bool hasLimits() const { return m_limits.lower != m_limits.upper; }
+    void followShownValues();
+    std::array<std::span<const ChartPoint>, 2> readable();
+    TimeWindow timeWindow() const; ///< in columns of pixels
+    RowScale rowScale() const;
+    void composeFrame(const std::vector<TimeTick>& ticks);
+    void drawCurve(const Raster& raster);
+    void drawNewest(QPainter& painter) const;
+    void drawEmptyText(QPainter& painter) const;
+    QRectF plotArea() const; ///< m_plot in the painter's units
+
+    // Grid and scales (XYChartScales.cpp).
+    void prepareGround();
+    Colors chooseColors() const;
+    QFont labelFont(const clsLabel& label) const;
+    QColor labelColor(const clsLabel& label) const;
+    void layOut();
+    void computeValueAxis(int height);
+    void drawGround();
+    void drawTexts(QPainter& painter) const;
+    void drawWatermark(QPainter& painter) const;
+    void drawValueScale(QPainter& painter) const;
+    void drawIntervalScale(QPainter& painter) const;
+    void drawXLabel(QPainter& painter, int column, const QString& text) const;
+    std::vector<TimeTick> timeTicks() const;
+    void drawTimeLabels(QPainter& painter, const std::vector<TimeTick>& ticks) const;
+    int mirrored(int column) const;
+
+    clsChartData m_series;
+    std::optional<double> m_origin;
+    double m_currentTime = 0.0;
+    std::int32_t m_xRange_ms = modChartGlobals::kXRange_ms;
+    modChartCommon::ValueRange m_limits;
+    bool m_limitsGiven = false;
+    bool m_holdSpan = false, m_timeScale = false, m_xReversed = false;
+    bool m_autoScale = true, m_yReversed = false;
+    bool m_connectPoints = true, m_showZero = false;
+
+    std::optional<std::int32_t> m_backColor, m_gridColor, m_scaleColor;
+    clsLabel m_header = modChartGlobals::DefaultHeader();
+    Watermarks m_watermark = modChartGlobals::DefaultWatermark();
+    clsLabel m_xCaption = modChartGlobals::DefaultXCaption();
+    clsLabel m_yCaption = modChartGlobals::DefaultYCaption();
+    QString m_seriesLabel;
     QString m_emptyText;
+
+    bool m_groundIsStale = true;
+    bool m_isEmpty = true; ///< the last frame showed no point
+    QImage m_ground;       ///< grid and scales
+    QImage m_frame;        ///< the same with the curve
+    QRect m_plot;          ///< pixels
+    Colors m_colors;
+    modChartCommon::Axis m_valueAxis;
+    clsCurveColumns m_columns;
+    clsCurvePainter m_curvePainter;
 };

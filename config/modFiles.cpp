@@ -43,6 +43,25 @@ bool keepMode(int fd, mode_t mode)
     return fstat(fd, &made) == 0 && (made.st_mode == mode || fchmod(fd, mode & 07777U) == 0);
 }
 
+struct Place {
+    std::filesystem::path target; ///< behind symbolic links
+    bool exists = false, allowed = false;
+    mode_t mode = 0; ///< of the file that is there
+};
+
+/// A read-only file is somebody's wish, though a rename would get past it.
+Place placeOf(const std::filesystem::path& file)
+{
+    std::error_code error;
+    Place place{std::filesystem::weakly_canonical(file, error)};
+    struct stat before {};
+    place.exists = !error && stat(place.target.c_str(), &before) == 0;
+    place.mode = before.st_mode;
+    place.allowed = !error && (!place.exists || (S_ISREG(before.st_mode) && (before.st_mode & 0222U) != 0 &&
+                                                 access(place.target.c_str(), W_OK) == 0));
+    return place;
+}
+
 /// A rename is safe only when the folder has reached the disk too.
 void syncFolder(const std::filesystem::path& folder)
 {
@@ -79,15 +98,19 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& file)
     return bytes;
 }
 
+bool CanReplace(const std::filesystem::path& file)
+{
+    const Place place = placeOf(file);
+    const std::filesystem::path folder = place.target.parent_path();
+    std::error_code error;
+    return place.allowed && access(folder.c_str(), W_OK | X_OK) == 0 &&
+           (!place.exists || std::filesystem::file_size(place.target, error) <= kLargestFile);
+}
+
 bool Replace(const std::filesystem::path& file, std::string_view bytes)
 {
-    std::error_code error;
-    const std::filesystem::path target = std::filesystem::weakly_canonical(file, error);
-    struct stat before {};
-    const bool exists = !error && stat(target.c_str(), &before) == 0;
-    // A read-only file is somebody's wish, though a rename would get past it.
-    if (error ||
-        (exists && (!S_ISREG(before.st_mode) || (before.st_mode & 0222U) == 0 || access(target.c_str(), W_OK) != 0))) {
+    const auto [target, exists, allowed, mode] = placeOf(file);
+    if (!allowed) {
         return false;
     }
     const std::filesystem::path temporary = target.string() + randomSuffix();
@@ -95,7 +118,7 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes)
     if (fd < 0) {
         return false;
     }
-    const bool permitted = !exists || keepMode(fd, before.st_mode);
+    const bool permitted = !exists || keepMode(fd, mode);
     const bool written = permitted && writeAll(fd, bytes);
     const bool closed = close(fd) == 0;
     if (!written || !closed || rename(temporary.c_str(), target.c_str()) != 0) {

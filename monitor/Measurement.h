@@ -24,5 +24,9 @@ Measurement MeasurementOf(const clsRVQ& device);
 /// temperature error goes before a missing echo, because "TempErr!" on the line leaves one marker in each.
 MeasurementKind KindOf(const Measurement& measurement);
 
+/// Whether a measurement becomes a point of the chart: no marker, below 99 999 999 in its unit, and not 0 unless zero
+/// values are wanted.
+bool IsCharted(const Measurement& measurement, bool showZeroValues);
+
 /// The text of the value display: "12.345 m", "12.345 [m]" when the sensor sends plain ASCII, "No Echo" or "TempError".
 std::string DistanceText(const Measurement& measurement, char decimalSeparator);

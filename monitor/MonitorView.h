@@ -2,7 +2,9 @@
 // that it runs with any face or none.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,9 +12,16 @@ class clsRVQ;
 
 /// Which controls may be used now.
 struct ControlRule {
-    bool Start = false;
+    bool Start = false; ///< start, stop and the sensor's settings
     bool Single = false;
     bool operator==(const ControlRule&) const = default;
+};
+
+/// The sensor's settings that the main window shows.
+struct SensorSettings {
+    std::int32_t AverageDepth = 0; ///< index of the list
+    bool MovingAverage = false;
+    bool RedLaser = false;
 };
 
 class MonitorView {
@@ -34,12 +43,20 @@ public:
     /// The sensor has shut its laser down.
     virtual void ShowShutDown(bool shutDown) = 0;
     virtual void ShowRule(const ControlRule& rule) = 0;
+    /// What the sensor has reported of averaging and laser; to be shown without sending it back.
+    virtual void ShowSensorSettings(const SensorSettings& settings) = 0;
     /// Forgets the curve; a new run begins.
     virtual void ResetChart() = 0;
     /// The unit of the values that follow.
     virtual void ShowUnit(std::string_view unit) = 0;
     /// A point of the curve: days since 1899-12-30, value in the shown unit.
     virtual void AddChartPoint(double time, double value) = 0;
+    /// No value at this time: what comes later is not joined to what was before.
+    virtual void AddChartGap(double time) = 0;
+    /// The chart's y limits, in the shown unit.
+    virtual void ShowYLimits(double lower, double upper) = 0;
+    /// The lowest and highest value that the chart shows now; empty when it shows none.
+    virtual std::optional<std::array<double, 2>> ChartedValues() = 0;
     /// The chart's right end while measuring.
     virtual void ShowChartTime(double time) = 0;
 };

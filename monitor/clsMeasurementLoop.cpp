@@ -5,12 +5,12 @@
 #include "shell/modAPI.h"
 #include "shell/modFunctions.h"
 
-#include <cmath>
+#include <utility>
+#include <vector>
 
 namespace {
 
 constexpr double kClockStep_ms = 500.0;
-constexpr double kLargestCharted = 99999999.0;
 constexpr int kCatchUp = 200;        // evaluations of one tick beyond the first
 constexpr std::size_t kBacklog = 60; // bytes, ten frames: more than that is behind
 
@@ -43,7 +43,7 @@ void clsMeasurementLoop::Tick(double now)
     const modRVQComm::TickScope tick(m_device);
     absorbClockJump(now);
     m_device.CurrentTime = now;
-    if (m_device.PortIsOpen) {
+    if (m_device.PortIsOpen && !m_passing) {
         servePort();
     }
     if (!m_device.PortIsOpen) {
@@ -51,55 +51,18 @@ void clsMeasurementLoop::Tick(double now)
     }
     m_view.ShowDialogue(m_device.CommStatus);
     showRule();
+    if (LiveUpdate) {
+        LiveUpdate(m_device);
+    }
     advanceClock();
     m_previousTick = now;
 }
 
-void clsMeasurementLoop::StartStop()
+void clsMeasurementLoop::showSensorSettings()
 {
-    const std::int32_t before = m_device.CommStatus;
-    if (!mayStart()) {
-        return;
-    }
-    if (before == DialogueIdle) {
-        m_view.ShowStatus(3, {});
-        m_view.ResetChart();
-        if (!m_measuring) {
-            m_values.Reset();
-            m_times.Reset();
-        }
-        modRVQComm::StartMeasurement(m_device);
-        m_view.ShowRunning(true);
-    } else if (before == DialogueMeasuring) {
-        modRVQComm::StopMeasurement(m_device);
-        m_view.ShowRunning(false);
-        m_view.ShowDistance({});
-    }
-    m_measuring = m_device.CommStatus == DialogueMeasuring;
-}
-
-void clsMeasurementLoop::RequestSingleValue()
-{
-    if (!m_device.Wait.Running && m_device.CommStatus != DialogueMeasuring) {
-        m_device.SendCommand("G");
-    }
-}
-
-void clsMeasurementLoop::ChangePort()
-{
-    m_device.CloseComPort();
-    reopenPort();
-}
-
-void clsMeasurementLoop::ChangeBaudrate()
-{
-    m_device.CommBaudrate(m_settings.Baudrate);
-}
-
-void clsMeasurementLoop::Unload()
-{
-    m_device.Wait.Ended = true;
-    m_device.CloseComPort();
+    m_view.ShowSensorSettings({.AverageDepth = m_device.AverageDepth,
+                               .MovingAverage = m_device.MovingAverage != 0,
+                               .RedLaser = m_device.HWPointer != "off"});
 }
 
 /// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach.
@@ -114,10 +77,7 @@ void clsMeasurementLoop::absorbClockJump(double now)
 
 void clsMeasurementLoop::servePort()
 {
-    m_device.ReadComportData();
-    if (!m_device.NewInData.empty()) {
-        m_view.Echo(m_device.NewInData);
-    }
+    readPort();
     m_device.EvaluateInBuffer();
     dispatch();
     // Damaged frames cost an evaluation a byte. At one evaluation a tick a noisy fast line would fall behind for ever.
@@ -126,6 +86,14 @@ void clsMeasurementLoop::servePort()
         dispatch();
     }
     resumeAfterSilentSingle();
+}
+
+void clsMeasurementLoop::readPort()
+{
+    m_device.ReadComportData();
+    if (!m_device.NewInData.empty()) {
+        m_view.Echo(m_device.NewInData);
+    }
 }
 
 void clsMeasurementLoop::reopenPort()
@@ -201,7 +169,10 @@ void clsMeasurementLoop::noAnswer()
 
 void clsMeasurementLoop::newDistance()
 {
-    show(MeasurementOf(m_device));
+    Show(MeasurementOf(m_device));
+    if (Record) {
+        Record(m_device);
+    }
     status(TextNewDistance);
     m_view.ShowShutDown(m_device.MeasValue == kMarkerTempError);
     interruptForTemperature();
@@ -218,12 +189,13 @@ void clsMeasurementLoop::newTemperature()
     if (m_device.CommStatus == DialogueMeasuring) {
         m_device.SendCommand("M");
     } else if (m_device.CommStatus == DialogueIdle && m_measuring) {
-        StartStop();
+        startStop();
     }
 }
 
 void clsMeasurementLoop::newConfiguration()
 {
+    showSensorSettings();
     m_view.ShowShutDown(m_device.HWPointer.find("shutdown") != std::string::npos);
     status(TextNewConfiguration);
 }
@@ -252,19 +224,56 @@ void clsMeasurementLoop::resumeAfterSilentSingle()
     }
 }
 
-void clsMeasurementLoop::show(const Measurement& measurement)
+void clsMeasurementLoop::Show(const Measurement& measurement)
 {
     m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
     m_view.ShowUnit(UnitOf(measurement.unit).name);
-    if (measurement.unit != m_shownUnit) {
+    if (measurement.unit != m_shownUnit && !IsPlaying) {
         m_view.ResetChart();
-        m_shownUnit = measurement.unit;
+        forgetHistory();
     }
-    if (KindOf(measurement) == MeasurementKind::Distance && std::fabs(measurement.value) < kLargestCharted) {
-        m_values.Add(measurement.value);
-        m_times.Add(measurement.time);
-        m_view.AddChartPoint(measurement.time, measurement.value);
+    m_shownUnit = measurement.unit;
+    if (!IsCharted(measurement, m_settings.ShowZeroValues)) {
+        if (!std::exchange(m_inGap, true)) {
+            m_view.AddChartGap(measurement.time);
+        }
+        return;
     }
+    m_inGap = false;
+    m_values.Add(measurement.value);
+    m_times.Add(measurement.time);
+    m_view.AddChartPoint(measurement.time, measurement.value);
+    if (!IsPlaying) {
+        FitRange();
+    }
+}
+
+/// The newest values decide; those still on the chart are not cut off by a range that narrows.
+void clsMeasurementLoop::FitRange()
+{
+    if (!m_settings.AutoScale) {
+        return;
+    }
+    const double factor = UnitOf(m_shownUnit).millimetres;
+    std::vector<double> values_mm;
+    for (std::int32_t i = 0; i < m_values.Count(); ++i) {
+        values_mm.push_back(m_values.Value(i) * factor);
+    }
+    if (const auto charted = m_view.ChartedValues()) {
+        values_mm.insert(values_mm.end(), {charted->front() * factor, charted->back() * factor});
+    }
+    m_range_mm = modChartCommon::AutomaticRange(m_range_mm, values_mm);
+    if (m_range_mm.upper > m_range_mm.lower) {
+        m_view.ShowYLimits(m_range_mm.lower / factor, m_range_mm.upper / factor);
+    }
+}
+
+void clsMeasurementLoop::forgetHistory()
+{
+    m_values.Reset();
+    m_times.Reset();
+    m_range_mm = {};
+    m_inGap = true;
 }
 
 void clsMeasurementLoop::showRule()
@@ -290,9 +299,4 @@ void clsMeasurementLoop::advanceClock()
 void clsMeasurementLoop::status(std::int32_t textId)
 {
     m_view.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
-}
-
-bool clsMeasurementLoop::mayStart() const
-{
-    return !m_device.Wait.Running && !m_device.Wait.Ended;
 }

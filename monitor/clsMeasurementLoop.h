@@ -2,13 +2,17 @@
 // It has no widgets; it drives a device and shows through a view.
 #pragma once
 
+#include "chart/modChartCommon.h"
 #include "device/clsRVQ.h"
+#include "device/modRVQComm.h"
 #include "monitor/Measurement.h"
 #include "monitor/MonitorView.h"
 #include "monitor/clsFIFO.h"
 #include "shell/modGlobals.h"
 
 #include <cstdint>
+#include <functional>
+#include <string_view>
 
 class clsMeasurementLoop {
 public:
@@ -21,18 +25,40 @@ public:
     /// closed port. While somebody waits for the sensor it sends nothing.
     void Tick(double now);
 
-    /// Starts continuous measurement, or stops it.
-    void StartStop();
+    /// Lets the window handle its events for `kPass_ms` and returns the local time then.
+    using NextPass = std::function<double()>;
+    static constexpr std::int32_t kPass_ms = 100;
+
+    /// Starts continuous measurement, or stops it. A sensor with single output is asked for one value instead, which is
+    /// waited for in at most 41 passes.
+    void StartStop(const NextPass& nextPass);
     /// Measuring begins by itself once the sensor answers, as it does after a lost connection.
     void MeasureWhenConnected() { m_measuring = true; }
     /// Asks for one value; it arrives in a later tick.
     void RequestSingleValue();
+    /// Switches the marker laser, with a running measurement stopped before and started again after it.
+    void SwitchRedLaser(bool on);
+    /// Sends a parameter ("301", "304") with a new value, likewise. What the sensor refuses is taken back and shown.
+    void ChangeSetting(std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value,
+                       const modRVQComm::PumpEvents& pumpEvents);
     /// Whether temperatures are read during a measurement.
     void PollTemperature(bool poll) { m_pollTemperature = poll; }
     /// Closes the port and opens the one that the settings name.
     void ChangePort();
     /// Takes over the rate that the settings name.
     void ChangeBaudrate();
+    /// Shows a measurement, live or played back: the number and, if it is one, a point of the chart.
+    void Show(const Measurement& measurement);
+    /// Fits the chart's value axis anew to what the chart shows.
+    void FitRange();
+
+    /// Is handed every new measurement after it was shown; empty while nothing is recorded.
+    std::function<void(const clsRVQ&)> Record;
+    /// A recording is played: a change of the unit resets nothing, and the value axis waits for FitRange.
+    bool IsPlaying = false;
+    /// Is handed the device in every tick; empty while nobody has asked for it.
+    std::function<void(const clsRVQ&)> LiveUpdate;
+
     /// The window goes: every wait ends, the port is closed, nothing more is sent.
     void Unload();
 
@@ -55,7 +81,12 @@ private:
     void newConfiguration();
     void interruptForTemperature();
     void resumeAfterSilentSingle();
-    void show(const Measurement& measurement);
+    void startStop();
+    void requestOne(const NextPass& nextPass);
+    bool passBringsDistance();
+    void showSensorSettings();
+    void forgetHistory();
+    void readPort();
     void showRule();
     void advanceClock();
     void status(std::int32_t textId);
@@ -72,6 +103,9 @@ private:
     double m_previousTick = 0.0;
     double m_clock_ms = 0.0;
     std::int32_t m_shownUnit = -1;
+    bool m_passing = false; ///< the passes read the port, not the tick
+    bool m_inGap = true;
+    modChartCommon::ValueRange m_range_mm;
     clsFIFO m_values;
     clsFIFO m_times;
 };

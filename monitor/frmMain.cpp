@@ -1,7 +1,11 @@
 #include "monitor/frmMain.h"
 
 #include "chart/XYChart.h"
+#include "chart/frmChartSettings.h"
+#include "config/modFiles.h"
 #include "monitor/LampShape.h"
+#include "monitor/ValueLabel.h"
+#include "monitor/frmTextWindow.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
@@ -9,43 +13,43 @@
 #include "shell/QtText.h"
 #include "shell/frmAbout.h"
 #include "shell/modAPI.h"
+#include "shell/modFunctions.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QFile>
-#include <QGridLayout>
-#include <QGroupBox>
 #include <QLabel>
 #include <QMenu>
-#include <QMenuBar>
 #include <QPushButton>
-#include <QStatusBar>
+#include <QScreen>
 #include <QTimer>
 #include <QWhatsThis>
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <thread>
 #include <utility>
 
 namespace {
 
-constexpr double kValueFontScale = 2.2;
-constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
+constexpr std::size_t kMessages = 6;
+
+/// Ids of the list of averaging depths.
+constexpr std::pair<std::int32_t, std::int32_t> kAverageDepths{830, 834};
 
 void blockFor(std::int32_t ms)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-template <typename Widget, typename... Arguments>
-Widget* named(const char* name, Arguments&&... arguments)
+/// Lets the window handle its events; waits for one.
+void pumpEvents()
 {
-    auto* widget = new Widget(std::forward<Arguments>(arguments)...);
-    widget->setObjectName(QLatin1String(name));
-    return widget;
+    QApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
 /// Setting the same text again would lay the window out anew, twenty times a second.
@@ -78,29 +82,44 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, Help& help)
       m_device(ports.port, blockFor), m_loop(m_device, settings, *this, DecimalSeparator()), m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmMain"));
-    auto* centre = new QWidget(this);
-    auto* grid = new QGridLayout(centre);
-    grid->setHorizontalSpacing(fontMetrics().height());
-    grid->addWidget(buildMeasurementFrame(), 0, 0);
-    grid->addWidget(buildComportFrame(), 1, 0);
-    grid->setRowStretch(2, 1);
-    picGraph = named<XYChart>("picGraph", centre);
-    grid->addWidget(picGraph, 0, 1, 3, 1);
-    grid->setColumnStretch(1, 1);
-    setCentralWidget(centre);
-    buildMenus();
-    buildStatusBar();
-    resize(QSize(66, 40) * fontMetrics().height());
-    m_settings.Comport = FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
-    m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
+    BuildForm(*this);
+    resize((QSize(66, 40) * fontMetrics().height()).boundedTo(screen()->availableSize()));
+    fillControls();
     localise();
     connectControls();
+    connectMenus();
     ShowDialogue(DialogueNone);
     ShowRule({});
-    warnOfUnkeptSettings();
-    FaultNoted = [this](std::string_view fault) { m_console.Important(fault); };
+    FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
     m_timer->setObjectName(QStringLiteral("Timer"));
     m_timer->start(clsMeasurementLoop::kInterval_ms);
+}
+
+void frmMain::fillControls()
+{
+    FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
+    m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
+    for (std::int32_t id = kAverageDepths.first; id <= kAverageDepths.second; ++id) {
+        cmbAverageDepth->addItem(FromUtf8(modFunctions::NeutralText(id)));
+    }
+    cmbAverageDepth->setCurrentIndex(-1);
+    chooseDefaultDevice(m_settings.DefaultDevice.c_str());
+    mnuConfigurationRVQ->setEnabled(false); // until there is a settings window
+    mnuRecorder->setEnabled(false);         // until there is a recorder
+    picGraph->Header({});
+    picGraph->XTitle(QStringLiteral("[ s ]"));
+    picGraph->YTitle(QStringLiteral("[ mm ]"));
+    picGraph->SeriesLabel(QStringLiteral("RVQ"));
+    picGraph->AutoScale(m_settings.AutoScale);
+    if (!m_settings.AutoScale) {
+        picGraph->YLimits(m_settings.yMin, m_settings.yMax);
+    }
+    initChartData(picGraph->XRange_ms() / clsMeasurementLoop::kInterval_ms);
+}
+
+void frmMain::initChartData(std::int32_t points)
+{
+    picGraph->InitChartData(points - 1);
 }
 
 frmMain::~frmMain()
@@ -116,175 +135,76 @@ void frmMain::MeasureWhenConnected()
 
 void frmMain::closeEvent(QCloseEvent* event)
 {
-    m_timer->stop();
-    m_loop.Unload();
-    if (mnuOptionConsole->isChecked()) {
-        m_console.CloseConsole();
-    }
-    modGlobals::SaveGlobalSettings(m_settings);
+    Guarded([this] {
+        m_timer->stop();
+        m_loop.Unload();
+        if (mnuOptionConsole->isChecked()) {
+            m_console.CloseConsole();
+        }
+        modGlobals::SaveGlobalSettings(m_settings);
+    });
     event->accept();
 }
 
 void frmMain::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::LanguageChange) {
-        localise();
-        ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+        Guarded([this] {
+            localise();
+            ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+        });
     }
     QMainWindow::changeEvent(event);
-}
-
-QWidget* frmMain::buildMeasurementFrame()
-{
-    fraMeasurement = named<QGroupBox>("fraMeasurement", this);
-    shpLamp = named<LampShape>("shpLamp", fraMeasurement);
-    lblLamp = named<QLabel>("lblLamp", fraMeasurement);
-    lblMeasCaption = named<QLabel>("lblMeasCaption", fraMeasurement);
-    lblMeasValue = named<QLabel>("lblMeasValue", fraMeasurement);
-    lblShutDown = named<QLabel>("lblShutDown", fraMeasurement);
-    lblTempCaption = named<QLabel>("lblTempCaption", fraMeasurement);
-    lblTemperature = named<QLabel>("lblTemperature", fraMeasurement);
-    cmdStart = named<QPushButton>("cmdStart", QStringLiteral("Start"), fraMeasurement);
-    cmdSingleValue = named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), fraMeasurement);
-    chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
-
-    QFont large = font();
-    large.setPointSizeF(large.pointSizeF() * kValueFontScale);
-    large.setBold(true);
-    lblMeasValue->setFont(large);
-    lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    // As wide as the longest text, so that the column keeps its width whatever is measured.
-    lblMeasValue->setMinimumWidth(QFontMetrics(large).horizontalAdvance(QLatin1String(kValueTemplate)));
-    lblMeasValue->setMinimumHeight(QFontMetrics(large).height());
-    QFont bold = font();
-    bold.setBold(true);
-    lblShutDown->setFont(bold);
-    QSizePolicy keepsItsPlace = lblShutDown->sizePolicy();
-    keepsItsPlace.setRetainSizeWhenHidden(true);
-    lblShutDown->setSizePolicy(keepsItsPlace);
-    lblShutDown->hide();
-
-    auto* grid = new QGridLayout(fraMeasurement);
-    grid->addWidget(shpLamp, 0, 0);
-    grid->addWidget(lblLamp, 0, 1, 1, 3);
-    grid->addWidget(lblMeasCaption, 1, 0, 1, 4);
-    grid->addWidget(lblMeasValue, 2, 0, 1, 4);
-    grid->addWidget(lblTempCaption, 3, 0, 1, 2);
-    grid->addWidget(lblTemperature, 3, 2, 1, 2, Qt::AlignRight);
-    grid->addWidget(lblShutDown, 4, 0, 1, 4);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(cmdStart, 1);
-    buttons->addWidget(cmdSingleValue, 1);
-    grid->addLayout(buttons, 5, 0, 1, 4);
-    grid->addWidget(chkTempMeasurement, 6, 0, 1, 4);
-    grid->setColumnStretch(1, 1);
-    grid->setColumnStretch(3, 1);
-    return fraMeasurement;
-}
-
-QWidget* frmMain::buildComportFrame()
-{
-    fraComport = named<QGroupBox>("fraComport", this);
-    cmbComPort = named<QComboBox>("cmbComPort", fraComport);
-    cmbBaudrate = named<QComboBox>("cmbBaudrate", fraComport);
-    auto* row = new QHBoxLayout(fraComport);
-    row->addWidget(cmbComPort, 1);
-    row->addWidget(cmbBaudrate, 1);
-    return fraComport;
-}
-
-void frmMain::buildMenus()
-{
-    const auto menu = [](QMenu* created, const char* name) {
-        created->setObjectName(QLatin1String(name));
-        return created;
-    };
-    mnuFile = menu(menuBar()->addMenu(QString()), "mnuFile");
-    mnuOptions = menu(menuBar()->addMenu(QString()), "mnuOptions");
-    mnuOptionLanguage = menu(mnuOptions->addMenu(QString()), "mnuOptionLanguage");
-    mnuHelp = menu(menuBar()->addMenu(QString()), "mnuHelp");
-    mnuFileExit = addAction(mnuFile, "mnuFileExit", [this] { close(); });
-    mnuFileExit->setShortcut(QKeySequence::Quit);
-    mnuOptionLanguageDEEN =
-        addAction(mnuOptionLanguage, "mnuOptionLanguageDEEN", [this] { mnuOptionLanguageDEEN_Click(); });
-    mnuOptionConsole = addAction(mnuOptions, "mnuOptionConsole", [this] { mnuOptionConsole_Click(); });
-    mnuOptionConsole->setCheckable(true);
-    mnuHelpContents = addAction(mnuHelp, "mnuHelpContents", [this] { mnuHelpContents_Click(); });
-    mnuHelpWhatsThis = addAction(mnuHelp, "mnuHelpWhatsThis", [] { QWhatsThis::enterWhatsThisMode(); });
-    mnuHelpWhatsThis->setShortcut(QKeySequence::WhatsThis);
-    mnuHelpBar = mnuHelp->addSeparator();
-    mnuHelpBar->setObjectName(QStringLiteral("mnuHelpBar"));
-    mnuHelpAbout = addAction(mnuHelp, "mnuHelpAbout", [this] { mnuHelpAbout_Click(); });
-    mnuHelpAbout->setMenuRole(QAction::AboutRole);
-}
-
-QAction* frmMain::addAction(QMenu* menu, const char* name, const std::function<void()>& act)
-{
-    auto* action = new QAction(this);
-    action->setObjectName(QLatin1String(name));
-    connect(action, &QAction::triggered, this, [act] { Guarded(act); });
-    menu->addAction(action);
-    return action;
-}
-
-void frmMain::buildStatusBar()
-{
-    for (std::size_t i = 0; i < sbar.size(); ++i) {
-        sbar[i] = new QLabel(this);
-        sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
-        // A long text must not widen the window.
-        sbar[i]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    }
-    sbar[2]->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
-    statusBar()->addWidget(sbar[0], 2);
-    statusBar()->addWidget(sbar[1], 3);
-    statusBar()->addPermanentWidget(sbar[2]);
-    statusBar()->setContentsMargins(fontMetrics().height() / 2, 0, 0, 0);
 }
 
 void frmMain::connectControls()
 {
     connect(m_timer, &QTimer::timeout, this, [this] { Guarded([this] { timer_Tick(); }); });
-    connect(cmdStart, &QPushButton::clicked, this, [this] { Guarded([this] { m_loop.StartStop(); }); });
-    connect(cmdSingleValue, &QPushButton::clicked, this, [this] { Guarded([this] { m_loop.RequestSingleValue(); }); });
+    connect(cmdStart, &QPushButton::clicked, this, [this] { Guarded([this] { cmdStart_Click(); }); });
+    connect(cmdSingleValue, &QPushButton::clicked, this, [this] { Guarded([this] { cmdSingleValue_Click(); }); });
     connect(chkTempMeasurement, &QCheckBox::clicked, this,
             [this](bool checked) { Guarded([&] { m_loop.PollTemperature(checked); }); });
+    connect(cmbAverageDepth, &QComboBox::activated, this,
+            [this](int index) { Guarded([&] { cmbAverageDepth_Click(index); }); });
+    connect(chkMovingAverage, &QCheckBox::clicked, this,
+            [this](bool checked) { Guarded([&] { chkMovingAverage_Click(checked); }); });
+    connect(chkRedLaser, &QCheckBox::clicked, this,
+            [this](bool checked) { Guarded([&] { m_loop.SwitchRedLaser(checked); }); });
     connect(cmbComPort, &QComboBox::activated, this, [this](int index) { Guarded([&] { cmbComPort_Click(index); }); });
     connect(cmbBaudrate, &QComboBox::activated, this,
             [this](int index) { Guarded([&] { cmbBaudrate_Click(index); }); });
+    connect(lblMeasValue, &ValueLabel::clicked, this, [this] { Guarded([this] { lblMeasValue_Click(); }); });
+    connect(picGraph, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& position) { Guarded([&] { picGraph_MouseDown(position); }); });
+}
+
+void frmMain::connectMenus()
+{
+    connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);
+    connectAction(mnuConfigurationDefaultSerial, &frmMain::mnuConfigurationDefaultSerial_Click);
+    connectAction(mnuConfigurationDefaultProfibus, &frmMain::mnuConfigurationDefaultProfibus_Click);
+    connectAction(mnuOptionLanguageDEEN, &frmMain::mnuOptionLanguageDEEN_Click);
+    connectAction(mnuOptionConsole, &frmMain::mnuOptionConsole_Click);
+    connectAction(mnuHelpContents, &frmMain::mnuHelpContents_Click);
+    connectAction(mnuHelpWhatsThis, &frmMain::mnuHelpWhatsThis_Click);
+    connectAction(mnuHelpAbout, &frmMain::mnuHelpAbout_Click);
+    connectAction(mnuPopupShowZero, &frmMain::mnuPopupShowZero_Click);
+    connectAction(mnuPopupFixedTime, &frmMain::mnuPopupFixedTime_Click);
+    connectAction(mnuPopUpYscaleSettings, &frmMain::mnuPopUpYscaleSettings_Click);
+    connectAction(mnuPopupHelp, &frmMain::mnuPopupHelp_Click);
+}
+
+void frmMain::connectAction(const QAction* action, void (frmMain::*act)())
+{
+    connect(action, &QAction::triggered, this, [this, act] { Guarded([&] { (this->*act)(); }); });
 }
 
 void frmMain::localise()
 {
-    SetTextIds(this, 1100);
-    SetTextIds(fraMeasurement, 1110);
-    SetTextIds(fraComport, 1101);
-    SetTextIds(lblMeasCaption, 1111);
-    SetTextIds(lblTempCaption, 1112);
-    SetTextIds(chkTempMeasurement, 1113, 1172);
-    SetTextIds(lblShutDown, 1164);
-    SetTextIds(cmdStart, 0, 1170);
-    SetTextIds(cmdSingleValue, 0, 1171);
-    SetTextIds(cmbComPort, 0, 1173);
-    SetTextIds(cmbBaudrate, 0, 1174);
     LocaliseForm(*this, m_settings.Language);
-    mnuFile->setTitle(text(1140));
-    mnuFileExit->setText(text(1141));
-    mnuOptions->setTitle(text(1142));
-    mnuOptionLanguage->setTitle(text(1143));
-    mnuOptionLanguageDEEN->setText(text(1144));
-    mnuHelp->setTitle(text(1145));
-    mnuOptionConsole->setText(text(1052));
-    mnuHelpContents->setText(text(1050));
-    mnuHelpWhatsThis->setText(text(1051));
-    mnuHelpAbout->setText(text(1146));
-    cmdStart->setShortcut(Qt::Key_F5);
-    cmdSingleValue->setShortcut(Qt::Key_F6);
-    shpLamp->setAccessibleName(text(1163));
-    cmbComPort->setAccessibleName(text(1173));
-    cmbBaudrate->setAccessibleName(text(1174));
-    picGraph->setAccessibleName(text(1165));
-    picGraph->EmptyText(text(1166));
+    LocaliseMenus(m_settings.Language);
+    m_help.ExplainMenus(*this);
+    warnOfUnkeptSettings();
 }
 
 void frmMain::timer_Tick()
@@ -293,30 +213,46 @@ void frmMain::timer_Tick()
     explainFailure();
 }
 
-/// Said once, and as long as nothing else is shown there: everything but the settings works.
+/// Said at the start, and as long as nothing else is shown there: everything but the settings works.
 void frmMain::warnOfUnkeptSettings()
 {
-    if (!m_settings.IniFile.empty() && !modGlobals::CanKeepSettings(m_settings)) {
-        const QString folder = QFile::decodeName(std::filesystem::path(m_settings.IniFile).parent_path().c_str());
-        sbar[1]->setText(text(1175).arg(folder));
-        sbar[1]->setToolTip(sbar[1]->text());
+    if (m_settings.IniFile.empty() || modFiles::CanReplace(m_settings.IniFile)) {
+        return;
     }
+    const QString warning = text(1175).arg(QFile::decodeName(m_settings.IniFile.c_str()));
+    if (sbar[1]->text() == m_unkept) {
+        sbar[1]->setText(warning);
+        sbar[1]->setToolTip(warning);
+    }
+    m_unkept = warning;
 }
 
-/// Why the port cannot be opened stands in the tool tip of the message panel and, when it changes, in the console.
+/// The tool tip of the message panel: why the port cannot be opened, which also goes to the console when it changes;
+/// with an open port the last messages.
 void frmMain::explainFailure()
 {
     const QString why = m_device.PortIsOpen ? QString() : openFailureText();
-    if (sbar[0]->toolTip() != why) {
-        sbar[0]->setToolTip(why);
+    if (why != m_failure) {
+        m_failure = why;
         noteFailure();
+    }
+    QString toolTip = why;
+    if (why.isEmpty()) {
+        QStringList lines;
+        for (const auto& [message, time] : m_messages) {
+            lines += time + u' ' + message;
+        }
+        toolTip = lines.join(u'\n');
+    }
+    if (sbar[0]->toolTip() != toolTip) {
+        sbar[0]->setToolTip(toolTip);
     }
 }
 
 void frmMain::noteFailure()
 {
-    if (const QString why = sbar[0]->toolTip(); !why.isEmpty()) {
-        m_console.Important(ToBytes(why));
+    if (!m_failure.isEmpty()) {
+        m_console.Important(ToBytes(m_failure));
     }
 }
 
@@ -342,6 +278,33 @@ QString frmMain::openFailureText() const
     return {};
 }
 
+void frmMain::cmdStart_Click()
+{
+    m_loop.StartStop([this] {
+        QElapsedTimer passed;
+        passed.start();
+        while (passed.elapsed() < clsMeasurementLoop::kPass_ms && !m_device.Wait.Ended) {
+            pumpEvents(); // the timer wakes it
+        }
+        return modAPI::LocalTime();
+    });
+}
+
+void frmMain::cmdSingleValue_Click()
+{
+    m_loop.RequestSingleValue();
+}
+
+void frmMain::chkMovingAverage_Click(bool checked)
+{
+    m_loop.ChangeSetting("304", &clsRVQ::MovingAverage, checked ? 1 : 0, pumpEvents);
+}
+
+void frmMain::cmbAverageDepth_Click(int index)
+{
+    m_loop.ChangeSetting("301", &clsRVQ::AverageDepth, index, pumpEvents);
+}
+
 void frmMain::cmbComPort_Click(int index)
 {
     m_settings.Comport = index + 1;
@@ -352,6 +315,77 @@ void frmMain::cmbBaudrate_Click(int index)
 {
     m_settings.Baudrate = clsRVQ::RateOfIndex(index);
     m_loop.ChangeBaudrate();
+}
+
+void frmMain::lblMeasValue_Click()
+{
+    if (m_textWindow == nullptr) {
+        m_textWindow = new frmTextWindow(*this, m_settings);
+        m_textWindow->ShowValue(lblMeasValue->text());
+    }
+    m_textWindow->show();
+    m_textWindow->raise();
+    m_textWindow->activateWindow();
+}
+
+void frmMain::picGraph_MouseDown(const QPoint& position)
+{
+    mnuPopupShowZero->setChecked(m_settings.ShowZeroValues);
+    mnuPopupFixedTime->setChecked(picGraph->HoldSpan());
+    mnuPopUp->popup(picGraph->mapToGlobal(position));
+}
+
+void frmMain::mnuFileExit_Click()
+{
+    close();
+}
+
+void frmMain::chooseDefaultDevice(const char* device)
+{
+    m_settings.DefaultDevice = device;
+    const bool serial = m_settings.DefaultDevice == "Serial";
+    (serial ? mnuConfigurationDefaultSerial : mnuConfigurationDefaultProfibus)->setChecked(true);
+}
+
+void frmMain::mnuConfigurationDefaultSerial_Click()
+{
+    chooseDefaultDevice("Serial");
+}
+
+void frmMain::mnuConfigurationDefaultProfibus_Click()
+{
+    chooseDefaultDevice("Profibus");
+}
+
+void frmMain::mnuPopupShowZero_Click()
+{
+    m_settings.ShowZeroValues = mnuPopupShowZero->isChecked();
+    picGraph->ShowZeroValues(m_settings.ShowZeroValues);
+    if (m_chartSettings != nullptr) {
+        m_chartSettings->ShowUpdatedSettings();
+    }
+}
+
+void frmMain::mnuPopupFixedTime_Click()
+{
+    picGraph->HoldSpan(mnuPopupFixedTime->isChecked());
+}
+
+void frmMain::mnuPopUpYscaleSettings_Click()
+{
+    if (m_chartSettings == nullptr) {
+        m_chartSettings = new frmChartSettings(*this, m_settings, *picGraph);
+        m_chartSettings->setAttribute(Qt::WA_DeleteOnClose);
+        m_chartSettings->Applied = [this] { m_loop.FitRange(); };
+    }
+    m_chartSettings->show();
+    m_chartSettings->raise();
+    m_chartSettings->activateWindow();
+}
+
+void frmMain::mnuPopupHelp_Click()
+{
+    m_help.ShowHelpTopic(*this, "Main");
 }
 
 void frmMain::mnuOptionLanguageDEEN_Click()
@@ -377,6 +411,11 @@ void frmMain::mnuHelpContents_Click()
     m_help.ShowHelpTopic(*this, "Start");
 }
 
+void frmMain::mnuHelpWhatsThis_Click()
+{
+    QWhatsThis::enterWhatsThisMode();
+}
+
 void frmMain::mnuHelpAbout_Click()
 {
     frmAbout(this, m_settings).exec();
@@ -398,6 +437,9 @@ void frmMain::ShowDistance(const std::string& distance)
 {
     const QString shown = FromBytes(distance);
     setChanged(lblMeasValue, shown);
+    if (m_textWindow != nullptr) {
+        m_textWindow->ShowValue(shown);
+    }
     if (DistanceShown && !shown.isEmpty()) {
         DistanceShown(shown);
     }
@@ -410,7 +452,23 @@ void frmMain::ShowTemperature(const std::string& temperature)
 
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
 {
-    setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
+    const QString shown = FromUtf8(message);
+    setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), shown);
+    if (panel == 1 && !shown.isEmpty()) {
+        noteMessage(shown);
+    }
+}
+
+/// Most messages of panel 1 stand for a single tick. Its tool tip keeps the last time of each.
+void frmMain::noteMessage(const QString& message)
+{
+    const QString time = FromUtf8(modAPI::TimeOfDayText(m_device.CurrentTime));
+    if (!m_messages.empty() && m_messages.front() == std::pair(message, time)) {
+        return;
+    }
+    std::erase_if(m_messages, [&](const auto& noted) { return noted.first == message; });
+    m_messages.insert(m_messages.begin(), {message, time});
+    m_messages.resize(std::min(m_messages.size(), kMessages));
 }
 
 void frmMain::ShowDialogue(std::int32_t commStatus)
@@ -441,13 +499,23 @@ void frmMain::ShowShutDown(bool shutDown)
 
 void frmMain::ShowRule(const ControlRule& rule)
 {
-    cmdStart->setEnabled(rule.Start);
+    for (QWidget* control : std::initializer_list<QWidget*>{cmdStart, cmbAverageDepth, chkMovingAverage, chkRedLaser}) {
+        control->setEnabled(rule.Start);
+    }
     cmdSingleValue->setEnabled(rule.Single);
+}
+
+void frmMain::ShowSensorSettings(const SensorSettings& settings)
+{
+    // None of these fires the controls' own actions, so reading the sensor never sends back to it.
+    cmbAverageDepth->setCurrentIndex(settings.AverageDepth);
+    chkMovingAverage->setChecked(settings.MovingAverage);
+    chkRedLaser->setChecked(settings.RedLaser);
 }
 
 void frmMain::ResetChart()
 {
-    picGraph->Reset();
+    initChartData(picGraph->XRange_ms() / clsMeasurementLoop::kInterval_ms);
 }
 
 void frmMain::ShowUnit(std::string_view unit)
@@ -458,6 +526,21 @@ void frmMain::ShowUnit(std::string_view unit)
 void frmMain::AddChartPoint(double time, double value)
 {
     picGraph->AddPoint(time, value);
+}
+
+void frmMain::AddChartGap(double time)
+{
+    picGraph->AddGap(time);
+}
+
+void frmMain::ShowYLimits(double lower, double upper)
+{
+    picGraph->YLimits(lower, upper);
+}
+
+std::optional<std::array<double, 2>> frmMain::ChartedValues()
+{
+    return picGraph->ShownValues();
 }
 
 void frmMain::ShowChartTime(double time)

@@ -1,9 +1,10 @@
-// The main window: one calm column of controls, the chart beside it, the status bar below. It owns the device and the
-// measurement loop, drives the loop with a timer and shows what the loop says.
+// The main window: what its controls do. It owns the device and the measurement loop, drives the loop with a timer and
+// shows what the loop says. The controls themselves are MainForm's.
 #pragma once
 
 #include "device/clsRVQ.h"
 #include "device/modPComm.h"
+#include "monitor/MainForm.h"
 #include "monitor/MonitorView.h"
 #include "monitor/clsMeasurementLoop.h"
 #include "shell/clsConsole.h"
@@ -11,24 +12,19 @@
 #include "shell/modGlobals.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
-#include <array>
 #include <functional>
+#include <utility>
+#include <vector>
 
 class Help;
-class LampShape;
-class QAction;
-class QCheckBox;
-class QComboBox;
-class QGroupBox;
-class QLabel;
-class QMenu;
-class QPushButton;
 class QTimer;
 class SerialPort;
-class XYChart;
+class frmChartSettings;
+class frmTextWindow;
 
-class frmMain : public QMainWindow, private MonitorView {
+class frmMain : public QMainWindow, private MainForm, private MonitorView {
     Q_OBJECT
 
 public:
@@ -61,29 +57,48 @@ private:
     void ShowRunning(bool running) override;
     void ShowShutDown(bool shutDown) override;
     void ShowRule(const ControlRule& rule) override;
+    void ShowSensorSettings(const SensorSettings& settings) override;
     void ResetChart() override;
     void ShowUnit(std::string_view unit) override;
     void AddChartPoint(double time, double value) override;
+    void AddChartGap(double time) override;
+    void ShowYLimits(double lower, double upper) override;
+    std::optional<std::array<double, 2>> ChartedValues() override;
     void ShowChartTime(double time) override;
 
-    QWidget* buildMeasurementFrame();
-    QWidget* buildComportFrame();
-    void buildMenus();
-    QAction* addAction(QMenu* menu, const char* name, const std::function<void()>& act);
-    void buildStatusBar();
+    void fillControls();
     void connectControls();
+    void connectMenus();
+    void connectAction(const QAction* action, void (frmMain::*act)());
     void localise();
+    void initChartData(std::int32_t points);
+    void noteMessage(const QString& message);
     void warnOfUnkeptSettings();
     void explainFailure();
     void noteFailure();
     QString openFailureText() const;
     void timer_Tick();
+    void cmdStart_Click();
+    void cmdSingleValue_Click();
+    void chkMovingAverage_Click(bool checked);
+    void cmbAverageDepth_Click(int index);
     void cmbComPort_Click(int index);
     void cmbBaudrate_Click(int index);
+    void lblMeasValue_Click();
+    void picGraph_MouseDown(const QPoint& position);
+    void mnuFileExit_Click();
+    void chooseDefaultDevice(const char* device);
+    void mnuConfigurationDefaultSerial_Click();
+    void mnuConfigurationDefaultProfibus_Click();
     void mnuOptionLanguageDEEN_Click();
     void mnuOptionConsole_Click();
     void mnuHelpContents_Click();
+    void mnuHelpWhatsThis_Click();
     void mnuHelpAbout_Click();
+    void mnuPopupShowZero_Click();
+    void mnuPopupFixedTime_Click();
+    void mnuPopUpYscaleSettings_Click();
+    void mnuPopupHelp_Click();
     QString text(std::int32_t id) const;
 
     modGlobals::Settings& m_settings;
@@ -95,33 +110,12 @@ private:
     clsMeasurementLoop m_loop;
     bool m_running = false;
     std::int32_t m_shownDialogue = -1;
+    QString m_unkept;  ///< the warning that panel 2 has been given
+    QString m_failure; ///< why the port cannot be opened
 
     QTimer* m_timer;
-    QGroupBox* fraMeasurement;
-    QGroupBox* fraComport;
-    QLabel* lblMeasCaption;
-    QLabel* lblMeasValue;
-    QLabel* lblTempCaption;
-    QLabel* lblTemperature;
-    QLabel* lblShutDown;
-    QLabel* lblLamp;
-    LampShape* shpLamp;
-    QPushButton* cmdStart;
-    QPushButton* cmdSingleValue;
-    QCheckBox* chkTempMeasurement;
-    QComboBox* cmbComPort;
-    QComboBox* cmbBaudrate;
-    XYChart* picGraph;
-    std::array<QLabel*, 3> sbar{};
-    QMenu* mnuFile;
-    QMenu* mnuOptions;
-    QMenu* mnuOptionLanguage;
-    QMenu* mnuHelp;
-    QAction* mnuFileExit;
-    QAction* mnuOptionLanguageDEEN;
-    QAction* mnuOptionConsole;
-    QAction* mnuHelpContents;
-    QAction* mnuHelpWhatsThis;
-    QAction* mnuHelpBar;
-    QAction* mnuHelpAbout;
+    QPointer<frmTextWindow> m_textWindow;
+    QPointer<frmChartSettings> m_chartSettings;
+    /// The newest time of each message of panel 1, the newest first.
+    std::vector<std::pair<QString, QString>> m_messages;
 };

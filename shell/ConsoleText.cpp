@@ -70,6 +70,12 @@ void ConsoleText::Append(const QString& text, const QColor& colour)
     }
 }
 
+void ConsoleText::Clear()
+{
+    clear();
+    m_afterReturn = false;
+}
+
 /// A line without an end, as a binary format sends it, would make one row of everything.
 void ConsoleText::appendRow(QTextCursor& end, const QString& row, const QTextCharFormat& format) const
 {

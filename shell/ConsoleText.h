@@ -11,6 +11,7 @@ public:
 
     /// Appends at the end; see frmConsole::Write.
     void Append(const QString& text, const QColor& colour);
+    void Clear();
     /// All text, rows that were broken for their length joined again.
     QString WholeText() const;
 

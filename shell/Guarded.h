@@ -6,18 +6,21 @@
 
 #include <exception>
 #include <functional>
-#include <string_view>
 #include <utility>
 
 /// Is told of every fault that `Guarded` has stopped; the window with the debug console sets it. Program-wide, like the
 /// message log that it stands beside, because any slot of any window may fail.
-inline std::function<void(std::string_view)> FaultNoted;
+inline std::function<void(const char* what)> FaultNoted;
 
 inline void NoteFault(const char* what)
 {
     qWarning() << "orvex:" << what;
-    if (FaultNoted) {
-        FaultNoted(what);
+    try {
+        if (FaultNoted) {
+            FaultNoted(what);
+        }
+    } catch (...) {
+        qWarning() << "orvex: the fault could not be noted";
     }
 }
 

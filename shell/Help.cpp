@@ -6,10 +6,12 @@
 #include "shell/modGlobals.h"
 #include "shell/modHTMLHelp.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QFile>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QWhatsThis>
 #include <QWidget>
 
@@ -28,7 +30,21 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmMain", "Main"},
     {"frmSplash", "Splash"},
     {"frmConsole", "Console"},
+    {"frmTextWindow", "LargeDisplay"},
+    {"frmChartSettings", "ChartSettings"},
 };
+
+/// The window that a control belongs to; a menu or an open list belongs to the window that it hangs on.
+template <typename Widget>
+Widget* ownWindow(Widget& control)
+{
+    Widget* window = control.window();
+    while ((window->windowType() == Qt::Popup || window->windowType() == Qt::ToolTip) &&
+           window->parentWidget() != nullptr) {
+        window = window->parentWidget()->window();
+    }
+    return window;
+}
 
 std::string_view topicOf(const QString& window)
 {
@@ -64,45 +80,64 @@ void Help::SetHelpFile()
 void Help::ShowHelpTopic(QWidget& from, std::string_view topic) const
 {
     // A child of the window that asks: a modal one would block any other viewer.
-    QWidget* owner = from.window();
-    auto* viewer = owner->findChild<frmHelp*>(QString(), Qt::FindDirectChildrenOnly);
+    QWidget* owner = ownWindow(from);
+    auto* viewer = qobject_cast<frmHelp*>(owner);
+    if (viewer == nullptr) {
+        viewer = owner->findChild<frmHelp*>(QString(), Qt::FindDirectChildrenOnly);
+    }
     if (viewer == nullptr) {
         viewer = new frmHelp(*owner, m_settings);
     }
+    viewer->show(); // first: pictures are fitted to the page's width
     viewer->ShowPage(FromUtf8(modHTMLHelp::TopicPage(topic, m_settings.Language)));
-    viewer->show();
     viewer->raise();
     viewer->activateWindow();
 }
 
+void Help::ExplainMenus(QWidget& window) const
+{
+    for (QAction* action : window.findChildren<QAction*>()) {
+        action->setWhatsThis(find(window, *action));
+    }
+}
+
 QString Help::PopUpText(const QWidget& control) const
 {
-    for (const QWidget* widget = &control; widget != nullptr; widget = widget->parentWidget()) {
-        if (const std::string* text = find(*widget)) {
-            return FromUtf8(*text);
-        }
-        if (widget->isWindow()) {
-            break;
+    const QWidget* window = ownWindow(control);
+    for (const QWidget* widget = &control; widget != nullptr && widget != window; widget = widget->parentWidget()) {
+        if (const QString text = find(*window, *widget); !text.isEmpty()) {
+            return text;
         }
     }
     return {};
 }
 
-const std::string* Help::find(const QWidget& control) const
+QString Help::find(const QWidget& window, const QObject& control) const
 {
-    const QString topic = control.window()->objectName() + u'.' + control.objectName();
+    const QString topic = window.objectName() + u'.' + control.objectName();
     const auto row = m_popUps.find(topic.toStdString());
-    return row == m_popUps.end() ? nullptr : &row->second;
+    return row == m_popUps.end() ? QString() : FromUtf8(row->second);
 }
 
 void Help::explain(QWidget& control) const
 {
     const QString text = PopUpText(control);
     if (text.isEmpty()) {
-        ShowHelpTopic(control, topicOf(control.window()->objectName()));
+        ShowHelpTopic(control, topicOf(ownWindow(control)->objectName()));
     } else {
         QWhatsThis::showText(control.mapToGlobal(control.rect().bottomLeft()), text, &control);
     }
+}
+
+bool Help::explainMenuItem(QWidget& menu) const
+{
+    const auto* shown = qobject_cast<QMenu*>(&menu);
+    QAction* item = shown == nullptr ? nullptr : shown->activeAction();
+    if (item == nullptr || item->whatsThis().isEmpty()) {
+        return false;
+    }
+    QWhatsThis::showText(shown->mapToGlobal(shown->actionGeometry(item).bottomLeft()), item->whatsThis(), &menu);
+    return true;
 }
 
 bool Help::eventFilter(QObject* watched, QEvent* event)
@@ -114,10 +149,17 @@ bool Help::eventFilter(QObject* watched, QEvent* event)
     switch (event->type()) {
     case QEvent::KeyPress: {
         const auto* key = static_cast<QKeyEvent*>(event);
-        if (key->key() != Qt::Key_F1 || (key->modifiers() & ~Qt::ShiftModifier) != Qt::NoModifier) {
+        const bool isHelp = key->key() == Qt::Key_F1 && (key->modifiers() & ~Qt::ShiftModifier) == Qt::NoModifier;
+        if (!isHelp || control->inherits("QWhatsThat")) { // an explanation goes away with any key
             return false;
         }
-        Guarded([&] { key->modifiers() == Qt::ShiftModifier ? QWhatsThis::enterWhatsThisMode() : explain(*control); });
+        Guarded([&] {
+            if (key->modifiers() == Qt::ShiftModifier) {
+                QWhatsThis::enterWhatsThisMode();
+            } else if (!explainMenuItem(*control)) {
+                explain(*control);
+            }
+        });
         return true;
     }
     case QEvent::QueryWhatsThis:

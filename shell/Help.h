@@ -29,6 +29,8 @@ public:
 
     /// Opens the viewer of `from`'s window, or brings it to the front, with a topic in the current language.
     void ShowHelpTopic(QWidget& from, std::string_view topic) const;
+    /// Gives the window's menu items their texts for "What's this"; called at start and after every switch.
+    void ExplainMenus(QWidget& window) const;
     /// The text about a control or the nearest one around it that has a text; empty when there is none.
     QString PopUpText(const QWidget& control) const;
 
@@ -36,8 +38,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    const std::string* find(const QWidget& control) const;
+    QString find(const QWidget& window, const QObject& control) const;
     void explain(QWidget& control) const;
+    bool explainMenuItem(QWidget& menu) const;
 
     const modGlobals::Settings& m_settings;
     std::string m_programFolder;

@@ -96,6 +96,16 @@ std::string_view Trimmed(std::string_view text)
     return text;
 }
 
+std::optional<char> FilteredKey(char key, char decimalSeparator)
+{
+    constexpr char kBackspace = 8, kEnter = 13;
+    if (key == ',' || key == '.') {
+        // Deliberate: whichever of the two is not the separator becomes the other one.
+        return key == decimalSeparator ? key : key == ',' ? '.' : ',';
+    }
+    return isDigit(key) || key == '-' || key == kBackspace || key == kEnter ? std::optional(key) : std::nullopt;
+}
+
 std::string NumberText(double value)
 {
     std::array<char, 32> buffer{};

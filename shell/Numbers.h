@@ -25,6 +25,10 @@ std::optional<std::int32_t> WholeNumber(std::string_view text);
 /// The text without blanks, tabs and line ends at both ends.
 std::string_view Trimmed(std::string_view text);
 
+/// The character that a pressed key puts into a box for a number: digits, minus, backspace (8) and enter (13)
+/// themselves, comma and point both the decimal separator. Nothing for any other key.
+std::optional<char> FilteredKey(char key, char decimalSeparator);
+
 /// The shortest text that reads back as the same value, with a point.
 std::string NumberText(double value);
 

@@ -14,6 +14,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSaveFile>
+#include <QStandardPaths>
 
 namespace {
 
@@ -50,7 +51,7 @@ frmConsole::frmConsole(const modGlobals::Settings& settings)
 
 void frmConsole::Open(const std::string& title)
 {
-    txtConsole->clear();
+    txtConsole->Clear();
     setWindowTitle(FromBytes(title));
     show();
 }
@@ -63,6 +64,11 @@ void frmConsole::Write(std::string_view text, ConsoleColour colour)
 void frmConsole::Close()
 {
     hide();
+    for (auto* help : findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        if (help->isWindow()) {
+            help->close();
+        }
+    }
 }
 
 void frmConsole::closeEvent(QCloseEvent* event)
@@ -95,8 +101,9 @@ void frmConsole::cmdCopy_Click()
 
 void frmConsole::cmdSave_Click()
 {
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     const QString name =
-        QFileDialog::getSaveFileName(this, Text(1015, m_settings.Language), QStringLiteral("console.txt"));
+        QFileDialog::getSaveFileName(this, Text(1015, m_settings.Language), folder + QStringLiteral("/console.txt"));
     if (name.isEmpty()) {
         return;
     }

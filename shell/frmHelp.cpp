@@ -7,8 +7,11 @@
 #include "shell/modHTMLHelp.h"
 
 #include <QFile>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScreen>
+#include <QScrollBar>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStyle>
@@ -18,8 +21,11 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
+constexpr double kShareOfScreen = 0.9;
 constexpr int kSectionLevel = 2;
 constexpr char kFolder[] = ":/help/";
 constexpr int kLink = Qt::UserRole; // of a line of the contents: the page, with "#anchor" for a section
@@ -51,6 +57,28 @@ QString anchorIn(const QTextBlock& block)
     return {};
 }
 
+/// Scales pictures down to the page: the view itself would do so coarsely.
+class PageView : public QTextBrowser {
+public:
+    using QTextBrowser::QTextBrowser;
+
+protected:
+    QVariant loadResource(int type, const QUrl& name) override
+    {
+        const QVariant loaded = QTextBrowser::loadResource(type, name);
+        if (type != QTextDocument::ImageResource) {
+            return loaded;
+        }
+        QImage picture = QImage::fromData(loaded.toByteArray());
+        const int room = viewport()->width() - 2 * static_cast<int>(document()->documentMargin());
+        if (room > 0 && picture.width() > room) {
+            picture = picture.scaledToWidth(qRound(room * devicePixelRatioF()), Qt::SmoothTransformation);
+            picture.setDevicePixelRatio(devicePixelRatioF());
+        }
+        return picture;
+    }
+};
+
 } // namespace
 
 frmHelp::frmHelp(QWidget& owner, const modGlobals::Settings& settings)
@@ -61,18 +89,18 @@ frmHelp::frmHelp(QWidget& owner, const modGlobals::Settings& settings)
     tvContents = new QTreeWidget(this);
     tvContents->setObjectName(QStringLiteral("tvContents"));
     tvContents->setHeaderHidden(true);
-    txtPage = new QTextBrowser(this);
+    txtPage = new PageView(this);
     txtPage->setObjectName(QStringLiteral("txtPage"));
     txtPage->document()->setDocumentMargin(fontMetrics().height());
     auto* columns = new QSplitter(this);
     columns->addWidget(tvContents);
     columns->addWidget(txtPage);
     columns->setStretchFactor(1, 1);
-    columns->setSizes({fontMetrics().height() * 16, fontMetrics().height() * 44});
+    columns->setSizes({fontMetrics().height() * 16, fontMetrics().height() * 54});
     auto* rows = new QVBoxLayout(this);
     rows->addLayout(buildBar());
     rows->addWidget(columns, 1);
-    resize(QSize(62, 44) * fontMetrics().height());
+    resize((QSize(72, 48) * fontMetrics().height()).boundedTo(screen()->availableSize() * kShareOfScreen));
     connectControls();
     localise();
 }
@@ -165,10 +193,20 @@ void frmHelp::localise()
     lblFound->clear();
     fillContents();
     if (!txtPage->source().isEmpty()) {
-        const std::string page = pageOf(txtPage->source()).toStdString();
-        ShowPage(FromUtf8(modHTMLHelp::TopicPage(modHTMLHelp::TopicOfPage(page), m_settings.Language)));
-        markPage(pageOf(txtPage->source())); // the page may be the same while the contents are new
+        showInOtherLanguage();
     }
+}
+
+/// The same page at about the same place. Back must not lead to the other language.
+void frmHelp::showInOtherLanguage()
+{
+    const std::string page = pageOf(txtPage->source()).toStdString();
+    const double place = txtPage->verticalScrollBar()->value();
+    const double before = std::max(txtPage->verticalScrollBar()->maximum(), 1);
+    ShowPage(FromUtf8(modHTMLHelp::TopicPage(modHTMLHelp::TopicOfPage(page), m_settings.Language)));
+    txtPage->clearHistory();
+    txtPage->verticalScrollBar()->setValue(qRound(place / before * txtPage->verticalScrollBar()->maximum()));
+    markPage(pageOf(txtPage->source())); // the page may be the same while the contents are new
 }
 
 void frmHelp::fillContents()

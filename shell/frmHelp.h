@@ -32,6 +32,7 @@ private:
     QLayout* buildBar();
     void connectControls();
     void localise();
+    void showInOtherLanguage();
     void fillContents();
     void addSections(QTreeWidgetItem& page, const QString& file) const;
     void markPage(const QString& page);

@@ -14,7 +14,9 @@ struct TextRow {
 
 constexpr TextRow kTexts[] = {
 #define TEXT(id, german, english) {id, german, english},
+#define SAME(id, text) {id, text, text},
 #include "shell/StringTable.inc"
+#undef SAME
 #undef TEXT
 };
 
@@ -36,6 +38,11 @@ std::string_view NeutralText(std::int32_t id)
     for (const NeutralRow& row : kNeutralTexts) {
         if (row.id == id) {
             return row.text;
+        }
+    }
+    for (const ParameterDef& row : Parameters()) {
+        if (row.codeId == id) {
+            return row.code;
         }
     }
     for (const ValueListDef& list : kValueLists) {

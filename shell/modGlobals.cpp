@@ -3,9 +3,7 @@
 #include "config/clsIni.h"
 #include "shell/Numbers.h"
 
-#include <filesystem>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace modGlobals {
 
@@ -28,6 +26,18 @@ double real(const clsIni& ini, const char* section, const char* key, double fall
     }
 }
 
+/// A line that already says the same stays as its writer wrote it.
+bool keepWhole(clsIni& ini, const char* section, const char* key, std::int32_t value)
+{
+    return whole(ini, section, key, value == 0 ? 1 : 0) == value ||
+           ini.WriteSetting(section, key, std::to_string(value));
+}
+
+bool keepReal(clsIni& ini, const char* section, const char* key, double value)
+{
+    return real(ini, section, key, value + 1.0) == value || ini.WriteSetting(section, key, NumberText(value));
+}
+
 } // namespace
 
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
@@ -47,13 +57,6 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
     return settings;
 }
 
-bool CanKeepSettings(const Settings& settings)
-{
-    // The file is replaced as a whole, so it is the folder that counts.
-    const std::string folder = std::filesystem::path(settings.IniFile).parent_path();
-    return access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
-}
-
 bool SaveGlobalSettings(const Settings& settings)
 {
     if (settings.IniFile.empty()) {
@@ -61,13 +64,13 @@ bool SaveGlobalSettings(const Settings& settings)
     }
     clsIni ini({}, '.');
     ini.Filename(settings.IniFile);
-    bool kept = ini.WriteSetting(kGeneral, "Baudrate", std::to_string(settings.Baudrate));
-    kept &= ini.WriteSetting(kGeneral, "Comport", std::to_string(settings.Comport));
-    kept &= ini.WriteSetting(kGeneral, "Language", std::to_string(settings.Language / LanguageEnglish));
-    kept &= ini.WriteSetting(kGeneral, "DefaultDevice", settings.DefaultDevice == "Serial" ? "0" : "1");
-    kept &= ini.WriteSetting(kChart, "AutoScale", settings.AutoScale ? "1" : "0");
-    kept &= ini.WriteSetting(kChart, "yMax", NumberText(settings.yMax));
-    kept &= ini.WriteSetting(kChart, "yMin", NumberText(settings.yMin));
+    bool kept = keepWhole(ini, kGeneral, "Baudrate", settings.Baudrate);
+    kept &= keepWhole(ini, kGeneral, "Comport", settings.Comport);
+    kept &= keepWhole(ini, kGeneral, "Language", settings.Language / LanguageEnglish);
+    kept &= keepWhole(ini, kGeneral, "DefaultDevice", settings.DefaultDevice == "Serial" ? 0 : 1);
+    kept &= keepWhole(ini, kChart, "AutoScale", settings.AutoScale ? 1 : 0);
+    kept &= keepReal(ini, kChart, "yMax", settings.yMax);
+    kept &= keepReal(ini, kChart, "yMin", settings.yMin);
     return kept;
 }
 

@@ -21,15 +21,13 @@ struct Settings {
     bool AutoScale = true;
     double yMax = 5000.0;
     double yMin = 0.0;
+    bool ShowZeroValues = false; ///< values of 0 are charted; not kept in the file
 };
 
 /// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
-/// Whether the user may write in the folder of the settings' file.
-bool CanKeepSettings(const Settings& settings);
-
-/// Writes the sections "GENERAL" and "CHART". False when something could not be written.
+/// Writes what has changed in the sections "GENERAL" and "CHART". False when something could not be written.
 bool SaveGlobalSettings(const Settings& settings);
 
 } // namespace modGlobals

@@ -171,6 +171,15 @@ TEST_F(IniFile, GlobalSettings)
               std::make_tuple(1000, 0, 5000.0, -7.0));
     EXPECT_TRUE(SaveGlobalSettings(settings));
     EXPECT_EQ(Ini().GetSetting("GENERAL", "Language", 0), clsIni::Variant(1));
+
+    const std::string byHand = "; mine\n[general]\nBAUDRATE = 9600 ; fast\n\n[other]\na\n[Chart]\nyMax=5000.0\n";
+    Put(byHand);
+    settings = load();
+    settings.Comport = 7;
+    EXPECT_TRUE(SaveGlobalSettings(settings));
+    EXPECT_NE(Bytes().find("BAUDRATE = 9600 ; fast"), std::string::npos) << "what has not changed stays as written";
+    EXPECT_NE(Bytes().find("yMax=5000.0"), std::string::npos);
+    EXPECT_EQ(load().Comport, 7);
 }
 
 } // namespace

@@ -29,7 +29,7 @@ struct Monitor {
     void Measure()
     {
         sensor.device.CommStatus = DialogueIdle;
-        loop.StartStop();
+        loop.StartStop({});
         Tick(kLine);
         Sent();
     }
@@ -50,7 +50,7 @@ TEST(MeasurementLoop, StartsShowsAndStops)
     EXPECT_EQ(monitor.view.dialogue, DialogueIdle);
     EXPECT_EQ(monitor.view.rule, (ControlRule{.Start = true, .Single = true}));
 
-    monitor.loop.StartStop();
+    monitor.loop.StartStop({});
     monitor.Tick(kLine);
     EXPECT_EQ(monitor.Sent(), "M");
     EXPECT_EQ(monitor.view.distance, "1.234 m");
@@ -64,7 +64,7 @@ TEST(MeasurementLoop, StartsShowsAndStops)
     monitor.Tick();
     EXPECT_EQ(monitor.view.status[0], "") << "nothing new";
 
-    monitor.loop.StartStop();
+    monitor.loop.StartStop({});
     EXPECT_EQ(monitor.Sent(), "S");
     EXPECT_EQ(monitor.view.distance, "");
     EXPECT_FALSE(monitor.view.running);
@@ -76,7 +76,7 @@ TEST(MeasurementLoop, MarkersAreShownAndNotCharted)
     Monitor monitor;
     monitor.sensor.device.OutputFormat = FormatBinary;
     monitor.sensor.device.CommStatus = DialogueIdle;
-    monitor.loop.StartStop();
+    monitor.loop.StartStop({});
     monitor.Tick("\xFF\xFF\xFF\x7F"s);
     EXPECT_EQ(monitor.view.distance, "No Echo");
     EXPECT_FALSE(monitor.view.shutDown);
@@ -88,6 +88,110 @@ TEST(MeasurementLoop, MarkersAreShownAndNotCharted)
     EXPECT_EQ(monitor.view.points.size(), 1U);
     EXPECT_EQ(monitor.loop.Values().Count(), 1);
     EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
+}
+
+TEST(MeasurementLoop, ZeroIsChartedOnlyWhenWantedAndGapsAreMarkedOnce)
+{
+    Monitor monitor;
+    monitor.Measure();
+    for (const bool wanted : {false, true}) {
+        monitor.settings.ShowZeroValues = wanted;
+        for (double time : {1.0, 2.0}) {
+            monitor.loop.Show({time, 0.0, 0, monitor.sensor.device.DistanceUnit, FormatAsciiUnit});
+        }
+        EXPECT_EQ(monitor.view.distance, "No Echo");
+        EXPECT_EQ(monitor.view.points.size(), wanted ? 3U : 1U);
+        EXPECT_EQ(monitor.view.gaps, 1);
+    }
+}
+
+TEST(MeasurementLoop, TheRangeFollowsTheValuesInTheShownUnitUnlessItIsFixed)
+{
+    Monitor monitor;
+    int recorded = 0;
+    monitor.loop.Record = [&](const clsRVQ&) { ++recorded; };
+    monitor.Measure();
+    EXPECT_EQ(recorded, 1);
+    monitor.Tick("     2.000 m\r\n");
+    EXPECT_LT(monitor.view.limits.first, 1.234);
+    EXPECT_GT(monitor.view.limits.second, 2.0);
+    EXPECT_LT(monitor.view.limits.second, 10.0) << "metres, not millimetres";
+    const auto before = monitor.view.limits;
+    monitor.settings.AutoScale = false;
+    monitor.Tick("     9.000 m\r\n");
+    EXPECT_EQ(monitor.view.limits, before);
+    EXPECT_EQ(recorded, 3);
+
+    const int resets = monitor.view.resets;
+    monitor.sensor.device.DistanceUnit = 3;
+    monitor.Tick("     9.000 ft\r\n");
+    EXPECT_EQ(monitor.view.resets, resets + 1) << "another unit, another chart";
+    EXPECT_EQ(monitor.loop.Values().Count(), 1) << "metres and feet do not mix";
+}
+
+TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
+{
+    Monitor monitor;
+    monitor.sensor.device.OutputMode = OutputSingle;
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    int passes = 0;
+    int arrivesAt = 5;
+    const auto pass = [&] {
+        monitor.Tick(); // the timer goes on meanwhile, and leaves the port alone
+        EXPECT_FALSE(monitor.view.rule.Start);
+        if (++passes == arrivesAt) {
+            monitor.sensor.port.Arriving += kLine;
+        }
+        return ScriptedSensor::kStart + monitor.now_ms / kMsPerDay;
+    };
+    monitor.loop.StartStop(pass);
+    EXPECT_EQ(monitor.Sent(), "M");
+    EXPECT_EQ(passes, 5);
+    EXPECT_EQ(monitor.view.distance, "1.234 m");
+    EXPECT_EQ(monitor.view.points.size(), 1U);
+    EXPECT_EQ(monitor.view.points[0].first, monitor.sensor.device.CurrentTime);
+    EXPECT_EQ(monitor.sensor.device.CommStatus, DialogueIdle);
+    EXPECT_FALSE(monitor.loop.IsMeasuring());
+    monitor.Tick();
+    EXPECT_TRUE(monitor.view.rule.Start);
+
+    passes = 0;
+    arrivesAt = -1;
+    monitor.loop.StartStop(pass);
+    EXPECT_EQ(passes, 40) << "41 looks at the port, 40 waits between them";
+    monitor.Tick();
+    EXPECT_EQ(monitor.view.status[0], "No connection to sensor") << "it stays to be read";
+
+    passes = 0;
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.loop.StartStop([&] {
+        ++passes;
+        monitor.loop.Unload();
+        return 0.0;
+    });
+    EXPECT_EQ(passes, 1) << "unloading ends the passes";
+}
+
+TEST(MeasurementLoop, SettingsAreChangedAroundAMeasurement)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.loop.SwitchRedLaser(true);
+    EXPECT_EQ(monitor.Sent(), "SPM");
+    monitor.loop.SwitchRedLaser(false);
+    EXPECT_EQ(monitor.Sent(), "SOM");
+    for (const bool accepted : {true, false}) {
+        monitor.loop.ChangeSetting("304", &clsRVQ::MovingAverage, accepted ? 1 : 0,
+                                   [&] { monitor.Tick(accepted ? "OK 304\r\n" : "E304\r\n"); });
+        EXPECT_EQ(monitor.Sent(), accepted ? "S304 1\rM" : "S304 0\rM");
+        EXPECT_TRUE(monitor.view.sensor.MovingAverage) << "a refused change is shown back";
+    }
+    EXPECT_TRUE(monitor.loop.IsMeasuring());
+
+    monitor.loop.Unload();
+    monitor.loop.SwitchRedLaser(true);
+    monitor.loop.ChangeSetting("301", &clsRVQ::AverageDepth, 2, [] { FAIL(); });
+    EXPECT_EQ(monitor.Sent(), "");
 }
 
 TEST(MeasurementLoop, NoAnswerStepsDownOneStateADispatch)
@@ -199,7 +303,7 @@ TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
         monitor.Tick("23 C,  OK\r\n"); // would restart the measurement
         EXPECT_EQ(monitor.view.temperature, "23 C,  OK");
         EXPECT_EQ(monitor.view.rule, ControlRule{});
-        monitor.loop.StartStop();
+        monitor.loop.StartStop({});
         monitor.loop.RequestSingleValue();
         EXPECT_EQ(monitor.Sent(), "");
     }
@@ -322,7 +426,7 @@ TEST(MeasurementLoop, UnloadingEndsEverythingAndSendsNothing)
     monitor.loop.Unload();
     EXPECT_FALSE(monitor.sensor.device.PortIsOpen);
     monitor.Tick(kLine);
-    monitor.loop.StartStop();
+    monitor.loop.StartStop({});
     EXPECT_EQ(monitor.Sent(), "");
     EXPECT_FALSE(monitor.sensor.device.PortIsOpen) << "and the port stays closed";
 }

@@ -28,11 +28,11 @@ TEST(SensorLine, EveryFormatInEveryUnit)
             ASSERT_TRUE(line.Configured()) << name;
             EXPECT_EQ(line.device.OutputFormat, format);
             EXPECT_EQ(line.device.DistanceUnit, unit);
-            line.loop.StartStop();
+            line.loop.StartStop({});
             ASSERT_TRUE(line.UntilEvent(EventDistance)) << name;
             EXPECT_NEAR(line.device.MeasValue_mm, 3300, unit >= 5 ? 10 : 1) << name;
             EXPECT_NEAR(line.device.MeasValue * UnitOf(unit).millimetres, 3300.0, unit >= 5 ? 10 : 1) << name;
-            line.loop.StartStop();
+            line.loop.StartStop({});
         }
         // A temperature and a single value in this format.
         line.device.SendCommand("C");
@@ -99,7 +99,7 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
         options.isShortAcknowledge = row.shortAcknowledge;
         SensorOnLine line(options);
         ASSERT_TRUE(line.Configured());
-        line.loop.StartStop();
+        line.loop.StartStop({});
         ASSERT_TRUE(line.UntilEvent(EventDistance));
         line.TakeLog();
         if (row.fault != nullptr) {
@@ -133,7 +133,7 @@ TEST(SensorLine, LaserMarkerAndTemperatureDuringAMeasurement)
         line.sensor.With([&](clsSensorModel& model) { on = model.IsMarkerOn(); });
         return on;
     }));
-    line.loop.StartStop();
+    line.loop.StartStop({});
     ASSERT_TRUE(line.UntilEvent(EventDistance));
     line.TakeLog();
     line.sensor.With([](clsSensorModel& model) { model.SetTemperature(-7); });
@@ -151,7 +151,7 @@ TEST(SensorLine, RestartedAndUnpluggedSensorMeasuresAgainWithoutAClick)
     const auto link = std::filesystem::temp_directory_path() / ("orvex-line-" + std::to_string(getpid()));
     SensorOnLine line({}, link.string());
     ASSERT_TRUE(line.Configured());
-    line.loop.StartStop();
+    line.loop.StartStop({});
     ASSERT_TRUE(line.UntilEvent(EventDistance));
 
     const auto resumes = [&] {
@@ -182,7 +182,7 @@ TEST(SensorLine, AFaultyLineIsSurvived)
         SensorOnLine line;
         line.InSensor("301", 1); // many values a second
         ASSERT_TRUE(line.Configured()) << fault;
-        line.loop.StartStop();
+        line.loop.StartStop({});
         ASSERT_TRUE(line.UntilEvent(EventDistance));
         line.sensor.With([&](clsSensorModel& model) { EXPECT_EQ(ParseFault(fault, model.Faults()), ""); });
         int distances = 0;

@@ -2,22 +2,29 @@
 #include "monitor/frmMain.h"
 
 #include "chart/XYChart.h"
+#include "chart/frmChartSettings.h"
 #include "device/clsPosixPort.h"
 #include "monitor/LampShape.h"
+#include "monitor/ValueLabel.h"
+#include "monitor/frmTextWindow.h"
 #include "shell/ConsoleText.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
+#include "shell/NumberEdit.h"
 #include "shell/frmAbout.h"
 #include "simulator/clsSimulatedSensor.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QImage>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLocale>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTextBrowser>
@@ -111,13 +118,13 @@ TEST(MainWindow, SaysWhyAPortCannotBeOpened)
     ports->setCurrentIndex(1);
     emit ports->activated(1); // as a click in the list does
     ASSERT_TRUE(main.Until([&] { return main.Text("sbar_1") == "Comport not open"; }));
-    ASSERT_TRUE(main.Until([&] { return !main.Find<QLabel>("sbar_1")->toolTip().isEmpty(); }));
-    EXPECT_EQ(main.Find<QLabel>("sbar_1")->toolTip(), "There is no device /dev/does-not-exist.");
+    const auto toolTip = [&] { return main.Find<QLabel>("sbar_1")->toolTip().toStdString(); };
+    EXPECT_TRUE(main.Until([&] { return toolTip() == "There is no device /dev/does-not-exist."; }));
     EXPECT_EQ(main.settings.Comport, 2);
     ports->setCurrentIndex(0);
     emit ports->activated(0);
     EXPECT_TRUE(main.Until([&] { return main.Find<QPushButton>("cmdStart")->isEnabled(); }));
-    EXPECT_EQ(main.Find<QLabel>("sbar_1")->toolTip(), "");
+    EXPECT_NE(toolTip().find(" Comport not open"), std::string::npos) << "with an open port: what was, and when";
 }
 
 /// The caption, title or tool tip of every control of every open window, as it stands and as its id says.
@@ -155,7 +162,8 @@ TEST(MainWindow, LanguageSwitchesEveryTextOfEveryOpenWindowBothWays)
         for (const auto* action : main.window->findChildren<QAction*>(QRegularExpression("^mnu"))) {
             all += action->text();
         }
-        all.removeAll(QString()); // separators
+        all.removeAll(QString());   // separators
+        all.removeAll("&Profibus"); // the same in both languages
         return all;
     };
     const QStringList english = menuTexts();
@@ -167,13 +175,14 @@ TEST(MainWindow, LanguageSwitchesEveryTextOfEveryOpenWindowBothWays)
         EXPECT_EQ(main.help.HelpFile(), "/folder/RVQ.chm::/RVQ_PopUps_De.txt");
         const QStringList german = menuTexts();
         for (int i = 0; i < english.size(); ++i) {
-            EXPECT_NE(german[i], english[i]);
+            EXPECT_NE(german[i].toStdString(), english[i].toStdString());
         }
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
         expectTexts(LanguageEnglish);
         EXPECT_EQ(menuTexts(), english);
     }
     EXPECT_TRUE(page->source().toString().endsWith("Main_en.htm"));
+    EXPECT_FALSE(page->isBackwardAvailable()) << "it would lead to the other language";
     EXPECT_EQ(main.Find<QPushButton>("cmdStart")->text(), "Start");
     EXPECT_EQ(main.Find<QPushButton>("cmdStart")->shortcut(), QKeySequence(Qt::Key_F5));
 }
@@ -207,15 +216,117 @@ TEST(MainWindow, ConsoleShowsWhatTheSensorSendsWhileItIsOpen)
     EXPECT_FALSE(console->isVisible());
 }
 
-TEST(MainWindow, SaysOnceThatSettingsCannotBeKept)
+TEST(MainWindow, SensorSettingsGoToTheSensorAndOnlyFromTheOperator)
+{
+    Window main;
+    auto* depth = main.Find<QComboBox>("cmbAverageDepth");
+    auto* average = main.Find<QCheckBox>("chkMovingAverage");
+    auto* laser = main.Find<QCheckBox>("chkRedLaser");
+    EXPECT_FALSE(depth->isEnabled());
+    EXPECT_EQ(depth->count(), 5);
+    ASSERT_TRUE(main.Until([&] { return main.Text("lblTemperature") == "23 C,  OK" && depth->isEnabled(); }));
+    std::string sent;
+    const auto sees = [&](const std::string& wanted) {
+        sent.clear();
+        return main.Until([&] {
+            main.sensor.With([&](simulator::clsSensorModel& model) {
+                for (const std::string& command : model.WireLog()) {
+                    sent += command;
+                }
+                model.ClearWireLog();
+            });
+            return sent.find(wanted) != std::string::npos;
+        });
+    };
+    main.Find<QPushButton>("cmdStart")->click();
+    ASSERT_TRUE(sees("M"));
+    EXPECT_EQ(sent.find("30"), std::string::npos) << "reading the settings sends none back";
+    average->click();
+    EXPECT_TRUE(sees("S304 1\rM")) << sent;
+    laser->click();
+    EXPECT_TRUE(sees(laser->isChecked() ? "SPM" : "SOM")) << sent;
+    depth->setCurrentIndex(2);
+    emit depth->activated(2);
+    EXPECT_TRUE(sees("S301 64\rM")) << sent;
+    EXPECT_EQ(depth->currentIndex(), 2);
+    EXPECT_TRUE(average->isChecked());
+    ASSERT_TRUE(main.Until([&] { return !main.Text("lblMeasValue").empty(); }));
+}
+
+TEST(MainWindow, LargeDisplayFitsItsLettersToTheWindow)
+{
+    const Window main;
+    const auto window = [&] { return main.window->findChild<frmTextWindow*>(); };
+    emit main.Find<ValueLabel>("lblMeasValue")->clicked();
+    emit main.Find<ValueLabel>("lblMeasValue")->clicked();
+    ASSERT_EQ(main.window->findChildren<frmTextWindow*>().size(), 1) << "one window only";
+    const auto* value = window()->findChild<QLabel*>("lblValue");
+    window()->resize(600, 300);
+    const double size = value->font().pointSizeF();
+    EXPECT_GT(size, 26.0);
+    window()->ShowValue("1.2 m");
+    EXPECT_EQ(value->font().pointSizeF(), size) << "the first digits do not change the size";
+    window()->ShowValue("123.45678901 nm");
+    EXPECT_LT(value->sizeHint().width(), 600) << "a longer text makes the letters smaller";
+    window()->resize(20, 300);
+    EXPECT_GT(value->font().pointSizeF(), 8.0) << "too narrow for any letter: as before";
+    window()->close();
+}
+
+TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
+{
+    const Window main;
+    const auto* chart = main.Find<XYChart>("picGraph");
+    main.Find<QAction>("mnuPopUpYscaleSettings")->trigger();
+    auto* dialog = main.window->findChild<frmChartSettings*>();
+    ASSERT_NE(dialog, nullptr);
+    const auto box = [&](const char* name) { return dialog->findChild<NumberEdit*>(QLatin1String(name)); };
+    const auto button = [&](const char* name) { return dialog->findChild<QAbstractButton*>(QLatin1String(name)); };
+    EXPECT_TRUE(button("optYScaleAuto")->isChecked());
+    EXPECT_FALSE(box("txtParameter_0")->isEnabled());
+    button("optYScaleManual")->click();
+    box("txtParameter_0")->ShowText("123456789");
+    box("txtParameter_1")->ShowText("7");
+    button("optxAxisTime")->click();
+    button("chkConnectPoints")->click();
+    button("chkNullWerte")->click();
+    button("cmdApply")->click();
+    EXPECT_EQ(box("txtParameter_0")->text(), "255");
+    EXPECT_EQ(main.settings.yMax, 5000.0);
+    EXPECT_EQ(chart->YMaximum(), 5000.0);
+    EXPECT_EQ(chart->YMinimum(), 7.0);
+    EXPECT_TRUE(chart->TimeScale());
+    EXPECT_FALSE(chart->ConnectPoints());
+    EXPECT_TRUE(main.settings.ShowZeroValues);
+    main.Find<QAction>("mnuPopupShowZero")->setChecked(true);
+    main.Find<QAction>("mnuPopupShowZero")->trigger();
+    EXPECT_FALSE(button("chkNullWerte")->isChecked()) << "menu and window stay in step";
+
+    box("txtParameter_1")->setText("1a,5");
+    EXPECT_EQ(box("txtParameter_1")->text(), QString("1%1").arg(QLocale().decimalPoint()) + "5") << "pasted text too";
+    QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    box("txtParameter_1")->setText("-20");
+    QApplication::sendEvent(box("txtParameter_1"), &enter);
+    EXPECT_EQ(box("txtParameter_1")->text(), "0");
+    EXPECT_TRUE(dialog->isVisible()) << "Enter belongs to the box";
+    button("cmdCancel")->click();
+    EXPECT_EQ(chart->YMinimum(), 7.0);
+}
+
+TEST(MainWindow, SaysThatSettingsCannotBeKept)
 {
     Window main;
     EXPECT_EQ(main.Text("sbar_2"), "") << "nothing is to be kept";
-    main.settings.IniFile = "/proc/self/RVQ.ini";
-    main.window = std::make_unique<frmMain>(
-        main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }}, main.help);
-    EXPECT_EQ(main.Text("sbar_2"), "Settings are not kept: no permission to write in /proc/self");
-    main.window->close();
+    for (const char* file : {"/proc/self/RVQ.ini", "/tmp"}) {
+        main.settings.IniFile = file;
+        main.window.reset();
+        main.window = std::make_unique<frmMain>(
+            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }}, main.help);
+        EXPECT_EQ(main.Text("sbar_2"), std::string("Settings are not kept: ") + file + " cannot be written");
+        main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
+        EXPECT_TRUE(main.Text("sbar_2").starts_with("Einstellungen werden nicht gespeichert: "));
+        main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
+    }
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)

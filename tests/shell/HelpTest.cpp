@@ -7,12 +7,16 @@
 #include "shell/modGlobals.h"
 #include "shell/modHTMLHelp.h"
 
+#include <QAbstractItemView>
+#include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTextBrowser>
@@ -115,6 +119,29 @@ TEST(ContextHelp, F1ExplainsTheControlInTheChosenLanguageOrOpensTheWindowsPage)
     QApplication::sendEvent(&start.splash, &f1);
     ASSERT_NE(start.Viewer(), nullptr);
     EXPECT_EQ(start.Page()->source().fileName(), "Splash_en.htm");
+}
+
+TEST(ContextHelp, MenusAndOpenListsBelongToTheirWindow)
+{
+    StartUp start;
+    auto* list = start.splash.findChild<QComboBox*>("cmbComPort");
+    list->showPopup();
+    QWidget* popup = list->view()->window();
+    ASSERT_NE(popup, &start.splash);
+    EXPECT_EQ(start.help.PopUpText(*list->view()), start.help.PopUpText(*list));
+    QMenu menu(&start.splash);
+    menu.setObjectName("frmMain"); // any window's topics
+    QAction* item = menu.addAction("about");
+    item->setObjectName("mnuHelpAbout");
+    start.help.ExplainMenus(menu);
+    EXPECT_FALSE(item->whatsThis().isEmpty());
+    QKeyEvent f1(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
+    menu.popup({});
+    QApplication::sendEvent(&menu, &f1);
+    menu.hide();
+    ASSERT_NE(start.Viewer(), nullptr) << "no item is active: the window's page";
+    QApplication::sendEvent(start.Viewer(), &f1);
+    EXPECT_EQ(start.splash.findChildren<frmHelp*>().size(), 1);
 }
 
 TEST(HelpViewer, FindsInThePageAndGoesBackAndForward)

@@ -17,7 +17,9 @@ public:
     bool running = false, shutDown = false;
     ControlRule rule;
     std::vector<std::pair<double, double>> points;
-    std::int32_t resets = 0, scrolls = 0;
+    std::pair<double, double> limits;
+    SensorSettings sensor;
+    std::int32_t resets = 0, scrolls = 0, gaps = 0;
 
     void Echo(std::string_view received) override { echoed += received; }
     void ShowDistance(const std::string& text) override { distance = text; }
@@ -34,8 +36,12 @@ public:
     void ShowRunning(bool isRunning) override { running = isRunning; }
     void ShowShutDown(bool isShutDown) override { shutDown = isShutDown; }
     void ShowRule(const ControlRule& shown) override { rule = shown; }
+    void ShowSensorSettings(const SensorSettings& shown) override { sensor = shown; }
     void ResetChart() override { ++resets; }
     void ShowUnit(std::string_view shown) override { unit = shown; }
     void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
+    void AddChartGap(double) override { ++gaps; }
+    void ShowYLimits(double lower, double upper) override { limits = {lower, upper}; }
+    std::optional<std::array<double, 2>> ChartedValues() override { return {}; }
     void ShowChartTime(double) override { ++scrolls; }
 };

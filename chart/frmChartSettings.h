@@ -1,0 +1,56 @@
+// The window of the chart's settings: kind of time axis, scaling of the value axis, connected points, zero values.
+#pragma once
+
+#include <QDialog>
+
+#include <array>
+#include <functional>
+
+class NumberEdit;
+class QCheckBox;
+class QGroupBox;
+class QLabel;
+class QPushButton;
+class QRadioButton;
+class XYChart;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class frmChartSettings : public QDialog {
+    Q_OBJECT
+
+public:
+    /// `settings` and `chart` must outlive the window.
+    frmChartSettings(QWidget& owner, modGlobals::Settings& settings, XYChart& chart);
+
+    /// Shows the settings as they are; also called after a change made elsewhere.
+    void ShowUpdatedSettings();
+    /// Is called after settings were applied.
+    std::function<void()> Applied;
+
+private:
+    template <typename Button>
+    Button* addButton(const char* name, std::int32_t id);
+    QGroupBox* buildTimeAxis();
+    QGroupBox* buildValueAxis();
+    QLayout* buildButtons();
+    void enableLimits();
+    void cmdOK_Click();
+    void cmdApply_Click();
+
+    modGlobals::Settings& m_settings;
+    XYChart& m_chart;
+    char m_decimalSeparator;
+    QRadioButton* optxAxisTime;
+    QRadioButton* optxAxisInterval;
+    QRadioButton* optYScaleAuto;
+    QRadioButton* optYScaleManual;
+    std::array<NumberEdit*, 2> txtParameter{};
+    QCheckBox* chkConnectPoints;
+    QCheckBox* chkNullWerte;
+    QPushButton* cmdOK;
+    QPushButton* cmdCancel;
+    QPushButton* cmdApply;
+};

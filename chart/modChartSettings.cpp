@@ -1,0 +1,58 @@
+#include "chart/modChartSettings.h"
+
+#include "shell/Numbers.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace modChartSettings {
+
+namespace {
+
+constexpr double kLargestTyped = 999999.0;
+constexpr double kLargestApplied = 99999999.0;
+constexpr double kDefaults[] = {5000.0, 0.0};
+constexpr double kLeastSpan = 0.000001;
+constexpr int kMostDecimals = 6;
+
+} // namespace
+
+std::string LimitText(double limit, char decimalSeparator)
+{
+    std::string text = FixedText(limit, kMostDecimals, decimalSeparator);
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.back() == decimalSeparator) {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparator)
+{
+    const double value = CDbl(typed, decimalSeparator).value_or(kDefaults[limit]);
+    return LimitText(std::clamp(value, 0.0, kLargestTyped), decimalSeparator);
+}
+
+Applied Apply(double yMax, double yMin, const std::array<std::string, 2>& typed, char decimalSeparator)
+{
+    Applied applied{yMax, yMin, typed};
+    for (const Limit limit : {LimitMax, LimitMin}) {
+        const auto value = CDbl(typed[limit], decimalSeparator);
+        if (!value) {
+            throw std::invalid_argument("a limit of the chart is no number");
+        }
+        if (std::fabs(*value) <= kLargestApplied) {
+            (limit == LimitMax ? applied.yMax : applied.yMin) = *value;
+        } else {
+            applied.texts[limit] = "255"; // Deliberate: the text, where one would expect a colour.
+        }
+    }
+    if (std::fabs(applied.yMax - applied.yMin) < kLeastSpan) {
+        applied.yMax = applied.yMin + kLeastSpan;
+        applied.texts[LimitMax] = LimitText(applied.yMax, decimalSeparator);
+    }
+    return applied;
+}
+
+} // namespace modChartSettings

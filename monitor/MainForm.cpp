@@ -1,0 +1,270 @@
+#include "monitor/MainForm.h"
+
+#include "chart/XYChart.h"
+#include "monitor/LampShape.h"
+#include "monitor/ValueLabel.h"
+#include "shell/Localise.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QStatusBar>
+
+#include <utility>
+
+namespace {
+
+constexpr double kValueFontScale = 2.2;
+constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
+
+template <typename Widget, typename... Arguments>
+Widget* named(const char* name, Arguments&&... arguments)
+{
+    auto* widget = new Widget(std::forward<Arguments>(arguments)...);
+    widget->setObjectName(QLatin1String(name));
+    return widget;
+}
+
+QMenu* subMenu(QMenu* created, const char* name)
+{
+    created->setObjectName(QLatin1String(name));
+    return created;
+}
+
+QAction* item(QWidget* menu, const char* name)
+{
+    auto* action = named<QAction>(name, menu);
+    menu->addAction(action);
+    return action;
+}
+
+QAction* checkedItem(QWidget* menu, const char* name)
+{
+    QAction* action = item(menu, name);
+    action->setCheckable(true);
+    return action;
+}
+
+QAction* bar(QMenu* menu, const char* name)
+{
+    QAction* separator = menu->addSeparator();
+    separator->setObjectName(QLatin1String(name));
+    return separator;
+}
+
+} // namespace
+
+void MainForm::BuildForm(QMainWindow& window)
+{
+    auto* centre = new QWidget(&window);
+    buildMeasurementFrame(*centre);
+    buildSensorFrame(*centre);
+    buildComportFrame(*centre);
+    picGraph = named<XYChart>("picGraph", centre);
+    picGraph->setContextMenuPolicy(Qt::CustomContextMenu);
+    auto* grid = new QGridLayout(centre);
+    grid->setHorizontalSpacing(window.fontMetrics().height());
+    grid->addWidget(fraMeasurement, 0, 0);
+    grid->addWidget(fraRVQ, 1, 0);
+    grid->addWidget(fraComport, 2, 0);
+    grid->setRowStretch(3, 1);
+    grid->addWidget(picGraph, 0, 1, 4, 1);
+    grid->setColumnStretch(1, 1);
+    window.setCentralWidget(centre);
+    buildMenus(window);
+    buildPopUp(window);
+    buildStatusBar(window);
+    setTextIds(window);
+}
+
+void MainForm::buildMeasurementFrame(QWidget& parent)
+{
+    fraMeasurement = named<QGroupBox>("fraMeasurement", &parent);
+    shpLamp = named<LampShape>("shpLamp", fraMeasurement);
+    lblLamp = named<QLabel>("lblLamp", fraMeasurement);
+    lblMeasCaption = named<QLabel>("lblMeasCaption", fraMeasurement);
+    lblMeasValue = named<ValueLabel>("lblMeasValue", fraMeasurement);
+    lblShutDown = named<QLabel>("lblShutDown", fraMeasurement);
+    lblTempCaption = named<QLabel>("lblTempCaption", fraMeasurement);
+    lblTemperature = named<QLabel>("lblTemperature", fraMeasurement);
+    cmdStart = named<QPushButton>("cmdStart", QStringLiteral("Start"), fraMeasurement);
+    cmdSingleValue = named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), fraMeasurement);
+    chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
+    styleMeasurement();
+
+    auto* grid = new QGridLayout(fraMeasurement);
+    grid->addWidget(shpLamp, 0, 0);
+    grid->addWidget(lblLamp, 0, 1, 1, 3);
+    grid->addWidget(lblMeasCaption, 1, 0, 1, 4);
+    grid->addWidget(lblMeasValue, 2, 0, 1, 4);
+    grid->addWidget(lblTempCaption, 3, 0, 1, 2);
+    grid->addWidget(lblTemperature, 3, 2, 1, 2, Qt::AlignRight);
+    grid->addWidget(lblShutDown, 4, 0, 1, 4);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdStart, 1);
+    buttons->addWidget(cmdSingleValue, 1);
+    grid->addLayout(buttons, 5, 0, 1, 4);
+    grid->addWidget(chkTempMeasurement, 6, 0, 1, 4);
+    grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(3, 1);
+}
+
+void MainForm::styleMeasurement() const
+{
+    QFont large = lblMeasValue->font();
+    large.setPointSizeF(large.pointSizeF() * kValueFontScale);
+    large.setBold(true);
+    lblMeasValue->setFont(large);
+    lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    // As wide as the longest text, so that the column keeps its width whatever is measured.
+    lblMeasValue->setMinimumWidth(QFontMetrics(large).horizontalAdvance(QLatin1String(kValueTemplate)));
+    lblMeasValue->setMinimumHeight(QFontMetrics(large).height());
+    QFont bold = lblShutDown->font();
+    bold.setBold(true);
+    lblShutDown->setFont(bold);
+    QSizePolicy keepsItsPlace = lblShutDown->sizePolicy();
+    keepsItsPlace.setRetainSizeWhenHidden(true);
+    lblShutDown->setSizePolicy(keepsItsPlace);
+    lblShutDown->hide();
+}
+
+void MainForm::buildSensorFrame(QWidget& parent)
+{
+    fraRVQ = named<QGroupBox>("fraRVQ", &parent);
+    lblAverageDepth = named<QLabel>("lblAverageDepth", fraRVQ);
+    cmbAverageDepth = named<QComboBox>("cmbAverageDepth", fraRVQ);
+    chkMovingAverage = named<QCheckBox>("chkMovingAverage", fraRVQ);
+    chkRedLaser = named<QCheckBox>("chkRedLaser", fraRVQ);
+    lblAverageDepth->setBuddy(cmbAverageDepth);
+    auto* grid = new QGridLayout(fraRVQ);
+    grid->addWidget(lblAverageDepth, 0, 0);
+    grid->addWidget(cmbAverageDepth, 0, 1);
+    grid->addWidget(chkMovingAverage, 1, 0, 1, 2);
+    grid->addWidget(chkRedLaser, 2, 0, 1, 2);
+    grid->setColumnStretch(1, 1);
+}
+
+void MainForm::buildComportFrame(QWidget& parent)
+{
+    fraComport = named<QGroupBox>("fraComport", &parent);
+    cmbComPort = named<QComboBox>("cmbComPort", fraComport);
+    cmbBaudrate = named<QComboBox>("cmbBaudrate", fraComport);
+    auto* row = new QHBoxLayout(fraComport);
+    row->addWidget(cmbComPort, 1);
+    row->addWidget(cmbBaudrate, 1);
+}
+
+void MainForm::buildMenus(QMainWindow& window)
+{
+    QMenuBar* menus = window.menuBar();
+    mnuFile = subMenu(menus->addMenu(QString()), "mnuFile");
+    mnuFileExit = item(mnuFile, "mnuFileExit");
+    mnuFileExit->setShortcut(QKeySequence::Quit);
+    mnuConfiguration = subMenu(menus->addMenu(QString()), "mnuConfiguration");
+    mnuConfigurationRVQ = item(mnuConfiguration, "mnuConfigurationRVQ");
+    mnuConfigurationDefault = subMenu(mnuConfiguration->addMenu(QString()), "mnuConfigurationDefault");
+    mnuConfigurationDefaultSerial = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultSerial");
+    mnuConfigurationDefaultProfibus = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultProfibus");
+    auto* oneOfTwo = new QActionGroup(&window);
+    oneOfTwo->addAction(mnuConfigurationDefaultSerial);
+    oneOfTwo->addAction(mnuConfigurationDefaultProfibus);
+    mnuRecorder = item(menus, "mnuRecorder");
+    mnuOptions = subMenu(menus->addMenu(QString()), "mnuOptions");
+    mnuOptionLanguage = subMenu(mnuOptions->addMenu(QString()), "mnuOptionLanguage");
+    mnuOptionLanguageDEEN = item(mnuOptionLanguage, "mnuOptionLanguageDEEN");
+    mnuOptionConsole = checkedItem(mnuOptions, "mnuOptionConsole");
+    mnuHelp = subMenu(menus->addMenu(QString()), "mnuHelp");
+    mnuHelpContents = item(mnuHelp, "mnuHelpContents");
+    mnuHelpWhatsThis = item(mnuHelp, "mnuHelpWhatsThis");
+    mnuHelpWhatsThis->setShortcut(QKeySequence::WhatsThis);
+    mnuHelpBar = bar(mnuHelp, "mnuHelpBar");
+    mnuHelpAbout = item(mnuHelp, "mnuHelpAbout");
+    mnuHelpAbout->setMenuRole(QAction::AboutRole);
+}
+
+void MainForm::buildPopUp(QMainWindow& window)
+{
+    mnuPopUp = named<QMenu>("mnuPopUp", &window);
+    mnuPopupShowZero = checkedItem(mnuPopUp, "mnuPopupShowZero");
+    mnuPopupFixedTime = checkedItem(mnuPopUp, "mnuPopupFixedTime");
+    mnuPopUpBar = bar(mnuPopUp, "mnuPopUpBar");
+    mnuPopUpYscaleSettings = item(mnuPopUp, "mnuPopUpYscaleSettings");
+    mnuPopupHelp = item(mnuPopUp, "mnuPopupHelp");
+}
+
+void MainForm::buildStatusBar(QMainWindow& window)
+{
+    for (std::size_t i = 0; i < sbar.size(); ++i) {
+        sbar[i] = new QLabel(&window);
+        sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
+        // A long text must not widen the window.
+        sbar[i]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+    sbar[2]->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    window.statusBar()->addWidget(sbar[0], 2);
+    window.statusBar()->addWidget(sbar[1], 3);
+    window.statusBar()->addPermanentWidget(sbar[2]);
+    window.statusBar()->setContentsMargins(window.fontMetrics().height() / 2, 0, 0, 0);
+}
+
+void MainForm::setTextIds(QMainWindow& window) const
+{
+    SetTextIds(&window, 1100);
+    SetTextIds(fraMeasurement, 1110);
+    SetTextIds(lblMeasCaption, 1111);
+    SetTextIds(lblMeasValue, 0, 1179);
+    SetTextIds(lblTempCaption, 1112);
+    SetTextIds(chkTempMeasurement, 1113, 1172);
+    SetTextIds(lblShutDown, 1164);
+    SetTextIds(cmdStart, 0, 1170);
+    SetTextIds(cmdSingleValue, 0, 1171);
+    SetTextIds(fraRVQ, 1105);
+    SetTextIds(lblAverageDepth, 1106);
+    SetTextIds(cmbAverageDepth, 0, 1176);
+    SetTextIds(chkMovingAverage, 1107, 1177);
+    SetTextIds(chkRedLaser, 1109, 1178);
+    SetTextIds(fraComport, 1101);
+    SetTextIds(cmbComPort, 0, 1173);
+    SetTextIds(cmbBaudrate, 0, 1174);
+}
+
+void MainForm::LocaliseMenus(std::int32_t language) const
+{
+    const auto text = [language](std::int32_t id) { return Text(id, language); };
+    mnuFile->setTitle(text(1140));
+    mnuFileExit->setText(text(1141));
+    mnuConfiguration->setTitle(text(1053));
+    mnuConfigurationRVQ->setText(text(1054));
+    mnuConfigurationDefault->setTitle(text(1055));
+    mnuConfigurationDefaultSerial->setText(text(1056));
+    mnuConfigurationDefaultProfibus->setText(text(1057));
+    mnuRecorder->setText(text(1058));
+    mnuOptions->setTitle(text(1142));
+    mnuOptionLanguage->setTitle(text(1143));
+    mnuOptionLanguageDEEN->setText(text(1144));
+    mnuOptionConsole->setText(text(1052));
+    mnuHelp->setTitle(text(1145));
+    mnuHelpContents->setText(text(1050));
+    mnuHelpWhatsThis->setText(text(1051));
+    mnuHelpAbout->setText(text(1146));
+    mnuPopupShowZero->setText(text(1060));
+    mnuPopupFixedTime->setText(text(1061));
+    mnuPopUpYscaleSettings->setText(text(1062));
+    mnuPopupHelp->setText(text(1145));
+    cmdStart->setShortcut(Qt::Key_F5);
+    cmdSingleValue->setShortcut(Qt::Key_F6);
+    shpLamp->setAccessibleName(text(1163));
+    lblMeasValue->setAccessibleName(text(1111));
+    cmbComPort->setAccessibleName(text(1173));
+    cmbBaudrate->setAccessibleName(text(1174));
+    picGraph->setAccessibleName(text(1165));
+    picGraph->EmptyText(text(1166));
+}

@@ -1,0 +1,140 @@
+// What the operator's commands do to the dialogue with the sensor.
+#include "device/modRVQComm.h"
+#include "monitor/clsMeasurementLoop.h"
+#include "shell/modFunctions.h"
+
+namespace {
+
+constexpr int kPasses = 41; // counted from 0 to 40
+constexpr std::int32_t kNoConnection = 1134;
+
+} // namespace
+
+void clsMeasurementLoop::StartStop(const NextPass& nextPass)
+{
+    if (!mayStart()) {
+        return;
+    }
+    if (m_device.OutputMode != OutputSingle) {
+        startStop();
+    } else if (m_device.PortIsOpen) {
+        requestOne(nextPass);
+    }
+}
+
+void clsMeasurementLoop::startStop()
+{
+    const std::int32_t before = m_device.CommStatus;
+    if (before == DialogueIdle) {
+        m_view.ShowStatus(3, {});
+        m_view.ResetChart();
+        if (!m_measuring) {
+            forgetHistory();
+        }
+        modRVQComm::StartMeasurement(m_device);
+        m_view.ShowRunning(true);
+    } else if (before == DialogueMeasuring) {
+        modRVQComm::StopMeasurement(m_device);
+        m_view.ShowRunning(false);
+        m_view.ShowDistance({});
+    }
+    m_measuring = m_device.CommStatus == DialogueMeasuring;
+}
+
+/// The sensor sends its value when it likes. Nobody else may send meanwhile.
+void clsMeasurementLoop::requestOne(const NextPass& nextPass)
+{
+    const modRVQComm::WaitScope wait(m_device);
+    m_passing = true;
+    modRVQComm::StartMeasurement(m_device);
+    showRule();
+    bool found = passBringsDistance();
+    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen && !m_device.Wait.Ended; ++pass) {
+        m_device.CurrentTime = nextPass();
+        found = passBringsDistance();
+    }
+    m_passing = false;
+    m_measuring = false;
+    if (m_device.Wait.Ended) {
+        return;
+    }
+    m_view.ShowRunning(false);
+    m_device.CommStatus = found ? DialogueIdle : DialogueNone;
+    if (found) {
+        newDistance();
+    } else {
+        m_view.ShowStatus(1, modFunctions::GetText(kNoConnection, m_settings.Language));
+    }
+}
+
+bool clsMeasurementLoop::passBringsDistance()
+{
+    if (!m_device.PortIsOpen || m_device.Wait.Ended) {
+        return false;
+    }
+    readPort();
+    m_device.EvaluateInBuffer();
+    return m_device.NewDistance;
+}
+
+void clsMeasurementLoop::SwitchRedLaser(bool on)
+{
+    if (!mayStart() || m_device.CommStatus == DialogueNone) {
+        showSensorSettings();
+        return;
+    }
+    const bool measuring = m_device.CommStatus == DialogueMeasuring;
+    if (measuring) {
+        modRVQComm::StopMeasurement(m_device);
+    }
+    m_device.SendCommand(on ? "P" : "O");
+    m_device.HWPointer = on ? "on" : "off"; // as the next dump will say
+    if (measuring) {
+        modRVQComm::StartMeasurement(m_device);
+    }
+}
+
+void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value,
+                                       const modRVQComm::PumpEvents& pumpEvents)
+{
+    if (mayStart() && m_device.CommStatus != DialogueNone) {
+        const std::int32_t before = m_device.*setting;
+        m_device.*setting = value;
+        if (modRVQComm::ChangeParameter(m_device, code, pumpEvents) != EventAcknowledged) {
+            m_device.*setting = before;
+        }
+    }
+    if (!m_device.Wait.Ended) {
+        showSensorSettings();
+        showRule();
+    }
+}
+
+void clsMeasurementLoop::RequestSingleValue()
+{
+    if (!m_device.Wait.Running && m_device.CommStatus != DialogueMeasuring) {
+        m_device.SendCommand("G");
+    }
+}
+
+void clsMeasurementLoop::ChangePort()
+{
+    m_device.CloseComPort();
+    reopenPort();
+}
+
+void clsMeasurementLoop::ChangeBaudrate()
+{
+    m_device.CommBaudrate(m_settings.Baudrate);
+}
+
+void clsMeasurementLoop::Unload()
+{
+    m_device.Wait.Ended = true;
+    m_device.CloseComPort();
+}
+
+bool clsMeasurementLoop::mayStart() const
+{
+    return !m_device.Wait.Running && !m_device.Wait.Ended;
+}

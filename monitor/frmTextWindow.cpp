@@ -1,0 +1,88 @@
+#include "monitor/frmTextWindow.h"
+
+#include "shell/Localise.h"
+#include "shell/modGlobals.h"
+
+#include <QLabel>
+#include <QShortcut>
+
+namespace {
+
+constexpr double kTwipsPerInch = 1440.0;
+constexpr int kMargins_twips = 360;
+constexpr int kLeft_twips = 120;
+constexpr int kAllowance_twips = 240;
+constexpr double kStart_pt = 8.0;
+constexpr double kCoarse_pt = 26.0;
+constexpr double kLargest_pt = 2000.0;
+constexpr char kTemplate[] = "#####,# ##";
+
+} // namespace
+
+frmTextWindow::frmTextWindow(QWidget& owner, const modGlobals::Settings& settings)
+    : QWidget(&owner, Qt::Window), lblValue(new QLabel(this)), lblTest(new QLabel(this)), m_size_pt(kStart_pt)
+{
+    setObjectName(QStringLiteral("frmTextWindow"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    SetTextIds(this, 1009);
+    lblValue->setObjectName(QStringLiteral("lblValue"));
+    lblTest->setObjectName(QStringLiteral("lblTest"));
+    lblTest->hide();
+    LocaliseForm(*this, settings.Language);
+    lblValue->setAccessibleName(windowTitle());
+    connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, &QWidget::close);
+    resize(pixels(2000), pixels(1000));
+}
+
+void frmTextWindow::ShowValue(const QString& text)
+{
+    lblTest->setFont(lblValue->font());
+    lblTest->setText(text);
+    if (lblTest->sizeHint().width() + pixels(kAllowance_twips) > width()) {
+        fit(text);
+    }
+    if (lblValue->text() != text) {
+        lblValue->setText(text);
+    }
+}
+
+void frmTextWindow::resizeEvent(QResizeEvent*)
+{
+    fit(lblValue->text());
+}
+
+/// While nothing is shown a template is measured, so that the first digits do not change the size.
+void frmTextWindow::fit(const QString& text)
+{
+    lblTest->setText(text.isEmpty() ? QLatin1String(kTemplate) : text);
+    const int room = width() - pixels(kMargins_twips);
+    if (room > 0) {
+        m_size_pt = fitFont(room, kStart_pt);
+        QFont fitted = lblValue->font();
+        fitted.setPointSizeF(m_size_pt);
+        lblValue->setFont(fitted);
+    }
+    lblValue->setGeometry(pixels(kLeft_twips), 0, width() - pixels(kLeft_twips), height());
+}
+
+/// The largest size whose text stays narrower than the target and no higher than the window.
+/// Deliberate: the steps are coarser for large letters.
+double frmTextWindow::fitFont(int targetWidth, double startSize_pt)
+{
+    double fitting = startSize_pt;
+    double size = startSize_pt;
+    QFont font = lblTest->font();
+    do {
+        fitting = size;
+        size += size < kCoarse_pt ? 2.0 : 6.0;
+        font.setPointSizeF(size);
+        lblTest->setFont(font);
+    } while (lblTest->sizeHint().width() < targetWidth && lblTest->sizeHint().height() <= height() &&
+             size < kLargest_pt);
+    return fitting;
+}
+
+int frmTextWindow::pixels(int twips) const
+{
+    return qRound(twips * logicalDpiX() / kTwipsPerInch);
+}

@@ -1,0 +1,36 @@
+// The limits of the chart's settings window: checking and applying.
+#include "chart/modChartSettings.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace {
+
+using namespace modChartSettings;
+
+TEST(ChartLimits, AreClampedOnLeavingABox)
+{
+    struct Row {
+        Limit limit;
+        const char *typed, *shown;
+    };
+    for (const Row& row : {Row{LimitMax, "", "5000"}, Row{LimitMin, "", "0"}, Row{LimitMin, "-20", "0"},
+                           Row{LimitMax, "999999", "999999"}, Row{LimitMax, "1e9", "999999"},
+                           Row{LimitMax, "-", "5000"}, Row{LimitMax, "1,50", "1,5"}, Row{LimitMin, "0,0000001", "0"}}) {
+        EXPECT_EQ(CheckedText(row.limit, row.typed, ','), row.shown) << row.typed;
+    }
+}
+
+TEST(ChartLimits, ApplyRefusesHugeNumbersAndKeepsTheLimitsApart)
+{
+    Applied applied = Apply(5000, 0, {"123456789", "-99999999"}, ',');
+    EXPECT_EQ(applied.yMax, 5000);
+    EXPECT_EQ(applied.yMin, -99999999);
+    EXPECT_EQ(applied.texts[0], "255");
+    applied = Apply(5000, 0, {"5", "5"}, ',');
+    EXPECT_DOUBLE_EQ(applied.yMax, 5.000001);
+    EXPECT_EQ(applied.texts[0], "5,000001");
+    EXPECT_THROW(Apply(5000, 0, {"5", "-"}, ','), std::invalid_argument);
+}
+
+} // namespace
