@@ -40,6 +40,18 @@ std::span<const ParameterDef> Parameters();
 /// The row of a three-digit code; null for any other text.
 const ParameterDef* ParameterOfCode(std::string_view code);
 
+/// Whether a configuration is one of a serial sensor; a node address of 0 or more makes it one of a Profibus sensor.
+inline bool IsSerial(const clsRVQ& configuration)
+{
+    return configuration.NodeAddress < 0;
+}
+
+/// Deliberate: only a sensor whose attenuator text has an "E" has rain filter and echo parameters.
+inline bool HasEchoFilter(const clsRVQ& device)
+{
+    return device.Attenuator.find('E') != std::string::npos;
+}
+
 /// What the set command for a code carries: the wire text of the device's value or the value as a decimal number.
 /// Empty for an unknown code, "999" and "000" among them.
 std::string WireValue(const clsRVQ& device, std::string_view code);

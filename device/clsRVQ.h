@@ -114,11 +114,18 @@ public:
     double ReadTempTime = 0.0;
     std::int32_t ReadTempInterval = 15000; ///< milliseconds
 
+    /// The sensor works with parameters that it would lose when switched off: set by every parameter and by "000" that
+    /// it acknowledges, cleared by an acknowledged "999", when it announces a restart, and when the dump of another
+    /// sensor comes.
+    bool UnstoredChanges = false;
+
     // What the sensor says of itself.
     std::string DeviceType = "Serial";
     std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
 
     // The parameters; their codes, keys, defaults and texts stand in device/Parameters.h.
+    std::string Name;     ///< "Device" for the entry that stands for the sensor; empty for a configuration
+    std::string FileName; ///< full path of a configuration's file, spelt as the system has it
     std::string Description;
     std::int32_t Baudrate, DistanceUnit, OutputMode, OutputFormat, NodeAddress, AutostartMode, AverageDepth,
         MovingAverage, TimeOut, EchoCheck, Blanking, RainFilter, DistanceWindow, EchoThreshold, DistanceLimit,

@@ -22,6 +22,9 @@ void clsRVQ::EvaluateInBuffer()
     EventNr = EventNone;
     NewDistance = false;
     std::string_view followUp;
+    if (modReplySteps::HoldsAnnouncement(InBuffer)) {
+        UnstoredChanges = false; // a restarted sensor works with what it has stored
+    }
     if (InBuffer.empty()) {
         followUp = evaluateSilence();
     } else if (CommStatus == DialogueNone) {
@@ -361,7 +364,9 @@ void clsRVQ::readDump(std::string_view dump)
     using modReplySteps::DumpValue;
     DeviceType = DumpValue(dump, "Type:");
     Attenuator = DumpValue(dump, "Attenuator:");
-    SerialNo = DumpValue(dump, "Serial-No:");
+    const std::string_view serialNo = DumpValue(dump, "Serial-No:");
+    UnstoredChanges = UnstoredChanges && serialNo == SerialNo;
+    SerialNo = serialNo;
     SWVersion = DumpValue(dump, "Version:");
     SWBuild = DumpValue(dump, "Build:");
     SWDate = DumpValue(dump, "Date:");
@@ -370,10 +375,8 @@ void clsRVQ::readDump(std::string_view dump)
     if (contains(sTemperature, "OK")) {
         TempStatus = contains(sTemperature, "NOK") ? 0 : 1;
     }
-    // Deliberate: only a sensor whose attenuator text has an "E" reports rain filter and echo parameters.
-    const bool echoFilter = contains(Attenuator, "E");
     for (const ParameterDef& row : Parameters()) {
-        if (row.group == ParameterGroup::EchoFilter && !echoFilter) {
+        if (row.group == ParameterGroup::EchoFilter && !HasEchoFilter(*this)) {
             continue;
         }
         std::string key = std::string(row.code) + ":";

@@ -62,21 +62,22 @@ std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> fina
     }
 }
 
-namespace {
-
-/// Within a `WaitScope`.
-std::int32_t sendAndAwait(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents)
 {
     device.Journal.Clear();
-    device.SendCommand(ParameterFrame(device, code));
+    device.SendCommand(ParameterFrame(values, code));
     const std::int32_t event =
         AwaitEvent(device, {EventTemperature, EventConfiguration, EventAcknowledged, EventRefused}, pumpEvents);
     const bool verdict = event == EventNoAnswer || event == EventAcknowledged;
     device.EventNr = verdict ? event : static_cast<std::int32_t>(EventRefused);
+    if (event == EventAcknowledged) {
+        if (const ParameterDef* row = ParameterOfCode(code)) {
+            device.*row->value = values.*row->value;
+        }
+        device.UnstoredChanges = code != "999";
+    }
     return device.EventNr;
 }
-
-} // namespace
 
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
@@ -84,7 +85,7 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
         throw std::logic_error("a measuring sensor gives no verdict; stop it first");
     }
     const WaitScope wait(device);
-    return sendAndAwait(device, code, pumpEvents);
+    return SendValueOf(device, device, code, pumpEvents);
 }
 
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
@@ -95,7 +96,7 @@ std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEv
     if (measuring) {
         StopMeasurement(device);
     }
-    const std::int32_t verdict = sendAndAwait(device, code, pumpEvents);
+    const std::int32_t verdict = SendValueOf(device, device, code, pumpEvents);
     // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
     if (measuring && !device.Wait.Ended && device.PortIsOpen && device.Openings == opening) {
         StartMeasurement(device);

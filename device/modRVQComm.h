@@ -59,6 +59,10 @@ std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> fina
 /// ever come.
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 
+/// `SendParameter` with the value that `values` has for the code, for a caller that holds a `WaitScope` over several
+/// sends of its own. What the sensor acknowledges is in `device` afterwards; a refused value leaves it as it was.
+std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents);
+
 /// `SendParameter` with a running measurement stopped before and started again after it.
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 
