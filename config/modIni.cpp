@@ -120,6 +120,27 @@ std::string_view missingLineEnd(std::string_view before)
     return before.empty() || before.ends_with('\n') ? std::string_view{} : kLineEnd;
 }
 
+/// Creates or replaces one entry in a file's content.
+void putEntry(std::string& content, std::string_view section, const Entry& entry)
+{
+    std::string line(entry.value);
+    std::ranges::replace_if(
+        line, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+    const Place place = find(content, section, entry.key);
+    if (place.value) {
+        content.replace(static_cast<std::size_t>(place.value->data() - content.data()), place.value->size(), line);
+        return;
+    }
+    std::string added;
+    const std::size_t at = place.hasSection ? place.sectionEnd : content.size();
+    added.append(missingLineEnd(std::string_view(content).substr(0, at)));
+    if (!place.hasSection) {
+        added.append("[").append(section).append("]").append(kLineEnd);
+    }
+    added.append(entry.key).append("=").append(line).append(kLineEnd);
+    content.insert(at, added);
+}
+
 } // namespace
 
 std::int32_t GetPrivateProfileIntA(std::string_view section, std::string_view key, std::int32_t fallback,
@@ -176,32 +197,22 @@ std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesyst
 bool WritePrivateProfileStringA(std::string_view section, std::string_view key, std::string_view value,
                                 const std::filesystem::path& file)
 {
+    const Entry entry{std::string(key), std::string(value)};
+    return WriteEntries(section, {&entry, 1}, file);
+}
+
+bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file)
+{
     std::error_code error;
-    std::optional<std::string> bytes = modFiles::ReadWhole(file);
+    const std::optional<std::string> bytes = modFiles::ReadWhole(file);
     if (!bytes && std::filesystem::exists(std::filesystem::symlink_status(file, error))) {
         return false; // something is there that cannot be read, so it cannot be kept either
     }
-    std::string line(value);
-    std::ranges::replace_if(
-        line, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
-    std::string content = std::move(bytes).value_or(std::string());
-    const Place place = find(content, section, key);
-    if (place.value == line) {
-        return true;
+    std::string content = bytes.value_or(std::string());
+    for (const Entry& entry : entries) {
+        putEntry(content, section, entry);
     }
-    if (place.value) {
-        content.replace(static_cast<std::size_t>(place.value->data() - content.data()), place.value->size(), line);
-    } else {
-        std::string added;
-        const std::size_t at = place.hasSection ? place.sectionEnd : content.size();
-        added.append(missingLineEnd(std::string_view(content).substr(0, at)));
-        if (!place.hasSection) {
-            added.append("[").append(section).append("]").append(kLineEnd);
-        }
-        added.append(key).append("=").append(line).append(kLineEnd);
-        content.insert(at, added);
-    }
-    return modFiles::Replace(file, content);
+    return content == bytes || modFiles::Replace(file, content);
 }
 
 } // namespace modIni

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -33,5 +34,12 @@ std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesyst
 /// False when the file cannot be written; it is as it was then.
 bool WritePrivateProfileStringA(std::string_view section, std::string_view key, std::string_view value,
                                 const std::filesystem::path& file);
+
+struct Entry {
+    std::string key, value;
+};
+
+/// The same for several keys of a section in one step: a crash leaves all of them written or none.
+bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file);
 
 } // namespace modIni

@@ -1,0 +1,52 @@
+#include "config/modConfigFile.h"
+
+#include "config/clsIni.h"
+#include "device/Parameters.h"
+
+#include <vector>
+
+namespace modConfigFile {
+
+namespace {
+
+constexpr char kSection[] = "RVQ";
+
+clsIni fileOf(const clsRVQ& configuration)
+{
+    clsIni ini({}, '.');
+    ini.Filename(configuration.FileName);
+    return ini;
+}
+
+} // namespace
+
+void Read(clsRVQ& configuration)
+{
+    const clsIni ini = fileOf(configuration);
+    const auto read = [&](const ParameterDef& row) {
+        configuration.*row.value = std::get<std::int32_t>(ini.GetSetting(kSection, row.key, row.missingKeyValue));
+    };
+    configuration.Description = std::get<std::string>(ini.GetSetting(kSection, "Description", std::string()));
+    for (const ParameterDef& row : Parameters()) {
+        if (row.group != ParameterGroup::SerialOnly) {
+            read(row);
+        }
+    }
+    configuration.DeviceType = IsSerial(configuration) ? "Serial" : "Profibus";
+    for (const ParameterDef& row : Parameters()) {
+        if (row.group == ParameterGroup::SerialOnly && IsSerial(configuration)) {
+            read(row);
+        }
+    }
+}
+
+bool Write(const clsRVQ& configuration)
+{
+    std::vector<modIni::Entry> entries{{"Description", configuration.Description}};
+    for (const ParameterDef& row : Parameters()) {
+        entries.push_back({std::string(row.key), std::to_string(configuration.*row.value)});
+    }
+    return fileOf(configuration).WriteSettings(kSection, entries);
+}
+
+} // namespace modConfigFile

@@ -1,0 +1,145 @@
+// The list of configurations and their files.
+#include "config/clsConfigLibrary.h"
+#include "config/clsIni.h"
+#include "config/modConfigFile.h"
+#include "config/modFiles.h"
+#include "device/Parameters.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+struct ConfigFolder : testing::Test {
+    std::filesystem::path folder = std::filesystem::temp_directory_path() / ("orvex-lib-" + std::to_string(getpid()));
+    std::string iniFile = folder / "RVQ.ini";
+
+    ConfigFolder() { std::filesystem::create_directories(folder); }
+    ~ConfigFolder() override { std::filesystem::remove_all(folder); }
+    std::string Put(const std::string& name, std::string_view bytes) const
+    {
+        std::ofstream(folder / name, std::ios::binary) << bytes;
+        return folder / name;
+    }
+    static std::string Bytes(const std::string& file) { return modFiles::ReadWhole(file).value_or("(none)"); }
+    std::string Listed() const
+    {
+        clsIni ini({}, '.');
+        ini.Filename(iniFile);
+        std::string list = ini.GetSection("FILES");
+        std::ranges::replace(list, '\0', '|');
+        for (std::size_t at = list.find(folder.string()); at != std::string::npos; at = list.find(folder.string())) {
+            list.erase(at, folder.string().size() + 1);
+        }
+        return list;
+    }
+    clsConfigLibrary Built() const
+    {
+        clsConfigLibrary library(iniFile);
+        library.Build();
+        return library;
+    }
+};
+
+TEST_F(ConfigFolder, AFileHoldsEveryKeyInOrderAndReadsBack)
+{
+    clsRVQ written;
+    written.FileName = folder / "\xC3\xA4.rvq";
+    written.Description = "Silo \xDC"
+                          "ber";
+    written.Offset = -5;
+    written.RainFilter = 2;
+    ASSERT_TRUE(modConfigFile::Write(written));
+    EXPECT_EQ(Bytes(written.FileName),
+              "[RVQ]\r\nDescription=Silo \xDC"
+              "ber\r\nBaudrate=3\r\nDistanceUnit=1\r\nOutputMode=0\r\nOutputFormat=1\r\n"
+              "NodeAddress=-1\r\nAutoStart=0\r\nAverageDepth=4\r\nMovingAverage=0\r\nTimeOut=1\r\nBoundChecking=1\r\n"
+              "Blanking=0\r\nRainFilter=2\r\nDistanceWindow=20000\r\nEchoThreshold=512\r\nDistanceLimit=1000\r\n"
+              "ValidMeasurements=1\r\nOffset=-5\r\nScaleFactor=1000\r\nTemperature=200\r\nAirPressure=1013\r\n"
+              "S1Logic=1\r\nS1OnThreshold=10000\r\nS1OffThreshold=9900\r\nS2Logic=1\r\nS2OnThreshold=1000\r\n"
+              "S2OffThreshold=900\r\nAnalogOutput=0\r\nAnalogMin=1000\r\nAnalogMax=9000\r\n");
+    clsRVQ read;
+    read.FileName = written.FileName;
+    modConfigFile::Read(read);
+    EXPECT_EQ(read.Description, written.Description);
+    for (const ParameterDef& row : Parameters()) {
+        EXPECT_EQ(read.*row.value, written.*row.value) << row.key;
+    }
+}
+
+TEST_F(ConfigFolder, WhatAFileDoesNotNameHasItsDefault)
+{
+    const std::tuple<const char*, std::int32_t, std::int32_t, const char*> rows[] = {
+        {"", 0, 1, "Serial"},
+        {"[RVQ]\nS1Logic=0\nOffset=12mm\n", 12, 0, "Serial"},
+        {"[RVQ]\nNodeAddress=5\nS1Logic=0\nOffset=x\n", 0, 7, "Profibus"},
+    };
+    for (const auto& [bytes, offset, s1Logic, type] : rows) {
+        clsRVQ configuration;
+        configuration.FileName = Put("a.rvq", bytes);
+        configuration.S1Logic = 7;
+        modConfigFile::Read(configuration);
+        EXPECT_EQ(configuration.RainFilter, 0) << bytes;
+        EXPECT_EQ(configuration.Offset, offset) << bytes;
+        EXPECT_EQ(configuration.S1Logic, s1Logic) << bytes;
+        EXPECT_EQ(configuration.DeviceType, type) << bytes;
+    }
+}
+
+TEST_F(ConfigFolder, TheListSkipsGapsLostFilesAndNumbersAbove64)
+{
+    const std::string a = Put("a.rvq", "[RVQ]\nDescription=A\n");
+    const std::string b = Put("b.rvq", "[RVQ]\nDescription=B\n");
+    const std::string mute = Put("mute.rvq", "[RVQ]\nOffset=1\n");
+    Put("RVQ.ini", "[FILES]\nRVQFile1=" + a + "\nRVQFile2=\nRVQFile3=" + mute +
+                       "\nRVQFile4=" + (folder / "no").string() + "\nRVQFile5=" + folder.string() + "\nRVQFile64=" + b +
+                       "\nRVQFile65=" + a + "\n");
+    const clsConfigLibrary library = Built();
+    ASSERT_EQ(library.Size(), 3U);
+    EXPECT_EQ(library.Device().Name, "Device");
+    EXPECT_EQ(library.Device().Description, "");
+    EXPECT_EQ(library.Entry(1).Description, "A");
+    EXPECT_EQ(library.Entry(2).Description, "B");
+}
+
+TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
+{
+    clsConfigLibrary library(iniFile);
+    for (const char* name : {"a", "b", "c"}) {
+        EXPECT_TRUE(library.Store(library.FindOrAdd(folder / name), name));
+    }
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=b|RVQFile3=c|RVQFile4=");
+    EXPECT_EQ(library.FindOrAdd(folder / "b"), 2U);
+    EXPECT_FALSE(library.WouldOverwrite((folder / "b").string(), 2)) << "its own file";
+    EXPECT_TRUE(library.WouldOverwrite((folder / "b").string(), clsConfigLibrary::kDeviceLine));
+    EXPECT_FALSE(library.WouldOverwrite("Device", 1)) << "the device entry is no file";
+
+    EXPECT_EQ(library.Delete(clsConfigLibrary::kDeviceLine), std::nullopt);
+    EXPECT_EQ(library.Delete(2), 1U);
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=|RVQFile4=");
+    EXPECT_EQ(library.Import(folder / "b"), 3U) << "the file has stayed";
+    EXPECT_EQ(library.Import(folder / "none"), std::nullopt);
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=|RVQFile4=") << "an import is kept by the next save";
+
+    // Deliberate: a number that a longer list has left is read again.
+    Put("RVQ.ini", "[FILES]\nRVQFile1=" + (folder / "a").string() + "\nRVQFile2=" + (folder / "b").string() +
+                       "\nRVQFile3=" + (folder / "c").string() + "\nRVQFile4=" + (folder / "c").string() + "\n");
+    Built().Delete(2);
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=c|RVQFile4=");
+}
+
+TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
+{
+    clsConfigLibrary library(iniFile);
+    EXPECT_FALSE(library.Store(library.FindOrAdd(folder / "none" / "x.rvq"), "x"));
+    EXPECT_FALSE(library.Store(library.FindOrAdd(folder), "a folder"));
+    EXPECT_TRUE(std::filesystem::is_directory(folder));
+    const std::string tooLong = folder / (std::string(300, 'n') + ".rvq");
+    EXPECT_FALSE(library.Store(library.FindOrAdd(tooLong), "x"));
+    EXPECT_EQ(Built().Size(), 1U) << "none of them comes back";
+}
+
+} // namespace
