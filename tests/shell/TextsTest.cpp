@@ -18,7 +18,7 @@
 
 namespace {
 
-TEST(Texts, EveryRowHasTwoDifferentTextsAndAnIdOfItsOwn)
+TEST(Texts, EveryRowHasTwoTextsAndAnIdOfItsOwn)
 {
     struct Row {
         int id;
