@@ -1,0 +1,151 @@
+// What the settings window shows, checks and copies.
+#include "device/Parameters.h"
+#include "settings/EnablingRule.h"
+
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+TEST(Fields, LeavingABoxClampsAndFormats)
+{
+    const std::tuple<std::size_t, std::string, const char*> rows[] = {
+        {3, "", "1013"},        {3, "700", "800"},  {3, "99999", "1200"},
+        {1, "40", "32,767"},    {2, "1.5", "1,5"},  {2, "-10,04", "-10,0"},
+        {0, "2.5", "2"},        {0, "-", "0"},      {0, std::string(400, '9'), "32767"},
+        {12, "1.234,5", "512"}, {12, "abc", "512"}, {1, "-0,0004", "0,000"},
+    };
+    for (const auto& [field, typed, shown] : rows) {
+        EXPECT_EQ(CheckedText(field, typed, ','), shown) << field << ": " << typed;
+    }
+    EXPECT_EQ(FilteredKey(',', '.'), '.');
+    EXPECT_EQ(FilteredKey('.', ','), ',');
+    EXPECT_EQ(FilteredKey('e', ','), std::nullopt);
+}
+
+TEST(Fields, CopyingRefusesWhatIsOutOfRange)
+{
+    const std::tuple<std::size_t, const char*, std::optional<std::int32_t>> rows[] = {
+        {0, "32768", {}}, {0, "12x", 12},  {0, "1,9", 1}, {1, "1,005", 1005}, {1, "32.768", {}},
+        {1, "x", {}},     {2, "50,1", {}}, {3, "", {}},   {9, "1e300", {}},   {11, "0", {}},
+    };
+    for (const auto& [field, text, stored] : rows) {
+        EXPECT_EQ(StoredValue(field, text), stored) << field << ": " << text;
+    }
+}
+
+TEST(Fields, PairsMustLieApart)
+{
+    const std::tuple<std::size_t, const char*, const char*, bool> rows[] = {
+        {FieldS1On, "1000", "1009", false},      {FieldS1On, "1000", "1010", true},
+        {FieldS1On, "9999999", "9995", false}, // too near to the old value, 10000
+        {FieldS2On, "-4", "5", false},           {FieldS2On, "-5", "5", true},
+        {FieldAnalogMin, "1000", "1999", false}, {FieldAnalogMin, "1000", "0", true},
+    };
+    for (const auto& [first, a, b, stored] : rows) {
+        clsRVQ configuration;
+        ShownSettings shown = ShownOf(configuration, '.');
+        shown.texts[first] = a;
+        shown.texts[first + 1] = b;
+        shown.texts[FieldDistanceWindow] = "77";
+        EXPECT_EQ(CopyInto(configuration, shown)[first + 1] == CopyOutcome::Stored, stored) << a << ", " << b;
+        EXPECT_EQ(configuration.DistanceWindow, 77) << "a refusal does not stop the others";
+    }
+}
+
+TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
+{
+    clsRVQ profibus;
+    profibus.NodeAddress = 5;
+    profibus.OutputMode = 2;
+    profibus.S1OnThreshold = 4711;
+    profibus.TimeOut = 9; // not in the list
+    profibus.ScaleFactor = -1234;
+    const ShownSettings shown = ShownOf(profibus, ',');
+    EXPECT_EQ(shown.texts[FieldNodeAddress], "5");
+    EXPECT_EQ(shown.texts[FieldS1On], "");
+    EXPECT_EQ(shown.texts[FieldScaleFactor], "-1,234");
+    EXPECT_EQ(shown.choices[ChoiceS2Logic], -1);
+    EXPECT_EQ(shown.choices[ChoiceTimeOut], -1);
+    EXPECT_EQ(shown.choices[ChoiceRainFilter], -1);
+
+    clsRVQ target;
+    target.RainFilter = 1;
+    const CopyOutcomes outcomes = CopyInto(target, shown);
+    EXPECT_EQ(outcomes[FieldS1On], CopyOutcome::Skipped);
+    EXPECT_EQ(outcomes[FieldNodeAddress], CopyOutcome::Stored);
+    EXPECT_EQ(target.S1OnThreshold, 10000);
+    EXPECT_EQ(target.OutputMode, 0) << "its list is disabled";
+    EXPECT_EQ(target.TimeOut, 1);
+    EXPECT_EQ(target.RainFilter, -1);
+
+    // A serial configuration saved in its place, and one sent to such a sensor.
+    const ShownSettings serial = ShownOf(clsRVQ(), ',');
+    EXPECT_EQ(serial.texts[FieldNodeAddress], "n/a");
+    EXPECT_EQ(CopyInto(target, serial)[FieldNodeAddress], CopyOutcome::Skipped);
+    EXPECT_EQ(target.NodeAddress, 5);
+    CopyForSaving(target, serial);
+    EXPECT_EQ(target.NodeAddress, -1);
+    EXPECT_EQ(target.DeviceType, "Serial");
+}
+
+/// The boxes that may be used, as digits and letters.
+std::string enabledBoxes(const EditorRule& rule)
+{
+    std::string boxes;
+    for (std::size_t i = 0; i < kFields.size(); ++i) {
+        boxes += rule.Fields[i] ? "0123456789abcde"[i] : '-';
+    }
+    return boxes;
+}
+
+TEST(EnablingRule, Boxes)
+{
+    const std::pair<EditorState, const char*> rows[] = {
+        {{.serial = true}, "01234567-------"},
+        {{.serial = true, .analogOutput = true}, "012345--89-----"},
+        {{.serial = false, .analogOutput = true}, "0123------a----"},
+        {{.serial = true, .busy = true}, "---------------"},
+    };
+    for (const auto& [state, boxes] : rows) {
+        const EditorRule rule = RuleOf(state);
+        EXPECT_EQ(enabledBoxes(rule), boxes);
+        EXPECT_EQ(rule.Choices[ChoiceS2Logic], rule.Fields[FieldAnalogMin]) << boxes;
+        EXPECT_EQ(rule.Choices[ChoiceOutputMode], rule.Fields[FieldS1On]) << boxes;
+    }
+}
+
+TEST(Fields, DifferencesNameTheSensorsValue)
+{
+    clsRVQ sensor;
+    sensor.Attenuator = "DE";
+    sensor.Offset = 40000; // out of the box's range, yet the same
+    ShownSettings shown = ShownOf(sensor, ',');
+    EXPECT_TRUE(Differences(shown, sensor, ',', 0).empty());
+    shown.texts[FieldTemperature] = "20.0"; // written otherwise, yet the same
+    shown.texts[FieldS1On] = "9000";
+    shown.texts[FieldScaleFactor] = "x";
+    shown.texts[FieldDistanceWindow] = "1";
+    shown.choices[ChoiceMovingAverage] = 1;
+    shown.choices[ChoiceTimeOut] = 4;
+    shown.choices[ChoiceOutputMode] = 2;
+    const auto found = [&] {
+        std::map<std::string_view, std::string> values;
+        for (const Difference& difference : Differences(shown, sensor, ',', 0)) {
+            values[difference.code] = difference.sensorText;
+        }
+        return values;
+    };
+    using Map = std::map<std::string_view, std::string>;
+    EXPECT_EQ(found(), (Map{{"501", "10000 mm"},
+                            {"702", "1,000"},
+                            {"352", "20000 mm"},
+                            {"304", "Aus"},
+                            {"302", "25 %"},
+                            {"603", "Kontinuierlich"}}));
+    sensor.Attenuator = "D"; // it does not report the window
+    sensor.NodeAddress = 5;
+    EXPECT_EQ(found(), (Map{{"702", "1,000"}, {"304", "Aus"}, {"302", "25 %"}, {"603", "Kontinuierlich"}}));
+}
+
+} // namespace
