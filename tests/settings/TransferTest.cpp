@@ -1,0 +1,227 @@
+// The transfers against the simulated sensor on a real line: what goes over the wire, what the window is told.
+#include "device/Parameters.h"
+#include "settings/clsTransfer.h"
+#include "tests/support/ScriptedSensor.h"
+#include "tests/support/SensorOnLine.h"
+
+#include <deque>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using simulator::clsSensorModel;
+
+constexpr char kSerialUpload[] =
+    "101 ASCII\r|111 MM\r|301 64\r|302 25\r|304 0\r|305 0\r|306 1\r|311 0\r|401 1000\r|402 9000\r|403 0\r|"
+    "501 10000\r|502 9900\r|503 1\r|504 1000\r|505 900\r|506 1\r|601 38400\r|603 C\r|701 0\r|702 1000\r|801 200\r|"
+    "802 1013\r|351 OFF\r|C";
+
+/// A settings window that answers questions from a list and writes down what it is told.
+struct RecordingView : TransferView {
+    std::string told;                  ///< status texts, "!" for red, "select", "fill" and "ask", in order
+    std::deque<FailureAnswer> answers; ///< Abort when there are none left
+    TransferProgress progress;
+
+    std::string TakeTold() { return std::exchange(told, {}); }
+    void ShowBusy(bool) override {}
+    void ShowStatusText(std::int32_t id) override { told += id == 0 ? "" : std::to_string(id) + " "; }
+    void ShowFailed(bool failed) override { told += failed ? "! " : ""; }
+    void ShowProgress(const TransferProgress& shown) override { progress = shown; }
+    FailureAnswer AskAboutFailure(std::int32_t reason) override
+    {
+        told += "ask " + std::to_string(reason) + " ";
+        answers.push_back(FailureAnswer::Abort);
+        const FailureAnswer answer = answers.front();
+        answers.pop_front();
+        return answer;
+    }
+    void SelectDeviceEntry() override { told += "select "; }
+    void FillFromDeviceEntry() override { told += "fill "; }
+};
+
+struct TransferOnLine : RecordingView {
+    SensorOnLine line;
+    clsRVQ entry;
+    int pumps = 0;
+    std::function<void()> atTenthPump;
+    clsTransfer transfer{line.device, entry, *this, [this] {
+                             line.Tick();
+                             if (++pumps == 10 && atTenthPump) {
+                                 atTenthPump();
+                             }
+                         }};
+
+    TransferOnLine()
+    {
+        EXPECT_TRUE(line.Configured());
+        transfer.Download();
+        told.clear();
+        line.TakeLog();
+        pumps = 0;
+    }
+    void Fault(double simulator::Faults::*fault)
+    {
+        line.sensor.With([&](clsSensorModel& model) { model.Faults().*fault = 1.0; });
+    }
+};
+
+TEST(Transfer, UploadSendsEveryCodeInItsOrderAndReadsBack)
+{
+    TransferOnLine window;
+    window.entry.OutputFormat = 0;
+    window.entry.DistanceUnit = 0;
+    window.entry.DistanceWindow = 5; // never sent, so the sensor's own comes back
+    window.transfer.Upload();
+    EXPECT_EQ(window.line.TakeLog(), kSerialUpload);
+    EXPECT_EQ(window.TakeTold(), "select 1274 ");
+    EXPECT_EQ(window.progress.step, 25);
+    EXPECT_EQ(window.progress.steps, 25);
+    EXPECT_EQ(window.entry.OutputFormat, 0);
+    EXPECT_EQ(window.entry.DistanceWindow, 20000);
+    EXPECT_TRUE(window.line.device.UnstoredChanges);
+
+    window.transfer.StoreInSensor();
+    EXPECT_EQ(window.line.TakeLog(), "999 \r");
+    EXPECT_EQ(window.TakeTold(), "1271 ");
+    EXPECT_FALSE(window.line.device.UnstoredChanges);
+    window.line.sensor.With([](clsSensorModel& model) { EXPECT_EQ(model.StoredParameter("101"), 0); });
+}
+
+TEST(Transfer, WhatASensorHasNotIsLeftOut)
+{
+    const std::string head = "101 111 301 302 304 305 306 311 ";
+    const std::string tail = "701 702 801 802 ";
+    const std::string one = head + "401 402 403 501 502 503 506 601 603 " + tail;
+    const std::string both = head + "401 402 403 501 502 503 504 505 506 601 603 " + tail;
+    const std::string profibus = head + "601 610 " + tail;
+    const std::tuple<std::int32_t, std::int32_t, std::int32_t, const char*, std::string> rows[] = {
+        {-1, 0, 0, "E", both + "351 "}, {-1, 1, 2, "DE", one + "351 "}, {-1, 0, -1, "E", both},
+        {-1, 0, 3, "E", both},          {5, 1, 1, "D", profibus},       {0, 0, 1, "E", profibus + "351 "},
+    };
+    for (const auto& [node, analog, rain, attenuator, codes] : rows) {
+        clsRVQ configuration, sensor;
+        configuration.NodeAddress = node;
+        configuration.AnalogOutput = analog;
+        configuration.RainFilter = rain;
+        sensor.Attenuator = attenuator;
+        std::string sent;
+        for (const std::string_view code : UploadCodes(configuration, sensor)) {
+            sent += std::string(code) + " ";
+        }
+        EXPECT_EQ(sent, codes);
+    }
+}
+
+TEST(Transfer, DefaultsStopARunningMeasurementAndStartItAgain)
+{
+    TransferOnLine window;
+    window.line.InSensor("701", 55);
+    window.line.loop.StartStop();
+    ASSERT_TRUE(window.line.UntilEvent(EventDistance));
+    window.line.TakeLog();
+    window.transfer.SetDefaults();
+    EXPECT_TRUE(window.line.UntilEvent(EventDistance));
+    EXPECT_EQ(window.line.TakeLog(), "S|000 \r|C|M");
+    EXPECT_EQ(window.TakeTold(), "1272 select ");
+    EXPECT_EQ(window.entry.Offset, 0);
+    EXPECT_EQ(window.line.device.CommStatus, DialogueMeasuring);
+    EXPECT_TRUE(window.line.device.UnstoredChanges) << "the stored set is another one";
+}
+
+TEST(Transfer, AFailureIsAskedAbout)
+{
+    struct Row {
+        std::deque<FailureAnswer> answers;
+        const char *log, *told;
+    };
+    for (const Row& row : {Row{{FailureAnswer::Abort}, "101 ASCII+UNIT\r", "ask 1293 "},
+                           Row{{FailureAnswer::Retry, FailureAnswer::Ignore, FailureAnswer::Abort},
+                               "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r",
+                               "ask 1293 ask 1293 ask 1293 "}}) {
+        TransferOnLine window;
+        window.Fault(&simulator::Faults::refusal);
+        window.answers = row.answers;
+        window.entry.Offset = 12;
+        window.transfer.Upload();
+        EXPECT_EQ(window.line.TakeLog(), row.log);
+        EXPECT_EQ(window.TakeTold(), row.told);
+        EXPECT_EQ(window.entry.Offset, 0) << "the entry keeps what was read";
+        EXPECT_FALSE(window.line.device.UnstoredChanges);
+        EXPECT_FALSE(window.line.device.Wait.Running);
+    }
+}
+
+TEST(Transfer, ASilentSensorEndsEachJobAsItIsMeantTo)
+{
+    struct Row {
+        void (clsTransfer::*act)();
+        const char* told;
+    };
+    for (const Row& row : {Row{&clsTransfer::Upload, "ask 1292 ask 1292 "}, Row{&clsTransfer::Download, "! fill "},
+                           Row{&clsTransfer::StoreInSensor, "! 1275 "}, Row{&clsTransfer::SetDefaults, "! 1276 ! "}}) {
+        TransferOnLine window;
+        window.Fault(&simulator::Faults::silence);
+        window.answers = {FailureAnswer::Retry, FailureAnswer::Abort};
+        window.entry.Offset = 12;
+        window.atTenthPump = [&] {
+            window.line.PutForward(5.0);
+            window.pumps = 0;
+        };
+        (window.transfer.*row.act)();
+        EXPECT_EQ(window.TakeTold(), row.told);
+        EXPECT_EQ(window.entry.Offset, row.act == &clsTransfer::Upload ? 0 : 12) << row.told;
+    }
+    // A refusal is the failure of a store too.
+    TransferOnLine window;
+    window.Fault(&simulator::Faults::refusal);
+    window.transfer.StoreInSensor();
+    EXPECT_EQ(window.TakeTold(), "! 1275 ");
+}
+
+TEST(Transfer, TheProgramEndsInTheMiddle)
+{
+    TransferOnLine window;
+    window.Fault(&simulator::Faults::silence);
+    window.atTenthPump = [&] {
+        window.transfer.Download(); // a second one is not begun
+        window.line.loop.Unload();
+    };
+    window.transfer.Upload();
+    EXPECT_EQ(window.line.TakeLog(), "101 ASCII+UNIT\r");
+    EXPECT_EQ(window.TakeTold(), "") << "no question any more";
+}
+
+TEST(Transfer, ByteByByteAndInBursts)
+{
+    for (const std::size_t longest : {1U, 60U}) {
+        std::mt19937 random(7);
+        ScriptedSensor sensor;
+        sensor.device.CommStatus = DialogueIdle;
+        clsSensorModel model({.lineRate = 38400});
+        RecordingView view;
+        clsRVQ entry;
+        std::string onTheWay;
+        double now_ms = 0.0;
+        clsTransfer transfer(sensor.device, entry, view, [&] {
+            now_ms += 0.5;
+            model.Receive(sensor.port.TakeSent(), now_ms / 1000.0);
+            onTheWay += model.Transmit(now_ms / 1000.0);
+            const std::size_t count = std::min<std::size_t>(onTheWay.size(), random() % longest + 1);
+            sensor.At(now_ms);
+            sensor.Arrive(onTheWay.substr(0, count));
+            onTheWay.erase(0, count);
+        });
+        for (std::int32_t round = 1; round <= 200; ++round) {
+            entry.Offset = round;
+            transfer.Upload();
+            ASSERT_EQ(model.Parameter("701"), round);
+            entry.Offset = 0;
+            transfer.Download();
+            ASSERT_EQ(entry.Offset, round);
+            ASSERT_EQ(view.TakeTold(), "select 1274 select 1273 ");
+        }
+    }
+}
+
+} // namespace
