@@ -123,9 +123,11 @@ public:
     std::string DeviceType = "Serial";
     std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
 
-    // The parameters; their codes, keys, defaults and texts stand in device/Parameters.h.
+    // As an entry in the list of configurations.
     std::string Name;     ///< "Device" for the entry that stands for the sensor; empty for a configuration
     std::string FileName; ///< full path of a configuration's file, spelt as the system has it
+
+    // The parameters; their codes, keys, defaults and texts stand in device/Parameters.h.
     std::string Description;
     std::int32_t Baudrate, DistanceUnit, OutputMode, OutputFormat, NodeAddress, AutostartMode, AverageDepth,
         MovingAverage, TimeOut, EchoCheck, Blanking, RainFilter, DistanceWindow, EchoThreshold, DistanceLimit,
