@@ -121,17 +121,6 @@ std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t
     return id < 1000 ? modFunctions::NeutralText(id) : modFunctions::GetText(id, language);
 }
 
-std::optional<char> FilteredKey(char key, char decimalSeparator)
-{
-    constexpr char kBackspace = 8;
-    constexpr char kEnter = 13;
-    if (key == ',' || key == '.') {
-        return decimalSeparator;
-    }
-    const bool passes = (key >= '0' && key <= '9') || key == '-' || key == kBackspace || key == kEnter;
-    return passes ? std::optional(key) : std::nullopt;
-}
-
 std::string CheckedText(std::size_t field, std::string_view typed, char decimalSeparator)
 {
     const FieldDef& def = kFields.at(field);

@@ -116,9 +116,6 @@ std::int32_t LabelId(std::string_view code);
 /// What a value of a list, check box or logic is called, UTF-8; empty outside the list.
 std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t language);
 
-/// The character that a pressed key puts into a box: digits, minus, backspace (8) and enter (13) themselves, comma and
-/// point both the decimal separator. Nothing for any other key.
-std::optional<char> FilteredKey(char key, char decimalSeparator);
 /// What a box shows when it loses the focus, or on Enter: the typed number within its limits and in its format. Comma
 /// and point both count as the decimal separator. A text that is no number counts as an empty one. Not for a box that
 /// is disabled.

@@ -18,9 +18,6 @@ TEST(Fields, LeavingABoxClampsAndFormats)
     for (const auto& [field, typed, shown] : rows) {
         EXPECT_EQ(CheckedText(field, typed, ','), shown) << field << ": " << typed;
     }
-    EXPECT_EQ(FilteredKey(',', '.'), '.');
-    EXPECT_EQ(FilteredKey('.', ','), ',');
-    EXPECT_EQ(FilteredKey('e', ','), std::nullopt);
 }
 
 TEST(Fields, CopyingRefusesWhatIsOutOfRange)

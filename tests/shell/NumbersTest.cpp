@@ -56,4 +56,12 @@ TEST(Numbers, ReadingDoesNotDependOnTheLocale)
     std::setlocale(LC_ALL, "C");
 }
 
+TEST(Numbers, KeysOfANumberBox)
+{
+    EXPECT_EQ(FilteredKey(',', '.'), '.');
+    EXPECT_EQ(FilteredKey('.', ','), ',');
+    EXPECT_EQ(FilteredKey('-', ','), '-');
+    EXPECT_EQ(FilteredKey('e', ','), std::nullopt);
+}
+
 } // namespace
