@@ -1,5 +1,6 @@
 // Opens every window of the program with a simulated sensor and saves a picture of it in German and in English:
 // orvex_pictures FOLDER [--dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
+#include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
@@ -15,6 +16,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPixmap>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +24,7 @@
 namespace {
 
 constexpr int kMeasuring_ms = 20000;
+constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
@@ -91,7 +94,7 @@ private:
         simulator::clsSimulatedSensor sensor(options);
         m_devices.Override(1, sensor.Path());
         clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, m_help);
+        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, {m_library, {}}, m_help);
         window.MeasureWhenConnected();
         window.show();
         runFor(kMeasuring_ms);
@@ -106,6 +109,7 @@ private:
                 save(*other, "console");
             }
         }
+        takeSettings(window);
         frmAbout about(&window, m_settings);
         about.show();
         runFor(200);
@@ -116,9 +120,21 @@ private:
         window.close();
     }
 
+    /// The window is modal: what is to happen while it is open is asked for before.
+    void takeSettings(const frmMain& window)
+    {
+        QTimer::singleShot(kDownload_ms, qApp, [this] {
+            QWidget* settings = QApplication::activeModalWidget();
+            save(*settings, "settings");
+            settings->close();
+        });
+        window.findChild<QAction*>("mnuConfigurationRVQ")->trigger();
+    }
+
     QString m_folder;
     modGlobals::Settings m_settings;
     modPComm::PortDevices m_devices;
+    clsConfigLibrary m_library{{}};
     Help m_help{m_settings, {}};
 };
 

@@ -1,4 +1,5 @@
 // The program RVQ: reads its options, puts a simulated sensor on COM 1 if asked to, and opens the main window.
+#include "config/clsConfigLibrary.h"
 #include "config/modIni.h"
 #include "device/Parameters.h"
 #include "device/clsPosixPort.h"
@@ -149,8 +150,10 @@ int runProgram(const Options& options)
     if (!options.connect && frmSplash(settings, devices, help).exec() != QDialog::Accepted) {
         return 0;
     }
+    clsConfigLibrary library(iniFile);
+    library.Build();
     clsPosixPort port(devices);
-    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, help);
+    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
     if (options.print) {
         window.DistanceShown = printDistance;
     }

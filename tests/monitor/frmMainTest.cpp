@@ -3,6 +3,7 @@
 
 #include "chart/XYChart.h"
 #include "chart/frmChartSettings.h"
+#include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
@@ -41,6 +42,7 @@ struct Window {
     modPComm::PortDevices devices;
     clsPosixPort port{devices};
     modGlobals::Settings settings{.Language = LanguageEnglish};
+    clsConfigLibrary library{{}};
     Help help{settings, "/folder"};
     std::unique_ptr<frmMain> window;
 
@@ -48,8 +50,9 @@ struct Window {
     {
         devices.Override(1, sensor.Path());
         devices.Override(2, "/dev/does-not-exist");
-        window = std::make_unique<frmMain>(settings,
-                                           frmMain::Ports{port, devices, [this] { return port.LastFailure(); }}, help);
+        window =
+            std::make_unique<frmMain>(settings, frmMain::Ports{port, devices, [this] { return port.LastFailure(); }},
+                                      frmMain::Storage{library, {}}, help);
         window->show();
     }
 
@@ -321,7 +324,8 @@ TEST(MainWindow, SaysThatSettingsCannotBeKept)
         main.settings.IniFile = file;
         main.window.reset();
         main.window = std::make_unique<frmMain>(
-            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }}, main.help);
+            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }},
+            frmMain::Storage{main.library, {}}, main.help);
         EXPECT_EQ(main.Text("sbar_2"), std::string("Settings are not kept: ") + file + " cannot be written");
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
         EXPECT_TRUE(main.Text("sbar_2").starts_with("Einstellungen werden nicht gespeichert: "));
