@@ -12,6 +12,7 @@
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/frmAbout.h"
 #include "shell/modAPI.h"
 #include "shell/modFunctions.h"
@@ -86,6 +87,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
     setObjectName(QStringLiteral("frmMain"));
     BuildForm(*this);
     resize((QSize(66, 40) * fontMetrics().height()).boundedTo(screen()->availableSize()));
+    new WindowPlace(*this, m_settings.IniFile);
     fillControls();
     localise();
     connectControls();

@@ -9,6 +9,7 @@
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
 #include <QCheckBox>
@@ -44,6 +45,7 @@ frmRVQ::frmRVQ(QWidget* owner, const Context& context)
     setObjectName(QStringLiteral("frmRVQ"));
     setModal(true);
     BuildForm(*this, m_decimalSeparator);
+    new WindowPlace(*this, m_context.settings.IniFile);
     Boxes = RVQBoxes(*this, m_context.settings, m_question);
     fillConfigurations();
     localise();

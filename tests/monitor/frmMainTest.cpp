@@ -32,8 +32,10 @@
 #include <QTreeWidget>
 #include <QtTest/qtestspontaneevent.h>
 
+#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -331,6 +333,27 @@ TEST(MainWindow, SaysThatSettingsCannotBeKept)
         EXPECT_TRUE(main.Text("sbar_2").starts_with("Einstellungen werden nicht gespeichert: "));
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
     }
+}
+
+TEST(MainWindow, ComesBackInItsSize)
+{
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("orvex-main-" + std::to_string(getpid()) + ".ini");
+    Window main;
+    main.settings.IniFile = file;
+    for (const QSize size : {QSize(), QSize(777, 555)}) {
+        main.window.reset();
+        main.window = std::make_unique<frmMain>(
+            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }},
+            frmMain::Storage{main.library, {}}, main.help);
+        main.window->show();
+        if (size.isValid()) {
+            EXPECT_EQ(main.window->size(), size);
+        }
+        main.window->resize(777, 555);
+        main.window->close();
+    }
+    std::filesystem::remove(file);
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)
