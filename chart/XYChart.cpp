@@ -214,36 +214,41 @@ void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
         return;
     }
     const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
-    m_curvePainter.Erase(raster, modGDIAPI::RasterOf(m_ground, m_plot, m_xReversed));
+    const Raster ground = modGDIAPI::RasterOf(m_ground, m_plot, m_xReversed);
+    if (!m_origin) {
+        return;
+    }
+    if (ticks.empty() && m_connectPoints) {
+        drawCurve(raster, ground);
+        return;
+    }
+    m_curvePainter.Erase(raster, ground);
     const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
     for (const TimeTick& tick : ticks) {
         for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {
             m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
         }
     }
-    if (m_origin) {
-        drawCurve(raster);
-    }
+    drawCurve(raster, raster);
 }
 
-void XYChart::drawCurve(const Raster& raster)
+void XYChart::drawCurve(const Raster& raster, const Raster& ground)
 {
     const double ratio = m_frame.devicePixelRatio();
     const auto parts = readable();
-    if (m_connectPoints) {
-        TimeWindow fine = timeWindow();
-        fine.first *= clsCurvePainter::kFineColumns;
-        fine.perDay *= clsCurvePainter::kFineColumns;
-        fine.columns *= clsCurvePainter::kFineColumns;
-        m_columns.Update(m_series, fine, m_showZero);
-        m_isEmpty = m_columns.Spans().empty();
-        const CurvePen pen{kLineWidth * ratio, m_colors.curve.rgb()};
-        m_curvePainter.DrawLines(raster, m_columns.Spans(), m_columns.FirstColumn(), rowScale(), pen);
-    } else {
+    if (!m_connectPoints) {
         m_isEmpty = !ShownValues();
         const CurvePen pen{kDotWidth * ratio, m_colors.curve.rgb()};
         m_curvePainter.DrawDots(raster, parts, timeWindow(), rowScale(), pen, m_showZero);
+        return;
     }
+    TimeWindow fine = timeWindow();
+    fine.first *= clsCurvePainter::kFineColumns;
+    fine.perDay *= clsCurvePainter::kFineColumns;
+    fine.columns *= clsCurvePainter::kFineColumns;
+    m_columns.Update(m_series, fine, m_showZero);
+    m_isEmpty = m_columns.Spans().empty();
+    m_curvePainter.DrawLines(raster, ground, m_columns, rowScale(), {kLineWidth * ratio, m_colors.curve.rgb()});
 }
 
 /// A dot where the curve grows.

@@ -146,7 +146,7 @@ private:
     TimeWindow timeWindow() const; ///< in columns of pixels
     RowScale rowScale() const;
     void composeFrame(const std::vector<TimeTick>& ticks);
-    void drawCurve(const Raster& raster);
+    void drawCurve(const Raster& raster, const Raster& ground);
     void drawNewest(QPainter& painter) const;
     void drawEmptyText(QPainter& painter) const;
     QRectF plotArea() const; ///< m_plot in the painter's units

@@ -35,20 +35,28 @@ std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
     return stamp;
 }
 
+void restore(const Raster& raster, const Raster& ground, std::int32_t column, std::int32_t first, std::int32_t last)
+{
+    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    const std::uint32_t* original = ground.pixels + column * ground.columnStep;
+    for (std::int32_t row = first; row < last; ++row) {
+        pixels[row * raster.rowStep] = original[row * ground.rowStep];
+    }
+}
+
 } // namespace
 
 void clsCurvePainter::Erase(const Raster& raster, const Raster& ground)
 {
     for (std::size_t column = 0; column < m_touched.size(); ++column) {
-        const auto [first, last] = m_touched[column];
-        const auto place = static_cast<std::ptrdiff_t>(column);
-        std::uint32_t* pixel = raster.pixels + place * raster.columnStep + first * raster.rowStep;
-        const std::uint32_t* original = ground.pixels + place * ground.columnStep + first * ground.rowStep;
-        for (std::int32_t row = first; row < last; ++row, pixel += raster.rowStep, original += ground.rowStep) {
-            *pixel = *original;
-        }
+        restore(raster, ground, static_cast<std::int32_t>(column), m_touched[column].first, m_touched[column].last);
         m_touched[column] = {};
     }
+}
+
+void clsCurvePainter::Forget()
+{
+    m_touched.clear();
 }
 
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
@@ -57,28 +65,61 @@ void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std
     for (std::int32_t row = 0; row < raster.height; ++row, pixel += raster.rowStep) {
         *pixel = color;
     }
-    touch(raster, column, 0, raster.height);
+    touch(raster, column, {0, raster.height});
 }
 
-void clsCurvePainter::DrawLines(const Raster& raster, std::span<const ColumnSpan> spans, std::int32_t firstColumn,
+void clsCurvePainter::DrawLines(const Raster& raster, const Raster& ground, const clsCurveColumns& columns,
                                 const RowScale& scale, const CurvePen& pen)
 {
-    shapePen(pen.width);
-    m_steps.assign(static_cast<std::size_t>(raster.height) + 2, 0.0F);
+    cover(columns, {columns.Epoch(), scale, pen.width, raster.width, raster.height});
+    const std::int32_t first = columns.FirstColumn() / kFine;
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
-    for (std::size_t begin = 0, end = 0; begin < spans.size(); begin = end) {
-        for (end = begin + 1; end < spans.size() && !spans[end].beginsRun;) {
-            ++end;
+    const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
+    for (std::int32_t x = 0; x < raster.width; ++x) {
+        if (first + x < oldest) {
+            m_coverage[slotOf(first + x)] = {};
         }
-        traceRun(spans.subspan(begin, end - begin), scale, raster.height);
-        const std::int32_t firstFine = spans[begin].column - firstColumn - reach;
-        const std::int32_t lastFine = spans[end - 1].column - firstColumn + reach;
-        const std::int32_t first = std::max(firstFine, 0) / kFine;
-        const std::int32_t last = std::min(lastFine / kFine, raster.width - 1);
-        for (std::int32_t column = first; column <= last; ++column) {
-            fillColumn(raster, column, firstFine, pen.color);
+        compose(raster, ground, x, first + x, pen.color);
+    }
+}
+
+/// Works out the coverage of those columns that have changed since the last frame.
+void clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
+{
+    const std::int32_t first = columns.FirstColumn() / kFine;
+    if (!(basis == m_basis)) {
+        m_basis = basis;
+        m_coverage.assign(static_cast<std::size_t>(basis.width), {});
+        m_shares.resize(static_cast<std::size_t>(basis.width) * static_cast<std::size_t>(basis.height));
+        m_steps.assign(static_cast<std::size_t>(basis.height) + 2, 0.0F);
+        m_coveredTo = first;
+        shapePen(basis.penWidth);
+    }
+    const std::int32_t begin = std::max(m_coveredTo, first);
+    const std::int32_t end = first + basis.width;
+    for (std::int32_t column = begin; column < end; ++column) {
+        m_coverage[slotOf(column)] = {};
+    }
+    const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
+    const std::span<const ColumnSpan> all = columns.Spans();
+    std::size_t runBegin = all.size();
+    // The spans stand in the order of columns, unless all of them are new.
+    while (runBegin > 0 && (begin == first || all[runBegin - 1].column >= begin * kFine - 2 * reach)) {
+        --runBegin;
+    }
+    for (std::size_t runEnd = 0; runBegin < all.size(); runBegin = runEnd) {
+        for (runEnd = runBegin + 1; runEnd < all.size() && !all[runEnd].beginsRun;) {
+            ++runEnd;
+        }
+        traceRun(all.subspan(runBegin, runEnd - runBegin), basis.scale, basis.height);
+        const std::int32_t firstFine = all[runBegin].column - reach;
+        const std::int32_t last = std::min((all[runEnd - 1].column + reach) / kFine, end - 1);
+        for (std::int32_t column = std::max(std::max(firstFine, 0) / kFine, begin); column <= last; ++column) {
+            coverColumn(column, firstFine);
         }
     }
+    // What the pen has reached from the last point may still grow.
+    m_coveredTo = std::max((columns.LastColumn() - reach) / kFine - 1, 0);
 }
 
 void clsCurvePainter::shapePen(double width)
@@ -122,13 +163,12 @@ void clsCurvePainter::traceRun(std::span<const ColumnSpan> run, const RowScale& 
     }
 }
 
-/// Fills a column of pixels by the share that the fine columns of the traced run cover of each pixel. Each fine column
-/// adds to `m_steps` where its coverage begins and ends; summing up downwards gives the coverage itself.
-void clsCurvePainter::fillColumn(const Raster& raster, std::int32_t column, std::int32_t firstFine, std::uint32_t color)
+/// Adds the share that the fine columns of the traced run cover of each pixel. Each fine column adds to `m_steps` where
+/// its coverage begins and ends; summing up downwards gives the coverage itself.
+void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
 {
-    const auto height = static_cast<float>(raster.height);
-    std::int32_t first = raster.height;
-    std::int32_t last = 0;
+    const auto height = static_cast<float>(m_basis.height);
+    RowRange rows{m_basis.height, 0};
     for (std::int32_t fine = column * kFine; fine < (column + 1) * kFine; ++fine) {
         const std::int32_t i = fine - firstFine;
         if (i < 0 || i >= static_cast<std::int32_t>(m_tops.size())) {
@@ -149,22 +189,84 @@ void clsCurvePainter::fillColumn(const Raster& raster, std::int32_t column, std:
         begins[1] += topPart;
         ends[0] -= 1.0F - bottomPart;
         ends[1] -= bottomPart;
-        first = std::min(first, topRow);
-        last = std::max(last, bottomRow + 1);
+        rows = {std::min(rows.first, topRow), std::max(rows.last, bottomRow + 1)};
     }
-    if (first >= last) {
+    if (rows.first < rows.last) {
+        keepShares(column, {rows.first, std::min(rows.last, m_basis.height)});
+        std::fill(m_steps.begin() + rows.first, m_steps.begin() + rows.last + 1, 0.0F);
+    }
+}
+
+/// Puts the shares of these rows, summed up from `m_steps`, over those that the column has from earlier runs.
+void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
+{
+    constexpr float kShareOfFine = static_cast<float>(kOpaque) / kFine;
+    const std::size_t slot = slotOf(column);
+    Coverage& kept = m_coverage[slot];
+    std::uint16_t* shares = m_shares.data() + slot * static_cast<std::size_t>(m_basis.height);
+    const bool isFirst = kept.rows.first == kept.rows.last;
+    if (isFirst) {
+        kept.rows = rows;
+        std::fill(shares + rows.first, shares + rows.last, std::uint16_t{0});
+    }
+    for (; kept.rows.first > rows.first;) {
+        shares[--kept.rows.first] = 0;
+    }
+    for (; kept.rows.last < rows.last;) {
+        shares[kept.rows.last++] = 0;
+    }
+    float coverage = 0.0F;
+    RowRange solid{rows.last, rows.last};
+    for (std::int32_t row = rows.first; row < rows.last; ++row) {
+        coverage += m_steps[static_cast<std::size_t>(row)];
+        const auto share = std::min(static_cast<std::uint32_t>(coverage * kShareOfFine + 0.5F), kOpaque);
+        const std::uint32_t rest = (kOpaque - shares[row]) * (kOpaque - share) / kOpaque;
+        shares[row] = static_cast<std::uint16_t>(kOpaque - rest);
+        if (share == kOpaque && solid.first == rows.last) {
+            solid.first = row;
+        } else if (share != kOpaque && solid.first < row) {
+            solid.last = std::min(solid.last, row);
+        }
+    }
+    kept.solid = isFirst ? solid : RowRange{};
+}
+
+/// Draws a column of the coverage and puts the ground back where the column drawn before reaches farther.
+void clsCurvePainter::compose(const Raster& raster, const Raster& ground, std::int32_t x, std::int32_t column,
+                              std::uint32_t color)
+{
+    const std::size_t slot = slotOf(column);
+    const RowRange rows = m_coverage[slot].rows;
+    if (static_cast<std::size_t>(x) < m_touched.size()) {
+        RowRange& touched = m_touched[static_cast<std::size_t>(x)];
+        if (raster.pixels != ground.pixels) {
+            restore(raster, ground, x, touched.first, std::min(touched.last, rows.first));
+            restore(raster, ground, x, std::max(touched.first, rows.last), touched.last);
+            touched = {};
+        }
+    }
+    if (rows.first == rows.last) {
         return;
     }
-    constexpr float kShareOfFine = static_cast<float>(kOpaque) / kFine;
-    std::uint32_t* pixel = raster.pixels + column * raster.columnStep + first * raster.rowStep;
-    float coverage = 0.0F;
-    for (std::int32_t row = first; row < std::min(last, raster.height); ++row, pixel += raster.rowStep) {
-        coverage += m_steps[static_cast<std::size_t>(row)];
-        const auto share = static_cast<std::uint32_t>(coverage * kShareOfFine + 0.5F);
-        *pixel = share >= kOpaque ? color : blended(*pixel, color, share);
+    const std::uint16_t* shares = m_shares.data() + slot * static_cast<std::size_t>(m_basis.height);
+    std::uint32_t* pixels = raster.pixels + x * raster.columnStep;
+    const std::uint32_t* below = ground.pixels + x * ground.columnStep;
+    const auto blend = [&](std::int32_t first, std::int32_t last) {
+        for (std::int32_t row = first; row < last; ++row) {
+            pixels[row * raster.rowStep] = blended(below[row * ground.rowStep], color, shares[row]);
+        }
+    };
+    const RowRange solid = m_coverage[slot].solid;
+    if (solid.first == solid.last) {
+        blend(rows.first, rows.last);
+    } else {
+        blend(rows.first, solid.first);
+        for (std::int32_t row = solid.first; row < solid.last; ++row) {
+            pixels[row * raster.rowStep] = color;
+        }
+        blend(solid.last, rows.last);
     }
-    std::fill(m_steps.begin() + first, m_steps.begin() + last + 1, 0.0F);
-    touch(raster, column, first, std::min(last, raster.height));
+    touch(raster, x, rows);
 }
 
 void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts,
@@ -196,17 +298,22 @@ void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32
             std::uint32_t& pixel = raster.pixels[x * raster.columnStep + y * raster.rowStep];
             pixel = blended(pixel, color, stamp.shares[static_cast<std::size_t>((y - top) * stamp.side + x - left)]);
         }
-        touch(raster, x, firstRow, lastRow);
+        touch(raster, x, {firstRow, lastRow});
     }
 }
 
-void clsCurvePainter::touch(const Raster& raster, std::int32_t column, std::int32_t first, std::int32_t last)
+void clsCurvePainter::touch(const Raster& raster, std::int32_t column, RowRange rows)
 {
     m_touched.resize(static_cast<std::size_t>(raster.width));
-    RowRange& rows = m_touched[static_cast<std::size_t>(column)];
-    if (rows.first == rows.last) {
-        rows = {first, last};
+    RowRange& touched = m_touched[static_cast<std::size_t>(column)];
+    if (touched.first == touched.last) {
+        touched = rows;
     } else {
-        rows = {std::min(rows.first, first), std::max(rows.last, last)};
+        touched = {std::min(touched.first, rows.first), std::max(touched.last, rows.last)};
     }
+}
+
+std::size_t clsCurvePainter::slotOf(std::int32_t column) const
+{
+    return static_cast<std::size_t>(column % m_basis.width);
 }
