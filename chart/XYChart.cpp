@@ -205,34 +205,24 @@ RowScale XYChart::rowScale() const
 /// Takes the last curve out of the frame and draws the present one.
 void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
 {
-    if (m_frame.isNull()) {
-        m_frame = modGDIAPI::Copy(m_ground);
-        m_curvePainter.Forget();
-    }
     m_isEmpty = true;
     if (m_plot.isEmpty()) {
         return;
     }
     const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
-    const Raster ground = modGDIAPI::RasterOf(m_ground, m_plot, m_xReversed);
-    if (!m_origin) {
-        return;
-    }
-    if (ticks.empty() && m_connectPoints) {
-        drawCurve(raster, ground);
-        return;
-    }
-    m_curvePainter.Erase(raster, ground);
+    m_curvePainter.Erase(raster);
     const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
     for (const TimeTick& tick : ticks) {
         for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {
             m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
         }
     }
-    drawCurve(raster, raster);
+    if (m_origin) {
+        drawCurve(raster);
+    }
 }
 
-void XYChart::drawCurve(const Raster& raster, const Raster& ground)
+void XYChart::drawCurve(const Raster& raster)
 {
     const double ratio = m_frame.devicePixelRatio();
     const auto parts = readable();
@@ -248,7 +238,7 @@ void XYChart::drawCurve(const Raster& raster, const Raster& ground)
     fine.columns *= clsCurvePainter::kFineColumns;
     m_columns.Update(m_series, fine, m_showZero);
     m_isEmpty = m_columns.Spans().empty();
-    m_curvePainter.DrawLines(raster, ground, m_columns, rowScale(), {kLineWidth * ratio, m_colors.curve.rgb()});
+    m_curvePainter.DrawLines(raster, m_columns, rowScale(), {kLineWidth * ratio, m_colors.curve.rgb()});
 }
 
 /// A dot where the curve grows.
@@ -289,6 +279,6 @@ void XYChart::drawEmptyText(QPainter& painter) const
 
 QRectF XYChart::plotArea() const
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     return {m_plot.left() / ratio, m_plot.top() / ratio, m_plot.width() / ratio, m_plot.height() / ratio};
 }

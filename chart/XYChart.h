@@ -146,7 +146,7 @@ private:
     TimeWindow timeWindow() const; ///< in columns of pixels
     RowScale rowScale() const;
     void composeFrame(const std::vector<TimeTick>& ticks);
-    void drawCurve(const Raster& raster, const Raster& ground);
+    void drawCurve(const Raster& raster);
     void drawNewest(QPainter& painter) const;
     void drawEmptyText(QPainter& painter) const;
     QRectF plotArea() const; ///< m_plot in the painter's units
@@ -188,8 +188,7 @@ private:
 
     bool m_groundIsStale = true;
     bool m_isEmpty = true; ///< the last frame showed no point
-    QImage m_ground;       ///< grid and scales
-    QImage m_frame;        ///< the same with the curve
+    QImage m_frame;        ///< grid and scales, and the curve while it is drawn on them
     QRect m_plot;          ///< pixels
     Colors m_colors;
     modChartCommon::Axis m_valueAxis;

@@ -35,51 +35,44 @@ std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
     return stamp;
 }
 
-void restore(const Raster& raster, const Raster& ground, std::int32_t column, std::int32_t first, std::int32_t last)
-{
-    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
-    const std::uint32_t* original = ground.pixels + column * ground.columnStep;
-    for (std::int32_t row = first; row < last; ++row) {
-        pixels[row * raster.rowStep] = original[row * ground.rowStep];
-    }
-}
-
 } // namespace
 
-void clsCurvePainter::Erase(const Raster& raster, const Raster& ground)
+void clsCurvePainter::Erase(const Raster& raster)
 {
-    for (std::size_t column = 0; column < m_touched.size(); ++column) {
-        restore(raster, ground, static_cast<std::int32_t>(column), m_touched[column].first, m_touched[column].last);
-        m_touched[column] = {};
+    for (std::size_t column = 0; column < m_savedRows.size(); ++column) {
+        const RowRange rows = m_savedRows[column];
+        const std::uint32_t* saved = m_saved.data() + column * static_cast<std::size_t>(raster.height);
+        std::uint32_t* pixels = raster.pixels + static_cast<std::ptrdiff_t>(column) * raster.columnStep;
+        for (std::int32_t row = rows.first; row < rows.last; ++row) {
+            pixels[row * raster.rowStep] = saved[row];
+        }
+        m_savedRows[column] = {};
     }
 }
 
 void clsCurvePainter::Forget()
 {
-    m_touched.clear();
+    m_savedRows.clear();
 }
 
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
 {
-    std::uint32_t* pixel = raster.pixels + column * raster.columnStep;
-    for (std::int32_t row = 0; row < raster.height; ++row, pixel += raster.rowStep) {
-        *pixel = color;
+    save(raster, column, {0, raster.height});
+    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    for (std::int32_t row = 0; row < raster.height; ++row) {
+        pixels[row * raster.rowStep] = color;
     }
-    touch(raster, column, {0, raster.height});
 }
 
-void clsCurvePainter::DrawLines(const Raster& raster, const Raster& ground, const clsCurveColumns& columns,
-                                const RowScale& scale, const CurvePen& pen)
+void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale,
+                                const CurvePen& pen)
 {
     cover(columns, {columns.Epoch(), scale, pen.width, raster.width, raster.height});
-    const std::int32_t first = columns.FirstColumn() / kFine;
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
+    const std::int32_t first = columns.FirstColumn() / kFine;
     const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
-    for (std::int32_t x = 0; x < raster.width; ++x) {
-        if (first + x < oldest) {
-            m_coverage[slotOf(first + x)] = {};
-        }
-        compose(raster, ground, x, first + x, pen.color);
+    for (std::int32_t x = std::max(oldest - first, 0); x < raster.width; ++x) {
+        drawColumn(raster, x, first + x, pen.color);
     }
 }
 
@@ -231,42 +224,32 @@ void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
     kept.solid = isFirst ? solid : RowRange{};
 }
 
-/// Draws a column of the coverage and puts the ground back where the column drawn before reaches farther.
-void clsCurvePainter::compose(const Raster& raster, const Raster& ground, std::int32_t x, std::int32_t column,
-                              std::uint32_t color)
+void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, std::int32_t column, std::uint32_t color)
 {
     const std::size_t slot = slotOf(column);
     const RowRange rows = m_coverage[slot].rows;
-    if (static_cast<std::size_t>(x) < m_touched.size()) {
-        RowRange& touched = m_touched[static_cast<std::size_t>(x)];
-        if (raster.pixels != ground.pixels) {
-            restore(raster, ground, x, touched.first, std::min(touched.last, rows.first));
-            restore(raster, ground, x, std::max(touched.first, rows.last), touched.last);
-            touched = {};
-        }
-    }
     if (rows.first == rows.last) {
         return;
     }
+    save(raster, x, rows);
     const std::uint16_t* shares = m_shares.data() + slot * static_cast<std::size_t>(m_basis.height);
     std::uint32_t* pixels = raster.pixels + x * raster.columnStep;
-    const std::uint32_t* below = ground.pixels + x * ground.columnStep;
-    const auto blend = [&](std::int32_t first, std::int32_t last) {
-        for (std::int32_t row = first; row < last; ++row) {
-            pixels[row * raster.rowStep] = blended(below[row * ground.rowStep], color, shares[row]);
+    const auto blend = [&](std::int32_t begin, std::int32_t end) {
+        for (std::int32_t row = begin; row < end; ++row) {
+            std::uint32_t& pixel = pixels[row * raster.rowStep];
+            pixel = blended(pixel, color, shares[row]);
         }
     };
     const RowRange solid = m_coverage[slot].solid;
     if (solid.first == solid.last) {
         blend(rows.first, rows.last);
-    } else {
-        blend(rows.first, solid.first);
-        for (std::int32_t row = solid.first; row < solid.last; ++row) {
-            pixels[row * raster.rowStep] = color;
-        }
-        blend(solid.last, rows.last);
+        return;
     }
-    touch(raster, x, rows);
+    blend(rows.first, solid.first);
+    for (std::int32_t row = solid.first; row < solid.last; ++row) {
+        pixels[row * raster.rowStep] = color;
+    }
+    blend(solid.last, rows.last);
 }
 
 void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts,
@@ -280,8 +263,8 @@ void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<c
             const double row = scale.offset + point.y * scale.rowsPerUnit;
             if (IsShown(point, showZero) && column >= 0.0 && column < raster.width && row >= 0.0 &&
                 row < raster.height) {
-                print(raster, stamp, static_cast<std::int32_t>(std::floor(column - side / 2.0 + 0.5)),
-                      static_cast<std::int32_t>(std::floor(row - side / 2.0 + 0.5)), pen.color);
+                print(raster, stamp, static_cast<std::int32_t>(std::lround(column - side / 2.0)),
+                      static_cast<std::int32_t>(std::lround(row - side / 2.0)), pen.color);
             }
         }
     }
@@ -294,22 +277,33 @@ void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32
     const std::int32_t lastRow = std::min(top + stamp.side, raster.height);
     const std::int32_t lastColumn = std::min(left + stamp.side, raster.width);
     for (std::int32_t x = std::max(left, 0); x < lastColumn; ++x) {
+        save(raster, x, {firstRow, lastRow});
         for (std::int32_t y = firstRow; y < lastRow; ++y) {
             std::uint32_t& pixel = raster.pixels[x * raster.columnStep + y * raster.rowStep];
             pixel = blended(pixel, color, stamp.shares[static_cast<std::size_t>((y - top) * stamp.side + x - left)]);
         }
-        touch(raster, x, {firstRow, lastRow});
     }
 }
 
-void clsCurvePainter::touch(const Raster& raster, std::int32_t column, RowRange rows)
+/// Keeps the pixels of these rows, before they are drawn on, and of those between them and the ones kept already.
+void clsCurvePainter::save(const Raster& raster, std::int32_t column, RowRange rows)
 {
-    m_touched.resize(static_cast<std::size_t>(raster.width));
-    RowRange& touched = m_touched[static_cast<std::size_t>(column)];
-    if (touched.first == touched.last) {
-        touched = rows;
-    } else {
-        touched = {std::min(touched.first, rows.first), std::max(touched.last, rows.last)};
+    if (m_savedRows.empty()) {
+        m_savedRows.resize(static_cast<std::size_t>(raster.width));
+        m_saved.resize(static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height));
+    }
+    RowRange& kept = m_savedRows[static_cast<std::size_t>(column)];
+    if (kept.first == kept.last) {
+        kept = {rows.first, rows.first};
+    }
+    std::uint32_t* saved = m_saved.data() + static_cast<std::size_t>(column) * static_cast<std::size_t>(raster.height);
+    const std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    while (kept.first > rows.first) {
+        --kept.first;
+        saved[kept.first] = pixels[kept.first * raster.rowStep];
+    }
+    for (; kept.last < rows.last; ++kept.last) {
+        saved[kept.last] = pixels[kept.last * raster.rowStep];
     }
 }
 

@@ -34,16 +34,15 @@ public:
     /// Columns of the reduction in a column of pixels.
     static constexpr std::int32_t kFineColumns = 4;
 
-    /// Takes all that was drawn out of the raster again: puts the pixels of `ground`, of the same shape, in its place.
-    void Erase(const Raster& raster, const Raster& ground);
+    /// Takes all that was drawn out of the raster again, so that the pixels are those from before. Each frame begins
+    /// with it; only DrawUpright may come before DrawLines or DrawDots.
+    void Erase(const Raster& raster);
     /// Forgets what was drawn, because the pixels are new.
     void Forget();
     /// Draws an upright line, one column of pixels wide.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
-    /// Draws the lines over the pixels of `ground` and takes out those drawn before. After an Erase `ground` may be the
-    /// raster itself. The columns' window is the raster's width in fine columns, beginning with a whole pixel.
-    void DrawLines(const Raster& raster, const Raster& ground, const clsCurveColumns& columns, const RowScale& scale,
-                   const CurvePen& pen);
+    /// Draws the lines. The columns' window is the raster's width in fine columns, beginning with a whole pixel.
+    void DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale, const CurvePen& pen);
     /// Draws a round dot, as wide as the pen, at each shown point of the parts; the window's columns are the raster's.
     void DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts, const TimeWindow& window,
                   const RowScale& scale, const CurvePen& pen, bool showZero);
@@ -77,12 +76,14 @@ private:
     void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
     void coverColumn(std::int32_t column, std::int32_t firstFine);
     void keepShares(std::int32_t column, RowRange rows);
-    void compose(const Raster& raster, const Raster& ground, std::int32_t x, std::int32_t column, std::uint32_t color);
+    void drawColumn(const Raster& raster, std::int32_t x, std::int32_t column, std::uint32_t color);
     void print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top, std::uint32_t color);
-    void touch(const Raster& raster, std::int32_t column, RowRange rows);
+    void save(const Raster& raster, std::int32_t column, RowRange rows);
     std::size_t slotOf(std::int32_t column) const;
 
-    std::vector<RowRange> m_touched; ///< by column of the raster: the rows that drawing has changed
+    // The pixels under what is drawn, by column of the raster and row.
+    std::vector<RowRange> m_savedRows;
+    std::vector<std::uint32_t> m_saved;
     // The coverage, in a ring of columns.
     Basis m_basis;
     std::int32_t m_coveredTo = 0; ///< the column from which on the next frame works it out anew
