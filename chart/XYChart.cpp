@@ -210,7 +210,9 @@ void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
         return;
     }
     const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
-    m_curvePainter.Erase(raster);
+    if (m_timeScale || !m_connectPoints || !m_origin) {
+        m_curvePainter.Erase(raster);
+    }
     const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
     for (const TimeTick& tick : ticks) {
         for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {

@@ -40,12 +40,7 @@ std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
 void clsCurvePainter::Erase(const Raster& raster)
 {
     for (std::size_t column = 0; column < m_savedRows.size(); ++column) {
-        const RowRange rows = m_savedRows[column];
-        const std::uint32_t* saved = m_saved.data() + column * static_cast<std::size_t>(raster.height);
-        std::uint32_t* pixels = raster.pixels + static_cast<std::ptrdiff_t>(column) * raster.columnStep;
-        for (std::int32_t row = rows.first; row < rows.last; ++row) {
-            pixels[row * raster.rowStep] = saved[row];
-        }
+        restore(raster, static_cast<std::int32_t>(column), m_savedRows[column].rows);
         m_savedRows[column] = {};
     }
 }
@@ -58,6 +53,7 @@ void clsCurvePainter::Forget()
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
 {
     save(raster, column, {0, raster.height});
+    m_savedRows[static_cast<std::size_t>(column)].isUpright = true;
     std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
     for (std::int32_t row = 0; row < raster.height; ++row) {
         pixels[row * raster.rowStep] = color;
@@ -71,8 +67,10 @@ void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& col
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
     const std::int32_t first = columns.FirstColumn() / kFine;
     const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
-    for (std::int32_t x = std::max(oldest - first, 0); x < raster.width; ++x) {
-        drawColumn(raster, x, first + x, pen.color);
+    for (std::int32_t x = 0; x < raster.width; ++x) {
+        const std::size_t slot = slotOf(first + x);
+        const Coverage coverage = first + x < oldest ? Coverage{} : m_coverage[slot];
+        drawColumn(raster, x, coverage, m_shares.data() + slot * static_cast<std::size_t>(raster.height), pen.color);
     }
 }
 
@@ -221,35 +219,47 @@ void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
             solid.last = std::min(solid.last, row);
         }
     }
-    kept.solid = isFirst ? solid : RowRange{};
+    kept.solid = isFirst ? solid : RowRange{kept.rows.last, kept.rows.last};
 }
 
-void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, std::int32_t column, std::uint32_t color)
+/// Where the column drawn before and this one share rows, the pixels stay saved: from frame to frame little is copied.
+void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage,
+                                 const std::uint16_t* shares, std::uint32_t color)
 {
-    const std::size_t slot = slotOf(column);
-    const RowRange rows = m_coverage[slot].rows;
+    const RowRange rows = coverage.rows;
+    std::uint32_t* pixels = raster.pixels + x * raster.columnStep;
+    const auto blend = [&](const std::uint32_t* below, std::ptrdiff_t step, RowRange part) {
+        for (std::int32_t row = part.first; row < part.last; ++row) {
+            pixels[row * raster.rowStep] = blended(below[row * step], color, shares[row]);
+        }
+    };
+    if (!m_savedRows.empty() && m_savedRows[static_cast<std::size_t>(x)].isUpright) {
+        blend(pixels, raster.rowStep, rows);
+        return;
+    }
+    if (!m_savedRows.empty()) {
+        SavedRows& saved = m_savedRows[static_cast<std::size_t>(x)];
+        const RowRange before = saved.rows;
+        const RowRange common{std::max(before.first, rows.first), std::min(before.last, rows.last)};
+        if (common.first < common.last) {
+            restore(raster, x, {before.first, common.first});
+            restore(raster, x, {common.last, before.last});
+            saved.rows = common;
+        } else {
+            restore(raster, x, before);
+            saved.rows = {};
+        }
+    }
     if (rows.first == rows.last) {
         return;
     }
     save(raster, x, rows);
-    const std::uint16_t* shares = m_shares.data() + slot * static_cast<std::size_t>(m_basis.height);
-    std::uint32_t* pixels = raster.pixels + x * raster.columnStep;
-    const auto blend = [&](std::int32_t begin, std::int32_t end) {
-        for (std::int32_t row = begin; row < end; ++row) {
-            std::uint32_t& pixel = pixels[row * raster.rowStep];
-            pixel = blended(pixel, color, shares[row]);
-        }
-    };
-    const RowRange solid = m_coverage[slot].solid;
-    if (solid.first == solid.last) {
-        blend(rows.first, rows.last);
-        return;
-    }
-    blend(rows.first, solid.first);
-    for (std::int32_t row = solid.first; row < solid.last; ++row) {
+    const std::uint32_t* below = m_saved.data() + static_cast<std::size_t>(x) * static_cast<std::size_t>(raster.height);
+    blend(below, 1, {rows.first, coverage.solid.first});
+    for (std::int32_t row = coverage.solid.first; row < coverage.solid.last; ++row) {
         pixels[row * raster.rowStep] = color;
     }
-    blend(solid.last, rows.last);
+    blend(below, 1, {coverage.solid.last, rows.last});
 }
 
 void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts,
@@ -285,6 +295,17 @@ void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32
     }
 }
 
+/// Puts back the saved pixels of these rows; none when they are the wrong way round.
+void clsCurvePainter::restore(const Raster& raster, std::int32_t column, RowRange rows)
+{
+    const std::uint32_t* saved =
+        m_saved.data() + static_cast<std::size_t>(column) * static_cast<std::size_t>(raster.height);
+    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    for (std::int32_t row = rows.first; row < rows.last; ++row) {
+        pixels[row * raster.rowStep] = saved[row];
+    }
+}
+
 /// Keeps the pixels of these rows, before they are drawn on, and of those between them and the ones kept already.
 void clsCurvePainter::save(const Raster& raster, std::int32_t column, RowRange rows)
 {
@@ -292,7 +313,7 @@ void clsCurvePainter::save(const Raster& raster, std::int32_t column, RowRange r
         m_savedRows.resize(static_cast<std::size_t>(raster.width));
         m_saved.resize(static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height));
     }
-    RowRange& kept = m_savedRows[static_cast<std::size_t>(column)];
+    RowRange& kept = m_savedRows[static_cast<std::size_t>(column)].rows;
     if (kept.first == kept.last) {
         kept = {rows.first, rows.first};
     }

@@ -34,16 +34,17 @@ public:
     /// Columns of the reduction in a column of pixels.
     static constexpr std::int32_t kFineColumns = 4;
 
-    /// Takes all that was drawn out of the raster again, so that the pixels are those from before. Each frame begins
-    /// with it; only DrawUpright may come before DrawLines or DrawDots.
+    /// Takes all that was drawn out of the raster again, so that the pixels are those from before.
     void Erase(const Raster& raster);
     /// Forgets what was drawn, because the pixels are new.
     void Forget();
-    /// Draws an upright line, one column of pixels wide.
+    /// Draws an upright line, one column of pixels wide; erase first.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
-    /// Draws the lines. The columns' window is the raster's width in fine columns, beginning with a whole pixel.
+    /// Draws the lines, over uprights too, and takes out the lines drawn before: no need to erase these. The columns'
+    /// window is the raster's width in fine columns, beginning with a whole pixel.
     void DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale, const CurvePen& pen);
-    /// Draws a round dot, as wide as the pen, at each shown point of the parts; the window's columns are the raster's.
+    /// Draws a round dot, as wide as the pen, at each shown point of the parts; erase first. The window's columns
+    /// are the raster's.
     void DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts, const TimeWindow& window,
                   const RowScale& scale, const CurvePen& pen, bool showZero);
 
@@ -76,13 +77,19 @@ private:
     void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
     void coverColumn(std::int32_t column, std::int32_t firstFine);
     void keepShares(std::int32_t column, RowRange rows);
-    void drawColumn(const Raster& raster, std::int32_t x, std::int32_t column, std::uint32_t color);
+    void drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, const std::uint16_t* shares,
+                    std::uint32_t color);
+    void restore(const Raster& raster, std::int32_t column, RowRange rows);
     void print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top, std::uint32_t color);
     void save(const Raster& raster, std::int32_t column, RowRange rows);
     std::size_t slotOf(std::int32_t column) const;
 
     // The pixels under what is drawn, by column of the raster and row.
-    std::vector<RowRange> m_savedRows;
+    struct SavedRows {
+        RowRange rows;
+        bool isUpright = false; ///< an upright is drawn there, and perhaps a line over it
+    };
+    std::vector<SavedRows> m_savedRows;
     std::vector<std::uint32_t> m_saved;
     // The coverage, in a ring of columns.
     Basis m_basis;
