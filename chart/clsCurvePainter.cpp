@@ -39,21 +39,21 @@ std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
 
 void clsCurvePainter::Erase(const Raster& raster)
 {
-    for (std::size_t column = 0; column < m_savedRows.size(); ++column) {
-        restore(raster, static_cast<std::int32_t>(column), m_savedRows[column].rows);
-        m_savedRows[column] = {};
+    for (std::size_t column = 0; column < m_saved.size(); ++column) {
+        restoreOutside(raster, static_cast<std::int32_t>(column), {});
+        m_saved[column].isUpright = false;
     }
 }
 
 void clsCurvePainter::Forget()
 {
-    m_savedRows.clear();
+    m_saved.clear();
 }
 
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
 {
     save(raster, column, {0, raster.height});
-    m_savedRows[static_cast<std::size_t>(column)].isUpright = true;
+    m_saved[static_cast<std::size_t>(column)].isUpright = true;
     std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
     for (std::int32_t row = 0; row < raster.height; ++row) {
         pixels[row * raster.rowStep] = color;
@@ -67,10 +67,10 @@ void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& col
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
     const std::int32_t first = columns.FirstColumn() / kFine;
     const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
+    m_saved.resize(static_cast<std::size_t>(raster.width));
+    const Coverage none;
     for (std::int32_t x = 0; x < raster.width; ++x) {
-        const std::size_t slot = slotOf(first + x);
-        const Coverage coverage = first + x < oldest ? Coverage{} : m_coverage[slot];
-        drawColumn(raster, x, coverage, m_shares.data() + slot * static_cast<std::size_t>(raster.height), pen.color);
+        drawColumn(raster, x, first + x < oldest ? none : m_coverage[slotOf(first + x)], pen.color);
     }
 }
 
@@ -81,7 +81,6 @@ void clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
     if (!(basis == m_basis)) {
         m_basis = basis;
         m_coverage.assign(static_cast<std::size_t>(basis.width), {});
-        m_shares.resize(static_cast<std::size_t>(basis.width) * static_cast<std::size_t>(basis.height));
         m_steps.assign(static_cast<std::size_t>(basis.height) + 2, 0.0F);
         m_coveredTo = first;
         shapePen(basis.penWidth);
@@ -89,7 +88,7 @@ void clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
     const std::int32_t begin = std::max(m_coveredTo, first);
     const std::int32_t end = first + basis.width;
     for (std::int32_t column = begin; column < end; ++column) {
-        m_coverage[slotOf(column)] = {};
+        m_coverage[slotOf(column)].rows = {};
     }
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
     const std::span<const ColumnSpan> all = columns.Spans();
@@ -192,27 +191,24 @@ void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
 void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
 {
     constexpr float kShareOfFine = static_cast<float>(kOpaque) / kFine;
-    const std::size_t slot = slotOf(column);
-    Coverage& kept = m_coverage[slot];
-    std::uint16_t* shares = m_shares.data() + slot * static_cast<std::size_t>(m_basis.height);
+    Coverage& kept = m_coverage[slotOf(column)];
     const bool isFirst = kept.rows.first == kept.rows.last;
     if (isFirst) {
         kept.rows = rows;
-        std::fill(shares + rows.first, shares + rows.last, std::uint16_t{0});
-    }
-    for (; kept.rows.first > rows.first;) {
-        shares[--kept.rows.first] = 0;
-    }
-    for (; kept.rows.last < rows.last;) {
-        shares[kept.rows.last++] = 0;
+        kept.shares.assign(static_cast<std::size_t>(rows.last - rows.first), 0);
+    } else {
+        const RowRange all{std::min(kept.rows.first, rows.first), std::max(kept.rows.last, rows.last)};
+        kept.shares.insert(kept.shares.begin(), static_cast<std::size_t>(kept.rows.first - all.first), 0);
+        kept.shares.resize(static_cast<std::size_t>(all.last - all.first), 0);
+        kept.rows = all;
     }
     float coverage = 0.0F;
     RowRange solid{rows.last, rows.last};
     for (std::int32_t row = rows.first; row < rows.last; ++row) {
         coverage += m_steps[static_cast<std::size_t>(row)];
         const auto share = std::min(static_cast<std::uint32_t>(coverage * kShareOfFine + 0.5F), kOpaque);
-        const std::uint32_t rest = (kOpaque - shares[row]) * (kOpaque - share) / kOpaque;
-        shares[row] = static_cast<std::uint16_t>(kOpaque - rest);
+        std::uint16_t& sum = kept.shares[static_cast<std::size_t>(row - kept.rows.first)];
+        sum = static_cast<std::uint16_t>(kOpaque - (kOpaque - sum) * (kOpaque - share) / kOpaque);
         if (share == kOpaque && solid.first == rows.last) {
             solid.first = row;
         } else if (share != kOpaque && solid.first < row) {
@@ -223,43 +219,33 @@ void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
 }
 
 /// Where the column drawn before and this one share rows, the pixels stay saved: from frame to frame little is copied.
-void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage,
-                                 const std::uint16_t* shares, std::uint32_t color)
+void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color)
 {
     const RowRange rows = coverage.rows;
     std::uint32_t* pixels = raster.pixels + x * raster.columnStep;
+    // `below` is the pixel under the first of the rows.
     const auto blend = [&](const std::uint32_t* below, std::ptrdiff_t step, RowRange part) {
         for (std::int32_t row = part.first; row < part.last; ++row) {
-            pixels[row * raster.rowStep] = blended(below[row * step], color, shares[row]);
+            const std::int32_t i = row - rows.first;
+            pixels[row * raster.rowStep] =
+                blended(below[i * step], color, coverage.shares[static_cast<std::size_t>(i)]);
         }
     };
-    if (!m_savedRows.empty() && m_savedRows[static_cast<std::size_t>(x)].isUpright) {
-        blend(pixels, raster.rowStep, rows);
+    SavedColumn& saved = m_saved[static_cast<std::size_t>(x)];
+    if (saved.isUpright) {
+        blend(pixels + rows.first * raster.rowStep, raster.rowStep, rows);
         return;
     }
-    if (!m_savedRows.empty()) {
-        SavedRows& saved = m_savedRows[static_cast<std::size_t>(x)];
-        const RowRange before = saved.rows;
-        const RowRange common{std::max(before.first, rows.first), std::min(before.last, rows.last)};
-        if (common.first < common.last) {
-            restore(raster, x, {before.first, common.first});
-            restore(raster, x, {common.last, before.last});
-            saved.rows = common;
-        } else {
-            restore(raster, x, before);
-            saved.rows = {};
-        }
-    }
+    restoreOutside(raster, x, rows);
     if (rows.first == rows.last) {
         return;
     }
     save(raster, x, rows);
-    const std::uint32_t* below = m_saved.data() + static_cast<std::size_t>(x) * static_cast<std::size_t>(raster.height);
-    blend(below, 1, {rows.first, coverage.solid.first});
+    blend(saved.pixels.data(), 1, {rows.first, coverage.solid.first});
     for (std::int32_t row = coverage.solid.first; row < coverage.solid.last; ++row) {
         pixels[row * raster.rowStep] = color;
     }
-    blend(below, 1, {coverage.solid.last, rows.last});
+    blend(saved.pixels.data(), 1, {coverage.solid.last, rows.last});
 }
 
 void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts,
@@ -295,36 +281,46 @@ void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32
     }
 }
 
-/// Puts back the saved pixels of these rows; none when they are the wrong way round.
-void clsCurvePainter::restore(const Raster& raster, std::int32_t column, RowRange rows)
+/// Puts back the saved pixels of a column, but for those of these rows: they stay saved.
+void clsCurvePainter::restoreOutside(const Raster& raster, std::int32_t column, RowRange rows)
 {
-    const std::uint32_t* saved =
-        m_saved.data() + static_cast<std::size_t>(column) * static_cast<std::size_t>(raster.height);
-    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
-    for (std::int32_t row = rows.first; row < rows.last; ++row) {
-        pixels[row * raster.rowStep] = saved[row];
+    SavedColumn& saved = m_saved[static_cast<std::size_t>(column)];
+    const RowRange before = saved.rows;
+    RowRange common{std::max(before.first, rows.first), std::min(before.last, rows.last)};
+    if (common.first >= common.last) {
+        common = {before.first, before.first};
     }
+    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    const auto restore = [&](RowRange part) {
+        for (std::int32_t row = part.first; row < part.last; ++row) {
+            pixels[row * raster.rowStep] = saved.pixels[static_cast<std::size_t>(row - before.first)];
+        }
+    };
+    restore({before.first, common.first});
+    restore({common.last, before.last});
+    saved.pixels.erase(saved.pixels.begin(), saved.pixels.begin() + (common.first - before.first));
+    saved.pixels.resize(static_cast<std::size_t>(common.last - common.first));
+    saved.rows = common;
 }
 
 /// Keeps the pixels of these rows, before they are drawn on, and of those between them and the ones kept already.
 void clsCurvePainter::save(const Raster& raster, std::int32_t column, RowRange rows)
 {
-    if (m_savedRows.empty()) {
-        m_savedRows.resize(static_cast<std::size_t>(raster.width));
-        m_saved.resize(static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height));
+    m_saved.resize(static_cast<std::size_t>(raster.width));
+    SavedColumn& saved = m_saved[static_cast<std::size_t>(column)];
+    if (saved.rows.first == saved.rows.last) {
+        saved.rows = {rows.first, rows.first};
     }
-    RowRange& kept = m_savedRows[static_cast<std::size_t>(column)].rows;
-    if (kept.first == kept.last) {
-        kept = {rows.first, rows.first};
-    }
-    std::uint32_t* saved = m_saved.data() + static_cast<std::size_t>(column) * static_cast<std::size_t>(raster.height);
     const std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
-    while (kept.first > rows.first) {
-        --kept.first;
-        saved[kept.first] = pixels[kept.first * raster.rowStep];
+    if (const std::int32_t missing = saved.rows.first - rows.first; missing > 0) {
+        saved.pixels.insert(saved.pixels.begin(), static_cast<std::size_t>(missing), 0);
+        saved.rows.first = rows.first;
+        for (std::int32_t i = 0; i < missing; ++i) {
+            saved.pixels[static_cast<std::size_t>(i)] = pixels[(rows.first + i) * raster.rowStep];
+        }
     }
-    for (; kept.last < rows.last; ++kept.last) {
-        saved[kept.last] = pixels[kept.last * raster.rowStep];
+    for (; saved.rows.last < rows.last; ++saved.rows.last) {
+        saved.pixels.push_back(pixels[saved.rows.last * raster.rowStep]);
     }
 }
 

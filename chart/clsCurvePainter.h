@@ -53,10 +53,17 @@ private:
     struct RowRange {
         std::int32_t first = 0, last = 0;
     };
-    /// What the curve covers of a column of pixels; the shares themselves stand in `m_shares`.
+    /// What the curve covers of a column of pixels.
     struct Coverage {
         RowRange rows;
-        RowRange solid; ///< the part of them that is covered wholly
+        RowRange solid;                    ///< the part of them that is covered wholly
+        std::vector<std::uint16_t> shares; ///< of these rows, 0 to 256
+    };
+    /// The pixels of a column under what is drawn.
+    struct SavedColumn {
+        RowRange rows;
+        std::vector<std::uint32_t> pixels;
+        bool isUpright = false; ///< an upright is drawn there, and perhaps a line over it
     };
     /// All that the kept shares depend on.
     struct Basis {
@@ -77,25 +84,17 @@ private:
     void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
     void coverColumn(std::int32_t column, std::int32_t firstFine);
     void keepShares(std::int32_t column, RowRange rows);
-    void drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, const std::uint16_t* shares,
-                    std::uint32_t color);
-    void restore(const Raster& raster, std::int32_t column, RowRange rows);
+    void drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color);
+    void restoreOutside(const Raster& raster, std::int32_t column, RowRange rows);
     void print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top, std::uint32_t color);
     void save(const Raster& raster, std::int32_t column, RowRange rows);
     std::size_t slotOf(std::int32_t column) const;
 
-    // The pixels under what is drawn, by column of the raster and row.
-    struct SavedRows {
-        RowRange rows;
-        bool isUpright = false; ///< an upright is drawn there, and perhaps a line over it
-    };
-    std::vector<SavedRows> m_savedRows;
-    std::vector<std::uint32_t> m_saved;
+    std::vector<SavedColumn> m_saved; ///< by column of the raster; empty before the first is drawn on
     // The coverage, in a ring of columns.
     Basis m_basis;
     std::int32_t m_coveredTo = 0; ///< the column from which on the next frame works it out anew
     std::vector<Coverage> m_coverage;
-    std::vector<std::uint16_t> m_shares; ///< 0 to 256, by column and row
     // Working space for a run.
     std::vector<float> m_reach;   ///< how far the round pen reaches up, by its distance in fine columns
     std::vector<float> m_rawTops; ///< a run's edges by fine column, with room for the pen's reach left and right
