@@ -191,6 +191,7 @@ void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
 void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
 {
     constexpr float kShareOfFine = static_cast<float>(kOpaque) / kFine;
+    constexpr float kHalf = 0.5F; // to round, and more than the sum's error below 0
     Coverage& kept = m_coverage[slotOf(column)];
     const bool isFirst = kept.rows.first == kept.rows.last;
     if (isFirst) {
@@ -206,7 +207,7 @@ void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
     RowRange solid{rows.last, rows.last};
     for (std::int32_t row = rows.first; row < rows.last; ++row) {
         coverage += m_steps[static_cast<std::size_t>(row)];
-        const auto share = std::min(static_cast<std::uint32_t>(coverage * kShareOfFine + 0.5F), kOpaque);
+        const auto share = std::min(static_cast<std::uint32_t>(coverage * kShareOfFine + kHalf), kOpaque);
         std::uint16_t& sum = kept.shares[static_cast<std::size_t>(row - kept.rows.first)];
         sum = static_cast<std::uint16_t>(kOpaque - (kOpaque - sum) * (kOpaque - share) / kOpaque);
         if (share == kOpaque && solid.first == rows.last) {
