@@ -86,6 +86,7 @@ private:
     bool passBringsDistance();
     void showSensorSettings();
     void forgetHistory();
+    void breakCurve(double time);
     void readPort();
     void showRule();
     void advanceClock();
