@@ -4,6 +4,7 @@
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
+#include "settings/frmRVQ.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/frmAbout.h"
@@ -16,7 +17,6 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPixmap>
-#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -120,15 +120,13 @@ private:
         window.close();
     }
 
-    /// The window is modal: what is to happen while it is open is asked for before.
     void takeSettings(const frmMain& window)
     {
-        QTimer::singleShot(kDownload_ms, qApp, [this] {
-            QWidget* settings = QApplication::activeModalWidget();
-            save(*settings, "settings");
-            settings->close();
-        });
         window.findChild<QAction*>("mnuConfigurationRVQ")->trigger();
+        runFor(kDownload_ms);
+        auto* settings = window.findChild<frmRVQ*>();
+        save(*settings, "settings");
+        settings->close();
     }
 
     QString m_folder;

@@ -287,7 +287,8 @@ void clsMeasurementLoop::forgetHistory()
 void clsMeasurementLoop::showRule()
 {
     m_view.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
-                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring});
+                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring,
+                     .Settings = mayStart()});
 }
 
 void clsMeasurementLoop::advanceClock()

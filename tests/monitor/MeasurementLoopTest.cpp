@@ -302,7 +302,7 @@ TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
         monitor.Sent();
         monitor.Tick("23 C,  OK\r\n"); // would restart the measurement
         EXPECT_EQ(monitor.view.temperature, "23 C,  OK");
-        EXPECT_EQ(monitor.view.rule, ControlRule{});
+        EXPECT_EQ(monitor.view.rule, ControlRule{.Settings = false});
         monitor.loop.StartStop({});
         monitor.loop.RequestSingleValue();
         EXPECT_EQ(monitor.Sent(), "");

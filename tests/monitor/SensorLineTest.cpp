@@ -109,8 +109,8 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
         int pumps = 0;
         const auto pump = [&] {
             line.Tick();
-            if (++pumps == 100) {
-                line.PutForward(2.0); // what has come by now is all that comes
+            if (row.verdict == EventNoAnswer && ++pumps == 100) {
+                line.PutForward(2.0); // nothing will come
             }
         };
         EXPECT_EQ(modRVQComm::ChangeParameter(line.device, "302", pump), row.verdict) << row.shortAcknowledge;
