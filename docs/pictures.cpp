@@ -1,9 +1,12 @@
 // Opens every window of the program with a simulated sensor and saves a picture of it in German and in English:
 // orvex_pictures FOLDER [--dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
+#include "chart/frmChartSettings.h"
 #include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
+#include "monitor/ValueLabel.h"
 #include "monitor/frmMain.h"
+#include "monitor/frmTextWindow.h"
 #include "settings/frmRVQ.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
@@ -24,6 +27,8 @@
 namespace {
 
 constexpr int kMeasuring_ms = 20000;
+constexpr int kMoment_ms = 200;
+constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
@@ -83,7 +88,7 @@ private:
     {
         frmSplash splash(m_settings, m_devices, m_help);
         splash.show();
-        runFor(200);
+        runFor(kMoment_ms);
         save(splash, "splash");
     }
 
@@ -100,7 +105,7 @@ private:
         runFor(kMeasuring_ms);
         save(window, "main");
         window.resize(kManualSize);
-        runFor(200);
+        runFor(kMoment_ms);
         save(window, "manual_main");
         window.findChild<QAction*>("mnuOptionConsole")->trigger();
         runFor(kConsole_ms);
@@ -110,14 +115,27 @@ private:
             }
         }
         takeSettings(window);
+        takeLargeDisplay(window);
+        window.findChild<QAction*>("mnuPopUpYscaleSettings")->trigger();
+        runFor(kMoment_ms);
+        save(*window.findChild<frmChartSettings*>(), "chart-settings");
         frmAbout about(&window, m_settings);
         about.show();
-        runFor(200);
+        runFor(kMoment_ms);
         save(about, "about");
         m_help.ShowHelpTopic(window, "Main");
-        runFor(200);
+        runFor(kMoment_ms);
         save(*window.findChild<frmHelp*>(), "help");
         window.close();
+    }
+
+    void takeLargeDisplay(const frmMain& window)
+    {
+        emit window.findChild<ValueLabel*>("lblMeasValue")->clicked();
+        auto* display = window.findChild<frmTextWindow*>();
+        display->resize(kLargeDisplay);
+        runFor(kMoment_ms);
+        save(*display, "large");
     }
 
     void takeSettings(const frmMain& window)

@@ -129,7 +129,7 @@ void frmRVQ::cmdPrint_Click()
     for (std::size_t i = 0; i < kChoices.size(); ++i) {
         switch (kChoices[i].kind) {
         case ChoiceKind::Check:
-            sheet.choices[i] = CheckOf(i)->isChecked() ? "1" : "0";
+            sheet.choices[i].assign(1, CheckOf(i)->isChecked() ? '1' : '0');
             break;
         case ChoiceKind::List:
             sheet.choices[i] = ToBytes(ListOf(i)->currentText());
