@@ -390,6 +390,7 @@ void frmMain::mnuPopupShowZero_Click()
 {
     m_settings.ShowZeroValues = mnuPopupShowZero->isChecked();
     picGraph->ShowZeroValues(m_settings.ShowZeroValues);
+    m_loop.FitRange();
     if (m_chartSettings != nullptr) {
         m_chartSettings->ShowUpdatedSettings();
     }

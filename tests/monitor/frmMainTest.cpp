@@ -27,6 +27,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLocale>
+#include <QMenu>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTextBrowser>
@@ -318,8 +319,21 @@ TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
     QApplication::sendEvent(box("txtParameter_1"), &enter);
     EXPECT_EQ(box("txtParameter_1")->text(), "0");
     EXPECT_TRUE(dialog->isVisible()) << "Enter belongs to the box";
+    box("txtParameter_0")->setText("12-3");
+    button("cmdOK")->click();
+    EXPECT_TRUE(dialog->isVisible()) << "no number: to be corrected";
     button("cmdCancel")->click();
     EXPECT_EQ(chart->YMinimum(), 7.0);
+    EXPECT_EQ(main.settings.yMax, 5000.0);
+
+    const auto* popUp = main.Find<QMenu>("mnuPopUp");
+    QTest::mouseClick(main.Find<XYChart>("picGraph"), Qt::LeftButton);
+    EXPECT_FALSE(popUp->isVisible());
+    main.Find<QAction>("mnuPopupFixedTime")->trigger();
+    EXPECT_TRUE(chart->HoldSpan());
+    emit main.Find<XYChart>("picGraph")->customContextMenuRequested({5, 5}); // as a right click and the menu key do
+    EXPECT_TRUE(popUp->isVisible());
+    EXPECT_TRUE(main.Find<QAction>("mnuPopupFixedTime")->isChecked());
 }
 
 TEST(MainWindow, SaysThatSettingsCannotBeKept)
