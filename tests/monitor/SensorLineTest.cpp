@@ -118,7 +118,12 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
             EXPECT_EQ(model.Parameter("302"), row.stored);
             model.Faults() = {};
         });
-        EXPECT_TRUE(line.Until([&] { return line.TakeLog().ends_with("S|302 100\r|M"); }));
+        std::string log;
+        EXPECT_TRUE(line.Until([&] {
+            const std::string more = line.TakeLog();
+            log += (log.empty() || more.empty() ? "" : "|") + more;
+            return log.ends_with("S|302 100\r|M");
+        })) << log;
         EXPECT_EQ(line.device.CommStatus, DialogueMeasuring);
     }
 }
