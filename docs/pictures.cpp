@@ -3,6 +3,7 @@
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
+#include "recorder/frmRecorder.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/frmAbout.h"
@@ -15,6 +16,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPixmap>
+#include <QPushButton>
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +25,7 @@ namespace {
 
 constexpr int kMeasuring_ms = 20000;
 constexpr int kConsole_ms = 3000;
+constexpr int kRecording_ms = 6000;
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
 void runFor(int ms)
@@ -57,6 +60,7 @@ public:
     {
         m_settings.Language = language;
         m_settings.Baudrate = 38400;
+        m_settings.Folder = m_folder.toStdString();
         m_help.SetHelpFile();
         LocaliseOpenWindows(language);
         takeStart();
@@ -106,6 +110,7 @@ private:
                 save(*other, "console");
             }
         }
+        takeRecorder(window);
         frmAbout about(&window, m_settings);
         about.show();
         runFor(200);
@@ -114,6 +119,27 @@ private:
         runFor(200);
         save(*window.findChild<frmHelp*>(), "help");
         window.close();
+    }
+
+    /// The recorder while it records, and the main window after a playback.
+    void takeRecorder(frmMain& window)
+    {
+        window.findChild<QAction*>("mnuRecorder")->trigger();
+        auto* recorder = window.findChild<frmRecorder*>();
+        const auto press = [&](const char* name) { recorder->findChild<QPushButton*>(QLatin1String(name))->click(); };
+        press("cmdRec");
+        runFor(kRecording_ms);
+        save(*recorder, "recorder");
+        press("cmdStop");
+        window.findChild<QPushButton*>("cmdStart")->click();
+        recorder->ChooseFile = [this] { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); };
+        runFor(200);
+        press("cmdPlay");
+        runFor(200);
+        save(*recorder, "recorder_played");
+        save(window, "playback");
+        window.findChild<QPushButton*>("cmdStart")->click();
+        recorder->close();
     }
 
     QString m_folder;

@@ -226,9 +226,12 @@ void clsMeasurementLoop::resumeAfterSilentSingle()
 
 void clsMeasurementLoop::Show(const Measurement& measurement)
 {
-    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
-    m_view.ShowUnit(UnitOf(measurement.unit).name);
-    if (measurement.unit != m_shownUnit && !IsPlaying) {
+    if (m_playing) {
+        m_played = measurement;
+    } else {
+        showTexts(measurement);
+    }
+    if (measurement.unit != m_shownUnit && !m_playing) {
         m_view.ResetChart();
         forgetHistory();
     }
@@ -243,7 +246,29 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
     m_view.AddChartPoint(measurement.time, measurement.value);
-    if (!IsPlaying) {
+    if (!m_playing) {
+        FitRange();
+    }
+}
+
+void clsMeasurementLoop::showTexts(const Measurement& measurement)
+{
+    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
+    m_view.ShowUnit(UnitOf(measurement.unit).name);
+}
+
+void clsMeasurementLoop::BeginPlaying()
+{
+    m_playing = true;
+    m_played.reset();
+    forgetHistory();
+}
+
+void clsMeasurementLoop::EndPlaying()
+{
+    m_playing = false;
+    if (m_played) {
+        showTexts(*m_played);
         FitRange();
     }
 }

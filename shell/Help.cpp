@@ -32,6 +32,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmConsole", "Console"},
     {"frmTextWindow", "LargeDisplay"},
     {"frmChartSettings", "ChartSettings"},
+    {"frmRecorder", "Recorder"},
 };
 
 /// The window that a control belongs to; a menu or an open list belongs to the window that it hangs on.

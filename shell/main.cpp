@@ -125,6 +125,7 @@ int runProgram(const Options& options)
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
     const std::string iniFile = folder / "RVQ.ini";
     modGlobals::Settings settings = modGlobals::LoadGlobalSettings(iniFile, DecimalSeparator());
+    settings.Folder = folder;
     settings.Language = options.language.value_or(settings.Language);
     modPComm::PortDevices devices;
     devices.Use([&iniFile](std::string_view key) {
