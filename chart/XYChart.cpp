@@ -205,16 +205,14 @@ RowScale XYChart::rowScale() const
 /// Takes the last curve out of the frame and draws the present one.
 void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
 {
-    if (m_frame.isNull()) {
-        m_frame = modGDIAPI::Copy(m_ground);
-        m_curvePainter.Forget();
-    }
     m_isEmpty = true;
     if (m_plot.isEmpty()) {
         return;
     }
     const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
-    m_curvePainter.Erase(raster, modGDIAPI::RasterOf(m_ground, m_plot, m_xReversed));
+    if (m_timeScale || !m_connectPoints || !m_origin) {
+        m_curvePainter.Erase(raster);
+    }
     const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
     for (const TimeTick& tick : ticks) {
         for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {
@@ -230,20 +228,19 @@ void XYChart::drawCurve(const Raster& raster)
 {
     const double ratio = m_frame.devicePixelRatio();
     const auto parts = readable();
-    if (m_connectPoints) {
-        TimeWindow fine = timeWindow();
-        fine.first *= clsCurvePainter::kFineColumns;
-        fine.perDay *= clsCurvePainter::kFineColumns;
-        fine.columns *= clsCurvePainter::kFineColumns;
-        m_columns.Update(m_series, fine, m_showZero);
-        m_isEmpty = m_columns.Spans().empty();
-        const CurvePen pen{kLineWidth * ratio, m_colors.curve.rgb()};
-        m_curvePainter.DrawLines(raster, m_columns.Spans(), m_columns.FirstColumn(), rowScale(), pen);
-    } else {
+    if (!m_connectPoints) {
         m_isEmpty = !ShownValues();
         const CurvePen pen{kDotWidth * ratio, m_colors.curve.rgb()};
         m_curvePainter.DrawDots(raster, parts, timeWindow(), rowScale(), pen, m_showZero);
+        return;
     }
+    TimeWindow fine = timeWindow();
+    fine.first *= clsCurvePainter::kFineColumns;
+    fine.perDay *= clsCurvePainter::kFineColumns;
+    fine.columns *= clsCurvePainter::kFineColumns;
+    m_columns.Update(m_series, fine, m_showZero);
+    m_isEmpty = m_columns.Spans().empty();
+    m_curvePainter.DrawLines(raster, m_columns, rowScale(), {kLineWidth * ratio, m_colors.curve.rgb()});
 }
 
 /// A dot where the curve grows.
@@ -284,6 +281,6 @@ void XYChart::drawEmptyText(QPainter& painter) const
 
 QRectF XYChart::plotArea() const
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     return {m_plot.left() / ratio, m_plot.top() / ratio, m_plot.width() / ratio, m_plot.height() / ratio};
 }

@@ -188,8 +188,7 @@ private:
 
     bool m_groundIsStale = true;
     bool m_isEmpty = true; ///< the last frame showed no point
-    QImage m_ground;       ///< grid and scales
-    QImage m_frame;        ///< the same with the curve
+    QImage m_frame;        ///< grid and scales, and the curve while it is drawn on them
     QRect m_plot;          ///< pixels
     Colors m_colors;
     modChartCommon::Axis m_valueAxis;

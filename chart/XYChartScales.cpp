@@ -46,13 +46,14 @@ void XYChart::prepareGround()
 {
     const double ratio = devicePixelRatioF();
     const QSize size(toPixels(width(), ratio), toPixels(height(), ratio));
-    if (!m_groundIsStale && m_ground.size() == size && m_ground.devicePixelRatio() == ratio) {
+    if (!m_groundIsStale && m_frame.size() == size && m_frame.devicePixelRatio() == ratio) {
         return;
     }
     m_groundIsStale = false;
-    m_frame = QImage();
     m_columns = {};
-    m_ground = modGDIAPI::NewPicture(size, ratio);
+    m_frame = QImage(size, QImage::Format_RGB32);
+    m_frame.setDevicePixelRatio(ratio);
+    m_curvePainter.Forget();
     m_colors = chooseColors();
     layOut();
     drawGround();
@@ -99,7 +100,7 @@ QColor XYChart::labelColor(const clsLabel& label) const
 /// Where the plot lies: what the texts around it leave.
 void XYChart::layOut()
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     const QFontMetricsF metrics(font());
     const double line = metrics.height();
     const double header = m_header.Text.empty() ? 0.0 : QFontMetricsF(labelFont(m_header)).height() + line / 2.0;
@@ -109,20 +110,20 @@ void XYChart::layOut()
     const double bottom = (xCaption ? 3.0 : 2.0) * line;
     const double right = std::max(1.5 * line, m_timeScale ? metrics.horizontalAdvance(kTimeLabel) / 2.0 : 0.0);
     const int plotTop = toPixels(top, ratio);
-    const int plotHeight = std::max(m_ground.height() - plotTop - toPixels(bottom, ratio), 0);
+    const int plotHeight = std::max(m_frame.height() - plotTop - toPixels(bottom, ratio), 0);
     computeValueAxis(plotHeight);
     double labels = metrics.horizontalAdvance(kLeastValueLabel);
     for (const std::string& text : m_valueAxis.tickLabels) {
         labels = std::max(labels, metrics.horizontalAdvance(FromUtf8(text)));
     }
     const int plotLeft = toPixels(labels + 1.5 * line, ratio);
-    const int plotWidth = std::max(m_ground.width() - plotLeft - toPixels(right, ratio), 0);
+    const int plotWidth = std::max(m_frame.width() - plotLeft - toPixels(right, ratio), 0);
     m_plot = QRect(plotLeft, plotTop, plotWidth, plotHeight);
 }
 
 void XYChart::computeValueAxis(int height)
 {
-    const double line = QFontMetricsF(font()).height() * m_ground.devicePixelRatio();
+    const double line = QFontMetricsF(font()).height() * m_frame.devicePixelRatio();
     modChartCommon::ValueRange limits = hasLimits() ? m_limits : modChartCommon::ValueRange{0.0, 1.0};
     limits.divisions = divisionsFor(height, kRowsPerDivision * line);
     if (m_autoScale) {
@@ -142,18 +143,18 @@ void XYChart::computeValueAxis(int height)
 
 void XYChart::drawGround()
 {
-    m_ground.fill(m_colors.back);
+    m_frame.fill(m_colors.back);
     if (m_plot.isEmpty()) {
         return;
     }
-    QPainter painter(&m_ground);
+    QPainter painter(&m_frame);
     painter.setFont(font());
     drawWatermark(painter);
     drawValueScale(painter);
     if (!m_timeScale) {
         drawIntervalScale(painter);
     }
-    const int thickness = std::max(toPixels(1.0, m_ground.devicePixelRatio()), 1);
+    const int thickness = std::max(toPixels(1.0, m_frame.devicePixelRatio()), 1);
     FillPixels(painter, {m_plot.left() - thickness, m_plot.top(), thickness, m_plot.height()}, m_colors.axis);
     FillPixels(painter, {m_plot.left() - thickness, m_plot.bottom() + 1, m_plot.width() + thickness, thickness},
                m_colors.axis);
@@ -163,7 +164,7 @@ void XYChart::drawGround()
 /// Header, captions and the name of the series.
 void XYChart::drawTexts(QPainter& painter) const
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     const double line = QFontMetricsF(font()).height();
     const QRectF plot(m_plot.left() / ratio, m_plot.top() / ratio, m_plot.width() / ratio, m_plot.height() / ratio);
     const auto draw = [&](const clsLabel& label, const QRectF& box, int flags) {
@@ -218,7 +219,7 @@ void XYChart::drawWatermark(QPainter& painter) const
 
 void XYChart::drawValueScale(QPainter& painter) const
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     const double line = QFontMetricsF(font()).height();
     const int thickness = std::max(toPixels(1.0, ratio), 1);
     painter.setPen(m_colors.scale);
@@ -235,7 +236,7 @@ void XYChart::drawValueScale(QPainter& painter) const
 
 void XYChart::drawIntervalScale(QPainter& painter) const
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     const double label = QFontMetricsF(font()).horizontalAdvance(kIntervalLabel) * ratio;
     modChartCommon::Axis axis;
     axis.minimum = -m_xRange_ms / kMsPerSecond;
@@ -256,7 +257,7 @@ void XYChart::drawIntervalScale(QPainter& painter) const
 
 void XYChart::drawXLabel(QPainter& painter, int column, const QString& text) const
 {
-    const double ratio = m_ground.devicePixelRatio();
+    const double ratio = m_frame.devicePixelRatio();
     const double line = QFontMetricsF(font()).height();
     const double label = QFontMetricsF(font()).horizontalAdvance(text);
     const double centre = (m_plot.left() + mirrored(column) + 0.5) / ratio;
@@ -277,7 +278,7 @@ std::vector<XYChart::TimeTick> XYChart::timeTicks() const
     if (last == QLatin1String(modChartCommon::kInvalidRange)) {
         return {{m_plot.width() / 2, last}};
     }
-    const double label = QFontMetricsF(font()).horizontalAdvance(kTimeLabel) * m_ground.devicePixelRatio();
+    const double label = QFontMetricsF(font()).horizontalAdvance(kTimeLabel) * m_frame.devicePixelRatio();
     std::int32_t divisions = divisionsFor(m_plot.width(), kWidthsPerDivision * label);
     const double step = modChartCommon::TimeStep(m_xRange_ms, divisions) / kMsPerDay;
     const TimeWindow window = timeWindow();

@@ -39,6 +39,12 @@ void clsCurveColumns::Update(const clsChartData& series, const TimeWindow& windo
     m_isShownOpen = m_spans.size() > before;
 }
 
+std::int32_t clsCurveColumns::LastColumn() const
+{
+    return static_cast<std::int32_t>(
+        std::clamp(std::floor(m_lastPlace), static_cast<double>(m_first), static_cast<double>(m_end)));
+}
+
 /// Whether the spans hold but for what was added since, and for what leaves at the left.
 bool clsCurveColumns::continues(const clsChartData& series, const TimeWindow& window, bool showZero)
 {
@@ -63,6 +69,8 @@ void clsCurveColumns::startOver(const clsChartData& series, const TimeWindow& wi
     m_window = window;
     m_base = window.first;
     m_first = 0;
+    m_oldest = 0;
+    ++m_epoch;
     m_end = window.columns;
     m_spans.clear();
     m_begin = 0;
@@ -77,6 +85,7 @@ void clsCurveColumns::moveTo(const TimeWindow& window, const ChartPoint& oldest)
     m_first = static_cast<std::int32_t>(window.first - m_base);
     m_end = m_first + window.columns;
     const double begin = std::max(std::floor(oldest.x * window.perDay - m_base), static_cast<double>(m_first));
+    m_oldest = static_cast<std::int32_t>(std::min(begin, static_cast<double>(m_end)));
     while (m_begin < m_spans.size() && m_spans[m_begin].column < begin) {
         ++m_begin;
     }

@@ -45,6 +45,11 @@ public:
     std::span<const ColumnSpan> Spans() const { return std::span(m_spans).subspan(m_begin); }
     /// Which `column` of the spans is the window's first.
     std::int32_t FirstColumn() const { return m_first; }
+    /// Spans of columns from the last point's on may change with the next point; so may all when the epoch changes.
+    std::int32_t LastColumn() const;
+    std::uint64_t Epoch() const { return m_epoch; }
+    /// The column before which there are no more points.
+    std::int32_t OldestColumn() const { return m_oldest; }
 
 private:
     bool continues(const clsChartData& series, const TimeWindow& window, bool showZero);
@@ -67,6 +72,8 @@ private:
 
     double m_base = 0.0; ///< the number of the column that the spans call 0
     std::int32_t m_first = 0, m_end = 0;
+    std::int32_t m_oldest = 0;
+    std::uint64_t m_epoch = 0;
     std::vector<ColumnSpan> m_spans;
     std::size_t m_begin = 0; ///< spans before it have left the window
     // The walk: the column it is in and the last point.

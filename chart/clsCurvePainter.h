@@ -1,6 +1,6 @@
 // Draws the reduced curve, anti-aliased, straight into the pixels of a picture. A column of pixels is made of four
-// finer columns of the reduction; the share of it that they cover gives each pixel's tone. This costs a fraction of a
-// stroked path, whatever the curve looks like.
+// finer columns of the reduction; the share of it that they cover gives each pixel's tone. These shares are kept while
+// the picture scrolls, so a frame works them out for the newest columns only.
 #pragma once
 
 #include "chart/clsCurveColumns.h"
@@ -21,6 +21,7 @@ struct Raster {
 /// Where a value lies: row = offset + value * rowsPerUnit, counted from the top edge of row 0.
 struct RowScale {
     double offset = 0.0, rowsPerUnit = 1.0;
+    bool operator==(const RowScale&) const = default;
 };
 
 struct CurvePen {
@@ -33,41 +34,72 @@ public:
     /// Columns of the reduction in a column of pixels.
     static constexpr std::int32_t kFineColumns = 4;
 
-    /// Takes all that was drawn out of the raster again: puts the pixels of `ground`, of the same shape, in its place.
-    void Erase(const Raster& raster, const Raster& ground);
+    /// Takes all that was drawn out of the raster again, so that the pixels are those from before.
+    void Erase(const Raster& raster);
     /// Forgets what was drawn, because the pixels are new.
-    void Forget() { m_touched.clear(); }
-    /// Draws an upright line, one column of pixels wide.
+    void Forget();
+    /// Draws an upright line, one column of pixels wide; erase first.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
-    /// Draws the lines. The spans' columns are fine ones, `kFineColumns` to a column of the raster, and begin with
-    /// `firstColumn`.
-    void DrawLines(const Raster& raster, std::span<const ColumnSpan> spans, std::int32_t firstColumn,
-                   const RowScale& scale, const CurvePen& pen);
-    /// Draws a round dot, as wide as the pen, at each shown point of the parts; the window's columns are the raster's.
+    /// Draws the lines, over uprights too, and takes out the lines drawn before: no need to erase these. The columns'
+    /// window is the raster's width in fine columns, beginning with a whole pixel.
+    void DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale, const CurvePen& pen);
+    /// Draws a round dot, as wide as the pen, at each shown point of the parts; erase first. The window's columns
+    /// are the raster's.
     void DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts, const TimeWindow& window,
                   const RowScale& scale, const CurvePen& pen, bool showZero);
 
 private:
-    void shapePen(double width);
-    void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
-    void fillColumn(const Raster& raster, std::int32_t column, std::int32_t firstFine, std::uint32_t color);
+    /// Rows from first to before last; none when they are equal.
+    struct RowRange {
+        std::int32_t first = 0, last = 0;
+    };
+    /// What the curve covers of a column of pixels.
+    struct Coverage {
+        RowRange rows;
+        RowRange solid;                    ///< the part of them that is covered wholly
+        std::vector<std::uint16_t> shares; ///< of these rows, 0 to 256
+    };
+    /// The pixels of a column under what is drawn.
+    struct SavedColumn {
+        RowRange rows;
+        std::vector<std::uint32_t> pixels;
+        bool isUpright = false; ///< an upright is drawn there, and perhaps a line over it
+    };
+    /// All that the kept shares depend on.
+    struct Basis {
+        std::uint64_t epoch = 0;
+        RowScale scale;
+        double penWidth = 0.0;
+        std::int32_t width = 0, height = 0;
+        bool operator==(const Basis&) const = default;
+    };
     /// What a dot covers of the pixels of a square, row by row: 0 to 256.
     struct Stamp {
         std::vector<std::uint32_t> shares;
         std::int32_t side = 0;
     };
-    void print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top, std::uint32_t color);
-    void touch(const Raster& raster, std::int32_t column, std::int32_t first, std::int32_t last);
 
-    std::vector<float> m_reach; ///< how far the round pen reaches up, by its distance in fine columns
-    std::vector<float> m_tops;  ///< a run's edges by fine column, with the pen's reach left and right
-    std::vector<float> m_bottoms;
-    std::vector<float> m_rawTops; ///< the same before the pen widens them
+    void cover(const clsCurveColumns& columns, const Basis& basis);
+    void shapePen(double width);
+    void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
+    void coverColumn(std::int32_t column, std::int32_t firstFine);
+    void keepShares(std::int32_t column, RowRange rows);
+    void drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color);
+    void restoreOutside(const Raster& raster, std::int32_t column, RowRange rows);
+    void print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top, std::uint32_t color);
+    void save(const Raster& raster, std::int32_t column, RowRange rows);
+    std::size_t slotOf(std::int32_t column) const;
+
+    std::vector<SavedColumn> m_saved; ///< by column of the raster; empty before the first is drawn on
+    // The coverage, in a ring of columns.
+    Basis m_basis;
+    std::int32_t m_coveredTo = 0; ///< the column from which on the next frame works it out anew
+    std::vector<Coverage> m_coverage;
+    // Working space for a run.
+    std::vector<float> m_reach;   ///< how far the round pen reaches up, by its distance in fine columns
+    std::vector<float> m_rawTops; ///< a run's edges by fine column, with room for the pen's reach left and right
     std::vector<float> m_rawBottoms;
+    std::vector<float> m_tops; ///< the same, widened by the pen
+    std::vector<float> m_bottoms;
     std::vector<float> m_steps; ///< by row: how much the coverage changes there
-    /// By column: the rows that drawing has changed, none where they are equal.
-    struct RowRange {
-        std::int32_t first = 0, last = 0;
-    };
-    std::vector<RowRange> m_touched;
 };

@@ -14,9 +14,9 @@ struct Axis {
     double minimum = 0.0, maximum = 0.0;
     std::int32_t reversed = 0;  ///< not 0: the ticks run from the maximum downwards
     double pixelsPerUnit = 0.0; ///< set by ComputeAxis, as are the ticks
-    std::vector<double> tickValues;
-    std::vector<std::int32_t> tickPositions; ///< pixels from the axis' start; negative when reversed
-    std::vector<std::string> tickLabels;
+    std::vector<double> tickValues{};
+    std::vector<std::int32_t> tickPositions{}; ///< pixels from the axis' start; negative when reversed
+    std::vector<std::string> tickLabels{};
     std::int32_t pixelStart = 0, pixelEnd = 0;
 };
 
@@ -53,7 +53,7 @@ std::int32_t TimeStep(std::int32_t range_ms, std::int32_t& divisions);
 /// limits take the first values as they come.
 struct ValueRange {
     double lower = 0.0, upper = 0.0;
-    std::int32_t divisions = 6;
+    std::int32_t divisions = 10;
     bool operator==(const ValueRange&) const = default;
 };
 

@@ -4,10 +4,8 @@
 #include "shell/QtText.h"
 
 #include <QFontDatabase>
+#include <QImage>
 #include <QPainter>
-
-#include <cstring>
-#include <vector>
 
 namespace modGDIAPI {
 
@@ -46,27 +44,6 @@ void FillPixels(QPainter& painter, const QRect& pixels, const QColor& color)
     const double ratio = painter.device()->devicePixelRatio();
     painter.fillRect(QRectF(pixels.x() / ratio, pixels.y() / ratio, pixels.width() / ratio, pixels.height() / ratio),
                      color);
-}
-
-QImage NewPicture(const QSize& pixels, double ratio)
-{
-    // An odd number of cache lines to a row: pixels of one column then spread over the whole cache, whatever the width.
-    constexpr int kLine = 64;
-    const int lines = (pixels.width() * 4 + kLine - 1) / kLine | 1;
-    const auto size = static_cast<std::size_t>(lines) * kLine * static_cast<std::size_t>(pixels.height());
-    auto* memory = new std::vector<uchar>(size);
-    const auto release = [](void* owned) { delete static_cast<std::vector<uchar>*>(owned); };
-    QImage picture(memory->data(), pixels.width(), pixels.height(), static_cast<qsizetype>(lines) * kLine,
-                   QImage::Format_RGB32, release, memory);
-    picture.setDevicePixelRatio(ratio);
-    return picture;
-}
-
-QImage Copy(const QImage& picture)
-{
-    QImage copy = NewPicture(picture.size(), picture.devicePixelRatio());
-    std::memcpy(copy.bits(), picture.constBits(), static_cast<std::size_t>(picture.sizeInBytes()));
-    return copy;
 }
 
 Raster RasterOf(QImage& picture, const QRect& area, bool mirrored)

@@ -5,11 +5,11 @@
 
 #include <QColor>
 #include <QFont>
-#include <QImage>
 #include <QRect>
 
 #include <cstdint>
 
+class QImage;
 class QPainter;
 struct clsLabel;
 
@@ -30,11 +30,6 @@ QFont FontOf(const clsLabel& label, const QFont& base);
 
 /// Fills a rectangle given in pixels of the device, however many of them make a unit of the painter.
 void FillPixels(QPainter& painter, const QRect& pixels, const QColor& color);
-
-/// An opaque 32-bit picture of so many pixels.
-QImage NewPicture(const QSize& pixels, double ratio);
-/// A picture of NewPicture once more.
-QImage Copy(const QImage& picture);
 
 /// The part `area` (pixels) of a 32-bit picture; with `mirrored`, columns count from its right edge.
 Raster RasterOf(QImage& picture, const QRect& area, bool mirrored);

@@ -1,5 +1,6 @@
 // Opens every window of the program with a simulated sensor and saves a picture of it in German and in English:
 // orvex_pictures FOLDER [--dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
+#include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
@@ -17,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QPixmap>
 #include <QPushButton>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +26,7 @@
 namespace {
 
 constexpr int kMeasuring_ms = 20000;
+constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
@@ -60,7 +63,6 @@ public:
     {
         m_settings.Language = language;
         m_settings.Baudrate = 38400;
-        m_settings.Folder = m_folder.toStdString();
         m_help.SetHelpFile();
         LocaliseOpenWindows(language);
         takeStart();
@@ -95,7 +97,8 @@ private:
         simulator::clsSimulatedSensor sensor(options);
         m_devices.Override(1, sensor.Path());
         clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, m_help);
+        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }},
+                       {m_library, m_folder.toStdString()}, m_help);
         window.MeasureWhenConnected();
         window.show();
         runFor(kMeasuring_ms);
@@ -111,6 +114,7 @@ private:
             }
         }
         takeRecorder(window);
+        takeSettings(window);
         frmAbout about(&window, m_settings);
         about.show();
         runFor(200);
@@ -142,9 +146,21 @@ private:
         recorder->close();
     }
 
+    /// The window is modal: what is to happen while it is open is asked for before.
+    void takeSettings(const frmMain& window)
+    {
+        QTimer::singleShot(kDownload_ms, qApp, [this] {
+            QWidget* settings = QApplication::activeModalWidget();
+            save(*settings, "settings");
+            settings->close();
+        });
+        window.findChild<QAction*>("mnuConfigurationRVQ")->trigger();
+    }
+
     QString m_folder;
     modGlobals::Settings m_settings;
     modPComm::PortDevices m_devices;
+    clsConfigLibrary m_library{{}};
     Help m_help{m_settings, {}};
 };
 

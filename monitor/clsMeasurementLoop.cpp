@@ -99,6 +99,7 @@ void clsMeasurementLoop::readPort()
 void clsMeasurementLoop::reopenPort()
 {
     m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+    breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueMeasuring) {
         m_view.ShowRunning(false);
         m_view.ShowDistance({});
@@ -155,6 +156,7 @@ void clsMeasurementLoop::noAnswer()
         return;
     }
     status(TextNoConnection);
+    breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueIdle) {
         m_view.ShowTemperature({});
         m_device.CommStatus = DialogueNone;
@@ -237,9 +239,7 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
     }
     m_shownUnit = measurement.unit;
     if (!IsCharted(measurement, m_settings.ShowZeroValues)) {
-        if (!std::exchange(m_inGap, true)) {
-            m_view.AddChartGap(measurement.time);
-        }
+        breakCurve(measurement.time);
         return;
     }
     m_inGap = false;
@@ -270,6 +270,15 @@ void clsMeasurementLoop::EndPlaying()
     if (m_played) {
         showTexts(*m_played);
         FitRange();
+        breakCurve(m_played->time); // a live value is not joined to it
+    }
+}
+
+/// However long nothing comes, one mark keeps the curve from being joined across.
+void clsMeasurementLoop::breakCurve(double time)
+{
+    if (!std::exchange(m_inGap, true)) {
+        m_view.AddChartGap(time);
     }
 }
 

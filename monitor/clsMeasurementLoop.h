@@ -91,6 +91,7 @@ private:
     void showSensorSettings();
     void forgetHistory();
     void showTexts(const Measurement& measurement);
+    void breakCurve(double time);
     void readPort();
     void showRule();
     void advanceClock();

@@ -7,11 +7,13 @@
 #include "monitor/ValueLabel.h"
 #include "monitor/frmTextWindow.h"
 #include "recorder/frmRecorder.h"
+#include "settings/frmRVQ.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/frmAbout.h"
 #include "shell/modAPI.h"
 #include "shell/modFunctions.h"
@@ -79,14 +81,15 @@ const Lamp& lampOf(std::int32_t commStatus)
 
 } // namespace
 
-frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, Help& help)
-    : m_settings(settings), m_ports(ports), m_help(help), m_consoleWindow(settings), m_console(m_consoleWindow),
-      m_device(ports.port, blockFor), m_loop(m_device, settings, *this, DecimalSeparator()),
-      m_recorder(modAPI::ProgramFolder(settings.Folder) / "REC"), m_timer(new QTimer(this))
+frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Storage& storage, Help& help)
+    : m_settings(settings), m_ports(ports), m_storage(storage), m_help(help), m_consoleWindow(settings),
+      m_console(m_consoleWindow), m_device(ports.port, blockFor), m_loop(m_device, settings, *this, DecimalSeparator()),
+      m_recorder(modAPI::ProgramFolder(storage.programFolder) / "REC"), m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmMain"));
     BuildForm(*this);
     resize((QSize(66, 40) * fontMetrics().height()).boundedTo(screen()->availableSize()));
+    new WindowPlace(*this, m_settings.IniFile);
     fillControls();
     localise();
     connectControls();
@@ -108,7 +111,6 @@ void frmMain::fillControls()
     }
     cmbAverageDepth->setCurrentIndex(-1);
     chooseDefaultDevice(m_settings.DefaultDevice.c_str());
-    mnuConfigurationRVQ->setEnabled(false); // until there is a settings window
     picGraph->Header({});
     picGraph->XTitle(QStringLiteral("[ s ]"));
     picGraph->YTitle(QStringLiteral("[ mm ]"));
@@ -142,6 +144,9 @@ void frmMain::closeEvent(QCloseEvent* event)
         m_timer->stop();
         m_loop.Unload();
         closeRecorder();
+        if (m_settingsWindow != nullptr) {
+            m_settingsWindow->Unload();
+        }
         if (mnuOptionConsole->isChecked()) {
             m_console.CloseConsole();
         }
@@ -185,6 +190,7 @@ void frmMain::connectControls()
 void frmMain::connectMenus()
 {
     connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);
+    connectAction(mnuConfigurationRVQ, &frmMain::mnuConfigurationRVQ_Click);
     connectAction(mnuConfigurationDefaultSerial, &frmMain::mnuConfigurationDefaultSerial_Click);
     connectAction(mnuConfigurationDefaultProfibus, &frmMain::mnuConfigurationDefaultProfibus_Click);
     connectAction(mnuOptionLanguageDEEN, &frmMain::mnuOptionLanguageDEEN_Click);
@@ -355,6 +361,20 @@ void frmMain::chooseDefaultDevice(const char* device)
     m_settings.DefaultDevice = device;
     const bool serial = m_settings.DefaultDevice == "Serial";
     (serial ? mnuConfigurationDefaultSerial : mnuConfigurationDefaultProfibus)->setChecked(true);
+}
+
+void frmMain::mnuConfigurationRVQ_Click()
+{
+    frmRVQ window(this, {.device = m_device,
+                         .library = m_storage.library,
+                         .settings = m_settings,
+                         .help = m_help,
+                         .programFolder = m_storage.programFolder,
+                         .pumpEvents = pumpEvents});
+    m_settingsWindow = &window;
+    m_loop.LiveUpdate = [&window](const clsRVQ&) { window.FollowDevice(); };
+    window.exec();
+    m_loop.LiveUpdate = nullptr;
 }
 
 void frmMain::mnuConfigurationDefaultSerial_Click()

@@ -18,14 +18,17 @@
 #include <QPointer>
 
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
 class Help;
 class QTimer;
 class SerialPort;
+class clsConfigLibrary;
 class frmChartSettings;
 class frmRecorder;
+class frmRVQ;
 class frmTextWindow;
 
 class frmMain : public QMainWindow, private MainForm, private MonitorView, private RecorderHost {
@@ -39,8 +42,14 @@ public:
         std::function<modPComm::OpenFailure()> lastFailure;
     };
 
-    /// `settings`, `help` and what `ports` refers to must outlive the window.
-    frmMain(modGlobals::Settings& settings, const Ports& ports, Help& help);
+    /// Where its files are: the list of configurations and the folder of the program.
+    struct Storage {
+        clsConfigLibrary& library;
+        std::string programFolder;
+    };
+
+    /// `settings`, `help` and what `ports` and `storage` refer to must outlive the window.
+    frmMain(modGlobals::Settings& settings, const Ports& ports, const Storage& storage, Help& help);
     ~frmMain() override;
 
     /// Measuring starts by itself as soon as the sensor answers.
@@ -110,6 +119,7 @@ private:
     void picGraph_MouseDown(const QPoint& position);
     void mnuFileExit_Click();
     void chooseDefaultDevice(const char* device);
+    void mnuConfigurationRVQ_Click();
     void mnuConfigurationDefaultSerial_Click();
     void mnuConfigurationDefaultProfibus_Click();
     void mnuOptionLanguageDEEN_Click();
@@ -125,6 +135,7 @@ private:
 
     modGlobals::Settings& m_settings;
     Ports m_ports;
+    Storage m_storage;
     Help& m_help;
     frmConsole m_consoleWindow;
     clsConsole m_console;
@@ -146,6 +157,7 @@ private:
     QTimer* m_timer;
     QPointer<frmTextWindow> m_textWindow;
     QPointer<frmChartSettings> m_chartSettings;
+    QPointer<frmRVQ> m_settingsWindow;
     /// The newest time of each message of panel 1, the newest first.
     std::vector<std::pair<QString, QString>> m_messages;
 };

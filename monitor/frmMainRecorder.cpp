@@ -145,12 +145,12 @@ void frmMain::EndPlayback(const modPlayback::Loaded& loaded)
         picGraph->ShowTime(loaded.last);
         picGraph->TimeOrigin(axis.origin);
     }
+    m_playedPoints = picGraph->Series().Added();
     m_loop.EndPlaying();
     if (!loaded.temperature.empty()) {
         ShowTemperature(loaded.temperature);
     }
     picGraph->Redraw();
     m_playedFile = QFile::decodeName(m_recorder.FileName.c_str());
-    m_playedPoints = picGraph->Series().Added();
     explainPlayed();
 }

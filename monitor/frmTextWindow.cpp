@@ -1,6 +1,7 @@
 #include "monitor/frmTextWindow.h"
 
 #include "shell/Localise.h"
+#include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
 #include <QLabel>
@@ -32,6 +33,7 @@ frmTextWindow::frmTextWindow(QWidget& owner, const modGlobals::Settings& setting
     lblValue->setAccessibleName(windowTitle());
     connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, &QWidget::close);
     resize(pixels(2000), pixels(1000));
+    new WindowPlace(*this, settings.IniFile);
 }
 
 void frmTextWindow::ShowValue(const QString& text)

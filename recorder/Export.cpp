@@ -4,6 +4,7 @@
 #include "recorder/ChartPicture.h"
 #include "recorder/LoadProgress.h"
 #include "recorder/clsRecorder.h"
+#include "shell/FileFilter.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
 
@@ -97,23 +98,11 @@ bool paintPng(XYChart& chart, QIODevice& device)
 
 } // namespace
 
-QString RecordingFilter(std::int32_t language)
-{
-    // Text and pattern alternate; "*.*" means every file here.
-    const QStringList parts = Text(1151, language).split(u'|');
-    QStringList filters;
-    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
-        const bool all = parts[i + 1] == QLatin1String("*.*");
-        filters += parts[i].section(u'(', 0, 0).trimmed() + QLatin1String(all ? " (*)" : " (*.rec *.REC)");
-    }
-    return filters.join(QLatin1String(";;"));
-}
-
 QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_t language)
 {
     const QString title = Text(1087, language).remove(u'&').remove(QStringLiteral(" …"));
     const QString recording = QFileDialog::getOpenFileName(&owner, title, proposal(recorder, QStringLiteral("rec")),
-                                                           RecordingFilter(language));
+                                                           FileFilter(Text(1151, language), QStringLiteral("*.rec")));
     if (recording.isEmpty()) {
         return {};
     }

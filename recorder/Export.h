@@ -11,9 +11,6 @@ class QWidget;
 class XYChart;
 class clsRecorder;
 
-/// The filter of file dialogs for recordings.
-QString RecordingFilter(std::int32_t language);
-
 /// Asks for a recording and a table and writes the one to the other. The outcome in words; empty when the user cancels
 /// one of the questions.
 QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_t language);

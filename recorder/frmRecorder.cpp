@@ -1,12 +1,13 @@
 #include "recorder/frmRecorder.h"
 
-#include "recorder/Export.h"
 #include "recorder/LoadProgress.h"
 #include "recorder/RecorderHost.h"
 #include "recorder/clsRecorder.h"
+#include "shell/FileFilter.h"
 #include "shell/Guarded.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
 #include <QCloseEvent>
@@ -100,6 +101,7 @@ frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, c
     column->addLayout(buildButtons());
     setMinimumWidth(static_cast<int>(kWidth * fontMetrics().height()));
     m_recorder.IsOpen = true;
+    new WindowPlace(*this, m_settings.IniFile);
     localise();
     drawSymbols();
     connect(cmdRec, &QPushButton::clicked, this, [this] { Guarded([this] { cmdRec_Click(); }); });
@@ -272,7 +274,7 @@ QString frmRecorder::askForFile()
 {
     const QString preset =
         m_recorder.FileName.empty() ? QFile::decodeName(m_recorder.Folder().c_str()) : pathOf(m_recorder.FileName);
-    return QFileDialog::getOpenFileName(this, windowTitle(), preset, RecordingFilter(m_settings.Language));
+    return QFileDialog::getOpenFileName(this, windowTitle(), preset, FileFilter(text(1151), QStringLiteral("*.rec")));
 }
 
 void frmRecorder::reject()

@@ -33,6 +33,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmTextWindow", "LargeDisplay"},
     {"frmChartSettings", "ChartSettings"},
     {"frmRecorder", "Recorder"},
+    {"frmRVQ", "RVQSettings"},
 };
 
 /// The window that a control belongs to; a menu or an open list belongs to the window that it hangs on.

@@ -4,6 +4,7 @@
 #include "shell/Guarded.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
 #include <QApplication>
@@ -44,6 +45,7 @@ frmConsole::frmConsole(const modGlobals::Settings& settings)
     column->addWidget(txtConsole, 1);
     column->addLayout(buttons);
     resize(txtConsole->fontMetrics().horizontalAdvance(u'0') * 90, fontMetrics().height() * 30);
+    new WindowPlace(*this, m_settings.IniFile);
     connect(cmdCopy, &QPushButton::clicked, this, [this] { Guarded([this] { cmdCopy_Click(); }); });
     connect(cmdSave, &QPushButton::clicked, this, [this] { Guarded([this] { cmdSave_Click(); }); });
     localise();

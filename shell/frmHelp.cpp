@@ -3,6 +3,7 @@
 #include "shell/Guarded.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 #include "shell/modHTMLHelp.h"
 
@@ -101,6 +102,7 @@ frmHelp::frmHelp(QWidget& owner, const modGlobals::Settings& settings)
     rows->addLayout(buildBar());
     rows->addWidget(columns, 1);
     resize((QSize(72, 48) * fontMetrics().height()).boundedTo(screen()->availableSize() * kShareOfScreen));
+    new WindowPlace(*this, m_settings.IniFile);
     connectControls();
     localise();
 }

@@ -1,4 +1,5 @@
 // The program RVQ: reads its options, puts a simulated sensor on COM 1 if asked to, and opens the main window.
+#include "config/clsConfigLibrary.h"
 #include "config/modIni.h"
 #include "device/Parameters.h"
 #include "device/clsPosixPort.h"
@@ -125,7 +126,6 @@ int runProgram(const Options& options)
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
     const std::string iniFile = folder / "RVQ.ini";
     modGlobals::Settings settings = modGlobals::LoadGlobalSettings(iniFile, DecimalSeparator());
-    settings.Folder = folder;
     settings.Language = options.language.value_or(settings.Language);
     modPComm::PortDevices devices;
     devices.Use([&iniFile](std::string_view key) {
@@ -150,8 +150,10 @@ int runProgram(const Options& options)
     if (!options.connect && frmSplash(settings, devices, help).exec() != QDialog::Accepted) {
         return 0;
     }
+    clsConfigLibrary library(iniFile);
+    library.Build();
     clsPosixPort port(devices);
-    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, help);
+    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
     if (options.print) {
         window.DistanceShown = printDistance;
     }

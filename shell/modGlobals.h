@@ -22,7 +22,6 @@ struct Settings {
     double yMax = 5000.0;
     double yMin = 0.0;
     bool ShowZeroValues = false; ///< values of 0 are charted; not kept in the file
-    std::string Folder = {};     ///< the program folder, full path; not kept in the file
 };
 
 /// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default.

@@ -3,6 +3,7 @@
 
 #include "chart/XYChart.h"
 #include "chart/frmChartSettings.h"
+#include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
@@ -31,8 +32,10 @@
 #include <QTreeWidget>
 #include <QtTest/qtestspontaneevent.h>
 
+#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -41,6 +44,7 @@ struct Window {
     modPComm::PortDevices devices;
     clsPosixPort port{devices};
     modGlobals::Settings settings{.Language = LanguageEnglish};
+    clsConfigLibrary library{{}};
     Help help{settings, "/folder"};
     std::unique_ptr<frmMain> window;
 
@@ -48,8 +52,9 @@ struct Window {
     {
         devices.Override(1, sensor.Path());
         devices.Override(2, "/dev/does-not-exist");
-        window = std::make_unique<frmMain>(settings,
-                                           frmMain::Ports{port, devices, [this] { return port.LastFailure(); }}, help);
+        window =
+            std::make_unique<frmMain>(settings, frmMain::Ports{port, devices, [this] { return port.LastFailure(); }},
+                                      frmMain::Storage{library, {}}, help);
         window->show();
     }
 
@@ -321,12 +326,34 @@ TEST(MainWindow, SaysThatSettingsCannotBeKept)
         main.settings.IniFile = file;
         main.window.reset();
         main.window = std::make_unique<frmMain>(
-            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }}, main.help);
+            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }},
+            frmMain::Storage{main.library, {}}, main.help);
         EXPECT_EQ(main.Text("sbar_2"), std::string("Settings are not kept: ") + file + " cannot be written");
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
         EXPECT_TRUE(main.Text("sbar_2").starts_with("Einstellungen werden nicht gespeichert: "));
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
     }
+}
+
+TEST(MainWindow, ComesBackInItsSize)
+{
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("orvex-main-" + std::to_string(getpid()) + ".ini");
+    Window main;
+    main.settings.IniFile = file;
+    for (const QSize size : {QSize(), QSize(777, 555)}) {
+        main.window.reset();
+        main.window = std::make_unique<frmMain>(
+            main.settings, frmMain::Ports{main.port, main.devices, [] { return modPComm::OpenFailure{}; }},
+            frmMain::Storage{main.library, {}}, main.help);
+        main.window->show();
+        if (size.isValid()) {
+            EXPECT_EQ(main.window->size(), size);
+        }
+        main.window->resize(777, 555);
+        main.window->close();
+    }
+    std::filesystem::remove(file);
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)

@@ -117,7 +117,7 @@ TEST(Transfer, DefaultsStopARunningMeasurementAndStartItAgain)
 {
     TransferOnLine window;
     window.line.InSensor("701", 55);
-    window.line.loop.StartStop();
+    window.line.loop.StartStop({});
     ASSERT_TRUE(window.line.UntilEvent(EventDistance));
     window.line.TakeLog();
     window.transfer.SetDefaults();

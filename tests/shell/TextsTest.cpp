@@ -63,7 +63,7 @@ TEST(Texts, EveryIdInTheCodeHasATextAndEveryTextIsUsed)
 {
     const std::set<int> otherNumbers{1000, 1024, 1200, 1252}; // that are no ids
     std::set<int> used;
-    for (const char* folder : {"shell", "monitor", "chart", "recorder", "settings", "config"}) {
+    for (const char* folder : {"shell", "device", "monitor", "chart", "recorder", "settings"}) {
         const std::filesystem::path path = std::filesystem::path(ORVEX_SOURCE_DIR) / folder;
         if (!exists(path)) {
             continue;

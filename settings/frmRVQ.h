@@ -1,0 +1,113 @@
+// The settings window: one configuration at a time in its controls, and what its buttons do with it. Modal to the main
+// window, whose timer goes on.
+#pragma once
+
+#include "settings/SettingsForm.h"
+#include "settings/clsTransfer.h"
+
+#include <QDialog>
+
+#include <functional>
+#include <string>
+
+class Help;
+class QMessageBox;
+class clsConfigLibrary;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class frmRVQ : public QDialog, private SettingsForm, private TransferView {
+    Q_OBJECT
+
+public:
+    /// What the window works with; all must outlive it.
+    struct Context {
+        clsRVQ& device;
+        clsConfigLibrary& library;
+        const modGlobals::Settings& settings;
+        Help& help;
+        std::string programFolder;
+        modRVQComm::PumpEvents pumpEvents;
+    };
+    /// The boxes that the window opens; a test puts its own in their place. Paths are the system's bytes, an empty one
+    /// means that the user has cancelled; `QString()` as a description likewise.
+    struct Dialogs {
+        std::function<std::string(const std::string& folder)> FileToLoad;
+        std::function<std::string(const std::string& proposal)> FileToSave;
+        std::function<QString(const QString& proposal)> Description;
+        std::function<bool(const QString& question)> Overwrite;
+        std::function<FailureAnswer(const QString& question)> Failure;
+        std::function<void(const std::string& sheet)> OpenSheet;
+    };
+
+    frmRVQ(QWidget* owner, const Context& context);
+    ~frmRVQ() override;
+
+    Dialogs Boxes;
+    /// What the measurement loop tells in every tick: connection, marks and enabled controls follow the device.
+    void FollowDevice();
+    /// The main window goes: boxes close with Abort, and so does this window.
+    void Unload();
+    /// Closes the window; refused while a transfer runs.
+    void reject() override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void ShowBusy(bool busy) override;
+    void ShowStatusText(std::int32_t textId) override;
+    void ShowFailed(bool failed) override;
+    void ShowProgress(const TransferProgress& progress) override;
+    FailureAnswer AskAboutFailure(std::int32_t reasonTextId) override;
+    void SelectDeviceEntry() override;
+    void FillFromDeviceEntry() override;
+
+    void connectControls();
+    void connectButton(const QPushButton* button, void (frmRVQ::*act)());
+    void localise();
+    void fillConfigurations();
+    void begin();
+    void fill(const clsRVQ& configuration);
+    ShownSettings shown() const;
+    void showOutcomes(const CopyOutcomes& outcomes);
+    void applyRule();
+    void markDifferences();
+    QString rangeText(std::size_t field) const;
+    void saveAs(const std::string& path, const std::string& description);
+    void showStatus(const QString& status);
+    QString text(std::int32_t id) const;
+    clsRVQ& selected() const;
+
+    void cmbConfig_Click(int index);
+    void cmdLoad_Click();
+    void cmdSave_Click();
+    void cmdDelete_Click();
+    void cmdDownload_Click();
+    void cmdUpload_Click();
+    void cmdSaveSettings_Click();
+    void cmdSetDefaults_Click();
+    void cmdPrint_Click();
+    void cmdHelp_Click();
+    void cmdClose_Click();
+
+    Context m_context;
+    char m_decimalSeparator;
+    clsTransfer m_transfer;
+    bool m_serial = true;
+    bool m_begun = false;
+    bool m_unloading = false;
+    std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
+    std::int32_t m_statusId = 0;
+    std::int32_t m_connection = 0; ///< text id of what was wrong with the connection
+    struct State {
+        std::int32_t commStatus = -1;
+        bool unstored = false, busy = false;
+        bool operator==(const State&) const = default;
+    };
+    State m_followed; ///< as the last tick has found it
+    QMessageBox* m_question = nullptr;
+};

@@ -1,0 +1,223 @@
+// What the buttons of the settings window do, and what a transfer shows.
+#include "config/clsConfigLibrary.h"
+#include "settings/Printout.h"
+#include "settings/frmRVQ.h"
+#include "shell/Help.h"
+#include "shell/Localise.h"
+#include "shell/NumberEdit.h"
+#include "shell/QtText.h"
+#include "shell/modGlobals.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QProgressBar>
+
+namespace {
+
+enum TextId : std::int32_t {
+    TextNewConfiguration = 1281,
+    TextUserConfiguration = 1284,
+    TextExists = 1285,
+    TextOverwrite = 1286,
+    TextConfigurationError = 1291,
+    TextStep = 1323,
+    TextNotWritten = 1330,
+};
+
+constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
+
+} // namespace
+
+void frmRVQ::cmdLoad_Click()
+{
+    const std::string path = Boxes.FileToLoad(m_context.programFolder);
+    if (path.empty()) {
+        return;
+    }
+    if (const auto line = m_context.library.Import(path)) {
+        cmbConfig->addItem(FromBytes(m_context.library.Entry(*line).Description));
+        cmbConfig_Click(static_cast<int>(*line));
+    }
+}
+
+void frmRVQ::cmdSave_Click()
+{
+    const bool isDevice = cmbConfig->currentIndex() == kDevice;
+    const QString proposal = isDevice ? text(TextNewConfiguration) : FromBytes(selected().Description);
+    QString description = Boxes.Description(proposal);
+    if (description.isEmpty()) {
+        description = text(TextUserConfiguration); // also after a cancel; saving goes on
+    }
+    const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
+    const auto line = static_cast<std::size_t>(cmbConfig->currentIndex());
+    if (path.empty()) {
+        return;
+    }
+    const QString shownPath = QFile::decodeName(path.c_str());
+    if (m_context.library.WouldOverwrite(path, line) &&
+        !Boxes.Overwrite(text(TextExists) + QStringLiteral(": ") + shownPath + u'\n' + text(TextOverwrite))) {
+        return;
+    }
+    saveAs(path, ToBytes(description));
+}
+
+void frmRVQ::saveAs(const std::string& path, const std::string& description)
+{
+    const std::size_t before = m_context.library.Size();
+    const std::size_t line = m_context.library.FindOrAdd(path);
+    const bool isNew = m_context.library.Size() > before;
+    showOutcomes(CopyForSaving(m_context.library.Entry(line), shown()));
+    const QString shownPath = QFile::decodeName(path.c_str());
+    if (!m_context.library.Store(line, description)) {
+        showStatus(text(TextNotWritten).arg(shownPath));
+        ShowFailed(true);
+    }
+    lblSource->setText(shownPath);
+    lblSource->setToolTip(shownPath);
+    if (isNew) {
+        // The fields are not filled again, so that a "255" stays to be seen.
+        cmbConfig->addItem(FromBytes(description));
+        cmbConfig->setCurrentIndex(cmbConfig->count() - 1);
+    } else {
+        // Deliberate: the current line, also when the file belongs to another one.
+        cmbConfig->setItemText(cmbConfig->currentIndex(), FromBytes(description));
+    }
+    applyRule();
+}
+
+void frmRVQ::cmdDelete_Click()
+{
+    const int line = cmbConfig->currentIndex();
+    if (const auto above = m_context.library.Delete(static_cast<std::size_t>(line))) {
+        cmbConfig->removeItem(line);
+        cmbConfig_Click(static_cast<int>(*above));
+    }
+}
+
+void frmRVQ::cmdDownload_Click()
+{
+    m_transfer.Download();
+}
+
+void frmRVQ::cmdUpload_Click()
+{
+    showOutcomes(CopyInto(m_context.library.Device(), shown()));
+    m_transfer.Upload();
+}
+
+void frmRVQ::cmdSaveSettings_Click()
+{
+    m_transfer.StoreInSensor();
+}
+
+void frmRVQ::cmdSetDefaults_Click()
+{
+    m_transfer.SetDefaults();
+}
+
+void frmRVQ::cmdPrint_Click()
+{
+    SheetTexts sheet;
+    sheet.serial = m_serial;
+    sheet.SerialNo = ToBytes(lblSerialNo->text());
+    sheet.SWVersion = ToBytes(lblSWVersion->text());
+    sheet.SWBuild = ToBytes(lblSWBuild->text());
+    sheet.DeviceType = ToBytes(lblDeviceType->text());
+    for (std::size_t i = 0; i < kFields.size(); ++i) {
+        sheet.fields[i] = ToBytes(txtParameter[i]->text());
+    }
+    for (std::size_t i = 0; i < kChoices.size(); ++i) {
+        switch (kChoices[i].kind) {
+        case ChoiceKind::Check:
+            sheet.choices[i] = CheckOf(i)->isChecked() ? "1" : "0";
+            break;
+        case ChoiceKind::List:
+            sheet.choices[i] = ToBytes(ListOf(i)->currentText());
+            break;
+        case ChoiceKind::Label:
+            sheet.choices[i] = ToBytes(static_cast<QLabel*>(choice[i])->text());
+            break;
+        }
+    }
+    const std::string file = SheetFile(m_context.programFolder);
+    if (WriteSheet(m_context.programFolder, sheet, m_context.settings.Language)) {
+        Boxes.OpenSheet(file);
+    } else {
+        showStatus(text(TextNotWritten).arg(QFile::decodeName(file.c_str())));
+        ShowFailed(true);
+    }
+}
+
+void frmRVQ::cmdHelp_Click()
+{
+    m_context.help.ShowHelpTopic(*this, "RVQSettings");
+}
+
+void frmRVQ::cmdClose_Click()
+{
+    reject();
+}
+
+void frmRVQ::ShowBusy(bool busy)
+{
+    if (!busy) {
+        lblProgress->hide();
+        prgTransfer->hide();
+    }
+    FollowDevice();
+    applyRule();
+}
+
+void frmRVQ::ShowStatusText(std::int32_t textId)
+{
+    m_statusId = textId;
+    showStatus(text(textId));
+}
+
+void frmRVQ::showStatus(const QString& status)
+{
+    lblStatus->setText(status);
+    lblStatus->setToolTip(status);
+}
+
+void frmRVQ::ShowFailed(bool failed)
+{
+    QPalette colors = palette();
+    if (failed) {
+        const bool dark = colors.color(QPalette::Window).lightness() < 128;
+        colors.setColor(QPalette::WindowText, dark ? QColor(255, 120, 120) : QColor(190, 0, 0));
+    }
+    lblStatus->setPalette(colors);
+}
+
+void frmRVQ::ShowProgress(const TransferProgress& progress)
+{
+    const QString what = text(progress.textId).trimmed();
+    prgTransfer->setRange(0, progress.steps);
+    prgTransfer->setValue(progress.step);
+    lblProgress->setText(progress.steps > 0 ? text(TextStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+    lblProgress->show();
+    prgTransfer->show();
+}
+
+FailureAnswer frmRVQ::AskAboutFailure(std::int32_t reasonTextId)
+{
+    if (m_unloading) {
+        return FailureAnswer::Abort;
+    }
+    return Boxes.Failure(text(TextConfigurationError) + text(reasonTextId));
+}
+
+void frmRVQ::SelectDeviceEntry()
+{
+    FollowDevice();
+    cmbConfig_Click(kDevice);
+}
+
+void frmRVQ::FillFromDeviceEntry()
+{
+    cmbConfig->setCurrentIndex(kDevice);
+    fill(m_context.library.Device());
+}

@@ -1,0 +1,46 @@
+#include "shell/WindowPlace.h"
+
+#include "config/modIni.h"
+#include "shell/Guarded.h"
+
+#include <QEvent>
+#include <QWidget>
+
+#include <utility>
+
+namespace {
+
+constexpr char kSection[] = "WINDOWS";
+constexpr std::size_t kLongest = 1024;
+
+} // namespace
+
+WindowPlace::WindowPlace(QWidget& window, std::string iniFile)
+    : QObject(&window), m_window(window), m_iniFile(std::move(iniFile))
+{
+    if (m_iniFile.empty()) {
+        return;
+    }
+    const std::string kept =
+        modIni::GetPrivateProfileStringA(kSection, window.objectName().toStdString(), {}, kLongest, m_iniFile);
+    m_kept = QByteArray::fromStdString(kept);
+    m_window.restoreGeometry(QByteArray::fromBase64(m_kept)); // ignores what is none, and what lies on no screen
+    m_window.installEventFilter(this);
+}
+
+bool WindowPlace::eventFilter(QObject*, QEvent* event)
+{
+    if (event->type() == QEvent::Close || event->type() == QEvent::Hide) {
+        Guarded([this] { keep(); });
+    }
+    return false;
+}
+
+void WindowPlace::keep() const
+{
+    const QByteArray place = m_window.saveGeometry().toBase64();
+    if (place != m_kept) {
+        modIni::WritePrivateProfileStringA(kSection, m_window.objectName().toStdString(), place.toStdString(),
+                                           m_iniFile);
+    }
+}

@@ -1,0 +1,141 @@
+// Steps, ticks, labels and the range that follows the values.
+#include "chart/modChartCommon.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <stdexcept>
+
+namespace {
+
+using namespace modChartCommon;
+
+TEST(RoundStep, IsTheFirstThatFitsFewerTimesThanAsked)
+{
+    struct Row {
+        double range;
+        std::int32_t divisions;
+        double step;
+    };
+    for (const Row& row :
+         {Row{7, 5, 2}, Row{10, 5, 5}, Row{0.0001, 3, 0.00005}, Row{7, 2, 5}, Row{-7, 5, -2}, Row{0, 5, 0},
+          Row{1e-9, 5, 0.000001}, Row{3e9, 6, 1e9}, Row{std::numeric_limits<double>::infinity(), 5, 0}}) {
+        EXPECT_DOUBLE_EQ(RoundStep(row.range, row.divisions), row.step) << row.range << " in " << row.divisions;
+    }
+}
+
+TEST(Axis, HasItsTicksOnTheStep)
+{
+    struct Row {
+        double minimum, maximum;
+        std::int32_t divisions, reversed;
+        std::vector<std::string> labels;
+        std::vector<std::int32_t> positions;
+    };
+    for (const Row& row :
+         {Row{0, 7, 5, 0, {"0", "2", "4", "6"}, {0, 33, 67, 100}},
+          Row{2, 9, 5, 0, {"2", "4", "6", "8"}, {0, 29, 57, 86}}, Row{-3, 7, 5, 0, {"0", "5"}, {0, 100}},
+          Row{0, 10, 6, 1, {"10", "8", "6", "4", "2", "0"}, {0, -20, -40, -60, -80, -100}},
+          Row{-0.2, 0.4, 5, 0, {"-0,2", "0,0", "0,2", "0,4"}, {0, 33, 67, 100}},
+          Row{9, 2, 5, 0, {"9", "7", "5", "3"}, {0, 29, 57, 86}}}) {
+        Axis axis{.minimum = row.minimum, .maximum = row.maximum, .reversed = row.reversed, .pixelEnd = 100};
+        ComputeAxis(axis, row.divisions, ',');
+        EXPECT_EQ(axis.tickLabels, row.labels) << row.minimum << ".." << row.maximum;
+        EXPECT_EQ(axis.tickPositions, row.positions) << row.minimum << ".." << row.maximum;
+    }
+}
+
+TEST(Axis, KeepsItsTicksWhenTheRangeIsOrBecomesEmpty)
+{
+    Axis axis{.minimum = 0, .maximum = 7, .pixelEnd = 100};
+    ComputeAxis(axis, 5, '.');
+    const std::vector<double> before = axis.tickValues;
+    for (const auto& [minimum, maximum] :
+         {std::pair{5.0, 5.0}, std::pair{-0.4, 0.4}, std::pair{0.0, std::numeric_limits<double>::quiet_NaN()}}) {
+        axis.minimum = minimum;
+        axis.maximum = maximum;
+        ComputeAxis(axis, 3, '.');
+        EXPECT_EQ(axis.tickValues, before) << minimum << ".." << maximum;
+        EXPECT_EQ(axis.minimum, minimum);
+    }
+}
+
+TEST(TimeStep, TakesMillisecondsUpToASecondADivisionThenTheUnitsOfTheClock)
+{
+    struct Row {
+        std::int32_t range_ms, divisions, step_ms;
+    };
+    for (const Row& row : {Row{60000, 6, 15000}, Row{5000, 10, 1000}, Row{10000, 10, 2000}, Row{10006, 10, 2000},
+                           Row{20000, 10, 5000}, Row{600000, 5, 300000}, Row{36000000, 5, 18000000}, Row{0, 5, 1},
+                           Row{2000000000, 2, 1296000000 /* 15 days */}}) {
+        std::int32_t divisions = row.divisions;
+        EXPECT_EQ(TimeStep(row.range_ms, divisions), row.step_ms) << row.range_ms << " in " << row.divisions;
+    }
+    std::int32_t none = -4;
+    EXPECT_EQ(TimeStep(500, none), 1000);
+    EXPECT_EQ(none, 1) << "raised for the caller as well";
+    EXPECT_THROW(TimeStep(std::numeric_limits<std::int32_t>::max(), none), std::overflow_error);
+}
+
+TEST(Labels, SayTimesOfDayAndNeverMinusZero)
+{
+    EXPECT_EQ(TimeLabelText(46000.5), "12:00:00");
+    for (const double outside : {1e9, -1e9, std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_EQ(TimeLabelText(outside), "Invalid Range") << outside;
+    }
+    EXPECT_EQ(LabelText(-1e-12, 1, '.'), "0.0");
+    EXPECT_EQ(LabelDecimals(0.001), 3);
+    EXPECT_EQ(LabelDecimals(50), 0);
+}
+
+TEST(AutomaticRange, WidensAtOnceAndNarrowsBelowAQuarterOnly)
+{
+    struct Row {
+        double lower, upper;
+        std::vector<double> values;
+        double newLower, newUpper;
+        const char* why;
+    };
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    for (const Row& row : {Row{0, 0, {1000, 1500}, 900, 1600, "the first values"},
+                           Row{0, 1000, {0, 1000}, 0, 1000, "the ends are inside"},
+                           Row{0, 1000, {700, 1001}, 0, 1200, "room beyond the value that broke out"},
+                           Row{1000, 2000, {999, 1500}, 800, 2000, "the other end stays"},
+                           Row{0, 1000, {400, 650}, 0, 1000, "exactly a quarter"},
+                           Row{0, 1000, {400, 649}, 350, 700, "less than a quarter"},
+                           Row{4995, 5005, {5000, 5001}, 4995, 5005, "not to be halved"},
+                           Row{0, 0, {0, 500}, 0, 600, "no negative limit for positive values"},
+                           Row{0, 1000, {nan, 3e12}, 0, 3.5e12, "a jump of nine orders of magnitude"},
+                           Row{3, 9, {nan}, 3, 9, "nothing to follow"}}) {
+        const ValueRange range = AutomaticRange({row.lower, row.upper}, row.values);
+        EXPECT_DOUBLE_EQ(range.lower, row.newLower) << row.why;
+        EXPECT_DOUBLE_EQ(range.upper, row.newUpper) << row.why;
+    }
+}
+
+/// Values of every magnitude and spread, about the borders of the range that they have made.
+TEST(AutomaticRange, SettlesAndDoesNotFlicker)
+{
+    std::mt19937 random(3);
+    for (const double level : {0.0, 0.02, 5.0, 1500.0, -40.0, 1e9}) {
+        for (const double spread : {0.0, 0.001, 0.1, 3.0}) {
+            std::uniform_real_distribution<double> noise(-spread, spread);
+            ValueRange range;
+            int changes = 0;
+            std::vector<double> history(25, level);
+            for (std::size_t i = 0; i < 2000; ++i) {
+                history[i % 25] = level + noise(random) * (level == 0.0 ? 1.0 : std::fabs(level));
+                const ValueRange next = AutomaticRange(range, history);
+                changes += next == range ? 0 : 1;
+                range = next;
+                EXPECT_GE(history[i % 25], range.lower);
+                EXPECT_LE(history[i % 25], range.upper);
+                EXPECT_TRUE(AutomaticRange(range, history) == range) << "one change must not call for the next";
+            }
+            EXPECT_LE(changes, 12) << level << " +- " << spread;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,223 @@
+// The settings window, offscreen, with the simulated sensor on a real line.
+#include "settings/frmRVQ.h"
+
+#include "config/clsConfigLibrary.h"
+#include "config/modFiles.h"
+#include "shell/Help.h"
+#include "shell/NumberEdit.h"
+#include "shell/modGlobals.h"
+#include "tests/support/SensorOnLine.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLocale>
+#include <QPushButton>
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+/// The window over a device on a line; the pump ticks the loop in the place of the main window's timer.
+struct Editor {
+    std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("orvex-settings-" + std::to_string(getpid()));
+    SensorOnLine line;
+    clsConfigLibrary library;
+    Help help{line.settings, folder};
+    std::string fileAnswer, sheet;
+    QString description = "Press 4";
+    std::vector<QString> questions;
+    FailureAnswer failureAnswer = FailureAnswer::Abort;
+    bool overwrite = true;
+    std::unique_ptr<frmRVQ> window;
+
+    explicit Editor(simulator::SensorOptions options = {}) : line(std::move(options)), library(makeFolder() / "RVQ.ini")
+    {
+        EXPECT_TRUE(line.Configured());
+        Open();
+    }
+    ~Editor() { std::filesystem::remove_all(folder); }
+
+    std::filesystem::path makeFolder() const
+    {
+        std::filesystem::create_directories(folder);
+        return folder;
+    }
+    void Open()
+    {
+        window = std::make_unique<frmRVQ>(nullptr,
+                                          frmRVQ::Context{line.device, library, line.settings, help, folder, [this] {
+                                                              line.Tick();
+                                                              window->FollowDevice();
+                                                          }});
+        window->Boxes.FileToLoad = [this](const std::string&) { return fileAnswer; };
+        window->Boxes.FileToSave = [this](const std::string&) { return fileAnswer; };
+        window->Boxes.Description = [this](const QString&) { return description; };
+        window->Boxes.Overwrite = [this](const QString& question) {
+            questions.push_back(question);
+            return overwrite;
+        };
+        window->Boxes.Failure = [this](const QString& question) {
+            questions.push_back(question);
+            return failureAnswer;
+        };
+        window->Boxes.OpenSheet = [this](const std::string& file) { sheet = file; };
+        window->show();
+        QApplication::processEvents();
+    }
+    template <typename Widget = QPushButton>
+    Widget* Find(const char* name) const
+    {
+        auto* widget = window->findChild<Widget*>(QLatin1String(name));
+        if (widget == nullptr) {
+            throw std::runtime_error(name);
+        }
+        return widget;
+    }
+    void Click(const char* name) const { Find(name)->click(); }
+    std::string Status() const { return Find<QLabel>("lblStatus")->text().toStdString(); }
+    std::string Box(int i) const
+    {
+        return Find<NumberEdit>(("txtParameter_" + std::to_string(i)).c_str())->text().toStdString();
+    }
+    void Type(int i, const char* text) const
+    {
+        Find<NumberEdit>(("txtParameter_" + std::to_string(i)).c_str())->setText(QLatin1String(text));
+    }
+    int Marks() const
+    {
+        int marks = 0;
+        for (const auto* label : window->findChildren<QLabel*>()) {
+            marks += label->isVisible() && label->text() == QStringLiteral("≠") ? 1 : 0;
+        }
+        return marks;
+    }
+};
+
+TEST(SettingsWindow, ReadsEditsSendsAndStores)
+{
+    Editor editor;
+    EXPECT_EQ(editor.Status(), "Download configuration from Orvex finished") << "the opening download";
+    EXPECT_EQ(editor.Find<QLabel>("lblDeviceType")->text(), "Serial");
+    EXPECT_EQ(editor.Marks(), 0);
+    EXPECT_FALSE(editor.Find<QLabel>("lblUnstored")->isVisible());
+    EXPECT_FALSE(editor.Find("cmdDelete")->isEnabled());
+    EXPECT_FALSE(editor.Find<NumberEdit>("txtParameter_8")->isEnabled());
+    editor.Find<QCheckBox>("chkAnalogOutput")->click();
+    EXPECT_TRUE(editor.Find<NumberEdit>("txtParameter_8")->isEnabled());
+    EXPECT_FALSE(editor.Find<NumberEdit>("txtParameter_6")->isEnabled());
+    editor.Type(0, "123");
+    editor.Type(5, "9995"); // too near to 10000
+    EXPECT_EQ(editor.Marks(), 3);
+    EXPECT_NE(editor.Find<NumberEdit>("txtParameter_0")->toolTip().indexOf("In the sensor: 0 mm"), -1);
+
+    editor.Click("cmdUpload");
+    EXPECT_EQ(editor.Status(), "Upload configuration to Orvex finished");
+    EXPECT_EQ(editor.Box(0), "123");
+    EXPECT_EQ(editor.Box(5), "9900") << "read back";
+    EXPECT_EQ(editor.Marks(), 0);
+    EXPECT_EQ(editor.line.device.Offset, 123);
+    EXPECT_TRUE(editor.Find<QLabel>("lblUnstored")->isVisible());
+    editor.Click("cmdSaveSettings");
+    EXPECT_EQ(editor.Status(), "Configuration data stored in Orvex");
+    EXPECT_FALSE(editor.Find<QLabel>("lblUnstored")->isVisible());
+    editor.Click("cmdSetDefaults");
+    EXPECT_EQ(editor.Status(), "All parameters setted to factory defaults ");
+    EXPECT_EQ(editor.Box(0), "0");
+}
+
+TEST(SettingsWindow, KeepsConfigurationsInFiles)
+{
+    Editor editor;
+    auto* list = editor.Find<QComboBox>("cmbConfig");
+    editor.Type(5, "9995");
+    editor.fileAnswer = editor.folder / "prässe.rvq";
+    editor.Click("cmdSave");
+    EXPECT_EQ(list->currentText(), "Press 4");
+    EXPECT_EQ(editor.Box(5), "255") << "refused, and to be seen";
+    EXPECT_TRUE(editor.Find("cmdDelete")->isEnabled());
+    EXPECT_EQ(editor.Find<QLabel>("lblSource")->text().toStdString(), editor.fileAnswer);
+    editor.Click("cmdSave");
+    EXPECT_TRUE(editor.questions.empty()) << "the selected entry's own file";
+
+    editor.Type(0, "77");
+    editor.description = QString();
+    editor.fileAnswer = editor.folder / "second.rvq";
+    editor.Click("cmdSave");
+    EXPECT_EQ(list->count(), 3);
+    EXPECT_EQ(list->currentText(), "User configuration");
+    editor.overwrite = false;
+    editor.fileAnswer = editor.folder / "prässe.rvq";
+    editor.Click("cmdSave");
+    ASSERT_EQ(editor.questions.size(), 1U);
+    EXPECT_EQ(editor.questions[0].toStdString(), "The configuration file already exists.: " + editor.fileAnswer +
+                                                     "\nDo you want to overwrite the existing file ?");
+    editor.Click("cmdDelete");
+    EXPECT_EQ(list->count(), 2);
+    EXPECT_EQ(list->currentText(), "Press 4");
+    EXPECT_TRUE(std::filesystem::exists(editor.folder / "second.rvq"));
+    editor.fileAnswer = editor.folder / "second.rvq";
+    editor.Click("cmdLoad");
+    EXPECT_EQ(list->count(), 3);
+    EXPECT_EQ(editor.Box(0), "77");
+    editor.fileAnswer = editor.folder; // no file, no description
+    editor.Click("cmdLoad");
+    EXPECT_EQ(list->count(), 3);
+
+    clsConfigLibrary again(editor.folder / "RVQ.ini");
+    again.Build();
+    EXPECT_EQ(again.Size(), 2U) << "an import is kept by the next save";
+    editor.fileAnswer = editor.folder / "missing" / "x.rvq";
+    editor.Click("cmdSave");
+    EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written.");
+}
+
+TEST(SettingsWindow, ASilentSensorAbortAndTheClosingMainWindowEndAnUpload)
+{
+    Editor editor;
+    editor.line.sensor.With([](simulator::clsSensorModel& model) { model.Faults().silence = 1.0; });
+    editor.Click("cmdUpload");
+    ASSERT_EQ(editor.questions.size(), 1U);
+    EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
+    EXPECT_TRUE(editor.Find("cmdClose")->isEnabled());
+    bool refused = false;
+    editor.window->Boxes.Failure = [&](const QString&) {
+        editor.window->reject();
+        refused = editor.window->isVisible();
+        editor.line.loop.Unload();
+        editor.window->Unload();
+        return FailureAnswer::Retry;
+    };
+    editor.line.device.CommStatus = DialogueIdle;
+    editor.window->FollowDevice();
+    editor.Click("cmdUpload");
+    EXPECT_TRUE(refused) << "not closed in the middle of a transfer";
+    EXPECT_FALSE(editor.window->isVisible());
+}
+
+TEST(SettingsWindow, ProfibusHasAnAddressAndNoSwitchesAndTheSheetSaysSo)
+{
+    simulator::SensorOptions options;
+    options.kind = simulator::DeviceKind::Profibus;
+    Editor editor(options);
+    EXPECT_EQ(editor.Find<QLabel>("lblDeviceType")->text(), "Profibus");
+    EXPECT_TRUE(editor.Find<NumberEdit>("txtParameter_10")->isEnabled());
+    EXPECT_FALSE(editor.Find<QComboBox>("cmbOutputMode")->isEnabled());
+    EXPECT_FALSE(editor.Find<QWidget>("picSwitches")->isVisible());
+    editor.Click("cmdPrint");
+    const std::string text = modFiles::ReadWhole(editor.sheet).value_or("");
+    EXPECT_NE(text.find("Profibus Address"), std::string::npos);
+    EXPECT_EQ(text.find("Threshold"), std::string::npos);
+    editor.Type(2, "");
+    auto* box = editor.Find<NumberEdit>("txtParameter_2");
+    QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QApplication::sendEvent(box, &enter);
+    EXPECT_EQ(box->text(), "20" + QLocale().decimalPoint() + "0");
+}
+
+} // namespace
