@@ -228,9 +228,7 @@ void clsMeasurementLoop::resumeAfterSilentSingle()
 
 void clsMeasurementLoop::Show(const Measurement& measurement)
 {
-    if (m_playing) {
-        m_played = measurement;
-    } else {
+    if (!m_playing) {
         showTexts(measurement);
     }
     if (measurement.unit != m_shownUnit && !m_playing) {
@@ -260,17 +258,16 @@ void clsMeasurementLoop::showTexts(const Measurement& measurement)
 void clsMeasurementLoop::BeginPlaying()
 {
     m_playing = true;
-    m_played.reset();
     forgetHistory();
 }
 
-void clsMeasurementLoop::EndPlaying()
+void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
 {
     m_playing = false;
-    if (m_played) {
-        showTexts(*m_played);
+    if (last) {
+        showTexts(*last);
         FitRange();
-        breakCurve(m_played->time); // a live value is not joined to it
+        breakCurve(last->time); // a live value is not joined to it
     }
 }
 

@@ -58,8 +58,8 @@ public:
     /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
     /// nothing, and the histories begin anew.
     void BeginPlaying();
-    /// Shows the texts of the last measurement played and fits the value axis.
-    void EndPlaying();
+    /// Nothing is played any more: shows the texts of the last measurement, if there was one, and fits the value axis.
+    void EndPlaying(const std::optional<Measurement>& last);
     /// Is handed the device in every tick; empty while nobody has asked for it.
     std::function<void(const clsRVQ&)> LiveUpdate;
 
@@ -112,7 +112,6 @@ private:
     bool m_passing = false; ///< the passes read the port, not the tick
     bool m_inGap = true;
     bool m_playing = false;
-    std::optional<Measurement> m_played; ///< the last one
     modChartCommon::ValueRange m_range_mm;
     clsFIFO m_values;
     clsFIFO m_times;

@@ -146,7 +146,7 @@ void frmMain::EndPlayback(const modPlayback::Loaded& loaded)
         picGraph->TimeOrigin(axis.origin);
     }
     m_playedPoints = picGraph->Series().Added();
-    m_loop.EndPlaying();
+    m_loop.EndPlaying(loaded.end);
     if (!loaded.temperature.empty()) {
         ShowTemperature(loaded.temperature);
     }

@@ -38,6 +38,11 @@ RecordStep clsRecordReader::Next()
     if (m_skipping) {
         return skip();
     }
+    if (const std::size_t length = m_parser.TakeUsual({m_buffer.data() + m_begin, m_end - m_begin}, m_value)) {
+        m_begin += length;
+        ++m_lineNumber;
+        return RecordStep::Value;
+    }
     std::size_t searched = 0;
     while (true) {
         const char* const begin = m_buffer.data() + m_begin;

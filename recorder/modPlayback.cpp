@@ -79,6 +79,9 @@ Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const S
     } catch (const std::exception&) {
         loaded.outcome = Outcome::Unreadable; // what has been shown stays
     }
+    if (loaded.lines > 0) {
+        loaded.end = MeasurementOf(record);
+    }
     loaded.temperature = record.sTemperature;
     return loaded;
 }

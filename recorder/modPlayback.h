@@ -1,6 +1,7 @@
 // Playing a recording: its lines as measurements of the device, and where the chart's time axis has to be for them.
 #pragma once
 
+#include "monitor/Measurement.h"
 #include "recorder/FileHandle.h"
 
 #include <cstdint>
@@ -23,6 +24,7 @@ enum class Outcome : std::uint8_t { Complete, Unreadable, Cancelled };
 struct Loaded {
     double first = 0.0, last = 0.0; ///< time stamps, days since 1899-12-30; 0 without any line
     std::int64_t lines = 0;         ///< shown ones
+    std::optional<Measurement> end; ///< the last one shown
     std::string temperature;        ///< of the last line that has one, one byte a character
     Outcome outcome = Outcome::Complete;
 };

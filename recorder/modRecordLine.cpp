@@ -1,12 +1,10 @@
 #include "recorder/modRecordLine.h"
 
-#include "device/clsRVQ.h"
 #include "shell/Numbers.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <optional>
 #include <stdexcept>
@@ -27,11 +25,6 @@ constexpr std::string_view kTempError = "TempError";
 bool contains(std::string_view text, std::string_view part)
 {
     return text.find(part) != std::string_view::npos;
-}
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
 }
 
 void appendPadded(std::string& text, int value, std::size_t digits)
@@ -186,44 +179,6 @@ std::string RecordLine(const clsRVQ& device)
 
 bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
 {
-    return takeUsual(line, value) || takeAny(line, value);
-}
-
-/// A distance exactly as RecordLine writes it, within the same second as the line before: nearly every line.
-bool clsLineParser::takeUsual(std::string_view line, RecordedValue& value) const
-{
-    constexpr std::string_view kUnit = " mm; ";
-    constexpr std::size_t kMilliseconds = 5; // "250; "
-    constexpr int kDigits = 9;               // fit 32 bits whatever they are
-    if (m_head.empty() || line.size() < kHeadLength + kMilliseconds + kUnit.size() + 1 ||
-        std::memcmp(line.data(), m_head.data(), kHeadLength) != 0) {
-        return false;
-    }
-    const char* at = line.data() + kHeadLength;
-    if (!isDigit(at[0]) || !isDigit(at[1]) || !isDigit(at[2]) || at[3] != ';' || at[4] != ' ') {
-        return false;
-    }
-    const int milliseconds = (at[0] - '0') * 100 + (at[1] - '0') * 10 + (at[2] - '0');
-    at += kMilliseconds;
-    const char* const firstDigit = at;
-    const char* const end = line.data() + line.size() - kUnit.size();
-    std::int32_t number = 0;
-    for (; at < end && isDigit(*at) && at - firstDigit < kDigits; ++at) {
-        number = number * 10 + (*at - '0');
-    }
-    if (at == firstDigit || at > end || std::memcmp(at, kUnit.data(), kUnit.size()) != 0) {
-        return false;
-    }
-    at += kUnit.size();
-    value.time = m_headTime + milliseconds / kMsPerDay;
-    value.kind = MeasurementKind::Distance;
-    value.value_mm = number;
-    value.temperature = line.substr(static_cast<std::size_t>(at - line.data()));
-    return value.temperature.find(';') == std::string_view::npos;
-}
-
-bool clsLineParser::takeAny(std::string_view line, RecordedValue& value)
-{
     const auto first = line.find(';');
     if (first == std::string_view::npos || !takeTime(line.substr(0, first), value.time)) {
         return false;
@@ -235,7 +190,11 @@ bool clsLineParser::takeAny(std::string_view line, RecordedValue& value)
         const std::string_view third = rest.substr(second + 1);
         value.temperature = Trimmed(third.substr(0, third.find(';')));
     }
-    return takeDistance(rest.substr(0, second), value);
+    if (!takeDistance(rest.substr(0, second), value)) {
+        return false;
+    }
+    remember(line, value);
+    return true;
 }
 
 /// The first field: the date up to the first blank, the time of day up to the first comma, the milliseconds.
@@ -246,17 +205,31 @@ bool clsLineParser::takeTime(std::string_view field, double& time)
     if (blank == std::string_view::npos || comma == std::string_view::npos || comma < blank) {
         return false;
     }
-    const auto date = dateOf(field.substr(0, blank), m_date);
+    const std::string_view dateText = field.substr(0, blank);
+    const auto date = dateText == m_dateText ? std::optional(m_date) : dateOf(dateText, m_date);
     const auto seconds = secondsOfDay(Trimmed(field.substr(blank + 1, comma - blank - 1)));
     const auto milliseconds = WholeNumber(field.substr(comma + 1));
     if (!date || !seconds || !milliseconds) {
         return false;
     }
     m_date = *date;
+    m_dateText = dateText;
     m_headTime = m_date + *seconds / kSecondsPerDay;
-    m_head = comma + 1 == kHeadLength ? std::string(field.substr(0, kHeadLength)) : std::string();
     time = m_headTime + *milliseconds / kMsPerDay;
     return true;
+}
+
+/// What the next lines will most likely have in common with this one.
+void clsLineParser::remember(std::string_view line, const RecordedValue& value)
+{
+    m_head.clear();
+    if (value.temperature.size() > kHeadLength || line.find(',') + 1 != kHeadLength) {
+        return;
+    }
+    m_head = line.substr(0, kHeadLength);
+    m_tail = kUnit;
+    m_tail += value.temperature;
+    m_tail += kLineEnd;
 }
 
 } // namespace modRecordLine

@@ -3,13 +3,13 @@
 // read.
 #pragma once
 
+#include "device/clsRVQ.h"
 #include "monitor/Measurement.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
-
-class clsRVQ;
 
 namespace modRecordLine {
 
@@ -38,15 +38,52 @@ public:
     /// to 9999.
     bool Parse(std::string_view line, RecordedValue& value);
 
+    /// The same for a line at the head of `bytes` that is like the ones before: the same second and temperature, and
+    /// written as RecordLine writes a distance. That is nearly every line. Returns its length with the line end; 0, and
+    /// `value` undefined, when the line is of another kind or not all there.
+    std::size_t TakeUsual(std::string_view bytes, RecordedValue& value) const
+    {
+        if (m_head.empty() || bytes.size() < kLongestUsual + m_tail.size() ||
+            std::memcmp(bytes.data(), m_head.data(), kHeadLength) != 0) {
+            return 0;
+        }
+        const char* at = bytes.data() + kHeadLength;
+        if (!isDigit(at[0]) || !isDigit(at[1]) || !isDigit(at[2]) || at[3] != ';' || at[4] != ' ') {
+            return 0;
+        }
+        const int milliseconds = (at[0] - '0') * 100 + (at[1] - '0') * 10 + (at[2] - '0');
+        at += kMilliseconds;
+        const char* const firstDigit = at;
+        std::int32_t number = 0;
+        for (; isDigit(*at) && at - firstDigit < kDigits; ++at) {
+            number = number * 10 + (*at - '0');
+        }
+        if (at == firstDigit || std::memcmp(at, m_tail.data(), m_tail.size()) != 0) {
+            return 0;
+        }
+        value.time = m_headTime + milliseconds / kMsPerDay;
+        value.kind = MeasurementKind::Distance;
+        value.value_mm = number;
+        value.temperature = {at + kUnit.size(), m_tail.size() - kUnit.size() - kLineEnd.size()};
+        return static_cast<std::size_t>(at - bytes.data()) + m_tail.size();
+    }
+
 private:
-    bool takeUsual(std::string_view line, RecordedValue& value) const;
-    bool takeAny(std::string_view line, RecordedValue& value);
+    static constexpr std::size_t kHeadLength = 20;  // "15.11.2026 13:05:07,"
+    static constexpr std::size_t kMilliseconds = 5; // "250; "
+    static constexpr int kDigits = 9;               // fit 32 bits whatever they are
+    static constexpr std::size_t kLongestUsual = kHeadLength + kMilliseconds + kDigits + 1;
+    static constexpr std::string_view kUnit = " mm; ", kLineEnd = "\r\n";
+
+    static bool isDigit(char c) { return c >= '0' && c <= '9'; }
     bool takeTime(std::string_view field, double& time);
+    void remember(std::string_view line, const RecordedValue& value);
 
     // Date and time of day up to the comma are read again only when their text changes.
-    static constexpr std::size_t kHeadLength = 20; // "15.11.2026 13:05:07,"
     std::string m_head;
     double m_headTime = 0.0;
+    std::string m_tail; ///< what follows the number, with the line end
+    std::string m_dateText;
     double m_date = 0.0;
 };
 

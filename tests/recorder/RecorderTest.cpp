@@ -193,7 +193,7 @@ TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
         {"nothing", 0.0, 0.0, 0, 0.0},
     };
     for (const Row& row : rows) {
-        const auto axis = modPlayback::TimeAxisOf({row.first, row.last, 2, {}, Outcome::Complete}, 60000);
+        const auto axis = modPlayback::TimeAxisOf({.first = row.first, .last = row.last}, 60000);
         EXPECT_EQ(axis.range_ms.value_or(0), row.range_ms) << row.name;
         EXPECT_NEAR(axis.origin, row.origin, 1e-9) << row.name;
     }
