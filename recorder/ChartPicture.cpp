@@ -65,7 +65,7 @@ private:
 
     void layOut(const std::vector<Tick>& values)
     {
-        double labels = 0.0;
+        double labels = widthOf(QStringLiteral("00000")); // half a time of day fits too
         for (const Tick& tick : values) {
             labels = std::max(labels, widthOf(tick.text));
         }
@@ -171,13 +171,22 @@ private:
             m_painter.drawText(QRectF(m_plot.left(), m_plot.bottom() + 1.6 * m_line, m_plot.width(), m_line),
                                Qt::AlignCenter, FromUtf8(m_chart.XCaption().Text));
         }
-        m_painter.drawText(above, Qt::AlignRight | Qt::AlignVCenter, m_chart.SeriesLabel());
+        drawSeriesLabel(above);
         QFont bold = m_font;
         bold.setBold(true);
         bold.setPixelSize(static_cast<int>(std::lround(1.3 * bold.pixelSize())));
         m_painter.setFont(bold);
         m_painter.drawText(QRectF(0.0, 0.5 * m_line, m_size.width(), 1.5 * m_line), Qt::AlignCenter,
                            FromUtf8(m_chart.Header().Text));
+    }
+
+    void drawSeriesLabel(const QRectF& above)
+    {
+        m_painter.drawText(above, Qt::AlignRight | Qt::AlignVCenter, m_chart.SeriesLabel());
+        const double end = above.right() - widthOf(m_chart.SeriesLabel()) - 0.5 * m_line;
+        m_painter.setPen(QPen(colorOf(modChartGlobals::kCurveColorOnLight), 1.5 * kCurveWidth));
+        m_painter.drawLine(QPointF(end - 1.2 * m_line, above.center().y()), QPointF(end, above.center().y()));
+        m_painter.setPen(m_scale);
     }
 
     void drawCurve()

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 18; // stays in the processor's cache
+constexpr std::size_t kBlock = std::size_t{1} << 16; // stays in the processor's cache
 
 } // namespace
 

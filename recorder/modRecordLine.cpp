@@ -197,6 +197,28 @@ bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
     return true;
 }
 
+/// Another time of day, "13:05:08,", on the date of the line before.
+bool clsLineParser::takeSecond(const char* head)
+{
+    constexpr std::size_t kDateLength = 11; // "15.11.2026 "
+    const char* const time = head + kDateLength;
+    if (std::memcmp(head, m_head.data(), kDateLength) != 0 || time[2] != ':' || time[5] != ':' || time[8] != ',') {
+        return false;
+    }
+    for (const std::size_t digit : {0U, 1U, 3U, 4U, 6U, 7U}) {
+        if (!isDigit(time[digit])) {
+            return false;
+        }
+    }
+    const auto number = [time](std::size_t at) { return (time[at] - '0') * 10 + (time[at + 1] - '0'); };
+    if (number(0) >= 24 || number(3) >= 60 || number(6) >= 60) {
+        return false;
+    }
+    m_head.replace(kDateLength, kHeadLength - kDateLength, time, kHeadLength - kDateLength);
+    m_headTime = m_date + (number(0) * 3600 + number(3) * 60 + number(6)) / kSecondsPerDay;
+    return true;
+}
+
 /// The first field: the date up to the first blank, the time of day up to the first comma, the milliseconds.
 bool clsLineParser::takeTime(std::string_view field, double& time)
 {
@@ -223,7 +245,8 @@ bool clsLineParser::takeTime(std::string_view field, double& time)
 void clsLineParser::remember(std::string_view line, const RecordedValue& value)
 {
     m_head.clear();
-    if (value.temperature.size() > kHeadLength || line.find(',') + 1 != kHeadLength) {
+    const bool usual = line.find(' ') == 10 && line.find(',') + 1 == kHeadLength; // "15.11.2026 13:05:07,"
+    if (!usual || value.temperature.size() > kHeadLength) {
         return;
     }
     m_head = line.substr(0, kHeadLength);

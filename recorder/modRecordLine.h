@@ -38,13 +38,13 @@ public:
     /// to 9999.
     bool Parse(std::string_view line, RecordedValue& value);
 
-    /// The same for a line at the head of `bytes` that is like the ones before: the same second and temperature, and
+    /// The same for a line at the head of `bytes` that is like the one before: the same date and temperature, and
     /// written as RecordLine writes a distance. That is nearly every line. Returns its length with the line end; 0, and
     /// `value` undefined, when the line is of another kind or not all there.
-    std::size_t TakeUsual(std::string_view bytes, RecordedValue& value) const
+    std::size_t TakeUsual(std::string_view bytes, RecordedValue& value)
     {
         if (m_head.empty() || bytes.size() < kLongestUsual + m_tail.size() ||
-            std::memcmp(bytes.data(), m_head.data(), kHeadLength) != 0) {
+            (std::memcmp(bytes.data(), m_head.data(), kHeadLength) != 0 && !takeSecond(bytes.data()))) {
             return 0;
         }
         const char* at = bytes.data() + kHeadLength;
@@ -76,6 +76,7 @@ private:
     static constexpr std::string_view kUnit = " mm; ", kLineEnd = "\r\n";
 
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }
+    bool takeSecond(const char* head);
     bool takeTime(std::string_view field, double& time);
     void remember(std::string_view line, const RecordedValue& value);
 

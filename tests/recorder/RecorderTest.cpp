@@ -90,6 +90,7 @@ TEST(Recorder, AFullDiskOrADeletedFileStopsItAndKeepsWholeLines)
 
 TEST(Recorder, AKilledProgramLosesNoCompleteLine)
 {
+    const std::size_t lineLength = modRecordLine::RecordLine(Sensor()).size();
     for (int round = 0; round < 200; ++round) {
         const TemporaryFolder folder;
         int written[2]; // a byte for each line that Record has returned from
@@ -118,10 +119,11 @@ TEST(Recorder, AKilledProgramLosesNoCompleteLine)
         close(written[0]);
         std::size_t shown = 0;
         std::vector<FileHandle> played;
-        const auto loaded = LoadData(folder.path / "SAVE0001.rec", clsRVQ(),
-                                     {[&](const clsRVQ&) { ++shown; }, [](double) { return true; }}, played);
-        ASSERT_EQ(loaded.outcome, Outcome::Complete);
+        const auto file = folder.path / "SAVE0001.rec";
+        LoadData(file, clsRVQ(), {[&](const clsRVQ&) { ++shown; }, [](double) { return true; }}, played);
         ASSERT_GE(shown, lines);
+        // The system may have taken the line in hand up to the end of a page.
+        ASSERT_LT(std::filesystem::file_size(file) - shown * lineLength, lineLength);
     }
 }
 
@@ -193,7 +195,10 @@ TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
         {"nothing", 0.0, 0.0, 0, 0.0},
     };
     for (const Row& row : rows) {
-        const auto axis = modPlayback::TimeAxisOf({.first = row.first, .last = row.last}, 60000);
+        modPlayback::Loaded loaded;
+        loaded.first = row.first;
+        loaded.last = row.last;
+        const auto axis = modPlayback::TimeAxisOf(loaded, 60000);
         EXPECT_EQ(axis.range_ms.value_or(0), row.range_ms) << row.name;
         EXPECT_NEAR(axis.origin, row.origin, 1e-9) << row.name;
     }
