@@ -157,15 +157,21 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 
 QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder, std::int32_t language)
 {
-    const QString title = Text(1088, language).remove(u'&').remove(QStringLiteral(" …"));
-    const QStringList kinds{QStringLiteral("PNG (*.png)"), QStringLiteral("SVG (*.svg)"),
-                            QStringLiteral("PDF (*.pdf)")};
-    QString chosen;
-    QString file = QFileDialog::getSaveFileName(&owner, title, proposal(recorder, QStringLiteral("png")),
-                                                kinds.join(QLatin1String(";;")), &chosen);
-    if (file.isEmpty()) {
+    QFileDialog dialog(&owner, Text(1088, language).remove(u'&').remove(QStringLiteral(" …")));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setNameFilters(
+        {QStringLiteral("PNG (*.png)"), QStringLiteral("SVG (*.svg)"), QStringLiteral("PDF (*.pdf)")});
+    // The name gets the ending of the chosen kind before the dialog asks whether to overwrite.
+    dialog.setDefaultSuffix(QStringLiteral("png"));
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
+                     [&dialog](const QString& kind) { dialog.setDefaultSuffix(kind.left(3).toLower()); });
+    const QFileInfo place(proposal(recorder, QString()));
+    dialog.setDirectory(recorder.FileName.empty() ? place.filePath() : place.absolutePath());
+    dialog.selectFile(recorder.FileName.empty() ? QString() : place.completeBaseName());
+    if (dialog.exec() != QDialog::Accepted) {
         return {};
     }
+    const QString file = dialog.selectedFiles().constFirst();
     const QString why = WritePicture(chart, file);
     return why.isEmpty() ? file : cannotSave(file, why, language);
 }

@@ -288,8 +288,11 @@ void frmRecorder::closeEvent(QCloseEvent* event)
 {
     if (event->spontaneous()) {
         // Deliberate: closed by its frame the window leaves `IsOpen` set; while something runs it does not close.
-        event->setAccepted(m_recorder.Mode == RecorderIdle);
+        event->setAccepted(m_recorder.Mode == RecorderIdle && !m_choosing);
         return;
+    }
+    if (m_choosing) {
+        setAttribute(Qt::WA_DeleteOnClose, false); // a slot of this window still runs; the main window deletes it
     }
     m_recorder.Stop();
     m_recorder.IsOpen = false;
