@@ -7,6 +7,7 @@
 #include "monitor/ValueLabel.h"
 #include "monitor/frmMain.h"
 #include "monitor/frmTextWindow.h"
+#include "recorder/frmRecorder.h"
 #include "settings/frmRVQ.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
@@ -20,6 +21,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPixmap>
+#include <QPushButton>
 
 #include <cstdio>
 #include <cstdlib>
@@ -31,6 +33,7 @@ constexpr int kMoment_ms = 200;
 constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
+constexpr int kRecording_ms = 6000;
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
 void runFor(int ms)
@@ -99,7 +102,8 @@ private:
         simulator::clsSimulatedSensor sensor(options);
         m_devices.Override(1, sensor.Path());
         clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, {m_library, {}}, m_help);
+        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }},
+                       {m_library, m_folder.toStdString()}, m_help);
         window.MeasureWhenConnected();
         window.show();
         runFor(kMeasuring_ms);
@@ -114,6 +118,7 @@ private:
                 save(*other, "console");
             }
         }
+        takeRecorder(window);
         takeSettings(window);
         takeLargeDisplay(window);
         window.findChild<QAction*>("mnuPopUpYscaleSettings")->trigger();
@@ -136,6 +141,27 @@ private:
         display->resize(kLargeDisplay);
         runFor(kMoment_ms);
         save(*display, "large");
+    }
+
+    /// The recorder while it records, and the main window after a playback.
+    void takeRecorder(frmMain& window)
+    {
+        window.findChild<QAction*>("mnuRecorder")->trigger();
+        auto* recorder = window.findChild<frmRecorder*>();
+        const auto press = [&](const char* name) { recorder->findChild<QPushButton*>(QLatin1String(name))->click(); };
+        press("cmdRec");
+        runFor(kRecording_ms);
+        save(*recorder, "recorder");
+        press("cmdStop");
+        window.findChild<QPushButton*>("cmdStart")->click();
+        recorder->ChooseFile = [this] { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); };
+        runFor(kMoment_ms);
+        press("cmdPlay");
+        runFor(kMoment_ms);
+        save(*recorder, "recorder_played");
+        save(window, "playback");
+        window.findChild<QPushButton*>("cmdStart")->click();
+        recorder->close();
     }
 
     void takeSettings(const frmMain& window)

@@ -167,6 +167,9 @@ void MainForm::buildMenus(QMainWindow& window)
 {
     QMenuBar* menus = window.menuBar();
     mnuFile = subMenu(menus->addMenu(QString()), "mnuFile");
+    mnuFileExport = item(mnuFile, "mnuFileExport");
+    mnuFileExportChart = item(mnuFile, "mnuFileExportChart");
+    mnuFileBar = bar(mnuFile, "mnuFileBar");
     mnuFileExit = item(mnuFile, "mnuFileExit");
     mnuFileExit->setShortcut(QKeySequence::Quit);
     mnuConfiguration = subMenu(menus->addMenu(QString()), "mnuConfiguration");
@@ -241,6 +244,8 @@ void MainForm::LocaliseMenus(std::int32_t language) const
 {
     const auto text = [language](std::int32_t id) { return Text(id, language); };
     mnuFile->setTitle(text(1140));
+    mnuFileExport->setText(text(1087));
+    mnuFileExportChart->setText(text(1088));
     mnuFileExit->setText(text(1141));
     mnuConfiguration->setTitle(text(1053));
     mnuConfigurationRVQ->setText(text(1054));

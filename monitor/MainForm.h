@@ -49,6 +49,9 @@ protected:
     std::array<QLabel*, 3> sbar{};
 
     QMenu* mnuFile = nullptr;
+    QAction* mnuFileExport = nullptr;
+    QAction* mnuFileExportChart = nullptr;
+    QAction* mnuFileBar = nullptr;
     QAction* mnuFileExit = nullptr;
     QMenu* mnuConfiguration = nullptr;
     QAction* mnuConfigurationRVQ = nullptr;

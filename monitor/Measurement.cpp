@@ -3,19 +3,6 @@
 #include "device/Parameters.h"
 #include "shell/Numbers.h"
 
-#include <cmath>
-
-namespace {
-
-constexpr double kLargestCharted = 99999999.0;
-
-} // namespace
-
-Measurement MeasurementOf(const clsRVQ& device)
-{
-    return {device.CurrentTime, device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat};
-}
-
 MeasurementKind KindOf(const Measurement& measurement)
 {
     if (measurement.value == kMarkerTempError || measurement.value_mm == kMarkerTempError) {
@@ -25,13 +12,6 @@ MeasurementKind KindOf(const Measurement& measurement)
         return MeasurementKind::NoEcho;
     }
     return MeasurementKind::Distance;
-}
-
-bool IsCharted(const Measurement& measurement, bool showZeroValues)
-{
-    // In another unit than millimetres a marker is an ordinary number.
-    const bool marker = measurement.value_mm == kMarkerTempError || measurement.value_mm == kMarkerNoEcho;
-    return !marker && (measurement.value != 0.0 || showZeroValues) && std::fabs(measurement.value) < kLargestCharted;
 }
 
 std::string DistanceText(const Measurement& measurement, char decimalSeparator)

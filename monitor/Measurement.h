@@ -2,10 +2,11 @@
 // an error marker.
 #pragma once
 
+#include "device/clsRVQ.h"
+
+#include <cmath>
 #include <cstdint>
 #include <string>
-
-class clsRVQ;
 
 struct Measurement {
     double time = 0.0;  ///< days since 1899-12-30, local time
@@ -18,7 +19,10 @@ struct Measurement {
 enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
 
 /// The device's last measurement, with its `CurrentTime`.
-Measurement MeasurementOf(const clsRVQ& device);
+inline Measurement MeasurementOf(const clsRVQ& device)
+{
+    return {device.CurrentTime, device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat};
+}
 
 /// What a measurement is. Value and millimetres are both looked at, because a marker in metres is no round number; a
 /// temperature error goes before a missing echo, because "TempErr!" on the line leaves one marker in each.
@@ -26,7 +30,13 @@ MeasurementKind KindOf(const Measurement& measurement);
 
 /// Whether a measurement becomes a point of the chart: no marker, below 99 999 999 in its unit, and not 0 unless zero
 /// values are wanted.
-bool IsCharted(const Measurement& measurement, bool showZeroValues);
+inline bool IsCharted(const Measurement& measurement, bool showZeroValues)
+{
+    constexpr double kLargestCharted = 99999999.0;
+    // In another unit than millimetres a marker is an ordinary number.
+    const bool marker = measurement.value_mm == kMarkerTempError || measurement.value_mm == kMarkerNoEcho;
+    return !marker && (measurement.value != 0.0 || showZeroValues) && std::fabs(measurement.value) < kLargestCharted;
+}
 
 /// The text of the value display: "12.345 m", "12.345 [m]" when the sensor sends plain ASCII, "No Echo" or "TempError".
 std::string DistanceText(const Measurement& measurement, char decimalSeparator);

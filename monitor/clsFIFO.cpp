@@ -21,7 +21,7 @@ void clsFIFO::Add(double value)
     if (m_count < Size()) {
         ++m_count;
     }
-    m_writePosition = (m_writePosition + 1) % Size();
+    m_writePosition = m_writePosition + 1 == Size() ? 0 : m_writePosition + 1;
 }
 
 void clsFIFO::Reset()

@@ -236,9 +236,10 @@ void clsMeasurementLoop::resumeAfterSilentSingle()
 
 void clsMeasurementLoop::Show(const Measurement& measurement)
 {
-    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
-    m_view.ShowUnit(UnitOf(measurement.unit).name);
-    if (measurement.unit != m_shownUnit && !IsPlaying) {
+    if (!m_playing) {
+        showTexts(measurement);
+    }
+    if (measurement.unit != m_shownUnit && !m_playing) {
         m_view.ResetChart();
         forgetHistory();
     }
@@ -251,8 +252,30 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
     m_view.AddChartPoint(measurement.time, measurement.value);
-    if (!IsPlaying) {
+    if (!m_playing) {
         FitRange();
+    }
+}
+
+void clsMeasurementLoop::showTexts(const Measurement& measurement)
+{
+    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
+    m_view.ShowUnit(UnitOf(measurement.unit).name);
+}
+
+void clsMeasurementLoop::BeginPlaying()
+{
+    m_playing = true;
+    forgetHistory();
+}
+
+void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
+{
+    m_playing = false;
+    if (last) {
+        showTexts(*last);
+        FitRange();
+        breakCurve(last->time); // a live value is not joined to it
     }
 }
 
@@ -272,6 +295,7 @@ void clsMeasurementLoop::FitRange()
     }
     const double factor = UnitOf(m_shownUnit).millimetres;
     std::vector<double> values_mm;
+    values_mm.reserve(static_cast<std::size_t>(m_values.Count()) + 2);
     for (std::int32_t i = 0; i < m_values.Count(); ++i) {
         values_mm.push_back(m_values.Value(i) * factor);
     }

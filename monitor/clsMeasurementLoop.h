@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 class clsMeasurementLoop {
@@ -54,8 +55,11 @@ public:
 
     /// Is handed every new measurement after it was shown; empty while nothing is recorded.
     std::function<void(const clsRVQ&)> Record;
-    /// A recording is played: a change of the unit resets nothing, and the value axis waits for FitRange.
-    bool IsPlaying = false;
+    /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
+    /// nothing, and the histories begin anew.
+    void BeginPlaying();
+    /// Nothing is played any more: shows the texts of the last measurement, if there was one, and fits the value axis.
+    void EndPlaying(const std::optional<Measurement>& last);
     /// Is handed the device in every tick; empty while nobody has asked for it.
     std::function<void(const clsRVQ&)> LiveUpdate;
 
@@ -86,6 +90,7 @@ private:
     bool passBringsDistance();
     void showSensorSettings();
     void forgetHistory();
+    void showTexts(const Measurement& measurement);
     void breakCurve(double time);
     void readPort();
     void showRule();
@@ -106,6 +111,7 @@ private:
     std::int32_t m_shownUnit = -1;
     bool m_passing = false; ///< the passes read the port, not the tick
     bool m_inGap = true;
+    bool m_playing = false;
     modChartCommon::ValueRange m_range_mm;
     clsFIFO m_values;
     clsFIFO m_times;

@@ -6,6 +6,7 @@
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
 #include "monitor/frmTextWindow.h"
+#include "recorder/frmRecorder.h"
 #include "settings/frmRVQ.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
@@ -34,6 +35,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <thread>
 #include <utility>
 
@@ -83,7 +85,7 @@ const Lamp& lampOf(std::int32_t commStatus)
 frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Storage& storage, Help& help)
     : m_settings(settings), m_ports(ports), m_storage(storage), m_help(help), m_consoleWindow(settings),
       m_console(m_consoleWindow), m_device(ports.port, blockFor), m_loop(m_device, settings, *this, DecimalSeparator()),
-      m_timer(new QTimer(this))
+      m_recorder(modAPI::ProgramFolder(storage.programFolder) / "REC"), m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmMain"));
     BuildForm(*this);
@@ -94,6 +96,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
     localise();
     connectControls();
     connectMenus();
+    connectRecorder();
     ShowDialogue(DialogueNone);
     ShowRule({});
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
@@ -110,7 +113,6 @@ void frmMain::fillControls()
     }
     cmbAverageDepth->setCurrentIndex(-1);
     chooseDefaultDevice(m_settings.DefaultDevice.c_str());
-    mnuRecorder->setEnabled(false); // until there is a recorder
     picGraph->Header({});
     picGraph->XTitle(QStringLiteral("[ s ]"));
     picGraph->YTitle(QStringLiteral("[ mm ]"));
@@ -143,6 +145,7 @@ void frmMain::closeEvent(QCloseEvent* event)
     Guarded([this] {
         m_timer->stop();
         m_loop.Unload();
+        closeRecorder();
         if (m_settingsWindow != nullptr) {
             m_settingsWindow->Unload();
         }
@@ -214,11 +217,17 @@ void frmMain::localise()
     LocaliseMenus(m_settings.Language);
     m_help.ExplainMenus(*this);
     warnOfUnkeptSettings();
+    localiseRecorder();
 }
 
 void frmMain::timer_Tick()
 {
-    m_loop.Tick(modAPI::LocalTime());
+    if (m_recorder.Mode == RecorderPlaying) {
+        return; // the window lives on while a file is loaded, the measurement waits
+    }
+    const double now = modAPI::LocalTime();
+    serveRecorder(now);
+    m_loop.Tick(now);
     explainFailure();
 }
 
@@ -485,7 +494,9 @@ void frmMain::ShowTemperature(const std::string& temperature)
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
 {
     const QString shown = FromUtf8(message);
-    setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), shown);
+    if (panel != 1 || m_messageStays.hasExpired()) {
+        setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), shown);
+    }
     if (panel == 1 && !shown.isEmpty()) {
         noteMessage(shown);
     }
@@ -548,6 +559,10 @@ void frmMain::ShowSensorSettings(const SensorSettings& settings)
 
 void frmMain::ResetChart()
 {
+    if (m_liveRange_ms) {
+        picGraph->XRange_ms(*m_liveRange_ms); // that of a recording may be days
+        m_liveRange_ms.reset();
+    }
     initChartData(picGraph->XRange_ms() / clsMeasurementLoop::kInterval_ms);
 }
 
@@ -558,12 +573,20 @@ void frmMain::ShowUnit(std::string_view unit)
 
 void frmMain::AddChartPoint(double time, double value)
 {
-    picGraph->AddPoint(time, value);
+    if (m_recorder.Mode == RecorderPlaying) {
+        picGraph->Series().AddChartPoint(time, value); // drawn once, when all are there
+    } else {
+        picGraph->AddPoint(time, value);
+    }
 }
 
 void frmMain::AddChartGap(double time)
 {
-    picGraph->AddGap(time);
+    if (m_recorder.Mode == RecorderPlaying) {
+        picGraph->Series().AddChartPoint(time, std::numeric_limits<double>::quiet_NaN());
+    } else {
+        picGraph->AddGap(time);
+    }
 }
 
 void frmMain::ShowYLimits(double lower, double upper)

@@ -7,10 +7,13 @@
 #include "monitor/MainForm.h"
 #include "monitor/MonitorView.h"
 #include "monitor/clsMeasurementLoop.h"
+#include "recorder/RecorderHost.h"
+#include "recorder/clsRecorder.h"
 #include "shell/clsConsole.h"
 #include "shell/frmConsole.h"
 #include "shell/modGlobals.h"
 
+#include <QDeadlineTimer>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -26,10 +29,11 @@ class QTimer;
 class SerialPort;
 class clsConfigLibrary;
 class frmChartSettings;
+class frmRecorder;
 class frmRVQ;
 class frmTextWindow;
 
-class frmMain : public QMainWindow, private MainForm, private MonitorView {
+class frmMain : public QMainWindow, private MainForm, private MonitorView, private RecorderHost {
     Q_OBJECT
 
 public:
@@ -76,6 +80,24 @@ private:
     void ShowYLimits(double lower, double upper) override;
     std::optional<std::array<double, 2>> ChartedValues() override;
     void ShowChartTime(double time) override;
+
+    // Recording, playback and export (frmMainRecorder.cpp).
+    bool IsMeasuring() const override;
+    const clsRVQ& Device() const override;
+    void ShowFile(const QString& file, const QString& toolTip) override;
+    void ShowMessage(const QString& message) override;
+    void BeginPlayback() override;
+    void ShowRecord(const clsRVQ& record) override;
+    void EndPlayback(const modPlayback::Loaded& loaded) override;
+    void connectRecorder();
+    void serveRecorder(double now);
+    void closeRecorder();
+    void localiseRecorder();
+    void explainPlayed();
+    void showNews(const QString& message);
+    void mnuRecorder_Click();
+    void mnuFileExport_Click();
+    void mnuFileExportChart_Click();
 
     void fillControls();
     void connectControls();
@@ -125,6 +147,14 @@ private:
     std::int32_t m_shownDialogue = -1;
     QString m_unkept;  ///< the warning that panel 2 has been given
     QString m_failure; ///< why the port cannot be opened
+
+    clsRecorder m_recorder;
+    QPointer<frmRecorder> m_recorderWindow;
+    std::error_code m_shownFailure;             ///< of the recorder
+    QDeadlineTimer m_messageStays;              ///< until then panel 1 keeps its message
+    QString m_playedFile;                       ///< what panel 2 was given after the last playback
+    std::uint64_t m_playedPoints = 0;           ///< of that file, gaps included
+    std::optional<std::int32_t> m_liveRange_ms; ///< the chart's range before the first playback
 
     QTimer* m_timer;
     QPointer<frmTextWindow> m_textWindow;

@@ -32,6 +32,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmConsole", "Console"},
     {"frmTextWindow", "LargeDisplay"},
     {"frmChartSettings", "ChartSettings"},
+    {"frmRecorder", "Recorder"},
     {"frmRVQ", "RVQSettings"},
     {"frmSheet", "RVQSettings"},
 };

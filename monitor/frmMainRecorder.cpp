@@ -1,0 +1,156 @@
+// The main window's part in recording, playback and export.
+#include "chart/XYChart.h"
+#include "chart/frmChartSettings.h"
+#include "monitor/frmMain.h"
+#include "recorder/Export.h"
+#include "recorder/frmRecorder.h"
+#include "shell/Localise.h"
+#include "shell/QtText.h"
+
+#include <QAction>
+#include <QFile>
+#include <QLabel>
+
+namespace {
+
+constexpr int kMessage_ms = 10000;
+
+} // namespace
+
+void frmMain::connectRecorder()
+{
+    connectAction(mnuRecorder, &frmMain::mnuRecorder_Click);
+    connectAction(mnuFileExport, &frmMain::mnuFileExport_Click);
+    connectAction(mnuFileExportChart, &frmMain::mnuFileExportChart_Click);
+    m_loop.Record = [this](const clsRVQ& device) { m_recorder.Record(device); };
+}
+
+void frmMain::mnuRecorder_Click()
+{
+    if (m_recorderWindow == nullptr) {
+        m_recorderWindow = new frmRecorder(*this, m_settings, m_recorder, *this);
+        m_recorderWindow->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_recorderWindow->show();
+    m_recorderWindow->raise();
+    m_recorderWindow->activateWindow();
+}
+
+void frmMain::mnuFileExport_Click()
+{
+    showNews(ExportRecording(*this, m_recorder, m_settings.Language));
+}
+
+void frmMain::mnuFileExportChart_Click()
+{
+    showNews(ExportChart(*this, *picGraph, m_recorder, m_settings.Language));
+}
+
+void frmMain::showNews(const QString& message)
+{
+    if (!message.isEmpty()) {
+        ShowMessage(message);
+    }
+}
+
+/// With every tick, before the measurement goes on.
+void frmMain::serveRecorder(double now)
+{
+    m_recorder.Flush(now);
+    const std::error_code failure = m_recorder.Failure();
+    if (failure && failure != m_shownFailure) {
+        ShowMessage(text(1082).arg(QString::fromLocal8Bit(failure.message())));
+    }
+    m_shownFailure = failure;
+    if (m_recorderWindow != nullptr) {
+        m_recorderWindow->ShowState();
+    }
+}
+
+/// The program ends: a recording is stopped, a playback gives up.
+void frmMain::closeRecorder()
+{
+    if (m_recorderWindow != nullptr) {
+        m_recorderWindow->close();
+    }
+    m_recorder.Stop();
+}
+
+void frmMain::localiseRecorder()
+{
+    if (!m_playedFile.isEmpty() && sbar[1]->text() == m_playedFile) {
+        explainPlayed();
+    }
+}
+
+/// Panel 2 after a playback: the file, and whether the chart shows all of it.
+void frmMain::explainPlayed()
+{
+    QString toolTip = m_playedFile;
+    if (m_playedPoints > modPlayback::kChartPoints) {
+        toolTip += u'\n' + text(1086).arg(m_playedPoints).arg(modPlayback::kChartPoints);
+    }
+    ShowFile(m_playedFile, toolTip);
+}
+
+bool frmMain::IsMeasuring() const
+{
+    return m_loop.IsMeasuring();
+}
+
+const clsRVQ& frmMain::Device() const
+{
+    return m_device;
+}
+
+void frmMain::ShowFile(const QString& file, const QString& toolTip)
+{
+    sbar[1]->setText(file);
+    sbar[1]->setToolTip(toolTip);
+}
+
+void frmMain::ShowMessage(const QString& message)
+{
+    m_messageStays.setRemainingTime(message.isEmpty() ? 0 : kMessage_ms);
+    sbar[0]->setText(message);
+    if (!message.isEmpty()) {
+        noteMessage(message);
+    }
+}
+
+void frmMain::BeginPlayback()
+{
+    m_liveRange_ms = m_liveRange_ms.value_or(picGraph->XRange_ms());
+    initChartData(modPlayback::kChartPoints);
+    m_settings.AutoScale = true;
+    picGraph->AutoScale(true);
+    if (m_chartSettings != nullptr) {
+        m_chartSettings->ShowUpdatedSettings();
+    }
+    m_loop.BeginPlaying();
+}
+
+void frmMain::ShowRecord(const clsRVQ& record)
+{
+    m_loop.Show(MeasurementOf(record));
+}
+
+void frmMain::EndPlayback(const modPlayback::Loaded& loaded)
+{
+    const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded, picGraph->XRange_ms());
+    if (axis.range_ms) {
+        picGraph->XRange_ms(*axis.range_ms);
+    }
+    if (loaded.lines > 0) {
+        picGraph->ShowTime(loaded.last);
+        picGraph->TimeOrigin(axis.origin);
+    }
+    m_playedPoints = picGraph->Series().Added();
+    m_loop.EndPlaying(loaded.end);
+    if (!loaded.temperature.empty()) {
+        ShowTemperature(loaded.temperature);
+    }
+    picGraph->Redraw();
+    m_playedFile = QFile::decodeName(m_recorder.FileName.c_str());
+    explainPlayed();
+}

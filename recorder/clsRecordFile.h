@@ -1,0 +1,37 @@
+// A recording that is being written. Each line goes to the operating system at once, so that a killed program loses
+// none; to the disk it goes every few seconds and when the file is closed.
+#pragma once
+
+#include "recorder/FileHandle.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+class clsRecordFile {
+public:
+    /// Longest time in milliseconds that a line waits for its way to the disk.
+    static constexpr double kFlushAfter_ms = 4000.0;
+
+    /// Creates the first of SAVE0001.rec, SAVE0002.rec and so on that does not exist, and the folder if it is missing.
+    /// Throws std::system_error when that fails, and std::overflow_error when all 32767 exist.
+    explicit clsRecordFile(const std::filesystem::path& folder);
+
+    const std::filesystem::path& Path() const { return m_path; }
+    /// Writes a line with its end at the local time `now`. On an error the file ends with the line before.
+    std::error_code WriteLine(std::string_view line, double now);
+    /// Writes to the disk if the oldest line that is not there has waited long enough.
+    std::error_code FlushIfDue(double now);
+    /// Writes to the disk and closes.
+    std::error_code Close();
+
+private:
+    std::error_code flush();
+
+    std::filesystem::path m_path;
+    FileHandle m_file;
+    std::int64_t m_size = 0;
+    bool m_unflushed = false;
+    double m_unflushedSince = 0.0;
+};

@@ -1,0 +1,70 @@
+#include "recorder/clsRecorder.h"
+
+#include "device/clsRVQ.h"
+#include "recorder/modRecordLine.h"
+
+void clsRecorder::StartRecording()
+{
+    m_failure.clear();
+    m_file.emplace(m_folder);
+    FileName = m_file->Path();
+    Mode = RecorderRecording;
+    m_lines = 0;
+    m_waitsForTemperature = false;
+}
+
+void clsRecorder::Record(const clsRVQ& device)
+{
+    if (Mode != RecorderRecording) {
+        return;
+    }
+    m_waitsForTemperature = !modRecordLine::HasTemperature(device);
+    const std::error_code error = m_file->WriteLine(modRecordLine::RecordLine(device), device.CurrentTime);
+    if (error) {
+        fail(error);
+    } else {
+        ++m_lines;
+    }
+}
+
+void clsRecorder::Flush(double now)
+{
+    if (Mode != RecorderRecording) {
+        return;
+    }
+    if (const std::error_code error = m_file->FlushIfDue(now)) {
+        fail(error);
+    }
+}
+
+void clsRecorder::StartPlaying(const std::filesystem::path& file)
+{
+    m_failure.clear();
+    FileName = file;
+    Mode = RecorderPlaying;
+}
+
+void clsRecorder::Stop()
+{
+    if (Mode == RecorderRecording) {
+        closeFile();
+    }
+    Mode = RecorderIdle;
+}
+
+void clsRecorder::fail(const std::error_code& error)
+{
+    Stop();
+    m_failure = error;
+}
+
+/// A size that cannot be asked for is none of 0 bytes: the file is kept.
+void clsRecorder::closeFile()
+{
+    m_failure = m_file->Close();
+    std::error_code unknown;
+    if (std::filesystem::file_size(m_file->Path(), unknown) == 0 && !unknown) {
+        std::filesystem::remove(m_file->Path(), unknown);
+    }
+    m_file.reset();
+}

@@ -1,0 +1,42 @@
+// A recording as a table for spreadsheets and scripts.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace modCsvExport {
+
+struct Format {
+    char separator = ',';
+    char decimalSign = '.';
+    bool byteOrderMark = false; ///< without it some spreadsheets do not see that the text is UTF-8
+};
+
+/// What opens by a double click in a German spreadsheet.
+inline constexpr Format kGermanSpreadsheet{';', ',', true};
+
+/// What exporting needs from outside.
+struct Target {
+    /// Takes the next piece of the table, UTF-8; false ends the export.
+    std::function<bool(std::string_view piece)> write;
+    /// Is told now and then how much has been read, 0..1; false ends the export.
+    std::function<bool(double fraction)> goOn;
+};
+
+struct Exported {
+    bool finished = false; ///< everything was written
+    std::int64_t rows = 0;
+    std::int64_t unreadable = 0; ///< lines left out
+};
+
+/// Writes a recording as a table: the four names of `header` (UTF-8, separated by "|"), then a row for each line that
+/// can be read: local time as in "2026-11-15T13:05:07.250", millimetres (empty without a distance), "OK", "No Echo" or
+/// "TempError", degrees Celsius. Rows end with CR LF; a field that holds the separator stands in quotes.
+/// Throws std::system_error when the recording cannot be read.
+Exported ExportCsv(const std::filesystem::path& recording, const Format& format, std::string_view header,
+                   const Target& target);
+
+} // namespace modCsvExport

@@ -1,0 +1,110 @@
+#include "recorder/modPlayback.h"
+
+#include "device/Parameters.h"
+#include "recorder/clsRecordReader.h"
+#include "shell/Numbers.h"
+
+#include <cmath>
+#include <exception>
+
+namespace modPlayback {
+
+namespace {
+
+constexpr std::uint64_t kReportEvery = std::uint64_t{1} << 18; // bytes, well under a millisecond
+constexpr double kLongestSpan = 14.0;                          // days, whose milliseconds still fit 32 bits
+constexpr std::int32_t kDay_ms = 86400000;
+constexpr std::int32_t kShortestRange_ms = 60000;
+
+/// Puts a line into the record as a reply of the sensor would have been put there.
+void fill(clsRVQ& record, const modRecordLine::RecordedValue& line, double unit_mm)
+{
+    record.CurrentTime = line.time;
+    switch (line.kind) {
+    case MeasurementKind::Distance:
+        record.MeasValue_mm = line.value_mm;
+        record.MeasValue = line.value_mm / unit_mm;
+        break;
+    case MeasurementKind::NoEcho:
+    case MeasurementKind::TempError:
+        record.MeasValue_mm = line.kind == MeasurementKind::NoEcho ? kMarkerNoEcho : kMarkerTempError;
+        record.MeasValue = record.MeasValue_mm;
+        break;
+    }
+    if (record.sTemperature != line.temperature && !line.temperature.empty()) {
+        record.sTemperature = line.temperature;
+    }
+}
+
+void load(clsRecordReader& reader, clsRVQ& record, const Stage& stage, Loaded& loaded)
+{
+    const double unit_mm = UnitOf(record.DistanceUnit).millimetres;
+    std::uint64_t reported = 0;
+    RecordStep step = RecordStep::End;
+    while ((step = reader.Next()) == RecordStep::Value) {
+        fill(record, reader.Value(), unit_mm);
+        if (loaded.first == 0.0) {
+            loaded.first = record.CurrentTime;
+        }
+        loaded.last = record.CurrentTime;
+        ++loaded.lines;
+        stage.show(record);
+        if (reader.Position() - reported >= kReportEvery) {
+            reported = reader.Position();
+            if (!stage.goOn(reader.Fraction())) {
+                loaded.outcome = Outcome::Cancelled;
+                return;
+            }
+        }
+    }
+    if (step != RecordStep::End) {
+        loaded.outcome = Outcome::Unreadable;
+    }
+}
+
+} // namespace
+
+Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const Stage& stage,
+                std::vector<FileHandle>& played)
+{
+    clsRVQ record;
+    record.DistanceUnit = device.DistanceUnit;
+    record.OutputFormat = device.OutputFormat;
+    Loaded loaded;
+    try {
+        clsRecordReader reader(file);
+        load(reader, record, stage, loaded);
+        // Deliberate: the file stays open until the program ends; a new playback opens its own.
+        played.push_back(reader.Release());
+    } catch (const std::exception&) {
+        loaded.outcome = Outcome::Unreadable; // what has been shown stays
+    }
+    if (loaded.lines > 0) {
+        loaded.end = MeasurementOf(record);
+    }
+    loaded.temperature = record.sTemperature;
+    return loaded;
+}
+
+TimeAxis TimeAxisOf(const Loaded& loaded, std::int32_t range_ms)
+{
+    const double span = loaded.last - loaded.first;
+    const bool manyDays = span > kLongestSpan;
+    // Deliberate: a recording of more than 14 days gets an axis of one day, because 32 bits of milliseconds hold no
+    // more than 24 days.
+    const std::int32_t wanted_ms = manyDays ? kDay_ms : RoundHalfToEven(span * kMsPerDay).value_or(0);
+    TimeAxis axis;
+    if (wanted_ms > kShortestRange_ms) {
+        axis.range_ms = wanted_ms;
+        range_ms = wanted_ms;
+    }
+    axis.origin = std::floor(loaded.last);
+    // From midnight on, a shorter recording would mostly lie outside; the axis then ends where the recording ends.
+    const bool covers = axis.origin <= loaded.first && loaded.last <= axis.origin + range_ms / kMsPerDay;
+    if (!manyDays && !covers) {
+        axis.origin = loaded.last - range_ms / kMsPerDay;
+    }
+    return axis;
+}
+
+} // namespace modPlayback

@@ -1,0 +1,126 @@
+// The lines of a recording, written and read.
+#include "device/clsRVQ.h"
+#include "recorder/modRecordLine.h"
+#include "shell/modAPI.h"
+
+#include <clocale>
+#include <gtest/gtest.h>
+
+namespace {
+
+using modRecordLine::clsLineParser;
+using modRecordLine::RecordedValue;
+using modRecordLine::RecordLine;
+
+double timeOf(int day, int hour, int minute, int second, int ms)
+{
+    return modAPI::DateTimeOf({2026, 11, static_cast<unsigned>(day), hour, minute, second, ms});
+}
+
+TEST(RecordLine, HasItsFormatInAnyLocale)
+{
+    struct Row {
+        double time, value;
+        std::int32_t value_mm;
+        const char *temperature, *line;
+    };
+    const double quarter = timeOf(15, 13, 5, 7, 250);
+    const Row rows[] = {
+        {46341.5, 1.234, 1234, "23 C,  OK", "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n"},
+        {46341.0, -0.005, -5, "-3.5 \xB0\x43", "15.11.2026 00:00:00,000; -5 mm; -3.5 \xB0\x43\r\n"},
+        // 46341.999999999 days are 0.0864 ms before midnight: cut off, never rounded up into the next day
+        {46341.999999999, 1.0, 1000, "23 C", "15.11.2026 23:59:59,999; 1000 mm; 23 \xB0\x43\r\n"},
+        {46341.5, kMarkerTempError, 7, "23 C", "15.11.2026 12:00:00,000; TempError; 23 \xB0\x43\r\n"},
+        {46341.5, kMarkerNoEcho, 7, "23 C", "15.11.2026 12:00:00,000; No Echo; 23 \xB0\x43\r\n"},
+        {46341.5, 0.0, 7, "23 C", "15.11.2026 12:00:00,000; No Echo; 23 \xB0\x43\r\n"},
+        {46341.5, 2147483.647, kMarkerNoEcho, " C", "15.11.2026 12:00:00,000; 2147483647 mm;  \xB0\x43\r\n"},
+    };
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    for (const char* locale : {"C", "de_DE.UTF-8"}) {
+        std::setlocale(LC_ALL, locale);
+        for (const Row& row : rows) {
+            clsRVQ device;
+            device.CurrentTime = row.time;
+            device.MeasValue = row.value;
+            device.MeasValue_mm = row.value_mm;
+            device.sTemperature = row.temperature;
+            EXPECT_EQ(RecordLine(device), row.line) << locale;
+        }
+    }
+    std::setlocale(LC_ALL, before.c_str());
+    clsRVQ device;
+    device.CurrentTime = quarter;
+    for (const char* temperature : {"", "23"}) {
+        device.sTemperature = temperature;
+        EXPECT_THROW(RecordLine(device), std::invalid_argument);
+    }
+}
+
+/// Every millisecond comes back as it was or, where the cutting off made it low, as the one before.
+TEST(RecordLine, ComesBackToTheMillisecondThatItKeeps)
+{
+    clsRVQ device;
+    device.sTemperature = "23 C";
+    clsLineParser parser;
+    for (int i = 0; i < 200000; ++i) {
+        device.CurrentTime = timeOf(15, 0, 0, 0, 0) + i * 431.0 / kMsPerDay;
+        device.MeasValue = device.MeasValue_mm = i - 1000;
+        std::string line = RecordLine(device);
+        line.resize(line.size() - 2);
+        RecordedValue value;
+        ASSERT_TRUE(parser.Parse(line, value)) << line;
+        const double low_ms = (device.CurrentTime - value.time) * kMsPerDay;
+        ASSERT_GT(low_ms, -0.01) << line;
+        ASSERT_LT(low_ms, 1.01) << line;
+        ASSERT_EQ(value.kind == MeasurementKind::NoEcho, i == 1000);
+        ASSERT_TRUE(i == 1000 || value.value_mm == i - 1000);
+    }
+}
+
+TEST(LineParser, ReadsWhatItCanAndRefusesTheRest)
+{
+    struct Row {
+        const char* line;
+        double time; ///< 0: unreadable
+        MeasurementKind kind;
+        std::int32_t value_mm;
+    };
+    constexpr auto kDistance = MeasurementKind::Distance, kNoEcho = MeasurementKind::NoEcho;
+    const double noon = timeOf(15, 12, 0, 0, 0), ms = 1.0 / kMsPerDay;
+    const Row rows[] = {
+        {"15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43", noon, kDistance, 1234},
+        {"15.11.2026 12:00:00,001; -7 mm; 23 \xB0\x43", noon + ms, kDistance, -7},
+        {"15.11.2026 12:00:00,001; 1234567890 mm; 23 C", noon + ms, kDistance, 1234567890},
+        {"15.11.2026 12:00:00,002;No Echo", noon + 2 * ms, kNoEcho, 0},
+        {"15.11.2026 12:00:00,002; x TempError y; 23 C", noon + 2 * ms, MeasurementKind::TempError, 0},
+        {"15.11.2026   12:00:00 , 3 ;  12  mm ;", noon + 3 * ms, kDistance, 12},
+        {"15.11.2026 12:00:00,000", 0, kDistance, 0},
+        {"15.11.2026;12:00:00,000; 1 mm", 0, kDistance, 0},
+        {"15.11.2026 12:00:00; 1 mm", 0, kDistance, 0},
+        {"15.11.2026 24:00:00,000; 1 mm", 0, kDistance, 0},
+        {"15.11.2026 12:00:00,000; 1mm; 23 C", 0, kDistance, 0},
+        {"15.11.2026 12:00:00,000; 12345678901 mm; 23 C", 0, kDistance, 0},
+        {"15.11.2026 12:00:00,000; one mm; 23 C", 0, kDistance, 0},
+        {"15.11.99999 12:00:00,000; 1 mm; 23 C", 0, kDistance, 0},
+        {" 15.11.2026 12:00:00,000; 1 mm; 23 C", 0, kDistance, 0},
+        {"15.11.2026 12:00:00,00", 0, kDistance, 0},
+        {"", 0, kDistance, 0},
+    };
+    clsLineParser parser;
+    for (const Row& row : rows) {
+        RecordedValue value;
+        ASSERT_EQ(parser.Parse(row.line, value), row.time != 0) << row.line;
+        if (row.time != 0) {
+            EXPECT_NEAR(value.time, row.time, 0.1 * ms) << row.line;
+            EXPECT_EQ(value.kind, row.kind) << row.line;
+            EXPECT_EQ(value.value_mm, row.value_mm) << row.line;
+        }
+    }
+    RecordedValue value;
+    ASSERT_TRUE(parser.Parse("5.13.2025 12:00,000; 1 mm", value));
+    EXPECT_EQ(value.time, modAPI::DateTimeOf({2026, 1, 5, 12})) << "the 13th month is the next January";
+    ASSERT_TRUE(parser.Parse("today 13:00:00,0; 1 mm", value));
+    EXPECT_EQ(value.time, modAPI::DateTimeOf({2026, 1, 5, 13})) << "without a date: that of the line before";
+}
+
+} // namespace

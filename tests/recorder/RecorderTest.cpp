@@ -1,0 +1,274 @@
+// Recording, playing and exporting files, without a window.
+#include "recorder/clsRecorder.h"
+#include "recorder/modCsvExport.h"
+#include "recorder/modRecordLine.h"
+#include "tests/support/SensorOnLine.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using modPlayback::LoadData;
+using modPlayback::Outcome;
+
+struct Sensor : clsRVQ {
+    Sensor()
+    {
+        CurrentTime = 46341.5;
+        MeasValue_mm = 1234;
+        MeasValue = 1.234;
+        sTemperature = "23 C,  OK";
+    }
+};
+
+TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path / "REC");
+    folder.Write("REC/SAVE0001.rec", "kept");
+    folder.Write("REC/SAVE0003.rec", "kept");
+    clsRecorder recorder(folder.path / "REC");
+    recorder.StartRecording();
+    EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0002.rec");
+    recorder.Record(Sensor());
+    Sensor unread;
+    unread.sTemperature.clear();
+    EXPECT_THROW(recorder.Record(unread), std::invalid_argument);
+    EXPECT_EQ(recorder.Mode, RecorderRecording) << "recording stays on";
+    EXPECT_TRUE(recorder.WaitsForTemperature());
+    recorder.Stop();
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n");
+    recorder.StartRecording();
+    EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0004.rec");
+    recorder.Stop();
+    EXPECT_FALSE(std::filesystem::exists(recorder.FileName));
+    for (int i = 1; i <= 32767; ++i) {
+        const std::string digits = std::to_string(i);
+        folder.Write(
+            ("REC/SAVE" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + ".rec").c_str(), {});
+    }
+    EXPECT_THROW(recorder.StartRecording(), std::overflow_error);
+    EXPECT_EQ(recorder.Mode, RecorderIdle);
+}
+
+TEST(Recorder, AFullDiskOrADeletedFileStopsItAndKeepsWholeLines)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    const std::string line = TemporaryFolder::Read(recorder.FileName);
+    ASSERT_FALSE(line.empty()) << "a line is in the file at once";
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit room{line.size() * 5 / 2, before.rlim_max}; // two lines and a half
+    setrlimit(RLIMIT_FSIZE, &room);
+    recorder.Record(Sensor());
+    EXPECT_EQ(recorder.Mode, RecorderRecording);
+    recorder.Record(Sensor());
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(recorder.Mode, RecorderIdle);
+    EXPECT_EQ(recorder.Failure(), std::errc::file_too_large);
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), line + line) << "no half line stays";
+
+    recorder.StartRecording();
+    EXPECT_FALSE(recorder.Failure());
+    std::filesystem::remove(recorder.FileName);
+    recorder.Record(Sensor());
+    EXPECT_EQ(recorder.Mode, RecorderIdle);
+    EXPECT_EQ(recorder.Failure(), std::errc::no_such_file_or_directory);
+    clsRecorder nowhere("/proc/no-such-folder/REC");
+    EXPECT_THROW(nowhere.StartRecording(), std::system_error);
+    EXPECT_EQ(nowhere.Mode, RecorderIdle);
+}
+
+TEST(Recorder, AKilledProgramLosesNoCompleteLine)
+{
+    const std::size_t lineLength = modRecordLine::RecordLine(Sensor()).size();
+    for (int round = 0; round < 200; ++round) {
+        const TemporaryFolder folder;
+        int written[2]; // a byte for each line that Record has returned from
+        ASSERT_EQ(pipe(written), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            clsRecorder recorder(folder.path);
+            recorder.StartRecording();
+            while (true) {
+                recorder.Record(Sensor());
+                if (write(written[1], "x", 1) != 1) {
+                    _exit(1);
+                }
+            }
+        }
+        ASSERT_GT(child, 0);
+        close(written[1]);
+        char some[64];
+        const ssize_t first = read(written[0], some, 1 + static_cast<std::size_t>(round) % 60);
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        ASSERT_GT(first, 0);
+        auto lines = static_cast<std::size_t>(first);
+        for (ssize_t count = 0; (count = read(written[0], some, sizeof some)) > 0;) {
+            lines += static_cast<std::size_t>(count);
+        }
+        close(written[0]);
+        std::size_t shown = 0;
+        std::vector<FileHandle> played;
+        const auto file = folder.path / "SAVE0001.rec";
+        LoadData(file, clsRVQ(), {[&](const clsRVQ&) { ++shown; }, [](double) { return true; }}, played);
+        ASSERT_GE(shown, lines);
+        // Of the line in hand the system may have taken the part up to the end of a page.
+        const std::size_t size = std::filesystem::file_size(file);
+        ASSERT_LT(size, (shown + 1) * lineLength);
+        ASSERT_GT(size + lineLength, shown * lineLength);
+    }
+}
+
+struct Played {
+    std::vector<Measurement> values;
+    modPlayback::Loaded loaded;
+};
+
+Played play(const std::filesystem::path& file, const clsRVQ& device = {})
+{
+    Played played;
+    std::vector<FileHandle> open;
+    played.loaded = LoadData(
+        file, device,
+        {[&](const clsRVQ& record) { played.values.push_back(MeasurementOf(record)); }, [](double) { return true; }},
+        open);
+    return played;
+}
+
+TEST(Playback, ShowsWhatStandsBeforeTheFirstUnreadableLine)
+{
+    const std::string line = "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43";
+    const std::string noEcho = "15.11.2026 12:00:01,000; No Echo; 23 \xB0\x43";
+    struct Row {
+        const char* name;
+        std::string bytes;
+        std::size_t values;
+        Outcome outcome;
+    };
+    const Row rows[] = {
+        {"empty", "", 0, Outcome::Complete},
+        {"LF, no final end", line + "\n" + noEcho + "\n" + line, 3, Outcome::Complete},
+        {"a blank line", line + "\r\n\r\n" + line, 1, Outcome::Unreadable},
+        {"cut in the middle", line + "\r\n" + line.substr(0, 22), 1, Outcome::Unreadable},
+        {"binary", line + "\n" + std::string(5000, '\0') + "\xFF;;\n", 1, Outcome::Unreadable},
+        {"one huge line", line + "\n" + std::string(100000000, '7'), 1, Outcome::Unreadable},
+        {"huge and well-begun", line + "\n" + line + std::string(100000000, ' '), 1, Outcome::Unreadable},
+        {"no blanks", line + "\n15.11.2026,12:00:00;1234mm;23\n", 1, Outcome::Unreadable},
+    };
+    const TemporaryFolder folder;
+    for (const Row& row : rows) {
+        const Played played = play(folder.Write("file.rec", row.bytes));
+        EXPECT_EQ(played.values.size(), row.values) << row.name;
+        EXPECT_EQ(played.loaded.outcome, row.outcome) << row.name;
+        EXPECT_EQ(played.loaded.first, row.values > 0 ? 46341.5 : 0.0) << row.name;
+    }
+    EXPECT_EQ(play(folder.path).loaded.outcome, Outcome::Unreadable) << "a folder";
+    EXPECT_EQ(play(folder.path / "none.rec").loaded.outcome, Outcome::Unreadable);
+    const Played played = play(folder.Write("file.rec", line + "\n" + noEcho));
+    EXPECT_EQ(KindOf(played.values[1]), MeasurementKind::NoEcho) << "never the distance before";
+    EXPECT_FALSE(IsCharted(played.values[1], true));
+}
+
+TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
+{
+    struct Row {
+        const char* name;
+        double first, last;
+        std::int32_t range_ms; ///< 0: as before
+        double origin;
+    };
+    const Row rows[] = {
+        {"half a minute", 100.5, 100.5 + 30000 / kMsPerDay, 0, 100.5 - 30000 / kMsPerDay},
+        {"an hour", 100.5, 100.5 + 1 / 24.0, 3600000, 100.5},
+        {"from midnight on", 100.0, 100.25, 21600000, 100.0},
+        {"14 days", 100.5, 114.5, 1209600000, 100.5},
+        {"20 days", 100.5, 120.5, 86400000, 120.0},
+        {"the clock was set back", 100.5, 100.4, 0, 100.4 - 60000 / kMsPerDay},
+        {"nothing", 0.0, 0.0, 0, 0.0},
+    };
+    for (const Row& row : rows) {
+        modPlayback::Loaded loaded;
+        loaded.first = row.first;
+        loaded.last = row.last;
+        const auto axis = modPlayback::TimeAxisOf(loaded, 60000);
+        EXPECT_EQ(axis.range_ms.value_or(0), row.range_ms) << row.name;
+        EXPECT_NEAR(axis.origin, row.origin, 1e-9) << row.name;
+    }
+}
+
+TEST(Playback, BringsBackTheRunThatWasRecorded)
+{
+    const TemporaryFolder folder;
+    SensorOnLine line;
+    clsRecorder recorder(folder.path);
+    std::vector<Measurement> shown;
+    line.loop.Record = [&](const clsRVQ& device) {
+        recorder.Record(device);
+        shown.push_back(MeasurementOf(device));
+    };
+    ASSERT_TRUE(line.Configured());
+    ASSERT_TRUE(line.Until([&] { return modRecordLine::HasTemperature(line.device); }));
+    recorder.StartRecording();
+    line.loop.StartStop([] { return 0.0; });
+    ASSERT_TRUE(line.Until([&] { return shown.size() >= 40; }));
+    recorder.Stop();
+    const Played played = play(recorder.FileName, line.device);
+    EXPECT_EQ(played.loaded.outcome, Outcome::Complete);
+    ASSERT_EQ(played.values.size(), shown.size());
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        EXPECT_NEAR(played.values[i].time, shown[i].time, 1.01 / kMsPerDay);
+        EXPECT_EQ(played.values[i].value_mm, shown[i].value_mm);
+        EXPECT_NEAR(played.values[i].value, shown[i].value, 0.0005);
+        EXPECT_EQ(played.values[i].unit, shown[i].unit);
+    }
+}
+
+TEST(CsvExport, WritesEveryReadableLineInTheChosenForm)
+{
+    const TemporaryFolder folder;
+    const auto file = folder.Write("file.rec", "15.11.2026 13:05:07,250; 1234 mm; 23.5 \xB0\x43\r\n"
+                                               "15.11.2026 23:59:59,999; No Echo; -3 \xB0\x43\r\n"
+                                               "broken\r\n16.11.2026 00:00:00,000; TempError; x\";y z\r\n");
+    struct Row {
+        modCsvExport::Format format;
+        const char* table;
+    };
+    const Row rows[] = {
+        {{',', '.', false},
+         "a,b,c,d\r\n2026-11-15T13:05:07.250,1234,OK,23.5\r\n2026-11-15T23:59:59.999,,No Echo,-3\r\n"
+         "2026-11-16T00:00:00.000,,TempError,\r\n"},
+        {modCsvExport::kGermanSpreadsheet,
+         "\xEF\xBB\xBF"
+         "a;b;c;d\r\n2026-11-15T13:05:07,250;1234;OK;23,5\r\n2026-11-15T23:59:59,999;;No Echo;-3\r\n"
+         "2026-11-16T00:00:00,000;;TempError;\r\n"},
+        {{',', ',', false},
+         "a,b,c,d\r\n\"2026-11-15T13:05:07,250\",1234,OK,\"23,5\"\r\n\"2026-11-15T23:59:59,999\",,No Echo,-3\r\n"
+         "\"2026-11-16T00:00:00,000\",,TempError,\r\n"},
+    };
+    for (const Row& row : rows) {
+        std::string table;
+        const auto write = [&](std::string_view piece) {
+            table += piece;
+            return true;
+        };
+        const auto exported =
+            modCsvExport::ExportCsv(file, row.format, "a|b|c|d", {write, [](double) { return true; }});
+        EXPECT_EQ(table, row.table);
+        EXPECT_TRUE(exported.finished);
+        EXPECT_EQ(exported.rows, 3);
+        EXPECT_EQ(exported.unreadable, 1);
+    }
+}
+
+} // namespace

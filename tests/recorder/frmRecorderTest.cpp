@@ -1,0 +1,251 @@
+// The recorder's window and what it does to the main window, offscreen.
+#include "recorder/frmRecorder.h"
+
+#include "chart/XYChart.h"
+#include "config/clsConfigLibrary.h"
+#include "device/clsPosixPort.h"
+#include "monitor/frmMain.h"
+#include "recorder/Export.h"
+#include "recorder/clsRecorder.h"
+#include "shell/Help.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QLabel>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QThread>
+#include <QTimer>
+#include <QtTest/qtestspontaneevent.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Host : RecorderHost {
+    clsRVQ device;
+    bool measuring = false, slow = false;
+    QString file, message;
+    std::int64_t shown = 0;
+
+    bool IsMeasuring() const override { return measuring; }
+    const clsRVQ& Device() const override { return device; }
+    void ShowFile(const QString& text, const QString&) override { file = text; }
+    void ShowMessage(const QString& text) override { message = text; }
+    void BeginPlayback() override {}
+    void ShowRecord(const clsRVQ&) override
+    {
+        if (++shown % 100 == 0 && slow) {
+            QThread::msleep(1); // stands for a file of a hundred million lines
+        }
+    }
+    void EndPlayback(const modPlayback::Loaded&) override {}
+};
+
+struct Bench {
+    TemporaryFolder folder;
+    modGlobals::Settings settings{.Language = LanguageEnglish};
+    clsRecorder recorder{folder.path / "REC"};
+    Host host;
+    QWidget owner;
+    frmRecorder window{owner, settings, recorder, host};
+
+    Bench()
+    {
+        host.device.sTemperature = "23 C";
+        host.device.MeasValue = host.device.MeasValue_mm = 1234;
+        host.device.CurrentTime = 46341.5;
+        window.show();
+    }
+    QPushButton* Button(const char* name) const { return window.findChild<QPushButton*>(QLatin1String(name)); }
+    std::string State() const { return window.findChild<QLabel*>("lblState")->text().toStdString(); }
+    std::string Rule() const
+    {
+        std::string enabled;
+        for (const char* name : {"cmdRec", "cmdPlay", "cmdStop"}) {
+            enabled += Button(name)->isEnabled() ? name + std::string(" ") : "";
+        }
+        return enabled;
+    }
+    bool CloseByFrame()
+    {
+        QCloseEvent byTheFrame;
+        QSpontaneKeyEvent::setSpontaneous(&byTheFrame);
+        qApp->notify(&window, &byTheFrame);
+        return byTheFrame.isAccepted();
+    }
+};
+
+TEST(RecorderWindow, FollowsTheRecorderAndClosesByItsRules)
+{
+    Bench bench;
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+    bench.host.measuring = true;
+    bench.window.ShowState();
+    EXPECT_EQ(bench.Rule(), "cmdRec ") << "nothing is played during a measurement";
+    bench.Button("cmdRec")->click();
+    EXPECT_EQ(bench.Rule(), "cmdStop ");
+    EXPECT_EQ(bench.host.file.toStdString(), "REC: " + bench.recorder.FileName + " ");
+    bench.host.device.sTemperature.clear();
+    EXPECT_THROW(bench.recorder.Record(bench.host.device), std::invalid_argument);
+    bench.window.ShowState();
+    EXPECT_EQ(bench.State(), "Waiting for a temperature");
+    EXPECT_FALSE(bench.CloseByFrame());
+    bench.window.reject(); // Escape
+    EXPECT_TRUE(bench.window.isVisible());
+    bench.host.device.sTemperature = "23 C";
+    bench.recorder.Record(bench.host.device);
+    bench.window.ShowState();
+    EXPECT_EQ(bench.State(), "Recording: 1 values");
+    bench.Button("cmdStop")->click();
+    EXPECT_EQ(bench.Rule(), "cmdRec ");
+    EXPECT_TRUE(bench.CloseByFrame());
+    EXPECT_TRUE(bench.recorder.IsOpen) << "closed by its frame it leaves the flag";
+    bench.Button("cmdRec")->click();
+    bench.window.close();
+    EXPECT_FALSE(bench.recorder.IsOpen);
+    EXPECT_EQ(bench.recorder.Mode, RecorderIdle) << "closed by the program it stops";
+}
+
+TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
+{
+    Bench bench;
+    bench.folder.Write("REC", "a file in the folder's place");
+    bench.Button("cmdRec")->click();
+    EXPECT_TRUE(bench.State().starts_with("Recording ended: ")) << bench.State();
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+}
+
+TEST(RecorderWindow, LongLoadingCanBeCancelled)
+{
+    Bench bench;
+    std::string lines;
+    for (int i = 0; i < 200000; ++i) {
+        lines += "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n";
+    }
+    const auto file = bench.folder.Write("long.rec", lines);
+    bench.host.slow = true;
+    bench.window.ChooseFile = [&] { return QString::fromStdString(file); };
+    bool sawBar = false;
+    QTimer cancel;
+    QObject::connect(&cancel, &QTimer::timeout, [&] {
+        if (auto* bar = bench.window.findChild<QProgressDialog*>(); bar != nullptr && bar->value() > 0) {
+            sawBar = true;
+            EXPECT_EQ(bench.Rule(), "") << "all three wait";
+            EXPECT_FALSE(bench.CloseByFrame());
+            bar->findChild<QPushButton*>("cmdCancel")->click();
+        }
+    });
+    cancel.start(5);
+    bench.Button("cmdPlay")->click();
+    ASSERT_TRUE(sawBar);
+    EXPECT_LT(bench.host.shown, 200000);
+    EXPECT_EQ(bench.State(), "Loading cancelled, " + std::to_string(bench.host.shown) + " values loaded");
+    EXPECT_EQ(bench.host.message, "Error in LoadData");
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+}
+
+struct Window {
+    TemporaryFolder folder;
+    modPComm::PortDevices devices;
+    clsPosixPort port{devices};
+    modGlobals::Settings settings{.Language = LanguageEnglish, .AutoScale = false};
+    Help help{settings, folder.path};
+    clsConfigLibrary library{{}};
+    frmMain main{settings, {port, devices, [this] { return port.LastFailure(); }}, {library, folder.path}, help};
+
+    QString Play(const std::filesystem::path& file)
+    {
+        main.findChild<QAction*>("mnuRecorder")->trigger();
+        auto* recorder = main.findChild<frmRecorder*>();
+        recorder->ChooseFile = [&] { return QString::fromStdString(file); };
+        recorder->findChild<QPushButton*>("cmdPlay")->click();
+        return Label("sbar_1")->text();
+    }
+    QLabel* Label(const char* name) const { return main.findChild<QLabel*>(QLatin1String(name)); }
+    XYChart* Chart() const { return main.findChild<XYChart*>("picGraph"); }
+};
+
+TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
+{
+    Window window;
+    window.main.show();
+    std::string lines =
+        "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n15.11.2026 12:00:10,000; No Echo; 21 \xB0\x43\r\n"
+        "15.11.2026 12:02:00,000; 5000 mm; 22 \xB0\x43\r\n";
+    const auto file = window.folder.Write("short.rec", lines);
+    EXPECT_EQ(window.Play(file), "");
+    EXPECT_EQ(window.Label("sbar_2")->text(), QString::fromStdString(file));
+    EXPECT_TRUE(window.settings.AutoScale);
+    EXPECT_EQ(window.Label("lblTemperature")->text(), "22 °C");
+    EXPECT_EQ(window.Chart()->Series().Size(), 30000);
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 4) << "two points, a gap after each";
+    EXPECT_EQ(window.Chart()->XRange_ms(), 120000);
+    EXPECT_NEAR(window.Chart()->TimeOrigin(), 46341.5, 1e-9);
+    ASSERT_TRUE(window.Chart()->ShownValues().has_value());
+    EXPECT_LT(window.Chart()->YMinimum(), window.Chart()->ShownValues()->front());
+    EXPECT_GT(window.Chart()->YMaximum(), window.Chart()->ShownValues()->back());
+
+    std::string many;
+    for (int i = 0; i < 31000; ++i) {
+        many += "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\n";
+    }
+    window.Play(window.folder.Write("many.rec", many));
+    EXPECT_TRUE(window.Label("sbar_2")->toolTip().contains("31000 values, the chart shows the last 30000"));
+    EXPECT_EQ(window.Chart()->XRange_ms(), 120000) << "a shorter file keeps the range";
+
+    EXPECT_EQ(window.Play(window.folder.Write("bad.rec", lines + "bad")), "Error in LoadData");
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 300) {
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    EXPECT_EQ(window.Label("sbar_1")->text(), "Error in LoadData") << "long enough to be read";
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 4) << "what stands before the bad line";
+    EXPECT_NEAR(window.Chart()->TimeOrigin(), 46341.5, 1e-9) << "the ticks move nothing";
+}
+
+TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
+{
+    Window window;
+    window.main.resize(900, 600);
+    window.main.show();
+    const auto file =
+        window.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n15.11.2026 12:02:00,000; 5 mm; 2 C");
+    window.Play(file);
+    const QString folder = QString::fromStdString(window.folder.path);
+    const struct {
+        const char *name, *head;
+    } kinds[] = {{"/chart.png", "\x89PNG"}, {"/chart.svg", "<?xml"}, {"/chart.pdf", "%PDF"}};
+    for (const auto& kind : kinds) {
+        EXPECT_EQ(WritePicture(*window.Chart(), folder + kind.name), "");
+        EXPECT_TRUE(TemporaryFolder::Read((folder + kind.name).toStdString()).starts_with(kind.head)) << kind.name;
+    }
+    const QImage picture(folder + "/chart.png");
+    int curve = 0;
+    for (int x = 0; x < picture.width(); ++x) {
+        for (int y = 0; y < picture.height(); ++y) {
+            curve += picture.pixel(x, y) == qRgb(0x0A, 0x5A, 0xC8) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(curve, 1000) << "the line from the first point to the last";
+
+    const auto table = [&](const std::filesystem::path& from, const QString& to) {
+        return WriteTable(window.main, QString::fromStdString(from), to, {}, LanguageEnglish).toStdString();
+    };
+    EXPECT_EQ(table(file, folder + "/x.csv"), "2 lines exported, 0 unreadable left out");
+    EXPECT_EQ(TemporaryFolder::Read((folder + "/x.csv").toStdString()).substr(0, 45),
+              "Time,Distance [mm],Status,Temperature [\xC2\xB0\x43]\r\n");
+    EXPECT_NE(table(window.folder.path / "none.rec", folder + "/y.csv"), "");
+    EXPECT_NE(table(window.folder.Write("empty.rec", "no line\n"), folder + "/y.csv"), "");
+    EXPECT_NE(WritePicture(*window.Chart(), folder + "/none/y.png"), "");
+    for (const auto& entry : std::filesystem::directory_iterator(window.folder.path)) {
+        EXPECT_NE(entry.path().filename().string().front(), 'y') << "a failed export leaves nothing";
+    }
+}
+
+} // namespace
