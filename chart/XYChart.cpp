@@ -5,6 +5,8 @@
 #include <QEvent>
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QStyle>
+#include <QStyleOptionFocusRect>
 
 #include <algorithm>
 #include <cmath>
@@ -29,6 +31,7 @@ XYChart::XYChart(QWidget* parent) : QWidget(parent)
 void XYChart::InitChartData(std::int32_t maximumIndex)
 {
     m_series.InitChartData(maximumIndex);
+    m_held.reset();
     if (m_autoScale) {
         m_limitsGiven = false;
         m_limits.lower = m_limits.upper = 0.0;
@@ -44,6 +47,11 @@ void XYChart::Reset()
 
 void XYChart::AddPoint(double time, double value)
 {
+    // What is held has to outlast the ring, which goes on.
+    if (m_holdSpan && m_origin && !m_held && time > *m_origin + m_xRange_ms / kMsPerDay) {
+        m_held = m_series;
+        Redraw();
+    }
     m_series.AddChartPoint(time, value);
     ShowTime(time);
     update();
@@ -94,6 +102,10 @@ void XYChart::XRange_ms(std::int32_t range_ms)
 void XYChart::HoldSpan(bool hold)
 {
     m_holdSpan = hold;
+    if (m_held) {
+        m_held.reset();
+        Redraw();
+    }
     if (!hold && m_origin && m_currentTime != 0.0) {
         ShowTime(m_currentTime);
     }
@@ -156,6 +168,12 @@ void XYChart::paintEvent(QPaintEvent*)
     } else {
         drawNewest(painter);
     }
+    if (hasFocus()) {
+        QStyleOptionFocusRect focus;
+        focus.initFrom(this);
+        focus.backgroundColor = m_colors.back;
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+    }
 }
 
 /// Limits of our own, as long as nobody gives any.
@@ -166,18 +184,24 @@ void XYChart::followShownValues()
     }
 }
 
+clsChartData& XYChart::drawn()
+{
+    return m_held ? *m_held : m_series;
+}
+
 /// The points from the oldest to the newest.
 std::array<std::span<const ChartPoint>, 2> XYChart::readable()
 {
-    const std::int32_t stop = m_series.StopIndex;
-    const std::int32_t size = m_series.Size();
+    clsChartData& series = drawn();
+    const std::int32_t stop = series.StopIndex;
+    const std::int32_t size = series.Size();
     if (stop < 0 || stop >= size) {
         return {};
     }
     // From the newest point the pointer moves on to the oldest; on the slot to be written it would stay.
-    m_series.StartIndex = (stop + size - 1) % size;
-    m_series.ResetReadPointer();
-    return m_series.Readable();
+    series.StartIndex = (stop + size - 1) % size;
+    series.ResetReadPointer();
+    return series.Readable();
 }
 
 /// Columns are counted from day 0 and the axis moves by whole ones: a column keeps its points while it scrolls, and so
@@ -238,7 +262,7 @@ void XYChart::drawCurve(const Raster& raster)
     fine.first *= clsCurvePainter::kFineColumns;
     fine.perDay *= clsCurvePainter::kFineColumns;
     fine.columns *= clsCurvePainter::kFineColumns;
-    m_columns.Update(m_series, fine, m_showZero);
+    m_columns.Update(drawn(), fine, m_showZero);
     m_isEmpty = m_columns.Spans().empty();
     m_curvePainter.DrawLines(raster, m_columns, rowScale(), {kLineWidth * ratio, m_colors.curve.rgb()});
 }

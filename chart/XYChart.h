@@ -142,6 +142,7 @@ private:
     /// Whether the values have a scale; before the first value there is none to speak of.
     bool hasLimits() const { return m_limits.lower != m_limits.upper; }
     void followShownValues();
+    clsChartData& drawn();
     std::array<std::span<const ChartPoint>, 2> readable();
     TimeWindow timeWindow() const; ///< in columns of pixels
     RowScale rowScale() const;
@@ -169,6 +170,7 @@ private:
     int mirrored(int column) const;
 
     clsChartData m_series;
+    std::optional<clsChartData> m_held; ///< the series as it was when the held span was full
     std::optional<double> m_origin;
     double m_currentTime = 0.0;
     std::int32_t m_xRange_ms = modChartGlobals::kXRange_ms;

@@ -48,6 +48,9 @@ void clsCurvePainter::Erase(const Raster& raster)
 void clsCurvePainter::Forget()
 {
     m_saved.clear();
+    m_basis = {};
+    m_coverage.clear();
+    m_coveredTo = 0;
 }
 
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)

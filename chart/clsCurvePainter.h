@@ -36,7 +36,7 @@ public:
 
     /// Takes all that was drawn out of the raster again, so that the pixels are those from before.
     void Erase(const Raster& raster);
-    /// Forgets what was drawn, because the pixels are new.
+    /// Forgets what was drawn, because the pixels are new, and the columns that it was drawn from.
     void Forget();
     /// Draws an upright line, one column of pixels wide; erase first.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);

@@ -5,7 +5,9 @@
 #include "shell/Guarded.h"
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
+#include "shell/Numbers.h"
 #include "shell/QtText.h"
+#include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
 #include <QCheckBox>
@@ -29,6 +31,7 @@ frmChartSettings::frmChartSettings(QWidget& owner, modGlobals::Settings& setting
     column->addWidget(chkNullWerte);
     column->addStretch(1);
     column->addLayout(buildButtons());
+    new WindowPlace(*this, m_settings.IniFile);
     LocaliseForm(*this, m_settings.Language);
     ShowUpdatedSettings();
     for (QRadioButton* option : {optYScaleAuto, optYScaleManual}) {
@@ -126,12 +129,26 @@ void frmChartSettings::enableLimits()
 
 void frmChartSettings::cmdOK_Click()
 {
-    cmdApply_Click();
-    accept();
+    if (apply()) {
+        accept();
+    }
 }
 
 void frmChartSettings::cmdApply_Click()
 {
+    apply();
+}
+
+/// False, with the focus where it is needed, when a text is no number.
+bool frmChartSettings::apply()
+{
+    for (NumberEdit* box : txtParameter) {
+        if (!CDbl(ToBytes(box->text()), m_decimalSeparator)) {
+            box->setFocus();
+            box->selectAll();
+            return false;
+        }
+    }
     const modChartSettings::Applied applied = modChartSettings::Apply(
         m_settings.yMax, m_settings.yMin, {ToBytes(txtParameter[0]->text()), ToBytes(txtParameter[1]->text())},
         m_decimalSeparator);
@@ -154,4 +171,5 @@ void frmChartSettings::cmdApply_Click()
     if (Applied) {
         Applied();
     }
+    return true;
 }

@@ -39,6 +39,7 @@ private:
     void enableLimits();
     void cmdOK_Click();
     void cmdApply_Click();
+    bool apply();
 
     modGlobals::Settings& m_settings;
     XYChart& m_chart;

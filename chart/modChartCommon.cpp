@@ -106,7 +106,9 @@ ValueRange widened(const ValueRange& current, const ValueRange& values)
 {
     const ValueRange both{std::min(values.lower, current.lower), std::max(values.upper, current.upper),
                           current.divisions};
-    return RoundLimits(withMargin(both, values.lower<current.lower, values.upper> current.upper));
+    const bool below = values.lower < current.lower;
+    const bool above = values.upper > current.upper;
+    return RoundLimits(withMargin(both, below, above));
 }
 
 double spanOf(const ValueRange& range)

@@ -64,8 +64,7 @@ ValueRange RoundLimits(const ValueRange& range);
 /// The range that follows the values: `current`, or a new one.
 /// - While all values lie inside, ends included, and fill a quarter of it or more, the range stays.
 /// - A value outside widens it at once: the new limits hold the old ones and all values, leave a tenth of that span
-/// free
-///   beyond the value that broke out, and lie on round steps. A value that moves about a border thus widens once.
+///   free beyond the value that broke out, and lie on round steps. A value that moves about a border widens it once.
 /// - It narrows only when the values fill less than a quarter of it and only to at most half its width, to round limits
 ///   with a tenth of free space on both sides. The values fill over a quarter of what they get, so none of these
 ///   changes calls for the next.

@@ -25,12 +25,17 @@ std::string LimitText(double limit, char decimalSeparator)
     if (text.back() == decimalSeparator) {
         text.pop_back();
     }
-    return text;
+    return text == "-0" ? "0" : text;
 }
 
 std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparator)
 {
-    const double value = CDbl(typed, decimalSeparator).value_or(kDefaults[limit]);
+    if (Trimmed(typed).empty()) {
+        return LimitText(kDefaults[limit], decimalSeparator);
+    }
+    std::string number(typed);
+    std::ranges::replace(number, decimalSeparator, '.');
+    const double value = Val(number); // of "12-3" what is a number
     return LimitText(std::clamp(value, 0.0, kLargestTyped), decimalSeparator);
 }
 

@@ -14,8 +14,8 @@ enum Limit : std::int32_t { LimitMax = 0, LimitMin = 1 };
 /// A limit as a box shows it: as many decimals as it needs, 6 at most, no group separators.
 std::string LimitText(double limit, char decimalSeparator);
 
-/// What a box shows when it is left: the typed number within 0 to 999999; 5000 (maximum) or 0 (minimum) when it is
-/// empty or no number. Deliberate: no negative limits, although their keys pass and `Apply` takes them.
+/// What a box shows when it is left: the number at the head of the text within 0 to 999999; 5000 (maximum) or 0
+/// (minimum) when it is empty. Deliberate: no negative limits, although their keys pass and `Apply` takes them.
 std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparator);
 
 /// What applying gives: the new limits and what the boxes show.

@@ -48,6 +48,7 @@ public:
     /// What a wait for the sensor and a tick of the measurement loop have to know of each other.
     struct WaitState {
         bool Running = false; ///< a wait runs: evaluations send nothing of their own
+        bool Asking = false;  ///< the user is asked what to do: nobody waits for an answer, silence means nothing
         bool InTick = false;  ///< a tick runs: no wait may start
         bool Ended = false;   ///< the main window goes: every wait ends as "no answer"
     };

@@ -46,7 +46,7 @@ void clsRVQ::EvaluateInBuffer()
 /// Nothing has arrived: what a passed deadline means.
 std::string_view clsRVQ::evaluateSilence()
 {
-    if (!pastDeadline()) {
+    if (!pastDeadline() || Wait.Asking) {
         return {};
     }
     if (LastCommand.empty()) {

@@ -1,10 +1,14 @@
 // Opens every window of the program with a simulated sensor and saves a picture of it in German and in English:
 // orvex_pictures FOLDER [--dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
+#include "chart/frmChartSettings.h"
 #include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
+#include "monitor/ValueLabel.h"
 #include "monitor/frmMain.h"
+#include "monitor/frmTextWindow.h"
 #include "recorder/frmRecorder.h"
+#include "settings/frmRVQ.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/frmAbout.h"
@@ -18,7 +22,6 @@
 #include <QElapsedTimer>
 #include <QPixmap>
 #include <QPushButton>
-#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -26,6 +29,8 @@
 namespace {
 
 constexpr int kMeasuring_ms = 20000;
+constexpr int kMoment_ms = 200;
+constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
@@ -86,7 +91,7 @@ private:
     {
         frmSplash splash(m_settings, m_devices, m_help);
         splash.show();
-        runFor(200);
+        runFor(kMoment_ms);
         save(splash, "splash");
     }
 
@@ -104,7 +109,7 @@ private:
         runFor(kMeasuring_ms);
         save(window, "main");
         window.resize(kManualSize);
-        runFor(200);
+        runFor(kMoment_ms);
         save(window, "manual_main");
         window.findChild<QAction*>("mnuOptionConsole")->trigger();
         runFor(kConsole_ms);
@@ -115,12 +120,16 @@ private:
         }
         takeRecorder(window);
         takeSettings(window);
+        takeLargeDisplay(window);
+        window.findChild<QAction*>("mnuPopUpYscaleSettings")->trigger();
+        runFor(kMoment_ms);
+        save(*window.findChild<frmChartSettings*>(), "chart-settings");
         frmAbout about(&window, m_settings);
         about.show();
-        runFor(200);
+        runFor(kMoment_ms);
         save(about, "about");
         m_help.ShowHelpTopic(window, "Main");
-        runFor(200);
+        runFor(kMoment_ms);
         save(*window.findChild<frmHelp*>(), "help");
         window.close();
     }
@@ -137,24 +146,31 @@ private:
         press("cmdStop");
         window.findChild<QPushButton*>("cmdStart")->click();
         recorder->ChooseFile = [this] { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); };
-        runFor(200);
+        runFor(kMoment_ms);
         press("cmdPlay");
-        runFor(200);
+        runFor(kMoment_ms);
         save(*recorder, "recorder_played");
         save(window, "playback");
         window.findChild<QPushButton*>("cmdStart")->click();
         recorder->close();
     }
 
-    /// The window is modal: what is to happen while it is open is asked for before.
+    void takeLargeDisplay(const frmMain& window)
+    {
+        emit window.findChild<ValueLabel*>("lblMeasValue")->clicked();
+        auto* display = window.findChild<frmTextWindow*>();
+        display->resize(kLargeDisplay);
+        runFor(kMoment_ms);
+        save(*display, "large");
+    }
+
     void takeSettings(const frmMain& window)
     {
-        QTimer::singleShot(kDownload_ms, qApp, [this] {
-            QWidget* settings = QApplication::activeModalWidget();
-            save(*settings, "settings");
-            settings->close();
-        });
         window.findChild<QAction*>("mnuConfigurationRVQ")->trigger();
+        runFor(kDownload_ms);
+        auto* settings = window.findChild<frmRVQ*>();
+        save(*settings, "settings");
+        settings->close();
     }
 
     QString m_folder;

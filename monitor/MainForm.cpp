@@ -70,6 +70,7 @@ void MainForm::BuildForm(QMainWindow& window)
     buildComportFrame(*centre);
     picGraph = named<XYChart>("picGraph", centre);
     picGraph->setContextMenuPolicy(Qt::CustomContextMenu);
+    picGraph->setFocusPolicy(Qt::StrongFocus); // the menu key opens its menu
     auto* grid = new QGridLayout(centre);
     grid->setHorizontalSpacing(window.fontMetrics().height());
     grid->addWidget(fraMeasurement, 0, 0);

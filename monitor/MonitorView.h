@@ -14,6 +14,7 @@ class clsRVQ;
 struct ControlRule {
     bool Start = false; ///< start, stop and the sensor's settings
     bool Single = false;
+    bool Settings = true; ///< the settings window may be opened
     bool operator==(const ControlRule&) const = default;
 };
 

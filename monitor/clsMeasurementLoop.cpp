@@ -11,8 +11,10 @@
 namespace {
 
 constexpr double kClockStep_ms = 500.0;
-constexpr int kCatchUp = 200;        // evaluations of one tick beyond the first
-constexpr std::size_t kBacklog = 60; // bytes, ten frames: more than that is behind
+constexpr double kSecondsPerDay = 86400.0;
+constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
+constexpr int kCatchUp = 200;         // evaluations of one tick beyond the first
+constexpr std::size_t kBacklog = 60;  // bytes, ten frames: more than that is behind
 
 enum TextId : std::int32_t {
     TextNewConfiguration = 1131,
@@ -43,11 +45,13 @@ void clsMeasurementLoop::Tick(double now)
     const modRVQComm::TickScope tick(m_device);
     absorbClockJump(now);
     m_device.CurrentTime = now;
-    if (m_device.PortIsOpen && !m_passing) {
-        servePort();
-    }
-    if (!m_device.PortIsOpen) {
-        reopenPort();
+    if (!m_passing) {
+        if (m_device.PortIsOpen) {
+            servePort();
+        }
+        if (!m_device.PortIsOpen) {
+            reopenPort();
+        }
     }
     m_view.ShowDialogue(m_device.CommStatus);
     showRule();
@@ -65,13 +69,17 @@ void clsMeasurementLoop::showSensorSettings()
                                .RedLaser = m_device.HWPointer != "off"});
 }
 
-/// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach.
+/// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach, and one set
+/// forward, or a machine that has slept, must not make them all pass at once.
 void clsMeasurementLoop::absorbClockJump(double now)
 {
-    if (now < m_previousTick) {
-        m_device.FailTime += now - m_previousTick;
-        m_device.ReadTempTime += now - m_previousTick;
+    const double jump = now - m_previousTick;
+    const bool forward = m_previousTick != 0.0 && jump > kClockJump_s / kSecondsPerDay;
+    if (jump < 0.0 || forward) {
+        m_device.FailTime += jump;
+        m_device.ReadTempTime += jump;
         m_previousTick = now;
+        breakCurve(now);
     }
 }
 
@@ -282,7 +290,7 @@ void clsMeasurementLoop::breakCurve(double time)
 /// The newest values decide; those still on the chart are not cut off by a range that narrows.
 void clsMeasurementLoop::FitRange()
 {
-    if (!m_settings.AutoScale) {
+    if (!m_settings.AutoScale || m_shownUnit < 0) {
         return;
     }
     const double factor = UnitOf(m_shownUnit).millimetres;
@@ -311,7 +319,8 @@ void clsMeasurementLoop::forgetHistory()
 void clsMeasurementLoop::showRule()
 {
     m_view.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
-                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring});
+                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring,
+                     .Settings = mayStart()});
 }
 
 void clsMeasurementLoop::advanceClock()

@@ -48,15 +48,16 @@ void clsMeasurementLoop::requestOne(const NextPass& nextPass)
     m_passing = true;
     modRVQComm::StartMeasurement(m_device);
     showRule();
+    const std::int32_t opening = m_device.Openings;
     bool found = passBringsDistance();
-    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen && !m_device.Wait.Ended; ++pass) {
+    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen && m_device.Openings == opening; ++pass) {
         m_device.CurrentTime = nextPass();
-        found = passBringsDistance();
+        found = m_device.Openings == opening && passBringsDistance();
     }
     m_passing = false;
     m_measuring = false;
-    if (m_device.Wait.Ended) {
-        return;
+    if (m_device.Wait.Ended || m_device.Openings != opening) {
+        return; // the window goes, or the operator has chosen another port, which the ticks serve
     }
     m_view.ShowRunning(false);
     m_device.CommStatus = found ? DialogueIdle : DialogueNone;

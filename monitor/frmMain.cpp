@@ -10,6 +10,7 @@
 #include "settings/frmRVQ.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
+#include "shell/InputGuards.h"
 #include "shell/Localise.h"
 #include "shell/PortLists.h"
 #include "shell/QtText.h"
@@ -88,6 +89,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
 {
     setObjectName(QStringLiteral("frmMain"));
     BuildForm(*this);
+    KeepWheelFromLists(*this);
     resize((QSize(66, 40) * fontMetrics().height()).boundedTo(screen()->availableSize()));
     new WindowPlace(*this, m_settings.IniFile);
     fillControls();
@@ -365,16 +367,22 @@ void frmMain::chooseDefaultDevice(const char* device)
 
 void frmMain::mnuConfigurationRVQ_Click()
 {
-    frmRVQ window(this, {.device = m_device,
-                         .library = m_storage.library,
-                         .settings = m_settings,
-                         .help = m_help,
-                         .programFolder = m_storage.programFolder,
-                         .pumpEvents = pumpEvents});
-    m_settingsWindow = &window;
-    m_loop.LiveUpdate = [&window](const clsRVQ&) { window.FollowDevice(); };
-    window.exec();
-    m_loop.LiveUpdate = nullptr;
+    if (m_device.Wait.Running || (m_settingsWindow != nullptr && m_settingsWindow->isVisible())) {
+        return;
+    }
+    m_settingsWindow = std::make_unique<frmRVQ>(this, frmRVQ::Context{.device = m_device,
+                                                                      .library = m_storage.library,
+                                                                      .settings = m_settings,
+                                                                      .help = m_help,
+                                                                      .programFolder = m_storage.programFolder,
+                                                                      .pumpEvents = pumpEvents});
+    m_loop.LiveUpdate = [this](const clsRVQ&) { m_settingsWindow->FollowDevice(); };
+    m_inputBlock = std::make_unique<InputBlock>(*this, *m_settingsWindow);
+    connect(m_settingsWindow.get(), &QDialog::finished, this, [this] {
+        m_loop.LiveUpdate = nullptr;
+        m_inputBlock.reset();
+    });
+    m_settingsWindow->show();
 }
 
 void frmMain::mnuConfigurationDefaultSerial_Click()
@@ -391,6 +399,7 @@ void frmMain::mnuPopupShowZero_Click()
 {
     m_settings.ShowZeroValues = mnuPopupShowZero->isChecked();
     picGraph->ShowZeroValues(m_settings.ShowZeroValues);
+    m_loop.FitRange();
     if (m_chartSettings != nullptr) {
         m_chartSettings->ShowUpdatedSettings();
     }
@@ -448,7 +457,9 @@ void frmMain::mnuHelpWhatsThis_Click()
 
 void frmMain::mnuHelpAbout_Click()
 {
-    frmAbout(this, m_settings).exec();
+    auto* about = new frmAbout(this, m_settings);
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->open(); // returns at once: a wait for the sensor must be able to end
 }
 
 QString frmMain::text(std::int32_t id) const
@@ -535,6 +546,7 @@ void frmMain::ShowRule(const ControlRule& rule)
         control->setEnabled(rule.Start);
     }
     cmdSingleValue->setEnabled(rule.Single);
+    mnuConfigurationRVQ->setEnabled(rule.Settings);
 }
 
 void frmMain::ShowSensorSettings(const SensorSettings& settings)

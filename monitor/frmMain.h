@@ -18,11 +18,13 @@
 #include <QPointer>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 class Help;
+class InputBlock;
 class QTimer;
 class SerialPort;
 class clsConfigLibrary;
@@ -157,7 +159,8 @@ private:
     QTimer* m_timer;
     QPointer<frmTextWindow> m_textWindow;
     QPointer<frmChartSettings> m_chartSettings;
-    QPointer<frmRVQ> m_settingsWindow;
+    std::unique_ptr<frmRVQ> m_settingsWindow;
+    std::unique_ptr<InputBlock> m_inputBlock; ///< while the settings window is open
     /// The newest time of each message of panel 1, the newest first.
     std::vector<std::pair<QString, QString>> m_messages;
 };

@@ -37,7 +37,10 @@ public:
     void Field(std::size_t field, std::size_t tabs = kAligned)
     {
         const FieldDef& def = kFields[field];
-        const std::string unit = def.unit.empty() ? "" : " " + CodePageBytes(def.unit);
+        std::string unit = CodePageBytes(def.unit);
+        if (!unit.empty()) {
+            unit.insert(unit.begin(), ' ');
+        }
         Caption(LabelId(def.code), m_texts.fields[field] + unit, tabs);
     }
     std::string Text() && { return std::move(m_sheet); }

@@ -22,6 +22,7 @@ constexpr std::array<const char*, kChoices.size()> kChoiceNames{
 constexpr char kDiffers[] = "≠";
 constexpr int kUnitColumn = 2, kMarkColumn = 3;
 constexpr std::int32_t kTextS2Logic = 1255;
+constexpr std::int32_t kTextS2LogicList = 1244;
 
 } // namespace
 
@@ -29,6 +30,7 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
 {
     m_window = &window;
     m_decimalSeparator = decimalSeparator;
+    QLayout* configuration = buildConfigurationRow(); // first: the tab key follows the order of creation
     auto* columns = new QHBoxLayout;
     auto* left = new QVBoxLayout;
     left->addWidget(buildSensorFrame());
@@ -54,7 +56,7 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
         columns->addLayout(column, 1);
     }
     auto* rows = new QVBoxLayout(&window);
-    rows->addLayout(buildConfigurationRow());
+    rows->addLayout(configuration);
     rows->addLayout(columns, 1);
     rows->addLayout(buildStatus());
     rows->addLayout(buildButtons());
@@ -132,14 +134,12 @@ QGroupBox* SettingsForm::buildFrame(const char* name, std::int32_t id, std::init
 QGroupBox* SettingsForm::buildSwitchFrame()
 {
     auto* box = named<QGroupBox>("fraSwitches", 1316);
-    auto* outer = new QVBoxLayout(box);
-    outer->setContentsMargins(0, 0, 0, 0);
-    picSwitches = named<QWidget>("picSwitches");
-    outer->addWidget(picSwitches);
-    QGridLayout* grid = frame(picSwitches);
+    QGridLayout* grid = frame(box);
+    m_switchGrid = grid;
     addChoice(*grid, ChoiceAnalogOutput);
     addField(*grid, FieldAnalogMin);
     addField(*grid, FieldAnalogMax);
+    m_firstSwitchRow = grid->rowCount();
     addChoice(*grid, ChoiceS2Logic);
     grid->setRowMinimumHeight(grid->rowCount(), m_window->fontMetrics().height() / 2);
     addChoice(*grid, ChoiceS1Logic);
@@ -166,7 +166,8 @@ void SettingsForm::addChoice(QGridLayout& grid, std::size_t index)
     } else {
         control = def.kind == ChoiceKind::List ? static_cast<QWidget*>(named<QComboBox>(kChoiceNames[index]))
                                                : named<QLabel>(kChoiceNames[index]);
-        grid.addWidget(caption(def.code, control), row, 0);
+        const std::int32_t id = index == ChoiceS2Logic ? kTextS2LogicList : LabelId(def.code);
+        grid.addWidget(caption(id, control), row, 0);
         grid.addWidget(control, row, 1);
     }
     choice[index] = control;
@@ -179,7 +180,7 @@ void SettingsForm::addField(QGridLayout& grid, std::size_t index)
     auto* box = new NumberEdit(m_window, m_decimalSeparator);
     box->setObjectName(QStringLiteral("txtParameter_%1").arg(index));
     box->setAlignment(Qt::AlignRight);
-    grid.addWidget(caption(kFields[index].code, box), row, 0);
+    grid.addWidget(caption(LabelId(kFields[index].code), box), row, 0);
     grid.addWidget(box, row, 1);
     grid.addWidget(new QLabel(FromUtf8(kFields[index].unit), m_window), row, kUnitColumn);
     txtParameter[index] = box;
@@ -196,9 +197,9 @@ void SettingsForm::addInformation(QGridLayout& grid, const char* name, std::int3
     grid.addWidget(value, row, 1);
 }
 
-QLabel* SettingsForm::caption(std::string_view code, QWidget* buddy)
+QLabel* SettingsForm::caption(std::int32_t id, QWidget* buddy)
 {
-    auto* text = named<QLabel>("", LabelId(code));
+    auto* text = named<QLabel>("", id);
     text->setBuddy(buddy);
     return text;
 }
@@ -218,6 +219,7 @@ QLabel* SettingsForm::mark(QGridLayout& grid, int row)
 QLayout* SettingsForm::buildStatus()
 {
     lblStatus = named<QLabel>("lblStatus");
+    lblStatus->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may name a long path
     lblUnstored = named<QLabel>("lblUnstored", 1327);
     lblProgress = named<QLabel>("lblProgress");
     prgTransfer = named<QProgressBar>("prgTransfer");
@@ -257,6 +259,18 @@ QLayout* SettingsForm::buildButtons()
         button->setAutoDefault(false); // Enter belongs to the boxes
     }
     return row;
+}
+
+void SettingsForm::ShowSwitches(bool show)
+{
+    for (int row = m_firstSwitchRow; row < m_switchGrid->rowCount(); ++row) {
+        for (int column = 0; column < kMarkColumn; ++column) {
+            const QLayoutItem* item = m_switchGrid->itemAtPosition(row, column);
+            if (item != nullptr && item->widget() != nullptr) {
+                item->widget()->setVisible(show);
+            }
+        }
+    }
 }
 
 QComboBox* SettingsForm::ListOf(std::size_t index) const

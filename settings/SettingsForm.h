@@ -29,6 +29,8 @@ protected:
     /// The texts within the lists, tool tips with numbers, accessible names.
     void LocaliseLists(std::int32_t language);
 
+    /// The frame of the switches ends above the list of Q2's logic where a sensor has none.
+    void ShowSwitches(bool show);
     QComboBox* ListOf(std::size_t choice) const;
     QCheckBox* CheckOf(std::size_t choice) const;
 
@@ -46,7 +48,6 @@ protected:
     /// Beside each control, for what differs from the sensor.
     std::array<QLabel*, kFields.size()> fieldMark{};
     std::array<QLabel*, kChoices.size()> choiceMark{};
-    QWidget* picSwitches = nullptr; ///< what only a serial sensor has
     QLabel* lblStatus = nullptr;
     QLabel* lblUnstored = nullptr;
     QLabel* lblProgress = nullptr;
@@ -76,9 +77,11 @@ private:
     void addChoice(QGridLayout& grid, std::size_t index);
     void addField(QGridLayout& grid, std::size_t index);
     void addInformation(QGridLayout& grid, const char* name, std::int32_t captionId, QLabel*& value);
-    QLabel* caption(std::string_view code, QWidget* buddy);
+    QLabel* caption(std::int32_t id, QWidget* buddy);
     QLabel* mark(QGridLayout& grid, int row);
 
     QDialog* m_window = nullptr;
+    QGridLayout* m_switchGrid = nullptr;
+    int m_firstSwitchRow = 0;
     char m_decimalSeparator = '.';
 };

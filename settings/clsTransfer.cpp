@@ -119,12 +119,12 @@ void clsTransfer::run(std::initializer_list<TransferJob> jobs)
     // One wait over all of it, the questions included: no idle poll comes between two commands.
     const modRVQComm::WaitScope wait(m_device);
     const bool measuring = m_device.CommStatus == DialogueMeasuring;
-    const std::int32_t opening = m_device.Openings;
+    m_opening = m_device.Openings;
     if (measuring) {
         modRVQComm::StopMeasurement(m_device);
     }
     const bool finished = std::ranges::all_of(jobs, [this](TransferJob job) { return perform(job); });
-    if (measuring && finished && m_device.PortIsOpen && m_device.Openings == opening) {
+    if (measuring && finished && m_device.PortIsOpen && isSameSensor()) {
         modRVQComm::StartMeasurement(m_device);
     }
 }
@@ -176,23 +176,41 @@ bool clsTransfer::sendAll()
 /// Sends one value until the sensor takes it or the user gives it up; Ignore when the next one may follow.
 FailureAnswer clsTransfer::sendOne(std::string_view code)
 {
-    while (!m_device.Wait.Ended) {
+    while (!m_device.Wait.Ended && isSameSensor()) {
         const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents);
         if (verdict == EventAcknowledged) {
             return FailureAnswer::Ignore;
         }
-        const auto answer = m_device.Wait.Ended
-                                ? FailureAnswer::Abort
-                                : m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
+        const FailureAnswer answer = ask(verdict);
         if (answer == FailureAnswer::Abort) {
             break;
         }
-        m_device.CommStatus = DialogueIdle; // a tick has taken the silence for a lost connection
+        if (m_device.PortIsOpen) {
+            m_device.CommStatus = DialogueIdle; // a tick has taken the silence for a lost connection
+        }
         if (answer == FailureAnswer::Ignore) {
             return answer;
         }
     }
     return FailureAnswer::Abort;
+}
+
+/// While the question is open nobody waits for an answer, so silence means nothing.
+FailureAnswer clsTransfer::ask(std::int32_t verdict)
+{
+    if (m_device.Wait.Ended) {
+        return FailureAnswer::Abort;
+    }
+    m_device.Wait.Asking = true;
+    const auto answer = m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
+    m_device.Wait.Asking = false;
+    return answer;
+}
+
+/// Values that were meant for one sensor must not go to another that was plugged in meanwhile.
+bool clsTransfer::isSameSensor() const
+{
+    return m_device.Openings == m_opening;
 }
 
 void clsTransfer::readSet(TransferJob job)

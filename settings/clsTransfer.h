@@ -56,8 +56,8 @@ public:
     /// Reads the sensor's set into the entry; a failure leaves the entry as it was.
     void Download();
     /// Sends the entry's values and reads them back. When nothing is read back, the entry takes what the sensor has
-    /// reported or acknowledged last. Abort ends it at once: nothing more is sent, and a measurement that was stopped
-    /// is left to the measurement loop, which resumes it.
+    /// reported or acknowledged last. Abort, and another sensor on the port, ends it at once: nothing more is sent, and
+    /// a measurement that was stopped is left to the measurement loop, which resumes it.
     void Upload();
     /// Lets the sensor store what it works with ("999").
     void StoreInSensor();
@@ -71,6 +71,8 @@ private:
     bool perform(TransferJob job);
     bool sendAll();
     FailureAnswer sendOne(std::string_view code);
+    FailureAnswer ask(std::int32_t verdict);
+    bool isSameSensor() const;
     void readSet(TransferJob job);
     void command(std::string_view code, TransferJob job);
 
@@ -79,4 +81,5 @@ private:
     TransferView& m_view;
     modRVQComm::PumpEvents m_pumpEvents;
     bool m_busy = false;
+    std::int32_t m_opening = 0; ///< of the port, when the transfer began
 };

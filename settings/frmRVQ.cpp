@@ -6,13 +6,16 @@
 #include "settings/RVQBoxes.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
+#include "shell/InputGuards.h"
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
+#include "shell/Numbers.h"
 #include "shell/QtText.h"
 #include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QEvent>
 #include <QFile>
@@ -43,10 +46,10 @@ frmRVQ::frmRVQ(QWidget* owner, const Context& context)
       m_transfer(context.device, context.library.Device(), *this, context.pumpEvents)
 {
     setObjectName(QStringLiteral("frmRVQ"));
-    setModal(true);
     BuildForm(*this, m_decimalSeparator);
     new WindowPlace(*this, m_context.settings.IniFile);
     Boxes = RVQBoxes(*this, m_context.settings, m_question);
+    KeepWheelFromLists(*this);
     fillConfigurations();
     localise();
     connectControls();
@@ -85,6 +88,15 @@ void frmRVQ::changeEvent(QEvent* event)
 void frmRVQ::reject()
 {
     if (!m_transfer.IsBusy()) {
+        QDialog::reject();
+    }
+}
+
+/// The frame's close box is refused during a transfer. The end of the session is not: the main window ends the wait.
+void frmRVQ::closeEvent(QCloseEvent* event)
+{
+    event->setAccepted(!m_transfer.IsBusy() || !event->spontaneous());
+    if (event->isAccepted()) {
         QDialog::reject();
     }
 }
@@ -237,10 +249,10 @@ void frmRVQ::applyRule()
         button->setEnabled(rule.Transfer);
     }
     cmdDelete->setEnabled(rule.Delete);
-    for (QWidget* other : std::initializer_list<QWidget*>{cmbConfig, cmdLoad, cmdSave, cmdPrint, cmdClose}) {
+    for (QWidget* other : std::initializer_list<QWidget*>{cmbConfig, cmdLoad, cmdSave, cmdPrint, cmdHelp, cmdClose}) {
         other->setEnabled(rule.Other);
     }
-    picSwitches->setVisible(m_serial);
+    ShowSwitches(m_serial);
     const auto logic = [this](std::int32_t value) {
         return m_serial ? FromUtf8(ChoiceText(ChoiceS1Logic, value, m_context.settings.Language)) : QString();
     };
@@ -281,12 +293,12 @@ QString frmRVQ::rangeText(std::size_t field) const
 {
     const FieldDef& def = kFields[field];
     const auto limit = [&](std::int32_t stored) {
-        return FromBytes(CheckedText(field, std::to_string(stored / std::pow(10.0, def.decimals)), m_decimalSeparator));
+        return FromBytes(FixedText(stored / std::pow(10.0, def.decimals), def.decimals, m_decimalSeparator));
     };
     return text(TextRange).arg(limit(def.minimum), limit(def.maximum), FromUtf8(def.unit)).trimmed();
 }
 
-void frmRVQ::FollowDevice()
+void frmRVQ::showInformation()
 {
     const clsRVQ& device = m_context.device;
     const auto show = [](QLabel* label, const std::string& value) {
@@ -299,16 +311,26 @@ void frmRVQ::FollowDevice()
     show(lblSWBuild, device.SWBuild);
     show(lblSWDate, device.SWDate);
     show(lblDeviceType, device.DeviceType);
-    const std::int32_t connection = ConnectionTextId(device);
-    const State now{device.CommStatus, device.UnstoredChanges, device.Wait.Running || m_transfer.IsBusy()};
+}
+
+frmRVQ::State frmRVQ::stateOf(const clsRVQ& device) const
+{
+    return {device.CommStatus, device.UnstoredChanges, device.Wait.Running || m_transfer.IsBusy()};
+}
+
+void frmRVQ::FollowDevice()
+{
+    showInformation();
+    const State now = stateOf(m_context.device);
     if (now != m_followed) {
         m_followed = now;
         applyRule();
-        // The result of a transfer stays until the connection is lost.
-        if (!m_transfer.IsBusy() && (connection != 0 || m_connection != 0)) {
-            ShowStatusText(connection);
-        }
+    }
+    const std::int32_t connection = ConnectionTextId(m_context.device);
+    if (connection != m_connection && !m_transfer.IsBusy()) {
         m_connection = connection;
+        ShowStatusText(connection);
+        ShowFailed(false);
     }
 }
 

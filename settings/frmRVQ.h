@@ -1,11 +1,12 @@
-// The settings window: one configuration at a time in its controls, and what its buttons do with it. Modal to the main
-// window, whose timer goes on.
+// The settings window: one configuration at a time in its controls, and what its buttons do with it. The main
+// window takes no input meanwhile, but its timer goes on and it can be closed.
 #pragma once
 
 #include "settings/SettingsForm.h"
 #include "settings/clsTransfer.h"
 
 #include <QDialog>
+#include <QPointer>
 
 #include <functional>
 #include <string>
@@ -54,6 +55,7 @@ public:
     void reject() override;
 
 protected:
+    void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void changeEvent(QEvent* event) override;
 
@@ -76,9 +78,17 @@ private:
     void showOutcomes(const CopyOutcomes& outcomes);
     void applyRule();
     void markDifferences();
+    struct State {
+        std::int32_t commStatus = -1;
+        bool unstored = false, busy = false;
+        bool operator==(const State&) const = default;
+    };
+    State stateOf(const clsRVQ& device) const;
+    void showInformation();
     QString rangeText(std::size_t field) const;
     void saveAs(const std::string& path, const std::string& description);
     void showStatus(const QString& status);
+    void showWritten(bool written, const QString& file);
     QString text(std::int32_t id) const;
     clsRVQ& selected() const;
 
@@ -103,11 +113,7 @@ private:
     std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
     std::int32_t m_statusId = 0;
     std::int32_t m_connection = 0; ///< text id of what was wrong with the connection
-    struct State {
-        std::int32_t commStatus = -1;
-        bool unstored = false, busy = false;
-        bool operator==(const State&) const = default;
-    };
-    State m_followed; ///< as the last tick has found it
+    State m_followed;              ///< as the last tick has found it
+    QPointer<QWidget> m_focus;     ///< where it was before a transfer
     QMessageBox* m_question = nullptr;
 };

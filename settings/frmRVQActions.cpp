@@ -1,5 +1,6 @@
 // What the buttons of the settings window do, and what a transfer shows.
 #include "config/clsConfigLibrary.h"
+#include "settings/EnablingRule.h"
 #include "settings/Printout.h"
 #include "settings/frmRVQ.h"
 #include "shell/Help.h"
@@ -47,7 +48,7 @@ void frmRVQ::cmdSave_Click()
     const bool isDevice = cmbConfig->currentIndex() == kDevice;
     const QString proposal = isDevice ? text(TextNewConfiguration) : FromBytes(selected().Description);
     QString description = Boxes.Description(proposal);
-    if (description.isEmpty()) {
+    if (description.trimmed().isEmpty()) {
         description = text(TextUserConfiguration); // also after a cancel; saving goes on
     }
     const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
@@ -70,10 +71,7 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     const bool isNew = m_context.library.Size() > before;
     showOutcomes(CopyForSaving(m_context.library.Entry(line), shown()));
     const QString shownPath = QFile::decodeName(path.c_str());
-    if (!m_context.library.Store(line, description)) {
-        showStatus(text(TextNotWritten).arg(shownPath));
-        ShowFailed(true);
-    }
+    showWritten(m_context.library.Store(line, description), shownPath);
     lblSource->setText(shownPath);
     lblSource->setToolTip(shownPath);
     if (isNew) {
@@ -131,7 +129,7 @@ void frmRVQ::cmdPrint_Click()
     for (std::size_t i = 0; i < kChoices.size(); ++i) {
         switch (kChoices[i].kind) {
         case ChoiceKind::Check:
-            sheet.choices[i] = CheckOf(i)->isChecked() ? "1" : "0";
+            sheet.choices[i].assign(1, CheckOf(i)->isChecked() ? '1' : '0');
             break;
         case ChoiceKind::List:
             sheet.choices[i] = ToBytes(ListOf(i)->currentText());
@@ -141,13 +139,20 @@ void frmRVQ::cmdPrint_Click()
             break;
         }
     }
+    sheet.choices[ChoiceS2Logic] = ToBytes(lblS2Logic->text()); // the caption, not the list
     const std::string file = SheetFile(m_context.programFolder);
-    if (WriteSheet(m_context.programFolder, sheet, m_context.settings.Language)) {
+    const bool written = WriteSheet(m_context.programFolder, sheet, m_context.settings.Language);
+    showWritten(written, QFile::decodeName(file.c_str()));
+    if (written) {
         Boxes.OpenSheet(file);
-    } else {
-        showStatus(text(TextNotWritten).arg(QFile::decodeName(file.c_str())));
-        ShowFailed(true);
     }
+}
+
+void frmRVQ::showWritten(bool written, const QString& file)
+{
+    m_statusId = 0;
+    showStatus(written ? QString() : text(TextNotWritten).arg(file));
+    ShowFailed(!written);
 }
 
 void frmRVQ::cmdHelp_Click()
@@ -162,12 +167,20 @@ void frmRVQ::cmdClose_Click()
 
 void frmRVQ::ShowBusy(bool busy)
 {
-    if (!busy) {
+    if (busy) {
+        m_focus = focusWidget();
+    } else {
         lblProgress->hide();
         prgTransfer->hide();
     }
-    FollowDevice();
+    showInformation();
+    // The transfer's result stays until the connection changes after it.
+    m_followed = stateOf(m_context.device);
+    m_connection = ConnectionTextId(m_context.device);
     applyRule();
+    if (!busy && m_focus != nullptr) {
+        m_focus->setFocus(); // all controls were disabled
+    }
 }
 
 void frmRVQ::ShowStatusText(std::int32_t textId)
@@ -184,9 +197,9 @@ void frmRVQ::showStatus(const QString& status)
 
 void frmRVQ::ShowFailed(bool failed)
 {
-    QPalette colors = palette();
+    QPalette colors;
     if (failed) {
-        const bool dark = colors.color(QPalette::Window).lightness() < 128;
+        const bool dark = palette().color(QPalette::Window).lightness() < 128;
         colors.setColor(QPalette::WindowText, dark ? QColor(255, 120, 120) : QColor(190, 0, 0));
     }
     lblStatus->setPalette(colors);

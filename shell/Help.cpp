@@ -34,6 +34,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmChartSettings", "ChartSettings"},
     {"frmRecorder", "Recorder"},
     {"frmRVQ", "RVQSettings"},
+    {"frmSheet", "RVQSettings"},
 };
 
 /// The window that a control belongs to; a menu or an open list belongs to the window that it hangs on.

@@ -19,6 +19,9 @@ public:
         QString kept;
         int keptPosition = 0;
         for (qsizetype i = 0; i < input.size(); ++i) {
+            if (input[i] < u' ') {
+                continue; // pasted; as keys they never come here
+            }
             if (const auto key = FilteredKey(input[i].toLatin1(), m_decimalSeparator)) {
                 kept += QLatin1Char(*key);
                 keptPosition += i < position ? 1 : 0;

@@ -10,6 +10,7 @@
 #include "shell/Localise.h"
 #include "shell/Numbers.h"
 #include "shell/QtText.h"
+#include "shell/Termination.h"
 #include "shell/frmSplash.h"
 #include "shell/modAPI.h"
 #include "shell/modGlobals.h"
@@ -160,6 +161,10 @@ int runProgram(const Options& options)
     if (options.demo) {
         window.MeasureWhenConnected();
     }
+    WatchForTermination(window, [&window] {
+        window.close();
+        QApplication::quit();
+    });
     window.show();
     if (!options.screenshot.isEmpty()) {
         QTimer::singleShot(options.screenshotAfter_ms, &window,

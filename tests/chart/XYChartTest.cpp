@@ -68,6 +68,9 @@ TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
                 if (i % 3 == 0) {
                     pictureOf(*kept);
                 }
+                if (i == points / 2) {
+                    kept->Redraw();
+                }
             }
             // The outermost column may keep what the pen has reached from points that have left the picture.
             const QRect inner = QRect(QPoint(), kept->size()).adjusted(70, 0, -30, 0);
@@ -76,6 +79,29 @@ TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
             EXPECT_GT(curvePixels(pictureOf(*kept)), 200) << row.name;
         }
     }
+}
+
+TEST(Chart, AHeldSpanStaysHoweverLongItIsHeld)
+{
+    const auto chart = newChart();
+    chart->InitChartData(1199);
+    chart->HoldSpan(true);
+    const auto feed = [&](int from, int to) {
+        for (int i = from; i < to; ++i) {
+            chart->AddPoint(kNoon + i * 0.05 * kSecond, std::sin(i * 0.1));
+        }
+    };
+    chart->YLimits(-2, 2);
+    feed(0, 1203);
+    // The outermost columns may change with what the pen reaches from there.
+    const QRect inner = QRect(QPoint(), chart->size()).adjusted(80, 0, -40, 0);
+    const QImage full = pictureOf(*chart).copy(inner);
+    EXPECT_GT(curvePixels(full), 200);
+    feed(1203, 5000);
+    EXPECT_TRUE(pictureOf(*chart).copy(inner) == full);
+    chart->HoldSpan(false);
+    EXPECT_TRUE(chart->ShownValues().has_value());
+    EXPECT_FALSE(pictureOf(*chart).copy(inner) == full);
 }
 
 TEST(Chart, ForgetsWhatTheRingHasOverwritten)

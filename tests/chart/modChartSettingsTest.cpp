@@ -14,9 +14,10 @@ TEST(ChartLimits, AreClampedOnLeavingABox)
         Limit limit;
         const char *typed, *shown;
     };
-    for (const Row& row : {Row{LimitMax, "", "5000"}, Row{LimitMin, "", "0"}, Row{LimitMin, "-20", "0"},
-                           Row{LimitMax, "999999", "999999"}, Row{LimitMax, "1e9", "999999"},
-                           Row{LimitMax, "-", "5000"}, Row{LimitMax, "1,50", "1,5"}, Row{LimitMin, "0,0000001", "0"}}) {
+    for (const Row& row :
+         {Row{LimitMax, "", "5000"}, Row{LimitMin, "", "0"}, Row{LimitMin, "-20", "0"},
+          Row{LimitMax, "999999", "999999"}, Row{LimitMax, "1e9", "999999"}, Row{LimitMax, "12-3", "12"},
+          Row{LimitMax, "-", "0"}, Row{LimitMax, "1,50", "1,5"}, Row{LimitMin, "0,0000001", "0"}}) {
         EXPECT_EQ(CheckedText(row.limit, row.typed, ','), row.shown) << row.typed;
     }
 }

@@ -166,6 +166,18 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
     monitor.sensor.device.CommStatus = DialogueIdle;
     monitor.loop.StartStop([&] {
         ++passes;
+        monitor.loop.ChangePort();
+        monitor.sensor.port.Arriving = kLine; // of the other sensor
+        return 0.0;
+    });
+    EXPECT_EQ(passes, 1) << "another port ends the passes";
+    EXPECT_EQ(monitor.view.points.size(), 1U);
+
+    passes = 0;
+    monitor.sensor.port.Arriving.clear();
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.loop.StartStop([&] {
+        ++passes;
         monitor.loop.Unload();
         return 0.0;
     });
@@ -302,7 +314,7 @@ TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
         monitor.Sent();
         monitor.Tick("23 C,  OK\r\n"); // would restart the measurement
         EXPECT_EQ(monitor.view.temperature, "23 C,  OK");
-        EXPECT_EQ(monitor.view.rule, ControlRule{});
+        EXPECT_EQ(monitor.view.rule, ControlRule{.Settings = false});
         monitor.loop.StartStop({});
         monitor.loop.RequestSingleValue();
         EXPECT_EQ(monitor.Sent(), "");
@@ -417,6 +429,18 @@ TEST(MeasurementLoop, AClockSetBackDoesNotStopTheDeadlines)
     EXPECT_EQ(monitor.view.distance, "1.234 m");
     monitor.Tick({}, 3100);
     EXPECT_EQ(monitor.view.status[0], "No connection to sensor");
+}
+
+TEST(MeasurementLoop, AClockSetForwardLosesNoConnection)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.Tick({}, 3600e3);
+    EXPECT_EQ(monitor.view.dialogue, DialogueMeasuring);
+    EXPECT_EQ(monitor.Sent(), "");
+    EXPECT_EQ(monitor.view.gaps, 1) << "no line is drawn across the hour";
+    monitor.Tick({}, 3100);
+    EXPECT_NE(monitor.view.dialogue, DialogueMeasuring) << "real silence is still noticed";
 }
 
 TEST(MeasurementLoop, UnloadingEndsEverythingAndSendsNothing)

@@ -109,8 +109,8 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
         int pumps = 0;
         const auto pump = [&] {
             line.Tick();
-            if (++pumps == 100) {
-                line.PutForward(2.0); // what has come by now is all that comes
+            if (row.verdict == EventNoAnswer && ++pumps == 100) {
+                line.PutForward(2.0); // nothing will come
             }
         };
         EXPECT_EQ(modRVQComm::ChangeParameter(line.device, "302", pump), row.verdict) << row.shortAcknowledge;
@@ -118,7 +118,12 @@ TEST(SensorLine, AcknowledgedRefusedAndSilent)
             EXPECT_EQ(model.Parameter("302"), row.stored);
             model.Faults() = {};
         });
-        EXPECT_TRUE(line.Until([&] { return line.TakeLog().ends_with("S|302 100\r|M"); }));
+        std::string log;
+        EXPECT_TRUE(line.Until([&] {
+            const std::string more = line.TakeLog();
+            log += (log.empty() || more.empty() ? "" : "|") + more;
+            return log.ends_with("S|302 100\r|M");
+        })) << log;
         EXPECT_EQ(line.device.CommStatus, DialogueMeasuring);
     }
 }

@@ -8,6 +8,7 @@
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
 #include "monitor/frmTextWindow.h"
+#include "settings/frmRVQ.h"
 #include "shell/ConsoleText.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
@@ -26,10 +27,14 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLocale>
+#include <QMenu>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QTreeWidget>
+#include <QWheelEvent>
+#include <QtTest/QTest>
 #include <QtTest/qtestspontaneevent.h>
 
 #include <filesystem>
@@ -314,8 +319,21 @@ TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
     QApplication::sendEvent(box("txtParameter_1"), &enter);
     EXPECT_EQ(box("txtParameter_1")->text(), "0");
     EXPECT_TRUE(dialog->isVisible()) << "Enter belongs to the box";
+    box("txtParameter_0")->setText("12-3");
+    button("cmdOK")->click();
+    EXPECT_TRUE(dialog->isVisible()) << "no number: to be corrected";
     button("cmdCancel")->click();
     EXPECT_EQ(chart->YMinimum(), 7.0);
+    EXPECT_EQ(main.settings.yMax, 5000.0);
+
+    const auto* popUp = main.Find<QMenu>("mnuPopUp");
+    QTest::mouseClick(main.Find<XYChart>("picGraph"), Qt::LeftButton);
+    EXPECT_FALSE(popUp->isVisible());
+    main.Find<QAction>("mnuPopupFixedTime")->trigger();
+    EXPECT_TRUE(chart->HoldSpan());
+    emit main.Find<XYChart>("picGraph")->customContextMenuRequested({5, 5}); // as a right click and the menu key do
+    EXPECT_TRUE(popUp->isVisible());
+    EXPECT_TRUE(main.Find<QAction>("mnuPopupFixedTime")->isChecked());
 }
 
 TEST(MainWindow, SaysThatSettingsCannotBeKept)
@@ -333,6 +351,34 @@ TEST(MainWindow, SaysThatSettingsCannotBeKept)
         EXPECT_TRUE(main.Text("sbar_2").starts_with("Einstellungen werden nicht gespeichert: "));
         main.Find<QAction>("mnuOptionLanguageDEEN")->trigger();
     }
+}
+
+TEST(MainWindow, SettingsWindowBlocksInputButNotTheEnd)
+{
+    const Window main;
+    auto* start = main.Find<QPushButton>("cmdStart");
+    ASSERT_TRUE(main.Until([&] { return start->isEnabled(); }));
+    main.Find<QAction>("mnuConfigurationRVQ")->trigger();
+    const auto* settings = main.Find<frmRVQ>("frmRVQ");
+    const auto* status = settings->findChild<QLabel*>("lblStatus");
+    ASSERT_TRUE(main.Until([&] { return status->text() == "Download configuration from Orvex finished"; }));
+    QTest::mouseClick(start, Qt::LeftButton);
+    EXPECT_EQ(start->text(), "Start");
+    auto* combo = settings->findChild<QComboBox*>("cmbBaudrate");
+    const int before = combo->currentIndex();
+    QWheelEvent wheel({}, {}, {}, {0, -120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    combo->clearFocus();
+    QApplication::sendEvent(combo, &wheel);
+    EXPECT_EQ(combo->currentIndex(), before);
+
+    bool closed = false;
+    QTimer::singleShot(20, main.window.get(), [&] { closed = main.window->close(); });
+    QElapsedTimer timer;
+    timer.start();
+    settings->findChild<QPushButton*>("cmdUpload")->click();
+    EXPECT_TRUE(closed) << "in the middle of the upload";
+    EXPECT_LT(timer.elapsed(), 2000);
+    EXPECT_FALSE(settings->isVisible());
 }
 
 TEST(MainWindow, ComesBackInItsSize)

@@ -175,29 +175,58 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     editor.fileAnswer = editor.folder / "missing" / "x.rvq";
     editor.Click("cmdSave");
     EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written.");
+    editor.description = "  ";
+    editor.fileAnswer = editor.folder / "third.rvq";
+    editor.Click("cmdSave");
+    EXPECT_EQ(editor.Status(), "");
+    EXPECT_EQ(list->currentText(), "User configuration") << "blanks are no description";
 }
 
-TEST(SettingsWindow, ASilentSensorAbortAndTheClosingMainWindowEndAnUpload)
+TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
 {
     Editor editor;
-    editor.line.sensor.With([](simulator::clsSensorModel& model) { model.Faults().silence = 1.0; });
-    editor.Click("cmdUpload");
-    ASSERT_EQ(editor.questions.size(), 1U);
-    EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
-    EXPECT_TRUE(editor.Find("cmdClose")->isEnabled());
-    bool refused = false;
-    editor.window->Boxes.Failure = [&](const QString&) {
-        editor.window->reject();
-        refused = editor.window->isVisible();
-        editor.line.loop.Unload();
-        editor.window->Unload();
-        return FailureAnswer::Retry;
+    const auto silence = [&](double rate) {
+        editor.line.sensor.With([rate](simulator::clsSensorModel& model) { model.Faults().silence = rate; });
     };
+    editor.Find("cmdUpload")->setFocus();
+    silence(1.0);
+    editor.Click("cmdSaveSettings");
+    EXPECT_EQ(editor.Status(), "Attention! Saving current configuration into Orvex failed");
+    EXPECT_TRUE(editor.Find("cmdClose")->isEnabled());
+    EXPECT_FALSE(editor.Find("cmdUpload")->isEnabled()) << "no sensor answers";
+
     editor.line.device.CommStatus = DialogueIdle;
     editor.window->FollowDevice();
     editor.Click("cmdUpload");
-    EXPECT_TRUE(refused) << "not closed in the middle of a transfer";
-    EXPECT_FALSE(editor.window->isVisible());
+    ASSERT_EQ(editor.questions.size(), 1U);
+    EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
+
+    silence(0.0);
+    ASSERT_TRUE(editor.line.Configured());
+    editor.line.sensor.With([](simulator::clsSensorModel& model) { model.Faults().refusal = 1.0; });
+    editor.window->FollowDevice();
+    editor.window->Boxes.Failure = [&](const QString&) {
+        editor.line.PutForward(10); // seconds pass over the question
+        for (int i = 0; i < 5; ++i) {
+            editor.line.Tick();
+        }
+        return FailureAnswer::Abort;
+    };
+    editor.Click("cmdUpload");
+    EXPECT_EQ(editor.line.device.CommStatus, DialogueIdle) << "a sensor that refuses is there";
+
+    editor.window->Boxes.Failure = [&](const QString&) {
+        editor.line.device.CloseComPort();
+        editor.line.device.OpenComPort(1, 38400);
+        editor.line.sensor.With([](simulator::clsSensorModel& model) { model.ClearWireLog(); });
+        return FailureAnswer::Retry;
+    };
+    editor.Click("cmdUpload");
+    editor.line.sensor.With([](simulator::clsSensorModel& model) {
+        for (const std::string& command : model.WireLog()) {
+            EXPECT_LT(command.size(), 2U) << command << " was meant for the sensor before";
+        }
+    });
 }
 
 TEST(SettingsWindow, ProfibusHasAnAddressAndNoSwitchesAndTheSheetSaysSo)
@@ -208,7 +237,8 @@ TEST(SettingsWindow, ProfibusHasAnAddressAndNoSwitchesAndTheSheetSaysSo)
     EXPECT_EQ(editor.Find<QLabel>("lblDeviceType")->text(), "Profibus");
     EXPECT_TRUE(editor.Find<NumberEdit>("txtParameter_10")->isEnabled());
     EXPECT_FALSE(editor.Find<QComboBox>("cmbOutputMode")->isEnabled());
-    EXPECT_FALSE(editor.Find<QWidget>("picSwitches")->isVisible());
+    EXPECT_FALSE(editor.Find<QWidget>("cmbS2Logic")->isVisible());
+    EXPECT_TRUE(editor.Find<QWidget>("chkAnalogOutput")->isVisible());
     editor.Click("cmdPrint");
     const std::string text = modFiles::ReadWhole(editor.sheet).value_or("");
     EXPECT_NE(text.find("Profibus Address"), std::string::npos);

@@ -5,15 +5,15 @@
 #include "shell/modGlobals.h"
 
 #include <QAction>
+#include <QFile>
 #include <QLabel>
+#include <QRegularExpression>
 #include <QTabWidget>
 #include <QToolBar>
 #include <QTreeWidget>
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <regex>
 #include <set>
 
 namespace {
@@ -48,13 +48,14 @@ TEST(Texts, EveryRowHasTwoTextsAndAnIdOfItsOwn)
 /// The numbers of four digits in a source file, without its comments and string literals.
 std::set<int> numbersIn(const std::filesystem::path& file)
 {
-    std::ifstream source(file);
-    std::string text{std::istreambuf_iterator<char>(source), {}};
-    text = std::regex_replace(text, std::regex("//[^\n]*|\"[^\"\n]*\""), "");
+    QFile source(QString::fromStdString(file));
+    EXPECT_TRUE(source.open(QIODevice::ReadOnly)) << file;
+    QString text = QString::fromUtf8(source.readAll());
+    text.remove(QRegularExpression("//[^\n]*|\"[^\"\n]*\""));
     std::set<int> numbers;
-    const std::regex number("\\b1[0-3]\\d\\d\\b(?!\\.)");
-    for (std::sregex_iterator i(text.begin(), text.end(), number), end; i != end; ++i) {
-        numbers.insert(std::stoi(i->str()));
+    static const QRegularExpression number("\\b1[0-3]\\d\\d\\b(?!\\.)");
+    for (auto match = number.globalMatch(text); match.hasNext();) {
+        numbers.insert(match.next().captured().toInt());
     }
     return numbers;
 }
