@@ -5,11 +5,14 @@
 #include "config/modFiles.h"
 #include "shell/modGlobals.h"
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <regex>
 #include <set>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -124,6 +127,32 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     struct stat info {};
     stat(file.c_str(), &info);
     EXPECT_EQ(info.st_mode & 0777U, 0640U);
+}
+
+TEST_F(IniFile, ANewFileFollowsTheUsersMaskAndItsTemporaryNameCannotBeGuessed)
+{
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, folder.c_str(), IN_CREATE), 0);
+    const mode_t mask = umask(027);
+    EXPECT_TRUE(modFiles::Replace(file, "x") && modFiles::Replace(file, "y"));
+    umask(mask);
+    struct stat info {};
+    stat(file.c_str(), &info);
+    EXPECT_EQ(info.st_mode & 0777U, 0640U);
+
+    alignas(inotify_event) std::array<char, 4096> events{};
+    const ssize_t size = read(watch, events.data(), events.size());
+    close(watch);
+    std::set<std::string> names;
+    for (ssize_t at = 0; at < size;) {
+        const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
+        names.insert(event->name);
+        at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+    }
+    EXPECT_EQ(names.size(), 2U) << "a name of its own for each";
+    for (const std::string& name : names) {
+        EXPECT_TRUE(std::regex_match(name, std::regex("RVQ[.]ini[.][a-z0-9]{12}"))) << name;
+    }
 }
 
 TEST_F(IniFile, AKillInTheMiddleOfAWriteLeavesTheOldOrTheNewFile)
