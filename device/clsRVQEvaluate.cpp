@@ -104,10 +104,17 @@ std::string_view clsRVQ::evaluateIdle()
     if (InBuffer.size() <= kShortReply && !pastDeadline()) {
         return {};
     }
-    if (evaluateDump() || evaluateTextTemperature()) {
+    if (evaluateDump()) {
         return {};
     }
-    if (LastCommand == "T" && hasBinaryFormat() && !announced) {
+    const bool polled = LastCommand == "T";
+    if (evaluateTextTemperature()) {
+        // A poll answered in text by a sensor that is taken for a binary one: its format has changed behind our back,
+        // and no distance would ever be understood.
+        const bool misread = polled && hasBinaryFormat() && EventNr == EventTemperature && !Wait.Running;
+        return misread ? "C" : "";
+    }
+    if (polled && hasBinaryFormat() && !announced) {
         // Before the verdicts, which no "T" gets: 69 and 79 degrees are an "E" and an "O".
         evaluateAnswerToT();
         return {};

@@ -396,6 +396,17 @@ TEST(Evaluate, DumpIrregularities)
     }
 }
 
+TEST(Evaluate, APollOfABinarySensorAnsweredInTextAsksForTheConfiguration)
+{
+    for (const std::int32_t format : {FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {
+        ScriptedSensor sensor;
+        sensor.Expect(DialogueIdle, "T");
+        sensor.device.OutputFormat = format;
+        EXPECT_EQ(sensor.Arrive("23 C,  OK\r\n"), EventTemperature);
+        EXPECT_EQ(sensor.port.Sent, format == FormatAsciiUnit ? "" : "C") << format;
+    }
+}
+
 TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)
 {
     for (const char* bytes : {"", "Sensor ready", "noise"}) {
