@@ -196,12 +196,14 @@ std::string_view clsRVQ::evaluateMeasuring()
     if (contains(InBuffer, "C, ") && takeTextTemperature()) {
         return {};
     }
+    const bool saidBefore = LastCommand.empty();
     if (contains(InBuffer, "TempErr!")) {
         evaluateTempErr();
     } else {
         evaluateDistance();
     }
-    return {};
+    // A loop that takes no step back (a temperature error) would hear it for ever: ask, as silence would.
+    return EventNr == EventNoAnswer && saidBefore && !owesNothing() ? "T" : "";
 }
 
 /// True when a dump has begun, be it complete or not.
@@ -250,6 +252,10 @@ bool clsRVQ::takeTextTemperature()
 
 void clsRVQ::evaluateAnswerToT()
 {
+    if (CommStatus == DialogueMeasuring && hasBinaryFormat() && modReplySteps::FindTextTemperature(InBuffer).consumed) {
+        CommStatus = DialogueIdle; // not the format that we know: the idle state understands it and asks
+        return;
+    }
     if (hasBinaryFormat()) {
         takeBinaryTemperature();
     } else {
@@ -318,7 +324,7 @@ void clsRVQ::takeAsciiDistance()
     if (!sDistance.empty()) {
         acceptDistance(found.value, *value_mm);
     } else if (CurrentTime >= FailTime) {
-        EventNr = EventNoAnswer;
+        reportNoAnswer();
         InBuffer.clear();
     }
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -35,10 +36,11 @@ private:
     std::string_view m_rest;
 };
 
-/// Ends the run when something that always holds does not; the fuzzer keeps the input then.
-inline void Require(bool holds)
+/// Ends the run when something that always holds does not, and names the line; the fuzzer keeps the input then.
+inline void Require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE())
 {
     if (!holds) {
+        std::fprintf(stderr, "%s:%d: does not hold\n", file, line);
         std::abort();
     }
 }
