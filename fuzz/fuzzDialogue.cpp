@@ -125,10 +125,13 @@ public:
         m_port.sensor.emplace();
         m_port.sensor->HoldDistance(3300.0);
         m_loop.PollTemperature(false);
-        if (m_device.CommStatus == DialogueMeasuring && m_device.OutputMode == OutputSingle) {
-            press(); // such a sensor may be silent for ever
+        const auto isBack = [this] { return m_loop.IsMeasuring() ? m_device.NewDistance : isAtRest(); };
+        if (!reaches(isBack)) {
+            // A sensor with single output owes nothing while it measures, so there a click has to help.
+            Require(m_device.OutputMode == OutputSingle);
+            press();
+            Require(reaches(isBack));
         }
-        Require(reaches([this] { return m_loop.IsMeasuring() ? m_device.NewDistance : isAtRest(); }));
         if (m_loop.IsMeasuring()) {
             press();
             Require(reaches([this] { return isAtRest(); }));

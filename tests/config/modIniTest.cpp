@@ -89,6 +89,7 @@ TEST_F(IniFile, WritingChangesOneLine)
         {"[s]\na=1\n\n\n[t]\nk=2\n", "S", "k", "1", "[s]\na=1\nk=1\r\n\n\n[t]\nk=2\n"},
         {"[s]", "s", "k", "1", "[s]\r\nk=1\r\n"},
         {"x=1", "s", "k", "", "x=1\r\n[s]\r\nk=\r\n"},
+        {"x=1\r", "s", "k", "2", "x=1\r\n[s]\r\nk=2\r\n"},
         {"[s]\r\nk=1\r\nk=2\r\n[s]\r\nk=3", "s", "k", " 9 ", "[s]\r\nk= 9 \r\nk=2\r\n[s]\r\nk=3"},
         {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot begin a line of its own
     };
