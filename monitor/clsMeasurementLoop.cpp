@@ -257,6 +257,7 @@ void clsMeasurementLoop::FitRange()
     }
     const double factor = UnitOf(m_shownUnit).millimetres;
     std::vector<double> values_mm;
+    values_mm.reserve(static_cast<std::size_t>(m_values.Count()) + 2);
     for (std::int32_t i = 0; i < m_values.Count(); ++i) {
         values_mm.push_back(m_values.Value(i) * factor);
     }
