@@ -26,7 +26,9 @@ public:
     {
         std::string file = Path(name);
         if (std::FILE* out = std::fopen(file.c_str(), "wb")) {
-            std::fwrite(bytes.data(), 1, bytes.size(), out);
+            if (!bytes.empty()) {
+                std::fwrite(bytes.data(), 1, bytes.size(), out);
+            }
             std::fclose(out);
         }
         return file;

@@ -303,7 +303,7 @@ Result play(const Operation& operation, std::size_t column, std::int32_t format,
     cell.InSensor("701", 55);
     if (operation.measuring) {
         cell.loop.StartStop({});
-        if (!cell.UntilEvent(EventDistance)) {
+        if (!cell.StepUntil(60, [&cell] { return hasDistance(cell); })) {
             return {.complaint = "the sensor did not measure before"};
         }
     }

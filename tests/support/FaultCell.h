@@ -23,6 +23,7 @@ struct LineFault {
     double pace;    ///< of the program's clock while bytes may come, as a multiple of real time
 };
 
+inline constexpr double kLongestStep_s = 0.02;
 inline constexpr double kQuiet_s = 0.12;
 inline constexpr LineFault kFaults[] = {
     {"none", nullptr, 0, Strike::Line, kQuiet_s, 1},
@@ -64,6 +65,9 @@ struct FaultCell : SensorOnLine {
     void Step()
     {
         const std::size_t before = view.echoed.size();
+        // On a busy machine the program must not see time pass in which the sensor's thread could not run.
+        const std::chrono::duration<double> since = std::chrono::steady_clock::now() - m_lastStep;
+        PutForward(std::min(0.0, kLongestStep_s - since.count()));
         Tick();
         const auto now = std::chrono::steady_clock::now();
         if (view.echoed.size() != before || device.FailTime != m_deadline) { // a byte has come, or something was sent
