@@ -43,6 +43,12 @@ bool keepMode(int fd, mode_t mode)
     return fstat(fd, &made) == 0 && (made.st_mode == mode || fchmod(fd, mode & 07777U) == 0);
 }
 
+/// The system would see such a path end at the NUL, and take another file for it.
+bool holdsNul(const std::filesystem::path& file)
+{
+    return file.native().find('\0') != std::string::npos;
+}
+
 struct Place {
     std::filesystem::path target; ///< behind symbolic links
     bool exists = false, allowed = false;
@@ -57,8 +63,9 @@ Place placeOf(const std::filesystem::path& file)
     struct stat before {};
     place.exists = !error && stat(place.target.c_str(), &before) == 0;
     place.mode = before.st_mode;
-    place.allowed = !error && (!place.exists || (S_ISREG(before.st_mode) && (before.st_mode & 0222U) != 0 &&
-                                                 access(place.target.c_str(), W_OK) == 0));
+    place.allowed = !error && !holdsNul(file) &&
+                    (!place.exists || (S_ISREG(before.st_mode) && (before.st_mode & 0222U) != 0 &&
+                                       access(place.target.c_str(), W_OK) == 0));
     return place;
 }
 
@@ -76,6 +83,9 @@ void syncFolder(const std::filesystem::path& folder)
 
 std::optional<std::string> ReadWhole(const std::filesystem::path& file)
 {
+    if (holdsNul(file)) {
+        return std::nullopt;
+    }
     // Not blocking: a named pipe in the file's place must not stop the program.
     const int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     struct stat info {};
@@ -86,7 +96,7 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& file)
         return std::nullopt;
     }
     std::string bytes;
-    std::array<char, 65536> piece{};
+    std::array<char, 4096> piece{};
     ssize_t count = 0;
     while (bytes.size() <= kLargestFile && (count = read(fd, piece.data(), piece.size())) > 0) {
         bytes.append(piece.data(), static_cast<std::size_t>(count));

@@ -117,6 +117,9 @@ std::string cut(std::string text, std::size_t most)
 /// What ends the line before a new one; nothing where a line has just ended.
 std::string_view missingLineEnd(std::string_view before)
 {
+    if (before.ends_with('\r')) {
+        return "\n"; // a second CR would become part of that line's value
+    }
     return before.empty() || before.ends_with('\n') ? std::string_view{} : kLineEnd;
 }
 

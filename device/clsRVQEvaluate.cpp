@@ -104,10 +104,17 @@ std::string_view clsRVQ::evaluateIdle()
     if (InBuffer.size() <= kShortReply && !pastDeadline()) {
         return {};
     }
-    if (evaluateDump() || evaluateTextTemperature()) {
+    if (evaluateDump()) {
         return {};
     }
-    if (LastCommand == "T" && hasBinaryFormat() && !announced) {
+    const bool polled = LastCommand == "T";
+    if (evaluateTextTemperature()) {
+        // A poll answered in text by a sensor that is taken for a binary one: its format has changed behind our back,
+        // and no distance would ever be understood.
+        const bool misread = polled && hasBinaryFormat() && EventNr == EventTemperature && !Wait.Running;
+        return misread ? "C" : "";
+    }
+    if (polled && hasBinaryFormat() && !announced) {
         // Before the verdicts, which no "T" gets: 69 and 79 degrees are an "E" and an "O".
         evaluateAnswerToT();
         return {};
@@ -189,12 +196,14 @@ std::string_view clsRVQ::evaluateMeasuring()
     if (contains(InBuffer, "C, ") && takeTextTemperature()) {
         return {};
     }
+    const bool saidBefore = LastCommand.empty();
     if (contains(InBuffer, "TempErr!")) {
         evaluateTempErr();
     } else {
         evaluateDistance();
     }
-    return {};
+    // A loop that takes no step back (a temperature error) would hear it for ever: ask, as silence would.
+    return EventNr == EventNoAnswer && saidBefore && !owesNothing() ? "T" : "";
 }
 
 /// True when a dump has begun, be it complete or not.
@@ -243,6 +252,10 @@ bool clsRVQ::takeTextTemperature()
 
 void clsRVQ::evaluateAnswerToT()
 {
+    if (CommStatus == DialogueMeasuring && hasBinaryFormat() && modReplySteps::FindTextTemperature(InBuffer).consumed) {
+        CommStatus = DialogueIdle; // not the format that we know: the idle state understands it and asks
+        return;
+    }
     if (hasBinaryFormat()) {
         takeBinaryTemperature();
     } else {
@@ -311,7 +324,7 @@ void clsRVQ::takeAsciiDistance()
     if (!sDistance.empty()) {
         acceptDistance(found.value, *value_mm);
     } else if (CurrentTime >= FailTime) {
-        EventNr = EventNoAnswer;
+        reportNoAnswer();
         InBuffer.clear();
     }
 }

@@ -198,7 +198,8 @@ void clsMeasurementLoop::newTemperature()
     }
     if (m_device.CommStatus == DialogueMeasuring) {
         m_device.SendCommand("M");
-    } else if (m_device.CommStatus == DialogueIdle && m_measuring) {
+    } else if (m_device.CommStatus == DialogueIdle && m_measuring && m_device.LastCommand != "C") {
+        // Not while the evaluation reads the configuration; the next poll resumes then.
         startStop();
     }
 }

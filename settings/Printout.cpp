@@ -37,11 +37,11 @@ public:
     void Field(std::size_t field, std::size_t tabs = kAligned)
     {
         const FieldDef& def = kFields[field];
-        std::string unit = CodePageBytes(def.unit);
-        if (!unit.empty()) {
-            unit.insert(unit.begin(), ' ');
+        std::string value = m_texts.fields[field];
+        if (!def.unit.empty()) {
+            value.append(" ").append(CodePageBytes(def.unit));
         }
-        Caption(LabelId(def.code), m_texts.fields[field] + unit, tabs);
+        Caption(LabelId(def.code), value, tabs);
     }
     std::string Text() && { return std::move(m_sheet); }
 

@@ -5,11 +5,13 @@
 #include "config/modFiles.h"
 #include "shell/modGlobals.h"
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -86,6 +88,7 @@ TEST_F(IniFile, WritingChangesOneLine)
         {"[s]\na=1\n\n\n[t]\nk=2\n", "S", "k", "1", "[s]\na=1\nk=1\r\n\n\n[t]\nk=2\n"},
         {"[s]", "s", "k", "1", "[s]\r\nk=1\r\n"},
         {"x=1", "s", "k", "", "x=1\r\n[s]\r\nk=\r\n"},
+        {"x=1\r", "s", "k", "2", "x=1\r\n[s]\r\nk=2\r\n"},
         {"[s]\r\nk=1\r\nk=2\r\n[s]\r\nk=3", "s", "k", " 9 ", "[s]\r\nk= 9 \r\nk=2\r\n[s]\r\nk=3"},
         {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot begin a line of its own
     };
@@ -126,6 +129,32 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     EXPECT_EQ(info.st_mode & 0777U, 0640U);
 }
 
+TEST_F(IniFile, ANewFileFollowsTheUsersMaskAndItsTemporaryNameCannotBeGuessed)
+{
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, folder.c_str(), IN_CREATE), 0);
+    const mode_t mask = umask(027);
+    EXPECT_TRUE(modFiles::Replace(file, "x") && modFiles::Replace(file, "y"));
+    umask(mask);
+    struct stat info {};
+    stat(file.c_str(), &info);
+    EXPECT_EQ(info.st_mode & 0777U, 0640U);
+
+    alignas(inotify_event) std::array<char, 4096> events{};
+    const ssize_t size = read(watch, events.data(), events.size());
+    close(watch);
+    std::set<std::string> names;
+    for (ssize_t at = 0; at < size;) {
+        const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
+        names.insert(event->name);
+        at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+    }
+    EXPECT_EQ(names.size(), 2U) << "a name of its own for each";
+    for (const std::string& name : names) {
+        EXPECT_TRUE(name.starts_with("RVQ.ini.") && name.size() == 20) << name;
+    }
+}
+
 TEST_F(IniFile, AKillInTheMiddleOfAWriteLeavesTheOldOrTheNewFile)
 {
     std::mt19937 random(5);
@@ -136,7 +165,7 @@ TEST_F(IniFile, AKillInTheMiddleOfAWriteLeavesTheOldOrTheNewFile)
     for (int round = 0; round < 1000; ++round) {
         const pid_t child = fork();
         if (child == 0) {
-            for (int i = 0;; ++i) {
+            for (int i = round;; ++i) { // on a slow disk a round has time for one write
                 modIni::WritePrivateProfileStringA("s", "k", std::to_string(i % 1000), file);
             }
         }

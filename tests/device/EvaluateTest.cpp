@@ -396,6 +396,21 @@ TEST(Evaluate, DumpIrregularities)
     }
 }
 
+TEST(Evaluate, APollOfABinarySensorAnsweredInTextAsksForTheConfiguration)
+{
+    for (const std::int32_t format : {FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {
+        for (const std::int32_t dialogue : {DialogueIdle, DialogueMeasuring}) {
+            ScriptedSensor sensor;
+            sensor.Expect(dialogue, "T");
+            sensor.device.OutputFormat = format;
+            sensor.Arrive("23 C,  OK\r\n");
+            sensor.device.EvaluateInBuffer();
+            EXPECT_EQ(sensor.device.sTemperature, "23 C,  OK");
+            EXPECT_EQ(sensor.port.Sent, format == FormatAsciiUnit ? "" : "C") << format;
+        }
+    }
+}
+
 TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)
 {
     for (const char* bytes : {"", "Sensor ready", "noise"}) {

@@ -3,6 +3,7 @@
 #include "settings/clsTransfer.h"
 #include "tests/support/ScriptedSensor.h"
 #include "tests/support/SensorOnLine.h"
+#include "tests/support/clsRecordingTransferView.h"
 
 #include <deque>
 #include <gtest/gtest.h>
@@ -17,30 +18,7 @@ constexpr char kSerialUpload[] =
     "501 10000\r|502 9900\r|503 1\r|504 1000\r|505 900\r|506 1\r|601 38400\r|603 C\r|701 0\r|702 1000\r|801 200\r|"
     "802 1013\r|351 OFF\r|C";
 
-/// A settings window that answers questions from a list and writes down what it is told.
-struct RecordingView : TransferView {
-    std::string told;                  ///< status texts, "!" for red, "select", "fill" and "ask", in order
-    std::deque<FailureAnswer> answers; ///< Abort when there are none left
-    TransferProgress progress;
-
-    std::string TakeTold() { return std::exchange(told, {}); }
-    void ShowBusy(bool) override {}
-    void ShowStatusText(std::int32_t id) override { told += id == 0 ? "" : std::to_string(id) + " "; }
-    void ShowFailed(bool failed) override { told += failed ? "! " : ""; }
-    void ShowProgress(const TransferProgress& shown) override { progress = shown; }
-    FailureAnswer AskAboutFailure(std::int32_t reason) override
-    {
-        told += "ask " + std::to_string(reason) + " ";
-        answers.push_back(FailureAnswer::Abort);
-        const FailureAnswer answer = answers.front();
-        answers.pop_front();
-        return answer;
-    }
-    void SelectDeviceEntry() override { told += "select "; }
-    void FillFromDeviceEntry() override { told += "fill "; }
-};
-
-struct TransferOnLine : RecordingView {
+struct TransferOnLine : clsRecordingTransferView {
     SensorOnLine line;
     clsRVQ entry;
     int pumps = 0;
@@ -199,7 +177,7 @@ TEST(Transfer, ByteByByteAndInBursts)
         ScriptedSensor sensor;
         sensor.device.CommStatus = DialogueIdle;
         clsSensorModel model({.lineRate = 38400});
-        RecordingView view;
+        clsRecordingTransferView view;
         clsRVQ entry;
         std::string onTheWay;
         double now_ms = 0.0;

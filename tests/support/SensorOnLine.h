@@ -27,10 +27,10 @@ struct SensorOnLine {
         devices.Override(1, sensor.Path());
     }
 
-    /// Ticks until the condition holds; false after five seconds of real time.
+    /// Ticks until the condition holds; false after twenty seconds of real time.
     bool Until(const std::function<bool()>& condition)
     {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < end) {
             Tick();
             if (condition()) {

@@ -1,0 +1,303 @@
+// A long measurement in a short time: the measurement loop with a given clock and a played sensor at its other end, at
+// 20 values a second with temperature polling and faults. Every value carries its own number, so that nothing can be
+// lost, doubled or swapped unseen: what was delivered must add up exactly to what was shown and what the faults took.
+// orvex_bench_longrun [DAYS]
+#include "chart/clsChartData.h"
+#include "device/Crc16.h"
+#include "device/SerialPort.h"
+#include "monitor/clsMeasurementLoop.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr double kTick_s = 0.05;
+constexpr double kStart = 46000.0;             // days since 1899-12-30
+constexpr std::int64_t kTicksPerDay = 1728000; // of 50 ms
+constexpr std::int64_t kTicksPerSecond = 20;
+constexpr std::int64_t kNumbers = 8000000; // values repeat after so many
+constexpr std::int32_t kFirst_mm = 1000;
+constexpr std::int32_t kCharted = 30000;
+constexpr std::string_view kDump =
+    "Type: Serial\r\nAttenuator: D\r\nSerial-No: 1\r\nPointer: off\r\nTemperature: 23 C,  OK\r\n"
+    "101: 3\r\n111: 0\r\n603: 0\r\n301: 2\r\nend\r\n";
+
+std::string withCrc(std::string bytes)
+{
+    const std::uint16_t crc = Crc16(bytes, 0xFFFFFFFF);
+    bytes += static_cast<char>(crc & 0xFF);
+    bytes += static_cast<char>(crc >> 8);
+    return bytes;
+}
+
+std::string frameOf(std::int32_t value_mm)
+{
+    const auto bits = static_cast<std::uint32_t>(value_mm);
+    return withCrc({static_cast<char>(bits), static_cast<char>(bits >> 8), static_cast<char>(bits >> 16),
+                    static_cast<char>(bits >> 24)});
+}
+
+/// The sensor and its line: answers at once, sends one value in a tick, and breaks when it is told to.
+class PlayedSensor : public SerialPort {
+public:
+    std::int64_t delivered = 0, damaged = 0, flushed = 0; ///< values
+    std::int64_t polls = 0;
+    bool isSilent = false, isPulled = false;
+
+    bool IsMeasuring() const { return m_measuring; }
+    void SendValue(bool isMarker)
+    {
+        if (!m_measuring || isSilent || isPulled) {
+            return;
+        }
+        m_arriving += frameOf(isMarker ? kMarkerNoEcho : kFirst_mm + static_cast<std::int32_t>(m_next++ % kNumbers));
+        ++delivered;
+        ++m_waiting;
+    }
+    /// A value that arrives with one bit changed.
+    void SendDamaged()
+    {
+        if (m_measuring && !isSilent && !isPulled) {
+            std::string frame = frameOf(kFirst_mm + static_cast<std::int32_t>(m_next++ % kNumbers));
+            frame[1] = static_cast<char>(frame[1] ^ 4);
+            m_arriving += frame;
+            ++damaged;
+        }
+    }
+    void Restart()
+    {
+        m_measuring = false;
+        m_arriving += "RVQ ready\r\n";
+    }
+    /// Values that have been read since the last look.
+    std::int64_t TakeRead() { return std::exchange(m_read, 0); }
+    std::int64_t Waiting() const { return m_waiting; }
+
+    std::int32_t sio_open(std::int32_t) override
+    {
+        m_vanished = isPulled;
+        return isPulled ? -1 : 0;
+    }
+    std::int32_t sio_close(std::int32_t) override { return 0; }
+    std::int32_t sio_baud(std::int32_t, std::int32_t) override { return 0; }
+    std::int32_t sio_getbaud(std::int32_t) override { return 38400; }
+    std::int32_t sio_flush(std::int32_t, std::int32_t) override
+    {
+        m_arriving.clear();
+        flushed += std::exchange(m_waiting, 0);
+        return 0;
+    }
+    std::int32_t sio_putch(std::int32_t, std::uint8_t byte) override
+    {
+        if (!isSilent && !isPulled) {
+            answer(static_cast<char>(byte));
+        }
+        return 0;
+    }
+    std::int32_t sio_iqueue(std::int32_t) override
+    {
+        m_vanished = m_vanished || isPulled;
+        return m_vanished ? -1 : static_cast<std::int32_t>(m_arriving.size());
+    }
+    std::int32_t sio_read(std::int32_t, std::span<char> buffer) override
+    {
+        const std::size_t count = m_arriving.copy(buffer.data(), buffer.size());
+        m_arriving.erase(0, count);
+        m_read += std::exchange(m_waiting, 0);
+        return static_cast<std::int32_t>(count);
+    }
+    std::int32_t sio_data_status(std::int32_t) override { return 0; }
+    bool HasVanished(std::int32_t) const override { return m_vanished; }
+
+private:
+    void answer(char command)
+    {
+        switch (command) {
+        case 'X':
+            m_measuring = false;
+            m_arriving += "Sensor ready\r\n";
+            break;
+        case 'C':
+            m_arriving += kDump;
+            break;
+        case 'M':
+        case 'S':
+            m_measuring = command == 'M';
+            break;
+        case 'T':
+            ++polls;
+            m_arriving += withCrc({23, 1});
+            break;
+        default:
+            break;
+        }
+    }
+
+    std::string m_arriving;
+    std::int64_t m_next = 0, m_waiting = 0, m_read = 0;
+    bool m_measuring = false, m_vanished = false;
+};
+
+/// The window: counts, keeps the chart's series, and looks whether the values come in order.
+class CountingView : public MonitorView {
+public:
+    std::int64_t shown = 0, markers = 0, charted = 0, temperatures = 0, disorders = 0;
+    double newest = 0.0;
+    clsChartData series;
+
+    CountingView() { series.InitChartData(kCharted); }
+    void Echo(std::string_view) override {}
+    void ShowDistance(const std::string& text) override
+    {
+        shown += text.empty() ? 0 : 1;
+        markers += text == "No Echo" ? 1 : 0;
+    }
+    void ShowTemperature(const std::string& text) override { temperatures += text.empty() ? 0 : 1; }
+    void ShowStatus(std::int32_t, std::string_view) override {}
+    void ShowDialogue(std::int32_t) override {}
+    void ShowRunning(bool) override {}
+    void ShowShutDown(bool) override {}
+    void ShowRule(const ControlRule&) override {}
+    void ShowSensorSettings(const SensorSettings&) override {}
+    void ResetChart() override { series.InitChartData(kCharted); }
+    void ShowUnit(std::string_view) override {}
+    void AddChartPoint(double time, double value) override
+    {
+        series.AddChartPoint(time, value);
+        disorders += value <= newest && newest - value < static_cast<double>(kNumbers / 2) ? 1 : 0;
+        newest = value;
+        ++charted;
+    }
+    void AddChartGap(double time) override { series.AddChartPoint(time, std::nan("")); }
+    void ShowYLimits(double, double) override {}
+    std::optional<std::array<double, 2>> ChartedValues() override { return {}; }
+    void ShowChartTime(double) override {}
+};
+
+/// Resident memory in KiB.
+std::int64_t resident_KiB()
+{
+    std::int64_t size = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+class LongRun {
+public:
+    LongRun()
+    {
+        m_loop.PollTemperature(true);
+        m_loop.MeasureWhenConnected();
+        m_loop.Record = [this](const clsRVQ&) { ++m_recorded; };
+    }
+
+    void Play(std::int64_t ticks)
+    {
+        for (std::int64_t tick = 0; tick < ticks; ++tick) {
+            if (tick == kTicksPerDay / 24) {
+                m_early_KiB = resident_KiB();
+            }
+            breakThings(tick);
+            const std::int64_t shown = m_view.shown;
+            // Summer time ends on the tenth day.
+            const double days = static_cast<double>(tick) / kTicksPerDay - (tick > 10 * kTicksPerDay ? 1.0 / 24 : 0);
+            m_loop.Tick(kStart + days);
+            if (m_device.CommStatus != DialogueMeasuring) {
+                m_unasked += m_sensor.TakeRead(); // a sensor that still measures while the dialogue begins anew
+            } else if (m_view.shown != shown) {
+                // Several values in one evaluation: the newest is shown. Only behind damage do they pile up.
+                const std::int64_t passedOver = m_sensor.TakeRead() - (m_view.shown - shown);
+                m_superseded += passedOver;
+                m_unexplained += passedOver != 0 && tick - m_lastDamage > kTicksPerSecond ? passedOver : 0;
+            }
+        }
+        m_inFlight = m_sensor.Waiting() + m_sensor.TakeRead();
+    }
+
+    /// Prints the account; false when it does not add up.
+    bool Report(double seconds) const
+    {
+        const std::int64_t grown_KiB = resident_KiB() - m_early_KiB;
+        const std::int64_t rest =
+            m_sensor.delivered - m_view.shown - m_unasked - m_superseded - m_sensor.flushed - m_inFlight;
+        const std::pair<const char*, std::int64_t> lines[] = {
+            {"values sent whole", m_sensor.delivered},
+            {"- dropped with a stop or a closed port", m_sensor.flushed},
+            {"- sent before the dialogue had begun anew", m_unasked},
+            {"- passed over behind damage (the newest is shown)", m_superseded},
+            {"- on their way at the end", m_inFlight},
+            {"= shown", m_view.shown},
+            {"- \"No Echo\", which is a gap", m_view.markers},
+            {"= charted", m_view.charted},
+            {"handed to the recorder", m_recorded},
+            {"values damaged on the line", m_sensor.damaged},
+            {"temperature polls answered", m_sensor.polls},
+            {"silences, cables pulled, restarts", m_breaks},
+            {"not accounted for", rest},
+            {"out of order", m_view.disorders},
+            {"passed over without damage", m_unexplained},
+            {"resident memory after one hour, KiB", m_early_KiB},
+            {"more at the end, KiB", grown_KiB},
+        };
+        for (const auto& [name, count] : lines) {
+            std::printf("| %s | %lld |\n", name, static_cast<long long>(count));
+        }
+        std::printf("| seconds of computing | %.0f |\n", seconds);
+        return rest == 0 && m_view.shown == m_view.charted + m_view.markers && m_view.disorders == 0 &&
+               m_unexplained == 0 && m_recorded == m_view.shown && m_view.shown > 0 && m_view.temperatures > 0 &&
+               grown_KiB <= 2048;
+    }
+
+private:
+    static bool every(std::int64_t tick, std::int64_t seconds) { return tick % (seconds * kTicksPerSecond) == 0; }
+
+    void breakThings(std::int64_t tick)
+    {
+        m_breaks += tick > 0 && every(tick, 3600) ? 1 : 0;
+        // Every two hours 20 s of silence, every odd hour 5 s without a cable, every six hours a restart.
+        const std::int64_t second = tick / kTicksPerSecond;
+        m_sensor.isSilent = second % 7200 < 20 && second >= 7200;
+        m_sensor.isPulled = second % 7200 >= 3600 && second % 7200 < 3605;
+        if (every(tick - 1800 * kTicksPerSecond, 21600)) {
+            m_sensor.Restart();
+            ++m_breaks;
+        }
+        if (every(tick - 333, 600)) {
+            m_sensor.SendDamaged();
+            m_lastDamage = tick;
+        } else {
+            m_sensor.SendValue(every(tick - 111, 97));
+        }
+    }
+
+    PlayedSensor m_sensor;
+    CountingView m_view;
+    modGlobals::Settings m_settings;
+    clsRVQ m_device{m_sensor, {}};
+    clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
+    std::int64_t m_recorded = 0, m_unasked = 0, m_superseded = 0, m_unexplained = 0, m_inFlight = 0, m_breaks = 0,
+                 m_early_KiB = 0;
+    std::int64_t m_lastDamage = -kTicksPerDay;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const double days = argc > 1 ? std::atof(argv[1]) : 30.0;
+    LongRun run;
+    const auto start = std::chrono::steady_clock::now();
+    run.Play(static_cast<std::int64_t>(days * kTicksPerDay));
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    const bool holds = run.Report(passed.count());
+    std::printf("%s\n", holds ? "The account adds up." : "THE ACCOUNT DOES NOT ADD UP.");
+    return holds ? 0 : 1;
+}

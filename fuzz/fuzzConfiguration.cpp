@@ -1,0 +1,62 @@
+// Configuration files (*.rvq): read, shown, copied back, sent and written; what is written is read back the same.
+#include "config/modConfigFile.h"
+#include "device/Parameters.h"
+#include "fuzz/FuzzFolder.h"
+#include "fuzz/FuzzInput.h"
+#include "settings/Fields.h"
+#include "settings/Printout.h"
+#include "settings/clsTransfer.h"
+#include "shell/Numbers.h"
+
+#include <algorithm>
+
+namespace {
+
+/// A file holds no line ends and no NUL in a value.
+std::string asWritten(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+    return std::string(Trimmed(text));
+}
+
+void show(const clsRVQ& configuration)
+{
+    const ShownSettings shown = ShownOf(configuration, ',');
+    clsRVQ copy;
+    CopyForSaving(copy, shown);
+    static_cast<void>(Differences(shown, configuration, ',', 1000));
+    SheetTexts sheet;
+    sheet.serial = shown.serial;
+    sheet.SerialNo = configuration.Description;
+    sheet.fields = shown.texts;
+    Require(!SheetText(sheet, 0).empty());
+    for (const std::string_view code : UploadCodes(configuration, configuration)) {
+        const std::string value = WireValue(configuration, code);
+        Require(value.find_first_of("\r\n ") == std::string::npos);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const FuzzFolder folder;
+    clsRVQ first;
+    first.FileName = folder.Put("first.rvq", FuzzInput(data, size).Rest());
+    modConfigFile::Read(first);
+    Require(first.Description.size() < 255);
+    show(first);
+
+    const std::string read = first.FileName;
+    first.FileName = folder.Put("second.rvq", {});
+    Require(modConfigFile::Write(first));
+    clsRVQ second;
+    second.FileName = first.FileName;
+    modConfigFile::Read(second);
+    Require(second.Description == asWritten(first.Description) && second.DeviceType == first.DeviceType);
+    for (const ParameterDef& row : Parameters()) {
+        Require(second.*row.value == first.*row.value);
+    }
+    return 0;
+}

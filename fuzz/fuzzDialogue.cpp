@@ -1,0 +1,309 @@
+// The dialogue with the sensor as a state machine: bytes, time and the operator's acts in any order drive device and
+// measurement loop. At the end a healthy sensor is plugged in, and the program must find its way back to it.
+#include "device/Parameters.h"
+#include "device/SerialPort.h"
+#include "fuzz/FuzzInput.h"
+#include "monitor/clsMeasurementLoop.h"
+#include "simulator/clsSensorModel.h"
+
+#include <cmath>
+#include <optional>
+#include <stdexcept>
+
+namespace {
+
+constexpr double kTick_s = 0.05;
+constexpr double kRecovery_s = 120.0;
+constexpr double kLongestAct_s = 60.0;
+
+/// The line: the input's bytes arrive until a sensor stands at its other end.
+class FuzzPort : public SerialPort {
+public:
+    std::string arriving;
+    std::optional<simulator::clsSensorModel> sensor;
+    double now_s = 0.0;
+    int sent = 0; ///< bytes since the last look
+    bool vanished = false, missing = false;
+
+    std::int32_t sio_open(std::int32_t) override
+    {
+        vanished = false;
+        return missing ? -1 : 0;
+    }
+    std::int32_t sio_close(std::int32_t) override { return 0; }
+    std::int32_t sio_baud(std::int32_t, std::int32_t) override { return 0; }
+    std::int32_t sio_getbaud(std::int32_t) override { return 9600; }
+    std::int32_t sio_flush(std::int32_t, std::int32_t) override
+    {
+        arriving.clear();
+        return 0;
+    }
+    std::int32_t sio_putch(std::int32_t, std::uint8_t byte) override
+    {
+        ++sent;
+        if (sensor) {
+            const char c = static_cast<char>(byte);
+            sensor->Receive({&c, 1}, now_s);
+        }
+        return 0;
+    }
+    std::int32_t sio_iqueue(std::int32_t) override
+    {
+        if (sensor) {
+            arriving += sensor->Transmit(now_s);
+        }
+        return vanished ? -1 : static_cast<std::int32_t>(arriving.size());
+    }
+    std::int32_t sio_read(std::int32_t, std::span<char> buffer) override
+    {
+        const std::size_t count = arriving.copy(buffer.data(), buffer.size());
+        arriving.erase(0, count);
+        return static_cast<std::int32_t>(count);
+    }
+    std::int32_t sio_data_status(std::int32_t) override { return 0; }
+    bool HasVanished(std::int32_t) const override { return vanished; }
+};
+
+struct NoView : MonitorView {
+    void Echo(std::string_view received) override { Require(!received.empty()); }
+    void ShowDistance(const std::string&) override {}
+    void ShowTemperature(const std::string&) override {}
+    void ShowStatus(std::int32_t panel, std::string_view) override { Require(panel >= 1 && panel <= 3); }
+    void ShowDialogue(std::int32_t) override {}
+    void ShowRunning(bool) override {}
+    void ShowShutDown(bool) override {}
+    void ShowRule(const ControlRule&) override {}
+    void ShowSensorSettings(const SensorSettings&) override {}
+    void ResetChart() override {}
+    void ShowUnit(std::string_view unit) override { Require(!unit.empty()); }
+    void AddChartPoint(double time, double value) override { Require(std::isfinite(time) && std::isfinite(value)); }
+    void AddChartGap(double) override {}
+    void ShowYLimits(double lower, double upper) override { Require(lower < upper); }
+    std::optional<std::array<double, 2>> ChartedValues() override { return {}; }
+    void ShowChartTime(double) override {}
+};
+
+/// What a fuzzer would not find by itself, in no order.
+constexpr std::string_view kReplies[] = {
+    "Sensor ready\r\n",
+    "RVQ ready\r\n",
+    "OK 301\r\n",
+    "Error 301\r\n",
+    "23 C,  OK\r\n",
+    "-7 C, NOK\r\n",
+    "     3.355 m\r\n",
+    "    12.000\r\n     3.300 m\r\n",
+    "   No Echo  \r\n",
+    "TempErr!\r\n",
+    "Type: Serial\r\nAttenuator: E\r\nSerial-No: 1\r\nPointer: off\r\nTemperature: 23 C,  OK\r\n101: 1\r\n111: 1\r\n",
+    "101: 0\r\n603: 1\r\n",
+    "101: 2\r\n111: 0\r\n603: 0\r\n",
+    "101: 3\r\n603: 2\r\n3 06: 1\r\n610: 5\r\n",
+    "end\r\n",
+    std::string_view("\x10\x27\x00\x00", 4),
+    std::string_view("\x10\x27\x00\x00\xB4\xEF", 6),
+    std::string_view("\xF0\xFF\xFF\x7F", 4),
+};
+
+class DialogueRun {
+public:
+    explicit DialogueRun(FuzzInput& input) : m_input(input) {}
+
+    void Play()
+    {
+        for (int steps = 0; !m_input.IsEmpty() && steps < 500; ++steps) {
+            step(m_input.Byte());
+            requireSane();
+        }
+    }
+
+    /// Whatever has happened: with a healthy sensor there is a dialogue again, a configuration, a value, and a rest.
+    void Recover()
+    {
+        m_port.missing = false;
+        m_port.arriving.clear();
+        m_port.sensor.emplace();
+        m_port.sensor->HoldDistance(3300.0);
+        m_loop.PollTemperature(false);
+        const auto isBack = [this] { return m_loop.IsMeasuring() ? m_device.NewDistance : isAtRest(); };
+        if (!reaches(isBack)) {
+            // A sensor with single output owes nothing while it measures, so there a click has to help.
+            Require(m_device.OutputMode == OutputSingle);
+            press();
+            Require(reaches(isBack));
+        }
+        if (m_loop.IsMeasuring()) {
+            press();
+            Require(reaches([this] { return isAtRest(); }));
+        }
+        m_device.SendCommand("C");
+        Require(reaches([this] { return m_device.EventNr == EventConfiguration; }));
+        Require(reaches([this] { return isAtRest(); }));
+        press();
+        Require(reaches([this] { return m_device.NewDistance && m_device.MeasValue_mm == 3300; }));
+        press();
+        Require(reaches([this] { return isAtRest(); }) && !m_port.sensor->IsMeasuring());
+    }
+
+private:
+    void step(std::uint8_t act)
+    {
+        const std::uint8_t argument = act >> 4U;
+        switch (act & 15U) {
+        case 0:
+        case 1:
+        case 2:
+            m_port.arriving += m_input.Bytes(static_cast<std::size_t>(argument) * 2 + 1);
+            break;
+        case 3:
+        case 4:
+            m_port.arriving += kReplies[m_input.Byte() % std::size(kReplies)];
+            break;
+        case 5:
+            tick(0.01 * argument);
+            return;
+        case 6:
+            tick(0.5 * argument);
+            return;
+        case 7:
+            m_device.SendCommand(m_input.Bytes(1));
+            break;
+        case 8:
+            operate(argument);
+            break;
+        case 9:
+            m_device.OutputFormat = argument % 5;
+            m_device.DistanceUnit = m_input.Byte() % 9;
+            break;
+        case 10:
+            m_device.OutputMode = argument % 3;
+            break;
+        case 11:
+            m_port.vanished = true;
+            m_port.missing = argument % 2 == 1;
+            break;
+        case 12:
+            m_port.missing = false;
+            break;
+        case 13:
+            tick(-3.0); // a clock set back
+            return;
+        case 14:
+            m_loop.PollTemperature(argument % 2 == 0);
+            m_device.ReadTempInterval = argument * 100;
+            break;
+        default:
+            break;
+        }
+        tick(kTick_s);
+    }
+
+    void operate(std::uint8_t argument)
+    {
+        switch (argument) {
+        case 0:
+        case 1:
+        case 2:
+            press();
+            break;
+        case 3:
+            m_loop.RequestSingleValue();
+            break;
+        case 4:
+        case 5:
+            m_loop.SwitchRedLaser(argument == 4);
+            break;
+        case 6:
+            m_loop.MeasureWhenConnected();
+            break;
+        case 7:
+            m_loop.ChangePort();
+            break;
+        default:
+            waitFor([this, argument](const modRVQComm::PumpEvents& pump) {
+                m_loop.ChangeSetting(argument % 2 == 0 ? "301" : "304",
+                                     argument % 2 == 0 ? &clsRVQ::AverageDepth : &clsRVQ::MovingAverage, argument,
+                                     pump);
+            });
+            break;
+        }
+    }
+
+    /// A wait whose window goes on with the input; it must end by itself.
+    template <typename Act>
+    void waitFor(Act act)
+    {
+        const double start_s = m_now_s;
+        act([this, start_s] {
+            Require(m_now_s - start_s < kLongestAct_s);
+            if (m_input.IsEmpty() || m_input.Byte() % 2 == 0) {
+                tick(0.2);
+            } else {
+                m_port.arriving += kReplies[m_input.Byte() % std::size(kReplies)];
+                tick(kTick_s);
+            }
+        });
+    }
+
+    void press()
+    {
+        m_loop.StartStop([this] { return passTime(0.1); });
+    }
+
+    /// The idle sensor has answered a poll.
+    bool isAtRest() const { return m_device.CommStatus == DialogueIdle && m_device.EventNr == EventTemperature; }
+
+    void tick(double seconds)
+    {
+        m_port.sent = 0;
+        m_loop.Tick(passTime(seconds));
+        Require(m_port.sent <= 3); // follow-up of the evaluation and reaction of the loop, one byte each
+    }
+
+    double passTime(double seconds)
+    {
+        m_now_s += seconds;
+        m_port.now_s += std::abs(seconds);
+        return 46000.0 + m_now_s / 86400.0;
+    }
+
+    template <typename Condition>
+    bool reaches(Condition condition)
+    {
+        for (double waited_s = 0.0; waited_s < kRecovery_s; waited_s += kTick_s) {
+            tick(kTick_s);
+            requireSane();
+            if (condition()) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void requireSane() const
+    {
+        Require(m_device.EventNr >= EventNoAnswer && m_device.EventNr <= EventCrcError && m_device.EventNr != 1);
+        Require(m_device.CommStatus >= DialogueNone && m_device.CommStatus <= DialogueMeasuring);
+        Require(m_device.InBuffer.size() <= clsRVQ::kMaxPending && std::isfinite(m_device.MeasValue));
+        Require(!m_device.Wait.Running && !m_device.Wait.InTick);
+    }
+
+    FuzzInput& m_input;
+    FuzzPort m_port;
+    modGlobals::Settings m_settings;
+    clsRVQ m_device{m_port, {}};
+    NoView m_view;
+    clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
+    double m_now_s = 1000.0;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    FuzzInput input(data, size);
+    DialogueRun dialogue(input);
+    dialogue.Play();
+    dialogue.Recover();
+    return 0;
+}

@@ -1,0 +1,69 @@
+// INI files: what is read does not change the file, what is written is read back and leaves the rest alone.
+// Input: section, key and value on a line of their own, then the file.
+#include "config/clsIni.h"
+#include "config/modFiles.h"
+#include "config/modIni.h"
+#include "fuzz/FuzzFolder.h"
+#include "fuzz/FuzzInput.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <strings.h>
+
+namespace {
+
+constexpr std::size_t kAll = modFiles::kLargestFile * 2;
+
+/// A name as callers have them: letters and digits.
+std::string nameFrom(std::string_view text, const char* otherwise)
+{
+    std::string name;
+    std::ranges::copy_if(text, std::back_inserter(name), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    });
+    return name.empty() ? otherwise : name;
+}
+
+void readAll(const std::string& file, const std::string& section, const std::string& key)
+{
+    clsIni ini({}, ',');
+    ini.Filename(file);
+    Require(ini.GetSection(section).size() < 1024 && ini.GetSectionNames().size() < 1024);
+    Require(std::get<std::string>(ini.GetSetting(section, key, std::string("x"))).size() < 255);
+    static_cast<void>(ini.GetSetting(section, key, std::int32_t{1}));
+    try {
+        static_cast<void>(ini.GetSetting(section, key, 1.0));
+    } catch (const std::invalid_argument&) {
+        // says that the text is no number
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const FuzzFolder folder;
+    FuzzInput input(data, size);
+    const std::string section = nameFrom(input.Until('\n'), "GENERAL");
+    const std::string key = nameFrom(input.Until('\n'), "Baudrate");
+    std::string value(input.Until('\n'));
+    const std::string_view content = input.Rest();
+    const std::string file = folder.Put("x.ini", content);
+
+    readAll(file, section, key);
+    Require(modFiles::ReadWhole(file) == content);
+
+    const std::string names = modIni::GetPrivateProfileSectionNamesA(kAll, file);
+    const std::string other = modIni::GetPrivateProfileStringA("RVQ", "Offset", "none", kAll, file);
+    Require(modIni::WritePrivateProfileStringA(section, key, value, file));
+    std::ranges::replace_if(
+        value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+    Require(modIni::GetPrivateProfileStringA(section, key, "gone", kAll, file) == value);
+    Require(modIni::GetPrivateProfileSectionNamesA(kAll, file).starts_with(names));
+    const bool isOther = strcasecmp(section.c_str(), "RVQ") == 0 && strcasecmp(key.c_str(), "Offset") == 0;
+    Require(isOther || modIni::GetPrivateProfileStringA("RVQ", "Offset", "none", kAll, file) == other);
+
+    const auto once = modFiles::ReadWhole(file);
+    Require(modIni::WritePrivateProfileStringA(section, key, value, file) && modFiles::ReadWhole(file) == once);
+    return 0;
+}

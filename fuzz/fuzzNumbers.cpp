@@ -1,0 +1,65 @@
+// Readers of numbers, key filters and field checks.
+#include "fuzz/FuzzInput.h"
+#include "settings/Fields.h"
+#include "shell/Numbers.h"
+
+#include <cmath>
+
+namespace {
+
+void readNumbers(std::string_view text)
+{
+    Require(std::isfinite(Val(text)));
+    for (const char separator : {',', '.'}) {
+        const auto number = CDbl(text, separator);
+        if (!number) {
+            continue;
+        }
+        Require(std::isfinite(*number));
+        Require(CDbl(NumberText(*number), separator) == number);
+        for (int decimals = 0; decimals <= 17; decimals += 8) {
+            const auto fixed = CDbl(FixedText(*number, decimals, separator), separator);
+            Require(fixed && std::abs(*fixed - *number) <= std::abs(*number) * 1e-15 + std::pow(10.0, -decimals));
+        }
+        const auto rounded = RoundHalfToEven(*number);
+        Require(!rounded || std::abs(*rounded - *number) <= 0.5);
+    }
+    if (const auto whole = WholeNumber(text)) {
+        Require(CDbl(text, '.') == static_cast<double>(*whole));
+    }
+}
+
+void filterKeys(std::string_view text)
+{
+    for (const char separator : {',', '.'}) {
+        for (const char key : text) {
+            const auto kept = FilteredKey(key, separator);
+            Require(!kept || std::string_view("0123456789-,.\b\r").find(*kept) != std::string_view::npos);
+        }
+    }
+}
+
+/// What a box shows after a check is taken as it stands, and is within the box's limits.
+void checkFields(std::string_view text)
+{
+    for (std::size_t i = 0; i < kFields.size(); ++i) {
+        for (const char separator : {',', '.'}) {
+            const std::string shown = CheckedText(i, text, separator);
+            Require(CheckedText(i, shown, separator) == shown);
+            Require(shown == kNoAddress || StoredValue(i, shown).has_value());
+        }
+        const auto stored = StoredValue(i, text);
+        Require(!stored || (*stored >= kFields[i].minimum && *stored <= kFields[i].maximum));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string_view text = FuzzInput(data, size).Rest();
+    readNumbers(text);
+    filterKeys(text);
+    checkFields(text);
+    return 0;
+}
