@@ -179,6 +179,7 @@ int runProgram(const Options& options)
     library.Build();
     clsPosixPort port(devices);
     frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
+    window.StartSimulatedSensor = startSensor;
     if (options.print) {
         window.DistanceShown = printDistance;
     }
