@@ -6,6 +6,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::int32_t kHowToConnect = 1167;
@@ -22,8 +24,7 @@ FirstSteps::FirstSteps(QWidget& chart)
     lblFirstSteps->setObjectName(QStringLiteral("lblFirstSteps"));
     lblFirstSteps->setWordWrap(true);
     lblFirstSteps->setAlignment(Qt::AlignCenter);
-    // As wide as a line is read with ease.
-    lblFirstSteps->setMinimumWidth(fontMetrics().averageCharWidth() * 48);
+    lblFirstSteps->setMinimumWidth(fontMetrics().averageCharWidth() * 24);
     cmdSimulatedSensor->setObjectName(QStringLiteral("cmdSimulatedSensor"));
     connect(cmdSimulatedSensor, &QPushButton::clicked, this, &FirstSteps::tried);
 
@@ -35,6 +36,12 @@ FirstSteps::FirstSteps(QWidget& chart)
     auto* middle = new QGridLayout(&chart);
     middle->addWidget(this, 0, 0, Qt::AlignCenter);
     hide();
+}
+
+QSize FirstSteps::sizeHint() const
+{
+    const int width = std::max(QFrame::sizeHint().width(), fontMetrics().averageCharWidth() * 56);
+    return {width, heightForWidth(width)};
 }
 
 void FirstSteps::Explain(const QString& failure)

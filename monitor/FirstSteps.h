@@ -21,6 +21,9 @@ public:
     /// The texts in a language.
     void Localise(std::int32_t language);
 
+    /// As wide as a line is read with ease; in a small chart it gets narrower and higher.
+    QSize sizeHint() const override;
+
 signals:
     void tried();
 
