@@ -55,10 +55,11 @@ std::string MakerOf(const std::filesystem::path& device, const std::filesystem::
     const auto node = std::filesystem::canonical(device, error); // what a by-id link leads to
     auto folder = std::filesystem::canonical(system / "class/tty" / node.filename() / "device", error);
     for (; !error && folder.has_relative_path() && folder != system; folder = folder.parent_path()) {
-        const std::string maker = firstLine(folder / "manufacturer");
+        std::string name = firstLine(folder / "manufacturer");
         const std::string product = firstLine(folder / "product");
-        if (!maker.empty() || !product.empty()) {
-            return maker + (maker.empty() || product.empty() ? "" : " ") + product;
+        name.append(name.empty() || product.empty() ? "" : " ").append(product);
+        if (!name.empty()) {
+            return name;
         }
     }
     return {};
