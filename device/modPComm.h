@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -30,6 +31,10 @@ private:
     Configured m_configured;
     std::map<std::int32_t, std::string> m_overrides;
 };
+
+/// Who made what is plugged in behind a device, and what it is, as it names itself (UTF-8), "FTDI FT232R USB UART" for
+/// instance; empty when the system does not know. `system`: where the kernel shows its devices.
+std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system = "/sys");
 
 enum class OpenProblem : std::uint8_t { None, NoDevice, Busy, NoPermission, NotATerminal, Other };
 

@@ -17,8 +17,10 @@
 #include "shell/modGlobals.h"
 #include "simulator/clsSimulatedSensor.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QPixmap>
 #include <QPushButton>
@@ -28,6 +30,7 @@
 
 namespace {
 
+constexpr int kWithoutSensor_ms = 3000;
 constexpr int kMeasuring_ms = 20000;
 constexpr int kMoment_ms = 200;
 constexpr QSize kLargeDisplay(420, 140);
@@ -71,6 +74,7 @@ public:
         m_help.SetHelpFile();
         LocaliseOpenWindows(language);
         takeStart();
+        takeFirstSteps();
         takeMonitor();
     }
 
@@ -93,6 +97,22 @@ private:
         splash.show();
         runFor(kMoment_ms);
         save(splash, "splash");
+    }
+
+    /// The main window without a sensor, and its list of ports.
+    void takeFirstSteps()
+    {
+        clsPosixPort port(m_devices);
+        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, {m_library, {}}, m_help);
+        window.StartSimulatedSensor = [] { return 1; };
+        window.show();
+        runFor(kWithoutSensor_ms);
+        save(window, "unconnected");
+        auto* ports = window.findChild<QComboBox*>("cmbComPort");
+        ports->showPopup();
+        runFor(200);
+        save(*ports->view()->window(), "ports");
+        ports->hidePopup();
     }
 
     void takeMonitor()

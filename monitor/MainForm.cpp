@@ -125,9 +125,10 @@ void MainForm::styleMeasurement() const
     large.setBold(true);
     lblMeasValue->setFont(large);
     lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    // As wide as the longest text, so that the column keeps its width whatever is measured.
-    lblMeasValue->setMinimumWidth(QFontMetrics(large).horizontalAdvance(QLatin1String(kValueTemplate)));
-    lblMeasValue->setMinimumHeight(QFontMetrics(large).height());
+    // As large as the longest text, so that nothing moves whatever is measured, the first value included.
+    lblMeasValue->setText(QLatin1String(kValueTemplate));
+    lblMeasValue->setMinimumSize(lblMeasValue->sizeHint());
+    lblMeasValue->clear();
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);

@@ -3,6 +3,7 @@
 #include "chart/XYChart.h"
 #include "chart/frmChartSettings.h"
 #include "config/modFiles.h"
+#include "monitor/FirstSteps.h"
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
 #include "monitor/frmTextWindow.h"
@@ -42,6 +43,8 @@
 namespace {
 
 constexpr std::size_t kMessages = 6;
+/// Whether there is a connection shows after two seconds; until then the window offers no other way.
+constexpr std::int32_t kTicksBeforeOffer = 2000 / clsMeasurementLoop::kInterval_ms;
 
 /// Ids of the list of averaging depths.
 constexpr std::pair<std::int32_t, std::int32_t> kAverageDepths{830, 834};
@@ -89,6 +92,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
 {
     setObjectName(QStringLiteral("frmMain"));
     BuildForm(*this);
+    fraFirstSteps = new FirstSteps(*picGraph);
     KeepWheelFromLists(*this);
     resize((QSize(66, 40) * fontMetrics().height()).boundedTo(screen()->availableSize()));
     new WindowPlace(*this, m_settings.IniFile);
@@ -152,6 +156,9 @@ void frmMain::closeEvent(QCloseEvent* event)
         if (mnuOptionConsole->isChecked()) {
             m_console.CloseConsole();
         }
+        if (m_simulated && m_settings.Comport == m_simulated->second) {
+            m_settings.Comport = m_simulated->first;
+        }
         modGlobals::SaveGlobalSettings(m_settings);
     });
     event->accept();
@@ -185,6 +192,7 @@ void frmMain::connectControls()
     connect(cmbBaudrate, &QComboBox::activated, this,
             [this](int index) { Guarded([&] { cmbBaudrate_Click(index); }); });
     connect(lblMeasValue, &ValueLabel::clicked, this, [this] { Guarded([this] { lblMeasValue_Click(); }); });
+    connect(fraFirstSteps, &FirstSteps::tried, this, [this] { Guarded([this] { fraFirstSteps_Tried(); }); });
     connect(picGraph, &QWidget::customContextMenuRequested, this,
             [this](const QPoint& position) { Guarded([&] { picGraph_MouseDown(position); }); });
 }
@@ -215,6 +223,7 @@ void frmMain::localise()
 {
     LocaliseForm(*this, m_settings.Language);
     LocaliseMenus(m_settings.Language);
+    fraFirstSteps->Localise(m_settings.Language);
     m_help.ExplainMenus(*this);
     warnOfUnkeptSettings();
     localiseRecorder();
@@ -229,6 +238,33 @@ void frmMain::timer_Tick()
     serveRecorder(now);
     m_loop.Tick(now);
     explainFailure();
+    offerFirstSteps();
+}
+
+/// Without a connection an empty chart says how to come by one.
+void frmMain::offerFirstSteps()
+{
+    m_unconnectedTicks = m_shownDialogue == DialogueNone && StartSimulatedSensor ? m_unconnectedTicks + 1 : 0;
+    if (m_unconnectedTicks == 0) {
+        fraFirstSteps->hide();
+    } else if (m_unconnectedTicks % kTicksBeforeOffer == 0) {
+        fraFirstSteps->setVisible(!picGraph->ShownValues().has_value());
+    }
+    fraFirstSteps->Explain(m_failure);
+}
+
+void frmMain::fraFirstSteps_Tried()
+{
+    const std::int32_t port = StartSimulatedSensor();
+    if (!m_simulated) {
+        m_simulated.emplace(m_settings.Comport, port);
+    }
+    m_settings.Comport = FillComPorts(*cmbComPort, m_ports.devices, port);
+    m_unconnectedTicks = 0;
+    fraFirstSteps->hide();
+    cmdStart->setFocus(); // the button that had it is gone
+    m_loop.ChangePort();
+    MeasureWhenConnected();
 }
 
 /// Said at the start, and as long as nothing else is shown there: everything but the settings works.

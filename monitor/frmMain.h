@@ -19,10 +19,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+class FirstSteps;
 class Help;
 class InputBlock;
 class QTimer;
@@ -58,6 +60,9 @@ public:
     void MeasureWhenConnected();
     /// Is told every distance text that is shown.
     std::function<void(const QString&)> DistanceShown;
+    /// Starts a simulated sensor and returns its port number. While it is set, the window offers it when there is no
+    /// connection.
+    std::function<std::int32_t()> StartSimulatedSensor;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -110,6 +115,8 @@ private:
     void explainFailure();
     void noteFailure();
     QString openFailureText() const;
+    void offerFirstSteps();
+    void fraFirstSteps_Tried();
     void timer_Tick();
     void cmdStart_Click();
     void cmdSingleValue_Click();
@@ -147,6 +154,9 @@ private:
     std::int32_t m_shownDialogue = -1;
     QString m_unkept;  ///< the warning that panel 2 has been given
     QString m_failure; ///< why the port cannot be opened
+    std::int32_t m_unconnectedTicks = 0;
+    /// The port in use before the simulated sensor's, and that one: for one run only, it is not kept.
+    std::optional<std::pair<std::int32_t, std::int32_t>> m_simulated;
 
     clsRecorder m_recorder;
     QPointer<frmRecorder> m_recorderWindow;
@@ -157,6 +167,7 @@ private:
     std::optional<std::int32_t> m_liveRange_ms; ///< the chart's range before the first playback
 
     QTimer* m_timer;
+    FirstSteps* fraFirstSteps = nullptr;
     QPointer<frmTextWindow> m_textWindow;
     QPointer<frmChartSettings> m_chartSettings;
     std::unique_ptr<frmRVQ> m_settingsWindow;

@@ -21,7 +21,7 @@ EditorRule RuleOf(const EditorState& state)
     }
     rule.Fields[FieldNodeAddress] = editable && !state.serial;
     // Deliberate: the echo parameters cannot be edited, whatever rain filter is chosen.
-    for (std::size_t field = FieldDistanceWindow; field < kFields.size(); ++field) {
+    for (std::size_t field = FieldDistanceWindow; field <= FieldValidMeasurements; ++field) {
         rule.Fields[field] = false;
     }
     rule.Choices.fill(editable);

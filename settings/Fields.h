@@ -52,6 +52,7 @@ enum FieldIndex : std::size_t {
     FieldAnalogMax = 9,
     FieldNodeAddress = 10,
     FieldDistanceWindow = 11,
+    FieldValidMeasurements = 14,
 };
 
 enum class ChoiceKind : std::uint8_t { List, Check, Label };

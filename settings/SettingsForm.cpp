@@ -192,8 +192,7 @@ void SettingsForm::addInformation(QGridLayout& grid, const char* name, std::int3
     const int row = grid.rowCount();
     value = named<QLabel>(name);
     value->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    auto* text = named<QLabel>("", captionId);
-    grid.addWidget(text, row, 0);
+    grid.addWidget(caption(captionId, value), row, 0);
     grid.addWidget(value, row, 1);
 }
 

@@ -4,24 +4,89 @@
 #include "device/modPComm.h"
 #include "shell/QtText.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QFile>
+#include <QPainter>
 #include <QSignalBlocker>
+#include <QStyle>
+#include <QStyledItemDelegate>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::int32_t kSecondText = Qt::UserRole;
+
+/// Draws a second text, lighter, beside that of an item.
+class SecondTextDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::paint(painter, option, index);
+        const QRect room = option.rect.adjusted(start(option), 0, -gap(option), 0);
+        const bool selected = option.state.testFlag(QStyle::State_Selected);
+        QColor color = option.palette.color(selected ? QPalette::HighlightedText : QPalette::Text);
+        color.setAlphaF(0.65F);
+        painter->save();
+        painter->setFont(option.font);
+        painter->setPen(color);
+        painter->drawText(room, Qt::AlignVCenter | Qt::TextSingleLine, index.data(kSecondText).toString());
+        painter->restore();
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        const QSize first = QStyledItemDelegate::sizeHint(option, index);
+        const QString second = index.data(kSecondText).toString();
+        const int width = start(option) + option.fontMetrics.horizontalAdvance(second) + gap(option);
+        return {second.isEmpty() ? first.width() : std::max(first.width(), width), first.height()};
+    }
+
+private:
+    static int gap(const QStyleOptionViewItem& option) { return option.fontMetrics.height() / 2; }
+
+    /// Behind the longest port, so that the second texts stand in a column of their own.
+    static int start(const QStyleOptionViewItem& option)
+    {
+        QFont bold = option.font;
+        bold.setBold(true);
+        return QFontMetrics(bold).horizontalAdvance(QStringLiteral("COM 255")) + 3 * gap(option);
+    }
+};
+
+void describePort(QComboBox& list, int item, const QString& device)
+{
+    QString described = device;
+    if (!device.isEmpty() && QFile::exists(device)) {
+        const std::string maker = modPComm::MakerOf(QFile::encodeName(device).toStdString());
+        described += maker.empty() ? QString() : QStringLiteral(" – ") + FromUtf8(maker);
+        QFont standsOut = list.font();
+        standsOut.setBold(true);
+        list.setItemData(item, standsOut, Qt::FontRole);
+        list.setItemData(item, described, kSecondText);
+        list.setItemData(item, described, Qt::AccessibleDescriptionRole);
+    }
+    list.setItemData(item, described, Qt::ToolTipRole);
+}
+
+} // namespace
 
 std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices, std::int32_t selected)
 {
     const QSignalBlocker silent(list);
     list.clear();
-    QFont standsOut = list.font();
-    standsOut.setBold(true);
-    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        const QString device = QFile::decodeName(devices.DeviceOf(port).c_str());
-        list.addItem(QStringLiteral("COM %1").arg(port));
-        list.setItemData(port - 1, device, Qt::ToolTipRole);
-        if (!device.isEmpty() && QFile::exists(device)) {
-            list.setItemData(port - 1, standsOut, Qt::FontRole);
-        }
+    if (dynamic_cast<SecondTextDelegate*>(list.itemDelegate()) == nullptr) {
+        list.setItemDelegate(new SecondTextDelegate(&list));
     }
+    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
+        list.addItem(QStringLiteral("COM %1").arg(port));
+        describePort(list, port - 1, QFile::decodeName(devices.DeviceOf(port).c_str()));
+    }
+    const int scrollBar = list.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    list.view()->setMinimumWidth(list.view()->sizeHintForColumn(0) + 2 * scrollBar);
     list.setCurrentIndex(selected >= 1 && selected <= modPComm::kPortCount ? selected - 1 : 0);
     return list.currentIndex() + 1;
 }

@@ -19,6 +19,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
+#include <QIcon>
 #include <QPixmap>
 #include <QTimer>
 
@@ -28,7 +29,9 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -122,6 +125,25 @@ void printDistance(const QString& text)
     std::fflush(stdout);
 }
 
+QIcon programIcon()
+{
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
+        icon.addFile(QStringLiteral(":/icon/%1.png").arg(size), QSize(size, size));
+    }
+    return icon;
+}
+
+/// Texts on standard output need no display.
+void readWithoutDisplay(int argc, char** argv)
+{
+    for (const std::string_view argument : std::span(argv, static_cast<std::size_t>(argc))) {
+        if (argument == "--help" || argument == "-h" || argument == "--version" || argument == "-v") {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+    }
+}
+
 int runProgram(const Options& options)
 {
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
@@ -133,14 +155,17 @@ int runProgram(const Options& options)
         return std::string(Trimmed(modIni::GetPrivateProfileStringA("PORTS", key, {}, kLongestPath, iniFile)));
     });
     std::unique_ptr<simulator::clsSimulatedSensor> sensor;
-    if (options.demo) {
-        settings.IniFile.clear();
-        settings.Comport = kDemoPort;
-        settings.Baudrate = SensorRate(settings.Baudrate);
+    const auto startSensor = [&] {
         simulator::SensorOptions simulated;
-        simulated.lineRate = settings.Baudrate;
+        simulated.lineRate = SensorRate(settings.Baudrate);
         sensor = std::make_unique<simulator::clsSimulatedSensor>(simulated);
         devices.Override(kDemoPort, sensor->Path());
+        return kDemoPort;
+    };
+    if (options.demo) {
+        settings.IniFile.clear();
+        settings.Baudrate = SensorRate(settings.Baudrate);
+        settings.Comport = startSensor();
     }
     for (const auto& [port, device] : options.ports) {
         devices.Override(port, device);
@@ -155,6 +180,7 @@ int runProgram(const Options& options)
     library.Build();
     clsPosixPort port(devices);
     frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
+    window.StartSimulatedSensor = startSensor;
     if (options.print) {
         window.DistanceShown = printDistance;
     }
@@ -177,9 +203,12 @@ int runProgram(const Options& options)
 
 int main(int argc, char** argv)
 {
+    readWithoutDisplay(argc, argv);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("RVQ"));
     QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("orvex-monitor"));
+    QApplication::setWindowIcon(programIcon());
     QApplication::setStyle(QStringLiteral("Fusion"));
     try {
         return runProgram(readOptions(QApplication::arguments()));

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 #include <unistd.h>
 
@@ -26,6 +27,13 @@ std::filesystem::path userDataFolder()
     }
     const char* home = std::getenv("HOME");
     return std::filesystem::path(home != nullptr ? home : "/tmp") / ".local/share/orvex";
+}
+
+/// Below /usr the package manager keeps the programs; not even root's files belong there.
+bool isSystemFolder(const std::filesystem::path& folder)
+{
+    const auto second = std::next(folder.begin(), folder.has_root_directory() ? 1 : 0);
+    return second != folder.end() && *second == "usr";
 }
 
 } // namespace
@@ -104,7 +112,7 @@ std::filesystem::path ProgramFolder(const std::filesystem::path& wanted)
     std::filesystem::path folder = wanted;
     if (folder.empty()) {
         folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-        if (error || access(folder.c_str(), W_OK) != 0) {
+        if (error || isSystemFolder(folder) || access(folder.c_str(), W_OK) != 0) {
             folder = userDataFolder();
         }
     }

@@ -40,7 +40,7 @@ std::string_view WindowsName(const SystemVersion& version);
 std::string GetOSName();
 
 /// The folder of settings, recordings and configurations: `wanted` if it is not empty, else the executable's own folder
-/// if the user can write there, else $XDG_DATA_HOME/orvex (by default ~/.local/share/orvex).
+/// if the user can write there and it is not below /usr, else $XDG_DATA_HOME/orvex (by default ~/.local/share/orvex).
 /// The folder is created when it is missing; a failure shows when something is written.
 std::filesystem::path ProgramFolder(const std::filesystem::path& wanted);
 

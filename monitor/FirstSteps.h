@@ -1,0 +1,37 @@
+// What an empty chart says while there is no connection: how to connect, and a button for the simulated sensor. A small
+// sheet in the middle of the chart.
+#pragma once
+
+#include <QFrame>
+
+#include <cstdint>
+
+class QLabel;
+class QPushButton;
+
+class FirstSteps : public QFrame {
+    Q_OBJECT
+
+public:
+    /// Hidden at first. It keeps itself in the middle of `chart`.
+    explicit FirstSteps(QWidget& chart);
+
+    /// Why there is no connection, in the user's words; empty when nothing is known.
+    void Explain(const QString& failure);
+    /// The texts in a language.
+    void Localise(std::int32_t language);
+
+    /// As wide as a line is read with ease; in a small chart it gets narrower and higher.
+    QSize sizeHint() const override;
+
+signals:
+    void tried();
+
+private:
+    void showText();
+
+    std::int32_t m_language = 0;
+    QString m_failure;
+    QLabel* lblFirstSteps;
+    QPushButton* cmdSimulatedSensor;
+};

@@ -1,0 +1,246 @@
+// Every window in both languages, as somebody meets it who works by keyboard, listens instead of looking, or just
+// reads: each control has a name, no two acts of a window have the same mnemonic, and no text is cut off.
+#include "config/clsConfigLibrary.h"
+#include "device/clsPosixPort.h"
+#include "monitor/ValueLabel.h"
+#include "monitor/frmMain.h"
+#include "shell/Help.h"
+#include "shell/Localise.h"
+#include "shell/frmSplash.h"
+#include "simulator/clsSimulatedSensor.h"
+
+#include <QAbstractButton>
+#include <QAbstractScrollArea>
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTabBar>
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+
+namespace {
+
+QString nameOf(const QObject& object)
+{
+    return object.objectName().isEmpty() ? QString::fromLatin1(object.metaObject()->className()) : object.objectName();
+}
+
+std::string place(const QWidget& window, const QObject& object)
+{
+    return (nameOf(window) + u' ' + nameOf(object)).toStdString();
+}
+
+/// What is seen of the window itself; parts of Qt's own controls left out.
+QList<QWidget*> shownControls(const QWidget& window)
+{
+    QList<QWidget*> shown;
+    for (QWidget* control : window.findChildren<QWidget*>()) {
+        const bool isPart = control->objectName().startsWith(QLatin1String("qt_")) ||
+                            qobject_cast<QComboBox*>(control->parentWidget()) != nullptr ||
+                            qobject_cast<QAbstractScrollArea*>(control->parentWidget()) != nullptr;
+        if (control->window() == &window && control->isVisible() && !isPart) {
+            shown += control;
+        }
+    }
+    return shown;
+}
+
+/// What a screen reader calls the control. Its value is no name, though Qt offers that of a list for one.
+QString spokenName(const QWidget& window, const QWidget& control)
+{
+    if (!control.accessibleName().isEmpty()) {
+        return control.accessibleName();
+    }
+    if (const auto* button = qobject_cast<const QAbstractButton*>(&control)) {
+        return button->text();
+    }
+    for (const auto* label : window.findChildren<QLabel*>()) {
+        if (label->buddy() == &control) {
+            return label->text();
+        }
+    }
+    return {};
+}
+
+void expectNames(const QWidget& window)
+{
+    for (const QWidget* control : shownControls(window)) {
+        const bool takesInput = control->focusPolicy() != Qt::NoFocus ||
+                                control->contextMenuPolicy() == Qt::CustomContextMenu ||
+                                qobject_cast<const QAbstractButton*>(control) != nullptr;
+        if (takesInput && qobject_cast<const QTabBar*>(control) == nullptr) { // its tabs are named
+            EXPECT_FALSE(spokenName(window, *control).isEmpty()) << place(window, *control);
+        }
+    }
+}
+
+/// Mnemonics of one place where they compete: a window with its menu bar, or a menu.
+class Mnemonics {
+public:
+    void Add(const QString& text, const std::string& where)
+    {
+        const QKeySequence key = QKeySequence::mnemonic(text);
+        if (!key.isEmpty()) {
+            const auto [entry, isNew] = m_owners.emplace(key.toString(), where);
+            EXPECT_TRUE(isNew) << key.toString().toStdString() << ": " << where << " and " << entry->second;
+        }
+    }
+
+private:
+    std::map<QString, std::string> m_owners;
+};
+
+void expectMenuMnemonics(const QWidget& window)
+{
+    for (const QMenu* menu : window.findChildren<QMenu*>()) {
+        Mnemonics ofMenu;
+        for (const QAction* action : menu->actions()) {
+            ofMenu.Add(action->text(), place(window, *action));
+        }
+    }
+}
+
+void expectMnemonics(const QWidget& window)
+{
+    Mnemonics ofWindow;
+    for (const QWidget* control : shownControls(window)) {
+        const auto* label = qobject_cast<const QLabel*>(control);
+        if (const auto* button = qobject_cast<const QAbstractButton*>(control)) {
+            ofWindow.Add(button->text(), place(window, *control));
+        } else if (label != nullptr && label->buddy() != nullptr) {
+            ofWindow.Add(label->text(), place(window, *control));
+        } else if (const auto* menus = qobject_cast<const QMenuBar*>(control)) {
+            for (const QAction* action : menus->actions()) {
+                ofWindow.Add(action->text(), place(window, *action));
+            }
+        } else if (const auto* tabs = qobject_cast<const QTabBar*>(control)) {
+            for (int i = 0; i < tabs->count(); ++i) {
+                ofWindow.Add(tabs->tabText(i), place(window, *control));
+            }
+        }
+    }
+    expectMenuMnemonics(window);
+}
+
+void expectWholeTexts(const QWidget& window)
+{
+    for (const QWidget* control : shownControls(window)) {
+        const auto* label = qobject_cast<const QLabel*>(control);
+        const bool holdsText = label != nullptr || qobject_cast<const QAbstractButton*>(control) != nullptr ||
+                               qobject_cast<const QComboBox*>(control) != nullptr;
+        if (qobject_cast<const QGroupBox*>(control) != nullptr) {
+            EXPECT_GE(control->width(), control->minimumSizeHint().width()) << place(window, *control);
+        } else if (label != nullptr && label->wordWrap()) {
+            EXPECT_GE(control->height(), control->heightForWidth(control->width())) << place(window, *control);
+        } else if (holdsText && control->sizePolicy().horizontalPolicy() != QSizePolicy::Ignored) {
+            EXPECT_GE(control->width(), control->sizeHint().width()) << place(window, *control);
+            EXPECT_GE(control->height(), control->sizeHint().height()) << place(window, *control);
+        }
+    }
+}
+
+bool until(const std::function<bool()>& condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < 10000) {
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return condition();
+}
+
+/// The program with a sensor, with every window open that the main window can open.
+struct Program {
+    simulator::clsSimulatedSensor sensor;
+    modPComm::PortDevices devices;
+    clsPosixPort port{devices};
+    modGlobals::Settings settings;
+    clsConfigLibrary library{{}};
+    Help help{settings, {}};
+
+    explicit Program(std::int32_t language) : settings{.Language = language}
+    {
+        devices.Override(1, sensor.Path());
+        help.SetHelpFile();
+        LocaliseOpenWindows(language);
+    }
+
+    static void LookAtAll(std::set<QString>& seen)
+    {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (!window->isVisible() || !window->objectName().startsWith(QLatin1String("frm"))) {
+                continue;
+            }
+            seen.insert(window->objectName());
+            EXPECT_FALSE(window->windowTitle().isEmpty()) << nameOf(*window).toStdString();
+            expectNames(*window);
+            expectMnemonics(*window);
+            settle();
+            expectWholeTexts(*window);
+            if (window->objectName() == QLatin1String("frmTextWindow")) {
+                continue; // fits its letters to any size
+            }
+            const QSize size = window->size();
+            window->resize(1, 1); // as small as it lets itself be made
+            settle();
+            expectWholeTexts(*window);
+            window->resize(size);
+        }
+    }
+
+    /// What a tick has just shown takes its place.
+    static void settle() { QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); }
+};
+
+void openAll(frmMain& window, Help& help)
+{
+    emit window.findChild<ValueLabel*>(QStringLiteral("lblMeasValue"))->clicked();
+    for (const char* action : {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuConfigurationRVQ"}) {
+        window.findChild<QAction*>(QLatin1String(action))->trigger();
+    }
+    help.ShowHelpTopic(window, "Main");
+}
+
+class Access : public testing::TestWithParam<std::int32_t> {};
+
+TEST_P(Access, EveryWindowSpeaksKeepsItsMnemonicsApartAndShowsItsTextsWhole)
+{
+    Program program(GetParam());
+    std::set<QString> seen;
+    {
+        frmSplash splash(program.settings, program.devices, program.help);
+        splash.show();
+        QApplication::processEvents();
+        Program::LookAtAll(seen);
+    }
+    program.settings.Comport = 255; // no device: the chart offers the simulated sensor
+    frmMain window(program.settings, {program.port, program.devices, [&] { return program.port.LastFailure(); }},
+                   {program.library, {}}, program.help);
+    window.StartSimulatedSensor = [] { return 1; };
+    window.show();
+    const auto* firstSteps = window.findChild<QWidget*>(QStringLiteral("fraFirstSteps"));
+    EXPECT_TRUE(until([&] { return firstSteps->isVisible(); }));
+    Program::LookAtAll(seen);
+    window.findChild<QAbstractButton*>(QStringLiteral("cmdSimulatedSensor"))->click();
+    openAll(window, program.help);
+    EXPECT_TRUE(until([&] { return !window.findChild<QLabel*>(QStringLiteral("lblMeasValue"))->text().isEmpty(); }));
+    EXPECT_FALSE(firstSteps->isVisible());
+    Program::LookAtAll(seen);
+    EXPECT_EQ(seen, (std::set<QString>{"frmAbout", "frmChartSettings", "frmConsole", "frmHelp", "frmMain", "frmRVQ",
+                                       "frmSplash", "frmTextWindow"}));
+    window.close();
+    EXPECT_EQ(program.settings.Comport, 255) << "the simulated sensor's port is not kept";
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, Access, testing::Values(LanguageGerman, LanguageEnglish),
+                         [](const auto& language) { return language.param == LanguageGerman ? "German" : "English"; });
+
+} // namespace
