@@ -95,7 +95,7 @@ void frmMain::explainPlayed()
 
 bool frmMain::IsMeasuring() const
 {
-    return m_loop.IsMeasuring();
+    return m_loop.IsMeasuring() || m_device.Wait.Running; // a wait for the sensor must be able to end, too
 }
 
 const clsRVQ& frmMain::Device() const

@@ -118,6 +118,9 @@ QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_
     if (table.isEmpty()) {
         return {};
     }
+    if (QFileInfo(table) == source) {
+        return cannotSave(table, Text(1070, language), language); // the recording must not give way to its table
+    }
     const auto index = static_cast<std::size_t>(std::max<qsizetype>(kinds.indexOf(chosen), 0));
     return WriteTable(owner, recording, table, kTableKinds[index].format, language);
 }

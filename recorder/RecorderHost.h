@@ -11,7 +11,7 @@ class RecorderHost {
 public:
     virtual ~RecorderHost() = default;
 
-    /// A continuous measurement runs: nothing can be played.
+    /// A continuous measurement runs, or the sensor is waited for: nothing can be played.
     virtual bool IsMeasuring() const = 0;
     /// The connected device, for unit and output format of what is played.
     virtual const clsRVQ& Device() const = 0;

@@ -60,10 +60,10 @@ std::error_code clsRecordFile::WriteLine(std::string_view line, double now)
     std::size_t written = 0;
     while (written < line.size()) {
         const ssize_t count = write(m_file.Descriptor(), line.data() + written, line.size() - written);
-        if (count >= 0) {
+        if (count > 0) {
             written += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
-            const std::error_code error = lastError();
+        } else if (count == 0 || errno != EINTR) {
+            const std::error_code error = count == 0 ? std::make_error_code(std::errc::io_error) : lastError();
             // Half a line would make the rest unreadable. Where it cannot be taken back, playback stops at it.
             static_cast<void>(written == 0 || ftruncate(m_file.Descriptor(), m_size) == 0);
             return error;

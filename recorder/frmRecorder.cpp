@@ -244,7 +244,9 @@ void frmRecorder::cmdPlay_Click()
     } const stoppedInEveryCase{*this};
     m_choosing = true;
     showRule();
-    if (const QString file = ChooseFile(); !file.isEmpty()) {
+    const QString file = ChooseFile();
+    // While the file was chosen a measurement may have begun by itself, which a playback would run into.
+    if (!file.isEmpty() && !m_host.IsMeasuring()) {
         play(file);
     }
 }

@@ -83,15 +83,25 @@ void appendField(std::string& row, std::string_view field, char separator)
     row += quoted ? "\"" : "";
 }
 
+/// In millimetres the markers of the sensor are plain numbers in a line; they are no distances.
+MeasurementKind kindOf(const modRecordLine::RecordedValue& value)
+{
+    if (value.kind != MeasurementKind::Distance) {
+        return value.kind;
+    }
+    return KindOf({.value = static_cast<double>(value.value_mm), .value_mm = value.value_mm});
+}
+
 void appendRow(std::string& table, const modRecordLine::RecordedValue& value, const Format& format)
 {
+    const MeasurementKind kind = kindOf(value);
     appendField(table, isoTime(value.time, format.decimalSign), format.separator);
     table += format.separator;
-    if (value.kind == MeasurementKind::Distance) {
+    if (kind == MeasurementKind::Distance) {
         table += std::to_string(value.value_mm);
     }
     table += format.separator;
-    table += statusOf(value.kind);
+    table += statusOf(kind);
     table += format.separator;
     appendField(table, celsius(value.temperature, format.decimalSign), format.separator);
     table += "\r\n";

@@ -239,7 +239,8 @@ TEST(CsvExport, WritesEveryReadableLineInTheChosenForm)
     const TemporaryFolder folder;
     const auto file = folder.Write("file.rec", "15.11.2026 13:05:07,250; 1234 mm; 23.5 \xB0\x43\r\n"
                                                "15.11.2026 23:59:59,999; No Echo; -3 \xB0\x43\r\n"
-                                               "broken\r\n16.11.2026 00:00:00,000; TempError; x\";y z\r\n");
+                                               "broken\r\n16.11.2026 00:00:00,000; TempError; x\";y z\r\n"
+                                               "16.11.2026 00:00:00,050; 2147483632 mm; 1 \xB0\x43\r\n");
     struct Row {
         modCsvExport::Format format;
         const char* table;
@@ -247,14 +248,14 @@ TEST(CsvExport, WritesEveryReadableLineInTheChosenForm)
     const Row rows[] = {
         {{',', '.', false},
          "a,b,c,d\r\n2026-11-15T13:05:07.250,1234,OK,23.5\r\n2026-11-15T23:59:59.999,,No Echo,-3\r\n"
-         "2026-11-16T00:00:00.000,,TempError,\r\n"},
+         "2026-11-16T00:00:00.000,,TempError,\r\n2026-11-16T00:00:00.050,,TempError,1\r\n"},
         {modCsvExport::kGermanSpreadsheet,
          "\xEF\xBB\xBF"
          "a;b;c;d\r\n2026-11-15T13:05:07,250;1234;OK;23,5\r\n2026-11-15T23:59:59,999;;No Echo;-3\r\n"
-         "2026-11-16T00:00:00,000;;TempError;\r\n"},
+         "2026-11-16T00:00:00,000;;TempError;\r\n2026-11-16T00:00:00,050;;TempError;1\r\n"},
         {{',', ',', false},
          "a,b,c,d\r\n\"2026-11-15T13:05:07,250\",1234,OK,\"23,5\"\r\n\"2026-11-15T23:59:59,999\",,No Echo,-3\r\n"
-         "\"2026-11-16T00:00:00,000\",,TempError,\r\n"},
+         "\"2026-11-16T00:00:00,000\",,TempError,\r\n\"2026-11-16T00:00:00,050\",,TempError,1\r\n"},
     };
     for (const Row& row : rows) {
         std::string table;
@@ -266,7 +267,7 @@ TEST(CsvExport, WritesEveryReadableLineInTheChosenForm)
             modCsvExport::ExportCsv(file, row.format, "a|b|c|d", {write, [](double) { return true; }});
         EXPECT_EQ(table, row.table);
         EXPECT_TRUE(exported.finished);
-        EXPECT_EQ(exported.rows, 3);
+        EXPECT_EQ(exported.rows, 4);
         EXPECT_EQ(exported.unreadable, 1);
     }
 }
