@@ -104,6 +104,7 @@ private:
     void mnuFileExport_Click();
     void mnuFileExportChart_Click();
 
+    static void pumpEvents();
     void fillControls();
     void connectControls();
     void connectMenus();
