@@ -367,11 +367,12 @@ void print(const Matrix& matrix, std::ostream& out)
 
 TEST(FaultMatrix, EveryOperationUnderEveryFaultEndsAndLeavesAProgramThatWorks)
 {
-    const Matrices matrices = playAll();
-    std::ofstream out;
-    if (const char* file = std::getenv("ORVEX_FAULT_MATRIX")) {
-        out.open(file);
+    const char* file = std::getenv("ORVEX_FAULT_MATRIX");
+    if (file == nullptr) {
+        GTEST_SKIP() << "plays 308 cells in real time, for which it needs the machine to itself: scripts/fault-matrix";
     }
+    const Matrices matrices = playAll();
+    std::ofstream out(file);
     for (std::size_t i = 0; i < matrices.size(); ++i) {
         const std::string_view format = kOutputFormatTexts[static_cast<std::size_t>(kFormats[i])];
         for (std::size_t row = 0; row < matrices[i].size(); ++row) {
