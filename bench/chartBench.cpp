@@ -202,7 +202,7 @@ double compare(QSize size, int points)
     return medians[0];
 }
 
-void tickWithoutPainting()
+void pointWithoutPainting()
 {
     const auto chart = newChart({1200, 500}, 30000, false);
     Signal signal(30000);
@@ -213,7 +213,8 @@ void tickWithoutPainting()
         times.push_back(microsecondsOf([&] { chart->AddPoint(point.x(), point.y()); }));
     }
     const double middle = median(times);
-    std::printf("a new value without painting: %.2f us, at most %.1f us\n", middle, *std::ranges::max_element(times));
+    std::printf("a point added to the chart, without painting: %.2f us, at most %.1f us\n", middle,
+                *std::ranges::max_element(times));
 }
 
 } // namespace
@@ -231,6 +232,6 @@ int main(int argc, char** argv)
         const double many = compare(size, 30000);
         std::printf("%5dx%-5d 30000 points cost %.2f times 1200\n", size.width(), size.height(), many / few);
     }
-    tickWithoutPainting();
+    pointWithoutPainting();
     return 0;
 }
