@@ -36,7 +36,7 @@ void XYChart::InitChartData(std::int32_t maximumIndex)
         m_limitsGiven = false;
         m_limits.lower = m_limits.upper = 0.0;
     }
-    m_origin.reset();
+    m_begin.reset();
     Redraw();
 }
 
@@ -48,7 +48,7 @@ void XYChart::Reset()
 void XYChart::AddPoint(double time, double value)
 {
     // What is held has to outlast the ring, which goes on.
-    if (m_holdSpan && m_origin && !m_held && time > *m_origin + m_xRange_ms / kMsPerDay) {
+    if (m_holdSpan && m_begin && !m_held && time > *m_begin + m_xRange_ms / kMsPerDay) {
         m_held = m_series;
         Redraw();
     }
@@ -75,27 +75,34 @@ void XYChart::ShowTime(double time)
     }
     m_currentTime = time;
     if (!m_holdSpan) {
-        m_origin = time - m_xRange_ms / kMsPerDay;
-    } else if (!m_origin) {
-        m_origin = time;
+        m_begin = time - m_xRange_ms / kMsPerDay;
+    } else if (!m_begin) {
+        m_begin = time;
     }
     update();
+}
+
+void XYChart::TimeBegin(double time)
+{
+    if (modChartCommon::IsDrawable(time)) {
+        m_begin = time;
+        update();
+    }
 }
 
 void XYChart::TimeOrigin(double time)
 {
     if (modChartCommon::IsDrawable(time)) {
-        m_origin = time;
-        update();
+        change(m_timeOrigin, time);
     }
 }
 
 void XYChart::XRange_ms(std::int32_t range_ms)
 {
-    const double end = TimeOrigin() + m_xRange_ms / kMsPerDay;
+    const double end = TimeBegin() + m_xRange_ms / kMsPerDay;
     change(m_xRange_ms, std::max(range_ms, 1));
-    if (m_origin && !m_holdSpan) {
-        m_origin = end - m_xRange_ms / kMsPerDay;
+    if (m_begin && !m_holdSpan) {
+        m_begin = end - m_xRange_ms / kMsPerDay;
     }
 }
 
@@ -106,7 +113,7 @@ void XYChart::HoldSpan(bool hold)
         m_held.reset();
         Redraw();
     }
-    if (!hold && m_origin && m_currentTime != 0.0) {
+    if (!hold && m_begin && m_currentTime != 0.0) {
         ShowTime(m_currentTime);
     }
 }
@@ -122,10 +129,10 @@ void XYChart::YLimits(double minimum, double maximum)
 
 std::optional<std::array<double, 2>> XYChart::ShownValues()
 {
-    const double begin = TimeOrigin();
+    const double begin = TimeBegin();
     const double end = begin + m_xRange_ms / kMsPerDay;
     std::array<double, 2> found{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
-    for (const auto part : readable()) {
+    for (const auto part : Points()) {
         for (const ChartPoint& point : part) {
             if (point.x >= begin && point.x <= end && IsShown(point, m_showZero)) {
                 found = {std::min(found[0], point.y), std::max(found[1], point.y)};
@@ -189,8 +196,7 @@ clsChartData& XYChart::drawn()
     return m_held ? *m_held : m_series;
 }
 
-/// The points from the oldest to the newest.
-std::array<std::span<const ChartPoint>, 2> XYChart::readable()
+std::array<std::span<const ChartPoint>, 2> XYChart::Points()
 {
     clsChartData& series = drawn();
     const std::int32_t stop = series.StopIndex;
@@ -212,7 +218,7 @@ TimeWindow XYChart::timeWindow() const
     window.columns = m_plot.width();
     window.perDay = std::max(m_plot.width() - 1, 1) / (m_xRange_ms / kMsPerDay);
     // The little extra is more than the rounding of the product: the newest point must not fall off the right end.
-    window.first = std::floor(TimeOrigin() * window.perDay + 1e-3);
+    window.first = std::floor(TimeBegin() * window.perDay + 1e-3);
     return window;
 }
 
@@ -234,7 +240,7 @@ void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
         return;
     }
     const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
-    if (m_timeScale || !m_connectPoints || !m_origin) {
+    if (m_timeScale || !m_connectPoints || !m_begin) {
         m_curvePainter.Erase(raster);
     }
     const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
@@ -243,7 +249,7 @@ void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
             m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
         }
     }
-    if (m_origin) {
+    if (m_begin) {
         drawCurve(raster);
     }
 }
@@ -251,7 +257,7 @@ void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
 void XYChart::drawCurve(const Raster& raster)
 {
     const double ratio = m_frame.devicePixelRatio();
-    const auto parts = readable();
+    const auto parts = Points();
     if (!m_connectPoints) {
         m_isEmpty = !ShownValues();
         const CurvePen pen{kDotWidth * ratio, m_colors.curve.rgb()};

@@ -50,7 +50,11 @@ public:
     double CurrentTime() const { return m_currentTime; }
     /// The time at the left end of the axis; 0 before a time was shown or set. Setting it lasts until the next
     /// ShowTime, or while the span is held.
-    double TimeOrigin() const { return m_origin.value_or(0.0); }
+    double TimeBegin() const { return m_begin.value_or(0.0); }
+    void TimeBegin(double time);
+    /// Where the divisions of the axis are counted from when it shows times of day: midnight of day 0 unless set. Any
+    /// midnight gives the same divisions as long as a day is a multiple of them.
+    double TimeOrigin() const { return m_timeOrigin; }
     void TimeOrigin(double time);
     /// The span of the time axis, 1 ms at least.
     std::int32_t XRange_ms() const { return m_xRange_ms; }
@@ -110,6 +114,20 @@ public:
     /// What stands in the middle while no point is shown.
     void EmptyText(const QString& text) { change(m_emptyText, text); }
 
+    /// A division of a scale.
+    struct Tick {
+        double share = 0.0; ///< of the scale, 0 at its lower value or earlier time
+        QString text;
+    };
+    /// What the scales show at the present size.
+    struct Scales {
+        double minimum = 0.0, maximum = 0.0; ///< of the value scale
+        std::vector<Tick> value, time;
+    };
+    Scales CurrentScales();
+    /// The points that are drawn, from the oldest to the newest; valid until the chart changes.
+    std::array<std::span<const ChartPoint>, 2> Points();
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -143,7 +161,6 @@ private:
     bool hasLimits() const { return m_limits.lower != m_limits.upper; }
     void followShownValues();
     clsChartData& drawn();
-    std::array<std::span<const ChartPoint>, 2> readable();
     TimeWindow timeWindow() const; ///< in columns of pixels
     RowScale rowScale() const;
     void composeFrame(const std::vector<TimeTick>& ticks);
@@ -165,13 +182,15 @@ private:
     void drawValueScale(QPainter& painter) const;
     void drawIntervalScale(QPainter& painter) const;
     void drawXLabel(QPainter& painter, int column, const QString& text) const;
+    std::vector<Tick> intervalTicks() const;
     std::vector<TimeTick> timeTicks() const;
     void drawTimeLabels(QPainter& painter, const std::vector<TimeTick>& ticks) const;
     int mirrored(int column) const;
 
     clsChartData m_series;
     std::optional<clsChartData> m_held; ///< the series as it was when the held span was full
-    std::optional<double> m_origin;
+    std::optional<double> m_begin;
+    double m_timeOrigin = 0.0;
     double m_currentTime = 0.0;
     std::int32_t m_xRange_ms = modChartGlobals::kXRange_ms;
     modChartCommon::ValueRange m_limits;

@@ -234,25 +234,53 @@ void XYChart::drawValueScale(QPainter& painter) const
     }
 }
 
-void XYChart::drawIntervalScale(QPainter& painter) const
+/// The seconds before the right end.
+std::vector<XYChart::Tick> XYChart::intervalTicks() const
 {
-    const double ratio = m_frame.devicePixelRatio();
-    const double label = QFontMetricsF(font()).horizontalAdvance(kIntervalLabel) * ratio;
+    const double label = QFontMetricsF(font()).horizontalAdvance(kIntervalLabel) * m_frame.devicePixelRatio();
     modChartCommon::Axis axis;
     axis.minimum = -m_xRange_ms / kMsPerSecond;
     axis.pixelEnd = m_plot.width() - 1;
     modChartCommon::ComputeAxis(axis, divisionsFor(m_plot.width(), kWidthsPerDivision * label), DecimalSeparator());
-    const int thickness = std::max(toPixels(1.0, ratio), 1);
-    painter.setPen(m_colors.scale);
+    std::vector<Tick> ticks;
     for (std::size_t i = 0; i < axis.tickValues.size(); ++i) {
         // The ticks stand where the time is; the computation may have left out a piece at the far end.
-        const double share = 1.0 + axis.tickValues[i] * kMsPerSecond / m_xRange_ms;
-        const int column = static_cast<int>(std::lround(share * (m_plot.width() - 1)));
+        ticks.push_back({1.0 + axis.tickValues[i] * kMsPerSecond / m_xRange_ms, FromUtf8(axis.tickLabels[i])});
+    }
+    return ticks;
+}
+
+void XYChart::drawIntervalScale(QPainter& painter) const
+{
+    const int thickness = std::max(toPixels(1.0, m_frame.devicePixelRatio()), 1);
+    painter.setPen(m_colors.scale);
+    for (const Tick& tick : intervalTicks()) {
+        const int column = static_cast<int>(std::lround(tick.share * (m_plot.width() - 1)));
         FillPixels(painter,
                    {m_plot.left() + mirrored(column) - thickness / 2, m_plot.top(), thickness, m_plot.height()},
                    m_colors.grid);
-        drawXLabel(painter, column, FromUtf8(axis.tickLabels[i]));
+        drawXLabel(painter, column, tick.text);
     }
+}
+
+XYChart::Scales XYChart::CurrentScales()
+{
+    if (m_autoScale && !m_limitsGiven) {
+        followShownValues();
+    }
+    prepareGround();
+    Scales scales{m_valueAxis.minimum, m_valueAxis.maximum, {}, {}};
+    for (std::size_t i = 0; i < m_valueAxis.tickValues.size(); ++i) {
+        scales.value.push_back({(m_valueAxis.tickValues[i] - scales.minimum) / (scales.maximum - scales.minimum),
+                                hasLimits() ? FromUtf8(m_valueAxis.tickLabels[i]) : QString()});
+    }
+    if (!m_timeScale) {
+        scales.time = intervalTicks();
+    }
+    for (const TimeTick& tick : timeTicks()) {
+        scales.time.push_back({tick.column / std::max(m_plot.width() - 1.0, 1.0), tick.text});
+    }
+    return scales;
 }
 
 void XYChart::drawXLabel(QPainter& painter, int column, const QString& text) const
@@ -271,10 +299,10 @@ void XYChart::drawXLabel(QPainter& painter, int column, const QString& text) con
 std::vector<XYChart::TimeTick> XYChart::timeTicks() const
 {
     std::vector<TimeTick> ticks;
-    if (!m_timeScale || !m_origin || m_plot.isEmpty()) {
+    if (!m_timeScale || !m_begin || m_plot.isEmpty()) {
         return ticks;
     }
-    const QString last = FromUtf8(modChartCommon::TimeLabelText(*m_origin + m_xRange_ms / kMsPerDay));
+    const QString last = FromUtf8(modChartCommon::TimeLabelText(*m_begin + m_xRange_ms / kMsPerDay));
     if (last == QLatin1String(modChartCommon::kInvalidRange)) {
         return {{m_plot.width() / 2, last}};
     }
@@ -282,14 +310,15 @@ std::vector<XYChart::TimeTick> XYChart::timeTicks() const
     std::int32_t divisions = divisionsFor(m_plot.width(), kWidthsPerDivision * label);
     const double step = modChartCommon::TimeStep(m_xRange_ms, divisions) / kMsPerDay;
     const TimeWindow window = timeWindow();
-    for (double count = std::ceil(*m_origin / step); ticks.size() <= static_cast<std::size_t>(divisions);
-         count += 1.0) {
-        const double column = std::floor(count * step * window.perDay + 1e-3) - window.first;
+    for (double count = std::ceil((*m_begin - m_timeOrigin) / step);
+         ticks.size() <= static_cast<std::size_t>(divisions); count += 1.0) {
+        const double time = m_timeOrigin + count * step;
+        const double column = std::floor(time * window.perDay + 1e-3) - window.first;
         if (column >= m_plot.width()) {
             break;
         }
         if (column >= 0.0) {
-            ticks.push_back({static_cast<int>(column), FromUtf8(modChartCommon::TimeLabelText(count * step))});
+            ticks.push_back({static_cast<int>(column), FromUtf8(modChartCommon::TimeLabelText(time))});
         }
     }
     return ticks;

@@ -1,7 +1,6 @@
 #include "recorder/ChartPicture.h"
 
 #include "chart/XYChart.h"
-#include "chart/modChartCommon.h"
 #include "device/clsRVQ.h"
 #include "shell/QtText.h"
 
@@ -14,9 +13,7 @@
 
 namespace {
 
-constexpr double kMsPerSecond = 1000.0;
 constexpr double kGridWidth = 0.6, kAxisWidth = 1.0, kCurveWidth = 1.4, kDotWidth = 2.4;
-constexpr double kTextSpread = 1.6; ///< widths of a label from one to the next
 
 QColor colorOf(std::int32_t bgr)
 {
@@ -29,15 +26,10 @@ QColor pale(const QColor& color, double share)
     return {mixed(color.red()), mixed(color.green()), mixed(color.blue())};
 }
 
-struct Tick {
-    double share = 0.0; ///< of the axis, 0 at its beginning
-    QString text;
-};
-
 class Picture {
 public:
     Picture(QPainter& painter, XYChart& chart, const QSize& size)
-        : m_painter(painter), m_chart(chart), m_size(size), m_font(chart.font())
+        : m_painter(painter), m_chart(chart), m_size(size), m_font(chart.font()), m_scales(chart.CurrentScales())
     {
         // In the painter's units, whatever the resolution of what it paints on.
         m_font.setPixelSize(std::max(QFontInfo(chart.font()).pixelSize(), 1));
@@ -49,11 +41,10 @@ public:
 
     void Draw()
     {
-        const std::vector<Tick> values = valueTicks();
-        layOut(values);
+        layOut();
         m_painter.fillRect(QRectF(QPointF(), m_size), m_back);
-        drawScale(values, Qt::Vertical);
-        drawScale(m_chart.TimeScale() ? clockTicks() : intervalTicks(), Qt::Horizontal);
+        drawScale(m_scales.value, Qt::Vertical);
+        drawScale(m_scales.time, Qt::Horizontal);
         m_painter.setPen(QPen(m_grid, kAxisWidth));
         m_painter.drawPolyline(QPolygonF({m_plot.topLeft(), m_plot.bottomLeft(), m_plot.bottomRight()}));
         drawTexts();
@@ -63,10 +54,10 @@ public:
 private:
     double widthOf(const QString& text) const { return QFontMetricsF(m_font).horizontalAdvance(text); }
 
-    void layOut(const std::vector<Tick>& values)
+    void layOut()
     {
         double labels = widthOf(QStringLiteral("00000")); // half a time of day fits too
-        for (const Tick& tick : values) {
+        for (const XYChart::Tick& tick : m_scales.value) {
             labels = std::max(labels, widthOf(tick.text));
         }
         const double top = (m_chart.Header().Text.empty() ? 2.4 : 4.4) * m_line;
@@ -75,75 +66,20 @@ private:
         m_plot.setBottom(std::max(m_size.height() - 3.0 * m_line, m_plot.top() + 1.0));
     }
 
-    std::vector<Tick> valueTicks()
-    {
-        modChartCommon::ValueRange limits{m_chart.YMinimum(), m_chart.YMaximum()};
-        if (limits.lower == limits.upper) {
-            limits = {0.0, 1.0};
-        }
-        limits.divisions = std::clamp(static_cast<std::int32_t>(m_size.height() / (3.0 * m_line)), 3, 12);
-        if (m_chart.AutoScale()) {
-            limits = modChartCommon::RoundLimits(limits);
-        }
-        m_values = limits;
-        modChartCommon::Axis axis;
-        axis.minimum = limits.lower;
-        axis.maximum = limits.upper;
-        axis.pixelEnd = 1000;
-        modChartCommon::ComputeAxis(axis, limits.divisions, DecimalSeparator());
-        std::vector<Tick> ticks;
-        for (std::size_t i = 0; i < axis.tickValues.size(); ++i) {
-            ticks.push_back({shareOf(axis.tickValues[i]), FromUtf8(axis.tickLabels[i])});
-        }
-        return ticks;
-    }
-
-    std::vector<Tick> intervalTicks() const
-    {
-        modChartCommon::Axis axis;
-        axis.minimum = -m_chart.XRange_ms() / kMsPerSecond;
-        axis.pixelEnd = 1000;
-        const double room = m_plot.width() / (kTextSpread * widthOf(QStringLiteral("-0000000")));
-        modChartCommon::ComputeAxis(axis, std::clamp(static_cast<std::int32_t>(room), 3, 12), DecimalSeparator());
-        std::vector<Tick> ticks;
-        for (std::size_t i = 0; i < axis.tickValues.size(); ++i) {
-            ticks.push_back(
-                {1.0 + axis.tickValues[i] * kMsPerSecond / m_chart.XRange_ms(), FromUtf8(axis.tickLabels[i])});
-        }
-        return ticks;
-    }
-
-    std::vector<Tick> clockTicks() const
-    {
-        const double span = m_chart.XRange_ms() / kMsPerDay;
-        const double room = m_plot.width() / (kTextSpread * widthOf(QStringLiteral("00:00:00")));
-        std::int32_t divisions = std::clamp(static_cast<std::int32_t>(room), 2, 12);
-        const double step = modChartCommon::TimeStep(m_chart.XRange_ms(), divisions) / kMsPerDay;
-        std::vector<Tick> ticks;
-        for (double count = std::ceil(m_chart.TimeOrigin() / step); ticks.size() <= 12; count += 1.0) {
-            const double share = (count * step - m_chart.TimeOrigin()) / span;
-            if (share > 1.0) {
-                break;
-            }
-            ticks.push_back({share, FromUtf8(modChartCommon::TimeLabelText(count * step))});
-        }
-        return ticks;
-    }
-
-    double shareOf(double value) const { return (value - m_values.lower) / (m_values.upper - m_values.lower); }
+    double shareOf(double value) const { return (value - m_scales.minimum) / (m_scales.maximum - m_scales.minimum); }
 
     QPointF pointAt(double time, double value) const
     {
-        const double x = (time - m_chart.TimeOrigin()) / (m_chart.XRange_ms() / kMsPerDay);
+        const double x = (time - m_chart.TimeBegin()) / (m_chart.XRange_ms() / kMsPerDay);
         const double y = shareOf(value);
         return {m_plot.left() + (m_chart.XReversed() ? 1.0 - x : x) * m_plot.width(),
                 m_plot.top() + (m_chart.YReversed() ? y : 1.0 - y) * m_plot.height()};
     }
 
-    void drawScale(const std::vector<Tick>& ticks, Qt::Orientation orientation)
+    void drawScale(const std::vector<XYChart::Tick>& ticks, Qt::Orientation orientation)
     {
         m_painter.setFont(m_font);
-        for (const Tick& tick : ticks) {
+        for (const XYChart::Tick& tick : ticks) {
             const bool across = orientation == Qt::Horizontal;
             const bool reversed = across ? m_chart.XReversed() : !m_chart.YReversed();
             const double share = reversed ? 1.0 - tick.share : tick.share;
@@ -197,12 +133,9 @@ private:
         const QColor ink = colorOf(modChartGlobals::kCurveColorOnLight);
         m_painter.setPen(
             QPen(ink, m_chart.ConnectPoints() ? kCurveWidth : kDotWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        clsChartData& series = m_chart.Series();
-        series.StartIndex = (series.StopIndex + series.Size() - 1) % series.Size();
-        series.ResetReadPointer();
         QPolygonF run;
         double before = 0.0;
-        for (const auto part : series.Readable()) {
+        for (const auto part : m_chart.Points()) {
             for (const ChartPoint& point : part) {
                 const bool shown = IsShown(point, m_chart.ShowZeroValues());
                 if (!shown || point.x < before) {
@@ -247,7 +180,7 @@ private:
     double m_line = 0.0; ///< height of a line of text
     QColor m_back, m_scale, m_grid;
     QRectF m_plot;
-    modChartCommon::ValueRange m_values;
+    const XYChart::Scales m_scales;
 };
 
 } // namespace

@@ -158,11 +158,11 @@ TEST(Chart, ShowsZeroValuesAndHoldsItsSpanOnRequest)
     EXPECT_GT(curvePixels(pictureOf(*chart)), 200);
     chart->HoldSpan(true);
     const QImage held = pictureOf(*chart);
-    const double origin = chart->TimeOrigin();
+    const double origin = chart->TimeBegin();
     chart->AddPoint(kNoon + 150 * kSecond, 20.0);
-    EXPECT_EQ(chart->TimeOrigin(), origin);
+    EXPECT_EQ(chart->TimeBegin(), origin);
     chart->HoldSpan(false);
-    EXPECT_NEAR(chart->TimeOrigin(), kNoon + 90 * kSecond, 0.01 * kSecond);
+    EXPECT_NEAR(chart->TimeBegin(), kNoon + 90 * kSecond, 0.01 * kSecond);
     EXPECT_NE(pictureOf(*chart), held);
 }
 
