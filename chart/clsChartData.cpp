@@ -3,18 +3,10 @@
 #include <limits>
 #include <stdexcept>
 
-namespace {
-
-/// The slot after `index`.
-std::int32_t next(std::int32_t index, std::int32_t size)
+void clsChartData::refuseWithoutRing()
 {
-    if (size == 0) {
-        throw std::domain_error("clsChartData: division by zero, there is no ring yet");
-    }
-    return (index + 1) % size;
+    throw std::domain_error("clsChartData: division by zero, there is no ring yet");
 }
-
-} // namespace
 
 void clsChartData::InitChartData(std::int32_t maximumIndex)
 {
@@ -29,13 +21,6 @@ void clsChartData::InitChartData(std::int32_t maximumIndex)
     StopIndex = 0;
 }
 
-void clsChartData::AddChartPoint(double x, double y)
-{
-    m_points.at(static_cast<std::size_t>(StopIndex)) = {x, y};
-    ++m_added;
-    StopIndex = next(StopIndex, m_size);
-}
-
 void clsChartData::ResetReadPointer()
 {
     if (StartIndex == StopIndex) {
@@ -44,7 +29,7 @@ void clsChartData::ResetReadPointer()
     const bool wrapped = StartIndex > StopIndex || XValue(StopIndex) != 0.0;
     // Deliberate: after a wrap the oldest point, in slot `StopIndex`, is skipped, so a full ring shows one point less
     // than it holds.
-    StartIndex = wrapped ? next(StopIndex, m_size) : 0;
+    StartIndex = wrapped ? next(StopIndex) : 0;
 }
 
 std::array<std::span<const ChartPoint>, 2> clsChartData::Readable() const

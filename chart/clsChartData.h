@@ -22,7 +22,12 @@ public:
     /// Writes a point to slot `StopIndex` and moves `StopIndex` on; the newest point overwrites the oldest.
     /// Throws std::out_of_range when `StopIndex` was set to no slot, and std::domain_error before `InitChartData`: the
     /// point then stands in slot 0 already.
-    void AddChartPoint(double x, double y);
+    void AddChartPoint(double x, double y)
+    {
+        m_points.at(static_cast<std::size_t>(StopIndex)) = {x, y};
+        ++m_added;
+        StopIndex = next(StopIndex);
+    }
 
     /// Moves `StartIndex` to the oldest point to be shown: slot 0 while the ring has not wrapped, then
     /// `StopIndex` + 1. Does nothing when the two are equal. Throws std::out_of_range when `StopIndex` is no slot.
@@ -49,6 +54,16 @@ public:
     std::int32_t StopIndex = 0;
 
 private:
+    /// The slot after `index`.
+    std::int32_t next(std::int32_t index) const
+    {
+        if (m_size == 0) {
+            refuseWithoutRing();
+        }
+        return index + 1 == m_size ? 0 : index + 1;
+    }
+    [[noreturn]] static void refuseWithoutRing();
+
     std::vector<ChartPoint> m_points = std::vector<ChartPoint>(1);
     std::int32_t m_size = 0;
     std::uint64_t m_added = 0;

@@ -9,11 +9,12 @@
 #include <string>
 
 struct Measurement {
-    double time = 0.0;  ///< days since 1899-12-30, local time
     double value = 0.0; ///< in the unit of `unit`
     std::int32_t value_mm = 0;
     std::int32_t unit = 0;         ///< index of a unit, 0..6
     std::int32_t outputFormat = 0; ///< of the sensor, 0..3
+    // Not beside `value`: the two would be fetched together, which waits for a value that was stored right before.
+    double time = 0.0; ///< days since 1899-12-30, local time
 };
 
 enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
@@ -21,7 +22,7 @@ enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
 /// The device's last measurement, with its `CurrentTime`.
 inline Measurement MeasurementOf(const clsRVQ& device)
 {
-    return {device.CurrentTime, device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat};
+    return {device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat, device.CurrentTime};
 }
 
 /// What a measurement is. Value and millimetres are both looked at, because a marker in metres is no round number; a

@@ -15,15 +15,6 @@ double clsFIFO::Value(std::int32_t i) const
     return m_slots[static_cast<std::size_t>(position)];
 }
 
-void clsFIFO::Add(double value)
-{
-    m_slots.at(static_cast<std::size_t>(m_writePosition)) = value;
-    if (m_count < Size()) {
-        ++m_count;
-    }
-    m_writePosition = m_writePosition + 1 == Size() ? 0 : m_writePosition + 1;
-}
-
 void clsFIFO::Reset()
 {
     m_writePosition = 0;

@@ -16,7 +16,12 @@ public:
     double Value(std::int32_t i) const;
 
     /// Throws std::out_of_range when a `Resize` has cut off the write position.
-    void Add(double value);
+    void Add(double value)
+    {
+        m_slots.at(static_cast<std::size_t>(m_writePosition)) = value;
+        m_count = m_count < Size() ? m_count + 1 : m_count;
+        m_writePosition = m_writePosition + 1 == Size() ? 0 : m_writePosition + 1;
+    }
     /// Empties the queue; every slot becomes 0.
     void Reset();
     /// Sets the capacity to n (1 or more, else std::invalid_argument) and keeps the slots below n.

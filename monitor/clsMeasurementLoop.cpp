@@ -249,6 +249,9 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
         breakCurve(measurement.time);
         return;
     }
+    if (!m_playing && std::exchange(m_breaksAfterPlaying, false)) {
+        breakCurve(measurement.time);
+    }
     m_inGap = false;
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
@@ -267,6 +270,7 @@ void clsMeasurementLoop::showTexts(const Measurement& measurement)
 void clsMeasurementLoop::BeginPlaying()
 {
     m_playing = true;
+    m_breaksAfterPlaying = false;
     forgetHistory();
 }
 
@@ -276,14 +280,15 @@ void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
     if (last) {
         showTexts(*last);
         FitRange();
-        breakCurve(last->time); // a live value is not joined to it
+        m_breaksAfterPlaying = true;
     }
 }
 
-/// However long nothing comes, one mark keeps the curve from being joined across.
+/// However long nothing comes, one mark keeps the curve from being joined across. After a playback it waits for the
+/// next value: it takes the place of a played point.
 void clsMeasurementLoop::breakCurve(double time)
 {
-    if (!std::exchange(m_inGap, true)) {
+    if (!m_breaksAfterPlaying && !std::exchange(m_inGap, true)) {
         m_view.AddChartGap(time);
     }
 }

@@ -112,6 +112,7 @@ private:
     bool m_passing = false; ///< the passes read the port, not the tick
     bool m_inGap = true;
     bool m_playing = false;
+    bool m_breaksAfterPlaying = false; ///< what was played has its gap to the next value still to come
     modChartCommon::ValueRange m_range_mm;
     clsFIFO m_values;
     clsFIFO m_times;

@@ -164,7 +164,7 @@ private:
     std::error_code m_shownFailure;             ///< of the recorder
     QDeadlineTimer m_messageStays;              ///< until then panel 1 keeps its message
     QString m_playedFile;                       ///< what panel 2 was given after the last playback
-    std::uint64_t m_playedPoints = 0;           ///< of that file, gaps included
+    std::int64_t m_playedLines = 0;             ///< of that file
     std::optional<std::int32_t> m_liveRange_ms; ///< the chart's range before the first playback
 
     QTimer* m_timer;

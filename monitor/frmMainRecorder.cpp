@@ -4,12 +4,16 @@
 #include "monitor/frmMain.h"
 #include "recorder/Export.h"
 #include "recorder/frmRecorder.h"
+#include "shell/FileErrors.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
 
 #include <QAction>
 #include <QFile>
 #include <QLabel>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -59,7 +63,7 @@ void frmMain::serveRecorder(double now)
     m_recorder.Flush(now);
     const std::error_code failure = m_recorder.Failure();
     if (failure && failure != m_shownFailure) {
-        ShowMessage(text(1082).arg(QString::fromLocal8Bit(failure.message())));
+        ShowMessage(text(1082).arg(FileErrorText(failure, m_settings.Language)));
     }
     m_shownFailure = failure;
     if (m_recorderWindow != nullptr) {
@@ -83,12 +87,17 @@ void frmMain::localiseRecorder()
     }
 }
 
-/// Panel 2 after a playback: the file, and whether the chart shows all of it.
+/// Panel 2 after a playback: the file, and whether the chart shows all of it. A full ring has lost a point already.
 void frmMain::explainPlayed()
 {
     QString toolTip = m_playedFile;
-    if (m_playedPoints > modPlayback::kChartPoints) {
-        toolTip += u'\n' + text(1086).arg(m_playedPoints).arg(modPlayback::kChartPoints);
+    const auto& series = picGraph->Series();
+    if (series.Added() >= static_cast<std::uint64_t>(series.Size())) {
+        std::int64_t shown = 0;
+        for (const auto part : picGraph->Points()) {
+            shown += std::ranges::count_if(part, [](const ChartPoint& point) { return !std::isnan(point.y); });
+        }
+        toolTip += u'\n' + text(1086).arg(m_playedLines).arg(shown);
     }
     ShowFile(m_playedFile, toolTip);
 }
@@ -137,15 +146,16 @@ void frmMain::ShowRecord(const clsRVQ& record)
 
 void frmMain::EndPlayback(const modPlayback::Loaded& loaded)
 {
-    const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded, picGraph->XRange_ms());
+    const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded);
     if (axis.range_ms) {
         picGraph->XRange_ms(*axis.range_ms);
     }
     if (loaded.lines > 0) {
         picGraph->ShowTime(loaded.last);
+        picGraph->TimeBegin(loaded.last - picGraph->XRange_ms() / kMsPerDay); // a held span, too, ends at the last line
         picGraph->TimeOrigin(axis.origin);
     }
-    m_playedPoints = picGraph->Series().Added();
+    m_playedLines = loaded.lines;
     m_loop.EndPlaying(loaded.end);
     if (!loaded.temperature.empty()) {
         ShowTemperature(loaded.temperature);

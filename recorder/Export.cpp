@@ -4,6 +4,7 @@
 #include "recorder/ChartPicture.h"
 #include "recorder/LoadProgress.h"
 #include "recorder/clsRecorder.h"
+#include "shell/FileErrors.h"
 #include "shell/FileFilter.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
@@ -18,6 +19,7 @@
 #include <QSaveFile>
 #include <QSvgGenerator>
 
+#include <algorithm>
 #include <system_error>
 
 namespace {
@@ -49,12 +51,50 @@ QString kindText(const TableKind& kind, std::int32_t language)
     return Text(1090, language).arg(QLatin1String(kind.separatorName), QChar::fromLatin1(kind.format.decimalSign));
 }
 
-/// Beside the recording, or in its folder as long as there is none.
-QString proposal(const clsRecorder& recorder, const QString& suffix)
+/// A dialog for a file to be written, in the folder of the recording.
+struct SaveDialog {
+    QFileDialog dialog;
+
+    SaveDialog(QWidget& owner, const QString& title, const QStringList& kinds, const QString& suffix)
+        : dialog(&owner, title)
+    {
+        dialog.setAcceptMode(QFileDialog::AcceptSave);
+        dialog.setNameFilters(kinds);
+        dialog.setDefaultSuffix(suffix); // before the dialog asks whether to overwrite
+    }
+    /// The file; empty when the user cancels.
+    QString Ask(const QFileInfo& proposal)
+    {
+        dialog.setDirectory(proposal.absolutePath());
+        dialog.selectFile(proposal.fileName());
+        return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().constFirst() : QString();
+    }
+    /// The place of the chosen kind in the list.
+    std::size_t Kind() const
+    {
+        return static_cast<std::size_t>(
+            std::max<qsizetype>(dialog.nameFilters().indexOf(dialog.selectedNameFilter()), 0));
+    }
+};
+
+QString titleOf(std::int32_t menuText, std::int32_t language)
 {
-    const QFileInfo recording(QFile::decodeName(recorder.FileName.c_str()));
-    return recorder.FileName.empty() ? QFile::decodeName(recorder.Folder().c_str())
-                                     : recording.absolutePath() + u'/' + recording.completeBaseName() + u'.' + suffix;
+    return Text(menuText, language).remove(u'&').remove(QStringLiteral(" …"));
+}
+
+/// The recording, or the folder of recordings as long as there is none.
+QString lastRecording(const clsRecorder& recorder)
+{
+    return recorder.FileName.empty() ? QFile::decodeName(recorder.NearestFolder().c_str()) + u'/'
+                                     : QFile::decodeName(recorder.FileName.c_str());
+}
+
+/// The same name with another ending.
+QFileInfo withSuffix(const QString& recording, const QString& suffix)
+{
+    const QFileInfo file(recording);
+    const QString name = file.completeBaseName();
+    return QFileInfo(file.absolutePath() + u'/' + (name.isEmpty() ? name : name + u'.' + suffix));
 }
 
 QString cannotSave(const QString& file, const QString& why, std::int32_t language)
@@ -100,8 +140,8 @@ bool paintPng(XYChart& chart, QIODevice& device)
 
 QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_t language)
 {
-    const QString title = Text(1087, language).remove(u'&').remove(QStringLiteral(" …"));
-    const QString recording = QFileDialog::getOpenFileName(&owner, title, proposal(recorder, QStringLiteral("rec")),
+    const QString title = titleOf(1087, language);
+    const QString recording = QFileDialog::getOpenFileName(&owner, title, lastRecording(recorder),
                                                            FileFilter(Text(1151, language), QStringLiteral("*.rec")));
     if (recording.isEmpty()) {
         return {};
@@ -110,24 +150,18 @@ QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_
     for (const TableKind& kind : kTableKinds) {
         kinds += kindText(kind, language);
     }
-    const QFileInfo source(recording);
-    QString chosen;
-    const QString table =
-        QFileDialog::getSaveFileName(&owner, title, source.absolutePath() + u'/' + source.completeBaseName() + ".csv",
-                                     kinds.join(QLatin1String(";;")), &chosen);
-    if (table.isEmpty()) {
-        return {};
-    }
-    if (QFileInfo(table) == source) {
-        return cannotSave(table, Text(1070, language), language); // the recording must not give way to its table
-    }
-    const auto index = static_cast<std::size_t>(std::max<qsizetype>(kinds.indexOf(chosen), 0));
-    return WriteTable(owner, recording, table, kTableKinds[index].format, language);
+    SaveDialog saving(owner, title, kinds, QStringLiteral("csv"));
+    const QString table = saving.Ask(withSuffix(recording, QStringLiteral("csv")));
+    return table.isEmpty() ? QString()
+                           : WriteTable(owner, recording, table, kTableKinds[saving.Kind()].format, language);
 }
 
 QString WriteTable(QWidget& owner, const QString& recording, const QString& table, const modCsvExport::Format& format,
                    std::int32_t language)
 {
+    if (QFileInfo(table) == QFileInfo(recording)) {
+        return cannotSave(table, Text(1070, language), language); // the recording must not give way to its table
+    }
     QSaveFile file(table);
     if (!file.open(QIODevice::WriteOnly)) {
         return cannotSave(table, file.errorString(), language);
@@ -143,7 +177,7 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
         exported = modCsvExport::ExportCsv(QFile::encodeName(recording).toStdString(), format,
                                            Text(1093, language).toStdString(), {.write = write, .goOn = goOn});
     } catch (const std::system_error& failure) {
-        return cannotSave(table, QString::fromLocal8Bit(failure.what()), language);
+        return Text(1190, language).arg(recording, FileErrorText(failure.code(), language));
     }
     if (exported.finished && exported.rows == 0) {
         return Text(1091, language).arg(recording);
@@ -160,28 +194,26 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 
 QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder, std::int32_t language)
 {
-    QFileDialog dialog(&owner, Text(1088, language).remove(u'&').remove(QStringLiteral(" …")));
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setNameFilters(
-        {QStringLiteral("PNG (*.png)"), QStringLiteral("SVG (*.svg)"), QStringLiteral("PDF (*.pdf)")});
-    // The name gets the ending of the chosen kind before the dialog asks whether to overwrite.
-    dialog.setDefaultSuffix(QStringLiteral("png"));
-    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
-                     [&dialog](const QString& kind) { dialog.setDefaultSuffix(kind.left(3).toLower()); });
-    const QFileInfo place(proposal(recorder, QString()));
-    dialog.setDirectory(recorder.FileName.empty() ? place.filePath() : place.absolutePath());
-    dialog.selectFile(recorder.FileName.empty() ? QString() : place.completeBaseName());
-    if (dialog.exec() != QDialog::Accepted) {
+    const QString suffixes[] = {QStringLiteral("png"), QStringLiteral("svg"), QStringLiteral("pdf")};
+    QStringList kinds;
+    for (const QString& suffix : suffixes) {
+        kinds += QStringLiteral("%1 (*.%2)").arg(suffix.toUpper(), suffix);
+    }
+    SaveDialog saving(owner, titleOf(1088, language), kinds, suffixes[0]);
+    QObject::connect(&saving.dialog, &QFileDialog::filterSelected, &saving.dialog,
+                     [&] { saving.dialog.setDefaultSuffix(suffixes[saving.Kind()]); });
+    const QString file = saving.Ask(withSuffix(lastRecording(recorder), suffixes[0]));
+    if (file.isEmpty()) {
         return {};
     }
-    const QString file = dialog.selectedFiles().constFirst();
-    const QString why = WritePicture(chart, file);
+    const QString ending = QFileInfo(file).suffix().toLower();
+    const bool known = std::ranges::find(suffixes, ending) != std::end(suffixes);
+    const QString why = WritePicture(chart, file, known ? ending : suffixes[saving.Kind()]);
     return why.isEmpty() ? file : cannotSave(file, why, language);
 }
 
-QString WritePicture(XYChart& chart, const QString& file)
+QString WritePicture(XYChart& chart, const QString& file, const QString& kind)
 {
-    const QString kind = QFileInfo(file).suffix().toLower();
     QSaveFile target(file);
     const bool written =
         target.open(QIODevice::WriteOnly) && (kind == QLatin1String("svg")   ? paintSvg(chart, target)

@@ -22,5 +22,5 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 /// Asks for a file and saves the chart in it. Why that failed, or the file; empty when the user cancels.
 QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder, std::int32_t language);
 
-/// Writes the chart to a file in the kind that its name ends with: svg, pdf, or else PNG. Why that failed, or empty.
-QString WritePicture(XYChart& chart, const QString& file);
+/// Writes the chart to a file of the kind "svg", "pdf" or "png". Why that failed, or empty.
+QString WritePicture(XYChart& chart, const QString& file, const QString& kind);

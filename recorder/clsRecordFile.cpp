@@ -3,6 +3,7 @@
 #include "device/clsRVQ.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <fcntl.h>
 #include <limits>
@@ -21,6 +22,11 @@ std::string nameOf(std::int16_t number)
 {
     const std::string digits = std::to_string(number);
     return "SAVE" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + ".rec";
+}
+
+std::error_code flush(int descriptor)
+{
+    return fdatasync(descriptor) == 0 ? std::error_code() : lastError();
 }
 
 /// The name reaches the disk with its folder only.
@@ -79,20 +85,23 @@ std::error_code clsRecordFile::WriteLine(std::string_view line, double now)
 
 std::error_code clsRecordFile::FlushIfDue(double now)
 {
+    if (m_flushing.valid()) {
+        const bool ready = m_flushing.wait_for(std::chrono::seconds::zero()) == std::future_status::ready;
+        return ready ? m_flushing.get() : std::error_code();
+    }
     // A clock that was set back says nothing about the time that has passed.
     const bool due = now < m_unflushedSince || now - m_unflushedSince >= kFlushAfter_ms / kMsPerDay;
-    return m_unflushed && due ? flush() : std::error_code();
+    if (m_unflushed && due) {
+        m_unflushed = false;
+        m_flushing = std::async(std::launch::async, flush, m_file.Descriptor());
+    }
+    return {};
 }
 
 std::error_code clsRecordFile::Close()
 {
-    const std::error_code flushed = flush();
+    const std::error_code before = m_flushing.valid() ? m_flushing.get() : std::error_code();
+    const std::error_code flushed = flush(m_file.Descriptor());
     const bool closed = m_file.Close();
-    return flushed ? flushed : closed ? std::error_code() : lastError();
-}
-
-std::error_code clsRecordFile::flush()
-{
-    m_unflushed = false;
-    return fdatasync(m_file.Descriptor()) == 0 ? std::error_code() : lastError();
+    return before ? before : flushed ? flushed : closed ? std::error_code() : lastError();
 }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <future>
 #include <string_view>
 #include <system_error>
 
@@ -21,17 +22,17 @@ public:
     const std::filesystem::path& Path() const { return m_path; }
     /// Writes a line with its end at the local time `now`. On an error the file ends with the line before.
     std::error_code WriteLine(std::string_view line, double now);
-    /// Writes to the disk if the oldest line that is not there has waited long enough.
+    /// Begins to write to the disk if the oldest line that is not there has waited long enough. Does not wait for the
+    /// disk, which may take seconds; the outcome is told by a later call.
     std::error_code FlushIfDue(double now);
     /// Writes to the disk and closes.
     std::error_code Close();
 
 private:
-    std::error_code flush();
-
     std::filesystem::path m_path;
     FileHandle m_file;
     std::int64_t m_size = 0;
     bool m_unflushed = false;
     double m_unflushedSince = 0.0;
+    std::future<std::error_code> m_flushing; ///< last, so that it is waited for before the file is closed
 };

@@ -33,15 +33,10 @@ double clsRecordReader::Fraction() const
     return m_size == 0 ? 1.0 : std::min(1.0, static_cast<double>(m_position) / static_cast<double>(m_size));
 }
 
-RecordStep clsRecordReader::Next()
+RecordStep clsRecordReader::nextOfAnyKind()
 {
     if (m_skipping) {
         return skip();
-    }
-    if (const std::size_t length = m_parser.TakeUsual({m_buffer.data() + m_begin, m_end - m_begin}, m_value)) {
-        m_begin += length;
-        ++m_lineNumber;
-        return RecordStep::Value;
     }
     std::size_t searched = 0;
     while (true) {

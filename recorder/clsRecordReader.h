@@ -26,7 +26,17 @@ public:
 
     /// Reads the next line; lines end with CR LF or LF, the last one also without. Throws std::system_error when the
     /// file cannot be read.
-    RecordStep Next();
+    RecordStep Next()
+    {
+        if (!m_skipping) {
+            if (const std::size_t length = m_parser.TakeUsual({m_buffer.data() + m_begin, m_end - m_begin}, m_value)) {
+                m_begin += length;
+                ++m_lineNumber;
+                return RecordStep::Value;
+            }
+        }
+        return nextOfAnyKind();
+    }
     /// The line of the last step `Value`, valid until the next step.
     const modRecordLine::RecordedValue& Value() const { return m_value; }
     /// The number of the last line, the first is 1.
@@ -39,6 +49,7 @@ public:
     FileHandle Release() { return std::move(m_file); }
 
 private:
+    RecordStep nextOfAnyKind();
     RecordStep take(std::string_view line);
     RecordStep skip();
     bool fill();

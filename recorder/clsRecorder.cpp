@@ -13,6 +13,12 @@ void clsRecorder::StartRecording()
     m_waitsForTemperature = false;
 }
 
+std::filesystem::path clsRecorder::NearestFolder() const
+{
+    std::error_code unknown;
+    return std::filesystem::is_directory(m_folder, unknown) ? m_folder : m_folder.parent_path();
+}
+
 void clsRecorder::Record(const clsRVQ& device)
 {
     if (Mode != RecorderRecording) {

@@ -39,6 +39,8 @@ public:
     void Stop();
 
     const std::filesystem::path& Folder() const { return m_folder; }
+    /// The same, or what holds it as long as nothing was recorded: a folder that exists, for a file dialog.
+    std::filesystem::path NearestFolder() const;
     /// Lines of the recording that runs, or ran last.
     std::int64_t Lines() const { return m_lines; }
     /// Measurements come and cannot be written, because no temperature has been read yet.

@@ -3,6 +3,7 @@
 #include "recorder/LoadProgress.h"
 #include "recorder/RecorderHost.h"
 #include "recorder/clsRecorder.h"
+#include "shell/FileErrors.h"
 #include "shell/FileFilter.h"
 #include "shell/Guarded.h"
 #include "shell/Localise.h"
@@ -21,7 +22,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include <exception>
+#include <stdexcept>
 
 namespace {
 
@@ -160,10 +161,19 @@ void frmRecorder::changeEvent(QEvent* event)
 void frmRecorder::ShowState()
 {
     showRule();
-    setChanged(lblState, stateText());
-    const QString file = pathOf(m_recorder.FileName);
+    const QString state = stateText();
+    setChanged(lblState, state);
+    lblState->setToolTip(state); // the system's own words can be long
+    const QString file = hasFile() ? pathOf(m_recorder.FileName) : QString();
     setChanged(lblFile, QFileInfo(file).fileName());
     lblFile->setToolTip(file);
+}
+
+/// Whether the text above tells of a file that there is.
+bool frmRecorder::hasFile() const
+{
+    return m_recorder.Mode != RecorderIdle || m_news == News::Loaded ||
+           (m_news == News::Recorded && m_recorder.Lines() > 0);
 }
 
 void frmRecorder::showRule()
@@ -184,19 +194,34 @@ QString frmRecorder::stateText() const
     if (m_recorder.Mode == RecorderPlaying) {
         return text(1391);
     }
-    if (m_recorder.Failure()) {
-        return text(1082).arg(QString::fromLocal8Bit(m_recorder.Failure().message()));
+    return newsText();
+}
+
+QString frmRecorder::newsText() const
+{
+    switch (m_news) {
+    case News::NoRecording:
+        return text(1186).arg(FileErrorText(m_startFailure, m_settings.Language));
+    case News::Recorded:
+        if (m_recorder.Failure()) {
+            return text(1082).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
+        }
+        return m_recorder.Lines() > 0 ? text(1187).arg(m_recorder.Lines()) : text(1188);
+    case News::Loaded:
+        return outcomeText();
+    case News::None:
+        break;
     }
-    if (!m_startFailure.isEmpty()) {
-        return text(1082).arg(m_startFailure);
-    }
-    return m_hasLoaded ? outcomeText() : text(1078);
+    return text(1078);
 }
 
 QString frmRecorder::outcomeText() const
 {
     switch (m_loaded.outcome) {
     case modPlayback::Outcome::Unreadable:
+        if (m_loaded.failure) {
+            return text(1189).arg(FileErrorText(m_loaded.failure, m_settings.Language));
+        }
         return text(1084).arg(m_loaded.lines + 1);
     case modPlayback::Outcome::Cancelled:
         return text(1085).arg(m_loaded.lines);
@@ -208,15 +233,20 @@ QString frmRecorder::outcomeText() const
 
 void frmRecorder::cmdRec_Click()
 {
-    m_hasLoaded = false;
-    m_startFailure.clear();
     m_host.ShowMessage({});
+    m_news = News::NoRecording;
     try {
         m_recorder.StartRecording();
-    } catch (const std::exception& failure) {
-        m_startFailure = QString::fromLocal8Bit(failure.what());
+        m_news = News::Recorded;
+    } catch (const std::overflow_error&) {
+        m_startFailure = std::make_error_code(std::errc::value_too_large);
+    } catch (const std::system_error& failure) {
+        m_startFailure = failure.code();
+    }
+    if (m_news == News::NoRecording) {
+        NoteFault(newsText().toUtf8().constData());
         ShowState();
-        throw;
+        return;
     }
     const QString path = pathOf(m_recorder.FileName);
     m_host.ShowFile(QStringLiteral("REC: %1 ").arg(path), path);
@@ -253,7 +283,6 @@ void frmRecorder::cmdPlay_Click()
 
 void frmRecorder::play(const QString& file)
 {
-    m_startFailure.clear();
     m_host.ShowMessage({});
     m_host.ShowFile(text(1391), {});
     m_recorder.StartPlaying(QFile::encodeName(file).toStdString());
@@ -265,7 +294,7 @@ void frmRecorder::play(const QString& file)
         {.show = [this](const clsRVQ& record) { m_host.ShowRecord(record); },
          .goOn = [&](double read) { return progress.GoOn(read) && m_recorder.Mode == RecorderPlaying; }},
         m_recorder.Played);
-    m_hasLoaded = true;
+    m_news = News::Loaded;
     m_host.EndPlayback(m_loaded);
     if (m_loaded.outcome != modPlayback::Outcome::Complete) {
         m_host.ShowMessage(QString::fromLatin1(kPlayError));
@@ -274,8 +303,8 @@ void frmRecorder::play(const QString& file)
 
 QString frmRecorder::askForFile()
 {
-    const QString preset =
-        m_recorder.FileName.empty() ? QFile::decodeName(m_recorder.Folder().c_str()) : pathOf(m_recorder.FileName);
+    const QString preset = m_recorder.FileName.empty() ? QFile::decodeName(m_recorder.NearestFolder().c_str())
+                                                       : pathOf(m_recorder.FileName);
     return QFileDialog::getOpenFileName(this, windowTitle(), preset, FileFilter(text(1151), QStringLiteral("*.rec")));
 }
 

@@ -7,6 +7,7 @@
 #include <QDialog>
 
 #include <functional>
+#include <system_error>
 
 class QLabel;
 class QLayout;
@@ -44,7 +45,9 @@ private:
     void drawSymbols() const;
     void showRule();
     QString stateText() const;
+    QString newsText() const;
     QString outcomeText() const;
+    bool hasFile() const;
     QString askForFile();
     void cmdRec_Click();
     void cmdPlay_Click();
@@ -55,10 +58,11 @@ private:
     const modGlobals::Settings& m_settings;
     clsRecorder& m_recorder;
     RecorderHost& m_host;
-    QString m_startFailure; ///< why the last recording could not begin
+    /// What happened last.
+    enum class News : std::uint8_t { None, NoRecording, Recorded, Loaded } m_news = News::None;
+    std::error_code m_startFailure; ///< why the last recording could not begin
     modPlayback::Loaded m_loaded;
-    bool m_hasLoaded = false; ///< a file was played last
-    bool m_choosing = false;  ///< a file is being chosen or loaded
+    bool m_choosing = false; ///< a file is being chosen or loaded
 
     QLabel* lblState;
     QLabel* lblFile;

@@ -31,7 +31,7 @@ void fill(clsRVQ& record, const modRecordLine::RecordedValue& line, double unit_
         record.MeasValue = record.MeasValue_mm;
         break;
     }
-    if (record.sTemperature != line.temperature && !line.temperature.empty()) {
+    if (!line.sameTemperature && !line.temperature.empty()) {
         record.sTemperature = line.temperature;
     }
 }
@@ -76,8 +76,11 @@ Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const S
         load(reader, record, stage, loaded);
         // Deliberate: the file stays open until the program ends; a new playback opens its own.
         played.push_back(reader.Release());
-    } catch (const std::exception&) {
+    } catch (const std::system_error& failure) {
         loaded.outcome = Outcome::Unreadable; // what has been shown stays
+        loaded.failure = failure.code();
+    } catch (const std::exception&) {
+        loaded.outcome = Outcome::Unreadable;
     }
     if (loaded.lines > 0) {
         loaded.end = MeasurementOf(record);
@@ -86,24 +89,17 @@ Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const S
     return loaded;
 }
 
-TimeAxis TimeAxisOf(const Loaded& loaded, std::int32_t range_ms)
+TimeAxis TimeAxisOf(const Loaded& loaded)
 {
     const double span = loaded.last - loaded.first;
-    const bool manyDays = span > kLongestSpan;
     // Deliberate: a recording of more than 14 days gets an axis of one day, because 32 bits of milliseconds hold no
     // more than 24 days.
-    const std::int32_t wanted_ms = manyDays ? kDay_ms : RoundHalfToEven(span * kMsPerDay).value_or(0);
+    const std::int32_t wanted_ms = span > kLongestSpan ? kDay_ms : RoundHalfToEven(span * kMsPerDay).value_or(0);
     TimeAxis axis;
     if (wanted_ms > kShortestRange_ms) {
         axis.range_ms = wanted_ms;
-        range_ms = wanted_ms;
     }
     axis.origin = std::floor(loaded.last);
-    // From midnight on, a shorter recording would mostly lie outside; the axis then ends where the recording ends.
-    const bool covers = axis.origin <= loaded.first && loaded.last <= axis.origin + range_ms / kMsPerDay;
-    if (!manyDays && !covers) {
-        axis.origin = loaded.last - range_ms / kMsPerDay;
-    }
     return axis;
 }
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 class clsRVQ;
@@ -27,6 +28,7 @@ struct Loaded {
     std::optional<Measurement> end; ///< the last one shown
     std::string temperature;        ///< of the last line that has one, one byte a character
     Outcome outcome = Outcome::Complete;
+    std::error_code failure; ///< why the file could not be opened or read on; false when its lines are the reason
 };
 
 /// What loading needs from outside.
@@ -47,11 +49,11 @@ Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const S
 /// The time axis for a recording.
 struct TimeAxis {
     std::optional<std::int32_t> range_ms; ///< empty: it keeps its range
-    double origin = 0.0;                  ///< its left end, days since 1899-12-30
+    double origin = 0.0;                  ///< where its divisions are counted from, days since 1899-12-30
 };
 
-/// The axis covers the recording if that is longer than a minute, and one day if it is longer than 14 days; it never
-/// becomes shorter than a minute by this. `range_ms` is the present range.
-TimeAxis TimeAxisOf(const Loaded& loaded, std::int32_t range_ms);
+/// The axis covers the recording if that is longer than a minute, and one day if it is longer than 14 days; its
+/// divisions are counted from midnight of the last line's day.
+TimeAxis TimeAxisOf(const Loaded& loaded);
 
 } // namespace modPlayback

@@ -186,6 +186,7 @@ bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
     const std::string_view rest = line.substr(first + 1);
     const auto second = rest.find(';');
     value.temperature = {};
+    value.sameTemperature = false;
     if (second != std::string_view::npos) {
         const std::string_view third = rest.substr(second + 1);
         value.temperature = Trimmed(third.substr(0, third.find(';')));
@@ -246,7 +247,7 @@ void clsLineParser::remember(std::string_view line, const RecordedValue& value)
 {
     m_head.clear();
     const bool usual = line.find(' ') == 10 && line.find(',') + 1 == kHeadLength; // "15.11.2026 13:05:07,"
-    if (!usual || value.temperature.size() > kHeadLength) {
+    if (!usual || value.temperature.empty() || value.temperature.size() > kLongestTemperature) {
         return;
     }
     m_head = line.substr(0, kHeadLength);

@@ -6,6 +6,7 @@
 #include "device/clsRVQ.h"
 #include "monitor/Measurement.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -28,6 +29,7 @@ struct RecordedValue {
     MeasurementKind kind = MeasurementKind::Distance;
     std::int32_t value_mm = 0;    ///< of a distance
     std::string_view temperature; ///< "23 °C", part of the line; empty when it has none
+    bool sameTemperature = false; ///< known to be that of the line before
 };
 
 /// Reads the lines of one recording in their order: a line without a date keeps that of the line before.
@@ -44,7 +46,7 @@ public:
     std::size_t TakeUsual(std::string_view bytes, RecordedValue& value)
     {
         if (m_head.empty() || bytes.size() < kLongestUsual + m_tail.size() ||
-            (std::memcmp(bytes.data(), m_head.data(), kHeadLength) != 0 && !takeSecond(bytes.data()))) {
+            (!same(bytes.data(), m_head.data(), kHeadLength) && !takeSecond(bytes.data()))) {
             return 0;
         }
         const char* at = bytes.data() + kHeadLength;
@@ -58,13 +60,14 @@ public:
         for (; isDigit(*at) && at - firstDigit < kDigits; ++at) {
             number = number * 10 + (*at - '0');
         }
-        if (at == firstDigit || std::memcmp(at, m_tail.data(), m_tail.size()) != 0) {
+        if (at == firstDigit || !same(at, m_tail.data(), m_tail.size())) {
             return 0;
         }
         value.time = m_headTime + milliseconds / kMsPerDay;
         value.kind = MeasurementKind::Distance;
         value.value_mm = number;
         value.temperature = {at + kUnit.size(), m_tail.size() - kUnit.size() - kLineEnd.size()};
+        value.sameTemperature = true;
         return static_cast<std::size_t>(at - bytes.data()) + m_tail.size();
     }
 
@@ -74,7 +77,19 @@ private:
     static constexpr int kDigits = 9;               // fit 32 bits whatever they are
     static constexpr std::size_t kLongestUsual = kHeadLength + kMilliseconds + kDigits + 1;
     static constexpr std::string_view kUnit = " mm; ", kLineEnd = "\r\n";
+    static constexpr std::size_t kLongestTemperature = 24 - kUnit.size() - kLineEnd.size(); // see `same`
 
+    /// Whether 8 to 24 bytes are the same: three comparisons, for which the compiler would call a function.
+    static bool same(const char* a, const char* b, std::size_t size)
+    {
+        const auto differ = [a, b](std::size_t at) {
+            std::uint64_t left = 0, right = 0;
+            std::memcpy(&left, a + at, sizeof left);
+            std::memcpy(&right, b + at, sizeof right);
+            return left ^ right;
+        };
+        return (differ(size - 8) | differ(std::min<std::size_t>(size - 8, 8)) | differ(0)) == 0;
+    }
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }
     bool takeSecond(const char* head);
     bool takeTime(std::string_view field, double& time);

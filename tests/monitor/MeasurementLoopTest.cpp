@@ -97,7 +97,7 @@ TEST(MeasurementLoop, ZeroIsChartedOnlyWhenWantedAndGapsAreMarkedOnce)
     for (const bool wanted : {false, true}) {
         monitor.settings.ShowZeroValues = wanted;
         for (double time : {1.0, 2.0}) {
-            monitor.loop.Show({time, 0.0, 0, monitor.sensor.device.DistanceUnit, FormatAsciiUnit});
+            monitor.loop.Show({0.0, 0, monitor.sensor.device.DistanceUnit, FormatAsciiUnit, time});
         }
         EXPECT_EQ(monitor.view.distance, "No Echo");
         EXPECT_EQ(monitor.view.points.size(), wanted ? 3U : 1U);

@@ -6,6 +6,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <csignal>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -174,7 +175,7 @@ TEST(Playback, ShowsWhatStandsBeforeTheFirstUnreadableLine)
         EXPECT_EQ(played.loaded.first, row.values > 0 ? 46341.5 : 0.0) << row.name;
     }
     EXPECT_EQ(play(folder.path).loaded.outcome, Outcome::Unreadable) << "a folder";
-    EXPECT_EQ(play(folder.path / "none.rec").loaded.outcome, Outcome::Unreadable);
+    EXPECT_EQ(play(folder.path / "none.rec").loaded.failure, std::errc::no_such_file_or_directory);
     const Played played = play(folder.Write("file.rec", line + "\n" + noEcho));
     EXPECT_EQ(KindOf(played.values[1]), MeasurementKind::NoEcho) << "never the distance before";
     EXPECT_FALSE(IsCharted(played.values[1], true));
@@ -189,22 +190,39 @@ TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
         double origin;
     };
     const Row rows[] = {
-        {"half a minute", 100.5, 100.5 + 30000 / kMsPerDay, 0, 100.5 - 30000 / kMsPerDay},
-        {"an hour", 100.5, 100.5 + 1 / 24.0, 3600000, 100.5},
-        {"from midnight on", 100.0, 100.25, 21600000, 100.0},
-        {"14 days", 100.5, 114.5, 1209600000, 100.5},
+        {"half a minute", 100.5, 100.5 + 30000 / kMsPerDay, 0, 100.0},
+        {"an hour", 100.5, 100.5 + 1 / 24.0, 3600000, 100.0},
+        {"14 days", 100.5, 114.5, 1209600000, 114.0},
         {"20 days", 100.5, 120.5, 86400000, 120.0},
-        {"the clock was set back", 100.5, 100.4, 0, 100.4 - 60000 / kMsPerDay},
+        {"the clock was set back", 100.5, 100.4, 0, 100.0},
         {"nothing", 0.0, 0.0, 0, 0.0},
     };
     for (const Row& row : rows) {
         modPlayback::Loaded loaded;
         loaded.first = row.first;
         loaded.last = row.last;
-        const auto axis = modPlayback::TimeAxisOf(loaded, 60000);
+        const auto axis = modPlayback::TimeAxisOf(loaded);
         EXPECT_EQ(axis.range_ms.value_or(0), row.range_ms) << row.name;
-        EXPECT_NEAR(axis.origin, row.origin, 1e-9) << row.name;
+        EXPECT_EQ(axis.origin, row.origin) << row.name;
     }
+}
+
+TEST(Playback, EndsWhereAGrowingFileEnds)
+{
+    const TemporaryFolder folder;
+    const std::string line = "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n";
+    const auto file = folder.Write("file.rec", line);
+    std::size_t shown = 0;
+    std::vector<FileHandle> open;
+    const auto grow = [&](const clsRVQ&) {
+        if (++shown < 1000) {
+            std::ofstream(file, std::ios::app | std::ios::binary) << line << line.substr(0, 10);
+            std::filesystem::resize_file(file, (shown + 1) * line.size());
+        }
+    };
+    const auto loaded = LoadData(file, clsRVQ(), {grow, [](double) { return true; }}, open);
+    EXPECT_EQ(shown, 1000U);
+    EXPECT_EQ(loaded.outcome, Outcome::Complete);
 }
 
 TEST(Playback, BringsBackTheRunThatWasRecorded)

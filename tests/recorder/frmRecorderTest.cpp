@@ -102,9 +102,13 @@ TEST(RecorderWindow, FollowsTheRecorderAndClosesByItsRules)
     bench.window.ShowState();
     EXPECT_EQ(bench.State(), "Recording: 1 values");
     bench.Button("cmdStop")->click();
+    EXPECT_EQ(bench.State(), "1 values saved");
     EXPECT_EQ(bench.Rule(), "cmdRec ");
     EXPECT_TRUE(bench.CloseByFrame());
     EXPECT_TRUE(bench.recorder.IsOpen) << "closed by its frame it leaves the flag";
+    bench.Button("cmdRec")->click();
+    bench.Button("cmdStop")->click();
+    EXPECT_EQ(bench.State(), "No value came, no file was made.");
     bench.Button("cmdRec")->click();
     bench.window.close();
     EXPECT_FALSE(bench.recorder.IsOpen);
@@ -116,8 +120,19 @@ TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
     Bench bench;
     bench.folder.Write("REC", "a file in the folder's place");
     bench.Button("cmdRec")->click();
-    EXPECT_TRUE(bench.State().starts_with("Recording ended: ")) << bench.State();
+    EXPECT_EQ(bench.State(), "No recording: There is no ordinary file there.");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+    bench.window.ChooseFile = [&] { return QString::fromStdString(bench.folder.path / "none.rec"); };
+    bench.Button("cmdPlay")->click();
+    EXPECT_EQ(bench.State(), "Cannot be read: The file or its folder does not exist.");
+    bench.window.ChooseFile = [&] {
+        bench.host.measuring = true; // the sensor has come back meanwhile
+        return QString::fromStdString(bench.folder.path / "none.rec");
+    };
+    bench.host.message.clear();
+    bench.Button("cmdPlay")->click();
+    EXPECT_EQ(bench.host.message, "") << "nothing is played into a measurement";
+    EXPECT_EQ(bench.Rule(), "cmdRec ");
 }
 
 TEST(RecorderWindow, LongLoadingCanBeCancelled)
@@ -183,19 +198,25 @@ TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
     EXPECT_TRUE(window.settings.AutoScale);
     EXPECT_EQ(window.Label("lblTemperature")->text(), "22 °C");
     EXPECT_EQ(window.Chart()->Series().Size(), 30000);
-    EXPECT_EQ(window.Chart()->Series().StopIndex, 4) << "two points, a gap after each";
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 3) << "two points, a gap between them";
     EXPECT_EQ(window.Chart()->XRange_ms(), 120000);
-    EXPECT_NEAR(window.Chart()->TimeOrigin(), 46341.5, 1e-9);
+    EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9);
+    EXPECT_EQ(window.Chart()->TimeOrigin(), 46341.0);
     ASSERT_TRUE(window.Chart()->ShownValues().has_value());
     EXPECT_LT(window.Chart()->YMinimum(), window.Chart()->ShownValues()->front());
     EXPECT_GT(window.Chart()->YMaximum(), window.Chart()->ShownValues()->back());
 
-    std::string many;
-    for (int i = 0; i < 31000; ++i) {
-        many += "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\n";
-    }
-    window.Play(window.folder.Write("many.rec", many));
-    EXPECT_TRUE(window.Label("sbar_2")->toolTip().contains("31000 values, the chart shows the last 30000"));
+    const auto playMany = [&](int count) {
+        std::string many;
+        for (int i = 0; i < count; ++i) {
+            many += "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\n";
+        }
+        window.Play(window.folder.Write("many.rec", many));
+        return window.Label("sbar_2")->toolTip().section(u'\n', 1).toStdString();
+    };
+    EXPECT_EQ(playMany(29999), "");
+    EXPECT_EQ(playMany(30000), "30000 values, the chart shows the last 29999 points") << "one slot stays free";
+    EXPECT_EQ(playMany(31000), "31000 values, the chart shows the last 29999 points");
     EXPECT_EQ(window.Chart()->XRange_ms(), 120000) << "a shorter file keeps the range";
 
     EXPECT_EQ(window.Play(window.folder.Write("bad.rec", lines + "bad")), "Error in LoadData");
@@ -205,8 +226,8 @@ TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
         QApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     EXPECT_EQ(window.Label("sbar_1")->text(), "Error in LoadData") << "long enough to be read";
-    EXPECT_EQ(window.Chart()->Series().StopIndex, 4) << "what stands before the bad line";
-    EXPECT_NEAR(window.Chart()->TimeOrigin(), 46341.5, 1e-9) << "the ticks move nothing";
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 3) << "what stands before the bad line";
+    EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9) << "the ticks move nothing";
 }
 
 TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
@@ -222,7 +243,7 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
         const char *name, *head;
     } kinds[] = {{"/chart.png", "\x89PNG"}, {"/chart.svg", "<?xml"}, {"/chart.pdf", "%PDF"}};
     for (const auto& kind : kinds) {
-        EXPECT_EQ(WritePicture(*window.Chart(), folder + kind.name), "");
+        EXPECT_EQ(WritePicture(*window.Chart(), folder + kind.name, QString(kind.name).right(3)), "");
         EXPECT_TRUE(TemporaryFolder::Read((folder + kind.name).toStdString()).starts_with(kind.head)) << kind.name;
     }
     const QImage picture(folder + "/chart.png");
@@ -241,8 +262,9 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
     EXPECT_EQ(TemporaryFolder::Read((folder + "/x.csv").toStdString()).substr(0, 45),
               "Time,Distance [mm],Status,Temperature [\xC2\xB0\x43]\r\n");
     EXPECT_NE(table(window.folder.path / "none.rec", folder + "/y.csv"), "");
+    EXPECT_NE(table(file, folder + "/x.rec"), "") << "a table never replaces its recording";
     EXPECT_NE(table(window.folder.Write("empty.rec", "no line\n"), folder + "/y.csv"), "");
-    EXPECT_NE(WritePicture(*window.Chart(), folder + "/none/y.png"), "");
+    EXPECT_NE(WritePicture(*window.Chart(), folder + "/none/y.png", "png"), "");
     for (const auto& entry : std::filesystem::directory_iterator(window.folder.path)) {
         EXPECT_NE(entry.path().filename().string().front(), 'y') << "a failed export leaves nothing";
     }
