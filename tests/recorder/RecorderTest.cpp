@@ -8,6 +8,8 @@
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -87,6 +89,41 @@ TEST(Recorder, AFullDiskOrADeletedFileStopsItAndKeepsWholeLines)
     clsRecorder nowhere("/proc/no-such-folder/REC");
     EXPECT_THROW(nowhere.StartRecording(), std::system_error);
     EXPECT_EQ(nowhere.Mode, RecorderIdle);
+}
+
+constexpr int kNotAllowed = 77;
+
+/// In a process of its own: records on a disk of two pages until it is full. 0 when that ends as it should.
+int fillSmallDisk(const std::filesystem::path& folder)
+{
+    const bool alone = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+    if (!alone || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=8k") != 0) {
+        return kNotAllowed;
+    }
+    clsRecorder recorder(folder);
+    recorder.StartRecording();
+    for (int i = 0; i < 1000 && recorder.Mode == RecorderRecording; ++i) {
+        recorder.Record(Sensor());
+    }
+    const std::size_t size = TemporaryFolder::Read(recorder.FileName).size();
+    const std::size_t line = modRecordLine::RecordLine(Sensor()).size();
+    return recorder.Failure() == std::errc::no_space_on_device && size == 8192 / line * line ? 0 : 1;
+}
+
+TEST(Recorder, AFullDiskEndsTheFileWithItsLastWholeLine)
+{
+    const TemporaryFolder folder;
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(fillSmallDisk(folder.path));
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNotAllowed) {
+        GTEST_SKIP() << "no file system may be mounted here";
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 TEST(Recorder, AKilledProgramLosesNoCompleteLine)
@@ -288,6 +325,15 @@ TEST(CsvExport, WritesEveryReadableLineInTheChosenForm)
         EXPECT_EQ(exported.rows, 4);
         EXPECT_EQ(exported.unreadable, 1);
     }
+    std::string many;
+    for (int i = 0; i < 100000; ++i) {
+        many += "15.11.2026 13:05:07,250; 1234 mm; 23 C\n";
+    }
+    const auto cancelled =
+        modCsvExport::ExportCsv(folder.Write("many.rec", many), {}, "a|b|c|d",
+                                {[](std::string_view) { return true; }, [](double) { return false; }});
+    EXPECT_FALSE(cancelled.finished);
+    EXPECT_LT(cancelled.rows, 100000);
 }
 
 } // namespace

@@ -230,6 +230,22 @@ TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
     EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9) << "the ticks move nothing";
 }
 
+TEST(MainWindow, MayBeClosedWhileARecordingIsLoaded)
+{
+    Window window;
+    window.main.show();
+    std::string lines;
+    for (int i = 0; i < 4000000; ++i) {
+        lines += "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n";
+    }
+    const auto file = window.folder.Write("long.rec", lines);
+    QTimer::singleShot(0, &window.main, [&] { window.main.close(); });
+    window.Play(file);
+    EXPECT_FALSE(window.main.isVisible());
+    EXPECT_GT(window.Chart()->Series().Added(), 0U);
+    EXPECT_LT(window.Chart()->Series().Added(), 4000000U) << "it gives up";
+}
+
 TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
 {
     Window window;
@@ -246,6 +262,10 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
         EXPECT_EQ(WritePicture(*window.Chart(), folder + kind.name, QString(kind.name).right(3)), "");
         EXPECT_TRUE(TemporaryFolder::Read((folder + kind.name).toStdString()).starts_with(kind.head)) << kind.name;
     }
+    const auto scales = window.Chart()->CurrentScales();
+    ASSERT_GT(scales.value.size(), 2U);
+    EXPECT_NEAR(scales.value.front().share, 0.0, 1e-6);
+    EXPECT_NEAR(scales.value.back().share, 1.0, 1e-6) << "round limits have their divisions";
     const QImage picture(folder + "/chart.png");
     int curve = 0;
     for (int x = 0; x < picture.width(); ++x) {
