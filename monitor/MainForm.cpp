@@ -268,6 +268,9 @@ void MainForm::LocaliseMenus(std::int32_t language) const
     mnuPopupHelp->setText(text(1145));
     cmdStart->setShortcut(Qt::Key_F5);
     cmdSingleValue->setShortcut(Qt::Key_F6);
+    chkTempMeasurement->setShortcut(Qt::Key_F7);
+    chkMovingAverage->setShortcut(Qt::Key_F8);
+    chkRedLaser->setShortcut(Qt::Key_F9);
     shpLamp->setAccessibleName(text(1163));
     lblMeasValue->setAccessibleName(text(1111));
     cmbComPort->setAccessibleName(text(1173));

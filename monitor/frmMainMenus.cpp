@@ -13,10 +13,12 @@
 
 #include <QAction>
 #include <QMenu>
+#include <QShortcut>
 #include <QWhatsThis>
 
 void frmMain::connectMenus()
 {
+    connect(new QShortcut(QKeySequence(Qt::Key_F11), this), &QShortcut::activated, lblMeasValue, &ValueLabel::clicked);
     connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);
     connectAction(mnuConfigurationRVQ, &frmMain::mnuConfigurationRVQ_Click);
     connectAction(mnuConfigurationDefaultSerial, &frmMain::mnuConfigurationDefaultSerial_Click);

@@ -55,5 +55,6 @@ void LoadProgress::showBar()
     cancel->setObjectName(QStringLiteral("cmdCancel"));
     m_bar->setCancelButton(cancel);
     m_bar->setRange(0, kSteps);
+    m_bar->setMinimumSize(m_bar->sizeHint());
     m_bar->show();
 }

@@ -36,6 +36,7 @@ FailureAnswer askAboutFailure(frmRVQ& window, std::int32_t language, const QStri
                               QMessageBox*& openQuestion)
 {
     QMessageBox box(QMessageBox::Warning, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    box.setObjectName(QStringLiteral("dlgFailure"));
     QPushButton* abort = box.addButton(Text(TextAbort, language), QMessageBox::RejectRole);
     QPushButton* retry = box.addButton(Text(TextRetry, language), QMessageBox::AcceptRole);
     const QAbstractButton* ignore = box.addButton(Text(TextIgnore, language), QMessageBox::DestructiveRole);
@@ -53,6 +54,7 @@ FailureAnswer askAboutFailure(frmRVQ& window, std::int32_t language, const QStri
 bool askToOverwrite(frmRVQ& window, std::int32_t language, const QString& question)
 {
     QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    box.setObjectName(QStringLiteral("dlgOverwrite"));
     const QAbstractButton* yes = box.addButton(Text(TextYes, language), QMessageBox::YesRole);
     QPushButton* no = box.addButton(Text(TextNo, language), QMessageBox::NoRole);
     box.setDefaultButton(no);

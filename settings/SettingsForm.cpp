@@ -13,6 +13,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 
+#include <utility>
+
 namespace {
 
 constexpr std::array<const char*, kChoices.size()> kChoiceNames{
@@ -305,4 +307,10 @@ void SettingsForm::LocaliseLists(std::int32_t language)
         }
     }
     cmbConfig->setAccessibleName(Text(1201, language));
+    // A caption without a mnemonic leaves its button to a key that the tool tip names.
+    for (const auto& [button, key] : {std::pair(cmdLoad, Qt::Key_O), {cmdSave, Qt::Key_S}, {cmdDelete, Qt::Key_D}}) {
+        if (!button->text().contains(u'&')) {
+            button->setShortcut(Qt::CTRL | key);
+        }
+    }
 }

@@ -4,6 +4,9 @@
 #include "device/clsPosixPort.h"
 #include "monitor/ValueLabel.h"
 #include "monitor/frmMain.h"
+#include "recorder/LoadProgress.h"
+#include "settings/frmRVQ.h"
+#include "settings/frmSheet.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/frmSplash.h"
@@ -20,6 +23,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QTabBar>
+#include <QTimer>
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -85,9 +89,10 @@ void expectNames(const QWidget& window)
 /// Mnemonics of one place where they compete: a window with its menu bar, or a menu.
 class Mnemonics {
 public:
-    void Add(const QString& text, const std::string& where)
+    void Add(const QString& text, const std::string& where) { Add(QKeySequence::mnemonic(text), where); }
+
+    void Add(const QKeySequence& key, const std::string& where)
     {
-        const QKeySequence key = QKeySequence::mnemonic(text);
         if (!key.isEmpty()) {
             const auto [entry, isNew] = m_owners.emplace(key.toString(), where);
             EXPECT_TRUE(isNew) << key.toString().toStdString() << ": " << where << " and " << entry->second;
@@ -114,7 +119,7 @@ void expectMnemonics(const QWidget& window)
     for (const QWidget* control : shownControls(window)) {
         const auto* label = qobject_cast<const QLabel*>(control);
         if (const auto* button = qobject_cast<const QAbstractButton*>(control)) {
-            ofWindow.Add(button->text(), place(window, *control));
+            ofWindow.Add(button->shortcut(), place(window, *control));
         } else if (label != nullptr && label->buddy() != nullptr) {
             ofWindow.Add(label->text(), place(window, *control));
         } else if (const auto* menus = qobject_cast<const QMenuBar*>(control)) {
@@ -173,13 +178,15 @@ struct Program {
         LocaliseOpenWindows(language);
     }
 
-    static void LookAtAll(std::set<QString>& seen)
+    static void LookAtAll(std::set<std::string>& seen)
     {
         for (QWidget* window : QApplication::topLevelWidgets()) {
-            if (!window->isVisible() || !window->objectName().startsWith(QLatin1String("frm"))) {
+            const bool isOurs = window->objectName().startsWith(QLatin1String("frm")) ||
+                                window->objectName().startsWith(QLatin1String("dlg"));
+            if (!window->isVisible() || !isOurs) {
                 continue;
             }
-            seen.insert(window->objectName());
+            seen.insert(nameOf(*window).toStdString());
             EXPECT_FALSE(window->windowTitle().isEmpty()) << nameOf(*window).toStdString();
             expectNames(*window);
             expectMnemonics(*window);
@@ -203,10 +210,28 @@ struct Program {
 void openAll(frmMain& window, Help& help)
 {
     emit window.findChild<ValueLabel*>(QStringLiteral("lblMeasValue"))->clicked();
-    for (const char* action : {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuConfigurationRVQ"}) {
+    for (const char* action :
+         {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder", "mnuConfigurationRVQ"}) {
         window.findChild<QAction*>(QLatin1String(action))->trigger();
     }
     help.ShowHelpTopic(window, "Main");
+}
+
+/// The questions of the settings window, and what a long recording shows while it is loaded.
+void lookAtBoxes(const frmRVQ& window, std::int32_t language, std::set<std::string>& seen)
+{
+    const auto lookAndClose = [&seen] {
+        Program::LookAtAll(seen);
+        QApplication::activeModalWidget()->close();
+    };
+    QTimer::singleShot(0, &window, lookAndClose);
+    window.Boxes.Failure(QStringLiteral("?"));
+    QTimer::singleShot(0, &window, lookAndClose);
+    window.Boxes.Overwrite(QStringLiteral("?"));
+    QWidget& main = *window.parentWidget();
+    LoadProgress loading(main, language);
+    EXPECT_TRUE(until([&] { return loading.GoOn(0.5) && main.findChild<QWidget*>("dlgLoading") != nullptr; }));
+    Program::LookAtAll(seen);
 }
 
 class Access : public testing::TestWithParam<std::int32_t> {};
@@ -214,7 +239,7 @@ class Access : public testing::TestWithParam<std::int32_t> {};
 TEST_P(Access, EveryWindowSpeaksKeepsItsMnemonicsApartAndShowsItsTextsWhole)
 {
     Program program(GetParam());
-    std::set<QString> seen;
+    std::set<std::string> seen;
     {
         frmSplash splash(program.settings, program.devices, program.help);
         splash.show();
@@ -233,9 +258,13 @@ TEST_P(Access, EveryWindowSpeaksKeepsItsMnemonicsApartAndShowsItsTextsWhole)
     openAll(window, program.help);
     EXPECT_TRUE(until([&] { return !window.findChild<QLabel*>(QStringLiteral("lblMeasValue"))->text().isEmpty(); }));
     EXPECT_FALSE(firstSteps->isVisible());
+    frmSheet sheet(window, program.settings, "");
+    sheet.show();
     Program::LookAtAll(seen);
-    EXPECT_EQ(seen, (std::set<QString>{"frmAbout", "frmChartSettings", "frmConsole", "frmHelp", "frmMain", "frmRVQ",
-                                       "frmSplash", "frmTextWindow"}));
+    lookAtBoxes(*window.findChild<frmRVQ*>(), GetParam(), seen);
+    EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "frmAbout", "frmChartSettings",
+                                           "frmConsole", "frmHelp", "frmMain", "frmRVQ", "frmRecorder", "frmSheet",
+                                           "frmSplash", "frmTextWindow"}));
     window.close();
     EXPECT_EQ(program.settings.Comport, 255) << "the simulated sensor's port is not kept";
 }
