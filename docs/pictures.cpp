@@ -1,5 +1,5 @@
 // Opens every window of the program with a simulated sensor and saves a picture of it in German and in English:
-// orvex_pictures FOLDER [--dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
+// orvex_pictures FOLDER [light|dark|contrast|contrast-dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
 #include "chart/frmChartSettings.h"
 #include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
@@ -9,8 +9,10 @@
 #include "monitor/frmTextWindow.h"
 #include "recorder/frmRecorder.h"
 #include "settings/frmRVQ.h"
+#include "settings/frmSheet.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
+#include "shell/OutlinedStyle.h"
 #include "shell/frmAbout.h"
 #include "shell/frmHelp.h"
 #include "shell/frmSplash.h"
@@ -20,23 +22,35 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMenu>
 #include <QPixmap>
+#include <QProgressDialog>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <optional>
 
 namespace {
 
 constexpr int kWithoutSensor_ms = 3000;
 constexpr int kMeasuring_ms = 20000;
 constexpr int kMoment_ms = 200;
+constexpr int kBeginning_ms = 30;
 constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
+constexpr int kLoading_ms = 800;
+constexpr int kCopies = 50000;         // of a recording of some seconds
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
 void runFor(int ms)
@@ -46,6 +60,24 @@ void runFor(int ms)
     while (timer.elapsed() < ms) {
         QApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
+}
+
+/// Two colours and nothing between them, as somebody needs it who sees little.
+QPalette contrastPalette(const QColor& ground, const QColor& ink, const QColor& highlight, const QColor& link)
+{
+    QPalette contrast(ground);
+    for (const auto role : {QPalette::Window, QPalette::Base, QPalette::AlternateBase, QPalette::Button,
+                            QPalette::ToolTipBase, QPalette::HighlightedText}) {
+        contrast.setColor(role, ground);
+    }
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText,
+                            QPalette::PlaceholderText, QPalette::BrightText}) {
+        contrast.setColor(role, ink);
+        contrast.setColor(QPalette::Disabled, role, QColor::fromHsv(120, 255, qGray(ground.rgb()) < 128 ? 200 : 100));
+    }
+    contrast.setColor(QPalette::Highlight, highlight);
+    contrast.setColor(QPalette::Link, link);
+    return contrast;
 }
 
 QPalette darkPalette()
@@ -61,6 +93,23 @@ QPalette darkPalette()
         dark.setColor(QPalette::Disabled, role, QColor(125, 128, 132));
     }
     return dark;
+}
+
+std::optional<QPalette> paletteOf(const QString& theme)
+{
+    if (theme == QLatin1String("light")) {
+        return QApplication::palette();
+    }
+    if (theme == QLatin1String("dark")) {
+        return darkPalette();
+    }
+    if (theme == QLatin1String("contrast")) {
+        return contrastPalette(Qt::white, Qt::black, Qt::darkBlue, Qt::darkBlue);
+    }
+    if (theme == QLatin1String("contrast-dark")) {
+        return contrastPalette(Qt::black, Qt::white, Qt::yellow, Qt::yellow);
+    }
+    return std::nullopt;
 }
 
 class Studio {
@@ -97,6 +146,47 @@ private:
         splash.show();
         runFor(kMoment_ms);
         save(splash, "splash");
+    }
+
+    /// A box that is open while `ask` runs, and closed when its picture is taken.
+    void takeBox(const char* name, const std::function<void()>& ask) const
+    {
+        QTimer::singleShot(kMoment_ms, qApp, [this, name] {
+            if (QWidget* box = QApplication::activeModalWidget()) {
+                save(*box, name);
+                box->close();
+            }
+        });
+        ask();
+    }
+
+    /// What a menu item asks before it acts; a recording is chosen where one is wanted.
+    void takeFileQuestions(const frmMain& window)
+    {
+        const auto trigger = [&](const char* item) { window.findChild<QAction*>(QLatin1String(item))->trigger(); };
+        takeBox("export-chart", [&] { trigger("mnuFileExportChart"); });
+        QTimer::singleShot(kMoment_ms, qApp, [this] {
+            auto* recording = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            save(*recording, "export-recording");
+            recording->selectFile(recordingFile());
+            QTimer::singleShot(kMoment_ms, recording, [recording] { QMetaObject::invokeMethod(recording, "accept"); });
+            QTimer::singleShot(3 * kMoment_ms, qApp, [this] {
+                QWidget* table = QApplication::activeModalWidget();
+                save(*table, "export-table");
+                table->close();
+            });
+        });
+        trigger("mnuFileExport");
+    }
+
+    void takeMenus(const frmMain& window)
+    {
+        for (QMenu* menu : window.findChildren<QMenu*>(QRegularExpression(QStringLiteral("^mnu")))) {
+            menu->popup(QPoint());
+            runFor(kMoment_ms);
+            save(*menu, qPrintable(QStringLiteral("menu-") + menu->objectName()));
+            menu->close();
+        }
     }
 
     /// The main window without a sensor, and its list of ports.
@@ -138,7 +228,9 @@ private:
                 save(*other, "console");
             }
         }
+        takeMenus(window);
         takeRecorder(window);
+        takeFileQuestions(window);
         takeSettings(window);
         takeLargeDisplay(window);
         window.findChild<QAction*>("mnuPopUpYscaleSettings")->trigger();
@@ -163,34 +255,94 @@ private:
         save(*display, "large");
     }
 
-    /// The recorder while it records, and the main window after a playback.
+    QString recordingFile() const { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); }
+
+    /// The recorder before, while and after it records and plays, and the main window after a playback.
     void takeRecorder(frmMain& window)
     {
         window.findChild<QAction*>("mnuRecorder")->trigger();
         auto* recorder = window.findChild<frmRecorder*>();
         const auto press = [&](const char* name) { recorder->findChild<QPushButton*>(QLatin1String(name))->click(); };
+        runFor(kMoment_ms);
+        save(*recorder, "recorder_idle");
         press("cmdRec");
         runFor(kRecording_ms);
         save(*recorder, "recorder");
         press("cmdStop");
         window.findChild<QPushButton*>("cmdStart")->click();
-        recorder->ChooseFile = [this] { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); };
+        recorder->ChooseFile = [this] { return recordingFile(); };
         runFor(kMoment_ms);
         press("cmdPlay");
         runFor(kMoment_ms);
         save(*recorder, "recorder_played");
         save(window, "playback");
+        recorder->ChooseFile = [this] { return longRecording(); };
+        QTimer::singleShot(kLoading_ms, recorder, [this, recorder] {
+            auto* loading = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget());
+            save(*recorder, "recorder_playing");
+            save(*loading, "recorder_loading");
+            loading->cancel();
+        });
+        press("cmdPlay");
+        runFor(kMoment_ms);
+        save(*recorder, "recorder_cancelled");
         window.findChild<QPushButton*>("cmdStart")->click();
         recorder->close();
+    }
+
+    /// So long that the box with "Cancel" comes.
+    QString longRecording() const
+    {
+        QFile part(recordingFile());
+        QFile whole(m_folder + QStringLiteral("/REC/long.rec"));
+        if (part.open(QIODevice::ReadOnly) && whole.open(QIODevice::WriteOnly)) {
+            const QByteArray lines = part.readAll();
+            for (int i = 0; i < kCopies; ++i) {
+                whole.write(lines);
+            }
+        }
+        return whole.fileName();
     }
 
     void takeSettings(const frmMain& window)
     {
         window.findChild<QAction*>("mnuConfigurationRVQ")->trigger();
-        runFor(kDownload_ms);
+        runFor(kBeginning_ms);
         auto* settings = window.findChild<frmRVQ*>();
+        save(*settings, "settings_reading");
+        runFor(kDownload_ms);
         save(*settings, "settings");
+        takeSettingsBoxes(*settings);
+        // Values that differ from the sensor's, one refused when it is sent.
+        settings->findChild<QLineEdit*>("txtParameter_0")->setText(QStringLiteral("25"));
+        settings->findChild<QLineEdit*>("txtParameter_12")->setText(QStringLiteral("300"));
+        settings->findChild<QCheckBox*>("chkAnalogOutput")->click();
+        runFor(kMoment_ms);
+        save(*settings, "settings_edited");
+        settings->findChild<QPushButton*>("cmdUpload")->click();
+        runFor(kDownload_ms);
+        save(*settings, "settings_sent");
+        settings->findChild<QPushButton*>("cmdPrint")->setFocus();
+        settings->Boxes.OpenSheet = [&](const std::string& file) {
+            frmSheet sheet(*settings, m_settings, file);
+            sheet.show();
+            runFor(kMoment_ms);
+            save(sheet, "sheet");
+        };
+        settings->findChild<QPushButton*>("cmdPrint")->click();
         settings->close();
+    }
+
+    void takeSettingsBoxes(const frmRVQ& settings) const
+    {
+        const QString question = Text(1285, m_settings.Language) + QStringLiteral(": /home/user/hall-3.rvq\n") +
+                                 Text(1286, m_settings.Language);
+        takeBox("box_overwrite", [&] { settings.Boxes.Overwrite(question); });
+        takeBox("box_failure",
+                [&] { settings.Boxes.Failure(Text(1291, m_settings.Language) + Text(1292, m_settings.Language)); });
+        takeBox("box_description", [&] { settings.Boxes.Description(Text(1281, m_settings.Language)); });
+        takeBox("box_load", [&] { settings.Boxes.FileToLoad(m_folder.toStdString()); });
+        takeBox("box_save", [&] { settings.Boxes.FileToSave(m_folder.toStdString() + '/'); });
     }
 
     QString m_folder;
@@ -200,23 +352,30 @@ private:
     Help m_help{m_settings, {}};
 };
 
+int usage()
+{
+    std::fprintf(stderr, "orvex_pictures FOLDER [light|dark|contrast|contrast-dark]\n");
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (argc < 2) {
-        std::fprintf(stderr, "orvex_pictures FOLDER [--dark]\n");
-        return 2;
+        return usage();
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     QApplication application(argc, argv);
     QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
-    QApplication::setStyle(QStringLiteral("Fusion"));
-    if (argc > 2) {
-        QApplication::setPalette(darkPalette());
+    QApplication::setStyle(new OutlinedStyle);
+    const auto palette = paletteOf(argc > 2 ? QString::fromLocal8Bit(argv[2]) : QStringLiteral("light"));
+    if (!palette) {
+        return usage();
     }
+    QApplication::setPalette(*palette);
     Studio studio(QString::fromLocal8Bit(argv[1]));
     for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
         studio.TakeAll(language);

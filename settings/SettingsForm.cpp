@@ -225,15 +225,13 @@ QLayout* SettingsForm::buildStatus()
     lblProgress = named<QLabel>("lblProgress");
     prgTransfer = named<QProgressBar>("prgTransfer");
     prgTransfer->setTextVisible(false);
+    lblStatus->setMinimumHeight(prgTransfer->sizeHint().height()); // the row keeps its height
     auto* row = new QHBoxLayout;
     row->addWidget(lblStatus, 1);
     row->addWidget(lblUnstored);
     row->addWidget(lblProgress);
     row->addWidget(prgTransfer);
     for (QWidget* widget : std::initializer_list<QWidget*>{lblUnstored, lblProgress, prgTransfer}) {
-        QSizePolicy keepsItsPlace = widget->sizePolicy();
-        keepsItsPlace.setRetainSizeWhenHidden(widget == prgTransfer); // the row keeps its height
-        widget->setSizePolicy(keepsItsPlace);
         widget->hide();
     }
     return row;

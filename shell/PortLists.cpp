@@ -17,6 +17,7 @@
 namespace {
 
 constexpr std::int32_t kSecondText = Qt::UserRole;
+constexpr int kShownPorts = 24;
 
 /// Draws a second text, lighter, beside that of an item.
 class SecondTextDelegate : public QStyledItemDelegate {
@@ -81,6 +82,9 @@ std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices,
     if (dynamic_cast<SecondTextDelegate*>(list.itemDelegate()) == nullptr) {
         list.setItemDelegate(new SecondTextDelegate(&list));
     }
+    list.setStyleSheet(
+        QStringLiteral("combobox-popup: 0")); // a list with a scroll bar, not a menu as high as the screen
+    list.setMaxVisibleItems(kShownPorts);
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
         list.addItem(QStringLiteral("COM %1").arg(port));
         describePort(list, port - 1, QFile::decodeName(devices.DeviceOf(port).c_str()));

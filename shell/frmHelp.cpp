@@ -93,6 +93,7 @@ frmHelp::frmHelp(QWidget& owner, const modGlobals::Settings& settings)
     txtPage = new PageView(this);
     txtPage->setObjectName(QStringLiteral("txtPage"));
     txtPage->document()->setDocumentMargin(fontMetrics().height());
+    txtPage->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // pictures are fitted before the page's length is known
     auto* columns = new QSplitter(this);
     columns->addWidget(tvContents);
     columns->addWidget(txtPage);

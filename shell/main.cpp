@@ -9,6 +9,7 @@
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/Numbers.h"
+#include "shell/OutlinedStyle.h"
 #include "shell/QtText.h"
 #include "shell/Termination.h"
 #include "shell/frmSplash.h"
@@ -209,7 +210,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("orvex-monitor"));
     QApplication::setWindowIcon(programIcon());
-    QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication::setStyle(new OutlinedStyle);
     try {
         return runProgram(readOptions(QApplication::arguments()));
     } catch (const std::exception& fault) {

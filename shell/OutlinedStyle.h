@@ -1,0 +1,15 @@
+// Qt's Fusion style with outlines that can be seen on dark grounds. Fusion makes an outline darker than the window: on
+// a dark one check boxes, text boxes and buttons lose theirs, on a black one an unticked box is not there at all.
+#pragma once
+
+#include <QProxyStyle>
+
+class OutlinedStyle : public QProxyStyle {
+public:
+    OutlinedStyle();
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override;
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                            const QWidget* widget) const override;
+};
