@@ -49,7 +49,6 @@ constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
-constexpr int kLoading_ms = 800;
 constexpr int kCopies = 50000;         // of a recording of some seconds
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
@@ -277,12 +276,16 @@ private:
         save(*recorder, "recorder_played");
         save(window, "playback");
         recorder->ChooseFile = [this] { return longRecording(); };
-        QTimer::singleShot(kLoading_ms, recorder, [this, recorder] {
-            auto* loading = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget());
-            save(*recorder, "recorder_playing");
-            save(*loading, "recorder_loading");
-            loading->cancel();
+        QTimer watch;
+        QObject::connect(&watch, &QTimer::timeout, recorder, [&, this] {
+            if (auto* loading = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget())) {
+                watch.stop();
+                save(*recorder, "recorder_playing");
+                save(*loading, "recorder_loading");
+                loading->cancel();
+            }
         });
+        watch.start(kBeginning_ms);
         press("cmdPlay");
         runFor(kMoment_ms);
         save(*recorder, "recorder_cancelled");
