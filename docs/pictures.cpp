@@ -7,6 +7,7 @@
 #include "monitor/ValueLabel.h"
 #include "monitor/frmMain.h"
 #include "monitor/frmTextWindow.h"
+#include "recorder/LoadProgress.h"
 #include "recorder/frmRecorder.h"
 #include "settings/frmRVQ.h"
 #include "settings/frmSheet.h"
@@ -41,6 +42,7 @@
 
 namespace {
 
+constexpr char kNoDevice[] = "/dev/ttyUSB9";
 constexpr int kWithoutSensor_ms = 3000;
 constexpr int kMeasuring_ms = 20000;
 constexpr int kMoment_ms = 200;
@@ -191,6 +193,7 @@ private:
     /// The main window without a sensor, and its list of ports.
     void takeFirstSteps()
     {
+        m_devices.Override(1, kNoDevice);
         clsPosixPort port(m_devices);
         frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, {m_library, {}}, m_help);
         window.StartSimulatedSensor = [] { return 1; };
@@ -275,36 +278,21 @@ private:
         runFor(kMoment_ms);
         save(*recorder, "recorder_played");
         save(window, "playback");
-        recorder->ChooseFile = [this] { return longRecording(); };
-        QTimer watch;
-        QObject::connect(&watch, &QTimer::timeout, recorder, [&, this] {
-            if (auto* loading = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget())) {
-                watch.stop();
-                save(*recorder, "recorder_playing");
-                save(*loading, "recorder_loading");
-                loading->cancel();
-            }
-        });
-        watch.start(kBeginning_ms);
-        press("cmdPlay");
-        runFor(kMoment_ms);
-        save(*recorder, "recorder_cancelled");
+        takeLoading(*recorder);
         window.findChild<QPushButton*>("cmdStart")->click();
         recorder->close();
     }
 
-    /// So long that the box with "Cancel" comes.
-    QString longRecording() const
+    /// The box that comes while a long recording is loaded.
+    void takeLoading(QWidget& recorder) const
     {
-        QFile part(recordingFile());
-        QFile whole(m_folder + QStringLiteral("/REC/long.rec"));
-        if (part.open(QIODevice::ReadOnly) && whole.open(QIODevice::WriteOnly)) {
-            const QByteArray lines = part.readAll();
-            for (int i = 0; i < kCopies; ++i) {
-                whole.write(lines);
-            }
+        LoadProgress loading(recorder, m_settings.Language);
+        while (recorder.findChild<QProgressDialog*>() == nullptr) {
+            loading.GoOn(0.4);
         }
-        return whole.fileName();
+        loading.GoOn(0.4);
+        runFor(kMoment_ms);
+        save(*recorder.findChild<QProgressDialog*>(), "recorder_loading");
     }
 
     void takeSettings(const frmMain& window)

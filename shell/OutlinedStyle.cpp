@@ -14,10 +14,10 @@ bool isDark(const QPalette& palette)
     return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
 }
 
-/// Between ground and text. A control with the focus, or the default button, has a colour of its own already.
-void drawOutline(const QStyleOption& option, QPainter& painter, bool round)
+/// Between ground and text.
+void drawOutline(const QStyleOption& option, QPainter& painter, bool round = false)
 {
-    if (!isDark(option.palette) || option.state.testFlag(QStyle::State_HasFocus)) {
+    if (!isDark(option.palette)) {
         return;
     }
     QColor color = option.palette.color(QPalette::Active, QPalette::WindowText);
@@ -32,10 +32,12 @@ void drawOutline(const QStyleOption& option, QPainter& painter, bool round)
     painter.restore();
 }
 
-bool isDefaultButton(const QStyleOption& option)
+/// What has the focus, or is the default button, has an outline of a colour of its own already.
+bool isMarked(const QStyleOption& option)
 {
     const auto* button = qstyleoption_cast<const QStyleOptionButton*>(&option);
-    return button != nullptr && button->features.testFlag(QStyleOptionButton::DefaultButton);
+    const bool isDefault = button != nullptr && button->features.testFlag(QStyleOptionButton::DefaultButton);
+    return isDefault || option.state.testFlags(QStyle::State_HasFocus | QStyle::State_KeyboardFocusChange);
 }
 
 } // namespace
@@ -47,18 +49,24 @@ void OutlinedStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* 
 {
     QProxyStyle::drawPrimitive(element, option, painter, widget);
     switch (element) {
-    case PE_IndicatorCheckBox:
-    case PE_FrameLineEdit:
     case PE_Frame:
     case PE_FrameMenu:
-        drawOutline(*option, *painter, false);
+        drawOutline(*option, *painter);
+        break;
+    case PE_FrameLineEdit:
+        if (!option->state.testFlag(State_HasFocus)) {
+            drawOutline(*option, *painter);
+        }
+        break;
+    case PE_IndicatorCheckBox:
+    case PE_PanelButtonCommand:
+        if (!isMarked(*option)) {
+            drawOutline(*option, *painter);
+        }
         break;
     case PE_IndicatorRadioButton:
-        drawOutline(*option, *painter, true);
-        break;
-    case PE_PanelButtonCommand:
-        if (!isDefaultButton(*option)) {
-            drawOutline(*option, *painter, false);
+        if (!isMarked(*option)) {
+            drawOutline(*option, *painter, true);
         }
         break;
     default:
@@ -70,7 +78,7 @@ void OutlinedStyle::drawComplexControl(ComplexControl control, const QStyleOptio
                                        const QWidget* widget) const
 {
     QProxyStyle::drawComplexControl(control, option, painter, widget);
-    if (control == CC_ComboBox) {
-        drawOutline(*option, *painter, false);
+    if (control == CC_ComboBox && !isMarked(*option)) {
+        drawOutline(*option, *painter);
     }
 }
