@@ -21,7 +21,7 @@ struct FieldDef {
     int decimals;
     std::string_view unit; ///< UTF-8
 };
-inline constexpr std::array<FieldDef, 15> kFields{{
+inline constexpr auto kFields = std::to_array<FieldDef>({
     {"701", -32768, 32767, 0, 0, "mm"},
     {"702", -32768, 32767, 1000, 3, ""},
     {"801", -100, 500, 200, 1, "°C"},
@@ -37,7 +37,7 @@ inline constexpr std::array<FieldDef, 15> kFields{{
     {"353", 0, 1023, 512, 0, ""},
     {"354", 1, 2000, 1000, 0, "mm"},
     {"355", 1, 10, 1, 0, ""},
-}};
+});
 /// Boxes that a rule names.
 enum FieldIndex : std::size_t {
     FieldOffset = 0,
@@ -67,7 +67,7 @@ struct ChoiceDef {
 inline constexpr std::int32_t kTextOutputModes = 1215;
 inline constexpr std::int32_t kTextNegative = 1261;
 inline constexpr std::int32_t kTextOff = 1264; // "On" stands before it, in 1263
-inline constexpr std::array<ChoiceDef, 14> kChoices{{
+inline constexpr auto kChoices = std::to_array<ChoiceDef>({
     {"601", ChoiceKind::List, 820, 6},
     {"603", ChoiceKind::List, kTextOutputModes, 3},
     {"101", ChoiceKind::List, 800, 4},
@@ -82,7 +82,7 @@ inline constexpr std::array<ChoiceDef, 14> kChoices{{
     {"403", ChoiceKind::Check, kTextOff, 2},
     {"503", ChoiceKind::Label, kTextNegative, 2},
     {"506", ChoiceKind::List, kTextNegative, 2},
-}};
+});
 enum ChoiceIndex : std::size_t {
     ChoiceBaudrate,
     ChoiceOutputMode,

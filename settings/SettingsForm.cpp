@@ -17,10 +17,11 @@
 
 namespace {
 
-constexpr std::array<const char*, kChoices.size()> kChoiceNames{
-    "cmbBaudrate",   "cmbOutputMode",    "cmbOutputFormat", "cmbDistanceUnit", "cmbAverageDepth",
-    "cmbTimeOut",    "chkMovingAverage", "chkAutostart",    "chkEchoCheck",    "chkBlanking",
-    "cmbRainFilter", "chkAnalogOutput",  "lblS1Logic",      "cmbS2Logic"};
+constexpr std::array kChoiceNames{"cmbBaudrate",     "cmbOutputMode", "cmbOutputFormat",  "cmbDistanceUnit",
+                                  "cmbAverageDepth", "cmbTimeOut",    "chkMovingAverage", "chkAutostart",
+                                  "chkEchoCheck",    "chkBlanking",   "cmbRainFilter",    "chkAnalogOutput",
+                                  "lblS1Logic",      "cmbS2Logic"};
+static_assert(kChoiceNames.size() == kChoices.size());
 constexpr char kDiffers[] = "≠";
 constexpr int kUnitColumn = 2, kMarkColumn = 3;
 constexpr std::int32_t kTextS2Logic = 1255;
