@@ -58,6 +58,8 @@ public:
 
     /// Measuring starts by itself as soon as the sensor answers.
     void MeasureWhenConnected();
+    /// Begins a recording, as the recorder window does. Throws what clsRecorder::StartRecording throws.
+    void StartRecording();
     /// Is told every distance text that is shown.
     std::function<void(const QString&)> DistanceShown;
     /// Starts a simulated sensor and returns its port number. While it is set, the window offers it when there is no

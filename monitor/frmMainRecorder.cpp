@@ -40,6 +40,13 @@ void frmMain::mnuRecorder_Click()
     m_recorderWindow->activateWindow();
 }
 
+void frmMain::StartRecording()
+{
+    m_recorder.StartRecording();
+    const QString path = QFile::decodeName(m_recorder.FileName.c_str());
+    ShowFile(QStringLiteral("REC: %1 ").arg(path), path);
+}
+
 void frmMain::mnuFileExport_Click()
 {
     showNews(ExportRecording(*this, m_recorder, m_settings.Language));

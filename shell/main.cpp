@@ -46,6 +46,7 @@ struct Options {
     bool demo = false;
     bool connect = false; ///< without the start-up window
     bool print = false;
+    bool record = false;
     QString folder, screenshot;
     std::int32_t screenshotAfter_ms = 0;
     std::optional<std::int32_t> language;
@@ -85,13 +86,15 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption screenshot("screenshot", "Save a picture of the main window as <FILE> and end.", "FILE");
     const QCommandLineOption after("after", "Seconds before the picture is taken (5).", "SECONDS");
     const QCommandLineOption print("print", "Print every distance to standard output.");
-    parser.addOptions({demo, folder, port, language, connect, screenshot, after, print});
+    const QCommandLineOption record("record", "Connect with the stored settings, measure and record from the start.");
+    parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, record});
     parser.process(arguments);
 
     Options options;
     options.demo = parser.isSet(demo);
     options.print = parser.isSet(print);
-    options.connect = parser.isSet(connect) || options.demo || parser.isSet(screenshot);
+    options.record = parser.isSet(record);
+    options.connect = parser.isSet(connect) || options.demo || options.record || parser.isSet(screenshot);
     options.folder = parser.value(folder);
     options.screenshot = parser.value(screenshot);
     bool isNumber = true;
@@ -185,8 +188,11 @@ int runProgram(const Options& options)
     if (options.print) {
         window.DistanceShown = printDistance;
     }
-    if (options.demo) {
+    if (options.demo || options.record) {
         window.MeasureWhenConnected();
+    }
+    if (options.record) {
+        window.StartRecording();
     }
     WatchForTermination(window, [&window] {
         window.close();
