@@ -49,7 +49,7 @@ RecordStep clsRecordReader::nextOfAnyKind()
             return take({begin, size});
         }
         searched = length;
-        if (length > kLongestLine) {
+        if (length > kLongestLine + 1) { // the last may be the CR of the longest
             m_skipping = true;
             ++m_lineNumber;
             return RecordStep::Unreadable;

@@ -179,6 +179,7 @@ std::string RecordLine(const clsRVQ& device)
 
 bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
 {
+    m_head.clear(); // a line that breaks off behind its time leaves that of another line in `m_headTime`
     const auto first = line.find(';');
     if (first == std::string_view::npos || !takeTime(line.substr(0, first), value.time)) {
         return false;
@@ -245,7 +246,6 @@ bool clsLineParser::takeTime(std::string_view field, double& time)
 /// What the next lines will most likely have in common with this one.
 void clsLineParser::remember(std::string_view line, const RecordedValue& value)
 {
-    m_head.clear();
     const bool usual = line.find(' ') == 10 && line.find(',') + 1 == kHeadLength; // "15.11.2026 13:05:07,"
     if (!usual || value.temperature.empty() || value.temperature.size() > kLongestTemperature) {
         return;
