@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <random>
 #include <sys/stat.h>
@@ -12,15 +13,46 @@ namespace modFiles {
 
 namespace {
 
-std::string randomSuffix()
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+constexpr std::size_t kRandomLetters = 12;
+constexpr std::string_view kEnding = ".tmp";
+constexpr std::time_t kStaleAfter_s = 60; // writing one of our files takes far less
+
+std::string temporaryName(const std::string& file)
 {
-    static constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
     std::random_device random;
-    std::string suffix = ".";
-    for (int i = 0; i < 12; ++i) {
-        suffix += kLetters[random() % kLetters.size()];
+    std::string name = file + '.';
+    for (std::size_t i = 0; i < kRandomLetters; ++i) {
+        name += kLetters[random() % kLetters.size()];
     }
-    return suffix;
+    return name.append(kEnding);
+}
+
+bool isTemporaryName(std::string_view name, std::string_view file)
+{
+    return name.size() == file.size() + 1 + kRandomLetters + kEnding.size() && name.starts_with(file) &&
+           name[file.size()] == '.' && name.ends_with(kEnding) &&
+           name.substr(file.size() + 1, kRandomLetters).find_first_not_of(kLetters) == std::string_view::npos;
+}
+
+/// Deletes the temporary files that killed programs have left for `target`: older than a file made just now by longer
+/// than any program would still be writing.
+void removeStale(const std::filesystem::path& target, int newFile)
+{
+    struct stat made {};
+    if (fstat(newFile, &made) != 0) {
+        return;
+    }
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(target.parent_path(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        struct stat found {};
+        const std::filesystem::path& path = entry->path();
+        if (isTemporaryName(path.filename().native(), target.filename().native()) && lstat(path.c_str(), &found) == 0 &&
+            S_ISREG(found.st_mode) && made.st_mtime - found.st_mtime > kStaleAfter_s) {
+            unlink(path.c_str());
+        }
+    }
 }
 
 bool writeAll(int fd, std::string_view bytes)
@@ -123,11 +155,12 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes)
     if (!allowed) {
         return false;
     }
-    const std::filesystem::path temporary = target.string() + randomSuffix();
+    const std::filesystem::path temporary = temporaryName(target.string());
     const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
         return false;
     }
+    removeStale(target, fd);
     const bool permitted = !exists || keepMode(fd, mode);
     const bool written = permitted && writeAll(fd, bytes);
     const bool closed = close(fd) == 0;

@@ -4,6 +4,7 @@
 #include "shell/Numbers.h"
 
 #include <stdexcept>
+#include <vector>
 
 namespace modGlobals {
 
@@ -26,17 +27,31 @@ double real(const clsIni& ini, const char* section, const char* key, double fall
     }
 }
 
-/// A line that already says the same stays as its writer wrote it.
-bool keepWhole(clsIni& ini, const char* section, const char* key, std::int32_t value)
-{
-    return whole(ini, section, key, value == 0 ? 1 : 0) == value ||
-           ini.WriteSetting(section, key, std::to_string(value));
-}
+/// What has to change in a section, written in one step. A line that already says the same stays as its writer wrote
+/// it.
+class Changes {
+public:
+    Changes(const clsIni& ini, const char* section) : m_ini(ini), m_section(section) {}
 
-bool keepReal(clsIni& ini, const char* section, const char* key, double value)
-{
-    return real(ini, section, key, value + 1.0) == value || ini.WriteSetting(section, key, NumberText(value));
-}
+    void Keep(const char* key, std::int32_t value)
+    {
+        if (whole(m_ini, m_section, key, value == 0 ? 1 : 0) != value) {
+            m_entries.push_back({key, std::to_string(value)});
+        }
+    }
+    void Keep(const char* key, double value)
+    {
+        if (real(m_ini, m_section, key, value + 1.0) != value) {
+            m_entries.push_back({key, NumberText(value)});
+        }
+    }
+    bool Write() const { return m_entries.empty() || m_ini.WriteSettings(m_section, m_entries); }
+
+private:
+    const clsIni& m_ini;
+    const char* m_section;
+    std::vector<modIni::Entry> m_entries;
+};
 
 } // namespace
 
@@ -64,14 +79,17 @@ bool SaveGlobalSettings(const Settings& settings)
     }
     clsIni ini({}, '.');
     ini.Filename(settings.IniFile);
-    bool kept = keepWhole(ini, kGeneral, "Baudrate", settings.Baudrate);
-    kept &= keepWhole(ini, kGeneral, "Comport", settings.Comport);
-    kept &= keepWhole(ini, kGeneral, "Language", settings.Language / LanguageEnglish);
-    kept &= keepWhole(ini, kGeneral, "DefaultDevice", settings.DefaultDevice == "Serial" ? 0 : 1);
-    kept &= keepWhole(ini, kChart, "AutoScale", settings.AutoScale ? 1 : 0);
-    kept &= keepReal(ini, kChart, "yMax", settings.yMax);
-    kept &= keepReal(ini, kChart, "yMin", settings.yMin);
-    return kept;
+    Changes general(ini, kGeneral);
+    general.Keep("Baudrate", settings.Baudrate);
+    general.Keep("Comport", settings.Comport);
+    general.Keep("Language", settings.Language / LanguageEnglish);
+    general.Keep("DefaultDevice", settings.DefaultDevice == "Serial" ? 0 : 1);
+    Changes chart(ini, kChart);
+    chart.Keep("AutoScale", settings.AutoScale ? 1 : 0);
+    chart.Keep("yMax", settings.yMax);
+    chart.Keep("yMin", settings.yMin);
+    const bool kept = general.Write();
+    return chart.Write() && kept;
 }
 
 } // namespace modGlobals

@@ -27,7 +27,8 @@ struct Settings {
 /// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
-/// Writes what has changed in the sections "GENERAL" and "CHART". False when something could not be written.
+/// Writes what has changed in the sections "GENERAL" and "CHART", each section in one step. False when something could
+/// not be written.
 bool SaveGlobalSettings(const Settings& settings);
 
 } // namespace modGlobals

@@ -126,48 +126,6 @@ TEST(Recorder, AFullDiskEndsTheFileWithItsLastWholeLine)
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
-TEST(Recorder, AKilledProgramLosesNoCompleteLine)
-{
-    const std::size_t lineLength = modRecordLine::RecordLine(Sensor()).size();
-    for (int round = 0; round < 200; ++round) {
-        const TemporaryFolder folder;
-        int written[2]; // a byte for each line that Record has returned from
-        ASSERT_EQ(pipe(written), 0);
-        const pid_t child = fork();
-        if (child == 0) {
-            clsRecorder recorder(folder.path);
-            recorder.StartRecording();
-            while (true) {
-                recorder.Record(Sensor());
-                if (write(written[1], "x", 1) != 1) {
-                    _exit(1);
-                }
-            }
-        }
-        ASSERT_GT(child, 0);
-        close(written[1]);
-        char some[64];
-        const ssize_t first = read(written[0], some, 1 + static_cast<std::size_t>(round) % 60);
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        ASSERT_GT(first, 0);
-        auto lines = static_cast<std::size_t>(first);
-        for (ssize_t count = 0; (count = read(written[0], some, sizeof some)) > 0;) {
-            lines += static_cast<std::size_t>(count);
-        }
-        close(written[0]);
-        std::size_t shown = 0;
-        std::vector<FileHandle> played;
-        const auto file = folder.path / "SAVE0001.rec";
-        LoadData(file, clsRVQ(), {[&](const clsRVQ&) { ++shown; }, [](double) { return true; }}, played);
-        ASSERT_GE(shown, lines);
-        // Of the line in hand the system may have taken the part up to the end of a page.
-        const std::size_t size = std::filesystem::file_size(file);
-        ASSERT_LT(size, (shown + 1) * lineLength);
-        ASSERT_GT(size + lineLength, shown * lineLength);
-    }
-}
-
 struct Played {
     std::vector<Measurement> values;
     modPlayback::Loaded loaded;

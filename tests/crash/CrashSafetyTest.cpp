@@ -1,0 +1,246 @@
+// Whatever the program writes, a SIGKILL at any moment leaves the old or the new file, whole, and never takes back what
+// was already written. ORVEX_KILLS sets the kills of each test; with ORVEX_CRASH_TABLE each adds its row to that file.
+#include "chart/XYChart.h"
+#include "config/modConfigFile.h"
+#include "config/modFiles.h"
+#include "device/Parameters.h"
+#include "recorder/Export.h"
+#include "recorder/clsRecorder.h"
+#include "recorder/modRecordLine.h"
+#include "shell/Localise.h"
+#include "shell/modGlobals.h"
+#include "tests/support/KilledChild.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <QApplication>
+#include <QImage>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The kills of one kind of file, and what they met.
+class Kills : public testing::Test {
+protected:
+    const TemporaryFolder folder;
+
+    /// Kills `work` again and again; `check` looks at what it left and is told how many calls had come back.
+    void Repeat(int usual, const std::function<void(int)>& work, const std::function<void(int)>& check)
+    {
+        const char* const wanted = std::getenv("ORVEX_KILLS");
+        const int rounds = wanted != nullptr ? std::atoi(wanted) : usual;
+        std::mt19937 random(5);
+        std::uniform_real_distribution<double> moment(0.0, 2.0);
+        for (int round = 0; round < rounds && !HasFatalFailure(); ++round) {
+            const std::size_t before = filesIn();
+            const int done = KillAmid(moment(random), work);
+            ASSERT_GT(done, 0) << "round " << round;
+            ++m_kills;
+            m_calls += done;
+            check(done);
+            m_torn += filesIn() > std::max<std::size_t>(before, 1) ? 1 : 0;
+        }
+    }
+
+    /// A minute later the next save of the file deletes what the kills have left.
+    void LeftoversGoWith(const std::function<bool()>& save)
+    {
+        for (const auto& entry : fs::directory_iterator(folder.path)) {
+            fs::last_write_time(entry, fs::file_time_type::clock::now() - std::chrono::minutes(2));
+        }
+        EXPECT_TRUE(save());
+        EXPECT_EQ(filesIn(), 1U);
+    }
+
+    void Print(const char* kind, const char* left) const
+    {
+        if (const char* const table = std::getenv("ORVEX_CRASH_TABLE")) {
+            std::ofstream(table, std::ios::app)
+                << "| " << kind << " | " << m_kills << " | " << m_calls << " | "
+                << (m_torn > 0 ? std::to_string(m_torn) : "-") << " | " << left << " |\n";
+        }
+    }
+
+private:
+    std::size_t filesIn() const
+    {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.path), {}));
+    }
+
+    int m_kills = 0, m_calls = 0, m_torn = 0;
+};
+
+using CrashSafety = Kills;
+
+TEST_F(CrashSafety, Settings)
+{
+    const std::string others = "[other]\r\nlast=" + std::string(20000, 'z') + "\r\n";
+    const std::string file = folder.Write("RVQ.ini", others);
+    const auto save = [&file](int i) {
+        modGlobals::Settings settings;
+        settings.IniFile = file;
+        settings.Baudrate = 10000 + i;
+        settings.Comport = i;
+        settings.yMax = i;
+        settings.yMin = -i;
+        return SaveGlobalSettings(settings);
+    };
+    Repeat(
+        100, [&](int i) { save(i); },
+        [&](int done) {
+            const modGlobals::Settings read = modGlobals::LoadGlobalSettings(file, '.');
+            // The sections are written one after the other, each of them in one step.
+            ASSERT_TRUE(read.Comport == done || read.Comport == done + 1) << read.Comport << " after " << done;
+            ASSERT_EQ(read.Baudrate, 10000 + read.Comport);
+            ASSERT_TRUE(read.yMax == done || read.yMax == read.Comport) << read.yMax;
+            ASSERT_EQ(read.yMin, -read.yMax);
+            ASSERT_TRUE(TemporaryFolder::Read(file).starts_with(others));
+        });
+    LeftoversGoWith([&] { return save(-1); });
+    Print("settings, `RVQ.ini`", "a temporary file; the next save after a minute deletes it");
+}
+
+TEST_F(CrashSafety, Configurations)
+{
+    const std::string file = folder.path / "a.rvq";
+    const auto save = [&file](int i) {
+        clsRVQ configuration;
+        configuration.FileName = file;
+        configuration.Description = std::to_string(i);
+        for (const ParameterDef& row : Parameters()) {
+            configuration.*row.value = i;
+        }
+        return modConfigFile::Write(configuration);
+    };
+    Repeat(
+        100, [&](int i) { save(i); },
+        [&](int done) {
+            clsRVQ read;
+            read.FileName = file;
+            modConfigFile::Read(read);
+            ASSERT_TRUE(read.Description == std::to_string(done) || read.Description == std::to_string(done + 1));
+            for (const ParameterDef& row : Parameters()) {
+                ASSERT_TRUE(row.group == ParameterGroup::SerialOnly ||
+                            std::to_string(read.*row.value) == read.Description);
+            }
+        });
+    LeftoversGoWith([&] { return save(-1); });
+    Print("configurations, `*.rvq`", "a temporary file; the next save after a minute deletes it");
+}
+
+TEST_F(CrashSafety, Recordings)
+{
+    clsRVQ device;
+    device.CurrentTime = 46341.5;
+    device.MeasValue = device.MeasValue_mm = 1234;
+    device.sTemperature = "23 C,  OK";
+    const std::string line = modRecordLine::RecordLine(device);
+    const fs::path file = folder.path / "SAVE0001.rec";
+    clsRecorder recorder(folder.path);
+    const auto record = [&](int i) {
+        if (i == 1) {
+            recorder.StartRecording();
+        }
+        recorder.Record(device);
+    };
+    Repeat(50, record, [&](int done) {
+        // Of the line in hand the system may have taken the part up to the end of a page.
+        const std::string bytes = TemporaryFolder::Read(file);
+        const std::size_t whole = bytes.size() / line.size();
+        ASSERT_GE(whole, static_cast<std::size_t>(done));
+        std::string lines;
+        for (std::size_t i = 0; i <= whole; ++i) {
+            lines += line;
+        }
+        ASSERT_TRUE(lines.starts_with(bytes));
+        std::vector<FileHandle> played;
+        const auto loaded =
+            modPlayback::LoadData(file, {}, {[](const clsRVQ&) {}, [](double) { return true; }}, played);
+        ASSERT_GE(loaded.lines, static_cast<std::int64_t>(whole));
+        fs::remove(file);
+    });
+    Print("recordings, `*.rec`", "nothing; the file ends behind a line or within the one in hand");
+}
+
+/// A program without a display, begun anew in each child.
+void needWindows(std::unique_ptr<QApplication>& application)
+{
+    static int count = 1;
+    static char name[] = "crash";
+    static char* arguments[] = {name, nullptr};
+    if (application == nullptr) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        application = std::make_unique<QApplication>(count, arguments);
+    }
+}
+
+TEST_F(CrashSafety, Tables)
+{
+    const TemporaryFolder source;
+    std::string short_, long_;
+    for (int i = 0; i < 6000; ++i) {
+        const std::string line = "15.11.2026 12:00:00,000; " + std::to_string(i + 1) + " mm; 23 \xB0\x43\r\n";
+        short_ += i < 4000 ? line : "";
+        long_ += line;
+    }
+    const std::string recordings[] = {source.Write("short.rec", short_), source.Write("long.rec", long_)};
+    std::string tables[2];
+    for (int i = 0; i < 2; ++i) {
+        const auto write = [&](std::string_view piece) { return !tables[i].append(piece).empty(); };
+        modCsvExport::ExportCsv(recordings[i], modCsvExport::kGermanSpreadsheet, Text(1093, 0).toStdString(),
+                                {write, [](double) { return true; }});
+    }
+    const std::string file = folder.path / "table.csv";
+    std::unique_ptr<QApplication> application;
+    std::unique_ptr<QWidget> owner;
+    const auto write = [&](int i) {
+        if (owner == nullptr) {
+            needWindows(application);
+            owner = std::make_unique<QWidget>();
+        }
+        WriteTable(*owner, QString::fromStdString(recordings[i % 2]), QString::fromStdString(file),
+                   modCsvExport::kGermanSpreadsheet, 0);
+    };
+    Repeat(15, write, [&](int done) {
+        const std::string found = TemporaryFolder::Read(file);
+        ASSERT_TRUE(found == tables[done % 2] || found == tables[(done + 1) % 2]) << found.size();
+    });
+    Print("tables, `*.csv`", "the unfinished table beside the other, `NAME.csv.XXXXXX`, for the user to delete");
+}
+
+TEST_F(CrashSafety, Pictures)
+{
+    struct Kind {
+        const char *name, *head, *tail;
+    };
+    const Kind kinds[] = {
+        {"png", "\x89PNG", "IEND\xAE\x42\x60\x82"}, {"svg", "<?xml", "</svg>\n"}, {"pdf", "%PDF", "%%EOF\n"}};
+    std::unique_ptr<QApplication> application;
+    std::unique_ptr<XYChart> chart;
+    for (const Kind& kind : kinds) {
+        const std::string file = folder.path / (std::string("chart.") + kind.name);
+        const auto write = [&](int i) {
+            if (chart == nullptr) {
+                needWindows(application);
+                chart = std::make_unique<XYChart>(nullptr);
+            }
+            chart->resize(400 + i % 2 * 100, 300);
+            WritePicture(*chart, QString::fromStdString(file));
+        };
+        Repeat(6, write, [&](int) {
+            const std::string found = TemporaryFolder::Read(file);
+            ASSERT_TRUE(found.starts_with(kind.head) && found.ends_with(kind.tail)) << file;
+            ASSERT_TRUE(std::string_view(kind.name) != "png" || !QImage(QString::fromStdString(file)).isNull());
+        });
+    }
+    Print("pictures, `*.png`, `*.svg`, `*.pdf`", "the unfinished picture, `NAME.png.XXXXXX`, for the user to delete");
+}
+
+} // namespace
