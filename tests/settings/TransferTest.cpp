@@ -1,17 +1,13 @@
 // The transfers against the simulated sensor on a real line: what goes over the wire, what the window is told.
 #include "device/Parameters.h"
 #include "settings/clsTransfer.h"
-#include "tests/support/ScriptedSensor.h"
 #include "tests/support/SensorOnLine.h"
 #include "tests/support/clsRecordingTransferView.h"
 
 #include <deque>
 #include <gtest/gtest.h>
-#include <random>
 
 namespace {
-
-using simulator::clsSensorModel;
 
 constexpr char kSerialUpload[] =
     "101 ASCII\r|111 MM\r|301 64\r|302 25\r|304 0\r|305 0\r|306 1\r|311 0\r|401 1000\r|402 9000\r|403 0\r|"
@@ -38,10 +34,7 @@ struct TransferOnLine : clsRecordingTransferView {
         line.TakeLog();
         pumps = 0;
     }
-    void Fault(double simulator::Faults::*fault)
-    {
-        line.sensor.With([&](clsSensorModel& model) { model.Faults().*fault = 1.0; });
-    }
+    void Fault(double simulator::Faults::*fault) { line.sensor.Faults().*fault = 1.0; }
 };
 
 TEST(Transfer, UploadSendsEveryCodeInItsOrderAndReadsBack)
@@ -63,7 +56,7 @@ TEST(Transfer, UploadSendsEveryCodeInItsOrderAndReadsBack)
     EXPECT_EQ(window.line.TakeLog(), "999 \r");
     EXPECT_EQ(window.TakeTold(), "1271 ");
     EXPECT_FALSE(window.line.device.UnstoredChanges);
-    window.line.sensor.With([](clsSensorModel& model) { EXPECT_EQ(model.StoredParameter("101"), 0); });
+    EXPECT_EQ(window.line.sensor.StoredParameter("101"), 0);
 }
 
 TEST(Transfer, WhatASensorHasNotIsLeftOut)
@@ -94,7 +87,7 @@ TEST(Transfer, WhatASensorHasNotIsLeftOut)
 TEST(Transfer, DefaultsStopARunningMeasurementAndStartItAgain)
 {
     TransferOnLine window;
-    window.line.InSensor("701", 55);
+    window.line.sensor.SetParameter("701", 55);
     window.line.loop.StartStop({});
     ASSERT_TRUE(window.line.UntilEvent(EventDistance));
     window.line.TakeLog();
@@ -142,10 +135,6 @@ TEST(Transfer, ASilentSensorEndsEachJobAsItIsMeantTo)
         window.Fault(&simulator::Faults::silence);
         window.answers = {FailureAnswer::Retry, FailureAnswer::Abort};
         window.entry.Offset = 12;
-        window.atTenthPump = [&] {
-            window.line.PutForward(5.0);
-            window.pumps = 0;
-        };
         (window.transfer.*row.act)();
         EXPECT_EQ(window.TakeTold(), row.told);
         EXPECT_EQ(window.entry.Offset, row.act == &clsTransfer::Upload ? 0 : 12) << row.told;
@@ -170,34 +159,19 @@ TEST(Transfer, TheProgramEndsInTheMiddle)
     EXPECT_EQ(window.TakeTold(), "") << "no question any more";
 }
 
-TEST(Transfer, ByteByByteAndInBursts)
+TEST(Transfer, HowTheBytesAreCutMakesNoDifference)
 {
-    for (const std::size_t longest : {1U, 60U}) {
-        std::mt19937 random(7);
-        ScriptedSensor sensor;
-        sensor.device.CommStatus = DialogueIdle;
-        clsSensorModel model({.lineRate = 38400});
-        clsRecordingTransferView view;
-        clsRVQ entry;
-        std::string onTheWay;
-        double now_ms = 0.0;
-        clsTransfer transfer(sensor.device, entry, view, [&] {
-            now_ms += 0.5;
-            model.Receive(sensor.port.TakeSent(), now_ms / 1000.0);
-            onTheWay += model.Transmit(now_ms / 1000.0);
-            const std::size_t count = std::min<std::size_t>(onTheWay.size(), random() % longest + 1);
-            sensor.At(now_ms);
-            sensor.Arrive(onTheWay.substr(0, count));
-            onTheWay.erase(0, count);
-        });
-        for (std::int32_t round = 1; round <= 200; ++round) {
-            entry.Offset = round;
-            transfer.Upload();
-            ASSERT_EQ(model.Parameter("701"), round);
-            entry.Offset = 0;
-            transfer.Download();
-            ASSERT_EQ(entry.Offset, round);
-            ASSERT_EQ(view.TakeTold(), "select 1274 select 1273 ");
+    for (const double beat_s : {0.0002, 0.003, 0.11}) { // less than a byte, some bytes, many lines
+        TransferOnLine window;
+        window.line.beat_s = beat_s;
+        for (std::int32_t offset = 1; offset <= 3; ++offset) {
+            window.entry.Offset = offset;
+            window.transfer.Upload();
+            ASSERT_EQ(window.line.sensor.Parameter("701"), offset);
+            window.entry.Offset = 0;
+            window.transfer.Download();
+            ASSERT_EQ(window.entry.Offset, offset);
+            ASSERT_EQ(window.TakeTold(), "select 1274 select 1273 ");
         }
     }
 }

@@ -185,11 +185,9 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
 TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
 {
     Editor editor;
-    const auto silence = [&](double rate) {
-        editor.line.sensor.With([rate](simulator::clsSensorModel& model) { model.Faults().silence = rate; });
-    };
+    simulator::Faults& faults = editor.line.sensor.Faults();
     editor.Find("cmdUpload")->setFocus();
-    silence(1.0);
+    faults.silence = 1.0;
     editor.Click("cmdSaveSettings");
     EXPECT_EQ(editor.Status(), "Attention! Saving current configuration into Orvex failed");
     EXPECT_TRUE(editor.Find("cmdClose")->isEnabled());
@@ -201,13 +199,11 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     ASSERT_EQ(editor.questions.size(), 1U);
     EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
 
-    silence(0.0);
+    faults = {.refusal = 1.0};
     ASSERT_TRUE(editor.line.Configured());
-    editor.line.sensor.With([](simulator::clsSensorModel& model) { model.Faults().refusal = 1.0; });
     editor.window->FollowDevice();
     editor.window->Boxes.Failure = [&](const QString&) {
-        editor.line.PutForward(10); // seconds pass over the question
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 200; ++i) { // seconds pass over the question
             editor.line.Tick();
         }
         return FailureAnswer::Abort;
@@ -218,15 +214,13 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     editor.window->Boxes.Failure = [&](const QString&) {
         editor.line.device.CloseComPort();
         editor.line.device.OpenComPort(1, 38400);
-        editor.line.sensor.With([](simulator::clsSensorModel& model) { model.ClearWireLog(); });
+        editor.line.sensor.ClearWireLog();
         return FailureAnswer::Retry;
     };
     editor.Click("cmdUpload");
-    editor.line.sensor.With([](simulator::clsSensorModel& model) {
-        for (const std::string& command : model.WireLog()) {
-            EXPECT_LT(command.size(), 2U) << command << " was meant for the sensor before";
-        }
-    });
+    for (const std::string& command : editor.line.sensor.WireLog()) {
+        EXPECT_LT(command.size(), 2U) << command << " was meant for the sensor before";
+    }
 }
 
 TEST(SettingsWindow, ProfibusHasAnAddressAndNoSwitchesAndTheSheetSaysSo)

@@ -1,17 +1,18 @@
-// One meeting of an operation with a fault: a program with main and settings window on a line that breaks and is
-// mended.
+// One meeting of an operation with a fault: a program with main window, settings window and a running recording on a
+// line that breaks and is mended.
 #pragma once
 
+#include "recorder/clsRecorder.h"
 #include "settings/clsTransfer.h"
 #include "tests/support/SensorOnLine.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/clsRecordingTransferView.h"
 
 #include <algorithm>
-#include <chrono>
 #include <string>
 #include <string_view>
 
-enum class Strike : std::uint8_t { Line, Unplug, Replug, OtherFormat };
+enum class Strike : std::uint8_t { Line, Unplug, Replug, OtherFormat, Restart };
 
 /// What goes wrong with the sensor or its line during an operation.
 struct LineFault {
@@ -19,64 +20,54 @@ struct LineFault {
     double simulator::Faults::*rate; ///< null: see `strike`
     double value;
     Strike strike;
-    double quiet_s; ///< after so long without a byte or a send nothing will come: the clock may be put forward
-    double pace;    ///< of the program's clock while bytes may come, as a multiple of real time
+    double pace; ///< of the sensor's clock
 };
 
-inline constexpr double kLongestStep_s = 0.02;
-inline constexpr double kQuiet_s = 0.12;
 inline constexpr LineFault kFaults[] = {
-    {"none", nullptr, 0, Strike::Line, kQuiet_s, 1},
-    {"silence", &simulator::Faults::silence, 1, Strike::Line, kQuiet_s, 1},
-    {"refusal", &simulator::Faults::refusal, 1, Strike::Line, kQuiet_s, 1},
-    {"late", &simulator::Faults::slow, 1, Strike::Line, 1.2, 1},
-    {"too late", &simulator::Faults::slow, 1, Strike::Line, 1.2, 6},
-    {"byte by byte", &simulator::Faults::split, 1, Strike::Line, kQuiet_s, 1},
-    {"burst", &simulator::Faults::burst, 1, Strike::Line, 0.4, 1},
-    {"1 % garbage", &simulator::Faults::garbage, 0.01, Strike::Line, kQuiet_s, 1},
-    {"1 % lost", &simulator::Faults::lost, 0.01, Strike::Line, kQuiet_s, 1},
-    {"dump cut", &simulator::Faults::cutdump, 1, Strike::Line, kQuiet_s, 1},
-    {"announcement", &simulator::Faults::announce, 1, Strike::Line, kQuiet_s, 1},
-    {"unplug", nullptr, 0, Strike::Unplug, kQuiet_s, 1},
-    {"replug", nullptr, 0, Strike::Replug, kQuiet_s, 1},
-    {"other format", nullptr, 0, Strike::OtherFormat, kQuiet_s, 1},
+    {"none", nullptr, 0, Strike::Line, 1},
+    {"silence", &simulator::Faults::silence, 1, Strike::Line, 1},
+    {"refusal", &simulator::Faults::refusal, 1, Strike::Line, 1},
+    {"late", &simulator::Faults::slow, 1, Strike::Line, 1},
+    {"too late", &simulator::Faults::slow, 1, Strike::Line, 1.0 / 6},
+    {"byte by byte", &simulator::Faults::split, 1, Strike::Line, 1},
+    {"burst", &simulator::Faults::burst, 1, Strike::Line, 1},
+    {"1 % garbage", &simulator::Faults::garbage, 0.01, Strike::Line, 1},
+    {"1 % lost", &simulator::Faults::lost, 0.01, Strike::Line, 1},
+    {"dump cut", &simulator::Faults::cutdump, 1, Strike::Line, 1},
+    {"announcement", &simulator::Faults::announce, 1, Strike::Line, 1},
+    {"unplug", nullptr, 0, Strike::Unplug, 1},
+    {"replug", nullptr, 0, Strike::Replug, 1},
+    {"other format", nullptr, 0, Strike::OtherFormat, 1},
+    {"restart", nullptr, 0, Strike::Restart, 1},
+    {"no echo", &simulator::Faults::noecho, 0.5, Strike::Line, 1},
+    {"too hot", &simulator::Faults::temperr, 0.5, Strike::Line, 1},
 };
 
-/// A program with main and settings window on one line, whose clock runs ahead whenever only a deadline is waited for.
 struct FaultCell : SensorOnLine {
     const LineFault& fault;
+    const std::int32_t format;
     clsRecordingTransferView window;
     clsRVQ entry;
     clsTransfer transfer{device, entry, window, [this] { Step(); }};
-    std::size_t messagesBefore = 0;
+    TemporaryFolder folder;
+    clsRecorder recorder{folder.path};
+    std::size_t messagesBefore = 0, shownBefore = 0; ///< the recording; the fault
     std::int32_t openingsBefore = 0;
+    std::int64_t linesBefore = 0;
     double start = 0.0, limit_s = 0.0;
     bool isDead = false; ///< the limit has passed; every wait is ended then
 
-    const std::int32_t format;
-
-    FaultCell(const LineFault& struck, std::int32_t sensorFormat, const std::string& link, std::uint64_t seed)
-        : SensorOnLine({.seed = seed}, link), fault(struck), format(sensorFormat)
+    FaultCell(const LineFault& struck, std::int32_t sensorFormat, std::uint64_t seed)
+        : SensorOnLine({.seed = seed}), fault(struck), format(sensorFormat)
     {
-        InSensor("101", format);
-        sensor.With([](simulator::clsSensorModel& model) { model.HoldDistance(3300.0); });
+        sensor.SetParameter("101", format);
+        sensor.HoldDistance(3300.0);
+        loop.Record = [this](const clsRVQ& measured) { recorder.Record(measured); };
     }
 
     void Step()
     {
-        const std::size_t before = view.echoed.size();
-        // On a busy machine the program must not see time pass in which the sensor's thread could not run.
-        const std::chrono::duration<double> since = std::chrono::steady_clock::now() - m_lastStep;
-        PutForward(std::min(0.0, kLongestStep_s - since.count()));
         Tick();
-        const auto now = std::chrono::steady_clock::now();
-        if (view.echoed.size() != before || device.FailTime != m_deadline) { // a byte has come, or something was sent
-            m_lastEvent = now;
-            m_deadline = device.FailTime;
-        }
-        const bool quiet = now - m_lastEvent > std::chrono::duration<double>(fault.quiet_s);
-        PutForward(quiet ? 0.05 : (m_pace - 1.0) * std::chrono::duration<double>(now - m_lastStep).count());
-        m_lastStep = now;
         if (Elapsed_s() > limit_s && !isDead) {
             isDead = true;
             device.Wait.Ended = true;
@@ -94,31 +85,38 @@ struct FaultCell : SensorOnLine {
     {
         start = device.CurrentTime;
         limit_s = most_s;
-        m_lastEvent = m_lastStep = std::chrono::steady_clock::now();
     }
     double Elapsed_s() const { return (device.CurrentTime - start) * 86400.0; }
 
+    void StartRecording()
+    {
+        recorder.StartRecording();
+        shownBefore = view.distances.size();
+    }
     void Break()
     {
-        m_pace = fault.pace;
+        sensorPace = fault.pace;
         messagesBefore = view.messages.size();
         openingsBefore = device.Openings;
+        linesBefore = recorder.Lines();
         if (fault.rate != nullptr) {
-            sensor.With([this](simulator::clsSensorModel& model) { model.Faults().*fault.rate = fault.value; });
+            sensor.Faults().*fault.rate = fault.value;
         } else if (fault.strike == Strike::OtherFormat) {
-            InSensor("101", format == FormatBinaryCrc ? FormatAsciiUnit : FormatBinaryCrc);
+            sensor.SetParameter("101", format == FormatBinaryCrc ? FormatAsciiUnit : FormatBinaryCrc);
+        } else if (fault.strike == Strike::Restart) {
+            PowerOn();
         } else if (fault.strike != Strike::Line) {
-            sensor.Unplug();
+            Unplug();
         }
         if (fault.strike == Strike::Replug) {
-            sensor.Replug();
+            Replug();
         }
     }
     void Mend()
     {
-        m_pace = 1.0;
-        sensor.With([](simulator::clsSensorModel& model) { model.Faults() = {}; });
-        sensor.Replug();
+        sensorPace = 1.0;
+        sensor.Faults() = {};
+        Replug();
     }
 
     bool HasSaid(std::string_view message) const
@@ -126,28 +124,9 @@ struct FaultCell : SensorOnLine {
         return std::find(view.messages.begin() + static_cast<std::ptrdiff_t>(messagesBefore), view.messages.end(),
                          message) != view.messages.end();
     }
-    template <typename Look>
-    auto InSensorNow(Look look)
-    {
-        decltype(look(std::declval<const simulator::clsSensorModel&>())) seen{};
-        sensor.With([&](const simulator::clsSensorModel& model) { seen = look(model); });
-        return seen;
-    }
     /// A dump has no checksum, so such a line can change what it says.
     bool Falsifies() const
     {
         return fault.rate == &simulator::Faults::garbage || fault.rate == &simulator::Faults::lost;
     }
-    bool SensorMeasures()
-    {
-        return InSensorNow([](const simulator::clsSensorModel& model) { return model.IsMeasuring(); });
-    }
-    std::int32_t SensorHas(std::string_view code)
-    {
-        return InSensorNow([code](const simulator::clsSensorModel& model) { return model.Parameter(code); });
-    }
-
-private:
-    double m_pace = 1.0, m_deadline = 0.0;
-    std::chrono::steady_clock::time_point m_lastEvent = std::chrono::steady_clock::now(), m_lastStep = m_lastEvent;
 };

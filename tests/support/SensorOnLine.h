@@ -1,37 +1,59 @@
-// The program's side of a real pseudo-terminal with the simulated sensor at its other end: device and measurement loop,
-// driven in real time. The loop's clock can be put forward, so that a deadline need not be waited for.
+// The program's side of a real pseudo-terminal with the simulated sensor at its other end, both in one thread and on
+// one clock that only the ticks move. So a run is the same however busy the machine is, and no deadline is waited for.
 #pragma once
 
 #include "device/clsPosixPort.h"
 #include "monitor/clsMeasurementLoop.h"
-#include "simulator/clsSimulatedSensor.h"
+#include "simulator/clsPseudoTerminal.h"
+#include "simulator/clsSensorModel.h"
 #include "tests/support/clsRecordingView.h"
 
 #include <chrono>
 #include <cmath>
 #include <functional>
+#include <poll.h>
+#include <stdexcept>
 #include <thread>
 
 struct SensorOnLine {
-    simulator::clsSimulatedSensor sensor;
+    /// No byte is on its way for longer than a call: what the kernel needs to carry it takes no time of the clock.
+    struct Port : clsPosixPort {
+        SensorOnLine& line;
+
+        explicit Port(SensorOnLine& owner) : clsPosixPort(owner.devices), line(owner) {}
+        std::int32_t sio_putch(std::int32_t port, std::uint8_t byte) override
+        {
+            const std::int32_t result = clsPosixPort::sio_putch(port, byte);
+            if (result == 0) {
+                line.takeSent();
+            }
+            return result;
+        }
+    };
+
+    static constexpr std::int32_t kRate = 38400;
+
+    double beat_s = clsMeasurementLoop::kInterval_ms / 1000.0; ///< between two ticks
+    double sensorPace = 1.0;                                   ///< of the sensor's clock; below 1 it is a slow sensor
+    simulator::clsSensorModel sensor;
+    simulator::clsPseudoTerminal terminal{{}, kRate};
     modPComm::PortDevices devices;
-    clsPosixPort port{devices};
-    modGlobals::Settings settings{.Baudrate = 38400, .Language = LanguageEnglish};
-    clsRVQ device{port, [](std::int32_t ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }};
+    Port port{*this};
+    modGlobals::Settings settings{.Baudrate = kRate, .Language = LanguageEnglish};
+    clsRVQ device{port, [this](std::int32_t ms) { pass(ms / 1000.0); }};
     clsRecordingView view;
     clsMeasurementLoop loop{device, settings, view, '.'};
 
-    explicit SensorOnLine(simulator::SensorOptions options = {}, const std::string& link = {})
-        : sensor(fast(std::move(options)), link)
+    explicit SensorOnLine(simulator::SensorOptions options = {}) : sensor(fast(std::move(options)))
     {
-        devices.Override(1, sensor.Path());
+        devices.Override(1, terminal.Path());
     }
 
-    /// Ticks until the condition holds; false after twenty seconds of real time.
+    /// Ticks until the condition holds; false after a minute of the clock.
     bool Until(const std::function<bool()>& condition)
     {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (std::chrono::steady_clock::now() < end) {
+        const double end_s = m_now_s + 60.0;
+        while (m_now_s < end_s) {
             Tick();
             if (condition()) {
                 return true;
@@ -47,51 +69,72 @@ struct SensorOnLine {
     /// and a measurement must not begin with it.
     bool Configured()
     {
-        const bool read =
-            UntilEvent(EventConfiguration) && Until([&] {
-                bool quiet = false;
-                sensor.With([&](simulator::clsSensorModel& model) { quiet = std::isinf(model.NextDue()); });
-                return quiet;
-            });
-        for (int i = 0; i < 5; ++i) {
-            Tick();
-        }
+        const bool read = UntilEvent(EventConfiguration) && Until([&] { return std::isinf(sensor.NextDue()); });
+        Tick();
         return read;
     }
 
     void Tick()
     {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - m_start;
-        loop.Tick(46000.5 + (passed.count() + m_ahead_s) / 86400.0);
+        sensor.Receive(std::exchange(m_sent, {}), m_sensor_s);
+        pass(beat_s);
+        deliver(sensor.Transmit(m_sensor_s));
+        loop.Tick(46000.5 + m_now_s / 86400.0);
     }
-    void PutForward(double seconds) { m_ahead_s += seconds; }
-
-    /// Changes a parameter in the sensor alone.
-    void InSensor(std::string_view code, std::int32_t value)
+    void Unplug() { terminal.Unplug(); }
+    void Replug()
     {
-        sensor.With([&](simulator::clsSensorModel& model) { model.SetParameter(code, value); });
+        terminal.Replug(sensor.LineRate());
+        devices.Override(1, terminal.Path());
     }
+    /// Restarts the sensor.
+    void PowerOn() { sensor.PowerOn(m_sensor_s); }
+
     /// The commands that the sensor has got since the last look, joined by "|".
     std::string TakeLog()
     {
         std::string log;
-        sensor.With([&](simulator::clsSensorModel& model) {
-            for (const std::string& command : model.WireLog()) {
-                log += (log.empty() ? "" : "|") + command;
-            }
-            model.ClearWireLog();
-        });
+        for (const std::string& command : sensor.WireLog()) {
+            log += (log.empty() ? "" : "|") + command;
+        }
+        sensor.ClearWireLog();
         return log;
     }
 
 private:
     static simulator::SensorOptions fast(simulator::SensorOptions options)
     {
-        options.lineRate = 38400;
+        options.lineRate = kRate;
         return options;
     }
+    void pass(double seconds)
+    {
+        m_now_s += seconds;
+        m_sensor_s += seconds * sensorPace;
+    }
+    void takeSent()
+    {
+        pollfd sent{terminal.Descriptor(), POLLIN, 0};
+        poll(&sent, 1, kPatience_ms);
+        m_sent += terminal.Read(sensor.LineRate());
+    }
+    void deliver(const std::string& bytes)
+    {
+        const std::int32_t before = port.sio_iqueue(1);
+        if (bytes.empty() || before < 0 || !terminal.IsAttached()) {
+            return;
+        }
+        terminal.Write(bytes, sensor.LineRate());
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatience_ms);
+        while (port.sio_iqueue(1) < before + static_cast<std::int32_t>(bytes.size())) {
+            if (std::chrono::steady_clock::now() > end) {
+                throw std::runtime_error("the pseudo-terminal keeps bytes to itself");
+            }
+            std::this_thread::yield();
+        }
+    }
 
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-    double m_ahead_s = 0.0;
+    static constexpr int kPatience_ms = 20000; // real time, which passes only if the system does not carry the bytes
+    std::string m_sent;                        // by the program, not yet taken by the sensor
+    double m_now_s = 0.0, m_sensor_s = 0.0;
 };

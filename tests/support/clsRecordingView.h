@@ -12,7 +12,8 @@ class clsRecordingView : public MonitorView {
 public:
     std::string echoed, distance, temperature, unit;
     std::array<std::string, 3> status;
-    std::vector<std::string> messages; ///< every text of panel 1 that differs from the one before
+    std::vector<std::string> distances; ///< every text of a distance
+    std::vector<std::string> messages;  ///< every text of panel 1 that differs from the one before
     std::int32_t dialogue = -1;
     bool running = false, shutDown = false;
     ControlRule rule;
@@ -22,7 +23,13 @@ public:
     std::int32_t resets = 0, scrolls = 0, gaps = 0;
 
     void Echo(std::string_view received) override { echoed += received; }
-    void ShowDistance(const std::string& text) override { distance = text; }
+    void ShowDistance(const std::string& text) override
+    {
+        distance = text;
+        if (!text.empty()) {
+            distances.push_back(text);
+        }
+    }
     void ShowTemperature(const std::string& text) override { temperature = text; }
     void ShowStatus(std::int32_t panel, std::string_view text) override
     {
