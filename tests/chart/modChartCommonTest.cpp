@@ -6,6 +6,7 @@
 #include <limits>
 #include <random>
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 
@@ -13,36 +14,28 @@ using namespace modChartCommon;
 
 TEST(RoundStep, IsTheFirstThatFitsFewerTimesThanAsked)
 {
-    struct Row {
-        double range;
-        std::int32_t divisions;
-        double step;
-    };
-    for (const Row& row :
+    using Row = std::tuple<double, std::int32_t, double>;
+    for (const auto& [range, divisions, step] :
          {Row{7, 5, 2}, Row{10, 5, 5}, Row{0.0001, 3, 0.00005}, Row{7, 2, 5}, Row{-7, 5, -2}, Row{0, 5, 0},
           Row{1e-9, 5, 0.000001}, Row{3e9, 6, 1e9}, Row{std::numeric_limits<double>::infinity(), 5, 0}}) {
-        EXPECT_DOUBLE_EQ(RoundStep(row.range, row.divisions), row.step) << row.range << " in " << row.divisions;
+        EXPECT_DOUBLE_EQ(RoundStep(range, divisions), step) << range << " in " << divisions;
     }
 }
 
 TEST(Axis, HasItsTicksOnTheStep)
 {
-    struct Row {
-        double minimum, maximum;
-        std::int32_t divisions, reversed;
-        std::vector<std::string> labels;
-        std::vector<std::int32_t> positions;
-    };
-    for (const Row& row :
+    using Row =
+        std::tuple<double, double, std::int32_t, std::int32_t, std::vector<std::string>, std::vector<std::int32_t>>;
+    for (const auto& [minimum, maximum, divisions, reversed, labels, positions] :
          {Row{0, 7, 5, 0, {"0", "2", "4", "6"}, {0, 33, 67, 100}},
           Row{2, 9, 5, 0, {"2", "4", "6", "8"}, {0, 29, 57, 86}}, Row{-3, 7, 5, 0, {"0", "5"}, {0, 100}},
           Row{0, 10, 6, 1, {"10", "8", "6", "4", "2", "0"}, {0, -20, -40, -60, -80, -100}},
           Row{-0.2, 0.4, 5, 0, {"-0,2", "0,0", "0,2", "0,4"}, {0, 33, 67, 100}},
           Row{9, 2, 5, 0, {"9", "7", "5", "3"}, {0, 29, 57, 86}}}) {
-        Axis axis{.minimum = row.minimum, .maximum = row.maximum, .reversed = row.reversed, .pixelEnd = 100};
-        ComputeAxis(axis, row.divisions, ',');
-        EXPECT_EQ(axis.tickLabels, row.labels) << row.minimum << ".." << row.maximum;
-        EXPECT_EQ(axis.tickPositions, row.positions) << row.minimum << ".." << row.maximum;
+        Axis axis{.minimum = minimum, .maximum = maximum, .reversed = reversed, .pixelEnd = 100};
+        ComputeAxis(axis, divisions, ',');
+        EXPECT_EQ(axis.tickLabels, labels) << minimum << ".." << maximum;
+        EXPECT_EQ(axis.tickPositions, positions) << minimum << ".." << maximum;
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 
@@ -10,15 +11,12 @@ using namespace modChartSettings;
 
 TEST(ChartLimits, AreClampedOnLeavingABox)
 {
-    struct Row {
-        Limit limit;
-        const char *typed, *shown;
-    };
-    for (const Row& row :
+    using Row = std::tuple<Limit, const char*, const char*>;
+    for (const auto& [limit, typed, shown] :
          {Row{LimitMax, "", "5000"}, Row{LimitMin, "", "0"}, Row{LimitMin, "-20", "0"},
           Row{LimitMax, "999999", "999999"}, Row{LimitMax, "1e9", "999999"}, Row{LimitMax, "12-3", "12"},
           Row{LimitMax, "-", "0"}, Row{LimitMax, "1,50", "1,5"}, Row{LimitMin, "0,0000001", "0"}}) {
-        EXPECT_EQ(CheckedText(row.limit, row.typed, ','), row.shown) << row.typed;
+        EXPECT_EQ(CheckedText(limit, typed, ','), shown) << typed;
     }
 }
 

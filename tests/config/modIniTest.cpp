@@ -12,6 +12,7 @@
 #include <set>
 #include <sys/inotify.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -75,12 +76,7 @@ TEST_F(IniFile, WhatIsTooLongIsCut)
 
 TEST_F(IniFile, WritingChangesOneLine)
 {
-    struct Row {
-        std::string before;
-        const char *section, *key, *value;
-        std::string after;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, const char*, const char*, const char*, std::string> rows[] = {
         {"(none)", "S", "k", "1", "[S]\r\nk=1\r\n"},
         {"[s]\n K =old \n; c\n", "S", "k", "new", "[s]\n K =new\n; c\n"},
         {"[s]\na=1\n\n\n[t]\nk=2\n", "S", "k", "1", "[s]\na=1\nk=1\r\n\n\n[t]\nk=2\n"},
@@ -90,13 +86,13 @@ TEST_F(IniFile, WritingChangesOneLine)
         {"[s]\r\nk=1\r\nk=2\r\n[s]\r\nk=3", "s", "k", " 9 ", "[s]\r\nk= 9 \r\nk=2\r\n[s]\r\nk=3"},
         {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot begin a line of its own
     };
-    for (const Row& row : rows) {
+    for (const auto& [before, section, key, value, after] : rows) {
         std::filesystem::remove(file);
-        if (row.before != "(none)") {
-            Put(row.before);
+        if (before != "(none)") {
+            Put(before);
         }
-        EXPECT_TRUE(Ini().WriteSetting(row.section, row.key, row.value)) << row.before;
-        EXPECT_EQ(Bytes(), row.after);
+        EXPECT_TRUE(Ini().WriteSetting(section, key, value)) << before;
+        EXPECT_EQ(Bytes(), after);
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1) << "no temporary file is left";
 }

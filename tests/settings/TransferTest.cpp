@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -84,66 +85,24 @@ TEST(Transfer, WhatASensorHasNotIsLeftOut)
     }
 }
 
-TEST(Transfer, DefaultsStopARunningMeasurementAndStartItAgain)
-{
-    TransferOnLine window;
-    window.line.sensor.SetParameter("701", 55);
-    window.line.loop.StartStop({});
-    ASSERT_TRUE(window.line.UntilEvent(EventDistance));
-    window.line.TakeLog();
-    window.transfer.SetDefaults();
-    EXPECT_TRUE(window.line.UntilEvent(EventDistance));
-    EXPECT_EQ(window.line.TakeLog(), "S|000 \r|C|M");
-    EXPECT_EQ(window.TakeTold(), "1272 select ");
-    EXPECT_EQ(window.entry.Offset, 0);
-    EXPECT_EQ(window.line.device.CommStatus, DialogueMeasuring);
-    EXPECT_TRUE(window.line.device.UnstoredChanges) << "the stored set is another one";
-}
-
 TEST(Transfer, AFailureIsAskedAbout)
 {
-    struct Row {
-        std::deque<FailureAnswer> answers;
-        const char *log, *told;
-    };
-    for (const Row& row : {Row{{FailureAnswer::Abort}, "101 ASCII+UNIT\r", "ask 1293 "},
-                           Row{{FailureAnswer::Retry, FailureAnswer::Ignore, FailureAnswer::Abort},
-                               "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r",
-                               "ask 1293 ask 1293 ask 1293 "}}) {
+    using Row = std::tuple<std::deque<FailureAnswer>, const char*, const char*>;
+    for (const auto& [answers, log, told] : {Row{{FailureAnswer::Abort}, "101 ASCII+UNIT\r", "ask 1293 "},
+                                             Row{{FailureAnswer::Retry, FailureAnswer::Ignore, FailureAnswer::Abort},
+                                                 "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r",
+                                                 "ask 1293 ask 1293 ask 1293 "}}) {
         TransferOnLine window;
         window.Fault(&simulator::Faults::refusal);
-        window.answers = row.answers;
+        window.answers = answers;
         window.entry.Offset = 12;
         window.transfer.Upload();
-        EXPECT_EQ(window.line.TakeLog(), row.log);
-        EXPECT_EQ(window.TakeTold(), row.told);
+        EXPECT_EQ(window.line.TakeLog(), log);
+        EXPECT_EQ(window.TakeTold(), told);
         EXPECT_EQ(window.entry.Offset, 0) << "the entry keeps what was read";
         EXPECT_FALSE(window.line.device.UnstoredChanges);
         EXPECT_FALSE(window.line.device.Wait.Running);
     }
-}
-
-TEST(Transfer, ASilentSensorEndsEachJobAsItIsMeantTo)
-{
-    struct Row {
-        void (clsTransfer::*act)();
-        const char* told;
-    };
-    for (const Row& row : {Row{&clsTransfer::Upload, "ask 1292 ask 1292 "}, Row{&clsTransfer::Download, "! fill "},
-                           Row{&clsTransfer::StoreInSensor, "! 1275 "}, Row{&clsTransfer::SetDefaults, "! 1276 ! "}}) {
-        TransferOnLine window;
-        window.Fault(&simulator::Faults::silence);
-        window.answers = {FailureAnswer::Retry, FailureAnswer::Abort};
-        window.entry.Offset = 12;
-        (window.transfer.*row.act)();
-        EXPECT_EQ(window.TakeTold(), row.told);
-        EXPECT_EQ(window.entry.Offset, row.act == &clsTransfer::Upload ? 0 : 12) << row.told;
-    }
-    // A refusal is the failure of a store too.
-    TransferOnLine window;
-    window.Fault(&simulator::Faults::refusal);
-    window.transfer.StoreInSensor();
-    EXPECT_EQ(window.TakeTold(), "! 1275 ");
 }
 
 TEST(Transfer, TheProgramEndsInTheMiddle)

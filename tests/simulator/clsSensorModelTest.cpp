@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 
 namespace simulator {
 
@@ -32,11 +33,8 @@ struct Bench {
 
 TEST(SensorModel, CommandsGetTheirAnswers)
 {
-    struct Row {
-        std::string_view sent, answered;
-        std::int32_t atRest; // value of 302 afterwards
-    };
-    for (const Row& row :
+    using Row = std::tuple<std::string_view, std::string_view, std::int32_t>;
+    for (const auto& [sent, answered, atRest] :
          {Row{"X", "Sensor ready\r\n", 1}, Row{"T", "23 C,  OK\r\n", 1}, Row{"G", "       5.000 m\r\n", 1},
           Row{"S", "", 1}, Row{"P", "", 1}, Row{"?\n x", "", 1}, Row{"302 50\r", "OK 302\r\n", 2},
           Row{"302 50\rT", "OK 302\r\n23 C,  OK\r\n", 2}, Row{"302 51\r", "Error 302\r\n", 1},
@@ -46,8 +44,8 @@ TEST(SensorModel, CommandsGetTheirAnswers)
           Row{"999 1\r", "Error 999\r\n", 1}}) {
         Bench bench;
         bench.sensor.HoldDistance(5000);
-        EXPECT_EQ(bench.Ask(row.sent), row.answered) << row.sent;
-        EXPECT_EQ(bench.sensor.Parameter("302"), row.atRest) << row.sent;
+        EXPECT_EQ(bench.Ask(sent), answered) << sent;
+        EXPECT_EQ(bench.sensor.Parameter("302"), atRest) << sent;
     }
 }
 
@@ -95,12 +93,8 @@ TEST(SensorModel, WhatIsStoredComesBackWithThePower)
 
 TEST(SensorModel, FaultsShowOnTheLine)
 {
-    struct Row {
-        double Faults::*rate;
-        double value;
-        std::string_view sent, answered;
-    };
-    for (const Row& row :
+    using Row = std::tuple<double Faults::*, double, std::string_view, std::string_view>;
+    for (const auto& [rate, value, sent, answered] :
          {Row{&Faults::silence, 1, "X", ""}, Row{&Faults::silence, 1, "M", ""},
           Row{&Faults::refusal, 1, "302 50\r", "Error 302\r\n"}, Row{&Faults::noecho, 1, "G", "     No Echo\r\n"},
           Row{&Faults::temperr, 1, "G", "    TempErr!\r\n"}, Row{&Faults::shutdown, 0.5, "T", "23 C, NOK\r\n"},
@@ -108,8 +102,8 @@ TEST(SensorModel, FaultsShowOnTheLine)
           Row{&Faults::split, 1, "X", "Sensor ready\r\n"}, Row{&Faults::slow, 1, "X", "Sensor ready\r\n"},
           Row{&Faults::burst, 1, "X", "Sensor ready\r\n"}}) {
         Bench bench;
-        bench.sensor.Faults().*row.rate = row.value;
-        EXPECT_EQ(bench.Ask(row.sent), row.answered) << row.sent;
+        bench.sensor.Faults().*rate = value;
+        EXPECT_EQ(bench.Ask(sent), answered) << sent;
     }
     Bench cut;
     cut.sensor.Faults().cutdump = 1;

@@ -39,8 +39,8 @@ inline constexpr LineFault kFaults[] = {
     {"replug", nullptr, 0, Strike::Replug, 1},
     {"other format", nullptr, 0, Strike::OtherFormat, 1},
     {"restart", nullptr, 0, Strike::Restart, 1},
-    {"no echo", &simulator::Faults::noecho, 0.5, Strike::Line, 1},
-    {"too hot", &simulator::Faults::temperr, 0.5, Strike::Line, 1},
+    {"no echo", &simulator::Faults::noecho, 1, Strike::Line, 1},
+    {"too hot", &simulator::Faults::temperr, 1, Strike::Line, 1},
 };
 
 struct FaultCell : SensorOnLine {
