@@ -1,26 +1,15 @@
 // The manual inside the program: pages, links, pop-up texts, and the viewer.
-#include "shell/Help.h"
-
-#include "device/modPComm.h"
 #include "shell/frmHelp.h"
 #include "shell/frmSplash.h"
-#include "shell/modGlobals.h"
 #include "shell/modHTMLHelp.h"
+#include "tests/support/Desk.h"
 
 #include <QAbstractItemView>
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
 #include <QDir>
-#include <QFile>
-#include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <QTextBrowser>
-#include <QTextCursor>
 #include <QToolButton>
 #include <QTreeWidget>
 
@@ -90,33 +79,30 @@ TEST(Manual, PopUpTextsAreTheSameTopicsInBothLanguages)
     EXPECT_EQ(parsed.at("c"), "");
 }
 
-struct StartUp {
-    modGlobals::Settings settings;
-    modPComm::PortDevices devices;
-    Help help{settings, "/folder"};
-    frmSplash splash{settings, devices, help};
+struct StartUp : Desk {
+    frmSplash splash{inGerman(), devices, help};
 
     StartUp() { splash.show(); }
+    modGlobals::Settings& inGerman() { return settings = {.Language = LanguageGerman}; }
     frmHelp* Viewer() const { return splash.findChild<frmHelp*>(); }
-    QTextBrowser* Page() const { return Viewer()->findChild<QTextBrowser*>("txtPage"); }
+    QTextBrowser* Page() const { return FindIn<QTextBrowser>(*Viewer(), "txtPage"); }
 };
 
 TEST(ContextHelp, F1ExplainsTheControlInTheChosenLanguageOrOpensTheWindowsPage)
 {
     StartUp start;
     auto* list = start.splash.findChild<QWidget*>("cmbBaudrate");
-    EXPECT_EQ(start.help.HelpFile(), "/folder/RVQ.chm::/RVQ_PopUps_De.txt");
+    start.help.SetHelpFile();
     const QString german = start.help.PopUpText(*list);
     EXPECT_FALSE(german.isEmpty());
     start.settings.Language = LanguageEnglish;
     start.help.SetHelpFile();
-    EXPECT_EQ(start.help.HelpFile(), "/folder/RVQ.chm::/RVQ_PopUps_En.txt");
+    EXPECT_EQ(start.help.HelpFile(), start.folder.path.string() + "/RVQ.chm::/RVQ_PopUps_En.txt");
     EXPECT_NE(start.help.PopUpText(*list), german);
 
-    QKeyEvent f1(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
-    QApplication::sendEvent(list, &f1);
+    PressKey(*list, Qt::Key_F1);
     EXPECT_EQ(start.Viewer(), nullptr) << "a control with a text of its own is explained on the spot";
-    QApplication::sendEvent(&start.splash, &f1);
+    PressKey(start.splash, Qt::Key_F1);
     ASSERT_NE(start.Viewer(), nullptr);
     EXPECT_EQ(start.Page()->source().fileName(), "Splash_en.htm");
 }
@@ -135,12 +121,11 @@ TEST(ContextHelp, MenusAndOpenListsBelongToTheirWindow)
     item->setObjectName("mnuHelpAbout");
     start.help.ExplainMenus(menu);
     EXPECT_FALSE(item->whatsThis().isEmpty());
-    QKeyEvent f1(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
     menu.popup({});
-    QApplication::sendEvent(&menu, &f1);
+    PressKey(menu, Qt::Key_F1);
     menu.hide();
     ASSERT_NE(start.Viewer(), nullptr) << "no item is active: the window's page";
-    QApplication::sendEvent(start.Viewer(), &f1);
+    PressKey(*start.Viewer(), Qt::Key_F1);
     EXPECT_EQ(start.splash.findChildren<frmHelp*>().size(), 1);
 }
 

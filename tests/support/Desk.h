@@ -1,0 +1,107 @@
+// What a window stands on in a test: settings, ports with the simulated sensor behind COM 1, configurations, help and a
+// folder of its own; and how its controls are found and used.
+#pragma once
+
+#include "config/clsConfigLibrary.h"
+#include "device/clsPosixPort.h"
+#include "monitor/frmMain.h"
+#include "shell/Help.h"
+#include "simulator/clsSimulatedSensor.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QtTest/qtestspontaneevent.h>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+template <typename Widget = QPushButton>
+Widget* FindIn(const QObject& window, const std::string& name)
+{
+    auto* widget = window.findChild<Widget*>(QString::fromStdString(name));
+    return widget != nullptr ? widget : throw std::runtime_error(name);
+}
+
+/// As a click on a line of the list does.
+inline void Choose(QComboBox& list, int index)
+{
+    list.setCurrentIndex(index);
+    emit list.activated(index);
+}
+
+inline void PressKey(QObject& target, Qt::Key key)
+{
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    QApplication::sendEvent(&target, &press);
+}
+
+/// As the box in the window's frame does; whether the window lets itself be closed.
+inline bool CloseByFrame(QWidget& window)
+{
+    QCloseEvent byTheFrame;
+    QSpontaneKeyEvent::setSpontaneous(&byTheFrame);
+    qApp->notify(&window, &byTheFrame);
+    return byTheFrame.isAccepted();
+}
+
+/// Handles events until the condition holds, or for ten seconds.
+inline bool Until(const std::function<bool()>& condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < 10000) {
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return condition();
+}
+
+struct Desk {
+    TemporaryFolder folder;
+    modPComm::PortDevices devices;
+    clsPosixPort port{devices};
+    modGlobals::Settings settings{.Language = LanguageEnglish};
+    clsConfigLibrary library{{}};
+    Help help{settings, folder.path};
+};
+
+/// The main window with a sensor.
+struct MainDesk : Desk {
+    simulator::clsSimulatedSensor sensor;
+    std::unique_ptr<frmMain> window;
+
+    MainDesk()
+    {
+        devices.Override(1, sensor.Path());
+        Open();
+    }
+    /// Anew, if it is open.
+    void Open()
+    {
+        window.reset();
+        window =
+            std::make_unique<frmMain>(settings, frmMain::Ports{port, devices, [this] { return port.LastFailure(); }},
+                                      frmMain::Storage{library, folder.path}, help);
+        window->show();
+    }
+    template <typename Widget = QPushButton>
+    Widget* Find(const char* name) const
+    {
+        return FindIn<Widget>(*window, name);
+    }
+    std::string Text(const char* label) const { return Find<QLabel>(label)->text().toStdString(); }
+    void Trigger(const char* action) const { Find<QAction>(action)->trigger(); }
+    bool Connects() const
+    {
+        return Until([&] { return Find("cmdStart")->isEnabled(); });
+    }
+};
