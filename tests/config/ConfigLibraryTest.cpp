@@ -2,29 +2,20 @@
 #include "config/clsConfigLibrary.h"
 #include "config/clsIni.h"
 #include "config/modConfigFile.h"
-#include "config/modFiles.h"
 #include "device/Parameters.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace {
 
 struct ConfigFolder : testing::Test {
-    std::filesystem::path folder = std::filesystem::temp_directory_path() / ("orvex-lib-" + std::to_string(getpid()));
+    TemporaryFolder own;
+    std::filesystem::path folder = own.path;
     std::string iniFile = folder / "RVQ.ini";
 
-    ConfigFolder() { std::filesystem::create_directories(folder); }
-    ~ConfigFolder() override { std::filesystem::remove_all(folder); }
-    std::string Put(const std::string& name, std::string_view bytes) const
-    {
-        std::ofstream(folder / name, std::ios::binary) << bytes;
-        return folder / name;
-    }
-    static std::string Bytes(const std::string& file) { return modFiles::ReadWhole(file).value_or("(none)"); }
+    std::string Put(const char* name, const std::string& bytes) const { return own.Write(name, bytes); }
     std::string Listed() const
     {
         clsIni ini({}, '.');
@@ -53,7 +44,7 @@ TEST_F(ConfigFolder, AFileHoldsEveryKeyInOrderAndReadsBack)
     written.Offset = -5;
     written.RainFilter = 2;
     ASSERT_TRUE(modConfigFile::Write(written));
-    EXPECT_EQ(Bytes(written.FileName),
+    EXPECT_EQ(TemporaryFolder::Read(written.FileName),
               "[RVQ]\r\nDescription=Silo \xDC"
               "ber\r\nBaudrate=3\r\nDistanceUnit=1\r\nOutputMode=0\r\nOutputFormat=1\r\n"
               "NodeAddress=-1\r\nAutoStart=0\r\nAverageDepth=4\r\nMovingAverage=0\r\nTimeOut=1\r\nBoundChecking=1\r\n"

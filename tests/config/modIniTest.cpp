@@ -4,10 +4,9 @@
 #include "config/clsIni.h"
 #include "config/modFiles.h"
 #include "shell/modGlobals.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/inotify.h>
@@ -20,13 +19,11 @@ namespace {
 using namespace std::string_literals;
 
 struct IniFile : testing::Test {
-    std::filesystem::path folder = std::filesystem::temp_directory_path() / ("orvex-ini-" + std::to_string(getpid()));
-    std::filesystem::path file = folder / "RVQ.ini";
+    TemporaryFolder own;
+    std::filesystem::path folder = own.path, file = folder / "RVQ.ini";
 
-    IniFile() { std::filesystem::create_directories(folder); }
-    ~IniFile() override { std::filesystem::remove_all(folder); }
-    void Put(std::string_view bytes) const { std::ofstream(file, std::ios::binary) << bytes; }
-    std::string Bytes() const { return modFiles::ReadWhole(file).value_or("(none)"); }
+    void Put(const std::string& bytes) const { own.Write("RVQ.ini", bytes); }
+    std::string Bytes() const { return TemporaryFolder::Read(file); }
     clsIni Ini() const
     {
         clsIni ini("", ',');

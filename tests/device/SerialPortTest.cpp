@@ -1,18 +1,13 @@
 // The port of the device object, the numbers of ports, and real terminals.
 #include "device/clsPosixPort.h"
+#include "simulator/clsPseudoTerminal.h"
 #include "tests/support/ScriptedSensor.h"
+#include "tests/support/TemporaryFolder.h"
 
-#include <array>
 #include <chrono>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <termios.h>
 #include <thread>
 #include <tuple>
-#include <unistd.h>
 
 namespace {
 
@@ -76,33 +71,11 @@ TEST(PortDevices, NumberToDevice)
     }
 }
 
-/// The far end of a serial line.
-struct Terminal {
-    int master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-    std::string path;
-
-    Terminal()
-    {
-        grantpt(master);
-        unlockpt(master);
-        std::array<char, 64> name{};
-        ptsname_r(master, name.data(), name.size());
-        path = name.data();
-    }
-    ~Terminal() { Hangup(); }
-    void Hangup()
-    {
-        if (master >= 0) {
-            close(std::exchange(master, -1));
-        }
-    }
-};
-
 struct PosixLine {
-    Terminal terminal;
+    simulator::clsPseudoTerminal terminal{{}, 38400};
     modPComm::PortDevices devices;
     clsPosixPort port{devices};
-    PosixLine() { devices.Override(1, terminal.path); }
+    PosixLine() { devices.Override(1, terminal.Path()); }
 };
 
 TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
@@ -119,16 +92,15 @@ TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
         EXPECT_EQ(line.port.sio_putch(1, static_cast<std::uint8_t>(c)), 0);
     }
     std::string received;
-    for (int i = 0; i < 1000 && received.size() < all.size(); ++i) {
-        std::array<char, 512> piece{};
-        const ssize_t count = read(line.terminal.master, piece.data(), piece.size());
-        received.append(piece.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the kernel hands the bytes over in its own time
+    // The kernel hands the bytes over in its own time.
+    for (int i = 0; i < 5000 && received.size() < all.size(); ++i) {
+        received += line.terminal.Read(38400);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     EXPECT_EQ(received, all);
-
-    ASSERT_EQ(write(line.terminal.master, all.data(), all.size()), 256);
-    for (int i = 0; i < 1000 && line.port.sio_iqueue(1) < 256; ++i) {
+    ASSERT_TRUE(line.terminal.IsAttached());
+    line.terminal.Write(all, 38400);
+    for (int i = 0; i < 5000 && line.port.sio_iqueue(1) < 256; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     EXPECT_EQ(line.port.sio_iqueue(1), 256);
@@ -138,38 +110,15 @@ TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
     EXPECT_EQ(line.port.sio_data_status(1), 0);
 }
 
-TEST(PosixPort, AVanishedDeviceClosesItselfAndOpensAgain)
-{
-    PosixLine line;
-    clsRVQ device(line.port, {});
-    device.OpenComPort(1, 9600);
-    ASSERT_TRUE(device.PortIsOpen);
-    line.terminal.Hangup();
-    device.ReadComportData();
-    EXPECT_FALSE(device.PortIsOpen);
-    EXPECT_EQ(device.NewInData, "");
-    device.SendCommand("T"); // reaches nobody, harms nobody
-    device.OpenComPort(1, 9600);
-    EXPECT_FALSE(device.PortIsOpen);
-    EXPECT_EQ(line.port.LastFailure().problem, OpenProblem::NoDevice);
-
-    const Terminal plugged;
-    line.devices.Override(1, plugged.path);
-    device.OpenComPort(1, 9600);
-    EXPECT_TRUE(device.PortIsOpen);
-}
-
 TEST(PosixPort, SaysWhyItCannotOpen)
 {
-    const auto folder = std::filesystem::temp_directory_path() / ("orvex-port-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "file") << "x";
+    const TemporaryFolder folder;
     PosixLine line;
     clsPosixPort other(line.devices);
     ASSERT_EQ(other.sio_open(1), 0);
-    line.devices.Override(2, (folder / "file").string());
-    line.devices.Override(3, (folder / "none").string());
-    line.devices.Override(4, folder.string());
+    line.devices.Override(2, folder.Write("file", "x"));
+    line.devices.Override(3, folder.path / "none");
+    line.devices.Override(4, folder.path);
     line.devices.Override(5, "/dev/null");
     const std::pair<std::int32_t, OpenProblem> rows[] = {{1, OpenProblem::Busy},         {2, OpenProblem::NotATerminal},
                                                          {3, OpenProblem::NoDevice},     {4, OpenProblem::NotATerminal},
@@ -182,13 +131,13 @@ TEST(PosixPort, SaysWhyItCannotOpen)
     }
     other.sio_close(1);
     EXPECT_EQ(line.port.sio_open(1), 0);
-    std::filesystem::remove_all(folder);
 }
 
 TEST(MakerOf, LooksUpToThePlugAndNoFurther)
 {
     namespace fs = std::filesystem;
-    const fs::path system = fs::temp_directory_path() / ("orvex-sys-" + std::to_string(getpid()));
+    const TemporaryFolder folder;
+    const fs::path& system = folder.path;
     const fs::path plug = system / "devices/usb1/1-2";
     fs::create_directories(plug / "1-2:1.0/ttyUSB7");
     fs::create_directories(system / "devices/pnp0/00:01/ttyS0");
@@ -205,7 +154,6 @@ TEST(MakerOf, LooksUpToThePlugAndNoFurther)
     EXPECT_EQ(modPComm::MakerOf(system / "usb-converter-by-id", system), "Maker & Sons USB UART");
     EXPECT_EQ(modPComm::MakerOf(system / "ttyS0", system), "");
     EXPECT_EQ(modPComm::MakerOf("/dev/does-not-exist", system), "");
-    fs::remove_all(system);
 }
 
 } // namespace

@@ -1,12 +1,10 @@
 // The settings sheet, line for line.
 #include "settings/Printout.h"
 
-#include "config/modFiles.h"
 #include "shell/modGlobals.h"
+#include "tests/support/TemporaryFolder.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace {
 
@@ -46,17 +44,16 @@ TEST(Printout, SerialInEnglish)
 
 TEST(Printout, ProfibusInGermanReplacesTheSheet)
 {
-    const auto folder = std::filesystem::temp_directory_path() / ("orvex-sheet-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder);
+    const TemporaryFolder own;
+    const std::filesystem::path& folder = own.path;
     EXPECT_TRUE(WriteSheet(folder, filled(true), LanguageGerman));
     EXPECT_TRUE(WriteSheet(folder, filled(false), LanguageGerman));
-    const std::string sheet = modFiles::ReadWhole(folder / "$QVW$.txt").value_or("");
+    const std::string sheet = TemporaryFolder::Read(folder / "$QVW$.txt");
     EXPECT_TRUE(sheet.starts_with(kHead + "Profibus\r\n\r\nDatenausgabe\t\t\t\tc101\r\nMa\xDF"
                                           "einheit\t\t\t\tc111\r\n"));
     EXPECT_NE(sheet.find("c603\r\nProfibus-Adresse\t\t\tf10\r\n\r\n"), std::string::npos);
     EXPECT_TRUE(sheet.ends_with("Luftdruck\t\t\t\tf3 hPa\r\n\r\n"));
     EXPECT_FALSE(WriteSheet(folder / "none", filled(true), LanguageGerman));
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

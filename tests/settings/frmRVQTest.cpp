@@ -1,31 +1,20 @@
 // The settings window, offscreen, with the simulated sensor on a real line.
 #include "settings/frmRVQ.h"
 
-#include "config/clsConfigLibrary.h"
-#include "config/modFiles.h"
-#include "shell/Help.h"
 #include "shell/NumberEdit.h"
-#include "shell/modGlobals.h"
+#include "tests/support/Desk.h"
 #include "tests/support/SensorOnLine.h"
 
-#include <QApplication>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QKeyEvent>
-#include <QLabel>
 #include <QLocale>
-#include <QPushButton>
 
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace {
 
 /// The window over a device on a line; the pump ticks the loop in the place of the main window's timer.
 struct Editor {
-    std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("orvex-settings-" + std::to_string(getpid()));
+    TemporaryFolder own;
+    std::filesystem::path folder = own.path;
     SensorOnLine line;
     clsConfigLibrary library;
     Help help{line.settings, folder};
@@ -36,17 +25,10 @@ struct Editor {
     bool overwrite = true;
     std::unique_ptr<frmRVQ> window;
 
-    explicit Editor(simulator::SensorOptions options = {}) : line(std::move(options)), library(makeFolder() / "RVQ.ini")
+    explicit Editor(simulator::SensorOptions options = {}) : line(std::move(options)), library(folder / "RVQ.ini")
     {
         EXPECT_TRUE(line.Configured());
         Open();
-    }
-    ~Editor() { std::filesystem::remove_all(folder); }
-
-    std::filesystem::path makeFolder() const
-    {
-        std::filesystem::create_directories(folder);
-        return folder;
     }
     void Open()
     {
@@ -71,24 +53,14 @@ struct Editor {
         QApplication::processEvents();
     }
     template <typename Widget = QPushButton>
-    Widget* Find(const char* name) const
+    Widget* Find(const std::string& name) const
     {
-        auto* widget = window->findChild<Widget*>(QLatin1String(name));
-        if (widget == nullptr) {
-            throw std::runtime_error(name);
-        }
-        return widget;
+        return FindIn<Widget>(*window, name);
     }
     void Click(const char* name) const { Find(name)->click(); }
     std::string Status() const { return Find<QLabel>("lblStatus")->text().toStdString(); }
-    std::string Box(int i) const
-    {
-        return Find<NumberEdit>(("txtParameter_" + std::to_string(i)).c_str())->text().toStdString();
-    }
-    void Type(int i, const char* text) const
-    {
-        Find<NumberEdit>(("txtParameter_" + std::to_string(i)).c_str())->setText(QLatin1String(text));
-    }
+    NumberEdit& Box(int i) const { return *Find<NumberEdit>("txtParameter_" + std::to_string(i)); }
+    std::string Typed(int i) const { return Box(i).text().toStdString(); }
     int Marks() const
     {
         int marks = 0;
@@ -107,19 +79,19 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
     EXPECT_EQ(editor.Marks(), 0);
     EXPECT_FALSE(editor.Find<QLabel>("lblUnstored")->isVisible());
     EXPECT_FALSE(editor.Find("cmdDelete")->isEnabled());
-    EXPECT_FALSE(editor.Find<NumberEdit>("txtParameter_8")->isEnabled());
+    EXPECT_FALSE(editor.Box(8).isEnabled());
     editor.Find<QCheckBox>("chkAnalogOutput")->click();
-    EXPECT_TRUE(editor.Find<NumberEdit>("txtParameter_8")->isEnabled());
-    EXPECT_FALSE(editor.Find<NumberEdit>("txtParameter_6")->isEnabled());
-    editor.Type(0, "123");
-    editor.Type(5, "9995"); // too near to 10000
+    EXPECT_TRUE(editor.Box(8).isEnabled());
+    EXPECT_FALSE(editor.Box(6).isEnabled());
+    editor.Box(0).setText("123");
+    editor.Box(5).setText("9995"); // too near to 10000
     EXPECT_EQ(editor.Marks(), 3);
-    EXPECT_NE(editor.Find<NumberEdit>("txtParameter_0")->toolTip().indexOf("In the sensor: 0 mm"), -1);
+    EXPECT_NE(editor.Box(0).toolTip().indexOf("In the sensor: 0 mm"), -1);
 
     editor.Click("cmdUpload");
     EXPECT_EQ(editor.Status(), "Upload configuration to Orvex finished");
-    EXPECT_EQ(editor.Box(0), "123");
-    EXPECT_EQ(editor.Box(5), "9900") << "read back";
+    EXPECT_EQ(editor.Typed(0), "123");
+    EXPECT_EQ(editor.Typed(5), "9900") << "read back";
     EXPECT_EQ(editor.Marks(), 0);
     EXPECT_EQ(editor.line.device.Offset, 123);
     EXPECT_TRUE(editor.Find<QLabel>("lblUnstored")->isVisible());
@@ -128,24 +100,24 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
     EXPECT_FALSE(editor.Find<QLabel>("lblUnstored")->isVisible());
     editor.Click("cmdSetDefaults");
     EXPECT_EQ(editor.Status(), "All parameters setted to factory defaults ");
-    EXPECT_EQ(editor.Box(0), "0");
+    EXPECT_EQ(editor.Typed(0), "0");
 }
 
 TEST(SettingsWindow, KeepsConfigurationsInFiles)
 {
     Editor editor;
     auto* list = editor.Find<QComboBox>("cmbConfig");
-    editor.Type(5, "9995");
+    editor.Box(5).setText("9995");
     editor.fileAnswer = editor.folder / "prässe.rvq";
     editor.Click("cmdSave");
     EXPECT_EQ(list->currentText(), "Press 4");
-    EXPECT_EQ(editor.Box(5), "255") << "refused, and to be seen";
+    EXPECT_EQ(editor.Typed(5), "255") << "refused, and to be seen";
     EXPECT_TRUE(editor.Find("cmdDelete")->isEnabled());
     EXPECT_EQ(editor.Find<QLabel>("lblSource")->text().toStdString(), editor.fileAnswer);
     editor.Click("cmdSave");
     EXPECT_TRUE(editor.questions.empty()) << "the selected entry's own file";
 
-    editor.Type(0, "77");
+    editor.Box(0).setText("77");
     editor.description = QString();
     editor.fileAnswer = editor.folder / "second.rvq";
     editor.Click("cmdSave");
@@ -164,7 +136,7 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     editor.fileAnswer = editor.folder / "second.rvq";
     editor.Click("cmdLoad");
     EXPECT_EQ(list->count(), 3);
-    EXPECT_EQ(editor.Box(0), "77");
+    EXPECT_EQ(editor.Typed(0), "77");
     editor.fileAnswer = editor.folder; // no file, no description
     editor.Click("cmdLoad");
     EXPECT_EQ(list->count(), 3);
@@ -229,19 +201,17 @@ TEST(SettingsWindow, ProfibusHasAnAddressAndNoSwitchesAndTheSheetSaysSo)
     options.kind = simulator::DeviceKind::Profibus;
     Editor editor(options);
     EXPECT_EQ(editor.Find<QLabel>("lblDeviceType")->text(), "Profibus");
-    EXPECT_TRUE(editor.Find<NumberEdit>("txtParameter_10")->isEnabled());
+    EXPECT_TRUE(editor.Box(10).isEnabled());
     EXPECT_FALSE(editor.Find<QComboBox>("cmbOutputMode")->isEnabled());
     EXPECT_FALSE(editor.Find<QWidget>("cmbS2Logic")->isVisible());
     EXPECT_TRUE(editor.Find<QWidget>("chkAnalogOutput")->isVisible());
     editor.Click("cmdPrint");
-    const std::string text = modFiles::ReadWhole(editor.sheet).value_or("");
+    const std::string text = TemporaryFolder::Read(editor.sheet);
     EXPECT_NE(text.find("Profibus Address"), std::string::npos);
     EXPECT_EQ(text.find("Threshold"), std::string::npos);
-    editor.Type(2, "");
-    auto* box = editor.Find<NumberEdit>("txtParameter_2");
-    QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
-    QApplication::sendEvent(box, &enter);
-    EXPECT_EQ(box->text(), "20" + QLocale().decimalPoint() + "0");
+    editor.Box(2).setText("");
+    PressKey(editor.Box(2), Qt::Key_Return);
+    EXPECT_EQ(editor.Box(2).text(), "20" + QLocale().decimalPoint() + "0");
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 // The simulated sensor on a real pseudo-terminal, as another program meets it.
 #include "simulator/clsSimulatedSensor.h"
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <chrono>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <unistd.h>
@@ -51,22 +51,9 @@ private:
 
 const std::string kReady = "Sensor ready\r\n";
 
-class SimulatedSensor : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        char name[] = "/tmp/orvex-sensor-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        m_folder = name;
-    }
-    void TearDown() override { fs::remove_all(m_folder); }
-
-    fs::path m_folder;
-};
-
 } // namespace
 
-TEST_F(SimulatedSensor, WhatOneClientLeftUnreadDoesNotReachTheNext)
+TEST(SimulatedSensor, WhatOneClientLeftUnreadDoesNotReachTheNext)
 {
     clsPseudoTerminal terminal({}, 9600);
     terminal.Write("nobody", 9600);
@@ -83,9 +70,10 @@ TEST_F(SimulatedSensor, WhatOneClientLeftUnreadDoesNotReachTheNext)
     EXPECT_EQ(second.Read(3), "new");
 }
 
-TEST_F(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
+TEST(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
 {
-    const fs::path link = m_folder / "port";
+    const TemporaryFolder folder;
+    const fs::path link = folder.path / "port";
     fs::create_symlink("/nowhere/at/all", link);
     {
         const clsSimulatedSensor sensor({}, link);
@@ -94,17 +82,18 @@ TEST_F(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
         ASSERT_TRUE(client.Send("X"));
         EXPECT_EQ(client.Read(kReady.size()), kReady);
     }
-    EXPECT_TRUE(fs::is_empty(m_folder)) << "neither the link nor its temporary name is left";
+    EXPECT_TRUE(fs::is_empty(folder.path)) << "neither the link nor its temporary name is left";
 }
 
-TEST_F(SimulatedSensor, LinkIsRefusedWhereAFileLivesAndLeftAloneWhenOthersHaveIt)
+TEST(SimulatedSensor, LinkIsRefusedWhereAFileLivesAndLeftAloneWhenOthersHaveIt)
 {
-    const fs::path file = m_folder / "notes";
+    const TemporaryFolder folder;
+    const fs::path file = folder.path / "notes";
     std::ofstream(file) << "mine";
     EXPECT_THROW(clsSimulatedSensor({}, file), std::runtime_error);
-    EXPECT_THROW(clsSimulatedSensor({}, m_folder / "missing" / "port"), std::runtime_error);
+    EXPECT_THROW(clsSimulatedSensor({}, folder.path / "missing" / "port"), std::runtime_error);
     EXPECT_EQ(fs::file_size(file), 4U);
-    const fs::path link = m_folder / "port";
+    const fs::path link = folder.path / "port";
     {
         const clsSimulatedSensor first({}, link);
         fs::remove(link);
