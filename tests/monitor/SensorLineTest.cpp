@@ -44,38 +44,4 @@ TEST(SensorLine, EveryFormatInEveryUnit)
     }
 }
 
-TEST(SensorLine, DumpsOfAllKinds)
-{
-    struct Row {
-        simulator::DeviceKind kind;
-        const char* attenuator;
-        bool legacy;
-        std::int32_t window, node;
-    };
-    for (const Row& row : {Row{simulator::DeviceKind::Serial, "E", false, 12345, -1},
-                           Row{simulator::DeviceKind::Serial, "D", true, 20000, -1},
-                           Row{simulator::DeviceKind::Profibus, "DE", true, 12345, 5},
-                           Row{simulator::DeviceKind::Profibus, "", false, 20000, 5}}) {
-        SensorOptions options;
-        options.kind = row.kind;
-        options.attenuator = row.attenuator;
-        options.isLegacyDump = row.legacy;
-        SensorOnLine line(options);
-        line.sensor.SetParameter("306", 0);
-        line.sensor.SetParameter("502", -777);
-        line.sensor.SetParameter("802", 987);
-        if (row.window != 20000) {
-            line.sensor.SetParameter("352", row.window);
-        }
-        ASSERT_TRUE(line.Configured()) << row.attenuator;
-        EXPECT_EQ(line.device.DeviceType, row.kind == simulator::DeviceKind::Serial ? "Serial" : "Profibus");
-        EXPECT_EQ(line.device.EchoCheck, 0) << row.attenuator;
-        EXPECT_EQ(line.device.S1OffThreshold, -777);
-        EXPECT_EQ(line.device.AirPressure, 987);
-        EXPECT_EQ(line.device.DistanceWindow, row.window) << row.attenuator;
-        EXPECT_EQ(line.device.NodeAddress, row.node) << row.attenuator;
-        EXPECT_EQ(line.view.dialogue, DialogueIdle);
-    }
-}
-
 } // namespace
