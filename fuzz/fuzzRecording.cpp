@@ -122,7 +122,7 @@ void checkPlayback(const std::string& file, const std::vector<Line>& lines)
     const auto unreadable = std::ranges::find(lines, false, &Line::readable);
     Require(shown == static_cast<std::size_t>(unreadable - lines.begin()));
     Require((loaded.outcome == modPlayback::Outcome::Complete) == (unreadable == lines.end()));
-    Require(std::isfinite(modPlayback::TimeAxisOf(loaded, 60000).origin));
+    Require(std::isfinite(modPlayback::TimeAxisOf(loaded).origin));
 }
 
 void checkTable(const std::string& file, const std::vector<Line>& lines)

@@ -232,7 +232,7 @@ TEST_F(CrashSafety, Pictures)
                 chart = std::make_unique<XYChart>(nullptr);
             }
             chart->resize(400 + i % 2 * 100, 300);
-            WritePicture(*chart, QString::fromStdString(file));
+            WritePicture(*chart, QString::fromStdString(file), kind.name);
         };
         Repeat(6, write, [&](int) {
             const std::string found = TemporaryFolder::Read(file);
