@@ -129,8 +129,9 @@ void XYChart::YLimits(double minimum, double maximum)
 
 std::optional<std::array<double, 2>> XYChart::ShownValues()
 {
-    const double begin = TimeBegin();
-    const double end = begin + m_xRange_ms / kMsPerDay;
+    constexpr double kTolerance = 0.5 / kMsPerDay; // a point at an end is shown, whatever the last bits say
+    const double begin = TimeBegin() - kTolerance;
+    const double end = TimeBegin() + m_xRange_ms / kMsPerDay + kTolerance;
     std::array<double, 2> found{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
     for (const auto part : Points()) {
         for (const ChartPoint& point : part) {

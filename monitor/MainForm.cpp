@@ -3,6 +3,7 @@
 #include "chart/XYChart.h"
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
+#include "shell/ElidedLabel.h"
 #include "shell/Localise.h"
 
 #include <QAction>
@@ -208,12 +209,9 @@ void MainForm::buildPopUp(QMainWindow& window)
 void MainForm::buildStatusBar(QMainWindow& window)
 {
     for (std::size_t i = 0; i < sbar.size(); ++i) {
-        sbar[i] = new QLabel(&window);
+        sbar[i] = i == 2 ? new QLabel(&window) : new ElidedLabel(&window, i == 0 ? Qt::ElideRight : Qt::ElideMiddle);
         sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
-        // A long text must not widen the window.
-        sbar[i]->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     }
-    sbar[2]->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     window.statusBar()->addWidget(sbar[0], 2);
     window.statusBar()->addWidget(sbar[1], 3);
     window.statusBar()->addPermanentWidget(sbar[2]);

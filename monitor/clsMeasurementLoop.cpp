@@ -73,8 +73,9 @@ void clsMeasurementLoop::showSensorSettings()
 /// forward, or a machine that has slept, must not make them all pass at once.
 void clsMeasurementLoop::absorbClockJump(double now)
 {
-    const double jump = now - m_previousTick;
-    const bool forward = m_previousTick != 0.0 && jump > kClockJump_s / kSecondsPerDay;
+    const double before = std::exchange(m_previousTime, now);
+    const double jump = now - before;
+    const bool forward = before != 0.0 && jump > kClockJump_s / kSecondsPerDay;
     if (jump < 0.0 || forward) {
         m_device.FailTime += jump;
         m_device.ReadTempTime += jump;

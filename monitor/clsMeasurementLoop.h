@@ -106,7 +106,8 @@ private:
     bool m_measuring = false;
     bool m_pollTemperature = false;
     bool m_temperaturePending = false;
-    double m_previousTick = 0.0;
+    double m_previousTick = 0.0; ///< the last one that came to its end
+    double m_previousTime = 0.0; ///< of the last one, whether it did or not
     double m_clock_ms = 0.0;
     std::int32_t m_shownUnit = -1;
     bool m_passing = false; ///< the passes read the port, not the tick

@@ -5,6 +5,7 @@
 #include "recorder/Export.h"
 #include "recorder/frmRecorder.h"
 #include "shell/FileErrors.h"
+#include "shell/Guarded.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
 
@@ -43,8 +44,7 @@ void frmMain::mnuRecorder_Click()
 void frmMain::StartRecording()
 {
     m_recorder.StartRecording();
-    const QString path = QFile::decodeName(m_recorder.FileName.c_str());
-    ShowFile(QStringLiteral("REC: %1 ").arg(path), path);
+    ShowRecordedFile(QFile::decodeName(m_recorder.FileName.c_str()));
 }
 
 void frmMain::mnuFileExport_Click()
@@ -70,7 +70,9 @@ void frmMain::serveRecorder(double now)
     m_recorder.Flush(now);
     const std::error_code failure = m_recorder.Failure();
     if (failure && failure != m_shownFailure) {
-        ShowMessage(text(1082).arg(FileErrorText(failure, m_settings.Language)));
+        const QString message = text(1082).arg(FileErrorText(failure, m_settings.Language));
+        ShowMessage(message);
+        NoteFault(message.toUtf8().constData());
     }
     m_shownFailure = failure;
     if (m_recorderWindow != nullptr) {

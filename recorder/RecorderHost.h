@@ -17,6 +17,8 @@ public:
     virtual const clsRVQ& Device() const = 0;
     /// Panel 2: the file, with its tool tip.
     virtual void ShowFile(const QString& text, const QString& toolTip) = 0;
+    /// The same for a file that is being recorded.
+    void ShowRecordedFile(const QString& path) { ShowFile(QStringLiteral("REC: %1 ").arg(path), path); }
     /// Panel 1: a message that stays long enough to be read; an empty one clears the panel.
     virtual void ShowMessage(const QString& message) = 0;
     /// A new series for what is played, on an automatic value axis.

@@ -24,11 +24,6 @@ std::string nameOf(std::int16_t number)
     return "SAVE" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + ".rec";
 }
 
-std::error_code flush(int descriptor)
-{
-    return fdatasync(descriptor) == 0 ? std::error_code() : lastError();
-}
-
 /// The name reaches the disk with its folder only.
 void flushFolder(const std::filesystem::path& folder)
 {
@@ -40,7 +35,12 @@ void flushFolder(const std::filesystem::path& folder)
 
 } // namespace
 
-clsRecordFile::clsRecordFile(const std::filesystem::path& folder)
+std::error_code clsRecordFile::FlushToDisk(int descriptor)
+{
+    return fdatasync(descriptor) == 0 ? std::error_code() : lastError();
+}
+
+clsRecordFile::clsRecordFile(const std::filesystem::path& folder, FlushFunction flush) : m_flush(flush)
 {
     std::filesystem::create_directories(folder);
     // Deliberate: the number of a recording has 16 bits; with 32767 files in the folder no further one can begin.
@@ -53,6 +53,11 @@ clsRecordFile::clsRecordFile(const std::filesystem::path& folder)
         if (!m_file.IsOpen() && number == std::numeric_limits<std::int16_t>::max()) {
             throw std::overflow_error(folder.string() + " holds no further recording");
         }
+    }
+    struct stat info {};
+    if (fstat(m_file.Descriptor(), &info) == 0) {
+        m_device = info.st_dev;
+        m_inode = info.st_ino;
     }
     flushFolder(folder);
 }
@@ -90,10 +95,11 @@ std::error_code clsRecordFile::FlushIfDue(double now)
         return ready ? m_flushing.get() : std::error_code();
     }
     // A clock that was set back says nothing about the time that has passed.
-    const bool due = now < m_unflushedSince || now - m_unflushedSince >= kFlushAfter_ms / kMsPerDay;
+    const bool setBack = now < std::exchange(m_now, now);
+    const bool due = setBack || now - m_unflushedSince >= kFlushAfter_ms / kMsPerDay;
     if (m_unflushed && due) {
+        m_flushing = std::async(std::launch::async, m_flush, m_file.Descriptor());
         m_unflushed = false;
-        m_flushing = std::async(std::launch::async, flush, m_file.Descriptor());
     }
     return {};
 }
@@ -101,7 +107,13 @@ std::error_code clsRecordFile::FlushIfDue(double now)
 std::error_code clsRecordFile::Close()
 {
     const std::error_code before = m_flushing.valid() ? m_flushing.get() : std::error_code();
-    const std::error_code flushed = flush(m_file.Descriptor());
+    const std::error_code flushed = m_flush(m_file.Descriptor());
     const bool closed = m_file.Close();
     return before ? before : flushed ? flushed : closed ? std::error_code() : lastError();
+}
+
+bool clsRecordFile::IsEmpty() const
+{
+    struct stat info {};
+    return stat(m_path.c_str(), &info) == 0 && info.st_dev == m_device && info.st_ino == m_inode && info.st_size == 0;
 }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <future>
 #include <string_view>
+#include <sys/types.h>
 #include <system_error>
 
 class clsRecordFile {
@@ -15,9 +16,13 @@ public:
     /// Longest time in milliseconds that a line waits for its way to the disk.
     static constexpr double kFlushAfter_ms = 4000.0;
 
+    using FlushFunction = std::error_code (*)(int descriptor);
+    /// Writes what the system holds of an open file to the disk.
+    static std::error_code FlushToDisk(int descriptor);
+
     /// Creates the first of SAVE0001.rec, SAVE0002.rec and so on that does not exist, and the folder if it is missing.
     /// Throws std::system_error when that fails, and std::overflow_error when all 32767 exist.
-    explicit clsRecordFile(const std::filesystem::path& folder);
+    explicit clsRecordFile(const std::filesystem::path& folder, FlushFunction flush = FlushToDisk);
 
     const std::filesystem::path& Path() const { return m_path; }
     /// Writes a line with its end at the local time `now`. On an error the file ends with the line before.
@@ -27,12 +32,18 @@ public:
     std::error_code FlushIfDue(double now);
     /// Writes to the disk and closes.
     std::error_code Close();
+    /// Whether the file under the name is the one written here and has 0 bytes. A size that cannot be asked for is none
+    /// of 0 bytes.
+    bool IsEmpty() const;
 
 private:
+    FlushFunction m_flush;
     std::filesystem::path m_path;
     FileHandle m_file;
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
     std::int64_t m_size = 0;
     bool m_unflushed = false;
-    double m_unflushedSince = 0.0;
+    double m_unflushedSince = 0.0, m_now = 0.0;
     std::future<std::error_code> m_flushing; ///< last, so that it is waited for before the file is closed
 };

@@ -8,7 +8,7 @@ void clsRecorder::StartRecording()
     m_failure.clear();
     m_file.emplace(m_folder);
     FileName = m_file->Path();
-    Mode = RecorderRecording;
+    Mode = m_lastMode = RecorderRecording;
     m_lines = 0;
     m_waitsForTemperature = false;
 }
@@ -47,7 +47,7 @@ void clsRecorder::StartPlaying(const std::filesystem::path& file)
 {
     m_failure.clear();
     FileName = file;
-    Mode = RecorderPlaying;
+    Mode = m_lastMode = RecorderPlaying;
 }
 
 void clsRecorder::Stop()
@@ -64,12 +64,11 @@ void clsRecorder::fail(const std::error_code& error)
     m_failure = error;
 }
 
-/// A size that cannot be asked for is none of 0 bytes: the file is kept.
 void clsRecorder::closeFile()
 {
     m_failure = m_file->Close();
-    std::error_code unknown;
-    if (std::filesystem::file_size(m_file->Path(), unknown) == 0 && !unknown) {
+    if (m_file->IsEmpty()) {
+        std::error_code unknown;
         std::filesystem::remove(m_file->Path(), unknown);
     }
     m_file.reset();

@@ -38,6 +38,8 @@ public:
     /// Ends whatever runs. A recording without a single line leaves no file.
     void Stop();
 
+    /// What it did last or does now; `RecorderIdle` before the first time.
+    RecorderMode LastMode() const { return m_lastMode; }
     const std::filesystem::path& Folder() const { return m_folder; }
     /// The same, or what holds it as long as nothing was recorded: a folder that exists, for a file dialog.
     std::filesystem::path NearestFolder() const;
@@ -61,6 +63,7 @@ private:
 
     std::filesystem::path m_folder;
     std::optional<clsRecordFile> m_file;
+    RecorderMode m_lastMode = RecorderIdle;
     std::int64_t m_lines = 0;
     bool m_waitsForTemperature = false;
     std::error_code m_failure;

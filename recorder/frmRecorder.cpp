@@ -3,6 +3,7 @@
 #include "recorder/LoadProgress.h"
 #include "recorder/RecorderHost.h"
 #include "recorder/clsRecorder.h"
+#include "shell/ElidedLabel.h"
 #include "shell/FileErrors.h"
 #include "shell/FileFilter.h"
 #include "shell/Guarded.h"
@@ -18,7 +19,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
-#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -29,10 +29,11 @@ namespace {
 constexpr char kPlayError[] = "Error in LoadData";
 constexpr double kWidth = 26.0; // of the window, in heights of a line
 
-void setChanged(QLabel* label, const QString& text)
+void setChanged(QLabel* label, const QString& text, const QString& toolTip)
 {
-    if (label->text() != text) {
+    if (label->text() != text || label->toolTip() != toolTip) {
         label->setText(text);
+        label->setToolTip(toolTip);
     }
 }
 
@@ -81,7 +82,7 @@ QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
 frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsRecorder& recorder,
                          RecorderHost& host)
     : QDialog(&owner), m_settings(settings), m_recorder(recorder), m_host(host), lblState(new QLabel(this)),
-      lblFile(new QLabel(this))
+      lblFile(new ElidedLabel(this, Qt::ElideMiddle))
 {
     setObjectName(QStringLiteral("frmRecorder"));
     SetTextIds(this, 1071);
@@ -94,7 +95,6 @@ frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, c
     bold.setBold(true);
     lblState->setFont(bold);
     lblFile->setObjectName(QStringLiteral("lblFile"));
-    lblFile->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* column = new QVBoxLayout(this);
     column->addWidget(lblState);
     column->addWidget(lblFile);
@@ -162,18 +162,16 @@ void frmRecorder::ShowState()
 {
     showRule();
     const QString state = stateText();
-    setChanged(lblState, state);
-    lblState->setToolTip(state); // the system's own words can be long
+    setChanged(lblState, state, state); // the system's own words can be long
     const QString file = hasFile() ? pathOf(m_recorder.FileName) : QString();
-    setChanged(lblFile, QFileInfo(file).fileName());
-    lblFile->setToolTip(file);
+    setChanged(lblFile, QFileInfo(file).fileName(), file);
 }
 
 /// Whether the text above tells of a file that there is.
 bool frmRecorder::hasFile() const
 {
-    return m_recorder.Mode != RecorderIdle || m_news == News::Loaded ||
-           (m_news == News::Recorded && m_recorder.Lines() > 0);
+    return m_recorder.LastMode() == RecorderPlaying || m_recorder.Mode == RecorderRecording ||
+           (m_recorder.Lines() > 0 && !m_startFailure);
 }
 
 void frmRecorder::showRule()
@@ -199,57 +197,59 @@ QString frmRecorder::stateText() const
 
 QString frmRecorder::newsText() const
 {
-    switch (m_news) {
-    case News::NoRecording:
+    if (m_startFailure) {
         return text(1186).arg(FileErrorText(m_startFailure, m_settings.Language));
-    case News::Recorded:
-        if (m_recorder.Failure()) {
-            return text(1082).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
-        }
-        return m_recorder.Lines() > 0 ? text(1187).arg(m_recorder.Lines()) : text(1188);
-    case News::Loaded:
-        return outcomeText();
-    case News::None:
-        break;
     }
-    return text(1078);
+    if (m_recorder.LastMode() == RecorderRecording) {
+        return recordedText();
+    }
+    return m_loaded ? loadedText() : text(1078);
 }
 
-QString frmRecorder::outcomeText() const
+QString frmRecorder::recordedText() const
 {
-    switch (m_loaded.outcome) {
+    if (m_recorder.Failure()) {
+        return text(1082).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
+    }
+    if (m_recorder.Lines() > 0) {
+        return text(1187).arg(m_recorder.Lines());
+    }
+    return m_recorder.WaitsForTemperature() ? text(1191) : text(1188);
+}
+
+QString frmRecorder::loadedText() const
+{
+    switch (m_loaded->outcome) {
     case modPlayback::Outcome::Unreadable:
-        if (m_loaded.failure) {
-            return text(1189).arg(FileErrorText(m_loaded.failure, m_settings.Language));
+        if (m_loaded->failure) {
+            return text(1189).arg(FileErrorText(m_loaded->failure, m_settings.Language));
         }
-        return text(1084).arg(m_loaded.lines + 1);
+        return text(1084).arg(m_loaded->lines + 1);
     case modPlayback::Outcome::Cancelled:
-        return text(1085).arg(m_loaded.lines);
+        return text(1085).arg(m_loaded->lines);
     case modPlayback::Outcome::Complete:
         break;
     }
-    return text(1083).arg(m_loaded.lines);
+    return text(1083).arg(m_loaded->lines);
 }
 
 void frmRecorder::cmdRec_Click()
 {
     m_host.ShowMessage({});
-    m_news = News::NoRecording;
+    m_startFailure.clear();
     try {
         m_recorder.StartRecording();
-        m_news = News::Recorded;
     } catch (const std::overflow_error&) {
         m_startFailure = std::make_error_code(std::errc::value_too_large);
     } catch (const std::system_error& failure) {
         m_startFailure = failure.code();
     }
-    if (m_news == News::NoRecording) {
+    if (m_startFailure) {
         NoteFault(newsText().toUtf8().constData());
         ShowState();
         return;
     }
-    const QString path = pathOf(m_recorder.FileName);
-    m_host.ShowFile(QStringLiteral("REC: %1 ").arg(path), path);
+    m_host.ShowRecordedFile(pathOf(m_recorder.FileName));
     ShowState();
     cmdStop->setFocus();
 }
@@ -276,7 +276,9 @@ void frmRecorder::cmdPlay_Click()
     showRule();
     const QString file = ChooseFile();
     // While the file was chosen a measurement may have begun by itself, which a playback would run into.
-    if (!file.isEmpty() && !m_host.IsMeasuring()) {
+    if (!file.isEmpty() && m_host.IsMeasuring()) {
+        m_host.ShowMessage(text(1192));
+    } else if (!file.isEmpty()) {
         play(file);
     }
 }
@@ -284,6 +286,7 @@ void frmRecorder::cmdPlay_Click()
 void frmRecorder::play(const QString& file)
 {
     m_host.ShowMessage({});
+    m_startFailure.clear();
     m_host.ShowFile(text(1391), {});
     m_recorder.StartPlaying(QFile::encodeName(file).toStdString());
     ShowState();
@@ -294,9 +297,8 @@ void frmRecorder::play(const QString& file)
         {.show = [this](const clsRVQ& record) { m_host.ShowRecord(record); },
          .goOn = [&](double read) { return progress.GoOn(read) && m_recorder.Mode == RecorderPlaying; }},
         m_recorder.Played);
-    m_news = News::Loaded;
-    m_host.EndPlayback(m_loaded);
-    if (m_loaded.outcome != modPlayback::Outcome::Complete) {
+    m_host.EndPlayback(*m_loaded);
+    if (m_loaded->outcome != modPlayback::Outcome::Complete) {
         m_host.ShowMessage(QString::fromLatin1(kPlayError));
     }
 }

@@ -7,6 +7,7 @@
 #include <QDialog>
 
 #include <functional>
+#include <optional>
 #include <system_error>
 
 class QLabel;
@@ -46,7 +47,8 @@ private:
     void showRule();
     QString stateText() const;
     QString newsText() const;
-    QString outcomeText() const;
+    QString recordedText() const;
+    QString loadedText() const;
     bool hasFile() const;
     QString askForFile();
     void cmdRec_Click();
@@ -58,10 +60,8 @@ private:
     const modGlobals::Settings& m_settings;
     clsRecorder& m_recorder;
     RecorderHost& m_host;
-    /// What happened last.
-    enum class News : std::uint8_t { None, NoRecording, Recorded, Loaded } m_news = News::None;
     std::error_code m_startFailure; ///< why the last recording could not begin
-    modPlayback::Loaded m_loaded;
+    std::optional<modPlayback::Loaded> m_loaded;
     bool m_choosing = false; ///< a file is being chosen or loaded
 
     QLabel* lblState;

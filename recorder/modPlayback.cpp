@@ -71,16 +71,19 @@ Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const S
     record.DistanceUnit = device.DistanceUnit;
     record.OutputFormat = device.OutputFormat;
     Loaded loaded;
+    std::optional<clsRecordReader> reader;
     try {
-        clsRecordReader reader(file);
-        load(reader, record, stage, loaded);
-        // Deliberate: the file stays open until the program ends; a new playback opens its own.
-        played.push_back(reader.Release());
+        reader.emplace(file);
+        load(*reader, record, stage, loaded);
     } catch (const std::system_error& failure) {
         loaded.outcome = Outcome::Unreadable; // what has been shown stays
         loaded.failure = failure.code();
     } catch (const std::exception&) {
         loaded.outcome = Outcome::Unreadable;
+    }
+    if (reader) {
+        // Deliberate: the file stays open until the program ends; a new playback opens its own.
+        played.push_back(reader->Release());
     }
     if (loaded.lines > 0) {
         loaded.end = MeasurementOf(record);

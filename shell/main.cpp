@@ -5,6 +5,7 @@
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
+#include "shell/FileErrors.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
@@ -148,6 +149,15 @@ void readWithoutDisplay(int argc, char** argv)
     }
 }
 
+void startRecording(frmMain& window, std::int32_t language)
+{
+    try {
+        window.StartRecording();
+    } catch (const std::system_error& failure) {
+        throw std::runtime_error(Text(1186, language).arg(FileErrorText(failure.code(), language)).toStdString());
+    }
+}
+
 int runProgram(const Options& options)
 {
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
@@ -192,7 +202,7 @@ int runProgram(const Options& options)
         window.MeasureWhenConnected();
     }
     if (options.record) {
-        window.StartRecording();
+        startRecording(window, settings.Language);
     }
     WatchForTermination(window, [&window] {
         window.close();

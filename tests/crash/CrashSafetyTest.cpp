@@ -150,7 +150,7 @@ TEST_F(CrashSafety, Recordings)
         }
         recorder.Record(device);
     };
-    Repeat(50, record, [&](int done) {
+    Repeat(200, record, [&](int done) {
         // Of the line in hand the system may have taken the part up to the end of a page.
         const std::string bytes = TemporaryFolder::Read(file);
         const std::size_t whole = bytes.size() / line.size();

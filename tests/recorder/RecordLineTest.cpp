@@ -4,6 +4,7 @@
 #include "shell/modAPI.h"
 
 #include <clocale>
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace {
@@ -26,6 +27,9 @@ TEST(RecordLine, HasItsFormatInAnyLocale)
     };
     const double quarter = timeOf(15, 13, 5, 7, 250);
     const Row rows[] = {
+        // A quarter of a second as the clock gives it, and as the next number above.
+        {quarter, 1.234, 1234, "23 C", "15.11.2026 13:05:07,249; 1234 mm; 23 \xB0\x43\r\n"},
+        {std::nextafter(quarter, 1e9), 1.234, 1234, "23 C", "15.11.2026 13:05:07,250; 1234 mm; 23 \xB0\x43\r\n"},
         {46341.5, 1.234, 1234, "23 C,  OK", "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n"},
         {46341.0, -0.005, -5, "-3.5 \xB0\x43", "15.11.2026 00:00:00,000; -5 mm; -3.5 \xB0\x43\r\n"},
         // 46341.999999999 days are 0.0864 ms before midnight: cut off, never rounded up into the next day
@@ -37,7 +41,7 @@ TEST(RecordLine, HasItsFormatInAnyLocale)
     };
     const std::string before = std::setlocale(LC_ALL, nullptr);
     for (const char* locale : {"C", "de_DE.UTF-8"}) {
-        std::setlocale(LC_ALL, locale);
+        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << "run ./test, which makes the locale " << locale;
         for (const Row& row : rows) {
             clsRVQ device;
             device.CurrentTime = row.time;

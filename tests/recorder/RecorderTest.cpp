@@ -5,6 +5,7 @@
 #include "tests/support/SensorOnLine.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -89,6 +90,43 @@ TEST(Recorder, AFullDiskOrADeletedFileStopsItAndKeepsWholeLines)
     clsRecorder nowhere("/proc/no-such-folder/REC");
     EXPECT_THROW(nowhere.StartRecording(), std::system_error);
     EXPECT_EQ(nowhere.Mode, RecorderIdle);
+}
+
+std::atomic<int> flushes = 0;
+
+TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
+{
+    const TemporaryFolder folder;
+    flushes = 0;
+    clsRecordFile file(folder.path, [](int) {
+        ++flushes;
+        return flushes == 3 ? std::make_error_code(std::errc::io_error) : std::error_code();
+    });
+    double now = 100.5;
+    std::error_code failure;
+    const auto pass = [&](double seconds, bool line) {
+        if (line) {
+            file.WriteLine("line\r\n", now);
+        }
+        for (double ms = 0.0; ms < seconds * 1000; ms += 50.0) {
+            now += 50.0 / kMsPerDay;
+            const std::error_code error = file.FlushIfDue(now);
+            failure = error ? error : failure;
+            usleep(200); // the flush runs beside
+        }
+        return flushes.load();
+    };
+    EXPECT_EQ(pass(10.0, false), 0) << "nothing to flush";
+    EXPECT_EQ(pass(3.0, true), 0);
+    EXPECT_EQ(pass(2.0, false), 1);
+    pass(1.0, true);
+    now -= 1.5 / 86400.0; // the clock is set back by less than it has waited
+    EXPECT_EQ(pass(0.2, false), 2);
+    EXPECT_FALSE(failure);
+    EXPECT_EQ(pass(5.0, true), 3);
+    EXPECT_EQ(failure, std::errc::io_error);
+    EXPECT_FALSE(file.Close());
+    EXPECT_EQ(flushes, 4) << "and when it is closed";
 }
 
 constexpr int kNotAllowed = 77;

@@ -2,25 +2,15 @@
 #include "recorder/frmRecorder.h"
 
 #include "chart/XYChart.h"
-#include "config/clsConfigLibrary.h"
-#include "device/clsPosixPort.h"
-#include "monitor/frmMain.h"
 #include "recorder/Export.h"
 #include "recorder/clsRecorder.h"
-#include "shell/Help.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Desk.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QCloseEvent>
-#include <QElapsedTimer>
+#include <QFile>
 #include <QImage>
-#include <QLabel>
 #include <QProgressDialog>
-#include <QPushButton>
 #include <QThread>
 #include <QTimer>
-#include <QtTest/qtestspontaneevent.h>
 
 #include <gtest/gtest.h>
 
@@ -71,13 +61,6 @@ struct Bench {
         }
         return enabled;
     }
-    bool CloseByFrame()
-    {
-        QCloseEvent byTheFrame;
-        QSpontaneKeyEvent::setSpontaneous(&byTheFrame);
-        qApp->notify(&window, &byTheFrame);
-        return byTheFrame.isAccepted();
-    }
 };
 
 TEST(RecorderWindow, FollowsTheRecorderAndClosesByItsRules)
@@ -94,17 +77,20 @@ TEST(RecorderWindow, FollowsTheRecorderAndClosesByItsRules)
     EXPECT_THROW(bench.recorder.Record(bench.host.device), std::invalid_argument);
     bench.window.ShowState();
     EXPECT_EQ(bench.State(), "Waiting for a temperature");
-    EXPECT_FALSE(bench.CloseByFrame());
+    bench.Button("cmdStop")->click();
+    EXPECT_EQ(bench.State(), "Nothing could be recorded without a temperature.");
+    bench.Button("cmdRec")->click();
+    EXPECT_FALSE(CloseByFrame(bench.window));
     bench.window.reject(); // Escape
     EXPECT_TRUE(bench.window.isVisible());
     bench.host.device.sTemperature = "23 C";
     bench.recorder.Record(bench.host.device);
     bench.window.ShowState();
-    EXPECT_EQ(bench.State(), "Recording: 1 values");
+    EXPECT_EQ(bench.State(), "Recording, values: 1");
     bench.Button("cmdStop")->click();
-    EXPECT_EQ(bench.State(), "1 values saved");
+    EXPECT_EQ(bench.State(), "Values saved: 1");
     EXPECT_EQ(bench.Rule(), "cmdRec ");
-    EXPECT_TRUE(bench.CloseByFrame());
+    EXPECT_TRUE(CloseByFrame(bench.window));
     EXPECT_TRUE(bench.recorder.IsOpen) << "closed by its frame it leaves the flag";
     bench.Button("cmdRec")->click();
     bench.Button("cmdStop")->click();
@@ -120,18 +106,17 @@ TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
     Bench bench;
     bench.folder.Write("REC", "a file in the folder's place");
     bench.Button("cmdRec")->click();
-    EXPECT_EQ(bench.State(), "No recording: There is no ordinary file there.");
+    EXPECT_EQ(bench.State(), "No recording: A file lies where the folder should be.");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
     bench.window.ChooseFile = [&] { return QString::fromStdString(bench.folder.path / "none.rec"); };
     bench.Button("cmdPlay")->click();
-    EXPECT_EQ(bench.State(), "Cannot be read: The file or its folder does not exist.");
+    EXPECT_EQ(bench.State(), "Cannot be read: File or folder is missing.");
     bench.window.ChooseFile = [&] {
         bench.host.measuring = true; // the sensor has come back meanwhile
         return QString::fromStdString(bench.folder.path / "none.rec");
     };
-    bench.host.message.clear();
     bench.Button("cmdPlay")->click();
-    EXPECT_EQ(bench.host.message, "") << "nothing is played into a measurement";
+    EXPECT_EQ(bench.host.message, "Not loaded: a measurement is running.");
     EXPECT_EQ(bench.Rule(), "cmdRec ");
 }
 
@@ -151,7 +136,7 @@ TEST(RecorderWindow, LongLoadingCanBeCancelled)
         if (auto* bar = bench.window.findChild<QProgressDialog*>(); bar != nullptr && bar->value() > 0) {
             sawBar = true;
             EXPECT_EQ(bench.Rule(), "") << "all three wait";
-            EXPECT_FALSE(bench.CloseByFrame());
+            EXPECT_FALSE(CloseByFrame(bench.window));
             bar->findChild<QPushButton*>("cmdCancel")->click();
         }
     });
@@ -159,18 +144,12 @@ TEST(RecorderWindow, LongLoadingCanBeCancelled)
     bench.Button("cmdPlay")->click();
     ASSERT_TRUE(sawBar);
     EXPECT_LT(bench.host.shown, 200000);
-    EXPECT_EQ(bench.State(), "Loading cancelled, " + std::to_string(bench.host.shown) + " values loaded");
+    EXPECT_EQ(bench.State(), "Loading cancelled, values loaded: " + std::to_string(bench.host.shown));
     EXPECT_EQ(bench.host.message, "Error in LoadData");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
 }
 
-struct Window {
-    TemporaryFolder folder;
-    modPComm::PortDevices devices;
-    clsPosixPort port{devices};
-    modGlobals::Settings settings{.Language = LanguageEnglish, .AutoScale = false};
-    Help help{settings, folder.path};
-    clsConfigLibrary library{{}};
+struct Window : Desk {
     frmMain main{settings, {port, devices, [this] { return port.LastFailure(); }}, {library, folder.path}, help};
 
     QString Play(const std::filesystem::path& file)
@@ -193,6 +172,7 @@ TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
         "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n15.11.2026 12:00:10,000; No Echo; 21 \xB0\x43\r\n"
         "15.11.2026 12:02:00,000; 5000 mm; 22 \xB0\x43\r\n";
     const auto file = window.folder.Write("short.rec", lines);
+    window.settings.AutoScale = false;
     EXPECT_EQ(window.Play(file), "");
     EXPECT_EQ(window.Label("sbar_2")->text(), QString::fromStdString(file));
     EXPECT_TRUE(window.settings.AutoScale);
@@ -228,6 +208,40 @@ TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
     EXPECT_EQ(window.Label("sbar_1")->text(), "Error in LoadData") << "long enough to be read";
     EXPECT_EQ(window.Chart()->Series().StopIndex, 3) << "what stands before the bad line";
     EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9) << "the ticks move nothing";
+}
+
+TEST(MainWindow, TellsOfARecordingThatEndsByItself)
+{
+    const MainDesk main;
+    ASSERT_TRUE(main.Connects());
+    ASSERT_TRUE(Until([&] { return main.Text("lblTemperature") == "23 C,  OK"; }));
+    main.Find("cmdStart")->click();
+    main.window->StartRecording();
+    for (int round = 0; round < 2; ++round) {
+        main.Trigger("mnuRecorder");
+        const auto* recorder = main.Find<frmRecorder>("frmRecorder");
+        if (round > 0) {
+            FindIn(*recorder, "cmdRec")->click();
+        }
+        const auto state = [&] { return FindIn<QLabel>(*recorder, "lblState")->text().toStdString(); };
+        ASSERT_TRUE(Until([&] { return state() == "Recording, values: 5"; }));
+        ASSERT_TRUE(QFile::remove(main.Find<QLabel>("sbar_2")->toolTip()));
+        EXPECT_TRUE(Until([&] { return state() == "Recording ended: File or folder is missing."; })) << state();
+        EXPECT_EQ(main.Text("sbar_1"), "Recording ended: File or folder is missing.");
+    }
+}
+
+/// Whether the value axis reaches the first point does not hang on the last bits of its time.
+TEST(MainWindow, ScalesToTheFirstPointOfARecording)
+{
+    Window window;
+    window.main.show();
+    std::string lines = "15.11.2026 12:00:02,000; 9000 mm; 21 C\n";
+    for (int i = 0; i < 40; ++i) {
+        lines += "15.11.2026 12:01:03,000; 1000 mm; 21 C\n";
+    }
+    window.Play(window.folder.Write("peak.rec", lines));
+    EXPECT_GT(window.Chart()->YMaximum(), 9.0);
 }
 
 TEST(MainWindow, MayBeClosedWhileARecordingIsLoaded)
@@ -278,7 +292,7 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
     const auto table = [&](const std::filesystem::path& from, const QString& to) {
         return WriteTable(window.main, QString::fromStdString(from), to, {}, LanguageEnglish).toStdString();
     };
-    EXPECT_EQ(table(file, folder + "/x.csv"), "2 lines exported, 0 unreadable left out");
+    EXPECT_EQ(table(file, folder + "/x.csv"), "Lines exported: 2, unreadable ones left out: 0");
     EXPECT_EQ(TemporaryFolder::Read((folder + "/x.csv").toStdString()).substr(0, 45),
               "Time,Distance [mm],Status,Temperature [\xC2\xB0\x43]\r\n");
     EXPECT_NE(table(window.folder.path / "none.rec", folder + "/y.csv"), "");
