@@ -9,15 +9,18 @@ constexpr double kRadius = 2.0;
 constexpr float kShare = 0.45F;
 constexpr float kShareDisabled = 0.25F;
 
-bool isDark(const QPalette& palette)
+constexpr int kWhite = 250; // and more: a theme of high contrast
+
+bool needsOutlines(const QPalette& palette)
 {
-    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+    const int ground = palette.color(QPalette::Window).lightness();
+    return ground < palette.color(QPalette::WindowText).lightness() || ground >= kWhite;
 }
 
 /// Between ground and text.
 void drawOutline(const QStyleOption& option, QPainter& painter, bool round = false)
 {
-    if (!isDark(option.palette)) {
+    if (!needsOutlines(option.palette)) {
         return;
     }
     QColor color = option.palette.color(QPalette::Active, QPalette::WindowText);

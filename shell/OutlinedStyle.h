@@ -1,5 +1,6 @@
-// Qt's Fusion style with outlines that can be seen on dark grounds. Fusion makes an outline darker than the window: on
-// a dark one check boxes, text boxes and buttons lose theirs, on a black one an unticked box is not there at all.
+// Qt's Fusion style with outlines that can be seen on dark grounds and in high contrast. Fusion makes an outline a
+// little darker than the window: on a dark one check boxes, text boxes and buttons lose theirs, on a black one an
+// unticked box is not there at all, and on a white one it is pale.
 #pragma once
 
 #include <QProxyStyle>

@@ -82,8 +82,9 @@ std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices,
     if (dynamic_cast<SecondTextDelegate*>(list.itemDelegate()) == nullptr) {
         list.setItemDelegate(new SecondTextDelegate(&list));
     }
-    list.setStyleSheet(
-        QStringLiteral("combobox-popup: 0")); // a list with a scroll bar, not a menu as high as the screen
+    // A list with a scroll bar, not a menu as high as the screen.
+    list.setStyleSheet(QStringLiteral("combobox-popup: 0"));
+    list.view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     list.setMaxVisibleItems(kShownPorts);
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
         list.addItem(QStringLiteral("COM %1").arg(port));
