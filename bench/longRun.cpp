@@ -1,11 +1,16 @@
 // A long measurement in a short time: the measurement loop with a given clock and a played sensor at its other end, at
 // 20 values a second with temperature polling and faults. Every value carries its own number, so that nothing can be
-// lost, doubled or swapped unseen: what was delivered must add up exactly to what was shown and what the faults took.
+// lost, doubled or swapped unseen: what was delivered must add up exactly to what was shown and what the faults took,
+// and what was shown to what was charted and recorded. The recording of each day is read back and deleted.
 // orvex_bench_longrun [DAYS]
 #include "chart/clsChartData.h"
 #include "device/Crc16.h"
-#include "device/SerialPort.h"
 #include "monitor/clsMeasurementLoop.h"
+#include "recorder/clsRecordReader.h"
+#include "recorder/clsRecorder.h"
+#include "tests/support/PlayedLine.h"
+#include "tests/support/SilentView.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,12 +24,12 @@
 
 namespace {
 
-constexpr double kTick_s = 0.05;
 constexpr double kStart = 46000.0;             // days since 1899-12-30
 constexpr std::int64_t kTicksPerDay = 1728000; // of 50 ms
 constexpr std::int64_t kTicksPerSecond = 20;
 constexpr std::int64_t kNumbers = 8000000; // values repeat after so many
 constexpr std::int32_t kFirst_mm = 1000;
+constexpr char kMemory[] = "/dev/shm";
 constexpr std::int32_t kCharted = 30000;
 constexpr std::string_view kDump =
     "Type: Serial\r\nAttenuator: D\r\nSerial-No: 1\r\nPointer: off\r\nTemperature: 23 C,  OK\r\n"
@@ -46,87 +51,54 @@ std::string frameOf(std::int32_t value_mm)
 }
 
 /// The sensor and its line: answers at once, sends one value in a tick, and breaks when it is told to.
-class PlayedSensor : public SerialPort {
+class PlayedSensor : public PlayedLine {
 public:
     std::int64_t delivered = 0, damaged = 0, flushed = 0; ///< values
     std::int64_t polls = 0;
-    bool isSilent = false, isPulled = false;
+    bool isSilent = false;
 
     bool IsMeasuring() const { return m_measuring; }
     void SendValue(bool isMarker)
     {
-        if (!m_measuring || isSilent || isPulled) {
+        if (!m_measuring || isSilent || Pulled) {
             return;
         }
-        m_arriving += frameOf(isMarker ? kMarkerNoEcho : kFirst_mm + static_cast<std::int32_t>(m_next++ % kNumbers));
+        Arriving += frameOf(isMarker ? kMarkerNoEcho : kFirst_mm + static_cast<std::int32_t>(m_next++ % kNumbers));
         ++delivered;
         ++m_waiting;
     }
     /// A value that arrives with one bit changed.
     void SendDamaged()
     {
-        if (m_measuring && !isSilent && !isPulled) {
+        if (m_measuring && !isSilent && !Pulled) {
             std::string frame = frameOf(kFirst_mm + static_cast<std::int32_t>(m_next++ % kNumbers));
             frame[1] = static_cast<char>(frame[1] ^ 4);
-            m_arriving += frame;
+            Arriving += frame;
             ++damaged;
         }
     }
     void Restart()
     {
         m_measuring = false;
-        m_arriving += "RVQ ready\r\n";
+        Arriving += "RVQ ready\r\n";
     }
     /// Values that have been read since the last look.
     std::int64_t TakeRead() { return std::exchange(m_read, 0); }
     std::int64_t Waiting() const { return m_waiting; }
 
-    std::int32_t sio_open(std::int32_t) override
-    {
-        m_vanished = isPulled;
-        return isPulled ? -1 : 0;
-    }
-    std::int32_t sio_close(std::int32_t) override { return 0; }
-    std::int32_t sio_baud(std::int32_t, std::int32_t) override { return 0; }
-    std::int32_t sio_getbaud(std::int32_t) override { return 38400; }
-    std::int32_t sio_flush(std::int32_t, std::int32_t) override
-    {
-        m_arriving.clear();
-        flushed += std::exchange(m_waiting, 0);
-        return 0;
-    }
-    std::int32_t sio_putch(std::int32_t, std::uint8_t byte) override
-    {
-        if (!isSilent && !isPulled) {
-            answer(static_cast<char>(byte));
-        }
-        return 0;
-    }
-    std::int32_t sio_iqueue(std::int32_t) override
-    {
-        m_vanished = m_vanished || isPulled;
-        return m_vanished ? -1 : static_cast<std::int32_t>(m_arriving.size());
-    }
-    std::int32_t sio_read(std::int32_t, std::span<char> buffer) override
-    {
-        const std::size_t count = m_arriving.copy(buffer.data(), buffer.size());
-        m_arriving.erase(0, count);
-        m_read += std::exchange(m_waiting, 0);
-        return static_cast<std::int32_t>(count);
-    }
-    std::int32_t sio_data_status(std::int32_t) override { return 0; }
-    bool HasVanished(std::int32_t) const override { return m_vanished; }
-
 private:
-    void answer(char command)
+    void sent(char command) override
     {
+        if (isSilent || Pulled) {
+            return;
+        }
         switch (command) {
         case 'X':
             m_measuring = false;
-            m_arriving += "Sensor ready\r\n";
+            Arriving += "Sensor ready\r\n";
             break;
         case 'C':
-            m_arriving += kDump;
+            Arriving += kDump;
             break;
         case 'M':
         case 'S':
@@ -134,41 +106,35 @@ private:
             break;
         case 'T':
             ++polls;
-            m_arriving += withCrc({23, 1});
+            Arriving += withCrc({23, 1});
             break;
         default:
             break;
         }
     }
 
-    std::string m_arriving;
+    void dropped() override { flushed += std::exchange(m_waiting, 0); }
+    void wasRead() override { m_read += std::exchange(m_waiting, 0); }
+
     std::int64_t m_next = 0, m_waiting = 0, m_read = 0;
-    bool m_measuring = false, m_vanished = false;
+    bool m_measuring = false;
 };
 
 /// The window: counts, keeps the chart's series, and looks whether the values come in order.
-class CountingView : public MonitorView {
+class CountingView : public SilentView {
 public:
     std::int64_t shown = 0, markers = 0, charted = 0, temperatures = 0, disorders = 0;
     double newest = 0.0;
     clsChartData series;
 
     CountingView() { series.InitChartData(kCharted); }
-    void Echo(std::string_view) override {}
     void ShowDistance(const std::string& text) override
     {
         shown += text.empty() ? 0 : 1;
         markers += text == "No Echo" ? 1 : 0;
     }
     void ShowTemperature(const std::string& text) override { temperatures += text.empty() ? 0 : 1; }
-    void ShowStatus(std::int32_t, std::string_view) override {}
-    void ShowDialogue(std::int32_t) override {}
-    void ShowRunning(bool) override {}
-    void ShowShutDown(bool) override {}
-    void ShowRule(const ControlRule&) override {}
-    void ShowSensorSettings(const SensorSettings&) override {}
     void ResetChart() override { series.InitChartData(kCharted); }
-    void ShowUnit(std::string_view) override {}
     void AddChartPoint(double time, double value) override
     {
         series.AddChartPoint(time, value);
@@ -177,9 +143,56 @@ public:
         ++charted;
     }
     void AddChartGap(double time) override { series.AddChartPoint(time, std::nan("")); }
-    void ShowYLimits(double, double) override {}
-    std::optional<std::array<double, 2>> ChartedValues() override { return {}; }
-    void ShowChartTime(double) override {}
+};
+
+/// The recorder, a file for each day, with a sum over what it was given and over what stands in the file.
+class DailyRecording {
+public:
+    std::int64_t recorded = 0, unrecorded = 0, readBack = 0, wrongFiles = 0;
+
+    void Record(const clsRVQ& device)
+    {
+        if (!modRecordLine::HasTemperature(device)) {
+            ++unrecorded;
+            return;
+        }
+        m_recorder.Record(device);
+        recorded += m_recorder.Mode == RecorderRecording ? 1 : 0;
+        add(m_given, KindOf(MeasurementOf(device)), device.MeasValue_mm);
+    }
+    void Flush(double now) { m_recorder.Flush(now); }
+    void Begin() { m_recorder.StartRecording(); }
+    /// Ends the day's file, compares it with what was given, and deletes it.
+    void End()
+    {
+        const std::int64_t lines = m_recorder.Lines();
+        m_recorder.Stop();
+        std::int64_t found = 0;
+        std::uint64_t sum = 0;
+        if (lines > 0) {
+            clsRecordReader reader(m_recorder.FileName);
+            for (RecordStep step = reader.Next(); step == RecordStep::Value; step = reader.Next()) {
+                add(sum, reader.Value().kind, reader.Value().value_mm);
+                ++found;
+            }
+            std::filesystem::remove(m_recorder.FileName);
+        }
+        readBack += found;
+        wrongFiles += found == lines && sum == m_given ? 0 : 1;
+        m_given = 0;
+    }
+
+private:
+    /// The order counts.
+    static void add(std::uint64_t& sum, MeasurementKind kind, std::int32_t value_mm)
+    {
+        const auto number = kind == MeasurementKind::Distance ? value_mm : -static_cast<std::int32_t>(kind);
+        sum = sum * 1000003 + static_cast<std::uint64_t>(number);
+    }
+
+    TemporaryFolder m_folder;
+    clsRecorder m_recorder{m_folder.path};
+    std::uint64_t m_given = 0;
 };
 
 /// Resident memory in KiB.
@@ -196,12 +209,17 @@ public:
     {
         m_loop.PollTemperature(true);
         m_loop.MeasureWhenConnected();
-        m_loop.Record = [this](const clsRVQ&) { ++m_recorded; };
+        m_loop.Record = [this](const clsRVQ& device) { m_recording.Record(device); };
     }
 
     void Play(std::int64_t ticks)
     {
+        m_recording.Begin();
         for (std::int64_t tick = 0; tick < ticks; ++tick) {
+            if (tick > 0 && tick % kTicksPerDay == 0) {
+                m_recording.End();
+                m_recording.Begin();
+            }
             if (tick == kTicksPerDay / 24) {
                 m_early_KiB = resident_KiB();
             }
@@ -209,6 +227,7 @@ public:
             const std::int64_t shown = m_view.shown;
             // Summer time ends on the tenth day.
             const double days = static_cast<double>(tick) / kTicksPerDay - (tick > 10 * kTicksPerDay ? 1.0 / 24 : 0);
+            m_recording.Flush(kStart + days);
             m_loop.Tick(kStart + days);
             if (m_device.CommStatus != DialogueMeasuring) {
                 m_unasked += m_sensor.TakeRead(); // a sensor that still measures while the dialogue begins anew
@@ -219,6 +238,7 @@ public:
                 m_unexplained += passedOver != 0 && tick - m_lastDamage > kTicksPerSecond ? passedOver : 0;
             }
         }
+        m_recording.End();
         m_inFlight = m_sensor.Waiting() + m_sensor.TakeRead();
     }
 
@@ -237,13 +257,16 @@ public:
             {"= shown", m_view.shown},
             {"- \"No Echo\", which is a gap", m_view.markers},
             {"= charted", m_view.charted},
-            {"handed to the recorder", m_recorded},
+            {"shown before there was a temperature to record", m_recording.unrecorded},
+            {"recorded", m_recording.recorded},
+            {"read back from the recordings", m_recording.readBack},
             {"values damaged on the line", m_sensor.damaged},
             {"temperature polls answered", m_sensor.polls},
             {"silences, cables pulled, restarts", m_breaks},
             {"not accounted for", rest},
             {"out of order", m_view.disorders},
             {"passed over without damage", m_unexplained},
+            {"recordings that differ from what was shown", m_recording.wrongFiles},
             {"resident memory after one hour, KiB", m_early_KiB},
             {"more at the end, KiB", grown_KiB},
         };
@@ -252,8 +275,9 @@ public:
         }
         std::printf("| seconds of computing | %.0f |\n", seconds);
         return rest == 0 && m_view.shown == m_view.charted + m_view.markers && m_view.disorders == 0 &&
-               m_unexplained == 0 && m_recorded == m_view.shown && m_view.shown > 0 && m_view.temperatures > 0 &&
-               grown_KiB <= 2048;
+               m_unexplained == 0 && m_recording.recorded + m_recording.unrecorded == m_view.shown &&
+               m_recording.readBack == m_recording.recorded && m_recording.wrongFiles == 0 && m_view.shown > 0 &&
+               m_view.temperatures > 0 && grown_KiB <= 2048;
     }
 
 private:
@@ -265,7 +289,7 @@ private:
         // Every two hours 20 s of silence, every odd hour 5 s without a cable, every six hours a restart.
         const std::int64_t second = tick / kTicksPerSecond;
         m_sensor.isSilent = second % 7200 < 20 && second >= 7200;
-        m_sensor.isPulled = second % 7200 >= 3600 && second % 7200 < 3605;
+        m_sensor.Pulled = second % 7200 >= 3600 && second % 7200 < 3605;
         if (every(tick - 1800 * kTicksPerSecond, 21600)) {
             m_sensor.Restart();
             ++m_breaks;
@@ -283,8 +307,8 @@ private:
     modGlobals::Settings m_settings;
     clsRVQ m_device{m_sensor, {}};
     clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
-    std::int64_t m_recorded = 0, m_unasked = 0, m_superseded = 0, m_unexplained = 0, m_inFlight = 0, m_breaks = 0,
-                 m_early_KiB = 0;
+    DailyRecording m_recording;
+    std::int64_t m_unasked = 0, m_superseded = 0, m_unexplained = 0, m_inFlight = 0, m_breaks = 0, m_early_KiB = 0;
     std::int64_t m_lastDamage = -kTicksPerDay;
 };
 
@@ -293,6 +317,9 @@ private:
 int main(int argc, char** argv)
 {
     const double days = argc > 1 ? std::atof(argv[1]) : 30.0;
+    if (access(kMemory, W_OK) == 0) {
+        setenv("TMPDIR", kMemory, 0); // the disk would be told to keep 30 days of lines in a few minutes
+    }
     LongRun run;
     const auto start = std::chrono::steady_clock::now();
     run.Play(static_cast<std::int64_t>(days * kTicksPerDay));

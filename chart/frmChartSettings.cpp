@@ -85,9 +85,10 @@ QGroupBox* frmChartSettings::buildValueAxis()
         caption->setObjectName(QStringLiteral("lblParameter_%1").arg(limit));
         SetTextIds(caption, limit == modChartSettings::LimitMax ? 1035 : 1036);
         caption->setBuddy(box);
-        grid->addWidget(caption, 2 + limit, 0);
-        grid->addWidget(box, 2 + limit, 1);
-        txtParameter.at(static_cast<std::size_t>(limit)) = box;
+        const int row = 2 + static_cast<int>(limit);
+        grid->addWidget(caption, row, 0);
+        grid->addWidget(box, row, 1);
+        txtParameter.at(limit) = box;
     }
     grid->setColumnStretch(1, 1);
     return frame;

@@ -2,14 +2,14 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace modChartSettings {
 
 /// The two boxes: 0 is the upper limit, 1 the lower one.
-enum Limit : std::int32_t { LimitMax = 0, LimitMin = 1 };
+enum Limit : std::size_t { LimitMax = 0, LimitMin = 1 };
 
 /// A limit as a box shows it: as many decimals as it needs, 6 at most, no group separators.
 std::string LimitText(double limit, char decimalSeparator);

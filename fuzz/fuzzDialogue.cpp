@@ -1,10 +1,11 @@
 // The dialogue with the sensor as a state machine: bytes, time and the operator's acts in any order drive device and
 // measurement loop. At the end a healthy sensor is plugged in, and the program must find its way back to it.
 #include "device/Parameters.h"
-#include "device/SerialPort.h"
 #include "fuzz/FuzzInput.h"
 #include "monitor/clsMeasurementLoop.h"
 #include "simulator/clsSensorModel.h"
+#include "tests/support/PlayedLine.h"
+#include "tests/support/SilentView.h"
 
 #include <cmath>
 #include <optional>
@@ -17,70 +18,34 @@ constexpr double kRecovery_s = 120.0;
 constexpr double kLongestAct_s = 60.0;
 
 /// The line: the input's bytes arrive until a sensor stands at its other end.
-class FuzzPort : public SerialPort {
+class FuzzPort : public PlayedLine {
 public:
-    std::string arriving;
-    std::optional<simulator::clsSensorModel> sensor;
-    double now_s = 0.0;
-    int sent = 0; ///< bytes since the last look
-    bool vanished = false, missing = false;
+    std::optional<simulator::clsSensorModel> Sensor;
+    double Now_s = 0.0;
+    int Sent = 0; ///< bytes since the last look
 
-    std::int32_t sio_open(std::int32_t) override
+private:
+    void sent(char command) override
     {
-        vanished = false;
-        return missing ? -1 : 0;
-    }
-    std::int32_t sio_close(std::int32_t) override { return 0; }
-    std::int32_t sio_baud(std::int32_t, std::int32_t) override { return 0; }
-    std::int32_t sio_getbaud(std::int32_t) override { return 9600; }
-    std::int32_t sio_flush(std::int32_t, std::int32_t) override
-    {
-        arriving.clear();
-        return 0;
-    }
-    std::int32_t sio_putch(std::int32_t, std::uint8_t byte) override
-    {
-        ++sent;
-        if (sensor) {
-            const char c = static_cast<char>(byte);
-            sensor->Receive({&c, 1}, now_s);
+        ++Sent;
+        if (Sensor) {
+            Sensor->Receive({&command, 1}, Now_s);
         }
-        return 0;
     }
-    std::int32_t sio_iqueue(std::int32_t) override
+    void arrive() override
     {
-        if (sensor) {
-            arriving += sensor->Transmit(now_s);
+        if (Sensor) {
+            Arriving += Sensor->Transmit(Now_s);
         }
-        return vanished ? -1 : static_cast<std::int32_t>(arriving.size());
     }
-    std::int32_t sio_read(std::int32_t, std::span<char> buffer) override
-    {
-        const std::size_t count = arriving.copy(buffer.data(), buffer.size());
-        arriving.erase(0, count);
-        return static_cast<std::int32_t>(count);
-    }
-    std::int32_t sio_data_status(std::int32_t) override { return 0; }
-    bool HasVanished(std::int32_t) const override { return vanished; }
 };
 
-struct NoView : MonitorView {
+struct FuzzView : SilentView {
     void Echo(std::string_view received) override { Require(!received.empty()); }
-    void ShowDistance(const std::string&) override {}
-    void ShowTemperature(const std::string&) override {}
     void ShowStatus(std::int32_t panel, std::string_view) override { Require(panel >= 1 && panel <= 3); }
-    void ShowDialogue(std::int32_t) override {}
-    void ShowRunning(bool) override {}
-    void ShowShutDown(bool) override {}
-    void ShowRule(const ControlRule&) override {}
-    void ShowSensorSettings(const SensorSettings&) override {}
-    void ResetChart() override {}
     void ShowUnit(std::string_view unit) override { Require(!unit.empty()); }
     void AddChartPoint(double time, double value) override { Require(std::isfinite(time) && std::isfinite(value)); }
-    void AddChartGap(double) override {}
     void ShowYLimits(double lower, double upper) override { Require(lower < upper); }
-    std::optional<std::array<double, 2>> ChartedValues() override { return {}; }
-    void ShowChartTime(double) override {}
 };
 
 /// What a fuzzer would not find by itself, in no order.
@@ -120,10 +85,10 @@ public:
     /// Whatever has happened: with a healthy sensor there is a dialogue again, a configuration, a value, and a rest.
     void Recover()
     {
-        m_port.missing = false;
-        m_port.arriving.clear();
-        m_port.sensor.emplace();
-        m_port.sensor->HoldDistance(3300.0);
+        m_port.Pulled = false;
+        m_port.Arriving.clear();
+        m_port.Sensor.emplace();
+        m_port.Sensor->HoldDistance(3300.0);
         m_loop.PollTemperature(false);
         const auto isBack = [this] { return m_loop.IsMeasuring() ? m_device.NewDistance : isAtRest(); };
         if (!reaches(isBack)) {
@@ -142,7 +107,7 @@ public:
         press();
         Require(reaches([this] { return m_device.NewDistance && m_device.MeasValue_mm == 3300; }));
         press();
-        Require(reaches([this] { return isAtRest(); }) && !m_port.sensor->IsMeasuring());
+        Require(reaches([this] { return isAtRest(); }) && !m_port.Sensor->IsMeasuring());
     }
 
 private:
@@ -153,11 +118,11 @@ private:
         case 0:
         case 1:
         case 2:
-            m_port.arriving += m_input.Bytes(static_cast<std::size_t>(argument) * 2 + 1);
+            m_port.Arriving += m_input.Bytes(static_cast<std::size_t>(argument) * 2 + 1);
             break;
         case 3:
         case 4:
-            m_port.arriving += kReplies[m_input.Byte() % std::size(kReplies)];
+            m_port.Arriving += kReplies[m_input.Byte() % std::size(kReplies)];
             break;
         case 5:
             tick(0.01 * argument);
@@ -179,11 +144,11 @@ private:
             m_device.OutputMode = argument % 3;
             break;
         case 11:
-            m_port.vanished = true;
-            m_port.missing = argument % 2 == 1;
+            m_port.Vanished = true;
+            m_port.Pulled = argument % 2 == 1;
             break;
         case 12:
-            m_port.missing = false;
+            m_port.Pulled = false;
             break;
         case 13:
             tick(-3.0); // a clock set back
@@ -239,7 +204,7 @@ private:
             if (m_input.IsEmpty() || m_input.Byte() % 2 == 0) {
                 tick(0.2);
             } else {
-                m_port.arriving += kReplies[m_input.Byte() % std::size(kReplies)];
+                m_port.Arriving += kReplies[m_input.Byte() % std::size(kReplies)];
                 tick(kTick_s);
             }
         });
@@ -255,15 +220,15 @@ private:
 
     void tick(double seconds)
     {
-        m_port.sent = 0;
+        m_port.Sent = 0;
         m_loop.Tick(passTime(seconds));
-        Require(m_port.sent <= 3); // follow-up of the evaluation and reaction of the loop, one byte each
+        Require(m_port.Sent <= 3); // follow-up of the evaluation and reaction of the loop, one byte each
     }
 
     double passTime(double seconds)
     {
         m_now_s += seconds;
-        m_port.now_s += std::abs(seconds);
+        m_port.Now_s += std::abs(seconds);
         return 46000.0 + m_now_s / 86400.0;
     }
 
@@ -292,7 +257,7 @@ private:
     FuzzPort m_port;
     modGlobals::Settings m_settings;
     clsRVQ m_device{m_port, {}};
-    NoView m_view;
+    FuzzView m_view;
     clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
     double m_now_s = 1000.0;
 };

@@ -90,8 +90,8 @@ private:
             m_painter.setPen(m_scale);
             const QRectF below(x - 5.0 * m_line, m_plot.bottom() + 0.4 * m_line, 10.0 * m_line, m_line);
             const QRectF beside(0.0, y - m_line, m_plot.left() - 0.5 * m_line, 2.0 * m_line);
-            m_painter.drawText(across ? below : beside, Qt::AlignVCenter | (across ? Qt::AlignHCenter : Qt::AlignRight),
-                               tick.text);
+            const Qt::Alignment alignment = Qt::AlignVCenter | (across ? Qt::AlignHCenter : Qt::AlignRight);
+            m_painter.drawText(across ? below : beside, static_cast<int>(alignment), tick.text);
         }
     }
 

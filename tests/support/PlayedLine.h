@@ -1,0 +1,55 @@
+// A serial line for long plays: what arrives is put into it, what is sent goes to whoever derives, and the cable can be
+// pulled.
+#pragma once
+
+#include "device/SerialPort.h"
+
+#include <string>
+
+class PlayedLine : public SerialPort {
+public:
+    std::string Arriving;  ///< what the next read finds
+    bool Pulled = false;   ///< the device is away: it vanishes, and cannot be opened until it is back
+    bool Vanished = false; ///< it was away, and the port has not been opened since
+
+    std::int32_t sio_open(std::int32_t) override
+    {
+        Vanished = Pulled;
+        return Pulled ? -1 : 0;
+    }
+    std::int32_t sio_close(std::int32_t) override { return 0; }
+    std::int32_t sio_baud(std::int32_t, std::int32_t) override { return 0; }
+    std::int32_t sio_getbaud(std::int32_t) override { return 38400; }
+    std::int32_t sio_flush(std::int32_t, std::int32_t) override
+    {
+        Arriving.clear();
+        dropped();
+        return 0;
+    }
+    std::int32_t sio_putch(std::int32_t, std::uint8_t byte) override
+    {
+        sent(static_cast<char>(byte));
+        return 0;
+    }
+    std::int32_t sio_iqueue(std::int32_t) override
+    {
+        arrive();
+        Vanished = Vanished || Pulled;
+        return Vanished ? -1 : static_cast<std::int32_t>(Arriving.size());
+    }
+    std::int32_t sio_read(std::int32_t, std::span<char> buffer) override
+    {
+        const std::size_t count = Arriving.copy(buffer.data(), buffer.size());
+        Arriving.erase(0, count);
+        wasRead();
+        return static_cast<std::int32_t>(count);
+    }
+    std::int32_t sio_data_status(std::int32_t) override { return 0; }
+    bool HasVanished(std::int32_t) const override { return Vanished; }
+
+private:
+    virtual void sent(char command) = 0;
+    virtual void arrive() {}  ///< before a look at what is there
+    virtual void dropped() {} ///< what was there has been thrown away
+    virtual void wasRead() {}
+};
