@@ -146,7 +146,7 @@ TEST(Chart, StaysSaneWithWhatIsNotACurve)
     }
 }
 
-TEST(Chart, ShowsZeroValuesAndHoldsItsSpanOnRequest)
+TEST(Chart, ShowsZeroValuesOnRequest)
 {
     const auto chart = newChart();
     chart->YLimits(-50, 50);
@@ -156,14 +156,6 @@ TEST(Chart, ShowsZeroValuesAndHoldsItsSpanOnRequest)
     EXPECT_EQ(curvePixels(pictureOf(*chart)), 0);
     chart->ShowZeroValues(true);
     EXPECT_GT(curvePixels(pictureOf(*chart)), 200);
-    chart->HoldSpan(true);
-    const QImage held = pictureOf(*chart);
-    const double origin = chart->TimeBegin();
-    chart->AddPoint(kNoon + 150 * kSecond, 20.0);
-    EXPECT_EQ(chart->TimeBegin(), origin);
-    chart->HoldSpan(false);
-    EXPECT_NEAR(chart->TimeBegin(), kNoon + 90 * kSecond, 0.01 * kSecond);
-    EXPECT_NE(pictureOf(*chart), held);
 }
 
 TEST(Chart, ColoursThatWereNotSetFollowADarkPalette)

@@ -63,12 +63,10 @@ TEST_F(ConfigFolder, AFileHoldsEveryKeyInOrderAndReadsBack)
 
 TEST_F(ConfigFolder, WhatAFileDoesNotNameHasItsDefault)
 {
-    const std::tuple<const char*, std::int32_t, std::int32_t, const char*> rows[] = {
-        {"", 0, 1, "Serial"},
-        {"[RVQ]\nS1Logic=0\nOffset=12mm\n", 12, 0, "Serial"},
-        {"[RVQ]\nNodeAddress=5\nS1Logic=0\nOffset=x\n", 0, 7, "Profibus"},
-    };
-    for (const auto& [bytes, offset, s1Logic, type] : rows) {
+    using Row = std::tuple<const char*, std::int32_t, std::int32_t, const char*>;
+    for (const auto& [bytes, offset, s1Logic, type] :
+         {Row{"", 0, 1, "Serial"}, Row{"[RVQ]\nS1Logic=0\nOffset=12mm\n", 12, 0, "Serial"},
+          Row{"[RVQ]\nNodeAddress=5\nS1Logic=0\nOffset=x\n", 0, 7, "Profibus"}}) {
         clsRVQ configuration;
         configuration.FileName = Put("a.rvq", bytes);
         configuration.S1Logic = 7;

@@ -151,14 +151,12 @@ TEST(Evaluate, RepliesWhileMeasuring)
 
 TEST(Evaluate, TemperatureTexts)
 {
-    const std::tuple<std::int32_t, std::string, std::string, std::int32_t, std::string> rows[] = {
-        {FormatAscii, "23 C,  OK\r\n", "23 C,  OK", 1, ""},
-        {FormatAscii, "old\r\n22 C,  OK\r\n23 C, NOK\r\n24", "23 C, NOK", 0, "24"},
-        {FormatBinary, "\x17\x01z", "23 C,  OK", 1, "z"},
-        {FormatBinary, "\xFB\x00"s, "-5 C, NOK", 0, ""},
-        {FormatBinaryCrc, WithCrc("\x80\x01"), "-128 C,  OK", 1, ""},
-    };
-    for (const auto& [format, bytes, text, status, rest] : rows) {
+    using Row = std::tuple<std::int32_t, std::string, std::string, std::int32_t, std::string>;
+    for (const auto& [format, bytes, text, status, rest] :
+         {Row{FormatAscii, "23 C,  OK\r\n", "23 C,  OK", 1, ""},
+          Row{FormatAscii, "old\r\n22 C,  OK\r\n23 C, NOK\r\n24", "23 C, NOK", 0, "24"},
+          Row{FormatBinary, "\x17\x01z", "23 C,  OK", 1, "z"}, Row{FormatBinary, "\xFB\x00"s, "-5 C, NOK", 0, ""},
+          Row{FormatBinaryCrc, WithCrc("\x80\x01"), "-128 C,  OK", 1, ""}}) {
         ScriptedSensor sensor;
         sensor.device.OutputFormat = format;
         sensor.Expect(DialogueMeasuring, "T");

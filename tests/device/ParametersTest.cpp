@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <set>
+#include <tuple>
 
 namespace {
 
@@ -24,31 +25,18 @@ TEST(Parameters, RowsAreConsistent)
 
 TEST(WireValue, OfListedAndPlainParameters)
 {
-    struct Row {
-        const char* code;
-        std::int32_t clsRVQ::*member;
-        std::int32_t value;
-        const char* wire;
-    };
-    const Row rows[] = {
-        {"601", &clsRVQ::Baudrate, 3, "9600"},
-        {"601", &clsRVQ::Baudrate, -1, "9600"},
-        {"111", &clsRVQ::DistanceUnit, 7, "M"},
-        {"101", &clsRVQ::OutputFormat, 4, "ASCII+UNIT"},
-        {"603", &clsRVQ::OutputMode, 2, "R"},
-        {"603", &clsRVQ::OutputMode, 3, "C"},
-        {"301", &clsRVQ::AverageDepth, 9, "1024"},
-        {"302", &clsRVQ::TimeOut, 4, "200"},
-        {"351", &clsRVQ::RainFilter, 3, ""},
-        {"701", &clsRVQ::Offset, -5, "-5"},
-        {"502", &clsRVQ::S1OffThreshold, 2147483647, "2147483647"},
-        {"999", &clsRVQ::Offset, 1, ""},
-        {"30", &clsRVQ::TimeOut, 1, ""},
-    };
-    for (const Row& row : rows) {
+    using Row = std::tuple<const char*, std::int32_t clsRVQ::*, std::int32_t, const char*>;
+    for (const auto& [code, member, value, wire] :
+         {Row{"601", &clsRVQ::Baudrate, 3, "9600"}, Row{"601", &clsRVQ::Baudrate, -1, "9600"},
+          Row{"111", &clsRVQ::DistanceUnit, 7, "M"}, Row{"101", &clsRVQ::OutputFormat, 4, "ASCII+UNIT"},
+          Row{"603", &clsRVQ::OutputMode, 2, "R"}, Row{"603", &clsRVQ::OutputMode, 3, "C"},
+          Row{"301", &clsRVQ::AverageDepth, 9, "1024"}, Row{"302", &clsRVQ::TimeOut, 4, "200"},
+          Row{"351", &clsRVQ::RainFilter, 3, ""}, Row{"701", &clsRVQ::Offset, -5, "-5"},
+          Row{"502", &clsRVQ::S1OffThreshold, 2147483647, "2147483647"}, Row{"999", &clsRVQ::Offset, 1, ""},
+          Row{"30", &clsRVQ::TimeOut, 1, ""}}) {
         clsRVQ device;
-        device.*row.member = row.value;
-        EXPECT_EQ(WireValue(device, row.code), row.wire) << row.code << " = " << row.value;
+        device.*member = value;
+        EXPECT_EQ(WireValue(device, code), wire) << code << " = " << value;
     }
 }
 

@@ -39,13 +39,9 @@ TEST(ComPort, LineErrorsByName)
 {
     clsScriptedPort port;
     const clsRVQ device(port, {});
-    const std::pair<std::int32_t, const char*> rows[] = {
-        {0, ""},
-        {-3, ""},
-        {16, ""},
-        {5, "Parity Error|Overrun Error"},
-        {15, "Parity Error|Framing Error|Overrun Error|Overflow Error"}};
-    for (const auto& [status, names] : rows) {
+    using Row = std::pair<std::int32_t, const char*>;
+    for (const auto& [status, names] : {Row{0, ""}, Row{-3, ""}, Row{16, ""}, Row{5, "Parity Error|Overrun Error"},
+                                        Row{15, "Parity Error|Framing Error|Overrun Error|Overflow Error"}}) {
         port.Status = status;
         EXPECT_EQ(device.PortStatusByName(), names) << status;
     }
@@ -56,17 +52,10 @@ TEST(PortDevices, NumberToDevice)
     modPComm::PortDevices devices;
     devices.Use([](std::string_view key) { return key == "COM7" ? "/dev/serial/by-id/x"s : ""s; });
     devices.Override(3, "/dev/pts/7");
-    const std::pair<std::int32_t, const char*> rows[] = {{1, "/dev/ttyS0"},
-                                                         {32, "/dev/ttyS31"},
-                                                         {33, "/dev/ttyUSB0"},
-                                                         {64, "/dev/ttyUSB31"},
-                                                         {65, "/dev/ttyACM0"},
-                                                         {96, "/dev/ttyACM31"},
-                                                         {97, ""},
-                                                         {0, ""},
-                                                         {7, "/dev/serial/by-id/x"},
-                                                         {3, "/dev/pts/7"}};
-    for (const auto& [port, device] : rows) {
+    using Row = std::pair<std::int32_t, const char*>;
+    for (const auto& [port, device] : {Row{1, "/dev/ttyS0"}, Row{32, "/dev/ttyS31"}, Row{33, "/dev/ttyUSB0"},
+                                       Row{64, "/dev/ttyUSB31"}, Row{65, "/dev/ttyACM0"}, Row{96, "/dev/ttyACM31"},
+                                       Row{97, ""}, Row{0, ""}, Row{7, "/dev/serial/by-id/x"}, Row{3, "/dev/pts/7"}}) {
         EXPECT_EQ(devices.DeviceOf(port), device) << port;
     }
 }

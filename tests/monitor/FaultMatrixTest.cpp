@@ -39,57 +39,15 @@ bool hasDistance(FaultCell& cell)
     return cell.device.EventNr == EventDistance;
 }
 
-bool hasStopped(FaultCell& cell)
-{
-    return hasPolled(cell) && !cell.view.running && !cell.sensor.IsMeasuring();
-}
-
-void pollTemperature(FaultCell& cell)
-{
-    cell.view.temperature.clear();
-    cell.loop.PollTemperature(true);
-}
-
-bool hasTemperatureAndGoesOn(FaultCell& cell)
-{
-    return hasDistance(cell) && !cell.view.temperature.empty();
-}
-
-bool hasMarker(FaultCell& cell)
-{
-    return hasPolled(cell) && cell.sensor.IsMarkerOn();
-}
-
-void changeAveraging(FaultCell& cell)
-{
-    cell.loop.ChangeSetting("301", &clsRVQ::AverageDepth, 3, [&cell] { cell.Step(); });
-}
-
-bool hasAveraging(FaultCell& cell)
-{
-    return cell.view.sensor.AverageDepth == 3 && cell.sensor.Parameter("301") == 3;
-}
-
-void changeMovingAverage(FaultCell& cell)
-{
-    cell.loop.ChangeSetting("304", &clsRVQ::MovingAverage, 1, [&cell] { cell.Step(); });
-}
-
-bool hasMovingAverage(FaultCell& cell)
-{
-    return cell.view.sensor.MovingAverage && cell.sensor.Parameter("304") == 1;
-}
-
-bool isDownloaded(FaultCell& cell)
-{
-    return cell.window.told == "select 1273 " &&
-           (cell.entry.Offset == cell.sensor.Parameter("701") || cell.Falsifies());
-}
-
 /// A damaged dump and an announcement look like another sensor, or one that works with what it has stored.
 bool hasUnstored(const FaultCell& cell)
 {
     return cell.device.UnstoredChanges || cell.fault.rate != nullptr;
+}
+
+void change(FaultCell& cell, std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value)
+{
+    cell.loop.ChangeSetting(code, setting, value, [&cell] { cell.Step(); });
 }
 
 void upload(FaultCell& cell)
@@ -99,70 +57,54 @@ void upload(FaultCell& cell)
     cell.transfer.Upload();
 }
 
-bool isUploaded(FaultCell& cell)
-{
-    return hasUnstored(cell) && cell.window.told.ends_with("select 1274 ") && cell.sensor.Parameter("701") == 77;
-}
-
-bool isStored(FaultCell& cell)
-{
-    return !cell.device.UnstoredChanges && cell.window.told == "1271 " &&
-           cell.sensor.StoredParameter("701") == cell.sensor.Parameter("701");
-}
-
-bool isAtDefaults(FaultCell& cell)
-{
-    return hasUnstored(cell) && cell.window.told == "1272 select " && cell.sensor.Parameter("701") == 0;
-}
-
-bool isRecordingOn(FaultCell& cell)
-{
-    return cell.recorder.Lines() >= cell.linesBefore + 20;
-}
-
-void startStop(FaultCell& cell)
-{
-    cell.loop.StartStop({});
-}
-
 struct Operation {
     const char* name;
-    bool measuring; ///< before it
-    bool waits;     ///< it has ended when it returns
-    double limit_s; ///< of the program's clock: the deadlines on its way, and a poll
+    bool measuring;      ///< before it
+    bool waits;          ///< it has ended when it returns
+    double limit_s;      ///< of the program's clock: the deadlines on its way, and a poll
+    const char* allowed; ///< endings, a word for each of kFaults in its order
     void (*act)(FaultCell&);
     bool (*isDone)(FaultCell&);
-    const char* allowed; ///< outcomes, a word for each of kFaults in its order
 };
+using C = FaultCell;
 
 // clang-format off
 const Operation kOperations[] = {
     // none silence refusal late "too late" bytes burst garbage lost cut announcement unplug replug format restart
     // "no echo" "too hot"
-    {"start", false, false, 9, startStop, hasDistance,
-     "D N D D  D   D  D D   D   D  D  P DL N DN D D"},
-    {"stop", true, false, 9, startStop, hasStopped,
-     "D N D DN DN  DN D DN  DN  DN Dn P L  DN D D D"},
-    {"single", false, false, 9, [](FaultCell& cell) { cell.loop.RequestSingleValue(); }, hasDistance,
-     "D N D D  D   D  D DUn DUn D  D  P L  N  N D D"},
-    {"temperature", true, false, 9, pollTemperature, hasTemperatureAndGoesOn,
-     "D N D D  DN  D  D DN  DN  D  Dn P DL N  N D D"},
-    {"marker laser", false, false, 9, [](FaultCell& cell) { cell.loop.SwitchRedLaser(true); }, hasMarker,
-     "D N D D  DN  D  D DN  DN  D  Dn P L  Nd N D D"},
-    {"averaging", false, true, 4, changeAveraging, hasAveraging,
-     "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D"},
-    {"moving average", true, true, 4, changeMovingAverage, hasMovingAverage,
-     "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D"},
-    {"download", false, true, 4, [](FaultCell& cell) { cell.transfer.Download(); }, isDownloaded,
-     "D F D DF DF  F  D DF  DF  F  D  F F  D  D D D"},
-    {"upload", true, true, 100, upload, isUploaded,
-     "D N R DF DFN F  D DF  DF  F  D  N DN D  D D D"},
-    {"store", false, true, 6, [](FaultCell& cell) { cell.transfer.StoreInSensor(); }, isStored,
-     "D F F D  DF  D  D DF  DF  D  D  F F  D  D D D"},
-    {"defaults", true, true, 8, [](FaultCell& cell) { cell.transfer.SetDefaults(); }, isAtDefaults,
-     "D F F D  DF  F  D DF  DF  F  D  F F  D  D D D"},
-    {"recording", true, false, 9, [](FaultCell&) {}, isRecordingOn,
-     "D N D D  DN  D  D DN  DN  D  D  P DL N  N D D"},
+    {"start", false, false, 9, "D N D D  D   D  D D   D   D  D  P DL N DN D D",
+     [](C& c) { c.loop.StartStop({}); }, hasDistance},
+    {"stop", true, false, 9, "D N D DN DN  DN D DN  DN  DN Dn P L  DN D D D",
+     [](C& c) { c.loop.StartStop({}); },
+     [](C& c) { return hasPolled(c) && !c.view.running && !c.sensor.IsMeasuring(); }},
+    {"single", false, false, 9, "D N D D  D   D  D DUn DUn D  D  P L  N  N D D",
+     [](C& c) { c.loop.RequestSingleValue(); }, hasDistance},
+    {"temperature", true, false, 9, "D N D D  DN  D  D DN  DN  D  Dn P DL N  N D D",
+     [](C& c) { c.view.temperature.clear(), c.loop.PollTemperature(true); },
+     [](C& c) { return hasDistance(c) && !c.view.temperature.empty(); }},
+    {"marker laser", false, false, 9, "D N D D  DN  D  D DN  DN  D  Dn P L  Nd N D D",
+     [](C& c) { c.loop.SwitchRedLaser(true); }, [](C& c) { return hasPolled(c) && c.sensor.IsMarkerOn(); }},
+    {"averaging", false, true, 4, "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D",
+     [](C& c) { change(c, "301", &clsRVQ::AverageDepth, 3); },
+     [](C& c) { return c.view.sensor.AverageDepth == 3 && c.sensor.Parameter("301") == 3; }},
+    {"moving average", true, true, 4, "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D",
+     [](C& c) { change(c, "304", &clsRVQ::MovingAverage, 1); },
+     [](C& c) { return c.view.sensor.MovingAverage && c.sensor.Parameter("304") == 1; }},
+    {"download", false, true, 4, "D F D DF DF  F  D DF  DF  F  D  F F  D  D D D",
+     [](C& c) { c.transfer.Download(); },
+     [](C& c) { return c.window.told == "select 1273 " && (c.HasRead() || c.Falsifies()); }},
+    {"upload", true, true, 100, "D N R DF DFN F  D DF  DF  F  D  N DN D  D D D",
+     upload,
+     [](C& c) { return hasUnstored(c) && c.window.told.ends_with("select 1274 ") && c.sensor.Parameter("701") == 77; }},
+    {"store", false, true, 6, "D F F D  DF  D  D DF  DF  D  D  F F  D  D D D",
+     [](C& c) { c.transfer.StoreInSensor(); },
+     [](C& c) { return !c.device.UnstoredChanges && c.window.told == "1271 " &&
+                       c.sensor.StoredParameter("701") == c.sensor.Parameter("701"); }},
+    {"defaults", true, true, 8, "D F F D  DF  F  D DF  DF  F  D  F F  D  D D D",
+     [](C& c) { c.transfer.SetDefaults(); },
+     [](C& c) { return hasUnstored(c) && c.window.told == "1272 select " && c.sensor.Parameter("701") == 0; }},
+    {"recording", true, false, 9, "D N D D  DN  D  D DN  DN  D  D  P DL N  N D D",
+     [](C&) {}, [](C& c) { return c.recorder.Lines() >= c.linesBefore + 20; }},
 };
 // clang-format on
 
@@ -241,7 +183,7 @@ bool reads(FaultCell& cell)
     cell.Begin(4);
     cell.transfer.Download();
     const SensorSettings& shown = cell.view.sensor;
-    return !cell.isDead && cell.window.told == "select 1273 " && cell.entry.Offset == cell.sensor.Parameter("701") &&
+    return !cell.isDead && cell.window.told == "select 1273 " && cell.HasRead() &&
            shown.AverageDepth == cell.sensor.Parameter("301") &&
            shown.MovingAverage == (cell.sensor.Parameter("304") == 1) && shown.RedLaser == cell.sensor.IsMarkerOn();
 }

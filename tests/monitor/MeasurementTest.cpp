@@ -2,16 +2,13 @@
 #include "monitor/Measurement.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace {
 
 TEST(DistanceText, ByUnitFormatAndMarker)
 {
-    struct Row {
-        Measurement measurement;
-        const char* text;
-    };
-    const Row rows[] = {
+    const std::pair<Measurement, const char*> rows[] = {
         {{.value = 1234, .value_mm = 1234, .unit = 0, .outputFormat = 1}, "1234 mm"},
         {{.value = 1.2345, .value_mm = 1234, .unit = 1, .outputFormat = 1}, "1,234 m"},
         {{.value = 1.5, .value_mm = 38, .unit = 2, .outputFormat = 0}, "1,500 [in]"},
@@ -26,8 +23,8 @@ TEST(DistanceText, ByUnitFormatAndMarker)
         {{.value = 2147483632, .value_mm = 0, .unit = 0}, "TempError"},
         {{.value = 2147483647, .value_mm = 2147483632, .unit = 1}, "TempError"}, // "TempErr!" leaves both markers
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(DistanceText(row.measurement, ','), row.text);
+    for (const auto& [measurement, text] : rows) {
+        EXPECT_EQ(DistanceText(measurement, ','), text);
     }
 }
 

@@ -149,25 +149,27 @@ TEST(RecorderWindow, LongLoadingCanBeCancelled)
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
 }
 
-struct Window : Desk {
-    frmMain main{settings, {port, devices, [this] { return port.LastFailure(); }}, {library, folder.path}, help};
-
+struct Player : Desk {
+    Player()
+    {
+        settings.AutoScale = false;
+        Open();
+    }
     QString Play(const std::filesystem::path& file)
     {
-        main.findChild<QAction*>("mnuRecorder")->trigger();
-        auto* recorder = main.findChild<frmRecorder*>();
+        Trigger("mnuRecorder");
+        auto* recorder = window->findChild<frmRecorder*>();
         recorder->ChooseFile = [&] { return QString::fromStdString(file); };
-        recorder->findChild<QPushButton*>("cmdPlay")->click();
+        FindIn(*recorder, "cmdPlay")->click();
         return Label("sbar_1")->text();
     }
-    QLabel* Label(const char* name) const { return main.findChild<QLabel*>(QLatin1String(name)); }
-    XYChart* Chart() const { return main.findChild<XYChart*>("picGraph"); }
+    QLabel* Label(const char* name) const { return Find<QLabel>(name); }
+    XYChart* Chart() const { return Find<XYChart>("picGraph"); }
 };
 
 TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
 {
-    Window window;
-    window.main.show();
+    Player window;
     std::string lines =
         "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n15.11.2026 12:00:10,000; No Echo; 21 \xB0\x43\r\n"
         "15.11.2026 12:02:00,000; 5000 mm; 22 \xB0\x43\r\n";
@@ -234,8 +236,7 @@ TEST(MainWindow, TellsOfARecordingThatEndsByItself)
 /// Whether the value axis reaches the first point does not hang on the last bits of its time.
 TEST(MainWindow, ScalesToTheFirstPointOfARecording)
 {
-    Window window;
-    window.main.show();
+    Player window;
     std::string lines = "15.11.2026 12:00:02,000; 9000 mm; 21 C\n";
     for (int i = 0; i < 40; ++i) {
         lines += "15.11.2026 12:01:03,000; 1000 mm; 21 C\n";
@@ -246,25 +247,23 @@ TEST(MainWindow, ScalesToTheFirstPointOfARecording)
 
 TEST(MainWindow, MayBeClosedWhileARecordingIsLoaded)
 {
-    Window window;
-    window.main.show();
+    Player window;
     std::string lines;
     for (int i = 0; i < 4000000; ++i) {
         lines += "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n";
     }
     const auto file = window.folder.Write("long.rec", lines);
-    QTimer::singleShot(0, &window.main, [&] { window.main.close(); });
+    QTimer::singleShot(0, window.window.get(), [&] { window.window->close(); });
     window.Play(file);
-    EXPECT_FALSE(window.main.isVisible());
+    EXPECT_FALSE(window.window->isVisible());
     EXPECT_GT(window.Chart()->Series().Added(), 0U);
     EXPECT_LT(window.Chart()->Series().Added(), 4000000U) << "it gives up";
 }
 
 TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
 {
-    Window window;
-    window.main.resize(900, 600);
-    window.main.show();
+    Player window;
+    window.window->resize(900, 600);
     const auto file =
         window.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n15.11.2026 12:02:00,000; 5 mm; 2 C");
     window.Play(file);
@@ -290,7 +289,7 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
     EXPECT_GT(curve, 1000) << "the line from the first point to the last";
 
     const auto table = [&](const std::filesystem::path& from, const QString& to) {
-        return WriteTable(window.main, QString::fromStdString(from), to, {}, LanguageEnglish).toStdString();
+        return WriteTable(*window.window, QString::fromStdString(from), to, {}, LanguageEnglish).toStdString();
     };
     EXPECT_EQ(table(file, folder + "/x.csv"), "Lines exported: 2, unreadable ones left out: 0");
     EXPECT_EQ(TemporaryFolder::Read((folder + "/x.csv").toStdString()).substr(0, 45),

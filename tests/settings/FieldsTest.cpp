@@ -9,24 +9,22 @@ namespace {
 
 TEST(Fields, LeavingABoxClampsAndFormats)
 {
-    const std::tuple<std::size_t, std::string, const char*> rows[] = {
-        {3, "", "1013"},        {3, "700", "800"},  {3, "99999", "1200"},
-        {1, "40", "32,767"},    {2, "1.5", "1,5"},  {2, "-10,04", "-10,0"},
-        {0, "2.5", "2"},        {0, "-", "0"},      {0, std::string(400, '9'), "32767"},
-        {12, "1.234,5", "512"}, {12, "abc", "512"}, {1, "-0,0004", "0,000"},
-    };
-    for (const auto& [field, typed, shown] : rows) {
+    using Row = std::tuple<std::size_t, std::string, const char*>;
+    for (const auto& [field, typed, shown] :
+         {Row{3, "", "1013"}, Row{3, "700", "800"}, Row{3, "99999", "1200"}, Row{1, "40", "32,767"},
+          Row{2, "1.5", "1,5"}, Row{2, "-10,04", "-10,0"}, Row{0, "2.5", "2"}, Row{0, "-", "0"},
+          Row{0, std::string(400, '9'), "32767"}, Row{12, "1.234,5", "512"}, Row{12, "abc", "512"},
+          Row{1, "-0,0004", "0,000"}}) {
         EXPECT_EQ(CheckedText(field, typed, ','), shown) << field << ": " << typed;
     }
 }
 
 TEST(Fields, CopyingRefusesWhatIsOutOfRange)
 {
-    const std::tuple<std::size_t, const char*, std::optional<std::int32_t>> rows[] = {
-        {0, "32768", {}}, {0, "12x", 12},  {0, "1,9", 1}, {1, "1,005", 1005}, {1, "32.768", {}},
-        {1, "x", {}},     {2, "50,1", {}}, {3, "", {}},   {9, "1e300", {}},   {11, "0", {}},
-    };
-    for (const auto& [field, text, stored] : rows) {
+    using Row = std::tuple<std::size_t, const char*, std::optional<std::int32_t>>;
+    for (const auto& [field, text, stored] :
+         {Row{0, "32768", {}}, Row{0, "12x", 12}, Row{0, "1,9", 1}, Row{1, "1,005", 1005}, Row{1, "32.768", {}},
+          Row{1, "x", {}}, Row{2, "50,1", {}}, Row{3, "", {}}, Row{9, "1e300", {}}, Row{11, "0", {}}}) {
         EXPECT_EQ(StoredValue(field, text), stored) << field << ": " << text;
     }
 }
@@ -98,13 +96,11 @@ std::string enabledBoxes(const EditorRule& rule)
 
 TEST(EnablingRule, Boxes)
 {
-    const std::pair<EditorState, const char*> rows[] = {
-        {{.serial = true}, "01234567-------"},
-        {{.serial = true, .analogOutput = true}, "012345--89-----"},
-        {{.serial = false, .analogOutput = true}, "0123------a----"},
-        {{.serial = true, .busy = true}, "---------------"},
-    };
-    for (const auto& [state, boxes] : rows) {
+    using Row = std::pair<EditorState, const char*>;
+    for (const auto& [state, boxes] :
+         {Row{{.serial = true}, "01234567-------"}, Row{{.serial = true, .analogOutput = true}, "012345--89-----"},
+          Row{{.serial = false, .analogOutput = true}, "0123------a----"},
+          Row{{.serial = true, .busy = true}, "---------------"}}) {
         const EditorRule rule = RuleOf(state);
         EXPECT_EQ(enabledBoxes(rule), boxes);
         EXPECT_EQ(rule.Choices[ChoiceS2Logic], rule.Fields[FieldAnalogMin]) << boxes;

@@ -67,11 +67,10 @@ TEST(Transfer, WhatASensorHasNotIsLeftOut)
     const std::string one = head + "401 402 403 501 502 503 506 601 603 " + tail;
     const std::string both = head + "401 402 403 501 502 503 504 505 506 601 603 " + tail;
     const std::string profibus = head + "601 610 " + tail;
-    const std::tuple<std::int32_t, std::int32_t, std::int32_t, const char*, std::string> rows[] = {
-        {-1, 0, 0, "E", both + "351 "}, {-1, 1, 2, "DE", one + "351 "}, {-1, 0, -1, "E", both},
-        {-1, 0, 3, "E", both},          {5, 1, 1, "D", profibus},       {0, 0, 1, "E", profibus + "351 "},
-    };
-    for (const auto& [node, analog, rain, attenuator, codes] : rows) {
+    using Row = std::tuple<std::int32_t, std::int32_t, std::int32_t, const char*, std::string>;
+    for (const auto& [node, analog, rain, attenuator, codes] :
+         {Row{-1, 0, 0, "E", both + "351 "}, Row{-1, 1, 2, "DE", one + "351 "}, Row{-1, 0, -1, "E", both},
+          Row{-1, 0, 3, "E", both}, Row{5, 1, 1, "D", profibus}, Row{0, 0, 1, "E", profibus + "351 "}}) {
         clsRVQ configuration, sensor;
         configuration.NodeAddress = node;
         configuration.AnalogOutput = analog;

@@ -1,31 +1,20 @@
 // Every window in both languages, as somebody meets it who works by keyboard, listens instead of looking, or just
 // reads: each control has a name, no two acts of a window have the same mnemonic, and no text is cut off.
-#include "config/clsConfigLibrary.h"
-#include "device/clsPosixPort.h"
 #include "monitor/ValueLabel.h"
-#include "monitor/frmMain.h"
 #include "recorder/LoadProgress.h"
 #include "settings/frmRVQ.h"
 #include "settings/frmSheet.h"
-#include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/frmSplash.h"
-#include "simulator/clsSimulatedSensor.h"
+#include "tests/support/Desk.h"
 
-#include <QAbstractButton>
 #include <QAbstractScrollArea>
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
-#include <QElapsedTimer>
 #include <QGroupBox>
-#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QTabBar>
 #include <QTimer>
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
@@ -152,27 +141,13 @@ void expectWholeTexts(const QWidget& window)
     }
 }
 
-bool until(const std::function<bool()>& condition)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 10000) {
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return condition();
-}
-
 /// The program with a sensor, with every window open that the main window can open.
-struct Program {
+struct Program : Desk {
     simulator::clsSimulatedSensor sensor;
-    modPComm::PortDevices devices;
-    clsPosixPort port{devices};
-    modGlobals::Settings settings;
-    clsConfigLibrary library{{}};
-    Help help{settings, {}};
 
-    explicit Program(std::int32_t language) : settings{.Language = language}
+    explicit Program(std::int32_t language)
     {
+        settings = {.Language = language};
         devices.Override(1, sensor.Path());
         help.SetHelpFile();
         LocaliseOpenWindows(language);
@@ -230,7 +205,7 @@ void lookAtBoxes(const frmRVQ& window, std::int32_t language, std::set<std::stri
     window.Boxes.Overwrite(QStringLiteral("?"));
     QWidget& main = *window.parentWidget();
     LoadProgress loading(main, language);
-    EXPECT_TRUE(until([&] { return loading.GoOn(0.5) && main.findChild<QWidget*>("dlgLoading") != nullptr; }));
+    EXPECT_TRUE(Until([&] { return loading.GoOn(0.5) && main.findChild<QWidget*>("dlgLoading") != nullptr; }));
     Program::LookAtAll(seen);
 }
 
@@ -247,16 +222,15 @@ TEST_P(Access, EveryWindowSpeaksKeepsItsMnemonicsApartAndShowsItsTextsWhole)
         Program::LookAtAll(seen);
     }
     program.settings.Comport = 255; // no device: the chart offers the simulated sensor
-    frmMain window(program.settings, {program.port, program.devices, [&] { return program.port.LastFailure(); }},
-                   {program.library, {}}, program.help);
+    program.Open();
+    frmMain& window = *program.window;
     window.StartSimulatedSensor = [] { return 1; };
-    window.show();
     const auto* firstSteps = window.findChild<QWidget*>(QStringLiteral("fraFirstSteps"));
-    EXPECT_TRUE(until([&] { return firstSteps->isVisible(); }));
+    EXPECT_TRUE(Until([&] { return firstSteps->isVisible(); }));
     Program::LookAtAll(seen);
     window.findChild<QAbstractButton*>(QStringLiteral("cmdSimulatedSensor"))->click();
     openAll(window, program.help);
-    EXPECT_TRUE(until([&] { return !window.findChild<QLabel*>(QStringLiteral("lblMeasValue"))->text().isEmpty(); }));
+    EXPECT_TRUE(Until([&] { return !program.Text("lblMeasValue").empty(); }));
     EXPECT_FALSE(firstSteps->isVisible());
     frmSheet sheet(window, program.settings, "");
     sheet.show();

@@ -10,22 +10,12 @@ namespace {
 
 TEST(Numbers, RoundHalfToEven)
 {
-    const std::pair<double, std::optional<std::int32_t>> rows[] = {{0.5, 0},
-                                                                   {1.5, 2},
-                                                                   {2.5, 2},
-                                                                   {-0.5, 0},
-                                                                   {-1.5, -2},
-                                                                   {-2.5, -2},
-                                                                   {2.51, 3},
-                                                                   {-2.51, -3},
-                                                                   {4166.67, 4167},
-                                                                   {2147483647.4, 2147483647},
-                                                                   {2147483647.5, std::nullopt},
-                                                                   {-2147483648.5, -2147483647 - 1},
-                                                                   {-2147483649.0, std::nullopt},
-                                                                   {NAN, std::nullopt},
-                                                                   {INFINITY, std::nullopt}};
-    for (const auto& [value, rounded] : rows) {
+    using Row = std::pair<double, std::optional<std::int32_t>>;
+    for (const auto& [value, rounded] :
+         {Row{0.5, 0}, Row{1.5, 2}, Row{2.5, 2}, Row{-0.5, 0}, Row{-1.5, -2}, Row{-2.5, -2}, Row{2.51, 3},
+          Row{-2.51, -3}, Row{4166.67, 4167}, Row{2147483647.4, 2147483647}, Row{2147483647.5, std::nullopt},
+          Row{-2147483648.5, -2147483647 - 1}, Row{-2147483649.0, std::nullopt}, Row{NAN, std::nullopt},
+          Row{INFINITY, std::nullopt}}) {
         EXPECT_EQ(RoundHalfToEven(value), rounded) << value;
     }
 }

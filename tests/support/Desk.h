@@ -72,19 +72,9 @@ struct Desk {
     modGlobals::Settings settings{.Language = LanguageEnglish};
     clsConfigLibrary library{{}};
     Help help{settings, folder.path};
-};
-
-/// The main window with a sensor.
-struct MainDesk : Desk {
-    simulator::clsSimulatedSensor sensor;
     std::unique_ptr<frmMain> window;
 
-    MainDesk()
-    {
-        devices.Override(1, sensor.Path());
-        Open();
-    }
-    /// Anew, if it is open.
+    /// The main window; anew, if it is open.
     void Open()
     {
         window.reset();
@@ -104,4 +94,16 @@ struct MainDesk : Desk {
     {
         return Until([&] { return Find("cmdStart")->isEnabled(); });
     }
+};
+
+/// With a sensor behind COM 1 and the main window open.
+struct MainDesk : Desk {
+    simulator::clsSimulatedSensor sensor;
+
+    MainDesk()
+    {
+        devices.Override(1, sensor.Path());
+        Open();
+    }
+    ~MainDesk() { window.reset(); }
 };

@@ -124,6 +124,7 @@ struct FaultCell : SensorOnLine {
         return std::find(view.messages.begin() + static_cast<std::ptrdiff_t>(messagesBefore), view.messages.end(),
                          message) != view.messages.end();
     }
+    bool HasRead() const { return entry.Offset == sensor.Parameter("701"); }
     /// A dump has no checksum, so such a line can change what it says.
     bool Falsifies() const
     {
