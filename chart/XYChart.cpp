@@ -1,6 +1,7 @@
 #include "chart/XYChart.h"
 
 #include "chart/modGDIAPI.h"
+#include "shell/Days.h"
 
 #include <QEvent>
 #include <QFontMetricsF>
@@ -14,7 +15,6 @@
 
 namespace {
 
-constexpr double kMsPerDay = 86400000.0;
 constexpr double kLineWidth = 1.5;
 constexpr double kDotWidth = 3.0;
 constexpr double kNewestWidth = 6.0;

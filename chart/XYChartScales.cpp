@@ -2,6 +2,7 @@
 // of day, which moves along.
 #include "chart/XYChart.h"
 #include "chart/modGDIAPI.h"
+#include "shell/Days.h"
 #include "shell/QtText.h"
 
 #include <QFontMetricsF>
@@ -16,7 +17,6 @@ using modGDIAPI::Mixed;
 
 namespace {
 
-constexpr double kMsPerDay = 86400000.0;
 constexpr double kMsPerSecond = 1000.0;
 constexpr double kGridShare = 0.28; // of the grid colour in a grid line: calm, below the curve
 constexpr double kAxisShare = 0.75;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "device/clsEventJournal.h"
+#include "shell/Days.h"
 
 #include <cstdint>
 #include <functional>
@@ -35,8 +36,6 @@ enum OutputModeIndex : std::int32_t { OutputContinuous = 0, OutputSingle = 1, Ou
 /// Distances in millimetres that are no distances.
 inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
 inline constexpr std::int32_t kMarkerTempError = 2147483632;
-
-inline constexpr double kMsPerDay = 86400000.0;
 
 /// The connected sensor, or, without a port, one configuration in memory.
 /// Points in time are days since 1899-12-30, local time.

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr double kClockStep_ms = 500.0;
-constexpr double kSecondsPerDay = 86400.0;
 constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
 constexpr int kCatchUp = 200;         // evaluations of one tick beyond the first
 constexpr std::size_t kBacklog = 60;  // bytes, ten frames: more than that is behind

@@ -1,6 +1,7 @@
 #include "recorder/clsRecordFile.h"
 
-#include "device/clsRVQ.h"
+#include "shell/Days.h"
+#include "shell/Numbers.h"
 
 #include <cerrno>
 #include <chrono>
@@ -20,8 +21,9 @@ std::error_code lastError()
 
 std::string nameOf(std::int16_t number)
 {
-    const std::string digits = std::to_string(number);
-    return "SAVE" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + ".rec";
+    std::string name = "SAVE";
+    AppendPadded(name, number, 4);
+    return name.append(".rec");
 }
 
 /// The name reaches the disk with its folder only.

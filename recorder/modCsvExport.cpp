@@ -2,6 +2,7 @@
 
 #include "device/clsRVQ.h"
 #include "recorder/clsRecordReader.h"
+#include "shell/Numbers.h"
 
 #include <algorithm>
 #include <chrono>
@@ -14,16 +15,8 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr sys_days kDayZero{December / 30 / 1899};
 constexpr std::size_t kPiece = std::size_t{1} << 17;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-void appendPadded(std::string& text, std::int64_t value, std::size_t digits)
-{
-    const std::string number = std::to_string(value);
-    text.append(digits - std::min(digits, number.size()), '0');
-    text += number;
-}
 
 /// The nearest millisecond: that of the recording, which a day's fraction holds with room to spare.
 std::string isoTime(double time, char decimalSign)
@@ -34,19 +27,19 @@ std::string isoTime(double time, char decimalSign)
     const year_month_day date{midnight};
     const hh_mm_ss clock{point - midnight};
     std::string text;
-    appendPadded(text, static_cast<int>(date.year()), 4);
+    AppendPadded(text, static_cast<int>(date.year()), 4);
     text += '-';
-    appendPadded(text, static_cast<unsigned>(date.month()), 2);
+    AppendPadded(text, static_cast<unsigned>(date.month()), 2);
     text += '-';
-    appendPadded(text, static_cast<unsigned>(date.day()), 2);
+    AppendPadded(text, static_cast<unsigned>(date.day()), 2);
     text += 'T';
-    appendPadded(text, clock.hours().count(), 2);
+    AppendPadded(text, clock.hours().count(), 2);
     text += ':';
-    appendPadded(text, clock.minutes().count(), 2);
+    AppendPadded(text, clock.minutes().count(), 2);
     text += ':';
-    appendPadded(text, clock.seconds().count(), 2);
+    AppendPadded(text, clock.seconds().count(), 2);
     text += decimalSign;
-    appendPadded(text, clock.subseconds().count(), 3);
+    AppendPadded(text, clock.subseconds().count(), 3);
     return text;
 }
 

@@ -15,23 +15,14 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr sys_days kDayZero{December / 30 / 1899};
 constexpr double kFirstDay = -657434.0; // 0100-01-01
 constexpr double kLastDay = 2958465.0;  // 9999-12-31
-constexpr double kSecondsPerDay = 86400.0;
 constexpr std::string_view kNoEcho = "No Echo";
 constexpr std::string_view kTempError = "TempError";
 
 bool contains(std::string_view text, std::string_view part)
 {
     return text.find(part) != std::string_view::npos;
-}
-
-void appendPadded(std::string& text, int value, std::size_t digits)
-{
-    const std::string number = std::to_string(value);
-    text.append(digits - std::min(digits, number.size()), '0');
-    text += number;
 }
 
 void appendDateTime(std::string& line, double time)
@@ -41,24 +32,24 @@ void appendDateTime(std::string& line, double time)
         throw std::invalid_argument("a time outside the calendar cannot be recorded");
     }
     const year_month_day date{kDayZero + days{static_cast<int>(day)}};
-    appendPadded(line, static_cast<int>(static_cast<unsigned>(date.day())), 2);
+    AppendPadded(line, static_cast<int>(static_cast<unsigned>(date.day())), 2);
     line += '.';
-    appendPadded(line, static_cast<int>(static_cast<unsigned>(date.month())), 2);
+    AppendPadded(line, static_cast<int>(static_cast<unsigned>(date.month())), 2);
     line += '.';
-    appendPadded(line, static_cast<int>(date.year()), 4);
+    AppendPadded(line, static_cast<int>(date.year()), 4);
     // Deliberate: each part is cut off, not rounded, so that a time can come out one millisecond low.
     const double hours = (time - day) * 24.0;
     const double minutes = (hours - std::floor(hours)) * 60.0;
     const double seconds = (minutes - std::floor(minutes)) * 60.0;
     const double milliseconds = (seconds - std::floor(seconds)) * 1000.0;
     line += ' ';
-    appendPadded(line, static_cast<int>(hours), 2);
+    AppendPadded(line, static_cast<int>(hours), 2);
     line += ':';
-    appendPadded(line, static_cast<int>(minutes), 2);
+    AppendPadded(line, static_cast<int>(minutes), 2);
     line += ':';
-    appendPadded(line, static_cast<int>(seconds), 2);
+    AppendPadded(line, static_cast<int>(seconds), 2);
     line += ','; // whatever the locale
-    appendPadded(line, static_cast<int>(milliseconds), 3);
+    AppendPadded(line, static_cast<int>(milliseconds), 3);
 }
 
 void appendDistance(std::string& line, const clsRVQ& device)

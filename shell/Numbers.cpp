@@ -1,5 +1,6 @@
 #include "shell/Numbers.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -124,4 +125,11 @@ std::string FixedText(double value, int decimals, char decimalSeparator)
         text[point] = decimalSeparator;
     }
     return text;
+}
+
+void AppendPadded(std::string& text, std::int64_t value, std::size_t digits)
+{
+    const std::string number = std::to_string(value);
+    text.append(digits - std::min(digits, number.size()), '0');
+    text += number;
 }

@@ -32,5 +32,8 @@ std::optional<char> FilteredKey(char key, char decimalSeparator);
 /// The shortest text that reads back as the same value, with a point.
 std::string NumberText(double value);
 
+/// Appends a whole number with at least so many digits, zeros first.
+void AppendPadded(std::string& text, std::int64_t value, std::size_t digits);
+
 /// A value with a fixed number of decimals (0..17) and the given decimal separator; no group separators.
 std::string FixedText(double value, int decimals, char decimalSeparator);

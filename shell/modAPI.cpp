@@ -1,5 +1,7 @@
 #include "shell/modAPI.h"
 
+#include "shell/Days.h"
+
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -16,9 +18,6 @@ namespace modAPI {
 namespace {
 
 using namespace std::chrono;
-
-constexpr double kSecondsPerDay = 86400.0;
-constexpr sys_days kDayZero{December / 30 / 1899};
 
 std::filesystem::path userDataFolder()
 {
