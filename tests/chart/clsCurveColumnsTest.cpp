@@ -1,9 +1,11 @@
 // The reduction of a curve to columns.
 #include "chart/clsCurveColumns.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -50,6 +52,44 @@ TEST(CurveColumns, KeepsExtremesAndNeverJoinsAcrossAGap)
         EXPECT_EQ(spansOf(points), spans) << why;
     }
     EXPECT_EQ(spansOf({{101.0, 5}, {102, 0}, {103, 6}}, true), "|1:0..5 2:0..6 3:6..6") << "zero values shown";
+}
+
+/// Point by point in a window that moves along, against all at once.
+TEST(CurveColumns, FollowTheSeriesAsIfReadAnew)
+{
+    std::mt19937 random(5);
+    const auto chance = [&](int of) { return random() % static_cast<unsigned>(of) == 0; };
+    for (int round = 0; round < 40; ++round) {
+        clsChartData series;
+        series.InitChartData(20 + static_cast<std::int32_t>(random() % 200));
+        clsCurveColumns kept;
+        double time = 1000.0;
+        for (int i = 0; i < 600; ++i) {
+            time += chance(150) ? 300.0 : (chance(200) ? -30.0 : static_cast<double>(random() % 100) / 150.0);
+            series.AddChartPoint(time, chance(15) ? kGap : static_cast<double>(random() % 1000) + 1.0);
+            const bool held = round % 5 == 0;
+            const TimeWindow window{held ? 1100.0 : std::floor(time) - 99.0, 1.0, 100};
+            series.StartIndex = (series.StopIndex + series.Size() - 1) % series.Size();
+            series.ResetReadPointer();
+            kept.Update(series, window, false);
+            clsCurveColumns fresh;
+            fresh.Update(series, window, false);
+            const double oldest = series.Readable()[0].empty() ? 0.0 : series.Readable()[0].front().x;
+            const auto stale = static_cast<std::size_t>(std::ranges::count_if(kept.Spans(), [&](const ColumnSpan& s) {
+                return s.column - kept.FirstColumn() + window.first == std::floor(oldest);
+            }));
+            const auto a = kept.Spans();
+            const auto b = fresh.Spans();
+            ASSERT_LE(a.size(), b.size() + stale);
+            for (std::size_t k = 1; k + stale < a.size() && k < b.size(); ++k) {
+                const ColumnSpan& own = a[a.size() - k];
+                const ColumnSpan& other = b[b.size() - k];
+                ASSERT_EQ(own.column - kept.FirstColumn(), other.column) << "point " << i << " of round " << round;
+                ASSERT_EQ(own.low, other.low) << "point " << i << " of round " << round;
+                ASSERT_EQ(own.high, other.high);
+            }
+        }
+    }
 }
 
 } // namespace

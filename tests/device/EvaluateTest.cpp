@@ -302,6 +302,34 @@ TEST(Evaluate, DumpIrregularities)
     }
 }
 
+TEST(Evaluate, ASingleValueMayBeNone)
+{
+    using Row = std::pair<const char*, std::int32_t>;
+    for (const auto& [bytes, mm] : {Row{"     No Echo\r\n", 0}, Row{"    TempErr!\r\n", kMarkerTempError}}) {
+        ScriptedSensor sensor;
+        sensor.Expect(DialogueIdle, "G");
+        sensor.device.MeasValue_mm = -1;
+        EXPECT_EQ(sensor.Arrive(bytes), EventDistance) << "an \"E\" means refused elsewhere";
+        EXPECT_EQ(sensor.device.MeasValue_mm, mm);
+        EXPECT_EQ(sensor.device.LastCommand, "");
+    }
+}
+
+TEST(Evaluate, APollOfABinarySensorAnsweredInTextAsksForTheConfiguration)
+{
+    for (const std::int32_t format : {FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {
+        for (const std::int32_t dialogue : {DialogueIdle, DialogueMeasuring}) {
+            ScriptedSensor sensor;
+            sensor.Expect(dialogue, "T");
+            sensor.device.OutputFormat = format;
+            sensor.Arrive("23 C,  OK\r\n");
+            sensor.device.EvaluateInBuffer();
+            EXPECT_EQ(sensor.device.sTemperature, "23 C,  OK");
+            EXPECT_EQ(sensor.port.Sent, format == FormatAsciiUnit ? "" : "C") << format;
+        }
+    }
+}
+
 TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)
 {
     for (const char* bytes : {"", "Sensor ready", "noise"}) {

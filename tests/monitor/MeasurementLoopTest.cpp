@@ -267,6 +267,18 @@ TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
     EXPECT_EQ(monitor.Sent(), "");
 }
 
+TEST(MeasurementLoop, AReopenedPortIsAskedAtOnce)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.sensor.port.Vanished = true;
+    monitor.Tick();
+    monitor.sensor.port.Vanished = false;
+    monitor.Tick("half a line of the new device");
+    EXPECT_EQ(monitor.Sent(), "X") << "whatever the old one owed";
+    EXPECT_EQ(monitor.sensor.device.InBuffer, "");
+}
+
 TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
 {
     Monitor monitor;
