@@ -21,9 +21,9 @@ struct SensorOnLine {
         SensorOnLine& line;
 
         explicit Port(SensorOnLine& owner) : clsPosixPort(owner.devices), line(owner) {}
-        std::int32_t sio_putch(std::int32_t port, std::uint8_t byte) override
+        std::int32_t sio_putch(std::int32_t number, std::uint8_t byte) override
         {
-            const std::int32_t result = clsPosixPort::sio_putch(port, byte);
+            const std::int32_t result = clsPosixPort::sio_putch(number, byte);
             if (result == 0) {
                 line.takeSent();
             }
