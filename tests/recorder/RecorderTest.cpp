@@ -104,26 +104,39 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
     });
     double now = 100.5;
     std::error_code failure;
-    const auto pass = [&](double seconds, bool line) {
-        if (line) {
-            file.WriteLine("line\r\n", now);
-        }
+    const auto look = [&] {
+        const std::error_code error = file.FlushIfDue(now);
+        failure = error ? error : failure;
+    };
+    // So many flushes after so many seconds; they run beside.
+    const auto flushesAfter = [&](double seconds, int expected) {
         for (double ms = 0.0; ms < seconds * 1000; ms += 50.0) {
             now += 50.0 / kMsPerDay;
-            const std::error_code error = file.FlushIfDue(now);
-            failure = error ? error : failure;
-            usleep(200); // the flush runs beside
+            look();
         }
-        return flushes.load();
+        for (int i = 0; i < 10000 && flushes < expected; ++i) {
+            usleep(1000);
+            look();
+        }
+        usleep(20000);
+        look();
+        return flushes == expected;
     };
-    EXPECT_EQ(pass(10.0, false), 0) << "nothing to flush";
-    EXPECT_EQ(pass(3.0, true), 0);
-    EXPECT_EQ(pass(2.0, false), 1);
-    pass(1.0, true);
-    now -= 1.5 / 86400.0; // the clock is set back by less than it has waited
-    EXPECT_EQ(pass(0.2, false), 2);
+    EXPECT_TRUE(flushesAfter(10.0, 0)) << "nothing to flush";
+    file.WriteLine("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(3.0, 0));
+    EXPECT_TRUE(flushesAfter(2.0, 1));
+    file.WriteLine("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(1.0, 1));
+    now -= 1.5 / kSecondsPerDay; // the clock is set back by less than it has waited
+    EXPECT_TRUE(flushesAfter(0.2, 2));
     EXPECT_FALSE(failure);
-    EXPECT_EQ(pass(5.0, true), 3);
+    file.WriteLine("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(5.0, 3));
+    for (int i = 0; i < 10000 && !failure; ++i) {
+        usleep(1000);
+        look();
+    }
     EXPECT_EQ(failure, std::errc::io_error);
     EXPECT_FALSE(file.Close());
     EXPECT_EQ(flushes, 4) << "and when it is closed";
