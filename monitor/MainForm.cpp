@@ -1,9 +1,10 @@
 #include "monitor/MainForm.h"
 
 #include "chart/XYChart.h"
+#include "monitor/KeptRoom.h"
 #include "monitor/LampShape.h"
 #include "monitor/ValueLabel.h"
-#include "shell/ElidedLabel.h"
+#include "shell/LineLabel.h"
 #include "shell/Localise.h"
 
 #include <QAction>
@@ -93,7 +94,8 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     shpLamp = named<LampShape>("shpLamp", fraMeasurement);
     lblLamp = named<QLabel>("lblLamp", fraMeasurement);
     lblMeasCaption = named<QLabel>("lblMeasCaption", fraMeasurement);
-    lblMeasValue = named<ValueLabel>("lblMeasValue", fraMeasurement);
+    auto* roomOfValue = new KeptRoom(fraMeasurement);
+    lblMeasValue = named<ValueLabel>("lblMeasValue", roomOfValue);
     lblShutDown = named<QLabel>("lblShutDown", fraMeasurement);
     lblTempCaption = named<QLabel>("lblTempCaption", fraMeasurement);
     lblTemperature = named<QLabel>("lblTemperature", fraMeasurement);
@@ -101,12 +103,13 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     cmdSingleValue = named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), fraMeasurement);
     chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
     styleMeasurement();
+    roomOfValue->Hold(*lblMeasValue);
 
     auto* grid = new QGridLayout(fraMeasurement);
     grid->addWidget(shpLamp, 0, 0);
     grid->addWidget(lblLamp, 0, 1, 1, 3);
     grid->addWidget(lblMeasCaption, 1, 0, 1, 4);
-    grid->addWidget(lblMeasValue, 2, 0, 1, 4);
+    grid->addWidget(roomOfValue, 2, 0, 1, 4);
     grid->addWidget(lblTempCaption, 3, 0, 1, 2);
     grid->addWidget(lblTemperature, 3, 2, 1, 2, Qt::AlignRight);
     grid->addWidget(lblShutDown, 4, 0, 1, 4);
@@ -208,13 +211,17 @@ void MainForm::buildPopUp(QMainWindow& window)
 
 void MainForm::buildStatusBar(QMainWindow& window)
 {
+    std::array<KeptRoom*, 3> rooms{};
     for (std::size_t i = 0; i < sbar.size(); ++i) {
-        sbar[i] = i == 2 ? new QLabel(&window) : new ElidedLabel(&window, i == 0 ? Qt::ElideRight : Qt::ElideMiddle);
+        const Qt::TextElideMode modes[] = {Qt::ElideRight, Qt::ElideMiddle, Qt::ElideNone};
+        rooms[i] = new KeptRoom(&window);
+        sbar[i] = new LineLabel(rooms[i], modes[i]);
         sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
+        rooms[i]->Hold(*sbar[i]);
     }
-    window.statusBar()->addWidget(sbar[0], 2);
-    window.statusBar()->addWidget(sbar[1], 3);
-    window.statusBar()->addPermanentWidget(sbar[2]);
+    window.statusBar()->addWidget(rooms[0], 2);
+    window.statusBar()->addWidget(rooms[1], 3);
+    window.statusBar()->addPermanentWidget(rooms[2]);
     window.statusBar()->setContentsMargins(window.fontMetrics().height() / 2, 0, 0, 0);
 }
 

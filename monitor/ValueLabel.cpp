@@ -4,7 +4,7 @@
 #include <QStyleOptionFocusRect>
 #include <QStylePainter>
 
-ValueLabel::ValueLabel(QWidget* parent) : QLabel(parent)
+ValueLabel::ValueLabel(QWidget* parent) : LineLabel(parent)
 {
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::PointingHandCursor);
@@ -22,13 +22,13 @@ void ValueLabel::keyPressEvent(QKeyEvent* event)
     if (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         emit clicked();
     } else {
-        QLabel::keyPressEvent(event);
+        LineLabel::keyPressEvent(event);
     }
 }
 
 void ValueLabel::paintEvent(QPaintEvent* event)
 {
-    QLabel::paintEvent(event);
+    LineLabel::paintEvent(event);
     if (hasFocus()) {
         QStylePainter painter(this);
         QStyleOptionFocusRect focus;

@@ -1,9 +1,9 @@
 // A label that can be clicked, by keyboard too.
 #pragma once
 
-#include <QLabel>
+#include "shell/LineLabel.h"
 
-class ValueLabel : public QLabel {
+class ValueLabel : public LineLabel {
     Q_OBJECT
 
 public:

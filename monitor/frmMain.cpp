@@ -219,10 +219,13 @@ void frmMain::timer_Tick()
 /// Without a connection an empty chart says how to come by one.
 void frmMain::offerFirstSteps()
 {
-    m_unconnectedTicks = m_shownDialogue == DialogueNone && StartSimulatedSensor ? m_unconnectedTicks + 1 : 0;
-    if (m_unconnectedTicks == 0) {
-        fraFirstSteps->hide();
-    } else if (m_unconnectedTicks % kTicksBeforeOffer == 0) {
+    if (m_shownDialogue != DialogueNone || !StartSimulatedSensor) {
+        if (std::exchange(m_unconnectedTicks, 0) != 0) {
+            fraFirstSteps->hide();
+        }
+        return;
+    }
+    if (++m_unconnectedTicks % kTicksBeforeOffer == 0) {
         fraFirstSteps->setVisible(!picGraph->ShownValues().has_value());
     }
     fraFirstSteps->Explain(m_failure);
@@ -263,19 +266,20 @@ void frmMain::explainFailure()
     const QString why = m_device.PortIsOpen ? QString() : openFailureText();
     if (why != m_failure) {
         m_failure = why;
+        m_hasNews = true;
         noteFailure();
     }
-    QString toolTip = why;
+    if (!std::exchange(m_hasNews, false)) {
+        return;
+    }
+    QStringList lines{why};
     if (why.isEmpty()) {
-        QStringList lines;
+        lines.clear();
         for (const auto& [message, time] : m_messages) {
             lines += time + u' ' + message;
         }
-        toolTip = lines.join(u'\n');
     }
-    if (sbar[0]->toolTip() != toolTip) {
-        sbar[0]->setToolTip(toolTip);
-    }
+    sbar[0]->setToolTip(lines.join(u'\n'));
 }
 
 void frmMain::noteFailure()
@@ -378,8 +382,9 @@ void frmMain::ShowTemperature(const std::string& temperature)
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
 {
     const QString shown = FromUtf8(message);
-    if (panel != 1 || m_messageStays.hasExpired()) {
-        setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), shown);
+    QLabel* label = sbar.at(static_cast<std::size_t>(panel - 1));
+    if (label->text() != shown && (panel != 1 || m_messageStays.hasExpired())) {
+        label->setText(shown);
     }
     if (panel == 1 && !shown.isEmpty()) {
         noteMessage(shown);
@@ -396,6 +401,7 @@ void frmMain::noteMessage(const QString& message)
     std::erase_if(m_messages, [&](const auto& noted) { return noted.first == message; });
     m_messages.insert(m_messages.begin(), {message, time});
     m_messages.resize(std::min(m_messages.size(), kMessages));
+    m_hasNews = true;
 }
 
 void frmMain::ShowDialogue(std::int32_t commStatus)
@@ -426,6 +432,10 @@ void frmMain::ShowShutDown(bool shutDown)
 
 void frmMain::ShowRule(const ControlRule& rule)
 {
+    if (rule == m_shownRule) {
+        return;
+    }
+    m_shownRule = rule;
     for (QWidget* control : std::initializer_list<QWidget*>{cmdStart, cmbAverageDepth, chkMovingAverage, chkRedLaser}) {
         control->setEnabled(rule.Start);
     }

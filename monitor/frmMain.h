@@ -149,14 +149,16 @@ private:
     Ports m_ports;
     Storage m_storage;
     Help& m_help;
-    frmConsole m_consoleWindow;
+    LateConsole m_consoleWindow;
     clsConsole m_console;
     clsRVQ m_device;
     clsMeasurementLoop m_loop;
     bool m_running = false;
     std::int32_t m_shownDialogue = -1;
-    QString m_unkept;  ///< the warning that panel 2 has been given
-    QString m_failure; ///< why the port cannot be opened
+    std::optional<ControlRule> m_shownRule;
+    QString m_unkept;       ///< the warning that panel 2 has been given
+    QString m_failure;      ///< why the port cannot be opened
+    bool m_hasNews = false; ///< the tool tip of the message panel is to be made anew
     std::int32_t m_unconnectedTicks = 0;
     /// The port in use before the simulated sensor's, and that one: for one run only, it is not kept.
     std::optional<std::pair<std::int32_t, std::int32_t>> m_simulated;

@@ -3,10 +3,10 @@
 #include "recorder/LoadProgress.h"
 #include "recorder/RecorderHost.h"
 #include "recorder/clsRecorder.h"
-#include "shell/ElidedLabel.h"
 #include "shell/FileErrors.h"
 #include "shell/FileFilter.h"
 #include "shell/Guarded.h"
+#include "shell/LineLabel.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
 #include "shell/WindowPlace.h"
@@ -82,7 +82,7 @@ QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
 frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsRecorder& recorder,
                          RecorderHost& host)
     : QDialog(&owner), m_settings(settings), m_recorder(recorder), m_host(host), lblState(new QLabel(this)),
-      lblFile(new ElidedLabel(this, Qt::ElideMiddle))
+      lblFile(new LineLabel(this, Qt::ElideMiddle))
 {
     setObjectName(QStringLiteral("frmRecorder"));
     SetTextIds(this, 1071);

@@ -115,3 +115,25 @@ void frmConsole::cmdSave_Click()
         QMessageBox::warning(this, windowTitle(), Text(1016, m_settings.Language).arg(name, file.errorString()));
     }
 }
+
+void LateConsole::Open(const std::string& title)
+{
+    if (m_window == nullptr) {
+        m_window = std::make_unique<frmConsole>(m_settings);
+    }
+    m_window->Open(title);
+}
+
+void LateConsole::Write(std::string_view text, ConsoleColour colour)
+{
+    if (m_window != nullptr) {
+        m_window->Write(text, colour);
+    }
+}
+
+void LateConsole::Close()
+{
+    if (m_window != nullptr) {
+        m_window->Close();
+    }
+}

@@ -5,6 +5,8 @@
 
 #include <QWidget>
 
+#include <memory>
+
 class ConsoleText;
 class QPushButton;
 
@@ -42,4 +44,19 @@ private:
     ConsoleText* txtConsole;
     QPushButton* cmdCopy;
     QPushButton* cmdSave;
+};
+
+/// The console's window, made when it is opened for the first time: most runs never do.
+class LateConsole : public ConsoleScreen {
+public:
+    /// `settings` must outlive the window.
+    explicit LateConsole(const modGlobals::Settings& settings) : m_settings(settings) {}
+
+    void Open(const std::string& title) override;
+    void Write(std::string_view text, ConsoleColour colour) override;
+    void Close() override;
+
+private:
+    const modGlobals::Settings& m_settings;
+    std::unique_ptr<frmConsole> m_window;
 };
