@@ -54,7 +54,7 @@ void XYChart::AddPoint(double time, double value)
     }
     m_series.AddChartPoint(time, value);
     ShowTime(time);
-    update();
+    updateCurve();
 }
 
 void XYChart::AddGap(double time)
@@ -79,7 +79,18 @@ void XYChart::ShowTime(double time)
     } else if (!m_begin) {
         m_begin = time;
     }
-    update();
+    updateCurve();
+}
+
+/// Only what moves is drawn anew: the rest of the picture need not be handed to the display with each value.
+void XYChart::updateCurve()
+{
+    if (m_timeScale || m_plot.isEmpty()) {
+        update();
+        return;
+    }
+    const double reach = kNewestWidth + kLineWidth; // the dot may stand on the edge
+    update(plotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect());
 }
 
 void XYChart::TimeBegin(double time)
@@ -287,13 +298,24 @@ void XYChart::drawNewest(QPainter& painter) const
         !(row >= 0.0 && row < m_plot.height())) {
         return;
     }
-    const double ratio = m_frame.devicePixelRatio();
-    const QPointF centre((m_plot.left() + mirrored(static_cast<int>(column)) + 0.5) / ratio,
-                         (m_plot.top() + row) / ratio);
+    const QPoint centre(m_plot.left() + mirrored(static_cast<int>(column)), m_plot.top() + static_cast<int>(row));
+    painter.drawPixmap(QPointF(centre - m_newest.rect().center()) / m_frame.devicePixelRatio(), m_newest);
+}
+
+/// The picture of that dot; its middle is that of a pixel.
+QPixmap XYChart::newestDot(double ratio) const
+{
+    const double radius = (kNewestWidth + kLineWidth) / 2.0;
+    const int side = 2 * static_cast<int>(std::ceil((radius + kLineWidth) * ratio)) + 1;
+    QPixmap dot(side, side);
+    dot.fill(Qt::transparent);
+    dot.setDevicePixelRatio(ratio);
+    QPainter painter(&dot);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(m_colors.back, kLineWidth));
     painter.setBrush(m_colors.curve);
-    painter.drawEllipse(centre, kNewestWidth / 2.0 + kLineWidth / 2.0, kNewestWidth / 2.0 + kLineWidth / 2.0);
+    painter.drawEllipse(QPointF(side, side) / ratio / 2.0, radius, radius);
+    return dot;
 }
 
 void XYChart::drawEmptyText(QPainter& painter) const

@@ -11,6 +11,7 @@
 
 #include <QColor>
 #include <QImage>
+#include <QPixmap>
 #include <QRect>
 #include <QString>
 #include <QWidget>
@@ -160,6 +161,7 @@ private:
     /// Whether the values have a scale; before the first value there is none to speak of.
     bool hasLimits() const { return m_limits.lower != m_limits.upper; }
     void followShownValues();
+    void updateCurve();
     clsChartData& drawn();
     TimeWindow timeWindow() const; ///< in columns of pixels
     RowScale rowScale() const;
@@ -171,6 +173,7 @@ private:
 
     // Grid and scales (XYChartScales.cpp).
     void prepareGround();
+    QPixmap newestDot(double ratio) const;
     Colors chooseColors() const;
     QFont labelFont(const clsLabel& label) const;
     QColor labelColor(const clsLabel& label) const;
@@ -209,6 +212,7 @@ private:
 
     bool m_groundIsStale = true;
     bool m_isEmpty = true; ///< the last frame showed no point
+    QPixmap m_newest;      ///< the dot where the curve grows
     QImage m_frame;        ///< grid and scales, and the curve while it is drawn on them
     QRect m_plot;          ///< pixels
     Colors m_colors;

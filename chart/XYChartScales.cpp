@@ -57,6 +57,7 @@ void XYChart::prepareGround()
     m_colors = chooseColors();
     layOut();
     drawGround();
+    m_newest = newestDot(ratio);
 }
 
 XYChart::Colors XYChart::chooseColors() const

@@ -43,6 +43,7 @@ void clsCurvePainter::Erase(const Raster& raster)
         restoreOutside(raster, static_cast<std::int32_t>(column), {});
         m_saved[column].isUpright = false;
     }
+    m_drawn = {};
 }
 
 void clsCurvePainter::Forget()
@@ -51,6 +52,7 @@ void clsCurvePainter::Forget()
     m_basis = {};
     m_coverage.clear();
     m_coveredTo = 0;
+    m_drawn = {};
 }
 
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
@@ -66,19 +68,23 @@ void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std
 void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale,
                                 const CurvePen& pen)
 {
-    cover(columns, {columns.Epoch(), scale, pen.width, raster.width, raster.height});
+    const std::int32_t changedFrom = cover(columns, {columns.Epoch(), scale, pen.width, raster.width, raster.height});
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
     const std::int32_t first = columns.FirstColumn() / kFine;
     const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
     m_saved.resize(static_cast<std::size_t>(raster.width));
     const Coverage none;
-    for (std::int32_t x = 0; x < raster.width; ++x) {
+    // As long as nothing scrolls, the columns stand as they are, but for the newest.
+    const std::array<std::int32_t, 2> drawn{first, oldest};
+    const std::int32_t begin = m_drawn == drawn ? changedFrom - first : 0;
+    m_drawn = drawn;
+    for (std::int32_t x = begin; x < raster.width; ++x) {
         drawColumn(raster, x, first + x < oldest ? none : m_coverage[slotOf(first + x)], pen.color);
     }
 }
 
-/// Works out the coverage of those columns that have changed since the last frame.
-void clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
+/// Works out the coverage of those columns that have changed since the last frame; returns the first of them.
+std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
 {
     const std::int32_t first = columns.FirstColumn() / kFine;
     if (!(basis == m_basis)) {
@@ -113,6 +119,7 @@ void clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
     }
     // What the pen has reached from the last point may still grow.
     m_coveredTo = std::max((columns.LastColumn() - reach) / kFine - 1, 0);
+    return begin;
 }
 
 void clsCurvePainter::shapePen(double width)

@@ -5,8 +5,10 @@
 
 #include "chart/clsCurveColumns.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -79,7 +81,7 @@ private:
         std::int32_t side = 0;
     };
 
-    void cover(const clsCurveColumns& columns, const Basis& basis);
+    std::int32_t cover(const clsCurveColumns& columns, const Basis& basis);
     void shapePen(double width);
     void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
     void coverColumn(std::int32_t column, std::int32_t firstFine);
@@ -91,6 +93,8 @@ private:
     std::size_t slotOf(std::int32_t column) const;
 
     std::vector<SavedColumn> m_saved; ///< by column of the raster; empty before the first is drawn on
+    /// The first and the oldest column when the lines were drawn last; none while they are not drawn.
+    std::optional<std::array<std::int32_t, 2>> m_drawn;
     // The coverage, in a ring of columns.
     Basis m_basis;
     std::int32_t m_coveredTo = 0; ///< the column from which on the next frame works it out anew
