@@ -145,11 +145,15 @@ bool Help::explainMenuItem(QWidget& menu) const
 
 bool Help::eventFilter(QObject* watched, QEvent* event)
 {
+    const QEvent::Type type = event->type();
+    if (type != QEvent::KeyPress && type != QEvent::QueryWhatsThis && type != QEvent::WhatsThis) {
+        return false; // every event of the program comes by here
+    }
     auto* control = qobject_cast<QWidget*>(watched);
     if (control == nullptr) {
         return false;
     }
-    switch (event->type()) {
+    switch (type) {
     case QEvent::KeyPress: {
         const auto* key = static_cast<QKeyEvent*>(event);
         const bool isHelp = key->key() == Qt::Key_F1 && (key->modifiers() & ~Qt::ShiftModifier) == Qt::NoModifier;

@@ -42,8 +42,13 @@ public:
     {
         const QSize first = QStyledItemDelegate::sizeHint(option, index);
         const QString second = index.data(kSecondText).toString();
-        const int width = start(option) + option.fontMetrics.horizontalAdvance(second) + gap(option);
-        return {second.isEmpty() ? first.width() : std::max(first.width(), width), first.height()};
+        return {second.isEmpty() ? first.width() : std::max(first.width(), WidthWith(second, option)), first.height()};
+    }
+
+    /// The width of an item with a second text, of one without for an empty text.
+    static int WidthWith(const QString& second, const QStyleOptionViewItem& option)
+    {
+        return start(option) + option.fontMetrics.horizontalAdvance(second) + gap(option);
     }
 
 private:
@@ -58,8 +63,10 @@ private:
     }
 };
 
-void describePort(QComboBox& list, int item, const QString& device)
+/// Returns the second text, which only a device has that exists.
+QString describePort(QComboBox& list, int item, const QString& device)
 {
+    QString second;
     QString described = device;
     if (!device.isEmpty() && QFile::exists(device)) {
         const std::string maker = modPComm::MakerOf(QFile::encodeName(device).toStdString());
@@ -67,10 +74,12 @@ void describePort(QComboBox& list, int item, const QString& device)
         QFont standsOut = list.font();
         standsOut.setBold(true);
         list.setItemData(item, standsOut, Qt::FontRole);
-        list.setItemData(item, described, kSecondText);
+        second = described;
+        list.setItemData(item, second, kSecondText);
         list.setItemData(item, described, Qt::AccessibleDescriptionRole);
     }
     list.setItemData(item, described, Qt::ToolTipRole);
+    return second;
 }
 
 } // namespace
@@ -86,12 +95,18 @@ std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices,
     list.setStyleSheet(QStringLiteral("combobox-popup: 0"));
     list.view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     list.setMaxVisibleItems(kShownPorts);
+    QStyleOptionViewItem option;
+    option.initFrom(&list);
+    int widest = 0; // asking the view would have it measure each of the 255 items
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
         list.addItem(QStringLiteral("COM %1").arg(port));
-        describePort(list, port - 1, QFile::decodeName(devices.DeviceOf(port).c_str()));
+        const QString second = describePort(list, port - 1, QFile::decodeName(devices.DeviceOf(port).c_str()));
+        if (port == 1 || !second.isEmpty()) {
+            widest = std::max(widest, SecondTextDelegate::WidthWith(second, option));
+        }
     }
     const int scrollBar = list.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    list.view()->setMinimumWidth(list.view()->sizeHintForColumn(0) + 2 * scrollBar);
+    list.view()->setMinimumWidth(widest + 2 * scrollBar);
     list.setCurrentIndex(selected >= 1 && selected <= modPComm::kPortCount ? selected - 1 : 0);
     return list.currentIndex() + 1;
 }

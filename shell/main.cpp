@@ -40,6 +40,7 @@
 namespace {
 
 constexpr double kScreenshotAfter_s = 5.0;
+constexpr int kIconAfter_ms = 100;
 constexpr std::int32_t kDemoPort = 1;
 constexpr std::size_t kLongestPath = 4096;
 
@@ -225,8 +226,11 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("RVQ"));
     QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("orvex-monitor"));
-    QApplication::setWindowIcon(programIcon());
     QApplication::setStyle(new OutlinedStyle);
+    // The pictures take a while to read, so the first window comes before them: the time counts from the event loop on.
+    QTimer::singleShot(0, &application, [] {
+        QTimer::singleShot(kIconAfter_ms, qApp, [] { QApplication::setWindowIcon(programIcon()); });
+    });
     try {
         return runProgram(readOptions(QApplication::arguments()));
     } catch (const std::exception& fault) {

@@ -61,9 +61,14 @@ std::string TimeOfDayText(double dateTime)
     // A tenth of a millisecond on top: a whole second must not fall to the one before it in the division by a day.
     const double ofDay = (dateTime - std::floor(dateTime)) * kSecondsPerDay + 0.0001;
     const auto seconds = static_cast<long>(std::fmod(ofDay, kSecondsPerDay));
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%02ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60);
-    return text.data();
+    std::string text("00:00:00");
+    std::size_t at = 0;
+    for (const long part : {seconds / 3600, seconds / 60 % 60, seconds % 60}) {
+        text[at] = static_cast<char>('0' + part / 10);
+        text[at + 1] = static_cast<char>('0' + part % 10);
+        at += 3;
+    }
+    return text;
 }
 
 std::string_view WindowsName(const SystemVersion& version)
