@@ -225,7 +225,7 @@ public:
             }
             breakThings(tick);
             const std::int64_t shown = m_view.shown;
-            // Summer time ends on the tenth day.
+            // Summer time ends after ten days.
             const double days = static_cast<double>(tick) / kTicksPerDay - (tick > 10 * kTicksPerDay ? 1.0 / 24 : 0);
             m_recording.Flush(kStart + days);
             m_loop.Tick(kStart + days);

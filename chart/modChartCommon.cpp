@@ -1,5 +1,6 @@
 #include "chart/modChartCommon.h"
 
+#include "shell/Days.h"
 #include "shell/Numbers.h"
 #include "shell/modAPI.h"
 
@@ -15,8 +16,6 @@ namespace {
 constexpr double kMantissas[] = {1.0, 2.0, 5.0};
 constexpr int kSmallestPower = -6;
 constexpr int kMostDecimals = 17;
-constexpr double kFirstDay = -657434.0; // 0100-01-01
-constexpr double kLastDay = 2958466.0;  // the end of 9999-12-31
 
 constexpr double kMargin = 0.1;
 constexpr double kFillThatNarrows = 0.25;
@@ -153,7 +152,7 @@ std::string LabelText(double value, int decimals, char decimalSeparator)
 std::string TimeLabelText(double time)
 {
     // The negation catches a NaN.
-    if (!(time >= kFirstDay && time < kLastDay)) {
+    if (!(time >= kFirstDay && time < kEndOfDays)) {
         return kInvalidRange;
     }
     return modAPI::TimeOfDayText(time);

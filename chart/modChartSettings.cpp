@@ -1,6 +1,7 @@
 #include "chart/modChartSettings.h"
 
 #include "shell/Numbers.h"
+#include "shell/modGlobals.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +13,6 @@ namespace {
 
 constexpr double kLargestTyped = 999999.0;
 constexpr double kLargestApplied = 99999999.0;
-constexpr double kDefaults[] = {5000.0, 0.0};
 constexpr double kLeastSpan = 0.000001;
 constexpr int kMostDecimals = 6;
 
@@ -31,7 +31,8 @@ std::string LimitText(double limit, char decimalSeparator)
 std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparator)
 {
     if (Trimmed(typed).empty()) {
-        return LimitText(kDefaults[limit], decimalSeparator);
+        const modGlobals::Settings defaults;
+        return LimitText(limit == 0 ? defaults.yMax : defaults.yMin, decimalSeparator);
     }
     std::string number(typed);
     std::ranges::replace(number, decimalSeparator, '.');

@@ -51,7 +51,6 @@ constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
-constexpr int kCopies = 50000;         // of a recording of some seconds
 constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
 
 void runFor(int ms)
@@ -202,7 +201,7 @@ private:
         save(window, "unconnected");
         auto* ports = window.findChild<QComboBox*>("cmbComPort");
         ports->showPopup();
-        runFor(200);
+        runFor(kMoment_ms);
         save(*ports->view()->window(), "ports");
         ports->hidePopup();
     }

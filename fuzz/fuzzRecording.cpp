@@ -85,8 +85,7 @@ void checkReader(const std::string& file, std::size_t size, const std::vector<Li
 /// Written as a recording writes it and read again: the same on the screen.
 void checkWriting(const clsRVQ& shown)
 {
-    constexpr double kFirstDay = -657434.0, kEnd = 2958466.0; // the years 100 to 9999
-    if (!modRecordLine::HasTemperature(shown) || shown.CurrentTime < kFirstDay || shown.CurrentTime >= kEnd) {
+    if (!modRecordLine::HasTemperature(shown) || shown.CurrentTime < kFirstDay || shown.CurrentTime >= kEndOfDays) {
         return;
     }
     std::string text = modRecordLine::RecordLine(shown);

@@ -14,15 +14,23 @@ MeasurementKind KindOf(const Measurement& measurement)
     return MeasurementKind::Distance;
 }
 
-std::string DistanceText(const Measurement& measurement, char decimalSeparator)
+std::string_view NameOf(MeasurementKind kind)
 {
-    switch (KindOf(measurement)) {
+    switch (kind) {
     case MeasurementKind::TempError:
         return "TempError";
     case MeasurementKind::NoEcho:
         return "No Echo";
     case MeasurementKind::Distance:
         break;
+    }
+    return {};
+}
+
+std::string DistanceText(const Measurement& measurement, char decimalSeparator)
+{
+    if (const MeasurementKind kind = KindOf(measurement); kind != MeasurementKind::Distance) {
+        return std::string(NameOf(kind));
     }
     const UnitDef& unit = UnitOf(measurement.unit);
     const std::string number = FixedText(measurement.value, unit.decimals, decimalSeparator);

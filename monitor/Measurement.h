@@ -7,13 +7,15 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 struct Measurement {
     double value = 0.0; ///< in the unit of `unit`
     std::int32_t value_mm = 0;
     std::int32_t unit = 0;         ///< index of a unit, 0..6
     std::int32_t outputFormat = 0; ///< of the sensor, 0..3
-    // Not beside `value`: the two would be fetched together, which waits for a value that was stored right before.
+    // Not beside `value`: the compiler would load both in one wide read, which stalls on the store of `value` just
+    // before it.
     double time = 0.0; ///< days since 1899-12-30, local time
 };
 
@@ -24,6 +26,9 @@ inline Measurement MeasurementOf(const clsRVQ& device)
 {
     return {device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat, device.CurrentTime};
 }
+
+/// What a display, a recording and a table call what is no distance: "No Echo", "TempError"; empty for a distance.
+std::string_view NameOf(MeasurementKind kind);
 
 /// What a measurement is. Value and millimetres are both looked at, because a marker in metres is no round number; a
 /// temperature error goes before a missing echo, because "TempErr!" on the line leaves one marker in each.

@@ -1,5 +1,6 @@
-// The folder monitor/ is the operator's main window and the measurement loop behind it. Here: what the loop shows, so
-// that it runs with any face or none.
+// The folder monitor/ is the operator's main window and the measurement loop behind it. The dialogue with the
+// sensor is device/'s business, drawing chart/'s, files recorder/'s. Here: what the loop shows, so that it runs with
+// any face or none.
 #pragma once
 
 #include <array>

@@ -93,7 +93,7 @@ void clsMeasurementLoop::servePort()
         m_device.EvaluateInBuffer();
         dispatch();
     }
-    resumeAfterSilentSingle();
+    pollAfterSilentSingle();
 }
 
 void clsMeasurementLoop::readPort()
@@ -160,7 +160,7 @@ void clsMeasurementLoop::noAnswer()
         return; // a sensor that sends when it likes owes no answer
     }
     if (m_device.TempStatus == 0 && m_measuring) {
-        m_view.ShowStatus(1, "TempError");
+        m_view.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }
     status(TextNoConnection);
@@ -226,7 +226,7 @@ void clsMeasurementLoop::interruptForTemperature()
 
 /// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more
 /// and a dead line would look alive. The idle sensor is asked for its temperature again, as at any other time.
-void clsMeasurementLoop::resumeAfterSilentSingle()
+void clsMeasurementLoop::pollAfterSilentSingle()
 {
     const bool silent = m_device.LastCommand == "G" && m_device.CommStatus != DialogueNone &&
                         m_device.InBuffer.empty() && m_device.CurrentTime > m_device.FailTime;

@@ -84,9 +84,10 @@ private:
     void newTemperature();
     void newConfiguration();
     void interruptForTemperature();
-    void resumeAfterSilentSingle();
+    void pollAfterSilentSingle();
     void startStop();
     void requestOne(const NextPass& nextPass);
+    bool passesBringDistance(const NextPass& nextPass);
     bool passBringsDistance();
     void showSensorSettings();
     void forgetHistory();

@@ -45,16 +45,8 @@ void clsMeasurementLoop::startStop()
 void clsMeasurementLoop::requestOne(const NextPass& nextPass)
 {
     const modRVQComm::WaitScope wait(m_device);
-    m_passing = true;
-    modRVQComm::StartMeasurement(m_device);
-    showRule();
     const std::int32_t opening = m_device.Openings;
-    bool found = passBringsDistance();
-    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen && m_device.Openings == opening; ++pass) {
-        m_device.CurrentTime = nextPass();
-        found = m_device.Openings == opening && passBringsDistance();
-    }
-    m_passing = false;
+    const bool found = passesBringDistance(nextPass);
     m_measuring = false;
     if (m_device.Wait.Ended || m_device.Openings != opening) {
         return; // the window goes, or the operator has chosen another port, which the ticks serve
@@ -66,6 +58,24 @@ void clsMeasurementLoop::requestOne(const NextPass& nextPass)
     } else {
         m_view.ShowStatus(1, modFunctions::GetText(kNoConnection, m_settings.Language));
     }
+}
+
+bool clsMeasurementLoop::passesBringDistance(const NextPass& nextPass)
+{
+    struct Passing {
+        bool& passing;
+        ~Passing() { passing = false; }
+    } const passing{m_passing};
+    m_passing = true;
+    modRVQComm::StartMeasurement(m_device);
+    showRule();
+    const std::int32_t opening = m_device.Openings;
+    bool found = passBringsDistance();
+    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen && m_device.Openings == opening; ++pass) {
+        m_device.CurrentTime = nextPass();
+        found = m_device.Openings == opening && passBringsDistance();
+    }
+    return found;
 }
 
 bool clsMeasurementLoop::passBringsDistance()

@@ -101,7 +101,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
 
 void frmMain::fillControls()
 {
-    FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
+    m_settings.Comport = FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
     for (std::int32_t id = kAverageDepths.first; id <= kAverageDepths.second; ++id) {
         cmbAverageDepth->addItem(FromUtf8(modFunctions::NeutralText(id)));
@@ -210,7 +210,7 @@ void frmMain::timer_Tick()
         return; // the window lives on while a file is loaded, the measurement waits
     }
     const double now = modAPI::LocalTime();
-    serveRecorder(now);
+    Guarded([&] { serveRecorder(now); }); // whatever happens to a file, the measurement goes on
     m_loop.Tick(now);
     explainFailure();
     offerFirstSteps();

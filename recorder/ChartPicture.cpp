@@ -1,7 +1,8 @@
 #include "recorder/ChartPicture.h"
 
 #include "chart/XYChart.h"
-#include "device/clsRVQ.h"
+#include "chart/modGDIAPI.h"
+#include "shell/Days.h"
 #include "shell/QtText.h"
 
 #include <QFontInfo>
@@ -15,17 +16,6 @@ namespace {
 
 constexpr double kGridWidth = 0.6, kAxisWidth = 1.0, kCurveWidth = 1.4, kDotWidth = 2.4;
 
-QColor colorOf(std::int32_t bgr)
-{
-    return QColor(bgr & 0xFF, bgr >> 8 & 0xFF, bgr >> 16 & 0xFF);
-}
-
-QColor pale(const QColor& color, double share)
-{
-    const auto mixed = [share](int part) { return 255 - static_cast<int>(share * (255 - part)); };
-    return {mixed(color.red()), mixed(color.green()), mixed(color.blue())};
-}
-
 class Picture {
 public:
     Picture(QPainter& painter, XYChart& chart, const QSize& size)
@@ -34,9 +24,9 @@ public:
         // In the painter's units, whatever the resolution of what it paints on.
         m_font.setPixelSize(std::max(QFontInfo(chart.font()).pixelSize(), 1));
         m_line = QFontMetricsF(m_font).height();
-        m_back = colorOf(chart.BackColor());
-        m_scale = colorOf(chart.ScaleColor());
-        m_grid = colorOf(chart.GridColor());
+        m_back = modGDIAPI::ColorOf(chart.BackColor());
+        m_scale = modGDIAPI::ColorOf(chart.ScaleColor());
+        m_grid = modGDIAPI::ColorOf(chart.GridColor());
     }
 
     void Draw()
@@ -84,7 +74,7 @@ private:
             const bool reversed = across ? m_chart.XReversed() : !m_chart.YReversed();
             const double share = reversed ? 1.0 - tick.share : tick.share;
             const double x = m_plot.left() + share * m_plot.width(), y = m_plot.top() + share * m_plot.height();
-            m_painter.setPen(QPen(pale(m_grid, 0.4), kGridWidth));
+            m_painter.setPen(QPen(modGDIAPI::Mixed(m_grid, Qt::white, 0.4), kGridWidth));
             m_painter.drawLine(across ? QLineF(x, m_plot.top(), x, m_plot.bottom())
                                       : QLineF(m_plot.left(), y, m_plot.right(), y));
             m_painter.setPen(m_scale);
@@ -120,7 +110,7 @@ private:
     {
         m_painter.drawText(above, Qt::AlignRight | Qt::AlignVCenter, m_chart.SeriesLabel());
         const double end = above.right() - widthOf(m_chart.SeriesLabel()) - 0.5 * m_line;
-        m_painter.setPen(QPen(colorOf(modChartGlobals::kCurveColorOnLight), 1.5 * kCurveWidth));
+        m_painter.setPen(QPen(modGDIAPI::ColorOf(modChartGlobals::kCurveColorOnLight), 1.5 * kCurveWidth));
         m_painter.drawLine(QPointF(end - 1.2 * m_line, above.center().y()), QPointF(end, above.center().y()));
         m_painter.setPen(m_scale);
     }
@@ -130,7 +120,7 @@ private:
         m_painter.save();
         m_painter.setClipRect(m_plot);
         m_painter.setRenderHint(QPainter::Antialiasing);
-        const QColor ink = colorOf(modChartGlobals::kCurveColorOnLight);
+        const QColor ink = modGDIAPI::ColorOf(modChartGlobals::kCurveColorOnLight);
         m_painter.setPen(
             QPen(ink, m_chart.ConnectPoints() ? kCurveWidth : kDotWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         QPolygonF run;

@@ -159,7 +159,7 @@ QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_
 QString WriteTable(QWidget& owner, const QString& recording, const QString& table, const modCsvExport::Format& format,
                    std::int32_t language)
 {
-    if (QFileInfo(table) == QFileInfo(recording)) {
+    if (QFileInfo::exists(recording) && QFileInfo(table) == QFileInfo(recording)) {
         return cannotSave(table, Text(1070, language), language); // the recording must not give way to its table
     }
     QSaveFile file(table);

@@ -40,8 +40,7 @@ public:
 
     /// What it did last or does now; `RecorderIdle` before the first time.
     RecorderMode LastMode() const { return m_lastMode; }
-    const std::filesystem::path& Folder() const { return m_folder; }
-    /// The same, or what holds it as long as nothing was recorded: a folder that exists, for a file dialog.
+    /// The folder of recordings, or what holds it as long as nothing was recorded: one that exists, for a file dialog.
     std::filesystem::path NearestFolder() const;
     /// Lines of the recording that runs, or ran last.
     std::int64_t Lines() const { return m_lines; }

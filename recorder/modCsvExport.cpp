@@ -55,19 +55,6 @@ std::string celsius(std::string_view temperature, char decimalSign)
     return number.find_first_not_of(allowed) == std::string::npos ? number : std::string();
 }
 
-std::string_view statusOf(MeasurementKind kind)
-{
-    switch (kind) {
-    case MeasurementKind::NoEcho:
-        return "No Echo";
-    case MeasurementKind::TempError:
-        return "TempError";
-    case MeasurementKind::Distance:
-        break;
-    }
-    return "OK";
-}
-
 void appendField(std::string& row, std::string_view field, char separator)
 {
     const bool quoted = field.find(separator) != std::string_view::npos;
@@ -94,7 +81,7 @@ void appendRow(std::string& table, const modRecordLine::RecordedValue& value, co
         table += std::to_string(value.value_mm);
     }
     table += format.separator;
-    table += statusOf(kind);
+    table += kind == MeasurementKind::Distance ? "OK" : NameOf(kind);
     table += format.separator;
     appendField(table, celsius(value.temperature, format.decimalSign), format.separator);
     table += "\r\n";

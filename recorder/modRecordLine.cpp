@@ -15,11 +15,6 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr double kFirstDay = -657434.0; // 0100-01-01
-constexpr double kLastDay = 2958465.0;  // 9999-12-31
-constexpr std::string_view kNoEcho = "No Echo";
-constexpr std::string_view kTempError = "TempError";
-
 bool contains(std::string_view text, std::string_view part)
 {
     return text.find(part) != std::string_view::npos;
@@ -28,7 +23,7 @@ bool contains(std::string_view text, std::string_view part)
 void appendDateTime(std::string& line, double time)
 {
     const double day = std::floor(time);
-    if (!(day >= kFirstDay && day <= kLastDay)) {
+    if (!(day >= kFirstDay && day < kEndOfDays)) {
         throw std::invalid_argument("a time outside the calendar cannot be recorded");
     }
     const year_month_day date{kDayZero + days{static_cast<int>(day)}};
@@ -57,9 +52,9 @@ void appendDistance(std::string& line, const clsRVQ& device)
     // Deliberate: only the value in the display unit is looked at. A marker that reached it as metres is written as a
     // distance, with the marker's millimetres, and becomes the marker again when it is played.
     if (device.MeasValue == kMarkerTempError) {
-        line += kTempError;
+        line += NameOf(MeasurementKind::TempError);
     } else if (device.MeasValue == kMarkerNoEcho || device.MeasValue == 0.0) {
-        line += kNoEcho;
+        line += NameOf(MeasurementKind::NoEcho);
     } else {
         line += std::to_string(device.MeasValue_mm);
         line += " mm";
@@ -88,7 +83,7 @@ std::optional<double> dayOf(int yearNumber, int monthNumber, int dayNumber)
     const auto monthOfYear = static_cast<unsigned>(monthCount - wholeYears * 12 + 1);
     const sys_days first{year{wholeYears} / month{monthOfYear} / day{1}};
     const double number = static_cast<double>((first - kDayZero).count() + dayNumber - 1);
-    return number >= kFirstDay && number <= kLastDay ? std::optional(number) : std::nullopt;
+    return number >= kFirstDay && number < kEndOfDays ? std::optional(number) : std::nullopt;
 }
 
 /// The date of "15.11.2026"; `previous` for a text of fewer than three pieces.
@@ -132,8 +127,9 @@ std::optional<double> secondsOfDay(std::string_view text)
 /// The second field: what was measured.
 bool takeDistance(std::string_view field, RecordedValue& value)
 {
-    if (contains(field, kNoEcho) || contains(field, kTempError)) {
-        value.kind = contains(field, kNoEcho) ? MeasurementKind::NoEcho : MeasurementKind::TempError;
+    if (contains(field, NameOf(MeasurementKind::NoEcho)) || contains(field, NameOf(MeasurementKind::TempError))) {
+        value.kind =
+            contains(field, NameOf(MeasurementKind::NoEcho)) ? MeasurementKind::NoEcho : MeasurementKind::TempError;
         return true;
     }
     field = Trimmed(field);

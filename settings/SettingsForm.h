@@ -3,8 +3,6 @@
 
 #include "settings/Fields.h"
 
-#include <QString>
-
 #include <array>
 #include <cstdint>
 #include <initializer_list>
@@ -13,7 +11,6 @@ class NumberEdit;
 class QDialog;
 class QGridLayout;
 class QGroupBox;
-class QHBoxLayout;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -26,7 +23,7 @@ class SettingsForm {
 protected:
     /// Creates all controls as children of the window.
     void BuildForm(QDialog& window, char decimalSeparator);
-    /// The texts within the lists, tool tips with numbers, accessible names.
+    /// The texts within the lists, accessible names, shortcuts.
     void LocaliseLists(std::int32_t language);
 
     /// The frame of the switches ends above the list of Q2's logic where a sensor has none.

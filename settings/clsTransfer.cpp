@@ -201,10 +201,12 @@ FailureAnswer clsTransfer::ask(std::int32_t verdict)
     if (m_device.Wait.Ended) {
         return FailureAnswer::Abort;
     }
+    struct Asking {
+        bool& asking;
+        ~Asking() { asking = false; }
+    } const asking{m_device.Wait.Asking};
     m_device.Wait.Asking = true;
-    const auto answer = m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
-    m_device.Wait.Asking = false;
-    return answer;
+    return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
 }
 
 /// Values that were meant for one sensor must not go to another that was plugged in meanwhile.

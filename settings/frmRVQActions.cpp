@@ -57,7 +57,9 @@ void frmRVQ::cmdSave_Click()
         return;
     }
     const QString shownPath = QFile::decodeName(path.c_str());
-    if (m_context.library.WouldOverwrite(path, line) &&
+    std::error_code unknown;
+    const bool isForeign = !m_context.library.Find(path) && std::filesystem::exists(path, unknown);
+    if ((isForeign || m_context.library.WouldOverwrite(path, line)) &&
         !Boxes.Overwrite(text(TextExists) + QStringLiteral(": ") + shownPath + u'\n' + text(TextOverwrite))) {
         return;
     }

@@ -5,4 +5,6 @@
 
 inline constexpr double kSecondsPerDay = 86400.0;
 inline constexpr double kMsPerDay = 86400000.0;
+/// The calendar has the years 100 to 9999: from the first of these days to before the other.
+inline constexpr double kFirstDay = -657434.0, kEndOfDays = 2958466.0;
 inline constexpr std::chrono::sys_days kDayZero{std::chrono::December / 30 / 1899};

@@ -206,10 +206,10 @@ bool stops(FaultCell& cell)
     return cell.StepUntil(9, [&] { return hasPolled(cell) && !cell.sensor.IsMeasuring() && !cell.view.running; });
 }
 
-/// What a distance text says; a sensor's temperature error in words is recorded as one without echo.
+/// What a distance text says, without its unit.
 std::string wordOf(const std::string& distance)
 {
-    return distance == "TempError" ? "No" : distance.substr(0, distance.find(' '));
+    return distance.substr(0, distance.find(' '));
 }
 
 /// The file goes on being written and, played, shows every distance that was shown, in order.
@@ -220,6 +220,9 @@ bool isRecorded(FaultCell& cell)
     std::vector<std::string> shown, played;
     for (std::size_t i = cell.shownBefore; i < cell.view.distances.size(); ++i) {
         shown.push_back(wordOf(cell.view.distances[i]));
+        if (shown.back() == "TempError" && cell.device.OutputFormat < FormatBinary) {
+            shown.back() = "No"; // a temperature error that the sensor sends in words is recorded as no echo
+        }
     }
     const auto show = [&](const clsRVQ& record) { played.push_back(wordOf(DistanceText(MeasurementOf(record), '.'))); };
     const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device, {show, [](double) { return true; }},

@@ -294,9 +294,12 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
     EXPECT_EQ(table(file, folder + "/x.csv"), "Lines exported: 2, unreadable ones left out: 0");
     EXPECT_EQ(TemporaryFolder::Read((folder + "/x.csv").toStdString()).substr(0, 45),
               "Time,Distance [mm],Status,Temperature [\xC2\xB0\x43]\r\n");
-    EXPECT_NE(table(window.folder.path / "none.rec", folder + "/y.csv"), "");
-    EXPECT_NE(table(file, folder + "/x.rec"), "") << "a table never replaces its recording";
-    EXPECT_NE(table(window.folder.Write("empty.rec", "no line\n"), folder + "/y.csv"), "");
+    const auto missing = window.folder.path / "none.rec", empty = window.folder.Write("empty.rec", "no line\n");
+    EXPECT_EQ(table(missing, folder + "/y.csv"), missing.string() + " cannot be read: File or folder is missing.");
+    EXPECT_EQ(table(empty, folder + "/y.csv"), empty.string() + " holds no line that can be read.");
+    const std::string bytes = TemporaryFolder::Read(file);
+    EXPECT_EQ(table(file, folder + "/x.rec"), file.string() + " cannot be saved: That is the recording itself.");
+    EXPECT_EQ(TemporaryFolder::Read(file), bytes) << "a table never replaces its recording";
     EXPECT_NE(WritePicture(*window.Chart(), folder + "/none/y.png", "png"), "");
     for (const auto& entry : std::filesystem::directory_iterator(window.folder.path)) {
         EXPECT_NE(entry.path().filename().string().front(), 'y') << "a failed export leaves nothing";
