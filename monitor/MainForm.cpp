@@ -3,6 +3,7 @@
 #include "chart/XYChart.h"
 #include "monitor/KeptRoom.h"
 #include "monitor/LampShape.h"
+#include "monitor/MessagePanel.h"
 #include "monitor/ValueLabel.h"
 #include "shell/LineLabel.h"
 #include "shell/Localise.h"
@@ -212,10 +213,12 @@ void MainForm::buildPopUp(QMainWindow& window)
 void MainForm::buildStatusBar(QMainWindow& window)
 {
     std::array<KeptRoom*, 3> rooms{};
+    for (KeptRoom*& room : rooms) {
+        room = new KeptRoom(&window);
+    }
+    pnlMessages = new MessagePanel(rooms[0], Qt::ElideRight);
+    sbar = {pnlMessages, new LineLabel(rooms[1], Qt::ElideMiddle), new LineLabel(rooms[2])};
     for (std::size_t i = 0; i < sbar.size(); ++i) {
-        const Qt::TextElideMode modes[] = {Qt::ElideRight, Qt::ElideMiddle, Qt::ElideNone};
-        rooms[i] = new KeptRoom(&window);
-        sbar[i] = new LineLabel(rooms[i], modes[i]);
         sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
         rooms[i]->Hold(*sbar[i]);
     }

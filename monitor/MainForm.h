@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 
+class MessagePanel;
 class LampShape;
 class QAction;
 class QCheckBox;
@@ -46,7 +47,8 @@ protected:
     QComboBox* cmbComPort = nullptr;
     QComboBox* cmbBaudrate = nullptr;
     XYChart* picGraph = nullptr;
-    std::array<QLabel*, 3> sbar{};
+    MessagePanel* pnlMessages = nullptr;
+    std::array<QLabel*, 3> sbar{}; ///< the status bar's panels, the one for messages first
 
     QMenu* mnuFile = nullptr;
     QAction* mnuFileExport = nullptr;

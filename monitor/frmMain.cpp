@@ -5,6 +5,7 @@
 #include "config/modFiles.h"
 #include "monitor/FirstSteps.h"
 #include "monitor/LampShape.h"
+#include "monitor/MessagePanel.h"
 #include "monitor/ValueLabel.h"
 #include "monitor/frmTextWindow.h"
 #include "recorder/frmRecorder.h"
@@ -39,7 +40,6 @@
 
 namespace {
 
-constexpr std::size_t kMessages = 6;
 /// Whether there is a connection shows after two seconds; until then the window offers no other way.
 constexpr std::int32_t kTicksBeforeOffer = 2000 / clsMeasurementLoop::kInterval_ms;
 
@@ -228,7 +228,7 @@ void frmMain::offerFirstSteps()
     if (++m_unconnectedTicks % kTicksBeforeOffer == 0) {
         fraFirstSteps->setVisible(!picGraph->ShownValues().has_value());
     }
-    fraFirstSteps->Explain(m_failure);
+    fraFirstSteps->Explain(pnlMessages->Failure());
 }
 
 void frmMain::fraFirstSteps_Tried()
@@ -259,56 +259,20 @@ void frmMain::warnOfUnkeptSettings()
     m_unkept = warning;
 }
 
-/// The tool tip of the message panel: why the port cannot be opened, which also goes to the console when it changes;
-/// with an open port the last messages.
+/// Why the port cannot be opened also goes to the console when it changes.
 void frmMain::explainFailure()
 {
-    const QString why = m_device.PortIsOpen ? QString() : openFailureText();
-    if (why != m_failure) {
-        m_failure = why;
-        m_hasNews = true;
+    const QString why = m_device.PortIsOpen ? QString() : OpenFailureText(m_ports.lastFailure(), m_settings.Language);
+    if (pnlMessages->Explain(why)) {
         noteFailure();
     }
-    if (!std::exchange(m_hasNews, false)) {
-        return;
-    }
-    QStringList lines{why};
-    if (why.isEmpty()) {
-        lines.clear();
-        for (const auto& [message, time] : m_messages) {
-            lines += time + u' ' + message;
-        }
-    }
-    sbar[0]->setToolTip(lines.join(u'\n'));
 }
 
 void frmMain::noteFailure()
 {
-    if (!m_failure.isEmpty()) {
-        m_console.Important(ToBytes(m_failure));
+    if (!pnlMessages->Failure().isEmpty()) {
+        m_console.Important(ToBytes(pnlMessages->Failure()));
     }
-}
-
-QString frmMain::openFailureText() const
-{
-    using modPComm::OpenProblem;
-    const modPComm::OpenFailure failure = m_ports.lastFailure();
-    const QString device = QFile::decodeName(failure.device.c_str());
-    switch (failure.problem) {
-    case OpenProblem::None:
-        break;
-    case OpenProblem::NoDevice:
-        return device.isEmpty() ? text(1180) : text(1181).arg(device);
-    case OpenProblem::Busy:
-        return text(1182).arg(device);
-    case OpenProblem::NoPermission:
-        return text(1183).arg(device, QString::fromStdString(failure.group));
-    case OpenProblem::NotATerminal:
-        return text(1184).arg(device);
-    case OpenProblem::Other:
-        return text(1185).arg(device, QString::fromStdString(failure.reason));
-    }
-    return {};
 }
 
 void frmMain::cmdStart_Click()
@@ -381,27 +345,16 @@ void frmMain::ShowTemperature(const std::string& temperature)
 
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
 {
-    const QString shown = FromUtf8(message);
-    QLabel* label = sbar.at(static_cast<std::size_t>(panel - 1));
-    if (label->text() != shown && (panel != 1 || m_messageStays.hasExpired())) {
-        label->setText(shown);
-    }
-    if (panel == 1 && !shown.isEmpty()) {
-        noteMessage(shown);
+    if (panel == 1) {
+        pnlMessages->ShowStatus(FromUtf8(message), timeText());
+    } else {
+        setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
     }
 }
 
-/// Most messages of panel 1 stand for a single tick. Its tool tip keeps the last time of each.
-void frmMain::noteMessage(const QString& message)
+QString frmMain::timeText() const
 {
-    const QString time = FromUtf8(modAPI::TimeOfDayText(m_device.CurrentTime));
-    if (!m_messages.empty() && m_messages.front() == std::pair(message, time)) {
-        return;
-    }
-    std::erase_if(m_messages, [&](const auto& noted) { return noted.first == message; });
-    m_messages.insert(m_messages.begin(), {message, time});
-    m_messages.resize(std::min(m_messages.size(), kMessages));
-    m_hasNews = true;
+    return FromUtf8(modAPI::TimeOfDayText(m_device.CurrentTime));
 }
 
 void frmMain::ShowDialogue(std::int32_t commStatus)

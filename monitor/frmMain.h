@@ -13,7 +13,6 @@
 #include "shell/frmConsole.h"
 #include "shell/modGlobals.h"
 
-#include <QDeadlineTimer>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -22,7 +21,6 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 class FirstSteps;
 class Help;
@@ -113,11 +111,10 @@ private:
     void connectAction(const QAction* action, void (frmMain::*act)());
     void localise();
     void initChartData(std::int32_t points);
-    void noteMessage(const QString& message);
+    QString timeText() const;
     void warnOfUnkeptSettings();
     void explainFailure();
     void noteFailure();
-    QString openFailureText() const;
     void offerFirstSteps();
     void fraFirstSteps_Tried();
     void timer_Tick();
@@ -156,9 +153,7 @@ private:
     bool m_running = false;
     std::int32_t m_shownDialogue = -1;
     std::optional<ControlRule> m_shownRule;
-    QString m_unkept;       ///< the warning that panel 2 has been given
-    QString m_failure;      ///< why the port cannot be opened
-    bool m_hasNews = false; ///< the tool tip of the message panel is to be made anew
+    QString m_unkept; ///< the warning that panel 2 has been given
     std::int32_t m_unconnectedTicks = 0;
     /// The port in use before the simulated sensor's, and that one: for one run only, it is not kept.
     std::optional<std::pair<std::int32_t, std::int32_t>> m_simulated;
@@ -166,7 +161,6 @@ private:
     clsRecorder m_recorder;
     QPointer<frmRecorder> m_recorderWindow;
     std::error_code m_shownFailure;             ///< of the recorder
-    QDeadlineTimer m_messageStays;              ///< until then panel 1 keeps its message
     QString m_playedFile;                       ///< what panel 2 was given after the last playback
     std::int64_t m_playedLines = 0;             ///< of that file
     std::optional<std::int32_t> m_liveRange_ms; ///< the chart's range before the first playback
@@ -177,6 +171,4 @@ private:
     QPointer<frmChartSettings> m_chartSettings;
     std::unique_ptr<frmRVQ> m_settingsWindow;
     std::unique_ptr<InputBlock> m_inputBlock; ///< while the settings window is open
-    /// The newest time of each message of panel 1, the newest first.
-    std::vector<std::pair<QString, QString>> m_messages;
 };

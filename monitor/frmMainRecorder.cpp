@@ -1,6 +1,7 @@
 // The main window's part in recording, playback and export.
 #include "chart/XYChart.h"
 #include "chart/frmChartSettings.h"
+#include "monitor/MessagePanel.h"
 #include "monitor/frmMain.h"
 #include "recorder/Export.h"
 #include "recorder/frmRecorder.h"
@@ -15,12 +16,6 @@
 
 #include <algorithm>
 #include <cmath>
-
-namespace {
-
-constexpr int kMessage_ms = 10000;
-
-} // namespace
 
 void frmMain::connectRecorder()
 {
@@ -129,11 +124,7 @@ void frmMain::ShowFile(const QString& file, const QString& toolTip)
 
 void frmMain::ShowMessage(const QString& message)
 {
-    m_messageStays.setRemainingTime(message.isEmpty() ? 0 : kMessage_ms);
-    sbar[0]->setText(message);
-    if (!message.isEmpty()) {
-        noteMessage(message);
-    }
+    pnlMessages->ShowMessage(message, timeText());
 }
 
 void frmMain::BeginPlayback()
