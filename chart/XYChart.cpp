@@ -229,9 +229,20 @@ TimeWindow XYChart::timeWindow() const
     TimeWindow window;
     window.columns = m_plot.width();
     window.perDay = std::max(m_plot.width() - 1, 1) / (m_xRange_ms / kMsPerDay);
-    // The little extra is more than the rounding of the product: the newest point must not fall off the right end.
-    window.first = std::floor(TimeBegin() * window.perDay + 1e-3);
+    window.first = columnAt(TimeBegin(), window.perDay);
     return window;
+}
+
+/// The little extra is more than the rounding of the product: the newest point must not fall off the right end.
+double XYChart::columnAt(double time, double perDay)
+{
+    return std::floor(time * perDay + 1e-3);
+}
+
+/// The width of a line of the grid, in pixels.
+int XYChart::hairline() const
+{
+    return std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
 }
 
 RowScale XYChart::rowScale() const
@@ -255,7 +266,7 @@ void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
     if (m_timeScale || !m_connectPoints || !m_begin) {
         m_curvePainter.Erase(raster);
     }
-    const int thickness = std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
+    const int thickness = hairline();
     for (const TimeTick& tick : ticks) {
         for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {
             m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());

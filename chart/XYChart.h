@@ -164,6 +164,8 @@ private:
     void updateCurve();
     clsChartData& drawn();
     TimeWindow timeWindow() const; ///< in columns of pixels
+    static double columnAt(double time, double perDay);
+    int hairline() const;
     RowScale rowScale() const;
     void composeFrame(const std::vector<TimeTick>& ticks);
     void drawCurve(const Raster& raster);

@@ -155,7 +155,7 @@ void XYChart::drawGround()
     if (!m_timeScale) {
         drawIntervalScale(painter);
     }
-    const int thickness = std::max(toPixels(1.0, m_frame.devicePixelRatio()), 1);
+    const int thickness = hairline();
     FillPixels(painter, {m_plot.left() - thickness, m_plot.top(), thickness, m_plot.height()}, m_colors.axis);
     FillPixels(painter, {m_plot.left() - thickness, m_plot.bottom() + 1, m_plot.width() + thickness, thickness},
                m_colors.axis);
@@ -165,9 +165,8 @@ void XYChart::drawGround()
 /// Header, captions and the name of the series.
 void XYChart::drawTexts(QPainter& painter) const
 {
-    const double ratio = m_frame.devicePixelRatio();
     const double line = QFontMetricsF(font()).height();
-    const QRectF plot(m_plot.left() / ratio, m_plot.top() / ratio, m_plot.width() / ratio, m_plot.height() / ratio);
+    const QRectF plot = plotArea();
     const auto draw = [&](const clsLabel& label, const QRectF& box, int flags) {
         painter.setFont(labelFont(label));
         painter.setPen(labelColor(label));
@@ -222,7 +221,7 @@ void XYChart::drawValueScale(QPainter& painter) const
 {
     const double ratio = m_frame.devicePixelRatio();
     const double line = QFontMetricsF(font()).height();
-    const int thickness = std::max(toPixels(1.0, ratio), 1);
+    const int thickness = hairline();
     painter.setPen(m_colors.scale);
     for (std::size_t i = 0; i < m_valueAxis.tickValues.size(); ++i) {
         const std::int32_t offset = m_valueAxis.tickPositions[i];
@@ -253,7 +252,7 @@ std::vector<XYChart::Tick> XYChart::intervalTicks() const
 
 void XYChart::drawIntervalScale(QPainter& painter) const
 {
-    const int thickness = std::max(toPixels(1.0, m_frame.devicePixelRatio()), 1);
+    const int thickness = hairline();
     painter.setPen(m_colors.scale);
     for (const Tick& tick : intervalTicks()) {
         const int column = static_cast<int>(std::lround(tick.share * (m_plot.width() - 1)));
@@ -314,7 +313,7 @@ std::vector<XYChart::TimeTick> XYChart::timeTicks() const
     for (double count = std::ceil((*m_begin - m_timeOrigin) / step);
          ticks.size() <= static_cast<std::size_t>(divisions); count += 1.0) {
         const double time = m_timeOrigin + count * step;
-        const double column = std::floor(time * window.perDay + 1e-3) - window.first;
+        const double column = columnAt(time, window.perDay) - window.first;
         if (column >= m_plot.width()) {
             break;
         }

@@ -2,6 +2,7 @@
 
 #include "chart/XYChart.h"
 #include "chart/frmChartSettings.h"
+#include "chart/modChartGlobals.h"
 #include "config/modFiles.h"
 #include "monitor/FirstSteps.h"
 #include "monitor/LampShape.h"
@@ -39,6 +40,9 @@
 #include <utility>
 
 namespace {
+
+// A new chart has room for its range.
+static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterval_ms);
 
 /// Whether there is a connection shows after two seconds; until then the window offers no other way.
 constexpr std::int32_t kTicksBeforeOffer = 2000 / clsMeasurementLoop::kInterval_ms;
@@ -116,7 +120,6 @@ void frmMain::fillControls()
     if (!m_settings.AutoScale) {
         picGraph->YLimits(m_settings.yMin, m_settings.yMax);
     }
-    initChartData(picGraph->XRange_ms() / clsMeasurementLoop::kInterval_ms);
 }
 
 void frmMain::initChartData(std::int32_t points)
