@@ -87,6 +87,11 @@ bool clsConfigLibrary::Store(std::size_t line, const std::string& description)
     return modConfigFile::Write(Entry(line)) && listed;
 }
 
+bool clsConfigLibrary::ComesBack(std::size_t line) const
+{
+    return line <= kMostFiles && Entry(line).FileName.size() <= clsIni::kLongestText;
+}
+
 std::optional<std::size_t> clsConfigLibrary::Delete(std::size_t line)
 {
     if (line == kDeviceLine || line >= m_entries.size()) {

@@ -43,6 +43,10 @@ public:
     /// stays in the list.
     bool Store(std::size_t line, const std::string& description);
 
+    /// Whether a later start finds the entry once the list is written: it reads no line beyond `kMostFiles` and no path
+    /// that is longer than a text of the file may be.
+    bool ComesBack(std::size_t line) const;
+
     /// Takes a line from the list and writes the list; the file stays on the disk. Returns the line above, which is to
     /// be selected; nothing, and nothing done, for the device entry and beyond the end.
     std::optional<std::size_t> Delete(std::size_t line);

@@ -7,7 +7,6 @@
 namespace {
 
 constexpr std::size_t kNumberBuffer = 64;
-constexpr std::size_t kTextBuffer = 255;
 constexpr std::size_t kListBuffer = 1023;
 
 /// Separated, not ended, by NUL.
@@ -52,7 +51,7 @@ clsIni::Variant clsIni::GetSetting(std::string_view Section, std::string_view Na
         return numberOf(Section, Name, *real);
     }
     if (const auto* text = std::get_if<std::string>(&Default)) {
-        const std::string value = modIni::GetPrivateProfileStringA(Section, Name, *text, kTextBuffer, m_filename);
+        const std::string value = modIni::GetPrivateProfileStringA(Section, Name, *text, kLongestText + 1, m_filename);
         return std::string(Trimmed(value));
     }
     return {};

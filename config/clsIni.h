@@ -3,6 +3,7 @@
 
 #include "config/modIni.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -14,6 +15,9 @@ public:
     /// A value whose type chooses how it is read; std::monostate is "nothing".
     using Variant = std::variant<std::monostate, bool, std::int16_t, std::int32_t, float, double, std::string>;
 
+    /// Characters that are read of a text.
+    static constexpr std::size_t kLongestText = 254;
+
     /// Points at "RVQ.ini" in the program's folder. Numbers are read with `decimalSeparator` or a point.
     clsIni(const std::string& programFolder, char decimalSeparator);
 
@@ -22,8 +26,8 @@ public:
     void Filename(std::string_view filename);
 
     /// The value of a key, in the type of `Default`: an std::int32_t for the whole numbers, a double for float and
-    /// double (at most 63 characters; throws std::invalid_argument when it is no number), a trimmed text of at most 254
-    /// characters. `Default` itself when a name is blank or the key is missing.
+    /// double (at most 63 characters; throws std::invalid_argument when it is no number), a trimmed text of at most
+    /// `kLongestText` characters. `Default` itself when a name is blank or the key is missing.
     /// Deliberate: for a boolean default the result is nothing; nobody asks for one.
     /// Without `FromIniFile` there is no store to read from, so the result is `Default`.
     Variant GetSetting(std::string_view Section, std::string_view Name, const Variant& Default,

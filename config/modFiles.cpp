@@ -152,7 +152,7 @@ bool CanReplace(const std::filesystem::path& file)
 bool Replace(const std::filesystem::path& file, std::string_view bytes)
 {
     const auto [target, exists, allowed, mode] = placeOf(file);
-    if (!allowed) {
+    if (!allowed || bytes.size() > kLargestFile) {
         return false;
     }
     const std::filesystem::path temporary = temporaryName(target.string());

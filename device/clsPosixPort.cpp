@@ -43,7 +43,13 @@ std::string reasonOf(int error)
     return std::generic_category().message(error);
 }
 
-OpenFailure failureOf(int error, const std::string& device, gid_t gid)
+/// Whether to name the group: root's is nobody's to join, and a group that may not open the device is no help.
+bool membersMayOpen(const struct stat& device)
+{
+    return device.st_gid != 0 && (device.st_mode & 0060U) == 0060U;
+}
+
+OpenFailure failureOf(int error, const std::string& device, const struct stat& info)
 {
     switch (error) {
     case ENOENT:
@@ -57,7 +63,10 @@ OpenFailure failureOf(int error, const std::string& device, gid_t gid)
         return {OpenProblem::Busy, device, {}, {}};
     case EACCES:
     case EPERM:
-        return {OpenProblem::NoPermission, device, groupName(gid), {}};
+        if (membersMayOpen(info)) {
+            return {OpenProblem::NoPermission, device, groupName(info.st_gid), {}};
+        }
+        return {OpenProblem::Other, device, {}, reasonOf(error)};
     case ENOTTY:
         return {OpenProblem::NotATerminal, device, {}, {}};
     default:
@@ -119,22 +128,21 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
         return failed({OpenProblem::NoDevice, {}, {}, {}});
     }
     if (stat(device.c_str(), &info) != 0) {
-        // A folder on the way that may not be entered is no matter of the device's group.
-        return failed(errno == EACCES ? OpenFailure{OpenProblem::Other, device, {}, reasonOf(errno)}
-                                      : failureOf(errno, device, 0));
+        // Nothing known of a group: a folder on the way that may not be entered is no matter of the device's.
+        return failed(failureOf(errno, device, {}));
     }
     // Opening may have effects on other kinds of files, so the kind is looked at first.
     if (!S_ISCHR(info.st_mode)) {
-        return failed(failureOf(ENOTTY, device, info.st_gid));
+        return failed(failureOf(ENOTTY, device, info));
     }
     const int fd = open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
-        return failed(failureOf(errno, device, info.st_gid));
+        return failed(failureOf(errno, device, info));
     }
     if (!claim(fd) || !makeRaw(fd)) {
         const int error = errno;
         release(fd);
-        return failed(failureOf(error, device, info.st_gid));
+        return failed(failureOf(error, device, info));
     }
     m_lines[port] = {fd, {}};
     sio_data_status(port); // errors from before are not ours

@@ -89,6 +89,7 @@ private:
     void saveAs(const std::string& path, const std::string& description);
     void showStatus(const QString& status);
     void showWritten(bool written, const QString& file);
+    void showKept(std::size_t line);
     QString text(std::int32_t id) const;
     clsRVQ& selected() const;
 

@@ -25,6 +25,7 @@ enum TextId : std::int32_t {
     TextConfigurationError = 1291,
     TextStep = 1323,
     TextNotWritten = 1330,
+    TextNotListed = 1337,
 };
 
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
@@ -40,6 +41,7 @@ void frmRVQ::cmdLoad_Click()
     if (const auto line = m_context.library.Import(path)) {
         cmbConfig->addItem(FromBytes(m_context.library.Entry(*line).Description));
         cmbConfig_Click(static_cast<int>(*line));
+        showKept(*line);
     }
 }
 
@@ -73,7 +75,11 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     const bool isNew = m_context.library.Size() > before;
     showOutcomes(CopyForSaving(m_context.library.Entry(line), shown()));
     const QString shownPath = QFile::decodeName(path.c_str());
-    showWritten(m_context.library.Store(line, description), shownPath);
+    const bool written = m_context.library.Store(line, description);
+    showWritten(written, shownPath);
+    if (written) {
+        showKept(line);
+    }
     lblSource->setText(shownPath);
     lblSource->setToolTip(shownPath);
     if (isNew) {
@@ -155,6 +161,16 @@ void frmRVQ::showWritten(bool written, const QString& file)
     m_statusId = 0;
     showStatus(written ? QString() : text(TextNotWritten).arg(file));
     ShowFailed(!written);
+}
+
+/// Says so when the file will have to be loaded anew after the next start.
+void frmRVQ::showKept(std::size_t line)
+{
+    if (!m_context.library.ComesBack(line)) {
+        m_statusId = 0;
+        showStatus(text(TextNotListed).arg(QFile::decodeName(m_context.library.Entry(line).FileName.c_str())));
+        ShowFailed(true);
+    }
 }
 
 void frmRVQ::cmdHelp_Click()

@@ -36,11 +36,11 @@ bool WindowPlace::eventFilter(QObject*, QEvent* event)
     return false;
 }
 
-void WindowPlace::keep() const
+void WindowPlace::keep()
 {
     const QByteArray place = m_window.saveGeometry().toBase64();
-    if (place != m_kept) {
-        modIni::WritePrivateProfileStringA(kSection, m_window.objectName().toStdString(), place.toStdString(),
-                                           m_iniFile);
+    if (place != m_kept && modIni::WritePrivateProfileStringA(kSection, m_window.objectName().toStdString(),
+                                                              place.toStdString(), m_iniFile)) {
+        m_kept = place;
     }
 }

@@ -19,7 +19,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void keep() const;
+    void keep();
 
     QWidget& m_window;
     std::string m_iniFile;

@@ -91,6 +91,15 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption record("record", "Connect with the stored settings, measure and record from the start.");
     parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, record});
     parser.process(arguments);
+    if (const QStringList others = parser.positionalArguments(); !others.isEmpty()) {
+        refuse(QStringLiteral("what is \"%1\"?").arg(others.front()));
+    }
+    if (parser.isSet(screenshot) && parser.value(screenshot).isEmpty()) {
+        refuse(QStringLiteral("--screenshot takes the name of a file"));
+    }
+    if (parser.isSet(after) && !parser.isSet(screenshot)) {
+        refuse(QStringLiteral("--after needs --screenshot"));
+    }
 
     Options options;
     options.demo = parser.isSet(demo);

@@ -18,6 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kMostAtOnce = 4096; // whoever sends without end keeps nobody waiting
+
 struct Speed {
     std::int32_t bitsPerSecond;
     speed_t code;
@@ -105,7 +107,8 @@ std::string clsPseudoTerminal::Read(std::int32_t bitsPerSecond)
 {
     std::string bytes;
     char piece[512];
-    for (ssize_t count = 0; IsPlugged() && (count = read(m_master, piece, sizeof piece)) > 0;) {
+    for (ssize_t count = 0;
+         IsPlugged() && bytes.size() < kMostAtOnce && (count = read(m_master, piece, sizeof piece)) > 0;) {
         bytes.append(piece, static_cast<std::size_t>(count));
     }
     return hasOtherRate(bitsPerSecond) ? scrambled(bytes) : bytes;

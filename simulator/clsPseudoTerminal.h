@@ -28,8 +28,8 @@ public:
     /// Whether somebody has the terminal open. When the last one has gone, what they left unread is thrown away, and a
     /// terminal that they claimed for themselves gives way to a fresh one, as far as there is a link to find it by.
     bool IsAttached();
-    /// What has been sent to the sensor; empty when there is nothing. A sender that has set another rate than
-    /// bitsPerSecond gets its bytes scrambled on the way, in either direction.
+    /// What has been sent to the sensor, of a flood the beginning; empty when there is nothing. A sender that has set
+    /// another rate than bitsPerSecond gets its bytes scrambled on the way, in either direction.
     std::string Read(std::int32_t bitsPerSecond);
     /// Never waits: bytes that nobody is there for, or that find the terminal's buffer full, are lost.
     void Write(std::string_view bytes, std::int32_t bitsPerSecond);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <getopt.h>
+#include <iomanip>
 #include <iostream>
 #include <optional>
 #include <signal.h>
@@ -51,7 +52,7 @@ void printHelp()
                  "  --seed N             another scene and other chances\n"
                  "  --help, --version\n\nFaults:\n";
     for (const FaultRow& row : kFaultRows) {
-        std::cout << "  " << row.name << std::string(10 - row.name.size(), ' ') << row.help << "\n";
+        std::cout << "  " << std::left << std::setw(10) << row.name << " " << row.help << "\n";
     }
 }
 

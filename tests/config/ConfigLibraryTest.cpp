@@ -129,6 +129,15 @@ TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
     const std::string tooLong = folder / (std::string(300, 'n') + ".rvq");
     EXPECT_FALSE(library.Store(library.FindOrAdd(tooLong), "x"));
     EXPECT_EQ(Built().Size(), 1U) << "none of them comes back";
+    const std::filesystem::path deep = folder / std::string(200, 'd');
+    std::filesystem::create_directory(deep);
+    for (const auto& [length, comesBack] : {std::pair{clsIni::kLongestText, true}, {clsIni::kLongestText + 1, false}}) {
+        const std::string path = deep / std::string(length - deep.string().size() - 1, 'n');
+        const std::size_t line = library.FindOrAdd(path);
+        EXPECT_TRUE(library.Store(line, "x"));
+        EXPECT_EQ(library.ComesBack(line), comesBack);
+        EXPECT_EQ(Built().Find(path).has_value(), comesBack) << length;
+    }
 }
 
 } // namespace

@@ -102,6 +102,7 @@ TEST_F(IniFile, WhatCannotBeReadIsNotReplaced)
     EXPECT_FALSE(Ini().WriteSetting("s", "k", "v"));
     EXPECT_FALSE(modIni::WritePrivateProfileStringA("s", "k", "v", folder / "none" / "x.ini"));
     std::filesystem::remove(file);
+    EXPECT_FALSE(Ini().WriteSetting("s", "k", std::string(modFiles::kLargestFile, 'v'))) << "too long to be read";
     Put(std::string(modFiles::kLargestFile + 1, 'x'));
     EXPECT_FALSE(Ini().WriteSetting("s", "k", "v"));
     EXPECT_EQ(std::filesystem::file_size(file), modFiles::kLargestFile + 1);

@@ -325,6 +325,15 @@ TEST(MainWindow, ComesBackInItsSize)
     main.window->close();
     main.Open();
     EXPECT_EQ(main.window->size(), QSize(777, 555));
+    main.window->close();
+    main.Open(); // kept and restored to the point
+    for (const QSize size : {QSize(800, 600), QSize(777, 555)}) {
+        main.window->resize(size);
+        main.window->hide();
+        main.window->show();
+    }
+    main.Open();
+    EXPECT_EQ(main.window->size(), QSize(777, 555)) << "the last place counts, also when it is the first again";
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)

@@ -1,6 +1,8 @@
 // Local time and the program's folder.
 #include "shell/modAPI.h"
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <array>
 #include <cstdlib>
 #include <ctime>
@@ -31,10 +33,10 @@ TEST(LocalTime, TimeOfDayOfEverySecond)
 
 TEST(ProgramFolder, IsCreatedAndNeverTheWorkingFolder)
 {
-    const auto wanted = std::filesystem::temp_directory_path() / "orvex-folder-test" / "deep";
+    const TemporaryFolder folder;
+    const auto wanted = folder.path / "new" / "deep";
     EXPECT_EQ(modAPI::ProgramFolder(wanted), wanted);
     EXPECT_TRUE(std::filesystem::is_directory(wanted));
-    std::filesystem::remove_all(wanted.parent_path());
     EXPECT_EQ(modAPI::ProgramFolder({}), std::filesystem::read_symlink("/proc/self/exe").parent_path());
 }
 

@@ -19,6 +19,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <QtTest/qtestspontaneevent.h>
 
 #include <functional>
@@ -59,6 +60,8 @@ inline bool Until(const std::function<bool()>& condition)
 {
     QElapsedTimer timer;
     timer.start();
+    QTimer wake; // so that a window without a timer of its own ends the wait, too
+    wake.start(50);
     while (!condition() && timer.elapsed() < 10000) {
         QApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }

@@ -18,6 +18,7 @@ inline int KillAmid(double calls, const std::function<void(int)>& work)
     }
     const pid_t child = fork();
     if (child == 0) {
+        close(done[0]); // so that a write without a reader ends it
         for (int i = 1;; ++i) {
             work(i);
             if (write(done[1], "x", 1) != 1) {
