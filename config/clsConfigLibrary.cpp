@@ -107,6 +107,7 @@ bool clsConfigLibrary::Save() const
     std::vector<modIni::Entry> entries;
     std::int32_t number = 0;
     for (const auto& entry : m_entries) {
+        // Entries of these names stand for no file. There is none named "Default" today.
         if (entry->Name != "Default" && entry->Name != kDevice) {
             entries.push_back({keyOf(++number), entry->FileName});
         }

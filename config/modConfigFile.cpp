@@ -32,7 +32,7 @@ void Read(clsRVQ& configuration)
             read(row);
         }
     }
-    configuration.DeviceType = IsSerial(configuration) ? "Serial" : "Profibus";
+    configuration.DeviceType = TypeName(IsSerial(configuration));
     for (const ParameterDef& row : Parameters()) {
         if (row.group == ParameterGroup::SerialOnly && IsSerial(configuration)) {
             read(row);

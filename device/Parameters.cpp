@@ -70,7 +70,7 @@ std::string WireValue(const clsRVQ& device, std::string_view code)
 std::int32_t SensorRate(std::int32_t rate)
 {
     const bool listed = std::ranges::find(kBaudrateTexts, std::to_string(rate)) != kBaudrateTexts.end();
-    return listed ? rate : 9600;
+    return listed ? rate : kUsualRate;
 }
 
 const UnitDef& UnitOf(std::int32_t distanceUnit)

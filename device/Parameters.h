@@ -27,6 +27,7 @@ struct ParameterDef {
 };
 
 inline constexpr std::array<std::string_view, 6> kBaudrateTexts{"1200", "2400", "4800", "9600", "19200", "38400"};
+inline constexpr std::int32_t kUsualRate = 9600; // bit/s
 inline constexpr std::array<std::string_view, 7> kDistanceUnitTexts{"MM", "M", "IN", "FT", "YD", "MI", "NM"};
 inline constexpr std::array<std::string_view, 4> kOutputFormatTexts{"ASCII", "ASCII+UNIT", "BINARY", "BINARY+CRC"};
 inline constexpr std::array<std::string_view, 3> kOutputModeTexts{"C", "S", "R"}; // continuous, single, on request
@@ -56,7 +57,7 @@ inline bool HasEchoFilter(const clsRVQ& device)
 /// Empty for an unknown code, "999" and "000" among them.
 std::string WireValue(const clsRVQ& device, std::string_view code);
 
-/// A rate in bit/s if the sensor has it, else 9600.
+/// A rate in bit/s if the sensor has it, else `kUsualRate`.
 std::int32_t SensorRate(std::int32_t rate);
 
 /// Texts of the drop-down lists, by stored value; the ids are those of the program's text table.

@@ -14,6 +14,9 @@ enum LineError : std::int32_t {
     LineErrorOverflow = 8,
 };
 
+/// The rates that a port can be set to, in bit/s.
+inline constexpr std::int32_t kPortRates[] = {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
+
 class SerialPort {
 public:
     virtual ~SerialPort() = default;
@@ -22,7 +25,7 @@ public:
     virtual std::int32_t sio_open(std::int32_t port) = 0;
     /// Closes the port; harmless on a closed one.
     virtual std::int32_t sio_close(std::int32_t port) = 0;
-    /// Sets the rate in bit/s; 0 means success.
+    /// Sets the rate, one of `kPortRates`; 0 means success.
     virtual std::int32_t sio_baud(std::int32_t port, std::int32_t rate) = 0;
     /// The rate in bit/s; 0 or less when the port is closed.
     virtual std::int32_t sio_getbaud(std::int32_t port) = 0;

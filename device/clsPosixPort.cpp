@@ -1,5 +1,6 @@
 #include "device/clsPosixPort.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -27,6 +28,7 @@ struct Rate {
 };
 constexpr Rate kRates[] = {{1200, B1200},   {2400, B2400},   {4800, B4800},   {9600, B9600},
                            {19200, B19200}, {38400, B38400}, {57600, B57600}, {115200, B115200}};
+static_assert(std::ranges::equal(kRates, kPortRates, {}, &Rate::bit_s));
 constexpr speed_t kSpeedOnOpening = B9600;
 
 std::string groupName(gid_t gid)

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr std::int32_t kUsualRate = 9600; // bit/s
-constexpr std::int32_t kPortRates[] = {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
 constexpr std::int32_t kDumpBits = 5000000; // divided by the rate: milliseconds that a dump may take
 constexpr std::int32_t kStopBits = 170000;  // divided by the rate: milliseconds of pause after a stop
 constexpr std::int32_t kMargin_ms = 500;    // on top of every answer time
@@ -148,8 +146,8 @@ void clsRVQ::SendCommand(std::string_view Command)
 
 std::int32_t clsRVQ::RateOfIndex(std::int32_t index)
 {
-    static constexpr std::int32_t kRates[] = {1200, 2400, 4800, 9600, 19200, 38400};
-    return index >= 0 && static_cast<std::size_t>(index) < std::size(kRates) ? kRates[index] : 0;
+    const bool listed = index >= 0 && static_cast<std::size_t>(index) < kBaudrateTexts.size();
+    return listed ? WholeNumber(kBaudrateTexts[static_cast<std::size_t>(index)]).value_or(0) : 0;
 }
 
 std::int32_t clsRVQ::effectiveRate() const

@@ -37,6 +37,14 @@ enum OutputModeIndex : std::int32_t { OutputContinuous = 0, OutputSingle = 1, Ou
 inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
 inline constexpr std::int32_t kMarkerTempError = 2147483632;
 
+/// The two types of sensor, as they name themselves.
+inline constexpr std::string_view kSerialType = "Serial";
+inline constexpr std::string_view kProfibusType = "Profibus";
+inline constexpr std::string_view TypeName(bool serial)
+{
+    return serial ? kSerialType : kProfibusType;
+}
+
 /// The connected sensor, or, without a port, one configuration in memory.
 /// Points in time are days since 1899-12-30, local time.
 class clsRVQ {
@@ -66,11 +74,12 @@ public:
     void CloseComPort();
     /// The port's rate in bit/s; 0 or less when it is closed.
     std::int32_t CommBaudrate() const;
-    /// Sets the port's rate: 1200, 2400, 4800, 9600, 19200, 38400, 57600 or 115200 bit/s; others are ignored.
+    /// Sets the port's rate in bit/s; one that is not among `kPortRates` is ignored.
     void CommBaudrate(std::int32_t rate);
     /// The line errors since the last call, as `LineError` bits.
     std::int32_t PortStatus() const;
-    /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without any of them.
+    /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without any of them. Part of
+    /// what the device offers; no window asks for it.
     std::string PortStatusByName() const;
 
     /// Takes what has arrived into `NewInData` and appends it to `InBuffer`. A vanished port closes itself here.
@@ -120,7 +129,7 @@ public:
     bool UnstoredChanges = false;
 
     // What the sensor says of itself.
-    std::string DeviceType = "Serial";
+    std::string DeviceType{kSerialType};
     std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
 
     // As an entry in the list of configurations.

@@ -294,6 +294,7 @@ void clsRVQ::evaluateSingleValue()
 
 void clsRVQ::evaluateTempErr()
 {
+    // Deliberate: the value is the number of "No Echo"; `MeasValue_mm` tells them apart.
     acceptDistance(kTempErrValue, kMarkerTempError);
     TempStatus = 0;
     InBuffer.clear();
@@ -324,6 +325,7 @@ void clsRVQ::takeAsciiDistance()
     if (!sDistance.empty()) {
         acceptDistance(found.value, *value_mm);
     } else if (CurrentTime >= FailTime) {
+        // Deliberate: at the deadline itself, not after it as everywhere else.
         reportNoAnswer();
         InBuffer.clear();
     }
@@ -401,7 +403,7 @@ void clsRVQ::readDump(std::string_view dump)
             this->*row.value = *value;
         }
     }
-    if (DeviceType == "Serial") {
+    if (DeviceType == kSerialType) {
         NodeAddress = -1;
     }
 }

@@ -3,6 +3,7 @@
 #include "device/Parameters.h"
 #include "fuzz/FuzzInput.h"
 #include "monitor/clsMeasurementLoop.h"
+#include "shell/Days.h"
 #include "simulator/clsSensorModel.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/SilentView.h"
@@ -229,7 +230,7 @@ private:
     {
         m_now_s += seconds;
         m_port.Now_s += std::abs(seconds);
-        return 46000.0 + m_now_s / 86400.0;
+        return 46000.0 + m_now_s / kSecondsPerDay;
     }
 
     template <typename Condition>

@@ -1,6 +1,5 @@
 // The start of the program with any RVQ.ini: settings, list of configurations, ports; and both kept and read again.
 #include "config/clsConfigLibrary.h"
-#include "config/modIni.h"
 #include "device/modPComm.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
@@ -43,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireSame(settings, modGlobals::LoadGlobalSettings(file, separator));
 
     modPComm::PortDevices devices;
-    devices.Use([&](std::string_view key) { return modIni::GetPrivateProfileStringA("PORTS", key, {}, 4096, file); });
+    devices.Use([&](std::string_view key) { return modGlobals::ConfiguredPort(file, key); });
     Require(devices.DeviceOf(1).size() < 4096);
 
     clsConfigLibrary library(file);

@@ -127,7 +127,7 @@ private:
     void lblMeasValue_Click();
     void picGraph_MouseDown(const QPoint& position);
     void mnuFileExit_Click();
-    void chooseDefaultDevice(const char* device);
+    void chooseDefaultDevice(std::string_view type);
     void mnuConfigurationRVQ_Click();
     void mnuConfigurationDefaultSerial_Click();
     void mnuConfigurationDefaultProfibus_Click();

@@ -62,10 +62,10 @@ void frmMain::mnuFileExit_Click()
     close();
 }
 
-void frmMain::chooseDefaultDevice(const char* device)
+void frmMain::chooseDefaultDevice(std::string_view type)
 {
-    m_settings.DefaultDevice = device;
-    const bool serial = m_settings.DefaultDevice == "Serial";
+    m_settings.DefaultDevice = type;
+    const bool serial = m_settings.DefaultDevice == kSerialType;
     (serial ? mnuConfigurationDefaultSerial : mnuConfigurationDefaultProfibus)->setChecked(true);
 }
 
@@ -91,12 +91,12 @@ void frmMain::mnuConfigurationRVQ_Click()
 
 void frmMain::mnuConfigurationDefaultSerial_Click()
 {
-    chooseDefaultDevice("Serial");
+    chooseDefaultDevice(kSerialType);
 }
 
 void frmMain::mnuConfigurationDefaultProfibus_Click()
 {
-    chooseDefaultDevice("Profibus");
+    chooseDefaultDevice(kProfibusType);
 }
 
 void frmMain::mnuPopupShowZero_Click()

@@ -188,14 +188,14 @@ CopyOutcomes CopyForSaving(clsRVQ& configuration, const ShownSettings& shown)
         configuration.NodeAddress = -1;
     }
     const CopyOutcomes outcomes = CopyInto(configuration, shown);
-    configuration.DeviceType = IsSerial(configuration) ? "Serial" : "Profibus";
+    configuration.DeviceType = TypeName(IsSerial(configuration));
     return outcomes;
 }
 
 void TakeDefaultType(clsRVQ& device, std::string_view defaultDevice)
 {
     device.DeviceType = defaultDevice;
-    device.NodeAddress = defaultDevice == "Serial" ? -1 : 0;
+    device.NodeAddress = defaultDevice == kSerialType ? -1 : 0;
 }
 
 std::vector<Difference> Differences(const ShownSettings& shown, const clsRVQ& sensor, char decimalSeparator,

@@ -142,7 +142,7 @@ CopyOutcomes CopyInto(clsRVQ& configuration, const ShownSettings& shown);
 /// The same into a configuration that is about to be saved: it becomes one of the shown type of sensor.
 CopyOutcomes CopyForSaving(clsRVQ& configuration, const ShownSettings& shown);
 
-/// The device entry without a sensor is of the type that the user works with ("Serial" or "Profibus").
+/// The device entry without a sensor is of the type that the user works with (`kSerialType` or `kProfibusType`).
 void TakeDefaultType(clsRVQ& device, std::string_view defaultDevice);
 
 /// A shown value that is not the sensor's.

@@ -19,9 +19,6 @@
 
 namespace {
 
-constexpr std::string_view kInsideHelpFile = "::/";
-constexpr std::string_view kStart = "Start";
-
 /// The page about a window as a whole.
 struct WindowTopic {
     std::string_view window, topic;
@@ -56,7 +53,7 @@ std::string_view topicOf(const QString& window)
             return row.topic;
         }
     }
-    return kStart;
+    return modHTMLHelp::kStart;
 }
 
 } // namespace
@@ -71,9 +68,7 @@ Help::Help(const modGlobals::Settings& settings, std::string programFolder)
 void Help::SetHelpFile()
 {
     m_helpFile = modHTMLHelp::HelpFile(m_programFolder, m_settings.Language);
-    std::string_view name = modHTMLHelp::PopUpFile(m_settings.Language);
-    name.remove_prefix(kInsideHelpFile.size());
-    QFile file(QStringLiteral(":/help/") + FromUtf8(name));
+    QFile file(FromUtf8(modHTMLHelp::kFolder) + FromUtf8(modHTMLHelp::PopUpFile(m_settings.Language)));
     m_popUps.clear();
     if (file.open(QIODevice::ReadOnly)) {
         m_popUps = modHTMLHelp::PopUpTexts(file.readAll().toStdString());

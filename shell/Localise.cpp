@@ -62,18 +62,17 @@ void localiseListView(QWidget& control, std::int32_t language)
     }
 }
 
-/// The four kinds of control that are localised in a way of their own, and the classes that are them.
+/// The four kinds of control that are localised in a way of their own: label, tab strip, tool bar, list view.
 struct ControlKind {
-    const char* kind;
     const char* className;
     void (*localise)(QWidget& control, std::int32_t language);
 };
 
 constexpr ControlKind kKinds[] = {
-    {"Label", "QLabel", localiseLabel},
-    {"TabStrip", "QTabWidget", localiseTabStrip},
-    {"Toolbar", "QToolBar", localiseToolbar},
-    {"ListView", "QTreeWidget", localiseListView},
+    {"QLabel", localiseLabel},
+    {"QTabWidget", localiseTabStrip},
+    {"QToolBar", localiseToolbar},
+    {"QTreeWidget", localiseListView},
 };
 
 void setCaption(QWidget& control, const QString& caption)

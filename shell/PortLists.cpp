@@ -59,7 +59,8 @@ private:
     {
         QFont bold = option.font;
         bold.setBold(true);
-        return QFontMetrics(bold).horizontalAdvance(QStringLiteral("COM 255")) + 3 * gap(option);
+        return QFontMetrics(bold).horizontalAdvance(QStringLiteral("COM %1").arg(modPComm::kPortCount)) +
+               3 * gap(option);
     }
 };
 

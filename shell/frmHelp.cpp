@@ -28,12 +28,11 @@ namespace {
 
 constexpr double kShareOfScreen = 0.9;
 constexpr int kSectionLevel = 2;
-constexpr char kFolder[] = ":/help/";
 constexpr int kLink = Qt::UserRole; // of a line of the contents: the page, with "#anchor" for a section
 
 QUrl urlOf(const QString& page)
 {
-    return QUrl(QStringLiteral("qrc") + QLatin1String(kFolder) + page);
+    return QUrl(QStringLiteral("qrc") + FromUtf8(modHTMLHelp::kFolder) + page);
 }
 
 QString pageOf(const QUrl& url)
@@ -43,7 +42,7 @@ QString pageOf(const QUrl& url)
 
 QString readText(const QString& file)
 {
-    QFile source(QLatin1String(kFolder) + file);
+    QFile source(FromUtf8(modHTMLHelp::kFolder) + file);
     return source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
 }
 

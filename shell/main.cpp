@@ -1,10 +1,10 @@
 // The program RVQ: reads its options, puts a simulated sensor on COM 1 if asked to, and opens the main window.
 #include "config/clsConfigLibrary.h"
-#include "config/modIni.h"
 #include "device/Parameters.h"
 #include "device/clsPosixPort.h"
 #include "device/modPComm.h"
 #include "monitor/frmMain.h"
+#include "shell/Days.h"
 #include "shell/FileErrors.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
@@ -29,20 +29,22 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 namespace {
 
-constexpr double kScreenshotAfter_s = 5.0;
+constexpr QLatin1String kScreenshotAfter_s("5");
 constexpr int kIconAfter_ms = 100;
 constexpr std::int32_t kDemoPort = 1;
-constexpr std::size_t kLongestPath = 4096;
 
 struct Options {
     bool demo = false;
@@ -67,10 +69,29 @@ void readPorts(const QStringList& values, Options& options)
         const auto sign = value.indexOf(u'=');
         const int port = value.left(sign).toInt();
         if (sign < 0 || port < 1 || port > modPComm::kPortCount || value.mid(sign + 1).isEmpty()) {
-            refuse(QStringLiteral("--port takes N=DEVICE with N from 1 to 255, not \"%1\"").arg(value));
+            refuse(QStringLiteral("--port takes N=DEVICE with N from 1 to %1, not \"%2\"")
+                       .arg(QString::number(modPComm::kPortCount), value));
         }
         options.ports.emplace_back(port, QFile::encodeName(value.mid(sign + 1)).toStdString());
     }
+}
+
+std::int32_t readLanguage(const QString& code)
+{
+    if (code != QLatin1String("de") && code != QLatin1String("en")) {
+        refuse(QStringLiteral("--language takes de or en"));
+    }
+    return code == QLatin1String("de") ? LanguageGerman : LanguageEnglish;
+}
+
+std::int32_t readMilliseconds(const QString& seconds)
+{
+    bool isNumber = false;
+    const double number = seconds.toDouble(&isNumber);
+    if (!isNumber || !(number >= 0.0 && number <= kSecondsPerDay)) {
+        refuse(QStringLiteral("--after takes seconds from 0 to %1").arg(kSecondsPerDay, 0, 'f', 0));
+    }
+    return RoundHalfToEven(number * 1000.0).value_or(0);
 }
 
 Options readOptions(const QStringList& arguments)
@@ -86,7 +107,9 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption language("language", "Language of the texts: de or en.", "de|en");
     const QCommandLineOption connect("connect", "Skip the start-up window and connect with the stored settings.");
     const QCommandLineOption screenshot("screenshot", "Save a picture of the main window as <FILE> and end.", "FILE");
-    const QCommandLineOption after("after", "Seconds before the picture is taken (5).", "SECONDS");
+    const QCommandLineOption after("after",
+                                   QStringLiteral("Seconds before the picture is taken (%1).").arg(kScreenshotAfter_s),
+                                   "SECONDS", kScreenshotAfter_s);
     const QCommandLineOption print("print", "Print every distance to standard output.");
     const QCommandLineOption record("record", "Connect with the stored settings, measure and record from the start.");
     parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, record});
@@ -108,18 +131,9 @@ Options readOptions(const QStringList& arguments)
     options.connect = parser.isSet(connect) || options.demo || options.record || parser.isSet(screenshot);
     options.folder = parser.value(folder);
     options.screenshot = parser.value(screenshot);
-    bool isNumber = true;
-    const double seconds = parser.isSet(after) ? parser.value(after).toDouble(&isNumber) : kScreenshotAfter_s;
-    if (!isNumber || !(seconds >= 0.0 && seconds <= 86400.0)) {
-        refuse(QStringLiteral("--after takes seconds from 0 to 86400"));
-    }
-    options.screenshotAfter_ms = RoundHalfToEven(seconds * 1000.0).value_or(0);
+    options.screenshotAfter_ms = readMilliseconds(parser.value(after));
     if (parser.isSet(language)) {
-        const QString code = parser.value(language);
-        if (code != QLatin1String("de") && code != QLatin1String("en")) {
-            refuse(QStringLiteral("--language takes de or en"));
-        }
-        options.language = code == QLatin1String("de") ? LanguageGerman : LanguageEnglish;
+        options.language = readLanguage(parser.value(language));
     }
     readPorts(parser.values(port), options);
     return options;
@@ -143,17 +157,18 @@ void printDistance(const QString& text)
 QIcon programIcon()
 {
     QIcon icon;
-    for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
+    for (const int size : {ORVEX_ICON_SIZES}) {
         icon.addFile(QStringLiteral(":/icon/%1.png").arg(size), QSize(size, size));
     }
     return icon;
 }
 
 /// Texts on standard output need no display.
-void readWithoutDisplay(int argc, char** argv)
+void needNoDisplayForTexts(int argc, char** argv)
 {
     for (const std::string_view argument : std::span(argv, static_cast<std::size_t>(argc))) {
-        if (argument == "--help" || argument == "-h" || argument == "--version" || argument == "-v") {
+        const bool isHelp = argument == "--help" || argument == "-h" || argument == "--help-all";
+        if (isHelp || argument == "--version" || argument == "-v") {
             qputenv("QT_QPA_PLATFORM", "offscreen");
         }
     }
@@ -168,6 +183,45 @@ void startRecording(frmMain& window, std::int32_t language)
     }
 }
 
+/// What stands behind the port numbers: what the options say, else what the settings file says.
+void findPorts(modPComm::PortDevices& devices, const std::string& iniFile, const Options& options)
+{
+    devices.Use([iniFile](std::string_view key) { return modGlobals::ConfiguredPort(iniFile, key); });
+    for (const auto& [port, device] : options.ports) {
+        devices.Override(port, device);
+    }
+}
+
+/// For this run, with nothing kept; to be done before `findPorts`, as an option may put another device on the port.
+void prepareDemo(modGlobals::Settings& settings, const std::function<std::int32_t()>& startSensor)
+{
+    settings.IniFile.clear();
+    settings.Baudrate = SensorRate(settings.Baudrate);
+    settings.Comport = startSensor();
+}
+
+void startAsAsked(frmMain& window, const Options& options, std::int32_t language)
+{
+    if (options.print) {
+        window.DistanceShown = printDistance;
+    }
+    if (options.demo || options.record) {
+        window.MeasureWhenConnected();
+    }
+    if (options.record) {
+        startRecording(window, language);
+    }
+    WatchForTermination(window, [&window] {
+        window.close();
+        QApplication::quit();
+    });
+    window.show();
+    if (!options.screenshot.isEmpty()) {
+        QTimer::singleShot(options.screenshotAfter_ms, &window,
+                           [&window, &options] { Guarded([&] { takePicture(window, options.screenshot); }); });
+    }
+}
+
 int runProgram(const Options& options)
 {
     const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
@@ -175,9 +229,6 @@ int runProgram(const Options& options)
     modGlobals::Settings settings = modGlobals::LoadGlobalSettings(iniFile, DecimalSeparator());
     settings.Language = options.language.value_or(settings.Language);
     modPComm::PortDevices devices;
-    devices.Use([&iniFile](std::string_view key) {
-        return std::string(Trimmed(modIni::GetPrivateProfileStringA("PORTS", key, {}, kLongestPath, iniFile)));
-    });
     std::unique_ptr<simulator::clsSimulatedSensor> sensor;
     const auto startSensor = [&] {
         simulator::SensorOptions simulated;
@@ -187,13 +238,9 @@ int runProgram(const Options& options)
         return kDemoPort;
     };
     if (options.demo) {
-        settings.IniFile.clear();
-        settings.Baudrate = SensorRate(settings.Baudrate);
-        settings.Comport = startSensor();
+        prepareDemo(settings, startSensor);
     }
-    for (const auto& [port, device] : options.ports) {
-        devices.Override(port, device);
-    }
+    findPorts(devices, iniFile, options);
 
     Help help(settings, folder);
     LocaliseOpenWindows(settings.Language);
@@ -205,24 +252,7 @@ int runProgram(const Options& options)
     clsPosixPort port(devices);
     frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
-    if (options.print) {
-        window.DistanceShown = printDistance;
-    }
-    if (options.demo || options.record) {
-        window.MeasureWhenConnected();
-    }
-    if (options.record) {
-        startRecording(window, settings.Language);
-    }
-    WatchForTermination(window, [&window] {
-        window.close();
-        QApplication::quit();
-    });
-    window.show();
-    if (!options.screenshot.isEmpty()) {
-        QTimer::singleShot(options.screenshotAfter_ms, &window,
-                           [&] { Guarded([&] { takePicture(window, options.screenshot); }); });
-    }
+    startAsAsked(window, options, settings.Language);
     return QApplication::exec();
 }
 
@@ -230,7 +260,7 @@ int runProgram(const Options& options)
 
 int main(int argc, char** argv)
 {
-    readWithoutDisplay(argc, argv);
+    needNoDisplayForTexts(argc, argv);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("RVQ"));
     QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));

@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kGeneral[] = "GENERAL";
 constexpr char kChart[] = "CHART";
+constexpr std::size_t kLongestPath = 4096;
 
 std::int32_t whole(const clsIni& ini, const char* section, const char* key, std::int32_t fallback)
 {
@@ -65,7 +66,7 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
     settings.Comport = whole(ini, kGeneral, "Comport", settings.Comport);
     // Deliberate: only 0 is German, anything else is English.
     settings.Language = whole(ini, kGeneral, "Language", 0) == 0 ? LanguageGerman : LanguageEnglish;
-    settings.DefaultDevice = whole(ini, kGeneral, "DefaultDevice", 0) == 0 ? "Serial" : "Profibus";
+    settings.DefaultDevice = whole(ini, kGeneral, "DefaultDevice", 0) == 0 ? kSerialType : kProfibusType;
     settings.AutoScale = whole(ini, kChart, "AutoScale", 1) != 0;
     settings.yMax = real(ini, kChart, "yMax", settings.yMax);
     settings.yMin = real(ini, kChart, "yMin", settings.yMin);
@@ -83,13 +84,18 @@ bool SaveGlobalSettings(const Settings& settings)
     general.Keep("Baudrate", settings.Baudrate);
     general.Keep("Comport", settings.Comport);
     general.Keep("Language", settings.Language / LanguageEnglish);
-    general.Keep("DefaultDevice", settings.DefaultDevice == "Serial" ? 0 : 1);
+    general.Keep("DefaultDevice", settings.DefaultDevice == kSerialType ? 0 : 1);
     Changes chart(ini, kChart);
     chart.Keep("AutoScale", settings.AutoScale ? 1 : 0);
     chart.Keep("yMax", settings.yMax);
     chart.Keep("yMin", settings.yMin);
     const bool kept = general.Write();
     return chart.Write() && kept;
+}
+
+std::string ConfiguredPort(const std::string& iniFile, std::string_view key)
+{
+    return std::string(Trimmed(modIni::GetPrivateProfileStringA("PORTS", key, {}, kLongestPath, iniFile)));
 }
 
 } // namespace modGlobals

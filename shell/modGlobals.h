@@ -1,8 +1,11 @@
 // The settings that hold for the whole run, and their way to "RVQ.ini" and back.
 #pragma once
 
+#include "device/Parameters.h"
+
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// Offset of the text ids of a language.
 enum LanguageOffset : std::int32_t { LanguageGerman = 0, LanguageEnglish = 1000 };
@@ -13,11 +16,11 @@ namespace modGlobals {
 inline constexpr std::int32_t kHistoryLength = 25;
 
 struct Settings {
-    std::string IniFile = {};     ///< full path; empty: nothing is kept
-    std::int32_t Baudrate = 9600; ///< bit/s
-    std::int32_t Comport = 1;     ///< 1..255
+    std::string IniFile = {};           ///< full path; empty: nothing is kept
+    std::int32_t Baudrate = kUsualRate; ///< bit/s
+    std::int32_t Comport = 1;           ///< 1..255
     std::int32_t Language = LanguageGerman;
-    std::string DefaultDevice = "Serial"; ///< or "Profibus"
+    std::string DefaultDevice{kSerialType}; ///< or `kProfibusType`
     bool AutoScale = true;
     double yMax = 5000.0;
     double yMin = 0.0;
@@ -30,5 +33,8 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 /// Writes what has changed in the sections "GENERAL" and "CHART", each section in one step. False when something could
 /// not be written.
 bool SaveGlobalSettings(const Settings& settings);
+
+/// What a key "COM7" of the section "PORTS" names: the device of a port; empty when it names none.
+std::string ConfiguredPort(const std::string& iniFile, std::string_view key);
 
 } // namespace modGlobals

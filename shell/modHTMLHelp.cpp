@@ -7,19 +7,18 @@ namespace modHTMLHelp {
 
 namespace {
 
-constexpr std::string_view kStart = "Start";
 constexpr std::string_view kTopic = ".topic ";
 
 } // namespace
 
 std::string_view PopUpFile(std::int32_t language)
 {
-    return language == LanguageGerman ? "::/RVQ_PopUps_De.txt" : "::/RVQ_PopUps_En.txt";
+    return language == LanguageGerman ? "RVQ_PopUps_De.txt" : "RVQ_PopUps_En.txt";
 }
 
 std::string HelpFile(const std::string& programFolder, std::int32_t language)
 {
-    return (programFolder + "/RVQ.chm").append(PopUpFile(language));
+    return (programFolder + "/RVQ.chm::/").append(PopUpFile(language));
 }
 
 std::string TopicPage(std::string_view topic, std::int32_t language)

@@ -9,14 +9,20 @@
 
 namespace modHTMLHelp {
 
-/// The pop-up text file inside the help file: "::/RVQ_PopUps_De.txt" or "::/RVQ_PopUps_En.txt".
+/// Where pages, pictures and texts lie inside the program.
+inline constexpr std::string_view kFolder = ":/help/";
+
+/// The topic that is one page for both languages.
+inline constexpr std::string_view kStart = "Start";
+
+/// The pop-up text file inside the help file: "RVQ_PopUps_De.txt" or "RVQ_PopUps_En.txt".
 std::string_view PopUpFile(std::int32_t language);
 
-/// The program's help file with the pop-up text file that context help uses: the program's folder, "/RVQ.chm" and
-/// `PopUpFile`.
+/// The program's help file with the pop-up text file that context help uses: the program's folder, "/RVQ.chm::/"
+/// and `PopUpFile`.
 std::string HelpFile(const std::string& programFolder, std::int32_t language);
 
-/// The page of a topic in a language: "Main" is "Main_de.htm" or "Main_en.htm". "Start" is one page for both.
+/// The page of a topic in a language: "Main" is "Main_de.htm" or "Main_en.htm"; that of `kStart` is "Start.htm".
 std::string TopicPage(std::string_view topic, std::int32_t language);
 
 /// The topic of a page, "Main" for "Main_de.htm".

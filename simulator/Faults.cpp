@@ -7,6 +7,11 @@
 
 namespace simulator {
 
+bool Happens(double rate, std::mt19937_64& random)
+{
+    return rate > 0 && std::uniform_real_distribution<double>(0, 1)(random) < rate;
+}
+
 std::string ParseFault(std::string_view text, Faults& faults)
 {
     const std::size_t equals = text.find('=');

@@ -1,6 +1,7 @@
 // What can go wrong with the simulated sensor and its line, and how it is asked for on a command line.
 #pragma once
 
+#include <random>
 #include <string>
 #include <string_view>
 
@@ -44,6 +45,10 @@ inline constexpr FaultRow kFaultRows[] = {
     {"cutdump", &Faults::cutdump, "chance that a configuration dump stops in its middle"},
     {"announce", &Faults::announce, "chance that \"RVQ ready\" breaks into an answer"},
 };
+
+/// Whether something that comes at this rate comes now. A rate of 0 draws nothing, so that a run without a fault stays
+/// the same whatever faults there are.
+bool Happens(double rate, std::mt19937_64& random);
 
 /// Sets one rate from "NAME=RATE" (0..1, decimal point whatever the locale). Returns an empty text, or, with faults
 /// left as they were, a sentence that says what is wrong.

@@ -31,8 +31,20 @@ inline constexpr std::string_view kDepthTexts[] = {"1", "16", "64", "256", "1024
 inline constexpr std::string_view kTimeOutTexts[] = {"0", "25", "50", "100", "200"}; // per cent
 inline constexpr std::string_view kRainTexts[] = {"OFF", "DISTECHO", "PIXEL"};
 
-inline constexpr std::int32_t kRates[] = {1200, 2400, 4800, 9600, 19200, 38400}; // bit/s, by index of 601
-inline constexpr std::int32_t kDepths[] = {1, 16, 64, 256, 1024};                // samples, by index of 301
+/// The numbers that the words of a parameter stand for, by its value.
+template <std::size_t Count>
+consteval std::array<std::int32_t, Count> NumbersOf(const std::string_view (&words)[Count])
+{
+    std::array<std::int32_t, Count> numbers{};
+    for (std::size_t i = 0; i < Count; ++i) {
+        for (const char digit : words[i]) {
+            numbers[i] = numbers[i] * 10 + (digit - '0');
+        }
+    }
+    return numbers;
+}
+inline constexpr std::array kRates = NumbersOf(kRateTexts);   // bit/s, by index of 601
+inline constexpr std::array kDepths = NumbersOf(kDepthTexts); // samples, by index of 301
 
 inline constexpr std::array kParameterRows = {
     ParameterRow{"101", 1, 0, 3, kFormatTexts},

@@ -45,7 +45,7 @@ void clsSensorModel::PowerOn(double now_s)
     m_current = m_stored;
     // A rate given from outside may have no index; it stays until another one is stored.
     if (const std::int32_t index = Parameter("601"); index != m_bootRateIndex) {
-        m_line.Rate(kRates[index]);
+        m_line.Rate(kRates.at(static_cast<std::size_t>(index)));
         m_bootRateIndex = index;
     }
     if (m_options.faults.silence < 1) {
@@ -68,7 +68,7 @@ void clsSensorModel::Receive(std::string_view bytes, double now_s)
         if (m_wireLog.size() > kWireLogLength) {
             m_wireLog.pop_front();
         }
-        if (!happens(m_options.faults.silence)) {
+        if (!Happens(m_options.faults.silence, m_random)) {
             execute(*command, now_s);
         }
     }
@@ -133,7 +133,7 @@ void clsSensorModel::execute(std::string_view command, double now_s)
         break;
     case 'C': {
         std::string text = dump();
-        if (happens(m_options.faults.cutdump)) {
+        if (Happens(m_options.faults.cutdump, m_random)) {
             text.resize(text.size() / 2);
         }
         answer(std::move(text), now_s);
@@ -156,7 +156,8 @@ void clsSensorModel::executeFrame(std::string_view frame, double now_s)
         answer("Error ???\r\n", now_s);
         return;
     }
-    const bool isDone = !happens(m_options.faults.refusal) && applyFrame(code, frame.substr(4, frame.size() - 5));
+    const bool isDone =
+        !Happens(m_options.faults.refusal, m_random) && applyFrame(code, frame.substr(4, frame.size() - 5));
     if (!isDone) {
         answer("Error " + std::string(code) + "\r\n", now_s);
     } else {
@@ -187,10 +188,10 @@ bool clsSensorModel::applyFrame(std::string_view code, std::string_view text)
 void clsSensorModel::answer(std::string text, double now_s)
 {
     double delay_s = kProcessing_s;
-    if (happens(m_options.faults.slow)) {
+    if (Happens(m_options.faults.slow, m_random)) {
         delay_s += std::uniform_real_distribution<double>(0, kLatest_s)(m_random);
     }
-    if (happens(m_options.faults.announce)) {
+    if (Happens(m_options.faults.announce, m_random)) {
         text.insert(text.size() / 2, kReady);
     }
     m_line.Send(text, now_s + delay_s, m_options.faults);
@@ -236,11 +237,6 @@ bool clsSensorModel::hasParameter(const ParameterRow& row) const
 Format clsSensorModel::format() const
 {
     return static_cast<Format>(Parameter("101"));
-}
-
-bool clsSensorModel::happens(double rate)
-{
-    return rate > 0 && std::uniform_real_distribution<double>(0, 1)(m_random) < rate;
 }
 
 } // namespace simulator

@@ -83,7 +83,6 @@ private:
     bool isTemperatureGood() const;
     bool hasParameter(const ParameterRow& row) const;
     Format format() const;
-    bool happens(double rate);
 
     SensorOptions m_options;
     clsCommandReader m_reader;

@@ -66,9 +66,9 @@ void clsSensorModel::sendValue(double at_s)
     }
     const double value_mm = measure_mm(at_s);
     std::string message;
-    if (faults.shutdown >= 0.5 || happens(faults.temperr)) {
+    if (faults.shutdown >= 0.5 || Happens(faults.temperr, m_random)) {
         message = TemperatureErrorMessage(format());
-    } else if (happens(faults.noecho)) {
+    } else if (Happens(faults.noecho, m_random)) {
         message = NoEchoMessage(format());
     } else {
         message = DistanceMessage(format(), Parameter("111"), value_mm);
@@ -102,7 +102,7 @@ double clsSensorModel::smoothed_mm(double value_mm)
 
 std::int32_t clsSensorModel::depth() const
 {
-    return kDepths[Parameter("301")];
+    return kDepths.at(static_cast<std::size_t>(Parameter("301")));
 }
 
 double clsSensorModel::interval_s() const

@@ -142,8 +142,7 @@ void clsSimulatedSensor::playUnplugFault(double now_s)
         return;
     }
     m_nextUnplugDraw_s = now_s + kUnplugDraw_s;
-    const bool isPulled = std::uniform_real_distribution<double>(0, 1)(m_random) < m_model.Faults().unplug;
-    if (isPulled && m_terminal.IsPlugged()) {
+    if (Happens(m_model.Faults().unplug, m_random) && m_terminal.IsPlugged()) {
         m_terminal.Unplug();
         m_replugAt_s = now_s + kUnplugged_s;
     }

@@ -23,14 +23,14 @@ clsTransmitLine::clsTransmitLine(std::int32_t bitsPerSecond, std::uint64_t seed)
 void clsTransmitLine::Send(std::string_view bytes, double notBefore_s, const Faults& faults)
 {
     m_free_s = std::max(m_free_s, notBefore_s);
-    Message message{m_free_s, happens(faults.split), {}};
-    const bool isBurst = happens(faults.burst);
+    Message message{m_free_s, Happens(faults.split, m_random), {}};
+    const bool isBurst = Happens(faults.burst, m_random);
     std::uniform_real_distribution<double> gap_s(kShortestGap_s, kLongestGap_s);
     for (const char byte : bytes) {
-        if (happens(faults.garbage)) {
+        if (Happens(faults.garbage, m_random)) {
             append(message, static_cast<char>(m_random() & 0xFF), isBurst);
         }
-        if (happens(faults.lost)) {
+        if (Happens(faults.lost, m_random)) {
             m_free_s += kBitsPerByte / m_rate;
             continue;
         }
@@ -77,11 +77,6 @@ double clsTransmitLine::NextDue() const
     const Message& message = m_messages.front();
     const double next_s = message.bytes.front().due_s;
     return message.isSplit ? next_s : std::min(message.end_s, next_s + kLateness_s);
-}
-
-bool clsTransmitLine::happens(double rate)
-{
-    return rate > 0 && std::uniform_real_distribution<double>(0, 1)(m_random) < rate;
 }
 
 void clsTransmitLine::append(Message& message, char byte, bool isBurst)

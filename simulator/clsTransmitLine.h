@@ -42,7 +42,6 @@ private:
         std::deque<DueByte> bytes;
     };
 
-    bool happens(double rate);
     void append(Message& message, char byte, bool isBurst);
 
     std::int32_t m_rate;
