@@ -3,7 +3,6 @@
 
 #include "config/clsIni.h"
 #include "config/modFiles.h"
-#include "shell/modGlobals.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
@@ -145,39 +144,6 @@ TEST_F(IniFile, ANewFileFollowsTheUsersMaskAndItsTemporaryNameCannotBeGuessed)
     for (const std::string& name : names) {
         EXPECT_TRUE(name.starts_with("RVQ.ini.") && name.size() == 24) << name;
     }
-}
-
-TEST_F(IniFile, GlobalSettings)
-{
-    const auto load = [this] { return modGlobals::LoadGlobalSettings(file.string(), ','); };
-    modGlobals::Settings settings = load();
-    EXPECT_EQ(std::tie(settings.Baudrate, settings.Comport, settings.Language, settings.DefaultDevice,
-                       settings.AutoScale, settings.yMax, settings.yMin),
-              std::make_tuple(9600, 1, 0, "Serial"s, true, 5000.0, 0.0));
-    EXPECT_FALSE(std::filesystem::exists(file)) << "reading creates nothing";
-
-    settings = {file.string(), 57600, 255, LanguageEnglish, "Profibus", false, 1234.5, -0.25};
-    EXPECT_TRUE(SaveGlobalSettings(settings));
-    const modGlobals::Settings again = load();
-    EXPECT_EQ(std::tie(again.Baudrate, again.Comport, again.Language, again.DefaultDevice, again.AutoScale, again.yMax,
-                       again.yMin),
-              std::make_tuple(57600, 255, 1000, "Profibus"s, false, 1234.5, -0.25));
-
-    Put("[GENERAL]\nLanguage=2147483647\nComport=x\n[CHART]\nyMax=high\nyMin=-7\n");
-    settings = load();
-    EXPECT_EQ(std::tie(settings.Language, settings.Comport, settings.yMax, settings.yMin),
-              std::make_tuple(1000, 0, 5000.0, -7.0));
-    EXPECT_TRUE(SaveGlobalSettings(settings));
-    EXPECT_EQ(Ini().GetSetting("GENERAL", "Language", 0), clsIni::Variant(1));
-
-    const std::string byHand = "; mine\n[general]\nBAUDRATE = 9600 ; fast\n\n[other]\na\n[Chart]\nyMax=5000.0\n";
-    Put(byHand);
-    settings = load();
-    settings.Comport = 7;
-    EXPECT_TRUE(SaveGlobalSettings(settings));
-    EXPECT_NE(Bytes().find("BAUDRATE = 9600 ; fast"), std::string::npos) << "what has not changed stays as written";
-    EXPECT_NE(Bytes().find("yMax=5000.0"), std::string::npos);
-    EXPECT_EQ(load().Comport, 7);
 }
 
 } // namespace

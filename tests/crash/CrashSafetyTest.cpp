@@ -27,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// The kills of one kind of file, and what they met.
-class Kills : public testing::Test {
+class CrashSafety : public testing::Test {
 protected:
     const TemporaryFolder folder;
 
@@ -76,8 +76,6 @@ private:
 
     int m_kills = 0, m_calls = 0, m_torn = 0;
 };
-
-using CrashSafety = Kills;
 
 TEST_F(CrashSafety, Settings)
 {
@@ -184,13 +182,13 @@ void needWindows(std::unique_ptr<QApplication>& application)
 TEST_F(CrashSafety, Tables)
 {
     const TemporaryFolder source;
-    std::string short_, long_;
+    std::string shortText, longText;
     for (int i = 0; i < 6000; ++i) {
         const std::string line = "15.11.2026 12:00:00,000; " + std::to_string(i + 1) + " mm; 23 \xB0\x43\r\n";
-        short_ += i < 4000 ? line : "";
-        long_ += line;
+        shortText += i < 4000 ? line : "";
+        longText += line;
     }
-    const std::string recordings[] = {source.Write("short.rec", short_), source.Write("long.rec", long_)};
+    const std::string recordings[] = {source.Write("short.rec", shortText), source.Write("long.rec", longText)};
     std::string tables[2];
     for (int i = 0; i < 2; ++i) {
         const auto write = [&](std::string_view piece) { return !tables[i].append(piece).empty(); };

@@ -31,6 +31,16 @@ TEST(LocalTime, TimeOfDayOfEverySecond)
     EXPECT_EQ(modAPI::TimeOfDayText(46341.0 - 1 / 86400000.0), "23:59:59");
 }
 
+TEST(WindowsName, MajorVersionsCountAlsoForPlatform1)
+{
+    using Row = std::pair<modAPI::SystemVersion, const char*>;
+    for (const auto& [version, name] :
+         {Row{{true, 1, 10, 0}, "Windows 98"}, Row{{true, 1, 4, 10}, ""}, Row{{true, 2, 5, 1}, "Windows XP"},
+          Row{{true, 2, 5, 2}, ""}, Row{{false, 2, 5, 0}, "Windows"}}) {
+        EXPECT_EQ(modAPI::WindowsName(version), name) << version.major << "." << version.minor;
+    }
+}
+
 TEST(ProgramFolder, IsCreatedAndNeverTheWorkingFolder)
 {
     const TemporaryFolder folder;

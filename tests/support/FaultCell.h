@@ -4,6 +4,7 @@
 
 #include "recorder/clsRecorder.h"
 #include "settings/clsTransfer.h"
+#include "shell/Days.h"
 #include "tests/support/SensorOnLine.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/clsRecordingTransferView.h"
@@ -86,7 +87,7 @@ struct FaultCell : SensorOnLine {
         start = device.CurrentTime;
         limit_s = most_s;
     }
-    double Elapsed_s() const { return (device.CurrentTime - start) * 86400.0; }
+    double Elapsed_s() const { return (device.CurrentTime - start) * kSecondsPerDay; }
 
     void StartRecording()
     {

@@ -4,8 +4,10 @@
 
 #include "device/clsPosixPort.h"
 #include "monitor/clsMeasurementLoop.h"
+#include "shell/Days.h"
 #include "simulator/clsPseudoTerminal.h"
 #include "simulator/clsSensorModel.h"
+#include "tests/support/ScriptedSensor.h"
 #include "tests/support/clsRecordingView.h"
 
 #include <chrono>
@@ -79,7 +81,7 @@ struct SensorOnLine {
         sensor.Receive(std::exchange(m_sent, {}), m_sensor_s);
         pass(beat_s);
         deliver(sensor.Transmit(m_sensor_s));
-        loop.Tick(46000.5 + m_now_s / 86400.0);
+        loop.Tick(ScriptedSensor::kStart + m_now_s / kSecondsPerDay);
     }
     void Unplug() { terminal.Unplug(); }
     void Replug()

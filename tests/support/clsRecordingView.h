@@ -1,14 +1,14 @@
 // A monitor without a window: remembers what the loop has shown.
 #pragma once
 
-#include "monitor/MonitorView.h"
+#include "tests/support/SilentView.h"
 
 #include <array>
 #include <string>
 #include <utility>
 #include <vector>
 
-class clsRecordingView : public MonitorView {
+class clsRecordingView : public SilentView {
 public:
     std::string echoed, distance, temperature, unit;
     std::array<std::string, 3> status;
@@ -49,6 +49,5 @@ public:
     void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
     void AddChartGap(double) override { ++gaps; }
     void ShowYLimits(double lower, double upper) override { limits = {lower, upper}; }
-    std::optional<std::array<double, 2>> ChartedValues() override { return {}; }
     void ShowChartTime(double) override { ++scrolls; }
 };
