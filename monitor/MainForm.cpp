@@ -222,8 +222,8 @@ void MainForm::buildStatusBar(QMainWindow& window)
         sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
         rooms[i]->Hold(*sbar[i]);
     }
-    window.statusBar()->addWidget(rooms[0], 2);
-    window.statusBar()->addWidget(rooms[1], 3);
+    window.statusBar()->addWidget(rooms[0], 1);
+    window.statusBar()->addWidget(rooms[1], 1);
     window.statusBar()->addPermanentWidget(rooms[2]);
     window.statusBar()->setContentsMargins(window.fontMetrics().height() / 2, 0, 0, 0);
 }
