@@ -133,7 +133,7 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
         // Nothing known of a group: a folder on the way that may not be entered is no matter of the device's.
         return failed(failureOf(errno, device, {}));
     }
-    // Opening may have effects on other kinds of files, so the kind is looked at first.
+    // Opening may have effects on files and pipes, so the kind is looked at first.
     if (!S_ISCHR(info.st_mode)) {
         return failed(failureOf(ENOTTY, device, info));
     }

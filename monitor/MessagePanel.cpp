@@ -46,11 +46,12 @@ bool MessagePanel::Explain(const QString& failure)
     if (!std::exchange(m_hasNews, false) && !isNew) {
         return false;
     }
-    QStringList lines;
+    QStringList lines{m_failure};
+    lines.removeAll({});
     for (const auto& [message, time] : m_notes) {
         lines += time + u' ' + message;
     }
-    setToolTip(m_failure.isEmpty() ? lines.join(u'\n') : m_failure);
+    setToolTip(lines.join(u'\n'));
     return isNew;
 }
 

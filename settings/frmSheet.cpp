@@ -80,7 +80,7 @@ void frmSheet::Open(QWidget& owner, const modGlobals::Settings& settings, const 
     });
     viewer->setStandardOutputFile(QProcess::nullDevice());
     viewer->setStandardErrorFile(QProcess::nullDevice());
-    // A list of arguments, no shell: the name holds a "$".
+    // The one program that is ever started; it gets a list of arguments, no command line: the name holds a "$".
     viewer->start(QLatin1String(kDesktopViewer), {QFile::decodeName(file.c_str())});
 }
 

@@ -11,9 +11,17 @@ LineLabel::LineLabel(QWidget* parent, Qt::TextElideMode mode) : QLabel(parent), 
     }
 }
 
+/// As wide as the text with any other digits, which not every font has of one width.
 QSize LineLabel::sizeHint() const
 {
-    return {fontMetrics().horizontalAdvance(text()), fontMetrics().height()};
+    const QFontMetrics metrics = fontMetrics();
+    QString measured = text();
+    for (QChar& character : measured) {
+        if (character.isDigit() && metrics.horizontalAdvance(character) < metrics.horizontalAdvance(u'0')) {
+            character = u'0';
+        }
+    }
+    return {metrics.horizontalAdvance(measured), metrics.height()};
 }
 
 void LineLabel::paintEvent(QPaintEvent*)

@@ -53,6 +53,7 @@ void OutlinedStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* 
     QProxyStyle::drawPrimitive(element, option, painter, widget);
     switch (element) {
     case PE_Frame:
+    case PE_FrameGroupBox:
     case PE_FrameMenu:
         drawOutline(*option, *painter);
         break;
