@@ -76,7 +76,7 @@ OpenFailure failureOf(int error, const std::string& device, const struct stat& i
     }
 }
 
-/// Raw, 8N1, no flow control. VMIN 1 lets a read tell "nothing yet" (EAGAIN) from "hung up" (0).
+/// Raw, 8N1, no flow control. With VMIN 1 a read that finds nothing yet fails with EAGAIN instead of returning 0.
 bool makeRaw(int fd)
 {
     termios settings{};
@@ -221,7 +221,7 @@ std::int32_t clsPosixPort::sio_iqueue(std::int32_t port)
     if (waiting > 0) {
         return waiting;
     }
-    // A hang-up shows only in a read; with bytes waiting it would take one of them.
+    // Some drivers tell of a device that has gone only in a read; with bytes waiting it would take one.
     char none = 0;
     if (read(fd, &none, 0) < 0) {
         noteFault(port);

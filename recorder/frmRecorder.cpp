@@ -240,7 +240,7 @@ void frmRecorder::cmdRec_Click()
     try {
         m_recorder.StartRecording();
     } catch (const std::overflow_error&) {
-        m_startFailure = std::make_error_code(std::errc::value_too_large);
+        m_startFailure = std::make_error_code(std::errc::value_too_large); // all names are taken
     } catch (const std::system_error& failure) {
         m_startFailure = failure.code();
     }

@@ -9,7 +9,8 @@ class ConsoleText : public QPlainTextEdit {
 public:
     ConsoleText(QWidget* parent, int rows, int columns);
 
-    /// Appends at the end; see frmConsole::Write.
+    /// Appends at the end, which stays in view unless somebody has scrolled back. CR, LF and CR LF end a row; other
+    /// control characters show as symbols.
     void Append(const QString& text, const QColor& colour);
     void Clear();
     /// All text, rows that were broken for their length joined again.

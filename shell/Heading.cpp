@@ -22,7 +22,7 @@ QLabel* label(QWidget& window, const char* name, const QString& text)
 
 } // namespace
 
-QLayout* BuildHeading(QWidget& window, const char* platformName)
+QLayout* BuildHeading(QWidget& window, const char* systemLabelName)
 {
     QLabel* product = label(window, "lblProduct", FromUtf8(modFunctions::NeutralText(kProductName)));
     QFont large = window.font();
@@ -33,6 +33,6 @@ QLayout* BuildHeading(QWidget& window, const char* platformName)
     column->setSpacing(window.fontMetrics().height() / 3);
     column->addWidget(product);
     column->addWidget(label(window, "lblVersion", QLatin1Char('V') + QApplication::applicationVersion()));
-    column->addWidget(label(window, platformName, FromUtf8(modAPI::GetOSName())));
+    column->addWidget(label(window, systemLabelName, FromUtf8(modAPI::GetOSName())));
     return column;
 }

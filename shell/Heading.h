@@ -4,5 +4,5 @@
 class QLayout;
 class QWidget;
 
-/// Three labels: "lblProduct", "lblVersion" and the operating system under the given name.
-QLayout* BuildHeading(QWidget& window, const char* platformName);
+/// Three labels: "lblProduct", "lblVersion" and one with this object name for the operating system.
+QLayout* BuildHeading(QWidget& window, const char* systemLabelName);

@@ -22,7 +22,7 @@ std::optional<double> CDbl(std::string_view text, char decimalSeparator);
 /// The whole text, blanks around it apart, as a decimal whole number; empty when it is anything else or does not fit.
 std::optional<std::int32_t> WholeNumber(std::string_view text);
 
-/// The text without blanks, tabs and line ends at both ends.
+/// The text without blanks, tabs, line ends and NUL bytes at both ends.
 std::string_view Trimmed(std::string_view text);
 
 /// The character that a pressed key puts into a box for a number: digits, minus, backspace (8) and enter (13)

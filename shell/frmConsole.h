@@ -26,7 +26,7 @@ public:
     explicit frmConsole(const modGlobals::Settings& settings);
 
     void Open(const std::string& title) override;
-    /// CR, LF and CR LF end a row; other control characters show as symbols. Follows the end unless scrolled back.
+    /// As `ConsoleText::Append`.
     void Write(std::string_view text, ConsoleColour colour) override;
     void Close() override;
 

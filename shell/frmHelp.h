@@ -28,7 +28,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    QToolButton* addButton(const char* name, const char* icon, const QKeySequence& shortcut);
+    QToolButton* addButton(const char* name, const char* text, const QKeySequence& shortcut);
     QLayout* buildBar();
     void connectControls();
     void localise();

@@ -1,4 +1,5 @@
-// What the program asks the platform: the local time and the folder in which its files live.
+// What the program asks the platform: the local time, the name of the operating system and the
+// folder in which its files live.
 #pragma once
 
 #include <cstdint>

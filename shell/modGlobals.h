@@ -1,4 +1,6 @@
-// The settings that hold for the whole run, and their way to "RVQ.ini" and back.
+// The folder shell/ is the program around the measurement: start-up, settings, texts, help, console, platform, numbers;
+// it leaves sensor, chart and files to theirs. Here: the settings that hold for the whole run, and their way to
+// "RVQ.ini" and back.
 #pragma once
 
 #include "device/Parameters.h"

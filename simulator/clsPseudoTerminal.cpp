@@ -49,11 +49,11 @@ std::string scrambled(std::string_view bytes)
     return garbage;
 }
 
-/// The master's settings are those that the other side sees, so nothing has to be open there.
-void makeRaw(int master, std::int32_t bitsPerSecond)
+/// The settings of our end are those that the other side sees, so nothing has to be open there.
+void makeRaw(int ownEnd, std::int32_t bitsPerSecond)
 {
     termios settings{};
-    if (tcgetattr(master, &settings) != 0) {
+    if (tcgetattr(ownEnd, &settings) != 0) {
         fail("cannot set up the pseudo-terminal", errno);
     }
     cfmakeraw(&settings);
@@ -62,7 +62,7 @@ void makeRaw(int master, std::int32_t bitsPerSecond)
             cfsetspeed(&settings, speed.code);
         }
     }
-    tcsetattr(master, TCSANOW, &settings);
+    tcsetattr(ownEnd, TCSANOW, &settings);
 }
 
 } // namespace
@@ -108,7 +108,7 @@ std::string clsPseudoTerminal::Read(std::int32_t bitsPerSecond)
     std::string bytes;
     char piece[512];
     for (ssize_t count = 0;
-         IsPlugged() && bytes.size() < kMostAtOnce && (count = read(m_master, piece, sizeof piece)) > 0;) {
+         IsPlugged() && bytes.size() < kMostAtOnce && (count = read(m_ownEnd, piece, sizeof piece)) > 0;) {
         bytes.append(piece, static_cast<std::size_t>(count));
     }
     return hasOtherRate(bitsPerSecond) ? scrambled(bytes) : bytes;
@@ -120,16 +120,16 @@ void clsPseudoTerminal::Write(std::string_view bytes, std::int32_t bitsPerSecond
         return;
     }
     const std::string sent = hasOtherRate(bitsPerSecond) ? scrambled(bytes) : std::string(bytes);
-    [[maybe_unused]] const ssize_t taken = write(m_master, sent.data(), sent.size());
+    [[maybe_unused]] const ssize_t taken = write(m_ownEnd, sent.data(), sent.size());
 }
 
 void clsPseudoTerminal::open(std::int32_t bitsPerSecond)
 {
     m_openRate = bitsPerSecond;
-    m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    m_ownEnd = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     char device[128];
-    if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
-        ptsname_r(m_master, device, sizeof device) != 0) {
+    if (m_ownEnd < 0 || grantpt(m_ownEnd) != 0 || unlockpt(m_ownEnd) != 0 ||
+        ptsname_r(m_ownEnd, device, sizeof device) != 0) {
         const int error = errno;
         close();
         fail("cannot open a pseudo-terminal", error);
@@ -137,7 +137,7 @@ void clsPseudoTerminal::open(std::int32_t bitsPerSecond)
     m_device = device;
     m_isAttached = false;
     try {
-        makeRaw(m_master, bitsPerSecond);
+        makeRaw(m_ownEnd, bitsPerSecond);
         makeLink();
     } catch (const std::exception&) {
         close();
@@ -149,10 +149,10 @@ void clsPseudoTerminal::open(std::int32_t bitsPerSecond)
 
 void clsPseudoTerminal::close()
 {
-    if (m_master >= 0) {
-        ::close(m_master);
+    if (m_ownEnd >= 0) {
+        ::close(m_ownEnd);
     }
-    m_master = -1;
+    m_ownEnd = -1;
     m_isAttached = false;
 }
 
@@ -194,12 +194,12 @@ void clsPseudoTerminal::removeLink() const
 /// False when the terminal is claimed: by somebody who was quicker, or still by somebody who has gone.
 bool clsPseudoTerminal::forgetUnread() const
 {
-    const int slave = ::open(m_device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (slave < 0) {
+    const int otherEnd = ::open(m_device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (otherEnd < 0) {
         return errno != EBUSY;
     }
-    tcflush(slave, TCIFLUSH);
-    ::close(slave);
+    tcflush(otherEnd, TCIFLUSH);
+    ::close(otherEnd);
     return true;
 }
 
@@ -209,12 +209,12 @@ void clsPseudoTerminal::replaceClaimed()
     if (m_link.empty()) {
         return;
     }
-    const int claimed = m_master;
+    const int claimed = m_ownEnd;
     const std::string claimedDevice = m_device;
     try {
         open(m_openRate);
     } catch (const std::runtime_error&) {
-        m_master = claimed; // no worse than before
+        m_ownEnd = claimed; // no worse than before
         m_device = claimedDevice;
         return;
     }
@@ -223,14 +223,14 @@ void clsPseudoTerminal::replaceClaimed()
 
 bool clsPseudoTerminal::isHungUp() const
 {
-    pollfd master{m_master, POLLIN, 0};
-    return poll(&master, 1, 0) < 0 || (master.revents & POLLHUP) != 0;
+    pollfd ownEnd{m_ownEnd, POLLIN, 0};
+    return poll(&ownEnd, 1, 0) < 0 || (ownEnd.revents & POLLHUP) != 0;
 }
 
 bool clsPseudoTerminal::hasOtherRate(std::int32_t bitsPerSecond) const
 {
     termios settings{};
-    if (!IsPlugged() || tcgetattr(m_master, &settings) != 0) {
+    if (!IsPlugged() || tcgetattr(m_ownEnd, &settings) != 0) {
         return false;
     }
     const speed_t code = cfgetospeed(&settings);

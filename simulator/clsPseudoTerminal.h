@@ -23,7 +23,7 @@ public:
     void Unplug();
     /// A fresh terminal after Unplug, under the same link but with a device path of its own. Throws as the constructor.
     void Replug(std::int32_t bitsPerSecond);
-    bool IsPlugged() const { return m_master >= 0; }
+    bool IsPlugged() const { return m_ownEnd >= 0; }
 
     /// Whether somebody has the terminal open. When the last one has gone, what they left unread is thrown away, and a
     /// terminal that they claimed for themselves gives way to a fresh one, as far as there is a link to find it by.
@@ -37,7 +37,7 @@ public:
     /// The link when there is one, else the device.
     const std::string& Path() const { return m_link.empty() ? m_device : m_link; }
     /// To wait on; -1 while unplugged.
-    int Descriptor() const { return m_master; }
+    int Descriptor() const { return m_ownEnd; }
 
 private:
     void open(std::int32_t bitsPerSecond);
@@ -52,7 +52,7 @@ private:
     std::string m_link;
     std::string m_device;
     std::int32_t m_openRate;
-    int m_master = -1;
+    int m_ownEnd = -1;
     bool m_isAttached = false;
 };
 

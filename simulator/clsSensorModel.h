@@ -1,6 +1,7 @@
-// The simulated laser distance sensor: bytes in, bytes out, given the time. It owns its parameters, its measurement
-// and its faults; who carries the bytes, and when, is left to others. It shares nothing with the programs that talk
-// to it, so that a misunderstanding on either side shows.
+// The folder simulator/ plays the laser distance sensor, for tests, for the demo and for any program on a serial port
+// (rvqsim). It shares nothing with the programs that talk to it, so that a misunderstanding on either side shows. Here:
+// the model, bytes in, bytes out, given the time. It owns its parameters, its measurement and its faults; who carries
+// the bytes, and when, is left to others.
 #pragma once
 
 #include "simulator/Faults.h"
@@ -54,7 +55,7 @@ public:
     std::int32_t StoredParameter(std::string_view code) const;
     void SetParameter(std::string_view code, std::int32_t value);
 
-    /// Puts the scene away and measures this distance, without noise; nothing brings the scene back.
+    /// Puts the scene away and measures this distance, without noise; an empty value brings the scene back.
     void HoldDistance(std::optional<double> distance_mm) { m_heldDistance_mm = distance_mm; }
     void SetTemperature(std::int32_t temperature_C) { m_temperature_C = temperature_C; }
     simulator::Faults& Faults() { return m_options.faults; }

@@ -82,8 +82,8 @@ TEST_F(ConfigFolder, TheListSkipsGapsLostFilesAndNumbersAbove64)
 {
     const std::string a = Put("a.rvq", "[RVQ]\nDescription=A\n");
     const std::string b = Put("b.rvq", "[RVQ]\nDescription=B\n");
-    const std::string mute = Put("mute.rvq", "[RVQ]\nOffset=1\n");
-    Put("RVQ.ini", "[FILES]\nRVQFile1=" + a + "\nRVQFile2=\nRVQFile3=" + mute +
+    const std::string unnamed = Put("unnamed.rvq", "[RVQ]\nOffset=1\n");
+    Put("RVQ.ini", "[FILES]\nRVQFile1=" + a + "\nRVQFile2=\nRVQFile3=" + unnamed +
                        "\nRVQFile4=" + (folder / "no").string() + "\nRVQFile5=" + folder.string() + "\nRVQFile64=" + b +
                        "\nRVQFile65=" + a + "\n");
     const clsConfigLibrary library = Built();
