@@ -1,20 +1,18 @@
 // What a frame of the chart costs: the shown widget, painted offscreen while its series moves on by one point, beside
 // the same ground with a plain polyline over all points and, where the library is installed, QCustomPlot as it comes.
-// The contenders take turns in the same process; the table shows medians. Last, what a new value costs without
-// painting.
+#include "bench/Micro.h"
+#include "bench/Table.h"
 #include "chart/XYChart.h"
 
 #include <QApplication>
 #include <QPainter>
 #include <QPolygonF>
 
-#include <algorithm>
-#include <chrono>
+#include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstdio>
 #include <deque>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -26,11 +24,11 @@
 
 namespace {
 
-constexpr int kRounds = 5;
-constexpr int kFrames = 20;        // of each contender in a round
 constexpr double kStart = 46000.5; // days
 constexpr double kSpan_days = 60.0 / 86400.0;
 constexpr double kLower = 0.0, kUpper = 3000.0;
+constexpr char kLibrary[] = "QCustomPlot";
+constexpr int kFew = 1200, kMany = 30000;
 
 /// A level that rises and falls, with noise: endless, the same for every contender.
 class Signal {
@@ -90,20 +88,19 @@ private:
     bool m_smooth;
 };
 
-std::unique_ptr<XYChart> newChart(QSize size, int points, bool timeScale)
+std::unique_ptr<XYChart> newChart(QSize size, int points)
 {
     auto chart = std::make_unique<XYChart>(nullptr);
     chart->Header({});
     chart->InitChartData(points); // one slot more than points: a full ring leaves one out
     chart->YLimits(kLower, kUpper);
-    chart->TimeScale(timeScale);
     chart->resize(size);
     return chart;
 }
 
-Contender chartContender(XYChart& chart, const char* name)
+Contender chartContender(XYChart& chart)
 {
-    return {name, [&chart](QPointF p) { chart.AddPoint(p.x(), p.y()); }, [&chart] { chart.repaint(); }};
+    return {"chart", [&chart](QPointF p) { chart.AddPoint(p.x(), p.y()); }, [&chart] { chart.repaint(); }};
 }
 
 Contender plainContender(PlainPlot& plot, int points, const char* name)
@@ -128,93 +125,85 @@ Contender libraryContender(QCustomPlot& plot)
         plot.graph(0)->data()->removeBefore(seconds - 60.0);
         plot.xAxis->setRange(seconds - 60.0, seconds);
     };
-    return {"QCustomPlot", add, [&plot] { plot.replot(QCustomPlot::rpImmediateRefresh); }};
+    return {kLibrary, add, [&plot] { plot.replot(QCustomPlot::rpImmediateRefresh); }};
 }
 #endif
 
-double microsecondsOf(const std::function<void()>& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
-}
-
-/// The medians of all contenders in microseconds a frame. They take turns in rounds of some frames each.
-std::vector<double> framesOf(const std::vector<Contender>& contenders, int points)
-{
-    std::vector<Signal> streams(contenders.size(), Signal(points));
-    std::vector<std::vector<double>> times(contenders.size());
-    for (std::size_t i = 0; i < contenders.size(); ++i) {
-        for (int k = 0; k < points + 2; ++k) {
-            contenders[i].add(streams[i].Next());
-        }
-        contenders[i].paint();
-    }
-    for (int round = 0; round < kRounds; ++round) {
-        for (std::size_t i = 0; i < contenders.size(); ++i) {
-            for (int frame = 0; frame < kFrames; ++frame) {
-                const QPointF point = streams[i].Next();
-                times[i].push_back(microsecondsOf([&] {
-                    contenders[i].add(point);
-                    contenders[i].paint();
-                }));
-            }
-        }
-    }
-    std::vector<double> medians;
-    std::ranges::transform(times, std::back_inserter(medians), median);
-    return medians;
-}
-
-/// Prints a row for each contender; returns what the chart itself took.
-double compare(QSize size, int points)
-{
-    const auto chart = newChart(size, points, false);
-    const auto timed = newChart(size, points, true);
-    const QPixmap ground = chart->grab();
-    PlainPlot smooth(ground, 1.5, true);
-    PlainPlot thin(ground, 1.0, false);
-    std::vector<Contender> contenders{chartContender(*chart, "chart"), chartContender(*timed, "chart, times of day"),
-                                      plainContender(smooth, points, "polyline, same pen"),
-                                      plainContender(thin, points, "polyline, 1 px, not smooth")};
-    std::vector<QWidget*> widgets{chart.get(), timed.get(), &smooth, &thin};
+/// One of the pictures: all contenders in one size, with so many points.
+struct Picture {
+    QSize size;
+    int points = 0;
+    std::unique_ptr<XYChart> chart;
+    std::unique_ptr<PlainPlot> smooth, thin;
 #ifdef ORVEX_HAS_QCUSTOMPLOT
-    QCustomPlot library;
-    contenders.push_back(libraryContender(library));
-    widgets.push_back(&library);
+    std::unique_ptr<QCustomPlot> library;
 #endif
-    for (QWidget* widget : widgets) {
-        widget->resize(size);
-        widget->show();
+    std::vector<Contender> contenders;
+
+    std::string Name() const
+    {
+        return QStringLiteral("%1 x %2, %3 points").arg(size.width()).arg(size.height()).arg(points).toStdString();
     }
-    QApplication::processEvents();
-    const std::vector<double> medians = framesOf(contenders, points);
-    for (std::size_t i = 0; i < contenders.size(); ++i) {
-        std::printf("%5dx%-5d %7d  %-28s %9.0f %8.1f\n", size.width(), size.height(), points,
-                    contenders[i].name.c_str(), medians[i], medians[i] / medians[0]);
+    std::string NameOf(const Contender& contender) const
+    {
+        return Name() + ", " + contender.name;
     }
-    return medians[0];
+};
+
+void show(QWidget& widget, QSize size)
+{
+    widget.resize(size);
+    widget.show();
 }
 
-void pointWithoutPainting()
+Picture newPicture(QSize size, int points)
 {
-    const auto chart = newChart({1200, 500}, 30000, false);
-    Signal signal(30000);
-    chart->show();
-    std::vector<double> times;
-    for (int i = 0; i < 60000; ++i) {
-        const QPointF point = signal.Next();
-        times.push_back(microsecondsOf([&] { chart->AddPoint(point.x(), point.y()); }));
+    Picture picture;
+    picture.size = size;
+    picture.points = points;
+    picture.chart = newChart(size, points);
+    const QPixmap ground = picture.chart->grab();
+    picture.smooth = std::make_unique<PlainPlot>(ground, 1.5, true);
+    picture.thin = std::make_unique<PlainPlot>(ground, 1.0, false);
+    picture.contenders = {chartContender(*picture.chart), plainContender(*picture.smooth, points, "polyline, same pen"),
+                          plainContender(*picture.thin, points, "polyline, 1 pixel, not smooth")};
+    show(*picture.chart, size);
+    show(*picture.smooth, size);
+    show(*picture.thin, size);
+#ifdef ORVEX_HAS_QCUSTOMPLOT
+    picture.library = std::make_unique<QCustomPlot>();
+    picture.contenders.push_back(libraryContender(*picture.library));
+    show(*picture.library, size);
+#endif
+    return picture;
+}
+
+/// A frame: one point more, painted at once.
+void addBenchmark(const Picture& picture, const Contender& contender)
+{
+    auto signal = std::make_shared<Signal>(picture.points);
+    for (int i = 0; i < picture.points + 2; ++i) {
+        contender.add(signal->Next());
     }
-    const double middle = median(times);
-    std::printf("a point added to the chart, without painting: %.2f us, at most %.1f us\n", middle,
-                *std::ranges::max_element(times));
+    contender.paint();
+    benchmark::RegisterBenchmark(picture.NameOf(contender).c_str(), [signal, &contender](benchmark::State& state) {
+        for (auto round : state) {
+            contender.add(signal->Next());
+            contender.paint();
+        }
+    });
+}
+
+void printRows(const Picture& picture, std::map<std::string, double>& times)
+{
+    const double ours = times[picture.NameOf(picture.contenders.front())];
+    for (std::size_t i = 1; i < picture.contenders.size(); ++i) {
+        const Contender& other = picture.contenders[i];
+        TableRow row = TimeRow("chart frame", picture.Name(), ours, other.name, times[picture.NameOf(other)]);
+        const bool isHardest = picture.size.width() == 1200 && picture.points == kMany;
+        const double timesFaster = !isHardest ? 1.0 : other.name == kLibrary ? 4.0 : 8.0;
+        row.TimesFaster(timesFaster).Print();
+    }
 }
 
 } // namespace
@@ -222,16 +211,33 @@ void pointWithoutPainting()
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
+    int noArguments = 1;
+    const QApplication application(noArguments, argv);
 #ifndef ORVEX_HAS_QCUSTOMPLOT
-    std::printf("*** QCustomPlot is MISSING from this table: install libqcustomplot-dev and configure anew ***\n");
+    std::fprintf(stderr, "QCustomPlot is MISSING from this table: install libqcustomplot-dev and configure anew\n");
 #endif
-    std::printf("%-11s %7s  %-28s %9s %8s\n", "size", "points", "contender", "us/frame", "times");
+    std::vector<Picture> pictures;
     for (const QSize size : {QSize(1200, 500), QSize(1920, 1080)}) {
-        const double few = compare(size, 1200);
-        const double many = compare(size, 30000);
-        std::printf("%5dx%-5d 30000 points cost %.2f times 1200\n", size.width(), size.height(), many / few);
+        for (const int points : {kFew, kMany}) {
+            pictures.push_back(newPicture(size, points));
+        }
     }
-    pointWithoutPainting();
+    QApplication::processEvents();
+    for (const Picture& picture : pictures) {
+        for (const Contender& contender : picture.contenders) {
+            addBenchmark(picture, contender);
+        }
+    }
+    auto times = RunBenchmarks(argc, argv);
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        printRows(pictures[i], times);
+        if (pictures[i].points == kMany) {
+            const Picture& few = pictures[i - 1];
+            TimeRow("chart frame", pictures[i].Name(), times[pictures[i].NameOf(pictures[i].contenders.front())],
+                    std::to_string(kFew) + " points", times[few.NameOf(few.contenders.front())])
+                .RatioAtMost(1.5)
+                .Print();
+        }
+    }
     return 0;
 }

@@ -1,16 +1,14 @@
 // What the evaluation of replies costs: 16 MiB of each format, handed over in pieces of three sizes, against a bare
-// decoder that walks once over the same stream and knows nothing of states, markers and damage. Both sides run in turn
-// in the same process; the table shows medians.
+// decoder that walks once over the same stream and knows nothing of states, markers and damage.
+#include "bench/Micro.h"
+#include "bench/Table.h"
 #include "device/Crc16.h"
 #include "device/clsRVQ.h"
 
-#include <algorithm>
 #include <array>
+#include <benchmark/benchmark.h>
 #include <charconv>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +16,6 @@
 namespace {
 
 constexpr std::size_t kStreamSize = std::size_t{16} << 20;
-constexpr int kRounds = 11;
 
 std::string asciiStream(const char* unit)
 {
@@ -112,56 +109,81 @@ std::int32_t evaluate(std::string_view stream, std::int32_t format, std::size_t 
     return device.MeasValue_mm;
 }
 
-double secondsOf(const std::function<std::int32_t()>& work, std::int32_t& result)
-{
-    const auto start = std::chrono::steady_clock::now();
-    result = work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
-struct Row {
+struct Format {
     const char* name;
     std::int32_t format;
     std::string stream;
     std::int32_t (*bare)(std::string_view);
+    double mostTimes; ///< the aim
 };
 
-void compare(const Row& row, std::size_t piece)
+struct Pieces {
+    const char* name;
+    std::size_t size;
+};
+constexpr Pieces kPieces[] = {
+    {"pieces of 4 KiB", 4096}, {"pieces of 64 KiB", 65536}, {"in one piece", kStreamSize * 2}};
+
+std::string nameOf(const Format& row, const Pieces& pieces)
 {
-    std::vector<double> ours, bare;
-    std::int32_t ourValue = 0, bareValue = 0;
-    for (int round = 0; round < kRounds; ++round) {
-        ours.push_back(secondsOf([&] { return evaluate(row.stream, row.format, piece); }, ourValue));
-        bare.push_back(secondsOf([&] { return row.bare(row.stream); }, bareValue));
+    return std::string(row.name) + ", " + pieces.name;
+}
+
+bool decodeAlike(const Format& row, const Pieces& pieces)
+{
+    const std::int32_t ours = evaluate(row.stream, row.format, pieces.size);
+    const std::int32_t bare = row.bare(row.stream);
+    if (ours != bare) {
+        std::fprintf(stderr, "%s: the newest value is %d, the bare decoder has %d\n", row.name, ours, bare);
     }
-    if (ourValue != bareValue) {
-        std::fprintf(stderr, "%s: the newest value is %d, the bare decoder has %d\n", row.name, ourValue, bareValue);
-        std::exit(1);
+    return ours == bare;
+}
+
+void addBenchmarks(const Format& row)
+{
+    for (const Pieces& pieces : kPieces) {
+        benchmark::RegisterBenchmark(nameOf(row, pieces).c_str(), [&row, &pieces](benchmark::State& state) {
+            for (auto round : state) {
+                benchmark::DoNotOptimize(evaluate(row.stream, row.format, pieces.size));
+            }
+        });
     }
-    const double megabytes = static_cast<double>(row.stream.size()) / 1e6;
-    const std::string size = piece >= row.stream.size() ? "all" : std::to_string(piece >> 10U) + " KiB";
-    std::printf("%-12s %8s %10.0f %10.0f %8.2f\n", row.name, size.c_str(), megabytes / median(ours),
-                megabytes / median(bare), median(ours) / median(bare));
+    benchmark::RegisterBenchmark(row.name, [&row](benchmark::State& state) {
+        for (auto round : state) {
+            benchmark::DoNotOptimize(row.bare(row.stream));
+        }
+    });
 }
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-    const std::vector<Row> rows = {{"ASCII", FormatAscii, asciiStream(""), bareAscii},
-                                   {"ASCII+UNIT", FormatAsciiUnit, asciiStream(" m"), bareAscii},
-                                   {"BINARY", FormatBinary, binaryStream(false), bareBinary},
-                                   {"BINARY+CRC", FormatBinaryCrc, binaryStream(true), bareCrc}};
-    std::printf("%-12s %8s %10s %10s %8s\n", "format", "pieces", "MB/s", "bare MB/s", "times");
-    for (const Row& row : rows) {
-        for (const std::size_t piece : {std::size_t{4} << 10, std::size_t{64} << 10, row.stream.size()}) {
-            compare(row, piece);
+    const std::vector<Format> formats = {{"ASCII", FormatAscii, asciiStream(""), bareAscii, 4.0},
+                                         {"ASCII+UNIT", FormatAsciiUnit, asciiStream(" m"), bareAscii, 4.0},
+                                         {"BINARY", FormatBinary, binaryStream(false), bareBinary, 4.0},
+                                         {"BINARY+CRC", FormatBinaryCrc, binaryStream(true), bareCrc, 2.0}};
+    for (const Format& row : formats) {
+        for (const Pieces& pieces : kPieces) {
+            if (!decodeAlike(row, pieces)) {
+                return 1;
+            }
+        }
+        addBenchmarks(row);
+    }
+    auto times = RunBenchmarks(argc, argv);
+    for (const Format& row : formats) {
+        const double megabytes = static_cast<double>(row.stream.size()) / 1e6;
+        for (const Pieces& pieces : kPieces) {
+            const double ours = times[nameOf(row, pieces)];
+            const double bare = times[row.name];
+            TableRow line{.part = "parser",
+                          .what = nameOf(row, pieces),
+                          .ours = NumberText(megabytes / ours, 0) + " MB/s",
+                          .reference = "bare decoder: " + NumberText(megabytes / bare, 0) + " MB/s",
+                          .ratio = ours / bare,
+                          .aim = {}};
+            line.RatioAtMost(row.mostTimes).Print();
         }
     }
     return 0;

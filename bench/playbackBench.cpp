@@ -1,5 +1,6 @@
 // Playing recordings in the program's own windows, against tools that read the same file in the same run: "grep -c"
 // counts its lines, mawk splits them into the same fields. orvex_bench_playback [LINES], 6 million unless given.
+#include "bench/Table.h"
 #include "chart/XYChart.h"
 #include "config/clsConfigLibrary.h"
 #include "device/clsPosixPort.h"
@@ -57,12 +58,6 @@ double secondsOf(const std::function<void()>& work)
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::ranges::sort(values);
-    return values[values.size() / 2];
 }
 
 void run(const std::string& command)
@@ -128,23 +123,38 @@ void compareLong(Program& program, const std::string& file, int lines)
         }
     }
     const long rise = memory("VmHWM") - before;
-    std::printf("%d lines: %.3f s, %.1f million lines/s, %llu entries of the chart's series\n", lines, median(ours),
-                lines / median(ours) / 1e6, static_cast<unsigned long long>(program.Points()));
-    std::printf("  grep -c ';'  %.3f s, ours takes %.2f times as long\n", median(grep), median(ours) / median(grep));
-    std::printf("  mawk fields  %.3f s, ours is %.1f times faster\n", median(mawk), median(mawk) / median(ours));
-    std::printf("  memory rise  %ld KiB\n", rise);
+    const std::string what = NumberText(lines / 1e6, 1) + " million lines";
+    TimeRow("playback", what + ", " + NumberText(lines / Median(ours) / 1e6, 0) + " million/s", Median(ours), "grep -c",
+            Median(grep))
+        .RatioAtMost(1.0)
+        .Print();
+    TimeRow("playback", what, Median(ours), "mawk, same fields", Median(mawk)).TimesFaster(15.0).Print();
+    const double most_KiB = 4096.0;
+    TableRow memoryRow{.part = "playback",
+                       .what = what + ", rise of resident memory",
+                       .ours = std::to_string(rise) + " KiB",
+                       .reference =
+                           "with " + std::to_string(kShortLines) + " lines played: " + std::to_string(before) + " KiB",
+                       .ratio = static_cast<double>(rise) / static_cast<double>(before),
+                       .aim = {}};
+    memoryRow.Aim("at most 4 MiB", static_cast<double>(rise) <= most_KiB).Print();
 }
 
 void timeShort(Program& program, const std::string& file)
 {
-    std::vector<double> loaded, drawn;
+    std::vector<double> together, grep;
     auto* chart = program.window.findChild<XYChart*>("picGraph");
     for (int round = 0; round < 5 * kRounds; ++round) {
-        loaded.push_back(secondsOf([&] { program.Play(file); }));
-        drawn.push_back(secondsOf([&] { chart->repaint(); }));
+        together.push_back(secondsOf([&] {
+            program.Play(file);
+            chart->repaint();
+        }));
+        grep.push_back(secondsOf([&] { run("grep -c ';' " + file); }));
     }
-    std::printf("%d lines: loaded in %.2f ms, drawn once in %.2f ms, together %.2f ms\n", kShortLines,
-                1e3 * median(loaded), 1e3 * median(drawn), 1e3 * (median(loaded) + median(drawn)));
+    TimeRow("playback", std::to_string(kShortLines) + " lines, loaded and drawn once", Median(together), "grep -c",
+            Median(grep))
+        .Aim("under 5 ms", Median(together) < 0.005)
+        .Print();
 }
 
 } // namespace

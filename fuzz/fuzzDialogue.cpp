@@ -91,7 +91,10 @@ public:
         m_port.Sensor.emplace();
         m_port.Sensor->HoldDistance(3300.0);
         m_loop.PollTemperature(false);
-        const auto isBack = [this] { return m_loop.IsMeasuring() ? m_device.NewDistance : isAtRest(); };
+        // A value can come before the measurement has been resumed; a click would begin it then, not end it.
+        const auto isBack = [this] {
+            return m_loop.IsMeasuring() ? m_device.NewDistance && m_device.CommStatus == DialogueMeasuring : isAtRest();
+        };
         if (!reaches(isBack)) {
             // A sensor with single output owes nothing while it measures, so there a click has to help.
             Require(m_device.OutputMode == OutputSingle);

@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireSame(settings, modGlobals::LoadGlobalSettings(file, separator));
 
     modPComm::PortDevices devices;
-    devices.Use([&](std::string_view key) { return modGlobals::ConfiguredPort(file, key); });
+    devices.Use([&](std::string_view key) { return modGlobals::ConfiguredPorts(file).DeviceOf(key); });
     Require(devices.DeviceOf(1).size() < 4096);
 
     clsConfigLibrary library(file);

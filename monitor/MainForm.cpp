@@ -131,9 +131,7 @@ void MainForm::styleMeasurement() const
     lblMeasValue->setFont(large);
     lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     // As large as the longest text, so that nothing moves whatever is measured, the first value included.
-    lblMeasValue->setText(QLatin1String(kValueTemplate));
-    lblMeasValue->setMinimumSize(lblMeasValue->sizeHint());
-    lblMeasValue->clear();
+    lblMeasValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);

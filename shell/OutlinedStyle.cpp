@@ -1,5 +1,8 @@
 #include "shell/OutlinedStyle.h"
 
+#include <QApplication>
+#include <QComboBox>
+#include <QIconEngine>
 #include <QPainter>
 #include <QStyleOption>
 
@@ -43,6 +46,19 @@ bool isMarked(const QStyleOption& option)
     return isDefault || option.state.testFlags(QStyle::State_HasFocus | QStyle::State_KeyboardFocusChange);
 }
 
+/// The arrow for what has no room in a menu bar. The style's own reads seven pictures for each bar, shown or not.
+class ArrowIcon : public QIconEngine {
+public:
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override
+    {
+        QStyleOption option;
+        option.rect = rect;
+        option.palette = QApplication::palette();
+        QApplication::style()->drawPrimitive(QStyle::PE_IndicatorArrowRight, &option, painter);
+    }
+    QIconEngine* clone() const override { return new ArrowIcon; }
+};
+
 } // namespace
 
 OutlinedStyle::OutlinedStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
@@ -85,4 +101,22 @@ void OutlinedStyle::drawComplexControl(ComplexControl control, const QStyleOptio
     if (control == CC_ComboBox && !isMarked(*option)) {
         drawOutline(*option, *painter);
     }
+}
+
+int OutlinedStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                             QStyleHintReturn* returned) const
+{
+    const auto* list = qobject_cast<const QComboBox*>(widget);
+    if (hint == SH_ComboBox_Popup && list != nullptr && list->count() > list->maxVisibleItems()) {
+        return 0; // a list with a scroll bar, not a menu as high as the screen
+    }
+    return QProxyStyle::styleHint(hint, option, widget, returned);
+}
+
+QIcon OutlinedStyle::standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const
+{
+    if (icon == SP_ToolBarHorizontalExtensionButton) {
+        return QIcon(new ArrowIcon);
+    }
+    return QProxyStyle::standardIcon(icon, option, widget);
 }

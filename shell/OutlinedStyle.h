@@ -1,6 +1,6 @@
 // Qt's Fusion style with outlines that can be seen on dark grounds and in high contrast. Fusion makes an outline a
 // little darker than the window: on a dark one check boxes, text boxes and buttons lose theirs, on a black one an
-// unticked box is not there at all, and on a white one it is pale.
+// unticked box is not there at all, and on a white one it is pale. Long lists open as lists, and not as menus.
 #pragma once
 
 #include <QProxyStyle>
@@ -13,4 +13,7 @@ public:
                        const QWidget* widget) const override;
     void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
                             const QWidget* widget) const override;
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* returned) const override;
+    QIcon standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const override;
 };

@@ -92,8 +92,6 @@ std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices,
     if (dynamic_cast<SecondTextDelegate*>(list.itemDelegate()) == nullptr) {
         list.setItemDelegate(new SecondTextDelegate(&list));
     }
-    // A list with a scroll bar, not a menu as high as the screen.
-    list.setStyleSheet(QStringLiteral("combobox-popup: 0"));
     list.view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     list.setMaxVisibleItems(kShownPorts);
     QStyleOptionViewItem option;

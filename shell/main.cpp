@@ -186,7 +186,8 @@ void startRecording(frmMain& window, std::int32_t language)
 /// What stands behind the port numbers: what the options say, else what the settings file says.
 void findPorts(modPComm::PortDevices& devices, const std::string& iniFile, const Options& options)
 {
-    devices.Use([iniFile](std::string_view key) { return modGlobals::ConfiguredPort(iniFile, key); });
+    devices.Use(
+        [ports = modGlobals::ConfiguredPorts(iniFile)](std::string_view key) mutable { return ports.DeviceOf(key); });
     for (const auto& [port, device] : options.ports) {
         devices.Override(port, device);
     }

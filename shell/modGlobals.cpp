@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kGeneral[] = "GENERAL";
 constexpr char kChart[] = "CHART";
+constexpr char kPorts[] = "PORTS";
 constexpr std::size_t kLongestPath = 4096;
 
 std::int32_t whole(const clsIni& ini, const char* section, const char* key, std::int32_t fallback)
@@ -93,9 +94,17 @@ bool SaveGlobalSettings(const Settings& settings)
     return chart.Write() && kept;
 }
 
-std::string ConfiguredPort(const std::string& iniFile, std::string_view key)
+std::string ConfiguredPorts::DeviceOf(std::string_view key)
 {
-    return std::string(Trimmed(modIni::GetPrivateProfileStringA("PORTS", key, {}, kLongestPath, iniFile)));
+    std::error_code missing;
+    if (const auto changed = std::filesystem::last_write_time(m_iniFile, missing); changed != m_changed) {
+        m_changed = changed;
+        m_namesAny = !modIni::GetPrivateProfileSectionA(kPorts, kLongestPath, m_iniFile).empty();
+    }
+    if (!m_namesAny) {
+        return {};
+    }
+    return std::string(Trimmed(modIni::GetPrivateProfileStringA(kPorts, key, {}, kLongestPath, m_iniFile)));
 }
 
 } // namespace modGlobals

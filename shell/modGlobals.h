@@ -6,8 +6,10 @@
 #include "device/Parameters.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// Offset of the text ids of a language.
 enum LanguageOffset : std::int32_t { LanguageGerman = 0, LanguageEnglish = 1000 };
@@ -36,7 +38,19 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 /// not be written.
 bool SaveGlobalSettings(const Settings& settings);
 
-/// What a key "COM7" of the section "PORTS" names: the device of a port; empty when it names none.
-std::string ConfiguredPort(const std::string& iniFile, std::string_view key);
+/// The section "PORTS" of a file. Lists of ports ask for each of them, and a closed port asks twenty times a second:
+/// while the file stays as it is and names none, it is not read again.
+class ConfiguredPorts {
+public:
+    explicit ConfiguredPorts(std::string iniFile) : m_iniFile(std::move(iniFile)) {}
+
+    /// What a key "COM7" names: the device of a port; empty when it names none.
+    std::string DeviceOf(std::string_view key);
+
+private:
+    std::string m_iniFile;
+    std::filesystem::file_time_type m_changed = std::filesystem::file_time_type::min(); ///< that of a missing file, too
+    bool m_namesAny = false;
+};
 
 } // namespace modGlobals

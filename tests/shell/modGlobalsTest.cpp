@@ -40,7 +40,7 @@ TEST(GlobalSettings, ComeBackAndLeaveWhatOthersWrote)
     EXPECT_EQ(load().Comport, 7);
 
     folder.Write("RVQ.ini", "[Ports]\nCOM7= /dev/x \n");
-    EXPECT_EQ(modGlobals::ConfiguredPort(file, "COM7"), "/dev/x");
+    EXPECT_EQ(modGlobals::ConfiguredPorts(file).DeviceOf("COM7"), "/dev/x");
 }
 
 } // namespace

@@ -1,0 +1,289 @@
+// What the program costs as a whole, seen from outside, beside bare Qt windows of the same size on the same display:
+// the time from starting the process to the first painted window, resident memory, and processor use, idle and
+// measuring. The sensor is simulated by rvqsim, a process of its own. All files are in a folder that goes with the run.
+// orvex_bench_program [SECONDS], 20 unless given: how long processor use is watched, three times.
+#include "bench/Table.h"
+
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <poll.h>
+#include <spawn.h>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+constexpr int kStarts = 21;
+constexpr int kWatches = 3;
+constexpr int kSettle_s = 5; // until the program has read the sensor's parameters and measures
+constexpr int kPatience_ms = 30000;
+
+double secondsOf(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+void sleepFor(double seconds)
+{
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+/// A program that runs until this goes.
+class Process {
+public:
+    explicit Process(std::vector<std::string> arguments)
+    {
+        int ends[2];
+        if (pipe(ends) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+        m_output = ends[0];
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+        posix_spawn_file_actions_addclose(&actions, ends[0]);
+        std::vector<char*> list;
+        for (std::string& argument : arguments) {
+            list.push_back(argument.data());
+        }
+        list.push_back(nullptr);
+        m_started_s = secondsOf(CLOCK_MONOTONIC);
+        const int failure = posix_spawn(&m_pid, list[0], &actions, nullptr, list.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        close(ends[1]);
+        if (failure != 0) {
+            close(m_output);
+            throw std::runtime_error("cannot start " + arguments[0]);
+        }
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+    ~Process()
+    {
+        kill(m_pid, SIGTERM);
+        close(m_output);
+        waitpid(m_pid, nullptr, 0);
+    }
+
+    /// Waits for the witness: seconds from the start to the painted window. Sets that window's size.
+    double Painted(std::array<std::string, 2>& size)
+    {
+        std::string word;
+        std::istringstream line(nextLine());
+        double at_s = 0.0;
+        if (!(line >> word >> at_s >> size[0] >> size[1]) || word != "painted") {
+            throw std::runtime_error("a program said \"" + line.str() + "\" instead of showing a window");
+        }
+        return at_s - m_started_s;
+    }
+    /// Lines that it has printed since the last look.
+    int Lines()
+    {
+        int lines = 0;
+        std::array<char, 4096> bytes{};
+        pollfd look{m_output, POLLIN, 0};
+        while (poll(&look, 1, 0) > 0) {
+            const ssize_t count = read(m_output, bytes.data(), bytes.size());
+            if (count <= 0) {
+                break;
+            }
+            lines += static_cast<int>(std::count(bytes.begin(), bytes.begin() + count, '\n'));
+        }
+        return lines;
+    }
+    /// The processor time of all its threads.
+    double Used_s() const
+    {
+        clockid_t clock{};
+        if (clock_getcpuclockid(m_pid, &clock) != 0) {
+            throw std::runtime_error("a program has ended by itself");
+        }
+        return secondsOf(clock);
+    }
+    double Resident_KiB() const
+    {
+        std::ifstream file("/proc/" + std::to_string(m_pid) + "/smaps_rollup");
+        for (std::string line; std::getline(file, line);) {
+            if (line.starts_with("Rss:")) {
+                return std::strtod(line.c_str() + 4, nullptr);
+            }
+        }
+        throw std::runtime_error("a program has ended by itself");
+    }
+
+private:
+    std::string nextLine()
+    {
+        std::string line;
+        pollfd look{m_output, POLLIN, 0};
+        for (char byte = 0; byte != '\n'; line += byte) {
+            if (poll(&look, 1, kPatience_ms) <= 0 || read(m_output, &byte, 1) != 1) {
+                throw std::runtime_error("a program ended or hung before its window was painted");
+            }
+        }
+        return line;
+    }
+
+    pid_t m_pid = 0;
+    int m_output = -1;
+    double m_started_s = 0.0;
+};
+
+/// Where the programs are and what they are started with.
+class Bench {
+public:
+    Bench() : m_bin(std::filesystem::canonical("/proc/self/exe").parent_path().string() + "/")
+    {
+        for (const char* folder : {"XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
+            setenv(folder, m_folder.path().toStdString().c_str(), 1);
+        }
+        setenv("QT_PLUGIN_PATH", (m_bin + "../bench-plugins").c_str(), 1);
+        setenv("QT_LOGGING_RULES", "*.warning=false", 1);
+        watchFor("");
+        Process program(programArguments());
+        program.Painted(m_size); // and its settings file is written when it ends
+    }
+
+    void CompareStarts()
+    {
+        std::vector<double> ours, bare;
+        const Process sensor(sensorArguments());
+        waitForSensor();
+        for (int i = 0; i < kStarts; ++i) {
+            ours.push_back(Process(programArguments()).Painted(m_size));
+            bare.push_back(Process(bareArguments("still")).Painted(m_size));
+        }
+        TimeRow("program", "from the start to the first painted window", Median(ours), "bare window", Median(bare))
+            .RatioAtMost(1.5)
+            .Print();
+    }
+
+    void CompareUse(double seconds, bool measuring)
+    {
+        Watch watch;
+        for (int i = 0; i < kWatches; ++i) {
+            watchOnce(seconds, measuring, watch);
+        }
+        const double values = Median(watch.values) / seconds;
+        const std::string state = measuring ? "measuring, " + NumberText(values, 1) + " values/s" : "idle";
+        memoryRow(state, Median(watch.ours_KiB), Median(watch.bare_KiB)).RatioAtMost(1.6).Print();
+        const double ours = Median(watch.ours_s) / seconds;
+        const double bare = Median(watch.bare_s) / seconds;
+        TableRow row{.part = "program",
+                     .what = "processor use, " + state,
+                     .ours = NumberText(ours * 100.0, 2) + " % of a core",
+                     .reference =
+                         std::string(measuring ? "bare window, repainted 20 times/s: " : "bare window, 50 ms timer: ") +
+                         NumberText(bare * 100.0, 2) + " %",
+                     .ratio = ours / bare,
+                     .aim = {}};
+        row.RatioAtMost(measuring ? 2.0 : 1.5).Print();
+    }
+
+private:
+    struct Watch {
+        std::vector<double> ours_s, bare_s, ours_KiB, bare_KiB, values;
+    };
+
+    std::vector<std::string> programArguments() const
+    {
+        const std::string folder = m_folder.path().toStdString();
+        return {m_bin + "RVQ", "--folder", folder, "--port", "1=" + link(), "--connect", "--print", "--language", "en"};
+    }
+    std::vector<std::string> bareArguments(const std::string& mode) const
+    {
+        return {m_bin + "orvex_bench_window", mode, m_size[0], m_size[1]};
+    }
+    std::vector<std::string> sensorArguments() const { return {m_bin + "rvqsim", "--link", link()}; }
+    std::string link() const { return m_folder.filePath("sensor").toStdString(); }
+
+    static void watchFor(const std::string& button)
+    {
+        setenv("QT_QPA_GENERIC_PLUGINS", ("orvexwitness" + (button.empty() ? "" : ":" + button)).c_str(), 1);
+    }
+
+    void waitForSensor() const
+    {
+        for (int i = 0; i < 100 && !std::filesystem::exists(link()); ++i) {
+            sleepFor(0.05);
+        }
+    }
+
+    /// The program and the bare windows side by side, over the same seconds.
+    void watchOnce(double seconds, bool measuring, Watch& watch)
+    {
+        const Process sensor(sensorArguments());
+        waitForSensor();
+        watchFor(measuring ? "cmdStart" : "");
+        Process program(programArguments());
+        program.Painted(m_size);
+        watchFor("");
+        Process bare(bareArguments(measuring ? "repaint" : "timer"));
+        bare.Painted(m_size);
+        Process still(bareArguments("still"));
+        still.Painted(m_size);
+        sleepFor(kSettle_s);
+        program.Lines();
+        const double ours_s = program.Used_s();
+        const double bare_s = bare.Used_s();
+        sleepFor(seconds);
+        watch.ours_s.push_back(program.Used_s() - ours_s);
+        watch.bare_s.push_back(bare.Used_s() - bare_s);
+        watch.values.push_back(program.Lines());
+        watch.ours_KiB.push_back(program.Resident_KiB());
+        watch.bare_KiB.push_back(still.Resident_KiB());
+        if (measuring != (watch.values.back() > 0)) {
+            throw std::runtime_error("the program measures when it should not, or does not when it should");
+        }
+    }
+
+    static TableRow memoryRow(const std::string& state, double ours_KiB, double bare_KiB)
+    {
+        return {.part = "program",
+                .what = "resident memory, " + state,
+                .ours = NumberText(ours_KiB / 1024.0, 1) + " MiB",
+                .reference = "bare window: " + NumberText(bare_KiB / 1024.0, 1) + " MiB",
+                .ratio = ours_KiB / bare_KiB,
+                .aim = {}};
+    }
+
+    std::string m_bin;
+    QTemporaryDir m_folder;
+    std::array<std::string, 2> m_size;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const double seconds = argc > 1 ? std::atof(argv[1]) : 20.0;
+    try {
+        Bench bench;
+        bench.CompareStarts();
+        bench.CompareUse(seconds, false);
+        bench.CompareUse(seconds, true);
+    } catch (const std::exception& fault) {
+        std::fprintf(stderr, "orvex_bench_program: %s\n", fault.what());
+        return 1;
+    }
+    return 0;
+}
