@@ -39,6 +39,9 @@ void clsConfigLibrary::Build()
     m_entries.resize(1);
     clsIni ini({}, '.');
     ini.Filename(m_iniFile);
+    if (ini.GetSection(kSection).empty()) {
+        return; // and not as many reads of the file as there may be numbers
+    }
     for (std::int32_t number = 1; number <= kMostFiles; ++number) {
         const auto path = std::get<std::string>(ini.GetSetting(kSection, keyOf(number), std::string()));
         if (!path.empty()) {

@@ -2,15 +2,22 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QGroupBox>
 #include <QIconEngine>
 #include <QPainter>
 #include <QStyleOption>
+
+#include <algorithm>
 
 namespace {
 
 constexpr double kRadius = 2.0;
 constexpr float kShare = 0.45F;
 constexpr float kShareDisabled = 0.25F;
+
+constexpr int kGroupMargin = 3; // Fusion's, in pixels
+constexpr QColor kPaleOutline(0, 0, 0, 24);
+constexpr QColor kPaleGround(0, 0, 0, 3);
 
 constexpr int kWhite = 250; // and more: a theme of high contrast
 
@@ -21,21 +28,41 @@ bool needsOutlines(const QPalette& palette)
 }
 
 /// Between ground and text.
-void drawOutline(const QStyleOption& option, QPainter& painter, bool round = false)
+QColor outlineColor(const QStyleOption& option)
 {
-    if (!needsOutlines(option.palette)) {
-        return;
-    }
     QColor color = option.palette.color(QPalette::Active, QPalette::WindowText);
     color.setAlphaF(option.state.testFlag(QStyle::State_Enabled) ? kShare : kShareDisabled);
+    return color;
+}
+
+void drawFrame(QPainter& painter, const QRectF& frame, double radius, const QColor& line, const QBrush& ground)
+{
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(color);
-    painter.setBrush(Qt::NoBrush);
-    const QRectF frame = QRectF(option.rect).adjusted(0.5, 0.5, -0.5, -0.5);
-    const double radius = round ? frame.width() / 2.0 : kRadius;
-    painter.drawRoundedRect(frame, radius, radius);
+    painter.setPen(line);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     painter.restore();
+}
+
+void drawOutline(const QStyleOption& option, QPainter& painter, bool round = false)
+{
+    if (needsOutlines(option.palette)) {
+        drawFrame(painter, option.rect, round ? option.rect.width() / 2.0 : kRadius, outlineColor(option), Qt::NoBrush);
+    }
+}
+
+/// Below the group's title, where Fusion has it. Fusion's own frame is a picture: to read it, every plugin for pictures
+/// is looked at before the first window is there.
+void drawGroupFrame(const QStyleOption& option, QPainter& painter, const QWidget* widget)
+{
+    const auto* group = qobject_cast<const QGroupBox*>(widget);
+    const bool isBare = group != nullptr && group->title().isEmpty() && !group->isCheckable();
+    const int indicator = QApplication::style()->pixelMetric(QStyle::PM_ExclusiveIndicatorHeight, &option, widget);
+    const int title = isBare ? 0 : std::max(indicator, option.fontMetrics.height());
+    const QRectF frame = QRectF(option.rect).adjusted(1, title + kGroupMargin + 1, 0, 0);
+    drawFrame(painter, frame, kRadius, needsOutlines(option.palette) ? outlineColor(option) : kPaleOutline,
+              kPaleGround);
 }
 
 /// What has the focus, or is the default button, has an outline of a colour of its own already.
@@ -66,10 +93,13 @@ OutlinedStyle::OutlinedStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
 void OutlinedStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                                   const QWidget* widget) const
 {
+    if (element == PE_FrameGroupBox) {
+        drawGroupFrame(*option, *painter, widget);
+        return;
+    }
     QProxyStyle::drawPrimitive(element, option, painter, widget);
     switch (element) {
     case PE_Frame:
-    case PE_FrameGroupBox:
     case PE_FrameMenu:
         drawOutline(*option, *painter);
         break;
