@@ -1,11 +1,13 @@
 #include "shell/LineLabel.h"
 
+#include <QEvent>
 #include <QFontMetricsF>
 #include <QPainter>
 
 LineLabel::LineLabel(QWidget* parent, Qt::TextElideMode mode) : QLabel(parent), m_mode(mode)
 {
     setTextFormat(Qt::PlainText); // else every new text is searched for tags
+    m_line.setTextFormat(Qt::PlainText);
     if (mode != Qt::ElideNone) {
         setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     }
@@ -24,16 +26,39 @@ QSize LineLabel::sizeHint() const
     return {metrics.horizontalAdvance(measured), metrics.height()};
 }
 
+bool LineLabel::event(QEvent* event)
+{
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        m_laidOut = {};
+    }
+    return QLabel::event(event);
+}
+
+/// Laying a text out costs more than drawing it, so it is done again only for another one. That of the last text stays
+/// while there is none: messages come and go.
+void LineLabel::layOut()
+{
+    const bool elides = m_mode != Qt::ElideNone;
+    if (m_laidOut == text() && (m_laidOutWidth == width() || !elides)) {
+        return;
+    }
+    m_laidOut = text();
+    m_laidOutWidth = width();
+    m_line.setText(m_laidOut);
+    m_line.prepare({}, font());
+    if (elides && m_line.size().width() > width()) {
+        m_line.setText(QFontMetricsF(font()).elidedText(m_laidOut, m_mode, width()));
+        m_line.prepare({}, font());
+    }
+}
+
 void LineLabel::paintEvent(QPaintEvent*)
 {
-    QPainter painter(this);
-    const QFontMetricsF metrics(font());
-    QString shown = text();
-    double needed = metrics.horizontalAdvance(shown);
-    if (needed > width() && m_mode != Qt::ElideNone) {
-        shown = metrics.elidedText(shown, m_mode, width());
-        needed = metrics.horizontalAdvance(shown);
+    if (text().isEmpty()) {
+        return;
     }
-    const double left = alignment().testFlag(Qt::AlignRight) ? width() - needed : 0.0;
-    painter.drawText(QPointF(left, (height() + metrics.ascent() - metrics.descent()) / 2.0), shown);
+    layOut();
+    const QSizeF size = m_line.size();
+    const double left = alignment().testFlag(Qt::AlignRight) ? width() - size.width() : 0.0;
+    QPainter(this).drawStaticText(QPointF(left, (height() - size.height()) / 2.0), m_line);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QLabel>
+#include <QStaticText>
 
 class LineLabel : public QLabel {
     Q_OBJECT
@@ -16,8 +17,14 @@ public:
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void layOut();
+
     Qt::TextElideMode m_mode;
+    QStaticText m_line;
+    QString m_laidOut;
+    int m_laidOutWidth = 0;
 };
