@@ -29,7 +29,8 @@ bool IsDark(const QColor& color)
 QFont FontOf(const clsLabel& label, const QFont& base)
 {
     QFont font = base;
-    if (const QString family = FromUtf8(label.FontName); QFontDatabase::hasFamily(family)) {
+    // Mostly there is no name, and to ask for a family takes longer than all the rest.
+    if (const QString family = FromUtf8(label.FontName); !family.isEmpty() && QFontDatabase::hasFamily(family)) {
         font.setFamily(family);
     }
     if (label.FontSize > 0.0) {

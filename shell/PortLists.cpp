@@ -67,9 +67,12 @@ private:
 /// Returns the second text, which only a device has that exists.
 QString describePort(QComboBox& list, int item, const QString& device)
 {
+    if (device.isEmpty()) {
+        return {};
+    }
     QString second;
     QString described = device;
-    if (!device.isEmpty() && QFile::exists(device)) {
+    if (QFile::exists(device)) {
         const std::string maker = modPComm::MakerOf(QFile::encodeName(device).toStdString());
         described += maker.empty() ? QString() : QStringLiteral(" – ") + FromUtf8(maker);
         QFont standsOut = list.font();
@@ -96,9 +99,13 @@ std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices,
     list.setMaxVisibleItems(kShownPorts);
     QStyleOptionViewItem option;
     option.initFrom(&list);
+    QStringList names; // added at once, as the list tells its view of each addition
+    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
+        names += QStringLiteral("COM %1").arg(port);
+    }
+    list.addItems(names);
     int widest = 0; // asking the view would have it measure each of the 255 items
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        list.addItem(QStringLiteral("COM %1").arg(port));
         const QString second = describePort(list, port - 1, QFile::decodeName(devices.DeviceOf(port).c_str()));
         if (port == 1 || !second.isEmpty()) {
             widest = std::max(widest, SecondTextDelegate::WidthWith(second, option));
