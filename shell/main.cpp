@@ -264,9 +264,9 @@ int runProgram(const Options& options)
 int main(int argc, char** argv)
 {
     needNoDisplayForTexts(argc, argv);
-    // The list of fonts takes a tenth of the time to the first window, so it is read beside the greeting of the
-    // display.
-    std::future<void> fonts = std::async(std::launch::async, [] { FcInit(); });
+    // The list of fonts takes a tenth of the time to the first window, so it is read, where a thread can be had, beside
+    // the greeting of the display.
+    std::future<void> fonts = std::async([] { FcInit(); });
     QApplication application(argc, argv);
     fonts.wait();
     QApplication::setApplicationName(QStringLiteral("RVQ"));
