@@ -9,7 +9,6 @@
 #include <grp.h>
 #include <linux/serial.h>
 #include <optional>
-#include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -214,10 +213,6 @@ std::int32_t clsPosixPort::sio_iqueue(std::int32_t port)
     int waiting = 0;
     if (fd < 0) {
         return -1;
-    }
-    pollfd look{fd, POLLIN, 0};
-    if (poll(&look, 1, 0) == 0) {
-        return 0; // nothing new, the device's end neither: most looks end here
     }
     if (ioctl(fd, FIONREAD, &waiting) != 0) {
         noteFault(port);
