@@ -4,6 +4,7 @@
 #include "shell/QtText.h"
 
 #include <QFontDatabase>
+#include <QHash>
 #include <QImage>
 #include <QPainter>
 
@@ -26,11 +27,25 @@ bool IsDark(const QColor& color)
     return qGray(color.rgb()) < 128;
 }
 
+namespace {
+
+/// To ask the system takes longer than the rest of a drawing, so it is asked once for each.
+bool hasFamily(const QString& family)
+{
+    static QHash<QString, bool> known;
+    auto found = known.constFind(family);
+    if (found == known.constEnd()) {
+        found = known.insert(family, !family.isEmpty() && QFontDatabase::hasFamily(family));
+    }
+    return *found;
+}
+
+} // namespace
+
 QFont FontOf(const clsLabel& label, const QFont& base)
 {
     QFont font = base;
-    // Mostly there is no name, and to ask for a family takes longer than all the rest.
-    if (const QString family = FromUtf8(label.FontName); !family.isEmpty() && QFontDatabase::hasFamily(family)) {
+    if (const QString family = FromUtf8(label.FontName); hasFamily(family)) {
         font.setFamily(family);
     }
     if (label.FontSize > 0.0) {
