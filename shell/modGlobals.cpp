@@ -97,8 +97,10 @@ bool SaveGlobalSettings(const Settings& settings)
 std::string ConfiguredPorts::DeviceOf(std::string_view key)
 {
     std::error_code missing;
-    if (const auto changed = std::filesystem::last_write_time(m_iniFile, missing); changed != m_changed) {
-        m_changed = changed;
+    const std::pair state(std::filesystem::last_write_time(m_iniFile, missing),
+                          std::filesystem::file_size(m_iniFile, missing));
+    if (state != m_state) {
+        m_state = state;
         m_namesAny = !modIni::GetPrivateProfileSectionA(kPorts, kLongestPath, m_iniFile).empty();
     }
     if (!m_namesAny) {

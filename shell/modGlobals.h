@@ -49,7 +49,8 @@ public:
 
 private:
     std::string m_iniFile;
-    std::filesystem::file_time_type m_changed = std::filesystem::file_time_type::min(); ///< that of a missing file, too
+    /// When the file was written, and its size; those of a missing file, too.
+    std::pair<std::filesystem::file_time_type, std::uintmax_t> m_state{std::filesystem::file_time_type::min(), 0};
     bool m_namesAny = false;
 };
 

@@ -38,9 +38,20 @@ TEST(GlobalSettings, ComeBackAndLeaveWhatOthersWrote)
         << "what has not changed stays as written";
     EXPECT_NE(TemporaryFolder::Read(file).find("yMax=5000.0"), std::string::npos);
     EXPECT_EQ(load().Comport, 7);
+}
 
-    folder.Write("RVQ.ini", "[Ports]\nCOM7= /dev/x \n");
-    EXPECT_EQ(modGlobals::ConfiguredPorts(file).DeviceOf("COM7"), "/dev/x");
+TEST(ConfiguredPorts, FollowTheFileWhileTheProgramRuns)
+{
+    const TemporaryFolder folder;
+    modGlobals::ConfiguredPorts ports(folder.path / "RVQ.ini");
+    for (const auto& [written, device] :
+         {std::pair("", ""), std::pair("[Ports]\nCOM7= /dev/x \n", "/dev/x"),
+          std::pair("[Ports]\nCOM7=/dev/yz\n", "/dev/yz"), std::pair("[Other]\n", "")}) {
+        folder.Write("RVQ.ini", written);
+        EXPECT_EQ(ports.DeviceOf("COM7"), device) << written;
+    }
+    std::filesystem::remove(folder.path / "RVQ.ini");
+    EXPECT_EQ(ports.DeviceOf("COM7"), "");
 }
 
 } // namespace
