@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::int32_t kSecondText = Qt::UserRole;
 constexpr int kShownPorts = 24;
+constexpr int kPortNameLength = 7; ///< "COM 255"
 
 /// Draws a second text, lighter, beside that of an item.
 class SecondTextDelegate : public QStyledItemDelegate {
@@ -97,6 +98,8 @@ std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices,
     }
     list.view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     list.setMaxVisibleItems(kShownPorts);
+    list.setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else each of 255 texts is measured
+    list.setMinimumContentsLength(kPortNameLength);
     QStyleOptionViewItem option;
     option.initFrom(&list);
     QStringList names; // added at once, as the list tells its view of each addition
