@@ -15,7 +15,8 @@ constexpr double kRadius = 2.0;
 constexpr float kShare = 0.45F;
 constexpr float kShareDisabled = 0.25F;
 
-constexpr int kGroupMargin = 3; // Fusion's, in pixels
+// Fusion's frame of a group, as its picture has it: in pixels, and black.
+constexpr int kGroupMargin = 3;
 constexpr QColor kPaleOutline(0, 0, 0, 24);
 constexpr QColor kPaleGround(0, 0, 0, 3);
 
