@@ -30,6 +30,8 @@ constexpr Rate kRates[] = {{1200, B1200},   {2400, B2400},   {4800, B4800},   {9
                            {19200, B19200}, {38400, B38400}, {57600, B57600}, {115200, B115200}};
 static_assert(std::ranges::equal(kRates, kPortRates, {}, &Rate::bit_s));
 constexpr speed_t kSpeedOnOpening = B9600;
+/// Twice a second at the pace of the measurement.
+constexpr std::uint32_t kEmptyLooksPerRead = 10;
 
 std::string groupName(gid_t gid)
 {
@@ -223,7 +225,7 @@ std::int32_t clsPosixPort::sio_iqueue(std::int32_t port)
     }
     // Some drivers tell of a device that has gone only in a read; with bytes waiting it would take one.
     char none = 0;
-    if (read(fd, &none, 0) < 0) {
+    if (++m_lines[port].emptyLooks % kEmptyLooksPerRead == 0 && read(fd, &none, 0) < 0) {
         noteFault(port);
     }
     return 0;

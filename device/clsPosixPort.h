@@ -38,6 +38,7 @@ private:
     struct Line {
         int fd = -1; ///< -1: vanished
         LineErrors seen;
+        std::uint32_t emptyLooks = 0; ///< at the bytes waiting, with none there
     };
 
     int descriptor(std::int32_t port) const;
