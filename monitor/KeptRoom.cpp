@@ -1,25 +1,23 @@
 #include "monitor/KeptRoom.h"
 
+#include "shell/LineLabel.h"
+
 #include <QEvent>
-#include <QLabel>
 #include <QPainter>
 
+#include <cmath>
 #include <utility>
 
-KeptRoom::KeptRoom(QWidget* parent) : QWidget(parent)
-{
-    setAttribute(Qt::WA_OpaquePaintEvent);
-}
-
-void KeptRoom::Hold(QLabel& label)
+void KeptRoom::Hold(LineLabel& label)
 {
     m_label = &label;
     setSizePolicy(label.sizePolicy());
+    label.DrawGroundBy([this](QPainter& painter) { drawGround(painter); });
 }
 
 QSize KeptRoom::sizeHint() const
 {
-    return m_label->sizeHint().expandedTo(m_label->minimumSize()).expandedTo(m_room);
+    return m_label->sizeHint().expandedTo(minimumSize()).expandedTo(m_room);
 }
 
 QSize KeptRoom::minimumSizeHint() const
@@ -36,6 +34,9 @@ bool KeptRoom::event(QEvent* event)
         m_length = 0;
         [[fallthrough]];
     case QEvent::PaletteChange:
+    case QEvent::EnabledChange:
+    case QEvent::WindowActivate:
+    case QEvent::WindowDeactivate:
     case QEvent::Move:
     case QEvent::Resize:
         m_ground = {};
@@ -62,14 +63,15 @@ void KeptRoom::keepUp()
     }
 }
 
-void KeptRoom::paintEvent(QPaintEvent*)
+void KeptRoom::drawGround(QPainter& painter)
 {
-    if (m_ground.devicePixelRatio() != devicePixelRatio() || m_ground.isNull()) {
-        m_ground = QPixmap(size() * devicePixelRatio());
-        m_ground.setDevicePixelRatio(devicePixelRatio());
+    const double scale = devicePixelRatio();
+    if (m_ground.isNull() || m_ground.devicePixelRatio() != scale) {
+        m_ground = QPixmap(static_cast<int>(std::ceil(width() * scale)), static_cast<int>(std::ceil(height() * scale)));
+        m_ground.setDevicePixelRatio(scale);
         parentWidget()->render(&m_ground, {}, geometry(), DrawWindowBackground);
     }
-    QPainter(this).drawPixmap(0, 0, m_ground);
+    painter.drawPixmap(0, 0, m_ground);
 }
 
 void KeptRoom::resizeEvent(QResizeEvent*)

@@ -105,6 +105,7 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
     styleMeasurement();
     roomOfValue->Hold(*lblMeasValue);
+    roomOfValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
 
     auto* grid = new QGridLayout(fraMeasurement);
     grid->addWidget(shpLamp, 0, 0);
@@ -131,7 +132,6 @@ void MainForm::styleMeasurement() const
     lblMeasValue->setFont(large);
     lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     // As large as the longest text, so that nothing moves whatever is measured, the first value included.
-    lblMeasValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);
@@ -215,10 +215,12 @@ void MainForm::buildStatusBar(QMainWindow& window)
         room = new KeptRoom(&window);
     }
     pnlMessages = new MessagePanel(rooms[0], Qt::ElideRight);
-    sbar = {pnlMessages, new LineLabel(rooms[1], Qt::ElideMiddle), new LineLabel(rooms[2])};
+    const std::array<LineLabel*, 3> panels{pnlMessages, new LineLabel(rooms[1], Qt::ElideMiddle),
+                                           new LineLabel(rooms[2])};
     for (std::size_t i = 0; i < sbar.size(); ++i) {
-        sbar[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
-        rooms[i]->Hold(*sbar[i]);
+        panels[i]->setObjectName(QStringLiteral("sbar_%1").arg(i + 1));
+        rooms[i]->Hold(*panels[i]);
+        sbar[i] = panels[i];
     }
     window.statusBar()->addWidget(rooms[0], 1);
     window.statusBar()->addWidget(rooms[1], 1);

@@ -2,6 +2,8 @@
 
 #include "device/modPComm.h"
 #include "shell/Localise.h"
+#include "shell/QtText.h"
+#include "shell/modAPI.h"
 
 #include <QFile>
 #include <QStringList>
@@ -11,6 +13,7 @@
 namespace {
 
 constexpr int kStays_ms = 10000;
+constexpr int kReadable_ms = 500;
 constexpr std::size_t kNotes = 6;
 
 enum TextId : std::int32_t {
@@ -24,19 +27,45 @@ enum TextId : std::int32_t {
 
 } // namespace
 
-void MessagePanel::ShowStatus(const QString& message, const QString& time)
+void MessagePanel::ShowStatus(const QString& message, double time)
 {
-    if (text() != message && m_stays.hasExpired()) {
-        setText(message);
+    if (message.isEmpty()) {
+        if (!std::exchange(m_isOver, true)) {
+            Settle();
+        }
+        return;
+    }
+    if (m_stays.hasExpired()) {
+        if (std::exchange(m_isOver, false) || text() != message) {
+            m_readable.setRemainingTime(kReadable_ms);
+        }
+        showText(message);
     }
     note(message, time);
 }
 
-void MessagePanel::ShowMessage(const QString& message, const QString& time)
+void MessagePanel::Settle()
+{
+    if (m_isOver && m_readable.hasExpired() && m_stays.hasExpired()) {
+        showText({});
+    }
+}
+
+void MessagePanel::showText(const QString& message)
+{
+    if (text() != message) {
+        setText(message);
+    }
+}
+
+void MessagePanel::ShowMessage(const QString& message, double time)
 {
     m_stays.setRemainingTime(message.isEmpty() ? 0 : kStays_ms);
+    m_isOver = false;
     setText(message);
-    note(message, time);
+    if (!message.isEmpty()) {
+        note(message, time);
+    }
 }
 
 bool MessagePanel::Explain(const QString& failure)
@@ -55,13 +84,14 @@ bool MessagePanel::Explain(const QString& failure)
     return isNew;
 }
 
-void MessagePanel::note(const QString& message, const QString& time)
+void MessagePanel::note(const QString& message, double time)
 {
-    if (message.isEmpty() || (!m_notes.empty() && m_notes.front() == std::pair(message, time))) {
+    std::pair noted(message, FromUtf8(modAPI::TimeOfDayText(time)));
+    if (!m_notes.empty() && m_notes.front() == noted) {
         return;
     }
-    std::erase_if(m_notes, [&](const auto& noted) { return noted.first == message; });
-    m_notes.insert(m_notes.begin(), {message, time});
+    std::erase_if(m_notes, [&](const auto& earlier) { return earlier.first == message; });
+    m_notes.insert(m_notes.begin(), std::move(noted));
     m_notes.resize(std::min(m_notes.size(), kNotes));
     m_hasNews = true;
 }

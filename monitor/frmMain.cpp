@@ -55,12 +55,14 @@ void blockFor(std::int32_t ms)
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-/// Setting the same text again would lay the window out anew, twenty times a second.
-void setChanged(QLabel* label, const QString& text)
+/// Setting the same text again would lay the window out anew, twenty times a second. Whether it is another one.
+bool setChanged(QLabel* label, const QString& text)
 {
-    if (label->text() != text) {
+    const bool isOther = label->text() != text;
+    if (isOther) {
         label->setText(text);
     }
+    return isOther;
 }
 
 struct Lamp {
@@ -349,15 +351,10 @@ void frmMain::ShowTemperature(const std::string& temperature)
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
 {
     if (panel == 1) {
-        pnlMessages->ShowStatus(FromUtf8(message), timeText());
-    } else {
-        setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
+        pnlMessages->ShowStatus(FromUtf8(message), m_device.CurrentTime);
+    } else if (setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message))) {
+        pnlMessages->Settle();
     }
-}
-
-QString frmMain::timeText() const
-{
-    return FromUtf8(modAPI::TimeOfDayText(m_device.CurrentTime));
 }
 
 void frmMain::ShowDialogue(std::int32_t commStatus)

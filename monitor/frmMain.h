@@ -111,7 +111,6 @@ private:
     void connectAction(const QAction* action, void (frmMain::*act)());
     void localise();
     void initChartData(std::int32_t points);
-    QString timeText() const;
     void warnOfUnkeptSettings();
     void explainFailure();
     void noteFailure();

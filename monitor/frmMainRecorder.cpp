@@ -124,7 +124,7 @@ void frmMain::ShowFile(const QString& file, const QString& toolTip)
 
 void frmMain::ShowMessage(const QString& message)
 {
-    pnlMessages->ShowMessage(message, timeText());
+    pnlMessages->ShowMessage(message, m_device.CurrentTime);
 }
 
 void frmMain::BeginPlayback()

@@ -4,6 +4,8 @@
 #include <QFontMetricsF>
 #include <QPainter>
 
+#include <utility>
+
 LineLabel::LineLabel(QWidget* parent, Qt::TextElideMode mode) : QLabel(parent), m_mode(mode)
 {
     setTextFormat(Qt::PlainText); // else every new text is searched for tags
@@ -11,6 +13,12 @@ LineLabel::LineLabel(QWidget* parent, Qt::TextElideMode mode) : QLabel(parent), 
     if (mode != Qt::ElideNone) {
         setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     }
+}
+
+void LineLabel::DrawGroundBy(std::function<void(QPainter&)> ground)
+{
+    m_ground = std::move(ground);
+    setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
 /// As wide as the text with any other digits, which not every font has of one width.
@@ -54,11 +62,15 @@ void LineLabel::layOut()
 
 void LineLabel::paintEvent(QPaintEvent*)
 {
+    QPainter painter(this);
+    if (m_ground) {
+        m_ground(painter);
+    }
     if (text().isEmpty()) {
         return;
     }
     layOut();
     const QSizeF size = m_line.size();
     const double left = alignment().testFlag(Qt::AlignRight) ? width() - size.width() : 0.0;
-    QPainter(this).drawStaticText(QPointF(left, (height() - size.height()) / 2.0), m_line);
+    painter.drawStaticText(QPointF(left, (height() - size.height()) / 2.0), m_line);
 }

@@ -5,6 +5,10 @@
 #include <QLabel>
 #include <QStaticText>
 
+#include <functional>
+
+class QPainter;
+
 class LineLabel : public QLabel {
     Q_OBJECT
 
@@ -12,6 +16,10 @@ public:
     /// With a mode a long text does not widen the window: dots stand for what has no room; the tool tip is the owner's
     /// business.
     explicit LineLabel(QWidget* parent, Qt::TextElideMode mode = Qt::ElideNone);
+
+    /// What lies behind the text is drawn by `ground`, at 0, 0 and as large as the label, and nothing else is painted
+    /// for a new text. The picture must cover the label.
+    void DrawGroundBy(std::function<void(QPainter&)> ground);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
@@ -24,6 +32,7 @@ private:
     void layOut();
 
     Qt::TextElideMode m_mode;
+    std::function<void(QPainter&)> m_ground;
     QStaticText m_line;
     QString m_laidOut;
     int m_laidOutWidth = 0;

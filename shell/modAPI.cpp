@@ -49,8 +49,13 @@ double LocalTime()
     const auto now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
     const auto rest = now - floor<std::chrono::seconds>(now);
-    std::tm local{};
-    localtime_r(&seconds, &local);
+    // Asked twenty times a second, the calendar is looked at once in each.
+    thread_local std::time_t of = -1;
+    thread_local std::tm local{};
+    if (seconds != of) {
+        localtime_r(&seconds, &local);
+        of = seconds;
+    }
     return DateTimeOf({local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
                        static_cast<unsigned>(local.tm_mday), local.tm_hour, local.tm_min, local.tm_sec,
                        static_cast<std::int32_t>(duration_cast<milliseconds>(rest).count())});
