@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int kStays_ms = 10000;
-constexpr int kReadable_ms = 500;
+constexpr int kReadable_ms = 2000;
 constexpr std::size_t kNotes = 6;
 
 enum TextId : std::int32_t {

@@ -4,7 +4,19 @@
 #include <QFontMetricsF>
 #include <QPainter>
 
+#include <algorithm>
 #include <utility>
+
+namespace {
+
+/// Whether the text is a value or a time: signs of the sensor, none of which changes with its neighbours.
+bool isFigure(const QString& text)
+{
+    return std::ranges::any_of(text, [](QChar c) { return c.isDigit(); }) &&
+           std::ranges::all_of(text, [](QChar c) { return c >= u' ' && c <= u'~'; });
+}
+
+} // namespace
 
 LineLabel::LineLabel(QWidget* parent, Qt::TextElideMode mode) : QLabel(parent), m_mode(mode)
 {
@@ -38,6 +50,7 @@ bool LineLabel::event(QEvent* event)
 {
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         m_laidOut = {};
+        m_characters.clear();
     }
     return QLabel::event(event);
 }
@@ -66,11 +79,43 @@ void LineLabel::paintEvent(QPaintEvent*)
     if (m_ground) {
         m_ground(painter);
     }
-    if (text().isEmpty()) {
-        return;
+    if (m_mode == Qt::ElideNone && isFigure(text())) {
+        drawFigure(painter);
+    } else if (!text().isEmpty()) {
+        drawLine(painter);
     }
+}
+
+void LineLabel::drawLine(QPainter& painter)
+{
     layOut();
-    const QSizeF size = m_line.size();
+    painter.drawStaticText(cornerOf(m_line.size()), m_line);
+}
+
+/// Every figure is another one, but its characters are not: drawn one by one, nothing has to be laid out anew.
+void LineLabel::drawFigure(QPainter& painter)
+{
+    QSizeF size;
+    for (const QChar character : text()) {
+        Character& known = m_characters[character];
+        if (known.width == 0.0) {
+            known = {QStaticText(character), QFontMetricsF(font()).horizontalAdvance(character)};
+            known.text.setTextFormat(Qt::PlainText);
+            known.text.prepare({}, font());
+        }
+        size = {size.width() + known.width, std::max(size.height(), known.text.size().height())};
+    }
+    QPointF corner = cornerOf(size);
+    for (const QChar character : text()) {
+        const Character& known = m_characters[character];
+        painter.drawStaticText(corner, known.text);
+        corner.rx() += known.width;
+    }
+}
+
+/// Where a line of the size begins.
+QPointF LineLabel::cornerOf(const QSizeF& size) const
+{
     const double left = alignment().testFlag(Qt::AlignRight) ? width() - size.width() : 0.0;
-    painter.drawStaticText(QPointF(left, (height() - size.height()) / 2.0), m_line);
+    return {left, (height() - size.height()) / 2.0};
 }

@@ -2,6 +2,7 @@
 // all the time. A bare label lays out a paragraph for each, or a whole document if it can have the focus.
 #pragma once
 
+#include <QHash>
 #include <QLabel>
 #include <QStaticText>
 
@@ -29,10 +30,19 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    struct Character {
+        QStaticText text;
+        double width = 0.0;
+    };
+
     void layOut();
+    void drawLine(QPainter& painter);
+    void drawFigure(QPainter& painter);
+    QPointF cornerOf(const QSizeF& size) const;
 
     Qt::TextElideMode m_mode;
     std::function<void(QPainter&)> m_ground;
+    QHash<QChar, Character> m_characters; ///< of all figures so far
     QStaticText m_line;
     QString m_laidOut;
     int m_laidOutWidth = 0;
