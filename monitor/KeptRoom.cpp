@@ -12,7 +12,10 @@ void KeptRoom::Hold(LineLabel& label)
 {
     m_label = &label;
     setSizePolicy(label.sizePolicy());
-    label.DrawGroundBy([this](QPainter& painter) { drawGround(painter); });
+    label.DrawGroundBy([this](QPainter& painter) {
+        keepUp();
+        drawGround(painter);
+    });
 }
 
 QSize KeptRoom::sizeHint() const
@@ -41,16 +44,13 @@ bool KeptRoom::event(QEvent* event)
     case QEvent::Resize:
         m_ground = {};
         break;
-    case QEvent::LayoutRequest:
-        keepUp();
-        break;
     default:
         break;
     }
     return QWidget::event(event);
 }
 
-/// The label's text is another one. Measuring costs more than drawing, so only a longer one than any before is
+/// The label may have another text. Measuring costs more than drawing, so only a longer one than any before is
 /// measured.
 void KeptRoom::keepUp()
 {
@@ -74,7 +74,8 @@ void KeptRoom::drawGround(QPainter& painter)
     painter.drawPixmap(0, 0, m_ground);
 }
 
+/// A label of fixed size does not ask for another one with each new text.
 void KeptRoom::resizeEvent(QResizeEvent*)
 {
-    m_label->resize(size());
+    m_label->setFixedSize(size());
 }

@@ -27,6 +27,7 @@ namespace {
 
 constexpr double kValueFontScale = 2.2;
 constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
+constexpr char kTimeTemplate[] = "00:00:00";
 
 template <typename Widget, typename... Arguments>
 Widget* named(const char* name, Arguments&&... arguments)
@@ -222,6 +223,7 @@ void MainForm::buildStatusBar(QMainWindow& window)
         rooms[i]->Hold(*panels[i]);
         sbar[i] = panels[i];
     }
+    rooms[2]->setMinimumWidth(window.fontMetrics().horizontalAdvance(QLatin1String(kTimeTemplate)));
     window.statusBar()->addWidget(rooms[0], 1);
     window.statusBar()->addWidget(rooms[1], 1);
     window.statusBar()->addPermanentWidget(rooms[2]);
