@@ -69,6 +69,7 @@ void KeptRoom::drawGround(QPainter& painter)
     if (m_ground.isNull() || m_ground.devicePixelRatio() != scale) {
         m_ground = QPixmap(static_cast<int>(std::ceil(width() * scale)), static_cast<int>(std::ceil(height() * scale)));
         m_ground.setDevicePixelRatio(scale);
+        m_ground.fill(palette().color(QPalette::Window)); // at a fractional scale, a last row may be left out
         parentWidget()->render(&m_ground, {}, geometry(), DrawWindowBackground);
     }
     painter.drawPixmap(0, 0, m_ground);

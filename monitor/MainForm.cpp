@@ -106,6 +106,7 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
     styleMeasurement();
     roomOfValue->Hold(*lblMeasValue);
+    // As wide as the longest text, so that nothing moves whatever is measured, the first value included.
     roomOfValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
 
     auto* grid = new QGridLayout(fraMeasurement);
@@ -132,7 +133,6 @@ void MainForm::styleMeasurement() const
     large.setBold(true);
     lblMeasValue->setFont(large);
     lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    // As large as the longest text, so that nothing moves whatever is measured, the first value included.
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);

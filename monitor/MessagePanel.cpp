@@ -30,13 +30,12 @@ enum TextId : std::int32_t {
 void MessagePanel::ShowStatus(const QString& message, double time)
 {
     if (message.isEmpty()) {
-        if (!std::exchange(m_isOver, true)) {
-            Settle();
-        }
+        m_isOver = true; // Deliberate: the text is not cleared yet, see Settle
         return;
     }
+    const bool isBack = std::exchange(m_isOver, false);
     if (m_stays.hasExpired()) {
-        if (std::exchange(m_isOver, false) || text() != message) {
+        if (isBack || text() != message) {
             m_readable.setRemainingTime(kReadable_ms);
         }
         showText(message);
@@ -44,6 +43,8 @@ void MessagePanel::ShowStatus(const QString& message, double time)
     note(message, time);
 }
 
+/// Deliberate: what the dialogue cleared stands on for up to three seconds, "Comport not open" of a port that has just
+/// been opened, too. Nobody could read what stands for a single tick.
 void MessagePanel::Settle()
 {
     if (m_isOver && m_readable.hasExpired() && m_stays.hasExpired()) {

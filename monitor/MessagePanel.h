@@ -1,6 +1,6 @@
 // The status bar's panel for messages. Most of them are over with the next tick, and nobody could read them: they go a
-// moment later, with a step of the clock beside them, so that the bar neither flashes nor is painted twice. The tool
-// tip keeps the last ones with their time or says why there is no connection.
+// moment later, with a step of the clock beside them, so that the bar neither flashes nor is painted twice. Another one
+// replaces them at once. The tool tip keeps the last ones with their time or says why there is no connection.
 #pragma once
 
 #include "shell/LineLabel.h"
@@ -22,7 +22,7 @@ public:
     using LineLabel::LineLabel;
 
     /// What the dialogue with the sensor says at `time`, in days since 1899-12-30; it waits until a message has stood
-    /// long enough. Empty: nothing any more; what has stood long enough to be read goes at once, all else in `Settle`.
+    /// long enough. Empty: nothing any more; what stands there goes in `Settle`.
     void ShowStatus(const QString& message, double time);
     /// Clears a status that is over and could be read; for each step of the bar's clock.
     void Settle();

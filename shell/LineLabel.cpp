@@ -5,6 +5,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace {
@@ -43,7 +44,11 @@ QSize LineLabel::sizeHint() const
             character = u'0';
         }
     }
-    return {metrics.horizontalAdvance(measured), metrics.height()};
+    double width = isFigure(measured) ? 0.0 : metrics.horizontalAdvance(measured);
+    for (const QChar character : isFigure(measured) ? measured : QString()) { // as it is drawn
+        width += QFontMetricsF(font()).horizontalAdvance(character);
+    }
+    return {static_cast<int>(std::ceil(width)), metrics.height()};
 }
 
 bool LineLabel::event(QEvent* event)

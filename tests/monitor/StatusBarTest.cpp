@@ -9,8 +9,9 @@ namespace {
 
 /// A window of one label that keeps what it has once drawn.
 struct OneLabel {
-    OneLabel()
+    OneLabel(Qt::TextElideMode mode, Qt::Alignment alignment) : label(&room, mode)
     {
+        label.setAlignment(alignment);
         room.Hold(label);
         room.setGeometry(5, 5, 120, 30);
         window.resize(130, 40);
@@ -20,7 +21,7 @@ struct OneLabel {
 
     QWidget window;
     KeptRoom room{&window};
-    LineLabel label{&room, Qt::ElideRight};
+    LineLabel label;
 };
 
 TEST(StatusBar, ATextIsDrawnAsIfItHadAlwaysStoodThere)
@@ -47,45 +48,44 @@ TEST(StatusBar, ATextIsDrawnAsIfItHadAlwaysStoodThere)
         {"another colour", colored(QPalette::WindowText, Qt::red)},
         {"another ground", colored(QPalette::Window, Qt::yellow)},
     };
-    OneLabel shown;
-    shown.label.setText("12:59:57");
-    QImage before = shown.Picture();
-    for (std::size_t last = 0; last < std::size(rows); ++last) {
-        rows[last].change(shown);
-        OneLabel fresh;
-        fresh.label.setText("12:59:57");
-        for (std::size_t i = 0; i <= last; ++i) {
-            rows[i].change(fresh);
+    for (const auto& [mode, alignment] :
+         {std::pair(Qt::ElideRight, Qt::AlignLeft), std::pair(Qt::ElideNone, Qt::AlignRight)}) {
+        OneLabel shown(mode, alignment);
+        shown.label.setText("12:59:57");
+        QImage before = shown.Picture();
+        for (std::size_t last = 0; last < std::size(rows); ++last) {
+            rows[last].change(shown);
+            OneLabel fresh(mode, alignment);
+            fresh.label.setText("12:59:57");
+            for (std::size_t i = 0; i <= last; ++i) {
+                rows[i].change(fresh);
+            }
+            const QImage picture = shown.Picture();
+            EXPECT_EQ(picture, fresh.Picture()) << rows[last].what << mode;
+            EXPECT_NE(picture, before) << rows[last].what << mode;
+            before = picture;
         }
-        const QImage picture = shown.Picture();
-        EXPECT_EQ(picture, fresh.Picture()) << rows[last].what;
-        EXPECT_NE(picture, before) << rows[last].what;
-        before = picture;
     }
 }
 
-TEST(StatusBar, AStatusOfASingleTickCanBeReadAndALongOneGoesAtOnce)
+TEST(StatusBar, AStatusOfASingleTickCanBeRead)
 {
     MessagePanel panel(nullptr);
     const auto settled = [&] {
         panel.Settle();
         return panel.text().isEmpty();
     };
-    QElapsedTimer passed;
-    passed.start();
-    for (const char* status : {"read", "", "read", ""}) {
-        panel.ShowStatus(status, 0.0);
-        EXPECT_FALSE(settled()) << passed.elapsed();
-    }
-    EXPECT_TRUE(Until(settled));
-    EXPECT_GE(passed.elapsed(), 1900) << "in milliseconds";
-
     panel.ShowStatus("not open", 0.0);
+    QElapsedTimer passed;
     passed.start();
     Until([&] { return passed.hasExpired(2100); });
     EXPECT_FALSE(settled()) << "not over";
     panel.ShowStatus("", 0.0);
-    EXPECT_EQ(panel.text(), "");
+    EXPECT_TRUE(settled()) << "and it has been there long enough";
+    for (const char* status : {"read", "", "read", ""}) {
+        panel.ShowStatus(status, 0.0);
+        EXPECT_FALSE(settled()) << status;
+    }
 }
 
 } // namespace
