@@ -13,7 +13,6 @@
 namespace {
 
 constexpr int kStays_ms = 10000;
-constexpr int kReadable_ms = 2000;
 constexpr std::size_t kNotes = 6;
 
 enum TextId : std::int32_t {
@@ -29,44 +28,17 @@ enum TextId : std::int32_t {
 
 void MessagePanel::ShowStatus(const QString& message, double time)
 {
-    if (message.isEmpty()) {
-        m_isOver = true; // Deliberate: the text is not cleared yet, see Settle
-        return;
-    }
-    const bool isBack = std::exchange(m_isOver, false);
-    if (m_stays.hasExpired()) {
-        if (isBack || text() != message) {
-            m_readable.setRemainingTime(kReadable_ms);
-        }
-        showText(message);
-    }
-    note(message, time);
-}
-
-/// Deliberate: what the dialogue cleared stands on for up to three seconds, "Comport not open" of a port that has just
-/// been opened, too. Nobody could read what stands for a single tick.
-void MessagePanel::Settle()
-{
-    if (m_isOver && m_readable.hasExpired() && m_stays.hasExpired()) {
-        showText({});
-    }
-}
-
-void MessagePanel::showText(const QString& message)
-{
-    if (text() != message) {
+    if (text() != message && m_stays.hasExpired()) {
         setText(message);
     }
+    note(message, time);
 }
 
 void MessagePanel::ShowMessage(const QString& message, double time)
 {
     m_stays.setRemainingTime(message.isEmpty() ? 0 : kStays_ms);
-    m_isOver = false;
     setText(message);
-    if (!message.isEmpty()) {
-        note(message, time);
-    }
+    note(message, time);
 }
 
 bool MessagePanel::Explain(const QString& failure)
@@ -87,6 +59,9 @@ bool MessagePanel::Explain(const QString& failure)
 
 void MessagePanel::note(const QString& message, double time)
 {
+    if (message.isEmpty()) {
+        return;
+    }
     std::pair noted(message, FromUtf8(modAPI::TimeOfDayText(time)));
     if (!m_notes.empty() && m_notes.front() == noted) {
         return;

@@ -1,6 +1,5 @@
-// The status bar's panel for messages. Most of them are over with the next tick, and nobody could read them: they go a
-// moment later, with a step of the clock beside them, so that the bar neither flashes nor is painted twice. Another one
-// replaces them at once. The tool tip keeps the last ones with their time or says why there is no connection.
+// The status bar's panel for messages. Most of them stand for a single tick; the tool tip keeps the last ones with
+// their time or says why there is no connection.
 #pragma once
 
 #include "shell/LineLabel.h"
@@ -22,10 +21,8 @@ public:
     using LineLabel::LineLabel;
 
     /// What the dialogue with the sensor says at `time`, in days since 1899-12-30; it waits until a message has stood
-    /// long enough. Empty: nothing any more; what stands there goes in `Settle`.
+    /// long enough.
     void ShowStatus(const QString& message, double time);
-    /// Clears a status that is over and could be read; for each step of the bar's clock.
-    void Settle();
     /// A message that stays long enough to be read; an empty one clears the panel.
     void ShowMessage(const QString& message, double time);
     /// Keeps the tool tip, and in it first of all why the port cannot be opened; empty for an open one. For every tick.
@@ -34,12 +31,9 @@ public:
     const QString& Failure() const { return m_failure; }
 
 private:
-    void showText(const QString& message);
     void note(const QString& message, double time);
 
-    QDeadlineTimer m_stays;    ///< until then the message stays
-    QDeadlineTimer m_readable; ///< until then a status that is over can still be read
-    bool m_isOver = false;     ///< the status shown is
+    QDeadlineTimer m_stays; ///< until then the message stays
     QString m_failure;
     std::vector<std::pair<QString, QString>> m_notes; ///< the newest time of each message, the newest first
     bool m_hasNews = false;                           ///< the tool tip is to be made anew

@@ -55,14 +55,12 @@ void blockFor(std::int32_t ms)
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-/// Setting the same text again would lay the window out anew, twenty times a second. Whether it is another one.
-bool setChanged(QLabel* label, const QString& text)
+/// Setting the same text again would lay the window out anew, twenty times a second.
+void setChanged(QLabel* label, const QString& text)
 {
-    const bool isOther = label->text() != text;
-    if (isOther) {
+    if (label->text() != text) {
         label->setText(text);
     }
-    return isOther;
 }
 
 struct Lamp {
@@ -352,8 +350,8 @@ void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
 {
     if (panel == 1) {
         pnlMessages->ShowStatus(FromUtf8(message), m_device.CurrentTime);
-    } else if (setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message))) {
-        pnlMessages->Settle();
+    } else {
+        setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
     }
 }
 

@@ -1,9 +1,12 @@
-// The texts that change all the time: what they show, and how long.
+// What the labels whose texts change all the time keep of what they have drawn.
 #include "monitor/KeptRoom.h"
-#include "monitor/MessagePanel.h"
-#include "tests/support/Desk.h"
+#include "shell/LineLabel.h"
 
+#include <QPalette>
+
+#include <functional>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace {
 
@@ -65,26 +68,6 @@ TEST(StatusBar, ATextIsDrawnAsIfItHadAlwaysStoodThere)
             EXPECT_NE(picture, before) << rows[last].what << mode;
             before = picture;
         }
-    }
-}
-
-TEST(StatusBar, AStatusOfASingleTickCanBeRead)
-{
-    MessagePanel panel(nullptr);
-    const auto settled = [&] {
-        panel.Settle();
-        return panel.text().isEmpty();
-    };
-    panel.ShowStatus("not open", 0.0);
-    QElapsedTimer passed;
-    passed.start();
-    Until([&] { return passed.hasExpired(2100); });
-    EXPECT_FALSE(settled()) << "not over";
-    panel.ShowStatus("", 0.0);
-    EXPECT_TRUE(settled()) << "and it has been there long enough";
-    for (const char* status : {"read", "", "read", ""}) {
-        panel.ShowStatus(status, 0.0);
-        EXPECT_FALSE(settled()) << status;
     }
 }
 
