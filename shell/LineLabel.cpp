@@ -44,8 +44,11 @@ QSize LineLabel::sizeHint() const
             character = u'0';
         }
     }
-    double width = isFigure(measured) ? 0.0 : metrics.horizontalAdvance(measured);
-    for (const QChar character : isFigure(measured) ? measured : QString()) { // as it is drawn
+    if (!isFigure(measured)) {
+        return {metrics.horizontalAdvance(measured), metrics.height()};
+    }
+    double width = 0.0; // character by character, as it is drawn
+    for (const QChar character : measured) {
         width += QFontMetricsF(font()).horizontalAdvance(character);
     }
     return {static_cast<int>(std::ceil(width)), metrics.height()};

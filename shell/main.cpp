@@ -266,8 +266,7 @@ int main(int argc, char** argv)
 {
     needNoDisplayForTexts(argc, argv);
     // The list of fonts takes a tenth of the time to the first window, so it is read, where a thread can be had, beside
-    // the greeting of the display. It reads numbers, which the locale must not change in the
-    // meantime, so it is set before.
+    // the greeting of the display. It reads numbers, which the locale must not change meanwhile, so that is set before.
     std::setlocale(LC_ALL, "");
     std::future<void> fonts = std::async([] { FcInit(); });
     QApplication application(argc, argv);

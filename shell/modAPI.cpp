@@ -50,11 +50,11 @@ double LocalTime()
     const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
     const auto rest = now - floor<std::chrono::seconds>(now);
     // Asked twenty times a second, the calendar is looked at once in each.
-    thread_local std::time_t of = -1;
+    thread_local std::time_t known = -1;
     thread_local std::tm local{};
-    if (seconds != of) {
+    if (seconds != known) {
         localtime_r(&seconds, &local);
-        of = seconds;
+        known = seconds;
     }
     return DateTimeOf({local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
                        static_cast<unsigned>(local.tm_mday), local.tm_hour, local.tm_min, local.tm_sec,
