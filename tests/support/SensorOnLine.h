@@ -83,7 +83,12 @@ struct SensorOnLine {
         deliver(sensor.Transmit(m_sensor_s));
         loop.Tick(ScriptedSensor::kStart + m_now_s / kSecondsPerDay);
     }
-    void Unplug() { terminal.Unplug(); }
+    void Unplug()
+    {
+        terminal.Unplug();
+        // Its number is free now: a program that goes on trying it would take the terminal of another test.
+        devices.Override(1, "/dev/unplugged");
+    }
     void Replug()
     {
         terminal.Replug(sensor.LineRate());
