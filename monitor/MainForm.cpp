@@ -7,6 +7,7 @@
 #include "monitor/ValueLabel.h"
 #include "shell/LineLabel.h"
 #include "shell/Localise.h"
+#include "shell/PortLists.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -161,7 +162,7 @@ void MainForm::buildSensorFrame(QWidget& parent)
 void MainForm::buildComportFrame(QWidget& parent)
 {
     fraComport = named<QGroupBox>("fraComport", &parent);
-    cmbComPort = named<QComboBox>("cmbComPort", fraComport);
+    cmbComPort = named<PortList>("cmbComPort", fraComport);
     cmbBaudrate = named<QComboBox>("cmbBaudrate", fraComport);
     auto* row = new QHBoxLayout(fraComport);
     row->addWidget(cmbComPort, 1);

@@ -8,6 +8,7 @@
 
 class MessagePanel;
 class LampShape;
+class PortList;
 class QAction;
 class QCheckBox;
 class QComboBox;
@@ -44,7 +45,7 @@ protected:
     QComboBox* cmbAverageDepth = nullptr;
     QCheckBox* chkMovingAverage = nullptr;
     QCheckBox* chkRedLaser = nullptr;
-    QComboBox* cmbComPort = nullptr;
+    PortList* cmbComPort = nullptr;
     QComboBox* cmbBaudrate = nullptr;
     XYChart* picGraph = nullptr;
     MessagePanel* pnlMessages = nullptr;

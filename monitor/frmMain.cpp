@@ -105,7 +105,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
 
 void frmMain::fillControls()
 {
-    m_settings.Comport = FillComPorts(*cmbComPort, m_ports.devices, m_settings.Comport);
+    m_settings.Comport = cmbComPort->Fill(m_ports.devices, m_settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
     for (std::int32_t id = kAverageDepths.first; id <= kAverageDepths.second; ++id) {
         cmbAverageDepth->addItem(FromUtf8(modFunctions::NeutralText(id)));
@@ -240,7 +240,7 @@ void frmMain::fraFirstSteps_Tried()
     if (!m_simulated) {
         m_simulated.emplace(m_settings.Comport, port);
     }
-    m_settings.Comport = FillComPorts(*cmbComPort, m_ports.devices, port);
+    m_settings.Comport = cmbComPort->Fill(m_ports.devices, port);
     m_unconnectedTicks = 0;
     fraFirstSteps->hide();
     cmdStart->setFocus(); // the button that had it is gone

@@ -5,12 +5,12 @@
 #include "shell/QtText.h"
 
 #include <QAbstractItemView>
-#include <QComboBox>
 #include <QFile>
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QStyledItemDelegate>
+#include <QVariant>
 
 #include <algorithm>
 
@@ -65,59 +65,78 @@ private:
     }
 };
 
+void describe(QComboBox& list, int item, const QVariant& value, int role)
+{
+    if (list.itemData(item, role) != value) { // the list tells its view of each change
+        list.setItemData(item, value, role);
+    }
+}
+
 /// Returns the second text, which only a device has that exists.
 QString describePort(QComboBox& list, int item, const QString& device)
 {
-    if (device.isEmpty()) {
-        return {};
-    }
-    QString second;
     QString described = device;
-    if (QFile::exists(device)) {
+    QString second;
+    if (!device.isEmpty() && QFile::exists(device)) {
         const std::string maker = modPComm::MakerOf(QFile::encodeName(device).toStdString());
         described += maker.empty() ? QString() : QStringLiteral(" – ") + FromUtf8(maker);
-        QFont standsOut = list.font();
-        standsOut.setBold(true);
-        list.setItemData(item, standsOut, Qt::FontRole);
         second = described;
-        list.setItemData(item, second, kSecondText);
-        list.setItemData(item, described, Qt::AccessibleDescriptionRole);
     }
-    list.setItemData(item, described, Qt::ToolTipRole);
+    QFont standsOut = list.font();
+    standsOut.setBold(true);
+    describe(list, item, second.isEmpty() ? QVariant() : standsOut, Qt::FontRole);
+    describe(list, item, second, kSecondText);
+    describe(list, item, second, Qt::AccessibleDescriptionRole);
+    describe(list, item, described, Qt::ToolTipRole);
     return second;
 }
 
 } // namespace
 
-std::int32_t FillComPorts(QComboBox& list, const modPComm::PortDevices& devices, std::int32_t selected)
+std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t selected)
 {
-    const QSignalBlocker silent(list);
-    list.clear();
-    if (dynamic_cast<SecondTextDelegate*>(list.itemDelegate()) == nullptr) {
-        list.setItemDelegate(new SecondTextDelegate(&list));
+    const QSignalBlocker silent(*this);
+    m_devices = &devices;
+    if (count() == 0) {
+        setMaxVisibleItems(kShownPorts);
+        setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else each of 255 texts is measured
+        setMinimumContentsLength(kPortNameLength);
+        QStringList names; // added at once, as the list tells its view of each addition
+        for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
+            names += QStringLiteral("COM %1").arg(port);
+        }
+        addItems(names);
     }
-    list.view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    list.setMaxVisibleItems(kShownPorts);
-    list.setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else each of 255 texts is measured
-    list.setMinimumContentsLength(kPortNameLength);
+    setCurrentIndex(selected >= 1 && selected <= modPComm::kPortCount ? selected - 1 : 0);
+    return currentIndex() + 1;
+}
+
+void PortList::showPopup()
+{
+    describePorts();
+    QComboBox::showPopup();
+}
+
+void PortList::describePorts()
+{
+    if (m_devices == nullptr) {
+        return;
+    }
+    if (dynamic_cast<SecondTextDelegate*>(itemDelegate()) == nullptr) {
+        setItemDelegate(new SecondTextDelegate(this));
+        view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    }
     QStyleOptionViewItem option;
-    option.initFrom(&list);
-    QStringList names; // added at once, as the list tells its view of each addition
+    option.initFrom(this);
+    int widest =
+        SecondTextDelegate::WidthWith({}, option); // asking the view would have it measure each of the 255 items
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        names += QStringLiteral("COM %1").arg(port);
-    }
-    list.addItems(names);
-    int widest = 0; // asking the view would have it measure each of the 255 items
-    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        const QString second = describePort(list, port - 1, QFile::decodeName(devices.DeviceOf(port).c_str()));
-        if (port == 1 || !second.isEmpty()) {
+        const QString second = describePort(*this, port - 1, QFile::decodeName(m_devices->DeviceOf(port).c_str()));
+        if (!second.isEmpty()) {
             widest = std::max(widest, SecondTextDelegate::WidthWith(second, option));
         }
     }
-    const int scrollBar = list.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    list.view()->setMinimumWidth(widest + 2 * scrollBar);
-    list.setCurrentIndex(selected >= 1 && selected <= modPComm::kPortCount ? selected - 1 : 0);
-    return list.currentIndex() + 1;
+    view()->setMinimumWidth(widest + 2 * style()->pixelMetric(QStyle::PM_ScrollBarExtent));
 }
 
 std::int32_t FillBaudrates(QComboBox& list, std::int32_t selected)

@@ -43,7 +43,7 @@ frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices
 
     cmbLanguage->addItems({FromUtf8(modFunctions::NeutralText(890)), FromUtf8(modFunctions::NeutralText(891))});
     cmbLanguage->setCurrentIndex(settings.Language / LanguageEnglish);
-    FillComPorts(*cmbComPort, devices, settings.Comport);
+    cmbComPort->Fill(devices, settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, settings.Baudrate);
     LocaliseForm(*this, settings.Language);
     connect(cmbLanguage, &QComboBox::activated, this,
@@ -63,28 +63,30 @@ void frmSplash::keyPressEvent(QKeyEvent* event)
 
 QLayout* frmSplash::buildChoices()
 {
+    cmbLanguage = new QComboBox(this);
+    cmbComPort = new PortList(this);
+    cmbBaudrate = new QComboBox(this);
     auto* grid = new QGridLayout;
     grid->setColumnStretch(1, 1);
     grid->setHorizontalSpacing(fontMetrics().height());
     grid->addWidget(captionLabel(this, "lblSelectLanguage", 1121), grid->rowCount(), 0, 1, 2);
-    cmbLanguage = addChoice(*grid, "lblLanguage", "cmbLanguage", 1122);
+    addChoice(*grid, "lblLanguage", *cmbLanguage, "cmbLanguage", 1122);
     grid->setRowMinimumHeight(grid->rowCount(), fontMetrics().height() / 2);
     grid->addWidget(captionLabel(this, "lblSelectInterface", 1125), grid->rowCount(), 0, 1, 2);
-    cmbComPort = addChoice(*grid, "lblComPort", "cmbComPort", 1123);
-    cmbBaudrate = addChoice(*grid, "lblBaudrate", "cmbBaudrate", 1124);
+    addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", 1123);
+    addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", 1124);
     return grid;
 }
 
-QComboBox* frmSplash::addChoice(QGridLayout& grid, const char* label, const char* list, std::int32_t captionId)
+void frmSplash::addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list,
+                          std::int32_t captionId)
 {
     const int row = grid.rowCount();
     QLabel* caption = captionLabel(this, label, captionId);
-    auto* box = new QComboBox(this);
-    box->setObjectName(QLatin1String(list));
-    caption->setBuddy(box);
+    box.setObjectName(QLatin1String(list));
+    caption->setBuddy(&box);
     grid.addWidget(caption, row, 0);
-    grid.addWidget(box, row, 1);
-    return box;
+    grid.addWidget(&box, row, 1);
 }
 
 QLayout* frmSplash::buildButtons()

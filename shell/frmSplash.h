@@ -6,6 +6,7 @@
 #include <QDialog>
 
 class Help;
+class PortList;
 class QComboBox;
 class QGridLayout;
 class QPushButton;
@@ -29,7 +30,7 @@ private:
     QLayout* buildChoices();
     QLayout* buildButtons();
     QPushButton* addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)());
-    QComboBox* addChoice(QGridLayout& grid, const char* label, const char* list, std::int32_t captionId);
+    void addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list, std::int32_t captionId);
     void cmbLanguage_Click(int index);
     void cmdOK_Click();
     void cmdExit_Click();
@@ -38,7 +39,7 @@ private:
     modGlobals::Settings& m_settings;
     Help& m_help;
     QComboBox* cmbLanguage;
-    QComboBox* cmbComPort;
+    PortList* cmbComPort;
     QComboBox* cmbBaudrate;
     QPushButton* cmdOK;
     QPushButton* cmdExit;

@@ -42,6 +42,24 @@ TEST(StartUpWindow, ShowsTheSettingsAndKeepsThemOnOK)
     EXPECT_EQ(kept.Language, LanguageEnglish);
 }
 
+TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
+{
+    Splash splash;
+    const std::string device = splash.folder.path / "sensor";
+    splash.devices.Override(2, device);
+    auto& ports = splash.List("cmbComPort");
+    splash.window.show();
+    for (const bool isThere : {false, true, false}) {
+        isThere ? std::filesystem::create_symlink("/dev/null", device)
+                : static_cast<void>(std::filesystem::remove(device));
+        ports.showPopup();
+        EXPECT_EQ(ports.itemData(1, Qt::FontRole).value<QFont>().bold(), isThere);
+        EXPECT_EQ(ports.itemData(1, Qt::AccessibleDescriptionRole).toString().toStdString(), isThere ? device : "");
+        EXPECT_EQ(ports.itemData(1, Qt::ToolTipRole).toString().toStdString(), device);
+        ports.hidePopup();
+    }
+}
+
 TEST(StartUpWindow, LanguageChangesEveryTextBothWays)
 {
     const Splash splash;
