@@ -19,9 +19,7 @@ enum TextId : std::int32_t {
     TextNewConfiguration = 1131,
     TextNewDistance = 1132,
     TextNewTemperature = 1133,
-    TextNoConnection = 1134,
     TextCrcError = 1135,
-    TextPortNotOpen = 1136,
 };
 
 } // namespace
@@ -116,7 +114,7 @@ void clsMeasurementLoop::reopenPort()
     if (m_device.PortIsOpen) {
         m_view.ShowStatus(1, {});
     } else {
-        status(TextPortNotOpen);
+        status(modFunctions::TextPortNotOpen);
     }
     // What an earlier device has left, half a line or an open question, is nothing to the one that is there now.
     m_device.CommStatus = DialogueNone;
@@ -163,7 +161,7 @@ void clsMeasurementLoop::noAnswer()
         m_view.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }
-    status(TextNoConnection);
+    status(modFunctions::TextNoConnection);
     breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueIdle) {
         m_view.ShowTemperature({});

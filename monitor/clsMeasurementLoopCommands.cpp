@@ -6,7 +6,6 @@
 namespace {
 
 constexpr int kPasses = 41; // counted from 0 to 40
-constexpr std::int32_t kNoConnection = 1134;
 
 } // namespace
 
@@ -56,7 +55,7 @@ void clsMeasurementLoop::requestOne(const NextPass& nextPass)
     if (found) {
         newDistance();
     } else {
-        m_view.ShowStatus(1, modFunctions::GetText(kNoConnection, m_settings.Language));
+        m_view.ShowStatus(1, modFunctions::GetText(modFunctions::TextNoConnection, m_settings.Language));
     }
 }
 

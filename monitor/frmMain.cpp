@@ -4,6 +4,7 @@
 #include "chart/frmChartSettings.h"
 #include "chart/modChartGlobals.h"
 #include "config/modFiles.h"
+#include "device/Parameters.h"
 #include "monitor/FirstSteps.h"
 #include "monitor/LampShape.h"
 #include "monitor/MessagePanel.h"
@@ -19,7 +20,6 @@
 #include "shell/QtText.h"
 #include "shell/WindowPlace.h"
 #include "shell/modAPI.h"
-#include "shell/modFunctions.h"
 
 #include <QAction>
 #include <QApplication>
@@ -36,6 +36,7 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -47,20 +48,9 @@ static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterva
 /// Whether there is a connection shows after two seconds; until then the window offers no other way.
 constexpr std::int32_t kTicksBeforeOffer = 2000 / clsMeasurementLoop::kInterval_ms;
 
-/// Ids of the list of averaging depths.
-constexpr std::pair<std::int32_t, std::int32_t> kAverageDepths{830, 834};
-
 void blockFor(std::int32_t ms)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-}
-
-/// Setting the same text again would lay the window out anew, twenty times a second.
-void setChanged(QLabel* label, const QString& text)
-{
-    if (label->text() != text) {
-        label->setText(text);
-    }
 }
 
 struct Lamp {
@@ -107,8 +97,8 @@ void frmMain::fillControls()
 {
     m_settings.Comport = cmbComPort->Fill(m_ports.devices, m_settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, m_settings.Baudrate);
-    for (std::int32_t id = kAverageDepths.first; id <= kAverageDepths.second; ++id) {
-        cmbAverageDepth->addItem(FromUtf8(modFunctions::NeutralText(id)));
+    for (const std::string_view depth : kAverageDepthTexts) {
+        cmbAverageDepth->addItem(FromUtf8(depth));
     }
     cmbAverageDepth->setCurrentIndex(-1);
     chooseDefaultDevice(m_settings.DefaultDevice.c_str());
@@ -332,7 +322,7 @@ void frmMain::Echo(std::string_view received)
 void frmMain::ShowDistance(const std::string& distance)
 {
     const QString shown = FromBytes(distance);
-    setChanged(lblMeasValue, shown);
+    ShowText(*lblMeasValue, shown);
     if (m_textWindow != nullptr) {
         m_textWindow->ShowValue(shown);
     }
@@ -343,7 +333,7 @@ void frmMain::ShowDistance(const std::string& distance)
 
 void frmMain::ShowTemperature(const std::string& temperature)
 {
-    setChanged(lblTemperature, FromBytes(temperature));
+    ShowText(*lblTemperature, FromBytes(temperature));
 }
 
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
@@ -351,7 +341,7 @@ void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
     if (panel == 1) {
         pnlMessages->ShowStatus(FromUtf8(message), m_device.CurrentTime);
     } else {
-        setChanged(sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
+        ShowText(*sbar.at(static_cast<std::size_t>(panel - 1)), FromUtf8(message));
     }
 }
 

@@ -43,9 +43,7 @@ void frmTextWindow::ShowValue(const QString& text)
     if (lblTest->sizeHint().width() + pixels(kAllowance_twips) > width()) {
         fit(text);
     }
-    if (lblValue->text() != text) {
-        lblValue->setText(text);
-    }
+    ShowText(*lblValue, text);
 }
 
 void frmTextWindow::resizeEvent(QResizeEvent*)

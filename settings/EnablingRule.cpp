@@ -1,6 +1,7 @@
 #include "settings/EnablingRule.h"
 
 #include "device/clsRVQ.h"
+#include "shell/modFunctions.h"
 
 EditorRule RuleOf(const EditorState& state)
 {
@@ -37,10 +38,8 @@ EditorRule RuleOf(const EditorState& state)
 
 std::int32_t ConnectionTextId(const clsRVQ& device)
 {
-    constexpr std::int32_t kTextNoConnection = 1134;
-    constexpr std::int32_t kTextPortNotOpen = 1136;
     if (!device.PortIsOpen) {
-        return kTextPortNotOpen;
+        return modFunctions::TextPortNotOpen;
     }
-    return device.CommStatus == DialogueNone ? kTextNoConnection : 0;
+    return device.CommStatus == DialogueNone ? modFunctions::TextNoConnection : 0;
 }

@@ -40,11 +40,6 @@ double scaleOf(const FieldDef& field)
     return std::pow(10.0, field.decimals);
 }
 
-std::string textOf(const FieldDef& field, std::int32_t stored, char decimalSeparator)
-{
-    return FixedText(stored / scaleOf(field), field.decimals, decimalSeparator);
-}
-
 /// A number with comma or point, whichever the user's locale has.
 std::optional<double> typedNumber(std::string_view text)
 {
@@ -121,15 +116,20 @@ std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t
     return id < 1000 ? modFunctions::NeutralText(id) : modFunctions::GetText(id, language);
 }
 
+std::string FieldText(const FieldDef& field, std::int32_t stored, char decimalSeparator)
+{
+    return FixedText(stored / scaleOf(field), field.decimals, decimalSeparator);
+}
+
 std::string CheckedText(std::size_t field, std::string_view typed, char decimalSeparator)
 {
     const FieldDef& def = kFields.at(field);
     const auto number = typedNumber(typed);
     if (!number) {
-        return textOf(def, def.emptyValue, decimalSeparator);
+        return FieldText(def, def.emptyValue, decimalSeparator);
     }
     const double clamped = std::clamp<double>(*number * scaleOf(def), def.minimum, def.maximum);
-    return textOf(def, RoundHalfToEven(clamped).value_or(def.emptyValue), decimalSeparator);
+    return FieldText(def, RoundHalfToEven(clamped).value_or(def.emptyValue), decimalSeparator);
 }
 
 ShownSettings ShownOf(const clsRVQ& configuration, char decimalSeparator)
@@ -138,7 +138,7 @@ ShownSettings ShownOf(const clsRVQ& configuration, char decimalSeparator)
     shown.serial = IsSerial(configuration);
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         if (isShown(kFields[i].code, shown.serial)) {
-            shown.texts[i] = textOf(kFields[i], configuration.*parameterOf(kFields[i].code).value, decimalSeparator);
+            shown.texts[i] = FieldText(kFields[i], configuration.*parameterOf(kFields[i].code).value, decimalSeparator);
         }
     }
     if (shown.serial) {

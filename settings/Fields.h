@@ -117,6 +117,9 @@ std::int32_t LabelId(std::string_view code);
 /// What a value of a list, check box or logic is called, UTF-8; empty outside the list.
 std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t language);
 
+/// A stored value of the field as its box shows it.
+std::string FieldText(const FieldDef& field, std::int32_t stored, char decimalSeparator);
+
 /// What a box shows when it loses the focus, or on Enter: the typed number within its limits and in its format. Comma
 /// and point both count as the decimal separator. A text that is no number counts as an empty one. Not for a box that
 /// is disabled.

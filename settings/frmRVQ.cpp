@@ -9,7 +9,6 @@
 #include "shell/InputGuards.h"
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
-#include "shell/Numbers.h"
 #include "shell/QtText.h"
 #include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
@@ -26,7 +25,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 
 namespace {
@@ -292,25 +290,18 @@ void frmRVQ::markDifferences()
 QString frmRVQ::rangeText(std::size_t field) const
 {
     const FieldDef& def = kFields[field];
-    const auto limit = [&](std::int32_t stored) {
-        return FromBytes(FixedText(stored / std::pow(10.0, def.decimals), def.decimals, m_decimalSeparator));
-    };
+    const auto limit = [&](std::int32_t stored) { return FromBytes(FieldText(def, stored, m_decimalSeparator)); };
     return text(TextRange).arg(limit(def.minimum), limit(def.maximum), FromUtf8(def.unit)).trimmed();
 }
 
 void frmRVQ::showInformation()
 {
     const clsRVQ& device = m_context.device;
-    const auto show = [](QLabel* label, const std::string& value) {
-        if (label->text() != FromBytes(value)) {
-            label->setText(FromBytes(value));
-        }
-    };
-    show(lblSerialNo, device.SerialNo);
-    show(lblSWVersion, device.SWVersion);
-    show(lblSWBuild, device.SWBuild);
-    show(lblSWDate, device.SWDate);
-    show(lblDeviceType, device.DeviceType);
+    ShowText(*lblSerialNo, FromBytes(device.SerialNo));
+    ShowText(*lblSWVersion, FromBytes(device.SWVersion));
+    ShowText(*lblSWBuild, FromBytes(device.SWBuild));
+    ShowText(*lblSWDate, FromBytes(device.SWDate));
+    ShowText(*lblDeviceType, FromBytes(device.DeviceType));
 }
 
 frmRVQ::State frmRVQ::stateOf(const clsRVQ& device) const

@@ -107,6 +107,13 @@ QString Text(std::int32_t id, std::int32_t language)
     return FromUtf8(modFunctions::GetText(id, language));
 }
 
+void ShowText(QLabel& label, const QString& text)
+{
+    if (label.text() != text) {
+        label.setText(text);
+    }
+}
+
 void SetTextIds(QWidget* control, std::int32_t tag, std::int32_t toolTipText)
 {
     control->setProperty(kTag, tag);

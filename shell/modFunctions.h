@@ -6,6 +6,9 @@
 
 namespace modFunctions {
 
+/// Ids of the texts that say why the sensor cannot be reached, the same in every window.
+enum TextId : std::int32_t { TextNoConnection = 1134, TextPortNotOpen = 1136 };
+
 /// The text (UTF-8) of a German id, 1000..1399, in the language with this offset (0 German, 1000 English).
 /// Empty when there is none.
 std::string_view GetText(std::int32_t id, std::int32_t language);
