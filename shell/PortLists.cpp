@@ -128,8 +128,8 @@ void PortList::describePorts()
     }
     QStyleOptionViewItem option;
     option.initFrom(this);
-    int widest =
-        SecondTextDelegate::WidthWith({}, option); // asking the view would have it measure each of the 255 items
+    // Asking the view would have it measure each of the 255 items.
+    int widest = SecondTextDelegate::WidthWith({}, option);
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
         const QString second = describePort(*this, port - 1, QFile::decodeName(m_devices->DeviceOf(port).c_str()));
         if (!second.isEmpty()) {
