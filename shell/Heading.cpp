@@ -27,7 +27,6 @@ QLayout* BuildHeading(QWidget& window, const char* systemLabelName)
     QLabel* product = label(window, "lblProduct", FromUtf8(modFunctions::NeutralText(kProductName)));
     QFont large = window.font();
     large.setPointSizeF(large.pointSizeF() * kNameFontScale);
-    large.setBold(true);
     product->setFont(large);
     auto* column = new QVBoxLayout;
     column->setSpacing(window.fontMetrics().height() / 3);
