@@ -218,17 +218,24 @@ bool isRecorded(FaultCell& cell)
     const bool goesOn = cell.recorder.Mode == RecorderRecording && cell.recorder.Lines() > cell.linesBefore;
     cell.recorder.Stop();
     std::vector<std::string> shown, played;
-    for (std::size_t i = cell.shownBefore; i < cell.view.distances.size(); ++i) {
-        shown.push_back(wordOf(cell.view.distances[i]));
-        if (shown.back() == "TempError" && cell.device.OutputFormat < FormatBinary) {
-            shown.back() = "No"; // a temperature error that the sensor sends in words is recorded as no echo
-        }
+    for (const std::string& distance : cell.view.distances) {
+        // A temperature error that the sensor sends in words is recorded as no echo.
+        const bool inWords = distance == "TempError" && cell.device.OutputFormat < FormatBinary;
+        shown.push_back(inWords ? "No" : wordOf(distance));
     }
     const auto show = [&](const clsRVQ& record) { played.push_back(wordOf(DistanceText(MeasurementOf(record), '.'))); };
     const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device, {show, [](double) { return true; }},
                                               cell.recorder.Played);
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
+
+/// What a program has to do after every operation, in this order.
+constexpr std::pair<bool (*)(FaultCell&), const char*> kAfterwards[] = {
+    {isConnected, "is not connected again"},
+    {reads, "cannot read the parameter set"},
+    {measures, "does not measure"},
+    {stops, "does not stop"},
+    {isRecorded, "has not recorded what was shown"}};
 
 bool isAllowed(const Ending& ending, const Operation& operation, std::size_t column, std::int32_t format)
 {
@@ -251,7 +258,8 @@ Result play(const Operation& operation, std::size_t column, std::int32_t format,
     cell.transfer.Download();
     cell.window.told.clear();
     cell.sensor.SetParameter("701", 55);
-    cell.StartRecording();
+    cell.recorder.StartRecording();
+    cell.view.distances.clear();
     if (operation.measuring) {
         cell.loop.StartStop({});
         if (!cell.StepUntil(60, [&cell] { return hasDistance(cell); })) {
@@ -261,16 +269,12 @@ Result play(const Operation& operation, std::size_t column, std::int32_t format,
     Result result = operate(cell, operation);
     if (!isAllowed(result.ending, operation, column, format)) {
         result.complaint = "ended as " + std::string(result.ending.text) + ", told \"" + cell.window.told + "\"";
-    } else if (!isConnected(cell)) {
-        result.complaint = "afterwards: not connected again";
-    } else if (!reads(cell)) {
-        result.complaint = "afterwards: cannot read the parameter set, told \"" + cell.window.told + "\"";
-    } else if (!measures(cell)) {
-        result.complaint = "afterwards: does not measure, shows \"" + cell.view.distance + "\"";
-    } else if (!stops(cell)) {
-        result.complaint = "afterwards: does not stop";
-    } else if (!isRecorded(cell)) {
-        result.complaint = "the recording is not what was shown";
+    }
+    for (const auto& [holds, complaint] : kAfterwards) {
+        if (result.complaint.empty() && !holds(cell)) {
+            result.complaint =
+                std::string(complaint) + ", told \"" + cell.window.told + "\", shows \"" + cell.view.distance + "\"";
+        }
     }
     return result;
 }
@@ -279,14 +283,12 @@ using Matrix = std::array<std::array<Result, std::size(kFaults)>, std::size(kOpe
 
 void print(const Matrix& matrix, std::ostream& out)
 {
-    out << "| |";
+    std::string names = "| |", line = "\n|---|";
     for (const Operation& operation : kOperations) {
-        out << ' ' << operation.name << " |";
+        names += ' ' + std::string(operation.name) + " |";
+        line += "---|";
     }
-    out << "\n|---|";
-    for (std::size_t row = 0; row < matrix.size(); ++row) {
-        out << "---|";
-    }
+    out << names << line;
     for (std::size_t column = 0; column < std::size(kFaults); ++column) {
         out << "\n| " << kFaults[column].name << " |";
         for (const auto& row : matrix) {

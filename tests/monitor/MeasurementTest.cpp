@@ -13,8 +13,6 @@ TEST(DistanceText, ByUnitFormatAndMarker)
         {{.value = 1.2345, .value_mm = 1234, .unit = 1, .outputFormat = 1}, "1,234 m"},
         {{.value = 1.5, .value_mm = 38, .unit = 2, .outputFormat = 0}, "1,500 [in]"},
         {{.value = -1.5, .value_mm = -457, .unit = 3, .outputFormat = 2}, "-1,5000 ft"},
-        {{.value = 1.5, .value_mm = 1372, .unit = 4, .outputFormat = 0}, "1,5000 [yd]"},
-        {{.value = 0.5, .value_mm = 804672, .unit = 5, .outputFormat = 3}, "0,50000000 mi"},
         {{.value = 0.5, .value_mm = 926000, .unit = 6, .outputFormat = 0}, "0,50000000 [nm]"},
         {{.value = 1, .value_mm = 1000, .unit = 99, .outputFormat = 1}, "1,000 m"}, // a sensor that says nonsense
         {{.value = 0, .value_mm = 0, .unit = 1}, "No Echo"},

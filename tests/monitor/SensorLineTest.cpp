@@ -29,14 +29,6 @@ TEST(SensorLine, EveryFormatInEveryUnit)
             EXPECT_NEAR(line.device.MeasValue * UnitOf(unit).millimetres, 3300.0, unit >= 5 ? 10 : 1) << name;
             line.loop.StartStop({});
         }
-        // A temperature and a single value in this format.
-        line.device.SendCommand("C");
-        ASSERT_TRUE(line.Configured());
-        const std::int32_t celsius = 40 + format;
-        line.sensor.SetTemperature(celsius);
-        line.device.SendCommand("T");
-        const std::string expected = std::to_string(celsius) + " C,  OK";
-        ASSERT_TRUE(line.Until([&] { return line.view.temperature == expected; })) << format;
         line.loop.RequestSingleValue();
         ASSERT_TRUE(line.UntilEvent(EventDistance)) << format;
         EXPECT_NEAR(line.device.MeasValue_mm, 3300, 10) << format;

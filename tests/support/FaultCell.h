@@ -52,8 +52,7 @@ struct FaultCell : SensorOnLine {
     clsTransfer transfer{device, entry, window, [this] { Step(); }};
     TemporaryFolder folder;
     clsRecorder recorder{folder.path};
-    std::size_t messagesBefore = 0, shownBefore = 0; ///< the recording; the fault
-    std::int32_t openingsBefore = 0;
+    std::int32_t openingsBefore = 0; ///< the fault, as the lines of the recording
     std::int64_t linesBefore = 0;
     double start = 0.0, limit_s = 0.0;
     bool isDead = false; ///< the limit has passed; every wait is ended then
@@ -89,15 +88,10 @@ struct FaultCell : SensorOnLine {
     }
     double Elapsed_s() const { return (device.CurrentTime - start) * kSecondsPerDay; }
 
-    void StartRecording()
-    {
-        recorder.StartRecording();
-        shownBefore = view.distances.size();
-    }
     void Break()
     {
         sensorPace = fault.pace;
-        messagesBefore = view.messages.size();
+        view.messages.clear();
         openingsBefore = device.Openings;
         linesBefore = recorder.Lines();
         if (fault.rate != nullptr) {
@@ -122,8 +116,7 @@ struct FaultCell : SensorOnLine {
 
     bool HasSaid(std::string_view message) const
     {
-        return std::find(view.messages.begin() + static_cast<std::ptrdiff_t>(messagesBefore), view.messages.end(),
-                         message) != view.messages.end();
+        return std::ranges::find(view.messages, message) != view.messages.end();
     }
     bool HasRead() const { return entry.Offset == sensor.Parameter("701"); }
     /// A dump has no checksum, so such a line can change what it says.

@@ -1,4 +1,4 @@
-// A serial line for long plays: what arrives is put into it, what is sent goes to whoever derives, and the cable can be
+// A serial line for plays: what arrives is put into it, what is sent goes to whoever derives, and the cable can be
 // pulled.
 #pragma once
 

@@ -10,7 +10,7 @@
 
 class clsRecordingView : public SilentView {
 public:
-    std::string echoed, distance, temperature, unit;
+    std::string distance, temperature;
     std::array<std::string, 3> status;
     std::vector<std::string> distances; ///< every text of a distance
     std::vector<std::string> messages;  ///< every text of panel 1 that differs from the one before
@@ -20,9 +20,8 @@ public:
     std::vector<std::pair<double, double>> points;
     std::pair<double, double> limits;
     SensorSettings sensor;
-    std::int32_t resets = 0, scrolls = 0, gaps = 0;
+    std::int32_t resets = 0, gaps = 0;
 
-    void Echo(std::string_view received) override { echoed += received; }
     void ShowDistance(const std::string& text) override
     {
         distance = text;
@@ -45,9 +44,7 @@ public:
     void ShowRule(const ControlRule& shown) override { rule = shown; }
     void ShowSensorSettings(const SensorSettings& shown) override { sensor = shown; }
     void ResetChart() override { ++resets; }
-    void ShowUnit(std::string_view shown) override { unit = shown; }
     void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
     void AddChartGap(double) override { ++gaps; }
     void ShowYLimits(double lower, double upper) override { limits = {lower, upper}; }
-    void ShowChartTime(double) override { ++scrolls; }
 };
