@@ -14,6 +14,7 @@
 #include "shell/frmAbout.h"
 #include "tests/support/Desk.h"
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QLocale>
 #include <QMenu>

@@ -50,10 +50,8 @@ TEST(RecordLine, HasItsFormatInAnyLocale)
     std::setlocale(LC_ALL, before.c_str());
     clsRVQ device;
     device.CurrentTime = quarter;
-    for (const char* temperature : {"", "23"}) {
-        device.sTemperature = temperature;
-        EXPECT_THROW(RecordLine(device), std::invalid_argument);
-    }
+    device.sTemperature = "23";
+    EXPECT_THROW(RecordLine(device), std::invalid_argument) << "no unit";
 }
 
 /// Every millisecond comes back as it was or, where the cutting off made it low, as the one before.

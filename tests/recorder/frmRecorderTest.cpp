@@ -254,7 +254,9 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
         window.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n15.11.2026 12:02:00,000; 5 mm; 2 C");
     window.Play(file);
     const QString folder = QString::fromStdString(window.folder.path);
-    EXPECT_EQ(WritePicture(*window.Chart(), folder + "/chart.png", "png"), "");
+    for (const char* kind : {"png", "svg", "pdf"}) { // how they begin and end is seen by the crash tests
+        EXPECT_EQ(WritePicture(*window.Chart(), folder + "/chart." + kind, kind), "") << kind;
+    }
     const QImage picture = QImage(folder + "/chart.png").convertToFormat(QImage::Format_RGB32);
     const auto* pixels = reinterpret_cast<const QRgb*>(picture.constBits());
     EXPECT_GT(std::count(pixels, pixels + picture.width() * picture.height(), qRgb(0x0A, 0x5A, 0xC8)), 1000)

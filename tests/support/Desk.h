@@ -15,11 +15,10 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QTimer>
+#include <QtTest/QTest>
 #include <QtTest/qtestspontaneevent.h>
 
 #include <functional>
@@ -58,14 +57,7 @@ inline bool CloseByFrame(QWidget& window)
 /// Handles events until the condition holds, or for ten seconds.
 inline bool Until(const std::function<bool()>& condition)
 {
-    QElapsedTimer timer;
-    timer.start();
-    QTimer wake; // so that a window without a timer of its own ends the wait, too
-    wake.start(50);
-    while (!condition() && timer.elapsed() < 10000) {
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return condition();
+    return QTest::qWaitFor(condition, 10000);
 }
 
 struct Desk {
