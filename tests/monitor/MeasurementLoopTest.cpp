@@ -138,11 +138,11 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
         monitor.sensor.device.CommStatus = DialogueIdle;
         int passes = 0;
         monitor.loop.StartStop([&] {
-            monitor.Tick(); // the timer goes on meanwhile, and leaves the port alone
-            EXPECT_FALSE(monitor.view.rule.Start) << row.name;
             if (++passes == row.in) {
                 row.happens(monitor);
             }
+            monitor.Tick(); // the timer goes on meanwhile, and leaves the port alone
+            EXPECT_FALSE(monitor.view.rule.Start) << row.name;
             return ScriptedSensor::kStart + monitor.now_ms / kMsPerDay;
         });
         EXPECT_EQ(passes, row.passes) << row.name;
