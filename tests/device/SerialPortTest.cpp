@@ -70,7 +70,7 @@ struct PosixLine {
 TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
 {
     PosixLine line;
-    std::string all;
+    std::string all, received;
     for (int byte = 0; byte < 256; ++byte) {
         all += static_cast<char>(byte);
     }
@@ -80,19 +80,17 @@ TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
     for (const char c : all) {
         EXPECT_EQ(line.port.sio_putch(1, static_cast<std::uint8_t>(c)), 0);
     }
-    std::string received;
     // The kernel hands the bytes over in its own time.
-    for (int i = 0; i < 5000 && received.size() < all.size(); ++i) {
-        received += line.terminal.Read(38400);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    const auto arrived = [](const std::function<std::size_t()>& count) {
+        for (int i = 0; i < 5000 && count() < 256; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    };
+    arrived([&] { return (received += line.terminal.Read(38400)).size(); });
     EXPECT_EQ(received, all);
     ASSERT_TRUE(line.terminal.IsAttached());
     line.terminal.Write(all, 38400);
-    for (int i = 0; i < 5000 && line.port.sio_iqueue(1) < 256; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    EXPECT_EQ(line.port.sio_iqueue(1), 256);
+    arrived([&] { return static_cast<std::size_t>(line.port.sio_iqueue(1)); });
     received.assign(300, '\0');
     EXPECT_EQ(line.port.sio_read(1, received), 256);
     EXPECT_EQ(received.substr(0, 256), all);
