@@ -115,9 +115,7 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     EXPECT_TRUE(modIni::WritePrivateProfileStringA("s", "k", "2", folder / "link.ini"));
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.ini"));
     EXPECT_EQ(Bytes(), "[s]\nk=2\n");
-    struct stat info {};
-    stat(file.c_str(), &info);
-    EXPECT_EQ(info.st_mode & 0777U, 0640U);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 }
 
 TEST_F(IniFile, ANewFileFollowsTheUsersMaskAndItsTemporaryNameCannotBeGuessed)
@@ -127,9 +125,7 @@ TEST_F(IniFile, ANewFileFollowsTheUsersMaskAndItsTemporaryNameCannotBeGuessed)
     const mode_t mask = umask(027);
     EXPECT_TRUE(modFiles::Replace(file, "x") && modFiles::Replace(file, "y"));
     umask(mask);
-    struct stat info {};
-    stat(file.c_str(), &info);
-    EXPECT_EQ(info.st_mode & 0777U, 0640U);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 
     alignas(inotify_event) std::array<char, 4096> events{};
     const ssize_t size = read(watch, events.data(), events.size());

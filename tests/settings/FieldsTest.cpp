@@ -3,7 +3,6 @@
 #include "settings/EnablingRule.h"
 
 #include <gtest/gtest.h>
-#include <map>
 
 namespace {
 
@@ -53,7 +52,6 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     clsRVQ profibus;
     profibus.NodeAddress = 5;
     profibus.OutputMode = 2;
-    profibus.S1OnThreshold = 4711;
     profibus.TimeOut = 9; // not in the list
     profibus.ScaleFactor = -1234;
     const ShownSettings shown = ShownOf(profibus, ',');
@@ -66,10 +64,8 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
 
     clsRVQ target;
     target.RainFilter = 1;
-    const CopyOutcomes outcomes = CopyInto(target, shown);
-    EXPECT_EQ(outcomes[FieldS1On], CopyOutcome::Skipped);
-    EXPECT_EQ(outcomes[FieldNodeAddress], CopyOutcome::Stored);
-    EXPECT_EQ(target.S1OnThreshold, 10000);
+    EXPECT_EQ(CopyInto(target, shown)[FieldS1On], CopyOutcome::Skipped);
+    EXPECT_EQ(target.NodeAddress, 5);
     EXPECT_EQ(target.OutputMode, 0) << "its list is disabled";
     EXPECT_EQ(target.TimeOut, 1);
     EXPECT_EQ(target.RainFilter, -1);
@@ -84,25 +80,19 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     EXPECT_EQ(target.DeviceType, "Serial");
 }
 
-/// The boxes that may be used, as digits and letters.
-std::string enabledBoxes(const EditorRule& rule)
-{
-    std::string boxes;
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        boxes += rule.Fields[i] ? "0123456789abcde"[i] : '-';
-    }
-    return boxes;
-}
-
 TEST(EnablingRule, Boxes)
 {
     using Row = std::pair<EditorState, const char*>;
     for (const auto& [state, boxes] :
-         {Row{{.serial = true}, "01234567-------"}, Row{{.serial = true, .analogOutput = true}, "012345--89-----"},
-          Row{{.serial = false, .analogOutput = true}, "0123------a----"},
+         {Row{{.serial = true}, "11111111-------"}, Row{{.serial = true, .analogOutput = true}, "111111--11-----"},
+          Row{{.serial = false, .analogOutput = true}, "1111------1----"},
           Row{{.serial = true, .busy = true}, "---------------"}}) {
         const EditorRule rule = RuleOf(state);
-        EXPECT_EQ(enabledBoxes(rule), boxes);
+        std::string usable;
+        for (const bool field : rule.Fields) {
+            usable += field ? '1' : '-';
+        }
+        EXPECT_EQ(usable, boxes);
         EXPECT_EQ(rule.Choices[ChoiceS2Logic], rule.Fields[FieldAnalogMin]) << boxes;
         EXPECT_EQ(rule.Choices[ChoiceOutputMode], rule.Fields[FieldS1On]) << boxes;
     }
@@ -123,22 +113,17 @@ TEST(Fields, DifferencesNameTheSensorsValue)
     shown.choices[ChoiceTimeOut] = 4;
     shown.choices[ChoiceOutputMode] = 2;
     const auto found = [&] {
-        std::map<std::string_view, std::string> values;
+        std::string values;
         for (const Difference& difference : Differences(shown, sensor, ',', 0)) {
-            values[difference.code] = difference.sensorText;
+            values += std::string(difference.code) + ": " + difference.sensorText + '|';
         }
         return values;
     };
-    using Map = std::map<std::string_view, std::string>;
-    EXPECT_EQ(found(), (Map{{"501", "10000 mm"},
-                            {"702", "1,000"},
-                            {"352", "20000 mm"},
-                            {"304", "Aus"},
-                            {"302", "25 %"},
-                            {"603", "Kontinuierlich"}}));
+    const std::string everySensors = "603: Kontinuierlich|302: 25 %|304: Aus|";
+    EXPECT_EQ(found(), "702: 1,000|501: 10000 mm|352: 20000 mm|" + everySensors);
     sensor.Attenuator = "D"; // it does not report the window
     sensor.NodeAddress = 5;
-    EXPECT_EQ(found(), (Map{{"702", "1,000"}, {"304", "Aus"}, {"302", "25 %"}, {"603", "Kontinuierlich"}}));
+    EXPECT_EQ(found(), "702: 1,000|" + everySensors);
 }
 
 } // namespace

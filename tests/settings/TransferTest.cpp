@@ -4,7 +4,6 @@
 #include "tests/support/SensorOnLine.h"
 #include "tests/support/clsRecordingTransferView.h"
 
-#include <deque>
 #include <gtest/gtest.h>
 #include <tuple>
 
@@ -35,7 +34,6 @@ struct TransferOnLine : clsRecordingTransferView {
         line.TakeLog();
         pumps = 0;
     }
-    void Fault(double simulator::Faults::*fault) { line.sensor.Faults().*fault = 1.0; }
 };
 
 TEST(Transfer, UploadSendsEveryCodeInItsOrderAndReadsBack)
@@ -86,28 +84,22 @@ TEST(Transfer, WhatASensorHasNotIsLeftOut)
 
 TEST(Transfer, AFailureIsAskedAbout)
 {
-    using Row = std::tuple<std::deque<FailureAnswer>, const char*, const char*>;
-    for (const auto& [answers, log, told] : {Row{{FailureAnswer::Abort}, "101 ASCII+UNIT\r", "ask 1293 "},
-                                             Row{{FailureAnswer::Retry, FailureAnswer::Ignore, FailureAnswer::Abort},
-                                                 "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r",
-                                                 "ask 1293 ask 1293 ask 1293 "}}) {
-        TransferOnLine window;
-        window.Fault(&simulator::Faults::refusal);
-        window.answers = answers;
-        window.entry.Offset = 12;
-        window.transfer.Upload();
-        EXPECT_EQ(window.line.TakeLog(), log);
-        EXPECT_EQ(window.TakeTold(), told);
-        EXPECT_EQ(window.entry.Offset, 0) << "the entry keeps what was read";
-        EXPECT_FALSE(window.line.device.UnstoredChanges);
-        EXPECT_FALSE(window.line.device.Wait.Running);
-    }
+    TransferOnLine window;
+    window.line.sensor.Faults().refusal = 1.0;
+    window.answers = {FailureAnswer::Retry, FailureAnswer::Ignore, FailureAnswer::Abort};
+    window.entry.Offset = 12;
+    window.transfer.Upload();
+    EXPECT_EQ(window.line.TakeLog(), "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r");
+    EXPECT_EQ(window.TakeTold(), "ask 1293 ask 1293 ask 1293 ");
+    EXPECT_EQ(window.entry.Offset, 0) << "the entry keeps what was read";
+    EXPECT_FALSE(window.line.device.UnstoredChanges);
+    EXPECT_FALSE(window.line.device.Wait.Running);
 }
 
 TEST(Transfer, TheProgramEndsInTheMiddle)
 {
     TransferOnLine window;
-    window.Fault(&simulator::Faults::silence);
+    window.line.sensor.Faults().silence = 1.0;
     window.atTenthPump = [&] {
         window.transfer.Download(); // a second one is not begun
         window.line.loop.Unload();
