@@ -19,7 +19,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <memory>
 #include <random>
 
 namespace {
@@ -50,13 +49,14 @@ protected:
     }
 
     /// A minute later the next save of the file deletes what the kills have left.
-    void LeftoversGoWith(const std::function<bool()>& save)
+    void LeftoversGoWith(const std::function<bool(int)>& save, const char* kind) const
     {
         for (const auto& entry : fs::directory_iterator(folder.path)) {
             fs::last_write_time(entry, fs::file_time_type::clock::now() - std::chrono::minutes(2));
         }
-        EXPECT_TRUE(save());
+        EXPECT_TRUE(save(-1));
         EXPECT_EQ(filesIn(), 1U);
+        Print(kind, "a temporary file; the next save after a minute deletes it");
     }
 
     void Print(const char* kind, const char* left) const
@@ -82,27 +82,19 @@ TEST_F(CrashSafety, Settings)
     const std::string others = "[other]\r\nlast=" + std::string(20000, 'z') + "\r\n";
     const std::string file = folder.Write("RVQ.ini", others);
     const auto save = [&file](int i) {
-        modGlobals::Settings settings;
-        settings.IniFile = file;
-        settings.Baudrate = 10000 + i;
-        settings.Comport = i;
-        settings.yMax = i;
-        settings.yMin = -i;
-        return SaveGlobalSettings(settings);
+        return modGlobals::SaveGlobalSettings(
+            {.IniFile = file, .Baudrate = 10000 + i, .Comport = i, .yMax = 1.0 * i, .yMin = -1.0 * i});
     };
-    Repeat(
-        100, [&](int i) { save(i); },
-        [&](int done) {
-            const modGlobals::Settings read = modGlobals::LoadGlobalSettings(file, '.');
-            // The sections are written one after the other, each of them in one step.
-            ASSERT_TRUE(read.Comport == done || read.Comport == done + 1) << read.Comport << " after " << done;
-            ASSERT_EQ(read.Baudrate, 10000 + read.Comport);
-            ASSERT_TRUE(read.yMax == done || read.yMax == read.Comport) << read.yMax;
-            ASSERT_EQ(read.yMin, -read.yMax);
-            ASSERT_TRUE(TemporaryFolder::Read(file).starts_with(others));
-        });
-    LeftoversGoWith([&] { return save(-1); });
-    Print("settings, `RVQ.ini`", "a temporary file; the next save after a minute deletes it");
+    Repeat(100, save, [&](int done) {
+        const modGlobals::Settings read = modGlobals::LoadGlobalSettings(file, '.');
+        // The sections are written one after the other, each of them in one step.
+        ASSERT_TRUE(read.Comport == done || read.Comport == done + 1) << read.Comport << " after " << done;
+        ASSERT_EQ(read.Baudrate, 10000 + read.Comport);
+        ASSERT_TRUE(read.yMax == done || read.yMax == read.Comport) << read.yMax;
+        ASSERT_EQ(read.yMin, -read.yMax);
+        ASSERT_TRUE(TemporaryFolder::Read(file).starts_with(others));
+    });
+    LeftoversGoWith(save, "settings, `RVQ.ini`");
 }
 
 TEST_F(CrashSafety, Configurations)
@@ -117,20 +109,16 @@ TEST_F(CrashSafety, Configurations)
         }
         return modConfigFile::Write(configuration);
     };
-    Repeat(
-        100, [&](int i) { save(i); },
-        [&](int done) {
-            clsRVQ read;
-            read.FileName = file;
-            modConfigFile::Read(read);
-            ASSERT_TRUE(read.Description == std::to_string(done) || read.Description == std::to_string(done + 1));
-            for (const ParameterDef& row : Parameters()) {
-                ASSERT_TRUE(row.group == ParameterGroup::SerialOnly ||
-                            std::to_string(read.*row.value) == read.Description);
-            }
-        });
-    LeftoversGoWith([&] { return save(-1); });
-    Print("configurations, `*.rvq`", "a temporary file; the next save after a minute deletes it");
+    Repeat(100, save, [&](int done) {
+        clsRVQ read;
+        read.FileName = file;
+        modConfigFile::Read(read);
+        ASSERT_TRUE(read.Description == std::to_string(done) || read.Description == std::to_string(done + 1));
+        for (const ParameterDef& row : Parameters()) {
+            ASSERT_TRUE(row.group == ParameterGroup::SerialOnly || std::to_string(read.*row.value) == read.Description);
+        }
+    });
+    LeftoversGoWith(save, "configurations, `*.rvq`");
 }
 
 TEST_F(CrashSafety, Recordings)
@@ -167,43 +155,34 @@ TEST_F(CrashSafety, Recordings)
     Print("recordings, `*.rec`", "nothing; the file ends behind a line or within the one in hand");
 }
 
-/// A program without a display, begun anew in each child.
-void needWindows(std::unique_ptr<QApplication>& application)
+/// A program without a display. To be called in the child only, where nothing static is ever taken down.
+void needWindows()
 {
     static int count = 1;
     static char name[] = "crash";
     static char* arguments[] = {name, nullptr};
-    if (application == nullptr) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        application = std::make_unique<QApplication>(count, arguments);
-    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static const QApplication application(count, arguments);
 }
 
 TEST_F(CrashSafety, Tables)
 {
     const TemporaryFolder source;
-    std::string shortText, longText;
-    for (int i = 0; i < 6000; ++i) {
-        const std::string line = "15.11.2026 12:00:00,000; " + std::to_string(i + 1) + " mm; 23 \xB0\x43\r\n";
-        shortText += i < 4000 ? line : "";
-        longText += line;
-    }
-    const std::string recordings[] = {source.Write("short.rec", shortText), source.Write("long.rec", longText)};
-    std::string tables[2];
+    std::string recordings[2], tables[2], lines;
     for (int i = 0; i < 2; ++i) {
+        for (int line = 1; line <= 3000; ++line) {
+            lines += "15.11.2026 12:00:00,000; " + std::to_string(line) + " mm; 23 \xB0\x43\r\n";
+        }
+        recordings[i] = source.Write(i == 0 ? "short.rec" : "long.rec", lines);
         const auto write = [&](std::string_view piece) { return !tables[i].append(piece).empty(); };
         modCsvExport::ExportCsv(recordings[i], modCsvExport::kGermanSpreadsheet, Text(1093, 0).toStdString(),
                                 {write, [](double) { return true; }});
     }
     const std::string file = folder.path / "table.csv";
-    std::unique_ptr<QApplication> application;
-    std::unique_ptr<QWidget> owner;
     const auto write = [&](int i) {
-        if (owner == nullptr) {
-            needWindows(application);
-            owner = std::make_unique<QWidget>();
-        }
-        WriteTable(*owner, QString::fromStdString(recordings[i % 2]), QString::fromStdString(file),
+        needWindows();
+        static QWidget owner;
+        WriteTable(owner, QString::fromStdString(recordings[i % 2]), QString::fromStdString(file),
                    modCsvExport::kGermanSpreadsheet, 0);
     };
     Repeat(15, write, [&](int done) {
@@ -220,17 +199,13 @@ TEST_F(CrashSafety, Pictures)
     };
     const Kind kinds[] = {
         {"png", "\x89PNG", "IEND\xAE\x42\x60\x82"}, {"svg", "<?xml", "</svg>\n"}, {"pdf", "%PDF", "%%EOF\n"}};
-    std::unique_ptr<QApplication> application;
-    std::unique_ptr<XYChart> chart;
     for (const Kind& kind : kinds) {
         const std::string file = folder.path / (std::string("chart.") + kind.name);
         const auto write = [&](int i) {
-            if (chart == nullptr) {
-                needWindows(application);
-                chart = std::make_unique<XYChart>(nullptr);
-            }
-            chart->resize(400 + i % 2 * 100, 300);
-            WritePicture(*chart, QString::fromStdString(file), kind.name);
+            needWindows();
+            static XYChart chart(nullptr);
+            chart.resize(400 + i % 2 * 100, 300);
+            WritePicture(chart, QString::fromStdString(file), kind.name);
         };
         Repeat(6, write, [&](int) {
             const std::string found = TemporaryFolder::Read(file);

@@ -15,20 +15,17 @@
 #include <QTabBar>
 #include <QTimer>
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
 
 namespace {
 
-QString nameOf(const QObject& object)
-{
-    return object.objectName().isEmpty() ? QString::fromLatin1(object.metaObject()->className()) : object.objectName();
-}
-
 std::string place(const QWidget& window, const QObject& object)
 {
-    return (nameOf(window) + u' ' + nameOf(object)).toStdString();
+    const QString name = object.objectName();
+    return (window.objectName() + u' ' + (name.isEmpty() ? object.metaObject()->className() : name)).toStdString();
 }
 
 /// What is seen of the window itself; parts of Qt's own controls left out.
@@ -76,52 +73,42 @@ void expectNames(const QWidget& window)
 }
 
 /// Mnemonics of one place where they compete: a window with its menu bar, or a menu.
-class Mnemonics {
-public:
-    void Add(const QString& text, const std::string& where) { Add(QKeySequence::mnemonic(text), where); }
+struct Mnemonics {
+    std::map<QString, std::string> owners;
 
     void Add(const QKeySequence& key, const std::string& where)
     {
-        if (!key.isEmpty()) {
-            const auto [entry, isNew] = m_owners.emplace(key.toString(), where);
-            EXPECT_TRUE(isNew) << key.toString().toStdString() << ": " << where << " and " << entry->second;
+        const auto [entry, isNew] = owners.emplace(key.toString(), where);
+        EXPECT_TRUE(isNew || key.isEmpty()) << key.toString().toStdString() << ": " << where << ", " << entry->second;
+    }
+    void AddItems(const QWidget& menu, const QWidget& window)
+    {
+        for (const QAction* action : menu.actions()) {
+            Add(QKeySequence::mnemonic(action->text()), place(window, *action));
         }
     }
-
-private:
-    std::map<QString, std::string> m_owners;
 };
-
-void expectMenuMnemonics(const QWidget& window)
-{
-    for (const QMenu* menu : window.findChildren<QMenu*>()) {
-        Mnemonics ofMenu;
-        for (const QAction* action : menu->actions()) {
-            ofMenu.Add(action->text(), place(window, *action));
-        }
-    }
-}
 
 void expectMnemonics(const QWidget& window)
 {
     Mnemonics ofWindow;
     for (const QWidget* control : shownControls(window)) {
-        const auto* label = qobject_cast<const QLabel*>(control);
+        const std::string where = place(window, *control);
         if (const auto* button = qobject_cast<const QAbstractButton*>(control)) {
-            ofWindow.Add(button->shortcut(), place(window, *control));
-        } else if (label != nullptr && label->buddy() != nullptr) {
-            ofWindow.Add(label->text(), place(window, *control));
-        } else if (const auto* menus = qobject_cast<const QMenuBar*>(control)) {
-            for (const QAction* action : menus->actions()) {
-                ofWindow.Add(action->text(), place(window, *action));
-            }
+            ofWindow.Add(button->shortcut(), where);
+        } else if (const auto* label = qobject_cast<const QLabel*>(control); label != nullptr && label->buddy()) {
+            ofWindow.Add(QKeySequence::mnemonic(label->text()), where);
+        } else if (qobject_cast<const QMenuBar*>(control) != nullptr) {
+            ofWindow.AddItems(*control, window);
         } else if (const auto* tabs = qobject_cast<const QTabBar*>(control)) {
             for (int i = 0; i < tabs->count(); ++i) {
-                ofWindow.Add(tabs->tabText(i), place(window, *control));
+                ofWindow.Add(QKeySequence::mnemonic(tabs->tabText(i)), where);
             }
         }
     }
-    expectMenuMnemonics(window);
+    for (const QMenu* menu : window.findChildren<QMenu*>()) {
+        Mnemonics().AddItems(*menu, window);
+    }
 }
 
 void expectWholeTexts(const QWidget& window)
@@ -161,20 +148,19 @@ struct Program : Desk {
             if (!window->isVisible() || !isOurs) {
                 continue;
             }
-            seen.insert(nameOf(*window).toStdString());
-            EXPECT_FALSE(window->windowTitle().isEmpty()) << nameOf(*window).toStdString();
+            seen.insert(window->objectName().toStdString());
+            EXPECT_FALSE(window->windowTitle().isEmpty()) << qPrintable(window->objectName());
             expectNames(*window);
             expectMnemonics(*window);
             settle();
             expectWholeTexts(*window);
-            if (window->objectName() == QLatin1String("frmTextWindow")) {
-                continue; // fits its letters to any size
+            if (window->objectName() != QLatin1String("frmTextWindow")) { // that fits its letters to any size
+                const QSize size = window->size();
+                window->resize(1, 1); // as small as it lets itself be made
+                settle();
+                expectWholeTexts(*window);
+                window->resize(size);
             }
-            const QSize size = window->size();
-            window->resize(1, 1); // as small as it lets itself be made
-            settle();
-            expectWholeTexts(*window);
-            window->resize(size);
         }
     }
 
@@ -182,27 +168,17 @@ struct Program : Desk {
     static void settle() { QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); }
 };
 
-void openAll(frmMain& window, Help& help)
-{
-    emit window.findChild<ValueLabel*>(QStringLiteral("lblMeasValue"))->clicked();
-    for (const char* action :
-         {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder", "mnuConfigurationRVQ"}) {
-        window.findChild<QAction*>(QLatin1String(action))->trigger();
-    }
-    help.ShowHelpTopic(window, "Main");
-}
-
 /// The questions of the settings window, and what a long recording shows while it is loaded.
 void lookAtBoxes(const frmRVQ& window, std::int32_t language, std::set<std::string>& seen)
 {
-    const auto lookAndClose = [&seen] {
-        Program::LookAtAll(seen);
-        QApplication::activeModalWidget()->close();
-    };
-    QTimer::singleShot(0, &window, lookAndClose);
-    window.Boxes.Failure(QStringLiteral("?"));
-    QTimer::singleShot(0, &window, lookAndClose);
-    window.Boxes.Overwrite(QStringLiteral("?"));
+    for (const auto& ask : {std::function([&] { window.Boxes.Failure(QStringLiteral("?")); }),
+                            std::function([&] { window.Boxes.Overwrite(QStringLiteral("?")); })}) {
+        QTimer::singleShot(0, &window, [&seen] {
+            Program::LookAtAll(seen);
+            QApplication::activeModalWidget()->close();
+        });
+        ask();
+    }
     QWidget& main = *window.parentWidget();
     LoadProgress loading(main, language);
     EXPECT_TRUE(Until([&] { return loading.GoOn(0.5) && main.findChild<QWidget*>("dlgLoading") != nullptr; }));
@@ -225,17 +201,22 @@ TEST_P(Access, EveryWindowSpeaksKeepsItsMnemonicsApartAndShowsItsTextsWhole)
     program.Open();
     frmMain& window = *program.window;
     window.StartSimulatedSensor = [] { return 1; };
-    const auto* firstSteps = window.findChild<QWidget*>(QStringLiteral("fraFirstSteps"));
+    const auto* firstSteps = program.Find<QWidget>("fraFirstSteps");
     EXPECT_TRUE(Until([&] { return firstSteps->isVisible(); }));
     Program::LookAtAll(seen);
-    window.findChild<QAbstractButton*>(QStringLiteral("cmdSimulatedSensor"))->click();
-    openAll(window, program.help);
+    program.Find<QAbstractButton>("cmdSimulatedSensor")->click();
+    emit program.Find<ValueLabel>("lblMeasValue")->clicked();
+    for (const char* action :
+         {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder", "mnuConfigurationRVQ"}) {
+        program.Trigger(action);
+    }
+    program.help.ShowHelpTopic(window, "Main");
     EXPECT_TRUE(Until([&] { return !program.Text("lblMeasValue").empty(); }));
     EXPECT_FALSE(firstSteps->isVisible());
     frmSheet sheet(window, program.settings, "");
     sheet.show();
     Program::LookAtAll(seen);
-    lookAtBoxes(*window.findChild<frmRVQ*>(), GetParam(), seen);
+    lookAtBoxes(*program.Find<frmRVQ>("frmRVQ"), GetParam(), seen);
     EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "frmAbout", "frmChartSettings",
                                            "frmConsole", "frmHelp", "frmMain", "frmRVQ", "frmRecorder", "frmSheet",
                                            "frmSplash", "frmTextWindow"}));

@@ -48,18 +48,13 @@ TEST(Manual, EveryLinkLeadsSomewhereAndBothLanguagesHaveTheSameSections)
         for (const QString& picture : matches(text, "src=\"([^\"]+)\"")) {
             EXPECT_TRUE(QFile::exists(":/help/" + picture)) << qPrintable(page + " shows " + picture);
         }
-        if (page.endsWith("_de.htm")) {
-            QString other = page;
-            other.replace("_de", "_en");
-            EXPECT_EQ(matches(text, "<a name=\"(\\w+)\""), matches(read(other), "<a name=\"(\\w+)\""))
-                << qPrintable(page);
-        }
+        const QString english = read(QString(page).replace("_de", "_en"));
+        EXPECT_EQ(matches(text, "<a name=\"(\\w+)\""), matches(english, "<a name=\"(\\w+)\"")) << qPrintable(page);
     }
     for (const QString& topic : read("Contents.txt").split(u'\n', Qt::SkipEmptyParts)) {
         for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
-            const QString page =
-                QString::fromStdString(modHTMLHelp::TopicPage(topic.trimmed().toStdString(), language));
-            EXPECT_TRUE(pages.contains(page)) << qPrintable(page);
+            const std::string page = modHTMLHelp::TopicPage(topic.trimmed().toStdString(), language);
+            EXPECT_TRUE(pages.contains(QString::fromStdString(page))) << page;
         }
     }
 }
@@ -135,8 +130,6 @@ TEST(HelpViewer, FindsInThePageAndGoesBackAndForward)
     start.splash.findChild<QPushButton*>("cmdHelp")->click();
     ASSERT_NE(start.Viewer(), nullptr);
     EXPECT_EQ(start.Page()->source().fileName(), "Splash_de.htm");
-    const auto* contents = start.Viewer()->findChild<QTreeWidget*>("tvContents");
-    EXPECT_EQ(contents->currentItem()->text(0), "Startfenster");
     auto* back = start.Viewer()->findChild<QToolButton*>("cmdBack");
     auto* forward = start.Viewer()->findChild<QToolButton*>("cmdForward");
     EXPECT_FALSE(back->isEnabled());
@@ -145,7 +138,7 @@ TEST(HelpViewer, FindsInThePageAndGoesBackAndForward)
     EXPECT_EQ(start.Page()->source().fileName(), "Splash_de.htm");
     forward->click();
     EXPECT_EQ(start.Page()->source().fileName(), "Main_de.htm");
-    EXPECT_EQ(contents->currentItem()->text(0), "Hauptfenster");
+    EXPECT_EQ(FindIn<QTreeWidget>(*start.Viewer(), "tvContents")->currentItem()->text(0), "Hauptfenster");
 
     auto* search = start.Viewer()->findChild<QLineEdit*>("txtSearch");
     auto* next = start.Viewer()->findChild<QToolButton*>("cmdFindNext");

@@ -29,14 +29,9 @@ TEST(Numbers, ReadingDoesNotDependOnTheLocale)
     for (const auto& [text, value] : rows) {
         EXPECT_EQ(Val(text), value) << text;
     }
-    const std::pair<const char*, std::optional<std::int32_t>> whole[] = {{" -12 ", -12},
-                                                                         {"+3", 3},
-                                                                         {"1.5", std::nullopt},
-                                                                         {"12 %", std::nullopt},
-                                                                         {"", std::nullopt},
-                                                                         {"+-3", std::nullopt},
-                                                                         {"2147483648", std::nullopt}};
-    for (const auto& [text, value] : whole) {
+    using Whole = std::pair<const char*, std::optional<std::int32_t>>;
+    for (const auto& [text, value] : {Whole{" -12 ", -12}, Whole{"+3", 3}, Whole{"1.5", {}}, Whole{"12 %", {}},
+                                      Whole{"", {}}, Whole{"+-3", {}}, Whole{"2147483648", {}}}) {
         EXPECT_EQ(WholeNumber(text), value) << text;
     }
     EXPECT_EQ(FixedText(-1234.5, 3, ','), "-1234,500");

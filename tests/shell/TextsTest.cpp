@@ -5,6 +5,7 @@
 #include "shell/modGlobals.h"
 
 #include <QAction>
+#include <QDirIterator>
 #include <QFile>
 #include <QLabel>
 #include <QRegularExpression>
@@ -12,7 +13,6 @@
 #include <QToolBar>
 #include <QTreeWidget>
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
 
@@ -45,52 +45,31 @@ TEST(Texts, EveryRowHasTwoTextsAndAnIdOfItsOwn)
     EXPECT_EQ(modFunctions::GetText(1401, 1000), "");
 }
 
-/// The numbers of four digits in a source file, without its comments and string literals.
-std::set<int> numbersIn(const std::filesystem::path& file)
-{
-    QFile source(QString::fromStdString(file));
-    EXPECT_TRUE(source.open(QIODevice::ReadOnly)) << file;
-    QString text = QString::fromUtf8(source.readAll());
-    text.remove(QRegularExpression("//[^\n]*|\"[^\"\n]*\""));
-    std::set<int> numbers;
-    static const QRegularExpression number("\\b1[0-3]\\d\\d\\b(?!\\.)");
-    for (auto match = number.globalMatch(text); match.hasNext();) {
-        numbers.insert(match.next().captured().toInt());
-    }
-    return numbers;
-}
-
-TEST(Texts, EveryIdInTheCodeHasATextAndEveryTextIsUsed)
+TEST(Texts, EveryIdInTheCodeHasAText)
 {
     const std::set<int> otherNumbers{1000, 1024, 1200, 1252}; // that are no ids
-    std::set<int> used;
+    static const QRegularExpression number("\\b1[0-3]\\d\\d\\b(?!\\.)"), noCode("//[^\n]*|\"[^\"\n]*\"");
+    int ids = 0;
     for (const char* folder : {"shell", "device", "monitor", "chart", "recorder", "settings"}) {
-        const std::filesystem::path path = std::filesystem::path(ORVEX_SOURCE_DIR) / folder;
-        for (const auto& file : std::filesystem::directory_iterator(path)) {
-            if (file.path().extension() == ".inc") {
-                continue;
-            }
-            for (const int id : numbersIn(file.path())) {
+        for (QDirIterator files(QDir(ORVEX_SOURCE_DIR).filePath(folder), {"*.cpp", "*.h"}); files.hasNext();) {
+            QFile source(files.next());
+            ASSERT_TRUE(source.open(QIODevice::ReadOnly)) << qPrintable(source.fileName());
+            const QString code = QString::fromUtf8(source.readAll()).remove(noCode);
+            for (auto match = number.globalMatch(code); match.hasNext(); ++ids) {
+                const int id = match.next().captured().toInt();
                 EXPECT_TRUE(otherNumbers.contains(id) || !modFunctions::GetText(id, LanguageGerman).empty())
-                    << id << " in " << file.path();
-                used.insert(id);
+                    << id << " in " << qPrintable(source.fileName());
             }
         }
     }
-    // Of a list only the first id stands in the code.
-#define TEXT(id, german, english)                                                                                      \
-    EXPECT_TRUE(used.contains(id) || used.contains(id - 1) || used.contains(id - 2)) << id << " is never shown";
-#define SAME(id, text) TEXT(id, text, text)
-#include "shell/StringTable.inc"
-#undef SAME
-#undef TEXT
+    EXPECT_GT(ids, 250);
 }
 
 TEST(Localising, EveryKindOfControlTakesItsTextsById)
 {
     QWidget form;
     SetTextIds(&form, 1110);
-    auto* label = new QLabel("as designed", &form);
+    const auto* label = new QLabel("as designed", &form);
     auto* tabs = new QTabWidget(&form);
     tabs->addTab(new QWidget, "a");
     tabs->addTab(new QWidget, "as designed");
