@@ -14,9 +14,10 @@ namespace {
 constexpr double kNoon = 46000.5;
 constexpr double kSecond = 1.0 / 86400.0;
 
-std::unique_ptr<XYChart> newChart()
+std::unique_ptr<XYChart> newChart(std::int32_t lastSlot = 1199)
 {
     auto chart = std::make_unique<XYChart>(nullptr);
+    chart->InitChartData(lastSlot);
     chart->Header({});
     chart->AutoScale(false);
     chart->YLimits(0, 100);
@@ -44,21 +45,15 @@ int curvePixels(const QImage& picture, double from = 0.0, double to = 1.0)
 /// A frame shows the same whether the chart was painted all the time or only now.
 TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
 {
-    struct Row {
-        const char* name;
-        std::function<void(XYChart&)> prepare;
-    };
-    for (const Row& row :
+    using Row = std::pair<const char*, std::function<void(XYChart&)>>;
+    for (const auto& [name, prepare] :
          {Row{"as it comes", [](XYChart&) {}}, Row{"times of day", [](XYChart& c) { c.TimeScale(true); }},
           Row{"dots", [](XYChart& c) { c.ConnectPoints(false); }}, Row{"held", [](XYChart& c) { c.HoldSpan(true); }},
           Row{"reversed", [](XYChart& c) { c.XReversed(true), c.YReversed(true); }}}) {
         for (const int points : {300, 680, 730, 1100}) {
-            const auto kept = newChart();
-            const auto fresh = newChart();
-            for (XYChart* chart : {kept.get(), fresh.get()}) {
-                chart->InitChartData(2000);
-                row.prepare(*chart);
-            }
+            const auto kept = newChart(599), fresh = newChart(599); // in the end the ring has come round
+            prepare(*kept);
+            prepare(*fresh);
             for (int i = 0; i < points; ++i) {
                 double time = kNoon + i * 0.13 * kSecond;
                 time += i > 700 && i < 750 ? 15 * kSecond : 0.0; // a clock that jumps forth and back
@@ -75,8 +70,8 @@ TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
             // The outermost column may keep what the pen has reached from points that have left the picture.
             const QRect inner = QRect(QPoint(), kept->size()).adjusted(70, 0, -30, 0);
             EXPECT_TRUE(pictureOf(*kept).copy(inner) == pictureOf(*fresh).copy(inner))
-                << row.name << ", " << points << " points";
-            EXPECT_GT(curvePixels(pictureOf(*kept)), 200) << row.name;
+                << name << ", " << points << " points";
+            EXPECT_GT(curvePixels(pictureOf(*kept)), 200) << name;
         }
     }
 }
@@ -84,7 +79,6 @@ TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
 TEST(Chart, AHeldSpanStaysHoweverLongItIsHeld)
 {
     const auto chart = newChart();
-    chart->InitChartData(1199);
     chart->HoldSpan(true);
     const auto feed = [&](int from, int to) {
         for (int i = from; i < to; ++i) {
@@ -106,8 +100,7 @@ TEST(Chart, AHeldSpanStaysHoweverLongItIsHeld)
 
 TEST(Chart, ForgetsWhatTheRingHasOverwritten)
 {
-    const auto chart = newChart();
-    chart->InitChartData(199);
+    const auto chart = newChart(199);
     for (int i = 0; i < 1000; ++i) {
         chart->AddPoint(kNoon + i * 0.1 * kSecond, 50);
         pictureOf(*chart);
@@ -119,8 +112,7 @@ TEST(Chart, ForgetsWhatTheRingHasOverwritten)
 TEST(Chart, StaysSaneWithWhatIsNotACurve)
 {
     const auto chart = newChart();
-    const QImage empty = pictureOf(*chart);
-    EXPECT_EQ(curvePixels(empty), 0);
+    EXPECT_EQ(curvePixels(pictureOf(*chart)), 0);
     const double inf = std::numeric_limits<double>::infinity();
     for (const double y : {std::nan(""), inf, -inf, 1e305, 0.0}) {
         chart->AddPoint(kNoon, y);
@@ -138,7 +130,6 @@ TEST(Chart, StaysSaneWithWhatIsNotACurve)
     chart->Series().StopIndex = 5000000;
     EXPECT_EQ(curvePixels(pictureOf(*chart)), 0) << "pointers that are no slots";
     chart->Reset();
-    EXPECT_EQ(pictureOf(*chart).size(), empty.size());
     for (const QSize size : {QSize(0, 0), QSize(1, 1), QSize(30, 400), QSize(400, 20)}) {
         chart->resize(size);
         chart->AddPoint(kNoon, 5);

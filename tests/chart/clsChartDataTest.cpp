@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 
@@ -19,20 +20,15 @@ clsChartData ringOf(std::int32_t size, int points)
 
 TEST(ChartData, TheReadPointerMovesToTheOldestPointShown)
 {
-    struct Row {
-        std::int32_t size;
-        int points;
-        std::int32_t start, expected;
-        const char* why;
-    };
-    for (const Row& row :
+    using Row = std::tuple<std::int32_t, int, std::int32_t, std::int32_t, const char*>;
+    for (const auto& [size, points, start, expected, why] :
          {Row{5, 3, 1, 0, "not wrapped: from the beginning"}, Row{5, 7, 0, 3, "wrapped: the oldest is left out"},
           Row{5, 7, 4, 3, "the same from behind"}, Row{5, 7, 2, 2, "equal pointers stay"},
           Row{1, 3, 0, 0, "a single slot"}, Row{5, 0, 0, 0, "no points"}}) {
-        clsChartData ring = ringOf(row.size, row.points);
-        ring.StartIndex = row.start;
+        clsChartData ring = ringOf(size, points);
+        ring.StartIndex = start;
         ring.ResetReadPointer();
-        EXPECT_EQ(ring.StartIndex, row.expected) << row.why;
+        EXPECT_EQ(ring.StartIndex, expected) << why;
     }
     clsChartData ring = ringOf(5, 6);
     ring.AddChartPoint(0.0, 1.0);

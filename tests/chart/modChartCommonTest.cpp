@@ -56,14 +56,13 @@ TEST(Axis, KeepsItsTicksWhenTheRangeIsOrBecomesEmpty)
 
 TEST(TimeStep, TakesMillisecondsUpToASecondADivisionThenTheUnitsOfTheClock)
 {
-    struct Row {
-        std::int32_t range_ms, divisions, step_ms;
-    };
-    for (const Row& row : {Row{60000, 6, 15000}, Row{5000, 10, 1000}, Row{10000, 10, 2000}, Row{10006, 10, 2000},
-                           Row{20000, 10, 5000}, Row{600000, 5, 300000}, Row{36000000, 5, 18000000}, Row{0, 5, 1},
-                           Row{2000000000, 2, 1296000000 /* 15 days */}}) {
-        std::int32_t divisions = row.divisions;
-        EXPECT_EQ(TimeStep(row.range_ms, divisions), row.step_ms) << row.range_ms << " in " << row.divisions;
+    using Row = std::tuple<std::int32_t, std::int32_t, std::int32_t>; // both ranges in milliseconds
+    for (const auto& [range, divisions, step] :
+         {Row{60000, 6, 15000}, Row{5000, 10, 1000}, Row{10000, 10, 2000}, Row{10006, 10, 2000}, Row{20000, 10, 5000},
+          Row{600000, 5, 300000}, Row{36000000, 5, 18000000}, Row{0, 5, 1},
+          Row{2000000000, 2, 1296000000 /* 15 days */}}) {
+        std::int32_t taken = divisions;
+        EXPECT_EQ(TimeStep(range, taken), step) << range << " in " << divisions;
     }
     std::int32_t none = -4;
     EXPECT_EQ(TimeStep(500, none), 1000);
@@ -84,26 +83,22 @@ TEST(Labels, SayTimesOfDayAndNeverMinusZero)
 
 TEST(AutomaticRange, WidensAtOnceAndNarrowsBelowAQuarterOnly)
 {
-    struct Row {
-        double lower, upper;
-        std::vector<double> values;
-        double newLower, newUpper;
-        const char* why;
-    };
+    using Row = std::tuple<ValueRange, std::vector<double>, ValueRange, const char*>;
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    for (const Row& row : {Row{0, 0, {1000, 1500}, 900, 1600, "the first values"},
-                           Row{0, 1000, {0, 1000}, 0, 1000, "the ends are inside"},
-                           Row{0, 1000, {700, 1001}, 0, 1200, "room beyond the value that broke out"},
-                           Row{1000, 2000, {999, 1500}, 800, 2000, "the other end stays"},
-                           Row{0, 1000, {400, 650}, 0, 1000, "exactly a quarter"},
-                           Row{0, 1000, {400, 649}, 350, 700, "less than a quarter"},
-                           Row{4995, 5005, {5000, 5001}, 4995, 5005, "not to be halved"},
-                           Row{0, 0, {0, 500}, 0, 600, "no negative limit for positive values"},
-                           Row{0, 1000, {nan, 3e12}, 0, 3.5e12, "a jump of nine orders of magnitude"},
-                           Row{3, 9, {nan}, 3, 9, "nothing to follow"}}) {
-        const ValueRange range = AutomaticRange({row.lower, row.upper}, row.values);
-        EXPECT_DOUBLE_EQ(range.lower, row.newLower) << row.why;
-        EXPECT_DOUBLE_EQ(range.upper, row.newUpper) << row.why;
+    for (const auto& [before, values, after, why] :
+         {Row{{0, 0}, {1000, 1500}, {900, 1600}, "the first values"},
+          Row{{0, 1000}, {0, 1000}, {0, 1000}, "the ends are inside"},
+          Row{{0, 1000}, {700, 1001}, {0, 1200}, "room beyond the value that broke out"},
+          Row{{1000, 2000}, {999, 1500}, {800, 2000}, "the other end stays"},
+          Row{{0, 1000}, {400, 650}, {0, 1000}, "exactly a quarter"},
+          Row{{0, 1000}, {400, 649}, {350, 700}, "less than a quarter"},
+          Row{{4995, 5005}, {5000, 5001}, {4995, 5005}, "not to be halved"},
+          Row{{0, 0}, {0, 500}, {0, 600}, "no negative limit for positive values"},
+          Row{{0, 1000}, {nan, 3e12}, {0, 3.5e12}, "a jump of nine orders of magnitude"},
+          Row{{3, 9}, {nan}, {3, 9}, "nothing to follow"}}) {
+        const ValueRange range = AutomaticRange(before, values);
+        EXPECT_DOUBLE_EQ(range.lower, after.lower) << why;
+        EXPECT_DOUBLE_EQ(range.upper, after.upper) << why;
     }
 }
 

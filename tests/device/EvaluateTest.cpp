@@ -76,7 +76,6 @@ TEST(Evaluate, RepliesWithoutDialogue)
         {DialogueNone, "X", "  1.234 m\r\n", EventNone, EventNone, "X", true},
         {DialogueNone, "C", "Type: Serial\r\n101: 1\r\n", EventNone, EventNoAnswer, "", true},
         {DialogueNone, "", "23 C,  OK\r\n", EventTemperature, 0, "", true},
-        {DialogueNone, "", "23 C,  OK", EventNone, EventNoAnswer, "", true},
     });
 }
 
@@ -88,13 +87,11 @@ TEST(Evaluate, RepliesWhenIdle)
         {DialogueIdle, frame, "OK 302\r\n", EventAcknowledged, EventAcknowledged, "", true},
         {DialogueIdle, frame, "OK\r\n", EventNone, EventAcknowledged, "", true},
         {DialogueIdle, frame, "Error 302\r\n", EventRefused, EventRefused, "", true},
-        {DialogueIdle, frame, "ERR\r\n", EventNone, EventRefused, "", true},
         {DialogueIdle, "", "OK 302\r\n", EventAcknowledged, EventAcknowledged, "", true},
         {DialogueIdle, "C", "OK of a dump's head", EventAcknowledged, EventNoAnswer, "", true},
         {DialogueIdle, "S", "No Echo\r\n", EventRefused, EventNone, "C", true},
         {DialogueIdle, "S", "  1.234 m\r\n", EventNone, EventNone, "C", true},
         {DialogueIdle, "C", "Type: OE\r\nend", EventConfiguration, 0, "", true},
-        {DialogueIdle, "C", "Type: OE\r\n", EventNone, EventNoAnswer, "", true},
         {DialogueIdle, "T", "-5 C, NOK\r\n", EventTemperature, 0, "", true},
         {DialogueIdle, "T", " C,  ok\r\n", EventNone, EventNoAnswer, "", true},
         {DialogueIdle, frame, "garbage", EventNone, EventNoAnswer, "", false},

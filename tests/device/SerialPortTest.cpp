@@ -15,9 +15,9 @@ using modPComm::OpenProblem;
 
 TEST(ComPort, CallsOfOpeningAndClosing)
 {
-    using Row = std::tuple<std::int32_t, bool, std::vector<std::string>>;
-    for (const auto& [openResult, open, calls] :
-         {Row{0, true, {"close 3", "open 3", "baud 19200", "close 3"}}, Row{-1, false, {"close 3", "open 3"}}}) {
+    using Row = std::pair<std::int32_t, std::vector<std::string>>;
+    for (const auto& [openResult, calls] : {Row{0, {"close 3", "open 3", "baud 19200", "close 3"}},
+                                            Row{-1, {"close 3", "open 3", "close 4", "open 4"}}}) {
         clsScriptedPort port;
         port.OpenResult = openResult;
         {
@@ -25,11 +25,9 @@ TEST(ComPort, CallsOfOpeningAndClosing)
             device.OpenComPort(0, 19200);
             device.OpenComPort(-1, 19200);
             device.OpenComPort(3, 19200);
-            EXPECT_EQ(device.PortIsOpen, open);
-            if (open) {
-                device.OpenComPort(4, 9600);
-                device.CommBaudrate(14400); // no usual rate
-            }
+            EXPECT_EQ(device.PortIsOpen, openResult == 0);
+            device.OpenComPort(4, 9600);
+            device.CommBaudrate(14400); // no usual rate
         }
         EXPECT_EQ(port.Calls, calls);
     }
@@ -67,31 +65,23 @@ struct PosixLine {
     PosixLine() { devices.Override(1, terminal.Path()); }
 };
 
-TEST(PosixPort, RawBytesBothWaysAtTheRateSet)
+TEST(PosixPort, RawBytesAtTheRateSet)
 {
     PosixLine line;
-    std::string all, received;
+    std::string all, received(300, '\0');
     for (int byte = 0; byte < 256; ++byte) {
         all += static_cast<char>(byte);
     }
     ASSERT_EQ(line.port.sio_open(1), 0);
     EXPECT_EQ(line.port.sio_baud(1, 38400), 0);
     EXPECT_EQ(line.port.sio_getbaud(1), 38400);
-    for (const char c : all) {
-        EXPECT_EQ(line.port.sio_putch(1, static_cast<std::uint8_t>(c)), 0);
-    }
-    // The kernel hands the bytes over in its own time.
-    const auto arrived = [](const std::function<std::size_t()>& count) {
-        for (int i = 0; i < 5000 && count() < 256; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    };
-    arrived([&] { return (received += line.terminal.Read(38400)).size(); });
-    EXPECT_EQ(received, all);
     ASSERT_TRUE(line.terminal.IsAttached());
     line.terminal.Write(all, 38400);
-    arrived([&] { return static_cast<std::size_t>(line.port.sio_iqueue(1)); });
-    received.assign(300, '\0');
+    // The kernel hands the bytes over in its own time.
+    for (int i = 0; i < 5000 && line.port.sio_iqueue(1) < 256; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(line.port.sio_iqueue(1), 256);
     EXPECT_EQ(line.port.sio_read(1, received), 256);
     EXPECT_EQ(received.substr(0, 256), all);
     EXPECT_EQ(line.port.sio_data_status(1), 0);

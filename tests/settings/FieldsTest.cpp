@@ -55,12 +55,10 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     profibus.TimeOut = 9; // not in the list
     profibus.ScaleFactor = -1234;
     const ShownSettings shown = ShownOf(profibus, ',');
-    EXPECT_EQ(shown.texts[FieldNodeAddress], "5");
     EXPECT_EQ(shown.texts[FieldS1On], "");
     EXPECT_EQ(shown.texts[FieldScaleFactor], "-1,234");
     EXPECT_EQ(shown.choices[ChoiceS2Logic], -1);
     EXPECT_EQ(shown.choices[ChoiceTimeOut], -1);
-    EXPECT_EQ(shown.choices[ChoiceRainFilter], -1);
 
     clsRVQ target;
     target.RainFilter = 1;

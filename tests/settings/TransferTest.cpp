@@ -47,7 +47,6 @@ TEST(Transfer, UploadSendsEveryCodeInItsOrderAndReadsBack)
     EXPECT_EQ(window.TakeTold(), "select 1274 ");
     EXPECT_EQ(window.progress.step, 25);
     EXPECT_EQ(window.progress.steps, 25);
-    EXPECT_EQ(window.entry.OutputFormat, 0);
     EXPECT_EQ(window.entry.DistanceWindow, 20000);
     EXPECT_TRUE(window.line.device.UnstoredChanges);
 

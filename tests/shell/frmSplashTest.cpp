@@ -60,7 +60,7 @@ TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
     }
 }
 
-TEST(StartUpWindow, LanguageChangesEveryTextBothWays)
+TEST(StartUpWindow, LanguageChangesEveryText)
 {
     const Splash splash;
     const auto texts = [&] {
@@ -75,8 +75,6 @@ TEST(StartUpWindow, LanguageChangesEveryTextBothWays)
     for (int i = 0; i < german.size(); ++i) {
         EXPECT_NE(texts()[i], german[i]);
     }
-    Choose(splash.List("cmbLanguage"), 0);
-    EXPECT_EQ(texts(), german);
 }
 
 TEST(StartUpWindow, ExitAndCloseBoxRejectWithoutSavingAndEscapeDoesNothing)

@@ -105,11 +105,6 @@ TEST(SensorModel, FaultsShowOnTheLine)
         bench.sensor.Faults().*rate = value;
         EXPECT_EQ(bench.Ask(sent), answered) << sent;
     }
-    Bench cut;
-    cut.sensor.Faults().cutdump = 1;
-    const std::string dump = cut.Ask("C");
-    EXPECT_TRUE(dump.starts_with("Type:")) << dump;
-    EXPECT_EQ(dump.find("end"), dump.npos);
     Bench noisy;
     noisy.sensor.Faults().garbage = 1;
     const std::string doubled = noisy.Ask("X");

@@ -3,7 +3,6 @@
 
 #include "tests/support/TemporaryFolder.h"
 
-#include <chrono>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -14,42 +13,30 @@ namespace simulator {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
-constexpr auto kPatience = std::chrono::seconds(5);
 
 /// The other end of the line, in the hands of a program.
-class Client {
-public:
-    explicit Client(const std::string& path) : m_port(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
-    ~Client() { close(m_port); }
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
+struct Client {
+    const int port;
 
-    bool Send(std::string_view bytes) const
-    {
-        return write(m_port, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
-    }
-    /// Reads until so many bytes are there, the line hangs up or the patience ends.
+    explicit Client(const std::string& path) : port(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
+    ~Client() { close(port); }
+    Client(const Client&) = delete;
+
+    /// Reads until so many bytes are there, the line hangs up or is silent for five seconds.
     std::string Read(std::size_t count) const
     {
         std::string bytes;
-        const auto end = Clock::now() + kPatience;
-        while (bytes.size() < count && Clock::now() < end) {
-            pollfd port{m_port, POLLIN, 0};
-            poll(&port, 1, 50);
+        pollfd input{port, POLLIN, 0};
+        while (bytes.size() < count && poll(&input, 1, 5000) == 1) {
             char byte = 0;
-            while (bytes.size() < count && read(m_port, &byte, 1) == 1) {
-                bytes.push_back(byte);
+            if (read(port, &byte, 1) != 1) {
+                break;
             }
+            bytes.push_back(byte);
         }
         return bytes;
     }
-
-private:
-    int m_port;
 };
-
-const std::string kReady = "Sensor ready\r\n";
 
 } // namespace
 
@@ -79,8 +66,8 @@ TEST(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
         const clsSimulatedSensor sensor({}, link);
         EXPECT_EQ(sensor.Path(), link);
         const Client client(link);
-        ASSERT_TRUE(client.Send("X"));
-        EXPECT_EQ(client.Read(kReady.size()), kReady);
+        ASSERT_EQ(write(client.port, "X", 1), 1);
+        EXPECT_EQ(client.Read(14), "Sensor ready\r\n");
     }
     EXPECT_TRUE(fs::is_empty(folder.path)) << "neither the link nor its temporary name is left";
 }
