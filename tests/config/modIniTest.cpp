@@ -73,7 +73,7 @@ TEST_F(IniFile, WhatIsTooLongIsCut)
 TEST_F(IniFile, WritingChangesOneLine)
 {
     const std::tuple<std::string, const char*, const char*, const char*, std::string> rows[] = {
-        {"(none)", "S", "k", "1", "[S]\r\nk=1\r\n"},
+        {"", "S", "k", "1", "[S]\r\nk=1\r\n"},
         {"[s]\n K =old \n; c\n", "S", "k", "new", "[s]\n K =new\n; c\n"},
         {"[s]\na=1\n\n\n[t]\nk=2\n", "S", "k", "1", "[s]\na=1\nk=1\r\n\n\n[t]\nk=2\n"},
         {"[s]", "s", "k", "1", "[s]\r\nk=1\r\n"},
@@ -83,8 +83,7 @@ TEST_F(IniFile, WritingChangesOneLine)
         {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot begin a line of its own
     };
     for (const auto& [before, section, key, value, after] : rows) {
-        std::filesystem::remove(file);
-        if (before != "(none)") {
+        if (!before.empty()) { // else there is no file yet
             Put(before);
         }
         EXPECT_TRUE(Ini().WriteSetting(section, key, value)) << before;

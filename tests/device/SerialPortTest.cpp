@@ -117,19 +117,15 @@ TEST(MakerOf, LooksUpToThePlugAndNoFurther)
     const fs::path& system = folder.path;
     const fs::path plug = system / "devices/usb1/1-2";
     fs::create_directories(plug / "1-2:1.0/ttyUSB7");
-    fs::create_directories(system / "devices/pnp0/00:01/ttyS0");
-    for (const auto& [name, device] :
-         {std::pair("ttyUSB7", plug / "1-2:1.0/ttyUSB7"), std::pair("ttyS0", system / "devices/pnp0/00:01/ttyS0")}) {
-        fs::create_directories(system / "class/tty" / name);
-        fs::create_symlink(device, system / "class/tty" / name / "device");
-        std::ofstream(system / name) << "";
-    }
-    fs::create_symlink(system / "ttyUSB7", system / "usb-converter-by-id");
+    fs::create_directories(system / "class/tty/ttyUSB7");
+    fs::create_symlink(plug / "1-2:1.0/ttyUSB7", system / "class/tty/ttyUSB7/device");
+    fs::create_symlink(folder.Write("ttyUSB7", ""), system / "usb-converter-by-id");
+    folder.Write("product", "of the whole system\n");
+    EXPECT_EQ(modPComm::MakerOf(system / "ttyUSB7", system), "");
     std::ofstream(plug / "product") << "USB UART\n";
     EXPECT_EQ(modPComm::MakerOf(system / "ttyUSB7", system), "USB UART");
     std::ofstream(plug / "manufacturer") << "Maker & Sons\n";
     EXPECT_EQ(modPComm::MakerOf(system / "usb-converter-by-id", system), "Maker & Sons USB UART");
-    EXPECT_EQ(modPComm::MakerOf(system / "ttyS0", system), "");
     EXPECT_EQ(modPComm::MakerOf("/dev/does-not-exist", system), "");
 }
 

@@ -51,6 +51,11 @@ struct Editor {
         return FindIn<Widget>(*window, name);
     }
     void Click(const char* name) const { Find(name)->click(); }
+    void ClickAndAnswer(const char* name, const char* file)
+    {
+        fileAnswer = folder / file;
+        Click(name);
+    }
     std::string Status() const { return Find<QLabel>("lblStatus")->text().toStdString(); }
     NumberEdit& Box(int i) const { return *Find<NumberEdit>("txtParameter_" + std::to_string(i)); }
     std::string Typed(int i) const { return Box(i).text().toStdString(); }
@@ -94,8 +99,7 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     Editor editor;
     auto* list = editor.Find<QComboBox>("cmbConfig");
     editor.Box(5).setText("9995");
-    editor.fileAnswer = editor.folder / "prässe.rvq";
-    editor.Click("cmdSave");
+    editor.ClickAndAnswer("cmdSave", "prässe.rvq");
     EXPECT_EQ(list->currentText(), "Press 4");
     EXPECT_EQ(editor.Typed(5), "255") << "refused, and to be seen";
     EXPECT_EQ(editor.Find<QLabel>("lblSource")->text().toStdString(), editor.fileAnswer);
@@ -104,32 +108,26 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
 
     editor.Box(0).setText("77");
     editor.description = QString();
-    editor.fileAnswer = editor.folder / "second.rvq";
-    editor.Click("cmdSave");
+    editor.ClickAndAnswer("cmdSave", "second.rvq");
     EXPECT_EQ(list->count(), 3);
     EXPECT_EQ(list->currentText(), "User configuration");
-    editor.fileAnswer = editor.folder / "prässe.rvq";
-    editor.Click("cmdSave");
+    editor.ClickAndAnswer("cmdSave", "prässe.rvq");
     ASSERT_EQ(editor.questions.size(), 1U);
     EXPECT_EQ(editor.questions[0].toStdString(), "The configuration file already exists.: " + editor.fileAnswer +
                                                      "\nDo you want to overwrite the existing file ?");
     editor.Click("cmdDelete");
     EXPECT_EQ(list->count(), 2);
     EXPECT_EQ(list->currentText(), "Press 4");
-    editor.fileAnswer = editor.folder / "second.rvq";
-    editor.Click("cmdLoad");
+    editor.ClickAndAnswer("cmdLoad", "second.rvq");
     EXPECT_EQ(list->count(), 3);
     EXPECT_EQ(editor.Typed(0), "77");
-    editor.fileAnswer = editor.folder; // no file, no description
-    editor.Click("cmdLoad");
+    editor.ClickAndAnswer("cmdLoad", ""); // no file, no description
     EXPECT_EQ(list->count(), 3);
 
-    editor.fileAnswer = editor.folder / "missing" / "x.rvq";
-    editor.Click("cmdSave");
+    editor.ClickAndAnswer("cmdSave", "missing/x.rvq");
     EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written.");
     editor.description = "  ";
-    editor.fileAnswer = editor.folder / "third.rvq";
-    editor.Click("cmdSave");
+    editor.ClickAndAnswer("cmdSave", "third.rvq");
     EXPECT_EQ(editor.Status(), "");
     EXPECT_EQ(list->currentText(), "User configuration") << "blanks are no description";
 }
