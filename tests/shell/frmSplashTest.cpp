@@ -18,10 +18,18 @@ struct Splash : Desk {
         return settings = {.IniFile = iniFile, .Baudrate = 57600, .Comport = 300};
     }
     QComboBox& List(const char* name) const { return *FindIn<QComboBox>(window, name); }
+    QStringList Texts() const
+    {
+        QStringList all{window.windowTitle(), FindIn(window, "cmdOK")->text()};
+        for (const char* name : {"lblSelectLanguage", "lblLanguage", "lblSelectInterface", "lblComPort"}) {
+            all += FindIn<QLabel>(window, name)->text();
+        }
+        return all;
+    }
     void Click(const char* name) const { FindIn(window, name)->click(); }
 };
 
-TEST(StartUpWindow, ShowsTheSettingsAndKeepsThemOnOK)
+TEST(StartUpWindow, ShowsTheSettingsInTheirLanguageAndKeepsThemOnOK)
 {
     Splash splash;
     EXPECT_EQ(splash.List("cmbComPort").count(), 255);
@@ -33,7 +41,11 @@ TEST(StartUpWindow, ShowsTheSettingsAndKeepsThemOnOK)
 
     splash.List("cmbComPort").setCurrentIndex(6);
     splash.List("cmbBaudrate").setCurrentIndex(5);
+    const QStringList german = splash.Texts();
     Choose(splash.List("cmbLanguage"), 1);
+    for (int i = 0; i < german.size(); ++i) {
+        EXPECT_NE(splash.Texts()[i], german[i]);
+    }
     splash.Click("cmdOK");
     EXPECT_EQ(splash.window.result(), QDialog::Accepted);
     const modGlobals::Settings kept = modGlobals::LoadGlobalSettings(splash.file, '.');
@@ -57,23 +69,6 @@ TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
         EXPECT_EQ(ports.itemData(1, Qt::AccessibleDescriptionRole).toString().toStdString(), isThere ? device : "");
         EXPECT_EQ(ports.itemData(1, Qt::ToolTipRole).toString().toStdString(), device);
         ports.hidePopup();
-    }
-}
-
-TEST(StartUpWindow, LanguageChangesEveryText)
-{
-    const Splash splash;
-    const auto texts = [&] {
-        QStringList all{splash.window.windowTitle(), FindIn(splash.window, "cmdOK")->text()};
-        for (const char* name : {"lblSelectLanguage", "lblLanguage", "lblSelectInterface", "lblComPort"}) {
-            all += FindIn<QLabel>(splash.window, name)->text();
-        }
-        return all;
-    };
-    const QStringList german = texts();
-    Choose(splash.List("cmbLanguage"), 1);
-    for (int i = 0; i < german.size(); ++i) {
-        EXPECT_NE(texts()[i], german[i]);
     }
 }
 

@@ -75,8 +75,7 @@ TEST(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
 TEST(SimulatedSensor, LinkIsRefusedWhereAFileLivesAndLeftAloneWhenOthersHaveIt)
 {
     const TemporaryFolder folder;
-    const fs::path file = folder.path / "notes";
-    std::ofstream(file) << "mine";
+    const fs::path file = folder.Write("notes", "mine");
     EXPECT_THROW(clsSimulatedSensor({}, file), std::runtime_error);
     EXPECT_THROW(clsSimulatedSensor({}, folder.path / "missing" / "port"), std::runtime_error);
     EXPECT_EQ(fs::file_size(file), 4U);
