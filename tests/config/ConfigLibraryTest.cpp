@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <regex>
 
 namespace {
 
@@ -21,8 +20,11 @@ struct ConfigFolder : testing::Test {
     {
         clsIni ini({}, '.');
         ini.Filename(iniFile);
-        std::string list = std::regex_replace(ini.GetSection("FILES"), std::regex(folder.string() + "/"), "");
+        std::string list = ini.GetSection("FILES");
         std::ranges::replace(list, '\0', '|');
+        for (std::size_t at = list.find(folder.string()); at != std::string::npos; at = list.find(folder.string())) {
+            list.erase(at, folder.string().size() + 1);
+        }
         return list;
     }
     clsConfigLibrary Built() const
