@@ -190,20 +190,23 @@ TEST_F(CrashSafety, Tables)
 
 TEST_F(CrashSafety, Pictures)
 {
-    using Row = std::tuple<std::string, const char*, const char*>;
-    for (const auto& [kind, head, tail] : {Row{"png", "\x89PNG", "IEND\xAE\x42\x60\x82"},
-                                           Row{"svg", "<?xml", "</svg>\n"}, Row{"pdf", "%PDF", "%%EOF\n"}}) {
-        const std::string file = folder.path / ("chart." + kind);
+    struct Row {
+        std::string kind;
+        const char *head, *tail;
+    };
+    for (const Row& row : {Row{"png", "\x89PNG", "IEND\xAE\x42\x60\x82"}, Row{"svg", "<?xml", "</svg>\n"},
+                           Row{"pdf", "%PDF", "%%EOF\n"}}) {
+        const std::string file = folder.path / ("chart." + row.kind);
         const auto write = [&](int i) {
             needWindows();
             static XYChart chart(nullptr);
             chart.resize(400 + i % 2 * 100, 300);
-            WritePicture(chart, QString::fromStdString(file), kind.c_str());
+            WritePicture(chart, QString::fromStdString(file), row.kind.c_str());
         };
         Repeat(6, write, [&](int) {
             const std::string found = TemporaryFolder::Read(file);
-            ASSERT_TRUE(found.starts_with(head) && found.ends_with(tail)) << file;
-            ASSERT_TRUE(kind != "png" || !QImage(QString::fromStdString(file)).isNull());
+            ASSERT_TRUE(found.starts_with(row.head) && found.ends_with(row.tail)) << file;
+            ASSERT_TRUE(row.kind != "png" || !QImage(QString::fromStdString(file)).isNull());
         });
     }
     Print("pictures, `*.png`, `*.svg`, `*.pdf`", "the unfinished picture, `NAME.png.XXXXXX`, for the user to delete");
