@@ -102,7 +102,7 @@ std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t s
         setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else each of 255 texts is measured
         setMinimumContentsLength(kPortNameLength);
         setIconSize({0, 0}); // there are none, and the room for one would make the list higher than its neighbours
-        QStringList names; // added at once, as the list tells its view of each addition
+        QStringList names;   // added at once, as the list tells its view of each addition
         for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
             names += QStringLiteral("COM %1").arg(port);
         }
