@@ -7,7 +7,7 @@
 #include "monitor/ValueLabel.h"
 #include "shell/LineLabel.h"
 #include "shell/Localise.h"
-#include "shell/PortLists.h"
+#include "shell/PortList.h"
 
 #include <QAction>
 #include <QActionGroup>

@@ -16,7 +16,7 @@
 #include "shell/Help.h"
 #include "shell/InputGuards.h"
 #include "shell/Localise.h"
-#include "shell/PortLists.h"
+#include "shell/PortList.h"
 #include "shell/QtText.h"
 #include "shell/WindowPlace.h"
 #include "shell/modAPI.h"

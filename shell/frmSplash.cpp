@@ -6,7 +6,7 @@
 #include "shell/Heading.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
-#include "shell/PortLists.h"
+#include "shell/PortList.h"
 #include "shell/QtText.h"
 #include "shell/modFunctions.h"
 

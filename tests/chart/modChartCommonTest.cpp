@@ -92,6 +92,8 @@ TEST(AutomaticRange, WidensAtOnceAndNarrowsBelowAQuarterOnly)
           Row{{0, 1000}, {400, 649}, {350, 700}, "less than a quarter"},
           Row{{4995, 5005}, {5000, 5001}, {4995, 5005}, "not to be halved"},
           Row{{0, 0}, {0, 500}, {0, 600}, "no negative limit for positive values"},
+          Row{{0, 1000}, {-40, 500}, {-200, 1000}, "a negative value"},
+          Row{{0, 0}, {-1580, -1050}, {-1700, -900}, "negative values only"},
           Row{{0, 1000}, {nan, 500, 3e12}, {0, 3.5e12}, "a jump of nine orders of magnitude"},
           Row{{3, 9}, {nan}, {3, 9}, "nothing to follow"}}) {
         const ValueRange range = AutomaticRange(before, values);

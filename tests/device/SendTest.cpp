@@ -78,21 +78,27 @@ TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
 {
     using Happening = std::function<void(ScriptedSensor&)>;
     const auto arrives = [](const char* reply) -> Happening { return [reply](ScriptedSensor& s) { s.Arrive(reply); }; };
-    const std::pair<Happening, std::int32_t> rows[] = {
-        {arrives("OK 302\r\n"), EventAcknowledged},
-        {arrives("Error 302\r\n"), EventRefused},
-        {arrives("23 C,  OK\r\n"), EventRefused},
-        {arrives("Type: Serial\r\nend"), EventRefused},
-        // Several ticks run inside one pump, and something sends after the answer has come.
-        {[](ScriptedSensor& s) { s.Arrive("OK 302\r\n"), s.device.SendCommand("M"), s.Arrive(""); }, EventAcknowledged},
-        {[](ScriptedSensor& s) { s.At(2100), s.Arrive(""); }, EventNoAnswer},
-        {[](ScriptedSensor& s) { s.At(2100), s.Arrive("xyz"); }, EventNoAnswer},
-        {[](ScriptedSensor& s) { s.port.Vanished = true, s.Arrive(""); }, EventNoAnswer},
-        {[](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); }, EventNoAnswer},
-        {[](ScriptedSensor& s) { s.device.Wait.Ended = true; }, EventNoAnswer},
+    struct Row {
+        const char* what;
+        Happening happens;
+        std::int32_t answer;
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
+    const Row rows[] = {
+        {"taken", arrives("OK 302\r\n"), EventAcknowledged},
+        {"refused", arrives("Error 302\r\n"), EventRefused},
+        {"a temperature", arrives("23 C,  OK\r\n"), EventRefused},
+        {"a dump", arrives("Type: Serial\r\nend"), EventRefused},
+        {"several ticks in one pump, and something sends after the answer has come",
+         [](ScriptedSensor& s) { s.Arrive("OK 302\r\n"), s.device.SendCommand("M"), s.Arrive(""); }, EventAcknowledged},
+        {"silence", [](ScriptedSensor& s) { s.At(2100), s.Arrive(""); }, EventNoAnswer},
+        {"noise", [](ScriptedSensor& s) { s.At(2100), s.Arrive("xyz"); }, EventNoAnswer},
+        {"a pulled plug", [](ScriptedSensor& s) { s.port.Vanished = true, s.Arrive(""); }, EventNoAnswer},
+        {"a port opened anew", [](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); },
+         EventNoAnswer},
+        {"the end of the program", [](ScriptedSensor& s) { s.device.Wait.Ended = true; }, EventNoAnswer},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
         ScriptedSensor sensor;
         sensor.device.CommStatus = DialogueIdle;
         sensor.device.TimeOut = 2;
@@ -102,10 +108,10 @@ TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
             if (++pumps > 2) {
                 throw std::runtime_error("the wait should have ended");
             }
-            pumps == 2 ? row.first(sensor) : void();
+            pumps == 2 ? row.happens(sensor) : void();
         };
-        EXPECT_EQ(SendParameter(sensor.device, "302", pump), row.second);
-        EXPECT_EQ(sensor.device.EventNr, row.second);
+        EXPECT_EQ(SendParameter(sensor.device, "302", pump), row.answer);
+        EXPECT_EQ(sensor.device.EventNr, row.answer);
         EXPECT_TRUE(sensor.port.Sent.starts_with("302 50\r"));
         EXPECT_FALSE(sensor.device.Wait.Running);
     }

@@ -85,6 +85,11 @@ TEST(PosixPort, RawBytesAtTheRateSet)
     EXPECT_EQ(line.port.sio_read(1, received), 256);
     EXPECT_EQ(received.substr(0, 256), all);
     EXPECT_EQ(line.port.sio_data_status(1), 0);
+    const std::string sent("\n\r\xFF\0\x11", 5); // an end of a line is what it is
+    for (const char byte : sent) {
+        EXPECT_EQ(line.port.sio_putch(1, static_cast<std::uint8_t>(byte)), 0);
+    }
+    EXPECT_EQ(line.terminal.Read(38400), sent);
 }
 
 TEST(PosixPort, SaysWhyItCannotOpen)

@@ -113,6 +113,7 @@ TEST(MeasurementLoop, TheRangeFollowsTheValuesInTheShownUnitUnlessItIsFixed)
     monitor.sensor.device.DistanceUnit = 3;
     monitor.Tick("     9.000 ft\r\n");
     EXPECT_EQ(monitor.view.resets, resets + 1) << "another unit, another chart";
+    EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
     EXPECT_EQ(monitor.loop.Values().Count(), 1) << "metres and feet do not mix";
 }
 

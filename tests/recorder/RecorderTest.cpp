@@ -123,12 +123,12 @@ struct Played {
     modPlayback::Loaded loaded;
 };
 
-Played play(const std::filesystem::path& file)
+Played play(const std::filesystem::path& file, const clsRVQ& device = {})
 {
     Played played;
     std::vector<FileHandle> open;
     const auto show = [&](const clsRVQ& record) { played.values.push_back(MeasurementOf(record)); };
-    played.loaded = LoadData(file, {}, {show, kGoOn}, open);
+    played.loaded = LoadData(file, device, {show, kGoOn}, open);
     return played;
 }
 
@@ -155,6 +155,18 @@ TEST(Playback, ShowsWhatStandsBeforeTheFirstUnreadableLine)
         EXPECT_TRUE(values < 2 || KindOf(played.values[1]) == MeasurementKind::NoEcho) << "not the distance before";
     }
     EXPECT_EQ(play(folder.path).loaded.outcome, Outcome::Unreadable) << "a folder";
+}
+
+TEST(Playback, ShowsDistancesAsTheSensorIsSetNow)
+{
+    const TemporaryFolder folder;
+    clsRVQ device;
+    device.DistanceUnit = 3;
+    device.OutputFormat = FormatAsciiUnit;
+    const auto file = folder.Write("file.rec", "15.11.2026 12:00:00,000; 3048 mm; 23 \xB0\x43\r\n");
+    EXPECT_EQ(DistanceText(play(file, device).values.at(0), '.'), "10.0000 ft");
+    device.OutputFormat = 0;
+    EXPECT_EQ(DistanceText(play(file, device).values.at(0), '.'), "10.0000 [ft]");
 }
 
 TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)

@@ -71,6 +71,7 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
 {
     Editor editor;
     EXPECT_EQ(editor.Status(), "Download configuration from Orvex finished") << "the opening download";
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.SerialNo);
     EXPECT_FALSE(editor.Find("cmdDelete")->isEnabled());
     EXPECT_FALSE(editor.Box(8).isEnabled());
     editor.Find<QCheckBox>("chkAnalogOutput")->click();

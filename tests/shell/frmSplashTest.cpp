@@ -46,6 +46,9 @@ TEST(StartUpWindow, ShowsTheSettingsInTheirLanguageAndKeepsThemOnOK)
     for (int i = 0; i < german.size(); ++i) {
         EXPECT_NE(splash.Texts()[i], german[i]);
     }
+    Choose(splash.List("cmbLanguage"), 0);
+    EXPECT_EQ(splash.Texts(), german);
+    Choose(splash.List("cmbLanguage"), 1);
     splash.Click("cmdOK");
     EXPECT_EQ(splash.window.result(), QDialog::Accepted);
     const modGlobals::Settings kept = modGlobals::LoadGlobalSettings(splash.file, '.');
@@ -61,15 +64,21 @@ TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
     splash.devices.Override(2, device);
     auto& ports = splash.List("cmbComPort");
     splash.window.show();
+    ports.setCurrentIndex(1);
+    QSignalSpy changes(&ports, &QComboBox::currentTextChanged);
     for (const bool isThere : {false, true, false}) {
+        SCOPED_TRACE(isThere ? "with the device" : "without");
         isThere ? std::filesystem::create_symlink("/dev/null", device)
                 : static_cast<void>(std::filesystem::remove(device));
         ports.showPopup();
+        const auto data = [&](int role) { return ports.itemData(1, role).toString().toStdString(); };
         EXPECT_EQ(ports.itemData(1, Qt::FontRole).value<QFont>().bold(), isThere);
-        EXPECT_EQ(ports.itemData(1, Qt::AccessibleDescriptionRole).toString().toStdString(), isThere ? device : "");
-        EXPECT_EQ(ports.itemData(1, Qt::ToolTipRole).toString().toStdString(), device);
+        EXPECT_EQ(data(Qt::UserRole), isThere ? device : "") << "beside the port";
+        EXPECT_EQ(data(Qt::AccessibleDescriptionRole), isThere ? device : "");
+        EXPECT_EQ(data(Qt::ToolTipRole), device);
         ports.hidePopup();
     }
+    EXPECT_EQ(changes.count(), 0) << "the port is the same";
 }
 
 TEST(StartUpWindow, ExitAndCloseBoxRejectWithoutSavingAndEscapeDoesNothing)

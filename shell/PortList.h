@@ -1,5 +1,4 @@
-// The two lists of the serial interface, the same in every window: port numbers with the devices behind them, and
-// rates.
+// The list of port numbers, and that of the rates beside it: the same in every window.
 #pragma once
 
 #include <QComboBox>

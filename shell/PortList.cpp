@@ -1,4 +1,4 @@
-#include "shell/PortLists.h"
+#include "shell/PortList.h"
 
 #include "device/Parameters.h"
 #include "device/modPComm.h"
@@ -19,6 +19,11 @@ namespace {
 constexpr std::int32_t kSecondText = Qt::UserRole;
 constexpr int kShownPorts = 24;
 constexpr int kPortNameLength = 7; ///< "COM 255"
+
+QString nameOf(std::int32_t port)
+{
+    return QStringLiteral("COM %1").arg(port);
+}
 
 /// Draws a second text, lighter, beside that of an item.
 class SecondTextDelegate : public QStyledItemDelegate {
@@ -60,20 +65,12 @@ private:
     {
         QFont bold = option.font;
         bold.setBold(true);
-        return QFontMetrics(bold).horizontalAdvance(QStringLiteral("COM %1").arg(modPComm::kPortCount)) +
-               3 * gap(option);
+        return QFontMetrics(bold).horizontalAdvance(nameOf(modPComm::kPortCount)) + 3 * gap(option);
     }
 };
 
-void describe(QComboBox& list, int item, const QVariant& value, int role)
-{
-    if (list.itemData(item, role) != value) { // the list tells its view of each change
-        list.setItemData(item, value, role);
-    }
-}
-
 /// Returns the second text, which only a device has that exists.
-QString describePort(QComboBox& list, int item, const QString& device)
+QString describePort(QComboBox& list, std::int32_t port, const QString& device)
 {
     QString described = device;
     QString second;
@@ -84,10 +81,13 @@ QString describePort(QComboBox& list, int item, const QString& device)
     }
     QFont standsOut = list.font();
     standsOut.setBold(true);
-    describe(list, item, second.isEmpty() ? QVariant() : standsOut, Qt::FontRole);
-    describe(list, item, second, kSecondText);
-    describe(list, item, second, Qt::AccessibleDescriptionRole);
-    describe(list, item, described, Qt::ToolTipRole);
+    // All at once: the list tells its view, and who listens to the window, of each change.
+    list.model()->setItemData(list.model()->index(port - 1, 0),
+                              {{Qt::DisplayRole, nameOf(port)},
+                               {Qt::FontRole, second.isEmpty() ? QVariant() : standsOut},
+                               {kSecondText, second},
+                               {Qt::AccessibleDescriptionRole, second},
+                               {Qt::ToolTipRole, described}});
     return second;
 }
 
@@ -104,7 +104,7 @@ std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t s
         setIconSize({0, 0}); // there are none, and the room for one would make the list higher than its neighbours
         QStringList names;   // added at once, as the list tells its view of each addition
         for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-            names += QStringLiteral("COM %1").arg(port);
+            names += nameOf(port);
         }
         addItems(names);
     }
@@ -123,6 +123,7 @@ void PortList::describePorts()
     if (m_devices == nullptr) {
         return;
     }
+    const QSignalBlocker silent(*this); // the port is the same, whatever stands beside it
     if (dynamic_cast<SecondTextDelegate*>(itemDelegate()) == nullptr) {
         setItemDelegate(new SecondTextDelegate(this));
         view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -132,7 +133,7 @@ void PortList::describePorts()
     // Asking the view would have it measure each of the 255 items.
     int widest = SecondTextDelegate::WidthWith({}, option);
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        const QString second = describePort(*this, port - 1, QFile::decodeName(m_devices->DeviceOf(port).c_str()));
+        const QString second = describePort(*this, port, QFile::decodeName(m_devices->DeviceOf(port).c_str()));
         if (!second.isEmpty()) {
             widest = std::max(widest, SecondTextDelegate::WidthWith(second, option));
         }
