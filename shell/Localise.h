@@ -15,7 +15,7 @@ class QWidget;
 /// The text of a German id in the language with this offset; empty when there is none.
 QString Text(std::int32_t id, std::int32_t language);
 
-/// Setting the same text again would lay the window out anew, at worst twenty times a second.
+/// Sets a text that is another one. The same again would lay the window out anew, at worst twenty times a second.
 void ShowText(QLabel& label, const QString& text);
 
 /// Stores the id of a caption (or of a window's title) and of a tool tip; 0: none.
