@@ -31,7 +31,7 @@ extern char** environ;
 
 namespace {
 
-constexpr int kStarts = 21;
+constexpr int kStarts = 61;      // one start can take half as long again as the next, and the median has to stand
 constexpr double kPause_s = 0.1; // until the display has done with the window before
 constexpr int kWatches = 3;
 constexpr int kSettle_s = 5; // until the program has read the sensor's parameters and measures
