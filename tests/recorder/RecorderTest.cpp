@@ -9,7 +9,10 @@
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <tuple>
 #include <unistd.h>
 
@@ -116,6 +119,41 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
     EXPECT_EQ(failure, std::errc::io_error);
     EXPECT_FALSE(file.Close());
     EXPECT_EQ(flushes, 4) << "and when it is closed";
+}
+
+constexpr int kNotAllowed = 77;
+
+/// In a process of its own: records on a disk of two pages until it is full. 0 when that ends as it should.
+int fillSmallDisk(const std::filesystem::path& folder)
+{
+    const bool alone = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+    if (!alone || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=8k") != 0) {
+        return kNotAllowed;
+    }
+    clsRecorder recorder(folder);
+    recorder.StartRecording();
+    for (int i = 0; i < 1000 && recorder.Mode == RecorderRecording; ++i) {
+        recorder.Record(Sensor());
+    }
+    const std::size_t size = TemporaryFolder::Read(recorder.FileName).size();
+    const std::size_t line = modRecordLine::RecordLine(Sensor()).size();
+    return recorder.Failure() == std::errc::no_space_on_device && size == 8192 / line * line ? 0 : 1;
+}
+
+TEST(Recorder, AFullDiskEndsTheFileWithItsLastWholeLine)
+{
+    const TemporaryFolder folder;
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(fillSmallDisk(folder.path));
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNotAllowed) {
+        GTEST_SKIP() << "no file system may be mounted here";
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 struct Played {

@@ -52,8 +52,8 @@ struct FaultCell : SensorOnLine {
     clsTransfer transfer{device, entry, window, [this] { Step(); }};
     TemporaryFolder folder;
     clsRecorder recorder{folder.path};
-    std::int32_t openingsBefore = 0; ///< the fault, as the lines of the recording
-    std::int64_t linesBefore = 0;
+    std::int32_t openingsBefore = 0; ///< the fault
+    std::int64_t linesBefore = 0;    ///< the fault; of the recording
     double start = 0.0, limit_s = 0.0;
     bool isDead = false; ///< the limit has passed; every wait is ended then
 
