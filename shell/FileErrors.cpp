@@ -18,6 +18,7 @@ QString FileErrorText(const std::error_code& error, std::int32_t language)
         {std::errc::is_a_directory, 1067},
         {std::errc::not_supported, 1067},
         {std::errc::io_error, 1068},
+        {std::errc::file_too_large, 1352},
         {std::errc::value_too_large, 1069}, // stands for "all names are taken", which the system has no error for
     };
     for (const auto& known : kTexts) {

@@ -20,6 +20,22 @@ extern "C" void noteSignal(int)
     [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
 }
 
+extern "C" void passOver(int) {}
+
+/// Leaves a signal alone that whoever started the program wants ignored.
+void handle(int signal, void (*handler)(int))
+{
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+        return;
+    }
+    action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
+}
+
 } // namespace
 
 void WatchForTermination(QObject& context, const std::function<void()>& end)
@@ -34,11 +50,15 @@ void WatchForTermination(QObject& context, const std::function<void()>& end)
             Guarded(end);
         }
     });
-    struct sigaction action {};
-    action.sa_handler = noteSignal;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        sigaction(signal, &action, nullptr);
+        handle(signal, noteSignal);
+    }
+}
+
+void SurviveFailedWrites()
+{
+    // Handled, not ignored: a program that is started from here would inherit that.
+    for (const int signal : {SIGPIPE, SIGXFSZ}) {
+        handle(signal, passOver);
     }
 }

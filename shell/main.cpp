@@ -264,6 +264,7 @@ int runProgram(const Options& options)
 
 int main(int argc, char** argv)
 {
+    SurviveFailedWrites();
     needNoDisplayForTexts(argc, argv);
     // The list of fonts takes a tenth of the time to the first window, so it is read, where a thread can be had, beside
     // the greeting of the display. It reads numbers, which the locale must not change meanwhile, so that is set before.
