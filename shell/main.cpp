@@ -13,6 +13,7 @@
 #include "shell/OutlinedStyle.h"
 #include "shell/QtText.h"
 #include "shell/Termination.h"
+#include "shell/clsLinePrinter.h"
 #include "shell/frmSplash.h"
 #include "shell/modAPI.h"
 #include "shell/modGlobals.h"
@@ -25,6 +26,7 @@
 #include <QPixmap>
 #include <QTimer>
 
+#include <chrono>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +42,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -151,10 +154,47 @@ void takePicture(frmMain& window, const QString& file)
     QApplication::exit(saved ? 0 : 1);
 }
 
-void printDistance(const QString& text)
+/// What the program prints while it runs. The messages of faults go the same way: they may share a pipe with the
+/// distances, and would wait as long once that is full.
+class Output {
+public:
+    Output()
+    {
+        messagePrinter = &m_messages;
+        m_usualHandler = qInstallMessageHandler(note);
+    }
+    ~Output();
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    void PrintDistance(const QString& text) { m_distances.Print(text.toLocal8Bit().toStdString()); }
+
+private:
+    static void note(QtMsgType type, const QMessageLogContext& context, const QString& message);
+
+    static inline clsLinePrinter* messagePrinter = nullptr;
+    clsLinePrinter m_distances{STDOUT_FILENO}, m_messages{STDERR_FILENO};
+    QtMessageHandler m_usualHandler = nullptr;
+};
+
+Output::~Output()
 {
-    std::printf("%s\n", qPrintable(text));
-    std::fflush(stdout);
+    constexpr std::chrono::milliseconds kPatience{300};
+    qInstallMessageHandler(m_usualHandler);
+    if (const std::int64_t lost = m_distances.Finish(kPatience); lost > 0) {
+        m_messages.Print("RVQ: lines that could not be printed: " + std::to_string(lost));
+    }
+    m_messages.Finish(kPatience);
+}
+
+void Output::note(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    const std::string line = qFormatLogMessage(type, context, message).toLocal8Bit().toStdString();
+    if (type == QtFatalMsg) {
+        std::fprintf(stderr, "%s\n", line.c_str()); // the program ends before a thread could print it
+    } else {
+        messagePrinter->Print(line);
+    }
 }
 
 QIcon programIcon()
@@ -204,10 +244,10 @@ void prepareDemo(modGlobals::Settings& settings, const std::function<std::int32_
     settings.Comport = startSensor();
 }
 
-void startAsAsked(frmMain& window, const Options& options, std::int32_t language)
+void startAsAsked(frmMain& window, const Options& options, std::int32_t language, Output* output)
 {
-    if (options.print) {
-        window.DistanceShown = printDistance;
+    if (output != nullptr) {
+        window.DistanceShown = [output](const QString& text) { output->PrintDistance(text); };
     }
     if (options.demo || options.record) {
         window.MeasureWhenConnected();
@@ -251,12 +291,16 @@ int runProgram(const Options& options)
     if (!options.connect && frmSplash(settings, devices, help).exec() != QDialog::Accepted) {
         return 0;
     }
+    std::optional<Output> output;
+    if (options.print) {
+        output.emplace();
+    }
     clsConfigLibrary library(iniFile);
     library.Build();
     clsPosixPort port(devices);
     frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
-    startAsAsked(window, options, settings.Language);
+    startAsAsked(window, options, settings.Language, output ? &*output : nullptr);
     return QApplication::exec();
 }
 
