@@ -98,8 +98,9 @@ void checkWriting(const clsRVQ& shown)
     const bool isDistance = KindOf(MeasurementOf(shown)) == MeasurementKind::Distance && shown.MeasValue_mm != 0;
     Require(isDistance == (value.kind == MeasurementKind::Distance));
     Require(!isDistance || value.value_mm == shown.MeasValue_mm);
-    Require(value.temperature.substr(0, value.temperature.find(' ')) ==
-            shown.sTemperature.substr(0, shown.sTemperature.find(' ')));
+    const auto isSame = [](char written, char c) { return written == c || written == '?'; };
+    Require(std::ranges::equal(value.temperature.substr(0, value.temperature.find(' ')),
+                               std::string_view(shown.sTemperature).substr(0, shown.sTemperature.find(' ')), isSame));
 }
 
 void checkPlayback(const std::string& file, const std::vector<Line>& lines)

@@ -47,18 +47,35 @@ void appendDateTime(std::string& line, double time)
     AppendPadded(line, static_cast<int>(milliseconds), 3);
 }
 
+/// What the display says.
+MeasurementKind kindOf(const clsRVQ& device)
+{
+    const bool binary = device.OutputFormat == FormatBinary || device.OutputFormat == FormatBinaryCrc;
+    // Deliberate: "TempErr!" in an ASCII format is recorded as "No Echo", whose number is its value.
+    const bool inWords = !binary && device.MeasValue == kMarkerNoEcho;
+    return inWords || device.MeasValue == 0.0 ? MeasurementKind::NoEcho : KindOf(MeasurementOf(device));
+}
+
 void appendDistance(std::string& line, const clsRVQ& device)
 {
-    // Deliberate: only the value in the display unit is looked at. A marker that reached it as metres is written as a
-    // distance, with the marker's millimetres, and becomes the marker again when it is played.
-    if (device.MeasValue == kMarkerTempError) {
-        line += NameOf(MeasurementKind::TempError);
-    } else if (device.MeasValue == kMarkerNoEcho || device.MeasValue == 0.0) {
-        line += NameOf(MeasurementKind::NoEcho);
+    if (const MeasurementKind kind = kindOf(device); kind != MeasurementKind::Distance) {
+        line += NameOf(kind);
     } else {
         line += std::to_string(device.MeasValue_mm);
         line += " mm";
     }
+}
+
+void appendTemperature(std::string& line, std::string_view number)
+{
+    constexpr unsigned char kFirstPrintable = 0x20, kDelete = 0x7F;
+    for (const char c : number) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool disturbs = byte < kFirstPrintable || byte == kDelete || c == ';' || c == ':';
+        line += disturbs ? '?' : c;
+    }
+    line += " \xB0"
+            "C";
 }
 
 /// The number of a piece of a date; a calendar has none beyond 16 bits.
@@ -86,7 +103,8 @@ std::optional<double> dayOf(int yearNumber, int monthNumber, int dayNumber)
     return number >= kFirstDay && number < kEndOfDays ? std::optional(number) : std::nullopt;
 }
 
-/// The date of "15.11.2026"; `previous` for a text of fewer than three pieces.
+/// The date of "15.11.2026"; `previous` for a text of fewer than three pieces. A day of three digits or a fourth piece
+/// is left from a line that was cut off: "115.11.2026", "15.11.2015.11.2026".
 std::optional<double> dateOf(std::string_view text, double previous)
 {
     const auto first = text.find('.');
@@ -94,7 +112,11 @@ std::optional<double> dateOf(std::string_view text, double previous)
     if (second == std::string_view::npos) {
         return previous;
     }
-    const std::string_view years = text.substr(second + 1, text.find('.', second + 1) - second - 1);
+    constexpr std::size_t kDayLength = 2;
+    const std::string_view years = text.substr(second + 1);
+    if (first > kDayLength || contains(years, ".")) {
+        return std::nullopt;
+    }
     const auto dayNumber = partOfDate(WholeNumber(text.substr(0, first)));
     const auto monthNumber = partOfDate(RoundHalfToEven(Val(text.substr(first + 1, second - first - 1))));
     const auto yearNumber = partOfDate(RoundHalfToEven(Val(years)));
@@ -122,6 +144,12 @@ std::optional<double> secondsOfDay(std::string_view text)
         text.remove_prefix(more ? colon + 1 : text.size());
     }
     return part >= 2 ? std::optional(static_cast<double>(seconds)) : std::nullopt;
+}
+
+/// Whether "13:05:07" stands in a field that is none of a time.
+bool holdsTime(std::string_view field)
+{
+    return std::ranges::count(field, ':') >= 2;
 }
 
 /// The second field: what was measured.
@@ -158,9 +186,8 @@ std::string RecordLine(const clsRVQ& device)
     line += "; ";
     appendDistance(line, device);
     line += "; ";
-    line += std::string_view(device.sTemperature).substr(0, blank);
-    line += " \xB0"
-            "C\r\n";
+    appendTemperature(line, std::string_view(device.sTemperature).substr(0, blank));
+    line += "\r\n";
     return line;
 }
 
@@ -173,13 +200,16 @@ bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
     }
     const std::string_view rest = line.substr(first + 1);
     const auto second = rest.find(';');
+    const std::string_view distance = rest.substr(0, second);
     value.temperature = {};
     value.sameTemperature = false;
     if (second != std::string_view::npos) {
         const std::string_view third = rest.substr(second + 1);
         value.temperature = Trimmed(third.substr(0, third.find(';')));
     }
-    if (!takeDistance(rest.substr(0, second), value)) {
+    // The line was cut off behind its time, and another one follows.
+    const bool runsOn = holdsTime(distance) || holdsTime(value.temperature);
+    if (runsOn || !takeDistance(distance, value)) {
         return false;
     }
     remember(line, value);

@@ -15,7 +15,8 @@
 namespace modRecordLine {
 
 /// The device's last measurement as a line with its CR LF, one byte a character:
-/// "15.11.2026 13:05:07,250; 1234 mm; 23 °C", or "No Echo" or "TempError" in the second field.
+/// "15.11.2026 13:05:07,250; 1234 mm; 23 °C", or "No Echo" or "TempError" in the second field, as on the display. What
+/// a disturbed temperature holds of control characters and of the signs between the parts of a line becomes "?".
 /// Throws std::invalid_argument when the temperature text has no blank (none was read yet) or when `CurrentTime` lies
 /// outside the years 100 to 9999.
 std::string RecordLine(const clsRVQ& device);
@@ -37,7 +38,7 @@ class clsLineParser {
 public:
     /// Reads a line without its line end into `value`. False when it cannot be read: no second field, no blank or no
     /// comma in the first, something else than a time or a whole number where one belongs, a date outside the years 100
-    /// to 9999.
+    /// to 9999, or the head of a line that was cut off before this one.
     bool Parse(std::string_view line, RecordedValue& value);
 
     /// The same for a line at the head of `bytes` that is like the one before: the same date and temperature, and

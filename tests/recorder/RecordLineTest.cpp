@@ -1,4 +1,5 @@
 // The lines of a recording, written and read.
+#include "device/Parameters.h"
 #include "device/clsRVQ.h"
 #include "recorder/modRecordLine.h"
 #include "shell/modAPI.h"
@@ -33,7 +34,8 @@ TEST(RecordLine, HasItsFormatInAnyLocale)
         {46341.5, kMarkerTempError, 7, "23 C", "15.11.2026 12:00:00,000; TempError; 23 \xB0\x43\r\n"},
         {46341.5, kMarkerNoEcho, 7, "23 C", "15.11.2026 12:00:00,000; No Echo; 23 \xB0\x43\r\n"},
         {46341.5, 0.0, 7, "23 C", "15.11.2026 12:00:00,000; No Echo; 23 \xB0\x43\r\n"},
-        {46341.5, 2147483.647, kMarkerNoEcho, " C", "15.11.2026 12:00:00,000; 2147483647 mm;  \xB0\x43\r\n"},
+        {46341.5, 2147483.647, kMarkerNoEcho, " C", "15.11.2026 12:00:00,000; No Echo;  \xB0\x43\r\n"},
+        {46341.5, 1.0, 1000, "2\r\n;:\x7F\xB3 C", "15.11.2026 12:00:00,000; 1000 mm; 2?????\xB3 \xB0\x43\r\n"},
     };
     const std::string before = std::setlocale(LC_ALL, nullptr);
     for (const char* locale : {"C", "de_DE.UTF-8"}) {
@@ -52,6 +54,28 @@ TEST(RecordLine, HasItsFormatInAnyLocale)
     device.CurrentTime = quarter;
     device.sTemperature = "23";
     EXPECT_THROW(RecordLine(device), std::invalid_argument) << "no unit";
+}
+
+TEST(RecordLine, SaysWhatTheDisplaySays)
+{
+    clsRVQ device;
+    device.CurrentTime = 46341.5;
+    device.sTemperature = "23 C";
+    const auto recorded = [&] { return RecordLine(device).substr(25, RecordLine(device).rfind(';') - 25); };
+    for (const std::int32_t format : {FormatAscii, FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {
+        for (const std::int32_t unit : {0, 1, 2, 6}) {
+            device.OutputFormat = format;
+            device.DistanceUnit = unit;
+            for (const std::int32_t marker : {kMarkerNoEcho, kMarkerTempError, 0}) {
+                device.MeasValue_mm = marker;
+                device.MeasValue = marker / UnitOf(unit).millimetres;
+                EXPECT_EQ(recorded(), DistanceText(MeasurementOf(device), '.')) << format << ' ' << unit;
+            }
+            device.MeasValue_mm = kMarkerTempError;
+            device.MeasValue = kMarkerNoEcho;
+            EXPECT_EQ(recorded(), format < FormatBinary ? "No Echo" : "TempError") << "in words, " << format;
+        }
+    }
 }
 
 /// Every millisecond comes back as it was or, where the cutting off made it low, as the one before.
@@ -104,6 +128,12 @@ TEST(LineParser, ReadsWhatItCanAndRefusesTheRest)
             EXPECT_EQ(value.kind, kind) << line;
             EXPECT_EQ(value.value_mm, value_mm) << line;
         }
+    }
+    // A line that was cut off, and a whole one behind it.
+    const std::string line = "05.11.2026 13:05:07,250; 1234 mm; 23 \xB0\x43";
+    for (std::size_t length = 1; length <= line.size(); ++length) {
+        RecordedValue torn;
+        EXPECT_FALSE(parser.Parse(line.substr(0, length) + line, torn)) << length;
     }
     RecordedValue value;
     ASSERT_TRUE(parser.Parse("5.13.2025 12:00,000; 1 mm", value));

@@ -182,6 +182,7 @@ TEST(Playback, ShowsWhatStandsBeforeTheFirstUnreadableLine)
         {"binary", line + "\n" + std::string(5000, '\0') + "\xFF;;\n", 1, Outcome::Unreadable},
         {"one huge line", line + "\n" + std::string(100000000, '7'), 1, Outcome::Unreadable},
         {"huge and well-begun", line + "\n" + line + std::string(100000000, ' '), 1, Outcome::Unreadable},
+        {"a marker in millimetres", line + "\n15.11.2026 12:00:01,000; 2147483647 mm; 23 C\n", 2, Outcome::Complete},
         {"no blanks", line + "\n15.11.2026,12:00:00;1234mm;23\n", 1, Outcome::Unreadable},
     };
     const TemporaryFolder folder;
