@@ -121,6 +121,7 @@ frmMain::~frmMain()
 {
     FaultNoted = nullptr;
     m_loop.Unload();
+    Guarded([this] { finishRecorder(); });
 }
 
 void frmMain::MeasureWhenConnected()

@@ -97,6 +97,8 @@ private:
     void connectRecorder();
     void serveRecorder(double now);
     void closeRecorder();
+    void finishRecorder();
+    void showFailure(const QString& message);
     void localiseRecorder();
     void explainPlayed();
     void showNews(const QString& message);

@@ -15,6 +15,7 @@
 #include <QLabel>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 void frmMain::connectRecorder()
@@ -65,14 +66,21 @@ void frmMain::serveRecorder(double now)
     m_recorder.Flush(now);
     const std::error_code failure = m_recorder.Failure();
     if (failure && failure != m_shownFailure) {
-        const QString message = text(1082).arg(FileErrorText(failure, m_settings.Language));
-        ShowMessage(message);
-        NoteFault(message.toUtf8().constData());
+        showFailure(text(1082).arg(FileErrorText(failure, m_settings.Language)));
     }
     m_shownFailure = failure;
+    for (const auto& [file, error] : m_recorder.TakeLateFailures()) {
+        showFailure(text(1016).arg(QFile::decodeName(file.c_str()), FileErrorText(error, m_settings.Language)));
+    }
     if (m_recorderWindow != nullptr) {
         m_recorderWindow->ShowState();
     }
+}
+
+void frmMain::showFailure(const QString& message)
+{
+    ShowMessage(message);
+    NoteFault(message.toUtf8().constData());
 }
 
 /// The program ends: a recording is stopped, a playback gives up.
@@ -82,6 +90,18 @@ void frmMain::closeRecorder()
         m_recorderWindow->close();
     }
     m_recorder.Stop();
+}
+
+/// The window has gone: a recording gets a last moment for its way to the disk. The lines themselves are the system's
+/// already, so nothing but a loss of power can take them any more.
+void frmMain::finishRecorder()
+{
+    constexpr std::chrono::milliseconds kPatience{2500}; // of the three seconds until the program has ended
+    m_recorder.Stop();
+    if (!m_recorder.FinishWriting(kPatience)) {
+        NoteFault(text(1353).toUtf8().constData());
+    }
+    serveRecorder(m_device.CurrentTime);
 }
 
 void frmMain::localiseRecorder()

@@ -26,13 +26,14 @@ std::string nameOf(std::int16_t number)
     return name.append(".rec");
 }
 
-/// The name reaches the disk with its folder only.
-void flushFolder(const std::filesystem::path& folder)
+/// Writes a file to the disk, and a folder that is named: the name of the file reaches the disk with its folder only.
+std::error_code flushBoth(clsRecordFile::FlushFunction flush, int descriptor, const std::filesystem::path& folder)
 {
-    const FileHandle handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileHandle handle(folder.empty() ? -1 : open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (handle.IsOpen()) {
         fsync(handle.Descriptor());
     }
+    return flush(descriptor);
 }
 
 } // namespace
@@ -42,13 +43,16 @@ std::error_code clsRecordFile::FlushToDisk(int descriptor)
     return fdatasync(descriptor) == 0 ? std::error_code() : lastError();
 }
 
-clsRecordFile::clsRecordFile(const std::filesystem::path& folder, FlushFunction flush) : m_flush(flush)
+clsRecordFile::clsRecordFile(const std::filesystem::path& folder, FlushFunction flush)
+    : m_flush(flush), m_unflushedFolder(folder)
 {
     std::filesystem::create_directories(folder);
+    // At the end, wherever that is: when somebody empties the file, no gap is left before the next line.
+    constexpr int kMode = O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC;
     // Deliberate: the number of a recording has 16 bits; with 32767 files in the folder no further one can begin.
     for (std::int16_t number = 1; !m_file.IsOpen(); number = static_cast<std::int16_t>(number + 1)) {
         m_path = folder / nameOf(number);
-        m_file = FileHandle(open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        m_file = FileHandle(open(m_path.c_str(), kMode, 0666));
         if (!m_file.IsOpen() && errno != EEXIST) {
             throw std::system_error(lastError(), m_path.string());
         }
@@ -56,12 +60,7 @@ clsRecordFile::clsRecordFile(const std::filesystem::path& folder, FlushFunction 
             throw std::overflow_error(folder.string() + " holds no further recording");
         }
     }
-    struct stat info {};
-    if (fstat(m_file.Descriptor(), &info) == 0) {
-        m_device = info.st_dev;
-        m_inode = info.st_ino;
-    }
-    flushFolder(folder);
+    m_identity = FileIdentity::Of(m_file.Descriptor());
 }
 
 std::error_code clsRecordFile::WriteLine(std::string_view line, double now)
@@ -77,17 +76,25 @@ std::error_code clsRecordFile::WriteLine(std::string_view line, double now)
             written += static_cast<std::size_t>(count);
         } else if (count == 0 || errno != EINTR) {
             const std::error_code error = count == 0 ? std::make_error_code(std::errc::io_error) : lastError();
-            // Half a line would make the rest unreadable. Where it cannot be taken back, playback stops at it.
-            static_cast<void>(written == 0 || ftruncate(m_file.Descriptor(), m_size) == 0);
+            takeBack(info.st_size, written);
             return error;
         }
     }
-    m_size += static_cast<std::int64_t>(line.size());
     if (!m_unflushed) {
         m_unflushedSince = now;
     }
     m_unflushed = true;
     return {};
+}
+
+/// Half a line would make the rest unreadable. Where it cannot be taken back, or somebody else has changed the file
+/// meanwhile, playback stops at it.
+void clsRecordFile::takeBack(std::int64_t size, std::size_t written) const
+{
+    struct stat info {};
+    const bool isLast = written > 0 && fstat(m_file.Descriptor(), &info) == 0 &&
+                        info.st_size == size + static_cast<std::int64_t>(written);
+    static_cast<void>(isLast && ftruncate(m_file.Descriptor(), size) == 0);
 }
 
 std::error_code clsRecordFile::FlushIfDue(double now)
@@ -100,8 +107,9 @@ std::error_code clsRecordFile::FlushIfDue(double now)
     const bool setBack = now < std::exchange(m_now, now);
     const bool due = setBack || now - m_unflushedSince >= kFlushAfter_ms / kMsPerDay;
     if (m_unflushed && due) {
-        m_flushing = std::async(std::launch::async, m_flush, m_file.Descriptor());
+        m_flushing = std::async(std::launch::async, flushBoth, m_flush, m_file.Descriptor(), m_unflushedFolder);
         m_unflushed = false;
+        m_unflushedFolder.clear();
     }
     return {};
 }
@@ -109,7 +117,7 @@ std::error_code clsRecordFile::FlushIfDue(double now)
 std::error_code clsRecordFile::Close()
 {
     const std::error_code before = m_flushing.valid() ? m_flushing.get() : std::error_code();
-    const std::error_code flushed = m_flush(m_file.Descriptor());
+    const std::error_code flushed = flushBoth(m_flush, m_file.Descriptor(), m_unflushedFolder);
     const bool closed = m_file.Close();
     return before ? before : flushed ? flushed : closed ? std::error_code() : lastError();
 }
@@ -117,5 +125,6 @@ std::error_code clsRecordFile::Close()
 bool clsRecordFile::IsEmpty() const
 {
     struct stat info {};
-    return stat(m_path.c_str(), &info) == 0 && info.st_dev == m_device && info.st_ino == m_inode && info.st_size == 0;
+    return stat(m_path.c_str(), &info) == 0 && m_identity == FileIdentity{info.st_dev, info.st_ino} &&
+           info.st_size == 0;
 }

@@ -3,10 +3,34 @@
 #include "device/clsRVQ.h"
 #include "recorder/modRecordLine.h"
 
+#include <memory>
+#include <thread>
+
+namespace {
+
+/// A quick disk is done within this time, so that nobody reads of a wait that is over at once.
+constexpr std::chrono::milliseconds kBriefly{100};
+
+/// Closes a file in a thread that nobody has to wait for: not the outcome either, unlike that of std::async.
+std::future<std::error_code> closeBeside(clsRecordFile&& file)
+{
+    auto closing = std::make_shared<std::packaged_task<std::error_code()>>(
+        [file = std::move(file)]() mutable { return file.Close(); });
+    std::future<std::error_code> outcome = closing->get_future();
+    try {
+        std::thread([closing] { (*closing)(); }).detach();
+    } catch (const std::system_error&) {
+        (*closing)(); // no further thread is to be had
+    }
+    return outcome;
+}
+
+} // namespace
+
 void clsRecorder::StartRecording()
 {
     m_failure.clear();
-    m_file.emplace(m_folder);
+    m_file.emplace(m_folder, m_flush);
     FileName = m_file->Path();
     Mode = m_lastMode = RecorderRecording;
     m_lines = 0;
@@ -35,6 +59,7 @@ void clsRecorder::Record(const clsRVQ& device)
 
 void clsRecorder::Flush(double now)
 {
+    FinishWriting(std::chrono::milliseconds::zero());
     if (Mode != RecorderRecording) {
         return;
     }
@@ -52,10 +77,9 @@ void clsRecorder::StartPlaying(const std::filesystem::path& file)
 
 void clsRecorder::Stop()
 {
-    if (Mode == RecorderRecording) {
+    if (std::exchange(Mode, RecorderIdle) == RecorderRecording) {
         closeFile();
     }
-    Mode = RecorderIdle;
 }
 
 void clsRecorder::fail(const std::error_code& error)
@@ -66,10 +90,36 @@ void clsRecorder::fail(const std::error_code& error)
 
 void clsRecorder::closeFile()
 {
-    m_failure = m_file->Close();
+    m_failure.clear();
     if (m_file->IsEmpty()) {
         std::error_code unknown;
         std::filesystem::remove(m_file->Path(), unknown);
     }
+    m_writing.push_back({m_file->Path(), closeBeside(std::move(*m_file))});
     m_file.reset();
+    FinishWriting(kBriefly);
+}
+
+bool clsRecorder::FinishWriting(std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    std::erase_if(m_writing, [&](Writing& writing) {
+        const bool done = writing.outcome.wait_until(end) == std::future_status::ready;
+        if (done) {
+            noteOutcome(writing);
+        }
+        return done;
+    });
+    return m_writing.empty();
+}
+
+void clsRecorder::noteOutcome(Writing& writing)
+{
+    const std::error_code error = writing.outcome.get();
+    const bool isLast = Mode == RecorderIdle && m_lastMode == RecorderRecording && writing.file == FileName;
+    if (error && !isLast) {
+        m_lateFailures.push_back({writing.file, error});
+    } else if (error && !m_failure) {
+        m_failure = error;
+    }
 }

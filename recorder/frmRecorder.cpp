@@ -211,6 +211,9 @@ QString frmRecorder::recordedText() const
     if (m_recorder.Failure()) {
         return text(1082).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
     }
+    if (m_recorder.IsWriting()) {
+        return text(1350);
+    }
     if (m_recorder.Lines() > 0) {
         return text(1187).arg(m_recorder.Lines());
     }

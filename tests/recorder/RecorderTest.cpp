@@ -80,6 +80,56 @@ TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
     EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), line + line) << "no half line stays";
 }
 
+TEST(Recorder, LeavesNoGapWhenSomebodyEmptiesTheFile)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    recorder.Record(Sensor());
+    std::filesystem::resize_file(recorder.FileName, 0);
+    recorder.Record(Sensor());
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), modRecordLine::RecordLine(Sensor()));
+}
+
+std::atomic<bool> diskIsBusy = false;
+
+std::error_code failLate(int)
+{
+    while (diskIsBusy) {
+        usleep(1000);
+    }
+    return std::make_error_code(std::errc::io_error);
+}
+
+TEST(Recorder, ClosesBesideAndTellsWhatFailsLater)
+{
+    const TemporaryFolder folder;
+    diskIsBusy = true;
+    clsRecorder recorder(folder.path, failLate);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    recorder.Stop();
+    EXPECT_TRUE(recorder.IsWriting());
+    EXPECT_FALSE(recorder.FinishWriting(std::chrono::milliseconds(1)));
+    EXPECT_FALSE(recorder.Failure());
+    const std::string first = recorder.FileName;
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    diskIsBusy = false;
+    EXPECT_TRUE(recorder.FinishWriting(std::chrono::seconds(10)));
+    const auto late = recorder.TakeLateFailures();
+    ASSERT_EQ(late.size(), 1U);
+    EXPECT_EQ(late[0].file, first);
+    EXPECT_EQ(late[0].error, std::errc::io_error);
+    EXPECT_EQ(recorder.Mode, RecorderRecording) << "the other goes on";
+    EXPECT_FALSE(recorder.Failure());
+    recorder.Stop();
+    EXPECT_TRUE(recorder.FinishWriting(std::chrono::seconds(10)));
+    EXPECT_EQ(recorder.Failure(), std::errc::io_error);
+    EXPECT_TRUE(recorder.TakeLateFailures().empty());
+}
+
 std::atomic<int> flushes = 0;
 
 TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)

@@ -14,7 +14,11 @@
 #include <QtTest/QTest>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace {
 
@@ -51,12 +55,13 @@ struct Host : RecorderHost {
 struct Bench {
     TemporaryFolder folder;
     modGlobals::Settings settings{.Language = LanguageEnglish};
-    clsRecorder recorder{folder.path / "REC"};
+    clsRecorder recorder;
     Host host;
     QWidget owner;
     frmRecorder window{owner, settings, recorder, host};
 
-    Bench()
+    explicit Bench(clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
+        : recorder(folder.path / "REC", flush)
     {
         host.device.sTemperature = "23 C";
         host.device.MeasValue = host.device.MeasValue_mm = 1234;
@@ -65,9 +70,11 @@ struct Bench {
     }
     QPushButton* Button(const char* name) const { return window.findChild<QPushButton*>(QLatin1String(name)); }
     /// What the window says after a click on a button.
-    std::string After(const char* name) const
+    std::string After(const char* name)
     {
         Button(name)->click();
+        recorder.FinishWriting(std::chrono::seconds(10));
+        window.ShowState();
         return State();
     }
     std::string State() const { return window.findChild<QLabel*>("lblState")->text().toStdString(); }
@@ -112,6 +119,36 @@ TEST(RecorderWindow, FollowsTheRecorderAndClosesByItsRules)
     bench.window.close();
     EXPECT_FALSE(bench.recorder.IsOpen);
     EXPECT_EQ(bench.recorder.Mode, RecorderIdle) << "closed by the program it stops";
+}
+
+std::atomic<bool> diskIsBusy = false;
+
+TEST(RecorderWindow, StaysAliveWhileTheDiskIsBusy)
+{
+    diskIsBusy = true;
+    Bench bench([](int) {
+        while (diskIsBusy) {
+            QThread::msleep(1);
+        }
+        return std::error_code();
+    });
+    const auto begin = [&] {
+        bench.Button("cmdRec")->click();
+        bench.recorder.Record(bench.host.device);
+    };
+    begin();
+    bench.Button("cmdStop")->click();
+    EXPECT_EQ(bench.State(), "Writing the recording …");
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+    begin();
+    bench.window.ShowState();
+    EXPECT_EQ(bench.State(), "Recording, values: 1");
+    bench.Button("cmdStop")->click();
+    EXPECT_TRUE(CloseByFrame(bench.window));
+    diskIsBusy = false;
+    EXPECT_TRUE(bench.recorder.FinishWriting(std::chrono::seconds(10)));
+    bench.window.ShowState();
+    EXPECT_EQ(bench.State(), "Values saved: 1");
 }
 
 TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
