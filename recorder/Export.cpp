@@ -20,6 +20,7 @@
 #include <QSvgGenerator>
 
 #include <algorithm>
+#include <filesystem>
 #include <system_error>
 
 namespace {
@@ -102,6 +103,17 @@ QString cannotSave(const QString& file, const QString& why, std::int32_t languag
     return Text(1016, language).arg(file, why);
 }
 
+std::filesystem::path pathOf(const QString& file)
+{
+    return QFile::encodeName(file).toStdString();
+}
+
+/// Why an export may not replace a file, whatever link leads to it; empty when it may.
+QString refusal(const QString& file, const clsRecorder& recorder, std::int32_t language)
+{
+    return recorder.IsInUse(pathOf(file)) ? cannotSave(file, Text(1351, language), language) : QString();
+}
+
 bool paintSvg(XYChart& chart, QIODevice& device)
 {
     QSvgGenerator svg;
@@ -152,14 +164,19 @@ QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_
     }
     SaveDialog saving(owner, title, kinds, QStringLiteral("csv"));
     const QString table = saving.Ask(withSuffix(recording, QStringLiteral("csv")));
-    return table.isEmpty() ? QString()
-                           : WriteTable(owner, recording, table, kTableKinds[saving.Kind()].format, language);
+    if (table.isEmpty()) {
+        return {};
+    }
+    const QString refused = refusal(table, recorder, language);
+    return refused.isEmpty() ? WriteTable(owner, recording, table, kTableKinds[saving.Kind()].format, language)
+                             : refused;
 }
 
 QString WriteTable(QWidget& owner, const QString& recording, const QString& table, const modCsvExport::Format& format,
                    std::int32_t language)
 {
-    if (QFileInfo::exists(recording) && QFileInfo(table) == QFileInfo(recording)) {
+    std::error_code unknown;
+    if (std::filesystem::equivalent(pathOf(recording), pathOf(table), unknown)) {
         return cannotSave(table, Text(1070, language), language); // the recording must not give way to its table
     }
     QSaveFile file(table);
@@ -174,8 +191,8 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
     const auto goOn = [&progress](double read) { return progress.GoOn(read); };
     modCsvExport::Exported exported;
     try {
-        exported = modCsvExport::ExportCsv(QFile::encodeName(recording).toStdString(), format,
-                                           Text(1093, language).toStdString(), {.write = write, .goOn = goOn});
+        exported = modCsvExport::ExportCsv(pathOf(recording), format, Text(1093, language).toStdString(),
+                                           {.write = write, .goOn = goOn});
     } catch (const std::system_error& failure) {
         return Text(1190, language).arg(recording, FileErrorText(failure.code(), language));
     }
@@ -205,6 +222,9 @@ QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder,
     const QString file = saving.Ask(withSuffix(lastRecording(recorder), suffixes[0]));
     if (file.isEmpty()) {
         return {};
+    }
+    if (const QString refused = refusal(file, recorder, language); !refused.isEmpty()) {
+        return refused;
     }
     const QString ending = QFileInfo(file).suffix().toLower();
     const bool known = std::ranges::find(suffixes, ending) != std::end(suffixes);

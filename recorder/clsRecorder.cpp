@@ -3,6 +3,7 @@
 #include "device/clsRVQ.h"
 #include "recorder/modRecordLine.h"
 
+#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -95,7 +96,8 @@ void clsRecorder::closeFile()
         std::error_code unknown;
         std::filesystem::remove(m_file->Path(), unknown);
     }
-    m_writing.push_back({m_file->Path(), closeBeside(std::move(*m_file))});
+    const auto identity = m_file->Identity();
+    m_writing.push_back({m_file->Path(), identity, closeBeside(std::move(*m_file))});
     m_file.reset();
     FinishWriting(kBriefly);
 }
@@ -122,4 +124,17 @@ void clsRecorder::noteOutcome(Writing& writing)
     } else if (error && !m_failure) {
         m_failure = error;
     }
+}
+
+bool clsRecorder::IsInUse(const std::filesystem::path& file) const
+{
+    const auto identity = FileIdentity::Of(file);
+    if (!identity) {
+        return false;
+    }
+    const auto isWritten = [&](const Writing& writing) { return writing.identity == identity; };
+    const auto isOpen = [&](const FileHandle& handle) { return FileIdentity::Of(handle.Descriptor()) == identity; };
+    return (m_file && m_file->Identity() == identity) || std::ranges::any_of(m_writing, isWritten) ||
+           (Mode == RecorderPlaying && FileIdentity::Of(std::filesystem::path(FileName)) == identity) ||
+           std::ranges::any_of(Played, isOpen);
 }

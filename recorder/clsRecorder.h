@@ -48,6 +48,8 @@ public:
     bool IsWriting() const { return !m_writing.empty(); }
     /// Waits for that, `patience` at most. Whether all is on the disk or has failed.
     bool FinishWriting(std::chrono::milliseconds patience);
+    /// The program has this file open, by whatever name: it is being recorded or written, or was played.
+    bool IsInUse(const std::filesystem::path& file) const;
 
     /// What it did last or does now; `RecorderIdle` before the first time.
     RecorderMode LastMode() const { return m_lastMode; }
@@ -76,6 +78,7 @@ public:
 private:
     struct Writing {
         std::string file;
+        std::optional<FileIdentity> identity;
         std::future<std::error_code> outcome;
     };
 

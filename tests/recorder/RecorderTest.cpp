@@ -130,6 +130,30 @@ TEST(Recorder, ClosesBesideAndTellsWhatFailsLater)
     EXPECT_TRUE(recorder.TakeLateFailures().empty());
 }
 
+TEST(Recorder, KnowsTheFilesThatItHasOpenByAnyName)
+{
+    const TemporaryFolder folder;
+    diskIsBusy = true;
+    clsRecorder recorder(folder.path / "REC", failLate);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    const auto hard = folder.path / "hard.png", soft = folder.path / "soft.csv";
+    std::filesystem::create_hard_link(recorder.FileName, hard);
+    std::filesystem::create_symlink(recorder.FileName, soft);
+    for (const char* state : {"recorded", "written", "closed"}) {
+        const bool inUse = state != std::string_view("closed");
+        for (const std::filesystem::path& name : {std::filesystem::path(recorder.FileName), hard, soft}) {
+            EXPECT_EQ(recorder.IsInUse(name), inUse) << state << ' ' << name;
+        }
+        recorder.Stop();
+        diskIsBusy = diskIsBusy && inUse && state != std::string_view("written");
+        recorder.FinishWriting(std::chrono::seconds(diskIsBusy ? 0 : 10));
+    }
+    LoadData(soft, clsRVQ(), {[](const clsRVQ&) {}, kGoOn}, recorder.Played);
+    EXPECT_TRUE(recorder.IsInUse(hard)) << "played";
+    EXPECT_FALSE(recorder.IsInUse(folder.path / "none"));
+}
+
 std::atomic<int> flushes = 0;
 
 TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)

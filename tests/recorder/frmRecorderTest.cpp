@@ -6,8 +6,12 @@
 #include "recorder/clsRecorder.h"
 #include "tests/support/Desk.h"
 
+#include <QDialogButtonBox>
 #include <QFile>
+#include <QFileDialog>
 #include <QImage>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QProgressDialog>
 #include <QThread>
 #include <QTimer>
@@ -281,6 +285,52 @@ TEST(MainWindow, MayBeClosedWhileARecordingIsLoaded)
     EXPECT_FALSE(window.window->isVisible());
     EXPECT_GT(window.Chart()->Series().Added(), 0U);
     EXPECT_LT(window.Chart()->Series().Added(), 4000000U) << "it gives up";
+}
+
+/// Answers the questions of an export: the file, and that it may be replaced.
+struct Answers : QTimer {
+    QStringList files;
+
+    explicit Answers(QStringList names) : files(std::move(names))
+    {
+        callOnTimeout(this, &Answers::answer);
+        start(10);
+    }
+    void answer()
+    {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            box->button(QMessageBox::Yes)->click();
+        } else if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                   dialog != nullptr && !files.isEmpty()) {
+            dialog->findChild<QLineEdit*>("fileNameEdit")->setText(files.takeFirst());
+            // Not from here: while it asks whether to replace the file, this must go on.
+            QTimer::singleShot(0, dialog->findChild<QDialogButtonBox*>()->buttons().constFirst(),
+                               &QAbstractButton::click);
+        }
+    }
+};
+
+TEST(Export, NeverReplacesARecordingThatRuns)
+{
+    const MainDesk main;
+    main.window->StartRecording();
+    const std::string recording = main.Find<QLabel>("sbar_2")->toolTip().toStdString();
+    const auto hard = main.folder.path / "hard.png", soft = main.folder.path / "soft.csv";
+    const auto other = main.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n");
+    std::filesystem::create_hard_link(recording, hard);
+    std::filesystem::create_symlink(recording, soft);
+    const auto said = [&](const char* action, const QStringList& files) {
+        const Answers answers(files);
+        main.Trigger(action);
+        return main.Text("sbar_1");
+    };
+    const std::string refusal = " cannot be saved: The file is being recorded, or is open for playback.";
+    const auto name = [](const std::filesystem::path& path) { return QString::fromStdString(path); };
+    EXPECT_EQ(said("mnuFileExportChart", {name(hard)}), hard.string() + refusal);
+    EXPECT_EQ(said("mnuFileExport", {name(other), name(soft)}), soft.string() + refusal);
+    EXPECT_TRUE(std::filesystem::equivalent(recording, hard));
+    EXPECT_EQ(said("mnuFileExport", {name(other), name(main.folder.path / "x.csv")}),
+              "Lines exported: 1, unreadable ones left out: 0");
 }
 
 TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
