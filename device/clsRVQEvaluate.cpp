@@ -9,10 +9,17 @@ namespace {
 constexpr std::size_t kShortReply = 5;      // bytes; what is shorter waits for more until the deadline
 constexpr double kDistanceTime_ms = 3000.0; // the longest gap between two distances
 constexpr double kTempErrValue = 2147483647.0;
+constexpr std::size_t kLongestText = 64; // several times what a sensor says of itself
 
 bool contains(std::string_view bytes, std::string_view what)
 {
     return bytes.find(what) != std::string_view::npos;
+}
+
+/// A text of the sensor's as windows, files and sheets get it: noise between key and line end can have any length.
+std::string textOf(std::string_view bytes)
+{
+    return std::string(bytes.substr(0, kLongestText));
 }
 
 } // namespace
@@ -243,7 +250,7 @@ bool clsRVQ::takeTextTemperature()
     if (reply.consumed == 0) {
         return false;
     }
-    sTemperature = reply.text;
+    sTemperature = textOf(reply.text);
     TempStatus = contains(sTemperature, "NOK") ? 0 : 1;
     InBuffer.erase(0, reply.consumed);
     acceptTemperature();
@@ -377,16 +384,16 @@ void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
 void clsRVQ::readDump(std::string_view dump)
 {
     using modReplySteps::DumpValue;
-    DeviceType = DumpValue(dump, "Type:");
-    Attenuator = DumpValue(dump, "Attenuator:");
-    const std::string_view serialNo = DumpValue(dump, "Serial-No:");
+    DeviceType = textOf(DumpValue(dump, "Type:"));
+    Attenuator = textOf(DumpValue(dump, "Attenuator:"));
+    const std::string serialNo = textOf(DumpValue(dump, "Serial-No:"));
     UnstoredChanges = UnstoredChanges && serialNo == SerialNo;
     SerialNo = serialNo;
-    SWVersion = DumpValue(dump, "Version:");
-    SWBuild = DumpValue(dump, "Build:");
-    SWDate = DumpValue(dump, "Date:");
-    HWPointer = DumpValue(dump, "Pointer:");
-    sTemperature = DumpValue(dump, "Temperature:");
+    SWVersion = textOf(DumpValue(dump, "Version:"));
+    SWBuild = textOf(DumpValue(dump, "Build:"));
+    SWDate = textOf(DumpValue(dump, "Date:"));
+    HWPointer = textOf(DumpValue(dump, "Pointer:"));
+    sTemperature = textOf(DumpValue(dump, "Temperature:"));
     if (contains(sTemperature, "OK")) {
         TempStatus = contains(sTemperature, "NOK") ? 0 : 1;
     }

@@ -268,6 +268,29 @@ TEST(Evaluate, DumpFillsTheParameterSet)
     }
 }
 
+TEST(Evaluate, ATextIsNoLongerThanItsKindNeeds)
+{
+    const std::string endless = std::string(3000, 'W') + "\r\n";
+    std::string dump;
+    for (const char* key :
+         {"Type: ", "Attenuator: ", "Serial-No: ", "Version: ", "Build: ", "Date: ", "Pointer: ", "Temperature: "}) {
+        dump += key + endless;
+    }
+    Expecting sensor(DialogueIdle, "C");
+    const clsRVQ& device = sensor.device;
+    for (const bool unstored : {false, true}) {
+        sensor.device.UnstoredChanges = unstored;
+        ASSERT_EQ(sensor.Arrive(dump + "end"), EventConfiguration);
+        EXPECT_EQ(device.UnstoredChanges, unstored) << "the same sensor as before";
+    }
+    for (const std::string* text : {&device.DeviceType, &device.Attenuator, &device.SerialNo, &device.SWVersion,
+                                    &device.SWBuild, &device.SWDate, &device.HWPointer, &device.sTemperature}) {
+        EXPECT_EQ(*text, endless.substr(0, 64));
+    }
+    ASSERT_EQ(sensor.Arrive("23 C," + endless), EventTemperature);
+    EXPECT_EQ(device.sTemperature, "23 C," + endless.substr(0, 59));
+}
+
 TEST(Evaluate, DumpIrregularities)
 {
     const std::tuple<const char*, std::int32_t clsRVQ::*, std::int32_t, std::int32_t> rows[] = {
