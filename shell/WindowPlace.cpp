@@ -4,6 +4,8 @@
 #include "shell/Guarded.h"
 
 #include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QWidget>
 
 #include <utility>
@@ -25,6 +27,7 @@ WindowPlace::WindowPlace(QWidget& window, std::string iniFile)
         modIni::GetPrivateProfileStringA(kSection, window.objectName().toStdString(), {}, kLongest, m_iniFile);
     m_kept = QByteArray::fromStdString(kept);
     m_window.restoreGeometry(QByteArray::fromBase64(m_kept)); // ignores what is none, and what lies on no screen
+    fitToScreen();
     m_window.installEventFilter(this);
 }
 
@@ -34,6 +37,22 @@ bool WindowPlace::eventFilter(QObject*, QEvent* event)
         Guarded([this] { keep(); });
     }
     return false;
+}
+
+/// A size from a larger screen, or one that a fault has left behind, would put half of the window out of reach.
+void WindowPlace::fitToScreen()
+{
+    const QRect place = m_window.geometry();
+    const QScreen* screen = m_window.screen(); // as long as it is not shown, the first
+    for (const QPoint& point : {place.topLeft(), place.center()}) {
+        const QScreen* there = QGuiApplication::screenAt(point);
+        screen = there != nullptr ? there : screen;
+    }
+    const QRect room = screen->availableGeometry();
+    if (const QSize size = place.size().boundedTo(room.size()); size != place.size()) {
+        m_window.resize(size);
+        m_window.move(room.topLeft());
+    }
 }
 
 void WindowPlace::keep()

@@ -318,6 +318,10 @@ TEST(MainWindow, ComesBackInItsSize)
     }
     main.Open();
     EXPECT_EQ(main.window->size(), QSize(777, 555)) << "the last place counts, also when it is the first again";
+    main.window->resize(12386, 4000);
+    main.window->close();
+    main.Open();
+    EXPECT_EQ(main.window->size().boundedTo(main.window->screen()->availableSize()), main.window->size());
 }
 
 TEST(MainWindow, ClosingWhileMeasuringSendsNothing)
