@@ -101,7 +101,7 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     lblMeasValue = named<ValueLabel>("lblMeasValue", roomOfValue);
     lblShutDown = named<QLabel>("lblShutDown", fraMeasurement);
     lblTempCaption = named<QLabel>("lblTempCaption", fraMeasurement);
-    lblTemperature = named<QLabel>("lblTemperature", fraMeasurement);
+    lblTemperature = named<LineLabel>("lblTemperature", fraMeasurement, Qt::ElideRight);
     cmdStart = named<QPushButton>("cmdStart", QStringLiteral("Start"), fraMeasurement);
     cmdSingleValue = named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), fraMeasurement);
     chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
@@ -116,7 +116,7 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     grid->addWidget(lblMeasCaption, 1, 0, 1, 4);
     grid->addWidget(roomOfValue, 2, 0, 1, 4);
     grid->addWidget(lblTempCaption, 3, 0, 1, 2);
-    grid->addWidget(lblTemperature, 3, 2, 1, 2, Qt::AlignRight);
+    grid->addWidget(lblTemperature, 3, 2, 1, 2);
     grid->addWidget(lblShutDown, 4, 0, 1, 4);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(cmdStart, 1);
@@ -134,6 +134,7 @@ void MainForm::styleMeasurement() const
     large.setBold(true);
     lblMeasValue->setFont(large);
     lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    lblTemperature->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);

@@ -188,6 +188,17 @@ TEST(MainWindow, SensorSettingsGoToTheSensorAndOnlyFromTheOperator)
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasValue").empty(); }));
 }
 
+TEST(MainWindow, ATextOfTheLineWidensNothing)
+{
+    const MainDesk main;
+    auto* temperature = main.Find<QLabel>("lblTemperature");
+    const int width = main.window->minimumSizeHint().width();
+    temperature->setText(QString(80, u'W'));
+    EXPECT_EQ(temperature->textFormat(), Qt::PlainText);
+    QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    EXPECT_EQ(main.window->minimumSizeHint().width(), width);
+}
+
 TEST(MainWindow, LargeDisplayFitsItsLettersToTheWindow)
 {
     const MainDesk main;
