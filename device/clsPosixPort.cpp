@@ -96,12 +96,13 @@ bool makeRaw(int fd)
     return tcsetattr(fd, TCSANOW, &settings) == 0 && tcflush(fd, TCIOFLUSH) == 0;
 }
 
-/// The advisory lock also keeps out a second program that runs as root, whom TIOCEXCL does not stop.
+/// The advisory lock also keeps out a second program of root's, which can open what is marked as exclusive.
 bool claim(int fd)
 {
     return flock(fd, LOCK_EX | LOCK_NB) == 0 && ioctl(fd, TIOCEXCL) == 0;
 }
 
+/// Only for a device that was claimed: the bytes and the claim of any other are another program's.
 void release(int fd)
 {
     if (fd < 0) {
@@ -112,6 +113,11 @@ void release(int fd)
     // On a pseudo-terminal the claim would outlive this descriptor.
     ioctl(fd, TIOCNXCL);
     close(fd);
+}
+
+std::int64_t nanoseconds(const timespec& time)
+{
+    return time.tv_sec * std::int64_t{1000000000} + time.tv_nsec;
 }
 
 } // namespace
@@ -127,6 +133,8 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
 {
     sio_close(port);
     const std::string device = m_devices.DeviceOf(port);
+    m_triedPort = port;
+    m_sight = sightOf(device);
     struct stat info {};
     if (device.empty()) {
         return failed({OpenProblem::NoDevice, {}, {}, {}});
@@ -143,7 +151,12 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
     if (fd < 0) {
         return failed(failureOf(errno, device, info));
     }
-    if (!claim(fd) || !makeRaw(fd)) {
+    if (!claim(fd)) {
+        const int error = errno;
+        close(fd);
+        return failed(failureOf(error, device, info));
+    }
+    if (!makeRaw(fd)) {
         const int error = errno;
         release(fd);
         return failed(failureOf(error, device, info));
@@ -266,6 +279,32 @@ bool clsPosixPort::HasVanished(std::int32_t port) const
 {
     const auto line = m_lines.find(port);
     return line != m_lines.end() && line->second.fd < 0;
+}
+
+bool clsPosixPort::DevicesChanged() const
+{
+    return sightOf(m_devices.DeviceOf(m_triedPort)) != m_sight;
+}
+
+/// A folder of devices changes with what is plugged in, the device itself also with its permissions and, where a number
+/// is used again at once, with its time. When others write to it neither changes.
+clsPosixPort::Sight clsPosixPort::sightOf(const std::string& device)
+{
+    Sight sight;
+    struct stat info {};
+    for (const char* folder : {"/dev", "/dev/serial/by-id", "/dev/pts"}) {
+        sight.push_back(stat(folder, &info) == 0 ? nanoseconds(info.st_mtim) : 0);
+    }
+    if (stat(device.c_str(), &info) == 0) {
+        for (const auto number : {info.st_dev, info.st_ino, info.st_rdev}) {
+            sight.push_back(static_cast<std::int64_t>(number));
+        }
+        for (const auto number : {info.st_mode, info.st_uid, info.st_gid}) {
+            sight.push_back(number);
+        }
+        sight.push_back(nanoseconds(info.st_ctim));
+    }
+    return sight;
 }
 
 int clsPosixPort::descriptor(std::int32_t port) const

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <map>
 #include <span>
+#include <string>
+#include <vector>
 
 class clsPosixPort : public SerialPort {
 public:
@@ -16,7 +18,8 @@ public:
     clsPosixPort(const clsPosixPort&) = delete;
     clsPosixPort& operator=(const clsPosixPort&) = delete;
 
-    /// Opens the device for this program alone; bytes from before are dropped. -1 on failure, see `LastFailure`.
+    /// Opens the device for this program alone; bytes from before are dropped. -1 on failure, see `LastFailure`; a
+    /// device that another program has locked is left as it is.
     std::int32_t sio_open(std::int32_t port) override;
     std::int32_t sio_close(std::int32_t port) override;
     std::int32_t sio_baud(std::int32_t port, std::int32_t rate) override;
@@ -30,6 +33,9 @@ public:
 
     /// Why the last `sio_open` failed; problem None after a success.
     const modPComm::OpenFailure& LastFailure() const { return m_failure; }
+    /// Whether, since the last `sio_open`, devices have come or gone or the one behind that port is another: opening it
+    /// may succeed now. A few looks at the file system, no device is opened.
+    bool DevicesChanged() const;
 
 private:
     struct LineErrors {
@@ -41,6 +47,10 @@ private:
         std::uint32_t emptyLooks = 0; ///< at the bytes waiting, with none there
     };
 
+    /// What is seen of the devices without opening one: times and numbers, to be compared.
+    using Sight = std::vector<std::int64_t>;
+
+    static Sight sightOf(const std::string& device);
     int descriptor(std::int32_t port) const;
     void noteFault(std::int32_t port);
     std::int32_t failed(modPComm::OpenFailure failure);
@@ -48,4 +58,6 @@ private:
     const modPComm::PortDevices& m_devices;
     std::map<std::int32_t, Line> m_lines;
     modPComm::OpenFailure m_failure;
+    std::int32_t m_triedPort = 0; ///< by the last `sio_open`
+    Sight m_sight;                ///< before it
 };

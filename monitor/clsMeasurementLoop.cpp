@@ -104,7 +104,7 @@ void clsMeasurementLoop::readPort()
 
 void clsMeasurementLoop::reopenPort()
 {
-    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+    tryPort();
     breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueMeasuring) {
         m_view.ShowRunning(false);
@@ -121,6 +121,23 @@ void clsMeasurementLoop::reopenPort()
     m_device.InBuffer.clear();
     m_device.LastCommand.clear();
     m_device.FailTime = m_device.CurrentTime;
+}
+
+void clsMeasurementLoop::tryPort()
+{
+    const bool isAnother = std::exchange(m_triedPort, m_settings.Comport) != m_settings.Comport;
+    if (isAnother || (DevicesChanged && DevicesChanged())) {
+        m_backOff.Restart();
+    }
+    if (!m_backOff.IsDue()) {
+        return;
+    }
+    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+    if (m_device.PortIsOpen) {
+        m_backOff.Restart();
+    } else {
+        m_backOff.Failed();
+    }
 }
 
 void clsMeasurementLoop::dispatch()

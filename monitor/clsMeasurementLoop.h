@@ -7,6 +7,7 @@
 #include "device/modRVQComm.h"
 #include "monitor/Measurement.h"
 #include "monitor/MonitorView.h"
+#include "monitor/clsBackOff.h"
 #include "monitor/clsFIFO.h"
 #include "shell/modGlobals.h"
 
@@ -63,6 +64,10 @@ public:
     /// Is handed the device in every tick; empty while nobody has asked for it.
     std::function<void(const clsRVQ&)> LiveUpdate;
 
+    /// Whether a port that could not be opened may open now, because the devices are others than at that attempt; it is
+    /// tried at once then, else with growing pauses. Empty: not known.
+    std::function<bool()> DevicesChanged;
+
     /// The window goes: every wait ends, the port is closed, nothing more is sent.
     void Unload();
 
@@ -78,6 +83,7 @@ private:
     void absorbClockJump(double now);
     void servePort();
     void reopenPort();
+    void tryPort();
     void dispatch();
     void noAnswer();
     void newDistance();
@@ -111,6 +117,8 @@ private:
     double m_previousTime = 0.0; ///< of the last one, whether it did or not
     double m_clock_ms = 0.0;
     std::int32_t m_shownUnit = -1;
+    clsBackOff m_backOff{kInterval_ms};
+    std::int32_t m_triedPort = 0;
     bool m_passing = false; ///< the passes read the port, not the tick
     bool m_inGap = true;
     bool m_playing = false;

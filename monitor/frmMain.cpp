@@ -86,6 +86,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
     connectControls();
     connectMenus();
     connectRecorder();
+    m_loop.DevicesChanged = m_ports.devicesChanged;
     ShowDialogue(DialogueNone);
     ShowRule({});
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };

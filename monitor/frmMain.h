@@ -37,11 +37,13 @@ class frmMain : public QMainWindow, private MainForm, private MonitorView, priva
     Q_OBJECT
 
 public:
-    /// What the window is given: the serial ports, the devices behind their numbers, and why the last opening failed.
+    /// What the window is given: the serial ports, the devices behind their numbers, and what is known of the last
+    /// opening that failed.
     struct Ports {
         SerialPort& port;
         const modPComm::PortDevices& devices;
         std::function<modPComm::OpenFailure()> lastFailure;
+        std::function<bool()> devicesChanged = {}; ///< since that opening; empty: not known
     };
 
     /// Where its files are: the list of configurations and the folder of the program.

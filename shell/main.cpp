@@ -298,7 +298,9 @@ int runProgram(const Options& options)
     clsConfigLibrary library(iniFile);
     library.Build();
     clsPosixPort port(devices);
-    frmMain window(settings, {port, devices, [&port] { return port.LastFailure(); }}, {library, folder}, help);
+    frmMain window(settings,
+                   {port, devices, [&port] { return port.LastFailure(); }, [&port] { return port.DevicesChanged(); }},
+                   {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
     startAsAsked(window, options, settings.Language, output ? &*output : nullptr);
     return QApplication::exec();

@@ -5,9 +5,15 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <chrono>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <termios.h>
 #include <thread>
 #include <tuple>
+#include <unistd.h>
 
 namespace {
 
@@ -113,6 +119,52 @@ TEST(PosixPort, SaysWhyItCannotOpen)
     }
     other.sio_close(1);
     EXPECT_EQ(line.port.sio_open(1), 0);
+}
+
+TEST(PosixPort, ALockedPortIsLeftAsItIs)
+{
+    PosixLine line;
+    const int other = open(line.terminal.Path().c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(other, 0);
+    termios before{}, after{};
+    tcgetattr(other, &before);
+    before.c_lflag |= ECHO;
+    tcsetattr(other, TCSANOW, &before);
+    flock(other, LOCK_EX);
+    ioctl(other, TIOCEXCL);
+    ASSERT_EQ(write(other, "on its way", 10), 10);
+    EXPECT_NE(line.port.sio_open(1), 0);
+    EXPECT_EQ(line.port.LastFailure().problem, OpenProblem::Busy);
+    int exclusive = 0;
+    ioctl(other, TIOCGEXCL, &exclusive);
+    EXPECT_EQ(exclusive, 1);
+    tcgetattr(other, &after);
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    EXPECT_TRUE(line.terminal.IsAttached());
+    EXPECT_EQ(line.terminal.Read(38400), "on its way");
+    ioctl(other, TIOCNXCL);
+    close(other);
+    EXPECT_EQ(line.port.sio_open(1), 0);
+}
+
+TEST(PosixPort, TellsThatTheDevicesHaveChanged)
+{
+    const TemporaryFolder folder;
+    PosixLine line;
+    const auto link = folder.path / "sensor";
+    line.devices.Override(2, link);
+    EXPECT_NE(line.port.sio_open(2), 0);
+    EXPECT_FALSE(line.port.DevicesChanged());
+    std::filesystem::create_symlink("/dev/null", link);
+    EXPECT_TRUE(line.port.DevicesChanged()) << "plugged in";
+    EXPECT_NE(line.port.sio_open(2), 0);
+    EXPECT_FALSE(line.port.DevicesChanged());
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(line.terminal.Path(), link);
+    EXPECT_TRUE(line.port.DevicesChanged()) << "another device";
+    line.port.sio_open(2);
+    chmod(line.terminal.Path().c_str(), 0640);
+    EXPECT_TRUE(line.port.DevicesChanged()) << "another permission";
 }
 
 TEST(MakerOf, LooksUpToThePlugAndNoFurther)

@@ -4,6 +4,7 @@
 #include "tests/support/ScriptedSensor.h"
 #include "tests/support/clsRecordingView.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -240,6 +241,46 @@ TEST(MeasurementLoop, AReopenedPortIsAskedAtOnce)
     monitor.Tick("half a line of the new device");
     EXPECT_EQ(monitor.Sent(), "X") << "whatever the old one owed";
     EXPECT_EQ(monitor.sensor.device.InBuffer, "");
+}
+
+TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPauses)
+{
+    Monitor monitor;
+    clsScriptedPort& port = monitor.sensor.port;
+    bool changed = false;
+    monitor.loop.DevicesChanged = [&] { return changed; };
+    monitor.Tick();
+    port.Vanished = true;
+    port.OpenResult = -1;
+    const auto opens = [&] {
+        monitor.Tick();
+        const auto count = std::ranges::count(port.Calls, "open " + std::to_string(monitor.settings.Comport));
+        port.Calls.clear();
+        return count;
+    };
+    port.Calls.clear();
+    std::vector<int> tries; // in milliseconds
+    for (int ms = 0; ms < 4000; ms += 50) {
+        if (opens() != 0) {
+            tries.push_back(ms);
+        }
+    }
+    EXPECT_EQ(tries, (std::vector<int>{0, 100, 300, 800, 1800, 2800, 3800}));
+    EXPECT_EQ(monitor.view.status[0], "Comport not open");
+    changed = true;
+    EXPECT_EQ(opens(), 1) << "something has been plugged in";
+    changed = false;
+    EXPECT_EQ(opens(), 0);
+    EXPECT_EQ(opens(), 1) << "the pauses begin anew";
+    monitor.settings.Comport = 3;
+    monitor.loop.ChangePort();
+    EXPECT_EQ(std::ranges::count(port.Calls, "open 3"), 1) << "the operator's choice";
+    port.OpenResult = 0;
+    changed = true;
+    EXPECT_EQ(opens(), 2) << "one of the choice";
+    changed = false;
+    port.Vanished = true;
+    EXPECT_EQ(opens(), 1) << "one that has worked is not waited for";
 }
 
 TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
