@@ -22,6 +22,7 @@
 #include <QPushButton>
 #include <QStatusBar>
 
+#include <initializer_list>
 #include <utility>
 
 namespace {
@@ -65,6 +66,16 @@ QAction* bar(QMenu* menu, const char* name)
     return separator;
 }
 
+/// Controls beside each other; those behind the first share what room is left.
+QHBoxLayout* sideBySide(std::initializer_list<QWidget*> controls)
+{
+    auto* line = new QHBoxLayout;
+    for (QWidget* control : controls) {
+        line->addWidget(control, control == *controls.begin() ? 0 : 1);
+    }
+    return line;
+}
+
 } // namespace
 
 void MainForm::BuildForm(QMainWindow& window)
@@ -97,11 +108,13 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
     shpLamp = named<LampShape>("shpLamp", fraMeasurement);
     lblLamp = named<QLabel>("lblLamp", fraMeasurement);
     lblMeasCaption = named<QLabel>("lblMeasCaption", fraMeasurement);
+    lblMeasAge = named<LineLabel>("lblMeasAge", fraMeasurement, Qt::ElideRight);
     auto* roomOfValue = new KeptRoom(fraMeasurement);
     lblMeasValue = named<ValueLabel>("lblMeasValue", roomOfValue);
     lblShutDown = named<QLabel>("lblShutDown", fraMeasurement);
     lblTempCaption = named<QLabel>("lblTempCaption", fraMeasurement);
     lblTemperature = named<LineLabel>("lblTemperature", fraMeasurement, Qt::ElideRight);
+    lblTempAge = named<LineLabel>("lblTempAge", fraMeasurement, Qt::ElideRight);
     cmdStart = named<QPushButton>("cmdStart", QStringLiteral("Start"), fraMeasurement);
     cmdSingleValue = named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), fraMeasurement);
     chkTempMeasurement = named<QCheckBox>("chkTempMeasurement", fraMeasurement);
@@ -112,19 +125,17 @@ void MainForm::buildMeasurementFrame(QWidget& parent)
 
     auto* grid = new QGridLayout(fraMeasurement);
     grid->addWidget(shpLamp, 0, 0);
-    grid->addWidget(lblLamp, 0, 1, 1, 3);
-    grid->addWidget(lblMeasCaption, 1, 0, 1, 4);
-    grid->addWidget(roomOfValue, 2, 0, 1, 4);
-    grid->addWidget(lblTempCaption, 3, 0, 1, 2);
-    grid->addWidget(lblTemperature, 3, 2, 1, 2);
-    grid->addWidget(lblShutDown, 4, 0, 1, 4);
+    grid->addWidget(lblLamp, 0, 1);
+    grid->addLayout(sideBySide({lblMeasCaption, lblMeasAge}), 1, 0, 1, 2);
+    grid->addWidget(roomOfValue, 2, 0, 1, 2);
+    grid->addLayout(sideBySide({lblTempCaption, lblTempAge, lblTemperature}), 3, 0, 1, 2);
+    grid->addWidget(lblShutDown, 4, 0, 1, 2);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(cmdStart, 1);
     buttons->addWidget(cmdSingleValue, 1);
-    grid->addLayout(buttons, 5, 0, 1, 4);
-    grid->addWidget(chkTempMeasurement, 6, 0, 1, 4);
+    grid->addLayout(buttons, 5, 0, 1, 2);
+    grid->addWidget(chkTempMeasurement, 6, 0, 1, 2);
     grid->setColumnStretch(1, 1);
-    grid->setColumnStretch(3, 1);
 }
 
 void MainForm::styleMeasurement() const
@@ -133,8 +144,9 @@ void MainForm::styleMeasurement() const
     large.setPointSizeF(large.pointSizeF() * kValueFontScale);
     large.setBold(true);
     lblMeasValue->setFont(large);
-    lblMeasValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    lblTemperature->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    for (LineLabel* right : std::initializer_list<LineLabel*>{lblMeasValue, lblMeasAge, lblTemperature, lblTempAge}) {
+        right->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    }
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);

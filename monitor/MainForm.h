@@ -8,6 +8,7 @@
 
 class MessagePanel;
 class LampShape;
+class LineLabel;
 class PortList;
 class QAction;
 class QCheckBox;
@@ -32,9 +33,11 @@ protected:
     QGroupBox* fraRVQ = nullptr;
     QGroupBox* fraComport = nullptr;
     QLabel* lblMeasCaption = nullptr;
+    LineLabel* lblMeasAge = nullptr;
     ValueLabel* lblMeasValue = nullptr;
     QLabel* lblTempCaption = nullptr;
-    QLabel* lblTemperature = nullptr;
+    LineLabel* lblTemperature = nullptr;
+    LineLabel* lblTempAge = nullptr;
     QLabel* lblShutDown = nullptr;
     QLabel* lblLamp = nullptr;
     LampShape* shpLamp = nullptr;

@@ -15,6 +15,7 @@
 #include "shell/Guarded.h"
 #include "shell/Help.h"
 #include "shell/InputGuards.h"
+#include "shell/LineLabel.h"
 #include "shell/Localise.h"
 #include "shell/PortList.h"
 #include "shell/QtText.h"
@@ -66,6 +67,16 @@ const Lamp& lampOf(std::int32_t commStatus)
         {qRgb(0, 255, 0), 1162},   // measuring
     };
     return kLamps[std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring)];
+}
+
+/// What is shown has come just now; a text that is emptied has no age.
+void noteValue(clsValueAge& age, const QString& shown)
+{
+    if (shown.isEmpty()) {
+        age.Forget();
+    } else {
+        age.Arrived();
+    }
 }
 
 } // namespace
@@ -202,11 +213,13 @@ void frmMain::localise()
 void frmMain::timer_Tick()
 {
     if (m_recorder.Mode == RecorderPlaying) {
+        showAges();
         return; // the window lives on while a file is loaded, the measurement waits
     }
     const double now = modAPI::LocalTime();
     Guarded([&] { serveRecorder(now); }); // whatever happens to a file, the measurement goes on
     m_loop.Tick(now);
+    showAges();
     explainFailure();
     offerFirstSteps();
 }
@@ -252,6 +265,32 @@ void frmMain::warnOfUnkeptSettings()
         sbar[1]->setToolTip(warning);
     }
     m_unkept = warning;
+}
+
+/// The number and the temperature with their ages, which are theirs alone: a temperature that is not read during the
+/// measurement grows old beside a fresh number.
+void frmMain::showAges()
+{
+    const double now_s = modAPI::UpTime_s();
+    const auto words = [this](const std::optional<ValueAge>& age) {
+        return age ? text(age->TextId).arg(age->Amount) : QString();
+    };
+    const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), m_device.ReadTempInterval);
+    const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, m_device.PortIsOpen));
+    showAge(*lblMeasValue, *lblMeasAge, ofDistance);
+    showAge(*lblTemperature, *lblTempAge, words(m_temperatureAge.Look(now_s, freshTemperature_s, m_device.PortIsOpen)));
+    if (m_textWindow != nullptr) {
+        m_textWindow->ShowAge(ofDistance);
+    }
+}
+
+void frmMain::showAge(LineLabel& value, LineLabel& line, const QString& age)
+{
+    value.ShowStale(!age.isEmpty());
+    ShowText(line, age);
+    if (value.accessibleDescription() != age) {
+        value.setAccessibleDescription(age);
+    }
 }
 
 /// Why the port cannot be opened also goes to the console when it changes.
@@ -324,6 +363,7 @@ void frmMain::Echo(std::string_view received)
 void frmMain::ShowDistance(const std::string& distance)
 {
     const QString shown = FromBytes(distance);
+    noteValue(m_distanceAge, shown);
     ShowText(*lblMeasValue, shown);
     if (m_textWindow != nullptr) {
         m_textWindow->ShowValue(shown);
@@ -335,7 +375,9 @@ void frmMain::ShowDistance(const std::string& distance)
 
 void frmMain::ShowTemperature(const std::string& temperature)
 {
-    ShowText(*lblTemperature, FromBytes(temperature));
+    const QString shown = FromBytes(temperature);
+    noteValue(m_temperatureAge, shown);
+    ShowText(*lblTemperature, shown);
 }
 
 void frmMain::ShowStatus(std::int32_t panel, std::string_view message)

@@ -7,6 +7,7 @@
 #include "monitor/MainForm.h"
 #include "monitor/MonitorView.h"
 #include "monitor/clsMeasurementLoop.h"
+#include "monitor/clsValueAge.h"
 #include "recorder/RecorderHost.h"
 #include "recorder/clsRecorder.h"
 #include "shell/clsConsole.h"
@@ -116,6 +117,8 @@ private:
     void localise();
     void initChartData(std::int32_t points);
     void warnOfUnkeptSettings();
+    void showAges();
+    static void showAge(LineLabel& value, LineLabel& line, const QString& age);
     void explainFailure();
     void noteFailure();
     void offerFirstSteps();
@@ -153,6 +156,7 @@ private:
     clsConsole m_console;
     clsRVQ m_device;
     clsMeasurementLoop m_loop;
+    clsValueAge m_distanceAge, m_temperatureAge;
     bool m_running = false;
     std::int32_t m_shownDialogue = -1;
     std::optional<ControlRule> m_shownRule;

@@ -44,6 +44,7 @@ void frmMain::lblMeasValue_Click()
     if (m_textWindow == nullptr) {
         m_textWindow = new frmTextWindow(*this, m_settings);
         m_textWindow->ShowValue(lblMeasValue->text());
+        m_textWindow->ShowAge(lblMeasAge->text());
     }
     m_textWindow->show();
     m_textWindow->raise();

@@ -177,8 +177,12 @@ void frmMain::EndPlayback(const modPlayback::Loaded& loaded)
     }
     m_playedLines = loaded.lines;
     m_loop.EndPlaying(loaded.end);
+    if (loaded.end) {
+        m_distanceAge.Forget(); // the number is the file's now
+    }
     if (!loaded.temperature.empty()) {
         ShowTemperature(loaded.temperature);
+        m_temperatureAge.Forget();
     }
     picGraph->Redraw();
     m_playedFile = QFile::decodeName(m_recorder.FileName.c_str());

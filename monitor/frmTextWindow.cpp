@@ -1,11 +1,14 @@
 #include "monitor/frmTextWindow.h"
 
+#include "shell/LineLabel.h"
 #include "shell/Localise.h"
 #include "shell/WindowPlace.h"
 #include "shell/modGlobals.h"
 
-#include <QLabel>
+#include <QFontInfo>
 #include <QShortcut>
+
+#include <algorithm>
 
 namespace {
 
@@ -17,16 +20,20 @@ constexpr double kStart_pt = 8.0;
 constexpr double kCoarse_pt = 26.0;
 constexpr double kLargest_pt = 2000.0;
 constexpr char kTemplate[] = "#####,# ##";
+constexpr char kAgeTemplate[] = "000 min 000";
+constexpr int kShareOfAge = 5; // of the window's height
 
 } // namespace
 
 frmTextWindow::frmTextWindow(QWidget& owner, const modGlobals::Settings& settings)
-    : QWidget(&owner, Qt::Window), lblValue(new QLabel(this)), lblTest(new QLabel(this)), m_size_pt(kStart_pt)
+    : QWidget(&owner, Qt::Window), lblValue(new LineLabel(this)), lblValueAge(new LineLabel(this, Qt::ElideRight)),
+      lblTest(new LineLabel(this)), m_size_pt(kStart_pt)
 {
     setObjectName(QStringLiteral("frmTextWindow"));
     setAttribute(Qt::WA_DeleteOnClose);
     SetTextIds(this, 1009);
     lblValue->setObjectName(QStringLiteral("lblValue"));
+    lblValueAge->setObjectName(QStringLiteral("lblValueAge"));
     lblTest->setObjectName(QStringLiteral("lblTest"));
     lblTest->hide();
     LocaliseForm(*this, settings.Language);
@@ -46,9 +53,41 @@ void frmTextWindow::ShowValue(const QString& text)
     ShowText(*lblValue, text);
 }
 
+void frmTextWindow::ShowAge(const QString& age)
+{
+    lblValue->ShowStale(!age.isEmpty());
+    ShowText(*lblValueAge, age);
+    if (lblValue->accessibleDescription() != age) {
+        lblValue->setAccessibleDescription(age);
+    }
+}
+
 void frmTextWindow::resizeEvent(QResizeEvent*)
 {
     fit(lblValue->text());
+    place();
+}
+
+/// The line of the age has its room whether it is there or not, so that nothing jumps.
+void frmTextWindow::place()
+{
+    const int left = pixels(kLeft_twips);
+    lblValue->setGeometry(left, 0, width() - left, heightOfValue());
+    const int usual = QFontInfo(font()).pixelSize();
+    QFont small = lblValueAge->font();
+    small.setPixelSize(std::max(usual, heightOfAge() * 3 / 4));
+    const int wanted = QFontMetrics(small).horizontalAdvance(QLatin1String(kAgeTemplate));
+    const int room = width() - pixels(kMargins_twips);
+    if (wanted > room) {
+        small.setPixelSize(std::max(usual, small.pixelSize() * room / wanted));
+    }
+    lblValueAge->setFont(small);
+    lblValueAge->setGeometry(left, heightOfValue(), width() - left, heightOfAge());
+}
+
+int frmTextWindow::heightOfAge() const
+{
+    return std::max(fontMetrics().height(), height() / kShareOfAge);
 }
 
 /// While nothing is shown a template is measured, so that the first digits do not change the size.
@@ -62,7 +101,6 @@ void frmTextWindow::fit(const QString& text)
         fitted.setPointSizeF(m_size_pt);
         lblValue->setFont(fitted);
     }
-    lblValue->setGeometry(pixels(kLeft_twips), 0, width() - pixels(kLeft_twips), height());
 }
 
 /// The largest size whose text stays narrower than the target and no higher than the window.
@@ -77,7 +115,7 @@ double frmTextWindow::fitFont(int targetWidth, double startSize_pt)
         size += size < kCoarse_pt ? 2.0 : 6.0;
         font.setPointSizeF(size);
         lblTest->setFont(font);
-    } while (lblTest->sizeHint().width() < targetWidth && lblTest->sizeHint().height() <= height() &&
+    } while (lblTest->sizeHint().width() < targetWidth && lblTest->sizeHint().height() <= heightOfValue() &&
              size < kLargest_pt);
     return fitting;
 }

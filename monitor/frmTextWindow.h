@@ -3,7 +3,7 @@
 
 #include <QWidget>
 
-class QLabel;
+class LineLabel;
 
 namespace modGlobals {
 struct Settings;
@@ -18,6 +18,8 @@ public:
 
     /// Shows the text. One that is wider than the window makes the letters smaller.
     void ShowValue(const QString& text);
+    /// Shows below it how old the value is, and the value as a stale one; empty for a fresh one.
+    void ShowAge(const QString& age);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -25,9 +27,13 @@ protected:
 private:
     double fitFont(int targetWidth, double startSize_pt);
     void fit(const QString& text);
+    void place();
+    int heightOfAge() const;
+    int heightOfValue() const { return height() - heightOfAge(); }
     int pixels(int twips) const;
 
-    QLabel* lblValue;
-    QLabel* lblTest;
+    LineLabel* lblValue;
+    LineLabel* lblValueAge;
+    LineLabel* lblTest;
     double m_size_pt;
 };

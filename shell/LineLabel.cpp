@@ -34,6 +34,13 @@ void LineLabel::DrawGroundBy(std::function<void(QPainter&)> ground)
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
+void LineLabel::ShowStale(bool stale)
+{
+    if (std::exchange(m_stale, stale) != stale) {
+        update();
+    }
+}
+
 /// As wide as the text with any other digits, which not every font has of one width.
 QSize LineLabel::sizeHint() const
 {
@@ -86,6 +93,9 @@ void LineLabel::paintEvent(QPaintEvent*)
     QPainter painter(this);
     if (m_ground) {
         m_ground(painter);
+    }
+    if (m_stale) {
+        painter.setPen(palette().color(QPalette::Disabled, foregroundRole()));
     }
     if (m_mode == Qt::ElideNone && isFigure(text())) {
         drawFigure(painter);

@@ -22,6 +22,9 @@ public:
     /// for a new text. The picture must cover the label.
     void DrawGroundBy(std::function<void(QPainter&)> ground);
 
+    /// Draws the text in the palette's colour of what is disabled: a text that says what was. The label stays enabled.
+    void ShowStale(bool stale);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
@@ -41,6 +44,7 @@ private:
     QPointF cornerOf(const QSizeF& size) const;
 
     Qt::TextElideMode m_mode;
+    bool m_stale = false;
     std::function<void(QPainter&)> m_ground;
     QHash<QChar, Character> m_characters; ///< of all figures so far
     QStaticText m_line;

@@ -61,6 +61,13 @@ double LocalTime()
                        static_cast<std::int32_t>(duration_cast<milliseconds>(rest).count())});
 }
 
+double UpTime_s()
+{
+    timespec time{};
+    clock_gettime(CLOCK_BOOTTIME, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
 std::string TimeOfDayText(double dateTime)
 {
     // A tenth of a millisecond on top: a whole second must not fall to the one before it in the division by a day.

@@ -23,6 +23,10 @@ double DateTimeOf(const CivilTime& civil);
 /// The local time now, to the millisecond, as days since 1899-12-30.
 double LocalTime();
 
+/// Seconds since the system was started, to compare: whoever sets the clock does not move it, and it goes on while the
+/// machine sleeps.
+double UpTime_s();
+
 /// The time of day as "hh:mm:ss".
 std::string TimeOfDayText(double dateTime);
 

@@ -188,6 +188,49 @@ TEST(MainWindow, SensorSettingsGoToTheSensorAndOnlyFromTheOperator)
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasValue").empty(); }));
 }
 
+TEST(MainWindow, AValueThatIsNoLongerTrueSaysItsAge)
+{
+    Desk main;
+    auto sensor = std::make_unique<simulator::clsSimulatedSensor>(simulator::SensorOptions());
+    main.devices.Override(1, sensor->Path());
+    main.Open();
+    emit main.Find<ValueLabel>("lblMeasValue")->clicked();
+    const auto& large = *main.window->findChild<frmTextWindow*>();
+    const auto ages = [&] {
+        return main.Text("lblMeasAge") + '|' + main.Text("lblTempAge") + '|' +
+               FindIn<QLabel>(large, "lblValueAge")->text().toStdString();
+    };
+    const auto looks = [&] {
+        return std::array{main.Find<QLabel>("lblMeasValue")->grab().toImage(),
+                          main.Find<QLabel>("lblTemperature")->grab().toImage(),
+                          FindIn<QLabel>(large, "lblValue")->grab().toImage()};
+    };
+    ASSERT_TRUE(Until([&] { return !main.Text("lblTemperature").empty(); }));
+    main.Find("cmdSingleValue")->click();
+    ASSERT_TRUE(Until([&] { return !main.Text("lblMeasValue").empty(); }));
+    EXPECT_EQ(ages(), "||");
+    const auto fresh = looks();
+    const QSize frame = main.Find<QWidget>("fraMeasurement")->size();
+    sensor.reset(); // the cable is pulled: at once, not after three seconds
+    ASSERT_TRUE(Until([&] { return !main.Text("lblMeasAge").empty(); }));
+    EXPECT_EQ(ages().find_first_not_of("0123456789 sold|"), std::string::npos) << ages();
+    EXPECT_FALSE(main.Text("lblTempAge").empty());
+    EXPECT_EQ(main.Find<QLabel>("lblMeasValue")->accessibleDescription().toStdString(), main.Text("lblMeasAge"));
+    for (std::size_t i = 0; i < fresh.size(); ++i) {
+        EXPECT_NE(looks().at(i), fresh.at(i)) << i << ": the colour of what is disabled";
+    }
+    EXPECT_TRUE(main.Find<QWidget>("lblMeasValue")->isEnabled()) << "it still opens the large display";
+    EXPECT_EQ(main.Find<QWidget>("fraMeasurement")->size(), frame) << "nothing jumps";
+    main.Trigger("mnuOptionLanguageDEEN");
+    EXPECT_TRUE(Until([&] { return ages().find("alt") != std::string::npos; }));
+    sensor = std::make_unique<simulator::clsSimulatedSensor>(simulator::SensorOptions());
+    main.devices.Override(1, sensor->Path());
+    ASSERT_TRUE(main.Connects());
+    main.Find("cmdSingleValue")->click();
+    EXPECT_TRUE(Until([&] { return ages() == "||"; })) << ages();
+    main.window.reset();
+}
+
 TEST(MainWindow, ATextOfTheLineWidensNothing)
 {
     const MainDesk main;

@@ -194,6 +194,7 @@ struct Player : Desk {
     Player()
     {
         settings.AutoScale = false;
+        devices.Override(1, folder.path / "none");
         Open();
     }
     std::string Play(const std::filesystem::path& file)
@@ -237,6 +238,8 @@ TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
     EXPECT_EQ(window.Play(window.folder.Write("bad.rec", lines + "bad")), "Error in LoadData");
     QTest::qWait(300);
     EXPECT_EQ(window.Text("sbar_1"), "Error in LoadData") << "long enough to be read";
+    EXPECT_EQ(window.Text("lblMeasAge") + window.Text("lblTempAge"), "")
+        << "the port is closed, but these are the file's";
     EXPECT_EQ(window.Chart()->Series().StopIndex, 3) << "what stands before the bad line";
     EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9) << "the ticks move nothing";
 }
