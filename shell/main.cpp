@@ -51,22 +51,39 @@ namespace {
 constexpr QLatin1String kScreenshotAfter_s("5");
 constexpr int kIconAfter_ms = 100;
 constexpr std::int32_t kDemoPort = 1;
+constexpr int kBadArguments = 2;
 
 struct Options {
     bool demo = false;
     bool connect = false; ///< without the start-up window
     bool print = false;
     bool record = false;
-    QString folder, screenshot;
+    std::string folder, screenshot;
     std::int32_t screenshotAfter_ms = 0;
     std::optional<std::int32_t> language;
     std::vector<std::pair<std::int32_t, std::string>> ports;
 };
 
+/// The options as they are read: one character a byte, so that a name comes through whatever its bytes are. Qt itself
+/// puts other characters in the place of those that are no UTF-8.
+QStringList argumentsOf(std::span<char*> words)
+{
+    QStringList arguments;
+    for (const char* word : words) {
+        arguments += QString::fromLatin1(word);
+    }
+    return arguments;
+}
+
+std::string bytesOf(const QString& argument)
+{
+    return argument.toLatin1().toStdString();
+}
+
 [[noreturn]] void refuse(const QString& why)
 {
-    std::fprintf(stderr, "RVQ: %s\nTry RVQ --help.\n", qPrintable(why));
-    std::exit(2);
+    std::fprintf(stderr, "RVQ: %s\nTry RVQ --help.\n", why.toLatin1().constData());
+    std::exit(kBadArguments);
 }
 
 void readPorts(const QStringList& values, Options& options)
@@ -78,7 +95,7 @@ void readPorts(const QStringList& values, Options& options)
             refuse(QStringLiteral("--port takes N=DEVICE with N from 1 to %1, not \"%2\"")
                        .arg(QString::number(modPComm::kPortCount), value));
         }
-        options.ports.emplace_back(port, QFile::encodeName(value.mid(sign + 1)).toStdString());
+        options.ports.emplace_back(port, bytesOf(value.mid(sign + 1)));
     }
 }
 
@@ -119,7 +136,10 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption print("print", "Print every distance to standard output.");
     const QCommandLineOption record("record", "Connect with the stored settings, measure and record from the start.");
     parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, record});
-    parser.process(arguments);
+    if (!parser.parse(arguments)) {
+        refuse(parser.errorText());
+    }
+    parser.process(arguments); // help and version
     if (const QStringList others = parser.positionalArguments(); !others.isEmpty()) {
         refuse(QStringLiteral("what is \"%1\"?").arg(others.front()));
     }
@@ -135,8 +155,8 @@ Options readOptions(const QStringList& arguments)
     options.print = parser.isSet(print);
     options.record = parser.isSet(record);
     options.connect = parser.isSet(connect) || options.demo || options.record || parser.isSet(screenshot);
-    options.folder = parser.value(folder);
-    options.screenshot = parser.value(screenshot);
+    options.folder = bytesOf(parser.value(folder));
+    options.screenshot = bytesOf(parser.value(screenshot));
     options.screenshotAfter_ms = readMilliseconds(parser.value(after));
     if (parser.isSet(language)) {
         options.language = readLanguage(parser.value(language));
@@ -260,15 +280,31 @@ void startAsAsked(frmMain& window, const Options& options, std::int32_t language
         QApplication::quit();
     });
     window.show();
-    if (!options.screenshot.isEmpty()) {
-        QTimer::singleShot(options.screenshotAfter_ms, &window,
-                           [&window, &options] { Guarded([&] { takePicture(window, options.screenshot); }); });
+    if (!options.screenshot.empty()) {
+        QTimer::singleShot(options.screenshotAfter_ms, &window, [&window, &options] {
+            Guarded([&] { takePicture(window, QFile::decodeName(options.screenshot.c_str())); });
+        });
     }
+}
+
+/// Where the files live. Somebody else's folder in which others write would let them choose what the program reads.
+std::filesystem::path folderOf(const Options& options)
+{
+    const auto folder = modAPI::ProgramFolder(options.folder);
+    if (folder.empty()) {
+        refuse(QStringLiteral("you have no home folder for the files; name a folder with --folder"));
+    }
+    if (modAPI::OthersMayChange(folder)) {
+        refuse(QStringLiteral("the folder %1 belongs to another user, and others may write there; "
+                              "name another one with --folder")
+                   .arg(QString::fromLatin1(folder.c_str())));
+    }
+    return folder;
 }
 
 int runProgram(const Options& options)
 {
-    const auto folder = modAPI::ProgramFolder(QFile::encodeName(options.folder).toStdString());
+    const auto folder = folderOf(options);
     const std::string iniFile = folder / "RVQ.ini";
     modGlobals::Settings settings = modGlobals::LoadGlobalSettings(iniFile, DecimalSeparator());
     settings.Language = options.language.value_or(settings.Language);
@@ -327,7 +363,7 @@ int main(int argc, char** argv)
         QTimer::singleShot(kIconAfter_ms, qApp, [] { QApplication::setWindowIcon(programIcon()); });
     });
     try {
-        return runProgram(readOptions(QApplication::arguments()));
+        return runProgram(readOptions(argumentsOf(std::span(argv, static_cast<std::size_t>(argc)))));
     } catch (const std::exception& fault) {
         // No window exists yet, or no more: a system without pseudo-terminals, say.
         std::fprintf(stderr, "RVQ: %s\n", fault.what());

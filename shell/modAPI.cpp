@@ -10,6 +10,8 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
+#include <pwd.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -19,13 +21,17 @@ namespace {
 
 using namespace std::chrono;
 
-std::filesystem::path userDataFolder()
+/// What the environment says, else what the user database says; empty when neither knows one.
+std::filesystem::path homeFolder()
 {
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
-        return std::filesystem::path(data) / "orvex";
+    if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
+        return home;
     }
-    const char* home = std::getenv("HOME");
-    return std::filesystem::path(home != nullptr ? home : "/tmp") / ".local/share/orvex";
+    std::array<char, 4096> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found != nullptr && *found->pw_dir == '/' ? found->pw_dir : "";
 }
 
 /// Below /usr the package manager keeps the programs; not even root's files belong there.
@@ -122,6 +128,15 @@ std::string GetOSName()
     return "Linux";
 }
 
+std::filesystem::path UserDataFolder()
+{
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
+        return std::filesystem::path(data) / "orvex";
+    }
+    const std::filesystem::path home = homeFolder();
+    return home.empty() ? home : home / ".local/share/orvex";
+}
+
 std::filesystem::path ProgramFolder(const std::filesystem::path& wanted)
 {
     std::error_code error;
@@ -129,12 +144,21 @@ std::filesystem::path ProgramFolder(const std::filesystem::path& wanted)
     if (folder.empty()) {
         folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
         if (error || isSystemFolder(folder) || access(folder.c_str(), W_OK) != 0) {
-            folder = userDataFolder();
+            folder = UserDataFolder();
         }
+    }
+    if (folder.empty()) {
+        return folder;
     }
     folder = std::filesystem::absolute(folder, error);
     std::filesystem::create_directories(folder, error);
     return folder;
+}
+
+bool OthersMayChange(const std::filesystem::path& folder)
+{
+    struct stat info {};
+    return stat(folder.c_str(), &info) == 0 && OthersMayChange(info.st_uid, info.st_mode, geteuid());
 }
 
 } // namespace modAPI

@@ -44,9 +44,22 @@ std::string_view WindowsName(const SystemVersion& version);
 /// "Debian GNU/Linux 12 (bookworm)", or "Linux" when it gives none.
 std::string GetOSName();
 
+/// $XDG_DATA_HOME/orvex, by default ~/.local/share/orvex; the home folder is $HOME, else that of the user database.
+/// Empty when the user has none.
+std::filesystem::path UserDataFolder();
+
 /// The folder of settings, recordings and configurations: `wanted` if it is not empty, else the executable's own folder
-/// if the user can write there and it is not below /usr, else $XDG_DATA_HOME/orvex (by default ~/.local/share/orvex).
+/// if the user can write there and it is not below /usr, else `UserDataFolder()`.
 /// The folder is created when it is missing; a failure shows when something is written.
 std::filesystem::path ProgramFolder(const std::filesystem::path& wanted);
+
+/// Whether a folder belongs to somebody else and its group or everybody may write there. What belongs to root is
+/// trusted, /tmp for instance.
+bool OthersMayChange(const std::filesystem::path& folder);
+/// The same by the folder's owner and mode.
+inline constexpr bool OthersMayChange(std::uint32_t owner, std::uint32_t mode, std::uint32_t user)
+{
+    return owner != user && owner != 0 && (mode & 0022U) != 0;
+}
 
 } // namespace modAPI

@@ -7,6 +7,11 @@
 #include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <optional>
+#include <pwd.h>
+#include <string>
+#include <tuple>
+#include <unistd.h>
 
 namespace {
 
@@ -48,6 +53,37 @@ TEST(ProgramFolder, IsCreatedAndNeverTheWorkingFolder)
     EXPECT_EQ(modAPI::ProgramFolder(wanted), wanted);
     EXPECT_TRUE(std::filesystem::is_directory(wanted));
     EXPECT_EQ(modAPI::ProgramFolder({}), std::filesystem::read_symlink("/proc/self/exe").parent_path());
+}
+
+TEST(ProgramFolder, DataLieInTheUsersHome)
+{
+    const auto set = [](const char* name, const std::optional<std::string>& value) {
+        value ? setenv(name, value->c_str(), 1) : unsetenv(name);
+    };
+    const auto get = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+    };
+    using Row = std::tuple<std::optional<std::string>, std::optional<std::string>, std::string>; // home, data
+    const Row before{get("HOME"), get("XDG_DATA_HOME"), modAPI::UserDataFolder()};
+    const std::string ofDatabase = std::string(getpwuid(geteuid())->pw_dir) + "/.local/share/orvex";
+    for (const auto& [home, data, folder] :
+         {Row{"/home/a", "/data", "/data/orvex"}, Row{"/home/a", std::nullopt, "/home/a/.local/share/orvex"},
+          Row{std::nullopt, std::nullopt, ofDatabase}, Row{"", "data", ofDatabase}, before}) {
+        set("HOME", home);
+        set("XDG_DATA_HOME", data);
+        EXPECT_EQ(modAPI::UserDataFolder(), folder);
+    }
+}
+
+TEST(ProgramFolder, IsNobodyElsesWhereOthersWrite)
+{
+    using Row = std::tuple<std::uint32_t, std::uint32_t, bool>; // owner, mode
+    for (const auto& [owner, mode, refused] : {Row{1000, 0777, false}, Row{0, 01777, false}, Row{1001, 0755, false},
+                                               Row{1001, 0775, true}, Row{1001, 0757, true}, Row{1001, 01777, true}}) {
+        EXPECT_EQ(modAPI::OthersMayChange(owner, mode, 1000), refused) << owner << " " << std::oct << mode;
+    }
+    EXPECT_FALSE(modAPI::OthersMayChange("/tmp"));
 }
 
 } // namespace
