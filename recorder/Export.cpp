@@ -8,6 +8,7 @@
 #include "shell/FileFilter.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
+#include "shell/modGlobals.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -21,7 +22,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -32,11 +36,13 @@ constexpr int kPngScale = 2;
 
 struct TableKind {
     modCsvExport::Format format;
-    const char* separatorName; ///< as the list shows it; null: the one with words of its own
+    const char* separatorName; ///< as the list shows it; null: one with words of its own
+    std::int32_t textId = 1090;
 };
 
 constexpr TableKind kTableKinds[] = {
-    {modCsvExport::kGermanSpreadsheet, nullptr},
+    {modCsvExport::kGermanSpreadsheet, nullptr, 1089},
+    {modCsvExport::kEnglishSpreadsheet, nullptr, 1392},
     {{',', '.', false}, ","},
     {{';', '.', false}, ";"},
     {{';', ',', false}, ";"},
@@ -44,12 +50,23 @@ constexpr TableKind kTableKinds[] = {
     {{'\t', ',', false}, "Tab"},
 };
 
+/// In the order of the list: the spreadsheet of the program's language comes first.
+std::vector<TableKind> tableKinds(std::int32_t language)
+{
+    std::vector<TableKind> kinds(std::begin(kTableKinds), std::end(kTableKinds));
+    if (language != LanguageGerman) {
+        std::swap(kinds[0], kinds[1]);
+    }
+    return kinds;
+}
+
 QString kindText(const TableKind& kind, std::int32_t language)
 {
     if (kind.separatorName == nullptr) {
-        return Text(1089, language);
+        return Text(kind.textId, language);
     }
-    return Text(1090, language).arg(QLatin1String(kind.separatorName), QChar::fromLatin1(kind.format.decimalSign));
+    return Text(kind.textId, language)
+        .arg(QLatin1String(kind.separatorName), QChar::fromLatin1(kind.format.decimalSign));
 }
 
 /// A dialog for a file to be written, in the folder of the recording.
@@ -158,18 +175,18 @@ QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_
     if (recording.isEmpty()) {
         return {};
     }
-    QStringList kinds;
-    for (const TableKind& kind : kTableKinds) {
-        kinds += kindText(kind, language);
+    const std::vector<TableKind> kinds = tableKinds(language);
+    QStringList names;
+    for (const TableKind& kind : kinds) {
+        names += kindText(kind, language);
     }
-    SaveDialog saving(owner, title, kinds, QStringLiteral("csv"));
+    SaveDialog saving(owner, title, names, QStringLiteral("csv"));
     const QString table = saving.Ask(withSuffix(recording, QStringLiteral("csv")));
     if (table.isEmpty()) {
         return {};
     }
     const QString refused = refusal(table, recorder, language);
-    return refused.isEmpty() ? WriteTable(owner, recording, table, kTableKinds[saving.Kind()].format, language)
-                             : refused;
+    return refused.isEmpty() ? WriteTable(owner, recording, table, kinds[saving.Kind()].format, language) : refused;
 }
 
 QString WriteTable(QWidget& owner, const QString& recording, const QString& table, const modCsvExport::Format& format,

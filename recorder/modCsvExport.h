@@ -15,8 +15,9 @@ struct Format {
     bool byteOrderMark = false; ///< without it some spreadsheets do not see that the text is UTF-8
 };
 
-/// What opens by a double click in a German spreadsheet.
+/// What opens by a double click in a German and in an English spreadsheet.
 inline constexpr Format kGermanSpreadsheet{';', ',', true};
+inline constexpr Format kEnglishSpreadsheet{',', '.', true};
 
 /// What exporting needs from outside.
 struct Target {

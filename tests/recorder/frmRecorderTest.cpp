@@ -327,6 +327,27 @@ TEST(Export, NeverReplacesARecordingThatRuns)
     EXPECT_TRUE(std::filesystem::equivalent(recording, hard));
 }
 
+TEST(Export, OffersTheSpreadsheetOfTheProgramsLanguageFirst)
+{
+    Bench bench;
+    bench.recorder.FileName = bench.folder.Write("x.rec", "15.11.2026 12:00:00,250; 1000 mm; 21 C\r\n");
+    QTimer user; // takes what the dialogs propose: the recording, then the table of the first kind
+    QObject::connect(&user, &QTimer::timeout, [] {
+        if (auto* asking = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+            QMetaObject::invokeMethod(asking, asking->inherits("QFileDialog") ? "accept" : "reject");
+        }
+    });
+    user.start(50);
+    for (const auto& [language, row] : {std::pair(LanguageGerman, "2026-11-15T12:00:00,250;1000"),
+                                        {LanguageEnglish, "2026-11-15T12:00:00.250,1000"}}) {
+        std::filesystem::remove(bench.folder.path / "x.csv");
+        ExportRecording(bench.owner, bench.recorder, language);
+        const std::string table = TemporaryFolder::Read(bench.folder.path / "x.csv");
+        EXPECT_EQ(table.substr(0, 3), "\xEF\xBB\xBF") << language;
+        EXPECT_NE(table.find(row), std::string::npos) << table;
+    }
+}
+
 TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
 {
     Player window;
