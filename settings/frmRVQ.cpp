@@ -147,6 +147,9 @@ void frmRVQ::localise()
     LocaliseForm(*this, m_context.settings.Language);
     LocaliseLists(m_context.settings.Language);
     cmbConfig->setItemText(kDevice, text(TextDevice));
+    if (cmbConfig->currentIndex() == kDevice) {
+        showSource(text(TextDevice));
+    }
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         txtParameter[i]->setAccessibleName(text(LabelId(kFields[i].code)).trimmed());
     }
@@ -192,9 +195,15 @@ void frmRVQ::fill(const clsRVQ& configuration)
     }
     m_s1Logic = values.choices[ChoiceS1Logic];
     const bool isDevice = cmbConfig->currentIndex() == kDevice;
-    lblSource->setText(isDevice ? text(TextDevice) : QFile::decodeName(configuration.FileName.c_str()));
-    lblSource->setToolTip(lblSource->text());
+    showSource(isDevice ? text(TextDevice) : QFile::decodeName(configuration.FileName.c_str()));
     applyRule();
+}
+
+/// Where the shown values come from: the sensor or a file.
+void frmRVQ::showSource(const QString& source)
+{
+    lblSource->setText(source);
+    lblSource->setToolTip(source);
 }
 
 ShownSettings frmRVQ::shown() const

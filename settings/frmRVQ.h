@@ -87,6 +87,7 @@ private:
     void showInformation();
     QString rangeText(std::size_t field) const;
     void saveAs(const std::string& path, const std::string& description);
+    void showSource(const QString& source);
     void showStatus(const QString& status);
     void showWritten(bool written, const QString& file);
     void showKept(std::size_t line);

@@ -80,8 +80,7 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     if (written) {
         showKept(line);
     }
-    lblSource->setText(shownPath);
-    lblSource->setToolTip(shownPath);
+    showSource(shownPath);
     if (isNew) {
         // The fields are not filled again, so that a "255" stays to be seen.
         cmbConfig->addItem(FromBytes(description));

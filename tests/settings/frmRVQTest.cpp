@@ -1,6 +1,7 @@
 // The settings window, offscreen, with the simulated sensor on a real line.
 #include "settings/frmRVQ.h"
 
+#include "shell/Localise.h"
 #include "shell/NumberEdit.h"
 #include "tests/support/Desk.h"
 #include "tests/support/SensorOnLine.h"
@@ -93,6 +94,20 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
     editor.Click("cmdSetDefaults");
     EXPECT_EQ(editor.Status(), "All parameters setted to factory defaults ");
     EXPECT_EQ(editor.Typed(0), "0");
+}
+
+TEST(SettingsWindow, TheSourceFollowsTheLanguageUnlessItIsAFile)
+{
+    Editor editor;
+    const auto sourceAfterSwitchTo = [&](std::int32_t language) {
+        editor.line.settings.Language = language;
+        LocaliseOpenWindows(language);
+        return editor.Find<QLabel>("lblSource")->text().toStdString();
+    };
+    EXPECT_EQ(sourceAfterSwitchTo(LanguageGerman), "Ger\xC3\xA4t");
+    EXPECT_EQ(sourceAfterSwitchTo(LanguageEnglish), "Device");
+    editor.ClickAndAnswer("cmdSave", "x.rvq");
+    EXPECT_EQ(sourceAfterSwitchTo(LanguageGerman), editor.fileAnswer);
 }
 
 TEST(SettingsWindow, KeepsConfigurationsInFiles)
