@@ -31,7 +31,10 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmChartSettings", "ChartSettings"},
     {"frmRecorder", "Recorder"},
     {"frmRVQ", "RVQSettings"},
-    {"frmSheet", "RVQSettings"},
+    {"frmSheet", "RVQSettings#print"},
+    {"dlgFailure", "RVQSettings#error"},
+    {"dlgOverwrite", "RVQSettings#config"},
+    {"frmHelp", "Help"},
 };
 
 /// The window that a control belongs to; a menu or an open list belongs to the window that it hangs on.

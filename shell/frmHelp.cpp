@@ -214,6 +214,7 @@ void frmHelp::showInOtherLanguage()
 void frmHelp::fillContents()
 {
     tvContents->clear();
+    m_pages.clear();
     for (const QString& topic : readText(QStringLiteral("Contents.txt")).split(u'\n', Qt::SkipEmptyParts)) {
         const QString page = FromUtf8(modHTMLHelp::TopicPage(topic.trimmed().toStdString(), m_settings.Language));
         auto* item = new QTreeWidgetItem(tvContents);
@@ -222,10 +223,11 @@ void frmHelp::fillContents()
     }
 }
 
-void frmHelp::addSections(QTreeWidgetItem& page, const QString& file) const
+void frmHelp::addSections(QTreeWidgetItem& page, const QString& file)
 {
     QTextDocument document;
     document.setHtml(readText(file));
+    m_pages.push_back({file, document.toPlainText()});
     page.setText(0, document.metaInformation(QTextDocument::DocumentTitle));
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
         const QString anchor = anchorIn(block);
@@ -249,22 +251,37 @@ void frmHelp::markPage(const QString& page)
     lblFound->clear();
 }
 
-/// Goes to the next place, round the end of the page if need be, and says when there is none.
+/// Goes to the next match: in the page, then in the pages after it, from the last one round to the first.
 void frmHelp::find(bool backwards)
 {
     const QString wanted = txtSearch->text();
     if (wanted.isEmpty()) {
         return;
     }
-    const QTextDocument::FindFlags flags = backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags();
-    bool found = txtPage->find(wanted, flags);
-    if (!found) {
-        const QTextCursor before = txtPage->textCursor();
-        txtPage->moveCursor(backwards ? QTextCursor::End : QTextCursor::Start);
-        found = txtPage->find(wanted, flags);
-        if (!found) {
-            txtPage->setTextCursor(before);
+    const bool found = findInPage(backwards) || findInOtherPages(backwards);
+    lblFound->setText(found ? QString() : Text(1026, m_settings.Language));
+}
+
+bool frmHelp::findInPage(bool backwards)
+{
+    return txtPage->find(txtSearch->text(), backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags());
+}
+
+/// The last page that is looked at is the shown one, from its other end.
+bool frmHelp::findInOtherPages(bool backwards)
+{
+    const auto isShown = [shown = pageOf(txtPage->source())](const Page& page) { return page.file == shown; };
+    const std::size_t count = m_pages.size();
+    const auto shown = static_cast<std::size_t>(std::ranges::find_if(m_pages, isShown) - m_pages.begin());
+    for (std::size_t step = 1; step <= count; ++step) {
+        const Page& page = m_pages[(shown + (backwards ? count - step : step)) % count];
+        if (page.text.contains(txtSearch->text(), Qt::CaseInsensitive)) {
+            if (!isShown(page)) {
+                ShowPage(page.file);
+            }
+            txtPage->moveCursor(backwards ? QTextCursor::End : QTextCursor::Start);
+            return findInPage(backwards);
         }
     }
-    lblFound->setText(found ? QString() : Text(1026, m_settings.Language));
+    return false;
 }

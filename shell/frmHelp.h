@@ -1,7 +1,9 @@
-// The viewer of the help pages: contents, the page, search in the page, back and forward.
+// The viewer of the help pages: contents, the page, search in all pages, back and forward.
 #pragma once
 
 #include <QWidget>
+
+#include <vector>
 
 class QLabel;
 class QLineEdit;
@@ -28,17 +30,24 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    struct Page {
+        QString file, text;
+    };
+
     QToolButton* addButton(const char* name, const char* text, const QKeySequence& shortcut);
     QLayout* buildBar();
     void connectControls();
     void localise();
     void showInOtherLanguage();
     void fillContents();
-    void addSections(QTreeWidgetItem& page, const QString& file) const;
+    void addSections(QTreeWidgetItem& page, const QString& file);
     void markPage(const QString& page);
     void find(bool backwards);
+    bool findInPage(bool backwards);
+    bool findInOtherPages(bool backwards);
 
     const modGlobals::Settings& m_settings;
+    std::vector<Page> m_pages; ///< all pages of the language, in the order of the contents
     QToolButton* cmdBack;
     QToolButton* cmdForward;
     QLineEdit* txtSearch;

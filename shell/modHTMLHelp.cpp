@@ -3,6 +3,8 @@
 #include "shell/Numbers.h"
 #include "shell/modGlobals.h"
 
+#include <algorithm>
+
 namespace modHTMLHelp {
 
 namespace {
@@ -23,11 +25,12 @@ std::string HelpFile(const std::string& programFolder, std::int32_t language)
 
 std::string TopicPage(std::string_view topic, std::int32_t language)
 {
-    std::string page(topic);
-    if (topic != kStart) {
+    const std::size_t end = std::min(topic.find('#'), topic.size());
+    std::string page(topic.substr(0, end));
+    if (page != kStart) {
         page += language == LanguageGerman ? "_de" : "_en";
     }
-    return page + ".htm";
+    return page.append(".htm").append(topic.substr(end));
 }
 
 std::string_view TopicOfPage(std::string_view page)

@@ -22,7 +22,8 @@ std::string_view PopUpFile(std::int32_t language);
 /// and `PopUpFile`.
 std::string HelpFile(const std::string& programFolder, std::int32_t language);
 
-/// The page of a topic in a language: "Main" is "Main_de.htm" or "Main_en.htm"; that of `kStart` is "Start.htm".
+/// The page of a topic in a language: "Main" is "Main_de.htm" or "Main_en.htm"; that of `kStart` is "Start.htm". A
+/// section may follow: "Main#lamp" is "Main_de.htm#lamp".
 std::string TopicPage(std::string_view topic, std::int32_t language);
 
 /// The topic of a page, "Main" for "Main_de.htm".

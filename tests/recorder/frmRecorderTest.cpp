@@ -118,7 +118,7 @@ TEST(RecorderWindow, FollowsTheRecorderAndClosesByItsRules)
     EXPECT_TRUE(CloseByFrame(bench.window));
     EXPECT_TRUE(bench.recorder.IsOpen) << "closed by its frame it leaves the flag";
     bench.Button("cmdRec")->click();
-    EXPECT_EQ(bench.After("cmdStop"), "No value came, no file was made.");
+    EXPECT_EQ(bench.After("cmdStop"), "No value arrived, so there is no file.");
     bench.Button("cmdRec")->click();
     bench.window.close();
     EXPECT_FALSE(bench.recorder.IsOpen);
