@@ -14,10 +14,12 @@
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/OutlinedStyle.h"
+#include "shell/QtText.h"
 #include "shell/frmAbout.h"
 #include "shell/frmHelp.h"
 #include "shell/frmSplash.h"
 #include "shell/modGlobals.h"
+#include "shell/modHTMLHelp.h"
 #include "simulator/clsSimulatedSensor.h"
 
 #include <QAbstractItemView>
@@ -26,6 +28,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
@@ -33,6 +36,8 @@
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScrollBar>
+#include <QTextBrowser>
 #include <QTimer>
 
 #include <cstdio>
@@ -241,10 +246,32 @@ private:
         about.show();
         runFor(kMoment_ms);
         save(about, "about");
+        takeManual(window);
+        window.close();
+    }
+
+    /// The viewer, and every page of the manual in its whole length.
+    void takeManual(frmMain& window) const
+    {
         m_help.ShowHelpTopic(window, "Main");
         runFor(kMoment_ms);
-        save(*window.findChild<frmHelp*>(), "help");
-        window.close();
+        auto* viewer = window.findChild<frmHelp*>();
+        save(*viewer, "help");
+        const auto* shown = viewer->findChild<QTextBrowser*>("txtPage");
+        QFile contents(FromUtf8(modHTMLHelp::kFolder) + QStringLiteral("Contents.txt"));
+        contents.open(QIODevice::ReadOnly);
+        for (const QByteArray& line : contents.readAll().split('\n')) {
+            const std::string topic = line.trimmed().toStdString();
+            if (!topic.empty()) {
+                viewer->ShowPage(FromUtf8(modHTMLHelp::TopicPage(topic, m_settings.Language)));
+                runFor(kMoment_ms);
+                const QSize usual = viewer->size();
+                viewer->resize(usual.width(), usual.height() + shown->verticalScrollBar()->maximum());
+                runFor(kMoment_ms);
+                save(*viewer, ("help-" + topic).c_str());
+                viewer->resize(usual);
+            }
+        }
     }
 
     void takeLargeDisplay(const frmMain& window)
