@@ -75,6 +75,7 @@ std::string SheetText(const SheetTexts& texts, std::int32_t language)
     sheet.Line("\t\t\tOrvex - Settings");
     sheet.Line();
     sheet.Line();
+    // Deliberate: the title and these four captions are the same in both languages.
     sheet.Line("Serial-No:", 4, texts.SerialNo);
     sheet.Line("Version:", 5, texts.SWVersion);
     sheet.Line("Build:", 5, texts.SWBuild);
