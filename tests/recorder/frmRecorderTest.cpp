@@ -152,7 +152,7 @@ TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
 {
     Bench bench;
     bench.folder.Write("REC", "a file in the folder's place");
-    EXPECT_EQ(bench.After("cmdRec"), "No recording: A file lies where the folder should be.");
+    EXPECT_EQ(bench.After("cmdRec"), "No recording: There is a file where the folder should be.");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
     bench.window.ChooseFile = [&] { return QString::fromStdString(bench.folder.path / "none.rec"); };
     EXPECT_EQ(bench.After("cmdPlay"), "Cannot be read: File or folder is missing.");
