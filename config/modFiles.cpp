@@ -4,10 +4,13 @@
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
+#include <poll.h>
 #include <random>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace modFiles {
 
@@ -17,6 +20,12 @@ constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
 constexpr std::size_t kRandomLetters = 12;
 constexpr std::string_view kEnding = ".tmp";
 constexpr std::time_t kStaleAfter_s = 60; // writing one of our files takes far less
+constexpr int kLockTries = 100, kLockPause_ms = 10;
+
+std::error_code lastError()
+{
+    return {errno, std::system_category()};
+}
 
 std::string temporaryName(const std::string& file)
 {
@@ -83,21 +92,35 @@ bool holdsNul(const std::filesystem::path& file)
 
 struct Place {
     std::filesystem::path target; ///< behind symbolic links
-    bool exists = false, allowed = false;
-    mode_t mode = 0; ///< of the file that is there
+    bool exists = false;
+    struct stat before {}; ///< of the file that is there
+    std::error_code denied;
 };
+
+std::error_code notOrdinary(mode_t mode)
+{
+    return std::make_error_code(S_ISDIR(mode) ? std::errc::is_a_directory : std::errc::not_supported);
+}
 
 /// A read-only file is somebody's wish, though a rename would get past it.
 Place placeOf(const std::filesystem::path& file)
 {
-    std::error_code error;
-    Place place{std::filesystem::weakly_canonical(file, error)};
-    struct stat before {};
-    place.exists = !error && stat(place.target.c_str(), &before) == 0;
-    place.mode = before.st_mode;
-    place.allowed = !error && !holdsNul(file) &&
-                    (!place.exists || (S_ISREG(before.st_mode) && (before.st_mode & 0222U) != 0 &&
-                                       access(place.target.c_str(), W_OK) == 0));
+    Place place;
+    place.target = std::filesystem::weakly_canonical(file, place.denied);
+    if (!place.denied && holdsNul(file)) {
+        place.denied = std::make_error_code(std::errc::invalid_argument);
+    }
+    place.exists = !place.denied && stat(place.target.c_str(), &place.before) == 0;
+    if (!place.exists) {
+        return place;
+    }
+    if (!S_ISREG(place.before.st_mode)) {
+        place.denied = notOrdinary(place.before.st_mode);
+    } else if ((place.before.st_mode & 0222U) == 0) {
+        place.denied = std::make_error_code(std::errc::permission_denied);
+    } else if (access(place.target.c_str(), W_OK) != 0) {
+        place.denied = lastError();
+    }
     return place;
 }
 
@@ -113,15 +136,22 @@ void syncFolder(const std::filesystem::path& folder)
 
 } // namespace
 
-std::optional<std::string> ReadWhole(const std::filesystem::path& file)
+std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why)
 {
+    why.clear();
     if (holdsNul(file)) {
+        why = std::make_error_code(std::errc::invalid_argument);
         return std::nullopt;
     }
     // Not blocking: a named pipe in the file's place must not stop the program.
     const int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     struct stat info {};
-    if (fd < 0 || fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (fd < 0 || fstat(fd, &info) != 0) {
+        why = lastError();
+    } else if (!S_ISREG(info.st_mode)) {
+        why = notOrdinary(info.st_mode);
+    }
+    if (why) {
         if (fd >= 0) {
             close(fd);
         }
@@ -133,11 +163,19 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& file)
     while (bytes.size() <= kLargestFile && (count = read(fd, piece.data(), piece.size())) > 0) {
         bytes.append(piece.data(), static_cast<std::size_t>(count));
     }
-    close(fd);
-    if (count < 0 || bytes.size() > kLargestFile) {
-        return std::nullopt;
+    if (count < 0) {
+        why = lastError();
+    } else if (bytes.size() > kLargestFile) {
+        why = std::make_error_code(std::errc::file_too_large);
     }
-    return bytes;
+    close(fd);
+    return why ? std::nullopt : std::optional(std::move(bytes));
+}
+
+std::optional<std::string> ReadWhole(const std::filesystem::path& file)
+{
+    std::error_code why;
+    return ReadWhole(file, why);
 }
 
 bool CanReplace(const std::filesystem::path& file)
@@ -145,31 +183,67 @@ bool CanReplace(const std::filesystem::path& file)
     const Place place = placeOf(file);
     const std::filesystem::path folder = place.target.parent_path();
     std::error_code error;
-    return place.allowed && access(folder.c_str(), W_OK | X_OK) == 0 &&
+    return !place.denied && access(folder.c_str(), W_OK | X_OK) == 0 &&
            (!place.exists || std::filesystem::file_size(place.target, error) <= kLargestFile);
 }
 
-bool Replace(const std::filesystem::path& file, std::string_view bytes)
+bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why)
 {
-    const auto [target, exists, allowed, mode] = placeOf(file);
-    if (!allowed || bytes.size() > kLargestFile) {
+    const auto [target, exists, before, denied] = placeOf(file);
+    why = bytes.size() > kLargestFile ? std::make_error_code(std::errc::file_too_large) : denied;
+    if (why) {
         return false;
     }
     const std::filesystem::path temporary = temporaryName(target.string());
     const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
+        why = lastError();
         return false;
     }
     removeStale(target, fd);
-    const bool permitted = !exists || keepMode(fd, mode);
-    const bool written = permitted && writeAll(fd, bytes);
-    const bool closed = close(fd) == 0;
-    if (!written || !closed || rename(temporary.c_str(), target.c_str()) != 0) {
+    if ((exists && !keepMode(fd, before.st_mode)) || !writeAll(fd, bytes)) {
+        why = lastError();
+    }
+    if (close(fd) != 0 && !why) {
+        why = lastError();
+    }
+    if (!why && rename(temporary.c_str(), target.c_str()) != 0) {
+        why = lastError();
+    }
+    if (why) {
         unlink(temporary.c_str());
         return false;
     }
     syncFolder(target.parent_path());
     return true;
+}
+
+bool Replace(const std::filesystem::path& file, std::string_view bytes)
+{
+    std::error_code why;
+    return Replace(file, bytes, why);
+}
+
+FolderLock::FolderLock(const std::filesystem::path& file)
+{
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(file, error).parent_path();
+    m_folder = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int tries = 1; m_folder >= 0 && flock(m_folder, LOCK_EX | LOCK_NB) != 0; ++tries) {
+        if (errno != EWOULDBLOCK || tries == kLockTries) {
+            close(m_folder);
+            m_folder = -1;
+        } else {
+            poll(nullptr, 0, kLockPause_ms);
+        }
+    }
+}
+
+FolderLock::~FolderLock()
+{
+    if (m_folder >= 0) {
+        close(m_folder);
+    }
 }
 
 } // namespace modFiles

@@ -101,11 +101,16 @@ Place find(std::string_view bytes, std::string_view section, std::string_view ke
     return place;
 }
 
+/// The content; of a file that is missing or cannot be read, nothing.
+Content contentOf(const std::filesystem::path& file)
+{
+    std::error_code why;
+    return ReadContent(file, why).value_or(Content(std::string()));
+}
+
 std::optional<std::string> valueOf(std::string_view section, std::string_view key, const std::filesystem::path& file)
 {
-    const std::optional<std::string> bytes = modFiles::ReadWhole(file);
-    const std::optional<std::string_view> value = bytes ? find(*bytes, section, key).value : std::nullopt;
-    return value ? std::optional<std::string>(*value) : std::nullopt;
+    return contentOf(file).Value(section, key);
 }
 
 std::string cut(std::string text, std::size_t most)
@@ -123,37 +128,69 @@ std::string_view missingLineEnd(std::string_view before)
     return before.empty() || before.ends_with('\n') ? std::string_view{} : kLineEnd;
 }
 
-/// Creates or replaces one entry in a file's content.
-void putEntry(std::string& content, std::string_view section, const Entry& entry)
+} // namespace
+
+std::optional<std::string> Content::Value(std::string_view section, std::string_view key) const
+{
+    const std::optional<std::string_view> value = find(m_bytes, section, key).value;
+    return value ? std::optional<std::string>(*value) : std::nullopt;
+}
+
+/// Creates or replaces one entry.
+void Content::Put(std::string_view section, const Entry& entry)
 {
     std::string line(entry.value);
     std::ranges::replace_if(
         line, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
-    const Place place = find(content, section, entry.key);
+    const Place place = find(m_bytes, section, entry.key);
     if (place.value) {
-        content.replace(static_cast<std::size_t>(place.value->data() - content.data()), place.value->size(), line);
+        m_bytes.replace(static_cast<std::size_t>(place.value->data() - m_bytes.data()), place.value->size(), line);
         return;
     }
     std::string added;
-    const std::size_t at = place.hasSection ? place.sectionEnd : content.size();
-    added.append(missingLineEnd(std::string_view(content).substr(0, at)));
+    const std::size_t at = place.hasSection ? place.sectionEnd : m_bytes.size();
+    added.append(missingLineEnd(std::string_view(m_bytes).substr(0, at)));
     if (!place.hasSection) {
         added.append("[").append(section).append("]").append(kLineEnd);
     }
     added.append(entry.key).append("=").append(line).append(kLineEnd);
-    content.insert(at, added);
+    m_bytes.insert(at, added);
 }
 
-} // namespace
+std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why)
+{
+    std::optional<std::string> bytes = modFiles::ReadWhole(file, why);
+    std::error_code error;
+    const bool isMissing = why == std::errc::no_such_file_or_directory || why == std::errc::not_a_directory;
+    if (isMissing && !std::filesystem::exists(std::filesystem::symlink_status(file, error))) {
+        why.clear();
+        return Content(std::string());
+    }
+    return bytes ? std::optional<Content>(std::move(*bytes)) : std::nullopt;
+}
+
+bool Change(const std::filesystem::path& file, const std::function<void(Content&)>& edit, std::error_code& why)
+{
+    const modFiles::FolderLock lock(file);
+    std::optional<Content> content = ReadContent(file, why);
+    if (!content) {
+        return false; // something is there that cannot be read, so it cannot be kept either
+    }
+    const std::string before = content->Bytes();
+    edit(*content);
+    return content->Bytes() == before || modFiles::Replace(file, content->Bytes(), why);
+}
 
 std::int32_t GetPrivateProfileIntA(std::string_view section, std::string_view key, std::int32_t fallback,
                                    const std::filesystem::path& file)
 {
     const std::optional<std::string> value = valueOf(section, key, file);
-    if (!value) {
-        return fallback;
-    }
-    std::string_view text = Trimmed(*value);
+    return value ? WholeNumberAtHead(*value) : fallback;
+}
+
+std::int32_t WholeNumberAtHead(std::string_view value)
+{
+    std::string_view text = Trimmed(value);
     if (text.starts_with('+')) {
         text.remove_prefix(1);
     }
@@ -172,9 +209,9 @@ std::string GetPrivateProfileStringA(std::string_view section, std::string_view 
 
 std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size, const std::filesystem::path& file)
 {
-    const std::string bytes = modFiles::ReadWhole(file).value_or(std::string());
+    const Content content = contentOf(file);
     std::string entries;
-    walkSection(bytes, section, [&](const Line& line) {
+    walkSection(content.Bytes(), section, [&](const Line& line) {
         if (line.kind == LineKind::Entry) {
             entries.append(line.name).append("=").append(line.value).append(1, '\0');
         }
@@ -185,7 +222,8 @@ std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size
 
 std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesystem::path& file)
 {
-    const std::string bytes = modFiles::ReadWhole(file).value_or(std::string());
+    const Content content = contentOf(file);
+    const std::string& bytes = content.Bytes();
     std::string names;
     for (std::size_t at = 0; at < bytes.size();) {
         const Line line = lineAt(bytes, at);
@@ -204,18 +242,21 @@ bool WritePrivateProfileStringA(std::string_view section, std::string_view key, 
     return WriteEntries(section, {&entry, 1}, file);
 }
 
+bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file,
+                  std::error_code& why)
+{
+    const auto put = [&](Content& content) {
+        for (const Entry& entry : entries) {
+            content.Put(section, entry);
+        }
+    };
+    return Change(file, put, why);
+}
+
 bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file)
 {
-    std::error_code error;
-    const std::optional<std::string> bytes = modFiles::ReadWhole(file);
-    if (!bytes && std::filesystem::exists(std::filesystem::symlink_status(file, error))) {
-        return false; // something is there that cannot be read, so it cannot be kept either
-    }
-    std::string content = bytes.value_or(std::string());
-    for (const Entry& entry : entries) {
-        putEntry(content, section, entry);
-    }
-    return content == bytes || modFiles::Replace(file, content);
+    std::error_code why;
+    return WriteEntries(section, entries, file, why);
 }
 
 } // namespace modIni

@@ -9,14 +9,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
 namespace modIni {
 
-/// The whole number at the head of a value; 0 when there is none, the nearest limit when it is too large. `fallback`
-/// when the key is missing.
+/// The whole number at the head of a value; 0 when there is none, the nearest limit when it is too large.
+std::int32_t WholeNumberAtHead(std::string_view value);
+
+/// The same of a key's value; `fallback` when the key is missing.
 std::int32_t GetPrivateProfileIntA(std::string_view section, std::string_view key, std::int32_t fallback,
                                    const std::filesystem::path& file);
 
@@ -39,7 +45,30 @@ struct Entry {
     std::string key, value;
 };
 
-/// The same for several keys of a section in one step: a crash leaves all of them written or none.
+/// The same for several keys of a section in one step: a crash leaves all of them written or none. `why` says what was
+/// in the way.
+bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file,
+                  std::error_code& why);
 bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file);
+
+/// What a file holds while it is being changed.
+class Content {
+public:
+    explicit Content(std::string bytes) : m_bytes(std::move(bytes)) {}
+
+    std::optional<std::string> Value(std::string_view section, std::string_view key) const;
+    void Put(std::string_view section, const Entry& entry);
+    const std::string& Bytes() const { return m_bytes; }
+
+private:
+    std::string m_bytes;
+};
+
+/// Reads the file, lets `edit` change it and writes it, in one step and with the folder locked, so that of two programs
+/// none undoes what the other has just written. False, and the file as it was, when it cannot be read or written.
+bool Change(const std::filesystem::path& file, const std::function<void(Content&)>& edit, std::error_code& why);
+
+/// What a file holds now; of one that is missing, nothing. No value, with the reason, when it cannot be read.
+std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why);
 
 } // namespace modIni

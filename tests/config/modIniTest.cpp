@@ -6,10 +6,13 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/inotify.h>
 #include <sys/stat.h>
+#include <thread>
 #include <tuple>
 #include <unistd.h>
 
@@ -115,6 +118,33 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.ini"));
     EXPECT_EQ(Bytes(), "[s]\nk=2\n");
     EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(IniFile, AChangeKeepsOthersOutButNoneOfThemForEver)
+{
+    std::atomic<bool> waits = false, passes = false;
+    std::thread other;
+    const auto edit = [&](modIni::Content& content) {
+        other = std::thread([&] {
+            waits = true;
+            const modFiles::FolderLock lock(file);
+            passes = true;
+        });
+        while (!waits) {
+            std::this_thread::yield();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // shorter: the fault is missed, no more
+        EXPECT_FALSE(passes);
+        content.Put("s", {"n", "1"});
+    };
+    std::error_code why;
+    EXPECT_TRUE(modIni::Change(file, edit, why));
+    other.join();
+
+    const modFiles::FolderLock hanging(file);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(Ini().WriteSetting("s", "n", "2")) << "a program that hangs does not take the others along";
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST_F(IniFile, ANewFileFollowsTheUsersMaskAndItsTemporaryNameCannotBeGuessed)
