@@ -84,6 +84,19 @@ bool keepMode(int fd, mode_t mode)
     return fstat(fd, &made) == 0 && (made.st_mode == mode || fchmod(fd, mode & 07777U) == 0);
 }
 
+/// What root rewrites stays its user's. Others may give a file away at most to a group of theirs; what is refused here
+/// is no reason to lose the content.
+void keepOwner(int fd, const struct stat& before)
+{
+    struct stat made {};
+    if (fstat(fd, &made) != 0 || (made.st_uid == before.st_uid && made.st_gid == before.st_gid)) {
+        return;
+    }
+    if (fchown(fd, before.st_uid, before.st_gid) != 0) {
+        static_cast<void>(fchown(fd, static_cast<uid_t>(-1), before.st_gid) == 0);
+    }
+}
+
 /// The system would see such a path end at the NUL, and take another file for it.
 bool holdsNul(const std::filesystem::path& file)
 {
@@ -201,6 +214,9 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes, std::err
         return false;
     }
     removeStale(target, fd);
+    if (exists) {
+        keepOwner(fd, before); // before the permissions: a change of owner takes some of them away
+    }
     if ((exists && !keepMode(fd, before.st_mode)) || !writeAll(fd, bytes)) {
         why = lastError();
     }

@@ -22,10 +22,10 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& file);
 bool CanReplace(const std::filesystem::path& file);
 
 /// Puts a file with these bytes in the place of `file` through a temporary file beside it and a rename: a crash leaves
-/// the old or the new one. A symbolic link to a file is followed; permissions stay. False, with the reason in `why`,
-/// when that fails, and for more than `kLargestFile` bytes, which `ReadWhole` would not take; nothing is lost then. A
-/// program killed between the two steps leaves the temporary file, "name.xxxxxxxxxxxx.tmp"; the next call for the same
-/// file deletes it once it is older than a minute.
+/// the old or the new one. A symbolic link to a file is followed; permissions stay, and so do owner and group as far as
+/// the system permits. False, with the reason in `why`, when that fails, and for more than `kLargestFile` bytes, which
+/// `ReadWhole` would not take; nothing is lost then. A program killed between the two steps leaves the temporary file,
+/// "name.xxxxxxxxxxxx.tmp"; the next call for the same file deletes it once it is older than a minute.
 bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why);
 bool Replace(const std::filesystem::path& file, std::string_view bytes);
 

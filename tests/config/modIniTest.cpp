@@ -120,6 +120,22 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 }
 
+TEST_F(IniFile, AFileKeepsItsOwner)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may give a file away";
+    }
+    Put("[s]\nk=1\n");
+    ASSERT_EQ(chown(file.c_str(), 1234, 2345), 0);
+    chmod(file.c_str(), 0604);
+    EXPECT_TRUE(Ini().WriteSetting("s", "k", "2"));
+    struct stat after {};
+    ASSERT_EQ(stat(file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_uid, 1234U);
+    EXPECT_EQ(after.st_gid, 2345U);
+    EXPECT_EQ(after.st_mode & 07777U, 0604U);
+}
+
 TEST_F(IniFile, AChangeKeepsOthersOutButNoneOfThemForEver)
 {
     std::atomic<bool> waits = false, passes = false;
