@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::size_t kMostNuls = 4; // one byte of so many: of UTF-16 with our letters it is every second one
 
 char lower(char c)
 {
@@ -157,9 +158,19 @@ void Content::Put(std::string_view section, const Entry& entry)
     m_bytes.insert(at, added);
 }
 
+bool IsPlainText(std::string_view bytes)
+{
+    const auto nuls = static_cast<std::size_t>(std::ranges::count(bytes, '\0'));
+    return !bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF") && nuls <= bytes.size() / kMostNuls;
+}
+
 std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why)
 {
     std::optional<std::string> bytes = modFiles::ReadWhole(file, why);
+    if (bytes && !IsPlainText(*bytes)) {
+        why = std::make_error_code(std::errc::illegal_byte_sequence);
+        return std::nullopt;
+    }
     std::error_code error;
     const bool isMissing = why == std::errc::no_such_file_or_directory || why == std::errc::not_a_directory;
     if (isMissing && !std::filesystem::exists(std::filesystem::symlink_status(file, error))) {

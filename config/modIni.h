@@ -3,7 +3,8 @@
 //
 // Sections and keys are found without regard to the case of ASCII letters, and the first match wins; values are kept
 // as they stand. Lines end with CR LF or LF. Reading never changes a file. Writing changes the one line it is about and
-// leaves comments, order, spelling and whatever else is in the file as it was; new lines end with CR LF.
+// leaves comments, order, spelling and whatever else is in the file as it was; new lines end with CR LF. A file that is
+// no plain text, UTF-16 for instance, reads as one that holds nothing and is never written.
 #pragma once
 
 #include <cstddef>
@@ -70,5 +71,8 @@ bool Change(const std::filesystem::path& file, const std::function<void(Content&
 
 /// What a file holds now; of one that is missing, nothing. No value, with the reason, when it cannot be read.
 std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why);
+
+/// Whether these bytes can be an INI file: not when they begin as UTF-16 does, or when NUL bytes are all over.
+bool IsPlainText(std::string_view bytes);
 
 } // namespace modIni

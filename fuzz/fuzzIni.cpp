@@ -53,6 +53,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     readAll(file, section, key);
     Require(modFiles::ReadWhole(file) == content);
 
+    if (!modIni::IsPlainText(content)) {
+        Require(!modIni::WritePrivateProfileStringA(section, key, value, file) && modFiles::ReadWhole(file) == content);
+        return 0;
+    }
     const std::string names = modIni::GetPrivateProfileSectionNamesA(kAll, file);
     const std::string other = modIni::GetPrivateProfileStringA("RVQ", "Offset", "none", kAll, file);
     Require(modIni::WritePrivateProfileStringA(section, key, value, file));

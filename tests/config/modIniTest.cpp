@@ -120,6 +120,28 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 }
 
+TEST_F(IniFile, WhatIsNoPlainTextReadsAsNothingAndIsLeftAlone)
+{
+    const auto inUtf16 = [](bool bigEndian) {
+        std::string bytes;
+        for (const char c : "[s]\r\nk=7\r\n"s) {
+            bytes += bigEndian ? std::string{'\0', c} : std::string{c, '\0'};
+        }
+        return bytes;
+    };
+    for (const std::string& bytes : {"\xFF\xFE" + inUtf16(false), "\xFE\xFF" + inUtf16(true), inUtf16(false)}) {
+        Put(bytes);
+        EXPECT_EQ(Ini().GetSetting("s", "k", 3), clsIni::Variant(3));
+        std::error_code why;
+        const modIni::Entry entry{"k", "1"};
+        EXPECT_FALSE(modIni::WriteEntries("s", {&entry, 1}, file, why));
+        EXPECT_EQ(why, std::errc::illegal_byte_sequence);
+        EXPECT_EQ(Bytes(), bytes);
+    }
+    Put("[s]\nk=\0v\n"s + std::string(80, 'x'));
+    EXPECT_TRUE(Ini().WriteSetting("s", "k", "2")) << "a stray NUL byte is not UTF-16";
+}
+
 TEST_F(IniFile, AFileKeepsItsOwner)
 {
     if (geteuid() != 0) {
