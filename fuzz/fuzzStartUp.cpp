@@ -35,10 +35,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string file = folder.Put("RVQ.ini", withPath(FuzzInput(data, size).Rest(), configuration));
 
     const char separator = size % 2 == 0 ? '.' : ',';
-    const modGlobals::Settings settings = modGlobals::LoadGlobalSettings(file, separator);
+    modGlobals::Settings settings = modGlobals::LoadGlobalSettings(file, separator);
     Require(std::isfinite(settings.yMax) && std::isfinite(settings.yMin));
     Require(settings.Language == LanguageGerman || settings.Language == LanguageEnglish);
-    Require(SaveGlobalSettings(settings));
+    Require(!SaveGlobalSettings(settings));
     requireSame(settings, modGlobals::LoadGlobalSettings(file, separator));
 
     modPComm::PortDevices devices;
@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     library.Build();
     Require(library.Size() >= 1 && library.Size() <= clsConfigLibrary::kMostFiles + 1);
     const std::size_t listed = library.Size();
-    Require(library.Save());
+    Require(library.Save() || settings.UnreadWhy);
     clsConfigLibrary again(file);
     again.Build();
     Require(again.Size() >= listed);

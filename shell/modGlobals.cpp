@@ -1,10 +1,9 @@
 #include "shell/modGlobals.h"
 
-#include "config/clsIni.h"
+#include "config/modIni.h"
 #include "shell/Numbers.h"
 
-#include <stdexcept>
-#include <vector>
+#include <iterator>
 
 namespace modGlobals {
 
@@ -14,84 +13,117 @@ constexpr char kGeneral[] = "GENERAL";
 constexpr char kChart[] = "CHART";
 constexpr char kPorts[] = "PORTS";
 constexpr std::size_t kLongestPath = 4096;
+constexpr std::size_t kLongestNumber = 63; // characters
 
-std::int32_t whole(const clsIni& ini, const char* section, const char* key, std::int32_t fallback)
+std::int32_t whole(const modIni::Content& content, const char* section, const char* key, std::int32_t fallback)
 {
-    return std::get<std::int32_t>(ini.GetSetting(section, key, fallback));
+    const auto value = content.Value(section, key);
+    return value ? modIni::WholeNumberAtHead(*value) : fallback;
 }
 
-double real(const clsIni& ini, const char* section, const char* key, double fallback)
+/// One bad line must not cost the others.
+double real(const modIni::Content& content, const char* section, const char* key, double fallback, char separator)
 {
-    try {
-        return std::get<double>(ini.GetSetting(section, key, fallback));
-    } catch (const std::invalid_argument&) {
-        return fallback; // one bad line must not cost the others
-    }
+    const auto value = content.Value(section, key);
+    return value ? CDbl(std::string_view(*value).substr(0, kLongestNumber), separator).value_or(fallback) : fallback;
 }
 
-/// What has to change in a section, written in one step. A line that already says the same stays as its writer wrote
-/// it.
-class Changes {
-public:
-    Changes(const clsIni& ini, const char* section) : m_ini(ini), m_section(section) {}
-
-    void Keep(const char* key, std::int32_t value)
-    {
-        if (whole(m_ini, m_section, key, value == 0 ? 1 : 0) != value) {
-            m_entries.push_back({key, std::to_string(value)});
-        }
-    }
-    void Keep(const char* key, double value)
-    {
-        if (real(m_ini, m_section, key, value + 1.0) != value) {
-            m_entries.push_back({key, NumberText(value)});
-        }
-    }
-    bool Write() const { return m_entries.empty() || m_ini.WriteSettings(m_section, m_entries); }
-
-private:
-    const clsIni& m_ini;
-    const char* m_section;
-    std::vector<modIni::Entry> m_entries;
+/// A key of the file, what is written for it, and whether a text in the file already says the same. Such a line stays
+/// as its writer wrote it.
+struct KeptKey {
+    const char *section, *key;
+    std::string (*text)(const Settings&);
+    bool isNumber; ///< else a whole number
 };
+
+constexpr KeptKey kKeptKeys[] = {
+    {kGeneral, "Baudrate", [](const Settings& s) { return std::to_string(s.Baudrate); }, false},
+    {kGeneral, "Comport", [](const Settings& s) { return std::to_string(s.Comport); }, false},
+    {kGeneral, "Language", [](const Settings& s) { return std::to_string(s.Language / LanguageEnglish); }, false},
+    {kGeneral, "DefaultDevice",
+     [](const Settings& s) { return std::string(s.DefaultDevice == kSerialType ? "0" : "1"); }, false},
+    {kChart, "AutoScale", [](const Settings& s) { return std::string(s.AutoScale ? "1" : "0"); }, false},
+    {kChart, "yMax", [](const Settings& s) { return NumberText(s.yMax); }, true},
+    {kChart, "yMin", [](const Settings& s) { return NumberText(s.yMin); }, true},
+};
+
+bool saysTheSame(const KeptKey& key, std::string_view inFile, const std::string& value)
+{
+    if (key.isNumber) {
+        const auto number = CDbl(inFile, '.');
+        return number && number == CDbl(value, '.');
+    }
+    return std::to_string(modIni::WholeNumberAtHead(inFile)) == value;
+}
+
+std::vector<Settings::Known> knownOf(const modIni::Content& content, const Settings& settings)
+{
+    std::vector<Settings::Known> known;
+    for (const KeptKey& key : kKeptKeys) {
+        known.push_back({content.Value(key.section, key.key), key.text(settings)});
+    }
+    return known;
+}
+
+/// Writes one key if it is this program's to write; `known` follows.
+void keep(modIni::Content& content, const KeptKey& key, const std::string& value, Settings::Known* known)
+{
+    const std::optional<std::string> inFile = content.Value(key.section, key.key);
+    const bool isSame = inFile && saysTheSame(key, *inFile, value);
+    const bool isMine = known == nullptr || !inFile || inFile == known->inFile || value != known->value;
+    if (!isSame && !isMine) {
+        return; // another program has changed it, and this one has not
+    }
+    if (!isSame) {
+        content.Put(key.section, {key.key, value});
+    }
+    if (known != nullptr) {
+        *known = {content.Value(key.section, key.key), value};
+    }
+}
 
 } // namespace
 
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
 {
-    clsIni ini({}, decimalSeparator);
-    ini.Filename(iniFile);
     Settings settings;
     settings.IniFile = iniFile;
-    settings.Baudrate = whole(ini, kGeneral, "Baudrate", settings.Baudrate);
-    settings.Comport = whole(ini, kGeneral, "Comport", settings.Comport);
+    const auto content = modIni::ReadContent(iniFile, settings.UnreadWhy);
+    if (!content) {
+        settings.UnreadFile = std::exchange(settings.IniFile, {});
+        return settings;
+    }
+    settings.Baudrate = whole(*content, kGeneral, "Baudrate", settings.Baudrate);
+    settings.Comport = whole(*content, kGeneral, "Comport", settings.Comport);
     // Deliberate: only 0 is German, anything else is English.
-    settings.Language = whole(ini, kGeneral, "Language", 0) == 0 ? LanguageGerman : LanguageEnglish;
-    settings.DefaultDevice = whole(ini, kGeneral, "DefaultDevice", 0) == 0 ? kSerialType : kProfibusType;
-    settings.AutoScale = whole(ini, kChart, "AutoScale", 1) != 0;
-    settings.yMax = real(ini, kChart, "yMax", settings.yMax);
-    settings.yMin = real(ini, kChart, "yMin", settings.yMin);
+    settings.Language = whole(*content, kGeneral, "Language", 0) == 0 ? LanguageGerman : LanguageEnglish;
+    settings.DefaultDevice = whole(*content, kGeneral, "DefaultDevice", 0) == 0 ? kSerialType : kProfibusType;
+    settings.AutoScale = whole(*content, kChart, "AutoScale", 1) != 0;
+    settings.yMax = real(*content, kChart, "yMax", settings.yMax, decimalSeparator);
+    settings.yMin = real(*content, kChart, "yMin", settings.yMin, decimalSeparator);
+    settings.Keys = knownOf(*content, settings);
     return settings;
 }
 
-bool SaveGlobalSettings(const Settings& settings)
+std::error_code SaveGlobalSettings(Settings& settings)
 {
     if (settings.IniFile.empty()) {
-        return false;
+        return {};
     }
-    clsIni ini({}, '.');
-    ini.Filename(settings.IniFile);
-    Changes general(ini, kGeneral);
-    general.Keep("Baudrate", settings.Baudrate);
-    general.Keep("Comport", settings.Comport);
-    general.Keep("Language", settings.Language / LanguageEnglish);
-    general.Keep("DefaultDevice", settings.DefaultDevice == kSerialType ? 0 : 1);
-    Changes chart(ini, kChart);
-    chart.Keep("AutoScale", settings.AutoScale ? 1 : 0);
-    chart.Keep("yMax", settings.yMax);
-    chart.Keep("yMin", settings.yMin);
-    const bool kept = general.Write();
-    return chart.Write() && kept;
+    std::vector<Settings::Known> keys = settings.Keys;
+    const auto edit = [&](modIni::Content& content) {
+        for (std::size_t i = 0; i < std::size(kKeptKeys); ++i) {
+            keep(content, kKeptKeys[i], kKeptKeys[i].text(settings), keys.empty() ? nullptr : &keys.at(i));
+        }
+        if (keys.empty()) {
+            keys = knownOf(content, settings);
+        }
+    };
+    std::error_code why;
+    if (modIni::Change(settings.IniFile, edit, why)) {
+        settings.Keys = std::move(keys);
+    }
+    return why;
 }
 
 std::string ConfiguredPorts::DeviceOf(std::string_view key)

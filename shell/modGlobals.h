@@ -7,9 +7,12 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 /// Offset of the text ids of a language.
 enum LanguageOffset : std::int32_t { LanguageGerman = 0, LanguageEnglish = 1000 };
@@ -29,14 +32,26 @@ struct Settings {
     double yMax = 5000.0;
     double yMin = 0.0;
     bool ShowZeroValues = false; ///< values of 0 are charted; not kept in the file
+
+    /// A key as the file had it and the value that was made of it, when it was last read or written.
+    struct Known {
+        std::optional<std::string> inFile;
+        std::string value;
+    };
+    std::vector<Known> Keys = {};   ///< by the table of the keys; empty when no file was read
+    std::string UnreadFile = {};    ///< the file that is there and could not be read; `IniFile` is empty then
+    std::error_code UnreadWhy = {}; ///< and why
 };
 
-/// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default.
+/// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default. A file that
+/// is there and cannot be read is not written in this run, whatever it may be later: the defaults in its place are
+/// nobody's settings.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
-/// Writes what has changed in the sections "GENERAL" and "CHART", each section in one step. False when something could
-/// not be written.
-bool SaveGlobalSettings(const Settings& settings);
+/// Writes what has changed in the sections "GENERAL" and "CHART" since the settings were read or written, in one step.
+/// A key that another program has changed meanwhile stays as that has written it, unless it was changed here, too. The
+/// reason when the file could not be written; none without `IniFile`, when nothing is to be kept.
+std::error_code SaveGlobalSettings(Settings& settings);
 
 /// The section "PORTS" of a file. Lists of ports ask for each of them, and a closed port asks twenty times a second:
 /// while the file stays as it is and names none, it is not read again.
