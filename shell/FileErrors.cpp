@@ -2,29 +2,42 @@
 
 #include "shell/Localise.h"
 
+#include <cerrno>
+
+namespace {
+
+/// By errno. EOVERFLOW stands for "all names are taken", EILSEQ for "no plain text": the system has no errors for
+/// these.
+constexpr struct {
+    int number;
+    std::int32_t text;
+} kTexts[] = {
+    {ENOSPC, 1063},  {EACCES, 1064},       {EPERM, 1064},     {ENOENT, 1065},  {EROFS, 1066},
+    {ENOTDIR, 1193}, {EEXIST, 1193},       {EISDIR, 1067},    {ENOTSUP, 1067}, {EIO, 1068},
+    {EBUSY, 1363},   {ETXTBSY, 1363},      {EOVERFLOW, 1069}, {EILSEQ, 1369},  {EFBIG, 1352},
+    {EDQUOT, 1372},  {ENAMETOOLONG, 1373}, {ELOOP, 1374},     {EMLINK, 1374},
+};
+
+} // namespace
+
 QString FileErrorText(const std::error_code& error, std::int32_t language)
 {
-    constexpr struct {
-        std::errc error;
-        std::int32_t text;
-    } kTexts[] = {
-        {std::errc::no_space_on_device, 1063},
-        {std::errc::permission_denied, 1064},
-        {std::errc::operation_not_permitted, 1064},
-        {std::errc::no_such_file_or_directory, 1065},
-        {std::errc::read_only_file_system, 1066},
-        {std::errc::not_a_directory, 1193},
-        {std::errc::file_exists, 1193},
-        {std::errc::is_a_directory, 1067},
-        {std::errc::not_supported, 1067},
-        {std::errc::io_error, 1068},
-        {std::errc::file_too_large, 1352},
-        {std::errc::value_too_large, 1069}, // stands for "all names are taken", which the system has no error for
-    };
+    const bool isOfTheSystem =
+        error.category() == std::system_category() || error.category() == std::generic_category();
     for (const auto& known : kTexts) {
-        if (error == known.error) {
+        if (isOfTheSystem && error.value() == known.number) {
             return Text(known.text, language);
         }
     }
     return QString::fromLocal8Bit(error.message());
+}
+
+QString FileErrorText(const QString& words, std::int32_t language)
+{
+    for (const auto& known : kTexts) {
+        if (words == qt_error_string(known.number)) {
+            return Text(known.text, language);
+        }
+    }
+    return words;
 }

@@ -6,5 +6,8 @@
 #include <cstdint>
 #include <system_error>
 
-/// A short sentence for the errors that a user can do something about, else the system's own words.
+/// A short sentence for the usual errors, else the system's own words.
 QString FileErrorText(const std::error_code& error, std::int32_t language);
+
+/// The same for an error of which there are only Qt's words, such as `QFileDevice::errorString`.
+QString FileErrorText(const QString& words, std::int32_t language);

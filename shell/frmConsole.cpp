@@ -1,6 +1,7 @@
 #include "shell/frmConsole.h"
 
 #include "shell/ConsoleText.h"
+#include "shell/FileErrors.h"
 #include "shell/Guarded.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
@@ -112,7 +113,8 @@ void frmConsole::cmdSave_Click()
     const QByteArray bytes = txtConsole->WholeText().toUtf8();
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        QMessageBox::warning(this, windowTitle(), Text(1016, m_settings.Language).arg(name, file.errorString()));
+        const QString why = FileErrorText(file.errorString(), m_settings.Language);
+        QMessageBox::warning(this, windowTitle(), Text(1016, m_settings.Language).arg(name, why));
     }
 }
 

@@ -1,4 +1,5 @@
 // The text table and the conversions at the windows' edge.
+#include "shell/FileErrors.h"
 #include "shell/Localise.h"
 #include "shell/QtText.h"
 #include "shell/modFunctions.h"
@@ -13,6 +14,7 @@
 #include <QToolBar>
 #include <QTreeWidget>
 
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <set>
 
@@ -63,6 +65,20 @@ TEST(Texts, EveryIdInTheCodeHasAText)
         }
     }
     EXPECT_GT(ids, 250) << "some three hundred stand there: the files have not been found";
+}
+
+TEST(Texts, ReasonsOfTheSystemAreInTheLanguageOfTheWindow)
+{
+    for (const int number :
+         {ENOSPC, EACCES, EPERM, ENOENT, EROFS, EISDIR, EIO, EFBIG, EDQUOT, ENAMETOOLONG, ELOOP, EMLINK, EBUSY}) {
+        const std::error_code error(number, std::system_category());
+        const QString english = FileErrorText(error, LanguageEnglish), german = FileErrorText(error, LanguageGerman);
+        EXPECT_NE(english, german) << number;
+        EXPECT_NE(english.toStdString(), error.message());
+        EXPECT_EQ(FileErrorText(qt_error_string(number), LanguageGerman), german) << number;
+    }
+    EXPECT_EQ(FileErrorText(std::make_error_code(std::errc::host_unreachable), 0).toStdString(), "No route to host");
+    EXPECT_EQ(FileErrorText(QStringLiteral("no words of the system"), 0), "no words of the system");
 }
 
 TEST(Localising, EveryKindOfControlTakesItsTextsById)
