@@ -73,11 +73,6 @@ bool clsIni::WriteSetting(std::string_view Section, std::string_view Name, std::
     return ToIniFile && modIni::WritePrivateProfileStringA(Section, Name, Setting, m_filename);
 }
 
-bool clsIni::WriteSettings(std::string_view Section, std::span<const modIni::Entry> Entries) const
-{
-    return modIni::WriteEntries(Section, Entries, m_filename);
-}
-
 double clsIni::numberOf(std::string_view section, std::string_view name, double fallback) const
 {
     const std::string text =

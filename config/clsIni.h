@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -39,8 +38,6 @@ public:
     /// Writes the value as it stands. False when it could not be written, or without `ToIniFile`.
     bool WriteSetting(std::string_view Section, std::string_view Name, std::string_view Setting,
                       bool ToIniFile = true) const;
-    /// Writes several keys of a section in one step: a crash leaves all of them written or none.
-    bool WriteSettings(std::string_view Section, std::span<const modIni::Entry> Entries) const;
 
 private:
     double numberOf(std::string_view section, std::string_view name, double fallback) const;

@@ -2,6 +2,7 @@
 
 #include "config/clsIni.h"
 #include "device/Parameters.h"
+#include "shell/Numbers.h"
 
 #include <vector>
 
@@ -11,18 +12,12 @@ namespace {
 
 constexpr char kSection[] = "RVQ";
 
-clsIni fileOf(const clsRVQ& configuration)
-{
-    clsIni ini({}, '.');
-    ini.Filename(configuration.FileName);
-    return ini;
-}
-
 } // namespace
 
 void Read(clsRVQ& configuration)
 {
-    const clsIni ini = fileOf(configuration);
+    clsIni ini({}, '.');
+    ini.Filename(configuration.FileName);
     const auto read = [&](const ParameterDef& row) {
         configuration.*row.value = std::get<std::int32_t>(ini.GetSetting(kSection, row.key, row.missingKeyValue));
     };
@@ -40,13 +35,19 @@ void Read(clsRVQ& configuration)
     }
 }
 
-bool Write(const clsRVQ& configuration)
+bool Write(const clsRVQ& configuration, std::error_code& why)
 {
     std::vector<modIni::Entry> entries{{"Description", configuration.Description}};
     for (const ParameterDef& row : Parameters()) {
         entries.push_back({std::string(row.key), std::to_string(configuration.*row.value)});
     }
-    return fileOf(configuration).WriteSettings(kSection, entries);
+    return modIni::WriteEntries(kSection, entries, Trimmed(configuration.FileName), why);
+}
+
+bool Write(const clsRVQ& configuration)
+{
+    std::error_code why;
+    return Write(configuration, why);
 }
 
 } // namespace modConfigFile

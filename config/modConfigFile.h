@@ -2,6 +2,8 @@
 // the parameter set has it. The parameter table gives keys and defaults.
 #pragma once
 
+#include <system_error>
+
 class clsRVQ;
 
 namespace modConfigFile {
@@ -11,8 +13,9 @@ namespace modConfigFile {
 /// or more is one of a Profibus sensor: switch and analog values stay as they were.
 void Read(clsRVQ& configuration);
 
-/// Writes all keys to its `FileName` in one step, whatever the type of sensor. False when that fails; an existing file
-/// is as it was then.
+/// Writes all keys to its `FileName` in one step, whatever the type of sensor. False, with the reason in `why`, when
+/// that fails; an existing file is as it was then.
+bool Write(const clsRVQ& configuration, std::error_code& why);
 bool Write(const clsRVQ& configuration);
 
 } // namespace modConfigFile

@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     library.Build();
     Require(library.Size() >= 1 && library.Size() <= clsConfigLibrary::kMostFiles + 1);
     const std::size_t listed = library.Size();
-    Require(library.Save() || settings.UnreadWhy);
+    Require(!library.Save().why || settings.UnreadWhy);
     clsConfigLibrary again(file);
     again.Build();
     Require(again.Size() >= listed);

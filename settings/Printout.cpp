@@ -114,7 +114,8 @@ std::filesystem::path SheetFile(const std::filesystem::path& programFolder)
     return programFolder / "$QVW$.txt";
 }
 
-bool WriteSheet(const std::filesystem::path& programFolder, const SheetTexts& texts, std::int32_t language)
+bool WriteSheet(const std::filesystem::path& programFolder, const SheetTexts& texts, std::int32_t language,
+                std::error_code& why)
 {
-    return modFiles::Replace(SheetFile(programFolder), SheetText(texts, language));
+    return modFiles::Replace(SheetFile(programFolder), SheetText(texts, language), why);
 }

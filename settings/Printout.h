@@ -21,5 +21,7 @@ std::string SheetText(const SheetTexts& texts, std::int32_t language);
 /// Where the sheet of a program folder lies. The name holds a "$": never hand it to a shell.
 std::filesystem::path SheetFile(const std::filesystem::path& programFolder);
 
-/// Puts the sheet in the place of the last one. False when it cannot be written; the last one is as it was then.
-bool WriteSheet(const std::filesystem::path& programFolder, const SheetTexts& texts, std::int32_t language);
+/// Puts the sheet in the place of the last one. False, with the reason in `why`, when it cannot be written; the last
+/// one is as it was then.
+bool WriteSheet(const std::filesystem::path& programFolder, const SheetTexts& texts, std::int32_t language,
+                std::error_code& why);

@@ -18,11 +18,14 @@ enum TextId : std::int32_t {
     TextEnterDescription = 1283,
     TextWarning = 1287,
     TextFileTypes = 1289,
+    TextCancel = 1040,
     TextAbort = 1332,
     TextRetry = 1333,
     TextIgnore = 1334,
     TextYes = 1335,
     TextNo = 1336,
+    TextKeepMine = 1365,
+    TextTakeOther = 1366,
 };
 
 constexpr char kPattern[] = "*.rvq";
@@ -63,6 +66,22 @@ bool askToOverwrite(frmRVQ& window, std::int32_t language, const QString& questi
     return box.clickedButton() == yes;
 }
 
+frmRVQ::ChangedAnswer askAboutChange(frmRVQ& window, std::int32_t language, const QString& question)
+{
+    QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    box.setObjectName(QStringLiteral("dlgChanged"));
+    const QAbstractButton* mine = box.addButton(Text(TextKeepMine, language), QMessageBox::YesRole);
+    const QAbstractButton* other = box.addButton(Text(TextTakeOther, language), QMessageBox::NoRole);
+    QPushButton* cancel = box.addButton(Text(TextCancel, language), QMessageBox::RejectRole);
+    box.setDefaultButton(cancel);
+    box.setEscapeButton(cancel);
+    box.exec();
+    if (box.clickedButton() == mine) {
+        return frmRVQ::ChangedAnswer::KeepMine;
+    }
+    return box.clickedButton() == other ? frmRVQ::ChangedAnswer::TakeOther : frmRVQ::ChangedAnswer::Cancel;
+}
+
 } // namespace
 
 frmRVQ::Dialogs RVQBoxes(frmRVQ& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion)
@@ -87,6 +106,9 @@ frmRVQ::Dialogs RVQBoxes(frmRVQ& window, const modGlobals::Settings& settings, Q
     };
     boxes.Overwrite = [&window, &settings](const QString& question) {
         return askToOverwrite(window, settings.Language, question);
+    };
+    boxes.Changed = [&window, &settings](const QString& question) {
+        return askAboutChange(window, settings.Language, question);
     };
     boxes.Failure = [&window, &settings, &openQuestion](const QString& question) {
         return askAboutFailure(window, settings.Language, question, openQuestion);

@@ -8,12 +8,14 @@
 #include <QDialog>
 #include <QPointer>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
 class Help;
 class QMessageBox;
 class clsConfigLibrary;
+struct UnwrittenFile;
 
 namespace modGlobals {
 struct Settings;
@@ -31,7 +33,10 @@ public:
         Help& help;
         std::string programFolder;
         modRVQComm::PumpEvents pumpEvents;
+        /// Is told what could not be kept in "RVQ.ini".
+        std::function<void(const QString&)> tellUnkept = {};
     };
+    enum class ChangedAnswer : std::uint8_t { Cancel, KeepMine, TakeOther };
     /// The boxes that the window opens; a test puts its own in their place. Paths are the system's bytes, an empty one
     /// means that the user has cancelled; `QString()` as a description likewise.
     struct Dialogs {
@@ -39,6 +44,7 @@ public:
         std::function<std::string(const std::string& proposal)> FileToSave;
         std::function<QString(const QString& proposal)> Description;
         std::function<bool(const QString& question)> Overwrite;
+        std::function<ChangedAnswer(const QString& question)> Changed;
         std::function<FailureAnswer(const QString& question)> Failure;
         std::function<void(const std::string& sheet)> OpenSheet;
     };
@@ -89,7 +95,9 @@ private:
     void saveAs(const std::string& path, const std::string& description);
     void showSource(const QString& source);
     void showStatus(const QString& status);
-    void showWritten(bool written, const QString& file);
+    bool mayWrite(const std::string& path);
+    void takeOther(std::size_t line);
+    void showUnwritten(const UnwrittenFile& unwritten);
     void showKept(std::size_t line);
     QString text(std::int32_t id) const;
     clsRVQ& selected() const;

@@ -3,6 +3,7 @@
 #include "settings/EnablingRule.h"
 #include "settings/Printout.h"
 #include "settings/frmRVQ.h"
+#include "shell/FileErrors.h"
 #include "shell/Help.h"
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
@@ -26,6 +27,7 @@ enum TextId : std::int32_t {
     TextStep = 1323,
     TextNotWritten = 1330,
     TextNotListed = 1337,
+    TextChanged = 1364,
 };
 
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
@@ -54,18 +56,37 @@ void frmRVQ::cmdSave_Click()
         description = text(TextUserConfiguration); // also after a cancel; saving goes on
     }
     const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
-    const auto line = static_cast<std::size_t>(cmbConfig->currentIndex());
-    if (path.empty()) {
-        return;
+    if (!path.empty() && mayWrite(path)) {
+        saveAs(path, ToBytes(description));
     }
+}
+
+/// Asks before anything is overwritten that the window has not shown.
+bool frmRVQ::mayWrite(const std::string& path)
+{
+    const auto line = static_cast<std::size_t>(cmbConfig->currentIndex());
     const QString shownPath = QFile::decodeName(path.c_str());
     std::error_code unknown;
     const bool isForeign = !m_context.library.Find(path) && std::filesystem::exists(path, unknown);
-    if ((isForeign || m_context.library.WouldOverwrite(path, line)) &&
-        !Boxes.Overwrite(text(TextExists) + QStringLiteral(": ") + shownPath + u'\n' + text(TextOverwrite))) {
-        return;
+    if (isForeign || m_context.library.WouldOverwrite(path, line)) {
+        return Boxes.Overwrite(text(TextExists) + QStringLiteral(": ") + shownPath + u'\n' + text(TextOverwrite));
     }
-    saveAs(path, ToBytes(description));
+    if (!m_context.library.Find(path) || !m_context.library.HasChangedOnDisk(line)) {
+        return true;
+    }
+    const ChangedAnswer answer = Boxes.Changed(text(TextChanged).arg(shownPath));
+    if (answer == ChangedAnswer::TakeOther) {
+        takeOther(line);
+    }
+    return answer == ChangedAnswer::KeepMine;
+}
+
+void frmRVQ::takeOther(std::size_t line)
+{
+    if (m_context.library.ReadAgain(line)) {
+        cmbConfig->setItemText(static_cast<int>(line), FromBytes(m_context.library.Entry(line).Description));
+        fill(m_context.library.Entry(line));
+    }
 }
 
 void frmRVQ::saveAs(const std::string& path, const std::string& description)
@@ -75,9 +96,9 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     const bool isNew = m_context.library.Size() > before;
     showOutcomes(CopyForSaving(m_context.library.Entry(line), shown()));
     const QString shownPath = QFile::decodeName(path.c_str());
-    const bool written = m_context.library.Store(line, description);
-    showWritten(written, shownPath);
-    if (written) {
+    const UnwrittenFile unwritten = m_context.library.Store(line, description);
+    showUnwritten(unwritten);
+    if (!unwritten.why) {
         showKept(line);
     }
     showSource(shownPath);
@@ -95,9 +116,11 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
 void frmRVQ::cmdDelete_Click()
 {
     const int line = cmbConfig->currentIndex();
-    if (const auto above = m_context.library.Delete(static_cast<std::size_t>(line))) {
+    UnwrittenFile unwritten;
+    if (const auto above = m_context.library.Delete(static_cast<std::size_t>(line), unwritten)) {
         cmbConfig->removeItem(line);
         cmbConfig_Click(static_cast<int>(*above));
+        showUnwritten(unwritten);
     }
 }
 
@@ -148,18 +171,27 @@ void frmRVQ::cmdPrint_Click()
     }
     sheet.choices[ChoiceS2Logic] = ToBytes(lblS2Logic->text()); // the caption, not the list
     const std::string file = SheetFile(m_context.programFolder);
-    const bool written = WriteSheet(m_context.programFolder, sheet, m_context.settings.Language);
-    showWritten(written, QFile::decodeName(file.c_str()));
+    UnwrittenFile unwritten{file};
+    const bool written = WriteSheet(m_context.programFolder, sheet, m_context.settings.Language, unwritten.why);
+    showUnwritten(unwritten);
     if (written) {
         Boxes.OpenSheet(file);
     }
 }
 
-void frmRVQ::showWritten(bool written, const QString& file)
+/// Which file could not be written, and why; clears the line when all were.
+void frmRVQ::showUnwritten(const UnwrittenFile& unwritten)
 {
-    m_statusId = 0;
-    showStatus(written ? QString() : text(TextNotWritten).arg(file));
-    ShowFailed(!written);
+    ShowStatusText(0);
+    ShowFailed(static_cast<bool>(unwritten.why));
+    if (unwritten.why) {
+        showStatus(text(TextNotWritten)
+                       .arg(QFile::decodeName(unwritten.file.c_str()),
+                            FileErrorText(unwritten.why, m_context.settings.Language)));
+    }
+    if (unwritten.isList && m_context.tellUnkept) {
+        m_context.tellUnkept(lblStatus->text());
+    }
 }
 
 /// Says so when the file will have to be loaded anew after the next start.

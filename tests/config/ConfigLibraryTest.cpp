@@ -27,6 +27,13 @@ struct ConfigFolder : testing::Test {
         }
         return list;
     }
+    /// Saves a configuration and returns the name of the file that could not be written.
+    std::string Stored(clsConfigLibrary& library, const std::string& name) const
+    {
+        const UnwrittenFile unwritten = library.Store(library.FindOrAdd(folder / name), name);
+        EXPECT_EQ(static_cast<bool>(unwritten.why), !unwritten.file.empty());
+        return unwritten.file.empty() ? "" : unwritten.file.substr(folder.string().size() + 1);
+    }
     clsConfigLibrary Built() const
     {
         clsConfigLibrary library(iniFile);
@@ -95,7 +102,7 @@ TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
 {
     clsConfigLibrary library(iniFile);
     for (const char* name : {"a", "b", "c"}) {
-        EXPECT_TRUE(library.Store(library.FindOrAdd(folder / name), name));
+        EXPECT_EQ(Stored(library, name), "");
     }
     EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=b|RVQFile3=c|RVQFile4=");
     EXPECT_EQ(library.FindOrAdd(folder / "b"), 2U);
@@ -103,8 +110,9 @@ TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
     EXPECT_TRUE(library.WouldOverwrite((folder / "b").string(), clsConfigLibrary::kDeviceLine));
     EXPECT_FALSE(library.WouldOverwrite("Device", 1)) << "the device entry is no file";
 
-    EXPECT_EQ(library.Delete(clsConfigLibrary::kDeviceLine), std::nullopt);
-    EXPECT_EQ(library.Delete(2), 1U);
+    UnwrittenFile unwritten;
+    EXPECT_EQ(library.Delete(clsConfigLibrary::kDeviceLine, unwritten), std::nullopt);
+    EXPECT_EQ(library.Delete(2, unwritten), 1U);
     EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=|RVQFile4=");
     EXPECT_EQ(library.Import(folder / "b"), 3U) << "the file has stayed";
     EXPECT_EQ(library.Import(folder / "none"), std::nullopt);
@@ -113,28 +121,85 @@ TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
     // Deliberate: a number that a longer list has left is read again.
     const std::string a = folder / "a", b = folder / "b", c = folder / "c";
     Put("RVQ.ini", "[FILES]\nRVQFile1=" + a + "\nRVQFile2=" + b + "\nRVQFile3=" + c + "\nRVQFile4=" + c + "\n");
-    Built().Delete(2);
+    Built().Delete(2, unwritten);
     EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=c|RVQFile4=");
 }
 
 TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
 {
     clsConfigLibrary library(iniFile);
-    EXPECT_FALSE(library.Store(library.FindOrAdd(folder / "none" / "x.rvq"), "x"));
-    EXPECT_FALSE(library.Store(library.FindOrAdd(folder), "a folder"));
+    for (const std::string& name : {std::string("none/x.rvq"), std::string("."), std::string(300, 'n') + ".rvq"}) {
+        EXPECT_EQ(Stored(library, name), name);
+    }
     EXPECT_TRUE(std::filesystem::is_directory(folder));
-    const std::string tooLong = folder / (std::string(300, 'n') + ".rvq");
-    EXPECT_FALSE(library.Store(library.FindOrAdd(tooLong), "x"));
     EXPECT_EQ(Built().Size(), 1U) << "none of them comes back";
     const std::filesystem::path deep = folder / std::string(200, 'd');
     std::filesystem::create_directory(deep);
     for (const auto& [length, comesBack] : {std::pair{clsIni::kLongestText, true}, {clsIni::kLongestText + 1, false}}) {
         const std::string path = deep / std::string(length - deep.string().size() - 1, 'n');
         const std::size_t line = library.FindOrAdd(path);
-        EXPECT_TRUE(library.Store(line, "x"));
+        EXPECT_FALSE(library.Store(line, "x").why);
         EXPECT_EQ(library.ComesBack(line), comesBack);
         EXPECT_EQ(Built().Find(path).has_value(), comesBack) << length;
     }
+    std::filesystem::remove(iniFile);
+    std::filesystem::create_directory(iniFile);
+    EXPECT_EQ(Stored(library, "a.rvq"), "RVQ.ini") << "the file that has failed is named, not the one that was written";
+    EXPECT_TRUE(std::filesystem::exists(folder / "a.rvq"));
+}
+
+TEST_F(ConfigFolder, TwoProgramsKeepEachOthersChangesOfTheList)
+{
+    clsConfigLibrary first = Built();
+    for (const char* name : {"a", "b"}) {
+        Stored(first, name);
+    }
+    clsConfigLibrary second = Built();
+    Stored(first, "g");
+    Stored(second, "h");
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=b|RVQFile3=h|RVQFile4=g|RVQFile5=");
+    Stored(first, "i");
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=b|RVQFile3=g|RVQFile4=i|RVQFile5=h|RVQFile6=");
+
+    UnwrittenFile unwritten;
+    first.Delete(1, unwritten);
+    Stored(second, "j");
+    Stored(second, "j");
+    EXPECT_EQ(Listed(), "RVQFile1=b|RVQFile2=h|RVQFile3=j|RVQFile4=g|RVQFile5=i|RVQFile6=") << "a is not back";
+    Stored(second, "a");
+    EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=b|RVQFile3=h|RVQFile4=j|RVQFile5=g|RVQFile6=i|RVQFile7=")
+        << "saved on purpose it is";
+}
+
+TEST_F(ConfigFolder, AListThatCouldNotBeReadIsAddedTo)
+{
+    const std::string a = Put("a", "[RVQ]\nDescription=A\n");
+    std::filesystem::create_symlink("/proc/self/mem", iniFile); // a file of which no byte can be read
+    clsConfigLibrary library = Built();
+    EXPECT_EQ(library.Size(), 1U);
+    EXPECT_EQ(Stored(library, "b"), "RVQ.ini");
+    std::filesystem::remove(iniFile);
+    Put("RVQ.ini", "[FILES]\nRVQFile1=" + a + "\nRVQFile2=\n");
+    EXPECT_EQ(Stored(library, "b"), "");
+    EXPECT_EQ(Listed(), "RVQFile1=b|RVQFile2=a|RVQFile3=");
+}
+
+TEST_F(ConfigFolder, AFileThatAnotherProgramHasWrittenIsNoticed)
+{
+    clsConfigLibrary first = Built(), second = Built();
+    Stored(first, "b");
+    EXPECT_FALSE(first.HasChangedOnDisk(1));
+    ASSERT_EQ(second.Import(folder / "b"), 1U);
+    second.Entry(1).Offset = 5;
+    EXPECT_FALSE(second.Store(1, "of the second").why);
+    EXPECT_FALSE(second.HasChangedOnDisk(1));
+    EXPECT_TRUE(first.HasChangedOnDisk(1));
+    EXPECT_TRUE(first.ReadAgain(1));
+    EXPECT_EQ(first.Entry(1).Offset, 5);
+    EXPECT_EQ(first.Entry(1).Description, "of the second");
+    EXPECT_FALSE(first.HasChangedOnDisk(1));
+    std::filesystem::remove(folder / "b");
+    EXPECT_FALSE(first.HasChangedOnDisk(1)) << "there is nothing to be overwritten";
 }
 
 } // namespace

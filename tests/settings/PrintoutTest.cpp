@@ -45,14 +45,16 @@ TEST(Printout, SerialInEnglish)
 TEST(Printout, ProfibusInGermanReplacesTheSheet)
 {
     const TemporaryFolder folder;
-    EXPECT_TRUE(WriteSheet(folder.path, filled(true), LanguageGerman));
-    EXPECT_TRUE(WriteSheet(folder.path, filled(false), LanguageGerman));
+    std::error_code why;
+    EXPECT_TRUE(WriteSheet(folder.path, filled(true), LanguageGerman, why));
+    EXPECT_TRUE(WriteSheet(folder.path, filled(false), LanguageGerman, why));
     const std::string sheet = TemporaryFolder::Read(folder.path / "$QVW$.txt");
     EXPECT_TRUE(sheet.starts_with(kHead + "Profibus\r\n\r\nDatenausgabe\t\t\t\tc101\r\nMa\xDF"
                                           "einheit\t\t\t\tc111\r\n"));
     EXPECT_NE(sheet.find("c603\r\nProfibus-Adresse\t\t\tf10\r\n\r\n"), std::string::npos);
     EXPECT_TRUE(sheet.ends_with("Luftdruck\t\t\t\tf3 hPa\r\n\r\n"));
-    EXPECT_FALSE(WriteSheet(folder.path / "none", filled(true), LanguageGerman));
+    EXPECT_FALSE(WriteSheet(folder.path / "none", filled(true), LanguageGerman, why));
+    EXPECT_EQ(why, std::errc::no_such_file_or_directory);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The settings window, offscreen, with the simulated sensor on a real line.
 #include "settings/frmRVQ.h"
 
+#include "config/modIni.h"
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
 #include "tests/support/Desk.h"
@@ -19,7 +20,7 @@ struct Editor {
     SensorOnLine line;
     clsConfigLibrary library;
     Help help{line.settings, folder};
-    std::string fileAnswer, sheet;
+    std::string fileAnswer, sheet, unkept;
     QString description = "Press 4";
     std::vector<QString> questions;
     std::unique_ptr<frmRVQ> window;
@@ -27,11 +28,13 @@ struct Editor {
     explicit Editor(simulator::SensorOptions options = {}) : line(std::move(options)), library(folder / "RVQ.ini")
     {
         EXPECT_TRUE(line.Configured());
-        window = std::make_unique<frmRVQ>(nullptr,
-                                          frmRVQ::Context{line.device, library, line.settings, help, folder, [this] {
-                                                              line.Tick();
-                                                              window->FollowDevice();
-                                                          }});
+        window = std::make_unique<frmRVQ>(
+            nullptr, frmRVQ::Context{line.device, library, line.settings, help, folder,
+                                     [this] {
+                                         line.Tick();
+                                         window->FollowDevice();
+                                     },
+                                     [this](const QString& told) { unkept = told.toStdString(); }});
         window->Boxes.FileToLoad = window->Boxes.FileToSave = [this](const std::string&) { return fileAnswer; };
         window->Boxes.Description = [this](const QString&) { return description; };
         window->Boxes.Overwrite = [this](const QString& question) {
@@ -141,11 +144,56 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     EXPECT_EQ(list->count(), 3);
 
     editor.ClickAndAnswer("cmdSave", "missing/x.rvq");
-    EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written.");
+    EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written: File or folder is missing.");
     editor.description = "  ";
     editor.ClickAndAnswer("cmdSave", "third.rvq");
     EXPECT_EQ(editor.Status(), "");
     EXPECT_EQ(list->currentText(), "User configuration") << "blanks are no description";
+}
+
+TEST(SettingsWindow, AsksBeforeItOverwritesWhatAnotherProgramHasWritten)
+{
+    using Answer = frmRVQ::ChangedAnswer;
+    struct Row {
+        Answer answer;
+        std::int32_t inFile;
+        const char *shown, *description;
+    };
+    for (const Row& row : {Row{Answer::Cancel, 5, "77", "Press 4"}, Row{Answer::TakeOther, 5, "5", "theirs"},
+                           Row{Answer::KeepMine, 77, "77", "Press 4"}}) {
+        Editor editor;
+        QString question;
+        editor.window->Boxes.Changed = [&](const QString& asked) {
+            question = asked;
+            return row.answer;
+        };
+        editor.ClickAndAnswer("cmdSave", "b.rvq");
+        clsConfigLibrary other(editor.folder / "RVQ.ini");
+        other.Build();
+        other.Entry(1).Offset = 5;
+        other.Store(1, "theirs");
+        editor.Box(0).setText("77");
+        editor.Click("cmdSave");
+        EXPECT_TRUE(question.startsWith(QString::fromStdString(editor.fileAnswer) + " has been changed"));
+        EXPECT_EQ(editor.Typed(0), row.shown);
+        EXPECT_EQ(editor.Find<QComboBox>("cmbConfig")->currentText(), row.description);
+        EXPECT_EQ(modIni::GetPrivateProfileIntA("RVQ", "Offset", 0, editor.fileAnswer), row.inFile);
+    }
+}
+
+TEST(SettingsWindow, AListThatCannotBeKeptIsToldByItsName)
+{
+    Editor editor;
+    std::filesystem::create_directory(editor.folder / "RVQ.ini");
+    const std::string list =
+        (editor.folder / "RVQ.ini").string() + " cannot be written: There is no ordinary file there.";
+    for (const char* button : {"cmdSave", "cmdDelete"}) {
+        editor.unkept.clear();
+        editor.ClickAndAnswer(button, "b.rvq");
+        EXPECT_EQ(editor.Status(), list) << button;
+        EXPECT_EQ(editor.unkept, list) << button;
+    }
+    EXPECT_TRUE(std::filesystem::exists(editor.fileAnswer));
 }
 
 TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
