@@ -168,7 +168,10 @@ bool frmChartSettings::apply()
     m_chart.ConnectPoints(chkConnectPoints->isChecked());
     m_chart.ShowZeroValues(m_settings.ShowZeroValues);
     m_chart.Redraw();
-    modGlobals::SaveGlobalSettings(m_settings);
+    const std::error_code why = modGlobals::SaveGlobalSettings(m_settings);
+    if (why && Unkept) {
+        Unkept(why);
+    }
     if (Applied) {
         Applied();
     }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <system_error>
 
 class NumberEdit;
 class QCheckBox;
@@ -29,6 +30,8 @@ public:
     void ShowUpdatedSettings();
     /// Is called after settings were applied.
     std::function<void()> Applied;
+    /// Is told why they could not be kept.
+    std::function<void(const std::error_code&)> Unkept;
 
 private:
     template <typename Button>

@@ -12,6 +12,7 @@
 #include "monitor/frmTextWindow.h"
 #include "recorder/frmRecorder.h"
 #include "settings/frmRVQ.h"
+#include "shell/FileErrors.h"
 #include "shell/Guarded.h"
 #include "shell/Help.h"
 #include "shell/InputGuards.h"
@@ -101,6 +102,9 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
     ShowDialogue(DialogueNone);
     ShowRule({});
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
+    if (!m_settings.UnreadFile.empty()) {
+        NoteFault(unkeptWarning().toUtf8().constData());
+    }
     m_timer->setObjectName(QStringLiteral("Timer"));
     m_timer->start(clsMeasurementLoop::kInterval_ms);
 }
@@ -149,6 +153,12 @@ void frmMain::pumpEvents()
 
 void frmMain::closeEvent(QCloseEvent* event)
 {
+    bool keeps = true;
+    Guarded([&] { keeps = keepsSettings(); });
+    if (!keeps) {
+        event->ignore();
+        return;
+    }
     Guarded([this] {
         m_timer->stop();
         m_loop.Unload();
@@ -159,12 +169,27 @@ void frmMain::closeEvent(QCloseEvent* event)
         if (mnuOptionConsole->isChecked()) {
             m_console.CloseConsole();
         }
-        if (m_simulated && m_settings.Comport == m_simulated->second) {
-            m_settings.Comport = m_simulated->first;
-        }
-        modGlobals::SaveGlobalSettings(m_settings);
     });
     event->accept();
+}
+
+/// The last save of the settings. When it fails and nobody has been warned of that, the window stays once, so that the
+/// message can be read; false then.
+bool frmMain::keepsSettings()
+{
+    modGlobals::Settings kept = m_settings;
+    if (m_simulated && kept.Comport == m_simulated->second) {
+        kept.Comport = m_simulated->first;
+    }
+    const std::error_code why = modGlobals::SaveGlobalSettings(kept);
+    const bool ends = !why || !m_unkept.isEmpty() || std::exchange(m_closesUnkept, true);
+    if (why) {
+        tellUnkept(ends ? unkeptText(why) : text(1367).arg(unkeptText(why)));
+    }
+    if (ends) {
+        m_settings = kept;
+    }
+    return ends;
 }
 
 void frmMain::changeEvent(QEvent* event)
@@ -256,10 +281,10 @@ void frmMain::fraFirstSteps_Tried()
 /// Said at the start, and as long as nothing else is shown there: everything but the settings works.
 void frmMain::warnOfUnkeptSettings()
 {
-    if (m_settings.IniFile.empty() || modFiles::CanReplace(m_settings.IniFile)) {
+    const QString warning = unkeptWarning();
+    if (warning.isEmpty()) {
         return;
     }
-    const QString warning = text(1175).arg(QFile::decodeName(m_settings.IniFile.c_str()));
     if (sbar[1]->text() == m_unkept) {
         sbar[1]->setText(warning);
         sbar[1]->setToolTip(warning);
@@ -291,6 +316,28 @@ void frmMain::showAge(LineLabel& value, LineLabel& line, const QString& age)
     if (value.accessibleDescription() != age) {
         value.setAccessibleDescription(age);
     }
+}
+
+QString frmMain::unkeptWarning() const
+{
+    if (!m_settings.UnreadFile.empty()) {
+        return text(1368).arg(QFile::decodeName(m_settings.UnreadFile.c_str()),
+                              FileErrorText(m_settings.UnreadWhy, m_settings.Language));
+    }
+    const bool areKept = m_settings.IniFile.empty() || modFiles::CanReplace(m_settings.IniFile);
+    return areKept ? QString() : text(1175).arg(QFile::decodeName(m_settings.IniFile.c_str()));
+}
+
+QString frmMain::unkeptText(const std::error_code& why) const
+{
+    return text(1330).arg(QFile::decodeName(m_settings.IniFile.c_str()), FileErrorText(why, m_settings.Language));
+}
+
+/// In panel 1 and in the console.
+void frmMain::tellUnkept(const QString& message)
+{
+    ShowMessage(message);
+    NoteFault(message.toUtf8().constData());
 }
 
 /// Why the port cannot be opened also goes to the console when it changes.

@@ -21,6 +21,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 
 class FirstSteps;
@@ -119,6 +120,10 @@ private:
     void warnOfUnkeptSettings();
     void showAges();
     static void showAge(LineLabel& value, LineLabel& line, const QString& age);
+    QString unkeptWarning() const;
+    QString unkeptText(const std::error_code& why) const;
+    void tellUnkept(const QString& message);
+    bool keepsSettings();
     void explainFailure();
     void noteFailure();
     void offerFirstSteps();
@@ -160,7 +165,8 @@ private:
     bool m_running = false;
     std::int32_t m_shownDialogue = -1;
     std::optional<ControlRule> m_shownRule;
-    QString m_unkept; ///< the warning that panel 2 has been given
+    QString m_unkept;            ///< the warning that panel 2 has been given
+    bool m_closesUnkept = false; ///< the next close ends the program even if the settings cannot be kept
     std::int32_t m_unconnectedTicks = 0;
     /// The port in use before the simulated sensor's, and that one: for one run only, it is not kept.
     std::optional<std::pair<std::int32_t, std::int32_t>> m_simulated;

@@ -75,12 +75,14 @@ void frmMain::mnuConfigurationRVQ_Click()
     if (m_device.Wait.Running || (m_settingsWindow != nullptr && m_settingsWindow->isVisible())) {
         return;
     }
-    m_settingsWindow = std::make_unique<frmRVQ>(this, frmRVQ::Context{.device = m_device,
-                                                                      .library = m_storage.library,
-                                                                      .settings = m_settings,
-                                                                      .help = m_help,
-                                                                      .programFolder = m_storage.programFolder,
-                                                                      .pumpEvents = pumpEvents});
+    m_settingsWindow = std::make_unique<frmRVQ>(
+        this, frmRVQ::Context{.device = m_device,
+                              .library = m_storage.library,
+                              .settings = m_settings,
+                              .help = m_help,
+                              .programFolder = m_storage.programFolder,
+                              .pumpEvents = pumpEvents,
+                              .tellUnkept = [this](const QString& message) { tellUnkept(message); }});
     m_loop.LiveUpdate = [this](const clsRVQ&) { m_settingsWindow->FollowDevice(); };
     m_inputBlock = std::make_unique<InputBlock>(*this, *m_settingsWindow);
     connect(m_settingsWindow.get(), &QDialog::finished, this, [this] {
@@ -121,6 +123,7 @@ void frmMain::mnuPopUpYscaleSettings_Click()
         m_chartSettings = new frmChartSettings(*this, m_settings, *picGraph);
         m_chartSettings->setAttribute(Qt::WA_DeleteOnClose);
         m_chartSettings->Applied = [this] { m_loop.FitRange(); };
+        m_chartSettings->Unkept = [this](const std::error_code& why) { tellUnkept(unkeptText(why)); };
     }
     m_chartSettings->show();
     m_chartSettings->raise();

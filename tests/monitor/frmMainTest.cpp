@@ -326,6 +326,36 @@ TEST(MainWindow, SaysThatSettingsCannotBeKept)
     }
 }
 
+TEST(MainWindow, SaysAtOnceThatTheSettingsCouldNotBeRead)
+{
+    MainDesk main;
+    main.settings.UnreadFile = main.folder.Write("RVQ.ini", "\xFF\xFE[\0");
+    main.settings.UnreadWhy = std::make_error_code(std::errc::illegal_byte_sequence);
+    main.Open();
+    EXPECT_EQ(main.Text("sbar_2"), "Settings are not kept: " + main.settings.UnreadFile +
+                                       " cannot be read: It holds no plain text, but UTF-16, for instance.");
+    main.settings.Comport = 9;
+    EXPECT_TRUE(main.window->close());
+    EXPECT_EQ(TemporaryFolder::Read(main.settings.UnreadFile), "\xFF\xFE[");
+}
+
+TEST(MainWindow, SettingsThatCannotBeKeptAreToldWhenTheyAreAppliedAndBeforeTheEnd)
+{
+    MainDesk main;
+    const std::filesystem::path file = main.folder.path / "RVQ.ini";
+    main.settings.IniFile = file;
+    main.Open();
+    std::filesystem::create_directory(file); // nothing was in the way when the program began
+    const std::string told = file.string() + " cannot be written: There is no ordinary file there.";
+    main.Trigger("mnuPopUpYscaleSettings");
+    FindIn(*main.window->findChild<frmChartSettings*>(), "cmdApply")->click();
+    EXPECT_EQ(main.Text("sbar_1"), told);
+    EXPECT_FALSE(main.window->close());
+    EXPECT_EQ(main.Text("sbar_1"), "Not saved, close again to end. " + told);
+    EXPECT_TRUE(main.window->isVisible());
+    EXPECT_TRUE(main.window->close());
+}
+
 TEST(MainWindow, SettingsWindowBlocksInputButNotTheEnd)
 {
     const MainDesk main;
