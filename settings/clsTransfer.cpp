@@ -1,6 +1,7 @@
 #include "settings/clsTransfer.h"
 
 #include "device/Parameters.h"
+#include "shell/modFunctions.h"
 
 #include <algorithm>
 #include <utility>
@@ -19,6 +20,9 @@ enum TextId : std::int32_t {
     TextReading = 1320,
     TextStoring = 1321,
     TextSettingDefaults = 1322,
+    TextNotRead = 1360,
+    TextNotSent = 1361,
+    TextNotReadBack = 1362,
 };
 
 constexpr std::string_view kRainFilter = "351";
@@ -140,6 +144,9 @@ bool clsTransfer::perform(TransferJob job)
     case TransferJob::Upload:
         if (!sendAll()) {
             copySet(m_device, m_entry);
+            if (!m_device.Wait.Ended) {
+                m_view.ShowFailure(TextNotSent, m_reason);
+            }
             return false;
         }
         [[fallthrough]];
@@ -162,20 +169,28 @@ bool clsTransfer::sendAll()
 {
     const std::vector<std::string_view> codes = UploadCodes(m_entry, m_device);
     const auto steps = static_cast<std::int32_t>(codes.size()) + 1;
-    std::int32_t step = 0;
-    for (const std::string_view code : codes) {
-        m_view.ShowProgress({++step, steps, ParameterOfCode(code)->labelId});
-        if (sendOne(code) == FailureAnswer::Abort) {
+    for (std::size_t next = 0; next < codes.size();) {
+        m_view.ShowProgress({static_cast<std::int32_t>(next) + 1, steps, ParameterOfCode(codes[next])->labelId});
+        switch (sendOne(codes[next])) {
+        case FailureAnswer::Abort:
             return false;
+        case FailureAnswer::Retry:
+            next = 0;
+            break;
+        case FailureAnswer::Ignore:
+            ++next;
+            break;
         }
     }
     m_view.ShowProgress({steps, steps, TextReading});
     return true;
 }
 
-/// Sends one value until the sensor takes it or the user gives it up; Ignore when the next one may follow.
+/// Sends one value until the sensor takes it or the user gives it up. Ignore when the next one may follow, Retry when
+/// all of them have to be sent again.
 FailureAnswer clsTransfer::sendOne(std::string_view code)
 {
+    const bool hadSome = m_device.UnstoredChanges;
     while (!m_device.Wait.Ended && isSameSensor()) {
         const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents);
         if (verdict == EventAcknowledged) {
@@ -188,9 +203,13 @@ FailureAnswer clsTransfer::sendOne(std::string_view code)
         if (m_device.PortIsOpen) {
             m_device.CommStatus = DialogueIdle; // a tick has taken the silence for a lost connection
         }
-        if (answer == FailureAnswer::Ignore) {
+        const bool hasRestarted = hadSome && !m_device.UnstoredChanges;
+        if (answer == FailureAnswer::Ignore || hasRestarted) {
             return answer;
         }
+    }
+    if (!isSameSensor()) {
+        m_reason = whyNothingCame();
     }
     return FailureAnswer::Abort;
 }
@@ -206,7 +225,17 @@ FailureAnswer clsTransfer::ask(std::int32_t verdict)
         ~Asking() { asking = false; }
     } const asking{m_device.Wait.Asking};
     m_device.Wait.Asking = true;
+    m_reason = verdict == EventNoAnswer ? whyNothingCame() : static_cast<std::int32_t>(TextInvalidCode);
     return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
+}
+
+/// The port is closed, or it was and may have another sensor behind it now, or the sensor is silent.
+std::int32_t clsTransfer::whyNothingCame() const
+{
+    if (!m_device.PortIsOpen) {
+        return modFunctions::TextPortNotOpen;
+    }
+    return isSameSensor() ? static_cast<std::int32_t>(TextNoResponse) : modFunctions::TextNoConnection;
 }
 
 /// Values that were meant for one sensor must not go to another that was plugged in meanwhile.
@@ -229,7 +258,11 @@ void clsTransfer::readSet(TransferJob job)
         if (job == TransferJob::Upload) {
             copySet(m_device, m_entry);
         }
-        m_view.ShowFailed(true);
+        if (job == TransferJob::ReadBack && !m_isTaken) {
+            m_view.ShowFailed(true); // that the command has failed is said already
+        } else if (!m_device.Wait.Ended) {
+            m_view.ShowFailure(job == TransferJob::Download ? TextNotRead : TextNotReadBack, whyNothingCame());
+        }
         if (job == TransferJob::Download) {
             m_view.FillFromDeviceEntry();
         }
@@ -246,9 +279,9 @@ void clsTransfer::command(std::string_view code, TransferJob job)
 {
     const bool store = job == TransferJob::Store;
     m_view.ShowProgress({0, 0, store ? TextStoring : TextSettingDefaults});
-    const bool done = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents) == EventAcknowledged;
-    m_view.ShowFailed(!done);
-    if (done) {
+    m_isTaken = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents) == EventAcknowledged;
+    m_view.ShowFailed(!m_isTaken);
+    if (m_isTaken) {
         m_view.ShowStatusText(store ? TextStored : TextDefaultsSet);
     } else {
         m_view.ShowStatusText(store ? TextStoreFailed : TextDefaultsFailed);

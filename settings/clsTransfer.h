@@ -31,6 +31,9 @@ public:
     virtual void ShowStatusText(std::int32_t textId) = 0;
     /// `lblStatus` is red when something has failed, else black.
     virtual void ShowFailed(bool failed) = 0;
+    /// What has failed, and why: red, the second text within the first. It stays to be read while the sensor goes and
+    /// comes.
+    virtual void ShowFailure(std::int32_t textId, std::int32_t reasonTextId) = 0;
     virtual void ShowProgress(const TransferProgress& progress) = 0;
     /// Asks in a box with Abort, Retry and Ignore: text 1291 followed by the reason, 1292 or 1293. The box must close
     /// with Abort when the main window goes.
@@ -57,7 +60,8 @@ public:
     void Download();
     /// Sends the entry's values and reads them back. When nothing is read back, the entry takes what the sensor has
     /// reported or acknowledged last. Abort, and another sensor on the port, ends it at once: nothing more is sent, and
-    /// a measurement that was stopped is left to the measurement loop, which resumes it.
+    /// a measurement that was stopped is left to the measurement loop, which resumes it. A sensor that has restarted
+    /// has lost what it was sent: Retry begins with the first value then.
     void Upload();
     /// Lets the sensor store what it works with ("999").
     void StoreInSensor();
@@ -73,6 +77,7 @@ private:
     FailureAnswer sendOne(std::string_view code);
     FailureAnswer ask(std::int32_t verdict);
     bool isSameSensor() const;
+    std::int32_t whyNothingCame() const;
     void readSet(TransferJob job);
     void command(std::string_view code, TransferJob job);
 
@@ -82,4 +87,6 @@ private:
     modRVQComm::PumpEvents m_pumpEvents;
     bool m_busy = false;
     std::int32_t m_opening = 0; ///< of the port, when the transfer began
+    std::int32_t m_reason = 0;  ///< text id: why the last value was not taken
+    bool m_isTaken = false;     ///< the sensor has acknowledged the last "999" or "000"
 };

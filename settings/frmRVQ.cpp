@@ -153,7 +153,7 @@ void frmRVQ::localise()
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         txtParameter[i]->setAccessibleName(text(LabelId(kFields[i].code)).trimmed());
     }
-    ShowStatusText(m_statusId);
+    showStatus(statusText());
     applyRule();
 }
 
@@ -329,6 +329,10 @@ void frmRVQ::FollowDevice()
     const std::int32_t connection = ConnectionTextId(m_context.device);
     if (connection != m_connection && !m_transfer.IsBusy()) {
         m_connection = connection;
+        if (connection == 0 && m_failure.first != 0) {
+            ShowFailure(m_failure.first, m_failure.second);
+            return;
+        }
         ShowStatusText(connection);
         ShowFailed(false);
     }

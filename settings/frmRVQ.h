@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 
 class Help;
 class QMessageBox;
@@ -69,6 +70,7 @@ private:
     void ShowBusy(bool busy) override;
     void ShowStatusText(std::int32_t textId) override;
     void ShowFailed(bool failed) override;
+    void ShowFailure(std::int32_t textId, std::int32_t reasonTextId) override;
     void ShowProgress(const TransferProgress& progress) override;
     FailureAnswer AskAboutFailure(std::int32_t reasonTextId) override;
     void SelectDeviceEntry() override;
@@ -92,6 +94,7 @@ private:
     State stateOf(const clsRVQ& device) const;
     void showInformation();
     QString rangeText(std::size_t field) const;
+    QString statusText() const;
     void saveAs(const std::string& path, const std::string& description);
     void showSource(const QString& source);
     void showStatus(const QString& status);
@@ -121,7 +124,9 @@ private:
     bool m_begun = false;
     bool m_unloading = false;
     std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
-    std::int32_t m_statusId = 0;
+    std::int32_t m_statusId = 0, m_reasonId = 0;
+    /// What a transfer has failed with, as `ShowFailure` was told; it comes back with the connection.
+    std::pair<std::int32_t, std::int32_t> m_failure;
     std::int32_t m_connection = 0; ///< text id of what was wrong with the connection
     State m_followed;              ///< as the last tick has found it
     QPointer<QWidget> m_focus;     ///< where it was before a transfer

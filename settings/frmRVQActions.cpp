@@ -235,7 +235,25 @@ void frmRVQ::ShowBusy(bool busy)
 void frmRVQ::ShowStatusText(std::int32_t textId)
 {
     m_statusId = textId;
-    showStatus(text(textId));
+    m_reasonId = 0;
+    if (textId == 0) {
+        m_failure = {};
+    }
+    showStatus(statusText());
+}
+
+void frmRVQ::ShowFailure(std::int32_t textId, std::int32_t reasonTextId)
+{
+    m_statusId = textId;
+    m_reasonId = reasonTextId;
+    m_failure = {textId, reasonTextId};
+    showStatus(statusText());
+    ShowFailed(true);
+}
+
+QString frmRVQ::statusText() const
+{
+    return m_reasonId == 0 ? text(m_statusId) : text(m_statusId).arg(text(m_reasonId));
 }
 
 void frmRVQ::showStatus(const QString& status)

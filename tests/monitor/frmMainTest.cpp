@@ -364,7 +364,10 @@ TEST(MainWindow, SettingsWindowBlocksInputButNotTheEnd)
     main.Trigger("mnuConfigurationRVQ");
     const auto* settings = main.Find<frmRVQ>("frmRVQ");
     const auto* status = FindIn<QLabel>(*settings, "lblStatus");
+    const auto* item = main.Find<QAction>("mnuConfigurationRVQ");
+    ASSERT_TRUE(Until([&] { return !item->isEnabled(); })) << "while it reads";
     ASSERT_TRUE(Until([&] { return status->text() == "Download configuration from Orvex finished"; }));
+    EXPECT_TRUE(Until([&] { return item->isEnabled(); }));
     QTest::mouseClick(start, Qt::LeftButton);
     EXPECT_EQ(start->text(), "Start");
     auto* combo = settings->findChild<QComboBox*>("cmbBaudrate");

@@ -89,10 +89,60 @@ TEST(Transfer, AFailureIsAskedAbout)
     window.entry.Offset = 12;
     window.transfer.Upload();
     EXPECT_EQ(window.line.TakeLog(), "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r");
-    EXPECT_EQ(window.TakeTold(), "ask 1293 ask 1293 ask 1293 ");
+    EXPECT_EQ(window.TakeTold(), "ask 1293 ask 1293 ask 1293 !1361:1293 ");
     EXPECT_EQ(window.entry.Offset, 0) << "the entry keeps what was read";
     EXPECT_FALSE(window.line.device.UnstoredChanges);
     EXPECT_FALSE(window.line.device.Wait.Running);
+}
+
+TEST(Transfer, WhatWasNotDoneIsToldWithItsReason)
+{
+    TransferOnLine window;
+    window.line.sensor.Faults().silence = 1.0;
+    window.transfer.Download();
+    EXPECT_EQ(window.TakeTold(), "!1360:1292 fill ");
+
+    window.line.sensor.Faults().silence = 0.0;
+    ASSERT_TRUE(window.line.Configured());
+    int ticks = 0;
+    window.pump = [&] {
+        if (++ticks == 20) {
+            window.line.Unplug();
+        }
+        window.line.Tick();
+    };
+    window.answers = {FailureAnswer::Retry, FailureAnswer::Abort};
+    window.transfer.Upload();
+    EXPECT_EQ(window.TakeTold(), "ask 1292 ask 1292 !1361:1136 ");
+    window.line.Replug();
+    window.pump = [&] { window.line.Tick(); };
+    ASSERT_TRUE(window.line.Configured());
+    window.transfer.Upload();
+    EXPECT_EQ(window.TakeTold(), "select 1274 ");
+}
+
+TEST(Transfer, ASensorThatRestartsIsSentEverythingAgain)
+{
+    for (const FailureAnswer answer : {FailureAnswer::Retry, FailureAnswer::Ignore}) {
+        TransferOnLine window;
+        window.line.beat_s = 0.001; // no answer is on its way yet
+        window.entry.Offset = 12;
+        int commands = 0;
+        window.pump = [&] {
+            const std::size_t before = window.line.sensor.WireLog().size();
+            window.line.Tick();
+            if (window.line.sensor.WireLog().size() > before && ++commands == 5) {
+                window.line.PowerOn(); // in the place of its answer
+            }
+        };
+        window.answers = {answer};
+        window.transfer.Upload();
+        const std::string log = window.line.TakeLog(), sent = "101 ASCII+UNIT\r|111 M\r|301 64\r|302 25\r|304 0\r|";
+        const bool again = answer == FailureAnswer::Retry;
+        EXPECT_TRUE(log.starts_with(sent + (again ? "101 ASCII+UNIT\r|" : "305 0\r|"))) << log;
+        EXPECT_EQ(window.TakeTold(), "ask 1292 select 1274 ");
+        EXPECT_EQ(window.line.device.Offset, 12);
+    }
 }
 
 TEST(Transfer, TheProgramEndsInTheMiddle)

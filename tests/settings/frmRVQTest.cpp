@@ -212,10 +212,19 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     editor.Click("cmdUpload");
     ASSERT_EQ(editor.questions.size(), 1U);
     EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
+    const std::string unsent = "Configuration not sent completely: No response from Orvex";
+    EXPECT_EQ(editor.Status(), unsent);
+    EXPECT_NE(editor.Find<QLabel>("lblStatus")->palette().color(QPalette::WindowText), Qt::black);
 
     faults = {.refusal = 1.0};
     ASSERT_TRUE(editor.line.Configured());
     editor.window->FollowDevice();
+    EXPECT_EQ(editor.Status(), unsent) << "the sensor is back, the values are not in it";
+    editor.line.settings.Language = LanguageGerman;
+    QEvent german(QEvent::LanguageChange);
+    QApplication::sendEvent(editor.window.get(), &german);
+    EXPECT_EQ(editor.Status(), "Konfiguration nicht vollständig gesendet: Keine Antwort vom Orvex");
+    editor.line.settings.Language = LanguageEnglish;
     editor.window->Boxes.Failure = [&](const QString&) {
         for (int i = 0; i < 200; ++i) { // seconds pass over the question
             editor.line.Tick();

@@ -9,7 +9,7 @@
 
 class clsRecordingTransferView : public TransferView {
 public:
-    std::string told;                  ///< status texts, "!" for red, "select", "fill" and "ask", in order
+    std::string told; ///< status texts, "!" for red, "!text:reason", "select", "fill" and "ask", in order
     std::deque<FailureAnswer> answers; ///< Abort when there are none left
     TransferProgress progress;
 
@@ -17,6 +17,10 @@ public:
     void ShowBusy(bool) override {}
     void ShowStatusText(std::int32_t id) override { told += id == 0 ? "" : std::to_string(id) + " "; }
     void ShowFailed(bool failed) override { told += failed ? "! " : ""; }
+    void ShowFailure(std::int32_t id, std::int32_t reason) override
+    {
+        told += "!" + std::to_string(id) + ":" + std::to_string(reason) + " ";
+    }
     void ShowProgress(const TransferProgress& shown) override { progress = shown; }
     FailureAnswer AskAboutFailure(std::int32_t reason) override
     {
