@@ -81,6 +81,7 @@ QGroupBox* frmChartSettings::buildValueAxis()
         box->Check = [this, limit](const std::string& typed) {
             return modChartSettings::CheckedText(limit, typed, m_decimalSeparator);
         };
+        box->Words = [this](std::int32_t id) { return Text(id, m_settings.Language); };
         auto* caption = new QLabel(frame);
         caption->setObjectName(QStringLiteral("lblParameter_%1").arg(limit));
         SetTextIds(caption, limit == modChartSettings::LimitMax ? 1035 : 1036);

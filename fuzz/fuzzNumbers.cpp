@@ -4,8 +4,11 @@
 #include "shell/Numbers.h"
 
 #include <cmath>
+#include <utility>
 
 namespace {
+
+constexpr std::size_t kLongest = 300; // digits that a double holds
 
 void readNumbers(std::string_view text)
 {
@@ -23,6 +26,10 @@ void readNumbers(std::string_view text)
         }
         const auto rounded = RoundHalfToEven(*number);
         Require(!rounded || std::abs(*rounded - *number) <= 0.5);
+    }
+    for (const auto& [separator, group] : {std::pair{',', '.'}, {'.', ','}, {',', ' '}}) {
+        const auto pasted = PastedNumber(text, separator, group);
+        Require(!pasted || pasted->size() > kLongest || CDbl(*pasted, separator));
     }
     if (const auto whole = WholeNumber(text)) {
         Require(CDbl(text, '.') == static_cast<double>(*whole));

@@ -126,6 +126,7 @@ void frmRVQ::connectControls()
         txtParameter[i]->Check = [this, i](const std::string& typed) {
             return CheckedText(i, typed, m_decimalSeparator);
         };
+        txtParameter[i]->Words = [this](std::int32_t id) { return text(id); };
         connect(txtParameter[i], &QLineEdit::textChanged, this, edited);
     }
     for (std::size_t i = 0; i < kChoices.size(); ++i) {

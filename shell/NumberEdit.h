@@ -1,9 +1,10 @@
-// A text box for a number: its keys are filtered, pasted text likewise, and what was typed is checked on leaving the
-// box and on Enter, which presses no button.
+// A text box for a number: its keys are filtered, pasted text is taken as one number or not at all, and what was typed
+// is checked on leaving the box and on Enter, which presses no button.
 #pragma once
 
 #include <QLineEdit>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -11,20 +12,31 @@ class NumberEdit : public QLineEdit {
     Q_OBJECT
 
 public:
-    /// Comma and point both become `decimalSeparator`.
+    /// Typed, comma and point both become `decimalSeparator`. The group separators of pasted numbers are the locale's.
     NumberEdit(QWidget* parent, char decimalSeparator);
 
-    /// From the typed text to the text that is shown instead.
+    /// From the typed text, which is empty or a number, to the text that is shown instead.
     std::function<std::string(const std::string& typed)> Check;
-    /// Shows any text, unfiltered.
+    /// The window's texts by their id; a tool tip says in them why a text was not taken.
+    std::function<QString(std::int32_t textId)> Words;
+    /// Shows any text, unfiltered. A text that is no number gives way to it again.
     void ShowText(const std::string& text);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void inputMethodEvent(QInputMethodEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    void check();
+    class Filter;
 
-    QValidator* m_filter;
+    void check(int explainAfter_ms);
+    bool isNumber(const QString& text) const;
+    void explain(int after_ms);
+
+    char m_decimalSeparator, m_groupSeparator;
+    Filter* m_filter;
+    bool m_typing = false; ///< what changes now is a key
+    QString m_before;      ///< what was there before it was edited
 };

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -16,6 +17,24 @@ bool isBlank(char c)
 bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
+}
+
+/// Digits in groups of three, the first of which may be shorter, put together; nothing when they are not in groups.
+std::optional<std::string> withoutGroups(std::string_view text, char separator)
+{
+    constexpr std::size_t kGroup = 3;
+    const std::size_t first = text.find(separator);
+    if (first == std::string_view::npos || first == 0 || first > kGroup) {
+        return std::nullopt;
+    }
+    std::string digits(text.substr(0, first));
+    for (std::size_t at = first; at < text.size(); at += kGroup + 1) {
+        if (text[at] != separator || text.size() - at <= kGroup) {
+            return std::nullopt;
+        }
+        digits += text.substr(at + 1, kGroup);
+    }
+    return std::ranges::all_of(digits, isDigit) ? std::optional(digits) : std::nullopt;
 }
 
 } // namespace
@@ -105,6 +124,31 @@ std::optional<char> FilteredKey(char key, char decimalSeparator)
         return key == decimalSeparator ? key : key == ',' ? '.' : ',';
     }
     return isDigit(key) || key == '-' || key == kBackspace || key == kEnter ? std::optional(key) : std::nullopt;
+}
+
+std::optional<std::string> PastedNumber(std::string_view text, char decimalSeparator, char groupSeparator)
+{
+    text = Trimmed(text);
+    std::string number;
+    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
+        number.append(text.front() == '-' ? "-" : "");
+        text.remove_prefix(1);
+    }
+    const std::size_t sign = text.find(decimalSeparator);
+    if (const auto whole = withoutGroups(text.substr(0, sign), groupSeparator)) {
+        number += *whole;
+        text.remove_prefix(std::min(sign, text.size()));
+    }
+    bool hasDigits = !number.empty() && isDigit(number.back()), hasSeparator = false;
+    for (const char c : text) {
+        const bool isSeparator = c == ',' || c == '.' || c == decimalSeparator;
+        if (isSeparator ? std::exchange(hasSeparator, true) : !isDigit(c)) {
+            return std::nullopt;
+        }
+        hasDigits = hasDigits || isDigit(c);
+        number += isSeparator ? decimalSeparator : c;
+    }
+    return hasDigits ? std::optional(number) : std::nullopt;
 }
 
 std::string NumberText(double value)

@@ -29,6 +29,12 @@ std::string_view Trimmed(std::string_view text);
 /// themselves, comma and point both the decimal separator. Nothing for any other key.
 std::optional<char> FilteredKey(char key, char decimalSeparator);
 
+/// A pasted text as it is put into a box for a number: one number with its sign, without the group separators, with the
+/// decimal separator. Where comma and point are no well-formed groups, a single one of them is the decimal separator,
+/// whichever it is. Blanks and line ends around the number do not count. Nothing for any other text, two numbers among
+/// them: a part of it would be another number.
+std::optional<std::string> PastedNumber(std::string_view text, char decimalSeparator, char groupSeparator);
+
 /// The shortest text that reads back as the same value, with a point.
 std::string NumberText(double value);
 

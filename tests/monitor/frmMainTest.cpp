@@ -290,8 +290,11 @@ TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
     main.Trigger("mnuPopupShowZero");
     EXPECT_FALSE(button("chkNullWerte")->isChecked()) << "menu and window stay in step";
 
+    lower->clear();
+    QTest::keyClicks(lower, "1a,5");
+    EXPECT_EQ(lower->text(), QString("1%1").arg(QLocale().decimalPoint()) + "5");
     lower->setText("1a,5");
-    EXPECT_EQ(lower->text(), QString("1%1").arg(QLocale().decimalPoint()) + "5") << "pasted text too";
+    EXPECT_EQ(lower->text(), QString("1%1").arg(QLocale().decimalPoint()) + "5") << "no number: it stays";
     lower->setText("-20");
     PressKey(*lower, Qt::Key_Return);
     EXPECT_EQ(lower->text(), "0");

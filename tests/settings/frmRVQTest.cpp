@@ -7,7 +7,9 @@
 #include "tests/support/Desk.h"
 #include "tests/support/SensorOnLine.h"
 
+#include <QClipboard>
 #include <QLocale>
+#include <QToolTip>
 
 #include <gtest/gtest.h>
 
@@ -194,6 +196,44 @@ TEST(SettingsWindow, AListThatCannotBeKeptIsToldByItsName)
         EXPECT_EQ(editor.unkept, list) << button;
     }
     EXPECT_TRUE(std::filesystem::exists(editor.fileAnswer));
+}
+
+TEST(SettingsWindow, PastedTextsAreTakenAsOneNumberOrNotAtAll)
+{
+    QLocale::setDefault(QLocale(QLocale::German));
+    Editor editor;
+    QLocale::setDefault(QLocale::c());
+    NumberEdit& box = editor.Box(4);
+    box.clear();
+    QTest::keyClicks(&box, "a5-x");
+    EXPECT_EQ(box.text(), "5-") << "other keys are left out without a word";
+    EXPECT_FALSE(QToolTip::isVisible());
+    const auto paste = [&](const char* text) {
+        box.selectAll();
+        QApplication::clipboard()->setText(text);
+        box.paste();
+        QApplication::processEvents();
+    };
+    paste("9000");
+    for (const char* text : {"12\n34\n", "1e3", "12 mm"}) {
+        paste(text);
+        EXPECT_EQ(box.text(), "9000") << text;
+        EXPECT_TRUE(QToolTip::text().startsWith("Not taken, that is not a single number.")) << text;
+        QToolTip::hideText();
+    }
+    paste("−12\n"); // the typographic minus
+    EXPECT_EQ(box.text(), "-12");
+    paste("1.234,5");
+    EXPECT_EQ(box.text(), "1234,5");
+
+    box.ShowText("9000");
+    box.selectAll();
+    QTest::keyClicks(&box, "1.234,5");
+    PressKey(box, Qt::Key_Return);
+    EXPECT_EQ(box.text(), "9000") << "typed, both keys are the separator: no number, and not the default either";
+    box.clear();
+    PressKey(box, Qt::Key_Return);
+    EXPECT_EQ(box.text(), "10000") << "an empty box gives its default";
 }
 
 TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)

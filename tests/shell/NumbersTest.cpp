@@ -40,6 +40,38 @@ TEST(Numbers, ReadingDoesNotDependOnTheLocale)
     std::setlocale(LC_ALL, "C");
 }
 
+TEST(Numbers, WhatIsPastedIsOneNumberOrNothing)
+{
+    using Row = std::tuple<const char*, char, char, std::optional<std::string>>;
+    for (const auto& [text, decimal, group, number] : {Row{"1,234.5", '.', ',', "1234.5"},
+                                                       Row{"1.234,5", ',', '.', "1234,5"},
+                                                       Row{" -12\n", '.', ',', "-12"},
+                                                       Row{"+7", '.', ',', "7"},
+                                                       Row{"12\n34\n", '.', ',', {}},
+                                                       Row{"12\t34", ',', '.', {}},
+                                                       Row{"1,234,567", '.', ',', "1234567"},
+                                                       Row{"1.234", ',', '.', "1234"},
+                                                       Row{"1.5", ',', '.', "1,5"},
+                                                       Row{"1,5", '.', ',', "1.5"},
+                                                       Row{"12,34,567", '.', ',', {}},
+                                                       Row{"1.234.5", '.', ',', {}},
+                                                       Row{"1,2345.6", '.', ',', {}},
+                                                       Row{"1234,567", '.', ',', "1234.567"},
+                                                       Row{"1.234,5", '.', ',', {}},
+                                                       Row{"1 234,5", ',', ' ', "1234,5"},
+                                                       Row{"1'234.5", '.', '\'', "1234.5"},
+                                                       Row{"12 34", ',', ' ', {}},
+                                                       Row{"12 mm", '.', ',', {}},
+                                                       Row{"1e3", '.', ',', {}},
+                                                       Row{"-", '.', ',', {}},
+                                                       Row{".", '.', ',', {}},
+                                                       Row{"--5", '.', ',', {}},
+                                                       Row{"", '.', ',', {}},
+                                                       Row{",123", '.', ',', ".123"}}) {
+        EXPECT_EQ(PastedNumber(text, decimal, group), number) << text << ", " << decimal;
+    }
+}
+
 TEST(Numbers, KeysOfANumberBox)
 {
     EXPECT_EQ(FilteredKey(',', '.'), '.');
