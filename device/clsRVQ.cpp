@@ -12,6 +12,7 @@ namespace {
 constexpr std::int32_t kDumpBits = 5000000; // divided by the rate: milliseconds that a dump may take
 constexpr std::int32_t kStopBits = 170000;  // divided by the rate: milliseconds of pause after a stop
 constexpr std::int32_t kMargin_ms = 500;    // on top of every answer time
+constexpr std::size_t kSentFrames = 64;     // more than an upload sends
 
 std::int32_t millisecondsAtRate(std::int32_t bits, std::int32_t rate)
 {
@@ -51,6 +52,10 @@ void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
     }
     PortIsOpen = true;
     ++Openings;
+    m_frames.Forget(); // whatever is there now
+    m_lines.Forget();
+    m_lastCrc_mm.reset();
+    m_mismatch = Mismatch::None;
     CommBaudrate(Rate);
 }
 
@@ -116,6 +121,7 @@ void clsRVQ::ReadComportData()
         const std::int32_t count = m_port->sio_read(CommComPort, NewInData);
         NewInData.resize(static_cast<std::size_t>(std::clamp(count, 0, waiting)));
         InBuffer += NewInData;
+        m_lastArrival = CurrentTime;
     }
     if (m_port->HasVanished(CommComPort)) {
         CloseComPort();
@@ -137,11 +143,27 @@ void clsRVQ::SendCommand(std::string_view Command)
         }
     }
     EventNr = EventNone;
+    if (command.size() > 3 && command.back() == '\r') {
+        noteSentFrame(command.substr(0, command.size() - 1));
+    }
     LastCommand = std::move(command);
     InBuffer.clear();
+    m_frames.Restart();
+    m_lines.Restart();
+    m_outOfStep = false;
+    m_due.clear();
     m_reported = false;
     // Deliberate: counted from the stored time, so the pause after a stop is part of the answer time.
     FailTime = CurrentTime + (wait_ms + kMargin_ms) / kMsPerDay;
+}
+
+/// A verdict may come late, when nobody waits for it any more.
+void clsRVQ::noteSentFrame(std::string text)
+{
+    m_sentFrames.push_back({std::move(text), CurrentTime});
+    if (m_sentFrames.size() > kSentFrames) {
+        m_sentFrames.pop_front();
+    }
 }
 
 std::int32_t clsRVQ::RateOfIndex(std::int32_t index)

@@ -3,10 +3,14 @@
 #pragma once
 
 #include "device/clsEventJournal.h"
+#include "device/clsFrameStep.h"
+#include "device/clsLineRun.h"
 #include "shell/Days.h"
 
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -87,6 +91,12 @@ public:
     /// Interprets `InBuffer`, sets `EventNr` and what belongs to it, and sends at most one follow-up command.
     /// Takes time linear in the buffer and leaves at most `kMaxPending` bytes in it.
     void EvaluateInBuffer();
+    /// Goes on after `EventCrcError`, as long as the bytes of a whole reply are there: the newest good one behind the
+    /// damage is in the values then, and `NewDistance` tells of a distance. `EventNr` stays as it is, or tells of the
+    /// temperature that was asked for.
+    void EvaluateBehindDamage();
+    /// Distances that have come together with one held back before them; the next evaluations tell of them.
+    bool HasDue() const { return !m_due.empty(); }
     /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`.
     void SendCommand(std::string_view Command);
 
@@ -109,6 +119,8 @@ public:
     std::int32_t EventNr = EventNone;
     /// The last evaluation has brought a distance; also when `EventNr` tells of damage behind it.
     bool NewDistance = false;
+    /// Distances that were given up as damaged, as far as that is known.
+    std::int64_t DamagedReplies = 0;
     double CurrentTime = 0.0;
     double FailTime = 0.0;
     clsEventJournal Journal;
@@ -144,6 +156,18 @@ public:
         S2OnThreshold, S2OffThreshold, AnalogOutput, AnalogMin, AnalogMax;
 
 private:
+    struct Distance {
+        std::string text; ///< as it was received, in the formats that are text
+        double value = 0.0;
+        std::int32_t value_mm = 0;
+    };
+    struct SentFrame {
+        std::string text; ///< without the carriage return
+        double time = 0.0;
+    };
+    /// A sensor that is taken for a binary one has answered in text: its dump tells whether that is so.
+    enum class Mismatch : std::uint8_t { None, Asked, Confirmed };
+
     // The evaluation (clsRVQEvaluate.cpp); a text that comes back is the follow-up command.
     std::string_view evaluateSilence();
     std::string_view evaluateSilentStart();
@@ -165,21 +189,41 @@ private:
     void takeBinaryDistance();
     void takeCrcDistance();
     void acceptDistance(double value, std::int32_t value_mm);
+    void acceptCrcDistance(std::int32_t value_mm);
+    void reportCrcError();
+    void acceptDistances(std::deque<Distance> distances);
+    void tellDue();
+    void addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const;
+    void addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const;
+    void followFormat();
+    bool isVerdict(std::string_view line) const;
+    bool isConfirmedFormat() const { return m_mismatch == Mismatch::Confirmed; }
     void readDump(std::string_view dump);
     void acceptTemperature();
     void reportNoAnswer();
     void reportUnanswered();
     void sendFollowUp(std::string_view command);
+    void noteSentFrame(std::string text);
     void boundInBuffer();
 
     bool hasBinaryFormat() const { return OutputFormat == FormatBinary || OutputFormat == FormatBinaryCrc; }
     bool owesNothing() const { return CommStatus == DialogueMeasuring && OutputMode == OutputSingle; }
     bool pastDeadline() const { return CurrentTime > FailTime; }
+    bool hasPaused() const;
     std::int32_t effectiveRate() const;
     std::int32_t answerTime_ms(std::string_view command) const;
 
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;
     std::int32_t m_lastRate;
+    clsFrameStep m_frames;
+    clsLineRun m_lines;
+    bool m_outOfStep = false; // frames with a CRC: the next good one may be good by chance
+    std::optional<std::int32_t> m_lastCrc_mm;
+    std::int32_t m_format = -1, m_unit = -1; // of what has come so far
+    std::deque<Distance> m_due;
+    std::deque<SentFrame> m_sentFrames; // of the last seconds
+    double m_lastArrival = 0.0;
+    Mismatch m_mismatch = Mismatch::None;
     bool m_reported = false; // the evaluation has had its say and nothing has been sent since
 };

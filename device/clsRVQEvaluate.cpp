@@ -4,12 +4,17 @@
 #include "device/modReplySteps.h"
 #include "shell/Numbers.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 constexpr std::size_t kShortReply = 5;      // bytes; what is shorter waits for more until the deadline
 constexpr double kDistanceTime_ms = 3000.0; // the longest gap between two distances
 constexpr double kTempErrValue = 2147483647.0;
-constexpr std::size_t kLongestText = 64; // several times what a sensor says of itself
+constexpr std::size_t kLongestText = 64;      // several times what a sensor says of itself
+constexpr double kPause_ms = 40.0;            // a tick of the loop, less what a busy machine takes from it
+constexpr double kVerdictMemory_ms = 10000.0; // for as long a verdict on a frame may come late
 
 bool contains(std::string_view bytes, std::string_view what)
 {
@@ -28,8 +33,13 @@ void clsRVQ::EvaluateInBuffer()
 {
     EventNr = EventNone;
     NewDistance = false;
+    if (!m_due.empty()) {
+        tellDue();
+        return;
+    }
     std::string_view followUp;
     if (modReplySteps::HoldsAnnouncement(InBuffer)) {
+        m_mismatch = Mismatch::None;
         UnstoredChanges = false; // a restarted sensor works with what it has stored
     }
     if (InBuffer.empty()) {
@@ -119,7 +129,11 @@ std::string_view clsRVQ::evaluateIdle()
         // A poll answered in text by a sensor that is taken for a binary one: its format has changed behind our back,
         // and no distance would ever be understood.
         const bool misread = polled && hasBinaryFormat() && EventNr == EventTemperature && !Wait.Running;
-        return misread ? "C" : "";
+        if (!misread || isConfirmedFormat()) {
+            return {};
+        }
+        m_mismatch = Mismatch::Asked;
+        return "C";
     }
     if (polled && hasBinaryFormat() && !announced) {
         // Before the verdicts, which no "T" gets: 69 and 79 degrees are an "E" and an "O".
@@ -259,11 +273,12 @@ bool clsRVQ::takeTextTemperature()
 
 void clsRVQ::evaluateAnswerToT()
 {
-    if (CommStatus == DialogueMeasuring && hasBinaryFormat() && modReplySteps::FindTextTemperature(InBuffer).consumed) {
+    const bool inText = hasBinaryFormat() && modReplySteps::FindTextTemperature(InBuffer).consumed > 0;
+    if (CommStatus == DialogueMeasuring && inText && !isConfirmedFormat()) {
         CommStatus = DialogueIdle; // not the format that we know: the idle state understands it and asks
         return;
     }
-    if (hasBinaryFormat()) {
+    if (hasBinaryFormat() && !inText) {
         takeBinaryTemperature();
     } else {
         takeTextTemperature();
@@ -279,6 +294,7 @@ void clsRVQ::takeBinaryTemperature()
     InBuffer.erase(0, reply.consumed);
     if (reply.crcError) {
         EventNr = EventCrcError;
+        ++DamagedReplies;
     } else if (reply.consumed > 0) {
         TempStatus = reply.status;
         sTemperature = modReplySteps::TemperatureText(reply.celsius, reply.status != 0);
@@ -324,14 +340,20 @@ void clsRVQ::evaluateDistance()
 
 void clsRVQ::takeAsciiDistance()
 {
-    const modReplySteps::AsciiDistance found = modReplySteps::FindAsciiDistance(InBuffer);
-    const auto value_mm = RoundHalfToEven(found.value * UnitOf(DistanceUnit).millimetres);
-    // A number beyond 32 bits of millimetres is noise, not a distance.
-    sDistance = value_mm ? found.text : std::string_view{};
+    followFormat();
+    const clsLineRun::Found found =
+        m_lines.Take(InBuffer, CurrentTime, [this](std::string_view line) { return isVerdict(line); });
     InBuffer.erase(0, found.consumed);
-    if (!sDistance.empty()) {
-        acceptDistance(found.value, *value_mm);
-    } else if (CurrentTime >= FailTime) {
+    DamagedReplies += found.damaged;
+    sDistance.clear();
+    std::deque<Distance> distances;
+    for (const auto& line : {found.held, found.newest}) {
+        if (line) {
+            addDistance(*line, distances);
+        }
+    }
+    acceptDistances(std::move(distances));
+    if (!NewDistance && CurrentTime >= FailTime) {
         // Deliberate: at the deadline itself, not after it as everywhere else.
         reportNoAnswer();
         InBuffer.clear();
@@ -340,18 +362,94 @@ void clsRVQ::takeAsciiDistance()
 
 void clsRVQ::takeBinaryDistance()
 {
-    const modReplySteps::BinaryDistances found = modReplySteps::FindBinaryDistances(InBuffer);
+    followFormat();
+    const std::size_t open = modReplySteps::CutTexts(InBuffer); // a late verdict, or another text, is no distance
+    const bool paused = hasPaused();
+    if (paused) {
+        InBuffer.resize(InBuffer.size() - open);
+    }
+    const std::string_view frames = std::string_view(InBuffer).substr(0, InBuffer.size() - (paused ? 0 : open));
+    const clsFrameStep::Found found = m_frames.Take(frames, paused);
     InBuffer.erase(0, found.consumed);
+    DamagedReplies += found.damaged;
+    std::deque<Distance> distances;
+    for (const std::int32_t held_mm : found.held_mm) {
+        addDistance(held_mm, distances);
+    }
     if (found.newest_mm) {
-        acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
-    } else if (pastDeadline() && !owesNothing()) {
+        addDistance(*found.newest_mm, distances);
+    }
+    acceptDistances(std::move(distances));
+    if (!NewDistance && pastDeadline() && !owesNothing()) {
         reportUnanswered();
     }
 }
 
+/// Nothing has come for a whole tick: what is there is all that was sent.
+bool clsRVQ::hasPaused() const
+{
+    return NewInData.empty() && CurrentTime - m_lastArrival >= kPause_ms / kMsPerDay;
+}
+
+/// Lines in another unit or format have another shape.
+void clsRVQ::followFormat()
+{
+    if (m_format != OutputFormat || m_unit != DistanceUnit) {
+        m_format = OutputFormat;
+        m_unit = DistanceUnit;
+        m_lines.Forget();
+        m_frames.Forget();
+        m_lastCrc_mm.reset();
+    }
+}
+
+/// Whether a line answers one of the frames that were sent lately: it names the code and says "O" or "E", or repeats
+/// it.
+bool clsRVQ::isVerdict(std::string_view line) const
+{
+    const std::string_view text = Trimmed(line);
+    const bool hasLetter = contains(text, "O") || contains(text, "E");
+    return std::ranges::any_of(m_sentFrames, [&](const SentFrame& frame) {
+        const std::string_view code = std::string_view(frame.text).substr(0, 3);
+        const bool isLate = CurrentTime - frame.time <= kVerdictMemory_ms / kMsPerDay;
+        return isLate && (text == code || text == frame.text || (hasLetter && contains(text, code)));
+    });
+}
+
+void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const
+{
+    distances.push_back({{}, value_mm / UnitOf(DistanceUnit).millimetres, value_mm});
+}
+
+void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
+{
+    // A number beyond 32 bits of millimetres is noise, not a distance.
+    if (const auto value_mm = RoundHalfToEven(line.value * UnitOf(DistanceUnit).millimetres)) {
+        distances.push_back({line.text, line.value, *value_mm});
+    }
+}
+
+/// The oldest is told now, the others are due.
+void clsRVQ::acceptDistances(std::deque<Distance> distances)
+{
+    if (!distances.empty()) {
+        m_due = std::move(distances);
+        tellDue();
+    }
+}
+
+void clsRVQ::tellDue()
+{
+    const Distance distance = std::move(m_due.front());
+    m_due.pop_front();
+    sDistance = distance.text;
+    acceptDistance(distance.value, distance.value_mm);
+}
+
 void clsRVQ::takeCrcDistance()
 {
-    const modReplySteps::BinaryDistances found = modReplySteps::FindCrcDistances(InBuffer);
+    followFormat();
+    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistances(InBuffer);
     if (!found.newest_mm && pastDeadline() && !owesNothing()) {
         // What holds no good frame at all is given up; to a good one behind damage it goes in one step.
         const std::size_t good = modReplySteps::FirstCrcFrame(InBuffer);
@@ -359,16 +457,64 @@ void clsRVQ::takeCrcDistance()
             reportUnanswered();
         } else {
             InBuffer.erase(0, good);
-            EventNr = EventCrcError;
+            reportCrcError();
         }
         return;
     }
+    if (m_outOfStep && found.newest_mm) {
+        const auto inStep = modReplySteps::IsCrcFrameInStep(InBuffer, m_lastCrc_mm);
+        if (!inStep && !hasPaused()) {
+            return; // the frame behind it will tell
+        }
+        if (!inStep.value_or(false)) {
+            InBuffer.erase(0, 1);
+            reportCrcError();
+            return;
+        }
+    }
     InBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
-        acceptDistance(*found.newest_mm / UnitOf(DistanceUnit).millimetres, *found.newest_mm);
+        acceptCrcDistance(*found.newest_mm);
     }
     if (found.crcError) {
+        reportCrcError();
+    }
+}
+
+void clsRVQ::acceptCrcDistance(std::int32_t value_mm)
+{
+    m_outOfStep = false;
+    m_lastCrc_mm = value_mm;
+    acceptDistance(value_mm / UnitOf(DistanceUnit).millimetres, value_mm);
+}
+
+void clsRVQ::reportCrcError()
+{
+    EventNr = EventCrcError;
+    m_outOfStep = true;
+    ++DamagedReplies;
+}
+
+void clsRVQ::EvaluateBehindDamage()
+{
+    if (LastCommand == "T") {
+        const std::size_t good = modReplySteps::FirstCrcTemperature(InBuffer);
+        if (good != std::string::npos) {
+            InBuffer.erase(0, good);
+            takeBinaryTemperature();
+            Journal.Append(EventNr);
+        }
+        return;
+    }
+    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistancesInDamage(InBuffer, m_lastCrc_mm);
+    InBuffer.erase(0, found.consumed);
+    if (found.newest_mm) {
+        acceptCrcDistance(*found.newest_mm);
+        m_outOfStep = found.crcError;
         EventNr = EventCrcError;
+        if (LastCommand == "G") {
+            LastCommand.clear();
+        }
     }
 }
 
@@ -384,6 +530,7 @@ void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
 void clsRVQ::readDump(std::string_view dump)
 {
     using modReplySteps::DumpValue;
+    const std::int32_t format = OutputFormat;
     DeviceType = textOf(DumpValue(dump, "Type:"));
     Attenuator = textOf(DumpValue(dump, "Attenuator:"));
     const std::string serialNo = textOf(DumpValue(dump, "Serial-No:"));
@@ -413,6 +560,8 @@ void clsRVQ::readDump(std::string_view dump)
     if (DeviceType == kSerialType) {
         NodeAddress = -1;
     }
+    const bool isSame = m_mismatch != Mismatch::None && OutputFormat == format;
+    m_mismatch = isSame ? Mismatch::Confirmed : Mismatch::None;
 }
 
 void clsRVQ::acceptTemperature()

@@ -1,7 +1,11 @@
 #include "device/modReplySteps.h"
 
 #include "device/Crc16.h"
+#include "device/Parameters.h"
 #include "shell/Numbers.h"
+
+#include <algorithm>
+#include <cstdlib>
 
 namespace modReplySteps {
 
@@ -10,8 +14,7 @@ namespace {
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kTemperatureMark = " C,";
 constexpr std::size_t kTemperatureDigits = 2;
-constexpr std::size_t kShortestSingleLine = 12;
-constexpr std::size_t kFrameSize = 4;
+constexpr std::size_t kCrcTemperatureSize = 4;
 constexpr std::size_t kCrcFrameSize = 6;
 constexpr std::uint32_t kCrcStart = 0xFFFFFFFFU;
 
@@ -20,49 +23,57 @@ std::uint8_t byteAt(std::string_view bytes, std::size_t i)
     return static_cast<std::uint8_t>(bytes[i]);
 }
 
-/// Four bytes of a frame, least significant first.
-std::uint32_t frameWord(std::string_view bytes, std::size_t at)
+bool hasCrc(std::string_view bytes, std::size_t at, std::size_t size)
 {
-    const auto byte = [&](std::size_t i) { return std::uint32_t{byteAt(bytes, at + i)}; };
-    return byte(0) | byte(1) << 8U | byte(2) << 16U | byte(3) << 24U;
+    return Crc16(bytes.substr(at, size), kCrcStart) == 0;
 }
 
-/// What tells a frame from four bytes out of step: only these combinations are distances or markers.
-bool isFrame(std::uint32_t word)
+/// Like a frame without CRC, but that the lowest byte may be 0: the CRC tells the step. Of the markers there are two.
+bool isDistance(std::uint32_t word)
 {
-    const std::uint32_t b0 = word & 0xFFU;
-    switch (word >> 24U) {
-    case 0x00:
-        return b0 != 0;
-    case 0x7F:
-        return b0 == 0xFF || b0 == 0xF0;
-    case 0xFF:
-        return (word >> 16U & 0xFFU) > 0xE1;
-    default:
-        return false;
-    }
+    return word >> 24U == 0x7FU ? word == 0x7FFFFFFFU || word == 0x7FFFFFF0U : word >> 24U == 0 || IsFrame(word);
 }
 
-std::int32_t decodeFrame(std::uint32_t word)
+/// A sum may be right by chance, a distance has its form besides.
+bool isGoodFrame(std::string_view bytes, std::size_t at)
 {
-    // From 128 on the highest byte is a sign only; its value does not count.
-    return word < 0x80000000U ? static_cast<std::int32_t>(word)
-                              : static_cast<std::int32_t>(word & 0xFFFFFFU) - 0x1000000;
+    return isDistance(FrameWord(bytes, at)) && hasCrc(bytes, at, kCrcFrameSize);
 }
 
-AsciiDistance judged(std::string_view candidate, std::size_t consumed)
+bool isNear(std::int64_t value, std::int64_t before)
 {
-    if (candidate.find("No Echo") != std::string_view::npos) {
-        return {consumed, "No Echo", 0.0};
-    }
-    if (candidate.find("TempErr") != std::string_view::npos) {
-        return {consumed, "TempError", 0.0};
-    }
-    const double value = Val(candidate);
-    if (value == 0.0) {
-        return {consumed, {}, 0.0};
-    }
-    return {consumed, Trimmed(candidate), value};
+    return std::abs(value - before) <= std::max<std::int64_t>(1000, std::abs(before) / 4); // mm
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// The digits at the head are taken off.
+std::size_t takeDigits(std::string_view& text)
+{
+    const auto end = std::ranges::find_if_not(text, isDigit);
+    const auto count = static_cast<std::size_t>(end - text.begin());
+    text.remove_prefix(count);
+    return count;
+}
+
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+bool isUnit(std::string_view text)
+{
+    const auto names = [&](std::string_view name) { return std::ranges::equal(text, name, {}, lower, lower); };
+    return std::ranges::find(kUnits, text, &UnitDef::name) != kUnits.end() ||
+           std::ranges::any_of(kUnits, names, &UnitDef::name) || std::ranges::any_of(kUnitNamesLong, names);
+}
+
+bool isTextByte(char c)
+{
+    return (c >= ' ' && c <= '~') || c == '\r' || c == '\n';
 }
 
 } // namespace
@@ -94,93 +105,124 @@ std::string TemperatureText(std::int32_t celsius, bool ok)
 
 BinaryTemperature StepBinaryTemperature(std::string_view bytes, bool withCrc)
 {
-    const std::size_t size = withCrc ? kFrameSize : kTemperatureDigits;
+    const std::size_t size = withCrc ? kCrcTemperatureSize : kTemperatureDigits;
     if (bytes.size() < size) {
         return {};
     }
-    if (withCrc && Crc16(bytes.substr(0, size), kCrcStart) != 0) {
+    if (withCrc && !hasCrc(bytes, 0, size)) {
         return {.consumed = 1, .crcError = true};
     }
     const std::int32_t celsius = byteAt(bytes, 0) < 128 ? byteAt(bytes, 0) : byteAt(bytes, 0) - 256;
     return {.consumed = size, .celsius = celsius, .status = byteAt(bytes, 1)};
 }
 
-AsciiDistance FindAsciiDistance(std::string_view bytes)
+std::optional<DistanceLine> ReadDistanceLine(std::string_view line)
 {
-    std::string_view candidate;
-    std::size_t consumed = 0;
-    bool pairFound = false;
-    for (;;) {
-        const std::size_t first = bytes.find(kLineEnd, consumed);
-        if (first == std::string_view::npos) {
-            break;
-        }
-        const std::size_t start = first + kLineEnd.size();
-        const std::size_t second = bytes.find(kLineEnd, start);
-        if (second != std::string_view::npos) {
-            candidate = bytes.substr(start, second - start);
-            consumed = second + kLineEnd.size();
-            pairFound = true;
-            continue;
-        }
-        // After a pair the odd line stays for the next evaluation.
-        if (!pairFound) {
-            candidate = first >= kShortestSingleLine ? bytes.substr(0, first) : std::string_view{};
-            consumed = start;
-        }
-        break;
+    std::string_view rest = line.substr(std::min(line.find_first_not_of(' '), line.size()));
+    const bool isPadded = line.size() - rest.size() > 1;
+    const std::string_view number = rest;
+    if (rest.starts_with('-') || rest.starts_with('+')) {
+        rest.remove_prefix(1);
     }
-    return judged(candidate, consumed);
+    const std::string_view digits = rest;
+    const std::size_t whole = takeDigits(rest);
+    std::size_t decimals = 0;
+    if (rest.starts_with('.')) {
+        rest.remove_prefix(1);
+        decimals = takeDigits(rest);
+    }
+    const double value = Val(number.substr(0, number.size() - rest.size()));
+    rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
+    rest = rest.substr(0, rest.find_last_not_of(' ') + 1);
+    if (whole + decimals == 0 || (!rest.empty() && !isUnit(rest))) {
+        return std::nullopt;
+    }
+    return DistanceLine{value, static_cast<std::int32_t>(decimals), rest, isPadded, whole > 1 && digits.front() == '0'};
 }
 
-BinaryDistances FindBinaryDistances(std::string_view bytes)
+CrcDistances FindCrcDistances(std::string_view bytes)
 {
-    BinaryDistances found;
-    std::optional<std::uint32_t> newest;
-    std::size_t at = 0;
-    while (bytes.size() - at >= kFrameSize) {
-        const std::uint32_t word = frameWord(bytes, at);
-        if (isFrame(word)) {
-            newest = word;
-            at += kFrameSize;
-        } else {
-            ++at;
-        }
-    }
-    found.consumed = at;
-    if (newest) {
-        found.newest_mm = decodeFrame(*newest);
-    }
-    return found;
-}
-
-BinaryDistances FindCrcDistances(std::string_view bytes)
-{
-    BinaryDistances found;
-    std::size_t newest = std::string_view::npos;
+    CrcDistances found;
     std::size_t at = 0;
     for (; bytes.size() - at >= kCrcFrameSize; at += kCrcFrameSize) {
-        if (Crc16(bytes.substr(at, kCrcFrameSize), kCrcStart) != 0) {
+        if (!isGoodFrame(bytes, at)) {
             found.crcError = true;
             break;
         }
-        newest = at;
+        found.newest_mm = DecodeFrame(FrameWord(bytes, at));
     }
     found.consumed = at + (found.crcError ? 1 : 0);
-    if (newest != std::string_view::npos) {
-        found.newest_mm = decodeFrame(frameWord(bytes, newest));
+    return found;
+}
+
+std::optional<bool> IsCrcFrameInStep(std::string_view bytes, std::optional<std::int32_t> last_mm)
+{
+    if (!last_mm || isNear(DecodeFrame(FrameWord(bytes, 0)), *last_mm)) {
+        return true;
+    }
+    if (bytes.size() < 2 * kCrcFrameSize) {
+        return std::nullopt;
+    }
+    return isGoodFrame(bytes, kCrcFrameSize);
+}
+
+CrcDistances FindCrcDistancesInDamage(std::string_view bytes, std::optional<std::int32_t> last_mm)
+{
+    CrcDistances found;
+    found.crcError = true;
+    while (bytes.size() - found.consumed >= kCrcFrameSize) {
+        const std::string_view rest = bytes.substr(found.consumed);
+        const bool isGood = isGoodFrame(rest, 0);
+        const auto inStep = isGood && found.crcError ? IsCrcFrameInStep(rest, last_mm) : std::optional(isGood);
+        if (!inStep) {
+            break;
+        }
+        found.crcError = !*inStep;
+        if (*inStep) {
+            found.newest_mm = last_mm = DecodeFrame(FrameWord(rest, 0));
+        }
+        found.consumed += *inStep ? kCrcFrameSize : 1;
     }
     return found;
 }
 
 std::size_t FirstCrcFrame(std::string_view bytes)
 {
-    for (std::size_t at = 0; at + kCrcFrameSize <= bytes.size(); ++at) {
-        if (Crc16(bytes.substr(at, kCrcFrameSize), kCrcStart) == 0) {
-            return at;
-        }
+    std::size_t at = 0;
+    while (at + kCrcFrameSize <= bytes.size() && !isGoodFrame(bytes, at)) {
+        ++at;
     }
-    return std::string_view::npos;
+    return at + kCrcFrameSize <= bytes.size() ? at : std::string_view::npos;
+}
+
+std::size_t FirstCrcTemperature(std::string_view bytes)
+{
+    std::size_t at = 0;
+    while (at + kCrcTemperatureSize <= bytes.size() && !hasCrc(bytes, at, kCrcTemperatureSize)) {
+        ++at;
+    }
+    return at + kCrcTemperatureSize <= bytes.size() ? at : std::string_view::npos;
+}
+
+std::size_t CutTexts(std::string& bytes)
+{
+    constexpr std::size_t kShortest = 4; // the highest byte of a frame is no text, so three at most stand together
+    if (bytes.find(kLineEnd) != std::string::npos) {
+        std::size_t kept = 0;
+        std::size_t textAt = 0; // of the bytes that are kept: where the present text begins
+        for (const char byte : bytes) {
+            bytes[kept++] = byte;
+            if (!isTextByte(byte)) {
+                textAt = kept;
+            } else if (byte == '\n' && kept - textAt >= kShortest && bytes[kept - 2] == '\r') {
+                kept = textAt;
+            }
+        }
+        bytes.resize(kept);
+    }
+    const auto end = std::find_if_not(bytes.rbegin(), bytes.rend(), isTextByte);
+    const auto open = static_cast<std::size_t>(end - bytes.rbegin());
+    return open >= kShortest ? open : 0;
 }
 
 DumpSpan FindDump(std::string_view bytes)

@@ -32,26 +32,68 @@ struct BinaryTemperature {
 /// Two bytes, value and status; with `withCrc` two CRC bytes behind them.
 BinaryTemperature StepBinaryTemperature(std::string_view bytes, bool withCrc);
 
-struct AsciiDistance {
-    std::size_t consumed = 0;
-    std::string_view text; ///< "No Echo", "TempError" or a trimmed text with a number that is not 0; empty: none
-    double value = 0.0;    ///< the number in the sensor's unit; 0 for the two markers
+/// A line that has the form of a distance: blanks, sign, digits with or without a point, and at most a unit.
+struct DistanceLine {
+    double value = 0.0;        ///< in the sensor's unit
+    std::int32_t decimals = 0; ///< digits behind the point
+    std::string_view unit;     ///< as it is spelt; empty: none
+    bool isPadded = false;     ///< two blanks or more stand before the number
+    bool hasZeros = false;     ///< the number begins with a 0 and another digit
 };
-/// The newest distance among the complete lines. Lines are taken in pairs, the second of a pair being the value; a
-/// single line counts only if it holds at least 12 characters and no pair was found.
-AsciiDistance FindAsciiDistance(std::string_view bytes);
+/// The line without its line end; empty when it is anything else.
+std::optional<DistanceLine> ReadDistanceLine(std::string_view line);
 
-struct BinaryDistances {
+inline constexpr std::size_t kFrameSize = 4;
+/// Four bytes of a frame, least significant first. There must be so many.
+inline std::uint32_t FrameWord(std::string_view bytes, std::size_t at)
+{
+    const auto byte = [&](std::size_t i) { return std::uint32_t{static_cast<std::uint8_t>(bytes[at + i])}; };
+    return byte(0) | byte(1) << 8U | byte(2) << 16U | byte(3) << 24U;
+}
+/// What tells a frame from four bytes out of step: only these combinations are distances or markers.
+inline bool IsFrame(std::uint32_t word)
+{
+    const std::uint32_t lowest = word & 0xFFU;
+    switch (word >> 24U) {
+    case 0x00:
+        return lowest != 0;
+    case 0x7F:
+        return lowest == 0xFF || lowest == 0xF0;
+    case 0xFF:
+        return (word >> 16U & 0xFFU) > 0xE1;
+    default:
+        return false;
+    }
+}
+/// The millimetres of a frame. From 128 on the highest byte is a sign only; its value does not count.
+inline std::int32_t DecodeFrame(std::uint32_t word)
+{
+    return word < 0x80000000U ? static_cast<std::int32_t>(word)
+                              : static_cast<std::int32_t>(word & 0xFFFFFFU) - 0x1000000;
+}
+
+struct CrcDistances {
     std::size_t consumed = 0;
     std::optional<std::int32_t> newest_mm;
     bool crcError = false; ///< the last consumed byte starts no good frame
 };
-/// All complete 4-byte frames, least significant byte first; a byte that starts none is passed over.
-BinaryDistances FindBinaryDistances(std::string_view bytes);
-/// All complete 6-byte frames up to the first bad CRC; of the bad frame one byte is consumed.
-BinaryDistances FindCrcDistances(std::string_view bytes);
+/// All complete 6-byte frames up to the first bad one, whose CRC is wrong or which has not the form of a distance; of
+/// the bad frame one byte is consumed.
+CrcDistances FindCrcDistances(std::string_view bytes);
+/// Goes on behind damage: all good 6-byte frames, wherever they begin. Out of step a sum may be right by chance, so the
+/// first frame there must lie near `last_mm` or be followed by another good one. What
+/// is left is shorter than a frame, or one that this cannot be told of yet; `crcError` says that the step is not found.
+CrcDistances FindCrcDistancesInDamage(std::string_view bytes, std::optional<std::int32_t> last_mm);
+/// Whether the good 6-byte frame at the head is such a one; empty while that cannot be told.
+std::optional<bool> IsCrcFrameInStep(std::string_view bytes, std::optional<std::int32_t> last_mm);
 /// Where the first good 6-byte frame begins; npos when there is none.
 std::size_t FirstCrcFrame(std::string_view bytes);
+/// Where the first good binary temperature with a CRC begins; npos when there is none.
+std::size_t FirstCrcTemperature(std::string_view bytes);
+
+/// Cuts texts out of binary distances: lines of four characters or more, their line end included, which no run of
+/// frames can hold. Returns how many bytes at the end may be the head of such a line.
+std::size_t CutTexts(std::string& bytes);
 
 struct DumpSpan {
     bool begun = false;    ///< "Type:" has come

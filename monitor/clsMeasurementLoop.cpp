@@ -12,8 +12,6 @@ namespace {
 
 constexpr double kClockStep_ms = 500.0;
 constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
-constexpr int kCatchUp = 200;         // evaluations of one tick beyond the first
-constexpr std::size_t kBacklog = 60;  // bytes, ten frames: more than that is behind
 
 enum TextId : std::int32_t {
     TextNewConfiguration = 1131,
@@ -84,14 +82,23 @@ void clsMeasurementLoop::absorbClockJump(double now)
 void clsMeasurementLoop::servePort()
 {
     readPort();
-    m_device.EvaluateInBuffer();
+    evaluate();
     dispatch();
-    // Damaged frames cost an evaluation a byte. At one evaluation a tick a noisy fast line would fall behind for ever.
-    for (int i = 0; i < kCatchUp && m_device.EventNr == EventCrcError && m_device.InBuffer.size() > kBacklog; ++i) {
+    while (m_device.HasDue()) {
         m_device.EvaluateInBuffer();
         dispatch();
     }
     pollAfterSilentSingle();
+}
+
+/// An evaluation ends at the first damaged frame and drops one byte of it. What stands behind it belongs to the same
+/// tick, or a noisy fast line would fall behind for ever; of all the damage in it one event tells.
+void clsMeasurementLoop::evaluate()
+{
+    m_device.EvaluateInBuffer();
+    if (m_device.EventNr == EventCrcError) {
+        m_device.EvaluateBehindDamage();
+    }
 }
 
 void clsMeasurementLoop::readPort()

@@ -84,6 +84,7 @@ private:
     void servePort();
     void reopenPort();
     void tryPort();
+    void evaluate();
     void dispatch();
     void noAnswer();
     void newDistance();

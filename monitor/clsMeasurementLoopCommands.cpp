@@ -83,7 +83,7 @@ bool clsMeasurementLoop::passBringsDistance()
         return false;
     }
     readPort();
-    m_device.EvaluateInBuffer();
+    evaluate();
     return m_device.NewDistance;
 }
 

@@ -1,0 +1,227 @@
+// A measurement over a line that damages a byte now and then: what the sensor has sent, what the program made of it.
+#pragma once
+
+#include "monitor/clsMeasurementLoop.h"
+#include "shell/Days.h"
+#include "simulator/WireFormat.h"
+#include "tests/support/PlayedLine.h"
+#include "tests/support/ScriptedSensor.h"
+#include "tests/support/SilentView.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+enum class Damage : std::uint8_t { None, Lost, Doubled, Foreign, Replaced };
+/// How the distance goes: around one place with noise, along with a crane, or anywhere in the range each time.
+enum class Course : std::uint8_t { Still, Moving, Anywhere };
+
+struct StreamCase {
+    std::int32_t format = FormatAscii;
+    std::int32_t unit = 1;
+    double from_mm = 300, to_mm = 9000; ///< from > to: no echo at all
+    double rate_Hz = 18;
+    Course course = Course::Still;
+    Damage damage = Damage::None;
+    bool isPadded = true; ///< lines are
+    int damages = 1000;   ///< or, undamaged, replies
+    unsigned seed = 1;
+};
+
+struct StreamResult {
+    int damaged = 0; ///< replies
+    int sent = 0, shown = 0;
+    int wrong = 0;        ///< shown values that had not been sent within the last second
+    double longest_s = 0; ///< from a damaged reply to the next value
+    std::vector<std::int32_t> values;
+    std::string firstWrong;
+};
+
+class DamagedStream {
+public:
+    explicit DamagedStream(const StreamCase& play) : m_case(play), m_random(play.seed), m_damage(play.seed + 1) {}
+
+    /// Is told what a tick finds on the line.
+    std::function<void(std::string_view)> Arrived = [](std::string_view) {};
+
+    StreamResult Play()
+    {
+        m_device.OutputFormat = m_case.format;
+        m_device.DistanceUnit = m_case.unit;
+        m_loop.Record = [this](const clsRVQ& device) { judge(device); };
+        m_loop.Tick(days()); // opens the port
+        m_device.CommStatus = DialogueIdle;
+        m_loop.StartStop({});
+        m_value_mm = (m_case.from_mm + m_case.to_mm) / 2;
+        const bool isDamaging = m_case.damage != Damage::None;
+        int untilDamage = kApart;
+        double next_s = m_now_s + 0.1, tick_s = m_now_s + 0.05;
+        while (isDamaging ? m_result.damaged < m_case.damages : m_result.sent < m_case.damages) {
+            next_s += 1.0 / m_case.rate_Hz * jitter();
+            std::string bytes = send(next_s);
+            if (isDamaging && --untilDamage == 0) {
+                harm(bytes);
+                ++m_result.damaged;
+                m_damaged_s = m_damaged_s ? m_damaged_s : next_s;
+                untilDamage = kApart + static_cast<int>(m_damage() % 8);
+            }
+            double arrival_s = next_s;
+            for (const char byte : bytes) {
+                arrival_s += kByte_s;
+                for (; tick_s < arrival_s; tick_s += 0.05) {
+                    tickAt(tick_s);
+                }
+                m_line.Arriving += byte;
+            }
+            next_s = std::max(next_s, arrival_s - 1.0 / m_case.rate_Hz); // the line is no faster
+        }
+        for (int i = 0; i < 20; ++i, tick_s += 0.05) {
+            tickAt(tick_s);
+        }
+        return m_result;
+    }
+
+private:
+    struct Line : PlayedLine {
+        void sent(char) override {}
+    };
+    struct View : SilentView {
+        std::optional<double> point;
+        void AddChartPoint(double, double value) override { point = value; }
+    };
+    struct Sent {
+        double time_s;
+        std::int32_t value_mm;
+    };
+    static constexpr int kApart = 10; // good replies between two damaged ones, at least
+    static constexpr double kByte_s = 10.0 / 9600;
+
+    double days() const { return ScriptedSensor::kStart + m_now_s / kSecondsPerDay; }
+    double jitter() { return 0.95 + 0.1 * std::generate_canonical<double, 32>(m_random); }
+
+    void tickAt(double time_s)
+    {
+        m_now_s = time_s;
+        Arrived(m_line.Arriving);
+        m_loop.Tick(days());
+    }
+
+    void move()
+    {
+        const double low = std::min(m_case.from_mm, m_case.to_mm), high = std::max(m_case.from_mm, m_case.to_mm);
+        std::uniform_real_distribution<double> anywhere(low, high);
+        if (m_case.course == Course::Anywhere) {
+            m_value_mm = anywhere(m_random);
+            return;
+        }
+        if (m_case.course == Course::Moving) {
+            m_value_mm += m_speed_mm_s / m_case.rate_Hz;
+            if (m_value_mm < low || m_value_mm > high) {
+                m_speed_mm_s = -m_speed_mm_s;
+            }
+        } else if (m_random() % 200 == 0) {
+            m_value_mm = anywhere(m_random); // another target
+        }
+        m_value_mm = std::clamp(m_value_mm, low, high);
+    }
+
+    /// What the sensor would say of the present distance.
+    std::string message()
+    {
+        const auto format = static_cast<simulator::Format>(m_case.format);
+        if (m_case.from_mm > m_case.to_mm) {
+            return simulator::NoEchoMessage(format);
+        }
+        std::string text = simulator::DistanceMessage(format, m_case.unit, m_noisy_mm);
+        if (!m_case.isPadded) {
+            text.erase(0, text.find_first_not_of(' '));
+        }
+        return text;
+    }
+
+    std::string send(double time_s)
+    {
+        move();
+        std::normal_distribution<double> noise(0, 4);
+        const double low = std::min(m_case.from_mm, m_case.to_mm), high = std::max(m_case.from_mm, m_case.to_mm);
+        m_noisy_mm = std::clamp(m_value_mm + noise(m_random), low, high);
+        const bool isText = m_case.format <= FormatAsciiUnit;
+        if (!isText && static_cast<std::int32_t>(std::nearbyint(m_noisy_mm)) % 256 == 0) {
+            m_noisy_mm += 1; // such a frame is out of step by the sensor's own rule
+        }
+        std::string bytes = message();
+        ++m_result.sent;
+        std::int32_t value_mm = kMarkerNoEcho;
+        if (isText) {
+            const double factor = UnitOf(m_case.unit).millimetres;
+            value_mm = static_cast<std::int32_t>(std::nearbyint(std::strtod(bytes.c_str(), nullptr) * factor));
+        } else if (m_case.from_mm <= m_case.to_mm) {
+            value_mm = static_cast<std::int32_t>(std::nearbyint(m_noisy_mm));
+        }
+        m_sent.push_back({time_s, value_mm});
+        return bytes;
+    }
+
+    void harm(std::string& bytes)
+    {
+        const std::size_t at = m_damage() % bytes.size();
+        const char foreign = static_cast<char>(m_damage());
+        switch (m_case.damage) {
+        case Damage::Lost:
+            bytes.erase(at, 1);
+            break;
+        case Damage::Doubled:
+            bytes.insert(at, 1, bytes[at]);
+            break;
+        case Damage::Foreign:
+            bytes.insert(at, 1, foreign);
+            break;
+        case Damage::Replaced:
+            bytes[at] = foreign;
+            break;
+        case Damage::None:
+            break;
+        }
+    }
+
+    void judge(const clsRVQ& device)
+    {
+        ++m_result.shown;
+        const std::int32_t value_mm = device.MeasValue_mm;
+        m_result.values.push_back(value_mm);
+        const auto isRight = [&](const Sent& sent) {
+            return sent.time_s > m_now_s - 1.05 && sent.value_mm == value_mm;
+        };
+        if (std::none_of(m_sent.rbegin(), m_sent.rbegin() + std::min<std::ptrdiff_t>(90, std::ssize(m_sent)),
+                         isRight)) {
+            ++m_result.wrong;
+            if (m_result.firstWrong.empty()) {
+                m_result.firstWrong = std::to_string(value_mm) + " mm at " + std::to_string(m_now_s) + " s, sent " +
+                                      std::to_string(m_sent.back().value_mm);
+            }
+        } else if (m_damaged_s && m_now_s >= *m_damaged_s + 0.06) {
+            m_result.longest_s = std::max(m_result.longest_s, m_now_s - *m_damaged_s);
+            m_damaged_s.reset();
+        }
+    }
+
+    StreamCase m_case;
+    std::mt19937 m_random, m_damage;
+    Line m_line;
+    View m_view;
+    modGlobals::Settings m_settings;
+    clsRVQ m_device{m_line, {}};
+    clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
+    double m_now_s = 1000.0;
+    double m_value_mm = 0.0, m_noisy_mm = 0.0;
+    double m_speed_mm_s = std::min(1500.0, std::abs(m_case.to_mm - m_case.from_mm) / 2);
+    std::vector<Sent> m_sent;
+    std::optional<double> m_damaged_s;
+    StreamResult m_result;
+};
