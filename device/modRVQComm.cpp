@@ -62,6 +62,18 @@ std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> fina
     }
 }
 
+bool IsAnswerOpen(const clsRVQ& device)
+{
+    return device.PortIsOpen && (device.LastCommand == "T" || device.LastCommand == "C");
+}
+
+void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
+{
+    while (IsAnswerOpen(device) && !device.Wait.Ended) {
+        pumpEvents();
+    }
+}
+
 std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents)
 {
     device.Journal.Clear();
@@ -85,6 +97,7 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
         throw std::logic_error("a measuring sensor gives no verdict; stop it first");
     }
     const WaitScope wait(device);
+    AwaitOpenAnswer(device, pumpEvents);
     return SendValueOf(device, device, code, pumpEvents);
 }
 
@@ -93,6 +106,11 @@ std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEv
     const WaitScope wait(device);
     const bool measuring = device.CommStatus == DialogueMeasuring;
     const std::int32_t opening = device.Openings;
+    AwaitOpenAnswer(device, pumpEvents);
+    if (device.Wait.Ended || !device.PortIsOpen || device.Openings != opening) {
+        device.EventNr = EventNoAnswer;
+        return EventNoAnswer;
+    }
     if (measuring) {
         StopMeasurement(device);
     }

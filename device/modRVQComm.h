@@ -53,6 +53,15 @@ std::string ParameterFrame(const clsRVQ& device, std::string_view code);
 /// To be called within a `WaitScope` that is older than the send; clear the journal before that send.
 std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> finals, const PumpEvents& pumpEvents);
 
+/// Whether the sensor owes the answer to a question that the program has asked by itself: an idle poll, or the
+/// configuration.
+bool IsAnswerOpen(const clsRVQ& device);
+
+/// Waits until no such answer is open, be it that it has come or that its time has passed: it would be taken for the
+/// answer to the next command. Ends at once when the port is closed or the program ends. To be called within a
+/// `WaitScope`, before whatever is sent for the operator.
+void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents);
+
 /// Sends one parameter ("999" stores, "000" sets factory defaults) and waits for the verdict, which is left in
 /// `EventNr` and returned: EventNoAnswer, EventAcknowledged or EventRefused. A temperature or a dump in its place
 /// counts as refused. Throws std::logic_error as `WaitScope` does, and while the sensor measures, when no verdict would

@@ -222,7 +222,7 @@ void clsMeasurementLoop::newTemperature()
         m_device.SendCommand("M");
     } else if (m_device.CommStatus == DialogueIdle && m_measuring && m_device.LastCommand != "C") {
         // Not while the evaluation reads the configuration; the next poll resumes then.
-        startStop();
+        startStop(m_device.CommStatus);
     }
 }
 

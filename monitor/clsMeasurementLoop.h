@@ -31,6 +31,10 @@ public:
     using NextPass = std::function<double()>;
     static constexpr std::int32_t kPass_ms = 100;
 
+    /// Lets the window handle its events while a command waits until an idle poll is answered; ticks go on meanwhile.
+    /// Empty: no command waits.
+    modRVQComm::PumpEvents PumpEvents;
+
     /// Starts continuous measurement, or stops it. A sensor with single output is asked for one value instead, which is
     /// waited for in at most 41 passes.
     void StartStop(const NextPass& nextPass);
@@ -92,7 +96,8 @@ private:
     void newConfiguration();
     void interruptForTemperature();
     void pollAfterSilentSingle();
-    void startStop();
+    bool awaitOpenAnswer();
+    void startStop(std::int32_t before);
     void requestOne(const NextPass& nextPass);
     bool passesBringDistance(const NextPass& nextPass);
     bool passBringsDistance();

@@ -11,19 +11,36 @@ constexpr int kPasses = 41; // counted from 0 to 40
 
 void clsMeasurementLoop::StartStop(const NextPass& nextPass)
 {
-    if (!mayStart()) {
+    // As the operator sees it: an answer that does not come changes the dialogue.
+    const std::int32_t before = m_device.CommStatus;
+    if (!mayStart() || !awaitOpenAnswer()) {
         return;
     }
     if (m_device.OutputMode != OutputSingle) {
-        startStop();
+        startStop(before);
     } else if (m_device.PortIsOpen) {
         requestOne(nextPass);
     }
 }
 
-void clsMeasurementLoop::startStop()
+/// The answer to an idle poll would be taken for the one to the operator's command. False when nothing may be sent any
+/// more.
+bool clsMeasurementLoop::awaitOpenAnswer()
 {
-    const std::int32_t before = m_device.CommStatus;
+    if (!PumpEvents || !modRVQComm::IsAnswerOpen(m_device)) {
+        return true;
+    }
+    const std::int32_t opening = m_device.Openings;
+    {
+        const modRVQComm::WaitScope wait(m_device);
+        showRule();
+        modRVQComm::AwaitOpenAnswer(m_device, PumpEvents);
+    }
+    return !m_device.Wait.Ended && m_device.Openings == opening;
+}
+
+void clsMeasurementLoop::startStop(std::int32_t before)
+{
     if (before == DialogueIdle) {
         m_view.ShowStatus(3, {});
         m_view.ResetChart();
@@ -89,7 +106,8 @@ bool clsMeasurementLoop::passBringsDistance()
 
 void clsMeasurementLoop::SwitchRedLaser(bool on)
 {
-    if (!mayStart() || m_device.CommStatus == DialogueNone) {
+    const bool isSent = mayStart() && awaitOpenAnswer() && m_device.CommStatus != DialogueNone;
+    if (!isSent) {
         showSensorSettings();
         return;
     }
@@ -122,7 +140,7 @@ void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t clsRV
 
 void clsMeasurementLoop::RequestSingleValue()
 {
-    if (!m_device.Wait.Running && m_device.CommStatus != DialogueMeasuring) {
+    if (mayStart() && m_device.CommStatus != DialogueMeasuring && awaitOpenAnswer()) {
         m_device.SendCommand("G");
     }
 }

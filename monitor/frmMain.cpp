@@ -99,6 +99,7 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
     connectMenus();
     connectRecorder();
     m_loop.DevicesChanged = m_ports.devicesChanged;
+    m_loop.PumpEvents = pumpEvents;
     ShowDialogue(DialogueNone);
     ShowRule({});
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
@@ -356,21 +357,34 @@ void frmMain::noteFailure()
     }
 }
 
+/// The button stays down while its command waits for the sensor, and has the focus again when it may be used.
+void frmMain::press(QPushButton& button, const std::function<void()>& act)
+{
+    const bool hadFocus = button.hasFocus();
+    button.setDown(true);
+    act();
+    button.setDown(false);
+    if (hadFocus) {
+        button.setFocus();
+    }
+}
+
 void frmMain::cmdStart_Click()
 {
-    m_loop.StartStop([this] {
+    const auto nextPass = [this] {
         QElapsedTimer passed;
         passed.start();
         while (passed.elapsed() < clsMeasurementLoop::kPass_ms && !m_device.Wait.Ended) {
             pumpEvents(); // the timer wakes it
         }
         return modAPI::LocalTime();
-    });
+    };
+    press(*cmdStart, [&] { m_loop.StartStop(nextPass); });
 }
 
 void frmMain::cmdSingleValue_Click()
 {
-    m_loop.RequestSingleValue();
+    press(*cmdSingleValue, [this] { m_loop.RequestSingleValue(); });
 }
 
 void frmMain::chkMovingAverage_Click(bool checked)

@@ -129,6 +129,7 @@ private:
     void offerFirstSteps();
     void fraFirstSteps_Tried();
     void timer_Tick();
+    static void press(QPushButton& button, const std::function<void()>& act);
     void cmdStart_Click();
     void cmdSingleValue_Click();
     void chkMovingAverage_Click(bool checked);

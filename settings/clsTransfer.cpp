@@ -124,7 +124,8 @@ void clsTransfer::run(std::initializer_list<TransferJob> jobs)
     const modRVQComm::WaitScope wait(m_device);
     const bool measuring = m_device.CommStatus == DialogueMeasuring;
     m_opening = m_device.Openings;
-    if (measuring) {
+    modRVQComm::AwaitOpenAnswer(m_device, m_pumpEvents);
+    if (measuring && isSameSensor()) {
         modRVQComm::StopMeasurement(m_device);
     }
     const bool finished = std::ranges::all_of(jobs, [this](TransferJob job) { return perform(job); });
@@ -279,7 +280,7 @@ void clsTransfer::command(std::string_view code, TransferJob job)
 {
     const bool store = job == TransferJob::Store;
     m_view.ShowProgress({0, 0, store ? TextStoring : TextSettingDefaults});
-    m_isTaken = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents) == EventAcknowledged;
+    m_isTaken = isSameSensor() && modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents) == EventAcknowledged;
     m_view.ShowFailed(!m_isTaken);
     if (m_isTaken) {
         m_view.ShowStatusText(store ? TextStored : TextDefaultsSet);

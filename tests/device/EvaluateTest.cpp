@@ -244,6 +244,112 @@ TEST(Evaluate, CrcFrames)
     EXPECT_EQ(sensor.device.InBuffer + sensor.device.LastCommand, "");
 }
 
+TEST(Evaluate, BehindACrcErrorItGoesOnInOnePass)
+{
+    const auto frame = [](std::int32_t mm) {
+        return WithCrc({static_cast<char>(mm), static_cast<char>(mm >> 8), '\0', '\0'});
+    };
+    Expecting sensor(DialogueMeasuring, "m", FormatBinaryCrc);
+    sensor.Arrive(frame(10000));
+    std::string damaged = frame(10001);
+    damaged[1] ^= 4;
+    EXPECT_EQ(sensor.Arrive(frame(10002) + damaged + frame(10003) + "zz" + frame(10004)), EventCrcError);
+    EXPECT_EQ(sensor.device.MeasValue_mm, 10002);
+    sensor.device.EvaluateBehindDamage();
+    EXPECT_EQ(sensor.device.MeasValue_mm, 10004) << "a damaged frame costs itself";
+    EXPECT_EQ(sensor.device.EventNr, EventCrcError) << "of all the damage in a tick one event tells";
+
+    // Far from the last distance a frame out of step may be one by chance: the next one has to be good, too.
+    sensor.device.InBuffer.clear();
+    EXPECT_EQ(sensor.Arrive("x" + frame(50000)), EventCrcError);
+    sensor.device.EvaluateBehindDamage();
+    EXPECT_EQ(sensor.device.MeasValue_mm, 10004);
+    EXPECT_EQ(sensor.Arrive(frame(50001)), EventDistance);
+    EXPECT_EQ(sensor.device.MeasValue_mm, 50001);
+
+    std::string noise(60000, '\x55');
+    sensor.Arrive(noise + frame(50002));
+    sensor.device.EvaluateBehindDamage();
+    EXPECT_EQ(sensor.device.MeasValue_mm, 50002);
+    EXPECT_EQ(sensor.device.InBuffer, "");
+}
+
+TEST(Evaluate, APauseEndsAFrame)
+{
+    Expecting sensor(DialogueMeasuring, "m", FormatBinary);
+    sensor.Arrive("\x10\x27\x00\x00"s);
+    sensor.Arrive("\x11\x27\x00"s); // a byte is lost
+    sensor.At(50);
+    EXPECT_EQ(sensor.Arrive(""), EventNone);
+    EXPECT_EQ(sensor.device.InBuffer, "") << "given up after a tick of silence";
+    EXPECT_EQ(sensor.Arrive("\x12\x27\x00\x00"s), EventDistance);
+    EXPECT_EQ(sensor.device.MeasValue_mm, 10002);
+}
+
+TEST(Evaluate, WhatADamagedFrameWouldExplainWaitsForTheNextOne)
+{
+    using Row = std::tuple<const char*, std::string, std::string, std::vector<std::int32_t>>;
+    const Row rows[] = {
+        {"a foreign byte", "\xAA\x11\x27\x00"s, "\x00\x12\x27\x00\x00"s, {10002}},
+        {"a jump", "\xAA\x11\x27\x00"s, "\xAB\x11\x27\x00"s, {0x2711AA, 0x2711AB}},
+        {"a lost byte", "\x27\x00\x00\x00"s, "\x27\x00\x00\x13\x27\x00\x00"s, {10003}},
+    };
+    for (const auto& [name, first, second, shown] : rows) {
+        Expecting sensor(DialogueMeasuring, "m", FormatBinary);
+        for (int i = 0; i < 4; ++i) {
+            sensor.Arrive("\x10\x27\x00\x00"s);
+        }
+        EXPECT_EQ(sensor.Arrive(first), EventNone) << name;
+        std::vector<std::int32_t> values;
+        sensor.Arrive(second);
+        for (int i = 0; i < 3 && sensor.device.NewDistance; ++i) {
+            values.push_back(sensor.device.MeasValue_mm);
+            sensor.Arrive("");
+        }
+        EXPECT_EQ(values, shown) << name;
+    }
+}
+
+TEST(Evaluate, ALineOfAnotherShapeWaitsForTheNextOne)
+{
+    using Row = std::tuple<const char*, std::vector<std::string>, std::vector<std::string>>;
+    const std::string padded = "     1.234 m", plain = "\r\n9.876 m";
+    const Row rows[] = {
+        {"a lost digit", {padded, "     1.34 m"}, {"1.234 m"}},
+        {"a lost blank", {padded, "    1.235 m", padded}, {"1.234 m", "1.234 m"}},
+        {"another unit", {padded, "     4.049 ft", "     4.050 ft"}, {"1.234 m", "4.049 ft", "4.050 ft"}},
+        {"a foreign digit", {plain, "\r\n93.876 m", plain}, {"9.876 m", "9.876 m"}},
+        {"a longer way", {plain, "\r\n10.001 m"}, {"9.876 m", "10.001 m"}},
+        {"a jump", {plain, "\r\n93.876 m", "\r\n93.871 m"}, {"9.876 m", "93.876 m", "93.871 m"}},
+        {"a verdict that comes late", {padded, "OK 304 distances", padded}, {"1.234 m", "1.234 m"}},
+        {"the frame come back", {padded, "\r\n304", padded}, {"1.234 m", "1.234 m"}},
+    };
+    for (const auto& [name, lines, shown] : rows) {
+        Expecting sensor(DialogueIdle, "");
+        sensor.device.SendCommand("304 1\r");
+        sensor.Expect(DialogueMeasuring, "m");
+        std::vector<std::string> texts;
+        for (const std::string& line : lines) {
+            sensor.Arrive(line + "\r\n");
+            for (int i = 0; i < 3 && sensor.device.NewDistance; ++i) {
+                texts.push_back(sensor.device.sDistance);
+                sensor.device.EvaluateInBuffer();
+            }
+        }
+        EXPECT_EQ(texts, shown) << name;
+    }
+}
+
+TEST(Evaluate, ALateVerdictIsNoBinaryDistance)
+{
+    Expecting sensor(DialogueMeasuring, "m", FormatBinary);
+    sensor.Arrive("\xB8\x0F\x00\x00"s);
+    EXPECT_EQ(sensor.Arrive("OK 3"), EventNone);
+    EXPECT_EQ(sensor.Arrive("01\r\n\xB9\x0F\x00\x00"s), EventDistance);
+    EXPECT_EQ(sensor.device.MeasValue_mm, 4025);
+    EXPECT_EQ(sensor.device.InBuffer, "");
+}
+
 TEST(Evaluate, DumpFillsTheParameterSet)
 {
     const std::string head = "noise Type: Profibus\r\nAttenuator: E\r\nSerial-No: 4711\r\nVersion: 2.1\r\nBuild: 7\r\n"
@@ -335,6 +441,27 @@ TEST(Evaluate, APollOfABinarySensorAnsweredInTextAsksForTheConfiguration)
             EXPECT_EQ(sensor.port.Sent, format == FormatAsciiUnit ? "" : "C") << format;
         }
     }
+}
+
+TEST(Evaluate, ABinarySensorThatAnswersInTextIsAskedOnce)
+{
+    const char* dump = "Type: Serial\r\n101: 2\r\nend\r\n";
+    Expecting sensor(DialogueIdle, "T", FormatBinary);
+    sensor.Arrive("23 C,  OK\r\n");
+    EXPECT_EQ(sensor.port.TakeSent(), "C");
+    EXPECT_EQ(sensor.Arrive(dump), EventConfiguration);
+    for (const std::int32_t dialogue : {DialogueIdle, DialogueMeasuring}) {
+        sensor.Expect(dialogue, "T");
+        EXPECT_EQ(sensor.Arrive("24 C,  OK\r\n"), EventTemperature);
+        EXPECT_EQ(sensor.device.CommStatus, dialogue) << "the measurement goes on";
+        EXPECT_EQ(sensor.port.TakeSent(), "") << "its dump has said the same";
+    }
+    sensor.Expect(DialogueIdle, "T");
+    sensor.Arrive("RVQ ready\r\n");
+    sensor.Expect(DialogueIdle, "T");
+    sensor.device.InBuffer.clear();
+    sensor.Arrive("24 C,  OK\r\n");
+    EXPECT_EQ(sensor.port.TakeSent(), "C") << "a restarted sensor may have another format";
 }
 
 TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)

@@ -283,6 +283,56 @@ TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPauses)
     EXPECT_EQ(opens(), 1) << "one that has worked is not waited for";
 }
 
+TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
+{
+    struct Row {
+        const char* name;
+        void (*act)(Monitor&);
+        const char* sent;
+    };
+    const Row rows[] = {
+        {"single", [](Monitor& m) { m.loop.RequestSingleValue(); }, "G"},
+        {"start", [](Monitor& m) { m.loop.StartStop({}); }, "M"},
+        {"laser", [](Monitor& m) { m.loop.SwitchRedLaser(true); }, "P"},
+        {"averaging",
+         [](Monitor& m) {
+             m.loop.ChangeSetting("301", &clsRVQ::AverageDepth, 2,
+                                  [&m] { m.Tick(m.sensor.device.LastCommand == "T" ? "\x17\x01" : "OK 301\r\n"); });
+         },
+         "301 64\r"},
+    };
+    for (const Row& row : rows) {
+        Monitor monitor;
+        monitor.Tick();
+        monitor.sensor.device.OutputFormat = FormatBinary;
+        monitor.sensor.device.CommStatus = DialogueIdle;
+        monitor.sensor.device.SendCommand("T");
+        monitor.Sent();
+        int ticks = 0;
+        monitor.loop.PumpEvents = [&] {
+            EXPECT_EQ(monitor.Sent(), "") << row.name << " before the answer";
+            EXPECT_FALSE(monitor.view.rule.Single) << row.name;
+            monitor.Tick(++ticks == 3 ? "\x17\x01" : "");
+            ASSERT_LT(ticks, 5) << row.name;
+        };
+        row.act(monitor);
+        EXPECT_EQ(monitor.view.temperature, "23 C,  OK") << row.name;
+        EXPECT_EQ(monitor.Sent(), row.sent) << row.name;
+    }
+}
+
+TEST(MeasurementLoop, AStopIsAStopWhateverBecomesOfThePoll)
+{
+    Monitor monitor;
+    monitor.Measure();
+    monitor.sensor.device.SendCommand("T"); // between the values
+    monitor.loop.PumpEvents = [&] { monitor.Tick({}, 1600); };
+    monitor.loop.StartStop({});
+    EXPECT_EQ(monitor.Sent(), "TS");
+    EXPECT_FALSE(monitor.view.running);
+    EXPECT_FALSE(monitor.loop.IsMeasuring());
+}
+
 TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
 {
     Monitor monitor;
