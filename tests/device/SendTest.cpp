@@ -133,12 +133,18 @@ TEST(SendParameter, RefusesToStartInsideAWaitOrATick)
     EXPECT_EQ(sensor.port.Sent, "302 25\r") << "nothing went out";
 }
 
-TEST(ChangeParameter, SendsNothingMoreFromAProgramThatEnds)
+TEST(ChangeParameter, StartsNothingWhenTheProgramEndsOrThePortIsNoLongerTheSame)
 {
-    ScriptedSensor sensor;
-    sensor.device.CommStatus = DialogueMeasuring;
-    modRVQComm::ChangeParameter(sensor.device, "304", [&] { sensor.device.Wait.Ended = true; });
-    EXPECT_EQ(sensor.port.Sent, "S304 0\r");
+    using Row = std::pair<const char*, void (*)(clsRVQ&)>;
+    for (const auto& [what, happens] :
+         {Row{"the end", [](clsRVQ& device) { device.Wait.Ended = true; }},
+          Row{"a closed port", [](clsRVQ& device) { device.CloseComPort(); }},
+          Row{"another device", [](clsRVQ& device) { device.CloseComPort(), device.OpenComPort(1, 9600); }}}) {
+        ScriptedSensor sensor;
+        sensor.device.CommStatus = DialogueMeasuring;
+        modRVQComm::ChangeParameter(sensor.device, "304", [&, act = happens] { act(sensor.device); });
+        EXPECT_EQ(sensor.port.Sent, "S304 0\r") << what;
+    }
 }
 
 } // namespace

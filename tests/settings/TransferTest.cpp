@@ -145,6 +145,24 @@ TEST(Transfer, ASensorThatRestartsIsSentEverythingAgain)
     }
 }
 
+TEST(Transfer, AMeasurementGoesOnOnlyWithTheSameSensor)
+{
+    using Row = std::tuple<const char*, void (*)(ScriptedSensor&), const char*>;
+    for (const auto& [what, happens, sent] :
+         {Row{"an answer", [](ScriptedSensor& s) { s.Arrive("OK 999\r\n"); }, "S999 \rM"},
+          Row{"a closed port", [](ScriptedSensor& s) { s.device.CloseComPort(); }, "S999 \r"},
+          Row{"another device", [](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); },
+              "S999 \r"}}) {
+        ScriptedSensor sensor;
+        clsRVQ entry;
+        clsRecordingTransferView view;
+        clsTransfer transfer(sensor.device, entry, view, [&, act = happens] { act(sensor); });
+        sensor.device.CommStatus = DialogueMeasuring;
+        transfer.StoreInSensor();
+        EXPECT_EQ(sensor.port.Sent, sent) << what;
+    }
+}
+
 TEST(Transfer, TheProgramEndsInTheMiddle)
 {
     TransferOnLine window;
