@@ -384,17 +384,33 @@ TEST(Evaluate, ATextIsNoLongerThanItsKindNeeds)
     }
     Expecting sensor(DialogueIdle, "C");
     const clsRVQ& device = sensor.device;
-    for (const bool unstored : {false, true}) {
-        sensor.device.UnstoredChanges = unstored;
-        ASSERT_EQ(sensor.Arrive(dump + "end"), EventConfiguration);
-        EXPECT_EQ(device.UnstoredChanges, unstored) << "the same sensor as before";
-    }
+    ASSERT_EQ(sensor.Arrive(dump + "end"), EventConfiguration);
     for (const std::string* text : {&device.DeviceType, &device.Attenuator, &device.SerialNo, &device.SWVersion,
                                     &device.SWBuild, &device.SWDate, &device.HWPointer, &device.sTemperature}) {
         EXPECT_EQ(*text, endless.substr(0, 64));
     }
     ASSERT_EQ(sensor.Arrive("23 C," + endless), EventTemperature);
     EXPECT_EQ(device.sTemperature, "23 C," + endless.substr(0, 59));
+}
+
+TEST(Evaluate, UnstoredChangesAreThoseOfTheRunningSensorAlone)
+{
+    const std::string endless(3000, '4');
+    const std::tuple<std::string, std::string, bool> rows[] = {
+        {"4711", "Type: Serial\r\nSerial-No: 4711\r\nend", true},
+        {"4711", "Type: Serial\r\nSerial-No: 4712\r\nend", false},
+        {endless.substr(0, 64), "Type: Serial\r\nSerial-No: " + endless + "\r\nend", true}, // kept cut off
+        {"4711", "RVQ ready\r\n", false}, // restarted: it works with what it has stored
+    };
+    for (const auto& [serialNo, bytes, stays] : rows) {
+        for (const bool unstored : {false, true}) {
+            Expecting sensor(DialogueIdle, "C");
+            sensor.device.SerialNo = serialNo;
+            sensor.device.UnstoredChanges = unstored;
+            sensor.Arrive(bytes);
+            EXPECT_EQ(sensor.device.UnstoredChanges, unstored && stays) << serialNo << ": " << bytes;
+        }
+    }
 }
 
 TEST(Evaluate, DumpIrregularities)
@@ -462,6 +478,15 @@ TEST(Evaluate, ABinarySensorThatAnswersInTextIsAskedOnce)
     sensor.device.InBuffer.clear();
     sensor.Arrive("24 C,  OK\r\n");
     EXPECT_EQ(sensor.port.TakeSent(), "C") << "a restarted sensor may have another format";
+}
+
+TEST(Evaluate, OfAFloodTheNewestBytesAreKept)
+{
+    Expecting sensor(DialogueIdle, "T");
+    EXPECT_EQ(sensor.Arrive(std::string(2 * clsRVQ::kMaxPending, 'x') + "\r\n23 C"), EventNone);
+    EXPECT_EQ(sensor.device.InBuffer.size(), clsRVQ::kMaxPending);
+    EXPECT_EQ(sensor.Arrive(",  OK\r\n"), EventTemperature);
+    EXPECT_EQ(sensor.device.sTemperature, "23 C,  OK");
 }
 
 TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)
