@@ -231,6 +231,21 @@ TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
     EXPECT_EQ(monitor.Sent(), "");
 }
 
+TEST(MeasurementLoop, MeasuringResumesOnlyWhenTheConfigurationHasBeenRead)
+{
+    Monitor monitor;
+    monitor.loop.MeasureWhenConnected();
+    monitor.sensor.device.OutputFormat = FormatBinary;
+    monitor.sensor.Expect(DialogueIdle, "T");
+    monitor.Tick("23 C,  OK\r\n"); // a text: the format has changed
+    EXPECT_EQ(monitor.Sent(), "C");
+    monitor.Tick("Type: Serial\r\n101: 1\r\nend\r\n");
+    monitor.Tick({}, 2000);
+    EXPECT_EQ(monitor.Sent(), "T");
+    monitor.Tick("23 C,  OK\r\n");
+    EXPECT_EQ(monitor.Sent(), "M");
+}
+
 TEST(MeasurementLoop, AReopenedPortIsAskedAtOnce)
 {
     Monitor monitor;
@@ -394,6 +409,21 @@ TEST(MeasurementLoop, AClockThatIsSetLosesNoConnectionAndNoDeadline)
         EXPECT_EQ(monitor.view.gaps, 1) << "no line is drawn across the hour";
         monitor.Tick({}, 3100);
         EXPECT_EQ(monitor.view.status[0], "No connection to sensor") << "real silence is still noticed";
+    }
+}
+
+TEST(MeasurementLoop, AClockThatIsSetNeitherPutsOffATemperatureNorBringsItForward)
+{
+    for (const double jump_ms : {-3600e3, 3600e3}) {
+        Monitor monitor;
+        monitor.sensor.device.ReadTempInterval = 1000;
+        monitor.loop.PollTemperature(true);
+        monitor.Measure(); // and the first temperature is due
+        monitor.sensor.device.LastCommand = "m";
+        monitor.Tick(kLine, jump_ms);
+        EXPECT_EQ(monitor.Sent(), "") << jump_ms;
+        monitor.Tick(kLine, 1001);
+        EXPECT_EQ(monitor.Sent(), "S") << jump_ms;
     }
 }
 
