@@ -124,18 +124,12 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     EXPECT_EQ(list->currentText(), "Press 4");
     EXPECT_EQ(editor.Typed(5), "255") << "refused, and to be seen";
     EXPECT_EQ(editor.Find<QLabel>("lblSource")->text().toStdString(), editor.fileAnswer);
-    editor.Click("cmdSave");
-    EXPECT_TRUE(editor.questions.empty()) << "the selected entry's own file";
 
     editor.Box(0).setText("77");
     editor.description = QString();
     editor.ClickAndAnswer("cmdSave", "second.rvq");
     EXPECT_EQ(list->count(), 3);
     EXPECT_EQ(list->currentText(), "User configuration");
-    editor.ClickAndAnswer("cmdSave", "prässe.rvq");
-    ASSERT_EQ(editor.questions.size(), 1U);
-    EXPECT_EQ(editor.questions[0].toStdString(), "The configuration file already exists.: " + editor.fileAnswer +
-                                                     "\nDo you want to overwrite the existing file ?");
     editor.Click("cmdDelete");
     EXPECT_EQ(list->count(), 2);
     EXPECT_EQ(list->currentText(), "Press 4");
@@ -234,6 +228,40 @@ TEST(SettingsWindow, PastedTextsAreTakenAsOneNumberOrNotAtAll)
     box.clear();
     PressKey(box, Qt::Key_Return);
     EXPECT_EQ(box.text(), "10000") << "an empty box gives its default";
+}
+
+TEST(SettingsWindow, AsksBeforeItReplacesAFileThatIsNotTheSelectedEntrys)
+{
+    Editor editor;
+    editor.ClickAndAnswer("cmdSave", "other.rvq");
+    editor.ClickAndAnswer("cmdSave", "own.rvq");
+    editor.own.Write("foreign.rvq", "[RVQ]\r\n"); // in no list
+    editor.Box(0).setText("77");
+    for (const auto& [name, isAsked] : {std::pair("own.rvq", false), {"other.rvq", true}, {"foreign.rvq", true}}) {
+        const std::string before = TemporaryFolder::Read(editor.folder / name);
+        editor.questions.clear();
+        editor.ClickAndAnswer("cmdSave", name); // "no" to a question
+        EXPECT_EQ(TemporaryFolder::Read(editor.folder / name) == before, isAsked) << name;
+        ASSERT_EQ(editor.questions.size(), isAsked ? 1U : 0U) << name;
+        EXPECT_TRUE(!isAsked || editor.questions[0].toStdString() ==
+                                    "The configuration file already exists.: " + editor.fileAnswer +
+                                        "\nDo you want to overwrite the existing file ?");
+    }
+}
+
+TEST(SettingsWindow, NeitherItsFrameNorEscapeClosesItInTheMiddleOfATransfer)
+{
+    Editor editor;
+    int ticks = 0;
+    editor.line.loop.LiveUpdate = [&](const clsRVQ&) {
+        ++ticks;
+        EXPECT_FALSE(CloseByFrame(*editor.window));
+        PressKey(*editor.window, Qt::Key_Escape);
+    };
+    editor.Click("cmdDownload");
+    EXPECT_GT(ticks, 0);
+    EXPECT_TRUE(editor.window->isVisible());
+    EXPECT_TRUE(CloseByFrame(*editor.window)) << "afterwards";
 }
 
 TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
