@@ -359,35 +359,83 @@ TEST(MainWindow, SettingsThatCannotBeKeptAreToldWhenTheyAreAppliedAndBeforeTheEn
     EXPECT_TRUE(main.window->close());
 }
 
-TEST(MainWindow, SettingsWindowBlocksInputButNotTheEnd)
+TEST(MainWindow, TheSettingsWindowCannotBeOpenedWhileTheSensorIsWaitedFor)
 {
     const MainDesk main;
-    auto* start = main.Find("cmdStart");
     ASSERT_TRUE(main.Connects());
     main.Trigger("mnuConfigurationRVQ");
-    const auto* settings = main.Find<frmRVQ>("frmRVQ");
-    const auto* status = FindIn<QLabel>(*settings, "lblStatus");
     const auto* item = main.Find<QAction>("mnuConfigurationRVQ");
-    ASSERT_TRUE(Until([&] { return !item->isEnabled(); })) << "while it reads";
-    ASSERT_TRUE(Until([&] { return status->text() == "Download configuration from Orvex finished"; }));
+    EXPECT_TRUE(Until([&] { return !item->isEnabled(); })) << "while it reads";
     EXPECT_TRUE(Until([&] { return item->isEnabled(); }));
-    QTest::mouseClick(start, Qt::LeftButton);
-    EXPECT_EQ(start->text(), "Start");
-    auto* combo = settings->findChild<QComboBox*>("cmbBaudrate");
-    const int before = combo->currentIndex();
-    QWheelEvent wheel({}, {}, {}, {0, -120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-    combo->clearFocus();
-    QApplication::sendEvent(combo, &wheel);
-    EXPECT_EQ(combo->currentIndex(), before);
+}
 
+/// With the settings window in front, which has read the sensor.
+struct SettingsDesk : MainDesk {
+    const frmRVQ* settingsWindow = nullptr;
+
+    SettingsDesk()
+    {
+        EXPECT_TRUE(Connects());
+        Trigger("mnuConfigurationRVQ");
+        settingsWindow = Find<frmRVQ>("frmRVQ");
+        const auto* status = FindIn<QLabel>(*settingsWindow, "lblStatus");
+        EXPECT_TRUE(Until([&] {
+            return status->text() == "Download configuration from Orvex finished" && Find("cmdStart")->isEnabled();
+        }));
+    }
+};
+
+TEST(MainWindow, TakesNoInputBehindTheSettingsWindow)
+{
+    const SettingsDesk main;
+    auto* start = main.Find("cmdStart");
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"the mouse", [&] { QTest::mouseClick(start, Qt::LeftButton); }},
+        {"a key", [&] { QTest::keyClick(start, Qt::Key_Space); }},
+        {"a shortcut", [&] { QTest::keyClick(main.window.get(), Qt::Key_F5); }},
+    };
+    const auto isTaken = [&](const std::function<void()>& input) {
+        main.window->activateWindow();
+        EXPECT_TRUE(Until([&] { return main.window->isActiveWindow(); }));
+        const QString before = start->text();
+        input();
+        return start->text() != before || start->isDown(); // a shortcut presses it for a while
+    };
+    for (const auto& [what, input] : rows) {
+        EXPECT_FALSE(isTaken(input)) << what;
+    }
+    FindIn(*main.settingsWindow, "cmdClose")->click();
+    for (const auto& [what, input] : rows) {
+        EXPECT_TRUE(isTaken(input)) << what << ", afterwards";
+    }
+}
+
+TEST(MainWindow, MayBeClosedInTheMiddleOfAnUpload)
+{
+    const SettingsDesk main;
     bool closed = false;
     QTimer::singleShot(20, main.window.get(), [&] { closed = main.window->close(); });
     QElapsedTimer timer;
     timer.start();
-    settings->findChild<QPushButton*>("cmdUpload")->click();
-    EXPECT_TRUE(closed) << "in the middle of the upload";
+    FindIn(*main.settingsWindow, "cmdUpload")->click();
+    EXPECT_TRUE(closed);
     EXPECT_LT(timer.elapsed(), 2000);
-    EXPECT_FALSE(settings->isVisible());
+    EXPECT_FALSE(main.settingsWindow->isVisible());
+}
+
+TEST(Lists, TheWheelPassesOverOneThatHasNotTheFocus)
+{
+    const SettingsDesk main;
+    const auto turns = [](QComboBox& list) {
+        const int before = list.currentIndex();
+        QWheelEvent wheel({}, {}, {}, {0, -120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        list.clearFocus();
+        QApplication::sendEvent(&list, &wheel);
+        return list.currentIndex() != before;
+    };
+    EXPECT_FALSE(turns(*FindIn<QComboBox>(*main.settingsWindow, "cmbBaudrate")));
+    FindIn(*main.settingsWindow, "cmdClose")->click();
+    EXPECT_FALSE(turns(*main.Find<QComboBox>("cmbComPort")));
 }
 
 TEST(MainWindow, ComesBackInItsSize)
