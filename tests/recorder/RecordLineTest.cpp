@@ -3,8 +3,8 @@
 #include "device/clsRVQ.h"
 #include "recorder/modRecordLine.h"
 #include "shell/modAPI.h"
+#include "tests/support/GermanLocale.h"
 
-#include <clocale>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <tuple>
@@ -20,7 +20,7 @@ double timeOf(int day, int hour, int minute, int second, int ms)
     return modAPI::DateTimeOf({2026, 11, static_cast<unsigned>(day), hour, minute, second, ms});
 }
 
-TEST(RecordLine, HasItsFormatInAnyLocale)
+void expectLines()
 {
     const double quarter = timeOf(15, 13, 5, 7, 250);
     const std::tuple<double, double, std::int32_t, const char*, const char*> rows[] = {
@@ -37,23 +37,34 @@ TEST(RecordLine, HasItsFormatInAnyLocale)
         {46341.5, 2147483.647, kMarkerNoEcho, " C", "15.11.2026 12:00:00,000; No Echo;  \xB0\x43\r\n"},
         {46341.5, 1.0, 1000, "2\r\n;:\x7F\xB3 C", "15.11.2026 12:00:00,000; 1000 mm; 2?????\xB3 \xB0\x43\r\n"},
     };
-    const std::string before = std::setlocale(LC_ALL, nullptr);
-    for (const char* locale : {"C", "de_DE.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << "run ./test, which makes the locale " << locale;
-        for (const auto& [time, value, value_mm, temperature, line] : rows) {
-            clsRVQ device;
-            device.CurrentTime = time;
-            device.MeasValue = value;
-            device.MeasValue_mm = value_mm;
-            device.sTemperature = temperature;
-            EXPECT_EQ(RecordLine(device), line) << locale;
-        }
+    for (const auto& [time, value, value_mm, temperature, line] : rows) {
+        clsRVQ device;
+        device.CurrentTime = time;
+        device.MeasValue = value;
+        device.MeasValue_mm = value_mm;
+        device.sTemperature = temperature;
+        EXPECT_EQ(RecordLine(device), line);
     }
-    std::setlocale(LC_ALL, before.c_str());
+}
+
+TEST(RecordLine, HasItsFormat)
+{
+    expectLines();
+}
+
+TEST_F(GermanLocale, ChangesNoRecordLine)
+{
+    expectLines();
+}
+
+TEST(RecordLine, IsNoneWithoutATemperatureAndItsUnit)
+{
     clsRVQ device;
-    device.CurrentTime = quarter;
-    device.sTemperature = "23";
-    EXPECT_THROW(RecordLine(device), std::invalid_argument) << "no unit";
+    device.CurrentTime = 46341.5;
+    for (const char* temperature : {"", "23"}) {
+        device.sTemperature = temperature;
+        EXPECT_THROW(RecordLine(device), std::invalid_argument) << temperature;
+    }
 }
 
 TEST(RecordLine, SaysWhatTheDisplaySays)

@@ -1,7 +1,8 @@
 // Numbers and texts, the same in every locale.
 #include "shell/Numbers.h"
 
-#include <clocale>
+#include "tests/support/GermanLocale.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
@@ -20,9 +21,8 @@ TEST(Numbers, RoundHalfToEven)
     }
 }
 
-TEST(Numbers, ReadingDoesNotDependOnTheLocale)
+TEST_F(GermanLocale, ChangesNoNumberThatIsReadOrWritten)
 {
-    ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "run ./test, which makes the locale";
     const std::pair<const char*, double> rows[] = {
         {"  1.25 m", 1.25}, {"1,25", 1}, {"-.5x", -0.5}, {"+7", 7},   {"+-7", 0},  {"1e3", 1000}, {"m 5", 0}, {"", 0},
         {"-", 0},           {".", 0},    {"inf", 0},     {"-nan", 0}, {"0x10", 0}, {"1e999", 0}};
@@ -37,7 +37,6 @@ TEST(Numbers, ReadingDoesNotDependOnTheLocale)
     EXPECT_EQ(FixedText(-1234.5, 3, ','), "-1234,500");
     EXPECT_EQ(FixedText(2.0, 0, ','), "2");
     EXPECT_EQ(FixedText(std::numeric_limits<double>::max(), 8, '.').size(), 318U);
-    std::setlocale(LC_ALL, "C");
 }
 
 TEST(Numbers, WhatIsPastedIsOneNumberOrNothing)
