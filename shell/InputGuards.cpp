@@ -55,7 +55,9 @@ bool InputBlock::eventFilter(QObject* watched, QEvent* event)
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
     case QEvent::Shortcut:
+        return true;
     case QEvent::ShortcutOverride:
+        event->accept(); // else shortcuts and menu items that belong to no control would still act
         return true;
     default:
         return false;
