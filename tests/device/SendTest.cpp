@@ -50,16 +50,22 @@ TEST(SendCommand, DeadlineOfEachCommand)
     for (const auto& [command, rate, wait_ms] : rows) {
         ScriptedSensor sensor;
         sensor.port.Rate = rate;
-        sensor.device.EventNr = EventAcknowledged;
-        sensor.device.InBuffer = "old";
         sensor.device.SendCommand(command);
         EXPECT_NEAR((sensor.device.FailTime - ScriptedSensor::kStart) * kMsPerDay, wait_ms, 0.01)
             << command << " at " << rate;
-        EXPECT_EQ(sensor.port.Sent, command);
-        EXPECT_EQ(sensor.device.LastCommand, command);
-        EXPECT_EQ(sensor.device.EventNr, EventNone);
-        EXPECT_EQ(sensor.device.InBuffer, "");
     }
+}
+
+TEST(SendCommand, LeavesNothingOfWhatWasBefore)
+{
+    ScriptedSensor sensor;
+    sensor.device.EventNr = EventAcknowledged;
+    sensor.device.InBuffer = "old";
+    sensor.device.SendCommand("302 50\r");
+    EXPECT_EQ(sensor.port.Sent, "302 50\r");
+    EXPECT_EQ(sensor.device.LastCommand, "302 50\r");
+    EXPECT_EQ(sensor.device.EventNr, EventNone);
+    EXPECT_EQ(sensor.device.InBuffer, "");
 }
 
 TEST(SendCommand, FlushesThenSendsAndPausesOnlyAfterAStop)

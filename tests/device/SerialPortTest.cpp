@@ -114,11 +114,20 @@ TEST(PosixPort, SaysWhyItCannotOpen)
     for (const auto& [port, problem] : rows) {
         EXPECT_NE(line.port.sio_open(port), 0) << port;
         EXPECT_EQ(line.port.LastFailure().problem, problem) << port;
-        EXPECT_LT(line.port.sio_iqueue(port), 1) << "a closed port is harmless";
-        EXPECT_NE(line.port.sio_putch(port, 'x'), 0);
     }
     other.sio_close(1);
     EXPECT_EQ(line.port.sio_open(1), 0);
+}
+
+TEST(PosixPort, WithoutAnOpenPortNothingIsReadOrSent)
+{
+    PosixLine line;
+    line.devices.Override(2, "/dev/null");
+    EXPECT_NE(line.port.sio_open(2), 0);
+    for (const std::int32_t port : {1, 2, 97}) { // never opened, no terminal, no such number
+        EXPECT_LT(line.port.sio_iqueue(port), 1) << port;
+        EXPECT_NE(line.port.sio_putch(port, 'x'), 0) << port;
+    }
 }
 
 TEST(PosixPort, ALockedPortIsLeftAsItIs)

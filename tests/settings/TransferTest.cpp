@@ -29,7 +29,7 @@ struct TransferOnLine : clsRecordingTransferView {
     }
 };
 
-TEST(Transfer, UploadSendsEveryCodeInItsOrderAndReadsBackHoweverTheBytesAreCut)
+TEST(Transfer, UploadStoringAndDownloadAreTheSameHoweverTheBytesAreCut)
 {
     for (const double beat_s : {0.0002, 0.003, 0.05, 0.11}) { // less than a byte, some bytes, the usual, many lines
         SCOPED_TRACE(beat_s);

@@ -126,10 +126,10 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     EXPECT_EQ(editor.Find<QLabel>("lblSource")->text().toStdString(), editor.fileAnswer);
 
     editor.Box(0).setText("77");
-    editor.description = QString();
+    editor.description = "Press 5";
     editor.ClickAndAnswer("cmdSave", "second.rvq");
     EXPECT_EQ(list->count(), 3);
-    EXPECT_EQ(list->currentText(), "User configuration");
+    EXPECT_EQ(list->currentText(), "Press 5");
     editor.Click("cmdDelete");
     EXPECT_EQ(list->count(), 2);
     EXPECT_EQ(list->currentText(), "Press 4");
@@ -138,13 +138,25 @@ TEST(SettingsWindow, KeepsConfigurationsInFiles)
     EXPECT_EQ(editor.Typed(0), "77");
     editor.ClickAndAnswer("cmdLoad", ""); // no file, no description
     EXPECT_EQ(list->count(), 3);
+}
 
+TEST(SettingsWindow, SaysThatAFileCannotBeWrittenUntilOneIs)
+{
+    Editor editor;
     editor.ClickAndAnswer("cmdSave", "missing/x.rvq");
     EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written: File or folder is missing.");
-    editor.description = "  ";
-    editor.ClickAndAnswer("cmdSave", "third.rvq");
+    editor.ClickAndAnswer("cmdSave", "x.rvq");
     EXPECT_EQ(editor.Status(), "");
-    EXPECT_EQ(list->currentText(), "User configuration") << "blanks are no description";
+}
+
+TEST(SettingsWindow, GivesADescriptionToAConfigurationThatHasNone)
+{
+    Editor editor;
+    for (const QString& none : {QString(), QStringLiteral("  ")}) {
+        editor.description = none;
+        editor.ClickAndAnswer("cmdSave", none.isNull() ? "x.rvq" : "y.rvq");
+        EXPECT_EQ(editor.Find<QComboBox>("cmbConfig")->currentText(), "User configuration") << none.size();
+    }
 }
 
 TEST(SettingsWindow, AsksBeforeItOverwritesWhatAnotherProgramHasWritten)
@@ -301,16 +313,26 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     };
     editor.Click("cmdUpload");
     EXPECT_EQ(editor.line.device.CommStatus, DialogueIdle) << "a sensor that refuses is there";
+}
 
+TEST(SettingsWindow, AnUploadEndsWithTheSensorThatItWasMeantFor)
+{
+    Editor editor;
+    editor.line.sensor.Faults().refusal = 1.0;
+    int questions = 0;
     editor.window->Boxes.Failure = [&](const QString&) {
+        if (++questions > 1) {
+            return FailureAnswer::Abort;
+        }
         editor.line.device.CloseComPort();
         editor.line.device.OpenComPort(1, 38400);
         editor.line.sensor.ClearWireLog();
         return FailureAnswer::Retry;
     };
     editor.Click("cmdUpload");
+    EXPECT_EQ(questions, 1);
     for (const std::string& command : editor.line.sensor.WireLog()) {
-        EXPECT_LT(command.size(), 2U) << command << " was meant for the sensor before";
+        EXPECT_LT(command.size(), 2U) << command;
     }
 }
 
@@ -328,6 +350,11 @@ TEST(SettingsWindow, ProfibusHasAnAddressAndNoSwitchesAndTheSheetSaysSo)
     const std::string text = TemporaryFolder::Read(editor.sheet);
     EXPECT_NE(text.find("Profibus Address"), std::string::npos);
     EXPECT_EQ(text.find("Threshold"), std::string::npos);
+}
+
+TEST(SettingsWindow, EnterChecksABox)
+{
+    Editor editor;
     editor.Box(2).setText("");
     PressKey(editor.Box(2), Qt::Key_Return);
     EXPECT_EQ(editor.Box(2).text(), "20" + QLocale().decimalPoint() + "0");
