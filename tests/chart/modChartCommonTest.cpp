@@ -62,18 +62,26 @@ TEST(TimeStep, TakesMillisecondsUpToASecondADivisionThenTheUnitsOfTheClock)
         std::int32_t taken = divisions;
         EXPECT_EQ(TimeStep(range, taken), step) << range << " in " << divisions;
     }
+}
+
+TEST(TimeStep, RaisesDivisionsBelowOneAndRefusesARangeBeyondItsUnits)
+{
     std::int32_t none = -4;
     EXPECT_EQ(TimeStep(500, none), 1000);
     EXPECT_EQ(none, 1) << "raised for the caller as well";
     EXPECT_THROW(TimeStep(std::numeric_limits<std::int32_t>::max(), none), std::overflow_error);
 }
 
-TEST(Labels, SayTimesOfDayAndNeverMinusZero)
+TEST(Labels, SayATimeOfDayOrThatItIsNone)
 {
     EXPECT_EQ(TimeLabelText(46000.5), "12:00:00");
     for (const double outside : {1e9, -1e9, std::numeric_limits<double>::quiet_NaN()}) {
         EXPECT_EQ(TimeLabelText(outside), "Invalid Range") << outside;
     }
+}
+
+TEST(Labels, HaveTheDecimalsOfTheStepAndNoMinusZero)
+{
     EXPECT_EQ(LabelText(-1e-12, 1, '.'), "0.0");
     EXPECT_EQ(LabelDecimals(0.001), 3);
     EXPECT_EQ(LabelDecimals(50), 0);

@@ -20,15 +20,19 @@ TEST(ChartLimits, AreClampedOnLeavingABox)
     }
 }
 
-TEST(ChartLimits, ApplyRefusesHugeNumbersAndKeepsTheLimitsApart)
+TEST(ChartLimits, ApplyRefusesHugeNumbersAndWhatIsNone)
 {
-    Applied applied = Apply(5000, 0, {"123456789", "-99999999"}, ',');
+    const Applied applied = Apply(5000, 0, {"123456789", "-99999999"}, ',');
     EXPECT_EQ(applied.yMax, 5000);
     EXPECT_EQ(applied.yMin, -99999999);
-    applied = Apply(5000, 0, {"5", "5"}, ',');
+    EXPECT_THROW(Apply(5000, 0, {"5", "-"}, ','), std::invalid_argument);
+}
+
+TEST(ChartLimits, ApplyKeepsThemApart)
+{
+    const Applied applied = Apply(5000, 0, {"5", "5"}, ',');
     EXPECT_DOUBLE_EQ(applied.yMax, 5.000001);
     EXPECT_EQ(applied.texts[0], "5,000001");
-    EXPECT_THROW(Apply(5000, 0, {"5", "-"}, ','), std::invalid_argument);
 }
 
 } // namespace

@@ -83,7 +83,7 @@ TEST_F(ConfigFolder, WhatAFileDoesNotNameHasItsDefault)
     }
 }
 
-TEST_F(ConfigFolder, TheListSkipsGapsLostFilesAndNumbersAbove64)
+TEST_F(ConfigFolder, TheListIsTheDeviceAndTheFilesUpToNumber64ThatHaveADescription)
 {
     const std::string a = Put("a.rvq", "[RVQ]\nDescription=A\n");
     const std::string b = Put("b.rvq", "[RVQ]\nDescription=B\n");
@@ -106,10 +106,6 @@ TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
     }
     EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=b|RVQFile3=c|RVQFile4=");
     EXPECT_EQ(library.FindOrAdd(folder / "b"), 2U);
-    EXPECT_FALSE(library.WouldOverwrite((folder / "b").string(), 2)) << "its own file";
-    EXPECT_TRUE(library.WouldOverwrite((folder / "b").string(), clsConfigLibrary::kDeviceLine));
-    EXPECT_FALSE(library.WouldOverwrite("Device", 1)) << "the device entry is no file";
-
     UnwrittenFile unwritten;
     EXPECT_EQ(library.Delete(clsConfigLibrary::kDeviceLine, unwritten), std::nullopt);
     EXPECT_EQ(library.Delete(2, unwritten), 1U);
@@ -125,6 +121,16 @@ TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
     EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=c|RVQFile4=");
 }
 
+TEST_F(ConfigFolder, OnlyTheFileOfAnotherEntryWouldBeOverwritten)
+{
+    clsConfigLibrary library(iniFile);
+    const std::string file = folder / "a";
+    const std::size_t line = library.FindOrAdd(file);
+    EXPECT_FALSE(library.WouldOverwrite(file, line));
+    EXPECT_TRUE(library.WouldOverwrite(file, clsConfigLibrary::kDeviceLine));
+    EXPECT_FALSE(library.WouldOverwrite("Device", line)) << "the device entry has no file";
+}
+
 TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
 {
     clsConfigLibrary library(iniFile);
@@ -133,6 +139,11 @@ TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
     }
     EXPECT_TRUE(std::filesystem::is_directory(folder));
     EXPECT_EQ(Built().Size(), 1U) << "none of them comes back";
+}
+
+TEST_F(ConfigFolder, APathThatIsTooLongForTheListIsTold)
+{
+    clsConfigLibrary library(iniFile);
     const std::filesystem::path deep = folder / std::string(200, 'd');
     std::filesystem::create_directory(deep);
     for (const auto& [length, comesBack] : {std::pair{clsIni::kLongestText, true}, {clsIni::kLongestText + 1, false}}) {
