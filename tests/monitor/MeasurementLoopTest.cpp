@@ -109,11 +109,16 @@ TEST(MeasurementLoop, TheRangeFollowsTheValuesInTheShownUnitUnlessItIsFixed)
     monitor.settings.AutoScale = false;
     monitor.Tick("     9.000 m\r\n");
     EXPECT_EQ(monitor.view.limits, before);
+}
 
+TEST(MeasurementLoop, AnotherUnitBeginsAnotherChart)
+{
+    Monitor monitor;
+    monitor.Measure();
     const int resets = monitor.view.resets;
     monitor.sensor.device.DistanceUnit = 3;
     monitor.Tick("     9.000 ft\r\n");
-    EXPECT_EQ(monitor.view.resets, resets + 1) << "another unit, another chart";
+    EXPECT_EQ(monitor.view.resets, resets + 1);
     EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
     EXPECT_EQ(monitor.loop.Values().Count(), 1) << "metres and feet do not mix";
 }
@@ -258,7 +263,7 @@ TEST(MeasurementLoop, AReopenedPortIsAskedAtOnce)
     EXPECT_EQ(monitor.sensor.device.InBuffer, "");
 }
 
-TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPauses)
+TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPausesUntilSomethingChanges)
 {
     Monitor monitor;
     clsScriptedPort& port = monitor.sensor.port;
@@ -348,7 +353,7 @@ TEST(MeasurementLoop, AStopIsAStopWhateverBecomesOfThePoll)
     EXPECT_FALSE(monitor.loop.IsMeasuring());
 }
 
-TEST(MeasurementLoop, ATickSendsNothingWhileSomebodyWaits)
+TEST(MeasurementLoop, NeitherATickNorTheOperatorSendsWhileSomebodyWaits)
 {
     Monitor monitor;
     monitor.Measure();

@@ -8,7 +8,7 @@ namespace {
 
 using simulator::SensorOptions;
 
-TEST(SensorLine, EveryFormatInEveryUnit)
+TEST(SensorLine, DistancesInEveryUnitSingleValuesAndTemperaturesArriveInEveryFormat)
 {
     SensorOnLine line;
     line.sensor.HoldDistance(3300.0);

@@ -19,13 +19,21 @@ TEST(Fifo, KeepsTheNewestInOrder)
     EXPECT_EQ(fifo.Count(), 32);
     EXPECT_EQ(fifo.Value(0), 40);
     EXPECT_EQ(fifo.Value(31), 9);
-    for (const std::int32_t outside : {32 + 8, -25, 2147483647, -2147483647 - 1}) {
-        EXPECT_THROW(fifo.Value(outside), std::out_of_range) << outside;
-    }
     fifo.Reset();
     fifo.Add(7);
     EXPECT_EQ(fifo.Value(0), 7);
     EXPECT_EQ(fifo.Value(1), 0) << "reset after wrap-around";
+}
+
+TEST(Fifo, HasNoValueOutsideItsSlots)
+{
+    clsFIFO fifo;
+    for (int i = 1; i <= 40; ++i) {
+        fifo.Add(i);
+    }
+    for (const std::int32_t outside : {32 + 8, -25, 2147483647, -2147483647 - 1}) {
+        EXPECT_THROW(fifo.Value(outside), std::out_of_range) << outside;
+    }
 }
 
 TEST(Fifo, ResizeKeepsSlotsCountAndWritePosition)

@@ -79,6 +79,19 @@ TEST(MainWindow, SaysWhyAPortCannotBeOpened)
     EXPECT_NE(toolTip().find(" Comport not open"), std::string::npos) << "with an open port: what was, and when";
 }
 
+TEST(MainWindow, ThePortOfTheSimulatedSensorIsNotKept)
+{
+    MainDesk main;
+    main.settings.Comport = 255; // no device
+    main.Open();
+    main.window->StartSimulatedSensor = [] { return 1; };
+    ASSERT_TRUE(Until([&] { return main.Find<QWidget>("fraFirstSteps")->isVisible(); }));
+    main.Find<QAbstractButton>("cmdSimulatedSensor")->click();
+    EXPECT_EQ(main.settings.Comport, 1);
+    main.window->close();
+    EXPECT_EQ(main.settings.Comport, 255);
+}
+
 /// The caption, title or tool tip of every control of every open window, as it stands and as its id says.
 void expectTexts(std::int32_t language)
 {
@@ -132,7 +145,7 @@ TEST(MainWindow, LanguageSwitchesEveryTextOfEveryOpenWindowBothWays)
     EXPECT_EQ(main.Find("cmdStart")->shortcut(), QKeySequence(Qt::Key_F5));
 }
 
-TEST(MainWindow, ConsoleShowsWhatTheSensorSendsWhileItIsOpen)
+TEST(MainWindow, ConsoleShowsTheLineAndFailuresWhileItIsOpen)
 {
     const MainDesk main;
     ASSERT_TRUE(main.Connects());
@@ -304,13 +317,18 @@ TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
     EXPECT_TRUE(dialog->isVisible()) << "no number: to be corrected";
     button("cmdCancel")->click();
     EXPECT_EQ(chart->YMinimum(), 7.0);
+}
 
+TEST(MainWindow, TheChartHasItsMenuOnARightClickOnly)
+{
+    const MainDesk main;
+    auto* chart = main.Find<XYChart>("picGraph");
     const auto* popUp = main.Find<QMenu>("mnuPopUp");
-    QTest::mouseClick(main.Find<XYChart>("picGraph"), Qt::LeftButton);
+    QTest::mouseClick(chart, Qt::LeftButton);
     EXPECT_FALSE(popUp->isVisible());
     main.Trigger("mnuPopupFixedTime");
     EXPECT_TRUE(chart->HoldSpan());
-    emit main.Find<XYChart>("picGraph")->customContextMenuRequested({5, 5}); // as a right click and the menu key do
+    emit chart->customContextMenuRequested({5, 5}); // as a right click and the menu key do
     EXPECT_TRUE(popUp->isVisible());
     EXPECT_TRUE(main.Find<QAction>("mnuPopupFixedTime")->isChecked());
 }

@@ -110,7 +110,7 @@ TEST(SensorModel, FaultsShowOnTheLine)
     EXPECT_EQ(doubled[27], '\n');
 }
 
-TEST(SensorFaults, BadTextsAreRefusedAndChangeNothing)
+TEST(SensorFaults, BadTextsAreRefusedAndGoodOnesTaken)
 {
     for (const char* text : {"", "silence", "=1", "noise=1", "silence=", "silence=1,5", "silence=1.1", "silence=-0.1",
                              "silence=nan", "silence=0x1", "silence= 1", "Silence=1"}) {

@@ -72,13 +72,18 @@ TEST(SimulatedSensor, LinkIsReplacedWhenStaleAndTakenAwayAtTheEnd)
     EXPECT_TRUE(fs::is_empty(folder.path)) << "neither the link nor its temporary name is left";
 }
 
-TEST(SimulatedSensor, LinkIsRefusedWhereAFileLivesAndLeftAloneWhenOthersHaveIt)
+TEST(SimulatedSensor, LinkIsRefusedWhereAFileLivesOrAFolderIsMissing)
 {
     const TemporaryFolder folder;
     const fs::path file = folder.Write("notes", "mine");
     EXPECT_THROW(clsSimulatedSensor({}, file), std::runtime_error);
     EXPECT_THROW(clsSimulatedSensor({}, folder.path / "missing" / "port"), std::runtime_error);
     EXPECT_EQ(fs::file_size(file), 4U);
+}
+
+TEST(SimulatedSensor, LinkIsLeftAloneWhenOthersHaveIt)
+{
+    const TemporaryFolder folder;
     const fs::path link = folder.path / "port";
     {
         const clsSimulatedSensor first({}, link);
