@@ -210,6 +210,7 @@ private:
     bool owesNothing() const { return CommStatus == DialogueMeasuring && OutputMode == OutputSingle; }
     bool pastDeadline() const { return CurrentTime > FailTime; }
     bool hasPaused() const;
+    bool isWholeAnswerToT() const;
     std::int32_t effectiveRate() const;
     std::int32_t answerTime_ms(std::string_view command) const;
 

@@ -118,7 +118,7 @@ std::string_view clsRVQ::evaluateIdle()
         evaluateSingleValue();
         return {};
     }
-    if (InBuffer.size() <= kShortReply && !pastDeadline()) {
+    if (InBuffer.size() <= kShortReply && !pastDeadline() && !isWholeAnswerToT()) {
         return {};
     }
     if (evaluateDump()) {
@@ -147,6 +147,19 @@ std::string_view clsRVQ::evaluateIdle()
         return evaluateVerdict(EventRefused);
     }
     return pastDeadline() ? evaluateIdleRest() : "";
+}
+
+/// A binary temperature is shorter than other replies, so it waits for the deadline. Not while a command waits for it:
+/// then a pause ends it.
+bool clsRVQ::isWholeAnswerToT() const
+{
+    const bool isAwaited = Wait.Running && LastCommand == "T" && hasBinaryFormat() && hasPaused();
+    if (!isAwaited) {
+        return false;
+    }
+    const bool withCrc = OutputFormat == FormatBinaryCrc;
+    const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, withCrc);
+    return reply.consumed == InBuffer.size() && !reply.crcError && (reply.status == 0 || reply.status == 1);
 }
 
 /// An "O" or an "E" has come. It may be the head of a dump, so the bytes stay until the deadline.
