@@ -198,7 +198,7 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
     }
     QSaveFile file(table);
     if (!file.open(QIODevice::WriteOnly)) {
-        return cannotSave(table, file.errorString(), language);
+        return cannotSave(table, FileErrorText(file.errorString(), language), language);
     }
     LoadProgress progress(owner, language);
     const auto write = [&file](std::string_view piece) {
@@ -221,7 +221,7 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
         return {};
     }
     if (!exported.finished || !file.commit()) {
-        return cannotSave(table, file.errorString(), language);
+        return cannotSave(table, FileErrorText(file.errorString(), language), language);
     }
     return Text(1092, language).arg(exported.rows).arg(exported.unreadable);
 }
@@ -246,7 +246,7 @@ QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder,
     const QString ending = QFileInfo(file).suffix().toLower();
     const bool known = std::ranges::find(suffixes, ending) != std::end(suffixes);
     const QString why = WritePicture(chart, file, known ? ending : suffixes[saving.Kind()]);
-    return why.isEmpty() ? file : cannotSave(file, why, language);
+    return why.isEmpty() ? file : cannotSave(file, FileErrorText(why, language), language);
 }
 
 QString WritePicture(XYChart& chart, const QString& file, const QString& kind)
