@@ -3,6 +3,7 @@
 #include "shell/Localise.h"
 #include "shell/NumberEdit.h"
 #include "shell/QtText.h"
+#include "shell/SelectableLine.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -193,8 +194,7 @@ void SettingsForm::addField(QGridLayout& grid, std::size_t index)
 void SettingsForm::addInformation(QGridLayout& grid, const char* name, std::int32_t captionId, QLabel*& value)
 {
     const int row = grid.rowCount();
-    value = named<QLabel>(name);
-    value->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    value = named<SelectableLine>(name);
     grid.addWidget(caption(captionId, value), row, 0);
     grid.addWidget(value, row, 1);
 }

@@ -1,0 +1,22 @@
+// A label of one line of plain text that can be marked and copied. A long text does not widen the window: dots stand
+// for what has no room, and the tool tip holds all of it.
+#pragma once
+
+#include <QLabel>
+
+class SelectableLine : public QLabel {
+    Q_OBJECT
+
+public:
+    explicit SelectableLine(QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool isCut() const;
+};
