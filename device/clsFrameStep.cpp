@@ -106,6 +106,7 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
             found.consumed += verdict == Verdict::Move ? move : kSlide;
             release(bytes.size(), found);
             ++found.damaged;
+            m_isHolding = false;
         }
         m_looksHeld = 0;
     }

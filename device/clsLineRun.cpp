@@ -46,11 +46,6 @@ bool isOneDigitOff(double value, double other)
     return false;
 }
 
-bool contains(std::string_view line, std::string_view what)
-{
-    return line.find(what) != std::string_view::npos;
-}
-
 } // namespace
 
 clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const Foreign& isForeign)
@@ -95,7 +90,7 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
 clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const Foreign& isForeign, Found& found)
 {
     for (const auto& [mark, name] : {std::pair("No Echo", "No Echo"), std::pair("TempErr", "TempError")}) {
-        if (contains(bytes, mark)) {
+        if (Contains(bytes, mark)) {
             dropHeld(found);
             found.newest = Line{name, 0.0};
             return Verdict::Counts;

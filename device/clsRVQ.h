@@ -168,7 +168,7 @@ private:
     /// A sensor that is taken for a binary one has answered in text: its dump tells whether that is so.
     enum class Mismatch : std::uint8_t { None, Asked, Confirmed };
 
-    // The evaluation (clsRVQEvaluate.cpp); a text that comes back is the follow-up command.
+    // The evaluation (clsRVQEvaluate.cpp, clsRVQDistances.cpp); a text that comes back is the follow-up command.
     std::string_view evaluateSilence();
     std::string_view evaluateSilentStart();
     std::string_view evaluateWithoutDialogue();

@@ -25,6 +25,12 @@ std::optional<std::int32_t> WholeNumber(std::string_view text);
 /// The text without blanks, tabs, line ends and NUL bytes at both ends.
 std::string_view Trimmed(std::string_view text);
 
+/// Whether a text stands anywhere in another one.
+inline bool Contains(std::string_view text, std::string_view what)
+{
+    return text.find(what) != std::string_view::npos;
+}
+
 /// The character that a pressed key puts into a box for a number: digits, minus, backspace (8) and enter (13)
 /// themselves, comma and point both the decimal separator. Nothing for any other key.
 std::optional<char> FilteredKey(char key, char decimalSeparator);
