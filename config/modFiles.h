@@ -31,7 +31,7 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes);
 
 /// Keeps other programs that take it from changing files of the same folder, for as long as it stands. It locks the
 /// folder itself: a lock on a file would be lost with the rename, and a lock file could not be made in a folder that is
-/// write-protected. Who cannot get the lock within a second, from a program that hangs or from a file system
+/// write-protected. A program that cannot get the lock within a second, from a program that hangs or from a file system
 /// without locks, goes on without it: the window must not hang, too.
 class FolderLock {
 public:

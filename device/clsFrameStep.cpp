@@ -19,8 +19,10 @@ constexpr std::size_t kSlide = 16;         // bytes given up where such a window
 constexpr std::int32_t kBlock = 8;         // distances
 constexpr std::int32_t kMarkerMemory = 16; // frames
 constexpr std::int32_t kMostLooks = 9;
-constexpr std::size_t kMany = 5;        // frames whose range is told, however far they lie apart
-constexpr std::size_t kFew = 2;         // frames that agree with each other, where nothing else is known
+constexpr std::size_t kCertain = 3; // that agree, to leave a step in which all are frames, too
+constexpr std::size_t kMany = 5;    // frames whose range is told, however far they lie apart
+constexpr std::size_t kFew = 2;     // frames that agree with each other, where nothing else is known
+constexpr std::int64_t kLikeMarker_mm = 512;
 constexpr std::int64_t kReach_mm = 250; // between two frames that agree
 constexpr std::int64_t kLeastStep_mm = 100, kStepPart = 50;
 constexpr std::int64_t kLeastMargin_mm = 30;
@@ -31,6 +33,18 @@ constexpr std::int64_t kNoise_mm = 200; // the least that noise makes out of ste
 bool isVoid(std::uint32_t word)
 {
     return word >> 24U == 0 && (word & 0xFFU) == 0;
+}
+
+/// The bytes of a marker and of signs: in any step they lie near each other.
+bool isFlat(std::uint32_t word)
+{
+    for (int i = 0; i < 4; ++i, word >>= 8U) {
+        const std::uint32_t byte = word & 0xFFU;
+        if (byte != 0x00 && byte != 0x7F && byte != 0xFF) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool isMarker(std::uint32_t word)
@@ -44,10 +58,11 @@ bool isDistance(std::uint32_t word)
     return IsFrame(word) && (word >> 24U != 0x7FU || isMarker(word));
 }
 
-/// As far as a distance may go from one frame to the next.
+/// As far as a distance may go from one frame to the next. Below 0 the frames look like markers out of step.
 bool isNear(std::int64_t value, std::int64_t before)
 {
-    return std::abs(value - before) <= std::max(kLeastStep_mm, std::abs(before) / kStepPart);
+    return (value < 0) == (before < 0) &&
+           std::abs(value - before) <= std::max(kLeastStep_mm, std::abs(before) / kStepPart);
 }
 
 } // namespace
@@ -119,7 +134,7 @@ std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Fo
 {
     for (; at + kFrameSize <= bytes.size(); at += kFrameSize) {
         const std::uint32_t word = FrameWord(bytes, at);
-        if (isMarker(word) ? m_sinceMarker < kMarkerMemory : isDistance(word) && isNearLast(word)) {
+        if (isMarker(word) ? isCertainMarker() : isDistance(word) && isNearLast(word)) {
             accept(word, found);
         } else if (!isPassedOver(word)) {
             break;
@@ -178,9 +193,13 @@ clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, st
         return judgeComplete(rest, phases, move);
     }
     const bool goesOn = phases[0].isReadable && isDistance(FrameWord(rest, 0));
+    if (goesOn && phases[0].isPossible && phases[0].markers > 0) {
+        return Verdict::Accept; // of all four bytes: nothing that is shifted looks like this
+    }
     const bool anyFits = std::ranges::any_of(phases, [](const Phase& phase) { return phase.fitting > 0; });
     if (const auto offset = bestFitting(phases)) {
-        const bool isSure = phases[*offset].fitting > 1 || (*offset == 0 ? !canBeDamaged(rest, phases) : !goesOn);
+        const std::size_t enough = *offset == 0 || goesOn ? kFew : 1;
+        const bool isSure = phases[*offset].fitting >= enough || (*offset == 0 && !canBeDamaged(rest, phases));
         if (isSure) {
             return moveTo(*offset, phases[*offset].fitting, rest, phases, move);
         }
@@ -188,7 +207,8 @@ clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, st
     if (goesOn && !isExplained(rest, phases)) {
         return Verdict::Accept;
     }
-    if (const auto offset = anyFits ? std::nullopt : closest(phases)) {
+    const auto offset = anyFits ? std::nullopt : closest(phases);
+    if (offset && (!goesOn || *offset == 0 || phases[*offset].agreeing.frames >= kCertain)) {
         const Phase& phase = phases[*offset];
         const std::size_t first = (phase.agreeing.frames < kFew ? phase.longest : phase.agreeing).first;
         if (*offset == 0 && first == 0) {
@@ -232,8 +252,11 @@ clsFrameStep::Verdict clsFrameStep::judgeComplete(std::string_view rest, const P
 {
     const std::size_t offset = rest.size() % kFrameSize;
     const Phase& phase = phases[offset];
-    if (phase.fitting > 0 && moveTo(offset, phase.fitting, rest, phases, move) != Verdict::Hold) {
-        return move == 0 ? Verdict::Accept : Verdict::Move;
+    if (phase.fitting > 0) {
+        const Verdict verdict = moveTo(offset, phase.fitting, rest, phases, move);
+        if (verdict != Verdict::Hold) {
+            return verdict;
+        }
     }
     if (offset == 0 && phase.isReadable && isDistance(FrameWord(rest, 0))) {
         return Verdict::Accept;
@@ -268,11 +291,13 @@ std::optional<std::size_t> clsFrameStep::bestFitting(const Phases& phases)
 {
     std::size_t best = 0, second = 0, found = 0;
     for (std::size_t offset = 0; offset < phases.size(); ++offset) {
-        if (phases[offset].fitting > best) {
-            second = std::exchange(best, phases[offset].fitting);
+        const Phase& phase = phases[offset];
+        const std::size_t score = phase.fitting > 0 ? phase.fitting + phase.markers : 0;
+        if (score > best) {
+            second = std::exchange(best, score);
             found = offset;
         } else {
-            second = std::max(second, phases[offset].fitting);
+            second = std::max(second, score);
         }
     }
     return best > second ? std::optional(found) : std::nullopt;
@@ -328,8 +353,8 @@ clsFrameStep::Phase clsFrameStep::phaseOf(std::string_view rest, std::size_t off
         phase.isPossible = phase.isPossible && isDistance(word);
         phase.isReadable = phase.isReadable && isReadable;
         phase.distances += isDistance(word) ? 1 : 0;
-        phase.endsWithDistance = isDistance(word);
-        if (!isVoid(word)) {
+        phase.markers += isMarker(word) ? 1 : 0;
+        if (!isVoid(word) && !isFlat(word)) {
             followRun(phase, isReadable && !isMarker(word), value);
         }
         phase.newest = value;
@@ -364,6 +389,13 @@ void clsFrameStep::followRun(Phase& phase, bool isDistance, std::int64_t value)
     }
 }
 
+/// A missing echo may come at any time. Only among distances just below 0, whose bytes hold a marker out of step, the
+/// ones before count.
+bool clsFrameStep::isCertainMarker() const
+{
+    return m_sinceMarker < kMarkerMemory || m_newer.frames == 0 || m_last < -kLikeMarker_mm || m_last >= 0;
+}
+
 bool clsFrameStep::isInRange(std::uint32_t word) const
 {
     if (isMarker(word)) {
@@ -394,7 +426,7 @@ bool clsFrameStep::isPassedOver(std::uint32_t word) const
 bool clsFrameStep::isNearer(std::uint32_t word, std::uint32_t first) const
 {
     if (isMarker(word)) {
-        return m_sinceMarker < kMarkerMemory;
+        return true; // it may come at any time
     }
     const bool isReadable = isVoid(word) || isDistance(word);
     return isReadable && m_newer.frames > 0 &&

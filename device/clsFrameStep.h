@@ -20,8 +20,8 @@ public:
     };
     /// The distances among `bytes`, which begin where the look before has stopped. `paused`: nothing has come since
     /// that look, so every frame that was sent is complete. Undamaged frames come out as soon as they are complete, but
-    /// for one that a shift of the frames before would explain, too: it is held back for a look or two. Takes time
-    /// linear in the bytes; at most 67 of them are left.
+    /// for one that a shift of the frames before would explain, too: it is held back until those behind it tell, or a
+    /// pause. Takes time linear in the bytes; at most 67 of them are left.
     Found Take(std::string_view bytes, bool paused);
 
     /// The bytes begin anew, behind a command; the sensor is the same.
@@ -60,8 +60,8 @@ private:
         Run tail, longest;         ///< the last frames in a row, wherever they lie, and the most
         bool isPossible = true;    ///< every word is a frame
         bool isReadable = true;    ///< every word has the bytes of a distance
-        bool endsWithDistance = false;
-        std::int64_t newest = 0; ///< the last word's millimetres
+        std::size_t markers = 0;   ///< words
+        std::int64_t newest = 0;   ///< the last word's millimetres
     };
     using Phases = std::array<Phase, 4>;
     /// A look whose newest frame is not told yet.
@@ -87,6 +87,7 @@ private:
 
     Phase phaseOf(std::string_view rest, std::size_t offset) const;
     static void followRun(Phase& phase, bool isDistance, std::int64_t value);
+    bool isCertainMarker() const;
     bool isInRange(std::uint32_t word) const;
     bool fits(std::uint32_t word) const;
     bool isPassedOver(std::uint32_t word) const;
@@ -102,7 +103,7 @@ private:
     // The last distances; the older block is forgotten when the newer one is full, or the distance has changed.
     Block m_older, m_newer;
     std::int64_t m_last = 0;
-    std::int32_t m_sinceMarker = 1000; // frames
+    std::int32_t m_sinceMarker = 1 << 16; // frames
     bool m_hasPast = false;
     std::vector<Pending> m_pending;
     bool m_isHolding = false;     // the present look

@@ -100,10 +100,15 @@ clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const F
     if (text.empty()) {
         return Verdict::None;
     }
-    if (isForeign(bytes)) {
+    const auto line = modReplySteps::ReadDistanceLine(bytes);
+    const Shape shape = line ? Shape{line->decimals, std::string(line->unit), bytes.size(),
+                                     line->isPadded, bytes.starts_with(' '),  line->hasZeros}
+                             : Shape{};
+    // A verdict may be a bare number, and a distance the number of a command.
+    const bool isOfRun = line && m_hasRun && isAlike(m_shape, shape);
+    if (!isOfRun && isForeign(bytes)) {
         return Verdict::Damaged; // nothing is lost by it
     }
-    const auto line = modReplySteps::ReadDistanceLine(bytes);
     if (!line) {
         ++found.damaged;
         return Verdict::Damaged;
@@ -111,9 +116,7 @@ clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const F
     if (line->value == 0.0) {
         return Verdict::None;
     }
-    return judge({.line = {std::string(text), line->value},
-                  .shape = {line->decimals, std::string(line->unit), bytes.size(), line->isPadded, line->hasZeros}},
-                 now, found);
+    return judge({.line = {std::string(text), line->value}, .shape = shape}, now, found);
 }
 
 clsLineRun::Verdict clsLineRun::judge(Seen seen, double now, Found& found)
@@ -196,5 +199,5 @@ bool clsLineRun::isOutlier(const Seen& seen, double now) const
 {
     const double value = seen.line.value;
     return !m_shape.isPadded && !isNear(value, m_lastValue) && (now - m_lastTime) * kSecondsPerDay < kMemory_s &&
-           (seen.shape.length != m_shape.length || isOneDigitOff(value, m_lastValue));
+           (seen.shape.length != m_shape.length || (!seen.shape.hasBlank && isOneDigitOff(value, m_lastValue)));
 }

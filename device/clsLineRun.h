@@ -36,6 +36,8 @@ public:
 
     /// The lines begin anew, behind a command; what was held is dropped.
     void Restart() { m_held.reset(); }
+    /// The clock was set by so many days.
+    void ShiftClock(double days) { m_lastTime += days; }
     /// Another sensor, unit or format: lines may have any shape.
     void Forget() { *this = {}; }
 
@@ -45,6 +47,7 @@ private:
         std::string unit;
         std::size_t length = 0;
         bool isPadded = false;
+        bool hasBlank = false; ///< before the number
         bool hasZeros = false;
     };
     struct Seen {

@@ -157,6 +157,17 @@ void clsRVQ::SendCommand(std::string_view Command)
     FailTime = CurrentTime + (wait_ms + kMargin_ms) / kMsPerDay;
 }
 
+void clsRVQ::ShiftClock(double days)
+{
+    FailTime += days;
+    ReadTempTime += days;
+    m_lastArrival += days;
+    m_lines.ShiftClock(days);
+    for (SentFrame& frame : m_sentFrames) {
+        frame.time += days;
+    }
+}
+
 /// A verdict may come late, when nobody waits for it any more.
 void clsRVQ::noteSentFrame(std::string text)
 {

@@ -100,6 +100,9 @@ public:
     /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`.
     void SendCommand(std::string_view Command);
 
+    /// The clock was set by so many days: deadlines and ages stay what they are.
+    void ShiftClock(double days);
+
     /// Index 0..5 of the parameter `Baudrate` as bit/s; 0 for any other.
     static std::int32_t RateOfIndex(std::int32_t index);
 

@@ -106,11 +106,6 @@ std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEv
     const WaitScope wait(device);
     const bool measuring = device.CommStatus == DialogueMeasuring;
     const std::int32_t opening = device.Openings;
-    AwaitOpenAnswer(device, pumpEvents);
-    if (device.Wait.Ended || !device.PortIsOpen || device.Openings != opening) {
-        device.EventNr = EventNoAnswer;
-        return EventNoAnswer;
-    }
     if (measuring) {
         StopMeasurement(device);
     }

@@ -72,7 +72,8 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
 /// sends of its own. What the sensor acknowledges is in `device` afterwards; a refused value leaves it as it was.
 std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents);
 
-/// `SendParameter` with a running measurement stopped before and started again after it.
+/// `SendParameter` with a running measurement stopped before and started again after it. An open answer is the caller's
+/// to wait for, before it sets the value: it may be the sensor's own set.
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 
 } // namespace modRVQComm

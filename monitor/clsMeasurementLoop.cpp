@@ -72,8 +72,7 @@ void clsMeasurementLoop::absorbClockJump(double now)
     const double jump = now - before;
     const bool forward = before != 0.0 && jump > kClockJump_s / kSecondsPerDay;
     if (jump < 0.0 || forward) {
-        m_device.FailTime += jump;
-        m_device.ReadTempTime += jump;
+        m_device.ShiftClock(jump);
         m_previousTick = now;
         breakCurve(now);
     }
@@ -237,7 +236,8 @@ void clsMeasurementLoop::newConfiguration()
 /// the temperature resumes the measurement; the dialogue counts as measuring all the while.
 void clsMeasurementLoop::interruptForTemperature()
 {
-    const bool due = m_pollTemperature && m_device.CurrentTime >= m_device.ReadTempTime;
+    // A command throws away what is due, so that comes first.
+    const bool due = m_pollTemperature && m_device.CurrentTime >= m_device.ReadTempTime && !m_device.HasDue();
     if (!due || m_device.Wait.Running || m_device.CommStatus != DialogueMeasuring) {
         return;
     }

@@ -96,7 +96,7 @@ private:
     void newConfiguration();
     void interruptForTemperature();
     void pollAfterSilentSingle();
-    bool awaitOpenAnswer();
+    bool awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvents);
     void startStop(std::int32_t before);
     void requestOne(const NextPass& nextPass);
     bool passesBringDistance(const NextPass& nextPass);

@@ -13,7 +13,7 @@ void clsMeasurementLoop::StartStop(const NextPass& nextPass)
 {
     // As the operator sees it: an answer that does not come changes the dialogue.
     const std::int32_t before = m_device.CommStatus;
-    if (!mayStart() || !awaitOpenAnswer()) {
+    if (!mayStart() || !awaitOpenAnswer(PumpEvents)) {
         return;
     }
     if (m_device.OutputMode != OutputSingle) {
@@ -21,22 +21,24 @@ void clsMeasurementLoop::StartStop(const NextPass& nextPass)
     } else if (m_device.PortIsOpen) {
         requestOne(nextPass);
     }
+    showRule();
 }
 
 /// The answer to an idle poll would be taken for the one to the operator's command. False when nothing may be sent any
 /// more.
-bool clsMeasurementLoop::awaitOpenAnswer()
+bool clsMeasurementLoop::awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvents)
 {
-    if (!PumpEvents || !modRVQComm::IsAnswerOpen(m_device)) {
+    // While a recording is loaded no tick runs that would bring the answer.
+    if (!pumpEvents || m_playing || !modRVQComm::IsAnswerOpen(m_device)) {
         return true;
     }
     const std::int32_t opening = m_device.Openings;
     {
         const modRVQComm::WaitScope wait(m_device);
         showRule();
-        modRVQComm::AwaitOpenAnswer(m_device, PumpEvents);
+        modRVQComm::AwaitOpenAnswer(m_device, pumpEvents);
     }
-    return !m_device.Wait.Ended && m_device.Openings == opening;
+    return !m_device.Wait.Ended && m_device.PortIsOpen && m_device.Openings == opening;
 }
 
 void clsMeasurementLoop::startStop(std::int32_t before)
@@ -106,7 +108,7 @@ bool clsMeasurementLoop::passBringsDistance()
 
 void clsMeasurementLoop::SwitchRedLaser(bool on)
 {
-    const bool isSent = mayStart() && awaitOpenAnswer() && m_device.CommStatus != DialogueNone;
+    const bool isSent = mayStart() && awaitOpenAnswer(PumpEvents) && m_device.CommStatus != DialogueNone;
     if (!isSent) {
         showSensorSettings();
         return;
@@ -120,12 +122,15 @@ void clsMeasurementLoop::SwitchRedLaser(bool on)
     if (measuring) {
         modRVQComm::StartMeasurement(m_device);
     }
+    showSensorSettings(); // what was read meanwhile told of the laser as it was
 }
 
 void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value,
                                        const modRVQComm::PumpEvents& pumpEvents)
 {
-    if (mayStart() && m_device.CommStatus != DialogueNone) {
+    // Before the value is set: the answer may be the sensor's own set.
+    const bool isConnected = mayStart() && awaitOpenAnswer(pumpEvents) && m_device.CommStatus != DialogueNone;
+    if (isConnected) {
         const std::int32_t before = m_device.*setting;
         m_device.*setting = value;
         if (modRVQComm::ChangeParameter(m_device, code, pumpEvents) != EventAcknowledged) {
@@ -140,8 +145,9 @@ void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t clsRV
 
 void clsMeasurementLoop::RequestSingleValue()
 {
-    if (mayStart() && m_device.CommStatus != DialogueMeasuring && awaitOpenAnswer()) {
+    if (mayStart() && m_device.CommStatus != DialogueMeasuring && awaitOpenAnswer(PumpEvents)) {
         m_device.SendCommand("G");
+        showRule();
     }
 }
 

@@ -357,16 +357,35 @@ void frmMain::noteFailure()
     }
 }
 
-/// The button stays down while its command waits for the sensor, and has the focus again when it may be used.
+/// The button stays down while its command waits for the sensor. While it cannot be used the focus moves on by itself;
+/// it comes back, unless the operator has moved it further.
 void frmMain::press(QPushButton& button, const std::function<void()>& act)
 {
-    const bool hadFocus = button.hasFocus();
-    button.setDown(true);
+    struct Pressed {
+        QPushButton& button;
+        QPointer<QWidget> instead;
+        QMetaObject::Connection moves;
+
+        explicit Pressed(QPushButton& pressed) : button(pressed)
+        {
+            if (button.hasFocus()) {
+                moves = connect(qApp, &QApplication::focusChanged, &button, [this](QWidget*, QWidget* now) {
+                    instead = now;
+                    disconnect(moves);
+                });
+            }
+            button.setDown(true);
+        }
+        ~Pressed()
+        {
+            disconnect(moves);
+            button.setDown(false);
+            if (instead != nullptr && QApplication::focusWidget() == instead && button.isEnabled()) {
+                button.setFocus();
+            }
+        }
+    } const pressed(button);
     act();
-    button.setDown(false);
-    if (hadFocus) {
-        button.setFocus();
-    }
 }
 
 void frmMain::cmdStart_Click()

@@ -96,7 +96,7 @@ void frmMain::closeRecorder()
 /// already, so nothing but a loss of power can take them any more.
 void frmMain::finishRecorder()
 {
-    constexpr std::chrono::milliseconds kPatience{2500}; // of the three seconds until the program has ended
+    constexpr std::chrono::milliseconds kPatience{2200}; // of the three seconds until the program has ended
     m_recorder.Stop();
     if (!m_recorder.FinishWriting(kPatience)) {
         NoteFault(text(1353).toUtf8().constData());

@@ -34,6 +34,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmSheet", "RVQSettings#print"},
     {"dlgFailure", "RVQSettings#error"},
     {"dlgOverwrite", "RVQSettings#config"},
+    {"dlgChanged", "RVQSettings#config"},
     {"frmHelp", "Help"},
 };
 

@@ -19,7 +19,7 @@ public:
     clsLinePrinter(const clsLinePrinter&) = delete;
     clsLinePrinter& operator=(const clsLinePrinter&) = delete;
 
-    /// Prints a line and its end, whole or not at all. Never waits.
+    /// Prints a line and its end, or drops it whole when too many wait. Never waits.
     void Print(std::string line);
     /// Waits for what is on its way, `patience` at most. Returns how many lines were not printed since the beginning.
     /// Ends the printing.

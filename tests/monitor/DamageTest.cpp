@@ -193,20 +193,35 @@ private:
     std::string m_bytes;
 };
 
+/// Every range with none, some and many replies without an echo.
+std::vector<std::pair<Span, double>> spansAndEchoes()
+{
+    std::vector<std::pair<Span, double>> cases;
+    for (const double noEcho : {0.0, 0.02, 0.1, 0.5}) {
+        for (const Span& span : kSpans) {
+            cases.emplace_back(span, noEcho);
+        }
+        cases.emplace_back(Span{"-1 to 1 m", -1000, 1000}, noEcho);
+    }
+    return cases;
+}
+
 TEST(Damage, AnUndamagedStreamComesOutAsItIsSent)
 {
     for (const std::int32_t format : {FormatAscii, FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {
         for (const Course course : {Course::Still, Course::Moving, Course::Anywhere}) {
             for (const double rate_Hz : {18.0, 60.0}) {
-                for (const Span& span : kSpans) {
+                for (const auto& [span, noEcho] : spansAndEchoes()) {
                     StreamCase play{.format = format,
                                     .from_mm = span.from_mm,
                                     .to_mm = span.to_mm,
                                     .rate_Hz = rate_Hz,
                                     .course = course,
+                                    .noEcho = noEcho,
                                     .damages = 3000};
                     SCOPED_TRACE(std::string(kFormats[format]) + ' ' + span.name + ' ' + std::to_string(rate_Hz) +
-                                 " course " + std::to_string(static_cast<int>(course)));
+                                 " course " + std::to_string(static_cast<int>(course)) + " without echo " +
+                                 std::to_string(noEcho));
                     DamagedStream stream(play);
                     FirstFit plain(format, 1000.0);
                     stream.Arrived = [&](std::string_view bytes) { plain.Take(bytes); };

@@ -30,6 +30,7 @@ struct StreamCase {
     Course course = Course::Still;
     Damage damage = Damage::None;
     bool isPadded = true; ///< lines are
+    double noEcho = 0.0;  ///< part of the replies
     int damages = 1000;   ///< or, undamaged, replies
     unsigned seed = 1;
 };
@@ -135,7 +136,7 @@ private:
     std::string message()
     {
         const auto format = static_cast<simulator::Format>(m_case.format);
-        if (m_case.from_mm > m_case.to_mm) {
+        if (m_isNoEcho) {
             return simulator::NoEchoMessage(format);
         }
         std::string text = simulator::DistanceMessage(format, m_case.unit, m_noisy_mm);
@@ -151,6 +152,8 @@ private:
         std::normal_distribution<double> noise(0, 4);
         const double low = std::min(m_case.from_mm, m_case.to_mm), high = std::max(m_case.from_mm, m_case.to_mm);
         m_noisy_mm = std::clamp(m_value_mm + noise(m_random), low, high);
+        m_isNoEcho = m_case.from_mm > m_case.to_mm ||
+                     (m_case.noEcho > 0 && std::generate_canonical<double, 32>(m_random) < m_case.noEcho);
         const bool isText = m_case.format <= FormatAsciiUnit;
         if (!isText && static_cast<std::int32_t>(std::nearbyint(m_noisy_mm)) % 256 == 0) {
             m_noisy_mm += 1; // such a frame is out of step by the sensor's own rule
@@ -161,7 +164,7 @@ private:
         if (isText) {
             const double factor = UnitOf(m_case.unit).millimetres;
             value_mm = static_cast<std::int32_t>(std::nearbyint(std::strtod(bytes.c_str(), nullptr) * factor));
-        } else if (m_case.from_mm <= m_case.to_mm) {
+        } else if (!m_isNoEcho) {
             value_mm = static_cast<std::int32_t>(std::nearbyint(m_noisy_mm));
         }
         m_sent.push_back({time_s, value_mm});
@@ -223,5 +226,6 @@ private:
     double m_speed_mm_s = std::min(1500.0, std::abs(m_case.to_mm - m_case.from_mm) / 2);
     std::vector<Sent> m_sent;
     std::optional<double> m_damaged_s;
+    bool m_isNoEcho = false;
     StreamResult m_result;
 };
