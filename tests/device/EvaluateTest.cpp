@@ -322,6 +322,7 @@ TEST(Evaluate, ALineOfAnotherShapeWaitsForTheNextOne)
         {"a longer way", {plain, "\r\n10.001 m"}, {"9.876 m", "10.001 m"}},
         {"a jump", {plain, "\r\n93.876 m", "\r\n93.871 m"}, {"9.876 m", "93.876 m", "93.871 m"}},
         {"a verdict that comes late", {padded, "OK 304 distances", padded}, {"1.234 m", "1.234 m"}},
+        {"a distance that is the number of a command", {"         302", "         304"}, {"302", "304"}},
         {"the frame come back", {padded, "\r\n304", padded}, {"1.234 m", "1.234 m"}},
     };
     for (const auto& [name, lines, shown] : rows) {

@@ -341,6 +341,42 @@ TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
     }
 }
 
+TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
+{
+    Monitor monitor;
+    monitor.Tick();
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    const char* dump = "Type: Serial\r\nPointer: off\r\n301: 4\r\nend\r\n";
+    const auto pump = [&] { monitor.Tick(monitor.sensor.device.LastCommand == "C" ? dump : "OK 301\r\n"); };
+    monitor.loop.PumpEvents = pump;
+    monitor.sensor.device.SendCommand("C");
+    monitor.loop.ChangeSetting("301", &clsRVQ::AverageDepth, 1, pump);
+    EXPECT_EQ(monitor.Sent(), "XC301 16\r");
+    EXPECT_EQ(monitor.view.sensor.AverageDepth, 1);
+    monitor.sensor.device.SendCommand("C");
+    monitor.loop.SwitchRedLaser(true);
+    EXPECT_EQ(monitor.Sent(), "CP");
+    EXPECT_TRUE(monitor.view.sensor.RedLaser);
+}
+
+TEST(MeasurementLoop, ACommandEndsWithThePortItWaitsFor)
+{
+    Monitor monitor;
+    monitor.Tick();
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.sensor.device.SendCommand("T");
+    monitor.Sent();
+    monitor.sensor.port.OpenResult = -1;
+    monitor.loop.PumpEvents = [&] {
+        monitor.sensor.port.Vanished = true;
+        monitor.Tick();
+    };
+    monitor.loop.StartStop({});
+    monitor.loop.RequestSingleValue();
+    EXPECT_FALSE(monitor.loop.IsMeasuring()) << "nothing begins by itself on the next device";
+    EXPECT_EQ(monitor.sensor.port.Sent.find('M'), std::string::npos);
+}
+
 TEST(MeasurementLoop, AStopIsAStopWhateverBecomesOfThePoll)
 {
     Monitor monitor;
