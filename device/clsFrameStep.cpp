@@ -150,6 +150,7 @@ void clsFrameStep::accept(std::uint32_t word, Found& found)
     if (isVoid(word)) {
         return;
     }
+    m_voids = {};
     remember(word);
     (m_pending.empty() ? found.newest_mm : m_pending.front().newest_mm) = DecodeFrame(word);
 }
@@ -182,12 +183,16 @@ void clsFrameStep::hold(std::size_t at, std::size_t end, Found& found)
 /// give up are set.
 clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, std::size_t& move)
 {
-    if (!m_hasPast) {
-        return judgeWithoutPast(rest, paused, move);
-    }
     Phases phases;
     for (std::size_t offset = 0; offset < phases.size(); ++offset) {
         phases[offset] = phaseOf(rest, offset);
+    }
+    const bool anyFits = std::ranges::any_of(phases, [](const Phase& phase) { return phase.fitting > 0; });
+    if (!anyFits && isVoid(FrameWord(rest, 0)) && phases[0].isReadable && passesOver(FrameWord(rest, 0))) {
+        return Verdict::Accept;
+    }
+    if (!m_hasPast) {
+        return judgeWithoutPast(rest, paused, move);
     }
     if (paused) {
         return judgeComplete(rest, phases, move);
@@ -196,7 +201,6 @@ clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, st
     if (goesOn && phases[0].isPossible && phases[0].markers > 0) {
         return Verdict::Accept; // of all four bytes: nothing that is shifted looks like this
     }
-    const bool anyFits = std::ranges::any_of(phases, [](const Phase& phase) { return phase.fitting > 0; });
     if (const auto offset = bestFitting(phases)) {
         const std::size_t enough = *offset == 0 || goesOn ? kFew : 1;
         const bool isSure = phases[*offset].fitting >= enough || (*offset == 0 && !canBeDamaged(rest, phases));
@@ -481,6 +485,13 @@ bool clsFrameStep::isExplained(std::string_view rest, const Phases& phases) cons
         return phase.fitting > 0 || (phase.words > 0 && phase.isPossible);
     });
     return canBeShifted || canBeDamaged(rest, phases);
+}
+
+/// A distance that stands, and whose lowest byte is 0, brings such words for as long; out of step noise moves them far.
+bool clsFrameStep::passesOver(std::uint32_t word)
+{
+    m_voids.Include(DecodeFrame(word));
+    return m_voids.upper - m_voids.lower < kNoise_mm;
 }
 
 void clsFrameStep::forgetPast()

@@ -97,12 +97,14 @@ private:
     bool canHaveGained(std::string_view rest) const;
     bool canBeDamaged(std::string_view rest, const Phases& phases) const;
     bool isExplained(std::string_view rest, const Phases& phases) const;
+    bool passesOver(std::uint32_t word);
     void forgetPast();
     void remember(std::uint32_t word);
 
     // The last distances; the older block is forgotten when the newer one is full, or the distance has changed.
     Block m_older, m_newer;
     std::int64_t m_last = 0;
+    Range m_voids; // since the last distance: what would be distances, were their lowest byte not 0
     std::int32_t m_sinceMarker = 1 << 16; // frames
     bool m_hasPast = false;
     std::vector<Pending> m_pending;

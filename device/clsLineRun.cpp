@@ -68,7 +68,13 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
         if (second == std::string_view::npos) {
             // After a pair the odd line stays for the next evaluation.
             if (!pairFound) {
-                candidate = line.size() >= kShortestSingleLine ? look(line, now, isForeign, found) : Verdict::None;
+                const bool isShort = line.size() < kShortestSingleLine;
+                if (!isShort || m_hasRun) {
+                    candidate = look(line, now, isForeign, found);
+                } else {
+                    noteShort(line, now);
+                }
+                candidate = isShort ? Verdict::None : candidate;
                 found.consumed = start;
             }
             break;
@@ -87,6 +93,26 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
     return found;
 }
 
+/// A short line counts for nothing by itself, and the first one may be half a line; but two that are alike are a run,
+/// against which a damaged one is held.
+void clsLineRun::noteShort(std::string_view bytes, double now)
+{
+    const auto line = modReplySteps::ReadDistanceLine(bytes);
+    Shape shape = line ? shapeOf(*line, bytes) : Shape{};
+    if (line && m_short && isAlike(*m_short, shape)) {
+        m_hasRun = true;
+        m_lastValue = line->value;
+        m_lastTime = now;
+        m_shape = shape;
+    }
+    m_short = line ? std::optional(std::move(shape)) : std::nullopt;
+}
+
+clsLineRun::Shape clsLineRun::shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes)
+{
+    return {line.decimals, std::string(line.unit), bytes.size(), line.isPadded, bytes.starts_with(' '), line.hasZeros};
+}
+
 clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const Foreign& isForeign, Found& found)
 {
     for (const auto& [mark, name] : {std::pair("No Echo", "No Echo"), std::pair("TempErr", "TempError")}) {
@@ -101,9 +127,7 @@ clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const F
         return Verdict::None;
     }
     const auto line = modReplySteps::ReadDistanceLine(bytes);
-    const Shape shape = line ? Shape{line->decimals, std::string(line->unit), bytes.size(),
-                                     line->isPadded, bytes.starts_with(' '),  line->hasZeros}
-                             : Shape{};
+    const Shape shape = line ? shapeOf(*line, bytes) : Shape{};
     // A verdict may be a bare number, and a distance the number of a command.
     const bool isOfRun = line && m_hasRun && isAlike(m_shape, shape);
     if (!isOfRun && isForeign(bytes)) {
@@ -134,6 +158,7 @@ clsLineRun::Verdict clsLineRun::judge(Seen seen, double now, Found& found)
     }
     if (m_held && m_held->isOtherShape == seen.isOtherShape && confirms(seen, *m_held)) {
         releaseHeld(found);
+        found.isNewShape = found.isNewShape || seen.isOtherShape;
         // Lines of one unit with as many decimals that change their length are not padded after all.
         m_variesInLength = m_shape.decimals == seen.shape.decimals && m_shape.unit == seen.shape.unit;
         m_shape.isPadded = false;

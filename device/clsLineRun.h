@@ -23,6 +23,7 @@ public:
         std::optional<Line> held; ///< held back by the look before, and right after all
         std::optional<Line> newest;
         std::int32_t damaged = 0; ///< lines that were given up
+        bool isNewShape = false;  ///< the lines have another number of decimals or unit now
     };
     /// Whether a line is known to be something else than a distance.
     using Foreign = std::function<bool(std::string_view line)>;
@@ -64,6 +65,8 @@ private:
     Verdict count(Seen seen, double now, Found& found);
     void releaseHeld(Found& found);
     void dropHeld(Found& found);
+    void noteShort(std::string_view bytes, double now);
+    static Shape shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes);
     bool isAlike(const Shape& run, const Shape& shape) const;
     bool confirms(const Seen& seen, const Seen& held) const;
     bool isOutlier(const Seen& seen, double now) const;
@@ -74,4 +77,5 @@ private:
     double m_lastValue = 0.0;
     double m_lastTime = 0.0; ///< days
     std::optional<Seen> m_held;
+    std::optional<Shape> m_short; ///< of the last line, while no run has begun
 };

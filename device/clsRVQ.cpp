@@ -56,6 +56,7 @@ void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
     m_lines.Forget();
     m_lastCrc_mm.reset();
     m_mismatch = Mismatch::None;
+    UnitInDoubt = false;
     CommBaudrate(Rate);
 }
 

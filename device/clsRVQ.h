@@ -96,6 +96,9 @@ public:
     /// temperature that was asked for.
     void EvaluateBehindDamage();
     /// Distances that have come together with one held back before them; the next evaluations tell of them.
+    /// The lines of a measurement have changed without naming a unit: what they measure in is not known. The loop asks
+    /// for the configuration then, which clears it.
+    bool UnitInDoubt = false;
     bool HasDue() const { return !m_due.empty(); }
     /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`.
     void SendCommand(std::string_view Command);
@@ -163,6 +166,7 @@ private:
         std::string text; ///< as it was received, in the formats that are text
         double value = 0.0;
         std::int32_t value_mm = 0;
+        std::optional<std::int32_t> unit; ///< that the line names
     };
     struct SentFrame {
         std::string text; ///< without the carriage return

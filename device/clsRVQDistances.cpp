@@ -61,9 +61,10 @@ void clsRVQ::takeAsciiDistance()
     InBuffer.erase(0, found.consumed);
     DamagedReplies += found.damaged;
     sDistance.clear();
+    UnitInDoubt = UnitInDoubt || (found.isNewShape && OutputFormat == FormatAscii);
     std::deque<Distance> distances;
     for (const auto& line : {found.held, found.newest}) {
-        if (line) {
+        if (line && !UnitInDoubt) {
             addDistance(*line, distances);
         }
     }
@@ -133,14 +134,15 @@ bool clsRVQ::isVerdict(std::string_view line) const
 
 void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const
 {
-    distances.push_back({{}, value_mm / UnitOf(DistanceUnit).millimetres, value_mm});
+    distances.push_back({{}, value_mm / UnitOf(DistanceUnit).millimetres, value_mm, {}});
 }
 
 void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
 {
     // A number beyond 32 bits of millimetres is noise, not a distance.
-    if (const auto value_mm = RoundHalfToEven(line.value * UnitOf(DistanceUnit).millimetres)) {
-        distances.push_back({line.text, line.value, *value_mm});
+    const std::optional<std::int32_t> unit = modReplySteps::UnitInLine(line.text);
+    if (const auto value_mm = RoundHalfToEven(line.value * UnitOf(unit.value_or(DistanceUnit)).millimetres)) {
+        distances.push_back({line.text, line.value, *value_mm, unit});
     }
 }
 
@@ -158,6 +160,8 @@ void clsRVQ::tellDue()
     const Distance distance = std::move(m_due.front());
     m_due.pop_front();
     sDistance = distance.text;
+    // A sensor that was set up anew says so in its lines first.
+    m_unit = DistanceUnit = distance.unit.value_or(DistanceUnit);
     acceptDistance(distance.value, distance.value_mm);
 }
 

@@ -338,6 +338,7 @@ void clsRVQ::readDump(std::string_view dump)
     if (DeviceType == kSerialType) {
         NodeAddress = -1;
     }
+    UnitInDoubt = false;
     const bool isSame = m_mismatch != Mismatch::None && OutputFormat == format;
     m_mismatch = isSame ? Mismatch::Confirmed : Mismatch::None;
 }

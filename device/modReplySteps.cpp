@@ -64,11 +64,16 @@ char lower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-bool isUnit(std::string_view text)
+/// The index of a unit by its name, whatever its case.
+std::optional<std::int32_t> unitOf(std::string_view text)
 {
-    const auto names = [&](std::string_view name) { return std::ranges::equal(text, name, {}, lower, lower); };
-    return std::ranges::find(kUnits, text, &UnitDef::name) != kUnits.end() ||
-           std::ranges::any_of(kUnits, names, &UnitDef::name) || std::ranges::any_of(kUnitNamesLong, names);
+    const auto isName = [&](std::string_view name) { return std::ranges::equal(text, name, {}, lower, lower); };
+    for (std::size_t i = 0; i < kUnits.size(); ++i) {
+        if (text == kUnits[i].name || isName(kUnits[i].name) || isName(kUnitNamesLong[i])) {
+            return static_cast<std::int32_t>(i);
+        }
+    }
+    return std::nullopt;
 }
 
 bool isTextByte(char c)
@@ -134,10 +139,16 @@ std::optional<DistanceLine> ReadDistanceLine(std::string_view line)
     const double value = Val(number.substr(0, number.size() - rest.size()));
     rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
     rest = rest.substr(0, rest.find_last_not_of(' ') + 1);
-    if (whole + decimals == 0 || (!rest.empty() && !isUnit(rest))) {
+    if (whole + decimals == 0 || (!rest.empty() && !unitOf(rest))) {
         return std::nullopt;
     }
     return DistanceLine{value, static_cast<std::int32_t>(decimals), rest, isPadded, whole > 1 && digits.front() == '0'};
+}
+
+std::optional<std::int32_t> UnitInLine(std::string_view line)
+{
+    const auto read = ReadDistanceLine(line);
+    return read ? unitOf(read->unit) : std::nullopt;
 }
 
 CrcDistances FindCrcDistances(std::string_view bytes)

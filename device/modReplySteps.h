@@ -43,6 +43,9 @@ struct DistanceLine {
 /// The line without its line end; empty when it is anything else.
 std::optional<DistanceLine> ReadDistanceLine(std::string_view line);
 
+/// The index of the unit that stands behind the number of such a line; empty when there is none.
+std::optional<std::int32_t> UnitInLine(std::string_view line);
+
 inline constexpr std::size_t kFrameSize = 4;
 /// Four bytes of a frame, least significant first. There must be so many.
 inline std::uint32_t FrameWord(std::string_view bytes, std::size_t at)

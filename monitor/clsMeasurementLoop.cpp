@@ -88,6 +88,7 @@ void clsMeasurementLoop::servePort()
         dispatch();
     }
     pollAfterSilentSingle();
+    askForUnit();
 }
 
 /// An evaluation ends at the first damaged frame and drops one byte of it. What stands behind it belongs to the same
@@ -244,6 +245,15 @@ void clsMeasurementLoop::interruptForTemperature()
     m_device.SendCommand("S");
     m_device.ReadTempTime = m_device.CurrentTime + m_device.ReadTempInterval / kMsPerDay;
     m_temperaturePending = true;
+}
+
+/// The sensor has been set up anew while it measures. The measurement resumes with the next poll.
+void clsMeasurementLoop::askForUnit()
+{
+    if (m_device.UnitInDoubt && m_device.CommStatus == DialogueMeasuring && !m_device.Wait.Running) {
+        modRVQComm::StopMeasurement(m_device);
+        m_device.SendCommand("C");
+    }
 }
 
 /// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more

@@ -96,6 +96,7 @@ private:
     void newConfiguration();
     void interruptForTemperature();
     void pollAfterSilentSingle();
+    void askForUnit();
     bool awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvents);
     void startStop(std::int32_t before);
     void requestOne(const NextPass& nextPass);

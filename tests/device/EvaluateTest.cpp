@@ -206,7 +206,8 @@ TEST(Evaluate, BinaryDistances)
         {"\xF0\xD8\xFF\xFF"s, EventDistance, -10000, ""},
         {"\x01\x00\xE2\xFF"s, EventDistance, 0xE20001 - 0x1000000, ""},
         {"\x01\x00\xE1\xFF"s, EventNone, 0, "\x00\xE1\xFF"s},
-        {"\x00\x27\x00\x00"s, EventNone, 0, "\x27\x00\x00"s}, // b0 = 0 starts no frame
+        {"\x00\x27\x00\x00"s, EventNone, 0, ""}, // b0 = 0 is no frame, but keeps the step
+        {"\x00\x04\x00\x00\x00\x04\x00\x00\x01\x04\x00\x00"s, EventDistance, 1025, ""},
         {"\xFE\xFF\xFF\x7F"s, EventNone, 0, "\xFF\xFF\x7F"s},
     };
     for (const auto& [bytes, event, mm, rest] : rows) {
@@ -339,6 +340,28 @@ TEST(Evaluate, ALineOfAnotherShapeWaitsForTheNextOne)
         }
         EXPECT_EQ(texts, shown) << name;
     }
+}
+
+TEST(Evaluate, ALineIsMeasuredInTheUnitThatItNames)
+{
+    Expecting sensor(DialogueMeasuring, "m");
+    sensor.Arrive("     1.234 m\r\n");
+    sensor.Arrive("    4.0490 ft\r\n"); // set up anew by somebody else
+    sensor.Arrive("    4.0500 ft\r\n");
+    EXPECT_EQ(sensor.device.MeasValue_mm, 1234);
+    EXPECT_EQ(sensor.device.DistanceUnit, 3);
+    sensor.Arrive("");
+    EXPECT_EQ(sensor.device.MeasValue, 4.05);
+    EXPECT_EQ(sensor.Arrive("    4.0510 ft\r\n"), EventDistance);
+}
+
+TEST(Evaluate, ShortLinesCountForTheShapeThoughTheyAreNotShown)
+{
+    Expecting sensor(DialogueMeasuring, "m");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(sensor.Arrive("178.071 in\r\n"), EventNone);
+    }
+    EXPECT_EQ(sensor.Arrive("1178.0711 in\r\n"), EventNone) << "long enough by damage";
 }
 
 TEST(Evaluate, ALateVerdictIsNoBinaryDistance)

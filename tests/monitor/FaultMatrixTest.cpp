@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <optional>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -115,13 +114,25 @@ struct Result {
     std::string complaint; ///< empty: all well
 };
 
+/// What the window was told, without why something has failed and without what follows an upload that was given up.
+std::string withoutReasons(const std::string& told)
+{
+    std::istringstream words(told);
+    std::string rest;
+    for (std::string word; words >> word;) {
+        if (!word.starts_with("!1361:")) {
+            rest += word.starts_with('!') ? "! " : word + ' ';
+        }
+    }
+    return rest;
+}
+
 /// What has been said of an operation that is not done, if anything.
 std::optional<Ending> saidOf(const FaultCell& cell)
 {
     static constexpr std::string_view kRed[] = {"! ", "! fill ", "! 1275 ", "! 1276 ! ", "! 1276 select ", "1272 ! "};
     // That an upload was given up follows from the answers; what else has failed is red.
-    static const std::regex kGivenUp("!1361:\\d+ "), kFailure("!\\d+:\\d+ ");
-    const std::string told = std::regex_replace(std::regex_replace(cell.window.told, kGivenUp, ""), kFailure, "! ");
+    const std::string told = withoutReasons(cell.window.told);
     if (std::ranges::find(kRed, told) != std::end(kRed)) {
         return kFailed;
     }

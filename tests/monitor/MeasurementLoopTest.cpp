@@ -359,6 +359,26 @@ TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
     EXPECT_TRUE(monitor.view.sensor.RedLaser);
 }
 
+TEST(MeasurementLoop, LinesThatChangeWithoutAUnitAskForTheConfiguration)
+{
+    Monitor monitor;
+    monitor.sensor.device.OutputFormat = FormatAscii;
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.loop.StartStop({});
+    monitor.Tick("       1.234\r\n");
+    monitor.Sent();
+    monitor.Tick("        1234\r\n");
+    monitor.Tick("        1235\r\n");
+    EXPECT_EQ(monitor.view.distance, "1.234 [m]") << "not 1235 m";
+    EXPECT_EQ(monitor.Sent(), "SC");
+    monitor.Tick("Type: Serial\r\n101: 0\r\n111: 0\r\nend\r\n");
+    monitor.Tick({}, 2000);
+    monitor.Tick("23 C,  OK\r\n");
+    EXPECT_EQ(monitor.Sent(), "TM") << "it goes on by itself";
+    monitor.Tick("        1236\r\n");
+    EXPECT_EQ(monitor.view.distance, "1236 [mm]");
+}
+
 TEST(MeasurementLoop, ACommandEndsWithThePortItWaitsFor)
 {
     Monitor monitor;
