@@ -276,6 +276,17 @@ TEST(SettingsWindow, NeitherItsFrameNorEscapeClosesItInTheMiddleOfATransfer)
     EXPECT_TRUE(CloseByFrame(*editor.window)) << "afterwards";
 }
 
+TEST(SettingsWindow, ALongTextOfTheSensorIsPlainAndDoesNotWidenIt)
+{
+    Editor editor;
+    const int before = editor.window->minimumSizeHint().width();
+    editor.line.device.SerialNo = "<b>" + std::string(61, 'W');
+    editor.window->FollowDevice();
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.SerialNo);
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->textFormat(), Qt::PlainText);
+    EXPECT_LE(editor.window->minimumSizeHint().width(), before + 24 * editor.window->fontMetrics().averageCharWidth());
+}
+
 TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
 {
     Editor editor;
