@@ -139,7 +139,7 @@ UnwrittenFile clsConfigLibrary::Store(std::size_t line, const std::string& descr
     Listed& entry = m_entries.at(line);
     entry.configuration->Description = description;
     entry.isListed = true;
-    const UnwrittenFile list = save(&entry);
+    UnwrittenFile list = save(&entry);
     UnwrittenFile own;
     if (!modConfigFile::Write(*entry.configuration, own.why)) {
         own.file = entry.configuration->FileName;
