@@ -64,7 +64,7 @@ Sum playRow(const Row& row)
                                 .rate_Hz = rate_Hz,
                                 .course = row.isAnywhere ? Course::Anywhere : course,
                                 .damage = row.damage,
-                                .damages = isText ? 140 : 250};
+                                .damages = isText ? 145 : 250};
                 sum.Add(play);
                 play.noEcho = 0.1;
                 sum.Add(play);
