@@ -80,6 +80,9 @@ void clsFrameStep::Range::Include(std::int64_t value)
 void clsFrameStep::Block::Include(std::int64_t value)
 {
     ++frames;
+    if (range.lower <= value && value <= range.upper) {
+        return;
+    }
     range.Include(value);
     // Widened, but not across 0.
     const std::int64_t margin = std::max(kLeastMargin_mm, (range.upper - range.lower) / 3);
@@ -139,7 +142,9 @@ std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Fo
         } else if (!isPassedOver(word)) {
             break;
         }
-        release(at + kFrameSize, found);
+        if (!m_pending.empty()) {
+            release(at + kFrameSize, found);
+        }
     }
     return at;
 }

@@ -115,8 +115,9 @@ clsLineRun::Shape clsLineRun::shapeOf(const modReplySteps::DistanceLine& line, s
 
 clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const Foreign& isForeign, Found& found)
 {
+    const bool mayBeMarker = bytes.find('E') != std::string_view::npos;
     for (const auto& [mark, name] : {std::pair("No Echo", "No Echo"), std::pair("TempErr", "TempError")}) {
-        if (Contains(bytes, mark)) {
+        if (mayBeMarker && Contains(bytes, mark)) {
             dropHeld(found);
             found.newest = Line{name, 0.0};
             return Verdict::Counts;

@@ -81,6 +81,17 @@ bool isTextByte(char c)
     return (c >= ' ' && c <= '~') || c == '\r' || c == '\n';
 }
 
+/// A line end with two bytes of text before it: frames have at most three such bytes in a row.
+bool holdsText(std::string_view bytes)
+{
+    for (std::size_t at = bytes.find(kLineEnd); at != std::string_view::npos; at = bytes.find(kLineEnd, at + 1)) {
+        if (at >= 2 && isTextByte(bytes[at - 1]) && isTextByte(bytes[at - 2])) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 bool HoldsAnnouncement(std::string_view bytes)
@@ -218,7 +229,7 @@ std::size_t FirstCrcTemperature(std::string_view bytes)
 std::size_t CutTexts(std::string& bytes)
 {
     constexpr std::size_t kShortest = 4; // the highest byte of a frame is no text, so three at most stand together
-    if (bytes.find(kLineEnd) != std::string::npos) {
+    if (holdsText(bytes)) {
         std::size_t kept = 0;
         std::size_t textAt = 0; // of the bytes that are kept: where the present text begins
         for (const char byte : bytes) {
