@@ -61,8 +61,8 @@ bool isDistance(std::uint32_t word)
 /// As far as a distance may go from one frame to the next. Below 0 the frames look like markers out of step.
 bool isNear(std::int64_t value, std::int64_t before)
 {
-    return (value < 0) == (before < 0) &&
-           std::abs(value - before) <= std::max(kLeastStep_mm, std::abs(before) / kStepPart);
+    const std::int64_t step = std::abs(value - before);
+    return (value < 0) == (before < 0) && (step <= kLeastStep_mm || step * kStepPart <= std::abs(before));
 }
 
 } // namespace
@@ -80,11 +80,18 @@ void clsFrameStep::Range::Include(std::int64_t value)
 void clsFrameStep::Block::Include(std::int64_t value)
 {
     ++frames;
-    if (range.lower <= value && value <= range.upper) {
+    Range all = range;
+    all.Include(value);
+    Widen(all);
+}
+
+/// Not across 0.
+void clsFrameStep::Block::Widen(const Range& all)
+{
+    if (all.lower == range.lower && all.upper == range.upper) {
         return;
     }
-    range.Include(value);
-    // Widened, but not across 0.
+    range = all;
     const std::int64_t margin = std::max(kLeastMargin_mm, (range.upper - range.lower) / 3);
     wide = {range.lower > 0 ? std::max(range.lower - margin, range.lower * 3 / 4) : range.lower - margin,
             range.upper < 0 ? std::min(range.upper + margin, range.upper * 3 / 4) : range.upper + margin};
@@ -135,7 +142,7 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
 /// Takes frames as long as they go on where the ones before were.
 std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Found& found)
 {
-    for (; at + kFrameSize <= bytes.size(); at += kFrameSize) {
+    for (at = takeRun(bytes, at, found); at + kFrameSize <= bytes.size(); at = takeRun(bytes, at + kFrameSize, found)) {
         const std::uint32_t word = FrameWord(bytes, at);
         if (isMarker(word) ? isCertainMarker() : isDistance(word) && isNearLast(word)) {
             accept(word, found);
@@ -145,6 +152,32 @@ std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Fo
         if (!m_pending.empty()) {
             release(at + kFrameSize, found);
         }
+    }
+    return at;
+}
+
+/// The usual case by itself: frames among the last ones, as many as their block still has room for.
+std::size_t clsFrameStep::takeRun(std::string_view bytes, std::size_t at, Found& found)
+{
+    if (m_newer.frames == 0 || !m_pending.empty()) {
+        return at;
+    }
+    Range range = m_newer.range;
+    const std::int32_t before = m_newer.frames;
+    for (; m_newer.frames < kBlock && at + kFrameSize <= bytes.size(); at += kFrameSize, ++m_newer.frames) {
+        const std::uint32_t word = FrameWord(bytes, at);
+        const std::int64_t value = DecodeFrame(word);
+        if (!isDistance(word) || isMarker(word) || !m_newer.Holds(value) || !isNear(value, m_last)) {
+            break;
+        }
+        m_last = value;
+        range.Include(value);
+    }
+    if (const std::int32_t taken = m_newer.frames - before; taken > 0) {
+        m_newer.Widen(range);
+        m_sinceMarker = std::min(m_sinceMarker + taken, kMarkerMemory);
+        m_voids = {};
+        found.newest_mm = static_cast<std::int32_t>(m_last);
     }
     return at;
 }

@@ -40,6 +40,7 @@ private:
         std::int32_t frames = 0;
         Range range, wide; ///< theirs, and widened by what may still belong to them
         void Include(std::int64_t value);
+        void Widen(const Range& all);
         bool Holds(std::int64_t value) const { return wide.lower <= value && value <= wide.upper; }
     };
     /// Frames in a row that lie near each other.
@@ -72,6 +73,7 @@ private:
     enum class Verdict : std::uint8_t { Accept, Hold, Move };
 
     std::size_t takeFitting(std::string_view bytes, std::size_t at, Found& found);
+    std::size_t takeRun(std::string_view bytes, std::size_t at, Found& found);
     void accept(std::uint32_t word, Found& found);
     void release(std::size_t at, Found& found);
     void hold(std::size_t at, std::size_t end, Found& found);
