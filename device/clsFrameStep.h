@@ -21,7 +21,7 @@ public:
     /// The distances among `bytes`, which begin where the look before has stopped. `paused`: nothing has come since
     /// that look, so every frame that was sent is complete. Undamaged frames come out as soon as they are complete, but
     /// for one that a shift of the frames before would explain, too: it is held back until those behind it tell, or a
-    /// pause. Takes time linear in the bytes; at most 67 of them are left.
+    /// pause. Takes time linear in the bytes; at most 64 of them are left.
     Found Take(std::string_view bytes, bool paused);
 
     /// The bytes begin anew, behind a command; the sensor is the same.

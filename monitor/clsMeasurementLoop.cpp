@@ -247,13 +247,19 @@ void clsMeasurementLoop::interruptForTemperature()
     m_temperaturePending = true;
 }
 
-/// The sensor has been set up anew while it measures. The measurement resumes with the next poll.
+/// The sensor has been set up anew by somebody else. A measurement resumes with the next poll.
 void clsMeasurementLoop::askForUnit()
 {
-    if (m_device.UnitInDoubt && m_device.CommStatus == DialogueMeasuring && !m_device.Wait.Running) {
-        modRVQComm::StopMeasurement(m_device);
-        m_device.SendCommand("C");
+    const bool mayAsk =
+        m_device.CommStatus == DialogueMeasuring ||
+        (m_device.CommStatus == DialogueIdle && (m_device.LastCommand.empty() || m_device.LastCommand == "G"));
+    if (!m_device.UnitInDoubt || !mayAsk || m_device.Wait.Running) {
+        return;
     }
+    if (m_device.CommStatus == DialogueMeasuring) {
+        modRVQComm::StopMeasurement(m_device);
+    }
+    m_device.SendCommand("C");
 }
 
 /// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more

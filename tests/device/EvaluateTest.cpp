@@ -4,6 +4,7 @@
 #include "tests/support/ScriptedSensor.h"
 
 #include <gtest/gtest.h>
+#include <random>
 #include <tuple>
 
 namespace {
@@ -285,6 +286,21 @@ TEST(Evaluate, APauseEndsAFrame)
     EXPECT_EQ(sensor.device.InBuffer, "") << "given up after a tick of silence";
     EXPECT_EQ(sensor.Arrive("\x12\x27\x00\x00"s), EventDistance);
     EXPECT_EQ(sensor.device.MeasValue_mm, 10002);
+}
+
+TEST(Evaluate, OfNoiseAmongFramesLittleWaits)
+{
+    Expecting sensor(DialogueMeasuring, "m", FormatBinary);
+    std::minstd_rand random;
+    sensor.Arrive("\x10\x27\x00\x00"s);
+    for (int look = 0; look < 300; ++look) {
+        std::string noise;
+        for (int i = 0; i < 50; ++i) {
+            noise += "\x10\x27\x00\xFF\x7F"s[random() % 5];
+        }
+        sensor.Arrive(noise);
+        EXPECT_LE(sensor.device.InBuffer.size(), 64U);
+    }
 }
 
 TEST(Evaluate, WhatADamagedFrameWouldExplainWaitsForTheNextOne)

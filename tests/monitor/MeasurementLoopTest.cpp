@@ -379,6 +379,21 @@ TEST(MeasurementLoop, LinesThatChangeWithoutAUnitAskForTheConfiguration)
     EXPECT_EQ(monitor.view.distance, "1236 [mm]");
 }
 
+TEST(MeasurementLoop, SingleValuesThatChangeWithoutAUnitAskForTheConfiguration)
+{
+    Monitor monitor;
+    monitor.Tick();
+    monitor.sensor.device.OutputFormat = FormatAscii;
+    monitor.sensor.device.CommStatus = DialogueIdle;
+    for (const char* line : {"       1.234\r\n", "        1234\r\n", "        1235\r\n"}) {
+        monitor.loop.RequestSingleValue();
+        EXPECT_EQ(monitor.Sent().back(), 'G');
+        monitor.Tick(line);
+    }
+    EXPECT_EQ(monitor.view.distance, "1.234 [m]");
+    EXPECT_EQ(monitor.Sent(), "C") << "or no value would be shown any more";
+}
+
 TEST(MeasurementLoop, ACommandEndsWithThePortItWaitsFor)
 {
     Monitor monitor;
