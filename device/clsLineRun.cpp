@@ -191,7 +191,7 @@ clsLineRun::Verdict clsLineRun::count(Seen seen, double now, Found& found)
 /// Of what came in one look the newest counts, so only what an earlier look has held is told apart.
 void clsLineRun::releaseHeld(Found& found)
 {
-    if (!m_held->isOfThisLook) {
+    if (!m_held->isOfThisLook && !m_held->isStale) {
         found.held = std::move(m_held->line);
     }
     m_held.reset();

@@ -35,8 +35,14 @@ public:
     /// `now` is the time in days.
     Found Take(std::string_view bytes, double now, const Foreign& isForeign);
 
-    /// The lines begin anew, behind a command; what was held is dropped.
-    void Restart() { m_held.reset(); }
+    /// The lines begin anew, behind a command: what was held is told no more, but the next line may still confirm its
+    /// shape, or a sensor that is asked for single values could never be set up anew.
+    void Restart()
+    {
+        if (m_held) {
+            m_held->isStale = true;
+        }
+    }
     /// The clock was set by so many days.
     void ShiftClock(double days) { m_lastTime += days; }
     /// Another sensor, unit or format: lines may have any shape.
@@ -56,6 +62,7 @@ private:
         Shape shape;
         bool isOtherShape = false; ///< not only another length
         bool isOfThisLook = true;
+        bool isStale = false;      ///< a command was sent since
         std::int32_t repeated = 1; ///< lines of this shape, one behind the other
     };
     enum class Verdict : std::uint8_t { None, Counts, Held, Damaged };
