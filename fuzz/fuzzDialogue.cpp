@@ -4,17 +4,16 @@
 #include "fuzz/FuzzInput.h"
 #include "monitor/clsMeasurementLoop.h"
 #include "shell/Days.h"
-#include "simulator/WireFormat.h"
 #include "simulator/clsSensorModel.h"
+#include "tests/support/DamagedStream.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/SilentView.h"
 
-#include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -273,93 +272,24 @@ private:
     double m_now_s = 1000.0;
 };
 
-/// A measurement whose distance moves as the input says, over a line that damages single bytes of it: whatever is
-/// recorded was sent.
-class StreamRun {
-public:
-    explicit StreamRun(FuzzInput& input) : m_input(input) {}
-
-    void Play()
-    {
-        m_device.OutputFormat = m_input.Byte() % 4;
-        m_device.DistanceUnit = m_input.Byte() % 7;
-        m_value_mm = 300 + 200 * m_input.Byte();
-        m_loop.Record = [this](const clsRVQ& device) { requireSent(device.MeasValue_mm); };
-        tick();
-        m_device.CommStatus = DialogueIdle;
-        m_loop.StartStop({});
-        while (!m_input.IsEmpty()) {
-            for (int i = 0; i < kApart; ++i) {
-                send();
-            }
-            harm(send());
-        }
-    }
-
-private:
-    struct Line : PlayedLine {
-        void sent(char) override {}
-    };
-    static constexpr int kApart = 12; // good replies between two damaged ones
-
-    /// One reply a tick; returns where it begins on the line.
-    std::size_t send()
-    {
-        tick();
-        const auto format = static_cast<simulator::Format>(m_device.OutputFormat);
-        m_value_mm += static_cast<std::int8_t>(m_input.Byte()) % 20;
-        m_value_mm = std::clamp(m_value_mm, 300, 60000);
-        m_value_mm += m_value_mm % 256 == 0 ? 1 : 0; // such a frame is out of step by the sensor's own rule
-        const std::string bytes = simulator::DistanceMessage(format, m_device.DistanceUnit, m_value_mm);
-        m_sent[m_next++ % m_sent.size()] = m_value_mm;
-        const std::size_t begin = m_line.Arriving.size();
-        m_line.Arriving += bytes;
-        return begin;
-    }
-
-    void harm(std::size_t begin)
-    {
-        std::string& bytes = m_line.Arriving;
-        const std::size_t at = begin + m_input.Byte() % (bytes.size() - begin);
-        switch (m_input.Byte() % 3) {
-        case 0:
-            bytes.erase(at, 1);
-            break;
-        case 1:
-            bytes.insert(at, 1, bytes[at]);
-            break;
-        default:
-            bytes.insert(at, 1, static_cast<char>(m_input.Byte()));
-            break;
-        }
-    }
-
-    void tick()
-    {
-        m_now_s += kTick_s;
-        m_loop.Tick(46000.0 + m_now_s / kSecondsPerDay);
-    }
-
-    void requireSent(std::int32_t value_mm) const
-    {
-        // The text formats round to their decimals.
-        const double step_mm = m_device.OutputFormat <= FormatAsciiUnit ? UnitOf(m_device.DistanceUnit).millimetres : 0;
-        const double off_mm = 1.0 + step_mm * std::pow(10.0, -UnitOf(m_device.DistanceUnit).decimals);
-        Require(
-            std::ranges::any_of(m_sent, [&](std::int32_t sent_mm) { return std::abs(sent_mm - value_mm) <= off_mm; }));
-    }
-
-    FuzzInput& m_input;
-    Line m_line;
-    modGlobals::Settings m_settings;
-    clsRVQ m_device{m_line, {}};
-    FuzzView m_view;
-    clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
-    double m_now_s = 1000.0;
-    std::int32_t m_value_mm = 0;
-    std::array<std::int32_t, 20> m_sent{}; // of the last second
-    std::size_t m_next = 0;
-};
+/// A measurement over a line that damages bytes of it where the input says: whatever is recorded was sent.
+void playStream(FuzzInput& input)
+{
+    constexpr std::pair<double, double> kSpans[] = {{300, 9000}, {10000, 60000}};
+    const auto [from_mm, to_mm] = kSpans[input.Byte() % std::size(kSpans)];
+    StreamCase play{.format = input.Byte() % 4,
+                    .unit = input.Byte() % 7,
+                    .from_mm = from_mm,
+                    .to_mm = to_mm,
+                    .rate_Hz = input.Byte() % 2 == 0 ? 18.0 : 60.0,
+                    .course = input.Byte() % 2 == 0 ? Course::Still : Course::Moving,
+                    .damage = static_cast<Damage>(1 + input.Byte() % 3), // the others cannot be told
+                    .damages = 50,
+                    .seed = input.Byte()};
+    DamagedStream stream(play);
+    stream.Choose = [&input] { return std::uint32_t{input.Byte()}; };
+    Require(stream.Play().wrong == 0);
+}
 
 constexpr std::string_view kStream = "stream";
 
@@ -370,7 +300,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzInput input(data, size);
     if (std::string_view(reinterpret_cast<const char*>(data), size).starts_with(kStream)) {
         input.Bytes(kStream.size());
-        StreamRun(input).Play();
+        playStream(input);
         return 0;
     }
     DialogueRun dialogue(input);

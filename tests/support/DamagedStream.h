@@ -47,6 +47,8 @@ struct StreamResult {
 class DamagedStream {
 public:
     explicit DamagedStream(const StreamCase& play) : m_case(play), m_random(play.seed), m_damage(play.seed + 1) {}
+    /// Chooses where and how a byte is damaged.
+    std::function<std::uint32_t()> Choose = [this] { return static_cast<std::uint32_t>(m_damage()); };
 
     /// Is told what a tick finds on the line.
     std::function<void(std::string_view)> Arrived = [](std::string_view) {};
@@ -70,7 +72,7 @@ public:
                 harm(bytes);
                 ++m_result.damaged;
                 m_damaged_s = m_damaged_s ? m_damaged_s : next_s;
-                untilDamage = kApart + static_cast<int>(m_damage() % 8);
+                untilDamage = kApart + static_cast<int>(Choose() % 8);
             }
             double arrival_s = next_s;
             for (const char byte : bytes) {
@@ -173,8 +175,8 @@ private:
 
     void harm(std::string& bytes)
     {
-        const std::size_t at = m_damage() % bytes.size();
-        const char foreign = static_cast<char>(m_damage());
+        const std::size_t at = Choose() % bytes.size();
+        const char foreign = static_cast<char>(Choose());
         switch (m_case.damage) {
         case Damage::Lost:
             bytes.erase(at, 1);
