@@ -2,7 +2,7 @@
 // the same ground with a plain polyline over all points and, where the library is installed, QCustomPlot as it comes.
 #include "bench/Micro.h"
 #include "bench/Table.h"
-#include "chart/XYChart.h"
+#include "ui/chart/XYChart.h"
 
 #include <QApplication>
 #include <QPainter>

@@ -3,11 +3,11 @@
 // lost, doubled or swapped unseen: what was delivered must add up exactly to what was shown and what the faults took,
 // and what was shown to what was charted and recorded. The recording of each day is read back and deleted.
 // orvex_bench_longrun [DAYS]
-#include "chart/clsChartData.h"
-#include "device/Crc16.h"
-#include "monitor/clsMeasurementLoop.h"
-#include "recorder/clsRecordReader.h"
-#include "recorder/clsRecorder.h"
+#include "plot/clsChartData.h"
+#include "sensor/Crc16.h"
+#include "session/clsMeasurementLoop.h"
+#include "session/clsRecorder.h"
+#include "store/clsRecordReader.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/SilentView.h"
 #include "tests/support/TemporaryFolder.h"

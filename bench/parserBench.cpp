@@ -2,8 +2,8 @@
 // decoder that walks once over the same stream and knows nothing of states, markers and damage.
 #include "bench/Micro.h"
 #include "bench/Table.h"
-#include "device/Crc16.h"
-#include "device/clsRVQ.h"
+#include "sensor/Crc16.h"
+#include "sensor/clsRVQ.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

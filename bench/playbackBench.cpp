@@ -1,12 +1,12 @@
 // Playing recordings in the program's own windows, against tools that read the same file in the same run: "grep -c"
 // counts its lines, mawk splits them into the same fields. orvex_bench_playback [LINES], 6 million unless given.
 #include "bench/Table.h"
-#include "chart/XYChart.h"
-#include "config/clsConfigLibrary.h"
-#include "device/clsPosixPort.h"
-#include "monitor/frmMain.h"
-#include "recorder/frmRecorder.h"
-#include "shell/Help.h"
+#include "port/clsPosixPort.h"
+#include "store/clsConfigLibrary.h"
+#include "ui/chart/XYChart.h"
+#include "ui/help/Help.h"
+#include "ui/main/frmMain.h"
+#include "ui/recorder/frmRecorder.h"
 
 #include <QAction>
 #include <QApplication>

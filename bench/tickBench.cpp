@@ -3,11 +3,11 @@
 // showing the same texts in a bare label costs.
 #include "bench/Micro.h"
 #include "bench/Table.h"
-#include "config/clsConfigLibrary.h"
-#include "device/modPComm.h"
-#include "monitor/frmMain.h"
-#include "shell/Help.h"
+#include "port/modPComm.h"
+#include "store/clsConfigLibrary.h"
 #include "tests/support/PlayedLine.h"
+#include "ui/help/Help.h"
+#include "ui/main/frmMain.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -1,12 +1,12 @@
 // Configuration files (*.rvq): read, shown, copied back, sent and written; what is written is read back the same.
-#include "config/modConfigFile.h"
-#include "device/Parameters.h"
+#include "base/Numbers.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
-#include "settings/Fields.h"
-#include "settings/Printout.h"
-#include "settings/clsTransfer.h"
-#include "shell/Numbers.h"
+#include "sensor/Fields.h"
+#include "sensor/Parameters.h"
+#include "session/clsTransfer.h"
+#include "store/Printout.h"
+#include "store/modConfigFile.h"
 
 #include <algorithm>
 

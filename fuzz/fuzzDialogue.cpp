@@ -1,9 +1,9 @@
 // The dialogue with the sensor as a state machine: bytes, time and the operator's acts in any order drive device and
 // measurement loop. At the end a healthy sensor is plugged in, and the program must find its way back to it.
-#include "device/Parameters.h"
+#include "base/Days.h"
 #include "fuzz/FuzzInput.h"
-#include "monitor/clsMeasurementLoop.h"
-#include "shell/Days.h"
+#include "sensor/Parameters.h"
+#include "session/clsMeasurementLoop.h"
 #include "simulator/clsSensorModel.h"
 #include "tests/support/DamagedStream.h"
 #include "tests/support/PlayedLine.h"

@@ -1,10 +1,10 @@
 // INI files: what is read does not change the file, what is written is read back and leaves the rest alone.
 // Input: section, key and value on a line of their own, then the file.
-#include "config/clsIni.h"
-#include "config/modFiles.h"
-#include "config/modIni.h"
+#include "base/modFiles.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
+#include "store/clsIni.h"
+#include "store/modIni.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 // Readers of numbers, key filters and field checks.
+#include "base/Numbers.h"
 #include "fuzz/FuzzInput.h"
-#include "settings/Fields.h"
-#include "shell/Numbers.h"
+#include "sensor/Fields.h"
 
 #include <cmath>
 #include <utility>

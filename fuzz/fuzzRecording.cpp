@@ -3,9 +3,9 @@
 // Input: how often the text stands in the file; half the length of the blanks that each \1 in it stands for; the text.
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
-#include "recorder/clsRecordReader.h"
-#include "recorder/modCsvExport.h"
-#include "recorder/modPlayback.h"
+#include "session/modPlayback.h"
+#include "store/clsRecordReader.h"
+#include "store/modCsvExport.h"
 
 #include <algorithm>
 #include <cmath>

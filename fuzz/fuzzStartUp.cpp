@@ -1,9 +1,9 @@
 // The start of the program with any RVQ.ini: settings, list of configurations, ports; and both kept and read again.
-#include "config/clsConfigLibrary.h"
-#include "device/modPComm.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
-#include "shell/modGlobals.h"
+#include "port/modPComm.h"
+#include "store/clsConfigLibrary.h"
+#include "store/modGlobals.h"
 
 #include <cmath>
 

@@ -1,16 +1,16 @@
 // Whatever the program writes, a SIGKILL at any moment leaves the old or the new file, whole, and never takes back what
 // was already written. ORVEX_KILLS sets the kills of each test; with ORVEX_CRASH_TABLE each adds its row to that file.
-#include "chart/XYChart.h"
-#include "config/modConfigFile.h"
-#include "config/modFiles.h"
-#include "device/Parameters.h"
-#include "recorder/Export.h"
-#include "recorder/clsRecorder.h"
-#include "recorder/modRecordLine.h"
-#include "shell/Localise.h"
-#include "shell/modGlobals.h"
+#include "base/modFiles.h"
+#include "sensor/Parameters.h"
+#include "session/clsRecorder.h"
+#include "store/modConfigFile.h"
+#include "store/modGlobals.h"
+#include "store/modRecordLine.h"
 #include "tests/support/KilledChild.h"
 #include "tests/support/TemporaryFolder.h"
+#include "ui/chart/XYChart.h"
+#include "ui/recorder/Export.h"
+#include "ui/widgets/Localise.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,8 +1,8 @@
 // A measurement over a line that damages a byte now and then: what the sensor has sent, what the program made of it.
 #pragma once
 
-#include "monitor/clsMeasurementLoop.h"
-#include "shell/Days.h"
+#include "base/Days.h"
+#include "session/clsMeasurementLoop.h"
 #include "simulator/WireFormat.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/ScriptedSensor.h"

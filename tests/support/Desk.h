@@ -2,12 +2,12 @@
 // folder of its own; and how its controls are found and used.
 #pragma once
 
-#include "config/clsConfigLibrary.h"
-#include "device/clsPosixPort.h"
-#include "monitor/frmMain.h"
-#include "shell/Help.h"
+#include "port/clsPosixPort.h"
 #include "simulator/clsSimulatedSensor.h"
+#include "store/clsConfigLibrary.h"
 #include "tests/support/TemporaryFolder.h"
+#include "ui/help/Help.h"
+#include "ui/main/frmMain.h"
 
 #include <QAbstractButton>
 #include <QAction>

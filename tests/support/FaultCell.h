@@ -2,9 +2,9 @@
 // line that breaks and is mended.
 #pragma once
 
-#include "recorder/clsRecorder.h"
-#include "settings/clsTransfer.h"
-#include "shell/Days.h"
+#include "base/Days.h"
+#include "session/clsRecorder.h"
+#include "session/clsTransfer.h"
 #include "tests/support/SensorOnLine.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/clsRecordingTransferView.h"

@@ -2,7 +2,7 @@
 // pulled.
 #pragma once
 
-#include "device/SerialPort.h"
+#include "port/SerialPort.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 // A device on a scripted port, with a clock that the test sets.
 #pragma once
 
-#include "device/Crc16.h"
-#include "device/clsRVQ.h"
+#include "sensor/Crc16.h"
+#include "sensor/clsRVQ.h"
 #include "tests/support/clsScriptedPort.h"
 
 #include <string>

@@ -2,9 +2,9 @@
 // one clock that only the ticks move. So a run is the same however busy the machine is, and no deadline is waited for.
 #pragma once
 
-#include "device/clsPosixPort.h"
-#include "monitor/clsMeasurementLoop.h"
-#include "shell/Days.h"
+#include "base/Days.h"
+#include "port/clsPosixPort.h"
+#include "session/clsMeasurementLoop.h"
 #include "simulator/clsPseudoTerminal.h"
 #include "simulator/clsSensorModel.h"
 #include "tests/support/ScriptedSensor.h"

@@ -1,7 +1,7 @@
 // A window that shows nothing, for plays that look at a few of its calls.
 #pragma once
 
-#include "monitor/MonitorView.h"
+#include "session/MonitorView.h"
 
 struct SilentView : MonitorView {
     void Echo(std::string_view) override {}

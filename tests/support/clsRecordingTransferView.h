@@ -1,7 +1,7 @@
 // A settings window that answers questions from a list and writes down what it is told.
 #pragma once
 
-#include "settings/clsTransfer.h"
+#include "session/clsTransfer.h"
 
 #include <deque>
 #include <string>

@@ -1,0 +1,71 @@
+// The folder plot/ computes what a chart shows, without drawing it: the series, the scaling, the divisions, the columns.
+// It knows no sensor and no widget. Here: the series, a ring of points that never grows.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/// A value at a time. x = 0 marks a slot that holds no point.
+struct ChartPoint {
+    double x = 0.0; ///< days since 1899-12-30; never 0 in a point
+    double y = 0.0; ///< in the shown unit; a NaN marks a gap
+};
+
+class clsChartData {
+public:
+    /// Discards all points and makes room for maximumIndex + 1 of them, empty.
+    /// Throws std::out_of_range, changing nothing, when maximumIndex is negative or the room cannot be counted.
+    void InitChartData(std::int32_t maximumIndex);
+
+    /// Writes a point to slot `StopIndex` and moves `StopIndex` on; the newest point overwrites the oldest.
+    /// Throws std::out_of_range when `StopIndex` was set to no slot, and std::domain_error before `InitChartData`: the
+    /// point then stands in slot 0 already.
+    void AddChartPoint(double x, double y)
+    {
+        m_points.at(static_cast<std::size_t>(StopIndex)) = {x, y};
+        ++m_added;
+        StopIndex = next(StopIndex);
+    }
+
+    /// Moves `StartIndex` to the oldest point to be shown: slot 0 while the ring has not wrapped, then
+    /// `StopIndex` + 1. Does nothing when the two are equal. Throws std::out_of_range when `StopIndex` is no slot.
+    void ResetReadPointer();
+
+    /// The slots in the order of reading, from `StartIndex` up to before `StopIndex`: the part up to the end of the
+    /// ring, then the part from its beginning. Unused slots may be among them. Valid until the series changes.
+    /// Both parts are empty when an index is no slot.
+    std::array<std::span<const ChartPoint>, 2> Readable() const;
+
+    /// How many points were added since InitChartData, and a number that InitChartData changes: what a reader needs to
+    /// know to look at new points only.
+    std::uint64_t Added() const { return m_added; }
+    std::uint64_t Generation() const { return m_generation; }
+
+    std::int32_t Size() const { return m_size; }
+    static constexpr std::int32_t LowestIndex() { return 0; }
+    /// A slot's time and value. Both throw std::out_of_range for an index that is no slot.
+    double XValue(std::int32_t index) const;
+    double YValue(std::int32_t index) const;
+
+    /// The first slot to read and the slot to write next; setting them checks nothing.
+    std::int32_t StartIndex = 0;
+    std::int32_t StopIndex = 0;
+
+private:
+    /// The slot after `index`.
+    std::int32_t next(std::int32_t index) const
+    {
+        if (m_size == 0) {
+            refuseWithoutRing();
+        }
+        return index + 1 == m_size ? 0 : index + 1;
+    }
+    [[noreturn]] static void refuseWithoutRing();
+
+    std::vector<ChartPoint> m_points = std::vector<ChartPoint>(1);
+    std::int32_t m_size = 0;
+    std::uint64_t m_added = 0;
+    std::uint64_t m_generation = 1;
+};

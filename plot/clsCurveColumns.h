@@ -1,0 +1,85 @@
+// Reduces a curve to what a picture can show of it: the lowest and highest value per column. Columns are counted from
+// day 0, so they keep their points while the picture scrolls, and from frame to frame only new points are looked at.
+#pragma once
+
+#include "plot/clsChartData.h"
+#include "plot/modChartCommon.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/// The columns of a picture and the times at which they stand.
+struct TimeWindow {
+    double first = 0.0; ///< the number of the picture's first column, a whole one
+    double perDay = 1.0;
+    std::int32_t columns = 0;
+    bool operator==(const TimeWindow&) const = default;
+};
+
+/// What the curve covers of one column. Successive entries are joined, unless the later one begins a run.
+struct ColumnSpan {
+    std::int32_t column = 0; ///< of the picture when Update was given a window for the first time, see FirstColumn
+    bool beginsRun = true;
+    double low = 0.0, high = 0.0;
+};
+
+/// Whether a point is drawn: an unused slot, a gap, a value or time without a place and, unless `showZero`, a value of
+/// 0 are not.
+inline bool IsShown(const ChartPoint& point, bool showZero)
+{
+    return point.x != 0.0 && modChartCommon::IsDrawable(point.x) && modChartCommon::IsDrawable(point.y) &&
+           (showZero || point.y != 0.0);
+}
+
+class clsCurveColumns {
+public:
+    /// Brings the spans up to date with the series, whose read pointer stands on the oldest point, for this window. The
+    /// points need not be in the order of time. A point that is not shown, and a step back in time, end a run: what
+    /// follows is not joined to it. A column gets several spans when several runs go through it.
+    /// The column of the oldest point may still cover a value that the ring has just overwritten.
+    void Update(const clsChartData& series, const TimeWindow& window, bool showZero);
+
+    /// The spans, all within the window.
+    std::span<const ColumnSpan> Spans() const { return std::span(m_spans).subspan(m_begin); }
+    /// Which `column` of the spans is the window's first.
+    std::int32_t FirstColumn() const { return m_first; }
+    /// Spans of columns from the last point's on may change with the next point; so may all when the epoch changes.
+    std::int32_t LastColumn() const;
+    std::uint64_t Epoch() const { return m_epoch; }
+    /// The column before which there are no more points.
+    std::int32_t OldestColumn() const { return m_oldest; }
+
+private:
+    bool continues(const clsChartData& series, const TimeWindow& window, bool showZero);
+    void startOver(const clsChartData& series, const TimeWindow& window, bool showZero);
+    void moveTo(const TimeWindow& window, const ChartPoint& oldest);
+    void walk(std::span<const ChartPoint> points);
+    void begin(double place, double value);
+    void advance(double place, double value);
+    void settle(double column);
+    void endRun();
+    void flush();
+
+    TimeWindow m_window;
+    bool m_showZero = false;
+    // The series as it was read last.
+    std::uint64_t m_generation = 0, m_added = 0;
+    std::int32_t m_stop = 0;
+    bool m_hasSteppedBack = false; ///< the points are not in the order of time
+    bool m_hasPassedEnd = false;   ///< there are points right of the window
+
+    double m_base = 0.0; ///< the number of the column that the spans call 0
+    std::int32_t m_first = 0, m_end = 0;
+    std::int32_t m_oldest = 0;
+    std::uint64_t m_epoch = 0;
+    std::vector<ColumnSpan> m_spans;
+    std::size_t m_begin = 0; ///< spans before it have left the window
+    // The walk: the column it is in and the last point.
+    ColumnSpan m_span;
+    double m_columnEnd = 0.0; ///< minus infinity between two runs
+    double m_lastPlace = 0.0; ///< columns from `m_base`
+    double m_lastValue = 0.0;
+    bool m_isShownOpen = false; ///< the last of the spans is a copy of `m_span`, which may still grow
+};

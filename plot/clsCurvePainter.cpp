@@ -1,0 +1,341 @@
+#include "plot/clsCurvePainter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr std::int32_t kFine = clsCurvePainter::kFineColumns;
+constexpr std::uint32_t kOpaque = 256;
+constexpr double kOutside = 64.0; // rows beyond an edge where no pen reaches into the picture
+
+/// `color` over `pixel`, with a share of 0 to 256.
+std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t share)
+{
+    constexpr std::uint32_t kRedBlue = 0x00FF00FF;
+    constexpr std::uint32_t kGreen = 0x0000FF00;
+    const std::uint32_t rest = kOpaque - share;
+    const std::uint32_t redBlue = ((pixel & kRedBlue) * rest + (color & kRedBlue) * share) >> 8U;
+    const std::uint32_t green = ((pixel & kGreen) * rest + (color & kGreen) * share) >> 8U;
+    return 0xFF000000U | (redBlue & kRedBlue) | (green & kGreen);
+}
+
+/// The shares, 0 to 256, of the pixels of a square that a disc in it covers, row by row.
+std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
+{
+    std::vector<std::uint32_t> stamp;
+    for (std::int32_t y = 0; y < side; ++y) {
+        for (std::int32_t x = 0; x < side; ++x) {
+            const double away = std::hypot(x + 0.5 - side / 2.0, y + 0.5 - side / 2.0);
+            const double share = std::clamp(diameter / 2.0 + 0.5 - away, 0.0, 1.0);
+            stamp.push_back(static_cast<std::uint32_t>(kOpaque * share));
+        }
+    }
+    return stamp;
+}
+
+} // namespace
+
+void clsCurvePainter::Erase(const Raster& raster)
+{
+    for (std::size_t column = 0; column < m_saved.size(); ++column) {
+        restoreOutside(raster, static_cast<std::int32_t>(column), {});
+        m_saved[column].isUpright = false;
+    }
+    m_drawn = {};
+}
+
+void clsCurvePainter::Forget()
+{
+    m_saved.clear();
+    m_basis = {};
+    m_coverage.clear();
+    m_coveredTo = 0;
+    m_drawn = {};
+}
+
+void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
+{
+    save(raster, column, {0, raster.height});
+    m_saved[static_cast<std::size_t>(column)].isUpright = true;
+    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    for (std::int32_t row = 0; row < raster.height; ++row) {
+        pixels[row * raster.rowStep] = color;
+    }
+}
+
+void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale,
+                                const CurvePen& pen)
+{
+    const std::int32_t changedFrom = cover(columns, {columns.Epoch(), scale, pen.width, raster.width, raster.height});
+    const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
+    const std::int32_t first = columns.FirstColumn() / kFine;
+    const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
+    m_saved.resize(static_cast<std::size_t>(raster.width));
+    const Coverage none;
+    // As long as nothing scrolls, the columns stand as they are, but for the newest.
+    const std::array<std::int32_t, 2> drawn{first, oldest};
+    const std::int32_t begin = m_drawn == drawn ? changedFrom - first : 0;
+    m_drawn = drawn;
+    for (std::int32_t x = begin; x < raster.width; ++x) {
+        drawColumn(raster, x, first + x < oldest ? none : m_coverage[slotOf(first + x)], pen.color);
+    }
+}
+
+/// Works out the coverage of those columns that have changed since the last frame; returns the first of them.
+std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
+{
+    const std::int32_t first = columns.FirstColumn() / kFine;
+    if (!(basis == m_basis)) {
+        m_basis = basis;
+        m_coverage.assign(static_cast<std::size_t>(basis.width), {});
+        m_steps.assign(static_cast<std::size_t>(basis.height) + 2, 0.0F);
+        m_coveredTo = first;
+        shapePen(basis.penWidth);
+    }
+    const std::int32_t begin = std::max(m_coveredTo, first);
+    const std::int32_t end = first + basis.width;
+    for (std::int32_t column = begin; column < end; ++column) {
+        m_coverage[slotOf(column)].rows = {};
+    }
+    const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
+    const std::span<const ColumnSpan> all = columns.Spans();
+    std::size_t runBegin = all.size();
+    // The spans stand in the order of columns, unless all of them are new.
+    while (runBegin > 0 && (begin == first || all[runBegin - 1].column >= begin * kFine - 2 * reach)) {
+        --runBegin;
+    }
+    for (std::size_t runEnd = 0; runBegin < all.size(); runBegin = runEnd) {
+        for (runEnd = runBegin + 1; runEnd < all.size() && !all[runEnd].beginsRun;) {
+            ++runEnd;
+        }
+        traceRun(all.subspan(runBegin, runEnd - runBegin), basis.scale, basis.height);
+        const std::int32_t firstFine = all[runBegin].column - reach;
+        const std::int32_t last = std::min((all[runEnd - 1].column + reach) / kFine, end - 1);
+        for (std::int32_t column = std::max(std::max(firstFine, 0) / kFine, begin); column <= last; ++column) {
+            coverColumn(column, firstFine);
+        }
+    }
+    // What the pen has reached from the last point may still grow.
+    m_coveredTo = std::max((columns.LastColumn() - reach) / kFine - 1, 0);
+    return begin;
+}
+
+void clsCurvePainter::shapePen(double width)
+{
+    const double radius = width / 2.0;
+    const auto reach = static_cast<std::size_t>(radius * kFine);
+    m_reach.resize(reach + 1);
+    for (std::size_t i = 0; i <= reach; ++i) {
+        const double aside = static_cast<double>(i) / kFine;
+        m_reach[i] = static_cast<float>(std::sqrt(std::max(radius * radius - aside * aside, 0.0)));
+    }
+}
+
+/// The edges of one run, widened by the round pen: each fine column takes what the pen paints from its neighbours.
+void clsCurvePainter::traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height)
+{
+    constexpr float kNone = std::numeric_limits<float>::infinity();
+    const std::size_t reach = m_reach.size() - 1;
+    const std::size_t size = run.size() + 2 * reach;
+    m_rawTops.assign(size + 2 * reach, kNone);
+    m_rawBottoms.assign(size + 2 * reach, -kNone);
+    for (std::size_t i = 0; i < run.size(); ++i) {
+        const double a = scale.offset + run[i].low * scale.rowsPerUnit;
+        const double b = scale.offset + run[i].high * scale.rowsPerUnit;
+        // Clamped as doubles: what lies millions of rows outside must not leave the range of the numbers below.
+        const double least = -kOutside;
+        const double most = height + kOutside;
+        m_rawTops[i + 2 * reach] = static_cast<float>(std::clamp(std::min(a, b), least, most));
+        m_rawBottoms[i + 2 * reach] = static_cast<float>(std::clamp(std::max(a, b), least, most));
+    }
+    m_tops.assign(size, kNone);
+    m_bottoms.assign(size, -kNone);
+    for (std::size_t shift = 0; shift <= 2 * reach; ++shift) {
+        const float up = m_reach[shift > reach ? shift - reach : reach - shift];
+        const float* rawTops = m_rawTops.data() + shift;
+        const float* rawBottoms = m_rawBottoms.data() + shift;
+        for (std::size_t i = 0; i < size; ++i) {
+            m_tops[i] = std::min(m_tops[i], rawTops[i] - up);
+            m_bottoms[i] = std::max(m_bottoms[i], rawBottoms[i] + up);
+        }
+    }
+}
+
+/// Adds the share that the fine columns of the traced run cover of each pixel. Each fine column adds to `m_steps` where
+/// its coverage begins and ends; summing up downwards gives the coverage itself.
+void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
+{
+    const auto height = static_cast<float>(m_basis.height);
+    RowRange rows{m_basis.height, 0};
+    for (std::int32_t fine = column * kFine; fine < (column + 1) * kFine; ++fine) {
+        const std::int32_t i = fine - firstFine;
+        if (i < 0 || i >= static_cast<std::int32_t>(m_tops.size())) {
+            continue;
+        }
+        const float top = std::max(m_tops[static_cast<std::size_t>(i)], 0.0F);
+        const float bottom = std::min(m_bottoms[static_cast<std::size_t>(i)], height);
+        if (top >= bottom) {
+            continue;
+        }
+        const auto topRow = static_cast<std::int32_t>(top);
+        const auto bottomRow = static_cast<std::int32_t>(bottom);
+        float* begins = m_steps.data() + topRow;
+        float* ends = m_steps.data() + bottomRow;
+        const float topPart = top - static_cast<float>(topRow);
+        const float bottomPart = bottom - static_cast<float>(bottomRow);
+        begins[0] += 1.0F - topPart;
+        begins[1] += topPart;
+        ends[0] -= 1.0F - bottomPart;
+        ends[1] -= bottomPart;
+        rows = {std::min(rows.first, topRow), std::max(rows.last, bottomRow + 1)};
+    }
+    if (rows.first < rows.last) {
+        keepShares(column, {rows.first, std::min(rows.last, m_basis.height)});
+        std::fill(m_steps.begin() + rows.first, m_steps.begin() + rows.last + 1, 0.0F);
+    }
+}
+
+/// Puts the shares of these rows, summed up from `m_steps`, over those that the column has from earlier runs.
+void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
+{
+    constexpr float kShareOfFine = static_cast<float>(kOpaque) / kFine;
+    constexpr float kHalf = 0.5F; // to round, and more than the sum's error below 0
+    Coverage& kept = m_coverage[slotOf(column)];
+    const bool isFirst = kept.rows.first == kept.rows.last;
+    if (isFirst) {
+        kept.rows = rows;
+        kept.shares.assign(static_cast<std::size_t>(rows.last - rows.first), 0);
+    } else {
+        const RowRange all{std::min(kept.rows.first, rows.first), std::max(kept.rows.last, rows.last)};
+        kept.shares.insert(kept.shares.begin(), static_cast<std::size_t>(kept.rows.first - all.first), 0);
+        kept.shares.resize(static_cast<std::size_t>(all.last - all.first), 0);
+        kept.rows = all;
+    }
+    float coverage = 0.0F;
+    RowRange solid{rows.last, rows.last};
+    for (std::int32_t row = rows.first; row < rows.last; ++row) {
+        coverage += m_steps[static_cast<std::size_t>(row)];
+        const auto share = std::min(static_cast<std::uint32_t>(coverage * kShareOfFine + kHalf), kOpaque);
+        std::uint16_t& sum = kept.shares[static_cast<std::size_t>(row - kept.rows.first)];
+        sum = static_cast<std::uint16_t>(kOpaque - (kOpaque - sum) * (kOpaque - share) / kOpaque);
+        if (share == kOpaque && solid.first == rows.last) {
+            solid.first = row;
+        } else if (share != kOpaque && solid.first < row) {
+            solid.last = std::min(solid.last, row);
+        }
+    }
+    kept.solid = isFirst ? solid : RowRange{kept.rows.last, kept.rows.last};
+}
+
+/// Where the column drawn before and this one share rows, the pixels stay saved: from frame to frame little is copied.
+void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color)
+{
+    const RowRange rows = coverage.rows;
+    std::uint32_t* pixels = raster.pixels + x * raster.columnStep;
+    // `below` is the pixel under the first of the rows.
+    const auto blend = [&](const std::uint32_t* below, std::ptrdiff_t step, RowRange part) {
+        for (std::int32_t row = part.first; row < part.last; ++row) {
+            const std::int32_t i = row - rows.first;
+            pixels[row * raster.rowStep] =
+                blended(below[i * step], color, coverage.shares[static_cast<std::size_t>(i)]);
+        }
+    };
+    SavedColumn& saved = m_saved[static_cast<std::size_t>(x)];
+    if (saved.isUpright) {
+        blend(pixels + rows.first * raster.rowStep, raster.rowStep, rows);
+        return;
+    }
+    restoreOutside(raster, x, rows);
+    if (rows.first == rows.last) {
+        return;
+    }
+    save(raster, x, rows);
+    blend(saved.pixels.data(), 1, {rows.first, coverage.solid.first});
+    for (std::int32_t row = coverage.solid.first; row < coverage.solid.last; ++row) {
+        pixels[row * raster.rowStep] = color;
+    }
+    blend(saved.pixels.data(), 1, {coverage.solid.last, rows.last});
+}
+
+void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts,
+                               const TimeWindow& window, const RowScale& scale, const CurvePen& pen, bool showZero)
+{
+    const auto side = static_cast<std::int32_t>(std::ceil(pen.width));
+    const Stamp stamp{roundShares(side, pen.width), side};
+    for (const auto part : parts) {
+        for (const ChartPoint& point : part) {
+            const double column = std::floor(point.x * window.perDay) - window.first + 0.5;
+            const double row = scale.offset + point.y * scale.rowsPerUnit;
+            if (IsShown(point, showZero) && column >= 0.0 && column < raster.width && row >= 0.0 &&
+                row < raster.height) {
+                print(raster, stamp, static_cast<std::int32_t>(std::lround(column - side / 2.0)),
+                      static_cast<std::int32_t>(std::lround(row - side / 2.0)), pen.color);
+            }
+        }
+    }
+}
+
+void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top,
+                            std::uint32_t color)
+{
+    const std::int32_t firstRow = std::max(top, 0);
+    const std::int32_t lastRow = std::min(top + stamp.side, raster.height);
+    const std::int32_t lastColumn = std::min(left + stamp.side, raster.width);
+    for (std::int32_t x = std::max(left, 0); x < lastColumn; ++x) {
+        save(raster, x, {firstRow, lastRow});
+        for (std::int32_t y = firstRow; y < lastRow; ++y) {
+            std::uint32_t& pixel = raster.pixels[x * raster.columnStep + y * raster.rowStep];
+            pixel = blended(pixel, color, stamp.shares[static_cast<std::size_t>((y - top) * stamp.side + x - left)]);
+        }
+    }
+}
+
+/// Puts back the saved pixels of a column, but for those of these rows: they stay saved.
+void clsCurvePainter::restoreOutside(const Raster& raster, std::int32_t column, RowRange rows)
+{
+    SavedColumn& saved = m_saved[static_cast<std::size_t>(column)];
+    const RowRange before = saved.rows;
+    RowRange common{std::max(before.first, rows.first), std::min(before.last, rows.last)};
+    if (common.first >= common.last) {
+        common = {before.first, before.first};
+    }
+    std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    const auto restore = [&](RowRange part) {
+        for (std::int32_t row = part.first; row < part.last; ++row) {
+            pixels[row * raster.rowStep] = saved.pixels[static_cast<std::size_t>(row - before.first)];
+        }
+    };
+    restore({before.first, common.first});
+    restore({common.last, before.last});
+    saved.pixels.erase(saved.pixels.begin(), saved.pixels.begin() + (common.first - before.first));
+    saved.pixels.resize(static_cast<std::size_t>(common.last - common.first));
+    saved.rows = common;
+}
+
+/// Keeps the pixels of these rows, before they are drawn on, and of those between them and the ones kept already.
+void clsCurvePainter::save(const Raster& raster, std::int32_t column, RowRange rows)
+{
+    m_saved.resize(static_cast<std::size_t>(raster.width));
+    SavedColumn& saved = m_saved[static_cast<std::size_t>(column)];
+    if (saved.rows.first == saved.rows.last) {
+        saved.rows = {rows.first, rows.first};
+    }
+    const std::uint32_t* pixels = raster.pixels + column * raster.columnStep;
+    if (const std::int32_t missing = saved.rows.first - rows.first; missing > 0) {
+        saved.pixels.insert(saved.pixels.begin(), static_cast<std::size_t>(missing), 0);
+        saved.rows.first = rows.first;
+        for (std::int32_t i = 0; i < missing; ++i) {
+            saved.pixels[static_cast<std::size_t>(i)] = pixels[(rows.first + i) * raster.rowStep];
+        }
+    }
+    for (; saved.rows.last < rows.last; ++saved.rows.last) {
+        saved.pixels.push_back(pixels[saved.rows.last * raster.rowStep]);
+    }
+}
+
+std::size_t clsCurvePainter::slotOf(std::int32_t column) const
+{
+    return static_cast<std::size_t>(column % m_basis.width);
+}

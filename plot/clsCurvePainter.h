@@ -1,0 +1,109 @@
+// Draws the reduced curve, anti-aliased, straight into the pixels of a picture. A column of pixels is made of four
+// finer columns of the reduction; the share of it that they cover gives each pixel's tone. These shares are kept while
+// the picture scrolls, so a frame works them out for the newest columns only.
+#pragma once
+
+#include "plot/clsCurveColumns.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+/// A part of a picture of 32-bit pixels (0xffRRGGBB). Steps are counted in pixels, so that a step of -1 from the last
+/// column mirrors what is drawn.
+struct Raster {
+    std::uint32_t* pixels = nullptr; ///< column 0, row 0
+    std::ptrdiff_t columnStep = 1, rowStep = 0;
+    std::int32_t width = 0, height = 0;
+};
+
+/// Where a value lies: row = offset + value * rowsPerUnit, counted from the top edge of row 0.
+struct RowScale {
+    double offset = 0.0, rowsPerUnit = 1.0;
+    bool operator==(const RowScale&) const = default;
+};
+
+struct CurvePen {
+    double width = 1.5; ///< pixels
+    std::uint32_t color = 0xFF000000;
+};
+
+class clsCurvePainter {
+public:
+    /// Columns of the reduction in a column of pixels.
+    static constexpr std::int32_t kFineColumns = 4;
+
+    /// Takes all that was drawn out of the raster again, so that the pixels are those from before.
+    void Erase(const Raster& raster);
+    /// Forgets what was drawn, because the pixels are new, and the columns that it was drawn from.
+    void Forget();
+    /// Draws an upright line, one column of pixels wide; erase first.
+    void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
+    /// Draws the lines, over uprights too, and takes out the lines drawn before: no need to erase these. The columns'
+    /// window is the raster's width in fine columns, beginning with a whole pixel.
+    void DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale, const CurvePen& pen);
+    /// Draws a round dot, as wide as the pen, at each shown point of the parts; erase first. The window's columns
+    /// are the raster's.
+    void DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts, const TimeWindow& window,
+                  const RowScale& scale, const CurvePen& pen, bool showZero);
+
+private:
+    /// Rows from first to before last; none when they are equal.
+    struct RowRange {
+        std::int32_t first = 0, last = 0;
+    };
+    /// What the curve covers of a column of pixels.
+    struct Coverage {
+        RowRange rows;
+        RowRange solid;                    ///< the part of them that is covered wholly
+        std::vector<std::uint16_t> shares; ///< of these rows, 0 to 256
+    };
+    /// The pixels of a column under what is drawn.
+    struct SavedColumn {
+        RowRange rows;
+        std::vector<std::uint32_t> pixels;
+        bool isUpright = false; ///< an upright is drawn there, and perhaps a line over it
+    };
+    /// All that the kept shares depend on.
+    struct Basis {
+        std::uint64_t epoch = 0;
+        RowScale scale;
+        double penWidth = 0.0;
+        std::int32_t width = 0, height = 0;
+        bool operator==(const Basis&) const = default;
+    };
+    /// What a dot covers of the pixels of a square, row by row: 0 to 256.
+    struct Stamp {
+        std::vector<std::uint32_t> shares;
+        std::int32_t side = 0;
+    };
+
+    std::int32_t cover(const clsCurveColumns& columns, const Basis& basis);
+    void shapePen(double width);
+    void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
+    void coverColumn(std::int32_t column, std::int32_t firstFine);
+    void keepShares(std::int32_t column, RowRange rows);
+    void drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color);
+    void restoreOutside(const Raster& raster, std::int32_t column, RowRange rows);
+    void print(const Raster& raster, const Stamp& stamp, std::int32_t left, std::int32_t top, std::uint32_t color);
+    void save(const Raster& raster, std::int32_t column, RowRange rows);
+    std::size_t slotOf(std::int32_t column) const;
+
+    std::vector<SavedColumn> m_saved; ///< by column of the raster; empty before the first is drawn on
+    /// The first and the oldest column when the lines were drawn last; none while they are not drawn.
+    std::optional<std::array<std::int32_t, 2>> m_drawn;
+    // The coverage, in a ring of columns.
+    Basis m_basis;
+    std::int32_t m_coveredTo = 0; ///< the column from which on the next frame works it out anew
+    std::vector<Coverage> m_coverage;
+    // Working space for a run.
+    std::vector<float> m_reach;   ///< how far the round pen reaches up, by its distance in fine columns
+    std::vector<float> m_rawTops; ///< a run's edges by fine column, with room for the pen's reach left and right
+    std::vector<float> m_rawBottoms;
+    std::vector<float> m_tops; ///< the same, widened by the pen
+    std::vector<float> m_bottoms;
+    std::vector<float> m_steps; ///< by row: how much the coverage changes there
+};

@@ -1,0 +1,63 @@
+// Serial ports as POSIX terminals: raw, 8 data bits, no parity, 1 stop bit, no flow control, never blocking.
+#pragma once
+
+#include "port/SerialPort.h"
+#include "port/modPComm.h"
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+class clsPosixPort : public SerialPort {
+public:
+    /// `devices` says what stands behind a number and must outlive the port.
+    explicit clsPosixPort(const modPComm::PortDevices& devices) : m_devices(devices) {}
+    ~clsPosixPort() override;
+    clsPosixPort(const clsPosixPort&) = delete;
+    clsPosixPort& operator=(const clsPosixPort&) = delete;
+
+    /// Opens the device for this program alone; bytes from before are dropped. -1 on failure, see `LastFailure`; a
+    /// device that another program has locked is left as it is.
+    std::int32_t sio_open(std::int32_t port) override;
+    std::int32_t sio_close(std::int32_t port) override;
+    std::int32_t sio_baud(std::int32_t port, std::int32_t rate) override;
+    std::int32_t sio_getbaud(std::int32_t port) override;
+    std::int32_t sio_flush(std::int32_t port, std::int32_t function) override;
+    std::int32_t sio_putch(std::int32_t port, std::uint8_t byte) override;
+    std::int32_t sio_iqueue(std::int32_t port) override;
+    std::int32_t sio_read(std::int32_t port, std::span<char> buffer) override;
+    std::int32_t sio_data_status(std::int32_t port) override;
+    bool HasVanished(std::int32_t port) const override;
+
+    /// Why the last `sio_open` failed; problem None after a success.
+    const modPComm::OpenFailure& LastFailure() const { return m_failure; }
+    /// Whether, since the last `sio_open`, devices have come or gone or the one behind that port is another: opening it
+    /// may succeed now. A few looks at the file system, no device is opened.
+    bool DevicesChanged() const;
+
+private:
+    struct LineErrors {
+        std::int32_t parity = 0, framing = 0, overrun = 0, overflow = 0;
+    };
+    struct Line {
+        int fd = -1; ///< -1: vanished
+        LineErrors seen;
+        std::uint32_t emptyLooks = 0; ///< at the bytes waiting, with none there
+    };
+
+    /// What is seen of the devices without opening one: times and numbers, to be compared.
+    using Sight = std::vector<std::int64_t>;
+
+    static Sight sightOf(const std::string& device);
+    int descriptor(std::int32_t port) const;
+    void noteFault(std::int32_t port);
+    std::int32_t failed(modPComm::OpenFailure failure);
+
+    const modPComm::PortDevices& m_devices;
+    std::map<std::int32_t, Line> m_lines;
+    modPComm::OpenFailure m_failure;
+    std::int32_t m_triedPort = 0; ///< by the last `sio_open`
+    Sight m_sight;                ///< before it
+};

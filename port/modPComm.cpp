@@ -1,0 +1,68 @@
+#include "port/modPComm.h"
+
+#include <fstream>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace modPComm {
+
+namespace {
+
+std::string firstLine(const std::filesystem::path& file)
+{
+    std::ifstream stream(file);
+    std::string line;
+    std::getline(stream, line);
+    return line;
+}
+
+} // namespace
+
+std::string UsualDevice(std::int32_t port)
+{
+    constexpr std::int32_t kPerKind = 32;
+    constexpr std::string_view kKinds[] = {"/dev/ttyS", "/dev/ttyUSB", "/dev/ttyACM"};
+    if (port < 1 || port > kPerKind * static_cast<std::int32_t>(std::size(kKinds))) {
+        return {};
+    }
+    return std::string(kKinds[(port - 1) / kPerKind]) + std::to_string((port - 1) % kPerKind);
+}
+
+void PortDevices::Use(Configured configured)
+{
+    m_configured = std::move(configured);
+}
+
+void PortDevices::Override(std::int32_t port, std::string device)
+{
+    m_overrides[port] = std::move(device);
+}
+
+std::string PortDevices::DeviceOf(std::int32_t port) const
+{
+    if (const auto found = m_overrides.find(port); found != m_overrides.end()) {
+        return found->second;
+    }
+    std::string device = m_configured ? m_configured("COM" + std::to_string(port)) : std::string();
+    return device.empty() ? UsualDevice(port) : device;
+}
+
+std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system)
+{
+    // A port is some floors below the plug that names maker and product; how many depends on its driver.
+    std::error_code error;
+    const auto node = std::filesystem::canonical(device, error); // what a by-id link leads to
+    auto folder = std::filesystem::canonical(system / "class/tty" / node.filename() / "device", error);
+    for (; !error && folder.has_relative_path() && folder != system; folder = folder.parent_path()) {
+        std::string name = firstLine(folder / "manufacturer");
+        const std::string product = firstLine(folder / "product");
+        name.append(name.empty() || product.empty() ? "" : " ").append(product);
+        if (!name.empty()) {
+            return name;
+        }
+    }
+    return {};
+}
+
+} // namespace modPComm

@@ -1,0 +1,48 @@
+// One measurement as it goes to the display, the chart and the recorder, and the one place that tells a distance from
+// an error marker.
+#pragma once
+
+#include "sensor/clsRVQ.h"
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+struct Measurement {
+    double value = 0.0; ///< in the unit of `unit`
+    std::int32_t value_mm = 0;
+    std::int32_t unit = 0;         ///< index of a unit, 0..6
+    std::int32_t outputFormat = 0; ///< of the sensor, 0..3
+    // Not beside `value`: the compiler would load both in one wide read, which stalls on the store of `value` just
+    // before it.
+    double time = 0.0; ///< days since 1899-12-30, local time
+};
+
+enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
+
+/// The device's last measurement, with its `CurrentTime`.
+inline Measurement MeasurementOf(const clsRVQ& device)
+{
+    return {device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat, device.CurrentTime};
+}
+
+/// What a display, a recording and a table call what is no distance: "No Echo", "TempError"; empty for a distance.
+std::string_view NameOf(MeasurementKind kind);
+
+/// What a measurement is. Value and millimetres are both looked at, because a marker in metres is no round number; a
+/// temperature error goes before a missing echo, because "TempErr!" on the line leaves one marker in each.
+MeasurementKind KindOf(const Measurement& measurement);
+
+/// Whether a measurement becomes a point of the chart: no marker, below 99 999 999 in its unit, and not 0 unless zero
+/// values are wanted.
+inline bool IsCharted(const Measurement& measurement, bool showZeroValues)
+{
+    constexpr double kLargestCharted = 99999999.0;
+    // In another unit than millimetres a marker is an ordinary number.
+    const bool marker = measurement.value_mm == kMarkerTempError || measurement.value_mm == kMarkerNoEcho;
+    return !marker && (measurement.value != 0.0 || showZeroValues) && std::fabs(measurement.value) < kLargestCharted;
+}
+
+/// The text of the value display: "12.345 m", "12.345 [m]" when the sensor sends plain ASCII, "No Echo" or "TempError".
+std::string DistanceText(const Measurement& measurement, char decimalSeparator);

@@ -1,0 +1,88 @@
+// The lines of a measurement in text, held against the ones before them. A byte that is lost, doubled or foreign leaves
+// a line that still reads as a number, but another one; what gives it away is its shape: the digits behind the point,
+// the unit and, where the sensor pads its lines, their length.
+#pragma once
+
+#include "sensor/modReplySteps.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+class clsLineRun {
+public:
+    struct Line {
+        std::string text;   ///< trimmed, or "No Echo", "TempError"
+        double value = 0.0; ///< in the sensor's unit; 0 for the two markers
+    };
+    struct Found {
+        std::size_t consumed = 0;
+        std::optional<Line> held; ///< held back by the look before, and right after all
+        std::optional<Line> newest;
+        std::int32_t damaged = 0; ///< lines that were given up
+        bool isNewShape = false;  ///< the lines have another number of decimals or unit now
+    };
+    /// Whether a line is known to be something else than a distance.
+    using Foreign = std::function<bool(std::string_view line)>;
+
+    /// The newest distance among the complete lines. Lines are taken in pairs, the second of a pair being the value; a
+    /// single line counts only if it holds at least 12 characters and no pair was found. A line of another shape than
+    /// those before waits for the next one: it counts if that has the new shape, too. So does a line that differs in
+    /// length only, where lines are not padded, and lies away from the one before: it counts if the next one lies near.
+    /// `now` is the time in days.
+    Found Take(std::string_view bytes, double now, const Foreign& isForeign);
+
+    /// The lines begin anew, behind a command: what was held is told no more, but the next line may still confirm its
+    /// shape, or a sensor that is asked for single values could never be set up anew.
+    void Restart()
+    {
+        if (m_held) {
+            m_held->isStale = true;
+        }
+    }
+    /// The clock was set by so many days.
+    void ShiftClock(double days) { m_lastTime += days; }
+    /// Another sensor, unit or format: lines may have any shape.
+    void Forget() { *this = {}; }
+
+private:
+    struct Shape {
+        std::int32_t decimals = 0;
+        std::string unit;
+        std::size_t length = 0;
+        bool isPadded = false;
+        bool hasBlank = false; ///< before the number
+        bool hasZeros = false;
+    };
+    struct Seen {
+        Line line;
+        Shape shape;
+        bool isOtherShape = false; ///< not only another length
+        bool isOfThisLook = true;
+        bool isStale = false;      ///< a command was sent since
+        std::int32_t repeated = 1; ///< lines of this shape, one behind the other
+    };
+    enum class Verdict : std::uint8_t { None, Counts, Held, Damaged };
+
+    Verdict look(std::string_view bytes, double now, const Foreign& isForeign, Found& found);
+    Verdict judge(Seen seen, double now, Found& found);
+    Verdict count(Seen seen, double now, Found& found);
+    void releaseHeld(Found& found);
+    void dropHeld(Found& found);
+    void noteShort(std::string_view bytes, double now);
+    static Shape shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes);
+    bool isAlike(const Shape& run, const Shape& shape) const;
+    bool confirms(const Seen& seen, const Seen& held) const;
+    bool isOutlier(const Seen& seen, double now) const;
+
+    bool m_hasRun = false;
+    Shape m_shape;
+    bool m_variesInLength = false;
+    double m_lastValue = 0.0;
+    double m_lastTime = 0.0; ///< days
+    std::optional<Seen> m_held;
+    std::optional<Shape> m_short; ///< of the last line, while no run has begun
+};

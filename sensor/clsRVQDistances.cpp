@@ -1,0 +1,247 @@
+// The distances among what the sensor has sent, in its four formats: which are shown now, which wait, which are given
+// up.
+#include "base/Numbers.h"
+#include "sensor/Parameters.h"
+#include "sensor/clsRVQ.h"
+#include "sensor/modReplySteps.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr double kDistanceTime_ms = 3000.0; // the longest gap between two distances
+constexpr double kTempErrValue = 2147483647.0;
+constexpr double kPause_ms = 40.0;            // a tick of the loop, less what a busy machine takes from it
+constexpr double kVerdictMemory_ms = 10000.0; // for as long a verdict on a frame may come late
+
+} // namespace
+
+/// The answer to "G", decoded as while measuring.
+void clsRVQ::evaluateSingleValue()
+{
+    if (Contains(InBuffer, "TempErr!")) {
+        evaluateTempErr();
+    } else {
+        evaluateDistance();
+    }
+    if (NewDistance) {
+        LastCommand.clear();
+    }
+}
+
+void clsRVQ::evaluateTempErr()
+{
+    // Deliberate: the value is the number of "No Echo"; `MeasValue_mm` tells them apart.
+    acceptDistance(kTempErrValue, kMarkerTempError);
+    TempStatus = 0;
+    InBuffer.clear();
+}
+
+void clsRVQ::evaluateDistance()
+{
+    if (LastCommand == "M") {
+        FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
+        LastCommand = "m";
+    }
+    if (OutputFormat == FormatBinary) {
+        takeBinaryDistance();
+    } else if (OutputFormat == FormatBinaryCrc) {
+        takeCrcDistance();
+    } else {
+        takeAsciiDistance();
+    }
+}
+
+void clsRVQ::takeAsciiDistance()
+{
+    followFormat();
+    const clsLineRun::Found found =
+        m_lines.Take(InBuffer, CurrentTime, [this](std::string_view line) { return isVerdict(line); });
+    InBuffer.erase(0, found.consumed);
+    DamagedReplies += found.damaged;
+    sDistance.clear();
+    UnitInDoubt = UnitInDoubt || (found.isNewShape && OutputFormat == FormatAscii);
+    std::deque<Distance> distances;
+    for (const auto& line : {found.held, found.newest}) {
+        if (line && !UnitInDoubt) {
+            addDistance(*line, distances);
+        }
+    }
+    acceptDistances(std::move(distances));
+    if (!NewDistance && CurrentTime >= FailTime) {
+        // Deliberate: at the deadline itself, not after it as everywhere else.
+        reportNoAnswer();
+        InBuffer.clear();
+    }
+}
+
+void clsRVQ::takeBinaryDistance()
+{
+    followFormat();
+    const std::size_t open = modReplySteps::CutTexts(InBuffer); // a late verdict, or another text, is no distance
+    const bool paused = hasPaused();
+    if (paused) {
+        InBuffer.resize(InBuffer.size() - open);
+    }
+    const std::string_view frames = std::string_view(InBuffer).substr(0, InBuffer.size() - (paused ? 0 : open));
+    const clsFrameStep::Found found = m_frames.Take(frames, paused);
+    InBuffer.erase(0, found.consumed);
+    DamagedReplies += found.damaged;
+    std::deque<Distance> distances;
+    for (const std::int32_t held_mm : found.held_mm) {
+        addDistance(held_mm, distances);
+    }
+    if (found.newest_mm) {
+        addDistance(*found.newest_mm, distances);
+    }
+    acceptDistances(std::move(distances));
+    if (!NewDistance && pastDeadline() && !owesNothing()) {
+        reportUnanswered();
+    }
+}
+
+/// Nothing has come for a whole tick: what is there is all that was sent.
+bool clsRVQ::hasPaused() const
+{
+    return NewInData.empty() && CurrentTime - m_lastArrival >= kPause_ms / kMsPerDay;
+}
+
+/// Lines in another unit or format have another shape.
+void clsRVQ::followFormat()
+{
+    if (m_format != OutputFormat || m_unit != DistanceUnit) {
+        m_format = OutputFormat;
+        m_unit = DistanceUnit;
+        m_lines.Forget();
+        m_frames.Forget();
+        m_lastCrc_mm.reset();
+    }
+}
+
+/// Whether a line answers one of the frames that were sent lately: it names the code and says "O" or "E", or repeats
+/// it.
+bool clsRVQ::isVerdict(std::string_view line) const
+{
+    const std::string_view text = Trimmed(line);
+    const bool hasLetter = Contains(text, "O") || Contains(text, "E");
+    return std::ranges::any_of(m_sentFrames, [&](const SentFrame& frame) {
+        const std::string_view code = std::string_view(frame.text).substr(0, 3);
+        const bool isLate = CurrentTime - frame.time <= kVerdictMemory_ms / kMsPerDay;
+        return isLate && (text == code || text == frame.text || (hasLetter && Contains(text, code)));
+    });
+}
+
+void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const
+{
+    distances.push_back({{}, value_mm / UnitOf(DistanceUnit).millimetres, value_mm, {}});
+}
+
+void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
+{
+    // A number beyond 32 bits of millimetres is noise, not a distance.
+    const std::optional<std::int32_t> unit = modReplySteps::UnitInLine(line.text);
+    if (const auto value_mm = RoundHalfToEven(line.value * UnitOf(unit.value_or(DistanceUnit)).millimetres)) {
+        distances.push_back({line.text, line.value, *value_mm, unit});
+    }
+}
+
+/// The oldest is told now, the others are due.
+void clsRVQ::acceptDistances(std::deque<Distance> distances)
+{
+    if (!distances.empty()) {
+        m_due = std::move(distances);
+        tellDue();
+    }
+}
+
+void clsRVQ::tellDue()
+{
+    const Distance distance = std::move(m_due.front());
+    m_due.pop_front();
+    sDistance = distance.text;
+    // A sensor that was set up anew says so in its lines first.
+    m_unit = DistanceUnit = distance.unit.value_or(DistanceUnit);
+    acceptDistance(distance.value, distance.value_mm);
+}
+
+void clsRVQ::takeCrcDistance()
+{
+    followFormat();
+    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistances(InBuffer);
+    if (!found.newest_mm && pastDeadline() && !owesNothing()) {
+        // What holds no good frame at all is given up; to a good one behind damage it goes in one step.
+        const std::size_t good = modReplySteps::FirstCrcFrame(InBuffer);
+        if (good == std::string::npos) {
+            reportUnanswered();
+        } else {
+            InBuffer.erase(0, good);
+            reportCrcError();
+        }
+        return;
+    }
+    if (m_outOfStep && found.newest_mm) {
+        const auto inStep = modReplySteps::IsCrcFrameInStep(InBuffer, m_lastCrc_mm);
+        if (!inStep && !hasPaused()) {
+            return; // the frame behind it will tell
+        }
+        if (!inStep.value_or(false)) {
+            InBuffer.erase(0, 1);
+            reportCrcError();
+            return;
+        }
+    }
+    InBuffer.erase(0, found.consumed);
+    if (found.newest_mm) {
+        acceptCrcDistance(*found.newest_mm);
+    }
+    if (found.crcError) {
+        reportCrcError();
+    }
+}
+
+void clsRVQ::acceptCrcDistance(std::int32_t value_mm)
+{
+    m_outOfStep = false;
+    m_lastCrc_mm = value_mm;
+    acceptDistance(value_mm / UnitOf(DistanceUnit).millimetres, value_mm);
+}
+
+void clsRVQ::reportCrcError()
+{
+    EventNr = EventCrcError;
+    m_outOfStep = true;
+    ++DamagedReplies;
+}
+
+void clsRVQ::EvaluateBehindDamage()
+{
+    if (LastCommand == "T") {
+        const std::size_t good = modReplySteps::FirstCrcTemperature(InBuffer);
+        if (good != std::string::npos) {
+            InBuffer.erase(0, good);
+            takeBinaryTemperature();
+            Journal.Append(EventNr);
+        }
+        return;
+    }
+    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistancesInDamage(InBuffer, m_lastCrc_mm);
+    InBuffer.erase(0, found.consumed);
+    if (found.newest_mm) {
+        acceptCrcDistance(*found.newest_mm);
+        m_outOfStep = found.crcError;
+        EventNr = EventCrcError;
+        if (LastCommand == "G") {
+            LastCommand.clear();
+        }
+    }
+}
+
+void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
+{
+    MeasValue = value;
+    MeasValue_mm = value_mm;
+    EventNr = EventDistance;
+    NewDistance = true;
+    FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
+}

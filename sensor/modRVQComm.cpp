@@ -1,0 +1,121 @@
+#include "sensor/modRVQComm.h"
+
+#include "sensor/Parameters.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace modRVQComm {
+
+WaitScope::WaitScope(clsRVQ& device) : m_device(device)
+{
+    if (device.Wait.Running || device.Wait.InTick) {
+        throw std::logic_error("a wait for the sensor must not start inside a wait or a tick");
+    }
+    device.Wait.Running = true;
+}
+
+WaitScope::~WaitScope()
+{
+    m_device.Wait.Running = false;
+}
+
+TickScope::TickScope(clsRVQ& device) : m_device(device)
+{
+    device.Wait.InTick = true;
+}
+
+TickScope::~TickScope()
+{
+    m_device.Wait.InTick = false;
+}
+
+void StartMeasurement(clsRVQ& device)
+{
+    device.SendCommand("M");
+    device.CommStatus = DialogueMeasuring;
+}
+
+void StopMeasurement(clsRVQ& device)
+{
+    device.SendCommand("S");
+    device.CommStatus = DialogueIdle;
+}
+
+std::string ParameterFrame(const clsRVQ& device, std::string_view code)
+{
+    return std::string(code) + ' ' + WireValue(device, code) + '\r';
+}
+
+std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> finals, const PumpEvents& pumpEvents)
+{
+    for (;;) {
+        while (const auto event = device.Journal.TakeNext()) {
+            if (*event == EventNoAnswer || std::ranges::find(finals, *event) != finals.end()) {
+                return *event;
+            }
+        }
+        if (!device.PortIsOpen || device.Wait.Ended) {
+            return EventNoAnswer;
+        }
+        pumpEvents();
+    }
+}
+
+bool IsAnswerOpen(const clsRVQ& device)
+{
+    return device.PortIsOpen && (device.LastCommand == "T" || device.LastCommand == "C");
+}
+
+void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
+{
+    while (IsAnswerOpen(device) && !device.Wait.Ended) {
+        pumpEvents();
+    }
+}
+
+std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents)
+{
+    device.Journal.Clear();
+    device.SendCommand(ParameterFrame(values, code));
+    const std::int32_t event =
+        AwaitEvent(device, {EventTemperature, EventConfiguration, EventAcknowledged, EventRefused}, pumpEvents);
+    const bool verdict = event == EventNoAnswer || event == EventAcknowledged;
+    device.EventNr = verdict ? event : static_cast<std::int32_t>(EventRefused);
+    if (event == EventAcknowledged) {
+        if (const ParameterDef* row = ParameterOfCode(code)) {
+            device.*row->value = values.*row->value;
+        }
+        device.UnstoredChanges = code != "999";
+    }
+    return device.EventNr;
+}
+
+std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+{
+    if (device.CommStatus == DialogueMeasuring) {
+        throw std::logic_error("a measuring sensor gives no verdict; stop it first");
+    }
+    const WaitScope wait(device);
+    AwaitOpenAnswer(device, pumpEvents);
+    return SendValueOf(device, device, code, pumpEvents);
+}
+
+std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
+{
+    const WaitScope wait(device);
+    const bool measuring = device.CommStatus == DialogueMeasuring;
+    const std::int32_t opening = device.Openings;
+    if (measuring) {
+        StopMeasurement(device);
+    }
+    const std::int32_t verdict = SendValueOf(device, device, code, pumpEvents);
+    // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
+    if (measuring && !device.Wait.Ended && device.PortIsOpen && device.Openings == opening) {
+        StartMeasurement(device);
+        device.EventNr = verdict;
+    }
+    return verdict;
+}
+
+} // namespace modRVQComm

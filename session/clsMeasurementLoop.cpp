@@ -1,0 +1,387 @@
+#include "session/clsMeasurementLoop.h"
+
+#include "base/modAPI.h"
+#include "sensor/Parameters.h"
+#include "sensor/modRVQComm.h"
+#include "texts/modFunctions.h"
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr double kClockStep_ms = 500.0;
+constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
+
+enum TextId : std::int32_t {
+    TextNewConfiguration = 1131,
+    TextNewDistance = 1132,
+    TextNewTemperature = 1133,
+    TextCrcError = 1135,
+};
+
+} // namespace
+
+clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, MonitorView& view,
+                                       char decimalSeparator)
+    : m_device(device), m_settings(settings), m_view(view), m_decimalSeparator(decimalSeparator)
+{
+    for (clsFIFO* history : {&m_values, &m_times}) {
+        history->Resize(modGlobals::kHistoryLength);
+        history->Reset();
+    }
+}
+
+void clsMeasurementLoop::Tick(double now)
+{
+    if (m_device.Wait.Ended) {
+        return;
+    }
+    const modRVQComm::TickScope tick(m_device);
+    absorbClockJump(now);
+    m_device.CurrentTime = now;
+    if (!m_passing) {
+        if (m_device.PortIsOpen) {
+            servePort();
+        }
+        if (!m_device.PortIsOpen) {
+            reopenPort();
+        }
+    }
+    m_view.ShowDialogue(m_device.CommStatus);
+    showRule();
+    if (LiveUpdate) {
+        LiveUpdate(m_device);
+    }
+    advanceClock();
+    m_previousTick = now;
+}
+
+void clsMeasurementLoop::showSensorSettings()
+{
+    m_view.ShowSensorSettings({.AverageDepth = m_device.AverageDepth,
+                               .MovingAverage = m_device.MovingAverage != 0,
+                               .RedLaser = m_device.HWPointer != "off"});
+}
+
+/// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach, and one set
+/// forward, or a machine that has slept, must not make them all pass at once.
+void clsMeasurementLoop::absorbClockJump(double now)
+{
+    const double before = std::exchange(m_previousTime, now);
+    const double jump = now - before;
+    const bool forward = before != 0.0 && jump > kClockJump_s / kSecondsPerDay;
+    if (jump < 0.0 || forward) {
+        m_device.ShiftClock(jump);
+        m_previousTick = now;
+        breakCurve(now);
+    }
+}
+
+void clsMeasurementLoop::servePort()
+{
+    readPort();
+    evaluate();
+    dispatch();
+    while (m_device.HasDue()) {
+        m_device.EvaluateInBuffer();
+        dispatch();
+    }
+    pollAfterSilentSingle();
+    askForUnit();
+}
+
+/// An evaluation ends at the first damaged frame and drops one byte of it. What stands behind it belongs to the same
+/// tick, or a noisy fast line would fall behind for ever; of all the damage in it one event tells.
+void clsMeasurementLoop::evaluate()
+{
+    m_device.EvaluateInBuffer();
+    if (m_device.EventNr == EventCrcError) {
+        m_device.EvaluateBehindDamage();
+    }
+}
+
+void clsMeasurementLoop::readPort()
+{
+    m_device.ReadComportData();
+    if (!m_device.NewInData.empty()) {
+        m_view.Echo(m_device.NewInData);
+    }
+}
+
+void clsMeasurementLoop::reopenPort()
+{
+    tryPort();
+    breakCurve(m_device.CurrentTime);
+    if (m_device.CommStatus == DialogueMeasuring) {
+        m_view.ShowRunning(false);
+        m_view.ShowDistance({});
+        m_device.CommStatus = DialogueIdle;
+    }
+    if (m_device.PortIsOpen) {
+        m_view.ShowStatus(1, {});
+    } else {
+        status(modFunctions::TextPortNotOpen);
+    }
+    // What an earlier device has left, half a line or an open question, is nothing to the one that is there now.
+    m_device.CommStatus = DialogueNone;
+    m_device.InBuffer.clear();
+    m_device.LastCommand.clear();
+    m_device.FailTime = m_device.CurrentTime;
+}
+
+void clsMeasurementLoop::tryPort()
+{
+    const bool isAnother = std::exchange(m_triedPort, m_settings.Comport) != m_settings.Comport;
+    if (isAnother || (DevicesChanged && DevicesChanged())) {
+        m_backOff.Restart();
+    }
+    if (!m_backOff.IsDue()) {
+        return;
+    }
+    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+    if (m_device.PortIsOpen) {
+        m_backOff.Restart();
+    } else {
+        m_backOff.Failed();
+    }
+}
+
+void clsMeasurementLoop::dispatch()
+{
+    switch (m_device.EventNr) {
+    case EventNoAnswer:
+        noAnswer();
+        break;
+    case EventDistance:
+        newDistance();
+        break;
+    case EventTemperature:
+        newTemperature();
+        break;
+    case EventConfiguration:
+        newConfiguration();
+        break;
+    case EventCrcError:
+        if (m_device.NewDistance) {
+            newDistance(); // the damage came behind a good value
+        }
+        status(TextCrcError);
+        break;
+    default:
+        if (m_device.CommStatus != DialogueNone) {
+            m_view.ShowStatus(1, {});
+        }
+        break;
+    }
+}
+
+void clsMeasurementLoop::noAnswer()
+{
+    if (m_device.OutputMode == OutputSingle) {
+        return; // a sensor that sends when it likes owes no answer
+    }
+    if (m_device.TempStatus == 0 && m_measuring) {
+        m_view.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
+        return;
+    }
+    status(modFunctions::TextNoConnection);
+    breakCurve(m_device.CurrentTime);
+    if (m_device.CommStatus == DialogueIdle) {
+        m_view.ShowTemperature({});
+        m_device.CommStatus = DialogueNone;
+    } else if (m_device.CommStatus == DialogueMeasuring) {
+        if (!m_measuring) {
+            m_view.ShowRunning(false);
+            m_view.ShowDistance({});
+        }
+        m_device.CommStatus = DialogueIdle;
+    }
+}
+
+void clsMeasurementLoop::newDistance()
+{
+    Show(MeasurementOf(m_device));
+    if (Record) {
+        Record(m_device);
+    }
+    status(TextNewDistance);
+    m_view.ShowShutDown(m_device.MeasValue == kMarkerTempError);
+    interruptForTemperature();
+}
+
+void clsMeasurementLoop::newTemperature()
+{
+    m_view.ShowTemperature(m_device.sTemperature);
+    status(TextNewTemperature);
+    m_temperaturePending = false;
+    if (m_device.Wait.Running) {
+        return;
+    }
+    if (m_device.CommStatus == DialogueMeasuring) {
+        m_device.SendCommand("M");
+    } else if (m_device.CommStatus == DialogueIdle && m_measuring && m_device.LastCommand != "C") {
+        // Not while the evaluation reads the configuration; the next poll resumes then.
+        startStop(m_device.CommStatus);
+    }
+}
+
+void clsMeasurementLoop::newConfiguration()
+{
+    showSensorSettings();
+    m_view.ShowShutDown(m_device.HWPointer.find("shutdown") != std::string::npos);
+    status(TextNewConfiguration);
+}
+
+/// Right after a distance: the stop. The evaluation asks for the temperature once the line is quiet, and the event of
+/// the temperature resumes the measurement; the dialogue counts as measuring all the while.
+void clsMeasurementLoop::interruptForTemperature()
+{
+    // A command throws away what is due, so that comes first.
+    const bool due = m_pollTemperature && m_device.CurrentTime >= m_device.ReadTempTime && !m_device.HasDue();
+    if (!due || m_device.Wait.Running || m_device.CommStatus != DialogueMeasuring) {
+        return;
+    }
+    m_device.SendCommand("S");
+    m_device.ReadTempTime = m_device.CurrentTime + m_device.ReadTempInterval / kMsPerDay;
+    m_temperaturePending = true;
+}
+
+/// The sensor has been set up anew by somebody else. A measurement resumes with the next poll.
+void clsMeasurementLoop::askForUnit()
+{
+    const bool mayAsk =
+        m_device.CommStatus == DialogueMeasuring ||
+        (m_device.CommStatus == DialogueIdle && (m_device.LastCommand.empty() || m_device.LastCommand == "G"));
+    if (!m_device.UnitInDoubt || !mayAsk || m_device.Wait.Running) {
+        return;
+    }
+    if (m_device.CommStatus == DialogueMeasuring) {
+        modRVQComm::StopMeasurement(m_device);
+    }
+    m_device.SendCommand("C");
+}
+
+/// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more
+/// and a dead line would look alive. The idle sensor is asked for its temperature again, as at any other time.
+void clsMeasurementLoop::pollAfterSilentSingle()
+{
+    const bool silent = m_device.LastCommand == "G" && m_device.CommStatus != DialogueNone &&
+                        m_device.InBuffer.empty() && m_device.CurrentTime > m_device.FailTime;
+    if (silent && m_device.PortIsOpen && !m_device.Wait.Running) {
+        m_device.SendCommand("T");
+    }
+}
+
+void clsMeasurementLoop::Show(const Measurement& measurement)
+{
+    if (!m_playing) {
+        showTexts(measurement);
+    }
+    if (measurement.unit != m_shownUnit && !m_playing) {
+        m_view.ResetChart();
+        forgetHistory();
+    }
+    m_shownUnit = measurement.unit;
+    if (!IsCharted(measurement, m_settings.ShowZeroValues)) {
+        breakCurve(measurement.time);
+        return;
+    }
+    if (!m_playing && std::exchange(m_breaksAfterPlaying, false)) {
+        breakCurve(measurement.time);
+    }
+    m_inGap = false;
+    m_values.Add(measurement.value);
+    m_times.Add(measurement.time);
+    m_view.AddChartPoint(measurement.time, measurement.value);
+    if (!m_playing) {
+        FitRange();
+    }
+}
+
+void clsMeasurementLoop::showTexts(const Measurement& measurement)
+{
+    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
+    m_view.ShowUnit(UnitOf(measurement.unit).name);
+}
+
+void clsMeasurementLoop::BeginPlaying()
+{
+    m_playing = true;
+    m_breaksAfterPlaying = false;
+    forgetHistory();
+}
+
+void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
+{
+    m_playing = false;
+    if (last) {
+        showTexts(*last);
+        FitRange();
+        m_breaksAfterPlaying = true;
+    }
+}
+
+/// However long nothing comes, one mark keeps the curve from being joined across. After a playback it waits for the
+/// next value: it takes the place of a played point.
+void clsMeasurementLoop::breakCurve(double time)
+{
+    if (!m_breaksAfterPlaying && !std::exchange(m_inGap, true)) {
+        m_view.AddChartGap(time);
+    }
+}
+
+/// The newest values decide; those still on the chart are not cut off by a range that narrows.
+void clsMeasurementLoop::FitRange()
+{
+    if (!m_settings.AutoScale || m_shownUnit < 0) {
+        return;
+    }
+    const double factor = UnitOf(m_shownUnit).millimetres;
+    std::vector<double> values_mm;
+    values_mm.reserve(static_cast<std::size_t>(m_values.Count()) + 2);
+    for (std::int32_t i = 0; i < m_values.Count(); ++i) {
+        values_mm.push_back(m_values.Value(i) * factor);
+    }
+    if (const auto charted = m_view.ChartedValues()) {
+        values_mm.insert(values_mm.end(), {charted->front() * factor, charted->back() * factor});
+    }
+    m_range_mm = modChartCommon::AutomaticRange(m_range_mm, values_mm);
+    if (m_range_mm.upper > m_range_mm.lower) {
+        m_view.ShowYLimits(m_range_mm.lower / factor, m_range_mm.upper / factor);
+    }
+}
+
+void clsMeasurementLoop::forgetHistory()
+{
+    m_values.Reset();
+    m_times.Reset();
+    m_range_mm = {};
+    m_inGap = true;
+}
+
+void clsMeasurementLoop::showRule()
+{
+    m_view.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
+                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring,
+                     .Settings = mayStart()});
+}
+
+void clsMeasurementLoop::advanceClock()
+{
+    // Deliberate: 86000, not 86400. The clock display is paced by this factor.
+    m_clock_ms += (m_device.CurrentTime - m_previousTick) * 86000.0 * 1000.0;
+    if (m_clock_ms < kClockStep_ms) {
+        return;
+    }
+    if (m_device.CommStatus == DialogueMeasuring) {
+        m_view.ShowChartTime(m_device.CurrentTime);
+    }
+    m_view.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime));
+    m_clock_ms = 0.0;
+}
+
+void clsMeasurementLoop::status(std::int32_t textId)
+{
+    m_view.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
+}

@@ -1,0 +1,136 @@
+// The measurement loop: what happens every 50 ms, in which order, and what the operator's commands do to it.
+// It has no widgets; it drives a device and shows through a view.
+#pragma once
+
+#include "base/clsBackOff.h"
+#include "plot/modChartCommon.h"
+#include "sensor/Measurement.h"
+#include "sensor/clsRVQ.h"
+#include "sensor/modRVQComm.h"
+#include "session/MonitorView.h"
+#include "session/clsFIFO.h"
+#include "store/modGlobals.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+class clsMeasurementLoop {
+public:
+    static constexpr std::int32_t kInterval_ms = 50;
+
+    /// All three must outlive the loop. `decimalSeparator` is that of the user's locale.
+    clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, MonitorView& view, char decimalSeparator);
+
+    /// One tick at the local time `now` (days since 1899-12-30): reads and evaluates, shows what came, re-opens a
+    /// closed port. While somebody waits for the sensor it sends nothing.
+    void Tick(double now);
+
+    /// Lets the window handle its events for `kPass_ms` and returns the local time then.
+    using NextPass = std::function<double()>;
+    static constexpr std::int32_t kPass_ms = 100;
+
+    /// Lets the window handle its events while a command waits until an idle poll is answered; ticks go on meanwhile.
+    /// Empty: no command waits.
+    modRVQComm::PumpEvents PumpEvents;
+
+    /// Starts continuous measurement, or stops it. A sensor with single output is asked for one value instead, which is
+    /// waited for in at most 41 passes.
+    void StartStop(const NextPass& nextPass);
+    /// Measuring begins by itself once the sensor answers, as it does after a lost connection.
+    void MeasureWhenConnected() { m_measuring = true; }
+    /// Asks for one value; it arrives in a later tick.
+    void RequestSingleValue();
+    /// Switches the marker laser, with a running measurement stopped before and started again after it.
+    void SwitchRedLaser(bool on);
+    /// Sends a parameter ("301", "304") with a new value, likewise. What the sensor refuses is taken back and shown.
+    void ChangeSetting(std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value,
+                       const modRVQComm::PumpEvents& pumpEvents);
+    /// Whether temperatures are read during a measurement.
+    void PollTemperature(bool poll) { m_pollTemperature = poll; }
+    /// Closes the port and opens the one that the settings name.
+    void ChangePort();
+    /// Takes over the rate that the settings name.
+    void ChangeBaudrate();
+    /// Shows a measurement, live or played back: the number and, if it is one, a point of the chart.
+    void Show(const Measurement& measurement);
+    /// Fits the chart's value axis anew to what the chart shows.
+    void FitRange();
+
+    /// Is handed every new measurement after it was shown; empty while nothing is recorded.
+    std::function<void(const clsRVQ&)> Record;
+    /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
+    /// nothing, and the histories begin anew.
+    void BeginPlaying();
+    /// Nothing is played any more: shows the texts of the last measurement, if there was one, and fits the value axis.
+    void EndPlaying(const std::optional<Measurement>& last);
+    /// Is handed the device in every tick; empty while nobody has asked for it.
+    std::function<void(const clsRVQ&)> LiveUpdate;
+
+    /// Whether a port that could not be opened may open now, because the devices are others than at that attempt; it is
+    /// tried at once then, else with growing pauses. Empty: not known.
+    std::function<bool()> DevicesChanged;
+
+    /// The window goes: every wait ends, the port is closed, nothing more is sent.
+    void Unload();
+
+    /// Continuous measurement was started and not stopped; it survives a lost connection, so that measuring resumes.
+    bool IsMeasuring() const { return m_measuring; }
+    /// A temperature was asked for and has not come.
+    bool IsTemperaturePending() const { return m_temperaturePending; }
+    /// The newest values and their times.
+    const clsFIFO& Values() const { return m_values; }
+    const clsFIFO& Times() const { return m_times; }
+
+private:
+    void absorbClockJump(double now);
+    void servePort();
+    void reopenPort();
+    void tryPort();
+    void evaluate();
+    void dispatch();
+    void noAnswer();
+    void newDistance();
+    void newTemperature();
+    void newConfiguration();
+    void interruptForTemperature();
+    void pollAfterSilentSingle();
+    void askForUnit();
+    bool awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvents);
+    void startStop(std::int32_t before);
+    void requestOne(const NextPass& nextPass);
+    bool passesBringDistance(const NextPass& nextPass);
+    bool passBringsDistance();
+    void showSensorSettings();
+    void forgetHistory();
+    void showTexts(const Measurement& measurement);
+    void breakCurve(double time);
+    void readPort();
+    void showRule();
+    void advanceClock();
+    void status(std::int32_t textId);
+    bool mayStart() const;
+
+    clsRVQ& m_device;
+    const modGlobals::Settings& m_settings;
+    MonitorView& m_view;
+    char m_decimalSeparator;
+
+    bool m_measuring = false;
+    bool m_pollTemperature = false;
+    bool m_temperaturePending = false;
+    double m_previousTick = 0.0; ///< the last one that came to its end
+    double m_previousTime = 0.0; ///< of the last one, whether it did or not
+    double m_clock_ms = 0.0;
+    std::int32_t m_shownUnit = -1;
+    clsBackOff m_backOff{kInterval_ms};
+    std::int32_t m_triedPort = 0;
+    bool m_passing = false; ///< the passes read the port, not the tick
+    bool m_inGap = true;
+    bool m_playing = false;
+    bool m_breaksAfterPlaying = false; ///< what was played has its gap to the next value still to come
+    modChartCommon::ValueRange m_range_mm;
+    clsFIFO m_values;
+    clsFIFO m_times;
+};

@@ -1,0 +1,290 @@
+#include "session/clsTransfer.h"
+
+#include "sensor/Parameters.h"
+#include "texts/modFunctions.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+enum TextId : std::int32_t {
+    TextStored = 1271,
+    TextDefaultsSet = 1272,
+    TextDownloaded = 1273,
+    TextUploaded = 1274,
+    TextStoreFailed = 1275,
+    TextDefaultsFailed = 1276,
+    TextNoResponse = 1292,
+    TextInvalidCode = 1293,
+    TextReading = 1320,
+    TextStoring = 1321,
+    TextSettingDefaults = 1322,
+    TextNotRead = 1360,
+    TextNotSent = 1361,
+    TextNotReadBack = 1362,
+};
+
+constexpr std::string_view kRainFilter = "351";
+
+/// Whether the parameter goes out for this configuration; the rain filter and what stands behind it apart.
+bool isSent(const ParameterDef& row, const clsRVQ& configuration)
+{
+    const bool serial = IsSerial(configuration);
+    if (row.code == "610") {
+        return !serial;
+    }
+    if (row.code == "504" || row.code == "505") {
+        return serial && configuration.AnalogOutput == 0;
+    }
+    return serial || (row.group != ParameterGroup::SerialOnly && row.code != "603");
+}
+
+/// The sensor's set and what it says of itself; name, file and description stay.
+void copySet(const clsRVQ& device, clsRVQ& entry)
+{
+    for (const ParameterDef& row : Parameters()) {
+        entry.*row.value = device.*row.value;
+    }
+    for (const auto text : {&clsRVQ::DeviceType, &clsRVQ::Attenuator, &clsRVQ::SerialNo, &clsRVQ::SWVersion,
+                            &clsRVQ::SWBuild, &clsRVQ::SWDate, &clsRVQ::HWPointer}) {
+        entry.*text = device.*text;
+    }
+}
+
+} // namespace
+
+std::vector<std::string_view> UploadCodes(const clsRVQ& configuration, const clsRVQ& sensor)
+{
+    std::vector<const ParameterDef*> rows;
+    for (const ParameterDef& row : Parameters()) {
+        rows.push_back(&row);
+    }
+    std::ranges::sort(rows, {}, &ParameterDef::codeId);
+    std::vector<std::string_view> codes;
+    for (const ParameterDef* row : rows) {
+        if (row->code == kRainFilter) {
+            break;
+        }
+        if (isSent(*row, configuration)) {
+            codes.push_back(row->code);
+        }
+    }
+    const bool chosen = !WireValue(configuration, kRainFilter).empty();
+    if (chosen && HasEchoFilter(sensor)) {
+        codes.push_back(kRainFilter);
+    }
+    return codes; // the four that follow are never sent
+}
+
+clsTransfer::clsTransfer(clsRVQ& device, clsRVQ& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents)
+    : m_device(device), m_entry(entry), m_view(view), m_pumpEvents(std::move(pumpEvents))
+{}
+
+void clsTransfer::Download()
+{
+    run({TransferJob::Download});
+}
+
+void clsTransfer::Upload()
+{
+    run({TransferJob::Upload});
+}
+
+void clsTransfer::StoreInSensor()
+{
+    run({TransferJob::Store});
+}
+
+void clsTransfer::SetDefaults()
+{
+    run({TransferJob::Defaults, TransferJob::ReadBack});
+}
+
+void clsTransfer::run(std::initializer_list<TransferJob> jobs)
+{
+    if (m_device.Wait.Running || m_device.Wait.InTick || m_device.Wait.Ended) {
+        return;
+    }
+    struct BusyScope {
+        clsTransfer& transfer;
+        explicit BusyScope(clsTransfer& busy) : transfer(busy)
+        {
+            transfer.m_busy = true;
+            transfer.m_view.ShowBusy(true);
+        }
+        ~BusyScope()
+        {
+            transfer.m_busy = false;
+            transfer.m_view.ShowBusy(false);
+        }
+    };
+    const BusyScope busy(*this);
+    // One wait over all of it, the questions included: no idle poll comes between two commands.
+    const modRVQComm::WaitScope wait(m_device);
+    const bool measuring = m_device.CommStatus == DialogueMeasuring;
+    m_opening = m_device.Openings;
+    modRVQComm::AwaitOpenAnswer(m_device, m_pumpEvents);
+    if (measuring && isSameSensor()) {
+        modRVQComm::StopMeasurement(m_device);
+    }
+    const bool finished = std::ranges::all_of(jobs, [this](TransferJob job) { return perform(job); });
+    if (measuring && finished && m_device.PortIsOpen && isSameSensor()) {
+        modRVQComm::StartMeasurement(m_device);
+    }
+}
+
+/// False when nothing more is to be sent.
+bool clsTransfer::perform(TransferJob job)
+{
+    if (job != TransferJob::ReadBack) {
+        m_view.ShowStatusText(0);
+        m_view.ShowFailed(false);
+    }
+    switch (job) {
+    case TransferJob::Upload:
+        if (!sendAll()) {
+            copySet(m_device, m_entry);
+            if (!m_device.Wait.Ended) {
+                m_view.ShowFailure(TextNotSent, m_reason);
+            }
+            return false;
+        }
+        [[fallthrough]];
+    case TransferJob::Download:
+    case TransferJob::ReadBack:
+        readSet(job);
+        break;
+    case TransferJob::Store:
+        command("999", job);
+        break;
+    case TransferJob::Defaults:
+        command("000", job);
+        break;
+    }
+    return !m_device.Wait.Ended;
+}
+
+/// False when it was aborted.
+bool clsTransfer::sendAll()
+{
+    const std::vector<std::string_view> codes = UploadCodes(m_entry, m_device);
+    const auto steps = static_cast<std::int32_t>(codes.size()) + 1;
+    for (std::size_t next = 0; next < codes.size();) {
+        m_view.ShowProgress({static_cast<std::int32_t>(next) + 1, steps, ParameterOfCode(codes[next])->labelId});
+        switch (sendOne(codes[next])) {
+        case FailureAnswer::Abort:
+            return false;
+        case FailureAnswer::Retry:
+            next = 0;
+            break;
+        case FailureAnswer::Ignore:
+            ++next;
+            break;
+        }
+    }
+    m_view.ShowProgress({steps, steps, TextReading});
+    return true;
+}
+
+/// Sends one value until the sensor takes it or the user gives it up. Ignore when the next one may follow, Retry when
+/// all of them have to be sent again.
+FailureAnswer clsTransfer::sendOne(std::string_view code)
+{
+    const bool hadSome = m_device.UnstoredChanges;
+    while (!m_device.Wait.Ended && isSameSensor()) {
+        const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents);
+        if (verdict == EventAcknowledged) {
+            return FailureAnswer::Ignore;
+        }
+        const FailureAnswer answer = ask(verdict);
+        if (answer == FailureAnswer::Abort) {
+            break;
+        }
+        if (m_device.PortIsOpen) {
+            m_device.CommStatus = DialogueIdle; // a tick has taken the silence for a lost connection
+        }
+        const bool hasRestarted = hadSome && !m_device.UnstoredChanges;
+        if (answer == FailureAnswer::Ignore || hasRestarted) {
+            return answer;
+        }
+    }
+    if (!isSameSensor()) {
+        m_reason = whyNothingCame();
+    }
+    return FailureAnswer::Abort;
+}
+
+/// While the question is open nobody waits for an answer, so silence means nothing.
+FailureAnswer clsTransfer::ask(std::int32_t verdict)
+{
+    if (m_device.Wait.Ended) {
+        return FailureAnswer::Abort;
+    }
+    struct Asking {
+        bool& asking;
+        ~Asking() { asking = false; }
+    } const asking{m_device.Wait.Asking};
+    m_device.Wait.Asking = true;
+    m_reason = verdict == EventNoAnswer ? whyNothingCame() : static_cast<std::int32_t>(TextInvalidCode);
+    return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
+}
+
+/// The port is closed, or it was and may have another sensor behind it now, or the sensor is silent.
+std::int32_t clsTransfer::whyNothingCame() const
+{
+    if (!m_device.PortIsOpen) {
+        return modFunctions::TextPortNotOpen;
+    }
+    return isSameSensor() ? static_cast<std::int32_t>(TextNoResponse) : modFunctions::TextNoConnection;
+}
+
+/// Values that were meant for one sensor must not go to another that was plugged in meanwhile.
+bool clsTransfer::isSameSensor() const
+{
+    return m_device.Openings == m_opening;
+}
+
+void clsTransfer::readSet(TransferJob job)
+{
+    if (m_device.Wait.Ended) {
+        return;
+    }
+    if (job != TransferJob::Upload) {
+        m_view.ShowProgress({0, 0, TextReading});
+    }
+    m_device.Journal.Clear();
+    m_device.SendCommand("C");
+    if (modRVQComm::AwaitEvent(m_device, {EventConfiguration}, m_pumpEvents) != EventConfiguration) {
+        if (job == TransferJob::Upload) {
+            copySet(m_device, m_entry);
+        }
+        if (job == TransferJob::ReadBack && !m_isTaken) {
+            m_view.ShowFailed(true); // that the command has failed is said already
+        } else if (!m_device.Wait.Ended) {
+            m_view.ShowFailure(job == TransferJob::Download ? TextNotRead : TextNotReadBack, whyNothingCame());
+        }
+        if (job == TransferJob::Download) {
+            m_view.FillFromDeviceEntry();
+        }
+        return;
+    }
+    copySet(m_device, m_entry);
+    m_view.SelectDeviceEntry();
+    if (job != TransferJob::ReadBack) {
+        m_view.ShowStatusText(job == TransferJob::Download ? TextDownloaded : TextUploaded);
+    }
+}
+
+void clsTransfer::command(std::string_view code, TransferJob job)
+{
+    const bool store = job == TransferJob::Store;
+    m_view.ShowProgress({0, 0, store ? TextStoring : TextSettingDefaults});
+    m_isTaken = isSameSensor() && modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents) == EventAcknowledged;
+    m_view.ShowFailed(!m_isTaken);
+    if (m_isTaken) {
+        m_view.ShowStatusText(store ? TextStored : TextDefaultsSet);
+    } else {
+        m_view.ShowStatusText(store ? TextStoreFailed : TextDefaultsFailed);
+    }
+}

@@ -1,0 +1,92 @@
+// Carries the parameter set between the sensor and its entry in the list of configurations: reading, sending, storing
+// in the sensor, factory defaults. It has no widgets; it shows through a view and waits with the event pump given to
+// it.
+#pragma once
+
+#include "sensor/modRVQComm.h"
+
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+enum class TransferJob : std::uint8_t { Upload, Download, ReadBack, Store, Defaults };
+
+/// How far a transfer is.
+struct TransferProgress {
+    std::int32_t step = 0;   ///< 1..steps
+    std::int32_t steps = 0;  ///< 0: nobody can tell, one answer is waited for
+    std::int32_t textId = 0; ///< what is being done: a parameter's caption, or one of the texts 1320 to 1322
+};
+
+enum class FailureAnswer : std::uint8_t { Abort, Retry, Ignore };
+
+class TransferView {
+public:
+    virtual ~TransferView() = default;
+
+    /// Called first and last: controls follow the enabling rule.
+    virtual void ShowBusy(bool busy) = 0;
+    /// The text of `lblStatus`; 0 clears it.
+    virtual void ShowStatusText(std::int32_t textId) = 0;
+    /// `lblStatus` is red when something has failed, else black.
+    virtual void ShowFailed(bool failed) = 0;
+    /// What has failed, and why: red, the second text within the first. It stays to be read while the sensor goes and
+    /// comes.
+    virtual void ShowFailure(std::int32_t textId, std::int32_t reasonTextId) = 0;
+    virtual void ShowProgress(const TransferProgress& progress) = 0;
+    /// Asks in a box with Abort, Retry and Ignore: text 1291 followed by the reason, 1292 or 1293. The box must close
+    /// with Abort when the main window goes.
+    virtual FailureAnswer AskAboutFailure(std::int32_t reasonTextId) = 0;
+    /// Selects the device entry's line as the user would: the window shows it, `cmdDelete` follows.
+    virtual void SelectDeviceEntry() = 0;
+    /// Selects the line without that, and fills the fields from the device entry.
+    virtual void FillFromDeviceEntry() = 0;
+};
+
+/// The codes that an upload sends, in order. What a serial or a Profibus sensor has not is left out. The four values of
+/// the echo filter never go out, the rain filter does, as the last, when one is chosen and `sensor` has it. The
+/// thresholds of Q2 go out only while the analog output, which takes its place, is off; the logic of both always.
+std::vector<std::string_view> UploadCodes(const clsRVQ& configuration, const clsRVQ& sensor);
+
+/// All four acts return when they have ended, however that was. A running measurement is stopped before and started
+/// again after them. While one runs, or anybody else waits for the sensor, or the program ends, another does nothing.
+class clsTransfer {
+public:
+    /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer.
+    clsTransfer(clsRVQ& device, clsRVQ& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents);
+
+    /// Reads the sensor's set into the entry; a failure leaves the entry as it was.
+    void Download();
+    /// Sends the entry's values and reads them back. When nothing is read back, the entry takes what the sensor has
+    /// reported or acknowledged last. Abort, and another sensor on the port, ends it at once: nothing more is sent, and
+    /// a measurement that was stopped is left to the measurement loop, which resumes it. A sensor that has restarted
+    /// has lost what it was sent: Retry begins with the first value then.
+    void Upload();
+    /// Lets the sensor store what it works with ("999").
+    void StoreInSensor();
+    /// Sets the sensor to its factory defaults ("000") and reads them back.
+    void SetDefaults();
+
+    bool IsBusy() const { return m_busy; }
+
+private:
+    void run(std::initializer_list<TransferJob> jobs);
+    bool perform(TransferJob job);
+    bool sendAll();
+    FailureAnswer sendOne(std::string_view code);
+    FailureAnswer ask(std::int32_t verdict);
+    bool isSameSensor() const;
+    std::int32_t whyNothingCame() const;
+    void readSet(TransferJob job);
+    void command(std::string_view code, TransferJob job);
+
+    clsRVQ& m_device;
+    clsRVQ& m_entry;
+    TransferView& m_view;
+    modRVQComm::PumpEvents m_pumpEvents;
+    bool m_busy = false;
+    std::int32_t m_opening = 0; ///< of the port, when the transfer began
+    std::int32_t m_reason = 0;  ///< text id: why the last value was not taken
+    bool m_isTaken = false;     ///< the sensor has acknowledged the last "999" or "000"
+};

@@ -1,0 +1,36 @@
+#include "session/clsValueAge.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr std::int32_t kTextSeconds = 1375;
+constexpr std::int32_t kTextMinutes = 1376;
+constexpr std::int32_t kTextHours = 1377;
+
+/// In the unit in which it stays a small number: up to two minutes in seconds, up to two hours in minutes.
+ValueAge inWords(double age_s)
+{
+    constexpr double kMost = std::numeric_limits<std::int32_t>::max();
+    const auto seconds = static_cast<std::int32_t>(std::clamp(age_s, 0.0, kMost));
+    if (age_s <= 120.0) {
+        return {kTextSeconds, seconds};
+    }
+    return age_s <= 7200.0 ? ValueAge{kTextMinutes, seconds / 60} : ValueAge{kTextHours, seconds / 3600};
+}
+
+} // namespace
+
+std::optional<ValueAge> clsValueAge::Look(double now_s, double fresh_s, bool portIsOpen)
+{
+    if (m_state == State::None) {
+        return std::nullopt;
+    }
+    if (m_state == State::Arrived) {
+        m_state = State::Counting;
+        m_arrival_s = now_s;
+    }
+    const double age_s = now_s - m_arrival_s;
+    return portIsOpen && age_s <= fresh_s ? std::nullopt : std::optional(inWords(age_s));
+}

@@ -1,0 +1,59 @@
+// Playing a recording: its lines as measurements of the device, and where the chart's time axis has to be for them.
+#pragma once
+
+#include "base/FileHandle.h"
+#include "sensor/Measurement.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+class clsRVQ;
+
+namespace modPlayback {
+
+/// Entries that the chart's series holds while a recording is shown.
+inline constexpr std::int32_t kChartPoints = 30000;
+
+/// How loading ended.
+enum class Outcome : std::uint8_t { Complete, Unreadable, Cancelled };
+
+struct Loaded {
+    double first = 0.0, last = 0.0; ///< time stamps, days since 1899-12-30; 0 without any line
+    std::int64_t lines = 0;         ///< shown ones
+    std::optional<Measurement> end; ///< the last one shown
+    std::string temperature;        ///< of the last line that has one, one byte a character
+    Outcome outcome = Outcome::Complete;
+    std::error_code failure; ///< why the file could not be opened or read on; false when its lines are the reason
+};
+
+/// What loading needs from outside.
+struct Stage {
+    /// Shows one measurement; the record is the same object each time.
+    std::function<void(const clsRVQ&)> show;
+    /// Is told now and then how much has been read, 0..1; false ends the loading.
+    std::function<bool(double fraction)> goOn;
+};
+
+/// Shows every line of a recording in one pass, as measurements of a device with the unit and the output format of
+/// `device`. A line that says "No Echo" or "TempError" carries the marker, never a distance. Loading ends, with what it
+/// has, at a line that cannot be read, at any error of the file, and when it is told to. The file stays open in
+/// `played`.
+Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const Stage& stage,
+                std::vector<FileHandle>& played);
+
+/// The time axis for a recording.
+struct TimeAxis {
+    std::optional<std::int32_t> range_ms; ///< empty: it keeps its range
+    double origin = 0.0;                  ///< where its divisions are counted from, days since 1899-12-30
+};
+
+/// The axis covers the recording if that is longer than a minute, and one day if it is longer than 14 days; its
+/// divisions are counted from midnight of the last line's day.
+TimeAxis TimeAxisOf(const Loaded& loaded);
+
+} // namespace modPlayback

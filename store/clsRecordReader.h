@@ -1,0 +1,65 @@
+// A recording read from front to back in bounded memory, however long it is.
+#pragma once
+
+#include "base/FileHandle.h"
+#include "store/modRecordLine.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+enum class RecordStep : std::uint8_t {
+    Value,      ///< a line was read
+    Unreadable, ///< a line could not be read
+    Skipped,    ///< a part of a line too long to be one was passed over
+    End
+};
+
+class clsRecordReader {
+public:
+    /// Longer lines are unreadable.
+    static constexpr std::size_t kLongestLine = std::size_t{1} << 16;
+
+    /// Throws std::system_error when the file is none, no regular one, or cannot be opened.
+    explicit clsRecordReader(const std::filesystem::path& file);
+
+    /// Reads the next line; lines end with CR LF or LF, the last one also without. Throws std::system_error when the
+    /// file cannot be read.
+    RecordStep Next()
+    {
+        if (!m_skipping) {
+            if (const std::size_t length = m_parser.TakeUsual({m_buffer.data() + m_begin, m_end - m_begin}, m_value)) {
+                m_begin += length;
+                ++m_lineNumber;
+                return RecordStep::Value;
+            }
+        }
+        return nextOfAnyKind();
+    }
+    /// The line of the last step `Value`, valid until the next step.
+    const modRecordLine::RecordedValue& Value() const { return m_value; }
+    /// The number of the last line, the first is 1.
+    std::int64_t LineNumber() const { return m_lineNumber; }
+    /// Bytes read so far.
+    std::uint64_t Position() const { return m_position; }
+    /// How much of the file has been read, 0..1.
+    double Fraction() const;
+    /// Gives the open file away; nothing can be read any more.
+    FileHandle Release() { return std::move(m_file); }
+
+private:
+    RecordStep nextOfAnyKind();
+    RecordStep take(std::string_view line);
+    RecordStep skip();
+    bool fill();
+
+    FileHandle m_file;
+    std::uint64_t m_size = 0, m_position = 0;
+    std::vector<char> m_buffer;
+    std::size_t m_begin = 0, m_end = 0; ///< of what is in the buffer and not taken
+    bool m_skipping = false;
+    std::int64_t m_lineNumber = 0;
+    modRecordLine::clsLineParser m_parser;
+    modRecordLine::RecordedValue m_value;
+};

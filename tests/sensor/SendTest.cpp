@@ -1,0 +1,156 @@
+// The parameters' values on the wire, commands and their deadlines, and the one wait for the sensor.
+#include "sensor/Parameters.h"
+#include "sensor/modRVQComm.h"
+#include "tests/support/ScriptedSensor.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <set>
+#include <stdexcept>
+#include <tuple>
+
+namespace {
+
+using modRVQComm::SendParameter;
+
+TEST(Parameters, NoRowKeepsTheIdOrTheLabelThatItWasCopiedWith)
+{
+    std::set<std::int32_t> ids, labels;
+    for (const ParameterDef& row : Parameters()) {
+        EXPECT_TRUE(ids.insert(row.codeId).second && labels.insert(row.labelId).second) << row.code;
+    }
+}
+
+TEST(WireValue, OfListedAndPlainParameters)
+{
+    using Row = std::tuple<const char*, std::int32_t clsRVQ::*, std::int32_t, const char*>;
+    for (const auto& [code, member, value, wire] :
+         {Row{"601", &clsRVQ::Baudrate, 3, "9600"}, Row{"601", &clsRVQ::Baudrate, -1, "9600"},
+          Row{"111", &clsRVQ::DistanceUnit, 7, "M"}, Row{"101", &clsRVQ::OutputFormat, 4, "ASCII+UNIT"},
+          Row{"603", &clsRVQ::OutputMode, 2, "R"}, Row{"603", &clsRVQ::OutputMode, 3, "C"},
+          Row{"301", &clsRVQ::AverageDepth, 9, "1024"}, Row{"302", &clsRVQ::TimeOut, 4, "200"},
+          Row{"351", &clsRVQ::RainFilter, 3, ""}, Row{"701", &clsRVQ::Offset, -5, "-5"},
+          Row{"502", &clsRVQ::S1OffThreshold, 2147483647, "2147483647"}, Row{"999", &clsRVQ::Offset, 1, ""},
+          Row{"30", &clsRVQ::TimeOut, 1, ""}}) {
+        clsRVQ device;
+        device.*member = value;
+        EXPECT_EQ(WireValue(device, code), wire) << code << " = " << value;
+    }
+}
+
+TEST(SendCommand, DeadlineOfEachCommand)
+{
+    const std::tuple<const char*, std::int32_t, double> rows[] = {
+        {"M", 9600, 3500},           {"S", 9600, 2000},      {"T", 9600, 1500},
+        {"G", 9600, 2000},           {"X", 9600, 2000},      {"O", 9600, 2000},
+        {"C", 1200, 4667},           {"C", 38400, 630},      {"302 50\r", 9600, 2000},
+        {"701 1000\r", 9600, 3500},  {"999 \r", 9600, 3500}, {"000 \r", 9600, 3500},
+        {"501 99901\r", 9600, 3500}, {"C", -1, 1021}, // a closed port has no rate: the last one set counts
+    };
+    for (const auto& [command, rate, wait_ms] : rows) {
+        ScriptedSensor sensor;
+        sensor.port.Rate = rate;
+        sensor.device.SendCommand(command);
+        EXPECT_NEAR((sensor.device.FailTime - ScriptedSensor::kStart) * kMsPerDay, wait_ms, 0.01)
+            << command << " at " << rate;
+    }
+}
+
+TEST(SendCommand, LeavesNothingOfWhatWasBefore)
+{
+    ScriptedSensor sensor;
+    sensor.device.EventNr = EventAcknowledged;
+    sensor.device.InBuffer = "old";
+    sensor.device.SendCommand("302 50\r");
+    EXPECT_EQ(sensor.port.Sent, "302 50\r");
+    EXPECT_EQ(sensor.device.LastCommand, "302 50\r");
+    EXPECT_EQ(sensor.device.EventNr, EventNone);
+    EXPECT_EQ(sensor.device.InBuffer, "");
+}
+
+TEST(SendCommand, FlushesThenSendsAndPausesOnlyAfterAStop)
+{
+    ScriptedSensor sensor;
+    sensor.device.SendCommand("T");
+    EXPECT_EQ(sensor.port.Calls, (std::vector<std::string>{"flush 0", "putch T"}));
+    EXPECT_TRUE(sensor.pauses.empty());
+    sensor.device.SendCommand("S");
+    sensor.port.Rate = 1200;
+    sensor.device.SendCommand("S");
+    EXPECT_EQ(sensor.pauses, (std::vector<std::int32_t>{18, 142}));
+}
+
+TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
+{
+    using Happening = std::function<void(ScriptedSensor&)>;
+    const auto arrives = [](const char* reply) -> Happening { return [reply](ScriptedSensor& s) { s.Arrive(reply); }; };
+    struct Row {
+        const char* what;
+        Happening happens;
+        std::int32_t answer;
+    };
+    const Row rows[] = {
+        {"taken", arrives("OK 302\r\n"), EventAcknowledged},
+        {"refused", arrives("Error 302\r\n"), EventRefused},
+        {"a temperature", arrives("23 C,  OK\r\n"), EventRefused},
+        {"a dump", arrives("Type: Serial\r\nend"), EventRefused},
+        {"several ticks in one pump, and something sends after the answer has come",
+         [](ScriptedSensor& s) { s.Arrive("OK 302\r\n"), s.device.SendCommand("M"), s.Arrive(""); }, EventAcknowledged},
+        {"silence", [](ScriptedSensor& s) { s.At(2100), s.Arrive(""); }, EventNoAnswer},
+        {"noise", [](ScriptedSensor& s) { s.At(2100), s.Arrive("xyz"); }, EventNoAnswer},
+        {"a pulled plug", [](ScriptedSensor& s) { s.port.Vanished = true, s.Arrive(""); }, EventNoAnswer},
+        {"a port opened anew", [](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); },
+         EventNoAnswer},
+        {"the end of the program", [](ScriptedSensor& s) { s.device.Wait.Ended = true; }, EventNoAnswer},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        ScriptedSensor sensor;
+        sensor.device.CommStatus = DialogueIdle;
+        sensor.device.TimeOut = 2;
+        sensor.device.Journal.Append(EventAcknowledged); // of an earlier command
+        int pumps = 0;
+        const auto pump = [&] {
+            if (++pumps > 2) {
+                throw std::runtime_error("the wait should have ended");
+            }
+            pumps == 2 ? row.happens(sensor) : void();
+        };
+        EXPECT_EQ(SendParameter(sensor.device, "302", pump), row.answer);
+        EXPECT_EQ(sensor.device.EventNr, row.answer);
+        EXPECT_TRUE(sensor.port.Sent.starts_with("302 50\r"));
+        EXPECT_FALSE(sensor.device.Wait.Running);
+    }
+}
+
+TEST(SendParameter, RefusesToStartInsideAWaitOrATick)
+{
+    ScriptedSensor sensor;
+    sensor.device.CommStatus = DialogueIdle;
+    const auto pump = [&] {
+        EXPECT_THROW(SendParameter(sensor.device, "304", [] {}), std::logic_error);
+        sensor.Arrive("OK 302\r\n");
+    };
+    EXPECT_EQ(SendParameter(sensor.device, "302", pump), EventAcknowledged);
+    sensor.device.CommStatus = DialogueMeasuring;
+    EXPECT_THROW(SendParameter(sensor.device, "302", [] {}), std::logic_error) << "a verdict would never come";
+    const modRVQComm::TickScope tick(sensor.device);
+    EXPECT_THROW(modRVQComm::ChangeParameter(sensor.device, "302", [] {}), std::logic_error);
+    EXPECT_EQ(sensor.port.Sent, "302 25\r") << "nothing went out";
+}
+
+TEST(ChangeParameter, StartsNothingWhenTheProgramEndsOrThePortIsNoLongerTheSame)
+{
+    using Row = std::pair<const char*, void (*)(clsRVQ&)>;
+    for (const auto& [what, happens] :
+         {Row{"the end", [](clsRVQ& device) { device.Wait.Ended = true; }},
+          Row{"a closed port", [](clsRVQ& device) { device.CloseComPort(); }},
+          Row{"another device", [](clsRVQ& device) { device.CloseComPort(), device.OpenComPort(1, 9600); }}}) {
+        ScriptedSensor sensor;
+        sensor.device.CommStatus = DialogueMeasuring;
+        modRVQComm::ChangeParameter(sensor.device, "304", [&, act = happens] { act(sensor.device); });
+        EXPECT_EQ(sensor.port.Sent, "S304 0\r") << what;
+    }
+}
+
+} // namespace

@@ -1,0 +1,353 @@
+// Recording, playing and exporting files, without a window.
+#include "base/Days.h"
+#include "session/clsRecorder.h"
+#include "store/modCsvExport.h"
+#include "store/modRecordLine.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <atomic>
+#include <csignal>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <tuple>
+#include <unistd.h>
+
+namespace {
+
+using modPlayback::LoadData;
+using modPlayback::Outcome;
+
+constexpr auto kGoOn = [](double) { return true; };
+
+struct Sensor : clsRVQ {
+    Sensor()
+    {
+        CurrentTime = 46341.5;
+        MeasValue_mm = 1234;
+        MeasValue = 1.234;
+        sTemperature = "23 C,  OK";
+    }
+};
+
+TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path / "REC");
+    folder.Write("REC/SAVE0001.rec", "kept");
+    folder.Write("REC/SAVE0003.rec", "kept");
+    clsRecorder recorder(folder.path / "REC");
+    recorder.StartRecording();
+    EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0002.rec");
+    recorder.Record(Sensor());
+    recorder.Stop();
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n");
+    recorder.StartRecording();
+    EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0004.rec");
+    recorder.Stop();
+    EXPECT_FALSE(std::filesystem::exists(recorder.FileName));
+    for (int i = 1; i <= 32767; ++i) {
+        const std::string digits = std::to_string(i);
+        folder.Write(
+            ("REC/SAVE" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + ".rec").c_str(), {});
+    }
+    EXPECT_THROW(recorder.StartRecording(), std::overflow_error);
+    EXPECT_EQ(recorder.Mode, RecorderIdle);
+}
+
+TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    const std::string line = TemporaryFolder::Read(recorder.FileName);
+    ASSERT_FALSE(line.empty()) << "a line is in the file at once";
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit room{line.size() * 5 / 2, before.rlim_max}; // two lines and a half
+    setrlimit(RLIMIT_FSIZE, &room);
+    recorder.Record(Sensor());
+    EXPECT_EQ(recorder.Mode, RecorderRecording);
+    recorder.Record(Sensor());
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(recorder.Mode, RecorderIdle);
+    EXPECT_EQ(recorder.Failure(), std::errc::file_too_large);
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), line + line) << "no half line stays";
+}
+
+TEST(Recorder, LeavesNoGapWhenSomebodyEmptiesTheFile)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    recorder.Record(Sensor());
+    std::filesystem::resize_file(recorder.FileName, 0);
+    recorder.Record(Sensor());
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), modRecordLine::RecordLine(Sensor()));
+}
+
+std::atomic<bool> diskIsBusy = false;
+
+std::error_code failLate(int)
+{
+    while (diskIsBusy) {
+        usleep(1000);
+    }
+    return std::make_error_code(std::errc::io_error);
+}
+
+TEST(Recorder, ClosesBesideAndTellsWhatFailsLater)
+{
+    const TemporaryFolder folder;
+    diskIsBusy = true;
+    clsRecorder recorder(folder.path, failLate);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    recorder.Stop();
+    EXPECT_TRUE(recorder.IsWriting());
+    const std::string first = recorder.FileName;
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    diskIsBusy = false;
+    EXPECT_TRUE(recorder.FinishWriting(std::chrono::seconds(10)));
+    EXPECT_EQ(recorder.TakeLateFailures().at(0).file, first);
+    EXPECT_EQ(recorder.Mode, RecorderRecording) << "the other goes on";
+    EXPECT_FALSE(recorder.Failure());
+    recorder.Stop();
+    EXPECT_TRUE(recorder.FinishWriting(std::chrono::seconds(10)));
+    EXPECT_EQ(recorder.Failure(), std::errc::io_error);
+    EXPECT_TRUE(recorder.TakeLateFailures().empty());
+}
+
+TEST(Recorder, KnowsTheFilesThatItHasOpenByAnyName)
+{
+    const TemporaryFolder folder;
+    diskIsBusy = true;
+    clsRecorder recorder(folder.path / "REC", failLate);
+    recorder.StartRecording();
+    recorder.Record(Sensor());
+    const auto hard = folder.path / "hard.png", soft = folder.path / "soft.csv";
+    std::filesystem::create_hard_link(recorder.FileName, hard);
+    std::filesystem::create_symlink(recorder.FileName, soft);
+    const auto areInUse = [&] { return recorder.IsInUse(hard) && recorder.IsInUse(soft); };
+    EXPECT_TRUE(areInUse()) << "recorded";
+    recorder.Stop();
+    EXPECT_TRUE(areInUse()) << "written";
+    diskIsBusy = false;
+    recorder.FinishWriting(std::chrono::seconds(10));
+    EXPECT_FALSE(recorder.IsInUse(hard) || recorder.IsInUse(soft));
+    LoadData(soft, clsRVQ(), {[](const clsRVQ&) {}, kGoOn}, recorder.Played);
+    EXPECT_TRUE(areInUse()) << "played";
+}
+
+std::atomic<int> flushes = 0;
+
+TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
+{
+    const TemporaryFolder folder;
+    flushes = 0;
+    clsRecordFile file(folder.path, [](int) {
+        ++flushes;
+        return flushes == 3 ? std::make_error_code(std::errc::io_error) : std::error_code();
+    });
+    double now = 100.5;
+    std::error_code failure;
+    // So many flushes after so many seconds; they run beside.
+    const auto flushesAfter = [&](double seconds, int expected) {
+        const int ticks = static_cast<int>(20 * seconds);
+        for (int i = 0; i < ticks + 20 || (i < 10000 && flushes < expected); ++i) {
+            now += i < ticks ? 50.0 / kMsPerDay : 0.0;
+            failure = failure ? failure : file.FlushIfDue(now);
+            usleep(1000);
+        }
+        return flushes == expected;
+    };
+    EXPECT_TRUE(flushesAfter(10.0, 0)) << "nothing to flush";
+    file.WriteLine("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(3.0, 0));
+    EXPECT_TRUE(flushesAfter(2.0, 1));
+    file.WriteLine("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(1.0, 1));
+    now -= 1.5 / kSecondsPerDay; // the clock is set back by less than it has waited
+    EXPECT_TRUE(flushesAfter(0.2, 2));
+    EXPECT_FALSE(failure);
+    file.WriteLine("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(5.0, 3));
+    for (int i = 0; i < 500 && !failure; ++i) {
+        flushesAfter(0.0, 3);
+    }
+    EXPECT_EQ(failure, std::errc::io_error);
+    EXPECT_FALSE(file.Close());
+    EXPECT_EQ(flushes, 4) << "and when it is closed";
+}
+
+constexpr int kNotAllowed = 77;
+
+/// In a process of its own: records on a disk of two pages until it is full. 0 when that ends as it should.
+int fillSmallDisk(const std::filesystem::path& folder)
+{
+    const bool alone = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+    if (!alone || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=8k") != 0) {
+        return kNotAllowed;
+    }
+    clsRecorder recorder(folder);
+    recorder.StartRecording();
+    for (int i = 0; i < 1000 && recorder.Mode == RecorderRecording; ++i) {
+        recorder.Record(Sensor());
+    }
+    const std::size_t size = TemporaryFolder::Read(recorder.FileName).size();
+    const std::size_t line = modRecordLine::RecordLine(Sensor()).size();
+    return recorder.Failure() == std::errc::no_space_on_device && size == 8192 / line * line ? 0 : 1;
+}
+
+TEST(Recorder, AFullDiskEndsTheFileWithItsLastWholeLine)
+{
+    const TemporaryFolder folder;
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(fillSmallDisk(folder.path));
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNotAllowed) {
+        GTEST_SKIP() << "no file system may be mounted here";
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+struct Played {
+    std::vector<Measurement> values;
+    modPlayback::Loaded loaded;
+};
+
+Played play(const std::filesystem::path& file, const clsRVQ& device = {})
+{
+    Played played;
+    std::vector<FileHandle> open;
+    const auto show = [&](const clsRVQ& record) { played.values.push_back(MeasurementOf(record)); };
+    played.loaded = LoadData(file, device, {show, kGoOn}, open);
+    return played;
+}
+
+TEST(Playback, ShowsWhatStandsBeforeTheFirstUnreadableLine)
+{
+    const std::string line = "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43";
+    const std::string noEcho = "15.11.2026 12:00:01,000; No Echo; 23 \xB0\x43";
+    const std::tuple<const char*, std::string, std::size_t, Outcome> rows[] = {
+        {"empty", "", 0, Outcome::Complete},
+        {"LF, no final end", line + "\n" + noEcho + "\n" + line, 3, Outcome::Complete},
+        {"a blank line", line + "\r\n\r\n" + line, 1, Outcome::Unreadable},
+        {"cut in the middle", line + "\r\n" + line.substr(0, 22), 1, Outcome::Unreadable},
+        {"binary", line + "\n" + std::string(5000, '\0') + "\xFF;;\n", 1, Outcome::Unreadable},
+        {"one huge line", line + "\n" + std::string(100000000, '7'), 1, Outcome::Unreadable},
+        {"huge and well-begun", line + "\n" + line + std::string(100000000, ' '), 1, Outcome::Unreadable},
+        {"a marker in millimetres", line + "\n15.11.2026 12:00:01,000; 2147483647 mm; 23 C\n", 2, Outcome::Complete},
+        {"no blanks", line + "\n15.11.2026,12:00:00;1234mm;23\n", 1, Outcome::Unreadable},
+    };
+    const TemporaryFolder folder;
+    for (const auto& [name, bytes, values, outcome] : rows) {
+        const Played played = play(folder.Write("file.rec", bytes));
+        EXPECT_EQ(played.values.size(), values) << name;
+        EXPECT_EQ(played.loaded.outcome, outcome) << name;
+        EXPECT_EQ(played.loaded.first, values > 0 ? 46341.5 : 0.0) << name;
+        EXPECT_TRUE(values < 2 || KindOf(played.values[1]) == MeasurementKind::NoEcho) << "not the distance before";
+    }
+    EXPECT_EQ(play(folder.path).loaded.outcome, Outcome::Unreadable) << "a folder";
+}
+
+TEST(Playback, ShowsDistancesAsTheSensorIsSetNow)
+{
+    const TemporaryFolder folder;
+    clsRVQ device;
+    device.DistanceUnit = 3;
+    device.OutputFormat = FormatAsciiUnit;
+    const auto file = folder.Write("file.rec", "15.11.2026 12:00:00,000; 3048 mm; 23 \xB0\x43\r\n");
+    EXPECT_EQ(DistanceText(play(file, device).values.at(0), '.'), "10.0000 ft");
+    device.OutputFormat = 0;
+    EXPECT_EQ(DistanceText(play(file, device).values.at(0), '.'), "10.0000 [ft]");
+}
+
+TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
+{
+    const std::tuple<const char*, double, std::int32_t, double> rows[] = {
+        {"half a minute: the range as before", 100.5 + 30000 / kMsPerDay, 0, 100.0},
+        {"an hour", 100.5 + 1 / 24.0, 3600000, 100.0},
+        {"14 days", 114.5, 1209600000, 114.0},
+        {"20 days", 120.5, 86400000, 120.0},
+        {"the clock was set back", 100.4, 0, 100.0},
+    };
+    for (const auto& [name, last, range_ms, origin] : rows) {
+        modPlayback::Loaded loaded;
+        loaded.first = 100.5;
+        loaded.last = last;
+        const auto axis = modPlayback::TimeAxisOf(loaded);
+        EXPECT_EQ(axis.range_ms.value_or(0), range_ms) << name;
+        EXPECT_EQ(axis.origin, origin) << name;
+    }
+}
+
+TEST(Playback, EndsWhereAGrowingFileEnds)
+{
+    const TemporaryFolder folder;
+    const std::string line = "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n";
+    const auto file = folder.Write("file.rec", line);
+    std::size_t shown = 0;
+    std::vector<FileHandle> open;
+    const auto grow = [&](const clsRVQ&) {
+        if (++shown < 1000) {
+            std::ofstream(file, std::ios::app | std::ios::binary) << line << line.substr(0, 10);
+            std::filesystem::resize_file(file, (shown + 1) * line.size());
+        }
+    };
+    const auto loaded = LoadData(file, clsRVQ(), {grow, kGoOn}, open);
+    EXPECT_EQ(shown, 1000U);
+    EXPECT_EQ(loaded.outcome, Outcome::Complete);
+}
+
+TEST(CsvExport, WritesEveryReadableLineInTheChosenForm)
+{
+    const TemporaryFolder folder;
+    const auto file = folder.Write("file.rec", "15.11.2026 13:05:07,250; 1234 mm; 23.5 \xB0\x43\r\n"
+                                               "15.11.2026 23:59:59,999; No Echo; -3 \xB0\x43\r\n"
+                                               "broken\r\n16.11.2026 00:00:00,000; TempError; x\";y z\r\n"
+                                               "16.11.2026 00:00:00,050; 2147483632 mm; 1 \xB0\x43\r\n");
+    const std::pair<modCsvExport::Format, const char*> rows[] = {
+        {{',', '.', false},
+         "a,b,c,d\r\n2026-11-15T13:05:07.250,1234,OK,23.5\r\n2026-11-15T23:59:59.999,,No Echo,-3\r\n"
+         "2026-11-16T00:00:00.000,,TempError,\r\n2026-11-16T00:00:00.050,,TempError,1\r\n"},
+        {modCsvExport::kGermanSpreadsheet,
+         "\xEF\xBB\xBF"
+         "a;b;c;d\r\n2026-11-15T13:05:07,250;1234;OK;23,5\r\n2026-11-15T23:59:59,999;;No Echo;-3\r\n"
+         "2026-11-16T00:00:00,000;;TempError;\r\n2026-11-16T00:00:00,050;;TempError;1\r\n"},
+        {{',', ',', false},
+         "a,b,c,d\r\n\"2026-11-15T13:05:07,250\",1234,OK,\"23,5\"\r\n\"2026-11-15T23:59:59,999\",,No Echo,-3\r\n"
+         "\"2026-11-16T00:00:00,000\",,TempError,\r\n\"2026-11-16T00:00:00,050\",,TempError,1\r\n"},
+    };
+    for (const auto& [format, expected] : rows) {
+        std::string table;
+        const auto write = [&](std::string_view piece) { return !table.append(piece).empty(); };
+        const auto exported = modCsvExport::ExportCsv(file, format, "a|b|c|d", {write, kGoOn});
+        EXPECT_EQ(table, expected);
+        EXPECT_TRUE(exported.finished);
+        EXPECT_EQ(exported.rows, 4);
+        EXPECT_EQ(exported.unreadable, 1);
+    }
+    std::string many;
+    for (int i = 0; i < 100000; ++i) {
+        many += "15.11.2026 13:05:07,250; 1234 mm; 23 C\n";
+    }
+    const auto cancelled =
+        modCsvExport::ExportCsv(folder.Write("many.rec", many), {}, "a|b|c|d",
+                                {[](std::string_view) { return true; }, [](double) { return false; }});
+    EXPECT_FALSE(cancelled.finished);
+    EXPECT_LT(cancelled.rows, 100000);
+}
+
+} // namespace

@@ -1,0 +1,95 @@
+// The settings of the program in their file.
+#include "store/modGlobals.h"
+
+#include "store/modIni.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <tuple>
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(GlobalSettings, ComeBackAndLeaveWhatOthersWrote)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "RVQ.ini";
+    const auto load = [&] { return modGlobals::LoadGlobalSettings(file, ','); };
+    const auto kept = [](const modGlobals::Settings& s) {
+        return std::tuple(s.Baudrate, s.Comport, s.Language, s.DefaultDevice, s.AutoScale, s.yMax, s.yMin);
+    };
+    EXPECT_EQ(kept(load()), std::tuple(9600, 1, 0, "Serial"s, true, 5000.0, 0.0));
+    EXPECT_FALSE(std::filesystem::exists(file)) << "reading creates nothing";
+
+    const auto save = [](modGlobals::Settings settings) { return !modGlobals::SaveGlobalSettings(settings); };
+    EXPECT_TRUE(save({file, 57600, 255, LanguageEnglish, "Profibus", false, 1234.5, -0.25}));
+    EXPECT_EQ(kept(load()), std::tuple(57600, 255, 1000, "Profibus"s, false, 1234.5, -0.25));
+
+    folder.Write("RVQ.ini", "[GENERAL]\nLanguage=2147483647\nComport=x\n[CHART]\nyMax=high\nyMin=-7\n");
+    EXPECT_EQ(kept(load()), std::tuple(9600, 0, 1000, "Serial"s, true, 5000.0, -7.0));
+    EXPECT_TRUE(save(load()));
+    EXPECT_EQ(modIni::GetPrivateProfileIntA("GENERAL", "Language", 0, file), 1);
+
+    folder.Write("RVQ.ini", "; mine\n[general]\nBAUDRATE = 9600 ; fast\n\n[other]\na\n[Chart]\nyMax=5000.0\n");
+    modGlobals::Settings settings = load();
+    settings.Comport = 7;
+    EXPECT_TRUE(save(settings));
+    EXPECT_NE(TemporaryFolder::Read(file).find("BAUDRATE = 9600 ; fast"), std::string::npos)
+        << "what has not changed stays as written";
+    EXPECT_NE(TemporaryFolder::Read(file).find("yMax=5000.0"), std::string::npos);
+    EXPECT_EQ(load().Comport, 7);
+}
+
+TEST(GlobalSettings, TwoProgramsWriteOnlyWhatTheyHaveChanged)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("RVQ.ini", "[GENERAL]\nComport=1\nLanguage=0\n[CHART]\nyMax=5000\nyMin=0\n");
+    const auto load = [&] { return modGlobals::LoadGlobalSettings(file, '.'); };
+    modGlobals::Settings first = load(), second = load();
+    first.yMax = 100.0;
+    first.Language = LanguageEnglish;
+    EXPECT_FALSE(SaveGlobalSettings(first));
+    second.Comport = 7;
+    EXPECT_FALSE(SaveGlobalSettings(second));
+    EXPECT_FALSE(SaveGlobalSettings(second)) << "nor with a later save";
+    EXPECT_FALSE(SaveGlobalSettings(first));
+    EXPECT_EQ(std::tuple(load().yMax, load().Language, load().Comport), std::tuple(100.0, 1000, 7));
+    second.yMax = 200.0;
+    EXPECT_FALSE(SaveGlobalSettings(second));
+    EXPECT_FALSE(SaveGlobalSettings(first));
+    EXPECT_EQ(load().yMax, 200.0) << "both have changed it: the later change counts";
+}
+
+TEST(GlobalSettings, WhatCouldNotBeReadIsNotWritten)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "RVQ.ini";
+    std::filesystem::create_symlink("/proc/self/mem", file); // a file of which no byte can be read
+    modGlobals::Settings settings = modGlobals::LoadGlobalSettings(file, '.');
+    EXPECT_EQ(settings.UnreadWhy, std::errc::io_error);
+    EXPECT_EQ(settings.UnreadFile, file);
+    EXPECT_EQ(settings.Baudrate, 9600);
+    std::filesystem::remove(file);
+    const std::string bytes = "[GENERAL]\r\nBaudrate=38400\r\n";
+    folder.Write("RVQ.ini", bytes);
+    settings.Comport = 9;
+    EXPECT_FALSE(SaveGlobalSettings(settings));
+    EXPECT_EQ(TemporaryFolder::Read(file), bytes);
+}
+
+TEST(ConfiguredPorts, FollowTheFileWhileTheProgramRuns)
+{
+    const TemporaryFolder folder;
+    modGlobals::ConfiguredPorts ports(folder.path / "RVQ.ini");
+    for (const auto& [written, device] :
+         {std::pair("", ""), std::pair("[Ports]\nCOM7= /dev/x \n", "/dev/x"),
+          std::pair("[Ports]\nCOM7=/dev/yz\n", "/dev/yz"), std::pair("[Other]\n", "")}) {
+        folder.Write("RVQ.ini", written);
+        EXPECT_EQ(ports.DeviceOf("COM7"), device) << written;
+    }
+    std::filesystem::remove(folder.path / "RVQ.ini");
+    EXPECT_EQ(ports.DeviceOf("COM7"), "");
+}
+
+} // namespace

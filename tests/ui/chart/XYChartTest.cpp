@@ -1,0 +1,164 @@
+// The chart as it is painted, offscreen.
+#include "ui/chart/XYChart.h"
+
+#include <QImage>
+
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+
+namespace {
+
+constexpr double kNoon = 46000.5;
+constexpr double kSecond = 1.0 / 86400.0;
+
+std::unique_ptr<XYChart> newChart(std::int32_t lastSlot = 1199)
+{
+    auto chart = std::make_unique<XYChart>(nullptr);
+    chart->InitChartData(lastSlot);
+    chart->Header({});
+    chart->AutoScale(false);
+    chart->YLimits(0, 100);
+    chart->resize(500, 300);
+    return chart;
+}
+
+QImage pictureOf(XYChart& chart)
+{
+    return chart.grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+/// Pixels in the colour of the curve, in columns from..to (shares of the width).
+int curvePixels(const QImage& picture, double from = 0.0, double to = 1.0)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = static_cast<int>(from * picture.width()); x < static_cast<int>(to * picture.width()); ++x) {
+            count += qBlue(picture.pixel(x, y)) - qRed(picture.pixel(x, y)) > 90 ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+/// A frame shows the same whether the chart was painted all the time or only now.
+TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
+{
+    using Row = std::pair<const char*, std::function<void(XYChart&)>>;
+    for (const auto& [name, prepare] :
+         {Row{"as it comes", [](XYChart&) {}}, Row{"times of day", [](XYChart& c) { c.TimeScale(true); }},
+          Row{"dots", [](XYChart& c) { c.ConnectPoints(false); }}, Row{"held", [](XYChart& c) { c.HoldSpan(true); }},
+          Row{"reversed", [](XYChart& c) { c.XReversed(true), c.YReversed(true); }}}) {
+        for (const int points : {300, 680, 730, 1100}) {
+            const auto kept = newChart(599), fresh = newChart(599); // in the end the ring has come round
+            prepare(*kept);
+            prepare(*fresh);
+            for (int i = 0; i < points; ++i) {
+                double time = kNoon + i * 0.13 * kSecond;
+                time += i > 700 && i < 750 ? 15 * kSecond : 0.0; // a clock that jumps forth and back
+                for (XYChart* chart : {kept.get(), fresh.get()}) {
+                    i % 90 > 80 ? chart->AddGap(time) : chart->AddPoint(time, 50 + 40 * std::sin(i * 0.1) + i % 7);
+                }
+                if (i % 3 == 0) {
+                    pictureOf(*kept);
+                }
+                if (i == points / 2) {
+                    kept->Redraw();
+                }
+            }
+            // The outermost column may keep what the pen has reached from points that have left the picture.
+            const QRect inner = QRect(QPoint(), kept->size()).adjusted(70, 0, -30, 0);
+            EXPECT_TRUE(pictureOf(*kept).copy(inner) == pictureOf(*fresh).copy(inner))
+                << name << ", " << points << " points";
+            EXPECT_GT(curvePixels(pictureOf(*kept)), 200) << name;
+        }
+    }
+}
+
+TEST(Chart, AHeldSpanStaysHoweverLongItIsHeld)
+{
+    const auto chart = newChart();
+    chart->HoldSpan(true);
+    const auto feed = [&](int from, int to) {
+        for (int i = from; i < to; ++i) {
+            chart->AddPoint(kNoon + i * 0.05 * kSecond, std::sin(i * 0.1));
+        }
+    };
+    chart->YLimits(-2, 2);
+    feed(0, 1203);
+    // The outermost columns may change with what the pen reaches from there.
+    const QRect inner = QRect(QPoint(), chart->size()).adjusted(80, 0, -40, 0);
+    const QImage full = pictureOf(*chart).copy(inner);
+    EXPECT_GT(curvePixels(full), 200);
+    feed(1203, 5000);
+    EXPECT_TRUE(pictureOf(*chart).copy(inner) == full);
+    chart->HoldSpan(false);
+    EXPECT_FALSE(pictureOf(*chart).copy(inner) == full);
+}
+
+TEST(Chart, ForgetsWhatTheRingHasOverwritten)
+{
+    const auto chart = newChart(199);
+    for (int i = 0; i < 1000; ++i) {
+        chart->AddPoint(kNoon + i * 0.1 * kSecond, 50);
+        pictureOf(*chart);
+    }
+    EXPECT_EQ(curvePixels(pictureOf(*chart), 0.0, 0.6), 0) << "a ring of 20 seconds in a span of 60";
+    EXPECT_GT(curvePixels(pictureOf(*chart), 0.7, 1.0), 100);
+}
+
+TEST(Chart, StaysSaneWithWhatIsNotACurve)
+{
+    const auto chart = newChart();
+    EXPECT_EQ(curvePixels(pictureOf(*chart)), 0);
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const double y : {std::nan(""), inf, -inf, 1e305, 0.0}) {
+        chart->AddPoint(kNoon, y);
+    }
+    EXPECT_EQ(curvePixels(pictureOf(*chart)), 0) << "nothing with a place";
+    for (const double time : {std::nan(""), inf, 1e300, -1e18, kNoon}) {
+        chart->AddPoint(time, 50);
+        chart->ShowTime(time);
+        pictureOf(*chart);
+    }
+    for (int i = 0; i <= 60; ++i) {
+        chart->AddPoint(kNoon + i * kSecond, i == 36 ? 3e12 : 50);
+    }
+    EXPECT_GT(curvePixels(pictureOf(*chart), 0.5, 0.7), 100) << "up, out of the picture, and down again";
+    chart->Series().StopIndex = 5000000;
+    EXPECT_EQ(curvePixels(pictureOf(*chart)), 0) << "pointers that are no slots";
+    chart->Reset();
+    for (const QSize size : {QSize(0, 0), QSize(1, 1), QSize(30, 400), QSize(400, 20)}) {
+        chart->resize(size);
+        chart->AddPoint(kNoon, 5);
+        pictureOf(*chart);
+    }
+}
+
+TEST(Chart, ShowsZeroValuesOnRequest)
+{
+    const auto chart = newChart();
+    chart->YLimits(-50, 50);
+    for (int i = 0; i <= 120; ++i) {
+        chart->AddPoint(kNoon + i * kSecond, 0.0);
+    }
+    EXPECT_EQ(curvePixels(pictureOf(*chart)), 0);
+    chart->ShowZeroValues(true);
+    EXPECT_GT(curvePixels(pictureOf(*chart)), 200);
+}
+
+TEST(Chart, ColoursThatWereNotSetFollowADarkPalette)
+{
+    const auto chart = newChart();
+    EXPECT_EQ(pictureOf(*chart).pixel(2, 2), 0xFFFFFFFF);
+    QPalette dark;
+    dark.setColor(QPalette::Base, QColor(20, 20, 20));
+    dark.setColor(QPalette::Text, Qt::white);
+    chart->setPalette(dark);
+    EXPECT_EQ(pictureOf(*chart).pixel(2, 2), 0xFF141414);
+    chart->BackColor(0xFF0000);
+    EXPECT_EQ(pictureOf(*chart).pixel(2, 2), 0xFF0000FF) << "blue, green, red";
+}
+
+} // namespace

@@ -1,0 +1,406 @@
+// The recorder's window and what it does to the main window, offscreen.
+#include "ui/recorder/frmRecorder.h"
+
+#include "session/clsRecorder.h"
+#include "tests/support/Desk.h"
+#include "ui/chart/XYChart.h"
+#include "ui/recorder/Export.h"
+
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QImage>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProgressDialog>
+#include <QThread>
+#include <QTimer>
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <utility>
+
+namespace {
+
+/// A recording of one line over and over.
+std::string linesOf(int count, std::string_view line)
+{
+    std::string lines;
+    for (int i = 0; i < count; ++i) {
+        lines += line;
+    }
+    return lines;
+}
+
+struct Host : RecorderHost {
+    clsRVQ device;
+    bool measuring = false, slow = false;
+    QString file, message;
+    std::int64_t shown = 0;
+
+    bool IsMeasuring() const override { return measuring; }
+    const clsRVQ& Device() const override { return device; }
+    void ShowFile(const QString& text, const QString&) override { file = text; }
+    void ShowMessage(const QString& text) override { message = text; }
+    void BeginPlayback() override {}
+    void ShowRecord(const clsRVQ&) override
+    {
+        if (++shown % 100 == 0 && slow) {
+            QThread::msleep(1); // stands for a file of a hundred million lines
+        }
+    }
+    void EndPlayback(const modPlayback::Loaded&) override {}
+};
+
+struct Bench {
+    TemporaryFolder folder;
+    modGlobals::Settings settings{.Language = LanguageEnglish};
+    clsRecorder recorder;
+    Host host;
+    QWidget owner;
+    frmRecorder window{owner, settings, recorder, host};
+
+    explicit Bench(clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
+        : recorder(folder.path / "REC", flush)
+    {
+        host.device.sTemperature = "23 C";
+        host.device.MeasValue = host.device.MeasValue_mm = 1234;
+        host.device.CurrentTime = 46341.5;
+        window.show();
+    }
+    QPushButton* Button(const char* name) const { return window.findChild<QPushButton*>(QLatin1String(name)); }
+    /// What the window says after a click on a button.
+    std::string After(const char* name)
+    {
+        Button(name)->click();
+        recorder.FinishWriting(std::chrono::seconds(10));
+        window.ShowState();
+        return State();
+    }
+    std::string State() const { return window.findChild<QLabel*>("lblState")->text().toStdString(); }
+    std::string Rule() const
+    {
+        std::string enabled;
+        for (const char* name : {"cmdRec", "cmdPlay", "cmdStop"}) {
+            enabled += Button(name)->isEnabled() ? name + std::string(" ") : "";
+        }
+        return enabled;
+    }
+};
+
+TEST(RecorderWindow, FollowsTheRecorderAndSaysWhatHasBecomeOfIt)
+{
+    Bench bench;
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+    bench.host.measuring = true;
+    bench.window.ShowState();
+    EXPECT_EQ(bench.Rule(), "cmdRec ") << "nothing is played during a measurement";
+    bench.Button("cmdRec")->click();
+    EXPECT_EQ(bench.Rule(), "cmdStop ");
+    EXPECT_EQ(bench.host.file.toStdString(), "REC: " + bench.recorder.FileName + " ");
+    bench.host.device.sTemperature.clear();
+    EXPECT_THROW(bench.recorder.Record(bench.host.device), std::invalid_argument);
+    bench.window.ShowState();
+    EXPECT_EQ(bench.State(), "Waiting for a temperature");
+    EXPECT_EQ(bench.After("cmdStop"), "Nothing could be recorded without a temperature.");
+    bench.Button("cmdRec")->click();
+    bench.host.device.sTemperature = "23 C";
+    bench.recorder.Record(bench.host.device);
+    EXPECT_EQ(bench.After("cmdStop"), "Values saved: 1");
+    EXPECT_EQ(bench.Rule(), "cmdRec ");
+    bench.Button("cmdRec")->click();
+    EXPECT_EQ(bench.After("cmdStop"), "No value arrived, so there is no file.");
+}
+
+TEST(RecorderWindow, TheProgramClosesItDuringARecordingAndNeitherItsFrameNorEscape)
+{
+    Bench bench;
+    bench.Button("cmdRec")->click();
+    EXPECT_FALSE(CloseByFrame(bench.window));
+    bench.window.reject(); // Escape
+    EXPECT_TRUE(bench.window.isVisible());
+    bench.Button("cmdStop")->click();
+    EXPECT_TRUE(CloseByFrame(bench.window));
+    EXPECT_TRUE(bench.recorder.IsOpen) << "closed by its frame it leaves the flag";
+    bench.Button("cmdRec")->click();
+    bench.window.close();
+    EXPECT_FALSE(bench.recorder.IsOpen);
+    EXPECT_EQ(bench.recorder.Mode, RecorderIdle) << "closed by the program it stops";
+}
+
+std::atomic<bool> diskIsBusy = false;
+
+TEST(RecorderWindow, StaysAliveWhileTheDiskIsBusy)
+{
+    diskIsBusy = true;
+    Bench bench([](int) {
+        while (diskIsBusy) {
+            QThread::msleep(1);
+        }
+        return std::error_code();
+    });
+    bench.Button("cmdRec")->click();
+    bench.recorder.Record(bench.host.device);
+    bench.Button("cmdStop")->click();
+    EXPECT_EQ(bench.State(), "Writing the recording …");
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+    EXPECT_TRUE(CloseByFrame(bench.window));
+    diskIsBusy = false;
+    EXPECT_TRUE(bench.recorder.FinishWriting(std::chrono::seconds(10)));
+    bench.window.ShowState();
+    EXPECT_EQ(bench.State(), "Values saved: 1");
+}
+
+TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
+{
+    Bench bench;
+    bench.folder.Write("REC", "a file in the folder's place");
+    EXPECT_EQ(bench.After("cmdRec"), "No recording: There is a file where the folder should be.");
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+}
+
+TEST(RecorderWindow, SaysWhyAPlaybackCannotBegin)
+{
+    Bench bench;
+    bench.window.ChooseFile = [&] { return QString::fromStdString(bench.folder.path / "none.rec"); };
+    EXPECT_EQ(bench.After("cmdPlay"), "Cannot be read: File or folder is missing.");
+    bench.window.ChooseFile = [&] {
+        bench.host.measuring = true; // the sensor has come back meanwhile
+        return QString::fromStdString(bench.folder.path / "none.rec");
+    };
+    bench.Button("cmdPlay")->click();
+    EXPECT_EQ(bench.host.message, "Not loaded: a measurement is running.");
+    EXPECT_EQ(bench.Rule(), "cmdRec ");
+}
+
+TEST(RecorderWindow, LongLoadingCanBeCancelled)
+{
+    Bench bench;
+    const auto file = bench.folder.Write("long.rec", linesOf(200000, "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n"));
+    bench.host.slow = true;
+    bench.window.ChooseFile = [&] { return QString::fromStdString(file); };
+    bool sawBar = false;
+    QTimer cancel;
+    QObject::connect(&cancel, &QTimer::timeout, [&] {
+        if (auto* bar = bench.window.findChild<QProgressDialog*>(); bar != nullptr && bar->value() > 0) {
+            sawBar = true;
+            EXPECT_EQ(bench.Rule(), "") << "all three wait";
+            EXPECT_FALSE(CloseByFrame(bench.window));
+            bar->findChild<QPushButton*>("cmdCancel")->click();
+        }
+    });
+    cancel.start(5);
+    bench.Button("cmdPlay")->click();
+    ASSERT_TRUE(sawBar);
+    EXPECT_LT(bench.host.shown, 200000);
+    EXPECT_EQ(bench.State(), "Loading cancelled, values loaded: " + std::to_string(bench.host.shown));
+    EXPECT_EQ(bench.host.message, "Error in LoadData");
+    EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
+}
+
+struct Player : Desk {
+    Player()
+    {
+        settings.AutoScale = false;
+        devices.Override(1, folder.path / "none");
+        Open();
+    }
+    std::string Play(const std::filesystem::path& file)
+    {
+        Trigger("mnuRecorder");
+        auto* recorder = window->findChild<frmRecorder*>();
+        recorder->ChooseFile = [&] { return QString::fromStdString(file); };
+        FindIn(*recorder, "cmdPlay")->click();
+        return Text("sbar_1");
+    }
+    XYChart* Chart() const { return Find<XYChart>("picGraph"); }
+};
+
+TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
+{
+    Player window;
+    const auto file = window.folder.Write(
+        "short.rec",
+        "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n15.11.2026 12:00:10,000; No Echo; 21 \xB0\x43\r\n"
+        "15.11.2026 12:02:00,000; 5000 mm; 22 \xB0\x43\r\n");
+    EXPECT_EQ(window.Play(file), "");
+    EXPECT_EQ(window.Text("sbar_2"), file);
+    EXPECT_TRUE(window.settings.AutoScale);
+    EXPECT_EQ(window.Text("lblTemperature"), "22 °C");
+    EXPECT_EQ(window.Chart()->Series().Size(), 30000);
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 3) << "two points, a gap between them";
+    EXPECT_EQ(window.Chart()->XRange_ms(), 120000);
+    EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9);
+    EXPECT_EQ(window.Chart()->TimeOrigin(), 46341.0);
+    EXPECT_LT(window.Chart()->YMinimum(), window.Chart()->ShownValues().value().front());
+    EXPECT_GT(window.Chart()->YMaximum(), window.Chart()->ShownValues().value().back());
+}
+
+TEST(MainWindow, SaysThatALongRecordingDoesNotFitIntoTheChart)
+{
+    Player window;
+    const auto playMany = [&](int count) {
+        window.Play(window.folder.Write("many.rec", linesOf(count, "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\n")));
+        return window.Find<QLabel>("sbar_2")->toolTip().section(u'\n', 1).toStdString();
+    };
+    EXPECT_EQ(playMany(29999), "");
+    EXPECT_EQ(playMany(30000), "30000 values, the chart shows the last 29999 points") << "one slot stays free";
+}
+
+TEST(MainWindow, ShowsAPlayedRecordingUpToItsUnreadableLine)
+{
+    Player window;
+    const std::string lines =
+        "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n15.11.2026 12:02:00,000; 5000 mm; 22 \xB0\x43\r\n";
+    EXPECT_EQ(window.Play(window.folder.Write("bad.rec", lines + "bad")), "Error in LoadData");
+    QTest::qWait(300);
+    EXPECT_EQ(window.Text("sbar_1"), "Error in LoadData") << "long enough to be read";
+    EXPECT_EQ(window.Text("lblMeasAge") + window.Text("lblTempAge"), "")
+        << "the port is closed, but these are the file's";
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 2) << "what stands before the bad line";
+    EXPECT_NEAR(window.Chart()->TimeBegin(), 46341.5, 1e-9) << "the ticks move nothing";
+}
+
+TEST(MainWindow, TellsOfARecordingThatEndsByItself)
+{
+    const MainDesk main;
+    main.window->MeasureWhenConnected();
+    main.window->StartRecording();
+    for (int round = 0; round < 2; ++round) {
+        main.Trigger("mnuRecorder");
+        const auto* recorder = main.Find<frmRecorder>("frmRecorder");
+        if (round > 0) {
+            FindIn(*recorder, "cmdRec")->click();
+        }
+        const auto state = [&] { return FindIn<QLabel>(*recorder, "lblState")->text().toStdString(); };
+        ASSERT_TRUE(Until([&] { return state() == "Recording, values: 5"; }));
+        ASSERT_TRUE(QFile::remove(main.Find<QLabel>("sbar_2")->toolTip()));
+        EXPECT_TRUE(Until([&] { return state() == "Recording ended: File or folder is missing."; })) << state();
+        EXPECT_EQ(main.Text("sbar_1"), "Recording ended: File or folder is missing.");
+    }
+}
+
+/// Whether the value axis reaches the first point does not hang on the last bits of its time.
+TEST(MainWindow, ScalesToTheFirstPointOfARecording)
+{
+    Player window;
+    window.Play(window.folder.Write("peak.rec", "15.11.2026 12:00:02,000; 9000 mm; 21 C\n" +
+                                                    linesOf(40, "15.11.2026 12:01:03,000; 1000 mm; 21 C\n")));
+    EXPECT_GT(window.Chart()->YMaximum(), 9.0);
+}
+
+TEST(MainWindow, MayBeClosedWhileARecordingIsLoaded)
+{
+    Player window;
+    const auto file = window.folder.Write("long.rec", linesOf(4000000, "15.11.2026 12:00:00,000; 1 mm; 23 C\r\n"));
+    QTimer::singleShot(0, window.window.get(), [&] { window.window->close(); });
+    window.Play(file);
+    EXPECT_FALSE(window.window->isVisible());
+    EXPECT_GT(window.Chart()->Series().Added(), 0U);
+    EXPECT_LT(window.Chart()->Series().Added(), 4000000U) << "it gives up";
+}
+
+/// Answers the questions of an export: the file, and that it may be replaced.
+struct Answers : QTimer {
+    QStringList files;
+
+    explicit Answers(QStringList names) : files(std::move(names))
+    {
+        callOnTimeout(this, &Answers::answer);
+        start(10);
+    }
+    void answer()
+    {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            box->button(QMessageBox::Yes)->click();
+        } else if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                   dialog != nullptr && !files.isEmpty()) {
+            dialog->findChild<QLineEdit*>("fileNameEdit")->setText(files.takeFirst());
+            // Not from here: while it asks whether to replace the file, this must go on.
+            QTimer::singleShot(0, dialog->findChild<QDialogButtonBox*>()->buttons().constFirst(),
+                               &QAbstractButton::click);
+        }
+    }
+};
+
+TEST(Export, NeverReplacesARecordingThatRuns)
+{
+    const MainDesk main;
+    main.window->StartRecording();
+    const std::string recording = main.Find<QLabel>("sbar_2")->toolTip().toStdString();
+    const auto hard = main.folder.path / "hard.png", soft = main.folder.path / "soft.csv";
+    const auto other = main.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n");
+    std::filesystem::create_hard_link(recording, hard);
+    std::filesystem::create_symlink(recording, soft);
+    const auto said = [&](const char* action, const QStringList& files) {
+        const Answers answers(files);
+        main.Trigger(action);
+        return main.Text("sbar_1");
+    };
+    const char* const refusal = " cannot be saved: The file is being recorded, or is open for playback.";
+    const auto name = [](const std::filesystem::path& path) { return QString::fromStdString(path); };
+    EXPECT_EQ(said("mnuFileExportChart", {name(hard)}), hard.string() + refusal);
+    EXPECT_EQ(said("mnuFileExport", {name(other), name(soft)}), soft.string() + refusal);
+    EXPECT_TRUE(std::filesystem::equivalent(recording, hard));
+}
+
+TEST(Export, OffersTheSpreadsheetOfTheProgramsLanguageFirst)
+{
+    Bench bench;
+    bench.recorder.FileName = bench.folder.Write("x.rec", "15.11.2026 12:00:00,250; 1000 mm; 21 C\r\n");
+    QTimer user; // takes what the dialogs propose: the recording, then the table of the first kind
+    QObject::connect(&user, &QTimer::timeout, [] {
+        if (auto* asking = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+            QMetaObject::invokeMethod(asking, asking->inherits("QFileDialog") ? "accept" : "reject");
+        }
+    });
+    user.start(50);
+    for (const auto& [language, row] : {std::pair(LanguageGerman, "2026-11-15T12:00:00,250;1000"),
+                                        {LanguageEnglish, "2026-11-15T12:00:00.250,1000"}}) {
+        std::filesystem::remove(bench.folder.path / "x.csv");
+        ExportRecording(bench.owner, bench.recorder, language);
+        const std::string table = TemporaryFolder::Read(bench.folder.path / "x.csv");
+        EXPECT_EQ(table.substr(0, 3), "\xEF\xBB\xBF") << language;
+        EXPECT_NE(table.find(row), std::string::npos) << table;
+    }
+}
+
+TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
+{
+    Player window;
+    window.window->resize(900, 600);
+    const auto file =
+        window.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n15.11.2026 12:02:00,000; 5 mm; 2 C");
+    window.Play(file);
+    const QString folder = QString::fromStdString(window.folder.path);
+    for (const char* kind : {"png", "svg", "pdf"}) { // how they begin and end is seen by the crash tests
+        EXPECT_EQ(WritePicture(*window.Chart(), folder + "/chart." + kind, kind), "") << kind;
+    }
+    const QImage picture = QImage(folder + "/chart.png").convertToFormat(QImage::Format_RGB32);
+    const auto* pixels = reinterpret_cast<const QRgb*>(picture.constBits());
+    EXPECT_GT(std::count(pixels, pixels + picture.width() * picture.height(), qRgb(0x0A, 0x5A, 0xC8)), 1000)
+        << "the line from the first point to the last";
+
+    const auto table = [&](const std::filesystem::path& from, const QString& to) {
+        return WriteTable(*window.window, QString::fromStdString(from), to, {}, LanguageEnglish).toStdString();
+    };
+    EXPECT_EQ(table(file, folder + "/x.csv"), "Lines exported: 2, unreadable ones left out: 0");
+    EXPECT_EQ(TemporaryFolder::Read((folder + "/x.csv").toStdString()).substr(0, 45),
+              "Time,Distance [mm],Status,Temperature [\xC2\xB0\x43]\r\n");
+    const auto missing = window.folder.path / "none.rec", empty = window.folder.Write("empty.rec", "no line\n");
+    EXPECT_EQ(table(missing, folder + "/y.csv"), missing.string() + " cannot be read: File or folder is missing.");
+    EXPECT_EQ(table(empty, folder + "/y.csv"), empty.string() + " holds no line that can be read.");
+    const std::string bytes = TemporaryFolder::Read(file);
+    EXPECT_EQ(table(file, folder + "/x.rec"), file.string() + " cannot be saved: That is the recording itself.");
+    EXPECT_EQ(TemporaryFolder::Read(file), bytes) << "a table never replaces its recording";
+    EXPECT_NE(WritePicture(*window.Chart(), folder + "/none/y.png", "png"), "");
+    for (const auto& entry : std::filesystem::directory_iterator(window.folder.path)) {
+        EXPECT_NE(entry.path().filename().string().front(), 'y') << "a failed export leaves nothing";
+    }
+}
+
+} // namespace

@@ -1,0 +1,180 @@
+#include "ui/chart/frmChartSettings.h"
+
+#include "base/Numbers.h"
+#include "store/modGlobals.h"
+#include "ui/chart/XYChart.h"
+#include "ui/chart/modChartSettings.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/NumberEdit.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/WindowPlace.h"
+
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+
+frmChartSettings::frmChartSettings(QWidget& owner, modGlobals::Settings& settings, XYChart& chart)
+    : QDialog(&owner), m_settings(settings), m_chart(chart), m_decimalSeparator(DecimalSeparator())
+{
+    setObjectName(QStringLiteral("frmChartSettings"));
+    SetTextIds(this, 1028);
+    auto* column = new QVBoxLayout(this);
+    column->addWidget(buildTimeAxis());
+    column->addWidget(buildValueAxis());
+    chkConnectPoints = addButton<QCheckBox>("chkConnectPoints", 1037);
+    chkNullWerte = addButton<QCheckBox>("chkNullWerte", 1038);
+    column->addWidget(chkConnectPoints);
+    column->addWidget(chkNullWerte);
+    column->addStretch(1);
+    column->addLayout(buildButtons());
+    new WindowPlace(*this, m_settings.IniFile);
+    LocaliseForm(*this, m_settings.Language);
+    ShowUpdatedSettings();
+    for (QRadioButton* option : {optYScaleAuto, optYScaleManual}) {
+        connect(option, &QRadioButton::clicked, this, [this] { Guarded([this] { enableLimits(); }); });
+    }
+    connect(cmdOK, &QPushButton::clicked, this, [this] { Guarded([this] { cmdOK_Click(); }); });
+    connect(cmdCancel, &QPushButton::clicked, this, [this] { Guarded([this] { reject(); }); });
+    connect(cmdApply, &QPushButton::clicked, this, [this] { Guarded([this] { cmdApply_Click(); }); });
+}
+
+template <typename Button>
+Button* frmChartSettings::addButton(const char* name, std::int32_t id)
+{
+    auto* button = new Button(this);
+    button->setObjectName(QLatin1String(name));
+    SetTextIds(button, id);
+    return button;
+}
+
+QGroupBox* frmChartSettings::buildTimeAxis()
+{
+    auto* frame = new QGroupBox(this);
+    frame->setObjectName(QStringLiteral("fraXAxis"));
+    SetTextIds(frame, 1029);
+    optxAxisTime = addButton<QRadioButton>("optxAxisTime", 1030);
+    optxAxisInterval = addButton<QRadioButton>("optxAxisInterval", 1031);
+    auto* column = new QVBoxLayout(frame);
+    column->addWidget(optxAxisTime);
+    column->addWidget(optxAxisInterval);
+    return frame;
+}
+
+QGroupBox* frmChartSettings::buildValueAxis()
+{
+    using modChartSettings::Limit;
+    auto* frame = new QGroupBox(this);
+    frame->setObjectName(QStringLiteral("fraYAxis"));
+    SetTextIds(frame, 1032);
+    optYScaleAuto = addButton<QRadioButton>("optYScaleAuto", 1033);
+    optYScaleManual = addButton<QRadioButton>("optYScaleManual", 1034);
+    auto* grid = new QGridLayout(frame);
+    grid->addWidget(optYScaleAuto, 0, 0, 1, 2);
+    grid->addWidget(optYScaleManual, 1, 0, 1, 2);
+    for (const Limit limit : {modChartSettings::LimitMax, modChartSettings::LimitMin}) {
+        auto* box = new NumberEdit(frame, m_decimalSeparator);
+        box->setObjectName(QStringLiteral("txtParameter_%1").arg(limit));
+        box->Check = [this, limit](const std::string& typed) {
+            return modChartSettings::CheckedText(limit, typed, m_decimalSeparator);
+        };
+        box->Words = [this](std::int32_t id) { return Text(id, m_settings.Language); };
+        auto* caption = new QLabel(frame);
+        caption->setObjectName(QStringLiteral("lblParameter_%1").arg(limit));
+        SetTextIds(caption, limit == modChartSettings::LimitMax ? 1035 : 1036);
+        caption->setBuddy(box);
+        const int row = 2 + static_cast<int>(limit);
+        grid->addWidget(caption, row, 0);
+        grid->addWidget(box, row, 1);
+        txtParameter.at(limit) = box;
+    }
+    grid->setColumnStretch(1, 1);
+    return frame;
+}
+
+QLayout* frmChartSettings::buildButtons()
+{
+    cmdOK = addButton<QPushButton>("cmdOK", 1039);
+    cmdCancel = addButton<QPushButton>("cmdCancel", 1040);
+    cmdApply = addButton<QPushButton>("cmdApply", 1041);
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    for (QPushButton* button : {cmdOK, cmdCancel, cmdApply}) {
+        button->setAutoDefault(false); // Enter belongs to the boxes
+        row->addWidget(button);
+    }
+    return row;
+}
+
+void frmChartSettings::ShowUpdatedSettings()
+{
+    (m_chart.TimeScale() ? optxAxisTime : optxAxisInterval)->setChecked(true);
+    (m_settings.AutoScale ? optYScaleAuto : optYScaleManual)->setChecked(true);
+    txtParameter[modChartSettings::LimitMax]->ShowText(
+        modChartSettings::LimitText(m_settings.yMax, m_decimalSeparator));
+    txtParameter[modChartSettings::LimitMin]->ShowText(
+        modChartSettings::LimitText(m_settings.yMin, m_decimalSeparator));
+    chkConnectPoints->setChecked(m_chart.ConnectPoints());
+    chkNullWerte->setChecked(m_settings.ShowZeroValues);
+    enableLimits();
+}
+
+void frmChartSettings::enableLimits()
+{
+    for (NumberEdit* box : txtParameter) {
+        box->setEnabled(optYScaleManual->isChecked());
+    }
+}
+
+void frmChartSettings::cmdOK_Click()
+{
+    if (apply()) {
+        accept();
+    }
+}
+
+void frmChartSettings::cmdApply_Click()
+{
+    apply();
+}
+
+/// False, with the focus where it is needed, when a text is no number.
+bool frmChartSettings::apply()
+{
+    for (NumberEdit* box : txtParameter) {
+        if (!CDbl(ToBytes(box->text()), m_decimalSeparator)) {
+            box->setFocus();
+            box->selectAll();
+            return false;
+        }
+    }
+    const modChartSettings::Applied applied = modChartSettings::Apply(
+        m_settings.yMax, m_settings.yMin, {ToBytes(txtParameter[0]->text()), ToBytes(txtParameter[1]->text())},
+        m_decimalSeparator);
+    m_settings.yMax = applied.yMax;
+    m_settings.yMin = applied.yMin;
+    for (std::size_t i = 0; i < txtParameter.size(); ++i) {
+        txtParameter[i]->ShowText(applied.texts[i]);
+    }
+    m_settings.AutoScale = !optYScaleManual->isChecked();
+    m_chart.AutoScale(m_settings.AutoScale);
+    if (!m_settings.AutoScale) {
+        m_chart.YLimits(m_settings.yMin, m_settings.yMax);
+    }
+    m_settings.ShowZeroValues = chkNullWerte->isChecked();
+    m_chart.TimeScale(optxAxisTime->isChecked());
+    m_chart.ConnectPoints(chkConnectPoints->isChecked());
+    m_chart.ShowZeroValues(m_settings.ShowZeroValues);
+    m_chart.Redraw();
+    const std::error_code why = modGlobals::SaveGlobalSettings(m_settings);
+    if (why && Unkept) {
+        Unkept(why);
+    }
+    if (Applied) {
+        Applied();
+    }
+    return true;
+}

@@ -1,0 +1,77 @@
+#include "ui/chart/modGDIAPI.h"
+
+#include "plot/clsLabel.h"
+#include "ui/widgets/QtText.h"
+
+#include <QFontDatabase>
+#include <QHash>
+#include <QImage>
+#include <QPainter>
+
+namespace modGDIAPI {
+
+QColor ColorOf(std::int32_t blueGreenRed)
+{
+    return {blueGreenRed & 0xFF, blueGreenRed >> 8 & 0xFF, blueGreenRed >> 16 & 0xFF};
+}
+
+QColor Mixed(const QColor& color, const QColor& ground, double share)
+{
+    const auto mixed = [share](float a, float b) { return static_cast<float>(a * share + b * (1.0 - share)); };
+    return QColor::fromRgbF(mixed(color.redF(), ground.redF()), mixed(color.greenF(), ground.greenF()),
+                            mixed(color.blueF(), ground.blueF()));
+}
+
+bool IsDark(const QColor& color)
+{
+    return qGray(color.rgb()) < 128;
+}
+
+namespace {
+
+/// To ask the system takes longer than the rest of a drawing, so it is asked once for each.
+bool hasFamily(const QString& family)
+{
+    static QHash<QString, bool> known;
+    auto found = known.constFind(family);
+    if (found == known.constEnd()) {
+        found = known.insert(family, !family.isEmpty() && QFontDatabase::hasFamily(family));
+    }
+    return *found;
+}
+
+} // namespace
+
+QFont FontOf(const clsLabel& label, const QFont& base)
+{
+    QFont font = base;
+    if (const QString family = FromUtf8(label.FontName); hasFamily(family)) {
+        font.setFamily(family);
+    }
+    if (label.FontSize > 0.0) {
+        font.setPointSizeF(label.FontSize);
+    }
+    font.setBold(label.FontBold);
+    return font;
+}
+
+void FillPixels(QPainter& painter, const QRect& pixels, const QColor& color)
+{
+    const double ratio = painter.device()->devicePixelRatio();
+    painter.fillRect(QRectF(pixels.x() / ratio, pixels.y() / ratio, pixels.width() / ratio, pixels.height() / ratio),
+                     color);
+}
+
+Raster RasterOf(QImage& picture, const QRect& area, bool mirrored)
+{
+    Raster raster;
+    raster.rowStep = picture.bytesPerLine() / static_cast<qsizetype>(sizeof(std::uint32_t));
+    raster.width = area.width();
+    raster.height = area.height();
+    raster.columnStep = mirrored ? -1 : 1;
+    auto* pixels = reinterpret_cast<std::uint32_t*>(picture.bits());
+    raster.pixels = pixels + area.y() * raster.rowStep + (mirrored ? area.right() : area.left());
+    return raster;
+}
+
+} // namespace modGDIAPI

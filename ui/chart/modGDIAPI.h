@@ -1,0 +1,37 @@
+// Drawing helpers of the chart: colours, fonts and lines as Qt wants them.
+#pragma once
+
+#include "plot/clsCurvePainter.h"
+
+#include <QColor>
+#include <QFont>
+#include <QRect>
+
+#include <cstdint>
+
+class QImage;
+class QPainter;
+struct clsLabel;
+
+namespace modGDIAPI {
+
+/// A 24-bit value 0xBBGGRR as a colour.
+QColor ColorOf(std::int32_t blueGreenRed);
+
+/// `share` (0 to 1) of `color`, the rest of `ground`.
+QColor Mixed(const QColor& color, const QColor& ground, double share);
+
+/// Whether a colour is a dark ground.
+bool IsDark(const QColor& color);
+
+/// The label's font. A family that is not installed gives way to the one of `base`, not to a chance substitute, and a
+/// size of 0 to its size.
+QFont FontOf(const clsLabel& label, const QFont& base);
+
+/// Fills a rectangle given in pixels of the device, however many of them make a unit of the painter.
+void FillPixels(QPainter& painter, const QRect& pixels, const QColor& color);
+
+/// The part `area` (pixels) of a 32-bit picture; with `mirrored`, columns count from its right edge.
+Raster RasterOf(QImage& picture, const QRect& area, bool mirrored);
+
+} // namespace modGDIAPI

@@ -1,0 +1,68 @@
+#include "ui/main/FirstSteps.h"
+
+#include "ui/widgets/Localise.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::int32_t kHowToConnect = 1167;
+constexpr std::int32_t kTrySensor = 1168;
+
+} // namespace
+
+FirstSteps::FirstSteps(QWidget& chart)
+    : QFrame(&chart), lblFirstSteps(new QLabel(this)), cmdSimulatedSensor(new QPushButton(this))
+{
+    setObjectName(QStringLiteral("fraFirstSteps"));
+    setFrameShape(QFrame::StyledPanel);
+    setAutoFillBackground(true);
+    lblFirstSteps->setObjectName(QStringLiteral("lblFirstSteps"));
+    lblFirstSteps->setWordWrap(true);
+    lblFirstSteps->setAlignment(Qt::AlignCenter);
+    lblFirstSteps->setMinimumWidth(fontMetrics().averageCharWidth() * 24);
+    cmdSimulatedSensor->setObjectName(QStringLiteral("cmdSimulatedSensor"));
+    connect(cmdSimulatedSensor, &QPushButton::clicked, this, &FirstSteps::tried);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(QMargins(1, 1, 1, 1) * fontMetrics().height());
+    column->setSpacing(fontMetrics().height());
+    column->addWidget(lblFirstSteps);
+    column->addWidget(cmdSimulatedSensor, 0, Qt::AlignHCenter);
+    auto* middle = new QGridLayout(&chart);
+    // About what the scales of an empty chart take, so that the sheet stands in the middle of its plot.
+    middle->setContentsMargins(QMargins(4, 2, 1, 3) * fontMetrics().height());
+    middle->addWidget(this, 0, 0, Qt::AlignCenter);
+    hide();
+}
+
+QSize FirstSteps::sizeHint() const
+{
+    const int width = std::max(QFrame::sizeHint().width(), fontMetrics().averageCharWidth() * 56);
+    return {width, heightForWidth(width)};
+}
+
+void FirstSteps::Explain(const QString& failure)
+{
+    if (failure != m_failure) {
+        m_failure = failure;
+        showText();
+    }
+}
+
+void FirstSteps::Localise(std::int32_t language)
+{
+    m_language = language;
+    cmdSimulatedSensor->setText(Text(kTrySensor, language));
+    showText();
+}
+
+void FirstSteps::showText()
+{
+    const QString howTo = Text(kHowToConnect, m_language);
+    lblFirstSteps->setText(m_failure.isEmpty() ? howTo : m_failure + QStringLiteral("\n\n") + howTo);
+}

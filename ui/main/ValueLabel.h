@@ -1,0 +1,19 @@
+// A label that can be clicked, by keyboard too.
+#pragma once
+
+#include "ui/widgets/LineLabel.h"
+
+class ValueLabel : public LineLabel {
+    Q_OBJECT
+
+public:
+    explicit ValueLabel(QWidget* parent);
+
+signals:
+    void clicked();
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+};

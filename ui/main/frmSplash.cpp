@@ -1,0 +1,137 @@
+#include "ui/main/frmSplash.h"
+
+#include "port/modPComm.h"
+#include "sensor/clsRVQ.h"
+#include "texts/modFunctions.h"
+#include "ui/help/Help.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/Heading.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/PortList.h"
+#include "ui/widgets/QtText.h"
+
+#include <QComboBox>
+#include <QGridLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+
+namespace {
+
+QLabel* captionLabel(QWidget* parent, const char* name, std::int32_t id)
+{
+    auto* label = new QLabel(parent);
+    label->setObjectName(QLatin1String(name));
+    SetTextIds(label, id);
+    return label;
+}
+
+} // namespace
+
+frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices, Help& help)
+    : m_settings(settings), m_help(help)
+{
+    setObjectName(QStringLiteral("frmSplash"));
+    SetTextIds(this, 1120);
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(fontMetrics().height());
+    column->setContentsMargins(QMargins(2, 1, 2, 1) * fontMetrics().height());
+    column->addLayout(BuildHeading(*this, "lblPlatform"));
+    column->addLayout(buildChoices());
+    column->addStretch(1);
+    column->addLayout(buildButtons());
+
+    cmbLanguage->addItems({FromUtf8(modFunctions::NeutralText(890)), FromUtf8(modFunctions::NeutralText(891))});
+    cmbLanguage->setCurrentIndex(settings.Language / LanguageEnglish);
+    cmbComPort->Fill(devices, settings.Comport);
+    m_settings.Baudrate = FillBaudrates(*cmbBaudrate, settings.Baudrate);
+    LocaliseForm(*this, settings.Language);
+    connect(cmbLanguage, &QComboBox::activated, this,
+            [this](int index) { Guarded([&] { cmbLanguage_Click(index); }); });
+    cmdOK->setDefault(true);
+    cmdOK->setFocus();
+}
+
+void frmSplash::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        event->accept(); // a stray key must not end the program
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
+
+QLayout* frmSplash::buildChoices()
+{
+    cmbLanguage = new QComboBox(this);
+    cmbComPort = new PortList(this);
+    cmbBaudrate = new QComboBox(this);
+    auto* grid = new QGridLayout;
+    grid->setColumnStretch(1, 1);
+    grid->setHorizontalSpacing(fontMetrics().height());
+    grid->addWidget(captionLabel(this, "lblSelectLanguage", 1121), grid->rowCount(), 0, 1, 2);
+    addChoice(*grid, "lblLanguage", *cmbLanguage, "cmbLanguage", 1122);
+    grid->setRowMinimumHeight(grid->rowCount(), fontMetrics().height() / 2);
+    grid->addWidget(captionLabel(this, "lblSelectInterface", 1125), grid->rowCount(), 0, 1, 2);
+    addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", 1123);
+    addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", 1124);
+    return grid;
+}
+
+void frmSplash::addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list,
+                          std::int32_t captionId)
+{
+    const int row = grid.rowCount();
+    QLabel* caption = captionLabel(this, label, captionId);
+    box.setObjectName(QLatin1String(list));
+    caption->setBuddy(&box);
+    grid.addWidget(caption, row, 0);
+    grid.addWidget(&box, row, 1);
+}
+
+QLayout* frmSplash::buildButtons()
+{
+    cmdOK = addButton("cmdOK", 1126, &frmSplash::cmdOK_Click);
+    cmdExit = addButton("cmdExit", 1127, &frmSplash::cmdExit_Click);
+    cmdHelp = addButton("cmdHelp", 1128, &frmSplash::cmdHelp_Click);
+    auto* row = new QHBoxLayout;
+    row->addWidget(cmdHelp);
+    row->addStretch(1);
+    row->addWidget(cmdOK);
+    row->addWidget(cmdExit);
+    return row;
+}
+
+QPushButton* frmSplash::addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)())
+{
+    auto* button = new QPushButton(this);
+    button->setObjectName(QLatin1String(name));
+    SetTextIds(button, captionId);
+    connect(button, &QPushButton::clicked, this, [this, clicked] { Guarded([&] { (this->*clicked)(); }); });
+    return button;
+}
+
+void frmSplash::cmbLanguage_Click(int index)
+{
+    m_settings.Language = index * LanguageEnglish;
+    m_help.SetHelpFile();
+    LocaliseOpenWindows(m_settings.Language);
+}
+
+void frmSplash::cmdOK_Click()
+{
+    m_settings.Baudrate = clsRVQ::RateOfIndex(cmbBaudrate->currentIndex());
+    m_settings.Comport = cmbComPort->currentIndex() + 1;
+    modGlobals::SaveGlobalSettings(m_settings);
+    accept();
+}
+
+void frmSplash::cmdExit_Click()
+{
+    reject();
+}
+
+void frmSplash::cmdHelp_Click()
+{
+    m_help.ShowHelpTopic(*this, "Splash");
+}

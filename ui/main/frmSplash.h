@@ -1,0 +1,47 @@
+// The start-up window: language, serial port and rate, before anything is connected.
+#pragma once
+
+#include "store/modGlobals.h"
+
+#include <QDialog>
+
+class Help;
+class PortList;
+class QComboBox;
+class QGridLayout;
+class QPushButton;
+
+namespace modPComm {
+class PortDevices;
+}
+
+class frmSplash : public QDialog {
+    Q_OBJECT
+
+public:
+    /// `settings` and `help` must outlive the window. OK takes the choices over and saves them; the language follows
+    /// its list at once. Exit and the close box reject; Escape does nothing.
+    frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices, Help& help);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    QLayout* buildChoices();
+    QLayout* buildButtons();
+    QPushButton* addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)());
+    void addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list, std::int32_t captionId);
+    void cmbLanguage_Click(int index);
+    void cmdOK_Click();
+    void cmdExit_Click();
+    void cmdHelp_Click();
+
+    modGlobals::Settings& m_settings;
+    Help& m_help;
+    QComboBox* cmbLanguage;
+    PortList* cmbComPort;
+    QComboBox* cmbBaudrate;
+    QPushButton* cmdOK;
+    QPushButton* cmdExit;
+    QPushButton* cmdHelp;
+};

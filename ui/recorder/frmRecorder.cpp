@@ -1,0 +1,341 @@
+#include "ui/recorder/frmRecorder.h"
+
+#include "session/clsRecorder.h"
+#include "store/modGlobals.h"
+#include "ui/recorder/LoadProgress.h"
+#include "ui/recorder/RecorderHost.h"
+#include "ui/widgets/FileErrors.h"
+#include "ui/widgets/FileFilter.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/LineLabel.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/WindowPlace.h"
+
+#include <QCloseEvent>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr char kPlayError[] = "Error in LoadData";
+constexpr double kWidth = 26.0; // of the window, in heights of a line
+
+void setChanged(QLabel* label, const QString& text, const QString& toolTip)
+{
+    if (label->text() != text || label->toolTip() != toolTip) {
+        label->setText(text);
+        label->setToolTip(toolTip);
+    }
+}
+
+QString pathOf(const std::string& file)
+{
+    return QFile::decodeName(file.c_str());
+}
+
+enum class Symbol : std::uint8_t { Record, Play, Stop };
+
+/// The sign that every tape recorder has, in the colours of the button's text.
+QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
+{
+    QIcon icon;
+    for (const auto& [mode, group] :
+         {std::pair(QIcon::Normal, QPalette::Active), std::pair(QIcon::Disabled, QPalette::Disabled)}) {
+        const QColor ink = button.palette().color(group, QPalette::ButtonText);
+        const bool red = symbol == Symbol::Record && mode == QIcon::Normal;
+        QPixmap picture(QSize(size, size) * button.devicePixelRatioF());
+        picture.setDevicePixelRatio(button.devicePixelRatioF());
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(red ? QColor(217, 48, 37) : ink);
+        const QRectF area(size * 0.1, size * 0.1, size * 0.8, size * 0.8);
+        switch (symbol) {
+        case Symbol::Record:
+            painter.drawEllipse(area);
+            break;
+        case Symbol::Play:
+            painter.drawPolygon(QPolygonF({area.topLeft(), {area.right(), area.center().y()}, area.bottomLeft()}));
+            break;
+        case Symbol::Stop:
+            painter.drawRect(area);
+            break;
+        }
+        painter.end();
+        icon.addPixmap(picture, mode);
+    }
+    return icon;
+}
+
+} // namespace
+
+frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsRecorder& recorder,
+                         RecorderHost& host)
+    : QDialog(&owner), m_settings(settings), m_recorder(recorder), m_host(host), lblState(new QLabel(this)),
+      lblFile(new LineLabel(this, Qt::ElideMiddle))
+{
+    setObjectName(QStringLiteral("frmRecorder"));
+    SetTextIds(this, 1071);
+    ChooseFile = [this] { return askForFile(); };
+    lblState->setObjectName(QStringLiteral("lblState"));
+    lblState->setWordWrap(true);
+    lblState->setMinimumHeight(2 * fontMetrics().height()); // the longer texts need two lines
+    lblState->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    QFont bold = lblState->font();
+    bold.setBold(true);
+    lblState->setFont(bold);
+    lblFile->setObjectName(QStringLiteral("lblFile"));
+    auto* column = new QVBoxLayout(this);
+    column->addWidget(lblState);
+    column->addWidget(lblFile);
+    column->addStretch(1);
+    column->addLayout(buildButtons());
+    setMinimumWidth(static_cast<int>(kWidth * fontMetrics().height()));
+    m_recorder.IsOpen = true;
+    new WindowPlace(*this, m_settings.IniFile);
+    localise();
+    drawSymbols();
+    connect(cmdRec, &QPushButton::clicked, this, [this] { Guarded([this] { cmdRec_Click(); }); });
+    connect(cmdPlay, &QPushButton::clicked, this, [this] { Guarded([this] { cmdPlay_Click(); }); });
+    connect(cmdStop, &QPushButton::clicked, this, [this] { Guarded([this] { cmdStop_Click(); }); });
+}
+
+QPushButton* frmRecorder::addButton(const char* name, std::int32_t tag, std::int32_t toolTip)
+{
+    auto* button = new QPushButton(this);
+    button->setObjectName(QLatin1String(name));
+    button->setAutoDefault(false); // Enter must not begin a recording
+    SetTextIds(button, tag, toolTip);
+    return button;
+}
+
+QLayout* frmRecorder::buildButtons()
+{
+    cmdRec = addButton("cmdRec", 1072, 1075);
+    cmdPlay = addButton("cmdPlay", 1073, 1076);
+    cmdStop = addButton("cmdStop", 1074, 1077);
+    auto* row = new QHBoxLayout;
+    for (QPushButton* button : {cmdRec, cmdPlay, cmdStop}) {
+        row->addWidget(button, 1);
+    }
+    return row;
+}
+
+void frmRecorder::drawSymbols() const
+{
+    const int size = fontMetrics().ascent();
+    cmdRec->setIcon(symbolOf(Symbol::Record, *cmdRec, size));
+    cmdPlay->setIcon(symbolOf(Symbol::Play, *cmdPlay, size));
+    cmdStop->setIcon(symbolOf(Symbol::Stop, *cmdStop, size));
+    for (QPushButton* button : {cmdRec, cmdPlay, cmdStop}) {
+        button->setIconSize(QSize(size, size));
+    }
+}
+
+void frmRecorder::localise()
+{
+    LocaliseForm(*this, m_settings.Language);
+    ShowState();
+}
+
+void frmRecorder::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        Guarded([this] { localise(); });
+    } else if (event->type() == QEvent::PaletteChange) {
+        drawSymbols();
+    }
+    QDialog::changeEvent(event);
+}
+
+void frmRecorder::ShowState()
+{
+    showRule();
+    const QString state = stateText();
+    setChanged(lblState, state, state); // the system's own words can be long
+    const QString file = hasFile() ? pathOf(m_recorder.FileName) : QString();
+    setChanged(lblFile, QFileInfo(file).fileName(), file);
+}
+
+/// Whether the text above tells of a file that there is.
+bool frmRecorder::hasFile() const
+{
+    return m_recorder.LastMode() == RecorderPlaying || m_recorder.Mode == RecorderRecording ||
+           (m_recorder.Lines() > 0 && !m_startFailure);
+}
+
+void frmRecorder::showRule()
+{
+    const bool idle = m_recorder.Mode == RecorderIdle && !m_choosing;
+    cmdRec->setEnabled(idle);
+    cmdPlay->setEnabled(idle && !m_host.IsMeasuring());
+    cmdStop->setEnabled(m_recorder.Mode == RecorderRecording);
+}
+
+QString frmRecorder::stateText() const
+{
+    if (m_recorder.Mode == RecorderRecording) {
+        return m_recorder.Lines() > 0             ? text(1081).arg(m_recorder.Lines())
+               : m_recorder.WaitsForTemperature() ? text(1079)
+                                                  : text(1080);
+    }
+    if (m_recorder.Mode == RecorderPlaying) {
+        return text(1391);
+    }
+    return newsText();
+}
+
+QString frmRecorder::newsText() const
+{
+    if (m_startFailure) {
+        return text(1186).arg(FileErrorText(m_startFailure, m_settings.Language));
+    }
+    if (m_recorder.LastMode() == RecorderRecording) {
+        return recordedText();
+    }
+    return m_loaded ? loadedText() : text(1078);
+}
+
+QString frmRecorder::recordedText() const
+{
+    if (m_recorder.Failure()) {
+        return text(1082).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
+    }
+    if (m_recorder.IsWriting()) {
+        return text(1350);
+    }
+    if (m_recorder.Lines() > 0) {
+        return text(1187).arg(m_recorder.Lines());
+    }
+    return m_recorder.WaitsForTemperature() ? text(1191) : text(1188);
+}
+
+QString frmRecorder::loadedText() const
+{
+    switch (m_loaded->outcome) {
+    case modPlayback::Outcome::Unreadable:
+        if (m_loaded->failure) {
+            return text(1189).arg(FileErrorText(m_loaded->failure, m_settings.Language));
+        }
+        return text(1084).arg(m_loaded->lines + 1);
+    case modPlayback::Outcome::Cancelled:
+        return text(1085).arg(m_loaded->lines);
+    case modPlayback::Outcome::Complete:
+        break;
+    }
+    return text(1083).arg(m_loaded->lines);
+}
+
+void frmRecorder::cmdRec_Click()
+{
+    m_host.ShowMessage({});
+    m_startFailure.clear();
+    try {
+        m_recorder.StartRecording();
+    } catch (const std::overflow_error&) {
+        m_startFailure = std::make_error_code(std::errc::value_too_large); // all names are taken
+    } catch (const std::system_error& failure) {
+        m_startFailure = failure.code();
+    }
+    if (m_startFailure) {
+        NoteFault(newsText().toUtf8().constData());
+        ShowState();
+        return;
+    }
+    m_host.ShowRecordedFile(pathOf(m_recorder.FileName));
+    ShowState();
+    cmdStop->setFocus();
+}
+
+void frmRecorder::cmdStop_Click()
+{
+    m_recorder.Stop();
+    ShowState();
+    cmdRec->setFocus();
+}
+
+void frmRecorder::cmdPlay_Click()
+{
+    struct Stopped {
+        frmRecorder& window;
+        ~Stopped()
+        {
+            window.m_choosing = false;
+            window.m_recorder.Stop();
+            window.ShowState();
+        }
+    } const stoppedInEveryCase{*this};
+    m_choosing = true;
+    showRule();
+    const QString file = ChooseFile();
+    // While the file was chosen a measurement may have begun by itself, which a playback would run into.
+    if (!file.isEmpty() && m_host.IsMeasuring()) {
+        m_host.ShowMessage(text(1192));
+    } else if (!file.isEmpty()) {
+        play(file);
+    }
+}
+
+void frmRecorder::play(const QString& file)
+{
+    m_host.ShowMessage({});
+    m_startFailure.clear();
+    m_host.ShowFile(text(1391), {});
+    m_recorder.StartPlaying(QFile::encodeName(file).toStdString());
+    ShowState();
+    m_host.BeginPlayback();
+    LoadProgress progress(*this, m_settings.Language);
+    m_loaded = modPlayback::LoadData(
+        m_recorder.FileName, m_host.Device(),
+        {.show = [this](const clsRVQ& record) { m_host.ShowRecord(record); },
+         .goOn = [&](double read) { return progress.GoOn(read) && m_recorder.Mode == RecorderPlaying; }},
+        m_recorder.Played);
+    m_host.EndPlayback(*m_loaded);
+    if (m_loaded->outcome != modPlayback::Outcome::Complete) {
+        m_host.ShowMessage(QString::fromLatin1(kPlayError));
+    }
+}
+
+QString frmRecorder::askForFile()
+{
+    const QString preset = m_recorder.FileName.empty() ? QFile::decodeName(m_recorder.NearestFolder().c_str())
+                                                       : pathOf(m_recorder.FileName);
+    return QFileDialog::getOpenFileName(this, windowTitle(), preset, FileFilter(text(1151), QStringLiteral("*.rec")));
+}
+
+void frmRecorder::reject()
+{
+    if (m_recorder.Mode == RecorderIdle && !m_choosing) {
+        QDialog::reject();
+    }
+}
+
+void frmRecorder::closeEvent(QCloseEvent* event)
+{
+    if (event->spontaneous()) {
+        // Deliberate: closed by its frame the window leaves `IsOpen` set; while something runs it does not close.
+        event->setAccepted(m_recorder.Mode == RecorderIdle && !m_choosing);
+        return;
+    }
+    if (m_choosing) {
+        setAttribute(Qt::WA_DeleteOnClose, false); // a slot of this window still runs; the main window deletes it
+    }
+    m_recorder.Stop();
+    m_recorder.IsOpen = false;
+    event->accept();
+}
+
+QString frmRecorder::text(std::int32_t id) const
+{
+    return Text(id, m_settings.Language);
+}

@@ -1,0 +1,118 @@
+#include "ui/settings/RVQBoxes.h"
+
+#include "store/modGlobals.h"
+#include "ui/settings/frmSheet.h"
+#include "ui/widgets/FileFilter.h"
+#include "ui/widgets/Localise.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace {
+
+enum TextId : std::int32_t {
+    TextSaveConfiguration = 1282,
+    TextEnterDescription = 1283,
+    TextWarning = 1287,
+    TextFileTypes = 1289,
+    TextCancel = 1040,
+    TextAbort = 1332,
+    TextRetry = 1333,
+    TextIgnore = 1334,
+    TextYes = 1335,
+    TextNo = 1336,
+    TextKeepMine = 1365,
+    TextTakeOther = 1366,
+};
+
+constexpr char kPattern[] = "*.rvq";
+
+std::string bytesOf(const QString& path)
+{
+    return QFile::encodeName(path).toStdString();
+}
+
+FailureAnswer askAboutFailure(frmRVQ& window, std::int32_t language, const QString& question,
+                              QMessageBox*& openQuestion)
+{
+    QMessageBox box(QMessageBox::Warning, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    box.setObjectName(QStringLiteral("dlgFailure"));
+    QPushButton* abort = box.addButton(Text(TextAbort, language), QMessageBox::RejectRole);
+    QPushButton* retry = box.addButton(Text(TextRetry, language), QMessageBox::AcceptRole);
+    const QAbstractButton* ignore = box.addButton(Text(TextIgnore, language), QMessageBox::DestructiveRole);
+    box.setDefaultButton(retry);
+    box.setEscapeButton(abort);
+    openQuestion = &box;
+    box.exec();
+    openQuestion = nullptr;
+    if (box.clickedButton() == ignore) {
+        return FailureAnswer::Ignore;
+    }
+    return box.clickedButton() == retry ? FailureAnswer::Retry : FailureAnswer::Abort;
+}
+
+bool askToOverwrite(frmRVQ& window, std::int32_t language, const QString& question)
+{
+    QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    box.setObjectName(QStringLiteral("dlgOverwrite"));
+    const QAbstractButton* yes = box.addButton(Text(TextYes, language), QMessageBox::YesRole);
+    QPushButton* no = box.addButton(Text(TextNo, language), QMessageBox::NoRole);
+    box.setDefaultButton(no);
+    box.setEscapeButton(no);
+    box.exec();
+    return box.clickedButton() == yes;
+}
+
+frmRVQ::ChangedAnswer askAboutChange(frmRVQ& window, std::int32_t language, const QString& question)
+{
+    QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    box.setObjectName(QStringLiteral("dlgChanged"));
+    const QAbstractButton* mine = box.addButton(Text(TextKeepMine, language), QMessageBox::YesRole);
+    const QAbstractButton* other = box.addButton(Text(TextTakeOther, language), QMessageBox::NoRole);
+    QPushButton* cancel = box.addButton(Text(TextCancel, language), QMessageBox::RejectRole);
+    box.setDefaultButton(cancel);
+    box.setEscapeButton(cancel);
+    box.exec();
+    if (box.clickedButton() == mine) {
+        return frmRVQ::ChangedAnswer::KeepMine;
+    }
+    return box.clickedButton() == other ? frmRVQ::ChangedAnswer::TakeOther : frmRVQ::ChangedAnswer::Cancel;
+}
+
+} // namespace
+
+frmRVQ::Dialogs RVQBoxes(frmRVQ& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion)
+{
+    frmRVQ::Dialogs boxes;
+    boxes.FileToLoad = [&window, &settings](const std::string& folder) {
+        // Deliberate: this dialog has the title of saving for its filter.
+        const QString types = FileFilter(Text(TextSaveConfiguration, settings.Language), QLatin1String(kPattern));
+        return bytesOf(QFileDialog::getOpenFileName(&window, QString(), QFile::decodeName(folder.c_str()), types));
+    };
+    boxes.FileToSave = [&window, &settings](const std::string& proposal) {
+        const QString types = FileFilter(Text(TextFileTypes, settings.Language), QLatin1String(kPattern));
+        return bytesOf(QFileDialog::getSaveFileName(&window, QString(), QFile::decodeName(proposal.c_str()), types,
+                                                    nullptr, QFileDialog::DontConfirmOverwrite));
+    };
+    boxes.Description = [&window, &settings](const QString& proposal) {
+        bool accepted = false;
+        const QString answer = QInputDialog::getText(&window, Text(TextSaveConfiguration, settings.Language),
+                                                     Text(TextEnterDescription, settings.Language), QLineEdit::Normal,
+                                                     proposal, &accepted);
+        return accepted ? answer : QString();
+    };
+    boxes.Overwrite = [&window, &settings](const QString& question) {
+        return askToOverwrite(window, settings.Language, question);
+    };
+    boxes.Changed = [&window, &settings](const QString& question) {
+        return askAboutChange(window, settings.Language, question);
+    };
+    boxes.Failure = [&window, &settings, &openQuestion](const QString& question) {
+        return askAboutFailure(window, settings.Language, question, openQuestion);
+    };
+    boxes.OpenSheet = [&window, &settings](const std::string& sheet) { frmSheet::Open(window, settings, sheet); };
+    return boxes;
+}

@@ -1,0 +1,315 @@
+#include "ui/settings/SettingsForm.h"
+
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/NumberEdit.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/SelectableLine.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include <utility>
+
+namespace {
+
+constexpr std::array kChoiceNames{"cmbBaudrate",     "cmbOutputMode", "cmbOutputFormat",  "cmbDistanceUnit",
+                                  "cmbAverageDepth", "cmbTimeOut",    "chkMovingAverage", "chkAutostart",
+                                  "chkEchoCheck",    "chkBlanking",   "cmbRainFilter",    "chkAnalogOutput",
+                                  "lblS1Logic",      "cmbS2Logic"};
+static_assert(kChoiceNames.size() == kChoices.size());
+constexpr char kDiffers[] = "≠";
+constexpr int kUnitColumn = 2, kMarkColumn = 3;
+constexpr std::int32_t kTextS2Logic = 1255;
+constexpr std::int32_t kTextS2LogicList = 1244;
+
+} // namespace
+
+void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
+{
+    m_window = &window;
+    m_decimalSeparator = decimalSeparator;
+    QLayout* configuration = buildConfigurationRow(); // first: the tab key follows the order of creation
+    auto* columns = new QHBoxLayout;
+    auto* left = new QVBoxLayout;
+    left->addWidget(buildSensorFrame());
+    left->addWidget(buildFrame("fraInterface", 1312,
+                               {ChoiceBaudrate, ChoiceOutputMode, ChoiceOutputFormat, ChoiceDistanceUnit},
+                               {FieldNodeAddress}));
+    left->addStretch(1);
+    auto* middle = new QVBoxLayout;
+    middle->addWidget(buildFrame(
+        "fraMeasurement", 1313,
+        {ChoiceAverageDepth, ChoiceTimeOut, ChoiceMovingAverage, ChoiceAutostart, ChoiceEchoCheck, ChoiceBlanking},
+        {}));
+    middle->addWidget(
+        buildFrame("fraCorrection", 1315, {}, {FieldOffset, FieldScaleFactor, FieldTemperature, FieldAirPressure}));
+    middle->addStretch(1);
+    auto* right = new QVBoxLayout;
+    right->addWidget(buildSwitchFrame());
+    right->addWidget(
+        buildFrame("fraRainFilter", 1314, {ChoiceRainFilter},
+                   {FieldDistanceWindow, FieldDistanceWindow + 1, FieldDistanceWindow + 2, FieldDistanceWindow + 3}));
+    right->addStretch(1);
+    for (QVBoxLayout* column : {left, middle, right}) {
+        columns->addLayout(column, 1);
+    }
+    auto* rows = new QVBoxLayout(&window);
+    rows->addLayout(configuration);
+    rows->addLayout(columns, 1);
+    rows->addLayout(buildStatus());
+    rows->addLayout(buildButtons());
+    SetTextIds(&window, 1200);
+}
+
+template <typename Widget>
+Widget* SettingsForm::named(const char* name, std::int32_t id, std::int32_t toolTipId)
+{
+    auto* widget = new Widget(m_window);
+    widget->setObjectName(QLatin1String(name));
+    SetTextIds(widget, id, toolTipId);
+    return widget;
+}
+
+QGridLayout* SettingsForm::frame(QWidget* around) const
+{
+    auto* grid = new QGridLayout(around);
+    grid->setColumnStretch(1, 1);
+    // Room for units and marks, so that the boxes stand in line and nothing moves when a mark comes.
+    grid->setColumnMinimumWidth(kUnitColumn, m_window->fontMetrics().horizontalAdvance(QStringLiteral("hPa")));
+    grid->setColumnMinimumWidth(kMarkColumn, m_window->fontMetrics().horizontalAdvance(QString::fromUtf8(kDiffers)));
+    grid->setVerticalSpacing(m_window->fontMetrics().height() / 4);
+    return grid;
+}
+
+QLayout* SettingsForm::buildConfigurationRow()
+{
+    auto* row = new QHBoxLayout;
+    cmbConfig = named<QComboBox>("cmbConfig");
+    cmbConfig->setMinimumWidth(m_window->fontMetrics().height() * 18);
+    auto* text = named<QLabel>("lblConfig", 1201);
+    text->setBuddy(cmbConfig);
+    lblSource = named<QLabel>("lblSource");
+    lblSource->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long path must not widen the window
+    cmdLoad = named<QPushButton>("cmdLoad", 1204, 1340);
+    cmdSave = named<QPushButton>("cmdSave", 1205, 1341);
+    cmdDelete = named<QPushButton>("cmdDelete", 1206, 1342);
+    row->addWidget(text);
+    row->addWidget(cmbConfig);
+    row->addWidget(named<QLabel>("lblSourceCaption", 1202));
+    row->addWidget(lblSource, 1);
+    for (QPushButton* button : {cmdLoad, cmdSave, cmdDelete}) {
+        row->addWidget(button);
+    }
+    return row;
+}
+
+QGroupBox* SettingsForm::buildSensorFrame()
+{
+    auto* box = named<QGroupBox>("fraSensor", 1306);
+    QGridLayout* grid = frame(box);
+    addInformation(*grid, "lblSerialNo", 1307, lblSerialNo);
+    addInformation(*grid, "lblSWVersion", 1308, lblSWVersion);
+    addInformation(*grid, "lblSWBuild", 1309, lblSWBuild);
+    addInformation(*grid, "lblSWDate", 1310, lblSWDate);
+    addInformation(*grid, "lblDeviceType", 1311, lblDeviceType);
+    return box;
+}
+
+QGroupBox* SettingsForm::buildFrame(const char* name, std::int32_t id, std::initializer_list<std::size_t> choices,
+                                    std::initializer_list<std::size_t> fields)
+{
+    auto* box = named<QGroupBox>(name, id);
+    QGridLayout* grid = frame(box);
+    for (const std::size_t index : choices) {
+        addChoice(*grid, index);
+    }
+    for (const std::size_t index : fields) {
+        addField(*grid, index);
+    }
+    return box;
+}
+
+QGroupBox* SettingsForm::buildSwitchFrame()
+{
+    auto* box = named<QGroupBox>("fraSwitches", 1316);
+    QGridLayout* grid = frame(box);
+    m_switchGrid = grid;
+    addChoice(*grid, ChoiceAnalogOutput);
+    addField(*grid, FieldAnalogMin);
+    addField(*grid, FieldAnalogMax);
+    m_firstSwitchRow = grid->rowCount();
+    addChoice(*grid, ChoiceS2Logic);
+    grid->setRowMinimumHeight(grid->rowCount(), m_window->fontMetrics().height() / 2);
+    addChoice(*grid, ChoiceS1Logic);
+    addField(*grid, FieldS1On);
+    addField(*grid, FieldS1Off);
+    grid->setRowMinimumHeight(grid->rowCount(), m_window->fontMetrics().height() / 2);
+    const int row = grid->rowCount();
+    lblS2Logic = named<QLabel>("lblS2Logic");
+    grid->addWidget(named<QLabel>("lblS2LogicCaption", kTextS2Logic), row, 0);
+    grid->addWidget(lblS2Logic, row, 1);
+    addField(*grid, FieldS2On);
+    addField(*grid, FieldS2Off);
+    return box;
+}
+
+void SettingsForm::addChoice(QGridLayout& grid, std::size_t index)
+{
+    const ChoiceDef& def = kChoices[index];
+    const int row = grid.rowCount();
+    QWidget* control = nullptr;
+    if (def.kind == ChoiceKind::Check) {
+        control = named<QCheckBox>(kChoiceNames[index], LabelId(def.code));
+        grid.addWidget(control, row, 0, 1, 2);
+    } else {
+        control = def.kind == ChoiceKind::List ? static_cast<QWidget*>(named<QComboBox>(kChoiceNames[index]))
+                                               : named<QLabel>(kChoiceNames[index]);
+        const std::int32_t id = index == ChoiceS2Logic ? kTextS2LogicList : LabelId(def.code);
+        grid.addWidget(caption(id, control), row, 0);
+        grid.addWidget(control, row, 1);
+    }
+    choice[index] = control;
+    choiceMark[index] = mark(grid, row);
+}
+
+void SettingsForm::addField(QGridLayout& grid, std::size_t index)
+{
+    const int row = grid.rowCount();
+    auto* box = new NumberEdit(m_window, m_decimalSeparator);
+    box->setObjectName(QStringLiteral("txtParameter_%1").arg(index));
+    box->setAlignment(Qt::AlignRight);
+    grid.addWidget(caption(LabelId(kFields[index].code), box), row, 0);
+    grid.addWidget(box, row, 1);
+    grid.addWidget(new QLabel(FromUtf8(kFields[index].unit), m_window), row, kUnitColumn);
+    txtParameter[index] = box;
+    fieldMark[index] = mark(grid, row);
+}
+
+void SettingsForm::addInformation(QGridLayout& grid, const char* name, std::int32_t captionId, QLabel*& value)
+{
+    const int row = grid.rowCount();
+    value = named<SelectableLine>(name);
+    grid.addWidget(caption(captionId, value), row, 0);
+    grid.addWidget(value, row, 1);
+}
+
+QLabel* SettingsForm::caption(std::int32_t id, QWidget* buddy)
+{
+    auto* text = named<QLabel>("", id);
+    text->setBuddy(buddy);
+    return text;
+}
+
+QLabel* SettingsForm::mark(QGridLayout& grid, int row)
+{
+    auto* sign = new QLabel(QString::fromUtf8(kDiffers), m_window);
+    QFont bold = sign->font();
+    bold.setBold(true);
+    sign->setFont(bold);
+    sign->setForegroundRole(QPalette::Link);
+    sign->hide();
+    grid.addWidget(sign, row, kMarkColumn);
+    return sign;
+}
+
+QLayout* SettingsForm::buildStatus()
+{
+    lblStatus = named<QLabel>("lblStatus");
+    lblStatus->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may name a long path
+    lblUnstored = named<QLabel>("lblUnstored", 1327);
+    lblProgress = named<QLabel>("lblProgress");
+    prgTransfer = named<QProgressBar>("prgTransfer");
+    prgTransfer->setTextVisible(false);
+    lblStatus->setMinimumHeight(prgTransfer->sizeHint().height()); // the row keeps its height
+    auto* row = new QHBoxLayout;
+    row->addWidget(lblStatus, 1);
+    row->addWidget(lblUnstored);
+    row->addWidget(lblProgress);
+    row->addWidget(prgTransfer);
+    for (QWidget* widget : std::initializer_list<QWidget*>{lblUnstored, lblProgress, prgTransfer}) {
+        widget->hide();
+    }
+    return row;
+}
+
+QLayout* SettingsForm::buildButtons()
+{
+    auto* row = new QHBoxLayout;
+    cmdDownload = named<QPushButton>("cmdDownload", 1209, 1345);
+    cmdUpload = named<QPushButton>("cmdUpload", 1208, 1344);
+    cmdSaveSettings = named<QPushButton>("cmdSaveSettings", 1210, 1346);
+    cmdSetDefaults = named<QPushButton>("cmdSetDefaults", 1207, 1343);
+    cmdPrint = named<QPushButton>("cmdPrint", 1099, 1347);
+    cmdHelp = named<QPushButton>("cmdHelp", 1094);
+    cmdClose = named<QPushButton>("cmdClose", 1098);
+    for (QPushButton* button : {cmdDownload, cmdUpload, cmdSaveSettings, cmdSetDefaults}) {
+        row->addWidget(button);
+    }
+    row->addStretch(1);
+    for (QPushButton* button : {cmdPrint, cmdHelp, cmdClose}) {
+        row->addWidget(button);
+    }
+    for (auto* button : m_window->findChildren<QPushButton*>()) {
+        button->setAutoDefault(false); // Enter belongs to the boxes
+    }
+    return row;
+}
+
+void SettingsForm::ShowSwitches(bool show)
+{
+    for (int row = m_firstSwitchRow; row < m_switchGrid->rowCount(); ++row) {
+        for (int column = 0; column < kMarkColumn; ++column) {
+            const QLayoutItem* item = m_switchGrid->itemAtPosition(row, column);
+            if (item != nullptr && item->widget() != nullptr) {
+                item->widget()->setVisible(show);
+            }
+        }
+    }
+}
+
+QComboBox* SettingsForm::ListOf(std::size_t index) const
+{
+    return static_cast<QComboBox*>(choice.at(index));
+}
+
+QCheckBox* SettingsForm::CheckOf(std::size_t index) const
+{
+    return static_cast<QCheckBox*>(choice.at(index));
+}
+
+void SettingsForm::LocaliseLists(std::int32_t language)
+{
+    for (std::size_t i = 0; i < kChoices.size(); ++i) {
+        if (kChoices[i].kind != ChoiceKind::List) {
+            continue;
+        }
+        QComboBox* list = ListOf(i);
+        for (std::int32_t value = 0; value < kChoices[i].count; ++value) {
+            const QString text = FromUtf8(ChoiceText(i, value, language));
+            if (value < list->count()) {
+                list->setItemText(value, text);
+            } else {
+                list->addItem(text);
+            }
+        }
+        list->setAccessibleName(Text(LabelId(kChoices[i].code), language));
+    }
+    for (QLabel* sign : m_window->findChildren<QLabel*>()) {
+        if (sign->text() == QString::fromUtf8(kDiffers)) {
+            sign->setAccessibleName(Text(1326, language));
+        }
+    }
+    cmbConfig->setAccessibleName(Text(1201, language));
+    // A caption without a mnemonic leaves its button to a key that the tool tip names.
+    for (const auto& [button, key] : {std::pair(cmdLoad, Qt::Key_O), {cmdSave, Qt::Key_S}, {cmdDelete, Qt::Key_D}}) {
+        if (!button->text().contains(u'&')) {
+            button->setShortcut(Qt::CTRL | key);
+        }
+    }
+}

@@ -1,0 +1,134 @@
+// The settings window: one configuration at a time in its controls, and what its buttons do with it. The main
+// window takes no input meanwhile, but its timer goes on and it can be closed.
+#pragma once
+
+#include "session/clsTransfer.h"
+#include "ui/settings/SettingsForm.h"
+
+#include <QDialog>
+#include <QPointer>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+
+class Help;
+class QMessageBox;
+class clsConfigLibrary;
+struct UnwrittenFile;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class frmRVQ : public QDialog, private SettingsForm, private TransferView {
+    Q_OBJECT
+
+public:
+    /// What the window works with; all must outlive it.
+    struct Context {
+        clsRVQ& device;
+        clsConfigLibrary& library;
+        const modGlobals::Settings& settings;
+        Help& help;
+        std::string programFolder;
+        modRVQComm::PumpEvents pumpEvents;
+        /// Is told what could not be kept in "RVQ.ini".
+        std::function<void(const QString&)> tellUnkept = {};
+    };
+    enum class ChangedAnswer : std::uint8_t { Cancel, KeepMine, TakeOther };
+    /// The boxes that the window opens; a test puts its own in their place. Paths are the system's bytes, an empty one
+    /// means that the user has cancelled; `QString()` as a description likewise.
+    struct Dialogs {
+        std::function<std::string(const std::string& folder)> FileToLoad;
+        std::function<std::string(const std::string& proposal)> FileToSave;
+        std::function<QString(const QString& proposal)> Description;
+        std::function<bool(const QString& question)> Overwrite;
+        std::function<ChangedAnswer(const QString& question)> Changed;
+        std::function<FailureAnswer(const QString& question)> Failure;
+        std::function<void(const std::string& sheet)> OpenSheet;
+    };
+
+    frmRVQ(QWidget* owner, const Context& context);
+    ~frmRVQ() override;
+
+    Dialogs Boxes;
+    /// What the measurement loop tells in every tick: connection, marks and enabled controls follow the device.
+    void FollowDevice();
+    /// The main window goes: boxes close with Abort, and so does this window.
+    void Unload();
+    /// Closes the window; refused while a transfer runs.
+    void reject() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void ShowBusy(bool busy) override;
+    void ShowStatusText(std::int32_t textId) override;
+    void ShowFailed(bool failed) override;
+    void ShowFailure(std::int32_t textId, std::int32_t reasonTextId) override;
+    void ShowProgress(const TransferProgress& progress) override;
+    FailureAnswer AskAboutFailure(std::int32_t reasonTextId) override;
+    void SelectDeviceEntry() override;
+    void FillFromDeviceEntry() override;
+
+    void connectControls();
+    void connectButton(const QPushButton* button, void (frmRVQ::*act)());
+    void localise();
+    void fillConfigurations();
+    void begin();
+    void fill(const clsRVQ& configuration);
+    ShownSettings shown() const;
+    void showOutcomes(const CopyOutcomes& outcomes);
+    void applyRule();
+    void markDifferences();
+    struct State {
+        std::int32_t commStatus = -1;
+        bool unstored = false, busy = false;
+        bool operator==(const State&) const = default;
+    };
+    State stateOf(const clsRVQ& device) const;
+    void showInformation();
+    QString rangeText(std::size_t field) const;
+    QString statusText() const;
+    void saveAs(const std::string& path, const std::string& description);
+    void showSource(const QString& source);
+    void showStatus(const QString& status);
+    bool mayWrite(const std::string& path);
+    void takeOther(std::size_t line);
+    void showUnwritten(const UnwrittenFile& unwritten);
+    void showKept(std::size_t line);
+    QString text(std::int32_t id) const;
+    clsRVQ& selected() const;
+
+    void cmbConfig_Click(int index);
+    void cmdLoad_Click();
+    void cmdSave_Click();
+    void cmdDelete_Click();
+    void cmdDownload_Click();
+    void cmdUpload_Click();
+    void cmdSaveSettings_Click();
+    void cmdSetDefaults_Click();
+    void cmdPrint_Click();
+    void cmdHelp_Click();
+    void cmdClose_Click();
+
+    Context m_context;
+    char m_decimalSeparator;
+    clsTransfer m_transfer;
+    bool m_serial = true;
+    bool m_begun = false;
+    bool m_unloading = false;
+    std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
+    std::int32_t m_statusId = 0, m_reasonId = 0;
+    /// What a transfer has failed with, as `ShowFailure` was told; it comes back with the connection.
+    std::pair<std::int32_t, std::int32_t> m_failure;
+    std::int32_t m_connection = 0; ///< text id of what was wrong with the connection
+    State m_followed;              ///< as the last tick has found it
+    QPointer<QWidget> m_focus;     ///< where it was before a transfer
+    QMessageBox* m_question = nullptr;
+};

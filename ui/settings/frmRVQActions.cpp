@@ -1,0 +1,303 @@
+// What the buttons of the settings window do, and what a transfer shows.
+#include "store/Printout.h"
+#include "store/clsConfigLibrary.h"
+#include "store/modGlobals.h"
+#include "ui/help/Help.h"
+#include "ui/settings/EnablingRule.h"
+#include "ui/settings/frmRVQ.h"
+#include "ui/widgets/FileErrors.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/NumberEdit.h"
+#include "ui/widgets/QtText.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QProgressBar>
+
+namespace {
+
+enum TextId : std::int32_t {
+    TextNewConfiguration = 1281,
+    TextUserConfiguration = 1284,
+    TextExists = 1285,
+    TextOverwrite = 1286,
+    TextConfigurationError = 1291,
+    TextStep = 1323,
+    TextNotWritten = 1330,
+    TextNotListed = 1337,
+    TextChanged = 1364,
+};
+
+constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
+
+} // namespace
+
+void frmRVQ::cmdLoad_Click()
+{
+    const std::string path = Boxes.FileToLoad(m_context.programFolder);
+    if (path.empty()) {
+        return;
+    }
+    if (const auto line = m_context.library.Import(path)) {
+        cmbConfig->addItem(FromBytes(m_context.library.Entry(*line).Description));
+        cmbConfig_Click(static_cast<int>(*line));
+        showKept(*line);
+    }
+}
+
+void frmRVQ::cmdSave_Click()
+{
+    const bool isDevice = cmbConfig->currentIndex() == kDevice;
+    const QString proposal = isDevice ? text(TextNewConfiguration) : FromBytes(selected().Description);
+    QString description = Boxes.Description(proposal);
+    if (description.trimmed().isEmpty()) {
+        description = text(TextUserConfiguration); // also after a cancel; saving goes on
+    }
+    const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
+    if (!path.empty() && mayWrite(path)) {
+        saveAs(path, ToBytes(description));
+    }
+}
+
+/// Asks before anything is overwritten that the window has not shown.
+bool frmRVQ::mayWrite(const std::string& path)
+{
+    const auto line = static_cast<std::size_t>(cmbConfig->currentIndex());
+    const QString shownPath = QFile::decodeName(path.c_str());
+    std::error_code unknown;
+    const bool isForeign = !m_context.library.Find(path) && std::filesystem::exists(path, unknown);
+    if (isForeign || m_context.library.WouldOverwrite(path, line)) {
+        return Boxes.Overwrite(text(TextExists) + QStringLiteral(": ") + shownPath + u'\n' + text(TextOverwrite));
+    }
+    if (!m_context.library.Find(path) || !m_context.library.HasChangedOnDisk(line)) {
+        return true;
+    }
+    const ChangedAnswer answer = Boxes.Changed(text(TextChanged).arg(shownPath));
+    if (answer == ChangedAnswer::TakeOther) {
+        takeOther(line);
+    }
+    return answer == ChangedAnswer::KeepMine;
+}
+
+void frmRVQ::takeOther(std::size_t line)
+{
+    if (m_context.library.ReadAgain(line)) {
+        cmbConfig->setItemText(static_cast<int>(line), FromBytes(m_context.library.Entry(line).Description));
+        fill(m_context.library.Entry(line));
+    }
+}
+
+void frmRVQ::saveAs(const std::string& path, const std::string& description)
+{
+    const std::size_t before = m_context.library.Size();
+    const std::size_t line = m_context.library.FindOrAdd(path);
+    const bool isNew = m_context.library.Size() > before;
+    showOutcomes(CopyForSaving(m_context.library.Entry(line), shown()));
+    const QString shownPath = QFile::decodeName(path.c_str());
+    const UnwrittenFile unwritten = m_context.library.Store(line, description);
+    showUnwritten(unwritten);
+    if (!unwritten.why) {
+        showKept(line);
+    }
+    showSource(shownPath);
+    if (isNew) {
+        // The fields are not filled again, so that a "255" stays to be seen.
+        cmbConfig->addItem(FromBytes(description));
+        cmbConfig->setCurrentIndex(cmbConfig->count() - 1);
+    } else {
+        // Deliberate: the current line, also when the file belongs to another one.
+        cmbConfig->setItemText(cmbConfig->currentIndex(), FromBytes(description));
+    }
+    applyRule();
+}
+
+void frmRVQ::cmdDelete_Click()
+{
+    const int line = cmbConfig->currentIndex();
+    UnwrittenFile unwritten;
+    if (const auto above = m_context.library.Delete(static_cast<std::size_t>(line), unwritten)) {
+        cmbConfig->removeItem(line);
+        cmbConfig_Click(static_cast<int>(*above));
+        showUnwritten(unwritten);
+    }
+}
+
+void frmRVQ::cmdDownload_Click()
+{
+    m_transfer.Download();
+}
+
+void frmRVQ::cmdUpload_Click()
+{
+    showOutcomes(CopyInto(m_context.library.Device(), shown()));
+    m_transfer.Upload();
+}
+
+void frmRVQ::cmdSaveSettings_Click()
+{
+    m_transfer.StoreInSensor();
+}
+
+void frmRVQ::cmdSetDefaults_Click()
+{
+    m_transfer.SetDefaults();
+}
+
+void frmRVQ::cmdPrint_Click()
+{
+    SheetTexts sheet;
+    sheet.serial = m_serial;
+    sheet.SerialNo = ToBytes(lblSerialNo->text());
+    sheet.SWVersion = ToBytes(lblSWVersion->text());
+    sheet.SWBuild = ToBytes(lblSWBuild->text());
+    sheet.DeviceType = ToBytes(lblDeviceType->text());
+    for (std::size_t i = 0; i < kFields.size(); ++i) {
+        sheet.fields[i] = ToBytes(txtParameter[i]->text());
+    }
+    for (std::size_t i = 0; i < kChoices.size(); ++i) {
+        switch (kChoices[i].kind) {
+        case ChoiceKind::Check:
+            sheet.choices[i].assign(1, CheckOf(i)->isChecked() ? '1' : '0');
+            break;
+        case ChoiceKind::List:
+            sheet.choices[i] = ToBytes(ListOf(i)->currentText());
+            break;
+        case ChoiceKind::Label:
+            sheet.choices[i] = ToBytes(static_cast<QLabel*>(choice[i])->text());
+            break;
+        }
+    }
+    sheet.choices[ChoiceS2Logic] = ToBytes(lblS2Logic->text()); // the caption, not the list
+    const std::string file = SheetFile(m_context.programFolder);
+    UnwrittenFile unwritten{file};
+    const bool written = WriteSheet(m_context.programFolder, sheet, m_context.settings.Language, unwritten.why);
+    showUnwritten(unwritten);
+    if (written) {
+        Boxes.OpenSheet(file);
+    }
+}
+
+/// Which file could not be written, and why; clears the line when all were.
+void frmRVQ::showUnwritten(const UnwrittenFile& unwritten)
+{
+    ShowStatusText(0);
+    ShowFailed(static_cast<bool>(unwritten.why));
+    if (unwritten.why) {
+        showStatus(text(TextNotWritten)
+                       .arg(QFile::decodeName(unwritten.file.c_str()),
+                            FileErrorText(unwritten.why, m_context.settings.Language)));
+    }
+    if (unwritten.isList && m_context.tellUnkept) {
+        m_context.tellUnkept(lblStatus->text());
+    }
+}
+
+/// Says so when the file will have to be loaded anew after the next start.
+void frmRVQ::showKept(std::size_t line)
+{
+    if (!m_context.library.ComesBack(line)) {
+        m_statusId = 0;
+        showStatus(text(TextNotListed).arg(QFile::decodeName(m_context.library.Entry(line).FileName.c_str())));
+        ShowFailed(true);
+    }
+}
+
+void frmRVQ::cmdHelp_Click()
+{
+    m_context.help.ShowHelpTopic(*this, "RVQSettings");
+}
+
+void frmRVQ::cmdClose_Click()
+{
+    reject();
+}
+
+void frmRVQ::ShowBusy(bool busy)
+{
+    if (busy) {
+        m_focus = focusWidget();
+    } else {
+        lblProgress->hide();
+        prgTransfer->hide();
+    }
+    showInformation();
+    // The transfer's result stays until the connection changes after it.
+    m_followed = stateOf(m_context.device);
+    m_connection = ConnectionTextId(m_context.device);
+    applyRule();
+    if (!busy && m_focus != nullptr) {
+        m_focus->setFocus(); // all controls were disabled
+    }
+}
+
+void frmRVQ::ShowStatusText(std::int32_t textId)
+{
+    m_statusId = textId;
+    m_reasonId = 0;
+    if (textId == 0) {
+        m_failure = {};
+    }
+    showStatus(statusText());
+}
+
+void frmRVQ::ShowFailure(std::int32_t textId, std::int32_t reasonTextId)
+{
+    m_statusId = textId;
+    m_reasonId = reasonTextId;
+    m_failure = {textId, reasonTextId};
+    showStatus(statusText());
+    ShowFailed(true);
+}
+
+QString frmRVQ::statusText() const
+{
+    return m_reasonId == 0 ? text(m_statusId) : text(m_statusId).arg(text(m_reasonId));
+}
+
+void frmRVQ::showStatus(const QString& status)
+{
+    lblStatus->setText(status);
+    lblStatus->setToolTip(status);
+}
+
+void frmRVQ::ShowFailed(bool failed)
+{
+    QPalette colors;
+    if (failed) {
+        const bool dark = palette().color(QPalette::Window).lightness() < 128;
+        colors.setColor(QPalette::WindowText, dark ? QColor(255, 120, 120) : QColor(190, 0, 0));
+    }
+    lblStatus->setPalette(colors);
+}
+
+void frmRVQ::ShowProgress(const TransferProgress& progress)
+{
+    const QString what = text(progress.textId).trimmed();
+    prgTransfer->setRange(0, progress.steps);
+    prgTransfer->setValue(progress.step);
+    lblProgress->setText(progress.steps > 0 ? text(TextStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+    lblProgress->show();
+    prgTransfer->show();
+}
+
+FailureAnswer frmRVQ::AskAboutFailure(std::int32_t reasonTextId)
+{
+    if (m_unloading) {
+        return FailureAnswer::Abort;
+    }
+    return Boxes.Failure(text(TextConfigurationError) + text(reasonTextId));
+}
+
+void frmRVQ::SelectDeviceEntry()
+{
+    FollowDevice();
+    cmbConfig_Click(kDevice);
+}
+
+void frmRVQ::FillFromDeviceEntry()
+{
+    cmbConfig->setCurrentIndex(kDevice);
+    fill(m_context.library.Device());
+}

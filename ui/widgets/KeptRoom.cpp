@@ -1,0 +1,82 @@
+#include "ui/widgets/KeptRoom.h"
+
+#include "ui/widgets/LineLabel.h"
+
+#include <QEvent>
+#include <QPainter>
+
+#include <cmath>
+#include <utility>
+
+void KeptRoom::Hold(LineLabel& label)
+{
+    m_label = &label;
+    setSizePolicy(label.sizePolicy());
+    label.DrawGroundBy([this](QPainter& painter) {
+        keepUp();
+        drawGround(painter);
+    });
+}
+
+QSize KeptRoom::sizeHint() const
+{
+    return m_label->sizeHint().expandedTo(minimumSize()).expandedTo(m_room);
+}
+
+QSize KeptRoom::minimumSizeHint() const
+{
+    return sizeHint();
+}
+
+bool KeptRoom::event(QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::FontChange:
+    case QEvent::StyleChange:
+        m_room = {};
+        m_length = 0;
+        [[fallthrough]];
+    case QEvent::PaletteChange:
+    case QEvent::EnabledChange:
+    case QEvent::WindowActivate:
+    case QEvent::WindowDeactivate:
+    case QEvent::Move:
+    case QEvent::Resize:
+        m_ground = {};
+        break;
+    default:
+        break;
+    }
+    return QWidget::event(event);
+}
+
+/// The label may have another text. Measuring costs more than drawing, so only a longer one than any before is
+/// measured.
+void KeptRoom::keepUp()
+{
+    if (m_label->text().size() <= m_length) {
+        return;
+    }
+    m_length = m_label->text().size();
+    if (std::exchange(m_room, sizeHint()) != m_room) {
+        updateGeometry();
+    }
+}
+
+void KeptRoom::drawGround(QPainter& painter)
+{
+    const double scale = devicePixelRatio();
+    if (m_ground.isNull() || m_ground.devicePixelRatio() != scale) {
+        m_ground = QPixmap(static_cast<int>(std::ceil(width() * scale)), static_cast<int>(std::ceil(height() * scale)));
+        m_ground.setDevicePixelRatio(scale);
+        m_ground.fill(palette().color(QPalette::Window)); // at a fractional scale, a last row may be left out
+        parentWidget()->render(&m_ground, {}, geometry(), DrawWindowBackground);
+    }
+    painter.drawPixmap(0, 0, m_ground);
+}
+
+/// A label of fixed size does not ask for another one with each new text.
+void KeptRoom::resizeEvent(QResizeEvent*)
+{
+    m_label->setFixedSize(size());
+}

@@ -1,0 +1,164 @@
+#include "ui/widgets/Localise.h"
+
+#include "store/modGlobals.h"
+#include "texts/modFunctions.h"
+#include "ui/widgets/QtText.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLibraryInfo>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTranslator>
+#include <QTreeWidget>
+#include <QWidget>
+
+namespace {
+
+constexpr char kTag[] = "Tag";
+constexpr char kToolTipText[] = "ToolTipText";
+
+template <typename Set>
+void setIfKnown(std::int32_t id, std::int32_t language, const Set& set)
+{
+    if (const QString text = Text(id, language); !text.isEmpty()) {
+        set(text);
+    }
+}
+
+void localiseLabel(QWidget& control, std::int32_t language)
+{
+    setIfKnown(control.property(kTag).toInt(), language,
+               [&](const QString& text) { static_cast<QLabel&>(control).setText(text); });
+}
+
+void localiseTabStrip(QWidget& control, std::int32_t language)
+{
+    auto& tabs = static_cast<QTabWidget&>(control);
+    for (int i = 0; i < tabs.count(); ++i) {
+        const QPoint ids = tabs.tabBar()->tabData(i).toPoint();
+        setIfKnown(ids.x(), language, [&](const QString& text) { tabs.setTabText(i, text); });
+        setIfKnown(ids.y(), language, [&](const QString& text) { tabs.setTabToolTip(i, text); });
+    }
+}
+
+void localiseToolbar(QWidget& control, std::int32_t language)
+{
+    for (QAction* button : control.actions()) {
+        setIfKnown(button->property(kToolTipText).toInt(), language,
+                   [&](const QString& text) { button->setToolTip(text); });
+    }
+}
+
+void localiseListView(QWidget& control, std::int32_t language)
+{
+    QTreeWidgetItem* header = static_cast<QTreeWidget&>(control).headerItem();
+    for (int i = 0; i < header->columnCount(); ++i) {
+        setIfKnown(header->data(i, Qt::UserRole).toInt(), language,
+                   [&](const QString& text) { header->setText(i, text); });
+    }
+}
+
+/// The four kinds of control that are localised in a way of their own: label, tab strip, tool bar, list view.
+struct ControlKind {
+    const char* className;
+    void (*localise)(QWidget& control, std::int32_t language);
+};
+
+constexpr ControlKind kKinds[] = {
+    {"QLabel", localiseLabel},
+    {"QTabWidget", localiseTabStrip},
+    {"QToolBar", localiseToolbar},
+    {"QTreeWidget", localiseListView},
+};
+
+void setCaption(QWidget& control, const QString& caption)
+{
+    if (auto* frame = qobject_cast<QGroupBox*>(&control)) {
+        frame->setTitle(caption);
+    } else if (auto* button = qobject_cast<QAbstractButton*>(&control)) {
+        const QKeySequence shortcut = button->shortcut();
+        button->setText(caption);
+        if (!caption.contains(u'&')) {
+            button->setShortcut(shortcut); // a new text takes it away
+        }
+    }
+}
+
+void localiseControl(QWidget& control, std::int32_t language)
+{
+    for (const ControlKind& row : kKinds) {
+        if (control.inherits(row.className)) {
+            row.localise(control, language);
+        }
+    }
+    setIfKnown(control.property(kTag).toInt(), language, [&](const QString& text) { setCaption(control, text); });
+    setIfKnown(control.property(kToolTipText).toInt(), language,
+               [&](const QString& text) { control.setToolTip(text); });
+}
+
+} // namespace
+
+QString Text(std::int32_t id, std::int32_t language)
+{
+    return FromUtf8(modFunctions::GetText(id, language));
+}
+
+void ShowText(QLabel& label, const QString& text)
+{
+    if (label.text() != text) {
+        label.setText(text);
+    }
+}
+
+void SetTextIds(QWidget* control, std::int32_t tag, std::int32_t toolTipText)
+{
+    control->setProperty(kTag, tag);
+    control->setProperty(kToolTipText, toolTipText);
+}
+
+void SetTabIds(QTabWidget& tabs, int index, std::int32_t tag, std::int32_t toolTipText)
+{
+    tabs.tabBar()->setTabData(index, QPoint(tag, toolTipText));
+}
+
+void SetButtonId(QAction& button, std::int32_t toolTipText)
+{
+    button.setProperty(kToolTipText, toolTipText);
+}
+
+void SetColumnId(QTreeWidget& list, int column, std::int32_t tag)
+{
+    list.headerItem()->setData(column, Qt::UserRole, tag);
+}
+
+void LocaliseForm(QWidget& form, std::int32_t language)
+{
+    const QString title = Text(form.property(kTag).toInt(), language);
+    if (!title.isEmpty()) {
+        form.setWindowTitle(title);
+    }
+    for (QWidget* control : form.findChildren<QWidget*>()) {
+        if (control->window() == &form) { // an open window above this one localises itself
+            localiseControl(*control, language);
+        }
+    }
+}
+
+void LocaliseOpenWindows(std::int32_t language)
+{
+    delete qApp->findChild<QTranslator*>();
+    auto* standardTexts = new QTranslator(qApp);
+    if (language == LanguageGerman &&
+        standardTexts->load(QStringLiteral("qtbase_de"), QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(standardTexts);
+    }
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        LocaliseForm(*window, language);
+        QEvent change(QEvent::LanguageChange);
+        QApplication::sendEvent(window, &change);
+    }
+}
