@@ -150,15 +150,15 @@ class DailyRecording {
 public:
     std::int64_t recorded = 0, unrecorded = 0, readBack = 0, wrongFiles = 0;
 
-    void Record(const clsRVQ& device)
+    void Record(const Measurement& measurement, std::string_view temperature)
     {
-        if (!modRecordLine::HasTemperature(device)) {
+        if (!modRecordLine::HasTemperature(temperature)) {
             ++unrecorded;
             return;
         }
-        m_recorder.Record(device);
+        m_recorder.Record(measurement, temperature);
         recorded += m_recorder.Mode == RecorderRecording ? 1 : 0;
-        add(m_given, KindOf(MeasurementOf(device)), device.MeasValue_mm);
+        add(m_given, KindOf(measurement), measurement.value_mm);
     }
     void Flush(double now) { m_recorder.Flush(now); }
     void Begin() { m_recorder.StartRecording(); }
@@ -209,7 +209,9 @@ public:
     {
         m_loop.PollTemperature(true);
         m_loop.MeasureWhenConnected();
-        m_loop.Record = [this](const clsRVQ& device) { m_recording.Record(device); };
+        m_loop.Record = [this](const Measurement& measurement, std::string_view temperature) {
+            m_recording.Record(measurement, temperature);
+        };
     }
 
     void Play(std::int64_t ticks)

@@ -96,7 +96,7 @@ std::int32_t bareCrc(std::string_view stream)
 std::int32_t evaluate(std::string_view stream, std::int32_t format, std::size_t piece)
 {
     clsRVQ device;
-    device.OutputFormat = format;
+    device.Parameters.OutputFormat = format;
     device.CommStatus = DialogueMeasuring;
     device.LastCommand = std::string("m"); // the first value has come
     device.CurrentTime = 46000.0;

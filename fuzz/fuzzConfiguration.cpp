@@ -20,19 +20,19 @@ std::string asWritten(std::string text)
     return std::string(Trimmed(text));
 }
 
-void show(const clsRVQ& configuration)
+void show(const Configuration& configuration)
 {
-    const ShownSettings shown = ShownOf(configuration, ',');
-    clsRVQ copy;
+    const ShownSettings shown = ShownOf(configuration.Parameters, ',');
+    ParameterSet copy;
     CopyForSaving(copy, shown);
-    static_cast<void>(Differences(shown, configuration, ',', 1000));
+    static_cast<void>(Differences(shown, configuration.Parameters, configuration.Identity, ',', 1000));
     SheetTexts sheet;
     sheet.serial = shown.serial;
     sheet.SerialNo = configuration.Description;
     sheet.fields = shown.texts;
     Require(!SheetText(sheet, 0).empty());
-    for (const std::string_view code : UploadCodes(configuration, configuration)) {
-        const std::string value = WireValue(configuration, code);
+    for (const std::string_view code : UploadCodes(configuration.Parameters, configuration.Identity)) {
+        const std::string value = WireValue(configuration.Parameters, code);
         Require(value.find_first_of("\r\n ") == std::string::npos);
     }
 }
@@ -42,7 +42,7 @@ void show(const clsRVQ& configuration)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const FuzzFolder folder;
-    clsRVQ first;
+    Configuration first;
     first.FileName = folder.Put("first.rvq", FuzzInput(data, size).Rest());
     modConfigFile::Read(first);
     Require(first.Description.size() < 255);
@@ -51,12 +51,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string read = first.FileName;
     first.FileName = folder.Put("second.rvq", {});
     Require(modConfigFile::Write(first));
-    clsRVQ second;
+    Configuration second;
     second.FileName = first.FileName;
     modConfigFile::Read(second);
-    Require(second.Description == asWritten(first.Description) && second.DeviceType == first.DeviceType);
-    for (const ParameterDef& row : Parameters()) {
-        Require(second.*row.value == first.*row.value);
-    }
+    Require(second.Description == asWritten(first.Description) &&
+            second.Identity.DeviceType == first.Identity.DeviceType);
+    Require(second.Parameters == first.Parameters);
     return 0;
 }

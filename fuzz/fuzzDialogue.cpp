@@ -103,7 +103,7 @@ public:
         };
         if (!reaches(isBack)) {
             // A sensor with single output owes nothing while it measures, so there a click has to help.
-            Require(m_device.OutputMode == OutputSingle);
+            Require(m_device.Parameters.OutputMode == OutputSingle);
             press();
             Require(reaches(isBack));
         }
@@ -147,11 +147,11 @@ private:
             operate(argument);
             break;
         case 9:
-            m_device.OutputFormat = argument % 5;
-            m_device.DistanceUnit = m_input.Byte() % 9;
+            m_device.Parameters.OutputFormat = argument % 5;
+            m_device.Parameters.DistanceUnit = m_input.Byte() % 9;
             break;
         case 10:
-            m_device.OutputMode = argument % 3;
+            m_device.Parameters.OutputMode = argument % 3;
             break;
         case 11:
             m_port.Vanished = true;
@@ -197,8 +197,8 @@ private:
         default:
             waitFor([this, argument](const modRVQComm::PumpEvents& pump) {
                 m_loop.ChangeSetting(argument % 2 == 0 ? "301" : "304",
-                                     argument % 2 == 0 ? &clsRVQ::AverageDepth : &clsRVQ::MovingAverage, argument,
-                                     pump);
+                                     argument % 2 == 0 ? &ParameterSet::AverageDepth : &ParameterSet::MovingAverage,
+                                     argument, pump);
             });
             break;
         }

@@ -83,42 +83,46 @@ void checkReader(const std::string& file, std::size_t size, const std::vector<Li
 }
 
 /// Written as a recording writes it and read again: the same on the screen.
-void checkWriting(const clsRVQ& shown)
+void checkWriting(const Measurement& shown, std::string_view temperature)
 {
-    if (!modRecordLine::HasTemperature(shown) || shown.CurrentTime < kFirstDay || shown.CurrentTime >= kEndOfDays) {
+    if (!modRecordLine::HasTemperature(temperature) || shown.time < kFirstDay || shown.time >= kEndOfDays) {
         return;
     }
-    std::string text = modRecordLine::RecordLine(shown);
+    std::string text = modRecordLine::RecordLine(shown, temperature);
     Require(text.ends_with("C\r\n") && std::ranges::count(text, '\n') == 1);
     text.resize(text.size() - 2);
     modRecordLine::clsLineParser parser;
     modRecordLine::RecordedValue value;
     Require(parser.Parse(text, value));
-    Require(value.time <= shown.CurrentTime + 1e-9 && shown.CurrentTime - value.time < 2.0 / kMsPerDay);
-    const bool isDistance = KindOf(MeasurementOf(shown)) == MeasurementKind::Distance && shown.MeasValue_mm != 0;
+    Require(value.time <= shown.time + 1e-9 && shown.time - value.time < 2.0 / kMsPerDay);
+    const bool isDistance = KindOf(shown) == MeasurementKind::Distance && shown.value_mm != 0;
     Require(isDistance == (value.kind == MeasurementKind::Distance));
-    Require(!isDistance || value.value_mm == shown.MeasValue_mm);
+    Require(!isDistance || value.value_mm == shown.value_mm);
     const auto isSame = [](char written, char c) { return written == c || written == '?'; };
     Require(std::ranges::equal(value.temperature.substr(0, value.temperature.find(' ')),
-                               std::string_view(shown.sTemperature).substr(0, shown.sTemperature.find(' ')), isSame));
+                               temperature.substr(0, temperature.find(' ')), isSame));
 }
 
 void checkPlayback(const std::string& file, const std::vector<Line>& lines)
 {
-    clsRVQ device;
-    device.DistanceUnit = kMillimetres;
+    ParameterSet set;
+    set.DistanceUnit = kMillimetres;
+    std::string temperature;
     std::size_t shown = 0;
     std::vector<FileHandle> played;
-    const auto show = [&](const clsRVQ& record) {
+    const auto show = [&](const Measurement& record) {
         Require(shown < lines.size() && lines[shown].readable);
         const modRecordLine::RecordedValue& value = lines[shown].value;
-        Require(record.CurrentTime == value.time && record.MeasValue == record.MeasValue_mm);
-        Require(value.kind != MeasurementKind::Distance || record.MeasValue_mm == value.value_mm);
+        Require(record.time == value.time && record.value == record.value_mm);
+        Require(value.kind != MeasurementKind::Distance || record.value_mm == value.value_mm);
+        if (!lines[shown].temperature.empty()) {
+            temperature = lines[shown].temperature;
+        }
         ++shown;
-        checkWriting(record);
+        checkWriting(record, temperature);
     };
     const modPlayback::Loaded loaded =
-        modPlayback::LoadData(file, device, {show, [](double read) { return read <= 1.0; }}, played);
+        modPlayback::LoadData(file, set, {show, [](double read) { return read <= 1.0; }}, played);
     const auto unreadable = std::ranges::find(lines, false, &Line::readable);
     Require(shown == static_cast<std::size_t>(unreadable - lines.begin()));
     Require((loaded.outcome == modPlayback::Outcome::Complete) == (unreadable == lines.end()));

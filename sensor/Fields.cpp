@@ -29,10 +29,10 @@ bool isShown(std::string_view code, bool serial)
     return serial || parameterOf(code).group != ParameterGroup::SerialOnly;
 }
 
-bool isReported(std::string_view code, const clsRVQ& sensor)
+bool isReported(std::string_view code, const ParameterSet& set, const SensorIdentity& sensor)
 {
     const bool echo = parameterOf(code).group == ParameterGroup::EchoFilter;
-    return isShown(code, IsSerial(sensor)) && (!echo || HasEchoFilter(sensor));
+    return isShown(code, IsSerial(set)) && (!echo || HasEchoFilter(sensor));
 }
 
 double scaleOf(const FieldDef& field)
@@ -57,15 +57,15 @@ bool areApart(std::int32_t a, std::int32_t b, std::int32_t least)
 }
 
 /// Thresholds and analog limits come in pairs; the rule is looked at for the second of a pair.
-bool keepsPairRule(const clsRVQ& configuration, std::size_t field, std::int32_t stored)
+bool keepsPairRule(const ParameterSet& set, std::size_t field, std::int32_t stored)
 {
     switch (field) {
     case FieldS1Off:
-        return areApart(configuration.S1OnThreshold, stored, kLeastHysteresis);
+        return areApart(set.S1OnThreshold, stored, kLeastHysteresis);
     case FieldS2Off:
-        return areApart(configuration.S2OnThreshold, stored, kLeastHysteresis);
+        return areApart(set.S2OnThreshold, stored, kLeastHysteresis);
     case FieldAnalogMax:
-        return areApart(configuration.AnalogMin, stored, kLeastAnalogSpan);
+        return areApart(set.AnalogMin, stored, kLeastAnalogSpan);
     default:
         return true;
     }
@@ -132,13 +132,13 @@ std::string CheckedText(std::size_t field, std::string_view typed, char decimalS
     return FieldText(def, RoundHalfToEven(clamped).value_or(def.emptyValue), decimalSeparator);
 }
 
-ShownSettings ShownOf(const clsRVQ& configuration, char decimalSeparator)
+ShownSettings ShownOf(const ParameterSet& set, char decimalSeparator)
 {
     ShownSettings shown;
-    shown.serial = IsSerial(configuration);
+    shown.serial = IsSerial(set);
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         if (isShown(kFields[i].code, shown.serial)) {
-            shown.texts[i] = FieldText(kFields[i], configuration.*parameterOf(kFields[i].code).value, decimalSeparator);
+            shown.texts[i] = FieldText(kFields[i], set.*parameterOf(kFields[i].code).value, decimalSeparator);
         }
     }
     if (shown.serial) {
@@ -146,7 +146,7 @@ ShownSettings ShownOf(const clsRVQ& configuration, char decimalSeparator)
     }
     for (std::size_t i = 0; i < kChoices.size(); ++i) {
         const std::int32_t empty = kChoices[i].kind == ChoiceKind::Check ? 0 : -1;
-        const std::int32_t stored = configuration.*parameterOf(kChoices[i].code).value;
+        const std::int32_t stored = set.*parameterOf(kChoices[i].code).value;
         shown.choices[i] = isShown(kChoices[i].code, shown.serial) ? shownChoice(kChoices[i], stored) : empty;
     }
     return shown;
@@ -160,11 +160,11 @@ std::optional<std::int32_t> StoredValue(std::size_t field, std::string_view text
     return stored && isWithin(def, *stored) ? stored : std::nullopt;
 }
 
-CopyOutcomes CopyInto(clsRVQ& configuration, const ShownSettings& shown)
+CopyOutcomes CopyInto(ParameterSet& set, const ShownSettings& shown)
 {
     for (std::size_t i = 0; i < kChoices.size(); ++i) {
         if (isCopied(i, shown)) {
-            configuration.*parameterOf(kChoices[i].code).value = shown.choices[i];
+            set.*parameterOf(kChoices[i].code).value = shown.choices[i];
         }
     }
     CopyOutcomes outcomes{};
@@ -173,43 +173,35 @@ CopyOutcomes CopyInto(clsRVQ& configuration, const ShownSettings& shown)
             continue;
         }
         const auto stored = StoredValue(i, shown.texts[i]);
-        const bool accepted = stored && keepsPairRule(configuration, i, *stored);
+        const bool accepted = stored && keepsPairRule(set, i, *stored);
         if (accepted) {
-            configuration.*parameterOf(kFields[i].code).value = *stored;
+            set.*parameterOf(kFields[i].code).value = *stored;
         }
         outcomes[i] = accepted ? CopyOutcome::Stored : CopyOutcome::Refused;
     }
     return outcomes;
 }
 
-CopyOutcomes CopyForSaving(clsRVQ& configuration, const ShownSettings& shown)
+CopyOutcomes CopyForSaving(ParameterSet& set, const ShownSettings& shown)
 {
     if (shown.serial) {
-        configuration.NodeAddress = -1;
+        set.NodeAddress = -1;
     }
-    const CopyOutcomes outcomes = CopyInto(configuration, shown);
-    configuration.DeviceType = TypeName(IsSerial(configuration));
-    return outcomes;
+    return CopyInto(set, shown);
 }
 
-void TakeDefaultType(clsRVQ& device, std::string_view defaultDevice)
-{
-    device.DeviceType = defaultDevice;
-    device.NodeAddress = defaultDevice == kSerialType ? -1 : 0;
-}
-
-std::vector<Difference> Differences(const ShownSettings& shown, const clsRVQ& sensor, char decimalSeparator,
-                                    std::int32_t language)
+std::vector<Difference> Differences(const ShownSettings& shown, const ParameterSet& set, const SensorIdentity& sensor,
+                                    char decimalSeparator, std::int32_t language)
 {
     std::vector<Difference> found;
-    const ShownSettings reported = ShownOf(sensor, decimalSeparator);
+    const ShownSettings reported = ShownOf(set, decimalSeparator);
     const auto isComparable = [&](std::string_view code) {
-        return isShown(code, shown.serial) && isReported(code, sensor);
+        return isShown(code, shown.serial) && isReported(code, set, sensor);
     };
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         const FieldDef& field = kFields[i];
-        const bool same = shown.texts[i] == reported.texts[i] ||
-                          StoredValue(i, shown.texts[i]) == sensor.*parameterOf(field.code).value;
+        const bool same =
+            shown.texts[i] == reported.texts[i] || StoredValue(i, shown.texts[i]) == set.*parameterOf(field.code).value;
         if (!same && isComparable(field.code)) {
             const std::string gap = field.unit.empty() ? "" : " ";
             found.push_back({field.code, reported.texts[i] + gap + std::string(field.unit)});

@@ -10,7 +10,8 @@
 #include <string_view>
 #include <vector>
 
-class clsRVQ;
+struct ParameterSet;
+struct SensorIdentity;
 
 /// A numbered text box. Limits and the value of an empty box are in stored units: the shown number times 10 to the
 /// power of `decimals`.
@@ -125,7 +126,7 @@ std::string FieldText(const FieldDef& field, std::int32_t stored, char decimalSe
 std::string CheckedText(std::size_t field, std::string_view typed, char decimalSeparator);
 
 /// What the controls show for a configuration. A list shows nothing for a value that it does not hold.
-ShownSettings ShownOf(const clsRVQ& configuration, char decimalSeparator);
+ShownSettings ShownOf(const ParameterSet& set, char decimalSeparator);
 
 /// The stored value of a box's text as copying takes it; nothing when it is out of range or no number. Scaling factor
 /// and temperature read comma and point; the others read a point and stop where the number stops, so that letters are
@@ -140,19 +141,16 @@ using CopyOutcomes = std::array<CopyOutcome, kFields.size()>;
 /// standing and does not keep the next ones from being copied; the window shows `kRefusedText` for it. Of two boxes
 /// that must lie apart, the second is compared with what is stored for the first by then. A list without a selection is
 /// not copied, the rain filter apart, where "none" is a choice.
-CopyOutcomes CopyInto(clsRVQ& configuration, const ShownSettings& shown);
-/// The same into a configuration that is about to be saved: it becomes one of the shown type of sensor.
-CopyOutcomes CopyForSaving(clsRVQ& configuration, const ShownSettings& shown);
-
-/// The device entry without a sensor is of the type that the user works with (`kSerialType` or `kProfibusType`).
-void TakeDefaultType(clsRVQ& device, std::string_view defaultDevice);
+CopyOutcomes CopyInto(ParameterSet& set, const ShownSettings& shown);
+/// The same into a set that is about to be saved: it becomes one of the shown type of sensor.
+CopyOutcomes CopyForSaving(ParameterSet& set, const ShownSettings& shown);
 
 /// A shown value that is not the sensor's.
 struct Difference {
     std::string_view code;
     std::string sensorText; ///< the sensor's value as its control would show it, with its unit; UTF-8
 };
-/// What differs from the values that the sensor has last reported, which its device object holds. Values that only one
-/// of the two types of sensor has are left out.
-std::vector<Difference> Differences(const ShownSettings& shown, const clsRVQ& sensor, char decimalSeparator,
-                                    std::int32_t language);
+/// What differs from the set that the sensor has last reported. Values that only one of the two types of sensor has are
+/// left out.
+std::vector<Difference> Differences(const ShownSettings& shown, const ParameterSet& set, const SensorIdentity& sensor,
+                                    char decimalSeparator, std::int32_t language);

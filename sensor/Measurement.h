@@ -2,12 +2,14 @@
 // an error marker.
 #pragma once
 
-#include "sensor/clsRVQ.h"
-
 #include <cmath>
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+/// Distances in millimetres that are no distances.
+inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
+inline constexpr std::int32_t kMarkerTempError = 2147483632;
 
 struct Measurement {
     double value = 0.0; ///< in the unit of `unit`
@@ -20,12 +22,6 @@ struct Measurement {
 };
 
 enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
-
-/// The device's last measurement, with its `CurrentTime`.
-inline Measurement MeasurementOf(const clsRVQ& device)
-{
-    return {device.MeasValue, device.MeasValue_mm, device.DistanceUnit, device.OutputFormat, device.CurrentTime};
-}
 
 /// What a display, a recording and a table call what is no distance: "No Echo", "TempError"; empty for a distance.
 std::string_view NameOf(MeasurementKind kind);

@@ -21,12 +21,7 @@ std::int32_t millisecondsAtRate(std::int32_t bits, std::int32_t rate)
 
 } // namespace
 
-clsRVQ::clsRVQ() : m_lastRate(kUsualRate)
-{
-    for (const ParameterDef& row : Parameters()) {
-        this->*row.value = row.defaultValue;
-    }
-}
+clsRVQ::clsRVQ() : m_lastRate(kUsualRate) {}
 
 clsRVQ::clsRVQ(SerialPort& port, PauseFunction pause) : clsRVQ()
 {
@@ -176,12 +171,6 @@ void clsRVQ::noteSentFrame(std::string text)
     if (m_sentFrames.size() > kSentFrames) {
         m_sentFrames.pop_front();
     }
-}
-
-std::int32_t clsRVQ::RateOfIndex(std::int32_t index)
-{
-    const bool listed = index >= 0 && static_cast<std::size_t>(index) < kBaudrateTexts.size();
-    return listed ? WholeNumber(kBaudrateTexts[static_cast<std::size_t>(index)]).value_or(0) : 0;
 }
 
 std::int32_t clsRVQ::effectiveRate() const

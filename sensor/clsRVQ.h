@@ -3,6 +3,8 @@
 #pragma once
 
 #include "base/Days.h"
+#include "sensor/Measurement.h"
+#include "sensor/Parameters.h"
 #include "sensor/clsEventJournal.h"
 #include "sensor/clsFrameStep.h"
 #include "sensor/clsLineRun.h"
@@ -31,25 +33,7 @@ enum Event : std::int32_t {
 /// Values of `clsRVQ::CommStatus`.
 enum Dialogue : std::int32_t { DialogueNone = 0, DialogueIdle = 1, DialogueMeasuring = 2 };
 
-/// Values of `clsRVQ::OutputFormat`; anything else is read as ASCII.
-enum OutputFormatIndex : std::int32_t { FormatAscii = 0, FormatAsciiUnit = 1, FormatBinary = 2, FormatBinaryCrc = 3 };
-
-/// Values of `clsRVQ::OutputMode`.
-enum OutputModeIndex : std::int32_t { OutputContinuous = 0, OutputSingle = 1, OutputOnRequest = 2 };
-
-/// Distances in millimetres that are no distances.
-inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
-inline constexpr std::int32_t kMarkerTempError = 2147483632;
-
-/// The two types of sensor, as they name themselves.
-inline constexpr std::string_view kSerialType = "Serial";
-inline constexpr std::string_view kProfibusType = "Profibus";
-inline constexpr std::string_view TypeName(bool serial)
-{
-    return serial ? kSerialType : kProfibusType;
-}
-
-/// The connected sensor, or, without a port, one configuration in memory.
+/// The dialogue with the connected sensor.
 /// Points in time are days since 1899-12-30, local time.
 class clsRVQ {
 public:
@@ -64,7 +48,7 @@ public:
         bool Ended = false;   ///< the main window goes: every wait ends as "no answer"
     };
 
-    /// A configuration object: parameters at their defaults, no port, sends reach nobody.
+    /// A sensor without a port: parameters at their defaults, sends reach nobody.
     clsRVQ();
     /// The device behind `port`, which must outlive it.
     clsRVQ(SerialPort& port, PauseFunction pause);
@@ -106,9 +90,6 @@ public:
     /// The clock was set by so many days: deadlines and ages stay what they are.
     void ShiftClock(double days);
 
-    /// Index 0..5 of the parameter `Baudrate` as bit/s; 0 for any other.
-    static std::int32_t RateOfIndex(std::int32_t index);
-
     /// Bytes that may wait for the rest of a reply; of a flood that never becomes one the newest are kept.
     static constexpr std::size_t kMaxPending = 65536;
 
@@ -132,6 +113,12 @@ public:
     clsEventJournal Journal;
     WaitState Wait;
 
+    /// The last measurement, at `CurrentTime`.
+    Measurement LastMeasurement() const
+    {
+        return {MeasValue, MeasValue_mm, Parameters.DistanceUnit, Parameters.OutputFormat, CurrentTime};
+    }
+
     // The last values.
     double MeasValue = 0.0; ///< in the unit of `DistanceUnit`
     std::int32_t MeasValue_mm = 0;
@@ -146,20 +133,8 @@ public:
     /// sensor comes.
     bool UnstoredChanges = false;
 
-    // What the sensor says of itself.
-    std::string DeviceType{kSerialType};
-    std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
-
-    // As an entry in the list of configurations.
-    std::string Name;     ///< "Device" for the entry that stands for the sensor; empty for a configuration
-    std::string FileName; ///< full path of a configuration's file, spelt as the system has it
-
-    // The parameters; their codes, keys, defaults and texts stand in sensor/Parameters.h.
-    std::string Description;
-    std::int32_t Baudrate, DistanceUnit, OutputMode, OutputFormat, NodeAddress, AutostartMode, AverageDepth,
-        MovingAverage, TimeOut, EchoCheck, Blanking, RainFilter, DistanceWindow, EchoThreshold, DistanceLimit,
-        MeasValid, Offset, ScaleFactor, Temperature, AirPressure, S1Logic, S1OnThreshold, S1OffThreshold, S2Logic,
-        S2OnThreshold, S2OffThreshold, AnalogOutput, AnalogMin, AnalogMax;
+    ParameterSet Parameters; ///< that the sensor works with, as far as it has said so
+    SensorIdentity Identity;
 
 private:
     struct Distance {
@@ -213,8 +188,8 @@ private:
     void noteSentFrame(std::string text);
     void boundInBuffer();
 
-    bool hasBinaryFormat() const { return OutputFormat == FormatBinary || OutputFormat == FormatBinaryCrc; }
-    bool owesNothing() const { return CommStatus == DialogueMeasuring && OutputMode == OutputSingle; }
+    bool hasBinaryFormat() const { return IsBinary(Parameters.OutputFormat); }
+    bool owesNothing() const { return CommStatus == DialogueMeasuring && Parameters.OutputMode == OutputSingle; }
     bool pastDeadline() const { return CurrentTime > FailTime; }
     bool hasPaused() const;
     bool isWholeAnswerToT() const;

@@ -44,9 +44,9 @@ void clsRVQ::evaluateDistance()
         FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
         LastCommand = "m";
     }
-    if (OutputFormat == FormatBinary) {
+    if (Parameters.OutputFormat == FormatBinary) {
         takeBinaryDistance();
-    } else if (OutputFormat == FormatBinaryCrc) {
+    } else if (Parameters.OutputFormat == FormatBinaryCrc) {
         takeCrcDistance();
     } else {
         takeAsciiDistance();
@@ -61,7 +61,7 @@ void clsRVQ::takeAsciiDistance()
     InBuffer.erase(0, found.consumed);
     DamagedReplies += found.damaged;
     sDistance.clear();
-    UnitInDoubt = UnitInDoubt || (found.isNewShape && OutputFormat == FormatAscii);
+    UnitInDoubt = UnitInDoubt || (found.isNewShape && Parameters.OutputFormat == FormatAscii);
     std::deque<Distance> distances;
     for (const auto& line : {found.held, found.newest}) {
         if (line && !UnitInDoubt) {
@@ -110,9 +110,9 @@ bool clsRVQ::hasPaused() const
 /// Lines in another unit or format have another shape.
 void clsRVQ::followFormat()
 {
-    if (m_format != OutputFormat || m_unit != DistanceUnit) {
-        m_format = OutputFormat;
-        m_unit = DistanceUnit;
+    if (m_format != Parameters.OutputFormat || m_unit != Parameters.DistanceUnit) {
+        m_format = Parameters.OutputFormat;
+        m_unit = Parameters.DistanceUnit;
         m_lines.Forget();
         m_frames.Forget();
         m_lastCrc_mm.reset();
@@ -134,14 +134,15 @@ bool clsRVQ::isVerdict(std::string_view line) const
 
 void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const
 {
-    distances.push_back({{}, value_mm / UnitOf(DistanceUnit).millimetres, value_mm, {}});
+    distances.push_back({{}, value_mm / UnitOf(Parameters.DistanceUnit).millimetres, value_mm, {}});
 }
 
 void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
 {
     // A number beyond 32 bits of millimetres is noise, not a distance.
     const std::optional<std::int32_t> unit = modReplySteps::UnitInLine(line.text);
-    if (const auto value_mm = RoundHalfToEven(line.value * UnitOf(unit.value_or(DistanceUnit)).millimetres)) {
+    if (const auto value_mm =
+            RoundHalfToEven(line.value * UnitOf(unit.value_or(Parameters.DistanceUnit)).millimetres)) {
         distances.push_back({line.text, line.value, *value_mm, unit});
     }
 }
@@ -161,7 +162,7 @@ void clsRVQ::tellDue()
     m_due.pop_front();
     sDistance = distance.text;
     // A sensor that was set up anew says so in its lines first.
-    m_unit = DistanceUnit = distance.unit.value_or(DistanceUnit);
+    m_unit = Parameters.DistanceUnit = distance.unit.value_or(Parameters.DistanceUnit);
     acceptDistance(distance.value, distance.value_mm);
 }
 
@@ -204,7 +205,7 @@ void clsRVQ::acceptCrcDistance(std::int32_t value_mm)
 {
     m_outOfStep = false;
     m_lastCrc_mm = value_mm;
-    acceptDistance(value_mm / UnitOf(DistanceUnit).millimetres, value_mm);
+    acceptDistance(value_mm / UnitOf(Parameters.DistanceUnit).millimetres, value_mm);
 }
 
 void clsRVQ::reportCrcError()

@@ -147,7 +147,7 @@ bool clsRVQ::isWholeAnswerToT() const
     if (!isAwaited) {
         return false;
     }
-    const bool withCrc = OutputFormat == FormatBinaryCrc;
+    const bool withCrc = Parameters.OutputFormat == FormatBinaryCrc;
     const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, withCrc);
     return reply.consumed == InBuffer.size() && !reply.crcError && (reply.status == 0 || reply.status == 1);
 }
@@ -293,7 +293,7 @@ void clsRVQ::evaluateAnswerToT()
 
 void clsRVQ::takeBinaryTemperature()
 {
-    const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, OutputFormat == FormatBinaryCrc);
+    const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, Parameters.OutputFormat == FormatBinaryCrc);
     InBuffer.erase(0, reply.consumed);
     if (reply.crcError) {
         EventNr = EventCrcError;
@@ -308,38 +308,38 @@ void clsRVQ::takeBinaryTemperature()
 void clsRVQ::readDump(std::string_view dump)
 {
     using modReplySteps::DumpValue;
-    const std::int32_t format = OutputFormat;
-    DeviceType = textOf(DumpValue(dump, "Type:"));
-    Attenuator = textOf(DumpValue(dump, "Attenuator:"));
+    const std::int32_t format = Parameters.OutputFormat;
+    Identity.DeviceType = textOf(DumpValue(dump, "Type:"));
+    Identity.Attenuator = textOf(DumpValue(dump, "Attenuator:"));
     const std::string serialNo = textOf(DumpValue(dump, "Serial-No:"));
-    UnstoredChanges = UnstoredChanges && serialNo == SerialNo;
-    SerialNo = serialNo;
-    SWVersion = textOf(DumpValue(dump, "Version:"));
-    SWBuild = textOf(DumpValue(dump, "Build:"));
-    SWDate = textOf(DumpValue(dump, "Date:"));
-    HWPointer = textOf(DumpValue(dump, "Pointer:"));
+    UnstoredChanges = UnstoredChanges && serialNo == Identity.SerialNo;
+    Identity.SerialNo = serialNo;
+    Identity.SWVersion = textOf(DumpValue(dump, "Version:"));
+    Identity.SWBuild = textOf(DumpValue(dump, "Build:"));
+    Identity.SWDate = textOf(DumpValue(dump, "Date:"));
+    Identity.HWPointer = textOf(DumpValue(dump, "Pointer:"));
     sTemperature = textOf(DumpValue(dump, "Temperature:"));
     if (Contains(sTemperature, "OK")) {
         TempStatus = Contains(sTemperature, "NOK") ? 0 : 1;
     }
-    for (const ParameterDef& row : Parameters()) {
-        if (row.group == ParameterGroup::EchoFilter && !HasEchoFilter(*this)) {
+    for (const ParameterDef& row : ParameterTable()) {
+        if (row.group == ParameterGroup::EchoFilter && !HasEchoFilter(Identity)) {
             continue;
         }
         std::string key = std::string(row.code) + ":";
         // Deliberate: some sensors write the code of the echo check with a blank in it.
-        if (row.value == &clsRVQ::EchoCheck && !Contains(dump, key)) {
+        if (row.value == &ParameterSet::EchoCheck && !Contains(dump, key)) {
             key = "3 06:";
         }
         if (const auto value = WholeNumber(DumpValue(dump, key))) {
-            this->*row.value = *value;
+            Parameters.*row.value = *value;
         }
     }
-    if (DeviceType == kSerialType) {
-        NodeAddress = -1;
+    if (Identity.DeviceType == kSerialType) {
+        Parameters.NodeAddress = -1;
     }
     UnitInDoubt = false;
-    const bool isSame = m_mismatch != Mismatch::None && OutputFormat == format;
+    const bool isSame = m_mismatch != Mismatch::None && Parameters.OutputFormat == format;
     m_mismatch = isSame ? Mismatch::Confirmed : Mismatch::None;
 }
 

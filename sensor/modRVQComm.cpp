@@ -42,9 +42,9 @@ void StopMeasurement(clsRVQ& device)
     device.CommStatus = DialogueIdle;
 }
 
-std::string ParameterFrame(const clsRVQ& device, std::string_view code)
+std::string ParameterFrame(const ParameterSet& set, std::string_view code)
 {
-    return std::string(code) + ' ' + WireValue(device, code) + '\r';
+    return std::string(code) + ' ' + WireValue(set, code) + '\r';
 }
 
 std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> finals, const PumpEvents& pumpEvents)
@@ -74,7 +74,8 @@ void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
     }
 }
 
-std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents)
+std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,
+                         const PumpEvents& pumpEvents)
 {
     device.Journal.Clear();
     device.SendCommand(ParameterFrame(values, code));
@@ -84,7 +85,7 @@ std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view 
     device.EventNr = verdict ? event : static_cast<std::int32_t>(EventRefused);
     if (event == EventAcknowledged) {
         if (const ParameterDef* row = ParameterOfCode(code)) {
-            device.*row->value = values.*row->value;
+            device.Parameters.*row->value = values.*row->value;
         }
         device.UnstoredChanges = code != "999";
     }
@@ -98,7 +99,7 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
     }
     const WaitScope wait(device);
     AwaitOpenAnswer(device, pumpEvents);
-    return SendValueOf(device, device, code, pumpEvents);
+    return SendValueOf(device, device.Parameters, code, pumpEvents);
 }
 
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
@@ -109,7 +110,7 @@ std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEv
     if (measuring) {
         StopMeasurement(device);
     }
-    const std::int32_t verdict = SendValueOf(device, device, code, pumpEvents);
+    const std::int32_t verdict = SendValueOf(device, device.Parameters, code, pumpEvents);
     // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
     if (measuring && !device.Wait.Ended && device.PortIsOpen && device.Openings == opening) {
         StartMeasurement(device);

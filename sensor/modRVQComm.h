@@ -46,7 +46,7 @@ void StartMeasurement(clsRVQ& device);
 void StopMeasurement(clsRVQ& device);
 
 /// Code, a blank, the wire value and a carriage return.
-std::string ParameterFrame(const clsRVQ& device, std::string_view code);
+std::string ParameterFrame(const ParameterSet& set, std::string_view code);
 
 /// Waits until the evaluations have brought one of `finals` and returns it. EventNoAnswer when the sensor does not
 /// answer, and at once when the port is closed or the program ends. What has arrived is looked at before it pumps.
@@ -70,7 +70,8 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
 
 /// `SendParameter` with the value that `values` has for the code, for a caller that holds a `WaitScope` over several
 /// sends of its own. What the sensor acknowledges is in `device` afterwards; a refused value leaves it as it was.
-std::int32_t SendValueOf(clsRVQ& device, const clsRVQ& values, std::string_view code, const PumpEvents& pumpEvents);
+std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,
+                         const PumpEvents& pumpEvents);
 
 /// `SendParameter` with a running measurement stopped before and started again after it. An open answer is the caller's
 /// to wait for, before it sets the value: it may be the sensor's own set.

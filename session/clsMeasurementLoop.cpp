@@ -59,9 +59,9 @@ void clsMeasurementLoop::Tick(double now)
 
 void clsMeasurementLoop::showSensorSettings()
 {
-    m_view.ShowSensorSettings({.AverageDepth = m_device.AverageDepth,
-                               .MovingAverage = m_device.MovingAverage != 0,
-                               .RedLaser = m_device.HWPointer != "off"});
+    m_view.ShowSensorSettings({.AverageDepth = m_device.Parameters.AverageDepth,
+                               .MovingAverage = m_device.Parameters.MovingAverage != 0,
+                               .RedLaser = m_device.Identity.HWPointer != "off"});
 }
 
 /// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach, and one set
@@ -178,7 +178,7 @@ void clsMeasurementLoop::dispatch()
 
 void clsMeasurementLoop::noAnswer()
 {
-    if (m_device.OutputMode == OutputSingle) {
+    if (m_device.Parameters.OutputMode == OutputSingle) {
         return; // a sensor that sends when it likes owes no answer
     }
     if (m_device.TempStatus == 0 && m_measuring) {
@@ -201,9 +201,10 @@ void clsMeasurementLoop::noAnswer()
 
 void clsMeasurementLoop::newDistance()
 {
-    Show(MeasurementOf(m_device));
+    const Measurement measurement = m_device.LastMeasurement();
+    Show(measurement);
     if (Record) {
-        Record(m_device);
+        Record(measurement, m_device.sTemperature);
     }
     status(TextNewDistance);
     m_view.ShowShutDown(m_device.MeasValue == kMarkerTempError);
@@ -229,7 +230,7 @@ void clsMeasurementLoop::newTemperature()
 void clsMeasurementLoop::newConfiguration()
 {
     showSensorSettings();
-    m_view.ShowShutDown(m_device.HWPointer.find("shutdown") != std::string::npos);
+    m_view.ShowShutDown(m_device.Identity.HWPointer.find("shutdown") != std::string::npos);
     status(TextNewConfiguration);
 }
 

@@ -45,7 +45,7 @@ public:
     /// Switches the marker laser, with a running measurement stopped before and started again after it.
     void SwitchRedLaser(bool on);
     /// Sends a parameter ("301", "304") with a new value, likewise. What the sensor refuses is taken back and shown.
-    void ChangeSetting(std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value,
+    void ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
                        const modRVQComm::PumpEvents& pumpEvents);
     /// Whether temperatures are read during a measurement.
     void PollTemperature(bool poll) { m_pollTemperature = poll; }
@@ -58,8 +58,9 @@ public:
     /// Fits the chart's value axis anew to what the chart shows.
     void FitRange();
 
-    /// Is handed every new measurement after it was shown; empty while nothing is recorded.
-    std::function<void(const clsRVQ&)> Record;
+    /// Called with every new measurement after it was shown, and the temperature read last; empty while nothing is
+    /// recorded.
+    std::function<void(const Measurement&, std::string_view temperature)> Record;
     /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
     /// nothing, and the histories begin anew.
     void BeginPlaying();

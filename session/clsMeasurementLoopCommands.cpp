@@ -16,7 +16,7 @@ void clsMeasurementLoop::StartStop(const NextPass& nextPass)
     if (!mayStart() || !awaitOpenAnswer(PumpEvents)) {
         return;
     }
-    if (m_device.OutputMode != OutputSingle) {
+    if (m_device.Parameters.OutputMode != OutputSingle) {
         startStop(before);
     } else if (m_device.PortIsOpen) {
         requestOne(nextPass);
@@ -118,23 +118,23 @@ void clsMeasurementLoop::SwitchRedLaser(bool on)
         modRVQComm::StopMeasurement(m_device);
     }
     m_device.SendCommand(on ? "P" : "O");
-    m_device.HWPointer = on ? "on" : "off"; // as the next dump will say
+    m_device.Identity.HWPointer = on ? "on" : "off"; // as the next dump will say
     if (measuring) {
         modRVQComm::StartMeasurement(m_device);
     }
     showSensorSettings(); // what was read meanwhile told of the laser as it was
 }
 
-void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value,
+void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
                                        const modRVQComm::PumpEvents& pumpEvents)
 {
     // Before the value is set: the answer may be the sensor's own set.
     const bool isConnected = mayStart() && awaitOpenAnswer(pumpEvents) && m_device.CommStatus != DialogueNone;
     if (isConnected) {
-        const std::int32_t before = m_device.*setting;
-        m_device.*setting = value;
+        const std::int32_t before = m_device.Parameters.*setting;
+        m_device.Parameters.*setting = value;
         if (modRVQComm::ChangeParameter(m_device, code, pumpEvents) != EventAcknowledged) {
-            m_device.*setting = before;
+            m_device.Parameters.*setting = before;
         }
     }
     if (!m_device.Wait.Ended) {

@@ -1,6 +1,5 @@
 #include "session/clsRecorder.h"
 
-#include "sensor/clsRVQ.h"
 #include "store/modRecordLine.h"
 
 #include <algorithm>
@@ -44,13 +43,14 @@ std::filesystem::path clsRecorder::NearestFolder() const
     return std::filesystem::is_directory(m_folder, unknown) ? m_folder : m_folder.parent_path();
 }
 
-void clsRecorder::Record(const clsRVQ& device)
+void clsRecorder::Record(const Measurement& measurement, std::string_view temperature)
 {
     if (Mode != RecorderRecording) {
         return;
     }
-    m_waitsForTemperature = !modRecordLine::HasTemperature(device);
-    const std::error_code error = m_file->WriteLine(modRecordLine::RecordLine(device), device.CurrentTime);
+    m_waitsForTemperature = !modRecordLine::HasTemperature(temperature);
+    const std::error_code error =
+        m_file->WriteLine(modRecordLine::RecordLine(measurement, temperature), measurement.time);
     if (error) {
         fail(error);
     } else {

@@ -11,11 +11,12 @@
 #include <future>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
-class clsRVQ;
+struct Measurement;
 
 /// Values of `clsRecorder::Mode`.
 enum RecorderMode : std::int32_t { RecorderIdle = 0, RecorderRecording = 1, RecorderPlaying = 2 };
@@ -33,9 +34,9 @@ public:
 
     /// Begins a recording in the next free file. Throws what clsRecordFile throws; nothing runs then.
     void StartRecording();
-    /// Writes the device's last measurement; only while recording. Throws what RecordLine throws, and goes on
-    /// recording. An error of the file stops the recording; `Failure` says why.
-    void Record(const clsRVQ& device);
+    /// Writes a measurement with the temperature that was read last; only while recording. Throws what RecordLine
+    /// throws, and goes on recording. An error of the file stops the recording; `Failure` says why.
+    void Record(const Measurement& measurement, std::string_view temperature);
     /// Lets lines reach the disk in time, and takes note of the ended recordings that have reached it; for every tick,
     /// at the local time `now`.
     void Flush(double now);

@@ -28,36 +28,31 @@ enum TextId : std::int32_t {
 constexpr std::string_view kRainFilter = "351";
 
 /// Whether the parameter goes out for this configuration; the rain filter and what stands behind it apart.
-bool isSent(const ParameterDef& row, const clsRVQ& configuration)
+bool isSent(const ParameterDef& row, const ParameterSet& set)
 {
-    const bool serial = IsSerial(configuration);
+    const bool serial = IsSerial(set);
     if (row.code == "610") {
         return !serial;
     }
     if (row.code == "504" || row.code == "505") {
-        return serial && configuration.AnalogOutput == 0;
+        return serial && set.AnalogOutput == 0;
     }
     return serial || (row.group != ParameterGroup::SerialOnly && row.code != "603");
 }
 
 /// The sensor's set and what it says of itself; name, file and description stay.
-void copySet(const clsRVQ& device, clsRVQ& entry)
+void copySet(const clsRVQ& device, Configuration& entry)
 {
-    for (const ParameterDef& row : Parameters()) {
-        entry.*row.value = device.*row.value;
-    }
-    for (const auto text : {&clsRVQ::DeviceType, &clsRVQ::Attenuator, &clsRVQ::SerialNo, &clsRVQ::SWVersion,
-                            &clsRVQ::SWBuild, &clsRVQ::SWDate, &clsRVQ::HWPointer}) {
-        entry.*text = device.*text;
-    }
+    entry.Parameters = device.Parameters;
+    entry.Identity = device.Identity;
 }
 
 } // namespace
 
-std::vector<std::string_view> UploadCodes(const clsRVQ& configuration, const clsRVQ& sensor)
+std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorIdentity& sensor)
 {
     std::vector<const ParameterDef*> rows;
-    for (const ParameterDef& row : Parameters()) {
+    for (const ParameterDef& row : ParameterTable()) {
         rows.push_back(&row);
     }
     std::ranges::sort(rows, {}, &ParameterDef::codeId);
@@ -66,18 +61,18 @@ std::vector<std::string_view> UploadCodes(const clsRVQ& configuration, const cls
         if (row->code == kRainFilter) {
             break;
         }
-        if (isSent(*row, configuration)) {
+        if (isSent(*row, set)) {
             codes.push_back(row->code);
         }
     }
-    const bool chosen = !WireValue(configuration, kRainFilter).empty();
+    const bool chosen = !WireValue(set, kRainFilter).empty();
     if (chosen && HasEchoFilter(sensor)) {
         codes.push_back(kRainFilter);
     }
     return codes; // the four that follow are never sent
 }
 
-clsTransfer::clsTransfer(clsRVQ& device, clsRVQ& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents)
+clsTransfer::clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents)
     : m_device(device), m_entry(entry), m_view(view), m_pumpEvents(std::move(pumpEvents))
 {}
 
@@ -168,7 +163,7 @@ bool clsTransfer::perform(TransferJob job)
 /// False when it was aborted.
 bool clsTransfer::sendAll()
 {
-    const std::vector<std::string_view> codes = UploadCodes(m_entry, m_device);
+    const std::vector<std::string_view> codes = UploadCodes(m_entry.Parameters, m_device.Identity);
     const auto steps = static_cast<std::int32_t>(codes.size()) + 1;
     for (std::size_t next = 0; next < codes.size();) {
         m_view.ShowProgress({static_cast<std::int32_t>(next) + 1, steps, ParameterOfCode(codes[next])->labelId});
@@ -193,7 +188,7 @@ FailureAnswer clsTransfer::sendOne(std::string_view code)
 {
     const bool hadSome = m_device.UnstoredChanges;
     while (!m_device.Wait.Ended && isSameSensor()) {
-        const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents);
+        const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry.Parameters, code, m_pumpEvents);
         if (verdict == EventAcknowledged) {
             return FailureAnswer::Ignore;
         }
@@ -280,7 +275,8 @@ void clsTransfer::command(std::string_view code, TransferJob job)
 {
     const bool store = job == TransferJob::Store;
     m_view.ShowProgress({0, 0, store ? TextStoring : TextSettingDefaults});
-    m_isTaken = isSameSensor() && modRVQComm::SendValueOf(m_device, m_entry, code, m_pumpEvents) == EventAcknowledged;
+    m_isTaken = isSameSensor() &&
+                modRVQComm::SendValueOf(m_device, m_entry.Parameters, code, m_pumpEvents) == EventAcknowledged;
     m_view.ShowFailed(!m_isTaken);
     if (m_isTaken) {
         m_view.ShowStatusText(store ? TextStored : TextDefaultsSet);

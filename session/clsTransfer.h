@@ -4,6 +4,7 @@
 #pragma once
 
 #include "sensor/modRVQComm.h"
+#include "store/Configuration.h"
 
 #include <cstdint>
 #include <initializer_list>
@@ -47,14 +48,14 @@ public:
 /// The codes that an upload sends, in order. What a serial or a Profibus sensor has not is left out. The four values of
 /// the echo filter never go out, the rain filter does, as the last, when one is chosen and `sensor` has it. The
 /// thresholds of Q2 go out only while the analog output, which takes its place, is off; the logic of both always.
-std::vector<std::string_view> UploadCodes(const clsRVQ& configuration, const clsRVQ& sensor);
+std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorIdentity& sensor);
 
 /// All four acts return when they have ended, however that was. A running measurement is stopped before and started
 /// again after them. While one runs, or anybody else waits for the sensor, or the program ends, another does nothing.
 class clsTransfer {
 public:
     /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer.
-    clsTransfer(clsRVQ& device, clsRVQ& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents);
+    clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents);
 
     /// Reads the sensor's set into the entry; a failure leaves the entry as it was.
     void Download();
@@ -82,7 +83,7 @@ private:
     void command(std::string_view code, TransferJob job);
 
     clsRVQ& m_device;
-    clsRVQ& m_entry;
+    Configuration& m_entry;
     TransferView& m_view;
     modRVQComm::PumpEvents m_pumpEvents;
     bool m_busy = false;

@@ -16,39 +16,36 @@ constexpr double kLongestSpan = 14.0;                          // days, whose mi
 constexpr std::int32_t kDay_ms = 86400000;
 constexpr std::int32_t kShortestRange_ms = 60000;
 
-/// Puts a line into the record as a reply of the sensor would have been put there.
-void fill(clsRVQ& record, const modRecordLine::RecordedValue& line, double unit_mm)
+/// Fills a measurement as a reply of the sensor would have done.
+void fill(Measurement& measurement, const modRecordLine::RecordedValue& line, double unit_mm)
 {
-    record.CurrentTime = line.time;
-    switch (line.kind) {
-    case MeasurementKind::Distance:
-        record.MeasValue_mm = line.value_mm;
-        record.MeasValue = line.value_mm / unit_mm;
-        break;
-    case MeasurementKind::NoEcho:
-    case MeasurementKind::TempError:
-        record.MeasValue_mm = line.kind == MeasurementKind::NoEcho ? kMarkerNoEcho : kMarkerTempError;
-        record.MeasValue = record.MeasValue_mm;
-        break;
-    }
-    if (!line.sameTemperature && !line.temperature.empty()) {
-        record.sTemperature = line.temperature;
+    measurement.time = line.time;
+    if (line.kind == MeasurementKind::Distance) {
+        measurement.value_mm = line.value_mm;
+        measurement.value = line.value_mm / unit_mm;
+    } else {
+        measurement.value_mm = line.kind == MeasurementKind::NoEcho ? kMarkerNoEcho : kMarkerTempError;
+        measurement.value = measurement.value_mm;
     }
 }
 
-void load(clsRecordReader& reader, clsRVQ& record, const Stage& stage, Loaded& loaded)
+void load(clsRecordReader& reader, Measurement& measurement, const Stage& stage, Loaded& loaded)
 {
-    const double unit_mm = UnitOf(record.DistanceUnit).millimetres;
+    const double unit_mm = UnitOf(measurement.unit).millimetres;
     std::uint64_t reported = 0;
     RecordStep step = RecordStep::End;
     while ((step = reader.Next()) == RecordStep::Value) {
-        fill(record, reader.Value(), unit_mm);
-        if (loaded.first == 0.0) {
-            loaded.first = record.CurrentTime;
+        const modRecordLine::RecordedValue& line = reader.Value();
+        fill(measurement, line, unit_mm);
+        if (!line.sameTemperature && !line.temperature.empty()) {
+            loaded.temperature = line.temperature;
         }
-        loaded.last = record.CurrentTime;
+        if (loaded.first == 0.0) {
+            loaded.first = measurement.time;
+        }
+        loaded.last = measurement.time;
         ++loaded.lines;
-        stage.show(record);
+        stage.show(measurement);
         if (reader.Position() - reported >= kReportEvery) {
             reported = reader.Position();
             if (!stage.goOn(reader.Fraction())) {
@@ -64,17 +61,15 @@ void load(clsRecordReader& reader, clsRVQ& record, const Stage& stage, Loaded& l
 
 } // namespace
 
-Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const Stage& stage,
+Loaded LoadData(const std::filesystem::path& file, const ParameterSet& set, const Stage& stage,
                 std::vector<FileHandle>& played)
 {
-    clsRVQ record;
-    record.DistanceUnit = device.DistanceUnit;
-    record.OutputFormat = device.OutputFormat;
+    Measurement measurement{.unit = set.DistanceUnit, .outputFormat = set.OutputFormat};
     Loaded loaded;
     std::optional<clsRecordReader> reader;
     try {
         reader.emplace(file);
-        load(*reader, record, stage, loaded);
+        load(*reader, measurement, stage, loaded);
     } catch (const std::system_error& failure) {
         loaded.outcome = Outcome::Unreadable; // what has been shown stays
         loaded.failure = failure.code();
@@ -86,9 +81,8 @@ Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const S
         played.push_back(reader->Release());
     }
     if (loaded.lines > 0) {
-        loaded.end = MeasurementOf(record);
+        loaded.end = measurement;
     }
-    loaded.temperature = record.sTemperature;
     return loaded;
 }
 

@@ -1,8 +1,9 @@
-// Playing a recording: its lines as measurements of the device, and where the chart's time axis has to be for them.
+// Playing a recording: its lines as measurements, and where the chart's time axis has to be for them.
 #pragma once
 
 #include "base/FileHandle.h"
 #include "sensor/Measurement.h"
+#include "sensor/Parameters.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -11,8 +12,6 @@
 #include <string>
 #include <system_error>
 #include <vector>
-
-class clsRVQ;
 
 namespace modPlayback {
 
@@ -33,17 +32,17 @@ struct Loaded {
 
 /// What loading needs from outside.
 struct Stage {
-    /// Shows one measurement; the record is the same object each time.
-    std::function<void(const clsRVQ&)> show;
+    /// Shows one measurement; it is the same object each time.
+    std::function<void(const Measurement&)> show;
     /// Is told now and then how much has been read, 0..1; false ends the loading.
     std::function<bool(double fraction)> goOn;
 };
 
-/// Shows every line of a recording in one pass, as measurements of a device with the unit and the output format of
-/// `device`. A line that says "No Echo" or "TempError" carries the marker, never a distance. Loading ends, with what it
+/// Shows every line of a recording in one pass, as measurements in the unit and the output format of
+/// `set`. A line that says "No Echo" or "TempError" carries the marker, never a distance. Loading ends, with what it
 /// has, at a line that cannot be read, at any error of the file, and when it is told to. The file stays open in
 /// `played`.
-Loaded LoadData(const std::filesystem::path& file, const clsRVQ& device, const Stage& stage,
+Loaded LoadData(const std::filesystem::path& file, const ParameterSet& set, const Stage& stage,
                 std::vector<FileHandle>& played);
 
 /// The time axis for a recording.

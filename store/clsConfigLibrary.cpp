@@ -46,7 +46,7 @@ std::vector<std::string> beyond(const std::vector<std::string>& list, std::vecto
 }
 
 /// The bytes before and after the reading: only those that are the same are what has been read.
-std::optional<std::string> readFrom(clsRVQ& configuration)
+std::optional<std::string> readFrom(Configuration& configuration)
 {
     const auto before = modFiles::ReadWhole(configuration.FileName);
     modConfigFile::Read(configuration);
@@ -57,7 +57,7 @@ std::optional<std::string> readFrom(clsRVQ& configuration)
 
 clsConfigLibrary::clsConfigLibrary(std::string iniFile) : m_iniFile(std::move(iniFile))
 {
-    auto device = std::make_unique<clsRVQ>();
+    auto device = std::make_unique<Configuration>();
     device->Name = kDevice;
     device->FileName = kDevice;
     m_entries.push_back({std::move(device)});
@@ -65,7 +65,7 @@ clsConfigLibrary::clsConfigLibrary(std::string iniFile) : m_iniFile(std::move(in
 
 clsConfigLibrary::Listed clsConfigLibrary::loaded(const std::string& path)
 {
-    Listed entry{std::make_unique<clsRVQ>()};
+    Listed entry{std::make_unique<Configuration>()};
     entry.configuration->FileName = path;
     entry.bytes = readFrom(*entry.configuration);
     return entry;
@@ -111,7 +111,7 @@ std::size_t clsConfigLibrary::FindOrAdd(const std::string& path)
     if (const auto line = Find(path)) {
         return *line;
     }
-    m_entries.push_back({std::make_unique<clsRVQ>()});
+    m_entries.push_back({std::make_unique<Configuration>()});
     Entry(m_entries.size() - 1).FileName = path;
     return m_entries.size() - 1;
 }
@@ -125,7 +125,7 @@ bool clsConfigLibrary::HasChangedOnDisk(std::size_t line) const
 
 bool clsConfigLibrary::ReadAgain(std::size_t line)
 {
-    clsRVQ& configuration = Entry(line);
+    Configuration& configuration = Entry(line);
     Listed now = loaded(configuration.FileName);
     if (now.configuration->Description.empty()) {
         return false;
@@ -175,7 +175,7 @@ UnwrittenFile clsConfigLibrary::save(const Listed* stored)
         takeOver(pathsIn(content), stored);
         std::int32_t number = 0;
         for (const Listed& entry : m_entries) {
-            const clsRVQ& configuration = *entry.configuration;
+            const Configuration& configuration = *entry.configuration;
             // Entries of these names stand for no file. There is none named "Default" today.
             if (entry.isListed && configuration.Name != "Default" && configuration.Name != kDevice) {
                 content.Put(kSection, {keyOf(++number), configuration.FileName});

@@ -2,7 +2,7 @@
 // Lines count from 0, as a list box counts them.
 #pragma once
 
-#include "sensor/clsRVQ.h"
+#include "store/Configuration.h"
 
 #include <cstddef>
 #include <memory>
@@ -33,9 +33,9 @@ public:
 
     std::size_t Size() const { return m_entries.size(); }
     /// A reference stays good until its entry is deleted. Throws std::out_of_range.
-    clsRVQ& Entry(std::size_t line) const { return *m_entries.at(line).configuration; }
+    Configuration& Entry(std::size_t line) const { return *m_entries.at(line).configuration; }
     /// What was last read from the sensor; it has no file and an empty description.
-    clsRVQ& Device() const { return Entry(kDeviceLine); }
+    Configuration& Device() const { return Entry(kDeviceLine); }
 
     /// Adds a file and returns its line; nothing when the file has no description. The path is kept by the next `Store`
     /// or `Delete`.
@@ -71,7 +71,7 @@ public:
 
 private:
     struct Listed {
-        std::unique_ptr<clsRVQ> configuration;
+        std::unique_ptr<Configuration> configuration;
         std::optional<std::string> bytes = {}; ///< of its file, as this program knows it
         bool isListed = true;                  ///< false once another program has taken it off the list
     };

@@ -4,18 +4,18 @@
 
 #include <system_error>
 
-class clsRVQ;
+struct Configuration;
 
 namespace modConfigFile {
 
 /// Fills the configuration from its `FileName`. What the file does not name gets the default of a missing key, so a
 /// file that is missing or cannot be read leaves an empty `Description` and defaults. A file with a `NodeAddress` of 0
 /// or more is one of a Profibus sensor: switch and analog values stay as they were.
-void Read(clsRVQ& configuration);
+void Read(Configuration& configuration);
 
 /// Writes all keys to its `FileName` in one step, whatever the type of sensor. False, with the reason in `why`, when
 /// that fails; an existing file is as it was then.
-bool Write(const clsRVQ& configuration, std::error_code& why);
-bool Write(const clsRVQ& configuration);
+bool Write(const Configuration& configuration, std::error_code& why);
+bool Write(const Configuration& configuration);
 
 } // namespace modConfigFile

@@ -1,7 +1,6 @@
 #include "store/modCsvExport.h"
 
 #include "base/Numbers.h"
-#include "sensor/clsRVQ.h"
 #include "store/clsRecordReader.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "store/modRecordLine.h"
 
 #include "base/Numbers.h"
+#include "sensor/Parameters.h"
 
 #include <algorithm>
 #include <chrono>
@@ -48,20 +49,19 @@ void appendDateTime(std::string& line, double time)
 }
 
 /// What the display says.
-MeasurementKind kindOf(const clsRVQ& device)
+MeasurementKind kindOf(const Measurement& measurement)
 {
-    const bool binary = device.OutputFormat == FormatBinary || device.OutputFormat == FormatBinaryCrc;
     // Deliberate: "TempErr!" in an ASCII format is recorded as "No Echo", whose number is its value.
-    const bool inWords = !binary && device.MeasValue == kMarkerNoEcho;
-    return inWords || device.MeasValue == 0.0 ? MeasurementKind::NoEcho : KindOf(MeasurementOf(device));
+    const bool inWords = !IsBinary(measurement.outputFormat) && measurement.value == kMarkerNoEcho;
+    return inWords || measurement.value == 0.0 ? MeasurementKind::NoEcho : KindOf(measurement);
 }
 
-void appendDistance(std::string& line, const clsRVQ& device)
+void appendDistance(std::string& line, const Measurement& measurement)
 {
-    if (const MeasurementKind kind = kindOf(device); kind != MeasurementKind::Distance) {
+    if (const MeasurementKind kind = kindOf(measurement); kind != MeasurementKind::Distance) {
         line += NameOf(kind);
     } else {
-        line += std::to_string(device.MeasValue_mm);
+        line += std::to_string(measurement.value_mm);
         line += " mm";
     }
 }
@@ -170,23 +170,23 @@ bool takeDistance(std::string_view field, RecordedValue& value)
 
 } // namespace
 
-bool HasTemperature(const clsRVQ& device)
+bool HasTemperature(std::string_view temperature)
 {
-    return contains(device.sTemperature, " ");
+    return contains(temperature, " ");
 }
 
-std::string RecordLine(const clsRVQ& device)
+std::string RecordLine(const Measurement& measurement, std::string_view temperature)
 {
-    const auto blank = device.sTemperature.find(' ');
-    if (blank == std::string::npos) {
+    const auto blank = temperature.find(' ');
+    if (blank == std::string_view::npos) {
         throw std::invalid_argument("no temperature to record");
     }
     std::string line;
-    appendDateTime(line, device.CurrentTime);
+    appendDateTime(line, measurement.time);
     line += "; ";
-    appendDistance(line, device);
+    appendDistance(line, measurement);
     line += "; ";
-    appendTemperature(line, std::string_view(device.sTemperature).substr(0, blank));
+    appendTemperature(line, temperature.substr(0, blank));
     line += "\r\n";
     return line;
 }

@@ -1,8 +1,8 @@
 // One line of a recording, written and read.
 #pragma once
 
+#include "base/Days.h"
 #include "sensor/Measurement.h"
-#include "sensor/clsRVQ.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -12,15 +12,15 @@
 
 namespace modRecordLine {
 
-/// The device's last measurement as a line with its CR LF, one byte a character:
+/// A measurement with the temperature that was read last, as a line with its CR LF, one byte a character:
 /// "15.11.2026 13:05:07,250; 1234 mm; 23 °C", or "No Echo" or "TempError" in the second field, as on the display. What
 /// a disturbed temperature holds of control characters and of the signs between the parts of a line becomes "?".
-/// Throws std::invalid_argument when the temperature text has no blank (none was read yet) or when `CurrentTime` lies
+/// Throws std::invalid_argument when the temperature text has no blank (none was read yet) or when its time lies
 /// outside the years 100 to 9999.
-std::string RecordLine(const clsRVQ& device);
+std::string RecordLine(const Measurement& measurement, std::string_view temperature);
 
-/// Whether the device has a temperature that a line can hold.
-bool HasTemperature(const clsRVQ& device);
+/// Whether a line can hold a temperature.
+bool HasTemperature(std::string_view temperature);
 
 /// What a line says.
 struct RecordedValue {

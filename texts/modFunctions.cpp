@@ -40,7 +40,7 @@ std::string_view NeutralText(std::int32_t id)
             return row.text;
         }
     }
-    for (const ParameterDef& row : Parameters()) {
+    for (const ParameterDef& row : ParameterTable()) {
         if (row.codeId == id) {
             return row.code;
         }

@@ -3,6 +3,7 @@
 #include "base/modFiles.h"
 #include "sensor/Parameters.h"
 #include "session/clsRecorder.h"
+#include "store/Configuration.h"
 #include "store/modConfigFile.h"
 #include "store/modGlobals.h"
 #include "store/modRecordLine.h"
@@ -103,21 +104,22 @@ TEST_F(CrashSafety, Configurations)
 {
     const std::string file = folder.path / "a.rvq";
     const auto save = [&file](int i) {
-        clsRVQ configuration;
+        Configuration configuration;
         configuration.FileName = file;
         configuration.Description = std::to_string(i);
-        for (const ParameterDef& row : Parameters()) {
-            configuration.*row.value = i;
+        for (const ParameterDef& row : ParameterTable()) {
+            configuration.Parameters.*row.value = i;
         }
         return modConfigFile::Write(configuration);
     };
     Repeat(100, save, [&](int done) {
-        clsRVQ read;
+        Configuration read;
         read.FileName = file;
         modConfigFile::Read(read);
         ASSERT_TRUE(read.Description == std::to_string(done) || read.Description == std::to_string(done + 1));
-        for (const ParameterDef& row : Parameters()) {
-            ASSERT_TRUE(row.group == ParameterGroup::SerialOnly || std::to_string(read.*row.value) == read.Description);
+        for (const ParameterDef& row : ParameterTable()) {
+            ASSERT_TRUE(row.group == ParameterGroup::SerialOnly ||
+                        std::to_string(read.Parameters.*row.value) == read.Description);
         }
     });
     LeftoversGoWith(save, "configurations, `*.rvq`");
@@ -125,18 +127,16 @@ TEST_F(CrashSafety, Configurations)
 
 TEST_F(CrashSafety, Recordings)
 {
-    clsRVQ device;
-    device.CurrentTime = 46341.5;
-    device.MeasValue = device.MeasValue_mm = 1234;
-    device.sTemperature = "23 C,  OK";
-    const std::string line = modRecordLine::RecordLine(device);
+    const Measurement value{.value = 1234.0, .value_mm = 1234, .unit = 1, .outputFormat = 1, .time = 46341.5};
+    const std::string temperature = "23 C,  OK";
+    const std::string line = modRecordLine::RecordLine(value, temperature);
     const fs::path file = folder.path / "SAVE0001.rec";
     clsRecorder recorder(folder.path);
     const auto record = [&](int i) {
         if (i == 1) {
             recorder.StartRecording();
         }
-        recorder.Record(device);
+        recorder.Record(value, temperature);
     };
     Repeat(200, record, [&](int done) {
         // Of the line in hand the system may have taken the part up to the end of a page.

@@ -15,7 +15,7 @@ constexpr double kPast_ms = 2001;
 struct Expecting : ScriptedSensor {
     Expecting(std::int32_t commStatus, std::string_view lastCommand, std::int32_t format = FormatAsciiUnit)
     {
-        device.OutputFormat = format;
+        device.Parameters.OutputFormat = format;
         Expect(commStatus, lastCommand);
     }
 };
@@ -110,7 +110,7 @@ TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
 {
     // The loop takes no step back for such a sensor, so the parser has to let go by itself.
     Expecting sensor(DialogueIdle, "302 50\r");
-    sensor.device.OutputMode = OutputSingle;
+    sensor.device.Parameters.OutputMode = OutputSingle;
     sensor.At(kPast_ms);
     EXPECT_EQ(sensor.Arrive("RVQ ready\r\n"), EventNoAnswer);
     EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
@@ -121,7 +121,7 @@ TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
 TEST(Evaluate, ASensorWithSingleOutputIsNotInterrupted)
 {
     Expecting sensor(DialogueMeasuring, "M", FormatBinary);
-    sensor.device.OutputMode = OutputSingle;
+    sensor.device.Parameters.OutputMode = OutputSingle;
     sensor.At(kPast_ms);
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
@@ -365,7 +365,7 @@ TEST(Evaluate, ALineIsMeasuredInTheUnitThatItNames)
     sensor.Arrive("    4.0490 ft\r\n"); // set up anew by somebody else
     sensor.Arrive("    4.0500 ft\r\n");
     EXPECT_EQ(sensor.device.MeasValue_mm, 1234);
-    EXPECT_EQ(sensor.device.DistanceUnit, 3);
+    EXPECT_EQ(sensor.device.Parameters.DistanceUnit, 3);
     sensor.Arrive("");
     EXPECT_EQ(sensor.device.MeasValue, 4.05);
     EXPECT_EQ(sensor.Arrive("    4.0510 ft\r\n"), EventDistance);
@@ -396,21 +396,22 @@ TEST(Evaluate, DumpFillsTheParameterSet)
                              "Date: 1.2.2024\r\nPointer: off\r\nTemperature: 31 C, NOK\r\n";
     std::string body;
     std::int32_t value = 1;
-    for (const ParameterDef& row : Parameters()) {
+    for (const ParameterDef& row : ParameterTable()) {
         body += std::string(row.code) + ": " + std::to_string(value++) + "\r\n";
     }
     Expecting sensor(DialogueNone, "C");
     EXPECT_EQ(sensor.Arrive(head + body), EventNone);
     EXPECT_EQ(sensor.Arrive("end\r\n"), EventConfiguration);
     const clsRVQ& device = sensor.device;
-    EXPECT_EQ(device.DeviceType + device.Attenuator + device.SerialNo + device.SWVersion + device.SWBuild +
-                  device.SWDate + device.HWPointer + device.sTemperature,
+    EXPECT_EQ(device.Identity.DeviceType + device.Identity.Attenuator + device.Identity.SerialNo +
+                  device.Identity.SWVersion + device.Identity.SWBuild + device.Identity.SWDate +
+                  device.Identity.HWPointer + device.sTemperature,
               "ProfibusE47112.171.2.2024off31 C, NOK");
     EXPECT_EQ(device.TempStatus, 0);
     EXPECT_EQ(device.CommStatus, DialogueIdle);
     value = 1;
-    for (const ParameterDef& row : Parameters()) {
-        EXPECT_EQ(device.*row.value, value++) << row.code;
+    for (const ParameterDef& row : ParameterTable()) {
+        EXPECT_EQ(device.Parameters.*row.value, value++) << row.code;
     }
 }
 
@@ -425,8 +426,9 @@ TEST(Evaluate, ATextIsNoLongerThanItsKindNeeds)
     Expecting sensor(DialogueIdle, "C");
     const clsRVQ& device = sensor.device;
     ASSERT_EQ(sensor.Arrive(dump + "end"), EventConfiguration);
-    for (const std::string* text : {&device.DeviceType, &device.Attenuator, &device.SerialNo, &device.SWVersion,
-                                    &device.SWBuild, &device.SWDate, &device.HWPointer, &device.sTemperature}) {
+    for (const std::string* text : {&device.Identity.DeviceType, &device.Identity.Attenuator, &device.Identity.SerialNo,
+                                    &device.Identity.SWVersion, &device.Identity.SWBuild, &device.Identity.SWDate,
+                                    &device.Identity.HWPointer, &device.sTemperature}) {
         EXPECT_EQ(*text, endless.substr(0, 64));
     }
     ASSERT_EQ(sensor.Arrive("23 C," + endless), EventTemperature);
@@ -445,7 +447,7 @@ TEST(Evaluate, UnstoredChangesAreThoseOfTheRunningSensorAlone)
     for (const auto& [serialNo, bytes, stays] : rows) {
         for (const bool unstored : {false, true}) {
             Expecting sensor(DialogueIdle, "C");
-            sensor.device.SerialNo = serialNo;
+            sensor.device.Identity.SerialNo = serialNo;
             sensor.device.UnstoredChanges = unstored;
             sensor.Arrive(bytes);
             EXPECT_EQ(sensor.device.UnstoredChanges, unstored && stays) << serialNo << ": " << bytes;
@@ -455,22 +457,22 @@ TEST(Evaluate, UnstoredChangesAreThoseOfTheRunningSensorAlone)
 
 TEST(Evaluate, DumpIrregularities)
 {
-    const std::tuple<const char*, std::int32_t clsRVQ::*, std::int32_t, std::int32_t> rows[] = {
-        {"3 06: 1\r\n", &clsRVQ::EchoCheck, 0, 1},
-        {"3 06: 1\r\n306: 0\r\n", &clsRVQ::EchoCheck, 1, 0},
-        {"Attenuator: D\r\n351: 2\r\n", &clsRVQ::RainFilter, -1, -1},
-        {"Attenuator: DE\r\n351: 2\r\n", &clsRVQ::RainFilter, -1, 2},
-        {"Type: Serial\r\n610: 7\r\n", &clsRVQ::NodeAddress, 5, -1}, // only the first "Type:" counts
-        {"702: many\r\n", &clsRVQ::ScaleFactor, 77, 77},
-        {"702: 99999999999\r\n", &clsRVQ::ScaleFactor, 77, 77},
-        {"702: 5", &clsRVQ::ScaleFactor, 77, 77}, // no line end
-        {"702:-5\r\n", &clsRVQ::ScaleFactor, 77, -5},
+    const std::tuple<const char*, std::int32_t ParameterSet::*, std::int32_t, std::int32_t> rows[] = {
+        {"3 06: 1\r\n", &ParameterSet::EchoCheck, 0, 1},
+        {"3 06: 1\r\n306: 0\r\n", &ParameterSet::EchoCheck, 1, 0},
+        {"Attenuator: D\r\n351: 2\r\n", &ParameterSet::RainFilter, -1, -1},
+        {"Attenuator: DE\r\n351: 2\r\n", &ParameterSet::RainFilter, -1, 2},
+        {"Type: Serial\r\n610: 7\r\n", &ParameterSet::NodeAddress, 5, -1}, // only the first "Type:" counts
+        {"702: many\r\n", &ParameterSet::ScaleFactor, 77, 77},
+        {"702: 99999999999\r\n", &ParameterSet::ScaleFactor, 77, 77},
+        {"702: 5", &ParameterSet::ScaleFactor, 77, 77}, // no line end
+        {"702:-5\r\n", &ParameterSet::ScaleFactor, 77, -5},
     };
     for (const auto& [lines, member, before, after] : rows) {
         Expecting sensor(DialogueIdle, "C");
-        sensor.device.*member = before;
+        sensor.device.Parameters.*member = before;
         EXPECT_EQ(sensor.Arrive("Type: Serial\r\n"s + lines + "end"), EventConfiguration) << lines;
-        EXPECT_EQ(sensor.device.*member, after) << lines;
+        EXPECT_EQ(sensor.device.Parameters.*member, after) << lines;
     }
 }
 

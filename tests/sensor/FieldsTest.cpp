@@ -1,5 +1,6 @@
 // What the settings window shows, checks and copies.
 #include "sensor/Fields.h"
+
 #include "sensor/Parameters.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +38,7 @@ TEST(Fields, PairsMustLieApart)
         {FieldAnalogMin, "1000", "1999", false}, {FieldAnalogMin, "1000", "0", true},
     };
     for (const auto& [first, a, b, stored] : rows) {
-        clsRVQ configuration;
+        ParameterSet configuration;
         ShownSettings shown = ShownOf(configuration, '.');
         shown.texts[first] = a;
         shown.texts[first + 1] = b;
@@ -49,7 +50,7 @@ TEST(Fields, PairsMustLieApart)
 
 TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
 {
-    clsRVQ profibus;
+    ParameterSet profibus;
     profibus.NodeAddress = 5;
     profibus.OutputMode = 2;
     profibus.TimeOut = 9; // not in the list
@@ -60,7 +61,7 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     EXPECT_EQ(shown.choices[ChoiceS2Logic], -1);
     EXPECT_EQ(shown.choices[ChoiceTimeOut], -1);
 
-    clsRVQ target;
+    ParameterSet target;
     target.RainFilter = 1;
     EXPECT_EQ(CopyInto(target, shown)[FieldS1On], CopyOutcome::Skipped);
     EXPECT_EQ(target.NodeAddress, 5);
@@ -69,22 +70,22 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     EXPECT_EQ(target.RainFilter, -1);
 
     // A serial configuration saved in its place, and one sent to such a sensor.
-    const ShownSettings serial = ShownOf(clsRVQ(), ',');
+    const ShownSettings serial = ShownOf(ParameterSet(), ',');
     EXPECT_EQ(serial.texts[FieldNodeAddress], "n/a");
     EXPECT_EQ(CopyInto(target, serial)[FieldNodeAddress], CopyOutcome::Skipped);
     EXPECT_EQ(target.NodeAddress, 5);
     CopyForSaving(target, serial);
     EXPECT_EQ(target.NodeAddress, -1);
-    EXPECT_EQ(target.DeviceType, "Serial");
 }
 
 TEST(Fields, DifferencesNameTheSensorsValue)
 {
-    clsRVQ sensor;
+    ParameterSet set;
+    SensorIdentity sensor;
     sensor.Attenuator = "DE";
-    sensor.Offset = 40000; // out of the box's range, yet the same
-    ShownSettings shown = ShownOf(sensor, ',');
-    EXPECT_TRUE(Differences(shown, sensor, ',', 0).empty());
+    set.Offset = 40000; // out of the box's range, yet the same
+    ShownSettings shown = ShownOf(set, ',');
+    EXPECT_TRUE(Differences(shown, set, sensor, ',', 0).empty());
     shown.texts[FieldTemperature] = "20.0"; // written otherwise, yet the same
     shown.texts[FieldS1On] = "9000";
     shown.texts[FieldScaleFactor] = "x";
@@ -94,7 +95,7 @@ TEST(Fields, DifferencesNameTheSensorsValue)
     shown.choices[ChoiceOutputMode] = 2;
     const auto found = [&] {
         std::string values;
-        for (const Difference& difference : Differences(shown, sensor, ',', 0)) {
+        for (const Difference& difference : Differences(shown, set, sensor, ',', 0)) {
             values += std::string(difference.code) + ": " + difference.sensorText + '|';
         }
         return values;
@@ -102,7 +103,7 @@ TEST(Fields, DifferencesNameTheSensorsValue)
     const std::string everySensors = "603: Kontinuierlich|302: 25 %|304: Aus|";
     EXPECT_EQ(found(), "702: 1,000|501: 10000 mm|352: 20000 mm|" + everySensors);
     sensor.Attenuator = "D"; // it does not report the window
-    sensor.NodeAddress = 5;
+    set.NodeAddress = 5;
     EXPECT_EQ(found(), "702: 1,000|" + everySensors);
 }
 

@@ -16,25 +16,25 @@ using modRVQComm::SendParameter;
 TEST(Parameters, NoRowKeepsTheIdOrTheLabelThatItWasCopiedWith)
 {
     std::set<std::int32_t> ids, labels;
-    for (const ParameterDef& row : Parameters()) {
+    for (const ParameterDef& row : ParameterTable()) {
         EXPECT_TRUE(ids.insert(row.codeId).second && labels.insert(row.labelId).second) << row.code;
     }
 }
 
 TEST(WireValue, OfListedAndPlainParameters)
 {
-    using Row = std::tuple<const char*, std::int32_t clsRVQ::*, std::int32_t, const char*>;
+    using Row = std::tuple<const char*, std::int32_t ParameterSet::*, std::int32_t, const char*>;
     for (const auto& [code, member, value, wire] :
-         {Row{"601", &clsRVQ::Baudrate, 3, "9600"}, Row{"601", &clsRVQ::Baudrate, -1, "9600"},
-          Row{"111", &clsRVQ::DistanceUnit, 7, "M"}, Row{"101", &clsRVQ::OutputFormat, 4, "ASCII+UNIT"},
-          Row{"603", &clsRVQ::OutputMode, 2, "R"}, Row{"603", &clsRVQ::OutputMode, 3, "C"},
-          Row{"301", &clsRVQ::AverageDepth, 9, "1024"}, Row{"302", &clsRVQ::TimeOut, 4, "200"},
-          Row{"351", &clsRVQ::RainFilter, 3, ""}, Row{"701", &clsRVQ::Offset, -5, "-5"},
-          Row{"502", &clsRVQ::S1OffThreshold, 2147483647, "2147483647"}, Row{"999", &clsRVQ::Offset, 1, ""},
-          Row{"30", &clsRVQ::TimeOut, 1, ""}}) {
-        clsRVQ device;
-        device.*member = value;
-        EXPECT_EQ(WireValue(device, code), wire) << code << " = " << value;
+         {Row{"601", &ParameterSet::Baudrate, 3, "9600"}, Row{"601", &ParameterSet::Baudrate, -1, "9600"},
+          Row{"111", &ParameterSet::DistanceUnit, 7, "M"}, Row{"101", &ParameterSet::OutputFormat, 4, "ASCII+UNIT"},
+          Row{"603", &ParameterSet::OutputMode, 2, "R"}, Row{"603", &ParameterSet::OutputMode, 3, "C"},
+          Row{"301", &ParameterSet::AverageDepth, 9, "1024"}, Row{"302", &ParameterSet::TimeOut, 4, "200"},
+          Row{"351", &ParameterSet::RainFilter, 3, ""}, Row{"701", &ParameterSet::Offset, -5, "-5"},
+          Row{"502", &ParameterSet::S1OffThreshold, 2147483647, "2147483647"}, Row{"999", &ParameterSet::Offset, 1, ""},
+          Row{"30", &ParameterSet::TimeOut, 1, ""}}) {
+        ParameterSet set;
+        set.*member = value;
+        EXPECT_EQ(WireValue(set, code), wire) << code << " = " << value;
     }
 }
 
@@ -107,7 +107,7 @@ TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
         SCOPED_TRACE(row.what);
         ScriptedSensor sensor;
         sensor.device.CommStatus = DialogueIdle;
-        sensor.device.TimeOut = 2;
+        sensor.device.Parameters.TimeOut = 2;
         sensor.device.Journal.Append(EventAcknowledged); // of an earlier command
         int pumps = 0;
         const auto pump = [&] {

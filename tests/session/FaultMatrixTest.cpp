@@ -45,14 +45,14 @@ bool hasUnstored(const FaultCell& cell)
     return cell.device.UnstoredChanges || cell.fault.rate != nullptr;
 }
 
-void change(FaultCell& cell, std::string_view code, std::int32_t clsRVQ::*setting, std::int32_t value)
+void change(FaultCell& cell, std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value)
 {
     cell.loop.ChangeSetting(code, setting, value, [&cell] { cell.Step(); });
 }
 
 void upload(FaultCell& cell)
 {
-    cell.entry.Offset = 77;
+    cell.entry.Parameters.Offset = 77;
     cell.window.answers = {FailureAnswer::Retry, FailureAnswer::Retry, FailureAnswer::Retry};
     cell.transfer.Upload();
 }
@@ -85,10 +85,10 @@ const Operation kOperations[] = {
     {"marker laser", false, false, 9, "D N D D  DN  D  D DN  DN  D  Dn P L  Nd N D D",
      [](C& c) { c.loop.SwitchRedLaser(true); }, [](C& c) { return hasPolled(c) && c.sensor.IsMarkerOn(); }},
     {"averaging", false, true, 4, "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D",
-     [](C& c) { change(c, "301", &clsRVQ::AverageDepth, 3); },
+     [](C& c) { change(c, "301", &ParameterSet::AverageDepth, 3); },
      [](C& c) { return c.view.sensor.AverageDepth == 3 && c.sensor.Parameter("301") == 3; }},
     {"moving average", true, true, 4, "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D",
-     [](C& c) { change(c, "304", &clsRVQ::MovingAverage, 1); },
+     [](C& c) { change(c, "304", &ParameterSet::MovingAverage, 1); },
      [](C& c) { return c.view.sensor.MovingAverage && c.sensor.Parameter("304") == 1; }},
     {"download", false, true, 4, "D F D DF DF  F  D DF  DF  F  D  F F  D  D D D",
      [](C& c) { c.transfer.Download(); },
@@ -234,12 +234,12 @@ bool isRecorded(FaultCell& cell)
     std::vector<std::string> shown, played;
     for (const std::string& distance : cell.view.distances) {
         // A temperature error that the sensor sends in words is recorded as no echo.
-        const bool inWords = distance == "TempError" && cell.device.OutputFormat < FormatBinary;
+        const bool inWords = distance == "TempError" && cell.device.Parameters.OutputFormat < FormatBinary;
         shown.push_back(inWords ? "No" : wordOf(distance));
     }
-    const auto show = [&](const clsRVQ& record) { played.push_back(wordOf(DistanceText(MeasurementOf(record), '.'))); };
-    const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device, {show, [](double) { return true; }},
-                                              cell.recorder.Played);
+    const auto show = [&](const Measurement& measurement) { played.push_back(wordOf(DistanceText(measurement, '.'))); };
+    const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device.Parameters,
+                                              {show, [](double) { return true; }}, cell.recorder.Played);
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
 

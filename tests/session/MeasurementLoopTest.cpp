@@ -70,13 +70,13 @@ TEST(MeasurementLoop, StartsShowsAndStops)
 TEST(MeasurementLoop, MarkersAreShownAndNotCharted)
 {
     Monitor monitor;
-    monitor.sensor.device.OutputFormat = FormatBinary;
+    monitor.sensor.device.Parameters.OutputFormat = FormatBinary;
     monitor.sensor.device.CommStatus = DialogueIdle;
     monitor.loop.StartStop({});
     monitor.Tick("\xFF\xFF\xFF\x7F"s);
     EXPECT_EQ(monitor.view.distance, "No Echo");
     EXPECT_FALSE(monitor.view.shutDown);
-    monitor.sensor.device.DistanceUnit = 0;
+    monitor.sensor.device.Parameters.DistanceUnit = 0;
     monitor.Tick("\xF0\xFF\xFF\x7F"s);
     EXPECT_EQ(monitor.view.distance, "TempError");
     EXPECT_TRUE(monitor.view.shutDown) << "the value is exactly the marker";
@@ -90,7 +90,7 @@ TEST(MeasurementLoop, ZeroIsChartedOnlyWhenWantedAndGapsAreMarkedOnce)
     for (const bool wanted : {false, true}) {
         monitor.settings.ShowZeroValues = wanted;
         for (double time : {1.0, 2.0}) {
-            monitor.loop.Show({0.0, 0, monitor.sensor.device.DistanceUnit, FormatAsciiUnit, time});
+            monitor.loop.Show({0.0, 0, monitor.sensor.device.Parameters.DistanceUnit, FormatAsciiUnit, time});
         }
         EXPECT_EQ(monitor.view.points.size(), wanted ? 3U : 1U);
         EXPECT_EQ(monitor.view.gaps, 1);
@@ -116,7 +116,7 @@ TEST(MeasurementLoop, AnotherUnitBeginsAnotherChart)
     Monitor monitor;
     monitor.Measure();
     const int resets = monitor.view.resets;
-    monitor.sensor.device.DistanceUnit = 3;
+    monitor.sensor.device.Parameters.DistanceUnit = 3;
     monitor.Tick("     9.000 ft\r\n");
     EXPECT_EQ(monitor.view.resets, resets + 1);
     EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
@@ -141,7 +141,7 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
     };
     for (const Row& row : rows) {
         Monitor monitor;
-        monitor.sensor.device.OutputMode = OutputSingle;
+        monitor.sensor.device.Parameters.OutputMode = OutputSingle;
         monitor.sensor.device.CommStatus = DialogueIdle;
         int passes = 0;
         monitor.loop.StartStop([&] {
@@ -171,7 +171,7 @@ TEST(MeasurementLoop, ARefusedSettingIsShownBack)
     Monitor monitor;
     monitor.Measure();
     for (const bool accepted : {true, false}) {
-        monitor.loop.ChangeSetting("304", &clsRVQ::MovingAverage, accepted ? 1 : 0,
+        monitor.loop.ChangeSetting("304", &ParameterSet::MovingAverage, accepted ? 1 : 0,
                                    [&] { monitor.Tick(accepted ? "OK 304\r\n" : "E304\r\n"); });
         EXPECT_EQ(monitor.Sent(), accepted ? "S304 1\rM" : "S304 0\rM");
         EXPECT_TRUE(monitor.view.sensor.MovingAverage);
@@ -202,7 +202,8 @@ TEST(MeasurementLoop, NoAnswerIsNotReportedWhereNoneIsOwed)
     for (const bool isHot : {false, true}) {
         Monitor monitor;
         monitor.Measure();
-        (isHot ? monitor.sensor.device.TempStatus : monitor.sensor.device.OutputMode) = isHot ? 0 : OutputSingle;
+        (isHot ? monitor.sensor.device.TempStatus : monitor.sensor.device.Parameters.OutputMode) =
+            isHot ? 0 : OutputSingle;
         monitor.Tick({}, 3100);
         EXPECT_EQ(monitor.view.status[0], isHot ? "TempError" : "Read new distance value");
         EXPECT_EQ(monitor.view.dialogue, DialogueMeasuring);
@@ -240,7 +241,7 @@ TEST(MeasurementLoop, MeasuringResumesOnlyWhenTheConfigurationHasBeenRead)
 {
     Monitor monitor;
     monitor.loop.MeasureWhenConnected();
-    monitor.sensor.device.OutputFormat = FormatBinary;
+    monitor.sensor.device.Parameters.OutputFormat = FormatBinary;
     monitor.sensor.Expect(DialogueIdle, "T");
     monitor.Tick("23 C,  OK\r\n"); // a text: the format has changed
     EXPECT_EQ(monitor.Sent(), "C");
@@ -316,7 +317,7 @@ TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
         {"laser", [](Monitor& m) { m.loop.SwitchRedLaser(true); }, "P"},
         {"averaging",
          [](Monitor& m) {
-             m.loop.ChangeSetting("301", &clsRVQ::AverageDepth, 2,
+             m.loop.ChangeSetting("301", &ParameterSet::AverageDepth, 2,
                                   [&m] { m.Tick(m.sensor.device.LastCommand == "T" ? "\x17\x01" : "OK 301\r\n"); });
          },
          "301 64\r"},
@@ -324,7 +325,7 @@ TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
     for (const Row& row : rows) {
         Monitor monitor;
         monitor.Tick();
-        monitor.sensor.device.OutputFormat = FormatBinary;
+        monitor.sensor.device.Parameters.OutputFormat = FormatBinary;
         monitor.sensor.device.CommStatus = DialogueIdle;
         monitor.sensor.device.SendCommand("T");
         monitor.Sent();
@@ -350,7 +351,7 @@ TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
     const auto pump = [&] { monitor.Tick(monitor.sensor.device.LastCommand == "C" ? dump : "OK 301\r\n"); };
     monitor.loop.PumpEvents = pump;
     monitor.sensor.device.SendCommand("C");
-    monitor.loop.ChangeSetting("301", &clsRVQ::AverageDepth, 1, pump);
+    monitor.loop.ChangeSetting("301", &ParameterSet::AverageDepth, 1, pump);
     EXPECT_EQ(monitor.Sent(), "XC301 16\r");
     EXPECT_EQ(monitor.view.sensor.AverageDepth, 1);
     monitor.sensor.device.SendCommand("C");
@@ -362,7 +363,7 @@ TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
 TEST(MeasurementLoop, LinesThatChangeWithoutAUnitAskForTheConfiguration)
 {
     Monitor monitor;
-    monitor.sensor.device.OutputFormat = FormatAscii;
+    monitor.sensor.device.Parameters.OutputFormat = FormatAscii;
     monitor.sensor.device.CommStatus = DialogueIdle;
     monitor.loop.StartStop({});
     monitor.Tick("       1.234\r\n");
@@ -383,7 +384,7 @@ TEST(MeasurementLoop, SingleValuesThatChangeWithoutAUnitAskForTheConfiguration)
 {
     Monitor monitor;
     monitor.Tick();
-    monitor.sensor.device.OutputFormat = FormatAscii;
+    monitor.sensor.device.Parameters.OutputFormat = FormatAscii;
     monitor.sensor.device.CommStatus = DialogueIdle;
     for (const char* line : {"       1.234\r\n", "        1234\r\n", "        1235\r\n"}) {
         monitor.loop.RequestSingleValue();
@@ -448,7 +449,7 @@ TEST(MeasurementLoop, ANoisyLineOfCheckedFramesStaysUpToDate)
     // 960 bytes a second, one foreign byte in a hundred.
     Monitor monitor;
     std::mt19937 random(3);
-    monitor.sensor.device.OutputFormat = FormatBinaryCrc;
+    monitor.sensor.device.Parameters.OutputFormat = FormatBinaryCrc;
     monitor.Measure();
     for (int tick = 0; tick < 2000; ++tick) {
         std::string bytes;

@@ -23,15 +23,8 @@ using modPlayback::Outcome;
 
 constexpr auto kGoOn = [](double) { return true; };
 
-struct Sensor : clsRVQ {
-    Sensor()
-    {
-        CurrentTime = 46341.5;
-        MeasValue_mm = 1234;
-        MeasValue = 1.234;
-        sTemperature = "23 C,  OK";
-    }
-};
+constexpr Measurement kValue{.value = 1.234, .value_mm = 1234, .unit = 1, .outputFormat = 1, .time = 46341.5};
+constexpr char kTemperature[] = "23 C,  OK";
 
 TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
 {
@@ -42,7 +35,7 @@ TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
     clsRecorder recorder(folder.path / "REC");
     recorder.StartRecording();
     EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0002.rec");
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     recorder.Stop();
     EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n");
     recorder.StartRecording();
@@ -63,7 +56,7 @@ TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
     const TemporaryFolder folder;
     clsRecorder recorder(folder.path);
     recorder.StartRecording();
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     const std::string line = TemporaryFolder::Read(recorder.FileName);
     ASSERT_FALSE(line.empty()) << "a line is in the file at once";
     rlimit before{};
@@ -71,9 +64,9 @@ TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit room{line.size() * 5 / 2, before.rlim_max}; // two lines and a half
     setrlimit(RLIMIT_FSIZE, &room);
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     EXPECT_EQ(recorder.Mode, RecorderRecording);
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(recorder.Mode, RecorderIdle);
     EXPECT_EQ(recorder.Failure(), std::errc::file_too_large);
@@ -85,11 +78,11 @@ TEST(Recorder, LeavesNoGapWhenSomebodyEmptiesTheFile)
     const TemporaryFolder folder;
     clsRecorder recorder(folder.path);
     recorder.StartRecording();
-    recorder.Record(Sensor());
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
+    recorder.Record(kValue, kTemperature);
     std::filesystem::resize_file(recorder.FileName, 0);
-    recorder.Record(Sensor());
-    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), modRecordLine::RecordLine(Sensor()));
+    recorder.Record(kValue, kTemperature);
+    EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), modRecordLine::RecordLine(kValue, kTemperature));
 }
 
 std::atomic<bool> diskIsBusy = false;
@@ -108,12 +101,12 @@ TEST(Recorder, ClosesBesideAndTellsWhatFailsLater)
     diskIsBusy = true;
     clsRecorder recorder(folder.path, failLate);
     recorder.StartRecording();
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     recorder.Stop();
     EXPECT_TRUE(recorder.IsWriting());
     const std::string first = recorder.FileName;
     recorder.StartRecording();
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     diskIsBusy = false;
     EXPECT_TRUE(recorder.FinishWriting(std::chrono::seconds(10)));
     EXPECT_EQ(recorder.TakeLateFailures().at(0).file, first);
@@ -131,7 +124,7 @@ TEST(Recorder, KnowsTheFilesThatItHasOpenByAnyName)
     diskIsBusy = true;
     clsRecorder recorder(folder.path / "REC", failLate);
     recorder.StartRecording();
-    recorder.Record(Sensor());
+    recorder.Record(kValue, kTemperature);
     const auto hard = folder.path / "hard.png", soft = folder.path / "soft.csv";
     std::filesystem::create_hard_link(recorder.FileName, hard);
     std::filesystem::create_symlink(recorder.FileName, soft);
@@ -142,7 +135,7 @@ TEST(Recorder, KnowsTheFilesThatItHasOpenByAnyName)
     diskIsBusy = false;
     recorder.FinishWriting(std::chrono::seconds(10));
     EXPECT_FALSE(recorder.IsInUse(hard) || recorder.IsInUse(soft));
-    LoadData(soft, clsRVQ(), {[](const clsRVQ&) {}, kGoOn}, recorder.Played);
+    LoadData(soft, ParameterSet(), {[](const Measurement&) {}, kGoOn}, recorder.Played);
     EXPECT_TRUE(areInUse()) << "played";
 }
 
@@ -200,10 +193,10 @@ int fillSmallDisk(const std::filesystem::path& folder)
     clsRecorder recorder(folder);
     recorder.StartRecording();
     for (int i = 0; i < 1000 && recorder.Mode == RecorderRecording; ++i) {
-        recorder.Record(Sensor());
+        recorder.Record(kValue, kTemperature);
     }
     const std::size_t size = TemporaryFolder::Read(recorder.FileName).size();
-    const std::size_t line = modRecordLine::RecordLine(Sensor()).size();
+    const std::size_t line = modRecordLine::RecordLine(kValue, kTemperature).size();
     return recorder.Failure() == std::errc::no_space_on_device && size == 8192 / line * line ? 0 : 1;
 }
 
@@ -227,12 +220,12 @@ struct Played {
     modPlayback::Loaded loaded;
 };
 
-Played play(const std::filesystem::path& file, const clsRVQ& device = {})
+Played play(const std::filesystem::path& file, const ParameterSet& set = {})
 {
     Played played;
     std::vector<FileHandle> open;
-    const auto show = [&](const clsRVQ& record) { played.values.push_back(MeasurementOf(record)); };
-    played.loaded = LoadData(file, device, {show, kGoOn}, open);
+    const auto show = [&](const Measurement& measurement) { played.values.push_back(measurement); };
+    played.loaded = LoadData(file, set, {show, kGoOn}, open);
     return played;
 }
 
@@ -265,13 +258,13 @@ TEST(Playback, ShowsWhatStandsBeforeTheFirstUnreadableLine)
 TEST(Playback, ShowsDistancesAsTheSensorIsSetNow)
 {
     const TemporaryFolder folder;
-    clsRVQ device;
-    device.DistanceUnit = 3;
-    device.OutputFormat = FormatAsciiUnit;
+    ParameterSet set;
+    set.DistanceUnit = 3;
+    set.OutputFormat = FormatAsciiUnit;
     const auto file = folder.Write("file.rec", "15.11.2026 12:00:00,000; 3048 mm; 23 \xB0\x43\r\n");
-    EXPECT_EQ(DistanceText(play(file, device).values.at(0), '.'), "10.0000 ft");
-    device.OutputFormat = 0;
-    EXPECT_EQ(DistanceText(play(file, device).values.at(0), '.'), "10.0000 [ft]");
+    EXPECT_EQ(DistanceText(play(file, set).values.at(0), '.'), "10.0000 ft");
+    set.OutputFormat = 0;
+    EXPECT_EQ(DistanceText(play(file, set).values.at(0), '.'), "10.0000 [ft]");
 }
 
 TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
@@ -300,13 +293,13 @@ TEST(Playback, EndsWhereAGrowingFileEnds)
     const auto file = folder.Write("file.rec", line);
     std::size_t shown = 0;
     std::vector<FileHandle> open;
-    const auto grow = [&](const clsRVQ&) {
+    const auto grow = [&](const Measurement&) {
         if (++shown < 1000) {
             std::ofstream(file, std::ios::app | std::ios::binary) << line << line.substr(0, 10);
             std::filesystem::resize_file(file, (shown + 1) * line.size());
         }
     };
-    const auto loaded = LoadData(file, clsRVQ(), {grow, kGoOn}, open);
+    const auto loaded = LoadData(file, ParameterSet(), {grow, kGoOn}, open);
     EXPECT_EQ(shown, 1000U);
     EXPECT_EQ(loaded.outcome, Outcome::Complete);
 }

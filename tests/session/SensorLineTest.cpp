@@ -21,8 +21,8 @@ TEST(SensorLine, DistancesInEveryUnitSingleValuesAndTemperaturesArriveInEveryFor
             line.sensor.SetParameter("111", unit);
             line.device.SendCommand("C");
             ASSERT_TRUE(line.Configured()) << name;
-            EXPECT_EQ(line.device.OutputFormat, format);
-            EXPECT_EQ(line.device.DistanceUnit, unit);
+            EXPECT_EQ(line.device.Parameters.OutputFormat, format);
+            EXPECT_EQ(line.device.Parameters.DistanceUnit, unit);
             line.loop.StartStop({});
             ASSERT_TRUE(line.UntilEvent(EventDistance)) << name;
             EXPECT_NEAR(line.device.MeasValue_mm, 3300, unit >= 5 ? 10 : 1) << name;

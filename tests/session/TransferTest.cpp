@@ -16,7 +16,7 @@ constexpr char kSerialUpload[] =
 
 struct TransferOnLine : clsRecordingTransferView {
     SensorOnLine line;
-    clsRVQ entry;
+    Configuration entry;
     std::function<void()> pump = [this] { line.Tick(); };
     clsTransfer transfer{line.device, entry, *this, [this] { pump(); }};
 
@@ -35,15 +35,15 @@ TEST(Transfer, UploadStoringAndDownloadAreTheSameHoweverTheBytesAreCut)
         SCOPED_TRACE(beat_s);
         TransferOnLine window;
         window.line.beat_s = beat_s;
-        window.entry.OutputFormat = 0;
-        window.entry.DistanceUnit = 0;
-        window.entry.DistanceWindow = 5; // never sent, so the sensor's own comes back
+        window.entry.Parameters.OutputFormat = 0;
+        window.entry.Parameters.DistanceUnit = 0;
+        window.entry.Parameters.DistanceWindow = 5; // never sent, so the sensor's own comes back
         window.transfer.Upload();
         EXPECT_EQ(window.line.TakeLog(), kSerialUpload);
         EXPECT_EQ(window.TakeTold(), "select 1274 ");
         EXPECT_EQ(window.progress.step, 25);
         EXPECT_EQ(window.progress.steps, 25);
-        EXPECT_EQ(window.entry.DistanceWindow, 20000);
+        EXPECT_EQ(window.entry.Parameters.DistanceWindow, 20000);
         EXPECT_TRUE(window.line.device.UnstoredChanges);
 
         window.transfer.StoreInSensor();
@@ -51,9 +51,9 @@ TEST(Transfer, UploadStoringAndDownloadAreTheSameHoweverTheBytesAreCut)
         EXPECT_EQ(window.TakeTold(), "1271 ");
         EXPECT_FALSE(window.line.device.UnstoredChanges);
         EXPECT_EQ(window.line.sensor.StoredParameter("101"), 0);
-        window.entry.DistanceUnit = 7;
+        window.entry.Parameters.DistanceUnit = 7;
         window.transfer.Download();
-        EXPECT_EQ(window.entry.DistanceUnit, 0);
+        EXPECT_EQ(window.entry.Parameters.DistanceUnit, 0);
     }
 }
 
@@ -68,13 +68,14 @@ TEST(Transfer, WhatASensorHasNotIsLeftOut)
     for (const auto& [node, analog, rain, attenuator, codes] :
          {Row{-1, 0, 0, "E", both + "351 "}, Row{-1, 1, 2, "DE", one + "351 "}, Row{-1, 0, -1, "E", both},
           Row{-1, 0, 3, "E", both}, Row{5, 1, 1, "D", profibus}, Row{0, 0, 1, "E", profibus + "351 "}}) {
-        clsRVQ configuration, sensor;
-        configuration.NodeAddress = node;
-        configuration.AnalogOutput = analog;
-        configuration.RainFilter = rain;
+        ParameterSet set;
+        SensorIdentity sensor;
+        set.NodeAddress = node;
+        set.AnalogOutput = analog;
+        set.RainFilter = rain;
         sensor.Attenuator = attenuator;
         std::string sent;
-        for (const std::string_view code : UploadCodes(configuration, sensor)) {
+        for (const std::string_view code : UploadCodes(set, sensor)) {
             sent += std::string(code) + " ";
         }
         EXPECT_EQ(sent, codes);
@@ -86,11 +87,11 @@ TEST(Transfer, AFailureIsAskedAbout)
     TransferOnLine window;
     window.line.sensor.Faults().refusal = 1.0;
     window.answers = {FailureAnswer::Retry, FailureAnswer::Ignore, FailureAnswer::Abort};
-    window.entry.Offset = 12;
+    window.entry.Parameters.Offset = 12;
     window.transfer.Upload();
     EXPECT_EQ(window.line.TakeLog(), "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r");
     EXPECT_EQ(window.TakeTold(), "ask 1293 ask 1293 ask 1293 !1361:1293 ");
-    EXPECT_EQ(window.entry.Offset, 0) << "the entry keeps what was read";
+    EXPECT_EQ(window.entry.Parameters.Offset, 0) << "the entry keeps what was read";
     EXPECT_FALSE(window.line.device.UnstoredChanges);
     EXPECT_FALSE(window.line.device.Wait.Running);
 }
@@ -126,7 +127,7 @@ TEST(Transfer, ASensorThatRestartsIsSentEverythingAgain)
     for (const FailureAnswer answer : {FailureAnswer::Retry, FailureAnswer::Ignore}) {
         TransferOnLine window;
         window.line.beat_s = 0.001; // no answer is on its way yet
-        window.entry.Offset = 12;
+        window.entry.Parameters.Offset = 12;
         int commands = 0;
         window.pump = [&] {
             const std::size_t before = window.line.sensor.WireLog().size();
@@ -141,7 +142,7 @@ TEST(Transfer, ASensorThatRestartsIsSentEverythingAgain)
         const bool again = answer == FailureAnswer::Retry;
         EXPECT_TRUE(log.starts_with(sent + (again ? "101 ASCII+UNIT\r|" : "305 0\r|"))) << log;
         EXPECT_EQ(window.TakeTold(), "ask 1292 select 1274 ");
-        EXPECT_EQ(window.line.device.Offset, 12);
+        EXPECT_EQ(window.line.device.Parameters.Offset, 12);
     }
 }
 
@@ -154,7 +155,7 @@ TEST(Transfer, AMeasurementGoesOnOnlyWithTheSameSensor)
           Row{"another device", [](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); },
               "S999 \r"}}) {
         ScriptedSensor sensor;
-        clsRVQ entry;
+        Configuration entry;
         clsRecordingTransferView view;
         clsTransfer transfer(sensor.device, entry, view, [&, act = happens] { act(sensor); });
         sensor.device.CommStatus = DialogueMeasuring;

@@ -44,11 +44,11 @@ struct ConfigFolder : testing::Test {
 
 TEST_F(ConfigFolder, AFileHoldsEveryKeyInOrderAndReadsBack)
 {
-    clsRVQ written;
+    Configuration written;
     written.FileName = folder / "\xC3\xA4.rvq";
     written.Description = "Silo \xDC";
-    written.Offset = -5;
-    written.RainFilter = 2;
+    written.Parameters.Offset = -5;
+    written.Parameters.RainFilter = 2;
     ASSERT_TRUE(modConfigFile::Write(written));
     EXPECT_EQ(TemporaryFolder::Read(written.FileName),
               "[RVQ]\r\nDescription=Silo \xDC\r\nBaudrate=3\r\nDistanceUnit=1\r\nOutputMode=0\r\nOutputFormat=1\r\n"
@@ -57,12 +57,12 @@ TEST_F(ConfigFolder, AFileHoldsEveryKeyInOrderAndReadsBack)
               "ValidMeasurements=1\r\nOffset=-5\r\nScaleFactor=1000\r\nTemperature=200\r\nAirPressure=1013\r\n"
               "S1Logic=1\r\nS1OnThreshold=10000\r\nS1OffThreshold=9900\r\nS2Logic=1\r\nS2OnThreshold=1000\r\n"
               "S2OffThreshold=900\r\nAnalogOutput=0\r\nAnalogMin=1000\r\nAnalogMax=9000\r\n");
-    clsRVQ read;
+    Configuration read;
     read.FileName = written.FileName;
     modConfigFile::Read(read);
     EXPECT_EQ(read.Description, written.Description);
-    for (const ParameterDef& row : Parameters()) {
-        EXPECT_EQ(read.*row.value, written.*row.value) << row.key;
+    for (const ParameterDef& row : ParameterTable()) {
+        EXPECT_EQ(read.Parameters.*row.value, written.Parameters.*row.value) << row.key;
     }
 }
 
@@ -72,14 +72,14 @@ TEST_F(ConfigFolder, WhatAFileDoesNotNameHasItsDefault)
     for (const auto& [bytes, offset, s1Logic, type] :
          {Row{"", 0, 1, "Serial"}, Row{"[RVQ]\nS1Logic=0\nOffset=12mm\n", 12, 0, "Serial"},
           Row{"[RVQ]\nNodeAddress=5\nS1Logic=0\nOffset=x\n", 0, 7, "Profibus"}}) {
-        clsRVQ configuration;
+        Configuration configuration;
         configuration.FileName = Put("a.rvq", bytes);
-        configuration.S1Logic = 7;
+        configuration.Parameters.S1Logic = 7;
         modConfigFile::Read(configuration);
-        EXPECT_EQ(configuration.RainFilter, 0) << bytes;
-        EXPECT_EQ(configuration.Offset, offset) << bytes;
-        EXPECT_EQ(configuration.S1Logic, s1Logic) << bytes;
-        EXPECT_EQ(configuration.DeviceType, type) << bytes;
+        EXPECT_EQ(configuration.Parameters.RainFilter, 0) << bytes;
+        EXPECT_EQ(configuration.Parameters.Offset, offset) << bytes;
+        EXPECT_EQ(configuration.Parameters.S1Logic, s1Logic) << bytes;
+        EXPECT_EQ(configuration.Identity.DeviceType, type) << bytes;
     }
 }
 
@@ -201,12 +201,12 @@ TEST_F(ConfigFolder, AFileThatAnotherProgramHasWrittenIsNoticed)
     Stored(first, "b");
     EXPECT_FALSE(first.HasChangedOnDisk(1));
     ASSERT_EQ(second.Import(folder / "b"), 1U);
-    second.Entry(1).Offset = 5;
+    second.Entry(1).Parameters.Offset = 5;
     EXPECT_FALSE(second.Store(1, "of the second").why);
     EXPECT_FALSE(second.HasChangedOnDisk(1));
     EXPECT_TRUE(first.HasChangedOnDisk(1));
     EXPECT_TRUE(first.ReadAgain(1));
-    EXPECT_EQ(first.Entry(1).Offset, 5);
+    EXPECT_EQ(first.Entry(1).Parameters.Offset, 5);
     EXPECT_EQ(first.Entry(1).Description, "of the second");
     EXPECT_FALSE(first.HasChangedOnDisk(1));
     std::filesystem::remove(folder / "b");

@@ -1,7 +1,6 @@
 // The lines of a recording, written and read.
 #include "base/modAPI.h"
 #include "sensor/Parameters.h"
-#include "sensor/clsRVQ.h"
 #include "store/modRecordLine.h"
 #include "tests/support/GermanLocale.h"
 
@@ -38,12 +37,9 @@ void expectLines()
         {46341.5, 1.0, 1000, "2\r\n;:\x7F\xB3 C", "15.11.2026 12:00:00,000; 1000 mm; 2?????\xB3 \xB0\x43\r\n"},
     };
     for (const auto& [time, value, value_mm, temperature, line] : rows) {
-        clsRVQ device;
-        device.CurrentTime = time;
-        device.MeasValue = value;
-        device.MeasValue_mm = value_mm;
-        device.sTemperature = temperature;
-        EXPECT_EQ(RecordLine(device), line);
+        const Measurement measurement{
+            .value = value, .value_mm = value_mm, .unit = 1, .outputFormat = FormatAsciiUnit, .time = time};
+        EXPECT_EQ(RecordLine(measurement, temperature), line);
     }
 }
 
@@ -59,31 +55,29 @@ TEST_F(GermanLocale, ChangesNoRecordLine)
 
 TEST(RecordLine, IsNoneWithoutATemperatureAndItsUnit)
 {
-    clsRVQ device;
-    device.CurrentTime = 46341.5;
     for (const char* temperature : {"", "23"}) {
-        device.sTemperature = temperature;
-        EXPECT_THROW(RecordLine(device), std::invalid_argument) << temperature;
+        EXPECT_THROW(RecordLine({.time = 46341.5}, temperature), std::invalid_argument) << temperature;
     }
 }
 
 TEST(RecordLine, SaysWhatTheDisplaySays)
 {
-    clsRVQ device;
-    device.CurrentTime = 46341.5;
-    device.sTemperature = "23 C";
-    const auto recorded = [&] { return RecordLine(device).substr(25, RecordLine(device).rfind(';') - 25); };
+    Measurement measurement{.time = 46341.5};
+    const auto recorded = [&] {
+        const std::string line = RecordLine(measurement, "23 C");
+        return line.substr(25, line.rfind(';') - 25);
+    };
     for (const std::int32_t format : {FormatAscii, FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {
         for (const std::int32_t unit : {0, 1, 2, 6}) {
-            device.OutputFormat = format;
-            device.DistanceUnit = unit;
+            measurement.outputFormat = format;
+            measurement.unit = unit;
             for (const std::int32_t marker : {kMarkerNoEcho, kMarkerTempError, 0}) {
-                device.MeasValue_mm = marker;
-                device.MeasValue = marker / UnitOf(unit).millimetres;
-                EXPECT_EQ(recorded(), DistanceText(MeasurementOf(device), '.')) << format << ' ' << unit;
+                measurement.value_mm = marker;
+                measurement.value = marker / UnitOf(unit).millimetres;
+                EXPECT_EQ(recorded(), DistanceText(measurement, '.')) << format << ' ' << unit;
             }
-            device.MeasValue_mm = kMarkerTempError;
-            device.MeasValue = kMarkerNoEcho;
+            measurement.value_mm = kMarkerTempError;
+            measurement.value = kMarkerNoEcho;
             EXPECT_EQ(recorded(), format < FormatBinary ? "No Echo" : "TempError") << "in words, " << format;
         }
     }
@@ -92,17 +86,16 @@ TEST(RecordLine, SaysWhatTheDisplaySays)
 /// Every millisecond comes back as it was or, where the cutting off made it low, as the one before.
 TEST(RecordLine, ComesBackToTheMillisecondThatItKeeps)
 {
-    clsRVQ device;
-    device.sTemperature = "23 C";
+    Measurement measurement;
     clsLineParser parser;
     for (int i = 0; i < 200000; ++i) {
-        device.CurrentTime = timeOf(15, 0, 0, 0, 0) + i * 431.0 / kMsPerDay;
-        device.MeasValue = device.MeasValue_mm = i - 1000;
-        std::string line = RecordLine(device);
+        measurement.time = timeOf(15, 0, 0, 0, 0) + i * 431.0 / kMsPerDay;
+        measurement.value = measurement.value_mm = i - 1000;
+        std::string line = RecordLine(measurement, "23 C");
         line.resize(line.size() - 2);
         RecordedValue value;
         ASSERT_TRUE(parser.Parse(line, value)) << line;
-        const double low_ms = (device.CurrentTime - value.time) * kMsPerDay;
+        const double low_ms = (measurement.time - value.time) * kMsPerDay;
         ASSERT_GT(low_ms, -0.01) << line;
         ASSERT_LT(low_ms, 1.01) << line;
         ASSERT_EQ(value.kind == MeasurementKind::NoEcho, i == 1000);

@@ -55,9 +55,9 @@ public:
 
     StreamResult Play()
     {
-        m_device.OutputFormat = m_case.format;
-        m_device.DistanceUnit = m_case.unit;
-        m_loop.Record = [this](const clsRVQ& device) { judge(device); };
+        m_device.Parameters.OutputFormat = m_case.format;
+        m_device.Parameters.DistanceUnit = m_case.unit;
+        m_loop.Record = [this](const Measurement& measurement, std::string_view) { judge(measurement); };
         m_loop.Tick(days()); // opens the port
         m_device.CommStatus = DialogueIdle;
         m_loop.StartStop({});
@@ -195,10 +195,10 @@ private:
         }
     }
 
-    void judge(const clsRVQ& device)
+    void judge(const Measurement& measurement)
     {
         ++m_result.shown;
-        const std::int32_t value_mm = device.MeasValue_mm;
+        const std::int32_t value_mm = measurement.value_mm;
         m_result.values.push_back(value_mm);
         const auto isRight = [&](const Sent& sent) {
             return sent.time_s > m_now_s - 1.05 && sent.value_mm == value_mm;

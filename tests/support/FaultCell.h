@@ -48,7 +48,7 @@ struct FaultCell : SensorOnLine {
     const LineFault& fault;
     const std::int32_t format;
     clsRecordingTransferView window;
-    clsRVQ entry;
+    Configuration entry;
     clsTransfer transfer{device, entry, window, [this] { Step(); }};
     TemporaryFolder folder;
     clsRecorder recorder{folder.path};
@@ -62,7 +62,9 @@ struct FaultCell : SensorOnLine {
     {
         sensor.SetParameter("101", format);
         sensor.HoldDistance(3300.0);
-        loop.Record = [this](const clsRVQ& measured) { recorder.Record(measured); };
+        loop.Record = [this](const Measurement& measured, std::string_view temperature) {
+            recorder.Record(measured, temperature);
+        };
     }
 
     void Step()
@@ -118,7 +120,7 @@ struct FaultCell : SensorOnLine {
     {
         return std::ranges::find(view.messages, message) != view.messages.end();
     }
-    bool HasRead() const { return entry.Offset == sensor.Parameter("701"); }
+    bool HasRead() const { return entry.Parameters.Offset == sensor.Parameter("701"); }
     /// A dump has no checksum, so such a line can change what it says.
     bool Falsifies() const
     {

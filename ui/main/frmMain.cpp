@@ -408,12 +408,12 @@ void frmMain::cmdSingleValue_Click()
 
 void frmMain::chkMovingAverage_Click(bool checked)
 {
-    m_loop.ChangeSetting("304", &clsRVQ::MovingAverage, checked ? 1 : 0, pumpEvents);
+    m_loop.ChangeSetting("304", &ParameterSet::MovingAverage, checked ? 1 : 0, pumpEvents);
 }
 
 void frmMain::cmbAverageDepth_Click(int index)
 {
-    m_loop.ChangeSetting("301", &clsRVQ::AverageDepth, index, pumpEvents);
+    m_loop.ChangeSetting("301", &ParameterSet::AverageDepth, index, pumpEvents);
 }
 
 void frmMain::cmbComPort_Click(int index)
@@ -424,7 +424,7 @@ void frmMain::cmbComPort_Click(int index)
 
 void frmMain::cmbBaudrate_Click(int index)
 {
-    m_settings.Baudrate = clsRVQ::RateOfIndex(index);
+    m_settings.Baudrate = RateOfIndex(index);
     m_loop.ChangeBaudrate();
 }
 

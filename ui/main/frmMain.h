@@ -92,11 +92,11 @@ private:
 
     // Recording, playback and export (frmMainRecorder.cpp).
     bool IsMeasuring() const override;
-    const clsRVQ& Device() const override;
+    const ParameterSet& Parameters() const override;
     void ShowFile(const QString& file, const QString& toolTip) override;
     void ShowMessage(const QString& message) override;
     void BeginPlayback() override;
-    void ShowRecord(const clsRVQ& record) override;
+    void ShowRecord(const Measurement& record) override;
     void EndPlayback(const modPlayback::Loaded& loaded) override;
     void connectRecorder();
     void serveRecorder(double now);

@@ -23,7 +23,9 @@ void frmMain::connectRecorder()
     connectAction(mnuRecorder, &frmMain::mnuRecorder_Click);
     connectAction(mnuFileExport, &frmMain::mnuFileExport_Click);
     connectAction(mnuFileExportChart, &frmMain::mnuFileExportChart_Click);
-    m_loop.Record = [this](const clsRVQ& device) { m_recorder.Record(device); };
+    m_loop.Record = [this](const Measurement& measurement, std::string_view temperature) {
+        m_recorder.Record(measurement, temperature);
+    };
 }
 
 void frmMain::mnuRecorder_Click()
@@ -131,9 +133,9 @@ bool frmMain::IsMeasuring() const
     return m_loop.IsMeasuring() || m_device.Wait.Running; // a wait for the sensor must be able to end, too
 }
 
-const clsRVQ& frmMain::Device() const
+const ParameterSet& frmMain::Parameters() const
 {
-    return m_device;
+    return m_device.Parameters;
 }
 
 void frmMain::ShowFile(const QString& file, const QString& toolTip)
@@ -159,9 +161,9 @@ void frmMain::BeginPlayback()
     m_loop.BeginPlaying();
 }
 
-void frmMain::ShowRecord(const clsRVQ& record)
+void frmMain::ShowRecord(const Measurement& record)
 {
-    m_loop.Show(MeasurementOf(record));
+    m_loop.Show(record);
 }
 
 void frmMain::EndPlayback(const modPlayback::Loaded& loaded)

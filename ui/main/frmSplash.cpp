@@ -120,7 +120,7 @@ void frmSplash::cmbLanguage_Click(int index)
 
 void frmSplash::cmdOK_Click()
 {
-    m_settings.Baudrate = clsRVQ::RateOfIndex(cmbBaudrate->currentIndex());
+    m_settings.Baudrate = RateOfIndex(cmbBaudrate->currentIndex());
     m_settings.Comport = cmbComPort->currentIndex() + 1;
     modGlobals::SaveGlobalSettings(m_settings);
     accept();

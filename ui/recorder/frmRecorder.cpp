@@ -296,8 +296,8 @@ void frmRecorder::play(const QString& file)
     m_host.BeginPlayback();
     LoadProgress progress(*this, m_settings.Language);
     m_loaded = modPlayback::LoadData(
-        m_recorder.FileName, m_host.Device(),
-        {.show = [this](const clsRVQ& record) { m_host.ShowRecord(record); },
+        m_recorder.FileName, m_host.Parameters(),
+        {.show = [this](const Measurement& record) { m_host.ShowRecord(record); },
          .goOn = [&](double read) { return progress.GoOn(read) && m_recorder.Mode == RecorderPlaying; }},
         m_recorder.Played);
     m_host.EndPlayback(*m_loaded);

@@ -3,6 +3,8 @@
 
 #include "sensor/Fields.h"
 
+class clsRVQ;
+
 struct EditorState {
     bool serial = true;        ///< the shown configuration is one of a serial sensor
     bool analogOutput = false; ///< `chkAnalogOutput` is checked

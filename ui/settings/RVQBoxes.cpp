@@ -35,7 +35,7 @@ std::string bytesOf(const QString& path)
     return QFile::encodeName(path).toStdString();
 }
 
-FailureAnswer askAboutFailure(frmRVQ& window, std::int32_t language, const QString& question,
+FailureAnswer askAboutFailure(QWidget& window, std::int32_t language, const QString& question,
                               QMessageBox*& openQuestion)
 {
     QMessageBox box(QMessageBox::Warning, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
@@ -54,7 +54,7 @@ FailureAnswer askAboutFailure(frmRVQ& window, std::int32_t language, const QStri
     return box.clickedButton() == retry ? FailureAnswer::Retry : FailureAnswer::Abort;
 }
 
-bool askToOverwrite(frmRVQ& window, std::int32_t language, const QString& question)
+bool askToOverwrite(QWidget& window, std::int32_t language, const QString& question)
 {
     QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
     box.setObjectName(QStringLiteral("dlgOverwrite"));
@@ -66,7 +66,7 @@ bool askToOverwrite(frmRVQ& window, std::int32_t language, const QString& questi
     return box.clickedButton() == yes;
 }
 
-frmRVQ::ChangedAnswer askAboutChange(frmRVQ& window, std::int32_t language, const QString& question)
+RVQDialogs::ChangedAnswer askAboutChange(QWidget& window, std::int32_t language, const QString& question)
 {
     QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
     box.setObjectName(QStringLiteral("dlgChanged"));
@@ -77,16 +77,16 @@ frmRVQ::ChangedAnswer askAboutChange(frmRVQ& window, std::int32_t language, cons
     box.setEscapeButton(cancel);
     box.exec();
     if (box.clickedButton() == mine) {
-        return frmRVQ::ChangedAnswer::KeepMine;
+        return RVQDialogs::ChangedAnswer::KeepMine;
     }
-    return box.clickedButton() == other ? frmRVQ::ChangedAnswer::TakeOther : frmRVQ::ChangedAnswer::Cancel;
+    return box.clickedButton() == other ? RVQDialogs::ChangedAnswer::TakeOther : RVQDialogs::ChangedAnswer::Cancel;
 }
 
 } // namespace
 
-frmRVQ::Dialogs RVQBoxes(frmRVQ& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion)
+RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion)
 {
-    frmRVQ::Dialogs boxes;
+    RVQDialogs boxes;
     boxes.FileToLoad = [&window, &settings](const std::string& folder) {
         // Deliberate: this dialog has the title of saving for its filter.
         const QString types = FileFilter(Text(TextSaveConfiguration, settings.Language), QLatin1String(kPattern));

@@ -37,6 +37,13 @@ enum TextId : std::int32_t {
 
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
 
+/// The device entry without a sensor is of the type that the user works with (`kSerialType` or `kProfibusType`).
+void takeDefaultType(Configuration& device, std::string_view defaultDevice)
+{
+    device.Identity.DeviceType = defaultDevice;
+    device.Parameters.NodeAddress = defaultDevice == kSerialType ? -1 : 0;
+}
+
 } // namespace
 
 frmRVQ::frmRVQ(QWidget* owner, const Context& context)
@@ -165,7 +172,7 @@ void frmRVQ::fillConfigurations()
     }
 }
 
-clsRVQ& frmRVQ::selected() const
+Configuration& frmRVQ::selected() const
 {
     return m_context.library.Entry(static_cast<std::size_t>(std::max(cmbConfig->currentIndex(), 0)));
 }
@@ -174,14 +181,14 @@ void frmRVQ::cmbConfig_Click(int index)
 {
     cmbConfig->setCurrentIndex(index);
     if (index == kDevice && m_context.device.CommStatus == DialogueNone) {
-        TakeDefaultType(m_context.library.Device(), m_context.settings.DefaultDevice);
+        takeDefaultType(m_context.library.Device(), m_context.settings.DefaultDevice);
     }
     fill(selected());
 }
 
-void frmRVQ::fill(const clsRVQ& configuration)
+void frmRVQ::fill(const Configuration& configuration)
 {
-    const ShownSettings values = ShownOf(configuration, m_decimalSeparator);
+    const ShownSettings values = ShownOf(configuration.Parameters, m_decimalSeparator);
     m_serial = values.serial;
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         const QSignalBlocker silent(txtParameter[i]);
@@ -274,8 +281,8 @@ void frmRVQ::markDifferences()
 {
     std::map<std::string_view, QString> inSensor;
     if (m_context.device.CommStatus != DialogueNone && !m_transfer.IsBusy()) {
-        for (const Difference& row :
-             Differences(shown(), m_context.device, m_decimalSeparator, m_context.settings.Language)) {
+        for (const Difference& row : Differences(shown(), m_context.device.Parameters, m_context.device.Identity,
+                                                 m_decimalSeparator, m_context.settings.Language)) {
             inSensor[row.code] = text(TextInSensor).arg(FromUtf8(row.sensorText));
         }
     }
@@ -306,12 +313,12 @@ QString frmRVQ::rangeText(std::size_t field) const
 
 void frmRVQ::showInformation()
 {
-    const clsRVQ& device = m_context.device;
-    ShowText(*lblSerialNo, FromBytes(device.SerialNo));
-    ShowText(*lblSWVersion, FromBytes(device.SWVersion));
-    ShowText(*lblSWBuild, FromBytes(device.SWBuild));
-    ShowText(*lblSWDate, FromBytes(device.SWDate));
-    ShowText(*lblDeviceType, FromBytes(device.DeviceType));
+    const SensorIdentity& sensor = m_context.device.Identity;
+    ShowText(*lblSerialNo, FromBytes(sensor.SerialNo));
+    ShowText(*lblSWVersion, FromBytes(sensor.SWVersion));
+    ShowText(*lblSWBuild, FromBytes(sensor.SWBuild));
+    ShowText(*lblSWDate, FromBytes(sensor.SWDate));
+    ShowText(*lblDeviceType, FromBytes(sensor.DeviceType));
 }
 
 frmRVQ::State frmRVQ::stateOf(const clsRVQ& device) const

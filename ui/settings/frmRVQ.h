@@ -3,6 +3,7 @@
 #pragma once
 
 #include "session/clsTransfer.h"
+#include "ui/settings/RVQBoxes.h"
 #include "ui/settings/SettingsForm.h"
 
 #include <QDialog>
@@ -37,18 +38,8 @@ public:
         /// Is told what could not be kept in "RVQ.ini".
         std::function<void(const QString&)> tellUnkept = {};
     };
-    enum class ChangedAnswer : std::uint8_t { Cancel, KeepMine, TakeOther };
-    /// The boxes that the window opens; a test puts its own in their place. Paths are the system's bytes, an empty one
-    /// means that the user has cancelled; `QString()` as a description likewise.
-    struct Dialogs {
-        std::function<std::string(const std::string& folder)> FileToLoad;
-        std::function<std::string(const std::string& proposal)> FileToSave;
-        std::function<QString(const QString& proposal)> Description;
-        std::function<bool(const QString& question)> Overwrite;
-        std::function<ChangedAnswer(const QString& question)> Changed;
-        std::function<FailureAnswer(const QString& question)> Failure;
-        std::function<void(const std::string& sheet)> OpenSheet;
-    };
+    using ChangedAnswer = RVQDialogs::ChangedAnswer;
+    using Dialogs = RVQDialogs;
 
     frmRVQ(QWidget* owner, const Context& context);
     ~frmRVQ() override;
@@ -81,7 +72,7 @@ private:
     void localise();
     void fillConfigurations();
     void begin();
-    void fill(const clsRVQ& configuration);
+    void fill(const Configuration& configuration);
     ShownSettings shown() const;
     void showOutcomes(const CopyOutcomes& outcomes);
     void applyRule();
@@ -103,7 +94,7 @@ private:
     void showUnwritten(const UnwrittenFile& unwritten);
     void showKept(std::size_t line);
     QString text(std::int32_t id) const;
-    clsRVQ& selected() const;
+    Configuration& selected() const;
 
     void cmbConfig_Click(int index);
     void cmdLoad_Click();

@@ -94,7 +94,9 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     const std::size_t before = m_context.library.Size();
     const std::size_t line = m_context.library.FindOrAdd(path);
     const bool isNew = m_context.library.Size() > before;
-    showOutcomes(CopyForSaving(m_context.library.Entry(line), shown()));
+    Configuration& entry = m_context.library.Entry(line);
+    showOutcomes(CopyForSaving(entry.Parameters, shown()));
+    entry.Identity.DeviceType = TypeName(IsSerial(entry.Parameters));
     const QString shownPath = QFile::decodeName(path.c_str());
     const UnwrittenFile unwritten = m_context.library.Store(line, description);
     showUnwritten(unwritten);
@@ -131,7 +133,7 @@ void frmRVQ::cmdDownload_Click()
 
 void frmRVQ::cmdUpload_Click()
 {
-    showOutcomes(CopyInto(m_context.library.Device(), shown()));
+    showOutcomes(CopyInto(m_context.library.Device().Parameters, shown()));
     m_transfer.Upload();
 }
 

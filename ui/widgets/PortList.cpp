@@ -149,5 +149,5 @@ std::int32_t FillBaudrates(QComboBox& list, std::int32_t selected)
         list.addItem(FromUtf8(rate));
     }
     list.setCurrentIndex(list.findText(QString::number(SensorRate(selected))));
-    return clsRVQ::RateOfIndex(list.currentIndex());
+    return RateOfIndex(list.currentIndex());
 }

@@ -36,18 +36,20 @@ std::string linesOf(int count, std::string_view line)
     return lines;
 }
 
+constexpr Measurement kValue{.value = 1234.0, .value_mm = 1234, .unit = 1, .outputFormat = 1, .time = 46341.5};
+
 struct Host : RecorderHost {
-    clsRVQ device;
+    ParameterSet set;
     bool measuring = false, slow = false;
     QString file, message;
     std::int64_t shown = 0;
 
     bool IsMeasuring() const override { return measuring; }
-    const clsRVQ& Device() const override { return device; }
+    const ParameterSet& Parameters() const override { return set; }
     void ShowFile(const QString& text, const QString&) override { file = text; }
     void ShowMessage(const QString& text) override { message = text; }
     void BeginPlayback() override {}
-    void ShowRecord(const clsRVQ&) override
+    void ShowRecord(const Measurement&) override
     {
         if (++shown % 100 == 0 && slow) {
             QThread::msleep(1); // stands for a file of a hundred million lines
@@ -67,9 +69,6 @@ struct Bench {
     explicit Bench(clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
         : recorder(folder.path / "REC", flush)
     {
-        host.device.sTemperature = "23 C";
-        host.device.MeasValue = host.device.MeasValue_mm = 1234;
-        host.device.CurrentTime = 46341.5;
         window.show();
     }
     QPushButton* Button(const char* name) const { return window.findChild<QPushButton*>(QLatin1String(name)); }
@@ -102,14 +101,12 @@ TEST(RecorderWindow, FollowsTheRecorderAndSaysWhatHasBecomeOfIt)
     bench.Button("cmdRec")->click();
     EXPECT_EQ(bench.Rule(), "cmdStop ");
     EXPECT_EQ(bench.host.file.toStdString(), "REC: " + bench.recorder.FileName + " ");
-    bench.host.device.sTemperature.clear();
-    EXPECT_THROW(bench.recorder.Record(bench.host.device), std::invalid_argument);
+    EXPECT_THROW(bench.recorder.Record(kValue, {}), std::invalid_argument);
     bench.window.ShowState();
     EXPECT_EQ(bench.State(), "Waiting for a temperature");
     EXPECT_EQ(bench.After("cmdStop"), "Nothing could be recorded without a temperature.");
     bench.Button("cmdRec")->click();
-    bench.host.device.sTemperature = "23 C";
-    bench.recorder.Record(bench.host.device);
+    bench.recorder.Record(kValue, "23 C");
     EXPECT_EQ(bench.After("cmdStop"), "Values saved: 1");
     EXPECT_EQ(bench.Rule(), "cmdRec ");
     bench.Button("cmdRec")->click();
@@ -144,7 +141,7 @@ TEST(RecorderWindow, StaysAliveWhileTheDiskIsBusy)
         return std::error_code();
     });
     bench.Button("cmdRec")->click();
-    bench.recorder.Record(bench.host.device);
+    bench.recorder.Record(kValue, "23 C");
     bench.Button("cmdStop")->click();
     EXPECT_EQ(bench.State(), "Writing the recording …");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");

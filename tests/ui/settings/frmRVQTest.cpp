@@ -77,7 +77,7 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
 {
     Editor editor;
     EXPECT_EQ(editor.Status(), "Download configuration from Orvex finished") << "the opening download";
-    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.SerialNo);
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.Identity.SerialNo);
     EXPECT_FALSE(editor.Find("cmdDelete")->isEnabled());
     EXPECT_FALSE(editor.Box(8).isEnabled());
     editor.Find<QCheckBox>("chkAnalogOutput")->click();
@@ -91,7 +91,7 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
     EXPECT_EQ(editor.Status(), "Upload configuration to Orvex finished");
     EXPECT_EQ(editor.Typed(5), "9900") << "read back";
     EXPECT_EQ(editor.Marks(), 0);
-    EXPECT_EQ(editor.line.device.Offset, 123);
+    EXPECT_EQ(editor.line.device.Parameters.Offset, 123);
     EXPECT_TRUE(editor.Find<QLabel>("lblUnstored")->isVisible());
     editor.Click("cmdSaveSettings");
     EXPECT_EQ(editor.Status(), "Configuration data stored in Orvex");
@@ -178,7 +178,7 @@ TEST(SettingsWindow, AsksBeforeItOverwritesWhatAnotherProgramHasWritten)
         editor.ClickAndAnswer("cmdSave", "b.rvq");
         clsConfigLibrary other(editor.folder / "RVQ.ini");
         other.Build();
-        other.Entry(1).Offset = 5;
+        other.Entry(1).Parameters.Offset = 5;
         other.Store(1, "theirs");
         editor.Box(0).setText("77");
         editor.Click("cmdSave");
@@ -280,9 +280,9 @@ TEST(SettingsWindow, ALongTextOfTheSensorIsPlainAndDoesNotWidenIt)
 {
     Editor editor;
     const int before = editor.window->minimumSizeHint().width();
-    editor.line.device.SerialNo = "<b>" + std::string(61, 'W');
+    editor.line.device.Identity.SerialNo = "<b>" + std::string(61, 'W');
     editor.window->FollowDevice();
-    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.SerialNo);
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.Identity.SerialNo);
     EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->textFormat(), Qt::PlainText);
     EXPECT_LE(editor.window->minimumSizeHint().width(), before + 24 * editor.window->fontMetrics().averageCharWidth());
 }
