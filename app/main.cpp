@@ -10,6 +10,7 @@
 #include "simulator/clsSimulatedSensor.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
+#include "texts/modFunctions.h"
 #include "ui/help/Help.h"
 #include "ui/main/frmMain.h"
 #include "ui/main/frmSplash.h"
@@ -242,7 +243,8 @@ void startRecording(frmMain& window, std::int32_t language)
     try {
         window.StartRecording();
     } catch (const std::system_error& failure) {
-        throw std::runtime_error(Text(1186, language).arg(FileErrorText(failure.code(), language)).toStdString());
+        throw std::runtime_error(
+            Text(TextId::RecorderNotStarted, language).arg(FileErrorText(failure.code(), language)).toStdString());
     }
 }
 

@@ -352,12 +352,16 @@ private:
 
     void takeSettingsBoxes(const frmRVQ& settings) const
     {
-        const QString question = Text(1285, m_settings.Language) + QStringLiteral(": /home/user/hall-3.rvq\n") +
-                                 Text(1286, m_settings.Language);
+        const QString question = Text(TextId::QuestionFileExists, m_settings.Language) +
+                                 QStringLiteral(": /home/user/hall-3.rvq\n") +
+                                 Text(TextId::QuestionOverwrite, m_settings.Language);
         takeBox("box_overwrite", [&] { settings.Boxes.Overwrite(question); });
-        takeBox("box_failure",
-                [&] { settings.Boxes.Failure(Text(1291, m_settings.Language) + Text(1292, m_settings.Language)); });
-        takeBox("box_description", [&] { settings.Boxes.Description(Text(1281, m_settings.Language)); });
+        takeBox("box_failure", [&] {
+            settings.Boxes.Failure(Text(TextId::QuestionTransferFailure, m_settings.Language) +
+                                   Text(TextId::TransferNoResponse, m_settings.Language));
+        });
+        takeBox("box_description",
+                [&] { settings.Boxes.Description(Text(TextId::DescriptionProposal, m_settings.Language)); });
         takeBox("box_load", [&] { settings.Boxes.FileToLoad(m_folder.toStdString()); });
         takeBox("box_save", [&] { settings.Boxes.FileToSave(m_folder.toStdString() + '/'); });
     }

@@ -1,7 +1,6 @@
 #include "sensor/Fields.h"
 
 #include "base/Numbers.h"
-#include "sensor/Parameters.h"
 #include "texts/modFunctions.h"
 
 #include <algorithm>
@@ -74,7 +73,7 @@ bool keepsPairRule(const ParameterSet& set, std::size_t field, std::int32_t stor
 bool isChoosable(const ChoiceDef& choice, std::int32_t value)
 {
     const bool none = value == -1 && choice.code == "351";
-    return none || (value >= 0 && value < choice.count);
+    return none || (value >= 0 && value < choice.Count());
 }
 
 bool isCopied(std::size_t choice, const ShownSettings& shown)
@@ -98,7 +97,7 @@ std::int32_t shownChoice(const ChoiceDef& choice, std::int32_t stored)
 
 } // namespace
 
-std::int32_t LabelId(std::string_view code)
+TextId LabelId(std::string_view code)
 {
     return parameterOf(code).labelId;
 }
@@ -106,14 +105,11 @@ std::int32_t LabelId(std::string_view code)
 std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t language)
 {
     const ChoiceDef& def = kChoices.at(choice);
-    if (value < 0 || value >= def.count) {
+    if (value < 0 || value >= def.Count()) {
         return {};
     }
-    if (def.firstTextId == kTextOff) {
-        return modFunctions::GetText(kTextOff - value, language);
-    }
-    const std::int32_t id = def.firstTextId + value;
-    return id < 1000 ? modFunctions::NeutralText(id) : modFunctions::GetText(id, language);
+    const auto index = static_cast<std::size_t>(value);
+    return def.names.empty() ? def.sameNames[index] : modFunctions::GetText(def.names[index], language);
 }
 
 std::string FieldText(const FieldDef& field, std::int32_t stored, char decimalSeparator)

@@ -2,10 +2,14 @@
 // configuration.
 #pragma once
 
+#include "sensor/Parameters.h"
+#include "texts/TextId.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,27 +65,30 @@ enum class ChoiceKind : std::uint8_t { List, Check, Label };
 struct ChoiceDef {
     std::string_view code;
     ChoiceKind kind;
-    std::int32_t firstTextId; ///< of value 0; the texts of the others follow
-    std::int32_t count;       ///< of values
+    std::span<const TextId> names;                    ///< of the values
+    std::span<const std::string_view> sameNames = {}; ///< instead, where they are the same in every language
+
+    constexpr std::int32_t Count() const { return static_cast<std::int32_t>(names.size() + sameNames.size()); }
 };
-inline constexpr std::int32_t kTextOutputModes = 1215;
-inline constexpr std::int32_t kTextNegative = 1261;
-inline constexpr std::int32_t kTextOff = 1264; // "On" stands before it, in 1263
+inline constexpr std::array kOutputModeNames{TextId::OutputModeContinuous, TextId::OutputModeSingle,
+                                             TextId::OutputModeOnRequest};
+inline constexpr std::array kLogicNames{TextId::LogicNegative, TextId::LogicPositive};
+inline constexpr std::array kStateNames{TextId::StateOff, TextId::StateOn};
 inline constexpr auto kChoices = std::to_array<ChoiceDef>({
-    {"601", ChoiceKind::List, 820, 6},
-    {"603", ChoiceKind::List, kTextOutputModes, 3},
-    {"101", ChoiceKind::List, 800, 4},
-    {"111", ChoiceKind::List, 810, 7},
-    {"301", ChoiceKind::List, 830, 5},
-    {"302", ChoiceKind::List, 840, 5},
-    {"304", ChoiceKind::Check, kTextOff, 2},
-    {"305", ChoiceKind::Check, kTextOff, 2},
-    {"306", ChoiceKind::Check, kTextOff, 2},
-    {"311", ChoiceKind::Check, kTextOff, 2},
-    {"351", ChoiceKind::List, 850, 3},
-    {"403", ChoiceKind::Check, kTextOff, 2},
-    {"503", ChoiceKind::Label, kTextNegative, 2},
-    {"506", ChoiceKind::List, kTextNegative, 2},
+    {"601", ChoiceKind::List, {}, kBaudrateTexts},
+    {"603", ChoiceKind::List, kOutputModeNames},
+    {"101", ChoiceKind::List, {}, kOutputFormatTexts},
+    {"111", ChoiceKind::List, {}, kUnitNamesLong},
+    {"301", ChoiceKind::List, {}, kAverageDepthTexts},
+    {"302", ChoiceKind::List, {}, kTimeOutNames},
+    {"304", ChoiceKind::Check, kStateNames},
+    {"305", ChoiceKind::Check, kStateNames},
+    {"306", ChoiceKind::Check, kStateNames},
+    {"311", ChoiceKind::Check, kStateNames},
+    {"351", ChoiceKind::List, {}, kRainFilterTexts},
+    {"403", ChoiceKind::Check, kStateNames},
+    {"503", ChoiceKind::Label, kLogicNames},
+    {"506", ChoiceKind::List, kLogicNames},
 });
 enum ChoiceIndex : std::size_t {
     ChoiceBaudrate,
@@ -112,8 +119,8 @@ inline constexpr std::string_view kNoAddress = "n/a";
 /// Deliberate: what a box shows whose number was refused when the values were copied.
 inline constexpr std::string_view kRefusedText = "255";
 
-/// The id of a parameter's caption.
-std::int32_t LabelId(std::string_view code);
+/// A parameter's caption.
+TextId LabelId(std::string_view code);
 /// What a value of a list, check box or logic is called, UTF-8; empty outside the list.
 std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t language);
 

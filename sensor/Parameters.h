@@ -2,6 +2,8 @@
 // parsing, loading and saving walk this table; a new parameter is a new row.
 #pragma once
 
+#include "texts/TextId.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
@@ -59,7 +61,7 @@ struct ParameterDef {
     std::int32_t missingKeyValue;                ///< of a file that does not name the key
     std::span<const std::string_view> wireTexts; ///< empty: the value travels as a decimal number
     std::string_view fallback;                   ///< sent for an index that wireTexts does not hold
-    std::int32_t labelId;                        ///< caption, German text id
+    TextId labelId;                              ///< caption
     ParameterGroup group;
 };
 
@@ -100,18 +102,10 @@ std::int32_t RateOfIndex(std::int32_t index);
 /// A rate in bit/s if the sensor has it, else `kUsualRate`.
 std::int32_t SensorRate(std::int32_t rate);
 
-/// Texts of the drop-down lists, by stored value; the ids are those of the program's text table.
-struct ValueListDef {
-    std::int32_t firstId;
-    std::span<const std::string_view> texts;
-};
+/// What a list shows where that is not what travels, by stored value.
 inline constexpr std::array<std::string_view, 7> kUnitNamesLong{"Millimeter", "Meter", "Inch",       "Foot",
                                                                 "Yard",       "Mile",  "Nautic Mile"};
 inline constexpr std::array<std::string_view, 5> kTimeOutNames{"0 %", "25 %", "50 %", "100 %", "200 %"};
-inline constexpr ValueListDef kValueLists[] = {
-    {800, kOutputFormatTexts}, {810, kUnitNamesLong}, {820, kBaudrateTexts},
-    {830, kAverageDepthTexts}, {840, kTimeOutNames},  {850, kRainFilterTexts},
-};
 
 struct UnitDef {
     std::string_view name;

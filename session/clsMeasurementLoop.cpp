@@ -13,13 +13,6 @@ namespace {
 constexpr double kClockStep_ms = 500.0;
 constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
 
-enum TextId : std::int32_t {
-    TextNewConfiguration = 1131,
-    TextNewDistance = 1132,
-    TextNewTemperature = 1133,
-    TextCrcError = 1135,
-};
-
 } // namespace
 
 clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, MonitorView& view,
@@ -121,7 +114,7 @@ void clsMeasurementLoop::reopenPort()
     if (m_device.PortIsOpen) {
         m_view.ShowStatus(1, {});
     } else {
-        status(modFunctions::TextPortNotOpen);
+        status(TextId::StatusPortNotOpen);
     }
     // What an earlier device has left, half a line or an open question, is nothing to the one that is there now.
     m_device.CommStatus = DialogueNone;
@@ -166,7 +159,7 @@ void clsMeasurementLoop::dispatch()
         if (m_device.NewDistance) {
             newDistance(); // the damage came behind a good value
         }
-        status(TextCrcError);
+        status(TextId::StatusCrcError);
         break;
     default:
         if (m_device.CommStatus != DialogueNone) {
@@ -185,7 +178,7 @@ void clsMeasurementLoop::noAnswer()
         m_view.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }
-    status(modFunctions::TextNoConnection);
+    status(TextId::StatusNoConnection);
     breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueIdle) {
         m_view.ShowTemperature({});
@@ -206,7 +199,7 @@ void clsMeasurementLoop::newDistance()
     if (Record) {
         Record(measurement, m_device.sTemperature);
     }
-    status(TextNewDistance);
+    status(TextId::StatusNewDistance);
     m_view.ShowShutDown(m_device.MeasValue == kMarkerTempError);
     interruptForTemperature();
 }
@@ -214,7 +207,7 @@ void clsMeasurementLoop::newDistance()
 void clsMeasurementLoop::newTemperature()
 {
     m_view.ShowTemperature(m_device.sTemperature);
-    status(TextNewTemperature);
+    status(TextId::StatusNewTemperature);
     m_temperaturePending = false;
     if (m_device.Wait.Running) {
         return;
@@ -231,7 +224,7 @@ void clsMeasurementLoop::newConfiguration()
 {
     showSensorSettings();
     m_view.ShowShutDown(m_device.Identity.HWPointer.find("shutdown") != std::string::npos);
-    status(TextNewConfiguration);
+    status(TextId::StatusNewConfiguration);
 }
 
 /// Right after a distance: the stop. The evaluation asks for the temperature once the line is quiet, and the event of
@@ -382,7 +375,7 @@ void clsMeasurementLoop::advanceClock()
     m_clock_ms = 0.0;
 }
 
-void clsMeasurementLoop::status(std::int32_t textId)
+void clsMeasurementLoop::status(TextId textId)
 {
     m_view.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
 }

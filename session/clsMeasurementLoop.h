@@ -10,6 +10,7 @@
 #include "session/MonitorView.h"
 #include "session/clsFIFO.h"
 #include "store/modGlobals.h"
+#include "texts/TextId.h"
 
 #include <cstdint>
 #include <functional>
@@ -110,7 +111,7 @@ private:
     void readPort();
     void showRule();
     void advanceClock();
-    void status(std::int32_t textId);
+    void status(TextId textId);
     bool mayStart() const;
 
     clsRVQ& m_device;

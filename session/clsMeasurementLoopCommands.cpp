@@ -74,7 +74,7 @@ void clsMeasurementLoop::requestOne(const NextPass& nextPass)
     if (found) {
         newDistance();
     } else {
-        m_view.ShowStatus(1, modFunctions::GetText(modFunctions::TextNoConnection, m_settings.Language));
+        m_view.ShowStatus(1, modFunctions::GetText(TextId::StatusNoConnection, m_settings.Language));
     }
 }
 

@@ -1,29 +1,11 @@
 #include "session/clsTransfer.h"
 
 #include "sensor/Parameters.h"
-#include "texts/modFunctions.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace {
-
-enum TextId : std::int32_t {
-    TextStored = 1271,
-    TextDefaultsSet = 1272,
-    TextDownloaded = 1273,
-    TextUploaded = 1274,
-    TextStoreFailed = 1275,
-    TextDefaultsFailed = 1276,
-    TextNoResponse = 1292,
-    TextInvalidCode = 1293,
-    TextReading = 1320,
-    TextStoring = 1321,
-    TextSettingDefaults = 1322,
-    TextNotRead = 1360,
-    TextNotSent = 1361,
-    TextNotReadBack = 1362,
-};
 
 constexpr std::string_view kRainFilter = "351";
 
@@ -133,7 +115,7 @@ void clsTransfer::run(std::initializer_list<TransferJob> jobs)
 bool clsTransfer::perform(TransferJob job)
 {
     if (job != TransferJob::ReadBack) {
-        m_view.ShowStatusText(0);
+        m_view.ShowStatusText(TextId::None);
         m_view.ShowFailed(false);
     }
     switch (job) {
@@ -141,7 +123,7 @@ bool clsTransfer::perform(TransferJob job)
         if (!sendAll()) {
             copySet(m_device, m_entry);
             if (!m_device.Wait.Ended) {
-                m_view.ShowFailure(TextNotSent, m_reason);
+                m_view.ShowFailure(TextId::TransferNotSent, m_reason);
             }
             return false;
         }
@@ -178,7 +160,7 @@ bool clsTransfer::sendAll()
             break;
         }
     }
-    m_view.ShowProgress({steps, steps, TextReading});
+    m_view.ShowProgress({steps, steps, TextId::TransferReading});
     return true;
 }
 
@@ -221,17 +203,17 @@ FailureAnswer clsTransfer::ask(std::int32_t verdict)
         ~Asking() { asking = false; }
     } const asking{m_device.Wait.Asking};
     m_device.Wait.Asking = true;
-    m_reason = verdict == EventNoAnswer ? whyNothingCame() : static_cast<std::int32_t>(TextInvalidCode);
-    return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextNoResponse : TextInvalidCode);
+    m_reason = verdict == EventNoAnswer ? whyNothingCame() : TextId::TransferInvalidCode;
+    return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextId::TransferNoResponse : TextId::TransferInvalidCode);
 }
 
 /// The port is closed, or it was and may have another sensor behind it now, or the sensor is silent.
-std::int32_t clsTransfer::whyNothingCame() const
+TextId clsTransfer::whyNothingCame() const
 {
     if (!m_device.PortIsOpen) {
-        return modFunctions::TextPortNotOpen;
+        return TextId::StatusPortNotOpen;
     }
-    return isSameSensor() ? static_cast<std::int32_t>(TextNoResponse) : modFunctions::TextNoConnection;
+    return isSameSensor() ? TextId::TransferNoResponse : TextId::StatusNoConnection;
 }
 
 /// Values that were meant for one sensor must not go to another that was plugged in meanwhile.
@@ -246,7 +228,7 @@ void clsTransfer::readSet(TransferJob job)
         return;
     }
     if (job != TransferJob::Upload) {
-        m_view.ShowProgress({0, 0, TextReading});
+        m_view.ShowProgress({0, 0, TextId::TransferReading});
     }
     m_device.Journal.Clear();
     m_device.SendCommand("C");
@@ -257,7 +239,8 @@ void clsTransfer::readSet(TransferJob job)
         if (job == TransferJob::ReadBack && !m_isTaken) {
             m_view.ShowFailed(true); // that the command has failed is said already
         } else if (!m_device.Wait.Ended) {
-            m_view.ShowFailure(job == TransferJob::Download ? TextNotRead : TextNotReadBack, whyNothingCame());
+            m_view.ShowFailure(job == TransferJob::Download ? TextId::TransferNotRead : TextId::TransferNotReadBack,
+                               whyNothingCame());
         }
         if (job == TransferJob::Download) {
             m_view.FillFromDeviceEntry();
@@ -267,20 +250,20 @@ void clsTransfer::readSet(TransferJob job)
     copySet(m_device, m_entry);
     m_view.SelectDeviceEntry();
     if (job != TransferJob::ReadBack) {
-        m_view.ShowStatusText(job == TransferJob::Download ? TextDownloaded : TextUploaded);
+        m_view.ShowStatusText(job == TransferJob::Download ? TextId::TransferDownloaded : TextId::TransferUploaded);
     }
 }
 
 void clsTransfer::command(std::string_view code, TransferJob job)
 {
     const bool store = job == TransferJob::Store;
-    m_view.ShowProgress({0, 0, store ? TextStoring : TextSettingDefaults});
+    m_view.ShowProgress({0, 0, store ? TextId::TransferStoring : TextId::TransferSettingDefaults});
     m_isTaken = isSameSensor() &&
                 modRVQComm::SendValueOf(m_device, m_entry.Parameters, code, m_pumpEvents) == EventAcknowledged;
     m_view.ShowFailed(!m_isTaken);
     if (m_isTaken) {
-        m_view.ShowStatusText(store ? TextStored : TextDefaultsSet);
+        m_view.ShowStatusText(store ? TextId::TransferStored : TextId::TransferDefaultsSet);
     } else {
-        m_view.ShowStatusText(store ? TextStoreFailed : TextDefaultsFailed);
+        m_view.ShowStatusText(store ? TextId::TransferStoreFailed : TextId::TransferDefaultsFailed);
     }
 }

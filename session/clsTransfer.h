@@ -5,6 +5,7 @@
 
 #include "sensor/modRVQComm.h"
 #include "store/Configuration.h"
+#include "texts/TextId.h"
 
 #include <cstdint>
 #include <initializer_list>
@@ -15,9 +16,9 @@ enum class TransferJob : std::uint8_t { Upload, Download, ReadBack, Store, Defau
 
 /// How far a transfer is.
 struct TransferProgress {
-    std::int32_t step = 0;   ///< 1..steps
-    std::int32_t steps = 0;  ///< 0: nobody can tell, one answer is waited for
-    std::int32_t textId = 0; ///< what is being done: a parameter's caption, or one of the texts 1320 to 1322
+    std::int32_t step = 0;        ///< 1..steps
+    std::int32_t steps = 0;       ///< 0: nobody can tell, one answer is waited for
+    TextId textId = TextId::None; ///< what is being done; while a parameter is sent, its caption
 };
 
 enum class FailureAnswer : std::uint8_t { Abort, Retry, Ignore };
@@ -28,17 +29,17 @@ public:
 
     /// Called first and last: controls follow the enabling rule.
     virtual void ShowBusy(bool busy) = 0;
-    /// The text of `lblStatus`; 0 clears it.
-    virtual void ShowStatusText(std::int32_t textId) = 0;
+    /// The text of `lblStatus`; `None` clears it.
+    virtual void ShowStatusText(TextId textId) = 0;
     /// `lblStatus` is red when something has failed, else black.
     virtual void ShowFailed(bool failed) = 0;
     /// What has failed, and why: red, the second text within the first. It stays to be read while the sensor goes and
     /// comes.
-    virtual void ShowFailure(std::int32_t textId, std::int32_t reasonTextId) = 0;
+    virtual void ShowFailure(TextId textId, TextId reasonTextId) = 0;
     virtual void ShowProgress(const TransferProgress& progress) = 0;
-    /// Asks in a box with Abort, Retry and Ignore: text 1291 followed by the reason, 1292 or 1293. The box must close
-    /// with Abort when the main window goes.
-    virtual FailureAnswer AskAboutFailure(std::int32_t reasonTextId) = 0;
+    /// Asks in a box with Abort, Retry and Ignore: that there is a failure, then the reason. The box must close with
+    /// Abort when the main window goes.
+    virtual FailureAnswer AskAboutFailure(TextId reasonTextId) = 0;
     /// Selects the device entry's line as the user would: the window shows it, `cmdDelete` follows.
     virtual void SelectDeviceEntry() = 0;
     /// Selects the line without that, and fills the fields from the device entry.
@@ -78,7 +79,7 @@ private:
     FailureAnswer sendOne(std::string_view code);
     FailureAnswer ask(std::int32_t verdict);
     bool isSameSensor() const;
-    std::int32_t whyNothingCame() const;
+    TextId whyNothingCame() const;
     void readSet(TransferJob job);
     void command(std::string_view code, TransferJob job);
 
@@ -87,7 +88,7 @@ private:
     TransferView& m_view;
     modRVQComm::PumpEvents m_pumpEvents;
     bool m_busy = false;
-    std::int32_t m_opening = 0; ///< of the port, when the transfer began
-    std::int32_t m_reason = 0;  ///< text id: why the last value was not taken
-    bool m_isTaken = false;     ///< the sensor has acknowledged the last "999" or "000"
+    std::int32_t m_opening = 0;     ///< of the port, when the transfer began
+    TextId m_reason = TextId::None; ///< why the last value was not taken
+    bool m_isTaken = false;         ///< the sensor has acknowledged the last "999" or "000"
 };

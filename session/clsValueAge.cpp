@@ -5,19 +5,15 @@
 
 namespace {
 
-constexpr std::int32_t kTextSeconds = 1375;
-constexpr std::int32_t kTextMinutes = 1376;
-constexpr std::int32_t kTextHours = 1377;
-
 /// In the unit in which it stays a small number: up to two minutes in seconds, up to two hours in minutes.
 ValueAge inWords(double age_s)
 {
     constexpr double kMost = std::numeric_limits<std::int32_t>::max();
     const auto seconds = static_cast<std::int32_t>(std::clamp(age_s, 0.0, kMost));
     if (age_s <= 120.0) {
-        return {kTextSeconds, seconds};
+        return {TextId::AgeSeconds, seconds};
     }
-    return age_s <= 7200.0 ? ValueAge{kTextMinutes, seconds / 60} : ValueAge{kTextHours, seconds / 3600};
+    return age_s <= 7200.0 ? ValueAge{TextId::AgeMinutes, seconds / 60} : ValueAge{TextId::AgeHours, seconds / 3600};
 }
 
 } // namespace

@@ -2,12 +2,14 @@
 // so. Times are seconds of a clock that only goes forward; they are handed in.
 #pragma once
 
+#include "texts/TextId.h"
+
 #include <cstdint>
 #include <optional>
 
 /// An age in words: a text with a place for the amount ("%1 s old").
 struct ValueAge {
-    std::int32_t TextId = 0;
+    TextId Text = TextId::None;
     std::int32_t Amount = 0;
     bool operator==(const ValueAge&) const = default;
 };

@@ -26,7 +26,7 @@ public:
         m_sheet.append(label).append(tabs == kAligned ? aligned : tabs, '\t');
         Line(value);
     }
-    void Caption(std::int32_t textId, std::string_view value, std::size_t tabs = kAligned)
+    void Caption(TextId textId, std::string_view value, std::size_t tabs = kAligned)
     {
         Line(CodePageBytes(modFunctions::GetText(textId, m_language)), tabs, value);
     }

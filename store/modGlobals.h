@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sensor/Parameters.h"
+#include "texts/modFunctions.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -11,9 +12,6 @@
 #include <system_error>
 #include <utility>
 #include <vector>
-
-/// Offset of the text ids of a language.
-enum LanguageOffset : std::int32_t { LanguageGerman = 0, LanguageEnglish = 1000 };
 
 namespace modGlobals {
 

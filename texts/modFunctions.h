@@ -1,19 +1,21 @@
-// The program's texts by id.
+// The program's texts by their names.
 #pragma once
+
+#include "texts/TextId.h"
 
 #include <cstdint>
 #include <string_view>
 
+/// Offset of the text ids of a language.
+enum LanguageOffset : std::int32_t { LanguageGerman = 0, LanguageEnglish = 1000 };
+
 namespace modFunctions {
 
-/// Ids of the texts that say why the sensor cannot be reached, the same in every window.
-enum TextId : std::int32_t { TextNoConnection = 1134, TextPortNotOpen = 1136 };
+/// The text (UTF-8) in the language with this offset (0 German, 1000 English). Empty for `TextId::None` and for a text
+/// that is the same in every language.
+std::string_view GetText(TextId id, std::int32_t language);
 
-/// The text (UTF-8) of a German id, 1000..1399, in the language with this offset (0 German, 1000 English).
-/// Empty when there is none.
-std::string_view GetText(std::int32_t id, std::int32_t language);
-
-/// The text (UTF-8) of an id below 1000, the same in every language; empty when there is none.
-std::string_view NeutralText(std::int32_t id);
+/// The text (UTF-8) that is the same in every language, as a name is; empty for any other.
+std::string_view NeutralText(TextId id);
 
 } // namespace modFunctions

@@ -172,8 +172,8 @@ TEST_F(CrashSafety, Tables)
         }
         recordings[i] = source.Write(i == 0 ? "short.rec" : "long.rec", lines);
         const auto write = [&](std::string_view piece) { return !tables[i].append(piece).empty(); };
-        modCsvExport::ExportCsv(recordings[i], modCsvExport::kGermanSpreadsheet, Text(1093, 0).toStdString(),
-                                {write, [](double) { return true; }});
+        modCsvExport::ExportCsv(recordings[i], modCsvExport::kGermanSpreadsheet,
+                                Text(TextId::ExportColumns, 0).toStdString(), {write, [](double) { return true; }});
     }
     const std::string file = folder.path / "table.csv";
     const auto write = [&](int i) {

@@ -15,7 +15,8 @@ using modRVQComm::SendParameter;
 
 TEST(Parameters, NoRowKeepsTheIdOrTheLabelThatItWasCopiedWith)
 {
-    std::set<std::int32_t> ids, labels;
+    std::set<std::int32_t> ids;
+    std::set<TextId> labels;
     for (const ParameterDef& row : ParameterTable()) {
         EXPECT_TRUE(ids.insert(row.codeId).second && labels.insert(row.labelId).second) << row.code;
     }

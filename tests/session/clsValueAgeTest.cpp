@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::int32_t kSeconds = 1375, kMinutes = 1376, kHours = 1377;
+constexpr TextId kSeconds = TextId::AgeSeconds, kMinutes = TextId::AgeMinutes, kHours = TextId::AgeHours;
 using Age = std::optional<ValueAge>;
 
 TEST(ValueAge, IsToldOnceTheValueIsStale)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "session/clsTransfer.h"
+#include "texts/TextId.h"
 
 #include <deque>
 #include <string>
@@ -15,16 +16,13 @@ public:
 
     std::string TakeTold() { return std::exchange(told, {}); }
     void ShowBusy(bool) override {}
-    void ShowStatusText(std::int32_t id) override { told += id == 0 ? "" : std::to_string(id) + " "; }
+    void ShowStatusText(TextId id) override { told += id == TextId::None ? "" : number(id) + " "; }
     void ShowFailed(bool failed) override { told += failed ? "! " : ""; }
-    void ShowFailure(std::int32_t id, std::int32_t reason) override
-    {
-        told += "!" + std::to_string(id) + ":" + std::to_string(reason) + " ";
-    }
+    void ShowFailure(TextId id, TextId reason) override { told += "!" + number(id) + ":" + number(reason) + " "; }
     void ShowProgress(const TransferProgress& shown) override { progress = shown; }
-    FailureAnswer AskAboutFailure(std::int32_t reason) override
+    FailureAnswer AskAboutFailure(TextId reason) override
     {
-        told += "ask " + std::to_string(reason) + " ";
+        told += "ask " + number(reason) + " ";
         answers.push_back(FailureAnswer::Abort);
         const FailureAnswer answer = answers.front();
         answers.pop_front();
@@ -32,4 +30,7 @@ public:
     }
     void SelectDeviceEntry() override { told += "select "; }
     void FillFromDeviceEntry() override { told += "fill "; }
+
+private:
+    static std::string number(TextId id) { return std::to_string(static_cast<std::int32_t>(id)); }
 };

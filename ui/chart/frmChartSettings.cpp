@@ -21,12 +21,12 @@ frmChartSettings::frmChartSettings(QWidget& owner, modGlobals::Settings& setting
     : QDialog(&owner), m_settings(settings), m_chart(chart), m_decimalSeparator(DecimalSeparator())
 {
     setObjectName(QStringLiteral("frmChartSettings"));
-    SetTextIds(this, 1028);
+    SetTextIds(this, TextId::TitleChartSettings);
     auto* column = new QVBoxLayout(this);
     column->addWidget(buildTimeAxis());
     column->addWidget(buildValueAxis());
-    chkConnectPoints = addButton<QCheckBox>("chkConnectPoints", 1037);
-    chkNullWerte = addButton<QCheckBox>("chkNullWerte", 1038);
+    chkConnectPoints = addButton<QCheckBox>("chkConnectPoints", TextId::CheckConnectPoints);
+    chkNullWerte = addButton<QCheckBox>("chkNullWerte", TextId::CheckZeroValues);
     column->addWidget(chkConnectPoints);
     column->addWidget(chkNullWerte);
     column->addStretch(1);
@@ -43,7 +43,7 @@ frmChartSettings::frmChartSettings(QWidget& owner, modGlobals::Settings& setting
 }
 
 template <typename Button>
-Button* frmChartSettings::addButton(const char* name, std::int32_t id)
+Button* frmChartSettings::addButton(const char* name, TextId id)
 {
     auto* button = new Button(this);
     button->setObjectName(QLatin1String(name));
@@ -55,9 +55,9 @@ QGroupBox* frmChartSettings::buildTimeAxis()
 {
     auto* frame = new QGroupBox(this);
     frame->setObjectName(QStringLiteral("fraXAxis"));
-    SetTextIds(frame, 1029);
-    optxAxisTime = addButton<QRadioButton>("optxAxisTime", 1030);
-    optxAxisInterval = addButton<QRadioButton>("optxAxisInterval", 1031);
+    SetTextIds(frame, TextId::FrameXAxis);
+    optxAxisTime = addButton<QRadioButton>("optxAxisTime", TextId::OptionTime);
+    optxAxisInterval = addButton<QRadioButton>("optxAxisInterval", TextId::OptionInterval);
     auto* column = new QVBoxLayout(frame);
     column->addWidget(optxAxisTime);
     column->addWidget(optxAxisInterval);
@@ -69,9 +69,9 @@ QGroupBox* frmChartSettings::buildValueAxis()
     using modChartSettings::Limit;
     auto* frame = new QGroupBox(this);
     frame->setObjectName(QStringLiteral("fraYAxis"));
-    SetTextIds(frame, 1032);
-    optYScaleAuto = addButton<QRadioButton>("optYScaleAuto", 1033);
-    optYScaleManual = addButton<QRadioButton>("optYScaleManual", 1034);
+    SetTextIds(frame, TextId::FrameYAxis);
+    optYScaleAuto = addButton<QRadioButton>("optYScaleAuto", TextId::OptionAutomatic);
+    optYScaleManual = addButton<QRadioButton>("optYScaleManual", TextId::OptionManual);
     auto* grid = new QGridLayout(frame);
     grid->addWidget(optYScaleAuto, 0, 0, 1, 2);
     grid->addWidget(optYScaleManual, 1, 0, 1, 2);
@@ -81,10 +81,10 @@ QGroupBox* frmChartSettings::buildValueAxis()
         box->Check = [this, limit](const std::string& typed) {
             return modChartSettings::CheckedText(limit, typed, m_decimalSeparator);
         };
-        box->Words = [this](std::int32_t id) { return Text(id, m_settings.Language); };
+        box->Words = [this](TextId id) { return Text(id, m_settings.Language); };
         auto* caption = new QLabel(frame);
         caption->setObjectName(QStringLiteral("lblParameter_%1").arg(limit));
-        SetTextIds(caption, limit == modChartSettings::LimitMax ? 1035 : 1036);
+        SetTextIds(caption, limit == modChartSettings::LimitMax ? TextId::CaptionMaximum : TextId::CaptionMinimum);
         caption->setBuddy(box);
         const int row = 2 + static_cast<int>(limit);
         grid->addWidget(caption, row, 0);
@@ -97,9 +97,9 @@ QGroupBox* frmChartSettings::buildValueAxis()
 
 QLayout* frmChartSettings::buildButtons()
 {
-    cmdOK = addButton<QPushButton>("cmdOK", 1039);
-    cmdCancel = addButton<QPushButton>("cmdCancel", 1040);
-    cmdApply = addButton<QPushButton>("cmdApply", 1041);
+    cmdOK = addButton<QPushButton>("cmdOK", TextId::ButtonOk);
+    cmdCancel = addButton<QPushButton>("cmdCancel", TextId::ButtonCancel);
+    cmdApply = addButton<QPushButton>("cmdApply", TextId::ButtonApply);
     auto* row = new QHBoxLayout;
     row->addStretch(1);
     for (QPushButton* button : {cmdOK, cmdCancel, cmdApply}) {

@@ -1,6 +1,8 @@
 // The window of the chart's settings: kind of time axis, scaling of the value axis, connected points, zero values.
 #pragma once
 
+#include "texts/TextId.h"
+
 #include <QDialog>
 
 #include <array>
@@ -35,7 +37,7 @@ public:
 
 private:
     template <typename Button>
-    Button* addButton(const char* name, std::int32_t id);
+    Button* addButton(const char* name, TextId id);
     QGroupBox* buildTimeAxis();
     QGroupBox* buildValueAxis();
     QLayout* buildButtons();

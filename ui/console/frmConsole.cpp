@@ -36,8 +36,8 @@ frmConsole::frmConsole(const modGlobals::Settings& settings)
     txtConsole->setObjectName(QStringLiteral("txtConsole"));
     cmdCopy->setObjectName(QStringLiteral("cmdCopy"));
     cmdSave->setObjectName(QStringLiteral("cmdSave"));
-    SetTextIds(cmdCopy, 1010, 1012);
-    SetTextIds(cmdSave, 1011, 1013);
+    SetTextIds(cmdCopy, TextId::ButtonCopyConsole, TextId::ToolTipCopyConsole);
+    SetTextIds(cmdSave, TextId::ButtonSaveConsole, TextId::ToolTipSaveConsole);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch(1);
     buttons->addWidget(cmdCopy);
@@ -90,7 +90,7 @@ void frmConsole::changeEvent(QEvent* event)
 void frmConsole::localise()
 {
     LocaliseForm(*this, m_settings.Language);
-    txtConsole->setAccessibleName(Text(1014, m_settings.Language));
+    txtConsole->setAccessibleName(Text(TextId::AccessibleConsole, m_settings.Language));
 }
 
 void frmConsole::cmdCopy_Click()
@@ -105,8 +105,8 @@ void frmConsole::cmdCopy_Click()
 void frmConsole::cmdSave_Click()
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    const QString name =
-        QFileDialog::getSaveFileName(this, Text(1015, m_settings.Language), folder + QStringLiteral("/console.txt"));
+    const QString name = QFileDialog::getSaveFileName(this, Text(TextId::TitleSaveConsole, m_settings.Language),
+                                                      folder + QStringLiteral("/console.txt"));
     if (name.isEmpty()) {
         return;
     }
@@ -114,7 +114,7 @@ void frmConsole::cmdSave_Click()
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         const QString why = FileErrorText(file.errorString(), m_settings.Language);
-        QMessageBox::warning(this, windowTitle(), Text(1016, m_settings.Language).arg(name, why));
+        QMessageBox::warning(this, windowTitle(), Text(TextId::FailureNotSaved, m_settings.Language).arg(name, why));
     }
 }
 

@@ -85,7 +85,7 @@ frmHelp::frmHelp(QWidget& owner, const modGlobals::Settings& settings)
     : QWidget(&owner, Qt::Window), m_settings(settings)
 {
     setObjectName(QStringLiteral("frmHelp"));
-    SetTextIds(this, 1020);
+    SetTextIds(this, TextId::TitleHelp);
     tvContents = new QTreeWidget(this);
     tvContents->setObjectName(QStringLiteral("tvContents"));
     tvContents->setHeaderHidden(true);
@@ -136,10 +136,10 @@ QLayout* frmHelp::buildBar()
     cmdForward = addButton("cmdForward", "→", QKeySequence(Qt::ALT | Qt::Key_Right));
     cmdFindPrevious = addButton("cmdFindPrevious", "↑", QKeySequence(Qt::SHIFT | Qt::Key_F3));
     cmdFindNext = addButton("cmdFindNext", "↓", QKeySequence(Qt::Key_F3));
-    SetTextIds(cmdBack, 0, 1021);
-    SetTextIds(cmdForward, 0, 1022);
-    SetTextIds(cmdFindPrevious, 0, 1023);
-    SetTextIds(cmdFindNext, 0, 1024);
+    SetTextIds(cmdBack, TextId::None, TextId::ToolTipBack);
+    SetTextIds(cmdForward, TextId::None, TextId::ToolTipForward);
+    SetTextIds(cmdFindPrevious, TextId::None, TextId::ToolTipFindPrevious);
+    SetTextIds(cmdFindNext, TextId::None, TextId::ToolTipFindNext);
     txtSearch = new QLineEdit(this);
     txtSearch->setObjectName(QStringLiteral("txtSearch"));
     txtSearch->setClearButtonEnabled(true);
@@ -185,10 +185,10 @@ void frmHelp::connectControls()
 void frmHelp::localise()
 {
     LocaliseForm(*this, m_settings.Language);
-    txtSearch->setPlaceholderText(Text(1025, m_settings.Language));
-    txtSearch->setAccessibleName(Text(1025, m_settings.Language));
-    tvContents->setAccessibleName(Text(1027, m_settings.Language));
-    txtPage->setAccessibleName(Text(1020, m_settings.Language));
+    txtSearch->setPlaceholderText(Text(TextId::PlaceholderSearch, m_settings.Language));
+    txtSearch->setAccessibleName(Text(TextId::PlaceholderSearch, m_settings.Language));
+    tvContents->setAccessibleName(Text(TextId::AccessibleContents, m_settings.Language));
+    txtPage->setAccessibleName(Text(TextId::TitleHelp, m_settings.Language));
     for (QToolButton* button : findChildren<QToolButton*>(Qt::FindDirectChildrenOnly)) {
         button->setAccessibleName(button->toolTip());
     }
@@ -259,7 +259,7 @@ void frmHelp::find(bool backwards)
         return;
     }
     const bool found = findInPage(backwards) || findInOtherPages(backwards);
-    lblFound->setText(found ? QString() : Text(1026, m_settings.Language));
+    lblFound->setText(found ? QString() : Text(TextId::StatusNotFound, m_settings.Language));
 }
 
 bool frmHelp::findInPage(bool backwards)

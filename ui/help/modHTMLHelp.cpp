@@ -1,7 +1,7 @@
 #include "ui/help/modHTMLHelp.h"
 
 #include "base/Numbers.h"
-#include "store/modGlobals.h"
+#include "texts/modFunctions.h"
 
 #include <algorithm>
 

@@ -8,13 +8,6 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr std::int32_t kHowToConnect = 1167;
-constexpr std::int32_t kTrySensor = 1168;
-
-} // namespace
-
 FirstSteps::FirstSteps(QWidget& chart)
     : QFrame(&chart), lblFirstSteps(new QLabel(this)), cmdSimulatedSensor(new QPushButton(this))
 {
@@ -57,12 +50,12 @@ void FirstSteps::Explain(const QString& failure)
 void FirstSteps::Localise(std::int32_t language)
 {
     m_language = language;
-    cmdSimulatedSensor->setText(Text(kTrySensor, language));
+    cmdSimulatedSensor->setText(Text(TextId::ButtonSimulatedSensor, language));
     showText();
 }
 
 void FirstSteps::showText()
 {
-    const QString howTo = Text(kHowToConnect, m_language);
+    const QString howTo = Text(TextId::CaptionFirstSteps, m_language);
     lblFirstSteps->setText(m_failure.isEmpty() ? howTo : m_failure + QStringLiteral("\n\n") + howTo);
 }

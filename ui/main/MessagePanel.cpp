@@ -15,15 +15,6 @@ namespace {
 constexpr int kStays_ms = 10000;
 constexpr std::size_t kNotes = 6;
 
-enum TextId : std::int32_t {
-    TextNoDeviceOfPort = 1180,
-    TextNoSuchDevice = 1181,
-    TextBusy = 1182,
-    TextNoPermission = 1183,
-    TextNotATerminal = 1184,
-    TextOtherFailure = 1185,
-};
-
 } // namespace
 
 void MessagePanel::ShowStatus(const QString& message, double time)
@@ -80,15 +71,16 @@ QString OpenFailureText(const modPComm::OpenFailure& failure, std::int32_t langu
     case OpenProblem::None:
         break;
     case OpenProblem::NoDevice:
-        return device.isEmpty() ? Text(TextNoDeviceOfPort, language) : Text(TextNoSuchDevice, language).arg(device);
+        return device.isEmpty() ? Text(TextId::PortWithoutDevice, language)
+                                : Text(TextId::PortDeviceMissing, language).arg(device);
     case OpenProblem::Busy:
-        return Text(TextBusy, language).arg(device);
+        return Text(TextId::PortBusy, language).arg(device);
     case OpenProblem::NoPermission:
-        return Text(TextNoPermission, language).arg(device, QString::fromStdString(failure.group));
+        return Text(TextId::PortNoPermission, language).arg(device, QString::fromStdString(failure.group));
     case OpenProblem::NotATerminal:
-        return Text(TextNotATerminal, language).arg(device);
+        return Text(TextId::PortNotSerial, language).arg(device);
     case OpenProblem::Other:
-        return Text(TextOtherFailure, language).arg(device, QString::fromStdString(failure.reason));
+        return Text(TextId::PortOtherFailure, language).arg(device, QString::fromStdString(failure.reason));
     }
     return {};
 }

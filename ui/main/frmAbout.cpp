@@ -11,13 +11,13 @@
 frmAbout::frmAbout(QWidget* parent, const modGlobals::Settings& settings) : QDialog(parent)
 {
     setObjectName(QStringLiteral("frmAbout"));
-    SetTextIds(this, 1147);
+    SetTextIds(this, TextId::TitleAbout);
     auto* purpose = new QLabel(this);
     purpose->setObjectName(QStringLiteral("lblPurpose"));
-    SetTextIds(purpose, 1149);
+    SetTextIds(purpose, TextId::AboutPurpose);
     auto* close = new QPushButton(this);
     close->setObjectName(QStringLiteral("cmdClose"));
-    SetTextIds(close, 1148);
+    SetTextIds(close, TextId::ButtonCloseAbout);
     connect(close, &QPushButton::clicked, this, &QDialog::accept);
 
     auto* column = new QVBoxLayout(this);

@@ -57,15 +57,15 @@ void blockFor(std::int32_t ms)
 
 struct Lamp {
     QRgb color;
-    std::int32_t textId;
+    TextId textId;
 };
 
 const Lamp& lampOf(std::int32_t commStatus)
 {
     static constexpr Lamp kLamps[] = {
-        {qRgb(255, 0, 0), 1160},   // no connection
-        {qRgb(255, 255, 0), 1161}, // idle
-        {qRgb(0, 255, 0), 1162},   // measuring
+        {qRgb(255, 0, 0), TextId::LampNoConnection},
+        {qRgb(255, 255, 0), TextId::LampIdle},
+        {qRgb(0, 255, 0), TextId::LampMeasuring},
     };
     return kLamps[std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring)];
 }
@@ -185,7 +185,7 @@ bool frmMain::keepsSettings()
     const std::error_code why = modGlobals::SaveGlobalSettings(kept);
     const bool ends = !why || !m_unkept.isEmpty() || std::exchange(m_closesUnkept, true);
     if (why) {
-        tellUnkept(ends ? unkeptText(why) : text(1367).arg(unkeptText(why)));
+        tellUnkept(ends ? unkeptText(why) : text(TextId::StatusCloseAgain).arg(unkeptText(why)));
     }
     if (ends) {
         m_settings = kept;
@@ -299,7 +299,7 @@ void frmMain::showAges()
 {
     const double now_s = modAPI::UpTime_s();
     const auto words = [this](const std::optional<ValueAge>& age) {
-        return age ? text(age->TextId).arg(age->Amount) : QString();
+        return age ? text(age->Text).arg(age->Amount) : QString();
     };
     const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), m_device.ReadTempInterval);
     const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, m_device.PortIsOpen));
@@ -322,16 +322,19 @@ void frmMain::showAge(LineLabel& value, LineLabel& line, const QString& age)
 QString frmMain::unkeptWarning() const
 {
     if (!m_settings.UnreadFile.empty()) {
-        return text(1368).arg(QFile::decodeName(m_settings.UnreadFile.c_str()),
-                              FileErrorText(m_settings.UnreadWhy, m_settings.Language));
+        return text(TextId::FailureSettingsNotRead)
+            .arg(QFile::decodeName(m_settings.UnreadFile.c_str()),
+                 FileErrorText(m_settings.UnreadWhy, m_settings.Language));
     }
     const bool areKept = m_settings.IniFile.empty() || modFiles::CanReplace(m_settings.IniFile);
-    return areKept ? QString() : text(1175).arg(QFile::decodeName(m_settings.IniFile.c_str()));
+    return areKept ? QString()
+                   : text(TextId::FailureSettingsNotWritten).arg(QFile::decodeName(m_settings.IniFile.c_str()));
 }
 
 QString frmMain::unkeptText(const std::error_code& why) const
 {
-    return text(1330).arg(QFile::decodeName(m_settings.IniFile.c_str()), FileErrorText(why, m_settings.Language));
+    return text(TextId::FailureNotWritten)
+        .arg(QFile::decodeName(m_settings.IniFile.c_str()), FileErrorText(why, m_settings.Language));
 }
 
 /// In panel 1 and in the console.
@@ -428,7 +431,7 @@ void frmMain::cmbBaudrate_Click(int index)
     m_loop.ChangeBaudrate();
 }
 
-QString frmMain::text(std::int32_t id) const
+QString frmMain::text(TextId id) const
 {
     return Text(id, m_settings.Language);
 }

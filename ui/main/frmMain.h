@@ -9,6 +9,7 @@
 #include "session/clsRecorder.h"
 #include "session/clsValueAge.h"
 #include "store/modGlobals.h"
+#include "texts/TextId.h"
 #include "ui/console/clsConsole.h"
 #include "ui/console/frmConsole.h"
 #include "ui/main/MainForm.h"
@@ -152,7 +153,7 @@ private:
     void mnuPopupFixedTime_Click();
     void mnuPopUpYscaleSettings_Click();
     void mnuPopupHelp_Click();
-    QString text(std::int32_t id) const;
+    QString text(TextId id) const;
 
     modGlobals::Settings& m_settings;
     Ports m_ports;

@@ -1,4 +1,5 @@
 // What the menus of the main window do, and the windows that open from it.
+#include "texts/modFunctions.h"
 #include "ui/chart/XYChart.h"
 #include "ui/chart/frmChartSettings.h"
 #include "ui/help/Help.h"

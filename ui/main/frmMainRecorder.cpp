@@ -68,11 +68,12 @@ void frmMain::serveRecorder(double now)
     m_recorder.Flush(now);
     const std::error_code failure = m_recorder.Failure();
     if (failure && failure != m_shownFailure) {
-        showFailure(text(1082).arg(FileErrorText(failure, m_settings.Language)));
+        showFailure(text(TextId::RecorderEnded).arg(FileErrorText(failure, m_settings.Language)));
     }
     m_shownFailure = failure;
     for (const auto& [file, error] : m_recorder.TakeLateFailures()) {
-        showFailure(text(1016).arg(QFile::decodeName(file.c_str()), FileErrorText(error, m_settings.Language)));
+        showFailure(text(TextId::FailureNotSaved)
+                        .arg(QFile::decodeName(file.c_str()), FileErrorText(error, m_settings.Language)));
     }
     if (m_recorderWindow != nullptr) {
         m_recorderWindow->ShowState();
@@ -101,7 +102,7 @@ void frmMain::finishRecorder()
     constexpr std::chrono::milliseconds kPatience{2200}; // of the three seconds until the program has ended
     m_recorder.Stop();
     if (!m_recorder.FinishWriting(kPatience)) {
-        NoteFault(text(1353).toUtf8().constData());
+        NoteFault(text(TextId::RecorderNotOnDisk).toUtf8().constData());
     }
     serveRecorder(m_device.CurrentTime);
 }
@@ -123,7 +124,7 @@ void frmMain::explainPlayed()
         for (const auto part : picGraph->Points()) {
             shown += std::ranges::count_if(part, [](const ChartPoint& point) { return !std::isnan(point.y); });
         }
-        toolTip += u'\n' + text(1086).arg(m_playedLines).arg(shown);
+        toolTip += u'\n' + text(TextId::ToolTipLastPoints).arg(m_playedLines).arg(shown);
     }
     ShowFile(m_playedFile, toolTip);
 }

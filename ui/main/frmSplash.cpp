@@ -18,7 +18,7 @@
 
 namespace {
 
-QLabel* captionLabel(QWidget* parent, const char* name, std::int32_t id)
+QLabel* captionLabel(QWidget* parent, const char* name, TextId id)
 {
     auto* label = new QLabel(parent);
     label->setObjectName(QLatin1String(name));
@@ -32,7 +32,7 @@ frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices
     : m_settings(settings), m_help(help)
 {
     setObjectName(QStringLiteral("frmSplash"));
-    SetTextIds(this, 1120);
+    SetTextIds(this, TextId::TitleSplash);
     auto* column = new QVBoxLayout(this);
     column->setSpacing(fontMetrics().height());
     column->setContentsMargins(QMargins(2, 1, 2, 1) * fontMetrics().height());
@@ -41,7 +41,8 @@ frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices
     column->addStretch(1);
     column->addLayout(buildButtons());
 
-    cmbLanguage->addItems({FromUtf8(modFunctions::NeutralText(890)), FromUtf8(modFunctions::NeutralText(891))});
+    cmbLanguage->addItems({FromUtf8(modFunctions::NeutralText(TextId::LanguageNameGerman)),
+                           FromUtf8(modFunctions::NeutralText(TextId::LanguageNameEnglish))});
     cmbLanguage->setCurrentIndex(settings.Language / LanguageEnglish);
     cmbComPort->Fill(devices, settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, settings.Baudrate);
@@ -69,17 +70,17 @@ QLayout* frmSplash::buildChoices()
     auto* grid = new QGridLayout;
     grid->setColumnStretch(1, 1);
     grid->setHorizontalSpacing(fontMetrics().height());
-    grid->addWidget(captionLabel(this, "lblSelectLanguage", 1121), grid->rowCount(), 0, 1, 2);
-    addChoice(*grid, "lblLanguage", *cmbLanguage, "cmbLanguage", 1122);
+    grid->addWidget(captionLabel(this, "lblSelectLanguage", TextId::CaptionSelectLanguage), grid->rowCount(), 0, 1, 2);
+    addChoice(*grid, "lblLanguage", *cmbLanguage, "cmbLanguage", TextId::CaptionLanguage);
     grid->setRowMinimumHeight(grid->rowCount(), fontMetrics().height() / 2);
-    grid->addWidget(captionLabel(this, "lblSelectInterface", 1125), grid->rowCount(), 0, 1, 2);
-    addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", 1123);
-    addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", 1124);
+    grid->addWidget(captionLabel(this, "lblSelectInterface", TextId::CaptionSelectInterface), grid->rowCount(), 0, 1,
+                    2);
+    addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", TextId::CaptionPort);
+    addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", TextId::CaptionBaudrate);
     return grid;
 }
 
-void frmSplash::addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list,
-                          std::int32_t captionId)
+void frmSplash::addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list, TextId captionId)
 {
     const int row = grid.rowCount();
     QLabel* caption = captionLabel(this, label, captionId);
@@ -91,9 +92,9 @@ void frmSplash::addChoice(QGridLayout& grid, const char* label, QComboBox& box, 
 
 QLayout* frmSplash::buildButtons()
 {
-    cmdOK = addButton("cmdOK", 1126, &frmSplash::cmdOK_Click);
-    cmdExit = addButton("cmdExit", 1127, &frmSplash::cmdExit_Click);
-    cmdHelp = addButton("cmdHelp", 1128, &frmSplash::cmdHelp_Click);
+    cmdOK = addButton("cmdOK", TextId::ButtonConnect, &frmSplash::cmdOK_Click);
+    cmdExit = addButton("cmdExit", TextId::ButtonExit, &frmSplash::cmdExit_Click);
+    cmdHelp = addButton("cmdHelp", TextId::ButtonSplashHelp, &frmSplash::cmdHelp_Click);
     auto* row = new QHBoxLayout;
     row->addWidget(cmdHelp);
     row->addStretch(1);
@@ -102,7 +103,7 @@ QLayout* frmSplash::buildButtons()
     return row;
 }
 
-QPushButton* frmSplash::addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)())
+QPushButton* frmSplash::addButton(const char* name, TextId captionId, void (frmSplash::*clicked)())
 {
     auto* button = new QPushButton(this);
     button->setObjectName(QLatin1String(name));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "store/modGlobals.h"
+#include "texts/TextId.h"
 
 #include <QDialog>
 
@@ -29,8 +30,8 @@ protected:
 private:
     QLayout* buildChoices();
     QLayout* buildButtons();
-    QPushButton* addButton(const char* name, std::int32_t captionId, void (frmSplash::*clicked)());
-    void addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list, std::int32_t captionId);
+    QPushButton* addButton(const char* name, TextId captionId, void (frmSplash::*clicked)());
+    void addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list, TextId captionId);
     void cmbLanguage_Click(int index);
     void cmdOK_Click();
     void cmdExit_Click();

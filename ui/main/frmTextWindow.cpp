@@ -31,7 +31,7 @@ frmTextWindow::frmTextWindow(QWidget& owner, const modGlobals::Settings& setting
 {
     setObjectName(QStringLiteral("frmTextWindow"));
     setAttribute(Qt::WA_DeleteOnClose);
-    SetTextIds(this, 1009);
+    SetTextIds(this, TextId::TitleLargeDisplay);
     lblValue->setObjectName(QStringLiteral("lblValue"));
     lblValueAge->setObjectName(QStringLiteral("lblValueAge"));
     lblTest->setObjectName(QStringLiteral("lblTest"));

@@ -2,6 +2,7 @@
 
 #include "session/clsRecorder.h"
 #include "store/modGlobals.h"
+#include "texts/modFunctions.h"
 #include "ui/chart/ChartPicture.h"
 #include "ui/chart/XYChart.h"
 #include "ui/recorder/LoadProgress.h"
@@ -37,12 +38,12 @@ constexpr int kPngScale = 2;
 struct TableKind {
     modCsvExport::Format format;
     const char* separatorName; ///< as the list shows it; null: one with words of its own
-    std::int32_t textId = 1090;
+    TextId textId = TextId::FileTypeCsvOther;
 };
 
 constexpr TableKind kTableKinds[] = {
-    {modCsvExport::kGermanSpreadsheet, nullptr, 1089},
-    {modCsvExport::kEnglishSpreadsheet, nullptr, 1392},
+    {modCsvExport::kGermanSpreadsheet, nullptr, TextId::FileTypeCsvGerman},
+    {modCsvExport::kEnglishSpreadsheet, nullptr, TextId::FileTypeCsvEnglish},
     {{',', '.', false}, ","},
     {{';', '.', false}, ";"},
     {{';', ',', false}, ";"},
@@ -95,7 +96,7 @@ struct SaveDialog {
     }
 };
 
-QString titleOf(std::int32_t menuText, std::int32_t language)
+QString titleOf(TextId menuText, std::int32_t language)
 {
     return Text(menuText, language).remove(u'&').remove(QStringLiteral(" …"));
 }
@@ -117,7 +118,7 @@ QFileInfo withSuffix(const QString& recording, const QString& suffix)
 
 QString cannotSave(const QString& file, const QString& why, std::int32_t language)
 {
-    return Text(1016, language).arg(file, why);
+    return Text(TextId::FailureNotSaved, language).arg(file, why);
 }
 
 std::filesystem::path pathOf(const QString& file)
@@ -128,7 +129,8 @@ std::filesystem::path pathOf(const QString& file)
 /// Why an export may not replace a file, whatever link leads to it; empty when it may.
 QString refusal(const QString& file, const clsRecorder& recorder, std::int32_t language)
 {
-    return recorder.IsInUse(pathOf(file)) ? cannotSave(file, Text(1351, language), language) : QString();
+    return recorder.IsInUse(pathOf(file)) ? cannotSave(file, Text(TextId::ExportFileInUse, language), language)
+                                          : QString();
 }
 
 bool paintSvg(XYChart& chart, QIODevice& device)
@@ -169,9 +171,10 @@ bool paintPng(XYChart& chart, QIODevice& device)
 
 QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_t language)
 {
-    const QString title = titleOf(1087, language);
-    const QString recording = QFileDialog::getOpenFileName(&owner, title, lastRecording(recorder),
-                                                           FileFilter(Text(1151, language), QStringLiteral("*.rec")));
+    const QString title = titleOf(TextId::MenuExportRecording, language);
+    const QString recording =
+        QFileDialog::getOpenFileName(&owner, title, lastRecording(recorder),
+                                     FileFilter(Text(TextId::FileTypesRecording, language), QStringLiteral("*.rec")));
     if (recording.isEmpty()) {
         return {};
     }
@@ -194,7 +197,8 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 {
     std::error_code unknown;
     if (std::filesystem::equivalent(pathOf(recording), pathOf(table), unknown)) {
-        return cannotSave(table, Text(1070, language), language); // the recording must not give way to its table
+        // The recording must not give way to its table.
+        return cannotSave(table, Text(TextId::ExportOntoItself, language), language);
     }
     QSaveFile file(table);
     if (!file.open(QIODevice::WriteOnly)) {
@@ -208,13 +212,14 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
     const auto goOn = [&progress](double read) { return progress.GoOn(read); };
     modCsvExport::Exported exported;
     try {
-        exported = modCsvExport::ExportCsv(pathOf(recording), format, Text(1093, language).toStdString(),
-                                           {.write = write, .goOn = goOn});
+        exported =
+            modCsvExport::ExportCsv(pathOf(recording), format, Text(TextId::ExportColumns, language).toStdString(),
+                                    {.write = write, .goOn = goOn});
     } catch (const std::system_error& failure) {
-        return Text(1190, language).arg(recording, FileErrorText(failure.code(), language));
+        return Text(TextId::FailureNotRead, language).arg(recording, FileErrorText(failure.code(), language));
     }
     if (exported.finished && exported.rows == 0) {
-        return Text(1091, language).arg(recording);
+        return Text(TextId::ExportNoLine, language).arg(recording);
     }
     const bool cancelled = !exported.finished && file.error() == QFileDevice::NoError;
     if (cancelled) {
@@ -223,7 +228,7 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
     if (!exported.finished || !file.commit()) {
         return cannotSave(table, FileErrorText(file.errorString(), language), language);
     }
-    return Text(1092, language).arg(exported.rows).arg(exported.unreadable);
+    return Text(TextId::ExportDone, language).arg(exported.rows).arg(exported.unreadable);
 }
 
 QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder, std::int32_t language)
@@ -233,7 +238,7 @@ QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder,
     for (const QString& suffix : suffixes) {
         kinds += QStringLiteral("%1 (*.%2)").arg(suffix.toUpper(), suffix);
     }
-    SaveDialog saving(owner, titleOf(1088, language), kinds, suffixes[0]);
+    SaveDialog saving(owner, titleOf(TextId::MenuExportChart, language), kinds, suffixes[0]);
     QObject::connect(&saving.dialog, &QFileDialog::filterSelected, &saving.dialog,
                      [&] { saving.dialog.setDefaultSuffix(suffixes[saving.Kind()]); });
     const QString file = saving.Ask(withSuffix(lastRecording(recorder), suffixes[0]));

@@ -50,8 +50,8 @@ void LoadProgress::showBar()
     m_bar->setObjectName(QStringLiteral("dlgLoading"));
     m_bar->setWindowModality(Qt::ApplicationModal);
     m_bar->setWindowTitle(m_owner->windowTitle());
-    m_bar->setLabelText(Text(1391, m_language));
-    auto* cancel = new QPushButton(Text(1040, m_language), m_bar);
+    m_bar->setLabelText(Text(TextId::StatusLoading, m_language));
+    auto* cancel = new QPushButton(Text(TextId::ButtonCancel, m_language), m_bar);
     cancel->setObjectName(QStringLiteral("cmdCancel"));
     m_bar->setCancelButton(cancel);
     m_bar->setRange(0, kSteps);

@@ -85,7 +85,7 @@ frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, c
       lblFile(new LineLabel(this, Qt::ElideMiddle))
 {
     setObjectName(QStringLiteral("frmRecorder"));
-    SetTextIds(this, 1071);
+    SetTextIds(this, TextId::TitleRecorder);
     ChooseFile = [this] { return askForFile(); };
     lblState->setObjectName(QStringLiteral("lblState"));
     lblState->setWordWrap(true);
@@ -110,7 +110,7 @@ frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, c
     connect(cmdStop, &QPushButton::clicked, this, [this] { Guarded([this] { cmdStop_Click(); }); });
 }
 
-QPushButton* frmRecorder::addButton(const char* name, std::int32_t tag, std::int32_t toolTip)
+QPushButton* frmRecorder::addButton(const char* name, TextId tag, TextId toolTip)
 {
     auto* button = new QPushButton(this);
     button->setObjectName(QLatin1String(name));
@@ -121,9 +121,9 @@ QPushButton* frmRecorder::addButton(const char* name, std::int32_t tag, std::int
 
 QLayout* frmRecorder::buildButtons()
 {
-    cmdRec = addButton("cmdRec", 1072, 1075);
-    cmdPlay = addButton("cmdPlay", 1073, 1076);
-    cmdStop = addButton("cmdStop", 1074, 1077);
+    cmdRec = addButton("cmdRec", TextId::ButtonRecord, TextId::ToolTipRecord);
+    cmdPlay = addButton("cmdPlay", TextId::ButtonPlay, TextId::ToolTipPlay);
+    cmdStop = addButton("cmdStop", TextId::ButtonStop, TextId::ToolTipStop);
     auto* row = new QHBoxLayout;
     for (QPushButton* button : {cmdRec, cmdPlay, cmdStop}) {
         row->addWidget(button, 1);
@@ -185,12 +185,12 @@ void frmRecorder::showRule()
 QString frmRecorder::stateText() const
 {
     if (m_recorder.Mode == RecorderRecording) {
-        return m_recorder.Lines() > 0             ? text(1081).arg(m_recorder.Lines())
-               : m_recorder.WaitsForTemperature() ? text(1079)
-                                                  : text(1080);
+        return m_recorder.Lines() > 0             ? text(TextId::RecorderRecording).arg(m_recorder.Lines())
+               : m_recorder.WaitsForTemperature() ? text(TextId::RecorderAwaitsTemperature)
+                                                  : text(TextId::RecorderAwaitsValue);
     }
     if (m_recorder.Mode == RecorderPlaying) {
-        return text(1391);
+        return text(TextId::StatusLoading);
     }
     return newsText();
 }
@@ -198,26 +198,26 @@ QString frmRecorder::stateText() const
 QString frmRecorder::newsText() const
 {
     if (m_startFailure) {
-        return text(1186).arg(FileErrorText(m_startFailure, m_settings.Language));
+        return text(TextId::RecorderNotStarted).arg(FileErrorText(m_startFailure, m_settings.Language));
     }
     if (m_recorder.LastMode() == RecorderRecording) {
         return recordedText();
     }
-    return m_loaded ? loadedText() : text(1078);
+    return m_loaded ? loadedText() : text(TextId::RecorderReady);
 }
 
 QString frmRecorder::recordedText() const
 {
     if (m_recorder.Failure()) {
-        return text(1082).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
+        return text(TextId::RecorderEnded).arg(FileErrorText(m_recorder.Failure(), m_settings.Language));
     }
     if (m_recorder.IsWriting()) {
-        return text(1350);
+        return text(TextId::RecorderWriting);
     }
     if (m_recorder.Lines() > 0) {
-        return text(1187).arg(m_recorder.Lines());
+        return text(TextId::RecorderSaved).arg(m_recorder.Lines());
     }
-    return m_recorder.WaitsForTemperature() ? text(1191) : text(1188);
+    return m_recorder.WaitsForTemperature() ? text(TextId::RecorderNoTemperature) : text(TextId::RecorderNoValue);
 }
 
 QString frmRecorder::loadedText() const
@@ -225,15 +225,15 @@ QString frmRecorder::loadedText() const
     switch (m_loaded->outcome) {
     case modPlayback::Outcome::Unreadable:
         if (m_loaded->failure) {
-            return text(1189).arg(FileErrorText(m_loaded->failure, m_settings.Language));
+            return text(TextId::RecorderNotReadable).arg(FileErrorText(m_loaded->failure, m_settings.Language));
         }
-        return text(1084).arg(m_loaded->lines + 1);
+        return text(TextId::RecorderLineUnreadable).arg(m_loaded->lines + 1);
     case modPlayback::Outcome::Cancelled:
-        return text(1085).arg(m_loaded->lines);
+        return text(TextId::RecorderLoadCancelled).arg(m_loaded->lines);
     case modPlayback::Outcome::Complete:
         break;
     }
-    return text(1083).arg(m_loaded->lines);
+    return text(TextId::RecorderLoaded).arg(m_loaded->lines);
 }
 
 void frmRecorder::cmdRec_Click()
@@ -280,7 +280,7 @@ void frmRecorder::cmdPlay_Click()
     const QString file = ChooseFile();
     // While the file was chosen a measurement may have begun by itself, which a playback would run into.
     if (!file.isEmpty() && m_host.IsMeasuring()) {
-        m_host.ShowMessage(text(1192));
+        m_host.ShowMessage(text(TextId::RecorderNotLoaded));
     } else if (!file.isEmpty()) {
         play(file);
     }
@@ -290,7 +290,7 @@ void frmRecorder::play(const QString& file)
 {
     m_host.ShowMessage({});
     m_startFailure.clear();
-    m_host.ShowFile(text(1391), {});
+    m_host.ShowFile(text(TextId::StatusLoading), {});
     m_recorder.StartPlaying(QFile::encodeName(file).toStdString());
     ShowState();
     m_host.BeginPlayback();
@@ -310,7 +310,8 @@ QString frmRecorder::askForFile()
 {
     const QString preset = m_recorder.FileName.empty() ? QFile::decodeName(m_recorder.NearestFolder().c_str())
                                                        : pathOf(m_recorder.FileName);
-    return QFileDialog::getOpenFileName(this, windowTitle(), preset, FileFilter(text(1151), QStringLiteral("*.rec")));
+    return QFileDialog::getOpenFileName(this, windowTitle(), preset,
+                                        FileFilter(text(TextId::FileTypesRecording), QStringLiteral("*.rec")));
 }
 
 void frmRecorder::reject()
@@ -335,7 +336,7 @@ void frmRecorder::closeEvent(QCloseEvent* event)
     event->accept();
 }
 
-QString frmRecorder::text(std::int32_t id) const
+QString frmRecorder::text(TextId id) const
 {
     return Text(id, m_settings.Language);
 }

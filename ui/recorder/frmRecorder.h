@@ -3,6 +3,7 @@
 #pragma once
 
 #include "session/modPlayback.h"
+#include "texts/TextId.h"
 
 #include <QDialog>
 
@@ -40,7 +41,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    QPushButton* addButton(const char* name, std::int32_t tag, std::int32_t toolTip);
+    QPushButton* addButton(const char* name, TextId tag, TextId toolTip);
     QLayout* buildButtons();
     void localise();
     void drawSymbols() const;
@@ -55,7 +56,7 @@ private:
     void cmdPlay_Click();
     void cmdStop_Click();
     void play(const QString& file);
-    QString text(std::int32_t id) const;
+    QString text(TextId id) const;
 
     const modGlobals::Settings& m_settings;
     clsRecorder& m_recorder;

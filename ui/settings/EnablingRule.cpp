@@ -1,7 +1,6 @@
 #include "ui/settings/EnablingRule.h"
 
 #include "sensor/clsRVQ.h"
-#include "texts/modFunctions.h"
 
 EditorRule RuleOf(const EditorState& state)
 {
@@ -36,10 +35,10 @@ EditorRule RuleOf(const EditorState& state)
     return rule;
 }
 
-std::int32_t ConnectionTextId(const clsRVQ& device)
+TextId ConnectionTextId(const clsRVQ& device)
 {
     if (!device.PortIsOpen) {
-        return modFunctions::TextPortNotOpen;
+        return TextId::StatusPortNotOpen;
     }
-    return device.CommStatus == DialogueNone ? modFunctions::TextNoConnection : 0;
+    return device.CommStatus == DialogueNone ? TextId::StatusNoConnection : TextId::None;
 }

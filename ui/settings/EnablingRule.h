@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sensor/Fields.h"
+#include "texts/TextId.h"
 
 class clsRVQ;
 
@@ -25,4 +26,4 @@ struct EditorRule {
 EditorRule RuleOf(const EditorState& state);
 
 /// What `lblStatus` says without a transfer: the text id of a closed port or a silent sensor, 0 when one answers.
-std::int32_t ConnectionTextId(const clsRVQ& device);
+TextId ConnectionTextId(const clsRVQ& device);

@@ -13,21 +13,6 @@
 
 namespace {
 
-enum TextId : std::int32_t {
-    TextSaveConfiguration = 1282,
-    TextEnterDescription = 1283,
-    TextWarning = 1287,
-    TextFileTypes = 1289,
-    TextCancel = 1040,
-    TextAbort = 1332,
-    TextRetry = 1333,
-    TextIgnore = 1334,
-    TextYes = 1335,
-    TextNo = 1336,
-    TextKeepMine = 1365,
-    TextTakeOther = 1366,
-};
-
 constexpr char kPattern[] = "*.rvq";
 
 std::string bytesOf(const QString& path)
@@ -38,11 +23,12 @@ std::string bytesOf(const QString& path)
 FailureAnswer askAboutFailure(QWidget& window, std::int32_t language, const QString& question,
                               QMessageBox*& openQuestion)
 {
-    QMessageBox box(QMessageBox::Warning, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    QMessageBox box(QMessageBox::Warning, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
+                    &window);
     box.setObjectName(QStringLiteral("dlgFailure"));
-    QPushButton* abort = box.addButton(Text(TextAbort, language), QMessageBox::RejectRole);
-    QPushButton* retry = box.addButton(Text(TextRetry, language), QMessageBox::AcceptRole);
-    const QAbstractButton* ignore = box.addButton(Text(TextIgnore, language), QMessageBox::DestructiveRole);
+    QPushButton* abort = box.addButton(Text(TextId::ButtonAbort, language), QMessageBox::RejectRole);
+    QPushButton* retry = box.addButton(Text(TextId::ButtonRetry, language), QMessageBox::AcceptRole);
+    const QAbstractButton* ignore = box.addButton(Text(TextId::ButtonIgnore, language), QMessageBox::DestructiveRole);
     box.setDefaultButton(retry);
     box.setEscapeButton(abort);
     openQuestion = &box;
@@ -56,10 +42,11 @@ FailureAnswer askAboutFailure(QWidget& window, std::int32_t language, const QStr
 
 bool askToOverwrite(QWidget& window, std::int32_t language, const QString& question)
 {
-    QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    QMessageBox box(QMessageBox::Question, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
+                    &window);
     box.setObjectName(QStringLiteral("dlgOverwrite"));
-    const QAbstractButton* yes = box.addButton(Text(TextYes, language), QMessageBox::YesRole);
-    QPushButton* no = box.addButton(Text(TextNo, language), QMessageBox::NoRole);
+    const QAbstractButton* yes = box.addButton(Text(TextId::ButtonYes, language), QMessageBox::YesRole);
+    QPushButton* no = box.addButton(Text(TextId::ButtonNo, language), QMessageBox::NoRole);
     box.setDefaultButton(no);
     box.setEscapeButton(no);
     box.exec();
@@ -68,11 +55,12 @@ bool askToOverwrite(QWidget& window, std::int32_t language, const QString& quest
 
 RVQDialogs::ChangedAnswer askAboutChange(QWidget& window, std::int32_t language, const QString& question)
 {
-    QMessageBox box(QMessageBox::Question, Text(TextWarning, language), question, QMessageBox::NoButton, &window);
+    QMessageBox box(QMessageBox::Question, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
+                    &window);
     box.setObjectName(QStringLiteral("dlgChanged"));
-    const QAbstractButton* mine = box.addButton(Text(TextKeepMine, language), QMessageBox::YesRole);
-    const QAbstractButton* other = box.addButton(Text(TextTakeOther, language), QMessageBox::NoRole);
-    QPushButton* cancel = box.addButton(Text(TextCancel, language), QMessageBox::RejectRole);
+    const QAbstractButton* mine = box.addButton(Text(TextId::ButtonKeepMine, language), QMessageBox::YesRole);
+    const QAbstractButton* other = box.addButton(Text(TextId::ButtonTakeOther, language), QMessageBox::NoRole);
+    QPushButton* cancel = box.addButton(Text(TextId::ButtonCancel, language), QMessageBox::RejectRole);
     box.setDefaultButton(cancel);
     box.setEscapeButton(cancel);
     box.exec();
@@ -89,19 +77,21 @@ RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMess
     RVQDialogs boxes;
     boxes.FileToLoad = [&window, &settings](const std::string& folder) {
         // Deliberate: this dialog has the title of saving for its filter.
-        const QString types = FileFilter(Text(TextSaveConfiguration, settings.Language), QLatin1String(kPattern));
+        const QString types =
+            FileFilter(Text(TextId::TitleSaveConfiguration, settings.Language), QLatin1String(kPattern));
         return bytesOf(QFileDialog::getOpenFileName(&window, QString(), QFile::decodeName(folder.c_str()), types));
     };
     boxes.FileToSave = [&window, &settings](const std::string& proposal) {
-        const QString types = FileFilter(Text(TextFileTypes, settings.Language), QLatin1String(kPattern));
+        const QString types =
+            FileFilter(Text(TextId::FileTypesConfiguration, settings.Language), QLatin1String(kPattern));
         return bytesOf(QFileDialog::getSaveFileName(&window, QString(), QFile::decodeName(proposal.c_str()), types,
                                                     nullptr, QFileDialog::DontConfirmOverwrite));
     };
     boxes.Description = [&window, &settings](const QString& proposal) {
         bool accepted = false;
-        const QString answer = QInputDialog::getText(&window, Text(TextSaveConfiguration, settings.Language),
-                                                     Text(TextEnterDescription, settings.Language), QLineEdit::Normal,
-                                                     proposal, &accepted);
+        const QString answer = QInputDialog::getText(&window, Text(TextId::TitleSaveConfiguration, settings.Language),
+                                                     Text(TextId::QuestionDescription, settings.Language),
+                                                     QLineEdit::Normal, proposal, &accepted);
         return accepted ? answer : QString();
     };
     boxes.Overwrite = [&window, &settings](const QString& question) {

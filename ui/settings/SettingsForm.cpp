@@ -25,8 +25,6 @@ constexpr std::array kChoiceNames{"cmbBaudrate",     "cmbOutputMode", "cmbOutput
 static_assert(kChoiceNames.size() == kChoices.size());
 constexpr char kDiffers[] = "≠";
 constexpr int kUnitColumn = 2, kMarkColumn = 3;
-constexpr std::int32_t kTextS2Logic = 1255;
-constexpr std::int32_t kTextS2LogicList = 1244;
 
 } // namespace
 
@@ -38,22 +36,22 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     auto* columns = new QHBoxLayout;
     auto* left = new QVBoxLayout;
     left->addWidget(buildSensorFrame());
-    left->addWidget(buildFrame("fraInterface", 1312,
+    left->addWidget(buildFrame("fraInterface", TextId::FrameInterface,
                                {ChoiceBaudrate, ChoiceOutputMode, ChoiceOutputFormat, ChoiceDistanceUnit},
                                {FieldNodeAddress}));
     left->addStretch(1);
     auto* middle = new QVBoxLayout;
     middle->addWidget(buildFrame(
-        "fraMeasurement", 1313,
+        "fraMeasurement", TextId::FrameMeasurementSettings,
         {ChoiceAverageDepth, ChoiceTimeOut, ChoiceMovingAverage, ChoiceAutostart, ChoiceEchoCheck, ChoiceBlanking},
         {}));
-    middle->addWidget(
-        buildFrame("fraCorrection", 1315, {}, {FieldOffset, FieldScaleFactor, FieldTemperature, FieldAirPressure}));
+    middle->addWidget(buildFrame("fraCorrection", TextId::FrameCorrection, {},
+                                 {FieldOffset, FieldScaleFactor, FieldTemperature, FieldAirPressure}));
     middle->addStretch(1);
     auto* right = new QVBoxLayout;
     right->addWidget(buildSwitchFrame());
     right->addWidget(
-        buildFrame("fraRainFilter", 1314, {ChoiceRainFilter},
+        buildFrame("fraRainFilter", TextId::FrameRainFilter, {ChoiceRainFilter},
                    {FieldDistanceWindow, FieldDistanceWindow + 1, FieldDistanceWindow + 2, FieldDistanceWindow + 3}));
     right->addStretch(1);
     for (QVBoxLayout* column : {left, middle, right}) {
@@ -64,11 +62,11 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     rows->addLayout(columns, 1);
     rows->addLayout(buildStatus());
     rows->addLayout(buildButtons());
-    SetTextIds(&window, 1200);
+    SetTextIds(&window, TextId::TitleSettings);
 }
 
 template <typename Widget>
-Widget* SettingsForm::named(const char* name, std::int32_t id, std::int32_t toolTipId)
+Widget* SettingsForm::named(const char* name, TextId id, TextId toolTipId)
 {
     auto* widget = new Widget(m_window);
     widget->setObjectName(QLatin1String(name));
@@ -92,16 +90,16 @@ QLayout* SettingsForm::buildConfigurationRow()
     auto* row = new QHBoxLayout;
     cmbConfig = named<QComboBox>("cmbConfig");
     cmbConfig->setMinimumWidth(m_window->fontMetrics().height() * 18);
-    auto* text = named<QLabel>("lblConfig", 1201);
+    auto* text = named<QLabel>("lblConfig", TextId::CaptionConfiguration);
     text->setBuddy(cmbConfig);
     lblSource = named<QLabel>("lblSource");
     lblSource->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long path must not widen the window
-    cmdLoad = named<QPushButton>("cmdLoad", 1204, 1340);
-    cmdSave = named<QPushButton>("cmdSave", 1205, 1341);
-    cmdDelete = named<QPushButton>("cmdDelete", 1206, 1342);
+    cmdLoad = named<QPushButton>("cmdLoad", TextId::ButtonImport, TextId::ToolTipImport);
+    cmdSave = named<QPushButton>("cmdSave", TextId::ButtonSave, TextId::ToolTipSave);
+    cmdDelete = named<QPushButton>("cmdDelete", TextId::ButtonDelete, TextId::ToolTipDelete);
     row->addWidget(text);
     row->addWidget(cmbConfig);
-    row->addWidget(named<QLabel>("lblSourceCaption", 1202));
+    row->addWidget(named<QLabel>("lblSourceCaption", TextId::CaptionFile));
     row->addWidget(lblSource, 1);
     for (QPushButton* button : {cmdLoad, cmdSave, cmdDelete}) {
         row->addWidget(button);
@@ -111,17 +109,17 @@ QLayout* SettingsForm::buildConfigurationRow()
 
 QGroupBox* SettingsForm::buildSensorFrame()
 {
-    auto* box = named<QGroupBox>("fraSensor", 1306);
+    auto* box = named<QGroupBox>("fraSensor", TextId::FrameSensor);
     QGridLayout* grid = frame(box);
-    addInformation(*grid, "lblSerialNo", 1307, lblSerialNo);
-    addInformation(*grid, "lblSWVersion", 1308, lblSWVersion);
-    addInformation(*grid, "lblSWBuild", 1309, lblSWBuild);
-    addInformation(*grid, "lblSWDate", 1310, lblSWDate);
-    addInformation(*grid, "lblDeviceType", 1311, lblDeviceType);
+    addInformation(*grid, "lblSerialNo", TextId::CaptionSerialNumber, lblSerialNo);
+    addInformation(*grid, "lblSWVersion", TextId::CaptionSoftwareVersion, lblSWVersion);
+    addInformation(*grid, "lblSWBuild", TextId::CaptionSoftwareBuild, lblSWBuild);
+    addInformation(*grid, "lblSWDate", TextId::CaptionSoftwareDate, lblSWDate);
+    addInformation(*grid, "lblDeviceType", TextId::CaptionDeviceType, lblDeviceType);
     return box;
 }
 
-QGroupBox* SettingsForm::buildFrame(const char* name, std::int32_t id, std::initializer_list<std::size_t> choices,
+QGroupBox* SettingsForm::buildFrame(const char* name, TextId id, std::initializer_list<std::size_t> choices,
                                     std::initializer_list<std::size_t> fields)
 {
     auto* box = named<QGroupBox>(name, id);
@@ -137,7 +135,7 @@ QGroupBox* SettingsForm::buildFrame(const char* name, std::int32_t id, std::init
 
 QGroupBox* SettingsForm::buildSwitchFrame()
 {
-    auto* box = named<QGroupBox>("fraSwitches", 1316);
+    auto* box = named<QGroupBox>("fraSwitches", TextId::FrameSwitches);
     QGridLayout* grid = frame(box);
     m_switchGrid = grid;
     addChoice(*grid, ChoiceAnalogOutput);
@@ -152,7 +150,7 @@ QGroupBox* SettingsForm::buildSwitchFrame()
     grid->setRowMinimumHeight(grid->rowCount(), m_window->fontMetrics().height() / 2);
     const int row = grid->rowCount();
     lblS2Logic = named<QLabel>("lblS2Logic");
-    grid->addWidget(named<QLabel>("lblS2LogicCaption", kTextS2Logic), row, 0);
+    grid->addWidget(named<QLabel>("lblS2LogicCaption", TextId::LabelS2Logic), row, 0);
     grid->addWidget(lblS2Logic, row, 1);
     addField(*grid, FieldS2On);
     addField(*grid, FieldS2Off);
@@ -170,7 +168,7 @@ void SettingsForm::addChoice(QGridLayout& grid, std::size_t index)
     } else {
         control = def.kind == ChoiceKind::List ? static_cast<QWidget*>(named<QComboBox>(kChoiceNames[index]))
                                                : named<QLabel>(kChoiceNames[index]);
-        const std::int32_t id = index == ChoiceS2Logic ? kTextS2LogicList : LabelId(def.code);
+        const TextId id = index == ChoiceS2Logic ? TextId::CaptionS2LogicList : LabelId(def.code);
         grid.addWidget(caption(id, control), row, 0);
         grid.addWidget(control, row, 1);
     }
@@ -191,7 +189,7 @@ void SettingsForm::addField(QGridLayout& grid, std::size_t index)
     fieldMark[index] = mark(grid, row);
 }
 
-void SettingsForm::addInformation(QGridLayout& grid, const char* name, std::int32_t captionId, QLabel*& value)
+void SettingsForm::addInformation(QGridLayout& grid, const char* name, TextId captionId, QLabel*& value)
 {
     const int row = grid.rowCount();
     value = named<SelectableLine>(name);
@@ -199,7 +197,7 @@ void SettingsForm::addInformation(QGridLayout& grid, const char* name, std::int3
     grid.addWidget(value, row, 1);
 }
 
-QLabel* SettingsForm::caption(std::int32_t id, QWidget* buddy)
+QLabel* SettingsForm::caption(TextId id, QWidget* buddy)
 {
     auto* text = named<QLabel>("", id);
     text->setBuddy(buddy);
@@ -222,7 +220,7 @@ QLayout* SettingsForm::buildStatus()
 {
     lblStatus = named<QLabel>("lblStatus");
     lblStatus->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may name a long path
-    lblUnstored = named<QLabel>("lblUnstored", 1327);
+    lblUnstored = named<QLabel>("lblUnstored", TextId::CaptionUnstored);
     lblProgress = named<QLabel>("lblProgress");
     prgTransfer = named<QProgressBar>("prgTransfer");
     prgTransfer->setTextVisible(false);
@@ -241,13 +239,14 @@ QLayout* SettingsForm::buildStatus()
 QLayout* SettingsForm::buildButtons()
 {
     auto* row = new QHBoxLayout;
-    cmdDownload = named<QPushButton>("cmdDownload", 1209, 1345);
-    cmdUpload = named<QPushButton>("cmdUpload", 1208, 1344);
-    cmdSaveSettings = named<QPushButton>("cmdSaveSettings", 1210, 1346);
-    cmdSetDefaults = named<QPushButton>("cmdSetDefaults", 1207, 1343);
-    cmdPrint = named<QPushButton>("cmdPrint", 1099, 1347);
-    cmdHelp = named<QPushButton>("cmdHelp", 1094);
-    cmdClose = named<QPushButton>("cmdClose", 1098);
+    cmdDownload = named<QPushButton>("cmdDownload", TextId::ButtonDownload, TextId::ToolTipDownload);
+    cmdUpload = named<QPushButton>("cmdUpload", TextId::ButtonUpload, TextId::ToolTipUpload);
+    cmdSaveSettings = named<QPushButton>("cmdSaveSettings", TextId::ButtonStore, TextId::ToolTipStore);
+    cmdSetDefaults =
+        named<QPushButton>("cmdSetDefaults", TextId::ButtonFactoryDefaults, TextId::ToolTipFactoryDefaults);
+    cmdPrint = named<QPushButton>("cmdPrint", TextId::ButtonPrint, TextId::ToolTipPrint);
+    cmdHelp = named<QPushButton>("cmdHelp", TextId::ButtonHelp);
+    cmdClose = named<QPushButton>("cmdClose", TextId::ButtonClose);
     for (QPushButton* button : {cmdDownload, cmdUpload, cmdSaveSettings, cmdSetDefaults}) {
         row->addWidget(button);
     }
@@ -290,7 +289,7 @@ void SettingsForm::LocaliseLists(std::int32_t language)
             continue;
         }
         QComboBox* list = ListOf(i);
-        for (std::int32_t value = 0; value < kChoices[i].count; ++value) {
+        for (std::int32_t value = 0; value < kChoices[i].Count(); ++value) {
             const QString text = FromUtf8(ChoiceText(i, value, language));
             if (value < list->count()) {
                 list->setItemText(value, text);
@@ -302,10 +301,10 @@ void SettingsForm::LocaliseLists(std::int32_t language)
     }
     for (QLabel* sign : m_window->findChildren<QLabel*>()) {
         if (sign->text() == QString::fromUtf8(kDiffers)) {
-            sign->setAccessibleName(Text(1326, language));
+            sign->setAccessibleName(Text(TextId::AccessibleDiffers, language));
         }
     }
-    cmbConfig->setAccessibleName(Text(1201, language));
+    cmbConfig->setAccessibleName(Text(TextId::CaptionConfiguration, language));
     // A caption without a mnemonic leaves its button to a key that the tool tip names.
     for (const auto& [button, key] : {std::pair(cmdLoad, Qt::Key_O), {cmdSave, Qt::Key_S}, {cmdDelete, Qt::Key_D}}) {
         if (!button->text().contains(u'&')) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sensor/Fields.h"
+#include "texts/TextId.h"
 
 #include <array>
 #include <cstdint>
@@ -62,19 +63,19 @@ protected:
 
 private:
     template <typename Widget>
-    Widget* named(const char* name, std::int32_t id = 0, std::int32_t toolTipId = 0);
+    Widget* named(const char* name, TextId id = TextId::None, TextId toolTipId = TextId::None);
     QGridLayout* frame(QWidget* around) const;
     QLayout* buildConfigurationRow();
     QGroupBox* buildSensorFrame();
-    QGroupBox* buildFrame(const char* name, std::int32_t id, std::initializer_list<std::size_t> choices,
+    QGroupBox* buildFrame(const char* name, TextId id, std::initializer_list<std::size_t> choices,
                           std::initializer_list<std::size_t> fields);
     QGroupBox* buildSwitchFrame();
     QLayout* buildStatus();
     QLayout* buildButtons();
     void addChoice(QGridLayout& grid, std::size_t index);
     void addField(QGridLayout& grid, std::size_t index);
-    void addInformation(QGridLayout& grid, const char* name, std::int32_t captionId, QLabel*& value);
-    QLabel* caption(std::int32_t id, QWidget* buddy);
+    void addInformation(QGridLayout& grid, const char* name, TextId captionId, QLabel*& value);
+    QLabel* caption(TextId id, QWidget* buddy);
     QLabel* mark(QGridLayout& grid, int row);
 
     QDialog* m_window = nullptr;

@@ -29,12 +29,6 @@
 
 namespace {
 
-enum TextId : std::int32_t {
-    TextDevice = 1265,
-    TextInSensor = 1325,
-    TextRange = 1348,
-};
-
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
 
 /// The device entry without a sensor is of the type that the user works with (`kSerialType` or `kProfibusType`).
@@ -133,7 +127,7 @@ void frmRVQ::connectControls()
         txtParameter[i]->Check = [this, i](const std::string& typed) {
             return CheckedText(i, typed, m_decimalSeparator);
         };
-        txtParameter[i]->Words = [this](std::int32_t id) { return text(id); };
+        txtParameter[i]->Words = [this](TextId id) { return text(id); };
         connect(txtParameter[i], &QLineEdit::textChanged, this, edited);
     }
     for (std::size_t i = 0; i < kChoices.size(); ++i) {
@@ -154,9 +148,9 @@ void frmRVQ::localise()
 {
     LocaliseForm(*this, m_context.settings.Language);
     LocaliseLists(m_context.settings.Language);
-    cmbConfig->setItemText(kDevice, text(TextDevice));
+    cmbConfig->setItemText(kDevice, text(TextId::DeviceEntry));
     if (cmbConfig->currentIndex() == kDevice) {
-        showSource(text(TextDevice));
+        showSource(text(TextId::DeviceEntry));
     }
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         txtParameter[i]->setAccessibleName(text(LabelId(kFields[i].code)).trimmed());
@@ -168,7 +162,8 @@ void frmRVQ::localise()
 void frmRVQ::fillConfigurations()
 {
     for (std::size_t line = 0; line < m_context.library.Size(); ++line) {
-        cmbConfig->addItem(line == kDevice ? text(TextDevice) : FromBytes(m_context.library.Entry(line).Description));
+        cmbConfig->addItem(line == kDevice ? text(TextId::DeviceEntry)
+                                           : FromBytes(m_context.library.Entry(line).Description));
     }
 }
 
@@ -203,7 +198,7 @@ void frmRVQ::fill(const Configuration& configuration)
     }
     m_s1Logic = values.choices[ChoiceS1Logic];
     const bool isDevice = cmbConfig->currentIndex() == kDevice;
-    showSource(isDevice ? text(TextDevice) : QFile::decodeName(configuration.FileName.c_str()));
+    showSource(isDevice ? text(TextId::DeviceEntry) : QFile::decodeName(configuration.FileName.c_str()));
     applyRule();
 }
 
@@ -283,7 +278,7 @@ void frmRVQ::markDifferences()
     if (m_context.device.CommStatus != DialogueNone && !m_transfer.IsBusy()) {
         for (const Difference& row : Differences(shown(), m_context.device.Parameters, m_context.device.Identity,
                                                  m_decimalSeparator, m_context.settings.Language)) {
-            inSensor[row.code] = text(TextInSensor).arg(FromUtf8(row.sensorText));
+            inSensor[row.code] = text(TextId::ToolTipInSensor).arg(FromUtf8(row.sensorText));
         }
     }
     const auto mark = [&inSensor](std::string_view code, QLabel* sign, QWidget* control, const QString& range) {
@@ -308,7 +303,7 @@ QString frmRVQ::rangeText(std::size_t field) const
 {
     const FieldDef& def = kFields[field];
     const auto limit = [&](std::int32_t stored) { return FromBytes(FieldText(def, stored, m_decimalSeparator)); };
-    return text(TextRange).arg(limit(def.minimum), limit(def.maximum), FromUtf8(def.unit)).trimmed();
+    return text(TextId::ToolTipRange).arg(limit(def.minimum), limit(def.maximum), FromUtf8(def.unit)).trimmed();
 }
 
 void frmRVQ::showInformation()
@@ -334,10 +329,10 @@ void frmRVQ::FollowDevice()
         m_followed = now;
         applyRule();
     }
-    const std::int32_t connection = ConnectionTextId(m_context.device);
+    const TextId connection = ConnectionTextId(m_context.device);
     if (connection != m_connection && !m_transfer.IsBusy()) {
         m_connection = connection;
-        if (connection == 0 && m_failure.first != 0) {
+        if (connection == TextId::None && m_failure.first != TextId::None) {
             ShowFailure(m_failure.first, m_failure.second);
             return;
         }
@@ -346,7 +341,7 @@ void frmRVQ::FollowDevice()
     }
 }
 
-QString frmRVQ::text(std::int32_t id) const
+QString frmRVQ::text(TextId id) const
 {
     return Text(id, m_context.settings.Language);
 }

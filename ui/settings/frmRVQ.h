@@ -3,6 +3,7 @@
 #pragma once
 
 #include "session/clsTransfer.h"
+#include "texts/TextId.h"
 #include "ui/settings/RVQBoxes.h"
 #include "ui/settings/SettingsForm.h"
 
@@ -59,11 +60,11 @@ protected:
 
 private:
     void ShowBusy(bool busy) override;
-    void ShowStatusText(std::int32_t textId) override;
+    void ShowStatusText(TextId textId) override;
     void ShowFailed(bool failed) override;
-    void ShowFailure(std::int32_t textId, std::int32_t reasonTextId) override;
+    void ShowFailure(TextId textId, TextId reasonTextId) override;
     void ShowProgress(const TransferProgress& progress) override;
-    FailureAnswer AskAboutFailure(std::int32_t reasonTextId) override;
+    FailureAnswer AskAboutFailure(TextId reasonTextId) override;
     void SelectDeviceEntry() override;
     void FillFromDeviceEntry() override;
 
@@ -93,7 +94,7 @@ private:
     void takeOther(std::size_t line);
     void showUnwritten(const UnwrittenFile& unwritten);
     void showKept(std::size_t line);
-    QString text(std::int32_t id) const;
+    QString text(TextId id) const;
     Configuration& selected() const;
 
     void cmbConfig_Click(int index);
@@ -115,11 +116,11 @@ private:
     bool m_begun = false;
     bool m_unloading = false;
     std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
-    std::int32_t m_statusId = 0, m_reasonId = 0;
+    TextId m_statusId = TextId::None, m_reasonId = TextId::None;
     /// What a transfer has failed with, as `ShowFailure` was told; it comes back with the connection.
-    std::pair<std::int32_t, std::int32_t> m_failure;
-    std::int32_t m_connection = 0; ///< text id of what was wrong with the connection
-    State m_followed;              ///< as the last tick has found it
-    QPointer<QWidget> m_focus;     ///< where it was before a transfer
+    std::pair<TextId, TextId> m_failure;
+    TextId m_connection = TextId::None; ///< what was wrong with the connection
+    State m_followed;                   ///< as the last tick has found it
+    QPointer<QWidget> m_focus;          ///< where it was before a transfer
     QMessageBox* m_question = nullptr;
 };

@@ -18,18 +18,6 @@
 
 namespace {
 
-enum TextId : std::int32_t {
-    TextNewConfiguration = 1281,
-    TextUserConfiguration = 1284,
-    TextExists = 1285,
-    TextOverwrite = 1286,
-    TextConfigurationError = 1291,
-    TextStep = 1323,
-    TextNotWritten = 1330,
-    TextNotListed = 1337,
-    TextChanged = 1364,
-};
-
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
 
 } // namespace
@@ -50,10 +38,10 @@ void frmRVQ::cmdLoad_Click()
 void frmRVQ::cmdSave_Click()
 {
     const bool isDevice = cmbConfig->currentIndex() == kDevice;
-    const QString proposal = isDevice ? text(TextNewConfiguration) : FromBytes(selected().Description);
+    const QString proposal = isDevice ? text(TextId::DescriptionProposal) : FromBytes(selected().Description);
     QString description = Boxes.Description(proposal);
     if (description.trimmed().isEmpty()) {
-        description = text(TextUserConfiguration); // also after a cancel; saving goes on
+        description = text(TextId::DescriptionDefault); // also after a cancel; saving goes on
     }
     const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
     if (!path.empty() && mayWrite(path)) {
@@ -69,12 +57,13 @@ bool frmRVQ::mayWrite(const std::string& path)
     std::error_code unknown;
     const bool isForeign = !m_context.library.Find(path) && std::filesystem::exists(path, unknown);
     if (isForeign || m_context.library.WouldOverwrite(path, line)) {
-        return Boxes.Overwrite(text(TextExists) + QStringLiteral(": ") + shownPath + u'\n' + text(TextOverwrite));
+        return Boxes.Overwrite(text(TextId::QuestionFileExists) + QStringLiteral(": ") + shownPath + u'\n' +
+                               text(TextId::QuestionOverwrite));
     }
     if (!m_context.library.Find(path) || !m_context.library.HasChangedOnDisk(line)) {
         return true;
     }
-    const ChangedAnswer answer = Boxes.Changed(text(TextChanged).arg(shownPath));
+    const ChangedAnswer answer = Boxes.Changed(text(TextId::QuestionFileChanged).arg(shownPath));
     if (answer == ChangedAnswer::TakeOther) {
         takeOther(line);
     }
@@ -184,10 +173,10 @@ void frmRVQ::cmdPrint_Click()
 /// Which file could not be written, and why; clears the line when all were.
 void frmRVQ::showUnwritten(const UnwrittenFile& unwritten)
 {
-    ShowStatusText(0);
+    ShowStatusText(TextId::None);
     ShowFailed(static_cast<bool>(unwritten.why));
     if (unwritten.why) {
-        showStatus(text(TextNotWritten)
+        showStatus(text(TextId::FailureNotWritten)
                        .arg(QFile::decodeName(unwritten.file.c_str()),
                             FileErrorText(unwritten.why, m_context.settings.Language)));
     }
@@ -200,8 +189,9 @@ void frmRVQ::showUnwritten(const UnwrittenFile& unwritten)
 void frmRVQ::showKept(std::size_t line)
 {
     if (!m_context.library.ComesBack(line)) {
-        m_statusId = 0;
-        showStatus(text(TextNotListed).arg(QFile::decodeName(m_context.library.Entry(line).FileName.c_str())));
+        m_statusId = TextId::None;
+        showStatus(
+            text(TextId::FailureNotListed).arg(QFile::decodeName(m_context.library.Entry(line).FileName.c_str())));
         ShowFailed(true);
     }
 }
@@ -234,17 +224,17 @@ void frmRVQ::ShowBusy(bool busy)
     }
 }
 
-void frmRVQ::ShowStatusText(std::int32_t textId)
+void frmRVQ::ShowStatusText(TextId textId)
 {
     m_statusId = textId;
-    m_reasonId = 0;
-    if (textId == 0) {
+    m_reasonId = TextId::None;
+    if (textId == TextId::None) {
         m_failure = {};
     }
     showStatus(statusText());
 }
 
-void frmRVQ::ShowFailure(std::int32_t textId, std::int32_t reasonTextId)
+void frmRVQ::ShowFailure(TextId textId, TextId reasonTextId)
 {
     m_statusId = textId;
     m_reasonId = reasonTextId;
@@ -255,7 +245,7 @@ void frmRVQ::ShowFailure(std::int32_t textId, std::int32_t reasonTextId)
 
 QString frmRVQ::statusText() const
 {
-    return m_reasonId == 0 ? text(m_statusId) : text(m_statusId).arg(text(m_reasonId));
+    return m_reasonId == TextId::None ? text(m_statusId) : text(m_statusId).arg(text(m_reasonId));
 }
 
 void frmRVQ::showStatus(const QString& status)
@@ -279,17 +269,18 @@ void frmRVQ::ShowProgress(const TransferProgress& progress)
     const QString what = text(progress.textId).trimmed();
     prgTransfer->setRange(0, progress.steps);
     prgTransfer->setValue(progress.step);
-    lblProgress->setText(progress.steps > 0 ? text(TextStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+    lblProgress->setText(
+        progress.steps > 0 ? text(TextId::TransferStep).arg(progress.step).arg(progress.steps).arg(what) : what);
     lblProgress->show();
     prgTransfer->show();
 }
 
-FailureAnswer frmRVQ::AskAboutFailure(std::int32_t reasonTextId)
+FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId)
 {
     if (m_unloading) {
         return FailureAnswer::Abort;
     }
-    return Boxes.Failure(text(TextConfigurationError) + text(reasonTextId));
+    return Boxes.Failure(text(TextId::QuestionTransferFailure) + text(reasonTextId));
 }
 
 void frmRVQ::SelectDeviceEntry()

@@ -27,7 +27,7 @@ frmSheet::frmSheet(QWidget& owner, const modGlobals::Settings& settings, const s
     : QDialog(&owner), txtSheet(new QPlainTextEdit(this))
 {
     setObjectName(QStringLiteral("frmSheet"));
-    SetTextIds(this, 1331);
+    SetTextIds(this, TextId::TitleSheet);
     txtSheet->setObjectName(QStringLiteral("txtSheet"));
     txtSheet->setReadOnly(true);
     txtSheet->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
@@ -35,10 +35,10 @@ frmSheet::frmSheet(QWidget& owner, const modGlobals::Settings& settings, const s
     txtSheet->setPlainText(FromBytes(modFiles::ReadWhole(file).value_or(std::string())));
     auto* cmdPrint = new QPushButton(this);
     cmdPrint->setObjectName(QStringLiteral("cmdPrint"));
-    SetTextIds(cmdPrint, 1099);
+    SetTextIds(cmdPrint, TextId::ButtonPrint);
     auto* cmdClose = new QPushButton(this);
     cmdClose->setObjectName(QStringLiteral("cmdClose"));
-    SetTextIds(cmdClose, 1098);
+    SetTextIds(cmdClose, TextId::ButtonClose);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch(1);
     buttons->addWidget(cmdPrint);

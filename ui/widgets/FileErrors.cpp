@@ -10,12 +10,27 @@ namespace {
 /// these.
 constexpr struct {
     int number;
-    std::int32_t text;
+    TextId text;
 } kTexts[] = {
-    {ENOSPC, 1063},  {EACCES, 1064},       {EPERM, 1064},     {ENOENT, 1065},  {EROFS, 1066},
-    {ENOTDIR, 1193}, {EEXIST, 1193},       {EISDIR, 1067},    {ENOTSUP, 1067}, {EIO, 1068},
-    {EBUSY, 1363},   {ETXTBSY, 1363},      {EOVERFLOW, 1069}, {EILSEQ, 1369},  {EFBIG, 1352},
-    {EDQUOT, 1372},  {ENAMETOOLONG, 1373}, {ELOOP, 1374},     {EMLINK, 1374},
+    {ENOSPC, TextId::FileErrorDiskFull},
+    {EACCES, TextId::FileErrorNoPermission},
+    {EPERM, TextId::FileErrorNoPermission},
+    {ENOENT, TextId::FileErrorMissing},
+    {EROFS, TextId::FileErrorWriteProtected},
+    {ENOTDIR, TextId::FileErrorFileForFolder},
+    {EEXIST, TextId::FileErrorFileForFolder},
+    {EISDIR, TextId::FileErrorNotOrdinary},
+    {ENOTSUP, TextId::FileErrorNotOrdinary},
+    {EIO, TextId::FileErrorDisk},
+    {EBUSY, TextId::FileErrorInUse},
+    {ETXTBSY, TextId::FileErrorInUse},
+    {EOVERFLOW, TextId::FileErrorNamesTaken},
+    {EILSEQ, TextId::FileErrorNoPlainText},
+    {EFBIG, TextId::FileErrorTooLarge},
+    {EDQUOT, TextId::FileErrorQuota},
+    {ENAMETOOLONG, TextId::FileErrorNameTooLong},
+    {ELOOP, TextId::FileErrorTooManyLinks},
+    {EMLINK, TextId::FileErrorTooManyLinks},
 };
 
 } // namespace

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr double kNameFontScale = 1.8;
-constexpr std::int32_t kProductName = 900;
 
 QLabel* label(QWidget& window, const char* name, const QString& text)
 {
@@ -24,7 +23,7 @@ QLabel* label(QWidget& window, const char* name, const QString& text)
 
 QLayout* BuildHeading(QWidget& window, const char* systemLabelName)
 {
-    QLabel* product = label(window, "lblProduct", FromUtf8(modFunctions::NeutralText(kProductName)));
+    QLabel* product = label(window, "lblProduct", FromUtf8(modFunctions::NeutralText(TextId::ProgramName)));
     QFont large = window.font();
     large.setPointSizeF(large.pointSizeF() * kNameFontScale);
     product->setFont(large);

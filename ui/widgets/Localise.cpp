@@ -1,6 +1,5 @@
 #include "ui/widgets/Localise.h"
 
-#include "store/modGlobals.h"
 #include "texts/modFunctions.h"
 #include "ui/widgets/QtText.h"
 
@@ -14,6 +13,7 @@
 #include <QTabWidget>
 #include <QTranslator>
 #include <QTreeWidget>
+#include <QVariant>
 #include <QWidget>
 
 namespace {
@@ -21,17 +21,23 @@ namespace {
 constexpr char kTag[] = "Tag";
 constexpr char kToolTipText[] = "ToolTipText";
 
-template <typename Set>
-void setIfKnown(std::int32_t id, std::int32_t language, const Set& set)
+/// As a property of Qt holds an id.
+int number(TextId id)
 {
-    if (const QString text = Text(id, language); !text.isEmpty()) {
+    return static_cast<int>(id);
+}
+
+template <typename Set>
+void setIfKnown(const QVariant& id, std::int32_t language, const Set& set)
+{
+    if (const QString text = Text(static_cast<TextId>(id.toInt()), language); !text.isEmpty()) {
         set(text);
     }
 }
 
 void localiseLabel(QWidget& control, std::int32_t language)
 {
-    setIfKnown(control.property(kTag).toInt(), language,
+    setIfKnown(control.property(kTag), language,
                [&](const QString& text) { static_cast<QLabel&>(control).setText(text); });
 }
 
@@ -48,8 +54,7 @@ void localiseTabStrip(QWidget& control, std::int32_t language)
 void localiseToolbar(QWidget& control, std::int32_t language)
 {
     for (QAction* button : control.actions()) {
-        setIfKnown(button->property(kToolTipText).toInt(), language,
-                   [&](const QString& text) { button->setToolTip(text); });
+        setIfKnown(button->property(kToolTipText), language, [&](const QString& text) { button->setToolTip(text); });
     }
 }
 
@@ -57,8 +62,7 @@ void localiseListView(QWidget& control, std::int32_t language)
 {
     QTreeWidgetItem* header = static_cast<QTreeWidget&>(control).headerItem();
     for (int i = 0; i < header->columnCount(); ++i) {
-        setIfKnown(header->data(i, Qt::UserRole).toInt(), language,
-                   [&](const QString& text) { header->setText(i, text); });
+        setIfKnown(header->data(i, Qt::UserRole), language, [&](const QString& text) { header->setText(i, text); });
     }
 }
 
@@ -95,14 +99,13 @@ void localiseControl(QWidget& control, std::int32_t language)
             row.localise(control, language);
         }
     }
-    setIfKnown(control.property(kTag).toInt(), language, [&](const QString& text) { setCaption(control, text); });
-    setIfKnown(control.property(kToolTipText).toInt(), language,
-               [&](const QString& text) { control.setToolTip(text); });
+    setIfKnown(control.property(kTag), language, [&](const QString& text) { setCaption(control, text); });
+    setIfKnown(control.property(kToolTipText), language, [&](const QString& text) { control.setToolTip(text); });
 }
 
 } // namespace
 
-QString Text(std::int32_t id, std::int32_t language)
+QString Text(TextId id, std::int32_t language)
 {
     return FromUtf8(modFunctions::GetText(id, language));
 }
@@ -114,33 +117,30 @@ void ShowText(QLabel& label, const QString& text)
     }
 }
 
-void SetTextIds(QWidget* control, std::int32_t tag, std::int32_t toolTipText)
+void SetTextIds(QWidget* control, TextId tag, TextId toolTipText)
 {
-    control->setProperty(kTag, tag);
-    control->setProperty(kToolTipText, toolTipText);
+    control->setProperty(kTag, number(tag));
+    control->setProperty(kToolTipText, number(toolTipText));
 }
 
-void SetTabIds(QTabWidget& tabs, int index, std::int32_t tag, std::int32_t toolTipText)
+void SetTabIds(QTabWidget& tabs, int index, TextId tag, TextId toolTipText)
 {
-    tabs.tabBar()->setTabData(index, QPoint(tag, toolTipText));
+    tabs.tabBar()->setTabData(index, QPoint(number(tag), number(toolTipText)));
 }
 
-void SetButtonId(QAction& button, std::int32_t toolTipText)
+void SetButtonId(QAction& button, TextId toolTipText)
 {
-    button.setProperty(kToolTipText, toolTipText);
+    button.setProperty(kToolTipText, number(toolTipText));
 }
 
-void SetColumnId(QTreeWidget& list, int column, std::int32_t tag)
+void SetColumnId(QTreeWidget& list, int column, TextId tag)
 {
-    list.headerItem()->setData(column, Qt::UserRole, tag);
+    list.headerItem()->setData(column, Qt::UserRole, number(tag));
 }
 
 void LocaliseForm(QWidget& form, std::int32_t language)
 {
-    const QString title = Text(form.property(kTag).toInt(), language);
-    if (!title.isEmpty()) {
-        form.setWindowTitle(title);
-    }
+    setIfKnown(form.property(kTag), language, [&](const QString& text) { form.setWindowTitle(text); });
     for (QWidget* control : form.findChildren<QWidget*>()) {
         if (control->window() == &form) { // an open window above this one localises itself
             localiseControl(*control, language);

@@ -19,7 +19,6 @@ namespace {
 constexpr int kAtOnce_ms = 0;
 constexpr int kAfterClick_ms = 300; // the button that goes up after the click which left the box would hide a tool tip
 constexpr qsizetype kLongestNumber = 300; // characters; a double holds what they say
-constexpr std::int32_t kTextNoNumber = 1370;
 constexpr QChar kMinus(0x2212), kApostrophe(0x2019);
 
 char keyOf(QChar typed)
@@ -176,7 +175,7 @@ void NumberEdit::explain(int after_ms)
 {
     const auto show = [this] {
         if (Words && isVisible()) {
-            QToolTip::showText(mapToGlobal(rect().bottomLeft()), Words(kTextNoNumber), this);
+            QToolTip::showText(mapToGlobal(rect().bottomLeft()), Words(TextId::ToolTipNoNumber), this);
         }
     };
     QTimer::singleShot(after_ms, this, [show] { Guarded(show); });

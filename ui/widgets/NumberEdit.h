@@ -2,9 +2,10 @@
 // is checked on leaving the box and on Enter, which presses no button.
 #pragma once
 
+#include "texts/TextId.h"
+
 #include <QLineEdit>
 
-#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -18,7 +19,7 @@ public:
     /// From the typed text, which is empty or a number, to the text that is shown instead.
     std::function<std::string(const std::string& typed)> Check;
     /// The window's texts by their id; a tool tip says in them why a text was not taken.
-    std::function<QString(std::int32_t textId)> Words;
+    std::function<QString(TextId id)> Words;
     /// Shows any text, unfiltered. A text that is no number gives way to it again.
     void ShowText(const std::string& text);
 

@@ -169,7 +169,7 @@ TEST(HelpViewer, TheSectionThatTheRefusalNamesIsFoundByItsNumber)
         StartUp start;
         start.settings.Language = language;
         start.splash.findChild<QPushButton*>("cmdHelp")->click();
-        const QString box = FromUtf8(modFunctions::GetText(1291, language)).trimmed();
+        const QString box = FromUtf8(modFunctions::GetText(TextId::QuestionTransferFailure, language)).trimmed();
         const QString section = box.mid(box.indexOf("5.4."));
         auto* contents = FindIn<QTreeWidget>(*start.Viewer(), "tvContents");
         EXPECT_EQ(contents->findItems(section, Qt::MatchExactly | Qt::MatchRecursive).size(), 1) << qPrintable(section);

@@ -97,8 +97,8 @@ void expectTexts(std::int32_t language)
 {
     int texts = 0;
     for (const QWidget* control : QApplication::allWidgets()) {
-        const QString caption = Text(control->property("Tag").toInt(), language);
-        const QString toolTip = Text(control->property("ToolTipText").toInt(), language);
+        const QString caption = Text(static_cast<TextId>(control->property("Tag").toInt()), language);
+        const QString toolTip = Text(static_cast<TextId>(control->property("ToolTipText").toInt()), language);
         QVariant shown;
         for (const char* property : {"windowTitle", "title", "text"}) {
             shown = control->property(property).isValid() ? control->property(property) : shown;

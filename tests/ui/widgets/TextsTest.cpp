@@ -23,13 +23,14 @@ namespace {
 TEST(Texts, EveryRowHasTwoTextsAndAnIdOfItsOwn)
 {
     struct Row {
+        TextId textId;
         int id;
         const char *german, *english;
         bool same;
     };
     const Row rows[] = {
-#define TEXT(id, german, english) {id, german, english, false},
-#define SAME(id, text) {id, text, text, true},
+#define TEXT(id, name, german, english) {TextId::name, id, german, english, false},
+#define SAME(id, name, text) {TextId::name, id, text, text, true},
 #include "texts/StringTable.inc"
 #undef SAME
 #undef TEXT
@@ -40,18 +41,26 @@ TEST(Texts, EveryRowHasTwoTextsAndAnIdOfItsOwn)
         EXPECT_EQ(std::string_view(row.german) == row.english, row.same) << row.id;
         EXPECT_GE(row.id, 1000);
         EXPECT_LT(row.id, 1400);
-        EXPECT_EQ(modFunctions::GetText(row.id, 0), row.german);
-        EXPECT_EQ(modFunctions::GetText(row.id, 1000), row.english);
+        EXPECT_EQ(modFunctions::GetText(row.textId, 0), row.german);
+        EXPECT_EQ(modFunctions::GetText(row.textId, 1000), row.english);
         EXPECT_FALSE(FromUtf8(row.german).contains(QChar::ReplacementCharacter)) << row.id;
     }
-    EXPECT_EQ(modFunctions::GetText(1401, 1000), "");
+    EXPECT_EQ(modFunctions::GetText(TextId::None, 1000), "");
 }
 
-TEST(Texts, EveryIdInTheCodeHasAText)
+TEST(Texts, EveryTextIsShownSomewhere)
 {
-    const std::set<int> otherNumbers{1000, 1024, 1200, 1252}; // that are no ids
-    static const QRegularExpression number("\\b1[0-3]\\d\\d\\b(?!\\.)"), noCode("//[^\n]*|\"[^\"\n]*\"");
-    int ids = 0;
+    std::set<QString> unused{
+#define TEXT(id, name, german, english) #name,
+#define SAME(id, name, text) #name,
+#define NEUTRAL(id, name, text) #name,
+#include "texts/NeutralTable.inc"
+#include "texts/StringTable.inc"
+#undef NEUTRAL
+#undef SAME
+#undef TEXT
+    };
+    static const QRegularExpression use("\\bTextId::(\\w+)"), noCode("//[^\n]*");
     for (const char* folder : {"app", "sensor", "session", "store", "ui"}) {
         for (QDirIterator files(QDir(ORVEX_SOURCE_DIR).filePath(folder), {"*.cpp", "*.h"}, QDir::Files,
                                 QDirIterator::Subdirectories);
@@ -59,14 +68,14 @@ TEST(Texts, EveryIdInTheCodeHasAText)
             QFile source(files.next());
             ASSERT_TRUE(source.open(QIODevice::ReadOnly)) << qPrintable(source.fileName());
             const QString code = QString::fromUtf8(source.readAll()).remove(noCode);
-            for (auto match = number.globalMatch(code); match.hasNext(); ++ids) {
-                const int id = match.next().captured().toInt();
-                EXPECT_TRUE(otherNumbers.contains(id) || !modFunctions::GetText(id, LanguageGerman).empty())
-                    << id << " in " << qPrintable(source.fileName());
+            for (auto match = use.globalMatch(code); match.hasNext();) {
+                unused.erase(match.next().captured(1));
             }
         }
     }
-    EXPECT_GT(ids, 250) << "some three hundred stand there: the files have not been found";
+    for (const QString& name : unused) {
+        ADD_FAILURE() << "nothing shows " << qPrintable(name);
+    }
 }
 
 TEST(Texts, ReasonsOfTheSystemAreInTheLanguageOfTheWindow)
@@ -86,16 +95,16 @@ TEST(Texts, ReasonsOfTheSystemAreInTheLanguageOfTheWindow)
 TEST(Localising, EveryKindOfControlTakesItsTextsById)
 {
     QWidget form;
-    SetTextIds(&form, 1110);
+    SetTextIds(&form, TextId::FrameMeasurement);
     const auto* label = new QLabel("as designed", &form);
     auto* tabs = new QTabWidget(&form);
     tabs->addTab(new QWidget, "a");
     tabs->addTab(new QWidget, "as designed");
-    SetTabIds(*tabs, 0, 1101, 1113);
+    SetTabIds(*tabs, 0, TextId::FrameSerialInterface, TextId::CheckTemperature);
     auto* bar = new QToolBar(&form);
-    SetButtonId(*bar->addAction("b"), 1126);
+    SetButtonId(*bar->addAction("b"), TextId::ButtonConnect);
     auto* list = new QTreeWidget(&form);
-    SetColumnId(*list, 0, 1122);
+    SetColumnId(*list, 0, TextId::CaptionLanguage);
     LocaliseForm(form, LanguageEnglish);
     EXPECT_EQ(form.windowTitle(), "Measurement");
     EXPECT_EQ(label->text(), "as designed");
