@@ -17,3 +17,9 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
     -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
   target_link_options(orvex_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
+
+# A library of the lower floors: plain C++, linked with nothing but the floors below it and what is named.
+function(orvex_floor target)
+  target_link_libraries(${target} PUBLIC ${ARGN} orvex_options)
+  set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+endfunction()
