@@ -1,4 +1,4 @@
-// An open file of the system that closes itself.
+// A file descriptor that closes itself.
 #pragma once
 
 #include <unistd.h>
@@ -17,7 +17,7 @@ public:
 
     bool IsOpen() const { return m_descriptor >= 0; }
     int Descriptor() const { return m_descriptor; }
-    /// False, with errno set, when the system could not keep what was written.
+    /// False, with errno set, when the system could not save what was written.
     bool Close() { return !IsOpen() || close(std::exchange(m_descriptor, -1)) == 0; }
 
 private:

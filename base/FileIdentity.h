@@ -1,4 +1,4 @@
-// Which file it is, whatever name or link leads to it.
+// Identifies a file, whatever name or link leads to it.
 #pragma once
 
 #include <filesystem>
@@ -11,13 +11,13 @@ struct FileIdentity {
 
     bool operator==(const FileIdentity&) const = default;
 
-    /// Of the file that a name leads to, through links; none when there is no such file.
+    /// The file that a name leads to, through links; empty when there is no such file.
     static std::optional<FileIdentity> Of(const std::filesystem::path& file)
     {
         struct stat info {};
         return stat(file.c_str(), &info) == 0 ? std::optional(FileIdentity{info.st_dev, info.st_ino}) : std::nullopt;
     }
-    /// Of an open file.
+    /// The file that is open under a descriptor.
     static std::optional<FileIdentity> Of(int descriptor)
     {
         struct stat info {};

@@ -19,7 +19,7 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// Digits in groups of three, the first of which may be shorter, put together; nothing when they are not in groups.
+/// Joins groups of three digits, the first of which may be shorter; empty when the text has no such groups.
 std::optional<std::string> withoutGroups(std::string_view text, char separator)
 {
     constexpr std::size_t kGroup = 3;
@@ -67,7 +67,7 @@ double Val(std::string_view text)
         }
     }
     const std::size_t head = !text.empty() && text.front() == '-' ? 1 : 0;
-    // from_chars would also take "inf" and "nan", which no sensor means.
+    // from_chars would also accept "inf" and "nan", which no sensor sends.
     if (text.size() <= head || !(isDigit(text[head]) || text[head] == '.')) {
         return 0.0;
     }
@@ -120,7 +120,7 @@ std::optional<char> FilteredKey(char key, char decimalSeparator)
 {
     constexpr char kBackspace = 8, kEnter = 13;
     if (key == ',' || key == '.') {
-        // Deliberate: whichever of the two is not the separator becomes the other one.
+        // Deliberate: a comma or point that is not the separator becomes the other of the two.
         return key == decimalSeparator ? key : key == ',' ? '.' : ',';
     }
     return isDigit(key) || key == '-' || key == kBackspace || key == kEnter ? std::optional(key) : std::nullopt;

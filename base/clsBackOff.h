@@ -1,5 +1,5 @@
-// When the next attempt at something that has failed is due: soon after the first failures, then once a second, so that
-// a port that is in use is not opened in every tick.
+// Decides when to try again after a failure: soon after the first failures, then once a second, so that a port that is
+// in use is not opened in every tick.
 #pragma once
 
 #include <algorithm>
@@ -10,9 +10,9 @@ class clsBackOff {
 public:
     explicit clsBackOff(std::int32_t tick_ms) : m_tick_ms(tick_ms) {}
 
-    /// To be asked once a tick: whether to try in this one.
+    /// Whether to try in this tick. Call it once a tick.
     bool IsDue() { return --m_ticks <= 0; }
-    /// The next attempt is due at once, and the pauses after it begin anew.
+    /// The next attempt is due at once, and the pauses after it start from the shortest again.
     void Restart() { m_failures = m_ticks = 0; }
     void Failed()
     {

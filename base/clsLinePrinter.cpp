@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Writes until that fails; what is left of the text.
+/// Writes until a write fails; returns what is left of the text.
 std::string_view writeTo(int descriptor, std::string_view text)
 {
     while (!text.empty()) {
@@ -19,7 +19,7 @@ std::string_view writeTo(int descriptor, std::string_view text)
         if (count > 0) {
             text.remove_prefix(static_cast<std::size_t>(count));
         } else if (count < 0 && errno == EAGAIN) {
-            // Another program does not want to wait at the file that it shares with this one.
+            // Another program shares this file and has made it non-blocking.
             pollfd room{descriptor, POLLOUT, 0};
             poll(&room, 1, -1);
         } else if (count == 0 || errno != EINTR) {
@@ -36,17 +36,17 @@ struct clsLinePrinter::Work {
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<std::string> waiting;
-    bool inHand = false; ///< the thread is not done yet with the line that it has taken
+    bool inHand = false; ///< the thread is still busy with the line that it has taken
     bool ended = false;
     std::int64_t dropped = 0;
-    std::string rest; ///< the thread's alone: of a line that the file had no more room for
+    std::string rest; ///< used by the thread only: the end of a line that could not be written yet
 
     bool print(const std::string& line);
     void run();
 };
 
-/// Whether the line is printed, be it in two parts. One that cannot be begun is dropped: the disk is full, the reader
-/// has gone.
+/// Whether the line is printed, if need be in two parts. A line of which nothing can be written is dropped: the disk is
+/// full or the reader has gone.
 bool clsLinePrinter::Work::print(const std::string& line)
 {
     rest.erase(0, rest.size() - writeTo(descriptor, rest).size());

@@ -1,5 +1,4 @@
-// Prints lines to an open file of the system from a thread of its own: a reader that does not read, or that has gone,
-// holds nobody up.
+// Prints lines to an open file from a thread of its own: a reader that does not read, or has gone, holds nothing up.
 #pragma once
 
 #include <chrono>
@@ -9,23 +8,23 @@
 
 class clsLinePrinter {
 public:
-    /// Lines that may wait for the reader; what comes on top is dropped.
+    /// Lines that may wait for the reader; further ones are dropped.
     static constexpr std::size_t kMostWaiting = 1000;
 
-    /// The descriptor is only used, not closed. SIGPIPE must not end the program.
+    /// Uses the descriptor without closing it. SIGPIPE must not end the program.
     explicit clsLinePrinter(int descriptor);
-    /// Nothing that still waits is printed.
+    /// Lines that still wait are not printed.
     ~clsLinePrinter();
     clsLinePrinter(const clsLinePrinter&) = delete;
     clsLinePrinter& operator=(const clsLinePrinter&) = delete;
 
     /// Prints a line and its end, or drops it whole when too many wait. Never waits.
     void Print(std::string line);
-    /// Waits for what is on its way, `patience` at most. Returns how many lines were not printed since the beginning.
-    /// Ends the printing.
+    /// Ends the printing, after waiting at most `patience` for the lines that are still to be printed. Returns how many
+    /// lines were not printed since the beginning.
     std::int64_t Finish(std::chrono::milliseconds patience);
 
 private:
     struct Work;
-    std::shared_ptr<Work> m_work; ///< also the thread's, which may outlive the printer: a write cannot be called off
+    std::shared_ptr<Work> m_work; ///< the thread, which may outlive the printer, shares it: a write cannot be cancelled
 };

@@ -21,7 +21,7 @@ namespace {
 
 using namespace std::chrono;
 
-/// What the environment says, else what the user database says; empty when neither knows one.
+/// The home folder by the environment, else by the user database; empty when neither knows one.
 std::filesystem::path homeFolder()
 {
     if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
@@ -34,7 +34,7 @@ std::filesystem::path homeFolder()
     return found != nullptr && *found->pw_dir == '/' ? found->pw_dir : "";
 }
 
-/// Below /usr the package manager keeps the programs; not even root's files belong there.
+/// The package manager owns everything below /usr; not even root's files belong there.
 bool isSystemFolder(const std::filesystem::path& folder)
 {
     const auto second = std::next(folder.begin(), folder.has_root_directory() ? 1 : 0);
@@ -55,7 +55,7 @@ double LocalTime()
     const auto now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
     const auto rest = now - floor<std::chrono::seconds>(now);
-    // Asked twenty times a second, the calendar is looked at once in each.
+    // This is called twenty times a second, but the calendar is needed only once in each second.
     thread_local std::time_t known = -1;
     thread_local std::tm local{};
     if (seconds != known) {
@@ -76,7 +76,7 @@ double UpTime_s()
 
 std::string TimeOfDayText(double dateTime)
 {
-    // A tenth of a millisecond on top: a whole second must not fall to the one before it in the division by a day.
+    // A tenth of a millisecond is added: the division by a day must not turn a whole second into the one before it.
     const double ofDay = (dateTime - std::floor(dateTime)) * kSecondsPerDay + 0.0001;
     const auto seconds = static_cast<long>(std::fmod(ofDay, kSecondsPerDay));
     std::string text("00:00:00");

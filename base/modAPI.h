@@ -1,5 +1,5 @@
-// What the program asks the platform: the local time, the name of the operating system and the
-// folder in which its files live.
+// What the program asks the platform for: the local time, the name of the operating system and the folder for its
+// files.
 #pragma once
 
 #include <cstdint>
@@ -23,20 +23,20 @@ double DateTimeOf(const CivilTime& civil);
 /// The local time now, to the millisecond, as days since 1899-12-30.
 double LocalTime();
 
-/// Seconds since the system was started, to compare: whoever sets the clock does not move it, and it goes on while the
-/// machine sleeps.
+/// Seconds since the system started, for measuring how long something takes: setting the clock does not change it, and
+/// it goes on while the machine sleeps.
 double UpTime_s();
 
 /// The time of day as "hh:mm:ss".
 std::string TimeOfDayText(double dateTime);
 
-/// What a system's version query says.
+/// The answer to a system's version query.
 struct SystemVersion {
     bool known = false; ///< the query succeeded
     std::uint32_t platform = 0, major = 0, minor = 0;
 };
 
-/// The name of a Windows by its version; empty for one that the table does not hold, "Windows" when the query failed.
+/// The name of a Windows version; empty for one that the table does not hold, "Windows" when the query failed.
 /// Deliberate: for platform 1 the major version, not the minor, is compared with 0, 10 and 90.
 std::string_view WindowsName(const SystemVersion& version);
 
@@ -44,19 +44,19 @@ std::string_view WindowsName(const SystemVersion& version);
 /// "Debian GNU/Linux 12 (bookworm)", or "Linux" when it gives none.
 std::string GetOSName();
 
-/// $XDG_DATA_HOME/orvex, by default ~/.local/share/orvex; the home folder is $HOME, else that of the user database.
+/// $XDG_DATA_HOME/orvex, by default ~/.local/share/orvex; the home folder is $HOME, else the one in the user database.
 /// Empty when the user has none.
 std::filesystem::path UserDataFolder();
 
 /// The folder of settings, recordings and configurations: `wanted` if it is not empty, else the executable's own folder
 /// if the user can write there and it is not below /usr, else `UserDataFolder()`.
-/// The folder is created when it is missing; a failure shows when something is written.
+/// Creates the folder when it is missing; if that fails, it shows when something is written.
 std::filesystem::path ProgramFolder(const std::filesystem::path& wanted);
 
-/// Whether a folder belongs to somebody else and its group or everybody may write there. What belongs to root is
-/// trusted, /tmp for instance.
+/// Whether a folder belongs to another user and its group or everybody may write there. Folders of root are trusted,
+/// /tmp for instance.
 bool OthersMayChange(const std::filesystem::path& folder);
-/// The same by the folder's owner and mode.
+/// The same, given the folder's owner and mode.
 inline constexpr bool OthersMayChange(std::uint32_t owner, std::uint32_t mode, std::uint32_t user)
 {
     return owner != user && owner != 0 && (mode & 0022U) != 0;

@@ -44,8 +44,8 @@ bool isTemporaryName(std::string_view name, std::string_view file)
            name.substr(file.size() + 1, kRandomLetters).find_first_not_of(kLetters) == std::string_view::npos;
 }
 
-/// Deletes the temporary files that killed programs have left for `target`: older than a file made just now by longer
-/// than any program would still be writing.
+/// Deletes the temporary files that killed programs have left for `target`: those so much older than a new file that no
+/// program can still be writing them.
 void removeStale(const std::filesystem::path& target, int newFile)
 {
     struct stat made {};
@@ -77,15 +77,15 @@ bool writeAll(int fd, std::string_view bytes)
     return fsync(fd) == 0;
 }
 
-/// Asks only for a change that is one: some file systems know no modes and refuse every request.
+/// Requests a change only where the mode differs: some file systems have no modes and refuse every request.
 bool keepMode(int fd, mode_t mode)
 {
     struct stat made {};
     return fstat(fd, &made) == 0 && (made.st_mode == mode || fchmod(fd, mode & 07777U) == 0);
 }
 
-/// What root rewrites stays its user's. Others may give a file away at most to a group of theirs; what is refused here
-/// is no reason to lose the content.
+/// A file that root rewrites stays with its owner. Other users can at most change the group, to one of their own; a
+/// refusal is no reason to lose the content.
 void keepOwner(int fd, const struct stat& before)
 {
     struct stat made {};
@@ -97,16 +97,16 @@ void keepOwner(int fd, const struct stat& before)
     }
 }
 
-/// The system would see such a path end at the NUL, and take another file for it.
+/// The system would cut such a path off at the NUL and take another file for it.
 bool holdsNul(const std::filesystem::path& file)
 {
     return file.native().find('\0') != std::string::npos;
 }
 
 struct Place {
-    std::filesystem::path target; ///< behind symbolic links
+    std::filesystem::path target; ///< with symbolic links resolved
     bool exists = false;
-    struct stat before {}; ///< of the file that is there
+    struct stat before {}; ///< of the existing file
     std::error_code denied;
 };
 
@@ -115,7 +115,7 @@ std::error_code notOrdinary(mode_t mode)
     return std::make_error_code(S_ISDIR(mode) ? std::errc::is_a_directory : std::errc::not_supported);
 }
 
-/// A read-only file is somebody's wish, though a rename would get past it.
+/// A read-only file is left alone: somebody wants it so, though a rename would replace it.
 Place placeOf(const std::filesystem::path& file)
 {
     Place place;
@@ -156,7 +156,7 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::err
         why = std::make_error_code(std::errc::invalid_argument);
         return std::nullopt;
     }
-    // Not blocking: a named pipe in the file's place must not stop the program.
+    // Non-blocking: a named pipe in the file's place must not hang the program.
     const int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     struct stat info {};
     if (fd < 0 || fstat(fd, &info) != 0) {
@@ -215,7 +215,7 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes, std::err
     }
     removeStale(target, fd);
     if (exists) {
-        keepOwner(fd, before); // before the permissions: a change of owner takes some of them away
+        keepOwner(fd, before); // before the permissions: changing the owner clears some of them
     }
     if ((exists && !keepMode(fd, before.st_mode)) || !writeAll(fd, bytes)) {
         why = lastError();

@@ -9,33 +9,33 @@
 
 namespace modFiles {
 
-/// Larger files are none of ours.
+/// A larger file is not one of ours.
 inline constexpr std::size_t kLargestFile = std::size_t{1} << 20;
 
-/// The bytes of a regular file of at most `kLargestFile`; empty (no value), with the reason in `why`, when there is
-/// none or it cannot be read.
+/// The bytes of a regular file of at most `kLargestFile`; no value, with the reason in `why`, when there is no such
+/// file or it cannot be read.
 std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why);
 std::optional<std::string> ReadWhole(const std::filesystem::path& file);
 
-/// Whether `Replace` would be allowed to: the folder can be written, and a file that is there is a regular one, not
-/// write-protected and none that is too large to be ours.
+/// Whether `Replace` would be permitted: the folder is writable, and an existing file is a regular one, not
+/// write-protected and not too large to be ours.
 bool CanReplace(const std::filesystem::path& file);
 
-/// Puts a file with these bytes in the place of `file` through a temporary file beside it and a rename: a crash leaves
-/// the old or the new one. A symbolic link to a file is followed; permissions stay, and so do owner and group as far as
-/// the system permits. False, with the reason in `why`, when that fails, and for more than `kLargestFile` bytes, which
-/// `ReadWhole` would not take; nothing is lost then. A program killed between the two steps leaves the temporary file,
-/// "name.xxxxxxxxxxxx.tmp"; the next call for the same file deletes it once it is older than a minute.
+/// Replaces `file` with one that holds these bytes, through a temporary file beside it and a rename: a crash leaves the
+/// old or the new one. A symbolic link to a file is followed; permissions stay, and so do owner and group as far as the
+/// system permits. False, with the reason in `why`, when that fails, and for more than `kLargestFile` bytes, which
+/// `ReadWhole` would not accept; nothing is lost then. A program killed between the two steps leaves the temporary
+/// file, "name.xxxxxxxxxxxx.tmp"; the next call for the same file deletes it once it is older than a minute.
 bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why);
 bool Replace(const std::filesystem::path& file, std::string_view bytes);
 
-/// Keeps other programs that take it from changing files of the same folder, for as long as it stands. It locks the
-/// folder itself: a lock on a file would be lost with the rename, and a lock file could not be made in a folder that is
-/// write-protected. A program that cannot get the lock within a second, from a program that hangs or from a file system
-/// without locks, goes on without it: the window must not hang, too.
+/// While it exists, no other program that takes the same lock changes files of the folder. It locks the folder itself:
+/// a lock on a file would be lost with the rename, and a lock file could not be created in a write-protected folder.
+/// When the lock cannot be had within a second, because another program hangs or the file system has no locks, the
+/// program goes on without it: the window must not hang too.
 class FolderLock {
 public:
-    /// The folder of this file, behind symbolic links.
+    /// Locks the folder of this file, with symbolic links resolved.
     explicit FolderLock(const std::filesystem::path& file);
     ~FolderLock();
     FolderLock(const FolderLock&) = delete;
