@@ -16,12 +16,12 @@ struct ChartPoint {
 class clsChartData {
 public:
     /// Discards all points and makes room for maximumIndex + 1 of them, empty.
-    /// Throws std::out_of_range, changing nothing, when maximumIndex is negative or the room cannot be counted.
+    /// Throws std::out_of_range and changes nothing when maximumIndex is negative or too large to count the points.
     void InitChartData(std::int32_t maximumIndex);
 
     /// Writes a point to slot `StopIndex` and moves `StopIndex` on; the newest point overwrites the oldest.
-    /// Throws std::out_of_range when `StopIndex` was set to no slot, and std::domain_error before `InitChartData`: the
-    /// point then stands in slot 0 already.
+    /// Throws std::out_of_range when `StopIndex` was set to something that is not a slot, and std::domain_error before
+    /// `InitChartData`: the point is already in slot 0 then.
     void AddChartPoint(double x, double y)
     {
         m_points.at(static_cast<std::size_t>(StopIndex)) = {x, y};
@@ -29,27 +29,27 @@ public:
         StopIndex = next(StopIndex);
     }
 
-    /// Moves `StartIndex` to the oldest point to be shown: slot 0 while the ring has not wrapped, then
-    /// `StopIndex` + 1. Does nothing when the two are equal. Throws std::out_of_range when `StopIndex` is no slot.
+    /// Moves `StartIndex` to the oldest point to be shown: slot 0 while the ring has not wrapped, then `StopIndex` + 1.
+    /// Does nothing when the two are equal. Throws std::out_of_range when `StopIndex` is not a slot.
     void ResetReadPointer();
 
-    /// The slots in the order of reading, from `StartIndex` up to before `StopIndex`: the part up to the end of the
-    /// ring, then the part from its beginning. Unused slots may be among them. Valid until the series changes.
-    /// Both parts are empty when an index is no slot.
+    /// The slots in the order of reading, from `StartIndex` to the one before `StopIndex`: the part up to the end of
+    /// the ring, then the part from its beginning. Unused slots may be among them. Valid until the series changes. Both
+    /// parts are empty when an index is not a slot.
     std::array<std::span<const ChartPoint>, 2> Readable() const;
 
-    /// How many points were added since InitChartData, and a number that InitChartData changes: what a reader needs to
-    /// know to look at new points only.
+    /// How many points were added since InitChartData, and a number that changes with each InitChartData. A reader that
+    /// remembers both can look at new points only.
     std::uint64_t Added() const { return m_added; }
     std::uint64_t Generation() const { return m_generation; }
 
     std::int32_t Size() const { return m_size; }
     static constexpr std::int32_t LowestIndex() { return 0; }
-    /// A slot's time and value. Both throw std::out_of_range for an index that is no slot.
+    /// A slot's time and value. Both throw std::out_of_range for an index that is not a slot.
     double XValue(std::int32_t index) const;
     double YValue(std::int32_t index) const;
 
-    /// The first slot to read and the slot to write next; setting them checks nothing.
+    /// The first slot to read and the slot to write next. They are not checked when they are set.
     std::int32_t StartIndex = 0;
     std::int32_t StopIndex = 0;
 

@@ -7,8 +7,8 @@
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kMostColumns = 1 << 30; // from the base; beyond that it is chosen anew
-constexpr std::size_t kIdleSpans = 4096; // that may lie before the window until they are removed
+constexpr double kMostColumns = 1 << 30; // from the base; beyond that, a new base is chosen
+constexpr std::size_t kIdleSpans = 4096; // that may lie before the window until all of them are removed
 
 } // namespace
 
@@ -45,7 +45,7 @@ std::int32_t clsCurveColumns::LastColumn() const
         std::clamp(std::floor(m_lastPlace), static_cast<double>(m_first), static_cast<double>(m_end)));
 }
 
-/// Whether the spans hold but for what was added since, and for what leaves at the left.
+/// Whether the spans still hold, apart from points added since and columns that have left on the left.
 bool clsCurveColumns::continues(const clsChartData& series, const TimeWindow& window, bool showZero)
 {
     const auto parts = series.Readable();
@@ -78,7 +78,7 @@ void clsCurveColumns::startOver(const clsChartData& series, const TimeWindow& wi
     m_lastPlace = -kInfinity;
 }
 
-/// Lets go of the spans that lie left of the window or are older than the oldest point.
+/// Drops the spans that lie left of the window or are older than the oldest point.
 void clsCurveColumns::moveTo(const TimeWindow& window, const ChartPoint& oldest)
 {
     m_window = window;
@@ -152,7 +152,7 @@ void clsCurveColumns::begin(double place, double value)
     m_lastValue = value;
 }
 
-/// On to a later column, through all columns of the window that lie between.
+/// Moves on to a later column, through all columns of the window in between.
 void clsCurveColumns::advance(double place, double value)
 {
     const double perColumn = 1.0 / (place - m_lastPlace);
@@ -176,8 +176,8 @@ void clsCurveColumns::advance(double place, double value)
     m_lastValue = value;
 }
 
-/// The walk is in this column. All that lies left of the window counts as the column before its first, all right of it
-/// as the one after its last.
+/// Sets the column of the walk. Everything left of the window counts as the column before its first, everything right
+/// of it as the one after its last.
 void clsCurveColumns::settle(double column)
 {
     m_span.column =

@@ -1,5 +1,5 @@
 // Reduces a curve to what a picture can show of it: the lowest and highest value per column. Columns are counted from
-// day 0, so they keep their points while the picture scrolls, and from frame to frame only new points are looked at.
+// day 0, so they keep their points while the picture scrolls, and each frame looks at new points only.
 #pragma once
 
 #include "plot/clsChartData.h"
@@ -10,23 +10,23 @@
 #include <span>
 #include <vector>
 
-/// The columns of a picture and the times at which they stand.
+/// The columns of a picture and their times.
 struct TimeWindow {
-    double first = 0.0; ///< the number of the picture's first column, a whole one
+    double first = 0.0; ///< the number of the picture's first column, a whole number
     double perDay = 1.0;
     std::int32_t columns = 0;
     bool operator==(const TimeWindow&) const = default;
 };
 
-/// What the curve covers of one column. Successive entries are joined, unless the later one begins a run.
+/// The part of one column that the curve covers. Successive entries are joined, unless the later one begins a run.
 struct ColumnSpan {
-    std::int32_t column = 0; ///< of the picture when Update was given a window for the first time, see FirstColumn
+    std::int32_t column = 0; ///< as the picture numbered it when Update was first given a window, see FirstColumn
     bool beginsRun = true;
     double low = 0.0, high = 0.0;
 };
 
-/// Whether a point is drawn: an unused slot, a gap, a value or time without a place and, unless `showZero`, a value of
-/// 0 are not.
+/// Whether a point is drawn. Not drawn are an unused slot, a gap, a value or time that has no place on a scale and,
+/// unless `showZero`, a value of 0.
 inline bool IsShown(const ChartPoint& point, bool showZero)
 {
     return point.x != 0.0 && modChartCommon::IsDrawable(point.x) && modChartCommon::IsDrawable(point.y) &&
@@ -35,20 +35,21 @@ inline bool IsShown(const ChartPoint& point, bool showZero)
 
 class clsCurveColumns {
 public:
-    /// Brings the spans up to date with the series, whose read pointer stands on the oldest point, for this window. The
-    /// points need not be in the order of time. A point that is not shown, and a step back in time, end a run: what
-    /// follows is not joined to it. A column gets several spans when several runs go through it.
-    /// The column of the oldest point may still cover a value that the ring has just overwritten.
+    /// Updates the spans for this window from the series, whose read pointer is on the oldest point. The points need
+    /// not be in time order. A point that is not shown, and a step back in time, end a run: what follows is not joined
+    /// to it. A column gets several spans when several runs go through it. The column of the oldest point may still
+    /// cover a value that the ring has just overwritten.
     void Update(const clsChartData& series, const TimeWindow& window, bool showZero);
 
     /// The spans, all within the window.
     std::span<const ColumnSpan> Spans() const { return std::span(m_spans).subspan(m_begin); }
-    /// Which `column` of the spans is the window's first.
+    /// The number that the spans give to the window's first column.
     std::int32_t FirstColumn() const { return m_first; }
-    /// Spans of columns from the last point's on may change with the next point; so may all when the epoch changes.
+    /// The column of the last point. Spans from there on may change with the next point, all spans when the epoch
+    /// changes.
     std::int32_t LastColumn() const;
     std::uint64_t Epoch() const { return m_epoch; }
-    /// The column before which there are no more points.
+    /// No point lies before this column.
     std::int32_t OldestColumn() const { return m_oldest; }
 
 private:
@@ -64,10 +65,10 @@ private:
 
     TimeWindow m_window;
     bool m_showZero = false;
-    // The series as it was read last.
+    // The series when it was last read.
     std::uint64_t m_generation = 0, m_added = 0;
     std::int32_t m_stop = 0;
-    bool m_hasSteppedBack = false; ///< the points are not in the order of time
+    bool m_hasSteppedBack = false; ///< the points are not in time order
     bool m_hasPassedEnd = false;   ///< there are points right of the window
 
     double m_base = 0.0; ///< the number of the column that the spans call 0

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::int32_t kFine = clsCurvePainter::kFineColumns;
 constexpr std::uint32_t kOpaque = 256;
-constexpr double kOutside = 64.0; // rows beyond an edge where no pen reaches into the picture
+constexpr double kOutside = 64.0; // rows beyond an edge, too far for any pen to reach into the picture
 
 /// `color` over `pixel`, with a share of 0 to 256.
 std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t share)
@@ -21,7 +21,7 @@ std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t sh
     return 0xFF000000U | (redBlue & kRedBlue) | (green & kGreen);
 }
 
-/// The shares, 0 to 256, of the pixels of a square that a disc in it covers, row by row.
+/// How much of each pixel of a square is covered by a disc in it, 0 to 256, row by row.
 std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
 {
     std::vector<std::uint32_t> stamp;
@@ -74,7 +74,7 @@ void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& col
     const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
     m_saved.resize(static_cast<std::size_t>(raster.width));
     const Coverage none;
-    // As long as nothing scrolls, the columns stand as they are, but for the newest.
+    // While nothing scrolls, all columns but the newest stay as they are.
     const std::array<std::int32_t, 2> drawn{first, oldest};
     const std::int32_t begin = m_drawn == drawn ? changedFrom - first : 0;
     m_drawn = drawn;
@@ -83,7 +83,7 @@ void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& col
     }
 }
 
-/// Works out the coverage of those columns that have changed since the last frame; returns the first of them.
+/// Works out the coverage of the columns that have changed since the last frame; returns the first of them.
 std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis& basis)
 {
     const std::int32_t first = columns.FirstColumn() / kFine;
@@ -102,7 +102,7 @@ std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis&
     const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
     const std::span<const ColumnSpan> all = columns.Spans();
     std::size_t runBegin = all.size();
-    // The spans stand in the order of columns, unless all of them are new.
+    // The spans are in column order, unless all of them are new.
     while (runBegin > 0 && (begin == first || all[runBegin - 1].column >= begin * kFine - 2 * reach)) {
         --runBegin;
     }
@@ -117,7 +117,7 @@ std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis&
             coverColumn(column, firstFine);
         }
     }
-    // What the pen has reached from the last point may still grow.
+    // The columns that the pen reaches from the last point may still grow.
     m_coveredTo = std::max((columns.LastColumn() - reach) / kFine - 1, 0);
     return begin;
 }
@@ -133,7 +133,7 @@ void clsCurvePainter::shapePen(double width)
     }
 }
 
-/// The edges of one run, widened by the round pen: each fine column takes what the pen paints from its neighbours.
+/// The edges of one run, widened by the round pen: each fine column includes what the pen paints from its neighbours.
 void clsCurvePainter::traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height)
 {
     constexpr float kNone = std::numeric_limits<float>::infinity();
@@ -144,7 +144,7 @@ void clsCurvePainter::traceRun(std::span<const ColumnSpan> run, const RowScale& 
     for (std::size_t i = 0; i < run.size(); ++i) {
         const double a = scale.offset + run[i].low * scale.rowsPerUnit;
         const double b = scale.offset + run[i].high * scale.rowsPerUnit;
-        // Clamped as doubles: what lies millions of rows outside must not leave the range of the numbers below.
+        // Clamped as doubles: a value millions of rows outside must not overflow the numbers below.
         const double least = -kOutside;
         const double most = height + kOutside;
         m_rawTops[i + 2 * reach] = static_cast<float>(std::clamp(std::min(a, b), least, most));
@@ -163,8 +163,8 @@ void clsCurvePainter::traceRun(std::span<const ColumnSpan> run, const RowScale& 
     }
 }
 
-/// Adds the share that the fine columns of the traced run cover of each pixel. Each fine column adds to `m_steps` where
-/// its coverage begins and ends; summing up downwards gives the coverage itself.
+/// Adds up how much of each pixel the fine columns of the traced run cover. Each fine column marks in `m_steps` where
+/// its coverage begins and ends; the sum from the top down is the coverage itself.
 void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
 {
     const auto height = static_cast<float>(m_basis.height);
@@ -197,11 +197,11 @@ void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
     }
 }
 
-/// Puts the shares of these rows, summed up from `m_steps`, over those that the column has from earlier runs.
+/// Sums up `m_steps` to the shares of these rows and lays them over those that the column has from earlier runs.
 void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
 {
     constexpr float kShareOfFine = static_cast<float>(kOpaque) / kFine;
-    constexpr float kHalf = 0.5F; // to round, and more than the sum's error below 0
+    constexpr float kHalf = 0.5F; // for rounding; larger than what the sum's error can take it below 0
     Coverage& kept = m_coverage[slotOf(column)];
     const bool isFirst = kept.rows.first == kept.rows.last;
     if (isFirst) {
@@ -229,7 +229,7 @@ void clsCurvePainter::keepShares(std::int32_t column, RowRange rows)
     kept.solid = isFirst ? solid : RowRange{kept.rows.last, kept.rows.last};
 }
 
-/// Where the column drawn before and this one share rows, the pixels stay saved: from frame to frame little is copied.
+/// The pixels of rows that the column's last drawing and this one share stay saved, so a frame copies little.
 void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color)
 {
     const RowRange rows = coverage.rows;
@@ -292,7 +292,7 @@ void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32
     }
 }
 
-/// Puts back the saved pixels of a column, but for those of these rows: they stay saved.
+/// Restores the saved pixels of a column, except in these rows, which stay saved.
 void clsCurvePainter::restoreOutside(const Raster& raster, std::int32_t column, RowRange rows)
 {
     SavedColumn& saved = m_saved[static_cast<std::size_t>(column)];
@@ -314,7 +314,7 @@ void clsCurvePainter::restoreOutside(const Raster& raster, std::int32_t column, 
     saved.rows = common;
 }
 
-/// Keeps the pixels of these rows, before they are drawn on, and of those between them and the ones kept already.
+/// Saves the pixels of these rows before they are drawn on, and of the rows between them and those saved already.
 void clsCurvePainter::save(const Raster& raster, std::int32_t column, RowRange rows)
 {
     m_saved.resize(static_cast<std::size_t>(raster.width));

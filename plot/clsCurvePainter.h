@@ -1,6 +1,6 @@
-// Draws the reduced curve, anti-aliased, straight into the pixels of a picture. A column of pixels is made of four
-// finer columns of the reduction; the share of it that they cover gives each pixel's tone. These shares are kept while
-// the picture scrolls, so a frame works them out for the newest columns only.
+// Draws the reduced curve, anti-aliased, straight into the pixels of a picture. A column of pixels consists of four
+// finer columns of the reduction; the share of a pixel that they cover gives its tone. These shares are kept while the
+// picture scrolls, so a frame works them out for the newest columns only.
 #pragma once
 
 #include "plot/clsCurveColumns.h"
@@ -12,8 +12,8 @@
 #include <span>
 #include <vector>
 
-/// A part of a picture of 32-bit pixels (0xffRRGGBB). Steps are counted in pixels, so that a step of -1 from the last
-/// column mirrors what is drawn.
+/// A part of a picture of 32-bit pixels (0xffRRGGBB). Steps are counted in pixels; a step of -1 from the last column
+/// mirrors the drawing.
 struct Raster {
     std::uint32_t* pixels = nullptr; ///< column 0, row 0
     std::ptrdiff_t columnStep = 1, rowStep = 0;
@@ -33,41 +33,41 @@ struct CurvePen {
 
 class clsCurvePainter {
 public:
-    /// Columns of the reduction in a column of pixels.
+    /// Columns of the reduction per column of pixels.
     static constexpr std::int32_t kFineColumns = 4;
 
-    /// Takes all that was drawn out of the raster again, so that the pixels are those from before.
+    /// Removes everything that was drawn, so that the raster has its former pixels again.
     void Erase(const Raster& raster);
-    /// Forgets what was drawn, because the pixels are new, and the columns that it was drawn from.
+    /// Forgets what was drawn, because the pixels are new, and the columns from which it was drawn.
     void Forget();
-    /// Draws an upright line, one column of pixels wide; erase first.
+    /// Draws a vertical line, one pixel wide; call Erase first.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
-    /// Draws the lines, over uprights too, and takes out the lines drawn before: no need to erase these. The columns'
-    /// window is the raster's width in fine columns, beginning with a whole pixel.
+    /// Draws the curve as lines, also over vertical lines, and removes the lines drawn before: they need no Erase. The
+    /// window of the columns is as wide as the raster, in fine columns, and begins with a whole pixel.
     void DrawLines(const Raster& raster, const clsCurveColumns& columns, const RowScale& scale, const CurvePen& pen);
-    /// Draws a round dot, as wide as the pen, at each shown point of the parts; erase first. The window's columns
-    /// are the raster's.
+    /// Draws a round dot, as wide as the pen, at each shown point of the parts; call Erase first. The columns of the
+    /// window are those of the raster.
     void DrawDots(const Raster& raster, std::span<const std::span<const ChartPoint>> parts, const TimeWindow& window,
                   const RowScale& scale, const CurvePen& pen, bool showZero);
 
 private:
-    /// Rows from first to before last; none when they are equal.
+    /// Rows from `first` to the one before `last`; none when they are equal.
     struct RowRange {
         std::int32_t first = 0, last = 0;
     };
-    /// What the curve covers of a column of pixels.
+    /// The part of a column of pixels that the curve covers.
     struct Coverage {
         RowRange rows;
-        RowRange solid;                    ///< the part of them that is covered wholly
+        RowRange solid;                    ///< the part of them that is covered completely
         std::vector<std::uint16_t> shares; ///< of these rows, 0 to 256
     };
-    /// The pixels of a column under what is drawn.
+    /// The pixels of a column beneath the drawing.
     struct SavedColumn {
         RowRange rows;
         std::vector<std::uint32_t> pixels;
-        bool isUpright = false; ///< an upright is drawn there, and perhaps a line over it
+        bool isUpright = false; ///< a vertical line is drawn there, and perhaps a line over it
     };
-    /// All that the kept shares depend on.
+    /// Everything that the kept shares depend on.
     struct Basis {
         std::uint64_t epoch = 0;
         RowScale scale;
@@ -75,7 +75,7 @@ private:
         std::int32_t width = 0, height = 0;
         bool operator==(const Basis&) const = default;
     };
-    /// What a dot covers of the pixels of a square, row by row: 0 to 256.
+    /// How much of each pixel of a square a dot covers, row by row: 0 to 256.
     struct Stamp {
         std::vector<std::uint32_t> shares;
         std::int32_t side = 0;
@@ -92,12 +92,12 @@ private:
     void save(const Raster& raster, std::int32_t column, RowRange rows);
     std::size_t slotOf(std::int32_t column) const;
 
-    std::vector<SavedColumn> m_saved; ///< by column of the raster; empty before the first is drawn on
-    /// The first and the oldest column when the lines were drawn last; none while they are not drawn.
+    std::vector<SavedColumn> m_saved; ///< by column of the raster; empty until a column is drawn on
+    /// The first and the oldest column when the lines were last drawn; none while they are not drawn.
     std::optional<std::array<std::int32_t, 2>> m_drawn;
     // The coverage, in a ring of columns.
     Basis m_basis;
-    std::int32_t m_coveredTo = 0; ///< the column from which on the next frame works it out anew
+    std::int32_t m_coveredTo = 0; ///< from this column on, the next frame works it out again
     std::vector<Coverage> m_coverage;
     // Working space for a run.
     std::vector<float> m_reach;   ///< how far the round pen reaches up, by its distance in fine columns

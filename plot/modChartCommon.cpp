@@ -69,10 +69,10 @@ std::int32_t secondStep(std::int32_t range_ms, std::int32_t divisions)
             }
         }
     }
-    throw std::overflow_error("TimeStep: the step does not fit 32 bits"); // 30 days did so already
+    throw std::overflow_error("TimeStep: the step does not fit 32 bits"); // 30 days do not fit already
 }
 
-/// Free space of a tenth of the span below and above, where asked for, but not across zero.
+/// Adds a tenth of the span as free space below and above, where asked for, but not across zero.
 ValueRange withMargin(ValueRange range, bool below, bool above)
 {
     const double margin = kMargin * (range.upper - range.lower);
@@ -85,7 +85,7 @@ ValueRange withMargin(ValueRange range, bool below, bool above)
     return range;
 }
 
-/// Widened evenly to the least span that values of this magnitude get.
+/// Widens the range evenly to the smallest span for values of this magnitude.
 ValueRange atLeast(ValueRange range)
 {
     const double magnitude = std::max(std::fabs(range.lower), std::fabs(range.upper));
@@ -138,7 +138,7 @@ int LabelDecimals(double step)
     if (step == 0.0 || !std::isfinite(step)) {
         return 0;
     }
-    // The little extra lifts 0.001, whose logarithm may come out just below -3.
+    // The small addend is for a step such as 0.001, whose logarithm may come out just below -3.
     const double power = std::floor(std::log10(std::fabs(step)) + 1e-9);
     return static_cast<int>(std::clamp(-power, 0.0, static_cast<double>(kMostDecimals)));
 }
@@ -167,7 +167,7 @@ void ComputeAxis(Axis& axis, std::int32_t divisions, char decimalSeparator)
     double minimum = axis.minimum;
     double maximum = axis.maximum;
     if (signOf(minimum) != signOf(maximum)) {
-        // Deliberate: truncated towards zero, so a range that meets zero loses what lies beyond its last round steps.
+        // Deliberate: rounded towards zero, so a range that reaches zero loses what lies beyond its last round steps.
         minimum = std::trunc(minimum / step) * step;
         maximum = std::trunc(maximum / step) * step;
     }
@@ -198,13 +198,13 @@ std::int32_t TimeStep(std::int32_t range_ms, std::int32_t& divisions)
 {
     divisions = std::max(divisions, 1);
     const std::int32_t perDivision_ms = RoundHalfToEven(static_cast<double>(range_ms) / divisions).value_or(0);
-    // Deliberate: exactly one second a division still takes its step from the milliseconds.
+    // Deliberate: exactly one second per division still takes its step from the milliseconds.
     return perDivision_ms <= 1000 ? millisecondStep(range_ms, divisions) : secondStep(range_ms, divisions);
 }
 
 ValueRange RoundLimits(const ValueRange& range)
 {
-    // A limit that is round already must not move on by a step because of its last bit.
+    // A limit that is already round must not move on by a step because of its last bit.
     constexpr double kSame = 1e-9;
     ValueRange rounded = range;
     double step = RoundStep(spanOf(range), range.divisions);

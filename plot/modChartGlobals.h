@@ -12,12 +12,12 @@ inline constexpr std::int32_t kBackColor = 0xFFFFFF;
 inline constexpr std::int32_t kGridColor = 0x808080;
 inline constexpr std::int32_t kScaleColor = 0x000000;
 inline constexpr std::int32_t kWatermarkColor = 0xE0E0E0;
-/// The curve: one tone that stands out from a light ground, one for a dark ground.
+/// The curve's colour on a light and on a dark background.
 inline constexpr std::int32_t kCurveColorOnLight = 0xC85A0A;
 inline constexpr std::int32_t kCurveColorOnDark = 0xFFC45C;
 
 inline constexpr std::int32_t kXRange_ms = 60000;
-inline constexpr std::int32_t kPointInterval_ms = 50; ///< of live measurement: a range of these fits the series
+inline constexpr std::int32_t kPointInterval_ms = 50; ///< of live measurement; the series holds a range of such points
 inline constexpr char kFontName[] = "Arial";
 inline constexpr std::size_t kWatermarkCount = 4;
 
