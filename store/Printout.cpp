@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kValueColumn = 40; // characters
 constexpr std::size_t kTabWidth = 8;
 constexpr std::size_t kFewestTabs = 2, kMostTabs = 5;
-constexpr std::size_t kAligned = 0; // as many tabs as lead to the column of the values
+constexpr std::size_t kAligned = 0; // as many tabs as it takes to reach the value column
 
 class Sheet {
 public:

@@ -11,17 +11,17 @@ struct SheetTexts {
     bool serial = true; ///< else a Profibus sensor
     std::string SerialNo, SWVersion, SWBuild, DeviceType;
     std::array<std::string, kFields.size()> fields;
-    /// Of a list its shown text, of a logic its caption, of a check box "1" or "0".
+    /// The selected text of a list, the caption of a switch's logic, "1" or "0" for a check box.
     std::array<std::string, kChoices.size()> choices;
 };
 
 /// The sheet in Windows-1252 with CR LF, its captions in the language with this offset.
 std::string SheetText(const SheetTexts& texts, std::int32_t language);
 
-/// Where the sheet of a program folder lies. The name holds a "$": never hand it to a shell.
+/// The path of the sheet in a program folder. The name holds a "$": never pass it to a shell.
 std::filesystem::path SheetFile(const std::filesystem::path& programFolder);
 
-/// Puts the sheet in the place of the last one. False, with the reason in `why`, when it cannot be written; the last
-/// one is as it was then.
+/// Replaces the last sheet. False, with the reason in `why`, when it cannot be written; the last sheet is unchanged
+/// then.
 bool WriteSheet(const std::filesystem::path& programFolder, const SheetTexts& texts, std::int32_t language,
                 std::error_code& why);

@@ -18,7 +18,7 @@ std::string keyOf(std::int32_t number)
     return "RVQFile" + std::to_string(number);
 }
 
-/// The paths of a file's list by their numbers, as reading takes them: gaps are skipped.
+/// The paths of the list in a file, in the order of their numbers; gaps are skipped.
 std::vector<std::string> pathsIn(const modIni::Content& content)
 {
     std::vector<std::string> paths;
@@ -31,7 +31,7 @@ std::vector<std::string> pathsIn(const modIni::Content& content)
     return paths;
 }
 
-/// What `list` holds beyond `other`, in its order; a path that stands twice counts twice.
+/// What `list` holds in addition to `other`, in its order; a path that occurs twice counts twice.
 std::vector<std::string> beyond(const std::vector<std::string>& list, std::vector<std::string> other)
 {
     std::vector<std::string> rest;
@@ -45,7 +45,7 @@ std::vector<std::string> beyond(const std::vector<std::string>& list, std::vecto
     return rest;
 }
 
-/// The bytes before and after the reading: only those that are the same are what has been read.
+/// Compares the file before and after reading it: only if it has not changed are its bytes what was read.
 std::optional<std::string> readFrom(Configuration& configuration)
 {
     const auto before = modFiles::ReadWhole(configuration.FileName);
@@ -176,7 +176,7 @@ UnwrittenFile clsConfigLibrary::save(const Listed* stored)
         std::int32_t number = 0;
         for (const Listed& entry : m_entries) {
             const Configuration& configuration = *entry.configuration;
-            // Entries of these names stand for no file. There is none named "Default" today.
+            // Entries with these names have no file. Today no entry is named "Default".
             if (entry.isListed && configuration.Name != "Default" && configuration.Name != kDevice) {
                 content.Put(kSection, {keyOf(++number), configuration.FileName});
             }
@@ -196,7 +196,7 @@ UnwrittenFile clsConfigLibrary::save(const Listed* stored)
     return {};
 }
 
-/// What other programs have done to the list since this one has seen it. The entry that is being stored is wanted here.
+/// Applies what other programs have done to the list since it was last read or written. The entry being stored stays.
 void clsConfigLibrary::takeOver(const Paths& inFile, const Listed* stored)
 {
     const auto listed = [&](const std::string& path) {

@@ -16,7 +16,7 @@
 struct UnwrittenFile {
     std::string file = {};
     std::error_code why = {};
-    bool isList = false; ///< the one with the list, not a configuration's
+    bool isList = false; ///< the file with the list, not one with a configuration
 };
 
 class clsConfigLibrary {
@@ -28,52 +28,53 @@ public:
     /// A list with nothing but the device entry. `iniFile` is the full path of the global settings file.
     explicit clsConfigLibrary(std::string iniFile);
 
-    /// Reads the list anew: every number 1..64, gaps skipped; files without a description are left out in silence.
+    /// Reads the list anew: every number 1..64, skipping gaps; files without a description are left out without a
+    /// message.
     void Build();
 
     std::size_t Size() const { return m_entries.size(); }
-    /// A reference stays good until its entry is deleted. Throws std::out_of_range.
+    /// A reference stays valid until its entry is deleted. Throws std::out_of_range.
     Configuration& Entry(std::size_t line) const { return *m_entries.at(line).configuration; }
     /// What was last read from the sensor; it has no file and an empty description.
     Configuration& Device() const { return Entry(kDeviceLine); }
 
-    /// Adds a file and returns its line; nothing when the file has no description. The path is kept by the next `Store`
-    /// or `Delete`.
+    /// Adds a file and returns its line; nothing when the file has no description. The next `Store` or `Delete` saves
+    /// the path.
     std::optional<std::size_t> Import(const std::string& path);
 
     /// The first configuration with exactly this path; never the device entry.
     std::optional<std::size_t> Find(std::string_view path) const;
-    /// Whether saving the selected line's values under a path would overwrite somebody else's entry.
+    /// Whether saving the selected line's values under a path would overwrite another line's entry.
     bool WouldOverwrite(std::string_view path, std::size_t selected) const;
     /// The line whose entry has this path; a new entry at the end when there is none.
     std::size_t FindOrAdd(const std::string& path);
-    /// Whether an entry's file has changed on the disk since the entry was read from it or written to it. Not when the
-    /// file is gone, or when the entry has never been in it.
+    /// Whether an entry's file has changed on the disk since the entry was read from it or written to it. False when
+    /// the file is gone, or when the entry has never been in it.
     bool HasChangedOnDisk(std::size_t line) const;
-    /// Reads an entry's file again. False, and the entry as it was, when the file has no description any more.
+    /// Reads an entry's file again. False, with the entry unchanged, when the file no longer has a description.
     bool ReadAgain(std::size_t line);
-    /// Names an entry, writes the list and then the entry's file, also when the list could not be written. Of two files
-    /// that could not be written, the entry's is told; the entry stays in the list.
+    /// Names an entry, writes the list and then the entry's file, even if the list could not be written. When neither
+    /// could be written, the result is about the entry's file; the entry stays in the list.
     UnwrittenFile Store(std::size_t line, const std::string& description);
 
     /// Whether a later start finds the entry once the list is written: it reads no line beyond `kMostFiles` and no path
-    /// that is longer than a text of the file may be.
+    /// longer than a text in the file may be.
     bool ComesBack(std::size_t line) const;
 
-    /// Takes a line from the list and writes the list; the file stays on the disk. Returns the line above, which is to
-    /// be selected; nothing, and nothing done, for the device entry and beyond the end.
+    /// Removes a line from the list and writes the list; the file stays on the disk. Returns the line above, which
+    /// becomes the selected one. For the device entry and beyond the end it does nothing and returns nothing.
     std::optional<std::size_t> Delete(std::size_t line, UnwrittenFile& unwritten);
 
     /// Writes the numbered paths and an empty one as the end mark, in one step. What another program has added to the
-    /// list since it was read stays in it, and what that has taken off does not come back. Deliberate: higher numbers
-    /// that a longer list has left stay, and a later start reads them again.
+    /// list since it was read stays, and what it has removed does not come back. Deliberate: higher numbers left over
+    /// from a longer list stay, and a later start reads them again.
     UnwrittenFile Save();
 
 private:
     struct Listed {
         std::unique_ptr<Configuration> configuration;
-        std::optional<std::string> bytes = {}; ///< of its file, as this program knows it
-        bool isListed = true;                  ///< false once another program has taken it off the list
+        std::optional<std::string> bytes = {}; ///< of its file, as last read or written here
+        bool isListed = true;                  ///< false once another program has removed it from the list
     };
     using Paths = std::vector<std::string>;
 

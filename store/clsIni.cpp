@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kNumberBuffer = 64;
 constexpr std::size_t kListBuffer = 1023;
 
-/// Separated, not ended, by NUL.
+/// The list with a NUL between its entries, but not after the last.
 std::string withoutLastEnd(std::string list)
 {
     if (!list.empty()) {

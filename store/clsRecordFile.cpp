@@ -26,7 +26,7 @@ std::string nameOf(std::int16_t number)
     return name.append(".rec");
 }
 
-/// Writes a file to the disk, and a folder that is named: the name of the file reaches the disk with its folder only.
+/// Writes a file to the disk and, if one is named, its folder: the file's name reaches the disk only with the folder.
 std::error_code flushBoth(clsRecordFile::FlushFunction flush, int descriptor, const std::filesystem::path& folder)
 {
     const FileHandle handle(folder.empty() ? -1 : open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -47,9 +47,11 @@ clsRecordFile::clsRecordFile(const std::filesystem::path& folder, FlushFunction 
     : m_flush(flush), m_unflushedFolder(folder)
 {
     std::filesystem::create_directories(folder);
-    // At the end, wherever that is: when somebody empties the file, no gap is left before the next line.
+    // Each line goes to the end, wherever that is: when another program empties the file, no gap is left before the
+    // next line.
     constexpr int kMode = O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC;
-    // Deliberate: the number of a recording has 16 bits; with 32767 files in the folder no further one can begin.
+    // Deliberate: the number of a recording has 16 bits; with 32767 files in the folder, no further recording can
+    // begin.
     for (std::int16_t number = 1; !m_file.IsOpen(); number = static_cast<std::int16_t>(number + 1)) {
         m_path = folder / nameOf(number);
         m_file = FileHandle(open(m_path.c_str(), kMode, 0666));
@@ -87,7 +89,7 @@ std::error_code clsRecordFile::WriteLine(std::string_view line, double now)
     return {};
 }
 
-/// Half a line would make the rest unreadable. Where it cannot be taken back, or somebody else has changed the file
+/// Half a line would make the rest unreadable. If it cannot be taken back, or another program has changed the file
 /// meanwhile, playback stops at it.
 void clsRecordFile::takeBack(std::int64_t size, std::size_t written) const
 {

@@ -1,5 +1,5 @@
-// A recording that is being written. Each line goes to the operating system at once, so that a killed program loses
-// none; to the disk it goes every few seconds and when the file is closed.
+// A recording that is being written. Each line goes to the operating system at once, so a killed program loses none. It
+// goes to the disk every few seconds and when the file is closed.
 #pragma once
 
 #include "base/FileHandle.h"
@@ -14,11 +14,11 @@
 
 class clsRecordFile {
 public:
-    /// Longest time in milliseconds that a line waits for its way to the disk.
+    /// The longest time in milliseconds before a line is written to the disk.
     static constexpr double kFlushAfter_ms = 4000.0;
 
     using FlushFunction = std::error_code (*)(int descriptor);
-    /// Writes what the system holds of an open file to the disk.
+    /// Writes what the system has buffered for an open file to the disk.
     static std::error_code FlushToDisk(int descriptor);
 
     /// Creates the first of SAVE0001.rec, SAVE0002.rec and so on that does not exist, and the folder if it is missing.
@@ -26,17 +26,17 @@ public:
     explicit clsRecordFile(const std::filesystem::path& folder, FlushFunction flush = FlushToDisk);
 
     const std::filesystem::path& Path() const { return m_path; }
-    /// None when the system could not say.
+    /// Empty when the system could not tell.
     const std::optional<FileIdentity>& Identity() const { return m_identity; }
-    /// Writes a line with its end at the local time `now`. On an error the file ends with the line before.
+    /// Writes a line, its end included, at the local time `now`. On an error the file ends with the line before.
     std::error_code WriteLine(std::string_view line, double now);
-    /// Begins to write to the disk if the oldest line that is not there has waited long enough. Does not wait for the
-    /// disk, which may take seconds; the outcome is told by a later call.
+    /// Starts writing to the disk if the oldest line that is not there has waited long enough. Does not wait for the
+    /// disk, which may take seconds; a later call returns the result.
     std::error_code FlushIfDue(double now);
     /// Writes to the disk and closes; that may take seconds.
     std::error_code Close();
-    /// Whether the file under the name is the one written here and has 0 bytes. A size that cannot be asked for is none
-    /// of 0 bytes.
+    /// Whether the file under the name is the one written here and has 0 bytes. False when its size cannot be found
+    /// out.
     bool IsEmpty() const;
 
 private:

@@ -14,7 +14,7 @@ constexpr std::size_t kBlock = std::size_t{1} << 16; // stays in the processor's
 } // namespace
 
 clsRecordReader::clsRecordReader(const std::filesystem::path& file)
-    // Not blocking: a named pipe in the file's place must not stop the program.
+    // Non-blocking: a named pipe in the file's place must not hang the program.
     : m_file(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)), m_buffer(kBlock + kLongestLine + 1)
 {
     struct stat info {};
@@ -49,7 +49,7 @@ RecordStep clsRecordReader::nextOfAnyKind()
             return take({begin, size});
         }
         searched = length;
-        if (length > kLongestLine + 1) { // the last may be the CR of the longest
+        if (length > kLongestLine + 1) { // the last byte may be the CR of the longest line
             m_skipping = true;
             ++m_lineNumber;
             return RecordStep::Unreadable;
@@ -71,7 +71,7 @@ RecordStep clsRecordReader::take(std::string_view line)
     return read ? RecordStep::Value : RecordStep::Unreadable;
 }
 
-/// Passes over what the buffer holds of an overlong line.
+/// Skips what the buffer holds of an overlong line.
 RecordStep clsRecordReader::skip()
 {
     const char* const begin = m_buffer.data() + m_begin;
@@ -85,7 +85,7 @@ RecordStep clsRecordReader::skip()
     return fill() ? RecordStep::Skipped : RecordStep::End;
 }
 
-/// Moves what is left to the front of the buffer and reads on behind it; false at the end of the file.
+/// Moves what is left to the front of the buffer and reads more after it; false at the end of the file.
 bool clsRecordReader::fill()
 {
     std::memmove(m_buffer.data(), m_buffer.data() + m_begin, m_end - m_begin);

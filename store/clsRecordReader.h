@@ -12,7 +12,7 @@
 enum class RecordStep : std::uint8_t {
     Value,      ///< a line was read
     Unreadable, ///< a line could not be read
-    Skipped,    ///< a part of a line too long to be one was passed over
+    Skipped,    ///< part of a line that is too long was skipped
     End
 };
 
@@ -21,10 +21,10 @@ public:
     /// Longer lines are unreadable.
     static constexpr std::size_t kLongestLine = std::size_t{1} << 16;
 
-    /// Throws std::system_error when the file is none, no regular one, or cannot be opened.
+    /// Throws std::system_error when the file does not exist, is not a regular one, or cannot be opened.
     explicit clsRecordReader(const std::filesystem::path& file);
 
-    /// Reads the next line; lines end with CR LF or LF, the last one also without. Throws std::system_error when the
+    /// Reads the next line. Lines end with CR LF or LF; the last one needs no end. Throws std::system_error when the
     /// file cannot be read.
     RecordStep Next()
     {
@@ -37,15 +37,15 @@ public:
         }
         return nextOfAnyKind();
     }
-    /// The line of the last step `Value`, valid until the next step.
+    /// The line of the last `Value` step, valid until the next step.
     const modRecordLine::RecordedValue& Value() const { return m_value; }
-    /// The number of the last line, the first is 1.
+    /// The number of the last line; the first is 1.
     std::int64_t LineNumber() const { return m_lineNumber; }
     /// Bytes read so far.
     std::uint64_t Position() const { return m_position; }
     /// How much of the file has been read, 0..1.
     double Fraction() const;
-    /// Gives the open file away; nothing can be read any more.
+    /// Hands over the open file; nothing can be read after that.
     FileHandle Release() { return std::move(m_file); }
 
 private:
@@ -57,7 +57,7 @@ private:
     FileHandle m_file;
     std::uint64_t m_size = 0, m_position = 0;
     std::vector<char> m_buffer;
-    std::size_t m_begin = 0, m_end = 0; ///< of what is in the buffer and not taken
+    std::size_t m_begin = 0, m_end = 0; ///< of the bytes in the buffer that are not taken yet
     bool m_skipping = false;
     std::int64_t m_lineNumber = 0;
     modRecordLine::clsLineParser m_parser;

@@ -17,7 +17,7 @@ using namespace std::chrono;
 constexpr std::size_t kPiece = std::size_t{1} << 17;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// The nearest millisecond: that of the recording, which a day's fraction holds with room to spare.
+/// To the nearest millisecond: a day's fraction is more than precise enough to give back that of the recording.
 std::string isoTime(double time, char decimalSign)
 {
     const auto total = static_cast<std::int64_t>(std::llround(time * kMsPerDay));
@@ -42,8 +42,8 @@ std::string isoTime(double time, char decimalSign)
     return text;
 }
 
-/// The number of "23.5 °C" with the wanted sign. What is no number, in a file made by hand, is left out: it could hold
-/// anything.
+/// The number in "23.5 °C", with the given decimal sign. Anything else, in a file made by hand, is left out: it could
+/// be any text.
 std::string celsius(std::string_view temperature, char decimalSign)
 {
     std::string number(temperature.substr(0, temperature.find(' ')));
@@ -62,7 +62,7 @@ void appendField(std::string& row, std::string_view field, char separator)
     row += quoted ? "\"" : "";
 }
 
-/// In millimetres the markers of the sensor are plain numbers in a line; they are no distances.
+/// In millimetres the sensor's markers are plain numbers in a line, but they are not distances.
 MeasurementKind kindOf(const modRecordLine::RecordedValue& value)
 {
     if (value.kind != MeasurementKind::Distance) {

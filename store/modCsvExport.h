@@ -15,15 +15,15 @@ struct Format {
     bool byteOrderMark = false; ///< without it some spreadsheets do not see that the text is UTF-8
 };
 
-/// What opens by a double click in a German and in an English spreadsheet.
+/// Tables that open with a double click in a German and in an English spreadsheet.
 inline constexpr Format kGermanSpreadsheet{';', ',', true};
 inline constexpr Format kEnglishSpreadsheet{',', '.', true};
 
-/// What exporting needs from outside.
+/// What an export needs from its caller.
 struct Target {
     /// Takes the next piece of the table, UTF-8; false ends the export.
     std::function<bool(std::string_view piece)> write;
-    /// Is told now and then how much has been read, 0..1; false ends the export.
+    /// Called now and then with how much has been read, 0..1; false ends the export.
     std::function<bool(double fraction)> goOn;
 };
 
@@ -35,8 +35,8 @@ struct Exported {
 
 /// Writes a recording as a table: the four names of `header` (UTF-8, separated by "|"), then a row for each line that
 /// can be read: local time as in "2026-11-15T13:05:07.250", millimetres (empty without a distance), "OK", "No Echo" or
-/// "TempError", degrees Celsius. Rows end with CR LF; a field that holds the separator stands in quotes.
-/// Throws std::system_error when the recording cannot be read.
+/// "TempError", degrees Celsius. Rows end with CR LF; a field that holds the separator is quoted. Throws
+/// std::system_error when the recording cannot be read.
 Exported ExportCsv(const std::filesystem::path& recording, const Format& format, std::string_view header,
                    const Target& target);
 

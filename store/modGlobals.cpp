@@ -21,19 +21,19 @@ std::int32_t whole(const modIni::Content& content, const char* section, const ch
     return value ? modIni::WholeNumberAtHead(*value) : fallback;
 }
 
-/// One bad line must not cost the others.
+/// One bad line must not cost the others their values.
 double real(const modIni::Content& content, const char* section, const char* key, double fallback, char separator)
 {
     const auto value = content.Value(section, key);
     return value ? CDbl(std::string_view(*value).substr(0, kLongestNumber), separator).value_or(fallback) : fallback;
 }
 
-/// A key of the file, what is written for it, and whether a text in the file already says the same. Such a line stays
-/// as its writer wrote it.
+/// A key of the file, what is written for it, and whether the text in the file already says the same. Such a line stays
+/// as it was written.
 struct KeptKey {
     const char *section, *key;
     std::string (*text)(const Settings&);
-    bool isNumber; ///< else a whole number
+    bool isNumber; ///< a real number, else a whole one
 };
 
 constexpr KeptKey kKeptKeys[] = {
@@ -65,7 +65,7 @@ std::vector<Settings::Known> knownOf(const modIni::Content& content, const Setti
     return known;
 }
 
-/// Writes one key if it is this program's to write; `known` follows.
+/// Writes one key if this program may, and updates `known`.
 void keep(modIni::Content& content, const KeptKey& key, const std::string& value, Settings::Known* known)
 {
     const std::optional<std::string> inFile = content.Value(key.section, key.key);

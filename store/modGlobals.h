@@ -1,4 +1,4 @@
-// The settings that hold for the whole run, and their way to "RVQ.ini" and back.
+// The settings that hold for the whole run, and how they are loaded from "RVQ.ini" and saved to it.
 #pragma once
 
 #include "sensor/Parameters.h"
@@ -29,38 +29,37 @@ struct Settings {
     double yMin = 0.0;
     bool ShowZeroValues = false; ///< values of 0 are charted; not kept in the file
 
-    /// A key as the file had it and the value that was made of it, when it was last read or written.
+    /// A key's text in the file and the value that came of it, when it was last read or written.
     struct Known {
         std::optional<std::string> inFile;
         std::string value;
     };
     std::vector<Known> Keys = {};   ///< by the table of the keys; empty when no file was read
-    std::string UnreadFile = {};    ///< the file that is there and could not be read; `IniFile` is empty then
+    std::string UnreadFile = {};    ///< the file that exists but could not be read; `IniFile` is empty then
     std::error_code UnreadWhy = {}; ///< and why
 };
 
-/// The settings in a file; what it does not hold, or holds in a form that is no number, is at its default. A file that
-/// is there and cannot be read is not written in this run, whatever it may be later: the defaults in its place are
-/// nobody's settings.
+/// The settings in a file; a setting that is missing or not a number has its default. A file that exists but cannot be
+/// read is not written in this run, even if it can be read later: the defaults in use are nobody's settings.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
 /// Writes what has changed in the sections "GENERAL" and "CHART" since the settings were read or written, in one step.
-/// A key that another program has changed meanwhile stays as that has written it, unless it was changed here, too. The
+/// A key that another program has changed meanwhile keeps that value, unless it was changed here too. Returns the
 /// reason when the file could not be written; none without `IniFile`, when nothing is to be kept.
 std::error_code SaveGlobalSettings(Settings& settings);
 
 /// The section "PORTS" of a file. Lists of ports ask for each of them, and a closed port asks twenty times a second:
-/// while the file stays as it is and names none, it is not read again.
+/// while the file is unchanged and names no port, it is not read again.
 class ConfiguredPorts {
 public:
     explicit ConfiguredPorts(std::string iniFile) : m_iniFile(std::move(iniFile)) {}
 
-    /// What a key "COM7" names: the device of a port; empty when it names none.
+    /// The device that a key such as "COM7" names for its port; empty when it names none.
     std::string DeviceOf(std::string_view key);
 
 private:
     std::string m_iniFile;
-    /// When the file was written, and its size; those of a missing file, too.
+    /// When the file was written, and its size; a missing file has such a state too.
     std::pair<std::filesystem::file_time_type, std::uintmax_t> m_state{std::filesystem::file_time_type::min(), 0};
     bool m_namesAny = false;
 };

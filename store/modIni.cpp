@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::size_t kMostNuls = 4; // one byte of so many: of UTF-16 with our letters it is every second one
+constexpr std::size_t kMostNuls = 4; // one byte in so many; in UTF-16 with our letters it is every second one
 
 char lower(char c)
 {
@@ -32,7 +32,7 @@ struct Line {
     LineKind kind = LineKind::Other;
     bool blank = false;
     std::string_view name;  ///< of the section, or the key
-    std::string_view value; ///< behind the "="
+    std::string_view value; ///< after the "="
     std::size_t next = 0;   ///< where the following line begins
 };
 
@@ -64,11 +64,11 @@ Line lineAt(std::string_view bytes, std::size_t start)
 /// Where a section and a key in it are.
 struct Place {
     bool hasSection = false;
-    std::size_t sectionEnd = 0; ///< behind the section's last line that is not blank
+    std::size_t sectionEnd = 0; ///< after the section's last line that is not blank
     std::optional<std::string_view> value;
 };
 
-/// Calls `visit` for each line of the first section of that name, its head included, until that returns false.
+/// Calls `visit` for each line of the first section of that name, its head included, until `visit` returns false.
 template <typename Visit>
 void walkSection(std::string_view bytes, std::string_view section, Visit visit)
 {
@@ -102,7 +102,7 @@ Place find(std::string_view bytes, std::string_view section, std::string_view ke
     return place;
 }
 
-/// The content; of a file that is missing or cannot be read, nothing.
+/// The content of a file; empty when it is missing or cannot be read.
 Content contentOf(const std::filesystem::path& file)
 {
     std::error_code why;
@@ -120,7 +120,7 @@ std::string cut(std::string text, std::size_t most)
     return text;
 }
 
-/// What ends the line before a new one; nothing where a line has just ended.
+/// The line end that is missing before a new line; empty where a line has just ended.
 std::string_view missingLineEnd(std::string_view before)
 {
     if (before.ends_with('\r')) {
@@ -185,7 +185,7 @@ bool Change(const std::filesystem::path& file, const std::function<void(Content&
     const modFiles::FolderLock lock(file);
     std::optional<Content> content = ReadContent(file, why);
     if (!content) {
-        return false; // something is there that cannot be read, so it cannot be kept either
+        return false; // the file exists but cannot be read, so its content cannot be kept
     }
     const std::string before = content->Bytes();
     edit(*content);

@@ -1,11 +1,11 @@
 // The folder store/ reads and writes the program's files: settings, configurations and their list, recordings, tables.
-// It knows what a sensor's values are, but no dialogue and no window. Here: the INI layout, one complete read or write
-// of the file with each call.
+// It knows what a sensor's values are, but no dialogue and no window. Here: the INI layout. Each call reads or writes
+// the complete file.
 //
-// Sections and keys are found without regard to the case of ASCII letters, and the first match wins; values are kept
-// as they stand. Lines end with CR LF or LF. Reading never changes a file. Writing changes the one line it is about and
-// leaves comments, order, spelling and whatever else is in the file as it was; new lines end with CR LF. A file that is
-// no plain text, UTF-16 for instance, reads as one that holds nothing and is never written.
+// Sections and keys are found without regard to the case of ASCII letters, and the first match wins; values are kept as
+// they are. Lines end with CR LF or LF. Reading never changes a file. Writing changes its one line and leaves
+// everything else as it was: comments, order, spelling. New lines end with CR LF. A file that is not plain text, UTF-16
+// for instance, reads as empty and is never written.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +24,7 @@ namespace modIni {
 /// The whole number at the head of a value; 0 when there is none, the nearest limit when it is too large.
 std::int32_t WholeNumberAtHead(std::string_view value);
 
-/// The same of a key's value; `fallback` when the key is missing.
+/// The same for a key's value; `fallback` when the key is missing.
 std::int32_t GetPrivateProfileIntA(std::string_view section, std::string_view key, std::int32_t fallback,
                                    const std::filesystem::path& file);
 
@@ -39,7 +39,7 @@ std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size
 std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesystem::path& file);
 
 /// Creates or replaces the key, with its section and the file as needed. A line end within the value becomes a blank.
-/// False when the file cannot be written; it is as it was then.
+/// False when the file cannot be written; it is unchanged then.
 bool WritePrivateProfileStringA(std::string_view section, std::string_view key, std::string_view value,
                                 const std::filesystem::path& file);
 
@@ -47,8 +47,8 @@ struct Entry {
     std::string key, value;
 };
 
-/// The same for several keys of a section in one step: a crash leaves all of them written or none. `why` says what was
-/// in the way.
+/// The same for several keys of a section in one step: a crash leaves all of them written or none. `why` gives the
+/// reason for a failure.
 bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file,
                   std::error_code& why);
 bool WriteEntries(std::string_view section, std::span<const Entry> entries, const std::filesystem::path& file);
@@ -66,14 +66,14 @@ private:
     std::string m_bytes;
 };
 
-/// Reads the file, lets `edit` change it and writes it, in one step and with the folder locked, so that of two programs
-/// none undoes what the other has just written. False, and the file as it was, when it cannot be read or written.
+/// Reads the file, lets `edit` change it and writes it, in one step and with the folder locked, so that no program
+/// undoes what another has just written. False, with the file unchanged, when it cannot be read or written.
 bool Change(const std::filesystem::path& file, const std::function<void(Content&)>& edit, std::error_code& why);
 
-/// What a file holds now; of one that is missing, nothing. No value, with the reason, when it cannot be read.
+/// The present content of a file; empty when it is missing. No value, with the reason, when it cannot be read.
 std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why);
 
-/// Whether these bytes can be an INI file: not when they begin as UTF-16 does, or when NUL bytes are all over.
+/// Whether these bytes can be an INI file: not when they begin as UTF-16 does, or when they are full of NUL bytes.
 bool IsPlainText(std::string_view bytes);
 
 } // namespace modIni

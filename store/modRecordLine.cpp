@@ -48,10 +48,10 @@ void appendDateTime(std::string& line, double time)
     AppendPadded(line, static_cast<int>(milliseconds), 3);
 }
 
-/// What the display says.
+/// What the display shows.
 MeasurementKind kindOf(const Measurement& measurement)
 {
-    // Deliberate: "TempErr!" in an ASCII format is recorded as "No Echo", whose number is its value.
+    // Deliberate: "TempErr!" in an ASCII format is recorded as "No Echo", because it has the value of "No Echo".
     const bool inWords = !IsBinary(measurement.outputFormat) && measurement.value == kMarkerNoEcho;
     return inWords || measurement.value == 0.0 ? MeasurementKind::NoEcho : KindOf(measurement);
 }
@@ -78,7 +78,7 @@ void appendTemperature(std::string& line, std::string_view number)
             "C";
 }
 
-/// The number of a piece of a date; a calendar has none beyond 16 bits.
+/// The number in one part of a date; no calendar needs more than 16 bits.
 std::optional<int> partOfDate(std::optional<std::int32_t> number)
 {
     constexpr std::int32_t kLimit = std::numeric_limits<std::int16_t>::max();
@@ -86,7 +86,7 @@ std::optional<int> partOfDate(std::optional<std::int32_t> number)
 }
 
 /// The day of a date whose month and day may lie outside the calendar's: the 13th month is next year's January. A year
-/// of two digits is one of 1930 to 2029.
+/// of two digits lies in 1930 to 2029.
 std::optional<double> dayOf(int yearNumber, int monthNumber, int dayNumber)
 {
     if (yearNumber >= 0 && yearNumber < 100) {
@@ -103,8 +103,8 @@ std::optional<double> dayOf(int yearNumber, int monthNumber, int dayNumber)
     return number >= kFirstDay && number < kEndOfDays ? std::optional(number) : std::nullopt;
 }
 
-/// The date of "15.11.2026"; `previous` for a text of fewer than three pieces. A day of three digits or a fourth piece
-/// is left from a line that was cut off: "115.11.2026", "15.11.2015.11.2026".
+/// The date of "15.11.2026"; `previous` for a text of fewer than three parts. A day of three digits or a fourth part
+/// comes from a line that was cut off: "115.11.2026", "15.11.2015.11.2026".
 std::optional<double> dateOf(std::string_view text, double previous)
 {
     const auto first = text.find('.');
@@ -146,7 +146,7 @@ std::optional<double> secondsOfDay(std::string_view text)
     return part >= 2 ? std::optional(static_cast<double>(seconds)) : std::nullopt;
 }
 
-/// Whether "13:05:07" stands in a field that is none of a time.
+/// Whether "13:05:07" stands in a field where no time belongs.
 bool holdsTime(std::string_view field)
 {
     return std::ranges::count(field, ':') >= 2;
@@ -193,7 +193,7 @@ std::string RecordLine(const Measurement& measurement, std::string_view temperat
 
 bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
 {
-    m_head.clear(); // a line that breaks off behind its time leaves that of another line in `m_headTime`
+    m_head.clear(); // a line that breaks off after its time leaves that of another line in `m_headTime`
     const auto first = line.find(';');
     if (first == std::string_view::npos || !takeTime(line.substr(0, first), value.time)) {
         return false;
@@ -207,7 +207,7 @@ bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
         const std::string_view third = rest.substr(second + 1);
         value.temperature = Trimmed(third.substr(0, third.find(';')));
     }
-    // The line was cut off behind its time, and another one follows.
+    // The line was cut off after its time, and another one follows.
     const bool runsOn = holdsTime(distance) || holdsTime(value.temperature);
     if (runsOn || !takeDistance(distance, value)) {
         return false;
@@ -260,7 +260,7 @@ bool clsLineParser::takeTime(std::string_view field, double& time)
     return true;
 }
 
-/// What the next lines will most likely have in common with this one.
+/// Remembers what the next lines will most likely have in common with this one.
 void clsLineParser::remember(std::string_view line, const RecordedValue& value)
 {
     const bool usual = line.find(' ') == 10 && line.find(',') + 1 == kHeadLength; // "15.11.2026 13:05:07,"

@@ -13,10 +13,10 @@
 namespace modRecordLine {
 
 /// A measurement with the temperature that was read last, as a line with its CR LF, one byte a character:
-/// "15.11.2026 13:05:07,250; 1234 mm; 23 °C", or "No Echo" or "TempError" in the second field, as on the display. What
-/// a disturbed temperature holds of control characters and of the signs between the parts of a line becomes "?".
-/// Throws std::invalid_argument when the temperature text has no blank (none was read yet) or when its time lies
-/// outside the years 100 to 9999.
+/// "15.11.2026 13:05:07,250; 1234 mm; 23 °C", or "No Echo" or "TempError" in the second field, as on the display. In a
+/// disturbed temperature, control characters and the characters that separate the parts of a line become "?". Throws
+/// std::invalid_argument when the temperature text has no blank (none was read yet) or when its time lies outside the
+/// years 100 to 9999.
 std::string RecordLine(const Measurement& measurement, std::string_view temperature);
 
 /// Whether a line can hold a temperature.
@@ -28,20 +28,20 @@ struct RecordedValue {
     MeasurementKind kind = MeasurementKind::Distance;
     std::int32_t value_mm = 0;    ///< of a distance
     std::string_view temperature; ///< "23 °C", part of the line; empty when it has none
-    bool sameTemperature = false; ///< known to be that of the line before
+    bool sameTemperature = false; ///< known to be the same as in the line before
 };
 
-/// Reads the lines of one recording in their order: a line without a date keeps that of the line before.
+/// Reads the lines of one recording in their order: a line without a date takes that of the line before.
 class clsLineParser {
 public:
     /// Reads a line without its line end into `value`. False when it cannot be read: no second field, no blank or no
-    /// comma in the first, something else than a time or a whole number where one belongs, a date outside the years 100
-    /// to 9999, or the head of a line that was cut off before this one.
+    /// comma in the first, anything but a time or a whole number where one belongs, a date outside the years 100 to
+    /// 9999, or the remains of a cut-off line at the beginning.
     bool Parse(std::string_view line, RecordedValue& value);
 
     /// The same for a line at the head of `bytes` that is like the one before: the same date and temperature, and
-    /// written as RecordLine writes a distance. That is nearly every line. Returns its length with the line end; 0, and
-    /// `value` undefined, when the line is of another kind or not all there.
+    /// written as RecordLine writes a distance. Nearly every line is. Returns its length with the line end; 0, and
+    /// `value` undefined, when the line is of another kind or incomplete.
     std::size_t TakeUsual(std::string_view bytes, RecordedValue& value)
     {
         if (m_head.empty() || bytes.size() < kLongestUsual + m_tail.size() ||
@@ -78,7 +78,7 @@ private:
     static constexpr std::string_view kUnit = " mm; ", kLineEnd = "\r\n";
     static constexpr std::size_t kLongestTemperature = 24 - kUnit.size() - kLineEnd.size(); // see `same`
 
-    /// Whether 8 to 24 bytes are the same: three comparisons, for which the compiler would call a function.
+    /// Whether 8 to 24 bytes are equal: three comparisons, for which the compiler would call a function.
     static bool same(const char* a, const char* b, std::size_t size)
     {
         const auto differ = [a, b](std::size_t at) {
