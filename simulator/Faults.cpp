@@ -27,7 +27,7 @@ std::string ParseFault(std::string_view text, Faults& faults)
     double rate = 0;
     const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), rate);
     const bool isWhole = error == std::errc{} && end == number.data() + number.size();
-    if (!isWhole || !(rate >= 0 && rate <= 1)) { // the second test also keeps out "nan"
+    if (!isWhole || !(rate >= 0 && rate <= 1)) { // the second test also rejects "nan"
         return "the rate of " + std::string(name) + " is a number from 0 to 1, not \"" + std::string(number) + "\"";
     }
     faults.*(row->rate) = rate;

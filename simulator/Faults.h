@@ -1,4 +1,4 @@
-// What can go wrong with the simulated sensor and its line, and how it is asked for on a command line.
+// What can go wrong with the simulated sensor and its line, and how a command line asks for it.
 #pragma once
 
 #include <random>
@@ -7,7 +7,7 @@
 
 namespace simulator {
 
-/// Each rate runs from 0 (never) to 1 (always); kFaultRows says what it counts.
+/// Each rate runs from 0 (never) to 1 (always); kFaultRows says of what.
 struct Faults {
     double silence = 0;
     double refusal = 0;
@@ -46,12 +46,12 @@ inline constexpr FaultRow kFaultRows[] = {
     {"announce", &Faults::announce, "chance that \"RVQ ready\" breaks into an answer"},
 };
 
-/// Whether something that comes at this rate comes now. A rate of 0 draws nothing, so that a run without a fault stays
-/// the same whatever faults there are.
+/// Whether an event with this rate happens now. A rate of 0 draws no random number, so a run without a fault stays the
+/// same whatever faults there are.
 bool Happens(double rate, std::mt19937_64& random);
 
-/// Sets one rate from "NAME=RATE" (0..1, decimal point whatever the locale). Returns an empty text, or, with faults
-/// left as they were, a sentence that says what is wrong.
+/// Sets one rate from "NAME=RATE" (0..1, decimal point whatever the locale). Returns an empty text, or a sentence that
+/// says what is wrong and leaves the faults as they were.
 std::string ParseFault(std::string_view text, Faults& faults);
 
 } // namespace simulator

@@ -1,4 +1,4 @@
-// Looking up and reading the simulated sensor's parameters.
+// Finds and reads the simulated sensor's parameters.
 #include "simulator/Parameters.h"
 
 #include <algorithm>

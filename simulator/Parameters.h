@@ -1,4 +1,4 @@
-// The simulated sensor's parameters: codes, factory values, what it accepts, in the order in which it lists them.
+// The simulated sensor's parameters: codes, factory values and accepted values, in the order of the sensor's own list.
 #pragma once
 
 #include <array>
@@ -12,14 +12,14 @@ namespace simulator {
 
 enum class DeviceKind { Serial, Profibus };
 
-/// Which sensors know a parameter: all, the Profibus ones, or those whose attenuator has the echo option.
+/// Which sensors have a parameter: all, the Profibus ones, or those whose attenuator has the echo option.
 enum class Presence { Always, ProfibusOnly, EchoOnly };
 
 struct ParameterRow {
     std::string_view code;
     std::int32_t factoryValue;
-    std::int32_t minimum, maximum;           // both accepted
-    std::span<const std::string_view> texts; // not empty: set by one of these words, kept as the word's index
+    std::int32_t minimum, maximum;           // both are accepted
+    std::span<const std::string_view> texts; // not empty: set by one of these words, stored as the word's index
     Presence presence = Presence::Always;
 };
 
@@ -31,7 +31,7 @@ inline constexpr std::string_view kDepthTexts[] = {"1", "16", "64", "256", "1024
 inline constexpr std::string_view kTimeOutTexts[] = {"0", "25", "50", "100", "200"}; // per cent
 inline constexpr std::string_view kRainTexts[] = {"OFF", "DISTECHO", "PIXEL"};
 
-/// The numbers that the words of a parameter stand for, by its value.
+/// The numbers that the words of a parameter stand for, by the words' index.
 template <std::size_t Count>
 consteval std::array<std::int32_t, Count> NumbersOf(const std::string_view (&words)[Count])
 {
@@ -81,16 +81,16 @@ inline constexpr std::array kParameterRows = {
 /// One value for each row of kParameterRows.
 using ParameterSet = std::array<std::int32_t, kParameterRows.size()>;
 
-/// The row of a three-digit code; nothing when no sensor has such a parameter.
+/// The row of a three-digit code; empty when no sensor has such a parameter.
 std::optional<std::size_t> FindParameter(std::string_view code);
 
-/// What a set command's text means for this parameter: the index of a listed word, or a whole number within range.
-/// Nothing when the text is neither.
+/// What the text of a set command means for this parameter: the index of a listed word, or a whole number within range.
+/// Empty when the text is neither.
 std::optional<std::int32_t> ReadParameterText(const ParameterRow& row, std::string_view text);
 
 ParameterSet FactoryValues();
 
-/// The index of a rate in kRates; nothing for a rate that no parameter value stands for.
+/// The index of a rate in kRates; empty for a rate that no parameter value stands for.
 std::optional<std::int32_t> RateIndex(std::int32_t bitsPerSecond);
 
 } // namespace simulator

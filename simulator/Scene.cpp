@@ -1,4 +1,4 @@
-// The level is a sum of slow waves; targets are drawn per slot of time, so that no state has to be kept.
+// The level is a sum of slow waves. Targets are drawn per time slot, so there is no state to keep.
 #include "simulator/Scene.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ constexpr Wave kWaves[] = {{3100, 67}, {220, 7.3}, {60, 2.1}};
 constexpr double kTargetSlot_s = 11; // at most one target passes in a slot
 constexpr double kTargetChance = 0.65;
 
-/// A number from 0 (included) to 1 that depends on the seed and the place only.
+/// A number from 0 (included) to 1 (excluded) that depends only on the seed and the place.
 double scattered(std::uint64_t seed, std::uint64_t place)
 {
     std::uint64_t mixed = seed + (place + 1) * 0x9E3779B97F4A7C15U;

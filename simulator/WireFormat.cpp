@@ -10,7 +10,7 @@ namespace simulator {
 
 namespace {
 
-constexpr std::size_t kLineWidth = 12; // shorter lines are not taken as a distance by the receivers
+constexpr std::size_t kLineWidth = 12; // receivers do not take shorter lines as a distance
 constexpr std::int32_t kNoEcho = 0x7FFFFFFF;
 constexpr std::int32_t kTemperatureError = 0x7FFFFFF0;
 

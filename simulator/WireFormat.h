@@ -14,7 +14,7 @@ enum class Format : std::int32_t { Ascii, AsciiUnit, Binary, BinaryCrc };
 std::uint16_t Crc16(std::string_view bytes);
 
 /// One distance, complete with its line end or CRC. unit is the value of parameter 111 (0..6); the binary formats
-/// always carry whole millimetres. The line knows no distance of zero: anything nearer than 1 mm is sent as 1 mm.
+/// always carry whole millimetres. The line cannot carry a distance of zero: anything nearer than 1 mm is sent as 1 mm.
 std::string DistanceMessage(Format format, std::int32_t unit, double distance_mm);
 
 /// The two values that stand for "no distance".

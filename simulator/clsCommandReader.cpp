@@ -1,4 +1,4 @@
-// Commands out of a stream of bytes.
+// Assembles commands from a stream of bytes.
 #include "simulator/clsCommandReader.h"
 
 #include <string_view>

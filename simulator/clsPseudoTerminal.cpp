@@ -1,4 +1,4 @@
-// Terminal, link and cable through POSIX calls.
+// The terminal, its link and its cable, through POSIX calls.
 #include "simulator/clsPseudoTerminal.h"
 
 #include <cerrno>
@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kMostAtOnce = 4096; // whoever sends without end keeps nobody waiting
+constexpr std::size_t kMostAtOnce = 4096; // a sender that never stops blocks nothing else
 
 struct Speed {
     std::int32_t bitsPerSecond;
@@ -32,8 +32,8 @@ constexpr Speed kSpeeds[] = {{1200, B1200},   {2400, B2400},   {4800, B4800},   
     throw std::runtime_error(what + ": " + std::generic_category().message(error));
 }
 
-/// What a receiver makes of a byte at the wrong rate. The outcome is repeatable and lies in 0x80..0xBF, where no
-/// command, no reply and no sign byte of a binary value lies.
+/// What a receiver makes of a byte at the wrong rate. The outcome is repeatable and lies in 0x80..0xBF, outside all
+/// commands, replies and sign bytes of binary values.
 char scrambled(char byte)
 {
     const unsigned mixed = static_cast<unsigned char>(byte) * 37U + 11U;
@@ -49,7 +49,7 @@ std::string scrambled(std::string_view bytes)
     return garbage;
 }
 
-/// The settings of our end are those that the other side sees, so nothing has to be open there.
+/// The other side sees the settings of our end, so nothing has to be open there.
 void makeRaw(int ownEnd, std::int32_t bitsPerSecond)
 {
     termios settings{};
@@ -166,7 +166,8 @@ void clsPseudoTerminal::makeLink() const
     if (fs::exists(status) && !fs::is_symlink(status)) {
         throw std::runtime_error(m_link + " exists and is not a symbolic link");
     }
-    // The process number keeps two simulators from sharing a temporary name; the rename leaves no moment without link.
+    // The process number keeps two simulators from using the same temporary name. The rename leaves no moment without a
+    // link.
     const std::string temporary = m_link + "." + std::to_string(getpid());
     unlink(temporary.c_str());
     if (symlink(m_device.c_str(), temporary.c_str()) != 0) {
@@ -191,7 +192,7 @@ void clsPseudoTerminal::removeLink() const
     }
 }
 
-/// False when the terminal is claimed: by somebody who was quicker, or still by somebody who has gone.
+/// False when the terminal is claimed: by a program that was quicker, or still by one that has gone.
 bool clsPseudoTerminal::forgetUnread() const
 {
     const int otherEnd = ::open(m_device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
@@ -203,7 +204,7 @@ bool clsPseudoTerminal::forgetUnread() const
     return true;
 }
 
-/// An exclusive claim outlives its owner for as long as our side stays open, and nobody but root can lift it.
+/// An exclusive claim outlives its owner for as long as our side stays open, and only root can lift it.
 void clsPseudoTerminal::replaceClaimed()
 {
     if (m_link.empty()) {
@@ -239,7 +240,7 @@ bool clsPseudoTerminal::hasOtherRate(std::int32_t bitsPerSecond) const
             return speed.bitsPerSecond != bitsPerSecond;
         }
     }
-    return false; // a rate that nobody has set, or that we do not know
+    return false; // a rate that nobody has set, or that is not in the table
 }
 
 } // namespace simulator

@@ -1,5 +1,5 @@
-// The sensor's end of a serial line: a pseudo-terminal that programs open like a serial port, with an optional link
-// as its lasting name. It moves bytes and plays the cable; it knows nothing of the sensor.
+// The sensor's end of a serial line: a pseudo-terminal that programs open like a serial port, with an optional link as
+// its permanent name. It moves bytes and plays the cable; it knows nothing of the sensor.
 #pragma once
 
 #include <cstdint>
@@ -10,31 +10,33 @@ namespace simulator {
 
 class clsPseudoTerminal {
 public:
-    /// Opens a terminal, raw and set to the rate in bit/s, and points the link (empty: none) at it. A symbolic link
-    /// that is there already is replaced. Throws std::runtime_error when the system has no terminal to give, when the
-    /// link cannot be made or when its path is taken by something that is not a symbolic link.
+    /// Opens a terminal, raw and set to the rate in bit/s, and points the link (empty: none) at it. An existing
+    /// symbolic link is replaced. Throws std::runtime_error when the system has no terminal to give, when the link
+    /// cannot be made or when its path is taken by anything but a symbolic link.
     clsPseudoTerminal(std::string link, std::int32_t bitsPerSecond);
-    /// Closes the terminal and takes the link away, unless somebody has pointed it elsewhere.
+    /// Closes the terminal and removes the link, unless it points elsewhere by now.
     ~clsPseudoTerminal();
     clsPseudoTerminal(const clsPseudoTerminal&) = delete;
     clsPseudoTerminal& operator=(const clsPseudoTerminal&) = delete;
 
-    /// Pulls the cable: the other side gets a hang-up, the link goes.
+    /// Pulls the cable: the other side gets a hang-up, and the link is removed.
     void Unplug();
-    /// A fresh terminal after Unplug, under the same link but with a device path of its own. Throws as the constructor.
+    /// A fresh terminal after Unplug, under the same link but with a device path of its own. Throws like the
+    /// constructor.
     void Replug(std::int32_t bitsPerSecond);
     bool IsPlugged() const { return m_ownEnd >= 0; }
 
-    /// Whether somebody has the terminal open. When the last one has gone, what they left unread is thrown away, and a
-    /// terminal that they claimed for themselves gives way to a fresh one, as far as there is a link to find it by.
+    /// Whether a program has the terminal open. When the last one has gone, what it left unread is discarded. A
+    /// terminal that it claimed for itself is then replaced by a fresh one, if there is a link under which to find
+    /// that.
     bool IsAttached();
-    /// What has been sent to the sensor, of a flood the beginning; empty when there is nothing. A sender that has set
-    /// another rate than bitsPerSecond gets its bytes scrambled on the way, in either direction.
+    /// What has been sent to the sensor, or the beginning of a flood; empty when there is nothing. The bytes of a
+    /// sender that has set another rate than bitsPerSecond are scrambled on the way, in either direction.
     std::string Read(std::int32_t bitsPerSecond);
-    /// Never waits: bytes that nobody is there for, or that find the terminal's buffer full, are lost.
+    /// Never waits: bytes are lost when nobody is there or the terminal's buffer is full.
     void Write(std::string_view bytes, std::int32_t bitsPerSecond);
 
-    /// The link when there is one, else the device.
+    /// The link if there is one, else the device.
     const std::string& Path() const { return m_link.empty() ? m_device : m_link; }
     /// To wait on; -1 while unplugged.
     int Descriptor() const { return m_ownEnd; }

@@ -1,4 +1,4 @@
-// Commands and parameters of the simulated sensor; what it measures stands in clsSensorModelMeasure.cpp.
+// Commands and parameters of the simulated sensor; clsSensorModelMeasure.cpp holds what it measures.
 #include "simulator/clsSensorModel.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ void clsSensorModel::PowerOn(double now_s)
     m_isMeasuring = false;
     m_isMarkerOn = false;
     m_current = m_stored;
-    // A rate given from outside may have no index; it stays until another one is stored.
+    // A rate given from outside may have no index; it stays until a different one is stored.
     if (const std::int32_t index = Parameter("601"); index != m_bootRateIndex) {
         m_line.Rate(kRates.at(static_cast<std::size_t>(index)));
         m_bootRateIndex = index;

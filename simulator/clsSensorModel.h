@@ -1,7 +1,7 @@
 // The folder simulator/ plays the laser distance sensor, for tests, for the demo and for any program on a serial port
-// (rvqsim). It shares nothing with the programs that talk to it, so that a misunderstanding on either side shows. Here:
-// the model, bytes in, bytes out, given the time. It owns its parameters, its measurement and its faults; who carries
-// the bytes, and when, is left to others.
+// (rvqsim). It shares no code with the programs that talk to it, so that a misunderstanding on either side shows. Here:
+// the model, which turns bytes and the time into bytes. It owns its parameters, its measurement and its faults; its
+// user carries the bytes and decides when.
 #pragma once
 
 #include "simulator/Faults.h"
@@ -40,28 +40,29 @@ public:
     void PowerOn(double now_s);
     /// Takes what the other side has sent, in pieces of any size.
     void Receive(std::string_view bytes, double now_s);
-    /// The bytes that have left by now, paced at the line's rate; each is returned once.
+    /// The bytes that have left by now, at the pace of the line's rate; each is returned once.
     std::string Transmit(double now_s);
-    /// When to call Transmit again; infinite when nothing will come without a command.
+    /// When to call Transmit again; infinite when nothing comes without a command.
     double NextDue() const;
 
     bool IsMeasuring() const { return m_isMeasuring; }
     bool IsMarkerOn() const { return m_isMarkerOn; }
     std::int32_t LineRate() const { return m_line.Rate(); }
 
-    /// Current and stored value of a parameter (of a listed one its index). Throw std::out_of_range for a code that
-    /// no sensor has; the setter, which changes the current value only, also for a value that the sensor refuses.
+    /// Current and stored value of a parameter (the index, where words are listed). They throw std::out_of_range for a
+    /// code that no sensor has. The setter changes the current value only, and also throws for a value that the sensor
+    /// refuses.
     std::int32_t Parameter(std::string_view code) const;
     std::int32_t StoredParameter(std::string_view code) const;
     void SetParameter(std::string_view code, std::int32_t value);
 
-    /// Puts the scene away and measures this distance, without noise; an empty value brings the scene back.
+    /// Replaces the scene by this distance, without noise; an empty value brings the scene back.
     void HoldDistance(std::optional<double> distance_mm) { m_heldDistance_mm = distance_mm; }
     void SetTemperature(std::int32_t temperature_C) { m_temperature_C = temperature_C; }
     simulator::Faults& Faults() { return m_options.faults; }
 
-    /// The latest complete commands in the order of their arrival, frames with their carriage return; also those that
-    /// a fault kept from being heard. Bounded: the oldest go first.
+    /// The latest complete commands in the order of their arrival, frames with their carriage return; also those that a
+    /// fault kept the sensor from hearing. Bounded: the oldest go first.
     const std::deque<std::string>& WireLog() const { return m_wireLog; }
     void ClearWireLog() { m_wireLog.clear(); }
 
@@ -91,12 +92,12 @@ private:
     std::mt19937_64 m_random;
     ParameterSet m_current;
     ParameterSet m_stored;
-    std::int32_t m_bootRateIndex; // the value of 601 that stands for the line's present rate
+    std::int32_t m_bootRateIndex; // the value of 601 that gave the line its present rate
 
     bool m_isMeasuring = false;
     bool m_isMarkerOn = false;
     double m_nextValue_s = 0;
-    std::optional<double> m_singleValue_s; // a requested single value is ready then
+    std::optional<double> m_singleValue_s; // when a requested single value is ready
     std::deque<double> m_lastValues_mm;    // for the moving average
     std::optional<double> m_heldDistance_mm;
     std::int32_t m_temperature_C = 23;

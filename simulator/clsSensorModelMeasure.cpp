@@ -11,7 +11,7 @@ namespace simulator {
 namespace {
 
 constexpr double kSample_s = 0.00075;
-constexpr double kSilentInterval_s = 0.1; // a dead sensor is looked at only to see whether it has come back
+constexpr double kSilentInterval_s = 0.1; // how often a dead sensor is checked for having come back
 constexpr double kSampleNoise_mm = 4;     // standard deviation of one raw sample
 constexpr std::size_t kMovingValues = 4;
 constexpr std::int32_t kModeSingle = 1; // of parameter 603
@@ -32,14 +32,14 @@ void clsSensorModel::startMeasuring(double now_s)
     m_nextValue_s = now_s + interval_s();
 }
 
-// No finished value ever waits for the line (see advance), so whatever is not on its way is gone with this.
+// No finished value ever waits for the line (see advance), so this drops everything that is not on its way.
 void clsSensorModel::stopMeasuring()
 {
     m_isMeasuring = false;
     m_singleValue_s.reset();
 }
 
-/// A value is taken when its time has come and the line has room, so nothing piles up on a slow line.
+/// Takes a value when its time has come and the line has room, so nothing piles up on a slow line.
 void clsSensorModel::advance(double now_s)
 {
     while (m_singleValue_s || m_isMeasuring) {

@@ -1,4 +1,4 @@
-// The thread sleeps until the model has something to send, the terminal something to read, or somebody wakes it.
+// The thread sleeps until the model has something to send, the terminal has something to read, or a caller wakes it.
 #include "simulator/clsSimulatedSensor.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace simulator {
 
 namespace {
 
-constexpr double kNobodyThere_s = 0.02; // a hung-up terminal cannot be waited on, so it is looked at this often
+constexpr double kNobodyThere_s = 0.02; // a hung-up terminal cannot be waited on, so it is polled this often
 constexpr double kUnplugDraw_s = 1.0;
 constexpr double kUnplugged_s = 3.0;
 constexpr double kForever_s = std::numeric_limits<double>::infinity();
@@ -103,12 +103,12 @@ void clsSimulatedSensor::run()
     }
 }
 
-/// One look at everything; returns how long nothing will happen by itself.
+/// Looks at everything once; returns for how long nothing will happen by itself.
 double clsSimulatedSensor::step()
 {
     const double now_s = Now_s();
     playUnplugFault(now_s);
-    // Read first: who has just gone may have left a last command.
+    // Read first: a program that has just gone may have left a last command.
     const std::string received = m_terminal.Read(m_model.LineRate());
     const bool isAttached = m_terminal.IsAttached();
     if (!received.empty()) {
@@ -135,7 +135,7 @@ void clsSimulatedSensor::playUnplugFault(double now_s)
         try {
             m_terminal.Replug(m_model.LineRate());
         } catch (const std::runtime_error&) {
-            m_replugAt_s = now_s + kUnplugged_s; // somebody has taken the link's place, perhaps not for long
+            m_replugAt_s = now_s + kUnplugged_s; // the link's place is taken, perhaps not for long
         }
     }
     if (m_model.Faults().unplug <= 0 || now_s < m_nextUnplugDraw_s) {

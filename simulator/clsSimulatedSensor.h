@@ -16,24 +16,24 @@ namespace simulator {
 class clsSimulatedSensor {
 public:
     /// Opens the terminal, and starts the thread of a sensor that is on and idle. link: path of a symbolic link to the
-    /// terminal, empty for none. Throws std::runtime_error when terminal or link cannot be had.
+    /// terminal, empty for none. Throws std::runtime_error when there is no terminal or the link cannot be made.
     explicit clsSimulatedSensor(const SensorOptions& options = {}, std::string link = {});
-    /// Ends the thread within some milliseconds and takes the link away.
+    /// Ends the thread within some milliseconds and removes the link.
     ~clsSimulatedSensor();
     clsSimulatedSensor(const clsSimulatedSensor&) = delete;
     clsSimulatedSensor& operator=(const clsSimulatedSensor&) = delete;
 
     /// What to open: the link when there is one, else the device, which changes with every Replug.
     std::string Path() const;
-    /// The time in seconds that the model is given; 0 at the start.
+    /// The model's time in seconds; 0 at the start.
     double Now_s() const;
 
-    /// Lets the caller look at the model or change it while the sensor stands still. The call must not come back here.
+    /// Lets the caller read or change the model while the sensor stands still. The callback must not call this object.
     void With(const std::function<void(clsSensorModel&)>& use);
 
     /// Pulls the line until Replug: whoever has it open sees a hang-up within some milliseconds.
     void Unplug();
-    /// Does nothing while the line is plugged in. Throws std::runtime_error as the constructor.
+    /// Does nothing while the line is plugged in. Throws std::runtime_error like the constructor.
     void Replug();
 
 private:
@@ -43,13 +43,13 @@ private:
     void waitFor(double seconds);
     void wake();
 
-    mutable std::mutex m_mutex; // guards what follows, down to m_isStopping
+    mutable std::mutex m_mutex; // guards the members below, down to m_isStopping
     clsSensorModel m_model;
     clsPseudoTerminal m_terminal;
     std::mt19937_64 m_random;
     double m_nextUnplugDraw_s = 0;
     std::optional<double> m_replugAt_s; // set while the unplug fault keeps the line pulled
-    int m_waitOn = -1;                  // the terminal, when it can bring news
+    int m_waitOn = -1;                  // the terminal, when it can report something
     bool m_isStopping = false;
 
     double m_start_s;

@@ -1,4 +1,4 @@
-// Every byte gets its time when its message is queued; sending is then only a matter of looking at the clock.
+// Every byte gets its time when its message is queued, so sending only has to look at the clock.
 #include "simulator/clsTransmitLine.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ constexpr double kBitsPerByte = 10; // start bit, eight data bits, stop bit
 constexpr double kBurst_s = 0.2;
 constexpr double kShortestGap_s = 0.003;
 constexpr double kLongestGap_s = 0.010;
-constexpr double kLateness_s = 0.004; // keeps a streaming sensor from waking its thread for every byte
+constexpr double kLateness_s = 0.004; // so that a streaming sensor does not wake its thread for every byte
 
 } // namespace
 

@@ -1,5 +1,5 @@
-// The sensor's sending side: a queue of messages that leaves at the line's rate, with the faults that strike bytes on
-// their way.
+// The sensor's sending side: a queue of messages that leave at the line's rate, and the faults that hit bytes on their
+// way.
 #pragma once
 
 #include "simulator/Faults.h"
@@ -16,17 +16,17 @@ class clsTransmitLine {
 public:
     clsTransmitLine(std::int32_t bitsPerSecond, std::uint64_t seed);
 
-    /// Bits per second; a byte takes ten of them. Messages already queued keep the pace they were given.
+    /// Bits per second; a byte takes ten of them. Messages already queued keep their pace.
     std::int32_t Rate() const { return m_rate; }
     void Rate(std::int32_t bitsPerSecond) { m_rate = bitsPerSecond; }
 
-    /// Queues a message behind what is waiting; its first byte starts at notBefore_s at the earliest.
+    /// Queues a message behind those that wait; its first byte starts at notBefore_s at the earliest.
     void Send(std::string_view bytes, double notBefore_s, const Faults& faults);
     void Clear();
 
-    /// The bytes that are out by now, each once.
+    /// The bytes that have been sent by now, each once.
     std::string TakeDue(double now_s);
-    /// When the last queued byte is out; in the past or 0 when nothing waits.
+    /// When the last queued byte has been sent; in the past or 0 when nothing waits.
     double FreeAt() const { return m_free_s; }
     /// When to call TakeDue so that messages end on time and no byte is more than 4 ms late; infinite when none waits.
     double NextDue() const;

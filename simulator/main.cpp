@@ -77,7 +77,7 @@ bool isOneLineWithoutEnd(std::string_view text)
     return text.find("end") == text.npos;
 }
 
-/// Takes one option into the arguments; returns what is wrong with it, empty when nothing is.
+/// Puts one option into the arguments; returns what is wrong with it, empty when nothing is.
 std::string takeOption(int choice, const std::string& text, Arguments& arguments)
 {
     SensorOptions& sensor = arguments.sensor;
