@@ -1,16 +1,16 @@
-// The rows of the table that ./benchmark prints: ours beside a reference of the same run, and the aim.
+// The rows of the table that ./benchmark prints: our value beside a reference of the same run, and the aim.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
 
-/// The middle one. There must be a value.
+/// The middle value. There must be at least one.
 double Median(std::vector<double> values);
 
-/// A time with three digits and the unit that fits.
+/// A time with three digits and the unit that suits it.
 std::string TimeText(double seconds);
-/// A number with so many digits behind the point.
+/// A number with this many decimals.
 std::string NumberText(double value, int decimals);
 
 struct TableRow {
@@ -22,7 +22,7 @@ struct TableRow {
 
     /// The aim is a ratio of at most `limit`.
     TableRow& RatioAtMost(double limit);
-    /// The aim is to be so many times faster than the reference.
+    /// The aim is to be this many times faster than the reference.
     TableRow& TimesFaster(double limit);
     /// The aim is the value itself.
     TableRow& Aim(const std::string& text, bool met);

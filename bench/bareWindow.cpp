@@ -1,6 +1,6 @@
-// The least that a Qt program with a window can be, to compare with: an empty window of a given size that stands still,
-// has a label with a text, has a timer of 50 ms that does nothing, has one that keeps a clock in a label, or repaints
-// itself 20 times a second.
+// The least that a Qt program with a window can be, for comparison: an empty window of a given size that stands still,
+// has a label with a text, has a timer of 50 ms that does nothing, has a timer that keeps a clock in a label, or
+// repaints itself 20 times a second.
 // orvex_bench_window still|text|timer|clock|repaint WIDTH HEIGHT
 #include <QApplication>
 #include <QLabel>

@@ -1,5 +1,6 @@
-// What a frame of the chart costs: the shown widget, painted offscreen while its series moves on by one point, beside
-// the same ground with a plain polyline over all points and, where the library is installed, QCustomPlot as it comes.
+// What a frame of the chart costs: the shown widget, painted offscreen while its series moves on by one point. Beside
+// it, the same background with a plain polyline over all points and, where the library is installed, QCustomPlot with
+// its defaults.
 #include "bench/Micro.h"
 #include "bench/Table.h"
 #include "ui/chart/XYChart.h"
@@ -30,7 +31,7 @@ constexpr double kLower = 0.0, kUpper = 3000.0;
 constexpr char kLibrary[] = "QCustomPlot";
 constexpr int kFew = 1200, kMany = 30000;
 
-/// A level that rises and falls, with noise: endless, the same for every contender.
+/// A level that rises and falls, with noise: endless, and the same for every contender.
 class Signal {
 public:
     explicit Signal(int points) : m_step(kSpan_days / points) {}
@@ -47,14 +48,14 @@ private:
     std::normal_distribution<double> m_noise{0.0, 25.0};
 };
 
-/// One of those that are compared: moves on by a point and paints at once.
+/// One of the charts that are compared: moves on by a point and paints at once.
 struct Contender {
     std::string name;
     std::function<void(QPointF)> add;
     std::function<void()> paint;
 };
 
-/// The plain way: the chart's own ground, then one polyline.
+/// The plain way: the chart's own background, then one polyline.
 class PlainPlot : public QWidget {
 public:
     PlainPlot(QPixmap ground, double lineWidth, bool smooth)
@@ -129,7 +130,7 @@ Contender libraryContender(QCustomPlot& plot)
 }
 #endif
 
-/// One of the pictures: all contenders in one size, with so many points.
+/// One of the pictures: all contenders in one size, with the same number of points.
 struct Picture {
     QSize size;
     int points = 0;
@@ -178,7 +179,7 @@ Picture newPicture(QSize size, int points)
     return picture;
 }
 
-/// A frame: one point more, painted at once.
+/// A frame: one more point, painted at once.
 void addBenchmark(const Picture& picture, const Contender& contender)
 {
     auto signal = std::make_shared<Signal>(picture.points);

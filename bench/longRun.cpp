@@ -1,7 +1,7 @@
 // A long measurement in a short time: the measurement loop with a given clock and a played sensor at its other end, at
-// 20 values a second with temperature polling and faults. Every value carries its own number, so that nothing can be
-// lost, doubled or swapped unseen: what was delivered must add up exactly to what was shown and what the faults took,
-// and what was shown to what was charted and recorded. The recording of each day is read back and deleted.
+// 20 values a second with temperature polling and faults. Every value carries its own number, so that no loss, double
+// or swap goes unseen. The values delivered must add up exactly to those shown and those that the faults took, and the
+// values shown to those charted and recorded. The recording of each day is read back and deleted.
 // orvex_bench_longrun [DAYS]
 #include "plot/clsChartData.h"
 #include "sensor/Crc16.h"
@@ -27,7 +27,7 @@ namespace {
 constexpr double kStart = 46000.0;             // days since 1899-12-30
 constexpr std::int64_t kTicksPerDay = 1728000; // of 50 ms
 constexpr std::int64_t kTicksPerSecond = 20;
-constexpr std::int64_t kNumbers = 8000000; // values repeat after so many
+constexpr std::int64_t kNumbers = 8000000; // values repeat after this many
 constexpr std::int32_t kFirst_mm = 1000;
 constexpr char kMemory[] = "/dev/shm";
 constexpr std::int32_t kCharted = 30000;
@@ -50,7 +50,7 @@ std::string frameOf(std::int32_t value_mm)
                     static_cast<char>(bits >> 24)});
 }
 
-/// The sensor and its line: answers at once, sends one value in a tick, and breaks when it is told to.
+/// The sensor and its line: answers at once, sends one value per tick, and breaks on request.
 class PlayedSensor : public PlayedLine {
 public:
     std::int64_t delivered = 0, damaged = 0, flushed = 0; ///< values
@@ -82,7 +82,7 @@ public:
         m_measuring = false;
         Arriving += "RVQ ready\r\n";
     }
-    /// Values that have been read since the last look.
+    /// Values that were read since the last call.
     std::int64_t TakeRead() { return std::exchange(m_read, 0); }
     std::int64_t Waiting() const { return m_waiting; }
 
@@ -120,7 +120,7 @@ private:
     bool m_measuring = false;
 };
 
-/// The window: counts, keeps the chart's series, and looks whether the values come in order.
+/// The window: counts, keeps the chart's series, and checks that the values come in order.
 class CountingView : public SilentView {
 public:
     std::int64_t shown = 0, markers = 0, charted = 0, temperatures = 0, disorders = 0;
@@ -145,7 +145,7 @@ public:
     void AddChartGap(double time) override { series.AddChartPoint(time, std::nan("")); }
 };
 
-/// The recorder, a file for each day, with a sum over what it was given and over what stands in the file.
+/// The recorder: a file for each day, with one sum over what it was given and one over what the file holds.
 class DailyRecording {
 public:
     std::int64_t recorded = 0, unrecorded = 0, readBack = 0, wrongFiles = 0;
@@ -183,7 +183,7 @@ public:
     }
 
 private:
-    /// The order counts.
+    /// The order of the values counts.
     static void add(std::uint64_t& sum, MeasurementKind kind, std::int32_t value_mm)
     {
         const auto number = kind == MeasurementKind::Distance ? value_mm : -static_cast<std::int32_t>(kind);
@@ -232,9 +232,9 @@ public:
             m_recording.Flush(kStart + days);
             m_loop.Tick(kStart + days);
             if (m_device.CommStatus != DialogueMeasuring) {
-                m_unasked += m_sensor.TakeRead(); // a sensor that still measures while the dialogue begins anew
+                m_unasked += m_sensor.TakeRead(); // a sensor that still measures while the dialogue starts again
             } else if (m_view.shown != shown) {
-                // Several values in one evaluation: the newest is shown. Only behind damage do they pile up.
+                // Several values in one evaluation: the newest is shown. They pile up only after damage.
                 const std::int64_t passedOver = m_sensor.TakeRead() - (m_view.shown - shown);
                 m_superseded += passedOver;
                 m_unexplained += passedOver != 0 && tick - m_lastDamage > kTicksPerSecond ? passedOver : 0;
@@ -320,7 +320,7 @@ int main(int argc, char** argv)
 {
     const double days = argc > 1 ? std::atof(argv[1]) : 30.0;
     if (access(kMemory, W_OK) == 0) {
-        setenv("TMPDIR", kMemory, 0); // the disk would be told to keep 30 days of lines in a few minutes
+        setenv("TMPDIR", kMemory, 0); // else the disk has to keep 30 days of lines in a few minutes
     }
     LongRun run;
     const auto start = std::chrono::steady_clock::now();

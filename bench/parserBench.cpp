@@ -1,5 +1,5 @@
-// What the evaluation of replies costs: 16 MiB of each format, handed over in pieces of three sizes, against a bare
-// decoder that walks once over the same stream and knows nothing of states, markers and damage.
+// What the evaluation of replies costs: 16 MiB of each format, handed over in pieces of three sizes. The reference is a
+// bare decoder that goes once through the same stream and knows nothing of states, markers and damage.
 #include "bench/Micro.h"
 #include "bench/Table.h"
 #include "sensor/Crc16.h"
@@ -33,7 +33,7 @@ std::string binaryStream(bool withCrc)
     std::string stream;
     for (std::uint32_t i = 0; stream.size() < kStreamSize; ++i) {
         std::uint32_t value = 2000 + i % 8000;
-        value += (value & 0xFFU) == 0 ? 1 : 0; // such a frame is out of step by the sensor's own rule
+        value += (value & 0xFFU) == 0 ? 1 : 0; // by the sensor's own rule such a frame is out of step
         std::string frame{static_cast<char>(value), static_cast<char>(value >> 8U), '\0', '\0'};
         if (withCrc) {
             const std::uint16_t crc = Crc16(frame, 0xFFFFFFFF);

@@ -1,5 +1,5 @@
-// Playing recordings in the program's own windows, against tools that read the same file in the same run: "grep -c"
-// counts its lines, mawk splits them into the same fields. orvex_bench_playback [LINES], 6 million unless given.
+// Plays recordings in the program's own windows, against tools that read the same file in the same run: "grep -c"
+// counts its lines, mawk splits them into the same fields. orvex_bench_playback [LINES], 6 million by default.
 #include "bench/Table.h"
 #include "port/clsPosixPort.h"
 #include "store/clsConfigLibrary.h"
@@ -29,7 +29,7 @@ namespace {
 constexpr int kRounds = 7;
 constexpr int kShortLines = 30000;
 
-/// A line in 50 ms, a level that wanders, now and then no echo.
+/// A line every 50 ms, a level that wanders, now and then no echo.
 void writeRecording(const std::string& file, int lines)
 {
     std::mt19937 random(4711);
@@ -62,7 +62,7 @@ double secondsOf(const std::function<void()>& work)
 
 void run(const std::string& command)
 {
-    // Through cat: grep that writes to nowhere stops at the first match.
+    // Through cat: grep stops at the first match when it writes to /dev/null.
     if (std::system((command + " | cat >/dev/null").c_str()) != 0) {
         std::fprintf(stderr, "cannot run %s\n", command.c_str());
         std::exit(1);
@@ -113,7 +113,7 @@ void compareLong(Program& program, const std::string& file, int lines)
     std::vector<double> ours, grep, mawk;
     const std::string fields =
         "mawk -F '[.:,; ]+' '{ sum += $1 + $2 + $3 + $4 + $5 + $6 + $7 + $8 } END { print sum }' ";
-    std::ofstream("/proc/self/clear_refs") << "5"; // the highest use of memory is counted from here
+    std::ofstream("/proc/self/clear_refs") << "5"; // the peak of memory use counts from here
     const long before = memory("VmRSS");
     for (int round = 0; round < kRounds; ++round) {
         ours.push_back(secondsOf([&] { program.Play(file); }));

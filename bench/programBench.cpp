@@ -1,7 +1,7 @@
 // What the program costs as a whole, seen from outside, beside bare Qt windows of the same size on the same display:
 // the time from starting the process to the first painted window, resident memory, and processor use, idle and
-// measuring. The sensor is simulated by rvqsim, a process of its own. All files are in a folder that goes with the run.
-// orvex_bench_program [SECONDS], 20 unless given: how long processor use is watched, three times.
+// measuring. The sensor is simulated by rvqsim in a process of its own. All files are in a folder that is deleted after
+// the run. orvex_bench_program [SECONDS], 20 by default: how long processor use is watched, three times.
 #include "bench/Table.h"
 
 #include <QTemporaryDir>
@@ -31,10 +31,10 @@ extern char** environ;
 
 namespace {
 
-constexpr int kStarts = 61;      // one start can take half as long again as the next, and the median has to stand
-constexpr double kPause_s = 0.1; // until the display has done with the window before
+constexpr int kStarts = 61;      // one start can take half as long again as the next, and the median must be stable
+constexpr double kPause_s = 0.1; // until the display has finished with the window before
 constexpr int kWatches = 3;
-constexpr int kSettle_s = 5; // until the program has read the sensor's parameters and measures
+constexpr int kSettle_s = 5; // until the program has read the sensor's parameters and is measuring
 constexpr int kPatience_ms = 30000;
 
 double secondsOf(clockid_t clock)
@@ -49,7 +49,7 @@ void sleepFor(double seconds)
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
-/// A program that runs until this goes.
+/// A program that runs as long as this object exists.
 class Process {
 public:
     explicit Process(std::vector<std::string> arguments)
@@ -86,7 +86,7 @@ public:
         waitpid(m_pid, nullptr, 0);
     }
 
-    /// Waits for the witness: seconds from the start to the painted window. Sets that window's size.
+    /// Waits for the witness: returns the seconds from the start to the painted window, and sets that window's size.
     double Painted(std::array<std::string, 2>& size)
     {
         std::string word;
@@ -97,7 +97,7 @@ public:
         }
         return at_s - m_started_s;
     }
-    /// Lines that it has printed since the last look.
+    /// Lines that it has printed since the last call.
     int Lines()
     {
         int lines = 0;
@@ -150,7 +150,7 @@ private:
     double m_started_s = 0.0;
 };
 
-/// Where the programs are and what they are started with.
+/// Where the programs are and with which arguments they start.
 class Bench {
 public:
     Bench() : m_bin(std::filesystem::canonical("/proc/self/exe").parent_path().string() + "/")
@@ -162,10 +162,10 @@ public:
         setenv("QT_LOGGING_RULES", "*.warning=false", 1);
         watchFor("");
         Process program(programArguments());
-        program.Painted(m_size); // and its settings file is written when it ends
+        program.Painted(m_size); // its settings file is written when it ends
     }
 
-    /// The first window is the start-up window, or with an option the main window.
+    /// The first window is the start-up window or, with an option, the main window.
     void CompareStarts()
     {
         const Process sensor(sensorArguments());
@@ -254,7 +254,7 @@ private:
         }
     }
 
-    /// The program and the bare windows side by side, over the same seconds.
+    /// Watches the program and the bare windows side by side, over the same seconds.
     void watchOnce(double seconds, bool measuring, Watch& watch)
     {
         const Process sensor(sensorArguments());

@@ -1,6 +1,6 @@
-// What a tick with a new value costs: the measurement loop in the real main window with its chart, shown offscreen, the
-// sensor played without a line. Nothing is painted: what a frame costs is the chart's benchmark. Beside it, what
-// showing the same texts in a bare label costs.
+// What a tick with a new value costs: the measurement loop in the real main window with its chart, shown offscreen, and
+// a sensor played without a line. Nothing is painted: the chart's benchmark measures what a frame costs. The reference
+// is showing the same texts in a bare label.
 #include "bench/Micro.h"
 #include "bench/Table.h"
 #include "port/modPComm.h"
@@ -24,7 +24,7 @@ namespace {
 constexpr char kDump[] = "Type: Serial\r\nAttenuator: D\r\nSerial-No: 1\r\nPointer: off\r\nTemperature: 23 C,  OK\r\n"
                          "101: 1\r\n111: 1\r\n603: 0\r\n301: 2\r\nend\r\n";
 
-/// A sensor that answers at once and sends values only when it is told to.
+/// A sensor that answers at once and sends values only on request.
 class PlayedSensor : public PlayedLine {
 public:
     bool isMeasuring = false;
@@ -59,7 +59,7 @@ struct Program {
                    help};
     QTimer* timer = window.findChild<QTimer*>(QStringLiteral("Timer"));
 
-    /// Measures from now on, with ticks that are asked for only.
+    /// Measures from now on; ticks come only on request.
     Program()
     {
         window.MeasureWhenConnected();

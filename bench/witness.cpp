@@ -1,6 +1,6 @@
-// A plugin that the environment puts into any Qt program, so that the program and the bare windows are watched in the
-// same way, from outside: it says on standard output when the first window has been painted, and clicks a button where
-// it is told to. QT_QPA_GENERIC_PLUGINS=orvexwitness[:BUTTON]
+// A plugin that the environment loads into any Qt program, so that the program and the bare windows are watched in the
+// same way, from outside. It prints a line when the first window has been painted, and clicks a button if it is told
+// to. QT_QPA_GENERIC_PLUGINS=orvexwitness[:BUTTON]
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEvent>
@@ -25,7 +25,7 @@ public:
     {
         if (event->type() == QEvent::Paint && watched->isWidgetType() && static_cast<QWidget*>(watched)->isWindow()) {
             qApp->removeEventFilter(this);
-            // The window's children are painted and everything is handed to the display before this event comes.
+            // By the time of this event the window's children are painted and everything is handed to the display.
             QMetaObject::invokeMethod(
                 this, [this, window = static_cast<QWidget*>(watched)] { tell(*window); }, Qt::QueuedConnection);
         }
@@ -47,7 +47,7 @@ private:
         }
     }
 
-    /// Once, as soon as the button can be clicked.
+    /// Clicks once, as soon as the button can be clicked.
     void click(QTimer& look)
     {
         for (const QWidget* window : QApplication::topLevelWidgets()) {
