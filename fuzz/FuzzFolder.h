@@ -21,7 +21,7 @@ public:
     FuzzFolder(const FuzzFolder&) = delete;
     FuzzFolder& operator=(const FuzzFolder&) = delete;
 
-    /// The full path of a file with these bytes.
+    /// Writes a file with these bytes and returns its full path.
     std::string Put(const char* name, std::string_view bytes) const
     {
         std::string file = Path(name);

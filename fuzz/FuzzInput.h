@@ -1,5 +1,5 @@
-// The folder fuzz/ feeds the program's readers with hostile bytes. Each target is one function; with libFuzzer it is
-// driven by the fuzzer, otherwise by a replay of the seeds and the cases found so far, as an ordinary test.
+// The folder fuzz/ feeds the program's readers with hostile bytes. Each target is one function. With libFuzzer, the
+// fuzzer drives it; otherwise a replay of the seeds and the cases found so far does, as an ordinary test.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// Takes the input apart, from its head; what is missing reads as 0 or empty.
+/// Takes the input apart from its beginning; what is missing reads as 0 or empty.
 class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : m_rest(reinterpret_cast<const char*>(data), size) {}
@@ -23,7 +23,7 @@ public:
         m_rest.remove_prefix(taken.size());
         return taken;
     }
-    /// What stands before the next separator, which is taken too.
+    /// The text before the next separator, which is consumed too.
     std::string_view Until(char separator)
     {
         const std::string_view taken = m_rest.substr(0, m_rest.find(separator));
@@ -36,7 +36,7 @@ private:
     std::string_view m_rest;
 };
 
-/// Ends the run when something that always holds does not, and names the line; the fuzzer keeps the input then.
+/// Ends the run and names the line when a condition that must always hold does not; the fuzzer then keeps the input.
 inline void Require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE())
 {
     if (!holds) {

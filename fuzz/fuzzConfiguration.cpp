@@ -1,4 +1,4 @@
-// Configuration files (*.rvq): read, shown, copied back, sent and written; what is written is read back the same.
+// Configuration files (*.rvq) are read, shown, copied back, sent and written; what is written reads back the same.
 #include "base/Numbers.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A file holds no line ends and no NUL in a value.
+/// A value in a file holds no line ends and no NUL.
 std::string asWritten(std::string text)
 {
     std::ranges::replace_if(

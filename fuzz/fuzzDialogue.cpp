@@ -1,5 +1,6 @@
-// The dialogue with the sensor as a state machine: bytes, time and the operator's acts in any order drive device and
-// measurement loop. At the end a healthy sensor is plugged in, and the program must find its way back to it.
+// The dialogue with the sensor as a state machine: bytes, time and the operator's actions, in any order, drive the
+// device and the measurement loop. At the end a healthy sensor is plugged in, and the program must find its way back to
+// it.
 #include "base/Days.h"
 #include "fuzz/FuzzInput.h"
 #include "sensor/Parameters.h"
@@ -21,12 +22,12 @@ constexpr double kTick_s = 0.05;
 constexpr double kRecovery_s = 120.0;
 constexpr double kLongestAct_s = 60.0;
 
-/// The line: the input's bytes arrive until a sensor stands at its other end.
+/// The line: the input's bytes arrive until a sensor is connected at its other end.
 class FuzzPort : public PlayedLine {
 public:
     std::optional<simulator::clsSensorModel> Sensor;
     double Now_s = 0.0;
-    int Sent = 0; ///< bytes since the last look
+    int Sent = 0; ///< bytes since the last check
 
 private:
     void sent(char command) override
@@ -52,7 +53,7 @@ struct FuzzView : SilentView {
     void ShowYLimits(double lower, double upper) override { Require(lower < upper); }
 };
 
-/// What a fuzzer would not find by itself, in no order.
+/// Replies that a fuzzer would not find by itself, in no particular order.
 constexpr std::string_view kReplies[] = {
     "Sensor ready\r\n",
     "RVQ ready\r\n",
@@ -89,7 +90,7 @@ public:
         }
     }
 
-    /// Whatever has happened: with a healthy sensor there is a dialogue again, a configuration, a value, and a rest.
+    /// Whatever has happened: a healthy sensor brings back a dialogue, a configuration, a value, and then rest.
     void Recover()
     {
         m_port.Pulled = false;
@@ -97,12 +98,12 @@ public:
         m_port.Sensor.emplace();
         m_port.Sensor->HoldDistance(3300.0);
         m_loop.PollTemperature(false);
-        // A value can come before the measurement has been resumed; a click would begin it then, not end it.
+        // A value can come before the measurement is resumed; a click would then start it, not stop it.
         const auto isBack = [this] {
             return m_loop.IsMeasuring() ? m_device.NewDistance && m_device.CommStatus == DialogueMeasuring : isAtRest();
         };
         if (!reaches(isBack)) {
-            // A sensor with single output owes nothing while it measures, so there a click has to help.
+            // A sensor with single output owes nothing while it measures, so a click has to help.
             Require(m_device.Parameters.OutputMode == OutputSingle);
             press();
             Require(reaches(isBack));
@@ -161,7 +162,7 @@ private:
             m_port.Pulled = false;
             break;
         case 13:
-            tick(-3.0); // a clock set back
+            tick(-3.0); // the clock is set back
             return;
         case 14:
             m_loop.PollTemperature(argument % 2 == 0);
@@ -204,7 +205,7 @@ private:
         }
     }
 
-    /// A wait whose window goes on with the input; it must end by itself.
+    /// A wait during which the window goes on with the input; it must end by itself.
     template <typename Act>
     void waitFor(Act act)
     {
@@ -232,7 +233,7 @@ private:
     {
         m_port.Sent = 0;
         m_loop.Tick(passTime(seconds));
-        Require(m_port.Sent <= 3); // follow-up of the evaluation and reaction of the loop, one byte each
+        Require(m_port.Sent <= 3); // the evaluation's follow-up and the loop's reaction, one byte each
     }
 
     double passTime(double seconds)
@@ -272,7 +273,7 @@ private:
     double m_now_s = 1000.0;
 };
 
-/// A measurement over a line that damages bytes of it where the input says: whatever is recorded was sent.
+/// A measurement over a line that damages bytes where the input says so: whatever is recorded was sent.
 void playStream(FuzzInput& input)
 {
     constexpr std::pair<double, double> kSpans[] = {{300, 9000}, {10000, 60000}};
@@ -283,7 +284,7 @@ void playStream(FuzzInput& input)
                     .to_mm = to_mm,
                     .rate_Hz = input.Byte() % 2 == 0 ? 18.0 : 60.0,
                     .course = input.Byte() % 2 == 0 ? Course::Still : Course::Moving,
-                    .damage = static_cast<Damage>(1 + input.Byte() % 3), // the others cannot be told
+                    .damage = static_cast<Damage>(1 + input.Byte() % 3), // the others cannot be detected
                     .damages = 50,
                     .seed = input.Byte()};
     DamagedStream stream(play);

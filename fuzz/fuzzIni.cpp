@@ -1,5 +1,5 @@
-// INI files: what is read does not change the file, what is written is read back and leaves the rest alone.
-// Input: section, key and value on a line of their own, then the file.
+// INI files: reading does not change the file, and what is written reads back and leaves the rest alone. Input:
+// section, key and value on a line each, then the file.
 #include "base/modFiles.h"
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kAll = modFiles::kLargestFile * 2;
 
-/// A name as callers have them: letters and digits.
+/// A name of letters and digits, as callers use them.
 std::string nameFrom(std::string_view text, const char* otherwise)
 {
     std::string name;
@@ -34,7 +34,7 @@ void readAll(const std::string& file, const std::string& section, const std::str
     try {
         static_cast<void>(ini.GetSetting(section, key, 1.0));
     } catch (const std::invalid_argument&) {
-        // says that the text is no number
+        // the text is not a number
     }
 }
 

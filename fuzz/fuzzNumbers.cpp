@@ -1,4 +1,4 @@
-// Readers of numbers, key filters and field checks.
+// Number readers, key filters and field checks.
 #include "base/Numbers.h"
 #include "fuzz/FuzzInput.h"
 #include "sensor/Fields.h"
@@ -46,7 +46,7 @@ void filterKeys(std::string_view text)
     }
 }
 
-/// What a box shows after a check is taken as it stands, and is within the box's limits.
+/// What a box shows after a check is accepted as it is and lies within the box's limits.
 void checkFields(std::string_view text)
 {
     for (std::size_t i = 0; i < kFields.size(); ++i) {

@@ -1,6 +1,6 @@
-// Recordings (*.rec): the reader's short cut for the usual line agrees with the plain way, playback and table hold
-// what a plain reading accepts, and what is shown is written and read back the same.
-// Input: how often the text stands in the file; half the length of the blanks that each \1 in it stands for; the text.
+// Recordings (*.rec): the reader's short cut for the usual line agrees with the plain way, playback and table hold what
+// a plain reading accepts, and what is shown reads back the same after it is written. Input: how often the text is
+// repeated in the file; half the number of blanks that each \1 in it stands for; the text.
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
 #include "session/modPlayback.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::int32_t kMillimetres = 0;               // a unit in which a value is its millimetres
+constexpr std::int32_t kMillimetres = 0;               // a unit in which a value is a number of millimetres
 constexpr std::size_t kLargest = std::size_t{1} << 18; // a few of the reader's blocks
 
 std::string fileOf(FuzzInput& input)
@@ -35,10 +35,10 @@ std::string fileOf(FuzzInput& input)
 struct Line {
     bool readable = false;
     modRecordLine::RecordedValue value;
-    std::string temperature; ///< of the value, which only points into its line
+    std::string temperature; ///< that of `value`, which only points into its line
 };
 
-/// The lines of a recording, read with nothing remembered but the date.
+/// The lines of a recording, read without remembering anything but the date.
 std::vector<Line> plainLines(std::string_view bytes)
 {
     std::vector<Line> lines;
@@ -82,7 +82,7 @@ void checkReader(const std::string& file, std::size_t size, const std::vector<Li
     Require(number == lines.size() && reader.Position() == size);
 }
 
-/// Written as a recording writes it and read again: the same on the screen.
+/// A recording that is written and read again looks the same on the screen.
 void checkWriting(const Measurement& shown, std::string_view temperature)
 {
     if (!modRecordLine::HasTemperature(temperature) || shown.time < kFirstDay || shown.time >= kEndOfDays) {

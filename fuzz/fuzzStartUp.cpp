@@ -1,4 +1,4 @@
-// The start of the program with any RVQ.ini: settings, list of configurations, ports; and both kept and read again.
+// Starts the program with any RVQ.ini: settings, list of configurations and ports, which are then saved and read again.
 #include "fuzz/FuzzFolder.h"
 #include "fuzz/FuzzInput.h"
 #include "port/modPComm.h"
@@ -15,7 +15,7 @@ void requireSame(const modGlobals::Settings& a, const modGlobals::Settings& b)
     Require(a.DefaultDevice == b.DefaultDevice && a.AutoScale == b.AutoScale && a.yMax == b.yMax && a.yMin == b.yMin);
 }
 
-/// The input names the one configuration that there is "a.rvq"; where it lies differs from run to run.
+/// The input calls the only configuration "a.rvq"; its folder differs from run to run.
 std::string withPath(std::string_view input, const std::string& configuration)
 {
     constexpr std::string_view kName = "a.rvq";

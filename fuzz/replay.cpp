@@ -1,5 +1,5 @@
 // Runs a fuzz target over the files of the given folders, without libFuzzer: the seeds and the cases found, as a test.
-// Every beginning of a short case is run too.
+// Of a short case it also runs every beginning.
 #include "fuzz/FuzzInput.h"
 
 #include <cstdio>
@@ -17,9 +17,9 @@ void replay(const std::filesystem::path& file)
     std::ifstream in(file, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(in), {}};
     std::printf("%s\n", file.filename().c_str());
-    std::fflush(stdout); // a case that ends the program is named before
+    std::fflush(stdout); // so that a case that ends the program is named before
     for (std::size_t size = bytes.size() <= kShort ? 0 : bytes.size(); size <= bytes.size(); ++size) {
-        const std::string piece = bytes.substr(0, size); // of its own, so that a read beyond the end is seen
+        const std::string piece = bytes.substr(0, size); // a copy, so that a read beyond the end is noticed
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size());
     }
 }
