@@ -67,7 +67,7 @@ void runFor(int ms)
     }
 }
 
-/// Two colours and nothing between them, as somebody needs it who sees little.
+/// Two colours and nothing between them, as people with weak eyesight need.
 QPalette contrastPalette(const QColor& ground, const QColor& ink, const QColor& highlight, const QColor& link)
 {
     QPalette contrast(ground);
@@ -153,7 +153,7 @@ private:
         save(splash, "splash");
     }
 
-    /// A box that is open while `ask` runs, and closed when its picture is taken.
+    /// A box that is open while `ask` runs and closes once its picture is taken.
     void takeBox(const char* name, const std::function<void()>& ask) const
     {
         QTimer::singleShot(kMoment_ms, qApp, [this, name] {
@@ -165,7 +165,7 @@ private:
         ask();
     }
 
-    /// What a menu item asks before it acts; a recording is chosen where one is wanted.
+    /// What a menu item asks before it acts; a recording is chosen where one is needed.
     void takeFileQuestions(const frmMain& window)
     {
         const auto trigger = [&](const char* item) { window.findChild<QAction*>(QLatin1String(item))->trigger(); };
@@ -250,7 +250,7 @@ private:
         window.close();
     }
 
-    /// The viewer, and every page of the manual in its whole length.
+    /// The viewer, and every page of the manual at its full length.
     void takeManual(frmMain& window) const
     {
         m_help.ShowHelpTopic(window, "Main");
@@ -285,7 +285,7 @@ private:
 
     QString recordingFile() const { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); }
 
-    /// The recorder before, while and after it records and plays, and the main window after a playback.
+    /// The recorder before, during and after recording and playing, and the main window after a playback.
     void takeRecorder(frmMain& window)
     {
         window.findChild<QAction*>("mnuRecorder")->trigger();
@@ -309,7 +309,7 @@ private:
         recorder->close();
     }
 
-    /// The box that comes while a long recording is loaded.
+    /// The box that is shown while a long recording is loaded.
     void takeLoading(QWidget& recorder) const
     {
         LoadProgress loading(recorder, m_settings.Language);
@@ -330,7 +330,7 @@ private:
         runFor(kDownload_ms);
         save(*settings, "settings");
         takeSettingsBoxes(*settings);
-        // Values that differ from the sensor's, one refused when it is sent.
+        // Values that differ from the sensor's; the sensor refuses one of them when it is sent.
         settings->findChild<QLineEdit*>("txtParameter_0")->setText(QStringLiteral("25"));
         settings->findChild<QLineEdit*>("txtParameter_12")->setText(QStringLiteral("300"));
         settings->findChild<QCheckBox*>("chkAnalogOutput")->click();
