@@ -1,5 +1,5 @@
-// The folder plot/ computes what a chart shows, without drawing it: the series, the scaling, the divisions, the columns.
-// It knows no sensor and no widget. Here: the series, a ring of points that never grows.
+// The folder plot/ computes what a chart shows, without drawing it: series, scaling, divisions and columns. It knows no
+// sensor and no widget. Here: the series, a ring of points that never grows.
 #pragma once
 
 #include <array>
