@@ -1,4 +1,4 @@
-// The signals that end the program, and those that do not. Each test has a process of its own.
+// The signals that end the program, and those that do not. Each test runs in a process of its own.
 #include "app/Termination.h"
 
 #include <QCoreApplication>
@@ -14,7 +14,7 @@ namespace {
 
 int endsAfterHangUpAndTerm()
 {
-    std::signal(SIGHUP, SIG_IGN); // nohup
+    std::signal(SIGHUP, SIG_IGN); // as nohup does
     QObject context;
     int ends = 0;
     WatchForTermination(context, [&] { ++ends; });

@@ -1,4 +1,4 @@
-// What becomes of printed lines when nobody reads them.
+// What happens to printed lines when nobody reads them.
 #include "base/clsLinePrinter.h"
 
 #include <csignal>
@@ -20,7 +20,7 @@ TEST(LinePrinter, DropsAndCountsWholeLinesThatNobodyReads)
             printer.Print(std::to_string(100000000 + i));
         }
     };
-    constexpr int kLines = 5000; // of 10 bytes: more than the pipe and those that may wait
+    constexpr int kLines = 5000; // of 10 bytes: more than fit into the pipe and may wait
     clsLinePrinter unread(ends[1]);
     print(unread, kLines);
     EXPECT_EQ(unread.Finish(std::chrono::milliseconds(50)), kLines - 409);
@@ -30,7 +30,7 @@ TEST(LinePrinter, DropsAndCountsWholeLinesThatNobodyReads)
 
     clsLinePrinter slow(ends[1]);
     print(slow, 900);
-    for (std::size_t all = 0; all < 9010;) { // with the line that the other had in hand
+    for (std::size_t all = 0; all < 9010;) { // including the line that the other printer was writing
         all += static_cast<std::size_t>(read(ends[0], bytes.data(), bytes.size()));
     }
     close(ends[0]);

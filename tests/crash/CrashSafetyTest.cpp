@@ -1,5 +1,6 @@
-// Whatever the program writes, a SIGKILL at any moment leaves the old or the new file, whole, and never takes back what
-// was already written. ORVEX_KILLS sets the kills of each test; with ORVEX_CRASH_TABLE each adds its row to that file.
+// Whatever the program writes, a SIGKILL at any moment leaves the old or the new file, whole, and never undoes what was
+// already written. ORVEX_KILLS sets the number of kills of each test; with ORVEX_CRASH_TABLE, each adds its row to that
+// file.
 #include "base/modFiles.h"
 #include "sensor/Parameters.h"
 #include "session/clsRecorder.h"
@@ -27,12 +28,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The kills of one kind of file, and what they met.
+/// Kills while files of one kind are written, and counts what they did.
 class CrashSafety : public testing::Test {
 protected:
     const TemporaryFolder folder;
 
-    /// Kills `work` again and again; `check` looks at what it left and is told how many calls had come back.
+    /// Kills `work` again and again; `check` looks at what is left and gets the number of calls that had returned.
     void Repeat(int usual, const std::function<void(int)>& work, const std::function<void(int)>& check)
     {
         const char* const wanted = std::getenv("ORVEX_KILLS");
@@ -50,7 +51,7 @@ protected:
         }
     }
 
-    /// A minute later the next save of the file deletes what the kills have left.
+    /// The next save, a minute later, deletes the temporary files that the kills have left.
     void LeftoversGoWith(const std::function<bool(int)>& save, const char* kind) const
     {
         for (const auto& entry : fs::directory_iterator(folder.path)) {
@@ -139,7 +140,7 @@ TEST_F(CrashSafety, Recordings)
         recorder.Record(value, temperature);
     };
     Repeat(200, record, [&](int done) {
-        // Of the line in hand the system may have taken the part up to the end of a page.
+        // The system may have taken the current line up to the end of a page.
         const std::string bytes = TemporaryFolder::Read(file);
         ASSERT_GE(bytes.size(), line.size() * static_cast<std::size_t>(done));
         std::string lines;
@@ -152,7 +153,7 @@ TEST_F(CrashSafety, Recordings)
     Print("recordings, `*.rec`", "nothing; the file ends behind a line or within the one in hand");
 }
 
-/// A program without a display. To be called in the child only, where nothing static is ever taken down.
+/// A program without a display. Call it in the child only, which never destroys static objects.
 void needWindows()
 {
     static int count = 1;

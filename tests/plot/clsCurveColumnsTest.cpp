@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kGap = std::numeric_limits<double>::quiet_NaN();
 
-/// "column:low..high" of each span, a run beginning with "|".
+/// "column:low..high" for each span; a run begins with "|".
 std::string spansOf(const std::vector<ChartPoint>& points, bool showZero = false)
 {
     clsChartData series;
@@ -54,7 +54,7 @@ TEST(CurveColumns, KeepsExtremesAndNeverJoinsAcrossAGap)
     EXPECT_EQ(spansOf({{101.0, 5}, {102, 0}, {103, 6}}, true), "|1:0..5 2:0..6 3:6..6") << "zero values shown";
 }
 
-/// Point by point in a window that moves along, against all at once.
+/// Added point by point in a moving window, the columns are the same as when all points are read at once.
 TEST(CurveColumns, FollowTheSeriesAsIfReadAnew)
 {
     std::mt19937 random(5);

@@ -1,4 +1,4 @@
-// Steps, ticks, labels and the range that follows the values.
+// Steps, ticks, labels and the automatic range.
 #include "plot/modChartCommon.h"
 
 #include <gtest/gtest.h>

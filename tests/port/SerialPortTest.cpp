@@ -1,4 +1,4 @@
-// The port of the device object, the numbers of ports, and real terminals.
+// The device object's port, port numbers, and real terminals.
 #include "port/clsPosixPort.h"
 #include "simulator/clsPseudoTerminal.h"
 #include "tests/support/ScriptedSensor.h"
@@ -33,7 +33,7 @@ TEST(ComPort, CallsOfOpeningAndClosing)
             device.OpenComPort(3, 19200);
             EXPECT_EQ(device.PortIsOpen, openResult == 0);
             device.OpenComPort(4, 9600);
-            device.CommBaudrate(14400); // no usual rate
+            device.CommBaudrate(14400); // not a usual rate
         }
         EXPECT_EQ(port.Calls, calls);
     }
@@ -83,7 +83,7 @@ TEST(PosixPort, RawBytesAtTheRateSet)
     EXPECT_EQ(line.port.sio_getbaud(1), 38400);
     ASSERT_TRUE(line.terminal.IsAttached());
     line.terminal.Write(all, 38400);
-    // The kernel hands the bytes over in its own time.
+    // The kernel delivers the bytes when it likes.
     for (int i = 0; i < 5000 && line.port.sio_iqueue(1) < 256; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
@@ -91,7 +91,7 @@ TEST(PosixPort, RawBytesAtTheRateSet)
     EXPECT_EQ(line.port.sio_read(1, received), 256);
     EXPECT_EQ(received.substr(0, 256), all);
     EXPECT_EQ(line.port.sio_data_status(1), 0);
-    const std::string sent("\n\r\xFF\0\x11", 5); // an end of a line is what it is
+    const std::string sent("\n\r\xFF\0\x11", 5); // line ends are sent as they are
     for (const char byte : sent) {
         EXPECT_EQ(line.port.sio_putch(1, static_cast<std::uint8_t>(byte)), 0);
     }
@@ -124,7 +124,7 @@ TEST(PosixPort, WithoutAnOpenPortNothingIsReadOrSent)
     PosixLine line;
     line.devices.Override(2, "/dev/null");
     EXPECT_NE(line.port.sio_open(2), 0);
-    for (const std::int32_t port : {1, 2, 97}) { // never opened, no terminal, no such number
+    for (const std::int32_t port : {1, 2, 97}) { // never opened, not a terminal, no such number
         EXPECT_LT(line.port.sio_iqueue(port), 1) << port;
         EXPECT_NE(line.port.sio_putch(port, 'x'), 0) << port;
     }

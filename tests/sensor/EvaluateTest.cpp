@@ -1,4 +1,4 @@
-// The evaluation of replies: which event and which follow-up belong to which bytes in which state.
+// The evaluation of replies: which event and which follow-up command the bytes cause in each state.
 #include "sensor/Parameters.h"
 #include "sensor/modReplySteps.h"
 #include "tests/support/ScriptedSensor.h"
@@ -11,7 +11,7 @@ namespace {
 
 constexpr double kPast_ms = 2001;
 
-/// In a state of the dialogue, with a deadline 2000 ms after the start.
+/// A device in a state of the dialogue, with a deadline 2000 ms after the start.
 struct Expecting : ScriptedSensor {
     Expecting(std::int32_t commStatus, std::string_view lastCommand, std::int32_t format = FormatAsciiUnit)
     {
@@ -45,13 +45,13 @@ TEST(Evaluate, SilencePastTheDeadline)
     }
 }
 
-/// One reply in one state: before the deadline, and once past it.
+/// One reply in one state, before the deadline and after it.
 struct ReplyRow {
     std::int32_t status;
     std::string command, bytes;
     std::int32_t early, late; // the events
     std::string lateSent;
-    bool lateEmptied; // the buffer after the evaluation past the deadline
+    bool lateEmptied; // whether the evaluation past the deadline empties the buffer
 };
 
 void checkReplies(const std::vector<ReplyRow>& rows, std::int32_t format = FormatAsciiUnit)
@@ -84,7 +84,7 @@ TEST(Evaluate, RepliesWhenIdle)
 {
     const std::string frame = "302 50\r";
     checkReplies({
-        // An acknowledgement of up to five bytes waits for the deadline, then counts.
+        // An acknowledgement of up to five bytes counts only once the deadline has passed.
         {DialogueIdle, frame, "OK 302\r\n", EventAcknowledged, EventAcknowledged, "", true},
         {DialogueIdle, frame, "OK\r\n", EventNone, EventAcknowledged, "", true},
         {DialogueIdle, frame, "Error 302\r\n", EventRefused, EventRefused, "", true},
@@ -96,7 +96,7 @@ TEST(Evaluate, RepliesWhenIdle)
         {DialogueIdle, "T", "-5 C, NOK\r\n", EventTemperature, 0, "", true},
         {DialogueIdle, "T", " C,  ok\r\n", EventNone, EventNoAnswer, "", true},
         {DialogueIdle, frame, "garbage", EventNone, EventNoAnswer, "", false},
-        // Noise that nobody asked for: dropped; a restarted sensor is understood after the loop's step back.
+        // Noise outside a dialogue is dropped; a restarted sensor is understood once the loop has stepped back.
         {DialogueIdle, "", "abc", EventNone, EventNone, "", true},
         {DialogueIdle, "", "garbage", EventNone, EventNoAnswer, "", true},
         {DialogueIdle, "", "Sensor ready\r\n", EventNone, EventNoAnswer, "", false},
@@ -108,7 +108,7 @@ TEST(Evaluate, RepliesWhenIdle)
 
 TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
 {
-    // The loop takes no step back for such a sensor, so the parser has to let go by itself.
+    // The loop does not step back for such a sensor, so the parser itself has to give up.
     Expecting sensor(DialogueIdle, "302 50\r");
     sensor.device.Parameters.OutputMode = OutputSingle;
     sensor.At(kPast_ms);
@@ -141,7 +141,7 @@ TEST(Evaluate, RepliesWhileMeasuring)
         {DialogueMeasuring, "S", "  1.234 m\r\n", EventNone, EventNone, "T", true},
     });
     checkReplies({{DialogueMeasuring, "m", "\x01\x02\x03", EventNone, EventNoAnswer, "", true},
-                  // The bytes of "C, " inside a distance.
+                  // A distance that contains the bytes of "C, ".
                   {DialogueMeasuring, "m", "\x43\x2C\x20\x00"s, EventDistance, 0, "", true}},
                  FormatBinary);
     checkReplies({{DialogueMeasuring, "T", "\x17\x01\x02\x03", EventCrcError, 0, "", true}}, FormatBinaryCrc);
@@ -168,7 +168,7 @@ TEST(Evaluate, AsciiDistances)
     const std::tuple<std::string, std::string, double, std::int32_t, std::string> rows[] = {
         {"\r\n 1.234 m\r\n", "1.234 m", 1.234, 1234, ""},
         {"1\r\n2\r\n3\r\n4\r\n", "4", 4, 4000, ""},
-        {"1\r\n2\r\n3\r\n", "2", 2, 2000, "3\r\n"},               // an odd line stays
+        {"1\r\n2\r\n3\r\n", "2", 2, 2000, "3\r\n"},               // a line without a partner stays
         {"     1.234 m\r\n 5.6", "1.234 m", 1.234, 1234, " 5.6"}, // 12 characters
         {"    1.234 m\r\n 5.6", "", 0, 0, " 5.6"},                // 11
         {"\r\n  -0.5\r\n", "-0.5", -0.5, -500, ""},
@@ -187,7 +187,7 @@ TEST(Evaluate, AsciiDistances)
         EXPECT_DOUBLE_EQ(sensor.device.MeasValue, value) << bytes;
         EXPECT_EQ(sensor.device.MeasValue_mm, mm) << bytes;
         EXPECT_EQ(sensor.device.InBuffer, rest) << bytes;
-        // Without a distance the run ends at the deadline, not after it.
+        // Without a distance, the run ends at the deadline and not only after it.
         sensor.device.FailTime = sensor.device.CurrentTime;
         EXPECT_EQ(sensor.Arrive(" "), EventNoAnswer) << bytes;
         EXPECT_EQ(sensor.device.InBuffer, "") << bytes;
@@ -199,7 +199,7 @@ TEST(Evaluate, BinaryDistances)
     const std::tuple<std::string, std::int32_t, std::int32_t, std::string> rows[] = {
         {"\x10\x27\x00\x00"s, EventDistance, 10000, ""},
         {"\x10\x27\x00\x00\x11\x27\x00\x00\x12"s, EventDistance, 10001, "\x12"},
-        // Out of step: by one byte it still looks like a frame, by two it does not.
+        // Out of step: shifted by one byte it still looks like a frame, shifted by two it does not.
         {"\xAA\x10\x27\x00\x00"s, EventDistance, 0x2710AA, "\x00"s},
         {"\xAA\x00\x10\x27\x00\x00"s, EventDistance, 10000, ""},
         {"\xFF\xFF\xFF\x7F"s, EventDistance, kMarkerNoEcho, ""},
@@ -207,7 +207,7 @@ TEST(Evaluate, BinaryDistances)
         {"\xF0\xD8\xFF\xFF"s, EventDistance, -10000, ""},
         {"\x01\x00\xE2\xFF"s, EventDistance, 0xE20001 - 0x1000000, ""},
         {"\x01\x00\xE1\xFF"s, EventNone, 0, "\x00\xE1\xFF"s},
-        {"\x00\x27\x00\x00"s, EventNone, 0, ""}, // b0 = 0 is no frame, but keeps the step
+        {"\x00\x27\x00\x00"s, EventNone, 0, ""}, // b0 = 0 is not a frame, but keeps the step
         {"\x00\x04\x00\x00\x00\x04\x00\x00\x01\x04\x00\x00"s, EventDistance, 1025, ""},
         {"\xFE\xFF\xFF\x7F"s, EventNone, 0, "\xFF\xFF\x7F"s},
     };
@@ -233,13 +233,13 @@ TEST(Evaluate, CrcFrames)
     EXPECT_EQ(sensor.device.MeasValue_mm, 10001);
     EXPECT_EQ(sensor.Arrive("yzyzy" + good), EventCrcError) << "a bad one ends the evaluation";
 
-    // After a gap, too, a good frame behind damage is found.
+    // After a gap, a good frame behind damage is found too.
     sensor.At(8000);
     sensor.device.InBuffer.clear();
     EXPECT_EQ(sensor.Arrive("abc" + good), EventCrcError);
     EXPECT_EQ(sensor.Arrive(""), EventDistance);
 
-    // Another format than expected: not for ever an error, but no answer, so that the dialogue begins anew.
+    // Another format than expected must not be an error for ever: it counts as no answer, and the dialogue begins anew.
     sensor.device.InBuffer.clear();
     sensor.At(18000);
     EXPECT_EQ(sensor.Arrive("   1.234 m\r\n"), EventNoAnswer);
@@ -261,7 +261,7 @@ TEST(Evaluate, BehindACrcErrorItGoesOnInOnePass)
     EXPECT_EQ(sensor.device.MeasValue_mm, 10004) << "a damaged frame costs itself";
     EXPECT_EQ(sensor.device.EventNr, EventCrcError) << "of all the damage in a tick one event tells";
 
-    // Far from the last distance a frame out of step may be one by chance: the next one has to be good, too.
+    // Far from the last distance, a frame out of step may look good by chance: the next one has to be good too.
     sensor.device.InBuffer.clear();
     EXPECT_EQ(sensor.Arrive("x" + frame(50000)), EventCrcError);
     sensor.device.EvaluateBehindDamage();
@@ -362,7 +362,7 @@ TEST(Evaluate, ALineIsMeasuredInTheUnitThatItNames)
 {
     Expecting sensor(DialogueMeasuring, "m");
     sensor.Arrive("     1.234 m\r\n");
-    sensor.Arrive("    4.0490 ft\r\n"); // set up anew by somebody else
+    sensor.Arrive("    4.0490 ft\r\n"); // another program has changed the settings
     sensor.Arrive("    4.0500 ft\r\n");
     EXPECT_EQ(sensor.device.MeasValue_mm, 1234);
     EXPECT_EQ(sensor.device.Parameters.DistanceUnit, 3);
@@ -441,8 +441,8 @@ TEST(Evaluate, UnstoredChangesAreThoseOfTheRunningSensorAlone)
     const std::tuple<std::string, std::string, bool> rows[] = {
         {"4711", "Type: Serial\r\nSerial-No: 4711\r\nend", true},
         {"4711", "Type: Serial\r\nSerial-No: 4712\r\nend", false},
-        {endless.substr(0, 64), "Type: Serial\r\nSerial-No: " + endless + "\r\nend", true}, // kept cut off
-        {"4711", "RVQ ready\r\n", false}, // restarted: it works with what it has stored
+        {endless.substr(0, 64), "Type: Serial\r\nSerial-No: " + endless + "\r\nend", true}, // cut off
+        {"4711", "RVQ ready\r\n", false}, // restarted: it works with its stored settings
     };
     for (const auto& [serialNo, bytes, stays] : rows) {
         for (const bool unstored : {false, true}) {
@@ -556,7 +556,7 @@ TEST(Evaluate, HowTheBytesAreCutMakesNoDifference)
             for (std::size_t at = 0; at < stream.size(); at += piece) {
                 EXPECT_NE(sensor.Arrive(stream.substr(at, piece)), EventCrcError);
             }
-            sensor.Arrive(""); // an odd line at the end waits for one more evaluation
+            sensor.Arrive(""); // a line without a partner waits for one more evaluation
             EXPECT_EQ(sensor.device.MeasValue_mm, 1234);
             EXPECT_EQ(sensor.device.InBuffer, "");
         }

@@ -33,7 +33,7 @@ TEST(Fields, PairsMustLieApart)
 {
     const std::tuple<std::size_t, const char*, const char*, bool> rows[] = {
         {FieldS1On, "1000", "1009", false},      {FieldS1On, "1000", "1010", true},
-        {FieldS1On, "9999999", "9995", false}, // too near to the old value, 10000
+        {FieldS1On, "9999999", "9995", false}, // too close to the old value, 10000
         {FieldS2On, "-4", "5", false},           {FieldS2On, "-5", "5", true},
         {FieldAnalogMin, "1000", "1999", false}, {FieldAnalogMin, "1000", "0", true},
     };
@@ -69,7 +69,7 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     EXPECT_EQ(target.TimeOut, 1);
     EXPECT_EQ(target.RainFilter, -1);
 
-    // A serial configuration saved in its place, and one sent to such a sensor.
+    // A serial configuration is saved in its place, and one is sent to such a sensor.
     const ShownSettings serial = ShownOf(ParameterSet(), ',');
     EXPECT_EQ(serial.texts[FieldNodeAddress], "n/a");
     EXPECT_EQ(CopyInto(target, serial)[FieldNodeAddress], CopyOutcome::Skipped);
@@ -83,10 +83,10 @@ TEST(Fields, DifferencesNameTheSensorsValue)
     ParameterSet set;
     SensorIdentity sensor;
     sensor.Attenuator = "DE";
-    set.Offset = 40000; // out of the box's range, yet the same
+    set.Offset = 40000; // outside the box's range, yet the same
     ShownSettings shown = ShownOf(set, ',');
     EXPECT_TRUE(Differences(shown, set, sensor, ',', 0).empty());
-    shown.texts[FieldTemperature] = "20.0"; // written otherwise, yet the same
+    shown.texts[FieldTemperature] = "20.0"; // written differently, yet the same
     shown.texts[FieldS1On] = "9000";
     shown.texts[FieldScaleFactor] = "x";
     shown.texts[FieldDistanceWindow] = "1";
@@ -102,7 +102,7 @@ TEST(Fields, DifferencesNameTheSensorsValue)
     };
     const std::string everySensors = "603: Kontinuierlich|302: 25 %|304: Aus|";
     EXPECT_EQ(found(), "702: 1,000|501: 10000 mm|352: 20000 mm|" + everySensors);
-    sensor.Attenuator = "D"; // it does not report the window
+    sensor.Attenuator = "D"; // such a sensor does not report the window
     set.NodeAddress = 5;
     EXPECT_EQ(found(), "702: 1,000|" + everySensors);
 }

@@ -1,4 +1,4 @@
-// What a measurement is and how it reads.
+// What a measurement is and how it is written.
 #include "sensor/Measurement.h"
 
 #include <cmath>
@@ -17,12 +17,12 @@ TEST(DistanceText, ByUnitFormatAndMarker)
         {{.value = 2, .value_mm = 1829, .unit = 4, .outputFormat = 1}, "2,0000 yd"},
         {{.value = 2, .value_mm = 3218688, .unit = 5, .outputFormat = 1}, "2,00000000 mi"},
         {{.value = 0.5, .value_mm = 926000, .unit = 6, .outputFormat = 0}, "0,50000000 [nm]"},
-        {{.value = 1, .value_mm = 1000, .unit = 99, .outputFormat = 1}, "1,000 m"}, // a sensor that says nonsense
+        {{.value = 1, .value_mm = 1000, .unit = 99, .outputFormat = 1}, "1,000 m"}, // no such unit
         {{.value = 0, .value_mm = 0, .unit = 1}, "No Echo"},
         {{.value = 2147483.647, .value_mm = 2147483647, .unit = 1}, "No Echo"},
         {{.value = 2147483.632, .value_mm = 2147483632, .unit = 1}, "TempError"},
         {{.value = 2147483632, .value_mm = 0, .unit = 0}, "TempError"},
-        {{.value = 2147483647, .value_mm = 2147483632, .unit = 1}, "TempError"}, // "TempErr!" leaves both markers
+        {{.value = 2147483647, .value_mm = 2147483632, .unit = 1}, "TempError"}, // "TempErr!" sets both markers
     };
     for (const auto& [measurement, text] : rows) {
         EXPECT_EQ(DistanceText(measurement, ','), text);

@@ -46,7 +46,7 @@ TEST(SendCommand, DeadlineOfEachCommand)
         {"G", 9600, 2000},           {"X", 9600, 2000},      {"O", 9600, 2000},
         {"C", 1200, 4667},           {"C", 38400, 630},      {"302 50\r", 9600, 2000},
         {"701 1000\r", 9600, 3500},  {"999 \r", 9600, 3500}, {"000 \r", 9600, 3500},
-        {"501 99901\r", 9600, 3500}, {"C", -1, 1021}, // a closed port has no rate: the last one set counts
+        {"501 99901\r", 9600, 3500}, {"C", -1, 1021}, // a closed port has no rate, so the last one set counts
     };
     for (const auto& [command, rate, wait_ms] : rows) {
         ScriptedSensor sensor;
@@ -109,7 +109,7 @@ TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
         ScriptedSensor sensor;
         sensor.device.CommStatus = DialogueIdle;
         sensor.device.Parameters.TimeOut = 2;
-        sensor.device.Journal.Append(EventAcknowledged); // of an earlier command
+        sensor.device.Journal.Append(EventAcknowledged); // from an earlier command
         int pumps = 0;
         const auto pump = [&] {
             if (++pumps > 2) {

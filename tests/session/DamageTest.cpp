@@ -1,5 +1,5 @@
-// A line that loses, doubles and adds bytes: whatever is shown was sent. The same streams without damage come out as a
-// decoder without any memory has them.
+// A line that loses, doubles and adds bytes: whatever is shown was sent. Without damage, the same streams give the same
+// values as a decoder without memory.
 #include "sensor/modReplySteps.h"
 #include "tests/support/DamagedStream.h"
 
@@ -47,9 +47,9 @@ struct Sum {
     }
 };
 
-/// 1000 damaged frames at each rate, or more than 10000 damaged lines over all units; half of them in streams with a
-/// missing echo here and there. Lines that are not padded are long enough
-/// for the program only where two of them come in a tick.
+/// 1000 damaged frames at each rate, or more than 10000 damaged lines over all units; half of them in streams where an
+/// echo is missing now and then. Lines without padding are long enough for the program only where two of them arrive in
+/// a tick.
 Sum playRow(const Row& row)
 {
     Sum sum;
@@ -78,7 +78,7 @@ Sum playRow(const Row& row)
     return sum;
 }
 
-/// Writes the rows as a table, if a file is asked for.
+/// Writes the rows as a table if the environment names a file for it.
 class Table {
 public:
     Table()
@@ -125,7 +125,7 @@ TEST(Damage, WhatIsShownWasSent)
     table.End();
 }
 
-/// What no rule can tell for certain. The damage does not outlast its reply all the same.
+/// Damage that no rule can detect for certain. Even so, it does not outlast its reply.
 TEST(Damage, OfWhatCannotBeToldLittleIsWrong)
 {
     Table table;
@@ -143,7 +143,7 @@ TEST(Damage, OfWhatCannotBeToldLittleIsWrong)
     table.End();
 }
 
-/// A decoder without memory: of each tick the newest reply, the first bytes that fit being one.
+/// A decoder without memory: it takes the newest reply of each tick, and the first bytes that fit are a reply.
 class FirstFit {
 public:
     FirstFit(std::int32_t format, double factor) : m_format(format), m_factor(factor) {}
@@ -196,7 +196,7 @@ private:
     std::string m_bytes;
 };
 
-/// Every range with none, some and many replies without an echo.
+/// Every range, with replies that never, sometimes and often lack an echo.
 std::vector<std::pair<Span, double>> spansAndEchoes()
 {
     std::vector<std::pair<Span, double>> cases;

@@ -1,5 +1,5 @@
 // Every operation of the program against every fault of the sensor and its line, over a real pseudo-terminal. Each cell
-// has to end in time, say what is meant to be said, and leave a program whose next operations work.
+// has to end in time, report what it should, and leave a program whose next operations work.
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
 #include "tests/support/FaultCell.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// How an operation can end. The letters stand in the rows of the operations; a small one is allowed only with a sensor
+/// How an operation can end. The rows of the operations hold these letters; a small one is allowed only with a sensor
 /// that sends binary frames.
 struct Ending {
     char letter = 'H';
@@ -23,10 +23,10 @@ struct Ending {
 constexpr Ending kHangs, kDone{'D', "done"},
     kNoConnection{'N', "no connection"}, // "No connection to sensor", or the box with "No response"
     kPortNotOpen{'P', "port not open"},  // "Comport not open"
-    kRefused{'R', "refused"},            // the setting is taken back, or the box with "Invalid configuration code"
+    kRefused{'R', "refused"},            // the setting goes back, or the box with "Invalid configuration code"
     kFailed{'F', "failed"},              // the red text of the settings window
-    kNothing{'U', "no value"},           // nothing is said; the sensor has answered the next poll
-    kAnew{'L', "begun anew"};            // the operation is lost, the dialogue has begun anew by itself
+    kNothing{'U', "no value"},           // nothing is reported; the sensor has answered the next poll
+    kAnew{'L', "begun anew"};            // the operation is lost, and the dialogue has restarted by itself
 
 /// Whether the idle sensor has just answered a poll.
 bool hasPolled(FaultCell& cell)
@@ -39,7 +39,8 @@ bool hasDistance(FaultCell& cell)
     return cell.device.EventNr == EventDistance;
 }
 
-/// A damaged dump and an announcement look like another sensor, or one that works with what it has stored.
+/// After a damaged dump or an announcement the sensor looks like another one, or like one that works with its stored
+/// settings.
 bool hasUnstored(const FaultCell& cell)
 {
     return cell.device.UnstoredChanges || cell.fault.rate != nullptr;
@@ -59,10 +60,10 @@ void upload(FaultCell& cell)
 
 struct Operation {
     const char* name;
-    bool measuring;      ///< before it
-    bool waits;          ///< it has ended when it returns
-    double limit_s;      ///< of the program's clock: the deadlines on its way, and a poll
-    const char* allowed; ///< endings, a word for each of kFaults in its order
+    bool measuring;      ///< before the operation
+    bool waits;          ///< the operation has ended when its call returns
+    double limit_s;      ///< by the program's clock: the deadlines on the way, and a poll
+    const char* allowed; ///< endings, one word for each of kFaults, in the same order
     void (*act)(FaultCell&);
     bool (*isDone)(FaultCell&);
 };
@@ -111,10 +112,10 @@ const Operation kOperations[] = {
 struct Result {
     Ending ending;
     double seconds = 0.0;
-    std::string complaint; ///< empty: all well
+    std::string complaint; ///< empty when all is well
 };
 
-/// What the window was told, without why something has failed and without what follows an upload that was given up.
+/// What the window was told, without the reasons of failures and without what follows an abandoned upload.
 std::string withoutReasons(const std::string& told)
 {
     std::istringstream words(told);
@@ -127,11 +128,11 @@ std::string withoutReasons(const std::string& told)
     return rest;
 }
 
-/// What has been said of an operation that is not done, if anything.
+/// What has been reported about an operation that is not done, if anything.
 std::optional<Ending> saidOf(const FaultCell& cell)
 {
     static constexpr std::string_view kRed[] = {"! ", "! fill ", "! 1275 ", "! 1276 ! ", "! 1276 select ", "1272 ! "};
-    // That an upload was given up follows from the answers; what else has failed is red.
+    // That an upload was abandoned follows from the answers; every other failure is red.
     const std::string told = withoutReasons(cell.window.told);
     if (std::ranges::find(kRed, told) != std::end(kRed)) {
         return kFailed;
@@ -177,7 +178,7 @@ Result operate(FaultCell& cell, const Operation& operation)
     return {cell.isDead ? kHangs : *ending, cell.Elapsed_s(), {}};
 }
 
-/// A dead line is shown as one; a mended one comes back by itself, and a measurement with it.
+/// A dead line is shown as dead; a mended one comes back by itself, and so does a measurement.
 bool isConnected(FaultCell& cell)
 {
     const bool dead = cell.fault.strike == Strike::Unplug || cell.fault.rate == &simulator::Faults::silence;
@@ -220,20 +221,20 @@ bool stops(FaultCell& cell)
     return cell.StepUntil(9, [&] { return hasPolled(cell) && !cell.sensor.IsMeasuring() && !cell.view.running; });
 }
 
-/// What a distance text says, without its unit.
+/// A distance text without its unit.
 std::string wordOf(const std::string& distance)
 {
     return distance.substr(0, distance.find(' '));
 }
 
-/// The file goes on being written and, played, shows every distance that was shown, in order.
+/// The file is still being written, and played back it shows every distance that was shown, in order.
 bool isRecorded(FaultCell& cell)
 {
     const bool goesOn = cell.recorder.Mode == RecorderRecording && cell.recorder.Lines() > cell.linesBefore;
     cell.recorder.Stop();
     std::vector<std::string> shown, played;
     for (const std::string& distance : cell.view.distances) {
-        // A temperature error that the sensor sends in words is recorded as no echo.
+        // A temperature error that the sensor sends as a word is recorded as no echo.
         const bool inWords = distance == "TempError" && cell.device.Parameters.OutputFormat < FormatBinary;
         shown.push_back(inWords ? "No" : wordOf(distance));
     }
@@ -243,7 +244,7 @@ bool isRecorded(FaultCell& cell)
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
 
-/// What a program has to do after every operation, in this order.
+/// What the program has to do after every operation, in this order.
 constexpr std::pair<bool (*)(FaultCell&), const char*> kAfterwards[] = {
     {isConnected, "is not connected again"},
     {reads, "cannot read the parameter set"},

@@ -128,14 +128,14 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
     struct Row {
         const char* name;
         void (*happens)(Monitor&);
-        int in, passes; ///< the pass in which it happens, and the last one
+        int in, passes; ///< the pass in which it happens, and the last pass
         bool found = false;
     };
     const Row rows[] = {
         {"a value", [](Monitor& m) { m.sensor.port.Arriving = kLine; }, 5, 5, true},
-        // 41 looks at the port, 40 waits between them
+        // 41 checks of the port, 40 waits between them
         {"silence", [](Monitor&) {}, 1, 40},
-        // the value is that of the other sensor
+        // the value comes from the other sensor
         {"another port", [](Monitor& m) { m.loop.ChangePort(), m.sensor.port.Arriving = kLine; }, 1, 1},
         {"the end", [](Monitor& m) { m.loop.Unload(); }, 1, 1},
     };
@@ -148,7 +148,7 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
             if (++passes == row.in) {
                 row.happens(monitor);
             }
-            monitor.Tick(); // the timer goes on meanwhile, and leaves the port alone
+            monitor.Tick(); // the timer goes on meanwhile and leaves the port alone
             EXPECT_FALSE(monitor.view.rule.Start) << row.name;
             return ScriptedSensor::kStart + monitor.now_ms / kMsPerDay;
         });
@@ -215,10 +215,10 @@ TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
     Monitor monitor;
     monitor.sensor.device.ReadTempInterval = 1000;
     monitor.loop.PollTemperature(true);
-    monitor.Measure(); // sent "M", then right after the distance "S"
+    monitor.Measure(); // "M" was sent, then "S" right after the distance
     EXPECT_TRUE(monitor.loop.IsTemperaturePending());
     EXPECT_EQ(monitor.sensor.device.CommStatus, DialogueMeasuring) << "the lamp stays green";
-    monitor.Tick(kLine); // still in flight
+    monitor.Tick(kLine); // a value still in flight
     monitor.Tick({}, 2000);
     monitor.Tick("31 C,  OK\r\n");
     EXPECT_EQ(monitor.Sent(), "TM");

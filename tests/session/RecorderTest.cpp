@@ -62,7 +62,7 @@ TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit room{line.size() * 5 / 2, before.rlim_max}; // two lines and a half
+    const rlimit room{line.size() * 5 / 2, before.rlim_max}; // room for two and a half lines
     setrlimit(RLIMIT_FSIZE, &room);
     recorder.Record(kValue, kTemperature);
     EXPECT_EQ(recorder.Mode, RecorderRecording);
@@ -151,7 +151,7 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
     });
     double now = 100.5;
     std::error_code failure;
-    // So many flushes after so many seconds; they run beside.
+    // Whether there are this many flushes after this many seconds; they run in the background.
     const auto flushesAfter = [&](double seconds, int expected) {
         const int ticks = static_cast<int>(20 * seconds);
         for (int i = 0; i < ticks + 20 || (i < 10000 && flushes < expected); ++i) {
@@ -167,7 +167,7 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
     EXPECT_TRUE(flushesAfter(2.0, 1));
     file.WriteLine("line\r\n", now);
     EXPECT_TRUE(flushesAfter(1.0, 1));
-    now -= 1.5 / kSecondsPerDay; // the clock is set back by less than it has waited
+    now -= 1.5 / kSecondsPerDay; // the clock is set back by less than the line has waited
     EXPECT_TRUE(flushesAfter(0.2, 2));
     EXPECT_FALSE(failure);
     file.WriteLine("line\r\n", now);
@@ -182,7 +182,7 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
 
 constexpr int kNotAllowed = 77;
 
-/// In a process of its own: records on a disk of two pages until it is full. 0 when that ends as it should.
+/// Runs in a process of its own: records on a disk of two pages until it is full. 0 when that ends as it should.
 int fillSmallDisk(const std::filesystem::path& folder)
 {
     const bool alone = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;

@@ -33,7 +33,7 @@ TEST(SensorLine, DistancesInEveryUnitSingleValuesAndTemperaturesArriveInEveryFor
         ASSERT_TRUE(line.UntilEvent(EventDistance)) << format;
         EXPECT_NEAR(line.device.MeasValue_mm, 3300, 10) << format;
         EXPECT_EQ(line.device.CommStatus, DialogueIdle);
-        line.sensor.SetTemperature(40 + format); // the idle sensor is asked for it
+        line.sensor.SetTemperature(40 + format); // the idle sensor is polled for it
         ASSERT_TRUE(line.Until([&] { return line.view.temperature == std::to_string(40 + format) + " C,  OK"; }));
     }
 }

@@ -1,4 +1,4 @@
-// The transfers against the simulated sensor on a real line: what goes over the wire, what the window is told.
+// The transfers against the simulated sensor on a real line: what goes over the wire and what the window is told.
 #include "sensor/Parameters.h"
 #include "session/clsTransfer.h"
 #include "tests/support/SensorOnLine.h"
@@ -133,7 +133,7 @@ TEST(Transfer, ASensorThatRestartsIsSentEverythingAgain)
             const std::size_t before = window.line.sensor.WireLog().size();
             window.line.Tick();
             if (window.line.sensor.WireLog().size() > before && ++commands == 5) {
-                window.line.PowerOn(); // in the place of its answer
+                window.line.PowerOn(); // instead of its answer
             }
         };
         window.answers = {answer};
@@ -170,7 +170,7 @@ TEST(Transfer, TheProgramEndsInTheMiddle)
     window.line.sensor.Faults().silence = 1.0;
     window.pump = [&] {
         window.line.Tick();
-        window.transfer.Download(); // a second one is not begun
+        window.transfer.Download(); // a second transfer does not start
         window.line.loop.Unload();
     };
     window.transfer.Upload();

@@ -1,4 +1,4 @@
-// When a shown value says how old it is, and how.
+// When a shown value states its age, and in which form.
 #include "session/clsValueAge.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ using Age = std::optional<ValueAge>;
 
 TEST(ValueAge, IsToldOnceTheValueIsStale)
 {
-    using Row = std::tuple<double, double, bool, Age>; // age, how old a fresh one is, port open
+    using Row = std::tuple<double, double, bool, Age>; // age, the age up to which a value is fresh, port open
     for (const auto& [age_s, fresh_s, isOpen, told] :
          {Row{2.99, kFresh_s, true, Age{}}, Row{3.01, kFresh_s, true, ValueAge{kSeconds, 3}},
           Row{0.0, kFresh_s, false, ValueAge{kSeconds, 0}}, Row{12.9, kFresh_s, true, ValueAge{kSeconds, 12}},

@@ -1,4 +1,4 @@
-// The simulated sensor as seen from its line, in a time that the tests make.
+// The simulated sensor as seen from its line, with the time set by the tests.
 #include "simulator/clsSensorModel.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@ namespace simulator {
 
 namespace {
 
-/// A sensor and the time: everything sent is collected in steps of a millisecond.
+/// A sensor and its clock: whatever it sends is collected in steps of a millisecond.
 struct Bench {
     clsSensorModel sensor;
     double now_s = 0;
@@ -65,7 +65,7 @@ TEST(SensorModel, AFrameMayComeInPiecesButNotForever)
 TEST(SensorModel, BytesNeverOutrunTheLine)
 {
     Bench bench{clsSensorModel({.lineRate = 38400})};
-    bench.sensor.SetParameter("301", 0); // more values than any line carries
+    bench.sensor.SetParameter("301", 0); // more values than any line can carry
     bench.sensor.Receive("MCT", 0);
     std::size_t count = 0;
     for (int step = 1; step <= 300; ++step) {

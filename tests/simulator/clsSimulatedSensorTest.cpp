@@ -1,4 +1,4 @@
-// The simulated sensor on a real pseudo-terminal, as another program meets it.
+// The simulated sensor on a real pseudo-terminal, as another program sees it.
 #include "simulator/clsSimulatedSensor.h"
 
 #include "tests/support/TemporaryFolder.h"
@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The other end of the line, in the hands of a program.
+/// A program at the other end of the line.
 struct Client {
     const int port;
 
@@ -22,7 +22,7 @@ struct Client {
     ~Client() { close(port); }
     Client(const Client&) = delete;
 
-    /// Reads until so many bytes are there, the line hangs up or is silent for five seconds.
+    /// Reads until `count` bytes are there, the line hangs up or is silent for five seconds.
     std::string Read(std::size_t count) const
     {
         std::string bytes;

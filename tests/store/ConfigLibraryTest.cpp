@@ -27,7 +27,7 @@ struct ConfigFolder : testing::Test {
         }
         return list;
     }
-    /// Saves a configuration and returns the name of the file that could not be written.
+    /// Stores a configuration and returns the name of the file that could not be written.
     std::string Stored(clsConfigLibrary& library, const std::string& name) const
     {
         const UnwrittenFile unwritten = library.Store(library.FindOrAdd(folder / name), name);
@@ -114,7 +114,7 @@ TEST_F(ConfigFolder, SavingImportingAndDeletingKeepTheListInTheIniFile)
     EXPECT_EQ(library.Import(folder / "none"), std::nullopt);
     EXPECT_EQ(Listed(), "RVQFile1=a|RVQFile2=c|RVQFile3=|RVQFile4=") << "an import is kept by the next save";
 
-    // Deliberate: a number that a longer list has left is read again.
+    // Deliberate: a number left over from a longer list is read again.
     const std::string a = folder / "a", b = folder / "b", c = folder / "c";
     Put("RVQ.ini", "[FILES]\nRVQFile1=" + a + "\nRVQFile2=" + b + "\nRVQFile3=" + c + "\nRVQFile4=" + c + "\n");
     Built().Delete(2, unwritten);
@@ -185,7 +185,7 @@ TEST_F(ConfigFolder, TwoProgramsKeepEachOthersChangesOfTheList)
 TEST_F(ConfigFolder, AListThatCouldNotBeReadIsAddedTo)
 {
     const std::string a = Put("a", "[RVQ]\nDescription=A\n");
-    std::filesystem::create_symlink("/proc/self/mem", iniFile); // a file of which no byte can be read
+    std::filesystem::create_symlink("/proc/self/mem", iniFile); // no byte of this file can be read
     clsConfigLibrary library = Built();
     EXPECT_EQ(library.Size(), 1U);
     EXPECT_EQ(Stored(library, "b"), "RVQ.ini");

@@ -1,4 +1,4 @@
-// The settings sheet, line for line.
+// The settings sheet, line by line.
 #include "store/Printout.h"
 
 #include "store/modGlobals.h"

@@ -23,7 +23,7 @@ void expectLines()
 {
     const double quarter = timeOf(15, 13, 5, 7, 250);
     const std::tuple<double, double, std::int32_t, const char*, const char*> rows[] = {
-        // A quarter of a second as the clock gives it, and as the next number above.
+        // A quarter of a second as the clock gives it, and as the next number above it.
         {quarter, 1.234, 1234, "23 C", "15.11.2026 13:05:07,249; 1234 mm; 23 \xB0\x43\r\n"},
         {std::nextafter(quarter, 1e9), 1.234, 1234, "23 C", "15.11.2026 13:05:07,250; 1234 mm; 23 \xB0\x43\r\n"},
         {46341.5, 1.234, 1234, "23 C,  OK", "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n"},
@@ -83,7 +83,7 @@ TEST(RecordLine, SaysWhatTheDisplaySays)
     }
 }
 
-/// Every millisecond comes back as it was or, where the cutting off made it low, as the one before.
+/// Every millisecond comes back the same or, where cutting off made it low, as the one before.
 TEST(RecordLine, ComesBackToTheMillisecondThatItKeeps)
 {
     Measurement measurement;
@@ -107,7 +107,7 @@ TEST(LineParser, ReadsWhatItCanAndRefusesTheRest)
 {
     constexpr auto kDistance = MeasurementKind::Distance, kNoEcho = MeasurementKind::NoEcho;
     const double noon = timeOf(15, 12, 0, 0, 0), ms = 1.0 / kMsPerDay;
-    // The time is 0 where the line is unreadable.
+    // A time of 0 marks an unreadable line.
     const std::tuple<const char*, double, MeasurementKind, std::int32_t> rows[] = {
         {"15.11.2026 12:00:00,001; 1234567890 mm; 23 C", noon + ms, kDistance, 1234567890},
         {"15.11.2026 12:00:00,002;No Echo", noon + 2 * ms, kNoEcho, 0},
@@ -133,7 +133,7 @@ TEST(LineParser, ReadsWhatItCanAndRefusesTheRest)
             EXPECT_EQ(value.value_mm, value_mm) << line;
         }
     }
-    // A line that was cut off, and a whole one behind it.
+    // A line that was cut off, with a whole one after it.
     const std::string line = "05.11.2026 13:05:07,250; 1234 mm; 23 \xB0\x43";
     for (std::size_t length = 1; length <= line.size(); ++length) {
         RecordedValue torn;

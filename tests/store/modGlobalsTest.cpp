@@ -65,7 +65,7 @@ TEST(GlobalSettings, WhatCouldNotBeReadIsNotWritten)
 {
     const TemporaryFolder folder;
     const std::string file = folder.path / "RVQ.ini";
-    std::filesystem::create_symlink("/proc/self/mem", file); // a file of which no byte can be read
+    std::filesystem::create_symlink("/proc/self/mem", file); // no byte of this file can be read
     modGlobals::Settings settings = modGlobals::LoadGlobalSettings(file, '.');
     EXPECT_EQ(settings.UnreadWhy, std::errc::io_error);
     EXPECT_EQ(settings.UnreadFile, file);

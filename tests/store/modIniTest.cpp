@@ -1,4 +1,4 @@
-// INI files that people wrote by hand: read without a change, written with one.
+// INI files that people wrote by hand: reading changes nothing, writing changes one line.
 #include "store/modIni.h"
 
 #include "base/modFiles.h"
@@ -45,7 +45,7 @@ TEST_F(IniFile, ReadingFindsTheFirstMatchAndChangesNothing)
     using V = clsIni::Variant;
     const std::tuple<const char*, const char*, V, V> rows[] = {
         {"GENERAL", "Baudrate", 5, 4800}, {"GENERAL", "Baudrate", std::int16_t{5}, 4800},
-        {"GENERAL", "Comport", 5, 5}, // the commented one and the second section do not count
+        {"GENERAL", "Comport", 5, 5}, // neither the commented line nor the second section counts
         {"chart", "YMAX", 1.0, 5.5},      {"chart", "none", 1.5F, 1.5},
         {"chart", "A", "x"s, "b=c"s},     {"chart", "empty", "x"s, ""s},
         {"chart", "empty", 5, 0},         {"last", "x", "d"s, "d"s},
@@ -83,10 +83,10 @@ TEST_F(IniFile, WritingChangesOneLine)
         {"x=1", "s", "k", "", "x=1\r\n[s]\r\nk=\r\n"},
         {"x=1\r", "s", "k", "2", "x=1\r\n[s]\r\nk=2\r\n"},
         {"[s]\r\nk=1\r\nk=2\r\n[s]\r\nk=3", "s", "k", " 9 ", "[s]\r\nk= 9 \r\nk=2\r\n[s]\r\nk=3"},
-        {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot begin a line of its own
+        {"[s]\nk=1", "s", "k", "a\r\n[t]", "[s]\nk=a  [t]"}, // a value cannot start a new line
     };
     for (const auto& [before, section, key, value, after] : rows) {
-        if (!before.empty()) { // else there is no file yet
+        if (!before.empty()) { // otherwise there is no file yet
             Put(before);
         }
         EXPECT_TRUE(Ini().WriteSetting(section, key, value)) << before;
@@ -171,7 +171,7 @@ TEST_F(IniFile, AChangeKeepsOthersOutButNoneOfThemForEver)
         while (!waits) {
             std::this_thread::yield();
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // shorter: the fault is missed, no more
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // if too short, it only misses the fault
         EXPECT_FALSE(passes);
         content.Put("s", {"n", "1"});
     };

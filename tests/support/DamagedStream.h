@@ -1,4 +1,5 @@
-// A measurement over a line that damages a byte now and then: what the sensor has sent, what the program made of it.
+// A measurement over a line that damages a byte now and then: what the sensor has sent, and what the program made of
+// it.
 #pragma once
 
 #include "base/Days.h"
@@ -19,7 +20,7 @@
 #include <vector>
 
 enum class Damage : std::uint8_t { None, Lost, Doubled, Foreign, Replaced };
-/// How the distance goes: around one place with noise, along with a crane, or anywhere in the range each time.
+/// How the distance moves: around one place with noise, along with a crane, or to a random place each time.
 enum class Course : std::uint8_t { Still, Moving, Anywhere };
 
 struct StreamCase {
@@ -29,14 +30,14 @@ struct StreamCase {
     double rate_Hz = 18;
     Course course = Course::Still;
     Damage damage = Damage::None;
-    bool isPadded = true; ///< lines are
-    double noEcho = 0.0;  ///< part of the replies
-    int damages = 1000;   ///< or, undamaged, replies
+    bool isPadded = true; ///< whether the lines are padded
+    double noEcho = 0.0;  ///< the share of replies without an echo
+    int damages = 1000;   ///< or, without damage, the number of replies
     unsigned seed = 1;
 };
 
 struct StreamResult {
-    int damaged = 0; ///< replies
+    int damaged = 0; ///< damaged replies
     int sent = 0, shown = 0;
     int wrong = 0;        ///< shown values that had not been sent within the last second
     double longest_s = 0; ///< from a damaged reply to the next value
@@ -50,7 +51,7 @@ public:
     /// Chooses where and how a byte is damaged.
     std::function<std::uint32_t()> Choose = [this] { return static_cast<std::uint32_t>(m_damage()); };
 
-    /// Is told what a tick finds on the line.
+    /// Called with what a tick finds on the line.
     std::function<void(std::string_view)> Arrived = [](std::string_view) {};
 
     StreamResult Play()
@@ -82,7 +83,7 @@ public:
                 }
                 m_line.Arriving += byte;
             }
-            next_s = std::max(next_s, arrival_s - 1.0 / m_case.rate_Hz); // the line is no faster
+            next_s = std::max(next_s, arrival_s - 1.0 / m_case.rate_Hz); // the line is not any faster
         }
         for (int i = 0; i < 20; ++i, tick_s += 0.05) {
             tickAt(tick_s);
@@ -102,7 +103,7 @@ private:
         double time_s;
         std::int32_t value_mm;
     };
-    static constexpr int kApart = 10; // good replies between two damaged ones, at least
+    static constexpr int kApart = 10; // good replies between two damaged ones, at the least
     static constexpr double kByte_s = 10.0 / 9600;
 
     double days() const { return ScriptedSensor::kStart + m_now_s / kSecondsPerDay; }
@@ -134,7 +135,7 @@ private:
         m_value_mm = std::clamp(m_value_mm, low, high);
     }
 
-    /// What the sensor would say of the present distance.
+    /// The sensor's message for the present distance.
     std::string message()
     {
         const auto format = static_cast<simulator::Format>(m_case.format);
@@ -158,7 +159,7 @@ private:
                      (m_case.noEcho > 0 && std::generate_canonical<double, 32>(m_random) < m_case.noEcho);
         const bool isText = m_case.format <= FormatAsciiUnit;
         if (!isText && static_cast<std::int32_t>(std::nearbyint(m_noisy_mm)) % 256 == 0) {
-            m_noisy_mm += 1; // such a frame is out of step by the sensor's own rule
+            m_noisy_mm += 1; // by the sensor's own rule such a frame is out of step
         }
         std::string bytes = message();
         ++m_result.sent;

@@ -1,5 +1,5 @@
-// What a window stands on in a test: settings, ports with the simulated sensor behind COM 1, configurations, help and a
-// folder of its own; and how its controls are found and used.
+// What a window needs in a test: settings, ports with the simulated sensor behind COM 1, configurations, help and a
+// folder of its own; also how to find and use its controls.
 #pragma once
 
 #include "port/clsPosixPort.h"
@@ -32,7 +32,7 @@ Widget* FindIn(const QObject& window, const std::string& name)
     return widget != nullptr ? widget : throw std::runtime_error(name);
 }
 
-/// As a click on a line of the list does.
+/// Does what a click on a line of the list does.
 inline void Choose(QComboBox& list, int index)
 {
     list.setCurrentIndex(index);
@@ -45,7 +45,7 @@ inline void PressKey(QObject& target, Qt::Key key)
     QApplication::sendEvent(&target, &press);
 }
 
-/// As the box in the window's frame does; whether the window lets itself be closed.
+/// Does what the close button in the window's frame does; whether the window agrees to close.
 inline bool CloseByFrame(QWidget& window)
 {
     QCloseEvent byTheFrame;
@@ -54,7 +54,7 @@ inline bool CloseByFrame(QWidget& window)
     return byTheFrame.isAccepted();
 }
 
-/// Handles events until the condition holds, or for ten seconds.
+/// Handles events until the condition holds, for at most ten seconds.
 inline bool Until(const std::function<bool()>& condition)
 {
     return QTest::qWaitFor(condition, 10000);
@@ -69,7 +69,7 @@ struct Desk {
     Help help{settings, folder.path};
     std::unique_ptr<frmMain> window;
 
-    /// The main window; anew, if it is open.
+    /// Opens the main window, closing one that is open.
     void Open()
     {
         window.reset();
@@ -91,7 +91,7 @@ struct Desk {
     }
 };
 
-/// With a sensor behind COM 1 and the main window open.
+/// A desk with a sensor behind COM 1 and the main window open.
 struct MainDesk : Desk {
     simulator::clsSimulatedSensor sensor;
 

@@ -1,5 +1,5 @@
-// One meeting of an operation with a fault: a program with main window, settings window and a running recording on a
-// line that breaks and is mended.
+// An operation that meets a fault: a program with main window, settings window and a running recording on a line that
+// breaks and is mended.
 #pragma once
 
 #include "base/Days.h"
@@ -18,10 +18,10 @@ enum class Strike : std::uint8_t { Line, Unplug, Replug, OtherFormat, Restart };
 /// What goes wrong with the sensor or its line during an operation.
 struct LineFault {
     const char* name;
-    double simulator::Faults::*rate; ///< null: see `strike`
+    double simulator::Faults::*rate; ///< null: `strike` is the fault
     double value;
     Strike strike;
-    double pace; ///< of the sensor's clock
+    double pace; ///< how fast the sensor's clock runs
 };
 
 inline constexpr LineFault kFaults[] = {
@@ -52,10 +52,10 @@ struct FaultCell : SensorOnLine {
     clsTransfer transfer{device, entry, window, [this] { Step(); }};
     TemporaryFolder folder;
     clsRecorder recorder{folder.path};
-    std::int32_t openingsBefore = 0; ///< the fault
-    std::int64_t linesBefore = 0;    ///< the fault; of the recording
+    std::int32_t openingsBefore = 0; ///< before the fault
+    std::int64_t linesBefore = 0;    ///< before the fault; in the recording
     double start = 0.0, limit_s = 0.0;
-    bool isDead = false; ///< the limit has passed; every wait is ended then
+    bool isDead = false; ///< the limit has passed, and every wait has been ended
 
     FaultCell(const LineFault& struck, std::int32_t sensorFormat, std::uint64_t seed)
         : SensorOnLine({.seed = seed}), fault(struck), format(sensorFormat)

@@ -1,4 +1,4 @@
-// Tests in the locale of a German desktop, whose numbers have a comma.
+// Tests in the locale of a German desktop, where numbers have a comma.
 #pragma once
 
 #include <clocale>
@@ -12,7 +12,7 @@ struct GermanLocale : testing::Test {
     void SetUp() override
     {
         if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
-            // ./test makes the locale and names its folder: there it is not to be missing.
+            // ./test makes the locale and names its folder, so it must be there.
             ASSERT_EQ(std::getenv("LOCPATH"), nullptr) << "holds no de_DE.UTF-8";
             GTEST_SKIP() << "de_DE.UTF-8 is not installed; ./test makes it";
         }

@@ -1,4 +1,4 @@
-// A process of its own that works until it is killed in the middle.
+// A process that works until it is killed in the middle.
 #pragma once
 
 #include <chrono>
@@ -7,12 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Calls `work` with 1, 2, 3 ... in a child process, over and over, and kills that at a moment given as a share of the
-/// time that one call takes; 1.5 falls into the middle of the second call after the clock was started. Returns how many
-/// calls had come back; 0 when the child has failed.
+/// Calls `work` with 1, 2, 3 ... in a child process, over and over, and kills the child at a moment given as a share of
+/// the time that one call takes; 1.5 falls into the middle of the second call after the clock was started. Returns how
+/// many calls had returned; 0 when the child has failed.
 inline int KillAmid(double calls, const std::function<void(int)>& work)
 {
-    int done[2]; // a byte for each call that has come back
+    int done[2]; // a byte for each call that has returned
     if (pipe(done) != 0) {
         return 0;
     }

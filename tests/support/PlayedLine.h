@@ -1,4 +1,4 @@
-// A serial line for plays: what arrives is put into it, what is sent goes to whoever derives, and the cable can be
+// A serial line that a test plays: it puts in what arrives, a derived class gets what is sent, and the cable can be
 // pulled.
 #pragma once
 
@@ -9,8 +9,8 @@
 class PlayedLine : public SerialPort {
 public:
     std::string Arriving;  ///< what the next read finds
-    bool Pulled = false;   ///< the device is away: it vanishes, and cannot be opened until it is back
-    bool Vanished = false; ///< it was away, and the port has not been opened since
+    bool Pulled = false;   ///< the device is gone: it vanishes, and cannot be opened until it is back
+    bool Vanished = false; ///< it was gone, and the port has not been opened since
 
     std::int32_t sio_open(std::int32_t) override
     {
@@ -49,7 +49,7 @@ public:
 
 private:
     virtual void sent(char command) = 0;
-    virtual void arrive() {}  ///< before a look at what is there
-    virtual void dropped() {} ///< what was there has been thrown away
+    virtual void arrive() {}  ///< before the waiting bytes are counted
+    virtual void dropped() {} ///< the waiting bytes have been discarded
     virtual void wasRead() {}
 };

@@ -11,7 +11,7 @@
 
 using namespace std::string_literals;
 
-/// The bytes with their checksum behind them, low byte first.
+/// The bytes, followed by their checksum, low byte first.
 inline std::string WithCrc(std::string frame)
 {
     const std::uint16_t crc = Crc16(frame, 0xFFFFFFFF);
@@ -21,7 +21,7 @@ inline std::string WithCrc(std::string frame)
 }
 
 struct ScriptedSensor {
-    static constexpr double kStart = 46000.5; // some noon, in days
+    static constexpr double kStart = 46000.5; // a day at noon
 
     clsScriptedPort port;
     std::vector<std::int32_t> pauses;
@@ -34,7 +34,7 @@ struct ScriptedSensor {
         port.Calls.clear();
     }
 
-    /// Sets the device's clock to so many milliseconds after the start.
+    /// Sets the device's clock to this many milliseconds after the start.
     void At(double ms) { device.CurrentTime = kStart + ms / kMsPerDay; }
 
     /// Puts the dialogue into a state with a deadline 2000 ms after the start.

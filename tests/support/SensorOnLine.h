@@ -1,5 +1,5 @@
 // The program's side of a real pseudo-terminal with the simulated sensor at its other end, both in one thread and on
-// one clock that only the ticks move. So a run is the same however busy the machine is, and no deadline is waited for.
+// one clock that only the ticks move. A run is the same however busy the machine is, and no deadline takes real time.
 #pragma once
 
 #include "base/Days.h"
@@ -18,7 +18,7 @@
 #include <thread>
 
 struct SensorOnLine {
-    /// No byte is on its way for longer than a call: what the kernel needs to carry it takes no time of the clock.
+    /// Every byte arrives within the call that sends it, so the kernel needs none of the time of the clock to carry it.
     struct Port : clsPosixPort {
         SensorOnLine& line;
 
@@ -36,7 +36,7 @@ struct SensorOnLine {
     static constexpr std::int32_t kRate = 38400;
 
     double beat_s = clsMeasurementLoop::kInterval_ms / 1000.0; ///< between two ticks
-    double sensorPace = 1.0;                                   ///< of the sensor's clock; below 1 it is a slow sensor
+    double sensorPace = 1.0;                                   ///< rate of the sensor's clock; below 1 it is slow
     simulator::clsSensorModel sensor;
     simulator::clsPseudoTerminal terminal{{}, kRate};
     modPComm::PortDevices devices;
@@ -51,7 +51,7 @@ struct SensorOnLine {
         devices.Override(1, terminal.Path());
     }
 
-    /// Ticks until the condition holds; false after a minute of the clock.
+    /// Ticks until the condition holds; false after a minute of its clock.
     bool Until(const std::function<bool()>& condition)
     {
         const double end_s = m_now_s + 60.0;
@@ -67,7 +67,7 @@ struct SensorOnLine {
     {
         return Until([&] { return device.EventNr == event; });
     }
-    /// Waits for a configuration dump and for the line to be quiet after it: its last line end comes after the event,
+    /// Waits for a configuration dump and then for a quiet line: the last line end of the dump comes after the event,
     /// and a measurement must not begin with it.
     bool Configured()
     {
@@ -86,7 +86,7 @@ struct SensorOnLine {
     void Unplug()
     {
         terminal.Unplug();
-        // Its number is free now: a program that goes on trying it would take the terminal of another test.
+        // The terminal's number is free now: a program that goes on trying it would take another test's terminal.
         devices.Override(1, "/dev/unplugged");
     }
     void Replug()
@@ -94,10 +94,9 @@ struct SensorOnLine {
         terminal.Replug(sensor.LineRate());
         devices.Override(1, terminal.Path());
     }
-    /// Restarts the sensor.
     void PowerOn() { sensor.PowerOn(m_sensor_s); }
 
-    /// The commands that the sensor has got since the last look, joined by "|".
+    /// The commands that have reached the sensor since the last call, joined by "|".
     std::string TakeLog()
     {
         std::string log;
@@ -141,7 +140,7 @@ private:
         }
     }
 
-    static constexpr int kPatience_ms = 20000; // real time, which passes only if the system does not carry the bytes
-    std::string m_sent;                        // by the program, not yet taken by the sensor
+    static constexpr int kPatience_ms = 20000; // real time; it runs out only if the system does not carry the bytes
+    std::string m_sent;                        // by the program, and not yet taken by the sensor
     double m_now_s = 0.0, m_sensor_s = 0.0;
 };

@@ -1,4 +1,4 @@
-// A window that shows nothing, for plays that look at a few of its calls.
+// A window that shows nothing, for tests that look at only a few of its calls.
 #pragma once
 
 #include "session/MonitorView.h"

@@ -1,4 +1,4 @@
-// A folder of the test's own that goes with it.
+// A folder of the test's own, deleted at its end.
 #pragma once
 
 #include <filesystem>

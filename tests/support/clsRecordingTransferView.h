@@ -1,4 +1,4 @@
-// A settings window that answers questions from a list and writes down what it is told.
+// A settings window that answers questions from a list and records what it is told.
 #pragma once
 
 #include "session/clsTransfer.h"

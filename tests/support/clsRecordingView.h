@@ -1,4 +1,4 @@
-// A monitor without a window: remembers what the loop has shown.
+// A monitor without a window that remembers what the loop has shown.
 #pragma once
 
 #include "tests/support/SilentView.h"
@@ -12,8 +12,8 @@ class clsRecordingView : public SilentView {
 public:
     std::string distance, temperature;
     std::array<std::string, 3> status;
-    std::vector<std::string> distances; ///< every text of a distance
-    std::vector<std::string> messages;  ///< every text of panel 1 that differs from the one before
+    std::vector<std::string> distances; ///< the text of every distance
+    std::vector<std::string> messages;  ///< every text of panel 1 that differs from the one before it
     std::int32_t dialogue = -1;
     bool running = false, shutDown = false;
     ControlRule rule;

@@ -9,7 +9,7 @@
 
 class clsScriptedPort : public PlayedLine {
 public:
-    std::string Sent; ///< what was sent since the last look
+    std::string Sent; ///< what was sent since the last check
     std::vector<std::string> Calls;
     std::int32_t Rate = 9600;
     std::int32_t OpenResult = 0;

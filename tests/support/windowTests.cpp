@@ -1,4 +1,4 @@
-// The program of the window tests: they need an application, and no display.
+// The main program of the window tests: they need an application but no display.
 #include <QApplication>
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The chart as it is painted, offscreen.
+// The painted chart, offscreen.
 #include "ui/chart/XYChart.h"
 
 #include <QImage>
@@ -42,7 +42,7 @@ int curvePixels(const QImage& picture, double from = 0.0, double to = 1.0)
     return count;
 }
 
-/// A frame shows the same whether the chart was painted all the time or only now.
+/// A frame looks the same whether the chart was painted all the time or only now.
 TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
 {
     using Row = std::pair<const char*, std::function<void(XYChart&)>>;
@@ -51,12 +51,12 @@ TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
           Row{"dots", [](XYChart& c) { c.ConnectPoints(false); }}, Row{"held", [](XYChart& c) { c.HoldSpan(true); }},
           Row{"reversed", [](XYChart& c) { c.XReversed(true), c.YReversed(true); }}}) {
         for (const int points : {300, 680, 730, 1100}) {
-            const auto kept = newChart(599), fresh = newChart(599); // in the end the ring has come round
+            const auto kept = newChart(599), fresh = newChart(599); // by the end the ring has wrapped
             prepare(*kept);
             prepare(*fresh);
             for (int i = 0; i < points; ++i) {
                 double time = kNoon + i * 0.13 * kSecond;
-                time += i > 700 && i < 750 ? 15 * kSecond : 0.0; // a clock that jumps forth and back
+                time += i > 700 && i < 750 ? 15 * kSecond : 0.0; // a clock that jumps ahead and back
                 for (XYChart* chart : {kept.get(), fresh.get()}) {
                     i % 90 > 80 ? chart->AddGap(time) : chart->AddPoint(time, 50 + 40 * std::sin(i * 0.1) + i % 7);
                 }
@@ -67,7 +67,7 @@ TEST(Chart, PaintsEachFrameAsIfItWereTheFirst)
                     kept->Redraw();
                 }
             }
-            // The outermost column may keep what the pen has reached from points that have left the picture.
+            // The outermost columns may keep what the pen painted from points that have left the picture.
             const QRect inner = QRect(QPoint(), kept->size()).adjusted(70, 0, -30, 0);
             EXPECT_TRUE(pictureOf(*kept).copy(inner) == pictureOf(*fresh).copy(inner))
                 << name << ", " << points << " points";
@@ -87,7 +87,7 @@ TEST(Chart, AHeldSpanStaysHoweverLongItIsHeld)
     };
     chart->YLimits(-2, 2);
     feed(0, 1203);
-    // The outermost columns may change with what the pen reaches from there.
+    // The outermost columns may change with points just outside, which the pen reaches from there.
     const QRect inner = QRect(QPoint(), chart->size()).adjusted(80, 0, -40, 0);
     const QImage full = pictureOf(*chart).copy(inner);
     EXPECT_GT(curvePixels(full), 200);

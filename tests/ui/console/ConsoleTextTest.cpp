@@ -16,7 +16,7 @@ TEST(ConsoleText, RowsAreBoundedAndLongLinesComeBackWhole)
 {
     OpenText text(nullptr, 5, 10);
     text.Append("one\r", Qt::gray);
-    text.Append("\ntwo\rthree\n\n", Qt::gray); // a pair split between two reads, each kind of end alone
+    text.Append("\ntwo\rthree\n\n", Qt::gray); // a CR LF split between two reads, then each of the two alone
     EXPECT_EQ(text.WholeText(), "one\ntwo\nthree\n\n");
     text.Append(QString("a\x01\x7F") + QChar(0), Qt::gray);
     EXPECT_EQ(text.toPlainText().section(u'\n', -1), QStringLiteral("a␁␡␀"));

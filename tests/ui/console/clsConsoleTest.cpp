@@ -1,4 +1,4 @@
-// The debug console: what reaches its window, and in which colour.
+// The debug console: what reaches its window, and in which colours.
 #include "ui/console/clsConsole.h"
 
 #include <gtest/gtest.h>

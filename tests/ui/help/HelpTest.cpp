@@ -126,7 +126,7 @@ TEST(ContextHelp, MenusAndOpenListsBelongToTheirWindow)
     ASSERT_NE(popup, &start.splash);
     EXPECT_EQ(start.help.PopUpText(*list->view()), start.help.PopUpText(*list));
     QMenu menu(&start.splash);
-    menu.setObjectName("frmMain"); // any window's topics
+    menu.setObjectName("frmMain"); // so that it has topics
     QAction* item = menu.addAction("about");
     item->setObjectName("mnuHelpAbout");
     start.help.ExplainMenus(menu);
@@ -149,7 +149,7 @@ TEST(HelpViewer, SearchGoesThroughAllPagesAndRound)
         EXPECT_EQ(start.Page()->textCursor().selectedText().toLower(), search->text());
         return std::pair(start.Page()->source().fileName(), start.Page()->textCursor().position());
     };
-    search->setText("temperatur"); // on most pages, but not on that of the start-up window
+    search->setText("temperatur"); // on most pages, but not on the one about the start-up window
     const auto first = press("cmdFindNext"), second = press("cmdFindNext");
     EXPECT_EQ(first.first, "Main_de.htm") << "the next page that has it";
     EXPECT_EQ(press("cmdFindPrevious"), first);

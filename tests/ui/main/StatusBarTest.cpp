@@ -1,4 +1,4 @@
-// What the labels whose texts change all the time keep of what they have drawn.
+// Labels whose texts change all the time keep what they have drawn.
 #include "ui/widgets/KeptRoom.h"
 #include "ui/widgets/LineLabel.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A window of one label that keeps what it has once drawn.
+/// A window with one label that keeps what it has drawn.
 struct OneLabel {
     OneLabel(Qt::TextElideMode mode, Qt::Alignment alignment) : label(&room, mode)
     {

@@ -92,7 +92,7 @@ TEST(MainWindow, ThePortOfTheSimulatedSensorIsNotKept)
     EXPECT_EQ(main.settings.Comport, 255);
 }
 
-/// The caption, title or tool tip of every control of every open window, as it stands and as its id says.
+/// The caption, title or tool tip of every control of every open window is the text of its id.
 void expectTexts(std::int32_t language)
 {
     int texts = 0;
@@ -224,7 +224,7 @@ TEST(MainWindow, AValueThatIsNoLongerTrueSaysItsAge)
     EXPECT_EQ(ages(), "||");
     const auto fresh = looks();
     const QSize frame = main.Find<QWidget>("fraMeasurement")->size();
-    sensor.reset(); // the cable is pulled: at once, not after three seconds
+    sensor.reset(); // the cable is pulled: that shows at once, not after three seconds
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasAge").empty(); }));
     EXPECT_EQ(ages().find_first_not_of("0123456789 sold|"), std::string::npos) << ages();
     EXPECT_FALSE(main.Text("lblTempAge").empty());
@@ -328,7 +328,7 @@ TEST(MainWindow, TheChartHasItsMenuOnARightClickOnly)
     EXPECT_FALSE(popUp->isVisible());
     main.Trigger("mnuPopupFixedTime");
     EXPECT_TRUE(chart->HoldSpan());
-    emit chart->customContextMenuRequested({5, 5}); // as a right click and the menu key do
+    emit chart->customContextMenuRequested({5, 5}); // a right click and the menu key both do this
     EXPECT_TRUE(popUp->isVisible());
     EXPECT_TRUE(main.Find<QAction>("mnuPopupFixedTime")->isChecked());
 }
@@ -366,7 +366,7 @@ TEST(MainWindow, SettingsThatCannotBeKeptAreToldWhenTheyAreAppliedAndBeforeTheEn
     const std::filesystem::path file = main.folder.path / "RVQ.ini";
     main.settings.IniFile = file;
     main.Open();
-    std::filesystem::create_directory(file); // nothing was in the way when the program began
+    std::filesystem::create_directory(file); // nothing was in the way when the program started
     const std::string told = file.string() + " cannot be written: There is no ordinary file there.";
     main.Trigger("mnuPopUpYscaleSettings");
     FindIn(*main.window->findChild<frmChartSettings*>(), "cmdApply")->click();
@@ -387,7 +387,7 @@ TEST(MainWindow, TheSettingsWindowCannotBeOpenedWhileTheSensorIsWaitedFor)
     EXPECT_TRUE(Until([&] { return item->isEnabled(); }));
 }
 
-/// With the settings window in front, which has read the sensor.
+/// A desk with the settings window in front, which has read the sensor.
 struct SettingsDesk : MainDesk {
     const frmRVQ* settingsWindow = nullptr;
 
@@ -418,7 +418,7 @@ TEST(MainWindow, TakesNoInputBehindTheSettingsWindow)
         EXPECT_TRUE(Until([&] { return main.window->isActiveWindow(); }));
         const QString before = start->text();
         input();
-        return start->text() != before || start->isDown() // a shortcut presses it for a while
+        return start->text() != before || start->isDown() // a shortcut presses it for a moment
                || main.window->findChild<frmTextWindow*>() != nullptr;
     };
     for (const auto& [what, input] : rows) {
@@ -468,7 +468,7 @@ TEST(MainWindow, ComesBackInItsSize)
     main.Open();
     EXPECT_EQ(main.window->size(), QSize(777, 555));
     main.window->close();
-    main.Open(); // kept and restored to the point
+    main.Open(); // the size is saved and restored exactly
     for (const QSize size : {QSize(800, 600), QSize(777, 555)}) {
         main.window->resize(size);
         main.window->hide();

@@ -1,4 +1,4 @@
-// The recorder's window and what it does to the main window, offscreen.
+// The recorder's window and its effect on the main window, offscreen.
 #include "ui/recorder/frmRecorder.h"
 
 #include "session/clsRecorder.h"
@@ -26,7 +26,7 @@
 
 namespace {
 
-/// A recording of one line over and over.
+/// A recording that repeats one line.
 std::string linesOf(int count, std::string_view line)
 {
     std::string lines;
@@ -52,7 +52,7 @@ struct Host : RecorderHost {
     void ShowRecord(const Measurement&) override
     {
         if (++shown % 100 == 0 && slow) {
-            QThread::msleep(1); // stands for a file of a hundred million lines
+            QThread::msleep(1); // as slow as a file of a hundred million lines
         }
     }
     void EndPlayback(const modPlayback::Loaded&) override {}
@@ -281,7 +281,7 @@ TEST(MainWindow, TellsOfARecordingThatEndsByItself)
     }
 }
 
-/// Whether the value axis reaches the first point does not hang on the last bits of its time.
+/// The last bits of the first point's time must not decide whether the value axis reaches it.
 TEST(MainWindow, ScalesToTheFirstPointOfARecording)
 {
     Player window;
@@ -301,7 +301,7 @@ TEST(MainWindow, MayBeClosedWhileARecordingIsLoaded)
     EXPECT_LT(window.Chart()->Series().Added(), 4000000U) << "it gives up";
 }
 
-/// Answers the questions of an export: the file, and that it may be replaced.
+/// Answers an export's questions: the name of the file, and whether to replace it.
 struct Answers : QTimer {
     QStringList files;
 
@@ -317,7 +317,7 @@ struct Answers : QTimer {
         } else if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
                    dialog != nullptr && !files.isEmpty()) {
             dialog->findChild<QLineEdit*>("fileNameEdit")->setText(files.takeFirst());
-            // Not from here: while it asks whether to replace the file, this must go on.
+            // Not from here: this must go on while the dialog asks whether to replace the file.
             QTimer::singleShot(0, dialog->findChild<QDialogButtonBox*>()->buttons().constFirst(),
                                &QAbstractButton::click);
         }
@@ -349,7 +349,7 @@ TEST(Export, OffersTheSpreadsheetOfTheProgramsLanguageFirst)
 {
     Bench bench;
     bench.recorder.FileName = bench.folder.Write("x.rec", "15.11.2026 12:00:00,250; 1000 mm; 21 C\r\n");
-    QTimer user; // takes what the dialogs propose: the recording, then the table of the first kind
+    QTimer user; // accepts what the dialogs propose: the recording, then a table of the first kind
     QObject::connect(&user, &QTimer::timeout, [] {
         if (auto* asking = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
             QMetaObject::invokeMethod(asking, asking->inherits("QFileDialog") ? "accept" : "reject");
@@ -374,7 +374,7 @@ TEST(Export, WritesPicturesAndTablesWholeOrNotAtAll)
         window.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n15.11.2026 12:02:00,000; 5 mm; 2 C");
     window.Play(file);
     const QString folder = QString::fromStdString(window.folder.path);
-    for (const char* kind : {"png", "svg", "pdf"}) { // how they begin and end is seen by the crash tests
+    for (const char* kind : {"png", "svg", "pdf"}) { // the crash tests check how the files begin and end
         EXPECT_EQ(WritePicture(*window.Chart(), folder + "/chart." + kind, kind), "") << kind;
     }
     const QImage picture = QImage(folder + "/chart.png").convertToFormat(QImage::Format_RGB32);

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The window over a device on a line; the pump ticks the loop in the place of the main window's timer.
+/// The window over a device on a line; the pump ticks the loop, as the main window's timer does otherwise.
 struct Editor {
     TemporaryFolder own;
     std::filesystem::path folder = own.path;
@@ -83,7 +83,7 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
     editor.Find<QCheckBox>("chkAnalogOutput")->click();
     EXPECT_TRUE(editor.Box(8).isEnabled());
     editor.Box(0).setText("123");
-    editor.Box(5).setText("9995"); // too near to 10000
+    editor.Box(5).setText("9995"); // too close to 10000
     EXPECT_EQ(editor.Marks(), 3);
     EXPECT_NE(editor.Box(0).toolTip().indexOf("In the sensor: 0 mm"), -1);
 
@@ -227,7 +227,7 @@ TEST(SettingsWindow, PastedTextsAreTakenAsOneNumberOrNotAtAll)
         EXPECT_TRUE(QToolTip::text().startsWith("Not taken, that is not a single number.")) << text;
         QToolTip::hideText();
     }
-    paste("−12\n"); // the typographic minus
+    paste("−12\n"); // with the typographic minus
     EXPECT_EQ(box.text(), "-12");
     paste("1.234,5");
     EXPECT_EQ(box.text(), "1234,5");
@@ -247,12 +247,12 @@ TEST(SettingsWindow, AsksBeforeItReplacesAFileThatIsNotTheSelectedEntrys)
     Editor editor;
     editor.ClickAndAnswer("cmdSave", "other.rvq");
     editor.ClickAndAnswer("cmdSave", "own.rvq");
-    editor.own.Write("foreign.rvq", "[RVQ]\r\n"); // in no list
+    editor.own.Write("foreign.rvq", "[RVQ]\r\n"); // not in any list
     editor.Box(0).setText("77");
     for (const auto& [name, isAsked] : {std::pair("own.rvq", false), {"other.rvq", true}, {"foreign.rvq", true}}) {
         const std::string before = TemporaryFolder::Read(editor.folder / name);
         editor.questions.clear();
-        editor.ClickAndAnswer("cmdSave", name); // "no" to a question
+        editor.ClickAndAnswer("cmdSave", name); // answers "no" if it is asked
         EXPECT_EQ(TemporaryFolder::Read(editor.folder / name) == before, isAsked) << name;
         ASSERT_EQ(editor.questions.size(), isAsked ? 1U : 0U) << name;
         EXPECT_TRUE(!isAsked || editor.questions[0].toStdString() ==
@@ -317,7 +317,7 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     EXPECT_EQ(editor.Status(), "Konfiguration nicht vollständig gesendet: Keine Antwort vom Orvex");
     editor.line.settings.Language = LanguageEnglish;
     editor.window->Boxes.Failure = [&](const QString&) {
-        for (int i = 0; i < 200; ++i) { // seconds pass over the question
+        for (int i = 0; i < 200; ++i) { // the question stays open for seconds
             editor.line.Tick();
         }
         return FailureAnswer::Abort;

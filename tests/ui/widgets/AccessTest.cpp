@@ -1,5 +1,5 @@
-// Every window in both languages, as somebody meets it who works by keyboard, listens instead of looking, or just
-// reads: each control has a name, no two acts of a window have the same mnemonic, and no text is cut off.
+// Every window in both languages, as it is for users who work by keyboard, use a screen reader, or just read: each
+// control has a name, no two actions of a window have the same mnemonic, and no text is cut off.
 #include "tests/support/Desk.h"
 #include "ui/main/ValueLabel.h"
 #include "ui/main/frmSplash.h"
@@ -28,7 +28,7 @@ std::string place(const QWidget& window, const QObject& object)
     return (window.objectName() + u' ' + (name.isEmpty() ? object.metaObject()->className() : name)).toStdString();
 }
 
-/// What is seen of the window itself; parts of Qt's own controls left out.
+/// The visible controls of the window itself, without the parts of Qt's own controls.
 QList<QWidget*> shownControls(const QWidget& window)
 {
     QList<QWidget*> shown;
@@ -43,7 +43,7 @@ QList<QWidget*> shownControls(const QWidget& window)
     return shown;
 }
 
-/// What a screen reader calls a control. Its value is no name, though Qt offers that of a list for one.
+/// What a screen reader calls a control. Its value is not a name, though Qt offers that of a list as one.
 void expectNames(const QWidget& window)
 {
     std::set<const QWidget*> labelled;
@@ -56,13 +56,13 @@ void expectNames(const QWidget& window)
                                 control->contextMenuPolicy() == Qt::CustomContextMenu;
         const bool isNamed = !control->accessibleName().isEmpty() ||
                              (button != nullptr ? !button->text().isEmpty() : labelled.contains(control));
-        if (takesInput && qobject_cast<const QTabBar*>(control) == nullptr) { // its tabs are named
+        if (takesInput && qobject_cast<const QTabBar*>(control) == nullptr) { // its tabs have names
             EXPECT_TRUE(isNamed) << place(window, *control);
         }
     }
 }
 
-/// Mnemonics of one place where they compete: a window with its menu bar, or a menu.
+/// The mnemonics of one place where they must differ: a window with its menu bar, or a menu.
 struct Mnemonics {
     std::map<QString, std::string> owners;
 
@@ -118,7 +118,7 @@ void expectWholeTexts(const QWidget& window)
     }
 }
 
-/// The program with a sensor, with every window open that the main window can open.
+/// The program with a sensor and with every window open that the main window can open.
 struct Program : Desk {
     simulator::clsSimulatedSensor sensor;
 
@@ -144,9 +144,9 @@ struct Program : Desk {
             expectMnemonics(*window);
             settle();
             expectWholeTexts(*window);
-            if (window->objectName() != QLatin1String("frmTextWindow")) { // that fits its letters to any size
+            if (window->objectName() != QLatin1String("frmTextWindow")) { // it fits its letters to any size
                 const QSize size = window->size();
-                window->resize(1, 1); // as small as it lets itself be made
+                window->resize(1, 1); // as small as the window allows
                 settle();
                 expectWholeTexts(*window);
                 window->resize(size);
@@ -154,7 +154,7 @@ struct Program : Desk {
         }
     }
 
-    /// What a tick has just shown takes its place.
+    /// Lays out what a tick has just shown.
     static void settle() { QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); }
 };
 

@@ -1,4 +1,4 @@
-// The text table and the conversions at the windows' edge.
+// The text table and the conversions between core and windows.
 #include "store/modGlobals.h"
 #include "texts/modFunctions.h"
 #include "ui/widgets/FileErrors.h"
