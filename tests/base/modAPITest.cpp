@@ -36,7 +36,7 @@ TEST(LocalTime, TimeOfDayOfEverySecond)
     EXPECT_EQ(modAPI::TimeOfDayText(46341.0 - 1 / 86400000.0), "23:59:59");
 }
 
-TEST(WindowsName, MajorVersionsCountAlsoForPlatform1)
+TEST(WindowsName, MajorVersionsCountForPlatform1Too)
 {
     using Row = std::pair<modAPI::SystemVersion, const char*>;
     for (const auto& [version, name] :
@@ -76,7 +76,7 @@ TEST(ProgramFolder, DataLieInTheUsersHome)
     }
 }
 
-TEST(ProgramFolder, IsNobodyElsesWhereOthersWrite)
+TEST(ProgramFolder, IsRefusedWhereOthersMayChangeIt)
 {
     using Row = std::tuple<std::uint32_t, std::uint32_t, bool>; // owner, mode
     for (const auto& [owner, mode, refused] : {Row{1000, 0777, false}, Row{0, 01777, false}, Row{1001, 0755, false},

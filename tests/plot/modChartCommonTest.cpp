@@ -72,7 +72,7 @@ TEST(TimeStep, RaisesDivisionsBelowOneAndRefusesARangeBeyondItsUnits)
     EXPECT_THROW(TimeStep(std::numeric_limits<std::int32_t>::max(), none), std::overflow_error);
 }
 
-TEST(Labels, SayATimeOfDayOrThatItIsNone)
+TEST(Labels, SayATimeOfDayOrThatItIsInvalid)
 {
     EXPECT_EQ(TimeLabelText(46000.5), "12:00:00");
     for (const double outside : {1e9, -1e9, std::numeric_limits<double>::quiet_NaN()}) {
@@ -87,7 +87,7 @@ TEST(Labels, HaveTheDecimalsOfTheStepAndNoMinusZero)
     EXPECT_EQ(LabelDecimals(50), 0);
 }
 
-TEST(AutomaticRange, WidensAtOnceAndNarrowsBelowAQuarterOnly)
+TEST(AutomaticRange, WidensAtOnceAndNarrowsOnlyBelowAQuarter)
 {
     using Row = std::tuple<ValueRange, std::vector<double>, ValueRange, const char*>;
     const double nan = std::numeric_limits<double>::quiet_NaN();

@@ -246,7 +246,7 @@ TEST(Evaluate, CrcFrames)
     EXPECT_EQ(sensor.device.InBuffer + sensor.device.LastCommand, "");
 }
 
-TEST(Evaluate, BehindACrcErrorItGoesOnInOnePass)
+TEST(Evaluate, GoesOnAfterACrcErrorInOnePass)
 {
     const auto frame = [](std::int32_t mm) {
         return WithCrc({static_cast<char>(mm), static_cast<char>(mm >> 8), '\0', '\0'});
@@ -288,7 +288,7 @@ TEST(Evaluate, APauseEndsAFrame)
     EXPECT_EQ(sensor.device.MeasValue_mm, 10002);
 }
 
-TEST(Evaluate, OfNoiseAmongFramesLittleWaits)
+TEST(Evaluate, LittleNoiseAmongFramesIsKept)
 {
     Expecting sensor(DialogueMeasuring, "m", FormatBinary);
     std::minstd_rand random;
@@ -303,7 +303,7 @@ TEST(Evaluate, OfNoiseAmongFramesLittleWaits)
     }
 }
 
-TEST(Evaluate, WhatADamagedFrameWouldExplainWaitsForTheNextOne)
+TEST(Evaluate, AValueThatDamageCouldExplainWaitsForTheNextOne)
 {
     using Row = std::tuple<const char*, std::string, std::string, std::vector<std::int32_t>>;
     const Row rows[] = {
@@ -522,7 +522,7 @@ TEST(Evaluate, ABinarySensorThatAnswersInTextIsAskedOnce)
     EXPECT_EQ(sensor.port.TakeSent(), "C") << "a restarted sensor may have another format";
 }
 
-TEST(Evaluate, OfAFloodTheNewestBytesAreKept)
+TEST(Evaluate, AFloodKeepsItsNewestBytes)
 {
     Expecting sensor(DialogueIdle, "T");
     EXPECT_EQ(sensor.Arrive(std::string(2 * clsRVQ::kMaxPending, 'x') + "\r\n23 C"), EventNone);
@@ -531,7 +531,7 @@ TEST(Evaluate, OfAFloodTheNewestBytesAreKept)
     EXPECT_EQ(sensor.device.sTemperature, "23 C,  OK");
 }
 
-TEST(Evaluate, NothingGoesOutWhileSomebodyWaits)
+TEST(Evaluate, NothingIsSentDuringAWait)
 {
     for (const char* bytes : {"", "Sensor ready", "noise"}) {
         Expecting sensor(DialogueNone, "");

@@ -29,7 +29,7 @@ TEST(DistanceText, ByUnitFormatAndMarker)
     }
 }
 
-TEST(Charted, IsWhatIsADistanceAndNotTooFar)
+TEST(Charted, IsADistanceThatIsNotTooFar)
 {
     for (const double value : {99999998.0, -99999998.0, 99999999.0, -99999999.0}) {
         EXPECT_EQ(IsCharted({.value = value, .value_mm = 1}, false), std::abs(value) < 99999999.0) << value;

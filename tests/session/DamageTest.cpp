@@ -126,7 +126,7 @@ TEST(Damage, WhatIsShownWasSent)
 }
 
 /// Damage that no rule can detect for certain. Even so, it does not outlast its reply.
-TEST(Damage, OfWhatCannotBeToldLittleIsWrong)
+TEST(Damage, LittleIsWrongWhereDamageCannotBeDetected)
 {
     Table table;
     for (const std::int32_t format : {FormatAscii, FormatAsciiUnit, FormatBinary, FormatBinaryCrc}) {

@@ -179,7 +179,7 @@ TEST(MeasurementLoop, ARefusedSettingIsShownBack)
     EXPECT_TRUE(monitor.loop.IsMeasuring());
 }
 
-TEST(MeasurementLoop, NoAnswerStepsDownOneStateADispatch)
+TEST(MeasurementLoop, NoAnswerStepsDownOneStatePerDispatch)
 {
     Monitor monitor;
     monitor.Measure();
@@ -425,7 +425,7 @@ TEST(MeasurementLoop, AStopIsAStopWhateverBecomesOfThePoll)
     EXPECT_FALSE(monitor.loop.IsMeasuring());
 }
 
-TEST(MeasurementLoop, NeitherATickNorTheOperatorSendsWhileSomebodyWaits)
+TEST(MeasurementLoop, NeitherATickNorTheOperatorSendsDuringAWait)
 {
     Monitor monitor;
     monitor.Measure();

@@ -95,7 +95,7 @@ std::error_code failLate(int)
     return std::make_error_code(std::errc::io_error);
 }
 
-TEST(Recorder, ClosesBesideAndTellsWhatFailsLater)
+TEST(Recorder, ClosesInTheBackgroundAndReportsALaterFailure)
 {
     const TemporaryFolder folder;
     diskIsBusy = true;

@@ -57,7 +57,7 @@ TEST(Transfer, UploadStoringAndDownloadAreTheSameHoweverTheBytesAreCut)
     }
 }
 
-TEST(Transfer, WhatASensorHasNotIsLeftOut)
+TEST(Transfer, WhatASensorLacksIsLeftOut)
 {
     const std::string head = "101 111 301 302 304 305 306 311 ";
     const std::string tail = "701 702 801 802 ";
@@ -96,7 +96,7 @@ TEST(Transfer, AFailureIsAskedAbout)
     EXPECT_FALSE(window.line.device.Wait.Running);
 }
 
-TEST(Transfer, WhatWasNotDoneIsToldWithItsReason)
+TEST(Transfer, SaysWhatWasNotDoneAndWhy)
 {
     TransferOnLine window;
     window.line.sensor.Faults().silence = 1.0;

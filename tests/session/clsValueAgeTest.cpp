@@ -28,7 +28,7 @@ TEST(ValueAge, IsToldOnceTheValueIsStale)
     }
 }
 
-TEST(ValueAge, ANewValueIsFreshAndWhatIsNoneHasNoAge)
+TEST(ValueAge, ANewValueIsFreshAndNoValueHasNoAge)
 {
     clsValueAge value;
     EXPECT_EQ(value.Look(10.0, kFresh_s, false), Age{}) << "nothing has come yet";

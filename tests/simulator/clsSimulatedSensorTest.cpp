@@ -81,7 +81,7 @@ TEST(SimulatedSensor, LinkIsRefusedWhereAFileLivesOrAFolderIsMissing)
     EXPECT_EQ(fs::file_size(file), 4U);
 }
 
-TEST(SimulatedSensor, LinkIsLeftAloneWhenOthersHaveIt)
+TEST(SimulatedSensor, LinkIsLeftAloneWhenItPointsElsewhere)
 {
     const TemporaryFolder folder;
     const fs::path link = folder.path / "port";

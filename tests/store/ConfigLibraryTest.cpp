@@ -131,7 +131,7 @@ TEST_F(ConfigFolder, OnlyTheFileOfAnotherEntryWouldBeOverwritten)
     EXPECT_FALSE(library.WouldOverwrite("Device", line)) << "the device entry has no file";
 }
 
-TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
+TEST_F(ConfigFolder, AFailedWriteIsReportedAndLosesNothing)
 {
     clsConfigLibrary library(iniFile);
     for (const std::string& name : {std::string("none/x.rvq"), std::string("."), std::string(300, 'n') + ".rvq"}) {
@@ -141,7 +141,7 @@ TEST_F(ConfigFolder, WhatCannotBeWrittenIsToldAndLosesNothing)
     EXPECT_EQ(Built().Size(), 1U) << "none of them comes back";
 }
 
-TEST_F(ConfigFolder, APathThatIsTooLongForTheListIsTold)
+TEST_F(ConfigFolder, APathThatIsTooLongForTheListIsReported)
 {
     clsConfigLibrary library(iniFile);
     const std::filesystem::path deep = folder / std::string(200, 'd');

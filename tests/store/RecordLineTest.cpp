@@ -53,7 +53,7 @@ TEST_F(GermanLocale, ChangesNoRecordLine)
     expectLines();
 }
 
-TEST(RecordLine, IsNoneWithoutATemperatureAndItsUnit)
+TEST(RecordLine, NeedsATemperatureAndItsUnit)
 {
     for (const char* temperature : {"", "23"}) {
         EXPECT_THROW(RecordLine({.time = 46341.5}, temperature), std::invalid_argument) << temperature;

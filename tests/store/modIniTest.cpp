@@ -120,7 +120,7 @@ TEST_F(IniFile, ALinkIsFollowedAndPermissionsStay)
     EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 }
 
-TEST_F(IniFile, WhatIsNoPlainTextReadsAsNothingAndIsLeftAlone)
+TEST_F(IniFile, AFileThatIsNotPlainTextReadsAsEmptyAndIsLeftAlone)
 {
     const auto inUtf16 = [](bool bigEndian) {
         std::string bytes;
@@ -158,7 +158,7 @@ TEST_F(IniFile, AFileKeepsItsOwner)
     EXPECT_EQ(after.st_mode & 07777U, 0604U);
 }
 
-TEST_F(IniFile, AChangeKeepsOthersOutButNoneOfThemForEver)
+TEST_F(IniFile, AChangeKeepsOthersOutButNotForEver)
 {
     std::atomic<bool> waits = false, passes = false;
     std::thread other;

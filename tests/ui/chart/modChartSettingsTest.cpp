@@ -20,7 +20,7 @@ TEST(ChartLimits, AreClampedOnLeavingABox)
     }
 }
 
-TEST(ChartLimits, ApplyRefusesHugeNumbersAndWhatIsNone)
+TEST(ChartLimits, ApplyRefusesHugeNumbersAndOtherTexts)
 {
     const Applied applied = Apply(5000, 0, {"123456789", "-99999999"}, ',');
     EXPECT_EQ(applied.yMax, 5000);

@@ -26,7 +26,7 @@ struct OneLabel {
     LineLabel label;
 };
 
-TEST(StatusBar, ATextIsDrawnAsIfItHadAlwaysStoodThere)
+TEST(StatusBar, ATextIsDrawnAsIfItHadAlwaysBeenThere)
 {
     const std::pair<const char*, void (*)(OneLabel&)> rows[] = {
         {"another text", [](OneLabel& shown) { shown.label.setText("12:59:58"); }},

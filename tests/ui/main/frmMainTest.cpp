@@ -244,7 +244,7 @@ TEST(MainWindow, AValueThatIsNoLongerTrueSaysItsAge)
     main.window.reset();
 }
 
-TEST(MainWindow, ATextOfTheLineWidensNothing)
+TEST(MainWindow, ATextFromTheLineWidensNothing)
 {
     const MainDesk main;
     auto* temperature = main.Find<QLabel>("lblTemperature");
@@ -443,7 +443,7 @@ TEST(MainWindow, MayBeClosedInTheMiddleOfAnUpload)
     EXPECT_FALSE(main.settingsWindow->isVisible());
 }
 
-TEST(Lists, TheWheelPassesOverOneThatHasNotTheFocus)
+TEST(Lists, TheWheelIgnoresOneWithoutTheFocus)
 {
     const SettingsDesk main;
     const auto turns = [](QComboBox& list) {
@@ -458,7 +458,7 @@ TEST(Lists, TheWheelPassesOverOneThatHasNotTheFocus)
     EXPECT_FALSE(turns(*main.Find<QComboBox>("cmbComPort")));
 }
 
-TEST(MainWindow, ComesBackInItsSize)
+TEST(MainWindow, ComesBackAtItsSize)
 {
     MainDesk main;
     main.settings.IniFile = main.folder.path / "RVQ.ini";

@@ -189,7 +189,7 @@ TEST(SettingsWindow, AsksBeforeItOverwritesWhatAnotherProgramHasWritten)
     }
 }
 
-TEST(SettingsWindow, AListThatCannotBeKeptIsToldByItsName)
+TEST(SettingsWindow, NamesAListThatCannotBeSaved)
 {
     Editor editor;
     std::filesystem::create_directory(editor.folder / "RVQ.ini");

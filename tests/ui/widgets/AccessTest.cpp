@@ -177,7 +177,7 @@ void lookAtBoxes(const frmRVQ& window, std::int32_t language, std::set<std::stri
 
 class Access : public testing::TestWithParam<std::int32_t> {};
 
-TEST_P(Access, EveryWindowSpeaksKeepsItsMnemonicsApartAndShowsItsTextsWhole)
+TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
 {
     Program program(GetParam());
     std::set<std::string> seen;
