@@ -1,5 +1,5 @@
-# Compiler options that every target of the project shares. The sanitizers and the optimisation level come from the
-# preset; what stands here holds in all of them.
+# Compiler options that all targets of the project share. The sanitizers and the optimisation level come from the
+# preset; the options here hold in every preset.
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
@@ -11,8 +11,8 @@ endif()
 target_include_directories(orvex_options INTERFACE ${CMAKE_SOURCE_DIR})
 
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
-  # scripts/check-hardening reads these off the finished programs. Level 3 checks buffers whose size only shows at run
-  # time too; some compilers come with a level of their own, which has to go first.
+  # scripts/check-hardening checks these in the finished programs. Level 3 also checks buffers whose size is known only
+  # at run time; some compilers set a level of their own, which has to be removed first.
   target_compile_options(orvex_options INTERFACE -fstack-protector-strong -fstack-clash-protection
     -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
   target_link_options(orvex_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
