@@ -21,7 +21,7 @@ namespace {
 
 using namespace std::chrono;
 
-/// The home folder by the environment, else by the user database; empty when neither knows one.
+/// The home folder from the environment, else from the user database; empty when neither has one.
 std::filesystem::path homeFolder()
 {
     if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
@@ -55,7 +55,7 @@ double LocalTime()
     const auto now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
     const auto rest = now - floor<std::chrono::seconds>(now);
-    // This is called twenty times a second, but the calendar is needed only once in each second.
+    // This is called twenty times a second, but asks the calendar only once in each second.
     thread_local std::time_t known = -1;
     thread_local std::tm local{};
     if (seconds != known) {

@@ -38,7 +38,7 @@ public:
 
     /// Removes everything that was drawn, so that the raster has its former pixels again.
     void Erase(const Raster& raster);
-    /// Forgets what was drawn, because the pixels are new, and the columns from which it was drawn.
+    /// Forgets what was drawn and the columns it was drawn from, because the pixels are new.
     void Forget();
     /// Draws a vertical line, one pixel wide; call Erase first.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
