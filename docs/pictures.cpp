@@ -67,7 +67,7 @@ void runFor(int ms)
     }
 }
 
-/// Two colours and nothing between them, as people with weak eyesight need.
+/// Two colours and nothing between them, for people with weak eyesight.
 QPalette contrastPalette(const QColor& ground, const QColor& ink, const QColor& highlight, const QColor& link)
 {
     QPalette contrast(ground);

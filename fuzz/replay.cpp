@@ -17,7 +17,7 @@ void replay(const std::filesystem::path& file)
     std::ifstream in(file, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(in), {}};
     std::printf("%s\n", file.filename().c_str());
-    std::fflush(stdout); // so that a case that ends the program is named before
+    std::fflush(stdout); // so that a case is named before it can end the program
     for (std::size_t size = bytes.size() <= kShort ? 0 : bytes.size(); size <= bytes.size(); ++size) {
         const std::string piece = bytes.substr(0, size); // a copy, so that a read beyond the end is noticed
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size());

@@ -7,7 +7,7 @@
 
 namespace simulator {
 
-/// Each rate runs from 0 (never) to 1 (always); kFaultRows says of what.
+/// Each rate runs from 0 (never) to 1 (always); kFaultRows says what it applies to.
 struct Faults {
     double silence = 0;
     double refusal = 0;

@@ -27,8 +27,7 @@ public:
     bool IsPlugged() const { return m_ownEnd >= 0; }
 
     /// Whether a program has the terminal open. When the last one has gone, what it left unread is discarded. A
-    /// terminal that it claimed for itself is then replaced by a fresh one, if there is a link under which to find
-    /// that.
+    /// terminal that it claimed for itself is then replaced by a fresh one, but only when there is a link to it.
     bool IsAttached();
     /// What has been sent to the sensor, or the beginning of a flood; empty when there is nothing. The bytes of a
     /// sender that has set another rate than bitsPerSecond are scrambled on the way, in either direction.
