@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::size_t kMostNuls = 4; // one byte in so many; in UTF-16 with our letters it is every second one
+constexpr std::size_t kMostNuls = 4; // one byte in this many; in UTF-16 with our letters it is every second one
 
 char lower(char c)
 {
