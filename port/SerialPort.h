@@ -1,5 +1,5 @@
-// The serial port as the sensor's driver sees it: nine calls that address a port by its number, whatever stands behind
-// them (a terminal device, a script in a test, some day a network bridge).
+// The serial port as the sensor's driver sees it: calls that address a port by its number, whatever stands behind them
+// (a terminal device, a script in a test, some day a network bridge). None of them blocks.
 #pragma once
 
 #include <cstddef>
@@ -31,8 +31,15 @@ public:
     virtual std::int32_t sio_getbaud(std::int32_t port) = 0;
     /// Function 0 discards the received, unread bytes.
     virtual std::int32_t sio_flush(std::int32_t port, std::int32_t function) = 0;
-    /// Sends one byte; 0 means success.
-    virtual std::int32_t sio_putch(std::int32_t port, std::uint8_t byte) = 0;
+    /// Sends one byte; 0 means success. More than one go out with `sio_write`, which tells how many have gone.
+    virtual std::int32_t sio_putch(std::int32_t port, std::uint8_t byte)
+    {
+        const char sent = static_cast<char>(byte);
+        return sio_write(port, {&sent, 1}) == 1 ? 0 : -1;
+    }
+    /// Sends bytes; the number taken, fewer or none when the line is full, less than 0 on an error or a port that is
+    /// not open.
+    virtual std::int32_t sio_write(std::int32_t port, std::span<const char> bytes) = 0;
     /// The number of received bytes waiting; 0 or less when there are none or the port is closed.
     virtual std::int32_t sio_iqueue(std::int32_t port) = 0;
     /// Copies at most the buffer's size of waiting bytes, without waiting; the number copied, less than 0 on an error.

@@ -209,17 +209,18 @@ std::int32_t clsPosixPort::sio_flush(std::int32_t port, std::int32_t function)
     return function == 0 ? tcflush(descriptor(port), TCIFLUSH) : -1;
 }
 
-std::int32_t clsPosixPort::sio_putch(std::int32_t port, std::uint8_t byte)
+std::int32_t clsPosixPort::sio_write(std::int32_t port, std::span<const char> bytes)
 {
     const int fd = descriptor(port);
     if (fd < 0) {
         return -1;
     }
-    if (write(fd, &byte, 1) == 1) {
-        return 0;
+    const ssize_t count = write(fd, bytes.data(), std::min<std::size_t>(bytes.size(), INT_MAX));
+    if (count >= 0) {
+        return static_cast<std::int32_t>(count);
     }
     noteFault(port);
-    return -1;
+    return HasVanished(port) ? -1 : 0;
 }
 
 std::int32_t clsPosixPort::sio_iqueue(std::int32_t port)

@@ -25,7 +25,7 @@ public:
     std::int32_t sio_baud(std::int32_t port, std::int32_t rate) override;
     std::int32_t sio_getbaud(std::int32_t port) override;
     std::int32_t sio_flush(std::int32_t port, std::int32_t function) override;
-    std::int32_t sio_putch(std::int32_t port, std::uint8_t byte) override;
+    std::int32_t sio_write(std::int32_t port, std::span<const char> bytes) override;
     std::int32_t sio_iqueue(std::int32_t port) override;
     std::int32_t sio_read(std::int32_t port, std::span<char> buffer) override;
     std::int32_t sio_data_status(std::int32_t port) override;

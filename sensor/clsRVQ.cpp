@@ -52,6 +52,7 @@ void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
     m_lastCrc_mm.reset();
     m_mismatch = Mismatch::None;
     UnitInDoubt = false;
+    m_unsent.clear();
     CommBaudrate(Rate);
 }
 
@@ -111,6 +112,7 @@ void clsRVQ::ReadComportData()
     if (m_port == nullptr) {
         return;
     }
+    sendRest();
     const std::int32_t waiting = m_port->sio_iqueue(CommComPort);
     if (waiting > 0) {
         NewInData.resize(static_cast<std::size_t>(waiting));
@@ -131,9 +133,7 @@ void clsRVQ::SendCommand(std::string_view Command)
     std::string command(Command);
     if (m_port != nullptr) {
         m_port->sio_flush(CommComPort, 0);
-        for (const char c : command) {
-            m_port->sio_putch(CommComPort, static_cast<std::uint8_t>(c));
-        }
+        sendBytes(command);
         if (command == "S" && m_pause) {
             m_pause(millisecondsAtRate(kStopBits, effectiveRate()));
         }
@@ -162,6 +162,29 @@ void clsRVQ::ShiftClock(double days)
     for (SentFrame& frame : m_sentFrames) {
         frame.time += days;
     }
+}
+
+/// Half a frame and the next command would be another frame to the sensor. What has begun is therefore ended first, and
+/// what cannot begin is not kept: sent late, a start might come after its stop.
+void clsRVQ::sendBytes(std::string_view bytes)
+{
+    sendRest();
+    if (!m_unsent.empty()) {
+        return;
+    }
+    const std::int32_t taken = m_port->sio_write(CommComPort, bytes);
+    if (taken > 0) {
+        m_unsent = bytes.substr(std::min(bytes.size(), static_cast<std::size_t>(taken)));
+    }
+}
+
+void clsRVQ::sendRest()
+{
+    if (m_unsent.empty()) {
+        return;
+    }
+    const std::int32_t taken = m_port->sio_write(CommComPort, m_unsent);
+    m_unsent.erase(0, taken < 0 ? m_unsent.size() : static_cast<std::size_t>(taken));
 }
 
 /// A verdict may come late, when nobody waits for it any more.

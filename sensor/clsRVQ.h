@@ -70,7 +70,8 @@ public:
     /// what the device offers; no window asks for it.
     std::string PortStatusByName() const;
 
-    /// Takes what has arrived into `NewInData` and appends it to `InBuffer`. A vanished port closes itself here.
+    /// Takes what has arrived into `NewInData` and appends it to `InBuffer`. A vanished port closes itself here, and
+    /// what a full line had not taken of a command goes out.
     void ReadComportData();
     /// Interprets `InBuffer`, sets `EventNr` and what belongs to it, and sends at most one follow-up command.
     /// Takes time linear in the buffer and leaves at most `kMaxPending` bytes in it.
@@ -84,7 +85,9 @@ public:
     /// for the configuration then, which clears it.
     bool UnitInDoubt = false;
     bool HasDue() const { return !m_due.empty(); }
-    /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`.
+    /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`. What a full
+    /// line does not take now of a frame it gets later, before anything else, so that no two are mixed; a command of
+    /// which it takes nothing is lost and has no answer.
     void SendCommand(std::string_view Command);
 
     /// The clock was set by so many days: deadlines and ages stay what they are.
@@ -185,6 +188,8 @@ private:
     void reportNoAnswer();
     void reportUnanswered();
     void sendFollowUp(std::string_view command);
+    void sendBytes(std::string_view bytes);
+    void sendRest();
     void noteSentFrame(std::string text);
     void boundInBuffer();
 
@@ -198,6 +203,7 @@ private:
 
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;
+    std::string m_unsent; // of a command that has begun
     std::int32_t m_lastRate;
     clsFrameStep m_frames;
     clsLineRun m_lines;

@@ -98,6 +98,28 @@ TEST(PosixPort, RawBytesAtTheRateSet)
     EXPECT_EQ(line.terminal.Read(38400), sent);
 }
 
+TEST(PosixPort, AFullLineTakesLessAndStaysOpen)
+{
+    PosixLine line;
+    const std::string piece(1000, 'x');
+    ASSERT_EQ(line.port.sio_open(1), 0);
+    std::int32_t taken = 1000, all = 0;
+    for (int i = 0; i < 10000 && taken == 1000; ++i) {
+        taken = line.port.sio_write(1, piece);
+        all += taken;
+    }
+    EXPECT_LT(taken, 1000);
+    EXPECT_NE(line.port.sio_putch(1, 'x'), 0);
+    std::size_t arrived = 0;
+    for (std::string bytes; !(bytes = line.terminal.Read(38400)).empty();) {
+        arrived += bytes.size();
+    }
+    EXPECT_EQ(arrived, static_cast<std::size_t>(all)) << "what was taken, no more and no less";
+    EXPECT_EQ(line.port.sio_write(1, piece), 1000);
+    line.terminal.Unplug();
+    EXPECT_LT(line.port.sio_write(1, piece), 0);
+}
+
 TEST(PosixPort, SaysWhyItCannotOpen)
 {
     const TemporaryFolder folder;

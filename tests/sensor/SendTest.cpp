@@ -69,6 +69,29 @@ TEST(SendCommand, LeavesNothingOfWhatWasBefore)
     EXPECT_EQ(sensor.device.InBuffer, "");
 }
 
+TEST(SendCommand, AFullLineNeverMixesTwoCommands)
+{
+    ScriptedSensor sensor;
+    sensor.port.Room = 4;
+    sensor.device.SendCommand("302 50\r");
+    sensor.device.SendCommand("T");
+    EXPECT_EQ(sensor.port.TakeSent(), "302 ");
+    sensor.port.Room = 1;
+    sensor.device.ReadComportData();
+    sensor.port.Room = 10;
+    sensor.device.SendCommand("S");
+    EXPECT_EQ(sensor.port.TakeSent(), "50\rS");
+    sensor.port.Room = 0;
+    sensor.device.SendCommand("M");
+    sensor.port.Room = 2;
+    sensor.device.SendCommand("303 1\r");
+    sensor.device.CloseComPort();
+    sensor.device.OpenComPort(1, 9600);
+    sensor.port.Room = 10;
+    sensor.device.SendCommand("X");
+    EXPECT_EQ(sensor.port.TakeSent(), "30X") << "what was never begun, or for the port before, is not sent late";
+}
+
 TEST(SendCommand, FlushesThenSendsAndPausesOnlyAfterAStop)
 {
     ScriptedSensor sensor;

@@ -4,6 +4,7 @@
 
 #include "port/SerialPort.h"
 
+#include <algorithm>
 #include <string>
 
 class PlayedLine : public SerialPort {
@@ -26,10 +27,10 @@ public:
         dropped();
         return 0;
     }
-    std::int32_t sio_putch(std::int32_t, std::uint8_t byte) override
+    std::int32_t sio_write(std::int32_t, std::span<const char> bytes) override
     {
-        sent(static_cast<char>(byte));
-        return 0;
+        std::ranges::for_each(bytes, [this](char byte) { sent(byte); });
+        return static_cast<std::int32_t>(bytes.size());
     }
     std::int32_t sio_iqueue(std::int32_t) override
     {

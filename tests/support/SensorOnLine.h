@@ -23,13 +23,13 @@ struct SensorOnLine {
         SensorOnLine& line;
 
         explicit Port(SensorOnLine& owner) : clsPosixPort(owner.devices), line(owner) {}
-        std::int32_t sio_putch(std::int32_t number, std::uint8_t byte) override
+        std::int32_t sio_write(std::int32_t number, std::span<const char> bytes) override
         {
-            const std::int32_t result = clsPosixPort::sio_putch(number, byte);
-            if (result == 0) {
-                line.takeSent();
+            const std::int32_t taken = clsPosixPort::sio_write(number, bytes);
+            if (taken > 0) {
+                line.takeSent(static_cast<std::size_t>(taken));
             }
-            return result;
+            return taken;
         }
     };
 
@@ -118,11 +118,13 @@ private:
         m_now_s += seconds;
         m_sensor_s += seconds * sensorPace;
     }
-    void takeSent()
+    void takeSent(std::size_t count)
     {
         pollfd sent{terminal.Descriptor(), POLLIN, 0};
-        poll(&sent, 1, kPatience_ms);
-        m_sent += terminal.Read(sensor.LineRate());
+        const std::size_t whole = m_sent.size() + count;
+        while (m_sent.size() < whole && poll(&sent, 1, kPatience_ms) == 1 && (sent.revents & POLLIN) != 0) {
+            m_sent += terminal.Read(sensor.LineRate());
+        }
     }
     void deliver(const std::string& bytes)
     {

@@ -13,6 +13,7 @@ public:
     std::vector<std::string> Calls;
     std::int32_t Rate = 9600;
     std::int32_t OpenResult = 0;
+    std::size_t Room = std::string::npos; ///< bytes that the line still takes
     std::int32_t Status = 0;
 
     /// What was sent since the last call.
@@ -29,6 +30,12 @@ public:
     std::int32_t sio_flush(std::int32_t, std::int32_t function) override
     {
         return noted("flush " + std::to_string(function));
+    }
+    std::int32_t sio_write(std::int32_t port, std::span<const char> bytes) override
+    {
+        const std::size_t taken = std::min(Room, bytes.size());
+        Room -= Room == std::string::npos ? 0 : taken;
+        return PlayedLine::sio_write(port, bytes.first(taken));
     }
     std::int32_t sio_data_status(std::int32_t) override { return Status; }
 
