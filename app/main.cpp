@@ -336,9 +336,7 @@ int runProgram(const Options& options)
     clsConfigLibrary library(iniFile);
     library.Build();
     clsPosixPort port(devices);
-    frmMain window(settings,
-                   {port, devices, [&port] { return port.LastFailure(); }, [&port] { return port.DevicesChanged(); }},
-                   {library, folder}, help);
+    frmMain window(settings, {port, devices}, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
     startAsAsked(window, options, settings.Language, output ? &*output : nullptr);
     return QApplication::exec();

@@ -88,8 +88,7 @@ struct Program {
     modGlobals::Settings settings;
     Help help{settings, folder.path().toStdString()};
     clsConfigLibrary library{{}};
-    frmMain window{
-        settings, {port, devices, [this] { return port.LastFailure(); }}, {library, folder.path().toStdString()}, help};
+    frmMain window{settings, {port, devices}, {library, folder.path().toStdString()}, help};
     frmRecorder* recorder = nullptr;
 
     Program()

@@ -53,10 +53,7 @@ struct Program {
     modGlobals::Settings settings;
     Help help{settings, folder.path().toStdString()};
     clsConfigLibrary library{{}};
-    frmMain window{settings,
-                   {sensor, devices, [] { return modPComm::OpenFailure(); }},
-                   {library, folder.path().toStdString()},
-                   help};
+    frmMain window{settings, {sensor, devices}, {library, folder.path().toStdString()}, help};
     QTimer* timer = window.findChild<QTimer*>(QStringLiteral("Timer"));
 
     /// Measures from now on; ticks come only on request.

@@ -199,7 +199,7 @@ private:
     {
         m_devices.Override(1, kNoDevice);
         clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }}, {m_library, {}}, m_help);
+        frmMain window(m_settings, {port, m_devices}, {m_library, {}}, m_help);
         window.StartSimulatedSensor = [] { return 1; };
         window.show();
         runFor(kWithoutSensor_ms);
@@ -218,8 +218,7 @@ private:
         simulator::clsSimulatedSensor sensor(options);
         m_devices.Override(1, sensor.Path());
         clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices, [&port] { return port.LastFailure(); }},
-                       {m_library, m_folder.toStdString()}, m_help);
+        frmMain window(m_settings, {port, m_devices}, {m_library, m_folder.toStdString()}, m_help);
         window.MeasureWhenConnected();
         window.show();
         runFor(kMeasuring_ms);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 /// Line-error bits of `sio_data_status`.
 enum LineError : std::int32_t {
@@ -16,6 +17,16 @@ enum LineError : std::int32_t {
 
 /// The rates that a port can be set to, in bit/s.
 inline constexpr std::int32_t kPortRates[] = {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
+
+enum class OpenProblem : std::uint8_t { None, NoDevice, Busy, NoPermission, NotATerminal, Other };
+
+/// Why an opening failed.
+struct OpenFailure {
+    OpenProblem problem = OpenProblem::None;
+    std::string device; ///< empty: the port number has none
+    std::string group;  ///< with NoPermission: whose members may open the device
+    std::string reason; ///< with Other: what the system says
+};
 
 class SerialPort {
 public:
@@ -47,6 +58,19 @@ public:
     /// The line errors since the last call, as `LineError` bits.
     virtual std::int32_t sio_data_status(std::int32_t port) = 0;
 
+    /// Why the last opening failed; problem None after a success.
+    virtual OpenFailure LastFailure(std::int32_t port) const
+    {
+        static_cast<void>(port);
+        return {};
+    }
+    /// Whether the devices are others than at the last opening of the port, which may succeed now; false also when that
+    /// is not known.
+    virtual bool DevicesChanged(std::int32_t port) const
+    {
+        static_cast<void>(port);
+        return false;
+    }
     /// True when the device behind an opened port has gone (a pulled cable); the port is closed then.
     virtual bool HasVanished(std::int32_t port) const
     {

@@ -19,9 +19,6 @@
 
 namespace {
 
-using modPComm::OpenFailure;
-using modPComm::OpenProblem;
-
 struct Rate {
     std::int32_t bit_s;
     speed_t speed;
@@ -133,38 +130,43 @@ std::int32_t clsPosixPort::sio_open(std::int32_t port)
 {
     sio_close(port);
     const std::string device = m_devices.DeviceOf(port);
-    m_triedPort = port;
-    m_sight = sightOf(device);
+    Attempt& attempt = m_attempts[port];
+    attempt.before = sightOf(device);
+    attempt.failure = openDevice(port, device);
+    return attempt.failure.problem == OpenProblem::None ? 0 : -1;
+}
+
+OpenFailure clsPosixPort::openDevice(std::int32_t port, const std::string& device)
+{
     struct stat info {};
     if (device.empty()) {
-        return failed({OpenProblem::NoDevice, {}, {}, {}});
+        return {OpenProblem::NoDevice, {}, {}, {}};
     }
     if (stat(device.c_str(), &info) != 0) {
         // Nothing known of a group: a folder on the way that may not be entered is no matter of the device's.
-        return failed(failureOf(errno, device, {}));
+        return failureOf(errno, device, {});
     }
     // Opening may have effects on files and pipes, so the kind is looked at first.
     if (!S_ISCHR(info.st_mode)) {
-        return failed(failureOf(ENOTTY, device, info));
+        return failureOf(ENOTTY, device, info);
     }
     const int fd = open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
-        return failed(failureOf(errno, device, info));
+        return failureOf(errno, device, info);
     }
     if (!claim(fd)) {
         const int error = errno;
         close(fd);
-        return failed(failureOf(error, device, info));
+        return failureOf(error, device, info);
     }
     if (!makeRaw(fd)) {
         const int error = errno;
         release(fd);
-        return failed(failureOf(error, device, info));
+        return failureOf(error, device, info);
     }
     m_lines[port] = {fd, {}};
     sio_data_status(port); // errors from before are not ours
-    m_failure = {};
-    return 0;
+    return {};
 }
 
 std::int32_t clsPosixPort::sio_close(std::int32_t port)
@@ -282,9 +284,16 @@ bool clsPosixPort::HasVanished(std::int32_t port) const
     return line != m_lines.end() && line->second.fd < 0;
 }
 
-bool clsPosixPort::DevicesChanged() const
+OpenFailure clsPosixPort::LastFailure(std::int32_t port) const
 {
-    return sightOf(m_devices.DeviceOf(m_triedPort)) != m_sight;
+    const auto attempt = m_attempts.find(port);
+    return attempt == m_attempts.end() ? OpenFailure() : attempt->second.failure;
+}
+
+bool clsPosixPort::DevicesChanged(std::int32_t port) const
+{
+    const auto attempt = m_attempts.find(port);
+    return attempt != m_attempts.end() && sightOf(m_devices.DeviceOf(port)) != attempt->second.before;
 }
 
 /// A folder of devices changes with what is plugged in, the device itself also with its permissions and, where a number
@@ -325,10 +334,4 @@ void clsPosixPort::noteFault(std::int32_t port)
         close(line.fd);
         line.fd = -1;
     }
-}
-
-std::int32_t clsPosixPort::failed(OpenFailure failure)
-{
-    m_failure = std::move(failure);
-    return -1;
 }

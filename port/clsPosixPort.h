@@ -18,8 +18,8 @@ public:
     clsPosixPort(const clsPosixPort&) = delete;
     clsPosixPort& operator=(const clsPosixPort&) = delete;
 
-    /// Opens the device for this program alone; bytes from before are dropped. -1 on failure, see `LastFailure`; a
-    /// device that another program has locked is left as it is.
+    /// Opens the device for this program alone; bytes from before are dropped. -1 on failure, see
+    /// `LastFailure`; a device that another program has locked is left as it is.
     std::int32_t sio_open(std::int32_t port) override;
     std::int32_t sio_close(std::int32_t port) override;
     std::int32_t sio_baud(std::int32_t port, std::int32_t rate) override;
@@ -29,13 +29,11 @@ public:
     std::int32_t sio_iqueue(std::int32_t port) override;
     std::int32_t sio_read(std::int32_t port, std::span<char> buffer) override;
     std::int32_t sio_data_status(std::int32_t port) override;
+    OpenFailure LastFailure(std::int32_t port) const override;
+    /// Whether devices have come or gone or the one behind the port is another. A few looks at the file system, no
+    /// device is opened.
+    bool DevicesChanged(std::int32_t port) const override;
     bool HasVanished(std::int32_t port) const override;
-
-    /// Why the last `sio_open` failed; problem None after a success.
-    const modPComm::OpenFailure& LastFailure() const { return m_failure; }
-    /// Whether, since the last `sio_open`, devices have come or gone or the one behind that port is another: opening it
-    /// may succeed now. A few looks at the file system, no device is opened.
-    bool DevicesChanged() const;
 
 private:
     struct LineErrors {
@@ -49,15 +47,17 @@ private:
 
     /// What is seen of the devices without opening one: times and numbers, to be compared.
     using Sight = std::vector<std::int64_t>;
+    struct Attempt {
+        Sight before;
+        OpenFailure failure;
+    };
 
     static Sight sightOf(const std::string& device);
     int descriptor(std::int32_t port) const;
     void noteFault(std::int32_t port);
-    std::int32_t failed(modPComm::OpenFailure failure);
+    OpenFailure openDevice(std::int32_t port, const std::string& device);
 
     const modPComm::PortDevices& m_devices;
     std::map<std::int32_t, Line> m_lines;
-    modPComm::OpenFailure m_failure;
-    std::int32_t m_triedPort = 0; ///< by the last `sio_open`
-    Sight m_sight;                ///< before it
+    std::map<std::int32_t, Attempt> m_attempts; ///< the last one at each port
 };

@@ -1,4 +1,4 @@
-// Which device stands behind a port number, and what is known of why one cannot be opened.
+// Which device stands behind a port number.
 #pragma once
 
 #include <cstdint>
@@ -35,15 +35,5 @@ private:
 /// Who made what is plugged in behind a device, and what it is, as it names itself (UTF-8), "FTDI FT232R USB UART" for
 /// instance; empty when the system does not know. `system`: where the kernel shows its devices.
 std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system = "/sys");
-
-enum class OpenProblem : std::uint8_t { None, NoDevice, Busy, NoPermission, NotATerminal, Other };
-
-/// Why the last opening failed.
-struct OpenFailure {
-    OpenProblem problem = OpenProblem::None;
-    std::string device; ///< empty: the port number has none
-    std::string group;  ///< with NoPermission: whose members may open the device
-    std::string reason; ///< with Other: what the system says
-};
 
 } // namespace modPComm

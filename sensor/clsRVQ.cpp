@@ -65,6 +65,16 @@ void clsRVQ::CloseComPort()
     PortIsOpen = false;
 }
 
+OpenFailure clsRVQ::LastFailure() const
+{
+    return m_port == nullptr ? OpenFailure() : m_port->LastFailure(CommComPort);
+}
+
+bool clsRVQ::DevicesChanged() const
+{
+    return m_port != nullptr && m_port->DevicesChanged(CommComPort);
+}
+
 std::int32_t clsRVQ::CommBaudrate() const
 {
     return m_port == nullptr ? 0 : m_port->sio_getbaud(CommComPort);

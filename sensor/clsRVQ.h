@@ -17,6 +17,7 @@
 #include <string_view>
 
 class SerialPort;
+struct OpenFailure;
 
 /// Values of `clsRVQ::EventNr`.
 enum Event : std::int32_t {
@@ -60,6 +61,10 @@ public:
     /// Opens port number `Comport` at `Rate` bit/s. Does nothing when the number is 0 or less or a port is open.
     void OpenComPort(std::int32_t Comport, std::int32_t Rate);
     void CloseComPort();
+    /// Why the last opening failed; problem None after a success.
+    OpenFailure LastFailure() const;
+    /// Whether the devices are others than at the last opening, which may succeed now; false also when not known.
+    bool DevicesChanged() const;
     /// The port's rate in bit/s; 0 or less when it is closed.
     std::int32_t CommBaudrate() const;
     /// Sets the port's rate in bit/s; one that is not among `kPortRates` is ignored.

@@ -126,7 +126,7 @@ void clsMeasurementLoop::reopenPort()
 void clsMeasurementLoop::tryPort()
 {
     const bool isAnother = std::exchange(m_triedPort, m_settings.Comport) != m_settings.Comport;
-    if (isAnother || (DevicesChanged && DevicesChanged())) {
+    if (isAnother || m_device.DevicesChanged()) {
         m_backOff.Restart();
     }
     if (!m_backOff.IsDue()) {

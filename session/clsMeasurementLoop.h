@@ -70,10 +70,6 @@ public:
     /// Is handed the device in every tick; empty while nobody has asked for it.
     std::function<void(const clsRVQ&)> LiveUpdate;
 
-    /// Whether a port that could not be opened may open now, because the devices are others than at that attempt; it is
-    /// tried at once then, else with growing pauses. Empty: not known.
-    std::function<bool()> DevicesChanged;
-
     /// The window goes: every wait ends, the port is closed, nothing more is sent.
     void Unload();
 

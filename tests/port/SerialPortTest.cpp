@@ -17,8 +17,6 @@
 
 namespace {
 
-using modPComm::OpenProblem;
-
 TEST(ComPort, CallsOfOpeningAndClosing)
 {
     using Row = std::pair<std::int32_t, std::vector<std::string>>;
@@ -135,7 +133,7 @@ TEST(PosixPort, SaysWhyItCannotOpen)
                                                          {5, OpenProblem::NotATerminal}, {97, OpenProblem::NoDevice}};
     for (const auto& [port, problem] : rows) {
         EXPECT_NE(line.port.sio_open(port), 0) << port;
-        EXPECT_EQ(line.port.LastFailure().problem, problem) << port;
+        EXPECT_EQ(line.port.LastFailure(port).problem, problem) << port;
     }
     other.sio_close(1);
     EXPECT_EQ(line.port.sio_open(1), 0);
@@ -165,7 +163,7 @@ TEST(PosixPort, ALockedPortIsLeftAsItIs)
     ioctl(other, TIOCEXCL);
     ASSERT_EQ(write(other, "on its way", 10), 10);
     EXPECT_NE(line.port.sio_open(1), 0);
-    EXPECT_EQ(line.port.LastFailure().problem, OpenProblem::Busy);
+    EXPECT_EQ(line.port.LastFailure(1).problem, OpenProblem::Busy);
     int exclusive = 0;
     ioctl(other, TIOCGEXCL, &exclusive);
     EXPECT_EQ(exclusive, 1);
@@ -185,17 +183,17 @@ TEST(PosixPort, TellsThatTheDevicesHaveChanged)
     const auto link = folder.path / "sensor";
     line.devices.Override(2, link);
     EXPECT_NE(line.port.sio_open(2), 0);
-    EXPECT_FALSE(line.port.DevicesChanged());
+    EXPECT_FALSE(line.port.DevicesChanged(2));
     std::filesystem::create_symlink("/dev/null", link);
-    EXPECT_TRUE(line.port.DevicesChanged()) << "plugged in";
+    EXPECT_TRUE(line.port.DevicesChanged(2)) << "plugged in";
     EXPECT_NE(line.port.sio_open(2), 0);
-    EXPECT_FALSE(line.port.DevicesChanged());
+    EXPECT_FALSE(line.port.DevicesChanged(2));
     std::filesystem::remove(link);
     std::filesystem::create_symlink(line.terminal.Path(), link);
-    EXPECT_TRUE(line.port.DevicesChanged()) << "another device";
+    EXPECT_TRUE(line.port.DevicesChanged(2)) << "another device";
     line.port.sio_open(2);
     chmod(line.terminal.Path().c_str(), 0640);
-    EXPECT_TRUE(line.port.DevicesChanged()) << "another permission";
+    EXPECT_TRUE(line.port.DevicesChanged(2)) << "another permission";
 }
 
 TEST(MakerOf, LooksUpToThePlugAndNoFurther)

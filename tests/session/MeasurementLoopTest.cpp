@@ -268,8 +268,6 @@ TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPausesUntilSomething
 {
     Monitor monitor;
     clsScriptedPort& port = monitor.sensor.port;
-    bool changed = false;
-    monitor.loop.DevicesChanged = [&] { return changed; };
     monitor.Tick();
     port.Vanished = true;
     port.OpenResult = -1;
@@ -288,18 +286,18 @@ TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPausesUntilSomething
     }
     EXPECT_EQ(tries, (std::vector<int>{0, 100, 300, 800, 1800, 2800, 3800}));
     EXPECT_EQ(monitor.view.status[0], "Comport not open");
-    changed = true;
+    port.Changed = true;
     EXPECT_EQ(opens(), 1) << "something has been plugged in";
-    changed = false;
+    port.Changed = false;
     EXPECT_EQ(opens(), 0);
     EXPECT_EQ(opens(), 1) << "the pauses begin anew";
     monitor.settings.Comport = 3;
     monitor.loop.ChangePort();
     EXPECT_EQ(std::ranges::count(port.Calls, "open 3"), 1) << "the operator's choice";
     port.OpenResult = 0;
-    changed = true;
+    port.Changed = true;
     EXPECT_EQ(opens(), 2) << "one of the choice";
-    changed = false;
+    port.Changed = false;
     port.Vanished = true;
     EXPECT_EQ(opens(), 1) << "one that has worked is not waited for";
 }

@@ -73,9 +73,8 @@ struct Desk {
     void Open()
     {
         window.reset();
-        window =
-            std::make_unique<frmMain>(settings, frmMain::Ports{port, devices, [this] { return port.LastFailure(); }},
-                                      frmMain::Storage{library, folder.path}, help);
+        window = std::make_unique<frmMain>(settings, frmMain::Ports{port, devices},
+                                           frmMain::Storage{library, folder.path}, help);
         window->show();
     }
     template <typename Widget = QPushButton>

@@ -1,7 +1,7 @@
 #include "ui/main/MessagePanel.h"
 
 #include "base/modAPI.h"
-#include "port/modPComm.h"
+#include "port/SerialPort.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
@@ -63,9 +63,8 @@ void MessagePanel::note(const QString& message, double time)
     m_hasNews = true;
 }
 
-QString OpenFailureText(const modPComm::OpenFailure& failure, std::int32_t language)
+QString OpenFailureText(const OpenFailure& failure, std::int32_t language)
 {
-    using modPComm::OpenProblem;
     const QString device = QFile::decodeName(failure.device.c_str());
     switch (failure.problem) {
     case OpenProblem::None:

@@ -10,9 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace modPComm {
 struct OpenFailure;
-}
 
 class MessagePanel : public LineLabel {
     Q_OBJECT
@@ -40,4 +38,4 @@ private:
 };
 
 /// Why a port cannot be opened; empty when there is no reason.
-QString OpenFailureText(const modPComm::OpenFailure& failure, std::int32_t language);
+QString OpenFailureText(const OpenFailure& failure, std::int32_t language);

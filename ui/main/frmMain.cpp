@@ -3,6 +3,7 @@
 #include "base/modAPI.h"
 #include "base/modFiles.h"
 #include "plot/modChartGlobals.h"
+#include "port/SerialPort.h"
 #include "sensor/Parameters.h"
 #include "ui/chart/XYChart.h"
 #include "ui/chart/frmChartSettings.h"
@@ -98,7 +99,6 @@ frmMain::frmMain(modGlobals::Settings& settings, const Ports& ports, const Stora
     connectControls();
     connectMenus();
     connectRecorder();
-    m_loop.DevicesChanged = m_ports.devicesChanged;
     m_loop.PumpEvents = pumpEvents;
     ShowDialogue(DialogueNone);
     ShowRule({});
@@ -347,7 +347,7 @@ void frmMain::tellUnkept(const QString& message)
 /// Why the port cannot be opened also goes to the console when it changes.
 void frmMain::explainFailure()
 {
-    const QString why = m_device.PortIsOpen ? QString() : OpenFailureText(m_ports.lastFailure(), m_settings.Language);
+    const QString why = m_device.PortIsOpen ? QString() : OpenFailureText(m_device.LastFailure(), m_settings.Language);
     if (pnlMessages->Explain(why)) {
         noteFailure();
     }

@@ -40,13 +40,10 @@ class frmMain : public QMainWindow, private MainForm, private MonitorView, priva
     Q_OBJECT
 
 public:
-    /// What the window is given: the serial ports, the devices behind their numbers, and what is known of the last
-    /// opening that failed.
+    /// What the window is given: the serial ports and the devices behind their numbers.
     struct Ports {
         SerialPort& port;
         const modPComm::PortDevices& devices;
-        std::function<modPComm::OpenFailure()> lastFailure;
-        std::function<bool()> devicesChanged = {}; ///< since that opening; empty: not known
     };
 
     /// Where its files are: the list of configurations and the folder of the program.
