@@ -37,7 +37,9 @@ void clsMeasurementLoop::Tick(double now)
         if (m_device.PortIsOpen) {
             servePort();
         }
-        if (!m_device.PortIsOpen) {
+        if (m_device.PortIsOpen) {
+            m_backOff.Lasts();
+        } else {
             reopenPort();
         }
     }
@@ -123,20 +125,17 @@ void clsMeasurementLoop::reopenPort()
     m_device.FailTime = m_device.CurrentTime;
 }
 
+/// A port that has not opened, or has vanished soon after, is tried with growing pauses; another port, or other devices
+/// than at the last try, at once.
 void clsMeasurementLoop::tryPort()
 {
     const bool isAnother = std::exchange(m_triedPort, m_settings.Comport) != m_settings.Comport;
     if (isAnother || m_device.DevicesChanged()) {
         m_backOff.Restart();
     }
-    if (!m_backOff.IsDue()) {
-        return;
-    }
-    m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
-    if (m_device.PortIsOpen) {
-        m_backOff.Restart();
-    } else {
-        m_backOff.Failed();
+    if (m_backOff.IsDue()) {
+        m_backOff.Tried();
+        m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
     }
 }
 

@@ -154,6 +154,7 @@ void clsMeasurementLoop::RequestSingleValue()
 void clsMeasurementLoop::ChangePort()
 {
     m_device.CloseComPort();
+    m_backOff.Restart(); // the operator's choice is tried at once, also of the same port
     reopenPort();
 }
 

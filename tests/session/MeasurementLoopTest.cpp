@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
+#include <utility>
 
 namespace {
 
@@ -277,14 +278,10 @@ TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPausesUntilSomething
         port.Calls.clear();
         return count;
     };
-    port.Calls.clear();
-    std::vector<int> tries; // in milliseconds
-    for (int ms = 0; ms < 4000; ms += 50) {
-        if (opens() != 0) {
-            tries.push_back(ms);
-        }
+    for (int i = 0; i < 17; ++i) { // 0, 100, 300, 800 ms
+        opens();
     }
-    EXPECT_EQ(tries, (std::vector<int>{0, 100, 300, 800, 1800, 2800, 3800}));
+    EXPECT_EQ(opens(), 0);
     EXPECT_EQ(monitor.view.status[0], "Comport not open");
     port.Changed = true;
     EXPECT_EQ(opens(), 1) << "something has been plugged in";
@@ -294,12 +291,40 @@ TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPausesUntilSomething
     monitor.settings.Comport = 3;
     monitor.loop.ChangePort();
     EXPECT_EQ(std::ranges::count(port.Calls, "open 3"), 1) << "the operator's choice";
+    monitor.loop.ChangePort();
+    EXPECT_EQ(std::ranges::count(port.Calls, "open 3"), 2) << "the same one again";
     port.OpenResult = 0;
     port.Changed = true;
-    EXPECT_EQ(opens(), 2) << "one of the choice";
-    port.Changed = false;
+    EXPECT_EQ(opens(), 3) << "one of the choice";
+    port.Changed = port.Vanished = false;
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_EQ(opens(), 0);
+    }
     port.Vanished = true;
     EXPECT_EQ(opens(), 1) << "one that has worked is not waited for";
+    EXPECT_EQ(opens(), 0) << "one that is gone at once is";
+}
+
+TEST(MeasurementLoop, HoweverAnOpeningEndsTheNextOnesComeWithGrowingPauses)
+{
+    struct Row {
+        const char* name;
+        std::int32_t result;
+    };
+    for (const Row& row : {Row{"refused", -1}, Row{"opens and vanishes", 0}}) {
+        Monitor monitor;
+        clsScriptedPort& port = monitor.sensor.port;
+        port.Vanished = true;
+        port.OpenResult = row.result;
+        std::vector<int> tries; // in milliseconds
+        for (int ms = 0; ms < 4000; ms += 50) {
+            monitor.Tick();
+            if (std::ranges::count(std::exchange(port.Calls, {}), "open 1") != 0) {
+                tries.push_back(ms);
+            }
+        }
+        EXPECT_EQ(tries, (std::vector<int>{0, 100, 300, 800, 1800, 2800, 3800})) << row.name;
+    }
 }
 
 TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
