@@ -28,13 +28,19 @@ struct OpenFailure {
     std::string reason; ///< with Other: what the system says
 };
 
+enum class PortState : std::uint8_t {
+    Closed,
+    Opening, ///< under way: ends by itself, after some time at most, as open or closed
+    Open,
+};
+
 class SerialPort {
 public:
     virtual ~SerialPort() = default;
 
-    /// Opens the port; 0 means success.
+    /// Opens the port; 0 means success: `State` tells whether it is open at once or still opening.
     virtual std::int32_t sio_open(std::int32_t port) = 0;
-    /// Closes the port; harmless on a closed one.
+    /// Closes the port and gives up an opening that is under way; harmless on a closed one.
     virtual std::int32_t sio_close(std::int32_t port) = 0;
     /// Sets the rate, one of `kPortRates`; 0 means success.
     virtual std::int32_t sio_baud(std::int32_t port, std::int32_t rate) = 0;
@@ -58,7 +64,9 @@ public:
     /// The line errors since the last call, as `LineError` bits.
     virtual std::int32_t sio_data_status(std::int32_t port) = 0;
 
-    /// Why the last opening failed; problem None after a success.
+    /// Takes an opening that is under way a step further and tells how far it is; asked in every tick until it ends.
+    virtual PortState State(std::int32_t port) = 0;
+    /// Why the last opening that came to its end failed; problem None after a success.
     virtual OpenFailure LastFailure(std::int32_t port) const
     {
         static_cast<void>(port);

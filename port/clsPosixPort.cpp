@@ -284,6 +284,11 @@ bool clsPosixPort::HasVanished(std::int32_t port) const
     return line != m_lines.end() && line->second.fd < 0;
 }
 
+PortState clsPosixPort::State(std::int32_t port)
+{
+    return descriptor(port) < 0 ? PortState::Closed : PortState::Open;
+}
+
 OpenFailure clsPosixPort::LastFailure(std::int32_t port) const
 {
     const auto attempt = m_attempts.find(port);

@@ -18,7 +18,7 @@ public:
     clsPosixPort(const clsPosixPort&) = delete;
     clsPosixPort& operator=(const clsPosixPort&) = delete;
 
-    /// Opens the device for this program alone; bytes from before are dropped. -1 on failure, see
+    /// Opens the device for this program alone, at once; bytes from before are dropped. -1 on failure, see
     /// `LastFailure`; a device that another program has locked is left as it is.
     std::int32_t sio_open(std::int32_t port) override;
     std::int32_t sio_close(std::int32_t port) override;
@@ -29,6 +29,7 @@ public:
     std::int32_t sio_iqueue(std::int32_t port) override;
     std::int32_t sio_read(std::int32_t port, std::span<char> buffer) override;
     std::int32_t sio_data_status(std::int32_t port) override;
+    PortState State(std::int32_t port) override;
     OpenFailure LastFailure(std::int32_t port) const override;
     /// Whether devices have come or gone or the one behind the port is another. A few looks at the file system, no
     /// device is opened.

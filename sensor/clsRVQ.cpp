@@ -36,13 +36,28 @@ clsRVQ::~clsRVQ()
 
 void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
 {
-    if (m_port == nullptr || Comport <= 0 || PortIsOpen) {
+    if (m_port == nullptr || Comport <= 0 || PortIsOpen || PortIsOpening()) {
         return;
     }
     CommComPort = Comport;
     m_port->sio_close(Comport);
-    if (m_port->sio_open(Comport) != 0) {
-        CloseComPort();
+    if (m_port->sio_open(Comport) == 0) {
+        m_openingRate = Rate;
+        ContinueOpening();
+    }
+}
+
+void clsRVQ::ContinueOpening()
+{
+    if (!PortIsOpening()) {
+        return;
+    }
+    const PortState state = m_port->State(CommComPort);
+    if (state == PortState::Opening) {
+        return;
+    }
+    const std::int32_t rate = *std::exchange(m_openingRate, std::nullopt);
+    if (state == PortState::Closed) {
         return;
     }
     PortIsOpen = true;
@@ -53,16 +68,18 @@ void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
     m_mismatch = Mismatch::None;
     UnitInDoubt = false;
     m_unsent.clear();
-    CommBaudrate(Rate);
+    CommBaudrate(rate);
 }
 
 void clsRVQ::CloseComPort()
 {
-    if (m_port != nullptr && PortIsOpen) {
+    if (m_port != nullptr && (PortIsOpen || PortIsOpening())) {
         m_port->sio_close(CommComPort);
+    }
+    m_openingRate.reset();
+    if (std::exchange(PortIsOpen, false)) {
         Journal.Append(EventNoAnswer); // who waits must hear of it, even if the port is open again by then
     }
-    PortIsOpen = false;
 }
 
 OpenFailure clsRVQ::LastFailure() const
@@ -86,7 +103,9 @@ void clsRVQ::CommBaudrate(std::int32_t rate)
         return;
     }
     m_lastRate = rate;
-    if (m_port != nullptr) {
+    if (PortIsOpening()) {
+        m_openingRate = rate;
+    } else if (m_port != nullptr) {
         m_port->sio_baud(CommComPort, rate);
     }
 }
@@ -141,7 +160,7 @@ void clsRVQ::SendCommand(std::string_view Command)
     const std::int32_t wait_ms = answerTime_ms(Command);
     // The caller may have handed in a view of LastCommand itself.
     std::string command(Command);
-    if (m_port != nullptr) {
+    if (m_port != nullptr && PortIsOpen) {
         m_port->sio_flush(CommComPort, 0);
         sendBytes(command);
         if (command == "S" && m_pause) {

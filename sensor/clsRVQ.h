@@ -58,10 +58,16 @@ public:
     clsRVQ(const clsRVQ&) = delete;
     clsRVQ& operator=(const clsRVQ&) = delete;
 
-    /// Opens port number `Comport` at `Rate` bit/s. Does nothing when the number is 0 or less or a port is open.
+    /// Opens port number `Comport` at `Rate` bit/s, or begins to, where opening takes longer. Does nothing when the
+    /// number is 0 or less or a port is open or opening.
     void OpenComPort(std::int32_t Comport, std::int32_t Rate);
+    /// Looks what has become of an opening that takes longer: `PortIsOpen` is set, or it is still under way, or it has
+    /// failed and neither is so. Until it has succeeded nothing is sent.
+    void ContinueOpening();
+    bool PortIsOpening() const { return m_openingRate.has_value(); }
+    /// Closes an open port; an opening that is under way is given up.
     void CloseComPort();
-    /// Why the last opening failed; problem None after a success.
+    /// Why the last opening that came to its end failed; problem None after a success.
     OpenFailure LastFailure() const;
     /// Whether the devices are others than at the last opening, which may succeed now; false also when not known.
     bool DevicesChanged() const;
@@ -208,7 +214,8 @@ private:
 
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;
-    std::string m_unsent; // of a command that has begun
+    std::optional<std::int32_t> m_openingRate; // set while a port is opening
+    std::string m_unsent;                      // of a command that has begun
     std::int32_t m_lastRate;
     clsFrameStep m_frames;
     clsLineRun m_lines;

@@ -125,11 +125,17 @@ void clsMeasurementLoop::reopenPort()
     m_device.FailTime = m_device.CurrentTime;
 }
 
-/// A port that has not opened, or has vanished soon after, is tried with growing pauses; another port, or other devices
-/// than at the last try, at once.
+/// One opening at a time: one that takes several ticks is followed to its end. A port that has not opened, or has
+/// vanished soon after, is tried with growing pauses; another port, or other devices than at the last try, at once.
 void clsMeasurementLoop::tryPort()
 {
     const bool isAnother = std::exchange(m_triedPort, m_settings.Comport) != m_settings.Comport;
+    if (isAnother) {
+        m_device.CloseComPort(); // an opening of the one before
+    } else if (m_device.PortIsOpening()) {
+        m_device.ContinueOpening();
+        return;
+    }
     if (isAnother || m_device.DevicesChanged()) {
         m_backOff.Restart();
     }

@@ -107,6 +107,7 @@ TEST(PosixPort, AFullLineTakesLessAndStaysOpen)
         all += taken;
     }
     EXPECT_LT(taken, 1000);
+    EXPECT_EQ(line.port.State(1), PortState::Open);
     EXPECT_NE(line.port.sio_putch(1, 'x'), 0);
     std::size_t arrived = 0;
     for (std::string bytes; !(bytes = line.terminal.Read(38400)).empty();) {
@@ -116,6 +117,7 @@ TEST(PosixPort, AFullLineTakesLessAndStaysOpen)
     EXPECT_EQ(line.port.sio_write(1, piece), 1000);
     line.terminal.Unplug();
     EXPECT_LT(line.port.sio_write(1, piece), 0);
+    EXPECT_EQ(line.port.State(1), PortState::Closed);
 }
 
 TEST(PosixPort, SaysWhyItCannotOpen)
@@ -147,6 +149,7 @@ TEST(PosixPort, WithoutAnOpenPortNothingIsReadOrSent)
     for (const std::int32_t port : {1, 2, 97}) { // never opened, not a terminal, no such number
         EXPECT_LT(line.port.sio_iqueue(port), 1) << port;
         EXPECT_NE(line.port.sio_putch(port, 'x'), 0) << port;
+        EXPECT_EQ(line.port.State(port), PortState::Closed) << port;
     }
 }
 

@@ -310,12 +310,15 @@ TEST(MeasurementLoop, HoweverAnOpeningEndsTheNextOnesComeWithGrowingPauses)
     struct Row {
         const char* name;
         std::int32_t result;
+        PortState reached;
     };
-    for (const Row& row : {Row{"refused", -1}, Row{"opens and vanishes", 0}}) {
+    for (const Row& row : {Row{"refused", -1, PortState::Closed}, Row{"opens and vanishes", 0, PortState::Open},
+                           Row{"begins and fails", 0, PortState::Closed}}) {
         Monitor monitor;
         clsScriptedPort& port = monitor.sensor.port;
         port.Vanished = true;
         port.OpenResult = row.result;
+        port.Reached = row.reached;
         std::vector<int> tries; // in milliseconds
         for (int ms = 0; ms < 4000; ms += 50) {
             monitor.Tick();
@@ -325,6 +328,43 @@ TEST(MeasurementLoop, HoweverAnOpeningEndsTheNextOnesComeWithGrowingPauses)
         }
         EXPECT_EQ(tries, (std::vector<int>{0, 100, 300, 800, 1800, 2800, 3800})) << row.name;
     }
+}
+
+TEST(MeasurementLoop, AnOpeningThatTakesSeveralTicksIsFollowedToItsEnd)
+{
+    Monitor monitor;
+    clsScriptedPort& port = monitor.sensor.port;
+    const auto tick = [&](int ticks) {
+        port.Calls.clear();
+        for (int i = 0; i < ticks; ++i) {
+            monitor.Tick();
+            monitor.loop.RequestSingleValue();
+            EXPECT_EQ(monitor.view.status[0], "Comport not open");
+        }
+        return port.Calls;
+    };
+    using Calls = std::vector<std::string>;
+    monitor.sensor.device.CloseComPort();
+    port.Reached = PortState::Opening;
+    EXPECT_EQ(tick(100), (Calls{"close 1", "open 1"})) << "one opening, nothing sent";
+    port.Reached = PortState::Closed; // it has failed
+    EXPECT_EQ(tick(2), Calls());
+    port.Reached = PortState::Opening;
+    EXPECT_EQ(tick(100), (Calls{"close 1", "open 1"}));
+    monitor.settings.Comport = 3;
+    monitor.loop.ChangePort();
+    EXPECT_EQ(port.Calls, (Calls{"close 1", "open 1", "close 1", "close 3", "open 3"})) << "given up for another";
+    monitor.settings.Baudrate = 115200;
+    monitor.loop.ChangeBaudrate();
+    EXPECT_EQ(tick(1), Calls());
+    const std::int32_t openings = monitor.sensor.device.Openings;
+    port.Reached = PortState::Open;
+    monitor.Tick();
+    EXPECT_EQ(port.Calls, Calls{"baud 115200"});
+    EXPECT_EQ(monitor.view.status[0], "");
+    EXPECT_EQ(monitor.sensor.device.Openings, openings + 1);
+    monitor.Tick();
+    EXPECT_EQ(monitor.Sent(), "X");
 }
 
 TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)

@@ -46,6 +46,7 @@ public:
         return static_cast<std::int32_t>(count);
     }
     std::int32_t sio_data_status(std::int32_t) override { return 0; }
+    PortState State(std::int32_t) override { return Vanished ? PortState::Closed : PortState::Open; }
     bool HasVanished(std::int32_t) const override { return Vanished; }
 
 private:

@@ -13,6 +13,7 @@ public:
     std::vector<std::string> Calls;
     std::int32_t Rate = 9600;
     std::int32_t OpenResult = 0;
+    PortState Reached = PortState::Open;  ///< by an opening with the result 0: still under way, or how it ended
     bool Changed = false;                 ///< the devices are others than at the last opening
     std::size_t Room = std::string::npos; ///< bytes that the line still takes
     std::int32_t Status = 0;
@@ -38,6 +39,7 @@ public:
         Room -= Room == std::string::npos ? 0 : taken;
         return PlayedLine::sio_write(port, bytes.first(taken));
     }
+    PortState State(std::int32_t) override { return Reached; }
     bool DevicesChanged(std::int32_t) const override { return Changed; }
     std::int32_t sio_data_status(std::int32_t) override { return Status; }
 
