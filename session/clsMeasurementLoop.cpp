@@ -15,7 +15,7 @@ constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
 
 } // namespace
 
-clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, MonitorView& view,
+clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& view,
                                        char decimalSeparator)
     : m_device(device), m_settings(settings), m_view(view), m_decimalSeparator(decimalSeparator)
 {

@@ -7,7 +7,7 @@
 #include "sensor/Measurement.h"
 #include "sensor/clsRVQ.h"
 #include "sensor/modRVQComm.h"
-#include "session/MonitorView.h"
+#include "session/SessionListener.h"
 #include "session/clsFIFO.h"
 #include "store/modGlobals.h"
 #include "texts/TextId.h"
@@ -22,7 +22,8 @@ public:
     static constexpr std::int32_t kInterval_ms = 50;
 
     /// All three must outlive the loop. `decimalSeparator` is that of the user's locale.
-    clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, MonitorView& view, char decimalSeparator);
+    clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& view,
+                       char decimalSeparator);
 
     /// One tick at the local time `now` (days since 1899-12-30): reads and evaluates, shows what came, re-opens a
     /// closed port. While somebody waits for the sensor it sends nothing.
@@ -112,7 +113,7 @@ private:
 
     clsRVQ& m_device;
     const modGlobals::Settings& m_settings;
-    MonitorView& m_view;
+    SessionListener& m_view;
     char m_decimalSeparator;
 
     bool m_measuring = false;

@@ -1,9 +1,9 @@
 // A window that shows nothing, for tests that look at only a few of its calls.
 #pragma once
 
-#include "session/MonitorView.h"
+#include "session/SessionListener.h"
 
-struct SilentView : MonitorView {
+struct SilentView : SessionListener {
     void Echo(std::string_view) override {}
     void ShowDistance(const std::string&) override {}
     void ShowTemperature(const std::string&) override {}

@@ -4,7 +4,7 @@
 
 #include "port/modPComm.h"
 #include "sensor/clsRVQ.h"
-#include "session/MonitorView.h"
+#include "session/SessionListener.h"
 #include "session/clsMeasurementLoop.h"
 #include "session/clsRecorder.h"
 #include "session/clsValueAge.h"
@@ -36,7 +36,7 @@ class frmRecorder;
 class frmRVQ;
 class frmTextWindow;
 
-class frmMain : public QMainWindow, private MainForm, private MonitorView, private RecorderHost {
+class frmMain : public QMainWindow, private MainForm, private SessionListener, private RecorderHost {
     Q_OBJECT
 
 public:

@@ -26,9 +26,9 @@ struct SensorSettings {
     bool RedLaser = false;
 };
 
-class MonitorView {
+class SessionListener {
 public:
-    virtual ~MonitorView() = default;
+    virtual ~SessionListener() = default;
 
     /// Raw text that the sensor has sent, never empty.
     virtual void Echo(std::string_view received) = 0;
