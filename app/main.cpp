@@ -7,6 +7,7 @@
 #include "port/clsPosixPort.h"
 #include "port/modPComm.h"
 #include "sensor/Parameters.h"
+#include "session/clsSession.h"
 #include "simulator/clsSimulatedSensor.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
@@ -19,6 +20,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/OutlinedStyle.h"
 #include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -177,18 +179,23 @@ void takePicture(frmMain& window, const QString& file)
 
 /// What the program prints while it runs. The messages of faults go the same way: they may share a pipe with the
 /// distances, and would wait as long once that is full.
-class Output {
+class Output : public SessionListener {
 public:
     Output()
     {
         messagePrinter = &m_messages;
         m_usualHandler = qInstallMessageHandler(note);
     }
-    ~Output();
+    ~Output() override;
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    void PrintDistance(const QString& text) { m_distances.Print(text.toLocal8Bit().toStdString()); }
+    void ShowDistance(const std::string& text) override
+    {
+        if (!text.empty()) {
+            m_distances.Print(FromBytes(text).toLocal8Bit().toStdString());
+        }
+    }
 
 private:
     static void note(QtMsgType type, const QMessageLogContext& context, const QString& message);
@@ -238,10 +245,10 @@ void needNoDisplayForTexts(int argc, char** argv)
     }
 }
 
-void startRecording(frmMain& window, std::int32_t language)
+void startRecording(clsSession& session, std::int32_t language)
 {
     try {
-        window.StartRecording();
+        session.StartRecording();
     } catch (const std::system_error& failure) {
         throw std::runtime_error(
             Text(TextId::RecorderNotStarted, language).arg(FileErrorText(failure.code(), language)).toStdString());
@@ -266,16 +273,13 @@ void prepareDemo(modGlobals::Settings& settings, const std::function<std::int32_
     settings.Comport = startSensor();
 }
 
-void startAsAsked(frmMain& window, const Options& options, std::int32_t language, Output* output)
+void startAsAsked(frmMain& window, clsSession& session, const Options& options, std::int32_t language)
 {
-    if (output != nullptr) {
-        window.DistanceShown = [output](const QString& text) { output->PrintDistance(text); };
-    }
     if (options.demo || options.record) {
         window.MeasureWhenConnected();
     }
     if (options.record) {
-        startRecording(window, language);
+        startRecording(session, language);
     }
     WatchForTermination(window, [&window] {
         window.close();
@@ -335,10 +339,13 @@ int runProgram(const Options& options)
     }
     clsConfigLibrary library(iniFile);
     library.Build();
-    clsPosixPort port(devices);
-    frmMain window(settings, {port, devices}, {library, folder}, help);
+    clsSession session(std::make_unique<clsPosixPort>(devices), settings, folder / "REC", DecimalSeparator(), BlockFor);
+    frmMain window(settings, session, devices, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
-    startAsAsked(window, options, settings.Language, output ? &*output : nullptr);
+    if (output) {
+        session.Listen(*output);
+    }
+    startAsAsked(window, session, options, settings.Language);
     return QApplication::exec();
 }
 

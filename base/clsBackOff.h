@@ -22,8 +22,8 @@ public:
         m_attempts = std::min<std::int32_t>(m_attempts + 1, std::size(kPauses_ms) - 1);
         m_lasted_ms = 0;
     }
-    /// Call it once a tick while what was tried lasts. The attempt counts as a success after `kLasting_ms`: from then
-    /// on the next attempt is due at once.
+    /// Call it once a tick while what was tried lasts. The attempt counts as a success after `kLasting_ms`: from then on the
+    /// next attempt is due at once.
     void Lasts()
     {
         if (m_lasted_ms < kLasting_ms && (m_lasted_ms += m_tick_ms) >= kLasting_ms) {

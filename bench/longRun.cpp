@@ -5,11 +5,11 @@
 // orvex_bench_longrun [DAYS]
 #include "plot/clsChartData.h"
 #include "sensor/Crc16.h"
+#include "session/SessionListener.h"
 #include "session/clsMeasurementLoop.h"
 #include "session/clsRecorder.h"
 #include "store/clsRecordReader.h"
 #include "tests/support/PlayedLine.h"
-#include "tests/support/SilentView.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -121,7 +121,7 @@ private:
 };
 
 /// The window: counts, keeps the chart's series, and checks that the values come in order.
-class CountingView : public SilentView {
+class CountingView : public SessionListener {
 public:
     std::int64_t shown = 0, markers = 0, charted = 0, temperatures = 0, disorders = 0;
     double newest = 0.0;
@@ -143,6 +143,11 @@ public:
         ++charted;
     }
     void AddChartGap(double time) override { series.AddChartPoint(time, std::nan("")); }
+    void Measured(const Measurement& measurement, std::string_view temperature) override
+    {
+        OnMeasured(measurement, temperature);
+    }
+    std::function<void(const Measurement&, std::string_view temperature)> OnMeasured;
 };
 
 /// The recorder: a file for each day, with one sum over what it was given and one over what the file holds.
@@ -209,7 +214,7 @@ public:
     {
         m_loop.PollTemperature(true);
         m_loop.MeasureWhenConnected();
-        m_loop.Record = [this](const Measurement& measurement, std::string_view temperature) {
+        m_view.OnMeasured = [this](const Measurement& measurement, std::string_view temperature) {
             m_recording.Record(measurement, temperature);
         };
     }

@@ -2,11 +2,14 @@
 // counts its lines, mawk splits them into the same fields. orvex_bench_playback [LINES], 6 million by default.
 #include "bench/Table.h"
 #include "port/clsPosixPort.h"
+#include "session/clsSession.h"
 #include "store/clsConfigLibrary.h"
 #include "ui/chart/XYChart.h"
 #include "ui/help/Help.h"
 #include "ui/main/frmMain.h"
 #include "ui/recorder/frmRecorder.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
 
 #include <QAction>
 #include <QApplication>
@@ -84,11 +87,12 @@ long memory(const std::string& key)
 struct Program {
     QTemporaryDir folder;
     modPComm::PortDevices devices;
-    clsPosixPort port{devices};
     modGlobals::Settings settings;
     Help help{settings, folder.path().toStdString()};
     clsConfigLibrary library{{}};
-    frmMain window{settings, {port, devices}, {library, folder.path().toStdString()}, help};
+    clsSession session{std::make_unique<clsPosixPort>(devices), settings, folder.path().toStdString() + "/REC",
+                       DecimalSeparator(), BlockFor};
+    frmMain window{settings, session, devices, {library, folder.path().toStdString()}, help};
     frmRecorder* recorder = nullptr;
 
     Program()

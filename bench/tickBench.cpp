@@ -4,10 +4,13 @@
 #include "bench/Micro.h"
 #include "bench/Table.h"
 #include "port/modPComm.h"
+#include "session/clsSession.h"
 #include "store/clsConfigLibrary.h"
 #include "tests/support/PlayedLine.h"
 #include "ui/help/Help.h"
 #include "ui/main/frmMain.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -49,11 +52,13 @@ std::string valueText(int i)
 struct Program {
     QTemporaryDir folder;
     modPComm::PortDevices devices;
-    PlayedSensor sensor;
+    PlayedSensor* sensor = new PlayedSensor; ///< the session's
     modGlobals::Settings settings;
     Help help{settings, folder.path().toStdString()};
     clsConfigLibrary library{{}};
-    frmMain window{settings, {sensor, devices}, {library, folder.path().toStdString()}, help};
+    clsSession session{std::unique_ptr<SerialPort>(sensor), settings, folder.path().toStdString() + "/REC",
+                       DecimalSeparator(), BlockFor};
+    frmMain window{settings, session, devices, {library, folder.path().toStdString()}, help};
     QTimer* timer = window.findChild<QTimer*>(QStringLiteral("Timer"));
 
     /// Measures from now on; ticks come only on request.
@@ -62,7 +67,7 @@ struct Program {
         window.MeasureWhenConnected();
         window.resize(1200, 700);
         window.show();
-        while (!sensor.isMeasuring) {
+        while (!sensor->isMeasuring) {
             QApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
         timer->stop();

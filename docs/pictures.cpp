@@ -2,6 +2,7 @@
 // orvex_pictures FOLDER [light|dark|contrast|contrast-dark]. The scale is Qt's, QT_SCALE_FACTOR=2 for instance.
 #include "port/clsPosixPort.h"
 #include "port/modPComm.h"
+#include "session/clsSession.h"
 #include "simulator/clsSimulatedSensor.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
@@ -21,6 +22,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/OutlinedStyle.h"
 #include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -198,8 +200,8 @@ private:
     void takeFirstSteps()
     {
         m_devices.Override(1, kNoDevice);
-        clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices}, {m_library, {}}, m_help);
+        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, "REC", DecimalSeparator(), BlockFor);
+        frmMain window(m_settings, session, m_devices, {m_library, {}}, m_help);
         window.StartSimulatedSensor = [] { return 1; };
         window.show();
         runFor(kWithoutSensor_ms);
@@ -217,8 +219,10 @@ private:
         options.lineRate = m_settings.Baudrate;
         simulator::clsSimulatedSensor sensor(options);
         m_devices.Override(1, sensor.Path());
-        clsPosixPort port(m_devices);
-        frmMain window(m_settings, {port, m_devices}, {m_library, m_folder.toStdString()}, m_help);
+        const std::filesystem::path folder = m_folder.toStdString();
+        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, folder / "REC", DecimalSeparator(),
+                           BlockFor);
+        frmMain window(m_settings, session, m_devices, {m_library, folder}, m_help);
         window.MeasureWhenConnected();
         window.show();
         runFor(kMeasuring_ms);

@@ -3,12 +3,13 @@
 // it.
 #include "base/Days.h"
 #include "fuzz/FuzzInput.h"
+#include "plot/clsValueAxis.h"
 #include "sensor/Parameters.h"
+#include "session/SessionListener.h"
 #include "session/clsMeasurementLoop.h"
 #include "simulator/clsSensorModel.h"
 #include "tests/support/DamagedStream.h"
 #include "tests/support/PlayedLine.h"
-#include "tests/support/SilentView.h"
 
 #include <cmath>
 #include <iterator>
@@ -45,12 +46,20 @@ private:
     }
 };
 
-struct FuzzView : SilentView {
+struct FuzzView : SessionListener {
     void Echo(std::string_view received) override { Require(!received.empty()); }
     void ShowStatus(std::int32_t panel, std::string_view) override { Require(panel >= 1 && panel <= 3); }
     void ShowUnit(std::string_view unit) override { Require(!unit.empty()); }
     void AddChartPoint(double time, double value) override { Require(std::isfinite(time) && std::isfinite(value)); }
-    void ShowYLimits(double lower, double upper) override { Require(lower < upper); }
+    void ForgetRange() override { m_axis.Reset(); }
+    void FitValueAxis(const clsFIFO& newest, double millimetres) override
+    {
+        const auto limits = m_axis.Fit(newest, {}, millimetres);
+        Require(!limits || limits->front() < limits->back());
+    }
+
+private:
+    clsValueAxis m_axis;
 };
 
 /// Replies that a fuzzer would not find by itself, in no particular order.

@@ -6,7 +6,6 @@
 #include "texts/modFunctions.h"
 
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -15,9 +14,9 @@ constexpr double kClockJump_s = 30.0; // ticks are 50 ms apart
 
 } // namespace
 
-clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& view,
+clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& listener,
                                        char decimalSeparator)
-    : m_device(device), m_settings(settings), m_view(view), m_decimalSeparator(decimalSeparator)
+    : m_device(device), m_settings(settings), m_listener(listener), m_decimalSeparator(decimalSeparator)
 {
     for (clsFIFO* history : {&m_values, &m_times}) {
         history->Resize(modGlobals::kHistoryLength);
@@ -43,20 +42,18 @@ void clsMeasurementLoop::Tick(double now)
             reopenPort();
         }
     }
-    m_view.ShowDialogue(m_device.CommStatus);
+    m_listener.ShowDialogue(m_device.CommStatus);
     showRule();
-    if (LiveUpdate) {
-        LiveUpdate(m_device);
-    }
+    m_listener.Ticked();
     advanceClock();
     m_previousTick = now;
 }
 
 void clsMeasurementLoop::showSensorSettings()
 {
-    m_view.ShowSensorSettings({.AverageDepth = m_device.Parameters.AverageDepth,
-                               .MovingAverage = m_device.Parameters.MovingAverage != 0,
-                               .RedLaser = m_device.Identity.HWPointer != "off"});
+    m_listener.ShowSensorSettings({.AverageDepth = m_device.Parameters.AverageDepth,
+                                   .MovingAverage = m_device.Parameters.MovingAverage != 0,
+                                   .RedLaser = m_device.Identity.HWPointer != "off"});
 }
 
 /// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach, and one set
@@ -100,7 +97,7 @@ void clsMeasurementLoop::readPort()
 {
     m_device.ReadComportData();
     if (!m_device.NewInData.empty()) {
-        m_view.Echo(m_device.NewInData);
+        m_listener.Echo(m_device.NewInData);
     }
 }
 
@@ -109,12 +106,12 @@ void clsMeasurementLoop::reopenPort()
     tryPort();
     breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueMeasuring) {
-        m_view.ShowRunning(false);
-        m_view.ShowDistance({});
+        m_listener.ShowRunning(false);
+        m_listener.ShowDistance({});
         m_device.CommStatus = DialogueIdle;
     }
     if (m_device.PortIsOpen) {
-        m_view.ShowStatus(1, {});
+        m_listener.ShowStatus(1, {});
     } else {
         status(TextId::StatusPortNotOpen);
     }
@@ -168,7 +165,7 @@ void clsMeasurementLoop::dispatch()
         break;
     default:
         if (m_device.CommStatus != DialogueNone) {
-            m_view.ShowStatus(1, {});
+            m_listener.ShowStatus(1, {});
         }
         break;
     }
@@ -180,18 +177,18 @@ void clsMeasurementLoop::noAnswer()
         return; // a sensor that sends when it likes owes no answer
     }
     if (m_device.TempStatus == 0 && m_measuring) {
-        m_view.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
+        m_listener.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }
     status(TextId::StatusNoConnection);
     breakCurve(m_device.CurrentTime);
     if (m_device.CommStatus == DialogueIdle) {
-        m_view.ShowTemperature({});
+        m_listener.ShowTemperature({});
         m_device.CommStatus = DialogueNone;
     } else if (m_device.CommStatus == DialogueMeasuring) {
         if (!m_measuring) {
-            m_view.ShowRunning(false);
-            m_view.ShowDistance({});
+            m_listener.ShowRunning(false);
+            m_listener.ShowDistance({});
         }
         m_device.CommStatus = DialogueIdle;
     }
@@ -201,17 +198,15 @@ void clsMeasurementLoop::newDistance()
 {
     const Measurement measurement = m_device.LastMeasurement();
     Show(measurement);
-    if (Record) {
-        Record(measurement, m_device.sTemperature);
-    }
+    m_listener.Measured(measurement, m_device.sTemperature);
     status(TextId::StatusNewDistance);
-    m_view.ShowShutDown(m_device.MeasValue == kMarkerTempError);
+    m_listener.ShowShutDown(m_device.MeasValue == kMarkerTempError);
     interruptForTemperature();
 }
 
 void clsMeasurementLoop::newTemperature()
 {
-    m_view.ShowTemperature(m_device.sTemperature);
+    m_listener.ShowTemperature(m_device.sTemperature);
     status(TextId::StatusNewTemperature);
     m_temperaturePending = false;
     if (m_device.Wait.Running) {
@@ -228,7 +223,7 @@ void clsMeasurementLoop::newTemperature()
 void clsMeasurementLoop::newConfiguration()
 {
     showSensorSettings();
-    m_view.ShowShutDown(m_device.Identity.HWPointer.find("shutdown") != std::string::npos);
+    m_listener.ShowShutDown(m_device.Identity.HWPointer.find("shutdown") != std::string::npos);
     status(TextId::StatusNewConfiguration);
 }
 
@@ -278,7 +273,7 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
         showTexts(measurement);
     }
     if (measurement.unit != m_shownUnit && !m_playing) {
-        m_view.ResetChart();
+        m_listener.ResetChart();
         forgetHistory();
     }
     m_shownUnit = measurement.unit;
@@ -292,7 +287,7 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
     m_inGap = false;
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
-    m_view.AddChartPoint(measurement.time, measurement.value);
+    m_listener.AddChartPoint(measurement.time, measurement.value);
     if (!m_playing) {
         FitRange();
     }
@@ -300,8 +295,8 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
 
 void clsMeasurementLoop::showTexts(const Measurement& measurement)
 {
-    m_view.ShowDistance(DistanceText(measurement, m_decimalSeparator));
-    m_view.ShowUnit(UnitOf(measurement.unit).name);
+    m_listener.ShowDistance(DistanceText(measurement, m_decimalSeparator));
+    m_listener.ShowUnit(UnitOf(measurement.unit).name);
 }
 
 void clsMeasurementLoop::BeginPlaying()
@@ -326,28 +321,14 @@ void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
 void clsMeasurementLoop::breakCurve(double time)
 {
     if (!m_breaksAfterPlaying && !std::exchange(m_inGap, true)) {
-        m_view.AddChartGap(time);
+        m_listener.AddChartGap(time);
     }
 }
 
-/// The newest values decide; those still on the chart are not cut off by a range that narrows.
 void clsMeasurementLoop::FitRange()
 {
-    if (!m_settings.AutoScale || m_shownUnit < 0) {
-        return;
-    }
-    const double factor = UnitOf(m_shownUnit).millimetres;
-    std::vector<double> values_mm;
-    values_mm.reserve(static_cast<std::size_t>(m_values.Count()) + 2);
-    for (std::int32_t i = 0; i < m_values.Count(); ++i) {
-        values_mm.push_back(m_values.Value(i) * factor);
-    }
-    if (const auto charted = m_view.ChartedValues()) {
-        values_mm.insert(values_mm.end(), {charted->front() * factor, charted->back() * factor});
-    }
-    m_range_mm = modChartCommon::AutomaticRange(m_range_mm, values_mm);
-    if (m_range_mm.upper > m_range_mm.lower) {
-        m_view.ShowYLimits(m_range_mm.lower / factor, m_range_mm.upper / factor);
+    if (m_settings.AutoScale && m_shownUnit >= 0) {
+        m_listener.FitValueAxis(m_values, UnitOf(m_shownUnit).millimetres);
     }
 }
 
@@ -355,15 +336,15 @@ void clsMeasurementLoop::forgetHistory()
 {
     m_values.Reset();
     m_times.Reset();
-    m_range_mm = {};
+    m_listener.ForgetRange();
     m_inGap = true;
 }
 
 void clsMeasurementLoop::showRule()
 {
-    m_view.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
-                     .Single = mayStart() && m_device.CommStatus != DialogueMeasuring,
-                     .Settings = mayStart()});
+    m_listener.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
+                         .Single = mayStart() && m_device.CommStatus != DialogueMeasuring,
+                         .Settings = mayStart()});
 }
 
 void clsMeasurementLoop::advanceClock()
@@ -374,13 +355,13 @@ void clsMeasurementLoop::advanceClock()
         return;
     }
     if (m_device.CommStatus == DialogueMeasuring) {
-        m_view.ShowChartTime(m_device.CurrentTime);
+        m_listener.ShowChartTime(m_device.CurrentTime);
     }
-    m_view.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime));
+    m_listener.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime));
     m_clock_ms = 0.0;
 }
 
 void clsMeasurementLoop::status(TextId textId)
 {
-    m_view.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
+    m_listener.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
 }

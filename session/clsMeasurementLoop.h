@@ -1,14 +1,13 @@
 // The measurement loop: what happens every 50 ms, in which order, and what the operator's commands do to it.
-// It has no widgets; it drives a device and shows through a view.
+// It has no widgets; it drives a device and tells a listener.
 #pragma once
 
 #include "base/clsBackOff.h"
-#include "plot/modChartCommon.h"
+#include "plot/clsFIFO.h"
 #include "sensor/Measurement.h"
 #include "sensor/clsRVQ.h"
 #include "sensor/modRVQComm.h"
 #include "session/SessionListener.h"
-#include "session/clsFIFO.h"
 #include "store/modGlobals.h"
 #include "texts/TextId.h"
 
@@ -22,7 +21,7 @@ public:
     static constexpr std::int32_t kInterval_ms = 50;
 
     /// All three must outlive the loop. `decimalSeparator` is that of the user's locale.
-    clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& view,
+    clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& listener,
                        char decimalSeparator);
 
     /// One tick at the local time `now` (days since 1899-12-30): reads and evaluates, shows what came, re-opens a
@@ -57,20 +56,14 @@ public:
     void ChangeBaudrate();
     /// Shows a measurement, live or played back: the number and, if it is one, a point of the chart.
     void Show(const Measurement& measurement);
-    /// Fits the chart's value axis anew to what the chart shows.
+    /// Lets an automatic value axis fit the newest values.
     void FitRange();
 
-    /// Called with every new measurement after it was shown, and the temperature read last; empty while nothing is
-    /// recorded.
-    std::function<void(const Measurement&, std::string_view temperature)> Record;
     /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
     /// nothing, and the histories begin anew.
     void BeginPlaying();
     /// Nothing is played any more: shows the texts of the last measurement, if there was one, and fits the value axis.
     void EndPlaying(const std::optional<Measurement>& last);
-    /// Is handed the device in every tick; empty while nobody has asked for it.
-    std::function<void(const clsRVQ&)> LiveUpdate;
-
     /// The window goes: every wait ends, the port is closed, nothing more is sent.
     void Unload();
 
@@ -113,7 +106,7 @@ private:
 
     clsRVQ& m_device;
     const modGlobals::Settings& m_settings;
-    SessionListener& m_view;
+    SessionListener& m_listener;
     char m_decimalSeparator;
 
     bool m_measuring = false;
@@ -129,7 +122,6 @@ private:
     bool m_inGap = true;
     bool m_playing = false;
     bool m_breaksAfterPlaying = false; ///< what was played has its gap to the next value still to come
-    modChartCommon::ValueRange m_range_mm;
     clsFIFO m_values;
     clsFIFO m_times;
 };

@@ -44,17 +44,17 @@ bool clsMeasurementLoop::awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvent
 void clsMeasurementLoop::startStop(std::int32_t before)
 {
     if (before == DialogueIdle) {
-        m_view.ShowStatus(3, {});
-        m_view.ResetChart();
+        m_listener.ShowStatus(3, {});
+        m_listener.ResetChart();
         if (!m_measuring) {
             forgetHistory();
         }
         modRVQComm::StartMeasurement(m_device);
-        m_view.ShowRunning(true);
+        m_listener.ShowRunning(true);
     } else if (before == DialogueMeasuring) {
         modRVQComm::StopMeasurement(m_device);
-        m_view.ShowRunning(false);
-        m_view.ShowDistance({});
+        m_listener.ShowRunning(false);
+        m_listener.ShowDistance({});
     }
     m_measuring = m_device.CommStatus == DialogueMeasuring;
 }
@@ -69,12 +69,12 @@ void clsMeasurementLoop::requestOne(const NextPass& nextPass)
     if (m_device.Wait.Ended || m_device.Openings != opening) {
         return; // the window goes, or the operator has chosen another port, which the ticks serve
     }
-    m_view.ShowRunning(false);
+    m_listener.ShowRunning(false);
     m_device.CommStatus = found ? DialogueIdle : DialogueNone;
     if (found) {
         newDistance();
     } else {
-        m_view.ShowStatus(1, modFunctions::GetText(TextId::StatusNoConnection, m_settings.Language));
+        m_listener.ShowStatus(1, modFunctions::GetText(TextId::StatusNoConnection, m_settings.Language));
     }
 }
 

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "base/Days.h"
+#include "session/SessionListener.h"
 #include "session/clsMeasurementLoop.h"
 #include "simulator/WireFormat.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/ScriptedSensor.h"
-#include "tests/support/SilentView.h"
 
 #include <algorithm>
 #include <array>
@@ -58,7 +58,6 @@ public:
     {
         m_device.Parameters.OutputFormat = m_case.format;
         m_device.Parameters.DistanceUnit = m_case.unit;
-        m_loop.Record = [this](const Measurement& measurement, std::string_view) { judge(measurement); };
         m_loop.Tick(days()); // opens the port
         m_device.CommStatus = DialogueIdle;
         m_loop.StartStop({});
@@ -95,9 +94,13 @@ private:
     struct Line : PlayedLine {
         void sent(char) override {}
     };
-    struct View : SilentView {
+    struct View : SessionListener {
         std::optional<double> point;
+        DamagedStream& stream;
+
+        explicit View(DamagedStream& owner) : stream(owner) {}
         void AddChartPoint(double, double value) override { point = value; }
+        void Measured(const Measurement& measurement, std::string_view) override { stream.judge(measurement); }
     };
     struct Sent {
         double time_s;
@@ -220,7 +223,7 @@ private:
     StreamCase m_case;
     std::mt19937 m_random, m_damage;
     Line m_line;
-    View m_view;
+    View m_view{*this};
     modGlobals::Settings m_settings;
     clsRVQ m_device{m_line, {}};
     clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};

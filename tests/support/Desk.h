@@ -3,11 +3,14 @@
 #pragma once
 
 #include "port/clsPosixPort.h"
+#include "session/clsSession.h"
 #include "simulator/clsSimulatedSensor.h"
 #include "store/clsConfigLibrary.h"
 #include "tests/support/TemporaryFolder.h"
 #include "ui/help/Help.h"
 #include "ui/main/frmMain.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -63,18 +66,19 @@ inline bool Until(const std::function<bool()>& condition)
 struct Desk {
     TemporaryFolder folder;
     modPComm::PortDevices devices;
-    clsPosixPort port{devices};
     modGlobals::Settings settings{.Language = LanguageEnglish};
     clsConfigLibrary library{{}};
     Help help{settings, folder.path};
+    std::unique_ptr<clsSession> session;
     std::unique_ptr<frmMain> window;
 
     /// Opens the main window, closing one that is open.
     void Open()
     {
         window.reset();
-        window = std::make_unique<frmMain>(settings, frmMain::Ports{port, devices},
-                                           frmMain::Storage{library, folder.path}, help);
+        session = std::make_unique<clsSession>(std::make_unique<clsPosixPort>(devices), settings, folder.path / "REC",
+                                               DecimalSeparator(), BlockFor);
+        window = std::make_unique<frmMain>(settings, *session, devices, frmMain::Storage{library, folder.path}, help);
         window->show();
     }
     template <typename Widget = QPushButton>

@@ -62,7 +62,7 @@ struct FaultCell : SensorOnLine {
     {
         sensor.SetParameter("101", format);
         sensor.HoldDistance(3300.0);
-        loop.Record = [this](const Measurement& measured, std::string_view temperature) {
+        view.OnMeasured = [this](const Measurement& measured, std::string_view temperature) {
             recorder.Record(measured, temperature);
         };
     }

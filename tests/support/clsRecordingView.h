@@ -1,14 +1,16 @@
 // A monitor without a window that remembers what the loop has shown.
 #pragma once
 
-#include "tests/support/SilentView.h"
+#include "plot/clsValueAxis.h"
+#include "session/SessionListener.h"
 
 #include <array>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
-class clsRecordingView : public SilentView {
+class clsRecordingView : public SessionListener {
 public:
     std::string distance, temperature;
     std::array<std::string, 3> status;
@@ -46,5 +48,29 @@ public:
     void ResetChart() override { ++resets; }
     void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
     void AddChartGap(double) override { ++gaps; }
-    void ShowYLimits(double lower, double upper) override { limits = {lower, upper}; }
+    void ForgetRange() override { m_axis.Reset(); }
+    void FitValueAxis(const clsFIFO& newest, double millimetres) override
+    {
+        if (const auto fitted = m_axis.Fit(newest, {}, millimetres)) {
+            limits = {fitted->front(), fitted->back()};
+        }
+    }
+    void Measured(const Measurement& measurement, std::string_view degrees) override
+    {
+        if (OnMeasured) {
+            OnMeasured(measurement, degrees);
+        }
+    }
+    void Ticked() override
+    {
+        if (OnTick) {
+            OnTick();
+        }
+    }
+
+    std::function<void(const Measurement&, std::string_view)> OnMeasured;
+    std::function<void()> OnTick;
+
+private:
+    clsValueAxis m_axis;
 };

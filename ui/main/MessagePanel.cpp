@@ -1,7 +1,10 @@
 #include "ui/main/MessagePanel.h"
 
 #include "base/modAPI.h"
-#include "port/SerialPort.h"
+#include "session/clsSession.h"
+#include "store/modGlobals.h"
+#include "ui/widgets/FileErrors.h"
+#include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
@@ -16,6 +19,49 @@ constexpr int kStays_ms = 10000;
 constexpr std::size_t kNotes = 6;
 
 } // namespace
+
+MessagePanel::~MessagePanel()
+{
+    if (m_session != nullptr) {
+        m_session->Leave(*this);
+    }
+}
+
+void MessagePanel::Follow(clsSession& session, const modGlobals::Settings& settings)
+{
+    m_session = &session;
+    m_settings = &settings;
+    session.Listen(*this);
+}
+
+void MessagePanel::ShowStatus(std::int32_t panel, std::string_view text)
+{
+    if (panel == 1) {
+        ShowStatus(FromUtf8(text), m_session->Device().CurrentTime);
+    }
+}
+
+void MessagePanel::ShowMessage(const QString& message)
+{
+    ShowMessage(message, m_session->Device().CurrentTime);
+}
+
+void MessagePanel::ShowFailure(const QString& message)
+{
+    ShowMessage(message);
+    NoteFault(message.toUtf8().constData());
+}
+
+void MessagePanel::RecordingFailed(const std::error_code& why)
+{
+    ShowFailure(Text(TextId::RecorderEnded, m_settings->Language).arg(FileErrorText(why, m_settings->Language)));
+}
+
+void MessagePanel::RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why)
+{
+    ShowFailure(Text(TextId::FailureNotSaved, m_settings->Language)
+                    .arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_settings->Language)));
+}
 
 void MessagePanel::ShowStatus(const QString& message, double time)
 {

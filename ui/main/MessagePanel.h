@@ -2,6 +2,8 @@
 // their time or says why there is no connection.
 #pragma once
 
+#include "port/SerialPort.h"
+#include "session/SessionListener.h"
 #include "ui/widgets/LineLabel.h"
 
 #include <QDeadlineTimer>
@@ -10,13 +12,29 @@
 #include <utility>
 #include <vector>
 
-struct OpenFailure;
+class clsSession;
 
-class MessagePanel : public LineLabel {
+namespace modGlobals {
+struct Settings;
+}
+
+class MessagePanel : public LineLabel, public SessionListener {
     Q_OBJECT
 
 public:
-    using LineLabel::LineLabel;
+    explicit MessagePanel(QWidget* parent) : LineLabel(parent, Qt::ElideRight) {}
+    ~MessagePanel() override;
+
+    /// Shows what a session says; to be called once. Both must outlive the panel.
+    void Follow(clsSession& session, const modGlobals::Settings& settings);
+    /// A message that stays long enough to be read; an empty one clears the panel.
+    void ShowMessage(const QString& message);
+    /// The same, and a note among the faults.
+    void ShowFailure(const QString& message);
+
+    void ShowStatus(std::int32_t panel, std::string_view text) override;
+    void RecordingFailed(const std::error_code& why) override;
+    void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why) override;
 
     /// What the dialogue with the sensor says at `time`, in days since 1899-12-30; it waits until a message has stood
     /// long enough.
@@ -29,6 +47,8 @@ public:
     const QString& Failure() const { return m_failure; }
 
 private:
+    clsSession* m_session = nullptr;
+    const modGlobals::Settings* m_settings = nullptr;
     void note(const QString& message, double time);
 
     QDeadlineTimer m_stays; ///< until then the message stays

@@ -1,16 +1,20 @@
 // What the menus of the main window do, and the windows that open from it.
+#include "session/clsSession.h"
+#include "store/modGlobals.h"
 #include "texts/modFunctions.h"
-#include "ui/chart/XYChart.h"
-#include "ui/chart/frmChartSettings.h"
+#include "ui/chart/ChartPanel.h"
 #include "ui/help/Help.h"
-#include "ui/main/ValueLabel.h"
+#include "ui/main/MeasurementPanel.h"
+#include "ui/main/MessagePanel.h"
 #include "ui/main/frmAbout.h"
 #include "ui/main/frmMain.h"
-#include "ui/main/frmTextWindow.h"
+#include "ui/recorder/Export.h"
+#include "ui/recorder/frmRecorder.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/Waiting.h"
 
 #include <QAction>
 #include <QMenu>
@@ -19,20 +23,20 @@
 
 void frmMain::connectMenus()
 {
-    connect(new QShortcut(QKeySequence(Qt::Key_F11), this), &QShortcut::activated, lblMeasValue, &ValueLabel::clicked);
+    connect(new QShortcut(QKeySequence(Qt::Key_F11), this), &QShortcut::activated, this,
+            [this] { Guarded([this] { fraMeasurement->ShowLargeDisplay(); }); });
+    connectAction(mnuFileExport, &frmMain::mnuFileExport_Click);
+    connectAction(mnuFileExportChart, &frmMain::mnuFileExportChart_Click);
     connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);
     connectAction(mnuConfigurationRVQ, &frmMain::mnuConfigurationRVQ_Click);
     connectAction(mnuConfigurationDefaultSerial, &frmMain::mnuConfigurationDefaultSerial_Click);
     connectAction(mnuConfigurationDefaultProfibus, &frmMain::mnuConfigurationDefaultProfibus_Click);
+    connectAction(mnuRecorder, &frmMain::mnuRecorder_Click);
     connectAction(mnuOptionLanguageDEEN, &frmMain::mnuOptionLanguageDEEN_Click);
     connectAction(mnuOptionConsole, &frmMain::mnuOptionConsole_Click);
     connectAction(mnuHelpContents, &frmMain::mnuHelpContents_Click);
     connectAction(mnuHelpWhatsThis, &frmMain::mnuHelpWhatsThis_Click);
     connectAction(mnuHelpAbout, &frmMain::mnuHelpAbout_Click);
-    connectAction(mnuPopupShowZero, &frmMain::mnuPopupShowZero_Click);
-    connectAction(mnuPopupFixedTime, &frmMain::mnuPopupFixedTime_Click);
-    connectAction(mnuPopUpYscaleSettings, &frmMain::mnuPopUpYscaleSettings_Click);
-    connectAction(mnuPopupHelp, &frmMain::mnuPopupHelp_Click);
 }
 
 void frmMain::connectAction(const QAction* action, void (frmMain::*act)())
@@ -40,23 +44,21 @@ void frmMain::connectAction(const QAction* action, void (frmMain::*act)())
     connect(action, &QAction::triggered, this, [this, act] { Guarded([&] { (this->*act)(); }); });
 }
 
-void frmMain::lblMeasValue_Click()
+void frmMain::mnuFileExport_Click()
 {
-    if (m_textWindow == nullptr) {
-        m_textWindow = new frmTextWindow(*this, m_settings);
-        m_textWindow->ShowValue(lblMeasValue->text());
-        m_textWindow->ShowAge(lblMeasAge->text());
-    }
-    m_textWindow->show();
-    m_textWindow->raise();
-    m_textWindow->activateWindow();
+    showNews(ExportRecording(*this, m_session.Recorder(), m_settings.Language));
 }
 
-void frmMain::picGraph_MouseDown(const QPoint& position)
+void frmMain::mnuFileExportChart_Click()
 {
-    mnuPopupShowZero->setChecked(m_settings.ShowZeroValues);
-    mnuPopupFixedTime->setChecked(picGraph->HoldSpan());
-    mnuPopUp->popup(picGraph->mapToGlobal(position));
+    showNews(ExportChart(*this, *picGraph, m_session.Recorder(), m_settings.Language));
+}
+
+void frmMain::showNews(const QString& message)
+{
+    if (!message.isEmpty()) {
+        pnlMessages->ShowMessage(message);
+    }
 }
 
 void frmMain::mnuFileExit_Click()
@@ -73,23 +75,19 @@ void frmMain::chooseDefaultDevice(std::string_view type)
 
 void frmMain::mnuConfigurationRVQ_Click()
 {
-    if (m_device.Wait.Running || (m_settingsWindow != nullptr && m_settingsWindow->isVisible())) {
+    if (m_session.Device().Wait.Running || (m_settingsWindow != nullptr && m_settingsWindow->isVisible())) {
         return;
     }
     m_settingsWindow = std::make_unique<frmRVQ>(
-        this, frmRVQ::Context{.device = m_device,
+        this, frmRVQ::Context{.device = m_session.Device(),
                               .library = m_storage.library,
                               .settings = m_settings,
                               .help = m_help,
                               .programFolder = m_storage.programFolder,
-                              .pumpEvents = pumpEvents,
-                              .tellUnkept = [this](const QString& message) { tellUnkept(message); }});
-    m_loop.LiveUpdate = [this](const clsRVQ&) { m_settingsWindow->FollowDevice(); };
+                              .pumpEvents = PumpEvents,
+                              .tellUnkept = [this](const QString& message) { pnlMessages->ShowFailure(message); }});
     m_inputBlock = std::make_unique<InputBlock>(*this, *m_settingsWindow);
-    connect(m_settingsWindow.get(), &QDialog::finished, this, [this] {
-        m_loop.LiveUpdate = nullptr;
-        m_inputBlock.reset();
-    });
+    connect(m_settingsWindow.get(), &QDialog::finished, this, [this] { m_inputBlock.reset(); });
     m_settingsWindow->show();
 }
 
@@ -103,37 +101,16 @@ void frmMain::mnuConfigurationDefaultProfibus_Click()
     chooseDefaultDevice(kProfibusType);
 }
 
-void frmMain::mnuPopupShowZero_Click()
+void frmMain::mnuRecorder_Click()
 {
-    m_settings.ShowZeroValues = mnuPopupShowZero->isChecked();
-    picGraph->ShowZeroValues(m_settings.ShowZeroValues);
-    m_loop.FitRange();
-    if (m_chartSettings != nullptr) {
-        m_chartSettings->ShowUpdatedSettings();
+    if (m_recorderWindow == nullptr) {
+        m_recorderWindow = new frmRecorder(*this, m_settings, m_session);
+        m_recorderWindow->setAttribute(Qt::WA_DeleteOnClose);
+        m_recorderWindow->ShowMessage = [this](const QString& message) { pnlMessages->ShowMessage(message); };
     }
-}
-
-void frmMain::mnuPopupFixedTime_Click()
-{
-    picGraph->HoldSpan(mnuPopupFixedTime->isChecked());
-}
-
-void frmMain::mnuPopUpYscaleSettings_Click()
-{
-    if (m_chartSettings == nullptr) {
-        m_chartSettings = new frmChartSettings(*this, m_settings, *picGraph);
-        m_chartSettings->setAttribute(Qt::WA_DeleteOnClose);
-        m_chartSettings->Applied = [this] { m_loop.FitRange(); };
-        m_chartSettings->Unkept = [this](const std::error_code& why) { tellUnkept(unkeptText(why)); };
-    }
-    m_chartSettings->show();
-    m_chartSettings->raise();
-    m_chartSettings->activateWindow();
-}
-
-void frmMain::mnuPopupHelp_Click()
-{
-    m_help.ShowHelpTopic(*this, "Main");
+    m_recorderWindow->show();
+    m_recorderWindow->raise();
+    m_recorderWindow->activateWindow();
 }
 
 void frmMain::mnuOptionLanguageDEEN_Click()

@@ -1,9 +1,8 @@
 #include "ui/recorder/frmRecorder.h"
 
-#include "session/clsRecorder.h"
+#include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "ui/recorder/LoadProgress.h"
-#include "ui/recorder/RecorderHost.h"
 #include "ui/widgets/FileErrors.h"
 #include "ui/widgets/FileFilter.h"
 #include "ui/widgets/Guarded.h"
@@ -79,14 +78,14 @@ QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
 
 } // namespace
 
-frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsRecorder& recorder,
-                         RecorderHost& host)
-    : QDialog(&owner), m_settings(settings), m_recorder(recorder), m_host(host), lblState(new QLabel(this)),
-      lblFile(new LineLabel(this, Qt::ElideMiddle))
+frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsSession& session)
+    : QDialog(&owner), m_settings(settings), m_session(session), m_recorder(session.Recorder()),
+      lblState(new QLabel(this)), lblFile(new LineLabel(this, Qt::ElideMiddle))
 {
     setObjectName(QStringLiteral("frmRecorder"));
     SetTextIds(this, TextId::TitleRecorder);
     ChooseFile = [this] { return askForFile(); };
+    ShowMessage = [](const QString&) {};
     lblState->setObjectName(QStringLiteral("lblState"));
     lblState->setWordWrap(true);
     lblState->setMinimumHeight(2 * fontMetrics().height()); // the longer texts need two lines
@@ -108,6 +107,12 @@ frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, c
     connect(cmdRec, &QPushButton::clicked, this, [this] { Guarded([this] { cmdRec_Click(); }); });
     connect(cmdPlay, &QPushButton::clicked, this, [this] { Guarded([this] { cmdPlay_Click(); }); });
     connect(cmdStop, &QPushButton::clicked, this, [this] { Guarded([this] { cmdStop_Click(); }); });
+    m_session.Listen(*this);
+}
+
+frmRecorder::~frmRecorder()
+{
+    m_session.Leave(*this);
 }
 
 QPushButton* frmRecorder::addButton(const char* name, TextId tag, TextId toolTip)
@@ -178,7 +183,7 @@ void frmRecorder::showRule()
 {
     const bool idle = m_recorder.Mode == RecorderIdle && !m_choosing;
     cmdRec->setEnabled(idle);
-    cmdPlay->setEnabled(idle && !m_host.IsMeasuring());
+    cmdPlay->setEnabled(idle && !m_session.IsBusy());
     cmdStop->setEnabled(m_recorder.Mode == RecorderRecording);
 }
 
@@ -238,10 +243,10 @@ QString frmRecorder::loadedText() const
 
 void frmRecorder::cmdRec_Click()
 {
-    m_host.ShowMessage({});
+    ShowMessage({});
     m_startFailure.clear();
     try {
-        m_recorder.StartRecording();
+        m_session.StartRecording();
     } catch (const std::overflow_error&) {
         m_startFailure = std::make_error_code(std::errc::value_too_large); // all names are taken
     } catch (const std::system_error& failure) {
@@ -252,7 +257,6 @@ void frmRecorder::cmdRec_Click()
         ShowState();
         return;
     }
-    m_host.ShowRecordedFile(pathOf(m_recorder.FileName));
     ShowState();
     cmdStop->setFocus();
 }
@@ -279,8 +283,8 @@ void frmRecorder::cmdPlay_Click()
     showRule();
     const QString file = ChooseFile();
     // While the file was chosen a measurement may have begun by itself, which a playback would run into.
-    if (!file.isEmpty() && m_host.IsMeasuring()) {
-        m_host.ShowMessage(text(TextId::RecorderNotLoaded));
+    if (!file.isEmpty() && m_session.IsBusy()) {
+        ShowMessage(text(TextId::RecorderNotLoaded));
     } else if (!file.isEmpty()) {
         play(file);
     }
@@ -288,21 +292,13 @@ void frmRecorder::cmdPlay_Click()
 
 void frmRecorder::play(const QString& file)
 {
-    m_host.ShowMessage({});
+    ShowMessage({});
     m_startFailure.clear();
-    m_host.ShowFile(text(TextId::StatusLoading), {});
-    m_recorder.StartPlaying(QFile::encodeName(file).toStdString());
-    ShowState();
-    m_host.BeginPlayback();
     LoadProgress progress(*this, m_settings.Language);
-    m_loaded = modPlayback::LoadData(
-        m_recorder.FileName, m_host.Parameters(),
-        {.show = [this](const Measurement& record) { m_host.ShowRecord(record); },
-         .goOn = [&](double read) { return progress.GoOn(read) && m_recorder.Mode == RecorderPlaying; }},
-        m_recorder.Played);
-    m_host.EndPlayback(*m_loaded);
+    m_loaded =
+        m_session.Play(QFile::encodeName(file).toStdString(), [&progress](double read) { return progress.GoOn(read); });
     if (m_loaded->outcome != modPlayback::Outcome::Complete) {
-        m_host.ShowMessage(QString::fromLatin1(kPlayError));
+        ShowMessage(QString::fromLatin1(kPlayError));
     }
 }
 

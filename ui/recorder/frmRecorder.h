@@ -2,6 +2,7 @@
 // on without it.
 #pragma once
 
+#include "session/SessionListener.h"
 #include "session/modPlayback.h"
 #include "texts/TextId.h"
 
@@ -14,24 +15,30 @@
 class QLabel;
 class QLayout;
 class QPushButton;
-class RecorderHost;
 class clsRecorder;
+class clsSession;
 
 namespace modGlobals {
 struct Settings;
 }
 
-class frmRecorder : public QDialog {
+class frmRecorder : public QDialog, public SessionListener {
     Q_OBJECT
 
 public:
     /// All but `owner` are only referred to; everything must outlive the window.
-    frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsRecorder& recorder, RecorderHost& host);
+    frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsSession& session);
+    ~frmRecorder() override;
 
-    /// Shows what the recorder does now; to be called now and then.
+    /// Shows what the recorder does now; also with every tick.
     void ShowState();
+    /// Called with a message for the status bar that stays long enough to be read; an empty one clears it.
+    std::function<void(const QString&)> ShowMessage;
     /// Asks for a recording; an empty text when the user cancels.
     std::function<QString()> ChooseFile;
+
+    void FilesServed() override { ShowState(); }
+    void PlaybackBegins() override { ShowState(); }
 
     /// Escape; while something runs it does nothing.
     void reject() override;
@@ -59,8 +66,8 @@ private:
     QString text(TextId id) const;
 
     const modGlobals::Settings& m_settings;
+    clsSession& m_session;
     clsRecorder& m_recorder;
-    RecorderHost& m_host;
     std::error_code m_startFailure; ///< why the last recording could not begin
     std::optional<modPlayback::Loaded> m_loaded;
     bool m_choosing = false; ///< a file is being chosen or loaded

@@ -50,9 +50,13 @@ TEST(MainWindow, MeasuresByButtonAndSaysWhatItDoes)
     EXPECT_EQ(start->text(), "Stop");
     EXPECT_NE(main.Text("lblMeasValue"), "") << "the last value stays until a new one comes";
     const QImage before = main.Find<XYChart>("picGraph")->grab().toImage();
-    int values = 0;
-    main.window->DistanceShown = [&](const QString&) { ++values; };
-    ASSERT_TRUE(Until([&] { return values >= 10; }));
+    struct Counter : SessionListener {
+        int values = 0;
+        void ShowDistance(const std::string&) override { ++values; }
+    } counter;
+    main.session->Listen(counter);
+    ASSERT_TRUE(Until([&] { return counter.values >= 10; }));
+    main.session->Leave(counter);
     EXPECT_EQ(lamp->FillColor(), QColor(0, 255, 0));
     EXPECT_EQ(main.Text("lblLamp"), "Measuring");
     EXPECT_FALSE(main.Find("cmdSingleValue")->isEnabled());
@@ -489,7 +493,7 @@ TEST(MainWindow, ClosingWhileMeasuringSendsNothing)
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasValue").empty(); }));
     main.sensor.With([](simulator::clsSensorModel& model) { model.ClearWireLog(); });
     main.window->close();
-    EXPECT_EQ(main.port.sio_getbaud(1), -1) << "the port is closed";
+    EXPECT_EQ(main.session->Device().CommBaudrate(), -1) << "the port is closed";
     main.window.reset();
     main.sensor.With([](simulator::clsSensorModel& model) {
         EXPECT_TRUE(model.WireLog().empty());

@@ -2,9 +2,12 @@
 #include "ui/recorder/frmRecorder.h"
 
 #include "session/clsRecorder.h"
+#include "session/clsSession.h"
 #include "tests/support/Desk.h"
+#include "tests/support/clsScriptedPort.h"
 #include "ui/chart/XYChart.h"
 #include "ui/recorder/Export.h"
+#include "ui/recorder/FilePanel.h"
 
 #include <QDialogButtonBox>
 #include <QFile>
@@ -38,37 +41,36 @@ std::string linesOf(int count, std::string_view line)
 
 constexpr Measurement kValue{.value = 1234.0, .value_mm = 1234, .unit = 1, .outputFormat = 1, .time = 46341.5};
 
-struct Host : RecorderHost {
-    ParameterSet set;
-    bool measuring = false, slow = false;
-    QString file, message;
+/// Counts what is played; stands for a file of a hundred million lines while it is slow.
+struct Audience : SessionListener {
+    bool slow = false;
     std::int64_t shown = 0;
 
-    bool IsMeasuring() const override { return measuring; }
-    const ParameterSet& Parameters() const override { return set; }
-    void ShowFile(const QString& text, const QString&) override { file = text; }
-    void ShowMessage(const QString& text) override { message = text; }
-    void BeginPlayback() override {}
-    void ShowRecord(const Measurement&) override
+    void AddChartPoint(double, double) override
     {
         if (++shown % 100 == 0 && slow) {
-            QThread::msleep(1); // as slow as a file of a hundred million lines
+            QThread::msleep(1);
         }
     }
-    void EndPlayback(const modPlayback::Loaded&) override {}
 };
 
 struct Bench {
     TemporaryFolder folder;
     modGlobals::Settings settings{.Language = LanguageEnglish};
-    clsRecorder recorder;
-    Host host;
+    clsSession session;
+    clsRecorder& recorder = session.Recorder();
+    Audience host;
     QWidget owner;
-    frmRecorder window{owner, settings, recorder, host};
+    FilePanel file{&owner};
+    QString message;
+    frmRecorder window{owner, settings, session};
 
     explicit Bench(clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
-        : recorder(folder.path / "REC", flush)
+        : session(std::make_unique<clsScriptedPort>(), settings, folder.path / "REC", '.', {}, flush)
     {
+        session.Listen(host);
+        file.Follow(session, settings);
+        window.ShowMessage = [this](const QString& text) { message = text; };
         window.show();
     }
     QPushButton* Button(const char* name) const { return window.findChild<QPushButton*>(QLatin1String(name)); }
@@ -95,12 +97,12 @@ TEST(RecorderWindow, FollowsTheRecorderAndSaysWhatHasBecomeOfIt)
 {
     Bench bench;
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
-    bench.host.measuring = true;
+    bench.session.Loop().MeasureWhenConnected();
     bench.window.ShowState();
     EXPECT_EQ(bench.Rule(), "cmdRec ") << "nothing is played during a measurement";
     bench.Button("cmdRec")->click();
     EXPECT_EQ(bench.Rule(), "cmdStop ");
-    EXPECT_EQ(bench.host.file.toStdString(), "REC: " + bench.recorder.FileName + " ");
+    EXPECT_EQ(bench.file.text().toStdString(), "REC: " + bench.recorder.FileName + " ");
     EXPECT_THROW(bench.recorder.Record(kValue, {}), std::invalid_argument);
     bench.window.ShowState();
     EXPECT_EQ(bench.State(), "Waiting for a temperature");
@@ -166,11 +168,11 @@ TEST(RecorderWindow, SaysWhyAPlaybackCannotBegin)
     bench.window.ChooseFile = [&] { return QString::fromStdString(bench.folder.path / "none.rec"); };
     EXPECT_EQ(bench.After("cmdPlay"), "Cannot be read: File or folder is missing.");
     bench.window.ChooseFile = [&] {
-        bench.host.measuring = true; // the sensor has come back meanwhile
+        bench.session.Loop().MeasureWhenConnected(); // the sensor has come back meanwhile
         return QString::fromStdString(bench.folder.path / "none.rec");
     };
     bench.Button("cmdPlay")->click();
-    EXPECT_EQ(bench.host.message, "Not loaded: a measurement is running.");
+    EXPECT_EQ(bench.message, "Not loaded: a measurement is running.");
     EXPECT_EQ(bench.Rule(), "cmdRec ");
 }
 
@@ -195,7 +197,7 @@ TEST(RecorderWindow, LongLoadingCanBeCancelled)
     ASSERT_TRUE(sawBar);
     EXPECT_LT(bench.host.shown, 200000);
     EXPECT_EQ(bench.State(), "Loading cancelled, values loaded: " + std::to_string(bench.host.shown));
-    EXPECT_EQ(bench.host.message, "Error in LoadData");
+    EXPECT_EQ(bench.message, "Error in LoadData");
     EXPECT_EQ(bench.Rule(), "cmdRec cmdPlay ");
 }
 
@@ -266,7 +268,7 @@ TEST(MainWindow, TellsOfARecordingThatEndsByItself)
 {
     const MainDesk main;
     main.window->MeasureWhenConnected();
-    main.window->StartRecording();
+    main.session->StartRecording();
     for (int round = 0; round < 2; ++round) {
         main.Trigger("mnuRecorder");
         const auto* recorder = main.Find<frmRecorder>("frmRecorder");
@@ -327,7 +329,7 @@ struct Answers : QTimer {
 TEST(Export, NeverReplacesARecordingThatRuns)
 {
     const MainDesk main;
-    main.window->StartRecording();
+    main.session->StartRecording();
     const std::string recording = main.Find<QLabel>("sbar_2")->toolTip().toStdString();
     const auto hard = main.folder.path / "hard.png", soft = main.folder.path / "soft.csv";
     const auto other = main.folder.Write("x.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 C\r\n");

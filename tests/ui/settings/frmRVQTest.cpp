@@ -265,7 +265,7 @@ TEST(SettingsWindow, NeitherItsFrameNorEscapeClosesItInTheMiddleOfATransfer)
 {
     Editor editor;
     int ticks = 0;
-    editor.line.loop.LiveUpdate = [&](const clsRVQ&) {
+    editor.line.view.OnTick = [&] {
         ++ticks;
         EXPECT_FALSE(CloseByFrame(*editor.window));
         PressKey(*editor.window, Qt::Key_Escape);

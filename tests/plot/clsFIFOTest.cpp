@@ -1,5 +1,5 @@
 // The value history.
-#include "session/clsFIFO.h"
+#include "plot/clsFIFO.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>

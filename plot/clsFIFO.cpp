@@ -1,4 +1,4 @@
-#include "session/clsFIFO.h"
+#include "plot/clsFIFO.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,0 +1,79 @@
+#include "session/clsSession.h"
+
+#include <utility>
+
+clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
+                       std::filesystem::path folder, char decimalSeparator, clsRVQ::PauseFunction pause,
+                       clsRecordFile::FlushFunction flush)
+    : m_port(std::move(port)), m_device(*m_port, std::move(pause)),
+      m_loop(m_device, settings, m_listeners, decimalSeparator), m_recorder(std::move(folder), flush)
+{
+    m_listeners.Add(*this);
+}
+
+clsSession::~clsSession()
+{
+    End();
+}
+
+void clsSession::Tick(double now)
+{
+    if (m_recorder.Mode != RecorderPlaying) {
+        m_loop.Tick(now);
+    }
+}
+
+void clsSession::ServeFiles(double now)
+{
+    if (m_recorder.Mode == RecorderPlaying) {
+        return;
+    }
+    m_recorder.Flush(now);
+    const std::error_code failure = m_recorder.Failure();
+    if (failure && failure != m_toldFailure) {
+        m_listeners.RecordingFailed(failure);
+    }
+    m_toldFailure = failure;
+    for (const auto& [file, error] : m_recorder.TakeLateFailures()) {
+        m_listeners.RecordingNotClosed(file, error);
+    }
+    m_listeners.FilesServed();
+}
+
+void clsSession::StartRecording()
+{
+    m_recorder.StartRecording();
+    m_listeners.RecordingStarted(m_recorder.FileName);
+}
+
+void clsSession::Measured(const Measurement& measurement, std::string_view temperature)
+{
+    m_recorder.Record(measurement, temperature);
+}
+
+modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
+                                     const std::function<bool(double fraction)>& goOn)
+{
+    m_recorder.StartPlaying(file);
+    m_listeners.PlaybackBegins();
+    m_loop.BeginPlaying();
+    modPlayback::Loaded loaded =
+        modPlayback::LoadData(file, m_device.Parameters,
+                              {.show = [this](const Measurement& measurement) { m_loop.Show(measurement); },
+                               .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
+                              m_recorder.Played);
+    m_listeners.PlaybackLoaded(loaded);
+    m_loop.EndPlaying(loaded.end);
+    if (!loaded.temperature.empty()) {
+        m_listeners.ShowTemperature(loaded.temperature);
+    }
+    m_listeners.PlaybackEnds(file, loaded);
+    m_recorder.Stop();
+    return loaded;
+}
+
+void clsSession::End()
+{
+    m_loop.Unload();
+    m_recorder.Stop();
+}

@@ -1,0 +1,200 @@
+#include "ui/chart/ChartPanel.h"
+
+#include "base/Days.h"
+#include "plot/modChartGlobals.h"
+#include "session/clsSession.h"
+#include "store/modGlobals.h"
+#include "ui/chart/frmChartSettings.h"
+#include "ui/help/Help.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/Named.h"
+#include "ui/widgets/QtText.h"
+
+#include <QAction>
+#include <QMenu>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+// A new chart has room for its range.
+static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterval_ms);
+
+ChartPanel::ChartPanel(QWidget* parent) : XYChart(parent)
+{
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setFocusPolicy(Qt::StrongFocus); // the menu key opens its menu
+    Header({});
+    XTitle(QStringLiteral("[ s ]"));
+    YTitle(QStringLiteral("[ mm ]"));
+    SeriesLabel(QStringLiteral("RVQ"));
+    buildPopUp();
+}
+
+ChartPanel::~ChartPanel()
+{
+    if (m_session != nullptr) {
+        m_session->Leave(*this);
+    }
+}
+
+void ChartPanel::Follow(clsSession& session, modGlobals::Settings& settings, const Help& help)
+{
+    m_session = &session;
+    m_settings = &settings;
+    m_help = &help;
+    AutoScale(settings.AutoScale);
+    if (!settings.AutoScale) {
+        YLimits(settings.yMin, settings.yMax);
+    }
+    session.Listen(*this);
+}
+
+void ChartPanel::buildPopUp()
+{
+    mnuPopUp = Named<QMenu>("mnuPopUp", this);
+    const auto item = [this](const char* name, const std::function<void()>& act) {
+        auto* action = Named<QAction>(name, mnuPopUp);
+        mnuPopUp->addAction(action);
+        connect(action, &QAction::triggered, this, [act] { Guarded(act); });
+        return action;
+    };
+    mnuPopupShowZero = item("mnuPopupShowZero", [this] { mnuPopupShowZero_Click(); });
+    mnuPopupShowZero->setCheckable(true);
+    mnuPopupFixedTime = item("mnuPopupFixedTime", [this] { HoldSpan(mnuPopupFixedTime->isChecked()); });
+    mnuPopupFixedTime->setCheckable(true);
+    mnuPopUp->addSeparator()->setObjectName(QStringLiteral("mnuPopUpBar"));
+    mnuPopUpYscaleSettings = item("mnuPopUpYscaleSettings", [this] { mnuPopUpYscaleSettings_Click(); });
+    mnuPopupHelp = item("mnuPopupHelp", [this] { m_help->ShowHelpTopic(*window(), "Main"); });
+    connect(this, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& position) { Guarded([&] { showPopUp(position); }); });
+}
+
+void ChartPanel::Localise(std::int32_t language)
+{
+    mnuPopupShowZero->setText(Text(TextId::MenuChartShowZero, language));
+    mnuPopupFixedTime->setText(Text(TextId::MenuChartFixedTime, language));
+    mnuPopUpYscaleSettings->setText(Text(TextId::MenuChartSettings, language));
+    mnuPopupHelp->setText(Text(TextId::MenuHelp, language));
+    setAccessibleName(Text(TextId::AccessibleChart, language));
+    EmptyText(Text(TextId::ChartEmpty, language));
+}
+
+void ChartPanel::showPopUp(const QPoint& position)
+{
+    mnuPopupShowZero->setChecked(m_settings->ShowZeroValues);
+    mnuPopupFixedTime->setChecked(HoldSpan());
+    mnuPopUp->popup(mapToGlobal(position));
+}
+
+void ChartPanel::mnuPopupShowZero_Click()
+{
+    m_settings->ShowZeroValues = mnuPopupShowZero->isChecked();
+    ShowZeroValues(m_settings->ShowZeroValues);
+    m_session->Loop().FitRange();
+    if (m_chartSettings != nullptr) {
+        m_chartSettings->ShowUpdatedSettings();
+    }
+}
+
+void ChartPanel::mnuPopUpYscaleSettings_Click()
+{
+    if (m_chartSettings == nullptr) {
+        m_chartSettings = new frmChartSettings(*window(), *m_settings, *this);
+        m_chartSettings->setAttribute(Qt::WA_DeleteOnClose);
+        m_chartSettings->Applied = [this] { m_session->Loop().FitRange(); };
+        m_chartSettings->Unkept = Unkept;
+    }
+    m_chartSettings->show();
+    m_chartSettings->raise();
+    m_chartSettings->activateWindow();
+}
+
+std::int64_t ChartPanel::CountIncomplete()
+{
+    if (Series().Added() < static_cast<std::uint64_t>(Series().Size())) {
+        return -1;
+    }
+    std::int64_t shown = 0;
+    for (const auto part : Points()) {
+        shown += std::ranges::count_if(part, [](const ChartPoint& point) { return !std::isnan(point.y); });
+    }
+    return shown;
+}
+
+void ChartPanel::ResetChart()
+{
+    if (m_liveRange_ms) {
+        XRange_ms(*m_liveRange_ms); // that of a recording may be days
+        m_liveRange_ms.reset();
+    }
+    InitChartData(XRange_ms() / clsMeasurementLoop::kInterval_ms - 1);
+}
+
+void ChartPanel::ShowUnit(std::string_view unit)
+{
+    YTitle(QStringLiteral("[ %1 ]").arg(FromUtf8(unit)));
+}
+
+void ChartPanel::AddChartPoint(double time, double value)
+{
+    if (m_playing) {
+        Series().AddChartPoint(time, value); // drawn once, when all are there
+    } else {
+        AddPoint(time, value);
+    }
+}
+
+void ChartPanel::AddChartGap(double time)
+{
+    if (m_playing) {
+        Series().AddChartPoint(time, std::numeric_limits<double>::quiet_NaN());
+    } else {
+        AddGap(time);
+    }
+}
+
+void ChartPanel::ShowChartTime(double time)
+{
+    ShowTime(time);
+}
+
+/// The newest values decide; those that are still shown are not cut off by a range that narrows.
+void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
+{
+    if (const auto limits = m_axis.Fit(newest, ShownValues(), millimetres)) {
+        YLimits(limits->front(), limits->back());
+    }
+}
+
+void ChartPanel::PlaybackBegins()
+{
+    m_playing = true;
+    m_liveRange_ms = m_liveRange_ms.value_or(XRange_ms());
+    InitChartData(modPlayback::kChartPoints - 1);
+    m_settings->AutoScale = true;
+    AutoScale(true);
+    if (m_chartSettings != nullptr) {
+        m_chartSettings->ShowUpdatedSettings();
+    }
+}
+
+void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
+{
+    m_playing = false;
+    const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded);
+    if (axis.range_ms) {
+        XRange_ms(*axis.range_ms);
+    }
+    if (loaded.lines > 0) {
+        ShowTime(loaded.last);
+        TimeBegin(loaded.last - XRange_ms() / kMsPerDay); // a held span, too, ends at the last line
+        TimeOrigin(axis.origin);
+    }
+}
+
+void ChartPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& /*loaded*/)
+{
+    Redraw();
+}

@@ -1,0 +1,72 @@
+// The chart of a session: it listens to the points, keeps the value axis on the newest ones, and has its own menu and
+// settings window.
+#pragma once
+
+#include "plot/clsValueAxis.h"
+#include "session/SessionListener.h"
+#include "ui/chart/XYChart.h"
+
+#include <QPointer>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <system_error>
+
+class Help;
+class QAction;
+class QMenu;
+class clsSession;
+class frmChartSettings;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class ChartPanel : public XYChart, public SessionListener {
+    Q_OBJECT
+
+public:
+    explicit ChartPanel(QWidget* parent);
+    ~ChartPanel() override;
+
+    /// Shows a session's curve from now on; to be called once. All three must outlive the chart.
+    void Follow(clsSession& session, modGlobals::Settings& settings, const Help& help);
+    /// Menu and accessible texts in a language.
+    void Localise(std::int32_t language);
+    /// How many points it shows of a series that has already lost the oldest; less than 0 while it holds all.
+    std::int64_t CountIncomplete();
+    /// Called when the chart's settings could not be kept.
+    std::function<void(const std::error_code&)> Unkept;
+
+    void ResetChart() override;
+    void ShowUnit(std::string_view unit) override;
+    void AddChartPoint(double time, double value) override;
+    void AddChartGap(double time) override;
+    void ShowChartTime(double time) override;
+    void ForgetRange() override { m_axis.Reset(); }
+    void FitValueAxis(const clsFIFO& newest, double millimetres) override;
+    void PlaybackBegins() override;
+    void PlaybackLoaded(const modPlayback::Loaded& loaded) override;
+    void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
+
+private:
+    void buildPopUp();
+    void showPopUp(const QPoint& position);
+    void mnuPopupShowZero_Click();
+    void mnuPopUpYscaleSettings_Click();
+
+    clsSession* m_session = nullptr;
+    modGlobals::Settings* m_settings = nullptr;
+    const Help* m_help = nullptr;
+    clsValueAxis m_axis;
+    bool m_playing = false;
+    std::optional<std::int32_t> m_liveRange_ms; ///< before the first playback
+    QPointer<frmChartSettings> m_chartSettings;
+
+    QMenu* mnuPopUp = nullptr;
+    QAction* mnuPopupShowZero = nullptr;
+    QAction* mnuPopupFixedTime = nullptr;
+    QAction* mnuPopUpYscaleSettings = nullptr;
+    QAction* mnuPopupHelp = nullptr;
+};

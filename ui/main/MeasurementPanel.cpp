@@ -1,0 +1,296 @@
+#include "ui/main/MeasurementPanel.h"
+
+#include "base/modAPI.h"
+#include "session/clsSession.h"
+#include "store/modGlobals.h"
+#include "ui/main/LampShape.h"
+#include "ui/main/ValueLabel.h"
+#include "ui/main/frmTextWindow.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/KeptRoom.h"
+#include "ui/widgets/LineLabel.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/Named.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
+
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+
+#include <algorithm>
+#include <initializer_list>
+#include <utility>
+
+namespace {
+
+constexpr double kValueFontScale = 2.2;
+constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
+
+struct Lamp {
+    QRgb color;
+    TextId words;
+};
+
+const Lamp& lampOf(std::int32_t commStatus)
+{
+    static constexpr Lamp kLamps[] = {
+        {qRgb(255, 0, 0), TextId::LampNoConnection},
+        {qRgb(255, 255, 0), TextId::LampIdle},
+        {qRgb(0, 255, 0), TextId::LampMeasuring},
+    };
+    return kLamps[std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring)];
+}
+
+/// What is shown has come just now; a text that is emptied has no age.
+void noteValue(clsValueAge& age, const QString& shown)
+{
+    if (shown.isEmpty()) {
+        age.Forget();
+    } else {
+        age.Arrived();
+    }
+}
+
+/// Controls beside each other; those behind the first share what room is left.
+QHBoxLayout* sideBySide(std::initializer_list<QWidget*> controls)
+{
+    auto* line = new QHBoxLayout;
+    for (QWidget* control : controls) {
+        line->addWidget(control, control == *controls.begin() ? 0 : 1);
+    }
+    return line;
+}
+
+} // namespace
+
+MeasurementPanel::MeasurementPanel(QWidget* parent) : QGroupBox(parent)
+{
+    setObjectName(QStringLiteral("fraMeasurement"));
+    build();
+    setTextIds();
+}
+
+MeasurementPanel::~MeasurementPanel()
+{
+    if (m_session != nullptr) {
+        m_session->Leave(*this);
+    }
+}
+
+void MeasurementPanel::Follow(clsSession& session, const modGlobals::Settings& settings)
+{
+    m_session = &session;
+    m_settings = &settings;
+    connect(cmdStart, &QPushButton::clicked, this, [this] { Guarded([this] { cmdStart_Click(); }); });
+    connect(cmdSingleValue, &QPushButton::clicked, this, [this] { Guarded([this] { cmdSingleValue_Click(); }); });
+    connect(chkTempMeasurement, &QCheckBox::clicked, this,
+            [this](bool checked) { Guarded([&] { m_session->Loop().PollTemperature(checked); }); });
+    connect(lblMeasValue, &ValueLabel::clicked, this, [this] { Guarded([this] { ShowLargeDisplay(); }); });
+    session.Listen(*this);
+    ShowDialogue(DialogueNone);
+    ShowRule({});
+}
+
+void MeasurementPanel::build()
+{
+    shpLamp = Named<LampShape>("shpLamp", this);
+    lblLamp = Named<QLabel>("lblLamp", this);
+    lblMeasCaption = Named<QLabel>("lblMeasCaption", this);
+    lblMeasAge = Named<LineLabel>("lblMeasAge", this, Qt::ElideRight);
+    auto* roomOfValue = new KeptRoom(this);
+    lblMeasValue = Named<ValueLabel>("lblMeasValue", roomOfValue);
+    lblShutDown = Named<QLabel>("lblShutDown", this);
+    lblTempCaption = Named<QLabel>("lblTempCaption", this);
+    lblTemperature = Named<LineLabel>("lblTemperature", this, Qt::ElideRight);
+    lblTempAge = Named<LineLabel>("lblTempAge", this, Qt::ElideRight);
+    cmdStart = Named<QPushButton>("cmdStart", QStringLiteral("Start"), this);
+    cmdSingleValue = Named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), this);
+    chkTempMeasurement = Named<QCheckBox>("chkTempMeasurement", this);
+    style();
+    roomOfValue->Hold(*lblMeasValue);
+    // As wide as the longest text, so that nothing moves whatever is measured, the first value included.
+    roomOfValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
+
+    auto* grid = new QGridLayout(this);
+    grid->addWidget(shpLamp, 0, 0);
+    grid->addWidget(lblLamp, 0, 1);
+    grid->addLayout(sideBySide({lblMeasCaption, lblMeasAge}), 1, 0, 1, 2);
+    grid->addWidget(roomOfValue, 2, 0, 1, 2);
+    grid->addLayout(sideBySide({lblTempCaption, lblTempAge, lblTemperature}), 3, 0, 1, 2);
+    grid->addWidget(lblShutDown, 4, 0, 1, 2);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdStart, 1);
+    buttons->addWidget(cmdSingleValue, 1);
+    grid->addLayout(buttons, 5, 0, 1, 2);
+    grid->addWidget(chkTempMeasurement, 6, 0, 1, 2);
+    grid->setColumnStretch(1, 1);
+}
+
+void MeasurementPanel::style()
+{
+    QFont large = lblMeasValue->font();
+    large.setPointSizeF(large.pointSizeF() * kValueFontScale);
+    large.setBold(true);
+    lblMeasValue->setFont(large);
+    for (LineLabel* right : std::initializer_list<LineLabel*>{lblMeasValue, lblMeasAge, lblTemperature, lblTempAge}) {
+        right->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    }
+    QFont bold = lblShutDown->font();
+    bold.setBold(true);
+    lblShutDown->setFont(bold);
+    QSizePolicy keepsItsPlace = lblShutDown->sizePolicy();
+    keepsItsPlace.setRetainSizeWhenHidden(true);
+    lblShutDown->setSizePolicy(keepsItsPlace);
+    lblShutDown->hide();
+}
+
+void MeasurementPanel::setTextIds()
+{
+    SetTextIds(this, TextId::FrameMeasurement);
+    SetTextIds(lblMeasCaption, TextId::CaptionMeasValue);
+    SetTextIds(lblMeasValue, TextId::None, TextId::ToolTipLargeDisplay);
+    SetTextIds(lblTempCaption, TextId::CaptionTemperature);
+    SetTextIds(chkTempMeasurement, TextId::CheckTemperature, TextId::ToolTipTemperature);
+    SetTextIds(lblShutDown, TextId::CaptionShutDown);
+    SetTextIds(cmdStart, TextId::None, TextId::ToolTipStart);
+    SetTextIds(cmdSingleValue, TextId::None, TextId::ToolTipSingleValue);
+}
+
+void MeasurementPanel::Localise()
+{
+    cmdStart->setShortcut(Qt::Key_F5);
+    cmdSingleValue->setShortcut(Qt::Key_F6);
+    chkTempMeasurement->setShortcut(Qt::Key_F7);
+    shpLamp->setAccessibleName(Text(TextId::AccessibleLamp, m_settings->Language));
+    lblMeasValue->setAccessibleName(Text(TextId::CaptionMeasValue, m_settings->Language));
+    ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+}
+
+void MeasurementPanel::ShowLargeDisplay()
+{
+    if (m_textWindow == nullptr) {
+        m_textWindow = new frmTextWindow(*window(), *m_settings);
+        m_textWindow->ShowValue(lblMeasValue->text());
+        m_textWindow->ShowAge(lblMeasAge->text());
+    }
+    m_textWindow->show();
+    m_textWindow->raise();
+    m_textWindow->activateWindow();
+}
+
+void MeasurementPanel::FocusStart()
+{
+    cmdStart->setFocus();
+}
+
+void MeasurementPanel::cmdStart_Click()
+{
+    const auto nextPass = [this] {
+        QElapsedTimer passed;
+        passed.start();
+        while (passed.elapsed() < clsMeasurementLoop::kPass_ms && !m_session->Device().Wait.Ended) {
+            PumpEvents(); // the timer wakes it
+        }
+        return modAPI::LocalTime();
+    };
+    Press(*cmdStart, [&] { m_session->Loop().StartStop(nextPass); });
+}
+
+void MeasurementPanel::cmdSingleValue_Click()
+{
+    Press(*cmdSingleValue, [this] { m_session->Loop().RequestSingleValue(); });
+}
+
+void MeasurementPanel::ShowDialogue(std::int32_t commStatus)
+{
+    if (commStatus == m_shownDialogue) {
+        return;
+    }
+    m_shownDialogue = commStatus;
+    const Lamp& lamp = lampOf(commStatus);
+    const QString words = Text(lamp.words, m_settings->Language);
+    shpLamp->FillColor(lamp.color);
+    shpLamp->setAccessibleDescription(words);
+    lblLamp->setText(words);
+}
+
+void MeasurementPanel::ShowRule(const ControlRule& rule)
+{
+    if (rule != m_shownRule) {
+        m_shownRule = rule;
+        cmdStart->setEnabled(rule.Start);
+        cmdSingleValue->setEnabled(rule.Single);
+    }
+}
+
+void MeasurementPanel::ShowDistance(const std::string& distance)
+{
+    const QString shown = FromBytes(distance);
+    noteValue(m_distanceAge, shown);
+    ShowText(*lblMeasValue, shown);
+    if (m_textWindow != nullptr) {
+        m_textWindow->ShowValue(shown);
+    }
+}
+
+void MeasurementPanel::ShowTemperature(const std::string& temperature)
+{
+    const QString shown = FromBytes(temperature);
+    noteValue(m_temperatureAge, shown);
+    ShowText(*lblTemperature, shown);
+}
+
+void MeasurementPanel::ShowRunning(bool running)
+{
+    if (running != m_running) {
+        m_running = running;
+        cmdStart->setText(running ? QStringLiteral("Stop") : QStringLiteral("Start"));
+        cmdStart->setShortcut(Qt::Key_F5); // a new text takes the shortcut away
+    }
+}
+
+void MeasurementPanel::ShowShutDown(bool shutDown)
+{
+    lblShutDown->setVisible(shutDown);
+}
+
+/// What is shown is the file's now.
+void MeasurementPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& loaded)
+{
+    if (loaded.end) {
+        m_distanceAge.Forget();
+    }
+    if (!loaded.temperature.empty()) {
+        m_temperatureAge.Forget();
+    }
+}
+
+/// The number and the temperature with their ages, which are theirs alone: a temperature that is not read during the
+/// measurement grows old beside a fresh number.
+void MeasurementPanel::ShowAges()
+{
+    const double now_s = modAPI::UpTime_s();
+    const clsRVQ& device = m_session->Device();
+    const auto words = [this](const std::optional<ValueAge>& age) {
+        return age ? Text(age->Text, m_settings->Language).arg(age->Amount) : QString();
+    };
+    const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), device.ReadTempInterval);
+    const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, device.PortIsOpen));
+    showAge(*lblMeasValue, *lblMeasAge, ofDistance);
+    showAge(*lblTemperature, *lblTempAge, words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen)));
+    if (m_textWindow != nullptr) {
+        m_textWindow->ShowAge(ofDistance);
+    }
+}
+
+void MeasurementPanel::showAge(LineLabel& value, LineLabel& line, const QString& age)
+{
+    value.ShowStale(!age.isEmpty());
+    ShowText(line, age);
+    if (value.accessibleDescription() != age) {
+        value.setAccessibleDescription(age);
+    }
+}

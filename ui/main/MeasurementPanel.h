@@ -1,0 +1,81 @@
+// The frame with what is measured now: connection lamp, distance and temperature with their ages, and the buttons that
+// start and stop. The large display belongs to it.
+#pragma once
+
+#include "session/SessionListener.h"
+#include "session/clsValueAge.h"
+
+#include <QGroupBox>
+#include <QPointer>
+
+#include <cstdint>
+#include <optional>
+
+class LampShape;
+class LineLabel;
+class QCheckBox;
+class QLabel;
+class QPushButton;
+class ValueLabel;
+class clsSession;
+class frmTextWindow;
+
+namespace modGlobals {
+struct Settings;
+}
+
+class MeasurementPanel : public QGroupBox, public SessionListener {
+    Q_OBJECT
+
+public:
+    explicit MeasurementPanel(QWidget* parent);
+    ~MeasurementPanel() override;
+
+    /// Shows a session and gives it the operator's commands; to be called once. Both must outlive the panel.
+    void Follow(clsSession& session, const modGlobals::Settings& settings);
+    /// What the ids of its texts do not cover: accessible names, shortcuts, the lamp's words.
+    void Localise();
+    /// Shows how old the values are; with every tick, also while a recording is played.
+    void ShowAges();
+    /// Opens the large display.
+    void ShowLargeDisplay();
+    /// Puts the focus on the start button.
+    void FocusStart();
+
+    void ShowDialogue(std::int32_t commStatus) override;
+    void ShowRule(const ControlRule& rule) override;
+    void ShowDistance(const std::string& distance) override;
+    void ShowTemperature(const std::string& temperature) override;
+    void ShowRunning(bool running) override;
+    void ShowShutDown(bool shutDown) override;
+    void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
+
+private:
+    void build();
+    void style();
+    void setTextIds();
+    void cmdStart_Click();
+    void cmdSingleValue_Click();
+    void showAge(LineLabel& value, LineLabel& line, const QString& age);
+
+    clsSession* m_session = nullptr;
+    const modGlobals::Settings* m_settings = nullptr;
+    clsValueAge m_distanceAge, m_temperatureAge;
+    bool m_running = false;
+    std::int32_t m_shownDialogue = -1;
+    std::optional<ControlRule> m_shownRule;
+    QPointer<frmTextWindow> m_textWindow;
+
+    QLabel* lblMeasCaption = nullptr;
+    LineLabel* lblMeasAge = nullptr;
+    ValueLabel* lblMeasValue = nullptr;
+    QLabel* lblTempCaption = nullptr;
+    LineLabel* lblTemperature = nullptr;
+    LineLabel* lblTempAge = nullptr;
+    QLabel* lblShutDown = nullptr;
+    QLabel* lblLamp = nullptr;
+    LampShape* shpLamp = nullptr;
+    QPushButton* cmdStart = nullptr;
+    QPushButton* cmdSingleValue = nullptr;
+    QCheckBox* chkTempMeasurement = nullptr;
+};

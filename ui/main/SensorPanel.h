@@ -1,0 +1,72 @@
+// The frames with the sensor's own settings, averaging and marker laser, and with the line that it is on.
+#pragma once
+
+#include "session/SessionListener.h"
+
+#include <QGroupBox>
+
+#include <cstdint>
+#include <optional>
+
+class PortList;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class clsSession;
+
+namespace modGlobals {
+struct Settings;
+}
+namespace modPComm {
+class PortDevices;
+}
+
+/// Averaging and marker laser, as the sensor reports them; a change goes to the sensor at once.
+class SensorPanel : public QGroupBox, public SessionListener {
+    Q_OBJECT
+
+public:
+    explicit SensorPanel(QWidget* parent);
+    ~SensorPanel() override;
+
+    /// Shows a session and gives it the operator's commands; to be called once. It must outlive the panel.
+    void Follow(clsSession& session);
+    /// Shortcuts.
+    void Localise();
+
+    void ShowRule(const ControlRule& rule) override;
+    void ShowSensorSettings(const SensorSettings& settings) override;
+
+private:
+    clsSession* m_session = nullptr;
+    std::optional<bool> m_usable;
+    QLabel* lblAverageDepth;
+    QComboBox* cmbAverageDepth;
+    QCheckBox* chkMovingAverage;
+    QCheckBox* chkRedLaser;
+};
+
+/// Port number and rate; a change takes effect at once and goes to the settings.
+class PortPanel : public QGroupBox {
+    Q_OBJECT
+
+public:
+    explicit PortPanel(QWidget* parent);
+
+    /// All three must outlive the panel. What the settings hold and no list has is replaced by what it shows.
+    void Follow(clsSession& session, modGlobals::Settings& settings, const modPComm::PortDevices& devices);
+    /// Accessible names in a language.
+    void Localise(std::int32_t language);
+    /// Changes to another port, as if the operator had chosen it.
+    void Choose(std::int32_t port);
+
+private:
+    void cmbComPort_Click(int index);
+    void cmbBaudrate_Click(int index);
+
+    clsSession* m_session = nullptr;
+    modGlobals::Settings* m_settings = nullptr;
+    const modPComm::PortDevices* m_devices = nullptr;
+    PortList* cmbComPort;
+    QComboBox* cmbBaudrate;
+};

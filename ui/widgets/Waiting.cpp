@@ -1,0 +1,47 @@
+#include "ui/widgets/Waiting.h"
+
+#include <QApplication>
+#include <QPointer>
+#include <QPushButton>
+
+#include <chrono>
+#include <thread>
+
+void BlockFor(std::int32_t ms)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+void PumpEvents()
+{
+    QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void Press(QPushButton& button, const std::function<void()>& act)
+{
+    struct Pressed {
+        QPushButton& button;
+        QPointer<QWidget> instead;
+        QMetaObject::Connection moves;
+
+        explicit Pressed(QPushButton& pressed) : button(pressed)
+        {
+            if (button.hasFocus()) {
+                moves = QObject::connect(qApp, &QApplication::focusChanged, &button, [this](QWidget*, QWidget* now) {
+                    instead = now;
+                    QObject::disconnect(moves);
+                });
+            }
+            button.setDown(true);
+        }
+        ~Pressed()
+        {
+            QObject::disconnect(moves);
+            button.setDown(false);
+            if (instead != nullptr && QApplication::focusWidget() == instead && button.isEnabled()) {
+                button.setFocus();
+            }
+        }
+    } const pressed(button);
+    act();
+}

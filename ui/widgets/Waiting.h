@@ -1,0 +1,17 @@
+// How the windows wait for the sensor.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+class QPushButton;
+
+/// Blocks for so many milliseconds.
+void BlockFor(std::int32_t ms);
+
+/// Lets the windows handle their events; waits for one, so that a wait does not spin.
+void PumpEvents();
+
+/// Runs what a button does. The button stays down while its command waits for the sensor. While it cannot be used the
+/// focus moves on by itself; it comes back, unless the operator has moved it further.
+void Press(QPushButton& button, const std::function<void()>& act);
