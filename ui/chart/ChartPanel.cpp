@@ -1,10 +1,10 @@
 #include "ui/chart/ChartPanel.h"
 
 #include "base/Days.h"
-#include "plot/modChartGlobals.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "ui/chart/frmChartSettings.h"
+#include "ui/chart/modChartGlobals.h"
 #include "ui/help/Help.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"

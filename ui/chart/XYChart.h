@@ -5,9 +5,9 @@
 #include "plot/clsChartData.h"
 #include "plot/clsCurveColumns.h"
 #include "plot/clsCurvePainter.h"
-#include "plot/clsLabel.h"
 #include "plot/modChartCommon.h"
-#include "plot/modChartGlobals.h"
+#include "ui/chart/clsLabel.h"
+#include "ui/chart/modChartGlobals.h"
 
 #include <QColor>
 #include <QImage>

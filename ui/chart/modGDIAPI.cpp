@@ -1,6 +1,6 @@
 #include "ui/chart/modGDIAPI.h"
 
-#include "plot/clsLabel.h"
+#include "ui/chart/clsLabel.h"
 #include "ui/widgets/QtText.h"
 
 #include <QFontDatabase>

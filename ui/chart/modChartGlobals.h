@@ -1,7 +1,7 @@
 // The state of a new chart. Colours are 24-bit values, blue, green, red from the high byte down (0xBBGGRR).
 #pragma once
 
-#include "plot/clsLabel.h"
+#include "ui/chart/clsLabel.h"
 
 #include <array>
 #include <cstdint>
