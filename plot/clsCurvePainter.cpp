@@ -37,6 +37,16 @@ std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
 
 } // namespace
 
+std::optional<PlotPlace> PlaceOf(const ChartPoint& point, const TimeWindow& window, const RowScale& scale,
+                                 std::int32_t height, bool showZero)
+{
+    const PlotPlace place{std::floor(point.x * window.perDay) - window.first,
+                          scale.offset + point.y * scale.rowsPerUnit};
+    const bool isInside =
+        place.column >= 0.0 && place.column < window.columns && place.row >= 0.0 && place.row < height;
+    return isInside && IsShown(point, showZero) ? std::optional(place) : std::nullopt;
+}
+
 void clsCurvePainter::Erase(const Raster& raster)
 {
     for (std::size_t column = 0; column < m_saved.size(); ++column) {
@@ -266,12 +276,9 @@ void clsCurvePainter::DrawDots(const Raster& raster, std::span<const std::span<c
     const Stamp stamp{roundShares(side, pen.width), side};
     for (const auto part : parts) {
         for (const ChartPoint& point : part) {
-            const double column = std::floor(point.x * window.perDay) - window.first + 0.5;
-            const double row = scale.offset + point.y * scale.rowsPerUnit;
-            if (IsShown(point, showZero) && column >= 0.0 && column < raster.width && row >= 0.0 &&
-                row < raster.height) {
-                print(raster, stamp, static_cast<std::int32_t>(std::lround(column - side / 2.0)),
-                      static_cast<std::int32_t>(std::lround(row - side / 2.0)), pen.color);
+            if (const auto place = PlaceOf(point, window, scale, raster.height, showZero)) {
+                print(raster, stamp, static_cast<std::int32_t>(std::lround(place->column + 0.5 - side / 2.0)),
+                      static_cast<std::int32_t>(std::lround(place->row - side / 2.0)), pen.color);
             }
         }
     }

@@ -26,6 +26,15 @@ struct RowScale {
     bool operator==(const RowScale&) const = default;
 };
 
+/// A place in the plot, in pixels from its earliest time and from its top edge.
+struct PlotPlace {
+    double column = 0.0, row = 0.0;
+};
+/// Where a dot for this point stands, the column being a whole one; empty when it is not drawn or lies outside the
+/// window or the rows 0 to height.
+std::optional<PlotPlace> PlaceOf(const ChartPoint& point, const TimeWindow& window, const RowScale& scale,
+                                 std::int32_t height, bool showZero);
+
 struct CurvePen {
     double width = 1.5; ///< pixels
     std::uint32_t color = 0xFF000000;

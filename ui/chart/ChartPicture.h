@@ -1,5 +1,5 @@
-// The chart as a drawing of lines and texts for paper and documents: what the window shows, in the light colours, sharp
-// at any size.
+// The chart for paper and documents: what the window shows, in the light colours, sharp at any size. What belongs to
+// the live window only, as the dot at the newest value, is left out.
 #pragma once
 
 #include <QSize>
@@ -7,5 +7,6 @@
 class QPainter;
 class XYChart;
 
-/// Draws the chart at the painter's origin, `size` units large.
-void DrawChart(QPainter& painter, XYChart& chart, const QSize& size);
+/// Draws the chart at the painter's origin, `size` units large. `ratio` pixels, or what takes their place, make a unit:
+/// they settle how fine the curve is.
+void DrawChart(QPainter& painter, XYChart& chart, const QSize& size, double ratio);

@@ -15,8 +15,7 @@
 
 namespace {
 
-constexpr double kLineWidth = 1.5;
-constexpr double kDotWidth = 3.0;
+constexpr double kLineWidth = ChartDrawing::kLineWidth;
 constexpr double kNewestWidth = 6.0;
 
 } // namespace
@@ -25,18 +24,18 @@ XYChart::XYChart(QWidget* parent) : QWidget(parent)
 {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAttribute(Qt::WA_OpaquePaintEvent);
-    m_series.InitChartData(m_xRange_ms / modChartGlobals::kPointInterval_ms - 1);
+    m_series.InitChartData(m_content.xRange_ms / modChartGlobals::kPointInterval_ms - 1);
 }
 
 void XYChart::InitChartData(std::int32_t maximumIndex)
 {
     m_series.InitChartData(maximumIndex);
     m_held.reset();
-    if (m_autoScale) {
+    if (m_content.autoScale) {
         m_limitsGiven = false;
-        m_limits.lower = m_limits.upper = 0.0;
+        m_content.limits.lower = m_content.limits.upper = 0.0;
     }
-    m_begin.reset();
+    m_content.begin.reset();
     Redraw();
 }
 
@@ -48,7 +47,7 @@ void XYChart::Reset()
 void XYChart::AddPoint(double time, double value)
 {
     // What is held has to outlast the ring, which goes on.
-    if (m_holdSpan && m_begin && !m_held && time > *m_begin + m_xRange_ms / kMsPerDay) {
+    if (m_holdSpan && m_content.begin && !m_held && time > *m_content.begin + m_content.xRange_ms / kMsPerDay) {
         m_held = m_series;
         Redraw();
     }
@@ -75,9 +74,9 @@ void XYChart::ShowTime(double time)
     }
     m_currentTime = time;
     if (!m_holdSpan) {
-        m_begin = time - m_xRange_ms / kMsPerDay;
-    } else if (!m_begin) {
-        m_begin = time;
+        m_content.begin = time - m_content.xRange_ms / kMsPerDay;
+    } else if (!m_content.begin) {
+        m_content.begin = time;
     }
     updateCurve();
 }
@@ -85,18 +84,18 @@ void XYChart::ShowTime(double time)
 /// Only what moves is drawn anew: the rest of the picture need not be handed to the display with each value.
 void XYChart::updateCurve()
 {
-    if (m_timeScale || m_plot.isEmpty()) {
+    if (m_content.timeScale || !m_layout || m_layout->Plot().isEmpty()) {
         update();
         return;
     }
     const double reach = kNewestWidth + kLineWidth; // the dot may stand on the edge
-    update(plotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect());
+    update(m_layout->PlotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect());
 }
 
 void XYChart::TimeBegin(double time)
 {
     if (modChartCommon::IsDrawable(time)) {
-        m_begin = time;
+        m_content.begin = time;
         update();
     }
 }
@@ -104,16 +103,16 @@ void XYChart::TimeBegin(double time)
 void XYChart::TimeOrigin(double time)
 {
     if (modChartCommon::IsDrawable(time)) {
-        change(m_timeOrigin, time);
+        change(m_content.timeOrigin, time);
     }
 }
 
 void XYChart::XRange_ms(std::int32_t range_ms)
 {
-    const double end = TimeBegin() + m_xRange_ms / kMsPerDay;
-    change(m_xRange_ms, std::max(range_ms, 1));
-    if (m_begin && !m_holdSpan) {
-        m_begin = end - m_xRange_ms / kMsPerDay;
+    const double end = TimeBegin() + m_content.xRange_ms / kMsPerDay;
+    change(m_content.xRange_ms, std::max(range_ms, 1));
+    if (m_content.begin && !m_holdSpan) {
+        m_content.begin = end - m_content.xRange_ms / kMsPerDay;
     }
 }
 
@@ -124,7 +123,7 @@ void XYChart::HoldSpan(bool hold)
         m_held.reset();
         Redraw();
     }
-    if (!hold && m_begin && m_currentTime != 0.0) {
+    if (!hold && m_content.begin && m_currentTime != 0.0) {
         ShowTime(m_currentTime);
     }
 }
@@ -135,18 +134,18 @@ void XYChart::YLimits(double minimum, double maximum)
         return;
     }
     m_limitsGiven = true;
-    change(m_limits, {minimum, maximum, m_limits.divisions});
+    change(m_content.limits, {minimum, maximum, m_content.limits.divisions});
 }
 
 std::optional<std::array<double, 2>> XYChart::ShownValues()
 {
     constexpr double kTolerance = 0.5 / kMsPerDay; // a point at an end is shown, whatever the last bits say
     const double begin = TimeBegin() - kTolerance;
-    const double end = TimeBegin() + m_xRange_ms / kMsPerDay + kTolerance;
+    const double end = TimeBegin() + m_content.xRange_ms / kMsPerDay + kTolerance;
     std::array<double, 2> found{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
     for (const auto part : Points()) {
         for (const ChartPoint& point : part) {
-            if (point.x >= begin && point.x <= end && IsShown(point, m_showZero)) {
+            if (point.x >= begin && point.x <= end && IsShown(point, m_content.showZero)) {
                 found = {std::min(found[0], point.y), std::max(found[1], point.y)};
             }
         }
@@ -172,16 +171,14 @@ void XYChart::changeEvent(QEvent* event)
 
 void XYChart::paintEvent(QPaintEvent*)
 {
-    if (m_autoScale && !m_limitsGiven) {
-        followShownValues();
-    }
+    followShownValues();
     prepareGround();
-    const std::vector<TimeTick> ticks = timeTicks();
+    const std::vector<ChartLayout::Tick> ticks = m_layout->TimeTicks();
     composeFrame(ticks);
 
     QPainter painter(this);
     painter.drawImage(QPointF(), m_frame);
-    drawTimeLabels(painter, ticks);
+    ChartDrawing(m_content, *m_layout, m_colors).DrawTimeLabels(painter, ticks);
     if (m_isEmpty) {
         drawEmptyText(painter);
     } else {
@@ -198,9 +195,19 @@ void XYChart::paintEvent(QPaintEvent*)
 /// Limits of our own, as long as nobody gives any.
 void XYChart::followShownValues()
 {
-    if (const auto shown = ShownValues()) {
-        change(m_limits, modChartCommon::AutomaticRange(m_limits, *shown));
+    if (!m_content.autoScale || m_limitsGiven) {
+        return;
     }
+    if (const auto shown = ShownValues()) {
+        change(m_content.limits, modChartCommon::AutomaticRange(m_content.limits, *shown));
+    }
+}
+
+XYChart::Shown XYChart::NextFrame()
+{
+    followShownValues();
+    Points(); // moves the read pointer
+    return {m_content, drawn()};
 }
 
 clsChartData& XYChart::drawn()
@@ -222,78 +229,62 @@ std::array<std::span<const ChartPoint>, 2> XYChart::Points()
     return series.Readable();
 }
 
-/// Columns are counted from day 0 and the axis moves by whole ones: a column keeps its points while it scrolls, and so
-/// its look.
-TimeWindow XYChart::timeWindow() const
+void XYChart::prepareGround()
 {
-    TimeWindow window;
-    window.columns = m_plot.width();
-    window.perDay = std::max(m_plot.width() - 1, 1) / (m_xRange_ms / kMsPerDay);
-    window.first = columnAt(TimeBegin(), window.perDay);
-    return window;
-}
-
-/// The little extra is more than the rounding of the product: the newest point must not fall off the right end.
-double XYChart::columnAt(double time, double perDay)
-{
-    return std::floor(time * perDay + 1e-3);
-}
-
-/// The width of a line of the grid, in pixels.
-int XYChart::hairline() const
-{
-    return std::max(static_cast<int>(std::lround(m_frame.devicePixelRatio())), 1);
-}
-
-RowScale XYChart::rowScale() const
-{
-    const modChartCommon::Axis& axis = m_valueAxis;
-    const double middleOfRow = axis.pixelStart + 0.5;
-    if (axis.reversed != 0) {
-        return {middleOfRow + axis.maximum * axis.pixelsPerUnit, -axis.pixelsPerUnit};
+    const double ratio = devicePixelRatioF();
+    const bool isSized = m_layout && m_layout->Size() == size() && m_layout->Ratio() == ratio;
+    if (!m_groundIsStale && isSized) {
+        return;
     }
-    return {middleOfRow - axis.minimum * axis.pixelsPerUnit, axis.pixelsPerUnit};
+    m_groundIsStale = false;
+    m_columns = {};
+    m_curvePainter.Forget();
+    m_colors = ColorsOf(m_content, palette());
+    m_layout.emplace(m_content, font(), size(), ratio);
+    m_frame = QImage(m_layout->Pixels(), QImage::Format_RGB32);
+    m_frame.setDevicePixelRatio(ratio);
+    m_newest = newestDot(ratio);
+    if (!m_frame.isNull()) {
+        QPainter painter(&m_frame);
+        ChartDrawing(m_content, *m_layout, m_colors).DrawGround(painter);
+    }
 }
 
 /// Takes the last curve out of the frame and draws the present one.
-void XYChart::composeFrame(const std::vector<TimeTick>& ticks)
+void XYChart::composeFrame(const std::vector<ChartLayout::Tick>& ticks)
 {
     m_isEmpty = true;
-    if (m_plot.isEmpty()) {
+    if (m_layout->Plot().isEmpty()) {
         return;
     }
-    const Raster raster = modGDIAPI::RasterOf(m_frame, m_plot, m_xReversed);
-    if (m_timeScale || !m_connectPoints || !m_begin) {
+    const Raster raster = modGDIAPI::RasterOf(m_frame, m_layout->Plot(), m_content.xReversed);
+    if (m_content.timeScale || !m_content.connectPoints || !m_content.begin) {
         m_curvePainter.Erase(raster);
     }
-    const int thickness = hairline();
-    for (const TimeTick& tick : ticks) {
-        for (int column = tick.column; column < std::min(tick.column + thickness, raster.width); ++column) {
+    for (const ChartLayout::Tick& tick : ticks) {
+        const int end = std::min(tick.position + m_layout->Hairline(), raster.width);
+        for (int column = tick.position; column < end; ++column) {
             m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
         }
     }
-    if (m_begin) {
+    if (m_content.begin) {
         drawCurve(raster);
     }
 }
 
 void XYChart::drawCurve(const Raster& raster)
 {
-    const double ratio = m_frame.devicePixelRatio();
+    const double ratio = m_layout->Ratio();
     const auto parts = Points();
-    if (!m_connectPoints) {
+    if (!m_content.connectPoints) {
         m_isEmpty = !ShownValues();
-        const CurvePen pen{kDotWidth * ratio, m_colors.curve.rgb()};
-        m_curvePainter.DrawDots(raster, parts, timeWindow(), rowScale(), pen, m_showZero);
+        const CurvePen pen{ChartDrawing::kDotWidth * ratio, m_colors.curve.rgb()};
+        m_curvePainter.DrawDots(raster, parts, m_layout->Window(), m_layout->Rows(), pen, m_content.showZero);
         return;
     }
-    TimeWindow fine = timeWindow();
-    fine.first *= clsCurvePainter::kFineColumns;
-    fine.perDay *= clsCurvePainter::kFineColumns;
-    fine.columns *= clsCurvePainter::kFineColumns;
-    m_columns.Update(drawn(), fine, m_showZero);
+    m_columns.Update(drawn(), m_layout->FineWindow(), m_content.showZero);
     m_isEmpty = m_columns.Spans().empty();
-    m_curvePainter.DrawLines(raster, m_columns, rowScale(), {kLineWidth * ratio, m_colors.curve.rgb()});
+    m_curvePainter.DrawLines(raster, m_columns, m_layout->Rows(), {kLineWidth * ratio, m_colors.curve.rgb()});
 }
 
 /// A dot where the curve grows.
@@ -301,16 +292,14 @@ void XYChart::drawNewest(QPainter& painter) const
 {
     const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
     const ChartPoint point{m_series.XValue(newest), m_series.YValue(newest)};
-    const TimeWindow window = timeWindow();
-    const RowScale scale = rowScale();
-    const double column = std::floor(point.x * window.perDay) - window.first;
-    const double row = scale.offset + point.y * scale.rowsPerUnit;
-    if (!IsShown(point, m_showZero) || !(column >= 0.0 && column < m_plot.width()) ||
-        !(row >= 0.0 && row < m_plot.height())) {
+    const QRect& plot = m_layout->Plot();
+    const auto place = PlaceOf(point, m_layout->Window(), m_layout->Rows(), plot.height(), m_content.showZero);
+    if (!place) {
         return;
     }
-    const QPoint centre(m_plot.left() + mirrored(static_cast<int>(column)), m_plot.top() + static_cast<int>(row));
-    painter.drawPixmap(QPointF(centre - m_newest.rect().center()) / m_frame.devicePixelRatio(), m_newest);
+    const QPoint centre(plot.left() + m_layout->Mirrored(static_cast<int>(place->column)),
+                        plot.top() + static_cast<int>(place->row));
+    painter.drawPixmap(QPointF(centre - m_newest.rect().center()) / m_layout->Ratio(), m_newest);
 }
 
 /// The picture of that dot; its middle is that of a pixel.
@@ -332,7 +321,7 @@ QPixmap XYChart::newestDot(double ratio) const
 void XYChart::drawEmptyText(QPainter& painter) const
 {
     const double line = QFontMetricsF(font()).height();
-    const QRectF room = plotArea().adjusted(line, line, -line, -line);
+    const QRectF room = m_layout->PlotArea().adjusted(line, line, -line, -line);
     if (m_emptyText.isEmpty() || room.width() <= 0.0) {
         return;
     }
@@ -341,10 +330,4 @@ void XYChart::drawEmptyText(QPainter& painter) const
     painter.fillRect(text.adjusted(-line, -line / 2.0, line, line / 2.0), m_colors.back);
     painter.setPen(m_colors.muted);
     painter.drawText(room, kFlags, m_emptyText);
-}
-
-QRectF XYChart::plotArea() const
-{
-    const double ratio = m_frame.devicePixelRatio();
-    return {m_plot.left() / ratio, m_plot.top() / ratio, m_plot.width() / ratio, m_plot.height() / ratio};
 }

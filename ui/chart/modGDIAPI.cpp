@@ -4,6 +4,7 @@
 #include "ui/widgets/QtText.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QHash>
 #include <QImage>
 #include <QPainter>
@@ -50,14 +51,16 @@ QFont FontOf(const clsLabel& label, const QFont& base)
     }
     if (label.FontSize > 0.0) {
         font.setPointSizeF(label.FontSize);
+        if (base.pixelSize() > 0) {
+            font.setPixelSize(QFontInfo(font).pixelSize());
+        }
     }
     font.setBold(label.FontBold);
     return font;
 }
 
-void FillPixels(QPainter& painter, const QRect& pixels, const QColor& color)
+void FillPixels(QPainter& painter, double ratio, const QRect& pixels, const QColor& color)
 {
-    const double ratio = painter.device()->devicePixelRatio();
     painter.fillRect(QRectF(pixels.x() / ratio, pixels.y() / ratio, pixels.width() / ratio, pixels.height() / ratio),
                      color);
 }

@@ -25,11 +25,11 @@ QColor Mixed(const QColor& color, const QColor& ground, double share);
 bool IsDark(const QColor& color);
 
 /// The label's font. A family that is not installed gives way to the one of `base`, not to a chance substitute, and a
-/// size of 0 to its size.
+/// size of 0 to its size. Where `base` has its size in pixels, so has the font.
 QFont FontOf(const clsLabel& label, const QFont& base);
 
-/// Fills a rectangle given in pixels of the device, however many of them make a unit of the painter.
-void FillPixels(QPainter& painter, const QRect& pixels, const QColor& color);
+/// Fills a rectangle given in pixels, `ratio` of which make a unit of the painter.
+void FillPixels(QPainter& painter, double ratio, const QRect& pixels, const QColor& color);
 
 /// The part `area` (pixels) of a 32-bit picture; with `mirrored`, columns count from its right edge.
 Raster RasterOf(QImage& picture, const QRect& area, bool mirrored);

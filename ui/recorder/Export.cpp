@@ -34,6 +34,7 @@ constexpr double kUnitsPerInch = 96.0;
 constexpr double kPointsPerInch = 72.0;
 constexpr int kPdfResolution = 1200; // dots per inch
 constexpr int kPngScale = 2;
+constexpr double kSvgFineness = 4.0; // the lines of an SVG stay sharp when it is shown so many times as large
 
 struct TableKind {
     modCsvExport::Format format;
@@ -141,7 +142,7 @@ bool paintSvg(XYChart& chart, QIODevice& device)
     svg.setSize(chart.size());
     svg.setViewBox(QRect(QPoint(), chart.size()));
     QPainter painter(&svg);
-    DrawChart(painter, chart, chart.size());
+    DrawChart(painter, chart, chart.size(), kSvgFineness);
     return painter.end();
 }
 
@@ -153,8 +154,9 @@ bool paintPdf(XYChart& chart, QIODevice& device)
     pdf.setPageMargins(QMarginsF());
     pdf.setResolution(kPdfResolution);
     QPainter painter(&pdf);
-    painter.scale(kPdfResolution / kUnitsPerInch, kPdfResolution / kUnitsPerInch);
-    DrawChart(painter, chart, chart.size());
+    constexpr double kScale = kPdfResolution / kUnitsPerInch;
+    painter.scale(kScale, kScale);
+    DrawChart(painter, chart, chart.size(), kScale);
     return painter.end();
 }
 
@@ -163,7 +165,7 @@ bool paintPng(XYChart& chart, QIODevice& device)
     QImage image(chart.size() * kPngScale, QImage::Format_RGB32);
     QPainter painter(&image);
     painter.scale(kPngScale, kPngScale);
-    DrawChart(painter, chart, chart.size());
+    DrawChart(painter, chart, chart.size(), kPngScale);
     return painter.end() && image.save(&device, "PNG");
 }
 
