@@ -1,5 +1,6 @@
-// What a chart says apart from its points: axes, colours and texts. The folder goes from this content over its layout
-// (ChartLayout) and its drawing (ChartDrawing) to the widget (XYChart) and to files (ChartPicture).
+// What a chart says apart from its points: axes, colours and texts. The folder goes from this content to its layout
+// (ChartLayout), on to the drawing (ChartDrawing) and from there to the screen (ChartFrame, in the widget XYChart) and
+// to files (ChartPicture).
 #pragma once
 
 #include "plot/modChartCommon.h"

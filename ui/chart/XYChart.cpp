@@ -1,10 +1,8 @@
 #include "ui/chart/XYChart.h"
 
 #include "base/Days.h"
-#include "ui/chart/modGDIAPI.h"
 
 #include <QEvent>
-#include <QFontMetricsF>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
@@ -12,13 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-
-namespace {
-
-constexpr double kLineWidth = ChartDrawing::kLineWidth;
-constexpr double kNewestWidth = 6.0;
-
-} // namespace
 
 XYChart::XYChart(QWidget* parent) : QWidget(parent)
 {
@@ -63,7 +54,7 @@ void XYChart::AddGap(double time)
 
 void XYChart::Redraw()
 {
-    m_groundIsStale = true;
+    m_frame.Discard();
     update();
 }
 
@@ -84,12 +75,8 @@ void XYChart::ShowTime(double time)
 /// Only what moves is drawn anew: the rest of the picture need not be handed to the display with each value.
 void XYChart::updateCurve()
 {
-    if (m_content.timeScale || !m_layout || m_layout->Plot().isEmpty()) {
-        update();
-        return;
-    }
-    const double reach = kNewestWidth + kLineWidth; // the dot may stand on the edge
-    update(m_layout->PlotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect());
+    const QRect area = m_frame.CurveArea();
+    m_content.timeScale || area.isEmpty() ? update() : update(area);
 }
 
 void XYChart::TimeBegin(double time)
@@ -172,22 +159,22 @@ void XYChart::changeEvent(QEvent* event)
 void XYChart::paintEvent(QPaintEvent*)
 {
     followShownValues();
-    prepareGround();
-    const std::vector<ChartLayout::Tick> ticks = m_layout->TimeTicks();
-    composeFrame(ticks);
+    m_frame.Prepare(font(), palette(), size(), devicePixelRatioF());
+    Points(); // moves the read pointer
+    const bool hasCurve = m_frame.Compose(drawn()) && (m_content.connectPoints || ShownValues());
 
     QPainter painter(this);
-    painter.drawImage(QPointF(), m_frame);
-    ChartDrawing(m_content, *m_layout, m_colors).DrawTimeLabels(painter, ticks);
-    if (m_isEmpty) {
-        drawEmptyText(painter);
+    m_frame.Paint(painter);
+    if (hasCurve) {
+        const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
+        m_frame.PaintNewest(painter, {m_series.XValue(newest), m_series.YValue(newest)});
     } else {
-        drawNewest(painter);
+        m_frame.PaintNote(painter, m_emptyText);
     }
     if (hasFocus()) {
         QStyleOptionFocusRect focus;
         focus.initFrom(this);
-        focus.backgroundColor = m_colors.back;
+        focus.backgroundColor = m_frame.Colors().back;
         style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
     }
 }
@@ -227,107 +214,4 @@ std::array<std::span<const ChartPoint>, 2> XYChart::Points()
     series.StartIndex = (stop + size - 1) % size;
     series.ResetReadPointer();
     return series.Readable();
-}
-
-void XYChart::prepareGround()
-{
-    const double ratio = devicePixelRatioF();
-    const bool isSized = m_layout && m_layout->Size() == size() && m_layout->Ratio() == ratio;
-    if (!m_groundIsStale && isSized) {
-        return;
-    }
-    m_groundIsStale = false;
-    m_columns = {};
-    m_curvePainter.Forget();
-    m_colors = ColorsOf(m_content, palette());
-    m_layout.emplace(m_content, font(), size(), ratio);
-    m_frame = QImage(m_layout->Pixels(), QImage::Format_RGB32);
-    m_frame.setDevicePixelRatio(ratio);
-    m_newest = newestDot(ratio);
-    if (!m_frame.isNull()) {
-        QPainter painter(&m_frame);
-        ChartDrawing(m_content, *m_layout, m_colors).DrawGround(painter);
-    }
-}
-
-/// Takes the last curve out of the frame and draws the present one.
-void XYChart::composeFrame(const std::vector<ChartLayout::Tick>& ticks)
-{
-    m_isEmpty = true;
-    if (m_layout->Plot().isEmpty()) {
-        return;
-    }
-    const Raster raster = modGDIAPI::RasterOf(m_frame, m_layout->Plot(), m_content.xReversed);
-    if (m_content.timeScale || !m_content.connectPoints || !m_content.begin) {
-        m_curvePainter.Erase(raster);
-    }
-    for (const ChartLayout::Tick& tick : ticks) {
-        const int end = std::min(tick.position + m_layout->Hairline(), raster.width);
-        for (int column = tick.position; column < end; ++column) {
-            m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
-        }
-    }
-    if (m_content.begin) {
-        drawCurve(raster);
-    }
-}
-
-void XYChart::drawCurve(const Raster& raster)
-{
-    const double ratio = m_layout->Ratio();
-    const auto parts = Points();
-    if (!m_content.connectPoints) {
-        m_isEmpty = !ShownValues();
-        const CurvePen pen{ChartDrawing::kDotWidth * ratio, m_colors.curve.rgb()};
-        m_curvePainter.DrawDots(raster, parts, m_layout->Window(), m_layout->Rows(), pen, m_content.showZero);
-        return;
-    }
-    m_columns.Update(drawn(), m_layout->FineWindow(), m_content.showZero);
-    m_isEmpty = m_columns.Spans().empty();
-    m_curvePainter.DrawLines(raster, m_columns, m_layout->Rows(), {kLineWidth * ratio, m_colors.curve.rgb()});
-}
-
-/// A dot where the curve grows.
-void XYChart::drawNewest(QPainter& painter) const
-{
-    const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
-    const ChartPoint point{m_series.XValue(newest), m_series.YValue(newest)};
-    const QRect& plot = m_layout->Plot();
-    const auto place = PlaceOf(point, m_layout->Window(), m_layout->Rows(), plot.height(), m_content.showZero);
-    if (!place) {
-        return;
-    }
-    const QPoint centre(plot.left() + m_layout->Mirrored(static_cast<int>(place->column)),
-                        plot.top() + static_cast<int>(place->row));
-    painter.drawPixmap(QPointF(centre - m_newest.rect().center()) / m_layout->Ratio(), m_newest);
-}
-
-/// The picture of that dot; its middle is that of a pixel.
-QPixmap XYChart::newestDot(double ratio) const
-{
-    const double radius = (kNewestWidth + kLineWidth) / 2.0;
-    const int side = 2 * static_cast<int>(std::ceil((radius + kLineWidth) * ratio)) + 1;
-    QPixmap dot(side, side);
-    dot.fill(Qt::transparent);
-    dot.setDevicePixelRatio(ratio);
-    QPainter painter(&dot);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(m_colors.back, kLineWidth));
-    painter.setBrush(m_colors.curve);
-    painter.drawEllipse(QPointF(side, side) / ratio / 2.0, radius, radius);
-    return dot;
-}
-
-void XYChart::drawEmptyText(QPainter& painter) const
-{
-    const double line = QFontMetricsF(font()).height();
-    const QRectF room = m_layout->PlotArea().adjusted(line, line, -line, -line);
-    if (m_emptyText.isEmpty() || room.width() <= 0.0) {
-        return;
-    }
-    constexpr int kFlags = Qt::AlignCenter | Qt::TextWordWrap;
-    const QRectF text = painter.boundingRect(room, kFlags, m_emptyText);
-    painter.fillRect(text.adjusted(-line, -line / 2.0, line, line / 2.0), m_colors.back);
-    painter.setPen(m_colors.muted);
-    painter.drawText(room, kFlags, m_emptyText);
 }

@@ -1,25 +1,17 @@
-// The chart of the main window: the curve of one series over time as a widget. Grid and scales stay in a picture until
-// an axis, the size or the colours change, and the curve is drawn into its pixels, only what is new from frame to
-// frame. How they look is ChartLayout's and ChartDrawing's matter.
+// The chart of the main window: the curve of one series over time as a widget. It keeps series, axes and settings; how
+// they look is the matter of ChartLayout and ChartDrawing, how a frame gets cheap that of ChartFrame.
 #pragma once
 
 #include "plot/clsChartData.h"
-#include "plot/clsCurveColumns.h"
-#include "plot/clsCurvePainter.h"
 #include "ui/chart/ChartContent.h"
-#include "ui/chart/ChartDrawing.h"
-#include "ui/chart/ChartLayout.h"
+#include "ui/chart/ChartFrame.h"
 
-#include <QImage>
-#include <QPixmap>
 #include <QString>
 #include <QWidget>
 
 #include <array>
 #include <optional>
-#include <vector>
-
-class QPainter;
+#include <span>
 
 class XYChart : public QWidget {
     Q_OBJECT
@@ -144,12 +136,6 @@ private:
     void followShownValues();
     void updateCurve();
     clsChartData& drawn();
-    void prepareGround();
-    void composeFrame(const std::vector<ChartLayout::Tick>& ticks);
-    void drawCurve(const Raster& raster);
-    void drawNewest(QPainter& painter) const;
-    QPixmap newestDot(double ratio) const;
-    void drawEmptyText(QPainter& painter) const;
 
     clsChartData m_series;
     std::optional<clsChartData> m_held; ///< the series as it was when the held span was full
@@ -157,13 +143,5 @@ private:
     double m_currentTime = 0.0;
     bool m_limitsGiven = false, m_holdSpan = false;
     QString m_emptyText;
-
-    bool m_groundIsStale = true;
-    bool m_isEmpty = true; ///< the last frame showed no point
-    QPixmap m_newest;      ///< the dot where the curve grows
-    QImage m_frame;        ///< grid and scales, and the curve while it is drawn on them
-    std::optional<ChartLayout> m_layout;
-    ChartColors m_colors;
-    clsCurveColumns m_columns;
-    clsCurvePainter m_curvePainter;
+    ChartFrame m_frame{m_content};
 };
