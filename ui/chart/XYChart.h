@@ -5,6 +5,7 @@
 #include "plot/clsChartData.h"
 #include "ui/chart/ChartContent.h"
 #include "ui/chart/ChartFrame.h"
+#include "ui/chart/modChartGlobals.h"
 
 #include <QString>
 #include <QWidget>
