@@ -236,7 +236,7 @@ public:
             const double days = static_cast<double>(tick) / kTicksPerDay - (tick > 10 * kTicksPerDay ? 1.0 / 24 : 0);
             m_recording.Flush(kStart + days);
             m_loop.Tick(kStart + days);
-            if (m_device.CommStatus != DialogueMeasuring) {
+            if (m_device.CommStatus() != DialogueMeasuring) {
                 m_unasked += m_sensor.TakeRead(); // a sensor that still measures while the dialogue starts again
             } else if (m_view.shown != shown) {
                 // Several values in one evaluation: the newest is shown. They pile up only after damage.

@@ -3,7 +3,7 @@
 #include "bench/Micro.h"
 #include "bench/Table.h"
 #include "sensor/Crc16.h"
-#include "sensor/clsRVQ.h"
+#include "tests/support/OpenRVQ.h"
 
 #include <array>
 #include <benchmark/benchmark.h>
@@ -95,18 +95,18 @@ std::int32_t bareCrc(std::string_view stream)
 
 std::int32_t evaluate(std::string_view stream, std::int32_t format, std::size_t piece)
 {
-    clsRVQ device;
-    device.Parameters.OutputFormat = format;
-    device.CommStatus = DialogueMeasuring;
-    device.LastCommand = std::string("m"); // the first value has come
-    device.CurrentTime = 46000.0;
-    device.FailTime = 46000.1;
+    OpenRVQ device;
+    device.Parameters().OutputFormat = format;
+    device.CommStatus() = DialogueMeasuring;
+    device.LastCommand("m"); // the first value has come
+    device.CurrentTime() = 46000.0;
+    device.FailTime() = 46000.1;
     for (std::size_t at = 0; at < stream.size(); at += piece) {
-        device.InBuffer += stream.substr(at, piece);
+        device.InBuffer() += stream.substr(at, piece);
         device.EvaluateInBuffer();
     }
     device.EvaluateInBuffer(); // an odd line at the end
-    return device.MeasValue_mm;
+    return device.MeasValue_mm();
 }
 
 struct Format {

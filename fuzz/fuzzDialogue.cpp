@@ -109,11 +109,12 @@ public:
         m_loop.PollTemperature(false);
         // A value can come before the measurement is resumed; a click would then start it, not stop it.
         const auto isBack = [this] {
-            return m_loop.IsMeasuring() ? m_device.NewDistance && m_device.CommStatus == DialogueMeasuring : isAtRest();
+            return m_loop.IsMeasuring() ? m_device.NewDistance() && m_device.CommStatus() == DialogueMeasuring
+                                        : isAtRest();
         };
         if (!reaches(isBack)) {
             // A sensor with single output owes nothing while it measures, so a click has to help.
-            Require(m_device.Parameters.OutputMode == OutputSingle);
+            Require(m_device.Parameters().OutputMode == OutputSingle);
             press();
             Require(reaches(isBack));
         }
@@ -122,10 +123,10 @@ public:
             Require(reaches([this] { return isAtRest(); }));
         }
         m_device.SendCommand("C");
-        Require(reaches([this] { return m_device.EventNr == EventConfiguration; }));
+        Require(reaches([this] { return m_device.EventNr() == EventConfiguration; }));
         Require(reaches([this] { return isAtRest(); }));
         press();
-        Require(reaches([this] { return m_device.NewDistance && m_device.MeasValue_mm == 3300; }));
+        Require(reaches([this] { return m_device.NewDistance() && m_device.MeasValue_mm() == 3300; }));
         press();
         Require(reaches([this] { return isAtRest(); }) && !m_port.Sensor->IsMeasuring());
     }
@@ -157,11 +158,11 @@ private:
             operate(argument);
             break;
         case 9:
-            m_device.Parameters.OutputFormat = argument % 5;
-            m_device.Parameters.DistanceUnit = m_input.Byte() % 9;
+            m_device.Parameters().OutputFormat = argument % 5;
+            m_device.Parameters().DistanceUnit = m_input.Byte() % 9;
             break;
         case 10:
-            m_device.Parameters.OutputMode = argument % 3;
+            m_device.Parameters().OutputMode = argument % 3;
             break;
         case 11:
             m_port.Vanished = true;
@@ -175,7 +176,7 @@ private:
             return;
         case 14:
             m_loop.PollTemperature(argument % 2 == 0);
-            m_device.ReadTempInterval = argument * 100;
+            m_device.ReadTempInterval() = argument * 100;
             break;
         default:
             break;
@@ -236,7 +237,7 @@ private:
     }
 
     /// The idle sensor has answered a poll.
-    bool isAtRest() const { return m_device.CommStatus == DialogueIdle && m_device.EventNr == EventTemperature; }
+    bool isAtRest() const { return m_device.CommStatus() == DialogueIdle && m_device.EventNr() == EventTemperature; }
 
     void tick(double seconds)
     {
@@ -267,16 +268,16 @@ private:
 
     void requireSane() const
     {
-        Require(m_device.EventNr >= EventNoAnswer && m_device.EventNr <= EventCrcError && m_device.EventNr != 1);
-        Require(m_device.CommStatus >= DialogueNone && m_device.CommStatus <= DialogueMeasuring);
-        Require(m_device.InBuffer.size() <= clsRVQ::kMaxPending && std::isfinite(m_device.MeasValue));
-        Require(!m_device.Wait.Running && !m_device.Wait.InTick);
+        Require(m_device.EventNr() >= EventNoAnswer && m_device.EventNr() <= EventCrcError && m_device.EventNr() != 1);
+        Require(m_device.CommStatus() >= DialogueNone && m_device.CommStatus() <= DialogueMeasuring);
+        Require(m_device.InBuffer().size() <= clsRVQ::kMaxPending && std::isfinite(m_device.MeasValue()));
+        Require(!m_device.Wait().Running && !m_device.Wait().InTick);
     }
 
     FuzzInput& m_input;
     FuzzPort m_port;
     modGlobals::Settings m_settings;
-    clsRVQ m_device{m_port, {}};
+    OpenRVQ m_device{m_port, {}};
     FuzzView m_view;
     clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
     double m_now_s = 1000.0;

@@ -1,6 +1,5 @@
 #include "sensor/clsRVQ.h"
 
-#include "base/Numbers.h"
 #include "port/SerialPort.h"
 #include "sensor/Parameters.h"
 
@@ -9,15 +8,8 @@
 
 namespace {
 
-constexpr std::int32_t kDumpBits = 5000000; // divided by the rate: milliseconds that a dump may take
-constexpr std::int32_t kStopBits = 170000;  // divided by the rate: milliseconds of pause after a stop
-constexpr std::int32_t kMargin_ms = 500;    // on top of every answer time
-constexpr std::size_t kSentFrames = 64;     // more than an upload sends
-
-std::int32_t millisecondsAtRate(std::int32_t bits, std::int32_t rate)
-{
-    return RoundHalfToEven(static_cast<double>(bits) / rate).value_or(0);
-}
+constexpr std::int32_t kMargin_ms = 500; // on top of every answer time
+constexpr std::size_t kSentFrames = 64;  // more than an upload sends
 
 } // namespace
 
@@ -36,10 +28,10 @@ clsRVQ::~clsRVQ()
 
 void clsRVQ::OpenComPort(std::int32_t Comport, std::int32_t Rate)
 {
-    if (m_port == nullptr || Comport <= 0 || PortIsOpen || PortIsOpening()) {
+    if (m_port == nullptr || Comport <= 0 || m_portIsOpen || PortIsOpening()) {
         return;
     }
-    CommComPort = Comport;
+    m_commComPort = Comport;
     m_port->sio_close(Comport);
     if (m_port->sio_open(Comport) == 0) {
         m_openingRate = Rate;
@@ -52,7 +44,7 @@ void clsRVQ::ContinueOpening()
     if (!PortIsOpening()) {
         return;
     }
-    const PortState state = m_port->State(CommComPort);
+    const PortState state = m_port->State(m_commComPort);
     if (state == PortState::Opening) {
         return;
     }
@@ -60,41 +52,41 @@ void clsRVQ::ContinueOpening()
     if (state == PortState::Closed) {
         return;
     }
-    PortIsOpen = true;
-    ++Openings;
+    m_portIsOpen = true;
+    ++m_openings;
     m_frames.Forget(); // whatever is there now
     m_lines.Forget();
     m_lastCrc_mm.reset();
     m_mismatch = Mismatch::None;
-    UnitInDoubt = false;
+    m_unitInDoubt = false;
     m_unsent.clear();
     CommBaudrate(rate);
 }
 
 void clsRVQ::CloseComPort()
 {
-    if (m_port != nullptr && (PortIsOpen || PortIsOpening())) {
-        m_port->sio_close(CommComPort);
+    if (m_port != nullptr && (m_portIsOpen || PortIsOpening())) {
+        m_port->sio_close(m_commComPort);
     }
     m_openingRate.reset();
-    if (std::exchange(PortIsOpen, false)) {
-        Journal.Append(EventNoAnswer); // who waits must hear of it, even if the port is open again by then
+    if (std::exchange(m_portIsOpen, false)) {
+        m_journal.Append(EventNoAnswer); // who waits must hear of it, even if the port is open again by then
     }
 }
 
 OpenFailure clsRVQ::LastFailure() const
 {
-    return m_port == nullptr ? OpenFailure() : m_port->LastFailure(CommComPort);
+    return m_port == nullptr ? OpenFailure() : m_port->LastFailure(m_commComPort);
 }
 
 bool clsRVQ::DevicesChanged() const
 {
-    return m_port != nullptr && m_port->DevicesChanged(CommComPort);
+    return m_port != nullptr && m_port->DevicesChanged(m_commComPort);
 }
 
 std::int32_t clsRVQ::CommBaudrate() const
 {
-    return m_port == nullptr ? 0 : m_port->sio_getbaud(CommComPort);
+    return m_port == nullptr ? 0 : m_port->sio_getbaud(m_commComPort);
 }
 
 void clsRVQ::CommBaudrate(std::int32_t rate)
@@ -106,13 +98,13 @@ void clsRVQ::CommBaudrate(std::int32_t rate)
     if (PortIsOpening()) {
         m_openingRate = rate;
     } else if (m_port != nullptr) {
-        m_port->sio_baud(CommComPort, rate);
+        m_port->sio_baud(m_commComPort, rate);
     }
 }
 
 std::int32_t clsRVQ::PortStatus() const
 {
-    return m_port == nullptr ? 0 : m_port->sio_data_status(CommComPort);
+    return m_port == nullptr ? 0 : m_port->sio_data_status(m_commComPort);
 }
 
 std::string clsRVQ::PortStatusByName() const
@@ -137,60 +129,61 @@ std::string clsRVQ::PortStatusByName() const
 
 void clsRVQ::ReadComportData()
 {
-    NewInData.clear();
+    m_newInData.clear();
     if (m_port == nullptr) {
         return;
     }
     sendRest();
-    const std::int32_t waiting = m_port->sio_iqueue(CommComPort);
+    const std::int32_t waiting = m_port->sio_iqueue(m_commComPort);
     if (waiting > 0) {
-        NewInData.resize(static_cast<std::size_t>(waiting));
-        const std::int32_t count = m_port->sio_read(CommComPort, NewInData);
-        NewInData.resize(static_cast<std::size_t>(std::clamp(count, 0, waiting)));
-        InBuffer += NewInData;
-        m_lastArrival = CurrentTime;
+        m_newInData.resize(static_cast<std::size_t>(waiting));
+        const std::int32_t count = m_port->sio_read(m_commComPort, m_newInData);
+        m_newInData.resize(static_cast<std::size_t>(std::clamp(count, 0, waiting)));
+        m_inBuffer += m_newInData;
+        m_lastArrival = m_currentTime;
     }
-    if (m_port->HasVanished(CommComPort)) {
+    if (m_port->HasVanished(m_commComPort)) {
         CloseComPort();
     }
 }
 
 void clsRVQ::SendCommand(std::string_view Command)
 {
-    const std::int32_t wait_ms = answerTime_ms(Command);
+    const std::int32_t wait_ms = AnswerTime_ms(Command, effectiveRate());
     // The caller may have handed in a view of LastCommand itself.
     std::string command(Command);
-    if (m_port != nullptr && PortIsOpen) {
-        m_port->sio_flush(CommComPort, 0);
+    if (m_port != nullptr && m_portIsOpen) {
+        m_port->sio_flush(m_commComPort, 0);
         sendBytes(command);
         if (command == "S" && m_pause) {
-            m_pause(millisecondsAtRate(kStopBits, effectiveRate()));
+            m_pause(StopPause_ms(effectiveRate()));
         }
     }
-    EventNr = EventNone;
+    m_eventNr = EventNone;
     if (command.size() > 3 && command.back() == '\r') {
         noteSentFrame(command.substr(0, command.size() - 1));
     }
-    LastCommand = std::move(command);
-    InBuffer.clear();
+    setRequest(std::move(command));
+    m_inBuffer.clear();
     m_frames.Restart();
     m_lines.Restart();
     m_outOfStep = false;
     m_due.clear();
     m_reported = false;
     // Deliberate: counted from the stored time, so the pause after a stop is part of the answer time.
-    FailTime = CurrentTime + (wait_ms + kMargin_ms) / kMsPerDay;
+    m_pending.deadline = m_currentTime + (wait_ms + kMargin_ms) / kMsPerDay;
 }
 
-void clsRVQ::ShiftClock(double days)
+void clsRVQ::setRequest(std::string text)
 {
-    FailTime += days;
-    ReadTempTime += days;
-    m_lastArrival += days;
-    m_lines.ShiftClock(days);
-    for (SentFrame& frame : m_sentFrames) {
-        frame.time += days;
-    }
+    m_pending.request = RequestOf(text);
+    m_pending.text = std::move(text);
+}
+
+/// The deadline stays: it is that of the next poll.
+void clsRVQ::forgetRequest()
+{
+    setRequest({});
 }
 
 /// Half a frame and the next command would be another frame to the sensor. What has begun is therefore ended first, and
@@ -201,7 +194,7 @@ void clsRVQ::sendBytes(std::string_view bytes)
     if (!m_unsent.empty()) {
         return;
     }
-    const std::int32_t taken = m_port->sio_write(CommComPort, bytes);
+    const std::int32_t taken = m_port->sio_write(m_commComPort, bytes);
     if (taken > 0) {
         m_unsent = bytes.substr(std::min(bytes.size(), static_cast<std::size_t>(taken)));
     }
@@ -212,14 +205,14 @@ void clsRVQ::sendRest()
     if (m_unsent.empty()) {
         return;
     }
-    const std::int32_t taken = m_port->sio_write(CommComPort, m_unsent);
+    const std::int32_t taken = m_port->sio_write(m_commComPort, m_unsent);
     m_unsent.erase(0, taken < 0 ? m_unsent.size() : static_cast<std::size_t>(taken));
 }
 
 /// A verdict may come late, when nobody waits for it any more.
 void clsRVQ::noteSentFrame(std::string text)
 {
-    m_sentFrames.push_back({std::move(text), CurrentTime});
+    m_sentFrames.push_back({std::move(text), m_currentTime});
     if (m_sentFrames.size() > kSentFrames) {
         m_sentFrames.pop_front();
     }
@@ -229,25 +222,4 @@ std::int32_t clsRVQ::effectiveRate() const
 {
     const std::int32_t rate = CommBaudrate();
     return rate > 0 ? rate : m_lastRate;
-}
-
-std::int32_t clsRVQ::answerTime_ms(std::string_view command) const
-{
-    if (command == "S") {
-        return 1500;
-    }
-    if (command == "T") {
-        return 1000;
-    }
-    if (command == "M") {
-        return 3000;
-    }
-    if (command == "C") {
-        return millisecondsAtRate(kDumpBits, effectiveRate());
-    }
-    // Deliberate: looked for anywhere in the frame, so "701 1000" gets the long time too, as storing and defaults do.
-    if (command.find("000") != std::string_view::npos || command.find("999") != std::string_view::npos) {
-        return 3000;
-    }
-    return 1500;
 }

@@ -20,13 +20,13 @@ constexpr double kVerdictMemory_ms = 10000.0; // for as long a verdict on a fram
 /// The answer to "G", decoded as while measuring.
 void clsRVQ::evaluateSingleValue()
 {
-    if (Contains(InBuffer, "TempErr!")) {
+    if (Contains(m_inBuffer, "TempErr!")) {
         evaluateTempErr();
     } else {
         evaluateDistance();
     }
-    if (NewDistance) {
-        LastCommand.clear();
+    if (m_newDistance) {
+        forgetRequest();
     }
 }
 
@@ -34,19 +34,19 @@ void clsRVQ::evaluateTempErr()
 {
     // Deliberate: the value is the number of "No Echo"; `MeasValue_mm` tells them apart.
     acceptDistance(kTempErrValue, kMarkerTempError);
-    TempStatus = 0;
-    InBuffer.clear();
+    m_tempStatus = 0;
+    m_inBuffer.clear();
 }
 
 void clsRVQ::evaluateDistance()
 {
-    if (LastCommand == "M") {
-        FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
-        LastCommand = "m";
+    if (isPending(Request::Start)) {
+        m_pending.deadline = m_currentTime + kDistanceTime_ms / kMsPerDay;
+        setRequest("m");
     }
-    if (Parameters.OutputFormat == FormatBinary) {
+    if (m_parameters.OutputFormat == FormatBinary) {
         takeBinaryDistance();
-    } else if (Parameters.OutputFormat == FormatBinaryCrc) {
+    } else if (m_parameters.OutputFormat == FormatBinaryCrc) {
         takeCrcDistance();
     } else {
         takeAsciiDistance();
@@ -57,37 +57,37 @@ void clsRVQ::takeAsciiDistance()
 {
     followFormat();
     const clsLineRun::Found found =
-        m_lines.Take(InBuffer, CurrentTime, [this](std::string_view line) { return isVerdict(line); });
-    InBuffer.erase(0, found.consumed);
-    DamagedReplies += found.damaged;
-    sDistance.clear();
-    UnitInDoubt = UnitInDoubt || (found.isNewShape && Parameters.OutputFormat == FormatAscii);
+        m_lines.Take(m_inBuffer, m_currentTime, [this](std::string_view line) { return isVerdict(line); });
+    m_inBuffer.erase(0, found.consumed);
+    m_damagedReplies += found.damaged;
+    m_sDistance.clear();
+    m_unitInDoubt = m_unitInDoubt || (found.isNewShape && m_parameters.OutputFormat == FormatAscii);
     std::deque<Distance> distances;
     for (const auto& line : {found.held, found.newest}) {
-        if (line && !UnitInDoubt) {
+        if (line && !m_unitInDoubt) {
             addDistance(*line, distances);
         }
     }
     acceptDistances(std::move(distances));
-    if (!NewDistance && CurrentTime >= FailTime) {
+    if (!m_newDistance && m_currentTime >= m_pending.deadline) {
         // Deliberate: at the deadline itself, not after it as everywhere else.
-        reportNoAnswer();
-        InBuffer.clear();
+        askForStepBack();
+        m_inBuffer.clear();
     }
 }
 
 void clsRVQ::takeBinaryDistance()
 {
     followFormat();
-    const std::size_t open = modReplySteps::CutTexts(InBuffer); // a late verdict, or another text, is no distance
+    const std::size_t open = modReplySteps::CutTexts(m_inBuffer); // a late verdict, or another text, is no distance
     const bool paused = hasPaused();
     if (paused) {
-        InBuffer.resize(InBuffer.size() - open);
+        m_inBuffer.resize(m_inBuffer.size() - open);
     }
-    const std::string_view frames = std::string_view(InBuffer).substr(0, InBuffer.size() - (paused ? 0 : open));
+    const std::string_view frames = std::string_view(m_inBuffer).substr(0, m_inBuffer.size() - (paused ? 0 : open));
     const clsFrameStep::Found found = m_frames.Take(frames, paused);
-    InBuffer.erase(0, found.consumed);
-    DamagedReplies += found.damaged;
+    m_inBuffer.erase(0, found.consumed);
+    m_damagedReplies += found.damaged;
     std::deque<Distance> distances;
     for (const std::int32_t held_mm : found.held_mm) {
         addDistance(held_mm, distances);
@@ -96,23 +96,23 @@ void clsRVQ::takeBinaryDistance()
         addDistance(*found.newest_mm, distances);
     }
     acceptDistances(std::move(distances));
-    if (!NewDistance && pastDeadline() && !owesNothing()) {
-        reportUnanswered();
+    if (!m_newDistance && pastDeadline() && !owesNothing()) {
+        giveUpRequest();
     }
 }
 
 /// Nothing has come for a whole tick: what is there is all that was sent.
 bool clsRVQ::hasPaused() const
 {
-    return NewInData.empty() && CurrentTime - m_lastArrival >= kPause_ms / kMsPerDay;
+    return m_newInData.empty() && m_currentTime - m_lastArrival >= kPause_ms / kMsPerDay;
 }
 
 /// Lines in another unit or format have another shape.
 void clsRVQ::followFormat()
 {
-    if (m_format != Parameters.OutputFormat || m_unit != Parameters.DistanceUnit) {
-        m_format = Parameters.OutputFormat;
-        m_unit = Parameters.DistanceUnit;
+    if (m_format != m_parameters.OutputFormat || m_unit != m_parameters.DistanceUnit) {
+        m_format = m_parameters.OutputFormat;
+        m_unit = m_parameters.DistanceUnit;
         m_lines.Forget();
         m_frames.Forget();
         m_lastCrc_mm.reset();
@@ -127,14 +127,14 @@ bool clsRVQ::isVerdict(std::string_view line) const
     const bool hasLetter = Contains(text, "O") || Contains(text, "E");
     return std::ranges::any_of(m_sentFrames, [&](const SentFrame& frame) {
         const std::string_view code = std::string_view(frame.text).substr(0, 3);
-        const bool isLate = CurrentTime - frame.time <= kVerdictMemory_ms / kMsPerDay;
+        const bool isLate = m_currentTime - frame.time <= kVerdictMemory_ms / kMsPerDay;
         return isLate && (text == code || text == frame.text || (hasLetter && Contains(text, code)));
     });
 }
 
 void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const
 {
-    distances.push_back({{}, value_mm / UnitOf(Parameters.DistanceUnit).millimetres, value_mm, {}});
+    distances.push_back({{}, value_mm / UnitOf(m_parameters.DistanceUnit).millimetres, value_mm, {}});
 }
 
 void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
@@ -142,7 +142,7 @@ void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& dis
     // A number beyond 32 bits of millimetres is noise, not a distance.
     const std::optional<std::int32_t> unit = modReplySteps::UnitInLine(line.text);
     if (const auto value_mm =
-            RoundHalfToEven(line.value * UnitOf(unit.value_or(Parameters.DistanceUnit)).millimetres)) {
+            RoundHalfToEven(line.value * UnitOf(unit.value_or(m_parameters.DistanceUnit)).millimetres)) {
         distances.push_back({line.text, line.value, *value_mm, unit});
     }
 }
@@ -160,39 +160,39 @@ void clsRVQ::tellDue()
 {
     const Distance distance = std::move(m_due.front());
     m_due.pop_front();
-    sDistance = distance.text;
+    m_sDistance = distance.text;
     // A sensor that was set up anew says so in its lines first.
-    m_unit = Parameters.DistanceUnit = distance.unit.value_or(Parameters.DistanceUnit);
+    m_unit = m_parameters.DistanceUnit = distance.unit.value_or(m_parameters.DistanceUnit);
     acceptDistance(distance.value, distance.value_mm);
 }
 
 void clsRVQ::takeCrcDistance()
 {
     followFormat();
-    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistances(InBuffer);
+    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistances(m_inBuffer);
     if (!found.newest_mm && pastDeadline() && !owesNothing()) {
         // What holds no good frame at all is given up; to a good one behind damage it goes in one step.
-        const std::size_t good = modReplySteps::FirstCrcFrame(InBuffer);
+        const std::size_t good = modReplySteps::FirstCrcFrame(m_inBuffer);
         if (good == std::string::npos) {
-            reportUnanswered();
+            giveUpRequest();
         } else {
-            InBuffer.erase(0, good);
+            m_inBuffer.erase(0, good);
             reportCrcError();
         }
         return;
     }
     if (m_outOfStep && found.newest_mm) {
-        const auto inStep = modReplySteps::IsCrcFrameInStep(InBuffer, m_lastCrc_mm);
+        const auto inStep = modReplySteps::IsCrcFrameInStep(m_inBuffer, m_lastCrc_mm);
         if (!inStep && !hasPaused()) {
             return; // the frame behind it will tell
         }
         if (!inStep.value_or(false)) {
-            InBuffer.erase(0, 1);
+            m_inBuffer.erase(0, 1);
             reportCrcError();
             return;
         }
     }
-    InBuffer.erase(0, found.consumed);
+    m_inBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptCrcDistance(*found.newest_mm);
     }
@@ -205,44 +205,44 @@ void clsRVQ::acceptCrcDistance(std::int32_t value_mm)
 {
     m_outOfStep = false;
     m_lastCrc_mm = value_mm;
-    acceptDistance(value_mm / UnitOf(Parameters.DistanceUnit).millimetres, value_mm);
+    acceptDistance(value_mm / UnitOf(m_parameters.DistanceUnit).millimetres, value_mm);
 }
 
 void clsRVQ::reportCrcError()
 {
-    EventNr = EventCrcError;
+    m_eventNr = EventCrcError;
     m_outOfStep = true;
-    ++DamagedReplies;
+    ++m_damagedReplies;
 }
 
 void clsRVQ::EvaluateBehindDamage()
 {
-    if (LastCommand == "T") {
-        const std::size_t good = modReplySteps::FirstCrcTemperature(InBuffer);
+    if (isPending(Request::Temperature)) {
+        const std::size_t good = modReplySteps::FirstCrcTemperature(m_inBuffer);
         if (good != std::string::npos) {
-            InBuffer.erase(0, good);
+            m_inBuffer.erase(0, good);
             takeBinaryTemperature();
-            Journal.Append(EventNr);
+            m_journal.Append(m_eventNr);
         }
         return;
     }
-    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistancesInDamage(InBuffer, m_lastCrc_mm);
-    InBuffer.erase(0, found.consumed);
+    const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistancesInDamage(m_inBuffer, m_lastCrc_mm);
+    m_inBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptCrcDistance(*found.newest_mm);
         m_outOfStep = found.crcError;
-        EventNr = EventCrcError;
-        if (LastCommand == "G") {
-            LastCommand.clear();
+        m_eventNr = EventCrcError;
+        if (isPending(Request::Single)) {
+            forgetRequest();
         }
     }
 }
 
 void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
 {
-    MeasValue = value;
-    MeasValue_mm = value_mm;
-    EventNr = EventDistance;
-    NewDistance = true;
-    FailTime = CurrentTime + kDistanceTime_ms / kMsPerDay;
+    m_measValue = value;
+    m_measValue_mm = value_mm;
+    m_eventNr = EventDistance;
+    m_newDistance = true;
+    m_pending.deadline = m_currentTime + kDistanceTime_ms / kMsPerDay;
 }

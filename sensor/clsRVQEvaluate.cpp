@@ -1,4 +1,5 @@
-// The evaluation of what the sensor has sent: which reply it is, in the state of the dialogue, and what follows.
+// The evaluation of what the sensor has sent: which reply it is, in the state of the dialogue, and what follows. It
+// goes down the table in clsRVQ.h, line by line.
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
 #include "sensor/clsRVQ.h"
@@ -21,230 +22,235 @@ std::string textOf(std::string_view bytes)
 
 void clsRVQ::EvaluateInBuffer()
 {
-    EventNr = EventNone;
-    NewDistance = false;
+    m_eventNr = EventNone;
+    m_newDistance = false;
     if (!m_due.empty()) {
         tellDue();
         return;
     }
-    std::string_view followUp;
-    if (modReplySteps::HoldsAnnouncement(InBuffer)) {
+    Request followUp = Request::None;
+    if (modReplySteps::HoldsAnnouncement(m_inBuffer)) {
         m_mismatch = Mismatch::None;
-        UnstoredChanges = false; // a restarted sensor works with what it has stored
+        m_unstoredChanges = false; // a restarted sensor works with what it has stored
     }
-    if (InBuffer.empty()) {
+    if (m_inBuffer.empty()) {
         followUp = evaluateSilence();
-    } else if (CommStatus == DialogueNone) {
+    } else if (m_commStatus == DialogueNone) {
         followUp = evaluateWithoutDialogue();
-    } else if (CommStatus == DialogueIdle) {
+    } else if (m_commStatus == DialogueIdle) {
         followUp = evaluateIdle();
     } else {
         followUp = evaluateMeasuring();
     }
-    if (!followUp.empty()) {
+    if (followUp != Request::None) {
         sendFollowUp(followUp);
     }
     boundInBuffer();
-    if (EventNr == EventNoAnswer || (EventNr >= EventTemperature && EventNr <= EventRefused)) {
-        Journal.Append(EventNr);
+    if (m_eventNr == EventNoAnswer || (m_eventNr >= EventTemperature && m_eventNr <= EventRefused)) {
+        m_journal.Append(m_eventNr);
     }
 }
 
-/// Nothing has arrived: what a passed deadline means.
-std::string_view clsRVQ::evaluateSilence()
+/// Nothing has arrived: what a passed deadline means stands in `kRequests`.
+Request clsRVQ::evaluateSilence()
 {
-    if (!pastDeadline() || Wait.Asking) {
-        return {};
+    if (!pastDeadline() || m_wait.Asking) {
+        return Request::None;
     }
-    if (LastCommand.empty()) {
-        return CommStatus == DialogueNone ? "X" : "T"; // a probe, or the idle sensor's temperature
+    switch (RowOf(m_pending.request).silence[static_cast<std::size_t>(m_commStatus)]) {
+    case Silence::Probe:
+        return Request::Probe;
+    case Silence::Poll:
+        return Request::Temperature;
+    case Silence::GiveUp:
+        giveUpRequest();
+        break;
+    case Silence::StepBack:
+        askForStepBack();
+        break;
+    case Silence::Done:
+        forgetRequest();
+        break;
+    case Silence::Leave:
+        break;
+    case Silence::Stop:
+        m_eventNr = EventNoAnswer;
+        return Request::Stop;
+    case Silence::LostStart:
+        giveUpStart();
+        break;
     }
-    if (CommStatus == DialogueNone || LastCommand == "T") {
-        reportUnanswered();
-    } else if (LastCommand == "M") {
-        return evaluateSilentStart();
-    } else if (LastCommand == "S" && CommStatus == DialogueMeasuring) {
-        return "T"; // the measurement was interrupted for the temperature
-    } else if (LastCommand == "S" || LastCommand == "O" || LastCommand == "P") {
-        LastCommand.clear(); // these have no answer
-    } else if (LastCommand != "G") {
-        reportNoAnswer();
-    }
-    return {};
+    return Request::None;
 }
 
-std::string_view clsRVQ::evaluateSilentStart()
+/// The start got lost on the line: said once, so that the loop leaves the measuring state. A sensor with single output
+/// sends when it likes, so there the measurement goes on.
+void clsRVQ::giveUpStart()
 {
-    if (CommStatus != DialogueMeasuring) {
-        EventNr = EventNoAnswer;
-        return "S";
-    }
     if (owesNothing()) {
-        LastCommand = std::string("m");
-        EventNr = EventNoAnswer;
-        return {};
+        setRequest("m");
+        m_eventNr = EventNoAnswer;
+    } else {
+        giveUpRequest();
     }
-    // The start got lost on the line: said once, so that the loop leaves the measuring state.
-    reportUnanswered();
-    return {};
 }
 
-std::string_view clsRVQ::evaluateWithoutDialogue()
+Request clsRVQ::evaluateWithoutDialogue()
 {
-    if (modReplySteps::HoldsAnnouncement(InBuffer)) {
-        return "C";
+    if (modReplySteps::HoldsAnnouncement(m_inBuffer)) {
+        return Request::Configuration;
     }
     if (evaluateDump() || evaluateTextTemperature()) {
-        return {};
+        return Request::None;
     }
-    return pastDeadline() ? "X" : "";
+    return pastDeadline() ? Request::Probe : Request::None;
 }
 
-std::string_view clsRVQ::evaluateIdle()
+Request clsRVQ::evaluateIdle()
 {
-    const bool announced = modReplySteps::HoldsAnnouncement(InBuffer);
-    if (LastCommand == "G" && !announced) {
+    const bool announced = modReplySteps::HoldsAnnouncement(m_inBuffer);
+    if (isPending(Request::Single) && !announced) {
         // Before everything else: "No Echo" holds an "E", and a binary frame is shorter than other replies.
         evaluateSingleValue();
-        return {};
+        return Request::None;
     }
-    if (InBuffer.size() <= kShortReply && !pastDeadline() && !isWholeAnswerToT()) {
-        return {};
+    if (m_inBuffer.size() <= kShortReply && !pastDeadline() && !isWholeAnswerToT()) {
+        return Request::None;
     }
     if (evaluateDump()) {
-        return {};
+        return Request::None;
     }
-    const bool polled = LastCommand == "T";
+    const bool polled = isPending(Request::Temperature);
     if (evaluateTextTemperature()) {
         // A poll answered in text by a sensor that is taken for a binary one: its format has changed behind our back,
         // and no distance would ever be understood.
-        const bool misread = polled && hasBinaryFormat() && EventNr == EventTemperature && !Wait.Running;
+        const bool misread = polled && hasBinaryFormat() && m_eventNr == EventTemperature && !m_wait.Running;
         if (!misread || isConfirmedFormat()) {
-            return {};
+            return Request::None;
         }
         m_mismatch = Mismatch::Asked;
-        return "C";
+        return Request::Configuration;
     }
     if (polled && hasBinaryFormat() && !announced) {
         // Before the verdicts, which no "T" gets: 69 and 79 degrees are an "E" and an "O".
         evaluateAnswerToT();
-        return {};
+        return Request::None;
     }
-    if (Contains(InBuffer, "O")) {
+    if (Contains(m_inBuffer, "O")) {
         return evaluateVerdict(EventAcknowledged);
     }
-    if (Contains(InBuffer, "E")) {
+    if (Contains(m_inBuffer, "E")) {
         return evaluateVerdict(EventRefused);
     }
-    return pastDeadline() ? evaluateIdleRest() : "";
+    return pastDeadline() ? evaluateUnreadable() : Request::None;
 }
 
 /// A binary temperature is shorter than other replies, so it waits for the deadline. Not while a command waits for it:
 /// then a pause ends it.
 bool clsRVQ::isWholeAnswerToT() const
 {
-    const bool isAwaited = Wait.Running && LastCommand == "T" && hasBinaryFormat() && hasPaused();
+    const bool isAwaited = m_wait.Running && isPending(Request::Temperature) && hasBinaryFormat() && hasPaused();
     if (!isAwaited) {
         return false;
     }
-    const bool withCrc = Parameters.OutputFormat == FormatBinaryCrc;
-    const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, withCrc);
-    return reply.consumed == InBuffer.size() && !reply.crcError && (reply.status == 0 || reply.status == 1);
+    const bool withCrc = m_parameters.OutputFormat == FormatBinaryCrc;
+    const auto reply = modReplySteps::StepBinaryTemperature(m_inBuffer, withCrc);
+    return reply.consumed == m_inBuffer.size() && !reply.crcError && (reply.status == 0 || reply.status == 1);
 }
 
 /// An "O" or an "E" has come. It may be the head of a dump, so the bytes stay until the deadline.
-std::string_view clsRVQ::evaluateVerdict(std::int32_t event)
+Request clsRVQ::evaluateVerdict(std::int32_t event)
 {
     if (!pastDeadline()) {
-        EventNr = event;
-        return {};
+        m_eventNr = event;
+        return Request::None;
     }
-    if (LastCommand == "S") {
-        return "C";
+    if (isPending(Request::Stop)) {
+        return Request::Configuration;
     }
-    if (modReplySteps::HoldsAnnouncement(InBuffer)) {
-        return evaluateIdleRest();
+    if (modReplySteps::HoldsAnnouncement(m_inBuffer)) {
+        return evaluateUnreadable();
     }
-    if (LastCommand == "C") {
-        reportUnanswered();
-        return {};
+    if (isPending(Request::Configuration)) {
+        giveUpRequest();
+        return Request::None;
     }
-    EventNr = event;
-    return dropUnasked();
+    m_eventNr = event;
+    return returnToPolling();
 }
 
-/// Bytes that are no reply, and the deadline has passed.
-std::string_view clsRVQ::evaluateIdleRest()
+/// Bytes that are no reply, and the deadline has passed: somebody may have asked, or a restarted sensor has spoken.
+Request clsRVQ::evaluateUnreadable()
 {
-    if (LastCommand == "S") {
-        return "C";
+    if (isPending(Request::Stop)) {
+        return Request::Configuration;
     }
-    if (!LastCommand.empty() || modReplySteps::HoldsAnnouncement(InBuffer)) {
+    if (!isPending(Request::None) || modReplySteps::HoldsAnnouncement(m_inBuffer)) {
         // The bytes stay: an announcement among them is understood as soon as the loop has fallen back to no dialogue.
-        reportNoAnswer();
-        return {};
+        askForStepBack();
+        return Request::None;
     }
     // Noise that nobody asked for. A few bytes of it are not worth a word.
-    EventNr = InBuffer.size() > kShortReply ? EventNoAnswer : EventNone;
-    return dropUnasked();
+    m_eventNr = m_inBuffer.size() > kShortReply ? EventNoAnswer : EventNone;
+    return returnToPolling();
 }
 
-/// Drops bytes that are done with, and the command. Where nobody has asked and it happens again, a sensor measures that
-/// should be idle: the idle poll must not wait for a silence that never comes.
-std::string_view clsRVQ::dropUnasked()
+/// Ends request and bytes, so that the idle poll can follow. Where nobody has asked and it happens again, a sensor
+/// measures that should be idle: the poll must not wait for a silence that never comes.
+Request clsRVQ::returnToPolling()
 {
-    const bool streaming = LastCommand.empty() && m_reported;
+    const bool streaming = isPending(Request::None) && m_reported;
     m_reported = true;
-    LastCommand.clear();
-    InBuffer.clear();
-    return streaming ? "T" : "";
+    forgetRequest();
+    m_inBuffer.clear();
+    return streaming ? Request::Temperature : Request::None;
 }
 
-std::string_view clsRVQ::evaluateMeasuring()
+Request clsRVQ::evaluateMeasuring()
 {
-    if (LastCommand == "T") {
+    if (isPending(Request::Temperature)) {
         evaluateAnswerToT();
-        return {};
+        return Request::None;
     }
-    if (LastCommand == "S") {
-        InBuffer.clear(); // still in flight after the stop
+    if (isPending(Request::Stop)) {
+        m_inBuffer.clear(); // still in flight after the stop
         return evaluateSilence();
     }
-    if (const std::size_t at = InBuffer.find("RVQ ready"); at != std::string::npos) {
+    if (const std::size_t at = m_inBuffer.find("RVQ ready"); at != std::string::npos) {
         // The sensor has restarted. Distances before the announcement would hide it from the idle state.
-        InBuffer.erase(0, at);
-        CommStatus = DialogueIdle;
-        return {};
+        m_inBuffer.erase(0, at);
+        m_commStatus = DialogueIdle;
+        return Request::None;
     }
     // Only a whole reply counts: the three bytes may be noise, or part of a binary distance.
-    if (Contains(InBuffer, "C, ") && takeTextTemperature()) {
-        return {};
+    if (Contains(m_inBuffer, "C, ") && takeTextTemperature()) {
+        return Request::None;
     }
-    const bool saidBefore = LastCommand.empty();
-    if (Contains(InBuffer, "TempErr!")) {
+    const bool saidBefore = isPending(Request::None);
+    if (Contains(m_inBuffer, "TempErr!")) {
         evaluateTempErr();
     } else {
         evaluateDistance();
     }
     // A loop that takes no step back (a temperature error) would hear it for ever: ask, as silence would.
-    return EventNr == EventNoAnswer && saidBefore && !owesNothing() ? "T" : "";
+    return m_eventNr == EventNoAnswer && saidBefore && !owesNothing() ? Request::Temperature : Request::None;
 }
 
 /// True when a dump has begun, be it complete or not.
 bool clsRVQ::evaluateDump()
 {
-    const modReplySteps::DumpSpan dump = modReplySteps::FindDump(InBuffer);
+    const modReplySteps::DumpSpan dump = modReplySteps::FindDump(m_inBuffer);
     if (!dump.begun) {
         return false;
     }
     if (!dump.text.empty()) {
         readDump(dump.text);
-        CommStatus = DialogueIdle;
-        EventNr = EventConfiguration;
-        LastCommand.clear();
-        InBuffer.clear();
+        m_commStatus = DialogueIdle;
+        m_eventNr = EventConfiguration;
+        forgetRequest();
+        m_inBuffer.clear();
     } else if (pastDeadline()) {
-        reportUnanswered();
+        giveUpRequest();
     }
     return true;
 }
@@ -252,33 +258,33 @@ bool clsRVQ::evaluateDump()
 /// True when a temperature in text has begun, be it complete or not.
 bool clsRVQ::evaluateTextTemperature()
 {
-    if (!Contains(InBuffer, " C,")) {
+    if (!Contains(m_inBuffer, " C,")) {
         return false;
     }
     if (!takeTextTemperature() && pastDeadline()) {
-        reportUnanswered();
+        giveUpRequest();
     }
     return true;
 }
 
 bool clsRVQ::takeTextTemperature()
 {
-    const modReplySteps::TextTemperature reply = modReplySteps::FindTextTemperature(InBuffer);
+    const modReplySteps::TextTemperature reply = modReplySteps::FindTextTemperature(m_inBuffer);
     if (reply.consumed == 0) {
         return false;
     }
-    sTemperature = textOf(reply.text);
-    TempStatus = Contains(sTemperature, "NOK") ? 0 : 1;
-    InBuffer.erase(0, reply.consumed);
+    m_sTemperature = textOf(reply.text);
+    m_tempStatus = Contains(m_sTemperature, "NOK") ? 0 : 1;
+    m_inBuffer.erase(0, reply.consumed);
     acceptTemperature();
     return true;
 }
 
 void clsRVQ::evaluateAnswerToT()
 {
-    const bool inText = hasBinaryFormat() && modReplySteps::FindTextTemperature(InBuffer).consumed > 0;
-    if (CommStatus == DialogueMeasuring && inText && !isConfirmedFormat()) {
-        CommStatus = DialogueIdle; // not the format that we know: the idle state understands it and asks
+    const bool inText = hasBinaryFormat() && modReplySteps::FindTextTemperature(m_inBuffer).consumed > 0;
+    if (m_commStatus == DialogueMeasuring && inText && !isConfirmedFormat()) {
+        m_commStatus = DialogueIdle; // not the format that we know: the idle state understands it and asks
         return;
     }
     if (hasBinaryFormat() && !inText) {
@@ -286,21 +292,21 @@ void clsRVQ::evaluateAnswerToT()
     } else {
         takeTextTemperature();
     }
-    if (EventNr != EventTemperature && pastDeadline()) {
-        reportUnanswered();
+    if (m_eventNr != EventTemperature && pastDeadline()) {
+        giveUpRequest();
     }
 }
 
 void clsRVQ::takeBinaryTemperature()
 {
-    const auto reply = modReplySteps::StepBinaryTemperature(InBuffer, Parameters.OutputFormat == FormatBinaryCrc);
-    InBuffer.erase(0, reply.consumed);
+    const auto reply = modReplySteps::StepBinaryTemperature(m_inBuffer, m_parameters.OutputFormat == FormatBinaryCrc);
+    m_inBuffer.erase(0, reply.consumed);
     if (reply.crcError) {
-        EventNr = EventCrcError;
-        ++DamagedReplies;
+        m_eventNr = EventCrcError;
+        ++m_damagedReplies;
     } else if (reply.consumed > 0) {
-        TempStatus = reply.status;
-        sTemperature = modReplySteps::TemperatureText(reply.celsius, reply.status != 0);
+        m_tempStatus = reply.status;
+        m_sTemperature = modReplySteps::TemperatureText(reply.celsius, reply.status != 0);
         acceptTemperature();
     }
 }
@@ -308,22 +314,22 @@ void clsRVQ::takeBinaryTemperature()
 void clsRVQ::readDump(std::string_view dump)
 {
     using modReplySteps::DumpValue;
-    const std::int32_t format = Parameters.OutputFormat;
-    Identity.DeviceType = textOf(DumpValue(dump, "Type:"));
-    Identity.Attenuator = textOf(DumpValue(dump, "Attenuator:"));
+    const std::int32_t format = m_parameters.OutputFormat;
+    m_identity.DeviceType = textOf(DumpValue(dump, "Type:"));
+    m_identity.Attenuator = textOf(DumpValue(dump, "Attenuator:"));
     const std::string serialNo = textOf(DumpValue(dump, "Serial-No:"));
-    UnstoredChanges = UnstoredChanges && serialNo == Identity.SerialNo;
-    Identity.SerialNo = serialNo;
-    Identity.SWVersion = textOf(DumpValue(dump, "Version:"));
-    Identity.SWBuild = textOf(DumpValue(dump, "Build:"));
-    Identity.SWDate = textOf(DumpValue(dump, "Date:"));
-    Identity.HWPointer = textOf(DumpValue(dump, "Pointer:"));
-    sTemperature = textOf(DumpValue(dump, "Temperature:"));
-    if (Contains(sTemperature, "OK")) {
-        TempStatus = Contains(sTemperature, "NOK") ? 0 : 1;
+    m_unstoredChanges = m_unstoredChanges && serialNo == m_identity.SerialNo;
+    m_identity.SerialNo = serialNo;
+    m_identity.SWVersion = textOf(DumpValue(dump, "Version:"));
+    m_identity.SWBuild = textOf(DumpValue(dump, "Build:"));
+    m_identity.SWDate = textOf(DumpValue(dump, "Date:"));
+    m_identity.HWPointer = textOf(DumpValue(dump, "Pointer:"));
+    m_sTemperature = textOf(DumpValue(dump, "Temperature:"));
+    if (Contains(m_sTemperature, "OK")) {
+        m_tempStatus = Contains(m_sTemperature, "NOK") ? 0 : 1;
     }
     for (const ParameterDef& row : ParameterTable()) {
-        if (row.group == ParameterGroup::EchoFilter && !HasEchoFilter(Identity)) {
+        if (row.group == ParameterGroup::EchoFilter && !HasEchoFilter(m_identity)) {
             continue;
         }
         std::string key = std::string(row.code) + ":";
@@ -332,60 +338,61 @@ void clsRVQ::readDump(std::string_view dump)
             key = "3 06:";
         }
         if (const auto value = WholeNumber(DumpValue(dump, key))) {
-            Parameters.*row.value = *value;
+            m_parameters.*row.value = *value;
         }
     }
-    if (Identity.DeviceType == kSerialType) {
-        Parameters.NodeAddress = -1;
+    if (m_identity.DeviceType == kSerialType) {
+        m_parameters.NodeAddress = -1;
     }
-    UnitInDoubt = false;
-    const bool isSame = m_mismatch != Mismatch::None && Parameters.OutputFormat == format;
+    m_unitInDoubt = false;
+    const bool isSame = m_mismatch != Mismatch::None && m_parameters.OutputFormat == format;
     m_mismatch = isSame ? Mismatch::Confirmed : Mismatch::None;
 }
 
 void clsRVQ::acceptTemperature()
 {
-    EventNr = EventTemperature;
-    if (LastCommand == "T") {
-        LastCommand.clear(); // answered: it must not time out later
+    m_eventNr = EventTemperature;
+    if (isPending(Request::Temperature)) {
+        forgetRequest(); // answered: it must not time out later
     }
 }
 
-/// No answer. The first report leaves everything as it is, for the loop's step back. A loop that takes none (a sensor
-/// with single output, a temperature error) would hear it for ever, so a second report lets go. Deliberate: not while
-/// a sensor with single output measures; it sends when it likes and must not be polled.
-void clsRVQ::reportNoAnswer()
+/// No answer, and the loop is to take a step back, for which everything stays as it is. A loop that takes none (a
+/// sensor with single output, a temperature error) would hear it for ever, so a second report gives up. Deliberate: not
+/// while a sensor with single output measures; it sends when it likes and must not be polled.
+void clsRVQ::askForStepBack()
 {
     if (m_reported && !owesNothing()) {
-        reportUnanswered();
+        giveUpRequest();
     }
-    EventNr = EventNoAnswer;
+    m_eventNr = EventNoAnswer;
     m_reported = true;
 }
 
-/// No answer, said once: nothing of the command or of what came instead is left.
-void clsRVQ::reportUnanswered()
+/// No answer, and none will come: said once, for nothing of the request or of what came instead is left.
+void clsRVQ::giveUpRequest()
 {
-    EventNr = EventNoAnswer;
-    LastCommand.clear();
-    InBuffer.clear();
+    m_eventNr = EventNoAnswer;
+    forgetRequest();
+    m_inBuffer.clear();
 }
 
-void clsRVQ::sendFollowUp(std::string_view command)
+/// Last of all, so that nothing of the evaluation falls behind the send.
+void clsRVQ::sendFollowUp(Request request)
 {
-    if (!Wait.Running) {
-        const std::int32_t event = EventNr;
-        SendCommand(command);
-        EventNr = event; // a send clears it, yet an unanswered start is to be told
+    if (!m_wait.Running) {
+        const std::int32_t event = m_eventNr;
+        SendCommand(request);
+        m_eventNr = event; // a send clears it, yet an unanswered start is to be told
     } else if (pastDeadline()) {
         // Somebody waits for an answer of his own, so nothing may go out; and none will come any more.
-        reportUnanswered();
+        giveUpRequest();
     }
 }
 
 void clsRVQ::boundInBuffer()
 {
-    if (InBuffer.size() > kMaxPending) {
-        InBuffer.erase(0, InBuffer.size() - kMaxPending);
+    if (m_inBuffer.size() > kMaxPending) {
+        m_inBuffer.erase(0, m_inBuffer.size() - kMaxPending);
     }
 }

@@ -9,37 +9,32 @@ namespace modRVQComm {
 
 WaitScope::WaitScope(clsRVQ& device) : m_device(device)
 {
-    if (device.Wait.Running || device.Wait.InTick) {
-        throw std::logic_error("a wait for the sensor must not start inside a wait or a tick");
-    }
-    device.Wait.Running = true;
+    device.BeginWait();
 }
 
 WaitScope::~WaitScope()
 {
-    m_device.Wait.Running = false;
+    m_device.EndWait();
 }
 
 TickScope::TickScope(clsRVQ& device) : m_device(device)
 {
-    device.Wait.InTick = true;
+    device.InTick(true);
 }
 
 TickScope::~TickScope()
 {
-    m_device.Wait.InTick = false;
+    m_device.InTick(false);
 }
 
 void StartMeasurement(clsRVQ& device)
 {
-    device.SendCommand("M");
-    device.CommStatus = DialogueMeasuring;
+    device.StartMeasurement();
 }
 
 void StopMeasurement(clsRVQ& device)
 {
-    device.SendCommand("S");
-    device.CommStatus = DialogueIdle;
+    device.StopMeasurement();
 }
 
 std::string ParameterFrame(const ParameterSet& set, std::string_view code)
@@ -50,12 +45,12 @@ std::string ParameterFrame(const ParameterSet& set, std::string_view code)
 std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> finals, const PumpEvents& pumpEvents)
 {
     for (;;) {
-        while (const auto event = device.Journal.TakeNext()) {
+        while (const auto event = device.TakeEvent()) {
             if (*event == EventNoAnswer || std::ranges::find(finals, *event) != finals.end()) {
                 return *event;
             }
         }
-        if (!device.PortIsOpen || device.Wait.Ended) {
+        if (!device.PortIsOpen() || device.Wait().Ended) {
             return EventNoAnswer;
         }
         pumpEvents();
@@ -64,12 +59,13 @@ std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> fina
 
 bool IsAnswerOpen(const clsRVQ& device)
 {
-    return device.PortIsOpen && (device.LastCommand == "T" || device.LastCommand == "C");
+    return device.PortIsOpen() &&
+           (device.Pending() == Request::Temperature || device.Pending() == Request::Configuration);
 }
 
 void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
 {
-    while (IsAnswerOpen(device) && !device.Wait.Ended) {
+    while (IsAnswerOpen(device) && !device.Wait().Ended) {
         pumpEvents();
     }
 }
@@ -77,44 +73,35 @@ void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
 std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,
                          const PumpEvents& pumpEvents)
 {
-    device.Journal.Clear();
+    device.ForgetEvents();
     device.SendCommand(ParameterFrame(values, code));
     const std::int32_t event =
         AwaitEvent(device, {EventTemperature, EventConfiguration, EventAcknowledged, EventRefused}, pumpEvents);
-    const bool verdict = event == EventNoAnswer || event == EventAcknowledged;
-    device.EventNr = verdict ? event : static_cast<std::int32_t>(EventRefused);
-    if (event == EventAcknowledged) {
-        if (const ParameterDef* row = ParameterOfCode(code)) {
-            device.Parameters.*row->value = values.*row->value;
-        }
-        device.UnstoredChanges = code != "999";
-    }
-    return device.EventNr;
+    return device.TakeVerdict(values, code, event);
 }
 
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
-    if (device.CommStatus == DialogueMeasuring) {
+    if (device.CommStatus() == DialogueMeasuring) {
         throw std::logic_error("a measuring sensor gives no verdict; stop it first");
     }
     const WaitScope wait(device);
     AwaitOpenAnswer(device, pumpEvents);
-    return SendValueOf(device, device.Parameters, code, pumpEvents);
+    return SendValueOf(device, device.Parameters(), code, pumpEvents);
 }
 
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
     const WaitScope wait(device);
-    const bool measuring = device.CommStatus == DialogueMeasuring;
-    const std::int32_t opening = device.Openings;
+    const bool measuring = device.CommStatus() == DialogueMeasuring;
+    const std::int32_t opening = device.Openings();
     if (measuring) {
         StopMeasurement(device);
     }
-    const std::int32_t verdict = SendValueOf(device, device.Parameters, code, pumpEvents);
+    const std::int32_t verdict = SendValueOf(device, device.Parameters(), code, pumpEvents);
     // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
-    if (measuring && !device.Wait.Ended && device.PortIsOpen && device.Openings == opening) {
-        StartMeasurement(device);
-        device.EventNr = verdict;
+    if (measuring && !device.Wait().Ended && device.PortIsOpen() && device.Openings() == opening) {
+        device.StartAfterVerdict(verdict);
     }
     return verdict;
 }

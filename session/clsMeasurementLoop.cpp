@@ -26,23 +26,23 @@ clsMeasurementLoop::clsMeasurementLoop(clsRVQ& device, const modGlobals::Setting
 
 void clsMeasurementLoop::Tick(double now)
 {
-    if (m_device.Wait.Ended) {
+    if (m_device.Wait().Ended) {
         return;
     }
     const modRVQComm::TickScope tick(m_device);
     absorbClockJump(now);
-    m_device.CurrentTime = now;
+    m_device.CurrentTime(now);
     if (!m_passing) {
-        if (m_device.PortIsOpen) {
+        if (m_device.PortIsOpen()) {
             servePort();
         }
-        if (m_device.PortIsOpen) {
+        if (m_device.PortIsOpen()) {
             m_backOff.Lasts();
         } else {
             reopenPort();
         }
     }
-    m_listener.ShowDialogue(m_device.CommStatus);
+    m_listener.ShowDialogue(m_device.CommStatus());
     showRule();
     m_listener.Ticked();
     advanceClock();
@@ -51,9 +51,9 @@ void clsMeasurementLoop::Tick(double now)
 
 void clsMeasurementLoop::showSensorSettings()
 {
-    m_listener.ShowSensorSettings({.AverageDepth = m_device.Parameters.AverageDepth,
-                                   .MovingAverage = m_device.Parameters.MovingAverage != 0,
-                                   .RedLaser = m_device.Identity.HWPointer != "off"});
+    m_listener.ShowSensorSettings({.AverageDepth = m_device.Parameters().AverageDepth,
+                                   .MovingAverage = m_device.Parameters().MovingAverage != 0,
+                                   .RedLaser = m_device.Identity().HWPointer != "off"});
 }
 
 /// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach, and one set
@@ -88,7 +88,7 @@ void clsMeasurementLoop::servePort()
 void clsMeasurementLoop::evaluate()
 {
     m_device.EvaluateInBuffer();
-    if (m_device.EventNr == EventCrcError) {
+    if (m_device.EventNr() == EventCrcError) {
         m_device.EvaluateBehindDamage();
     }
 }
@@ -96,30 +96,25 @@ void clsMeasurementLoop::evaluate()
 void clsMeasurementLoop::readPort()
 {
     m_device.ReadComportData();
-    if (!m_device.NewInData.empty()) {
-        m_listener.Echo(m_device.NewInData);
+    if (!m_device.NewInData().empty()) {
+        m_listener.Echo(m_device.NewInData());
     }
 }
 
 void clsMeasurementLoop::reopenPort()
 {
     tryPort();
-    breakCurve(m_device.CurrentTime);
-    if (m_device.CommStatus == DialogueMeasuring) {
+    breakCurve(m_device.CurrentTime());
+    if (m_device.CommStatus() == DialogueMeasuring) {
         m_listener.ShowRunning(false);
         m_listener.ShowDistance({});
-        m_device.CommStatus = DialogueIdle;
     }
-    if (m_device.PortIsOpen) {
+    if (m_device.PortIsOpen()) {
         m_listener.ShowStatus(1, {});
     } else {
         status(TextId::StatusPortNotOpen);
     }
-    // What an earlier device has left, half a line or an open question, is nothing to the one that is there now.
-    m_device.CommStatus = DialogueNone;
-    m_device.InBuffer.clear();
-    m_device.LastCommand.clear();
-    m_device.FailTime = m_device.CurrentTime;
+    m_device.ForgetDialogue();
 }
 
 /// One opening at a time: one that takes several ticks is followed to its end. A port that has not opened, or has
@@ -144,7 +139,7 @@ void clsMeasurementLoop::tryPort()
 
 void clsMeasurementLoop::dispatch()
 {
-    switch (m_device.EventNr) {
+    switch (m_device.EventNr()) {
     case EventNoAnswer:
         noAnswer();
         break;
@@ -158,13 +153,13 @@ void clsMeasurementLoop::dispatch()
         newConfiguration();
         break;
     case EventCrcError:
-        if (m_device.NewDistance) {
+        if (m_device.NewDistance()) {
             newDistance(); // the damage came behind a good value
         }
         status(TextId::StatusCrcError);
         break;
     default:
-        if (m_device.CommStatus != DialogueNone) {
+        if (m_device.CommStatus() != DialogueNone) {
             m_listener.ShowStatus(1, {});
         }
         break;
@@ -173,57 +168,54 @@ void clsMeasurementLoop::dispatch()
 
 void clsMeasurementLoop::noAnswer()
 {
-    if (m_device.Parameters.OutputMode == OutputSingle) {
+    if (m_device.Parameters().OutputMode == OutputSingle) {
         return; // a sensor that sends when it likes owes no answer
     }
-    if (m_device.TempStatus == 0 && m_measuring) {
+    if (m_device.TempStatus() == 0 && m_measuring) {
         m_listener.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }
     status(TextId::StatusNoConnection);
-    breakCurve(m_device.CurrentTime);
-    if (m_device.CommStatus == DialogueIdle) {
+    breakCurve(m_device.CurrentTime());
+    if (m_device.CommStatus() == DialogueIdle) {
         m_listener.ShowTemperature({});
-        m_device.CommStatus = DialogueNone;
-    } else if (m_device.CommStatus == DialogueMeasuring) {
-        if (!m_measuring) {
-            m_listener.ShowRunning(false);
-            m_listener.ShowDistance({});
-        }
-        m_device.CommStatus = DialogueIdle;
+    } else if (m_device.CommStatus() == DialogueMeasuring && !m_measuring) {
+        m_listener.ShowRunning(false);
+        m_listener.ShowDistance({});
     }
+    m_device.StepBack();
 }
 
 void clsMeasurementLoop::newDistance()
 {
     const Measurement measurement = m_device.LastMeasurement();
     Show(measurement);
-    m_listener.Measured(measurement, m_device.sTemperature);
+    m_listener.Measured(measurement, m_device.sTemperature());
     status(TextId::StatusNewDistance);
-    m_listener.ShowShutDown(m_device.MeasValue == kMarkerTempError);
+    m_listener.ShowShutDown(m_device.MeasValue() == kMarkerTempError);
     interruptForTemperature();
 }
 
 void clsMeasurementLoop::newTemperature()
 {
-    m_listener.ShowTemperature(m_device.sTemperature);
+    m_listener.ShowTemperature(m_device.sTemperature());
     status(TextId::StatusNewTemperature);
     m_temperaturePending = false;
-    if (m_device.Wait.Running) {
+    if (m_device.Wait().Running) {
         return;
     }
-    if (m_device.CommStatus == DialogueMeasuring) {
-        m_device.SendCommand("M");
-    } else if (m_device.CommStatus == DialogueIdle && m_measuring && m_device.LastCommand != "C") {
+    if (m_device.CommStatus() == DialogueMeasuring) {
+        modRVQComm::StartMeasurement(m_device);
+    } else if (m_device.CommStatus() == DialogueIdle && m_measuring && m_device.Pending() != Request::Configuration) {
         // Not while the evaluation reads the configuration; the next poll resumes then.
-        startStop(m_device.CommStatus);
+        startStop(m_device.CommStatus());
     }
 }
 
 void clsMeasurementLoop::newConfiguration()
 {
     showSensorSettings();
-    m_listener.ShowShutDown(m_device.Identity.HWPointer.find("shutdown") != std::string::npos);
+    m_listener.ShowShutDown(m_device.Identity().HWPointer.find("shutdown") != std::string::npos);
     status(TextId::StatusNewConfiguration);
 }
 
@@ -232,38 +224,37 @@ void clsMeasurementLoop::newConfiguration()
 void clsMeasurementLoop::interruptForTemperature()
 {
     // A command throws away what is due, so that comes first.
-    const bool due = m_pollTemperature && m_device.CurrentTime >= m_device.ReadTempTime && !m_device.HasDue();
-    if (!due || m_device.Wait.Running || m_device.CommStatus != DialogueMeasuring) {
+    const bool due = m_pollTemperature && m_device.IsTemperatureDue() && !m_device.HasDue();
+    if (!due || m_device.Wait().Running || m_device.CommStatus() != DialogueMeasuring) {
         return;
     }
-    m_device.SendCommand("S");
-    m_device.ReadTempTime = m_device.CurrentTime + m_device.ReadTempInterval / kMsPerDay;
+    m_device.InterruptForTemperature();
     m_temperaturePending = true;
 }
 
 /// The sensor has been set up anew by somebody else. A measurement resumes with the next poll.
 void clsMeasurementLoop::askForUnit()
 {
-    const bool mayAsk =
-        m_device.CommStatus == DialogueMeasuring ||
-        (m_device.CommStatus == DialogueIdle && (m_device.LastCommand.empty() || m_device.LastCommand == "G"));
-    if (!m_device.UnitInDoubt || !mayAsk || m_device.Wait.Running) {
+    const bool mayAsk = m_device.CommStatus() == DialogueMeasuring ||
+                        (m_device.CommStatus() == DialogueIdle &&
+                         (m_device.Pending() == Request::None || m_device.Pending() == Request::Single));
+    if (!m_device.UnitInDoubt() || !mayAsk || m_device.Wait().Running) {
         return;
     }
-    if (m_device.CommStatus == DialogueMeasuring) {
+    if (m_device.CommStatus() == DialogueMeasuring) {
         modRVQComm::StopMeasurement(m_device);
     }
-    m_device.SendCommand("C");
+    m_device.SendCommand(Request::Configuration);
 }
 
 /// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more
 /// and a dead line would look alive. The idle sensor is asked for its temperature again, as at any other time.
 void clsMeasurementLoop::pollAfterSilentSingle()
 {
-    const bool silent = m_device.LastCommand == "G" && m_device.CommStatus != DialogueNone &&
-                        m_device.InBuffer.empty() && m_device.CurrentTime > m_device.FailTime;
-    if (silent && m_device.PortIsOpen && !m_device.Wait.Running) {
-        m_device.SendCommand("T");
+    const bool silent = m_device.Pending() == Request::Single && m_device.CommStatus() != DialogueNone &&
+                        m_device.InBuffer().empty() && m_device.CurrentTime() > m_device.FailTime();
+    if (silent && m_device.PortIsOpen() && !m_device.Wait().Running) {
+        m_device.SendCommand(Request::Temperature);
     }
 }
 
@@ -342,22 +333,22 @@ void clsMeasurementLoop::forgetHistory()
 
 void clsMeasurementLoop::showRule()
 {
-    m_listener.ShowRule({.Start = mayStart() && m_device.CommStatus != DialogueNone,
-                         .Single = mayStart() && m_device.CommStatus != DialogueMeasuring,
+    m_listener.ShowRule({.Start = mayStart() && m_device.CommStatus() != DialogueNone,
+                         .Single = mayStart() && m_device.CommStatus() != DialogueMeasuring,
                          .Settings = mayStart()});
 }
 
 void clsMeasurementLoop::advanceClock()
 {
     // Deliberate: 86000, not 86400. The clock display is paced by this factor.
-    m_clock_ms += (m_device.CurrentTime - m_previousTick) * 86000.0 * 1000.0;
+    m_clock_ms += (m_device.CurrentTime() - m_previousTick) * 86000.0 * 1000.0;
     if (m_clock_ms < kClockStep_ms) {
         return;
     }
-    if (m_device.CommStatus == DialogueMeasuring) {
-        m_listener.ShowChartTime(m_device.CurrentTime);
+    if (m_device.CommStatus() == DialogueMeasuring) {
+        m_listener.ShowChartTime(m_device.CurrentTime());
     }
-    m_listener.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime));
+    m_listener.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime()));
     m_clock_ms = 0.0;
 }
 

@@ -12,13 +12,13 @@ constexpr int kPasses = 41; // counted from 0 to 40
 void clsMeasurementLoop::StartStop(const NextPass& nextPass)
 {
     // As the operator sees it: an answer that does not come changes the dialogue.
-    const std::int32_t before = m_device.CommStatus;
+    const std::int32_t before = m_device.CommStatus();
     if (!mayStart() || !awaitOpenAnswer(PumpEvents)) {
         return;
     }
-    if (m_device.Parameters.OutputMode != OutputSingle) {
+    if (m_device.Parameters().OutputMode != OutputSingle) {
         startStop(before);
-    } else if (m_device.PortIsOpen) {
+    } else if (m_device.PortIsOpen()) {
         requestOne(nextPass);
     }
     showRule();
@@ -32,13 +32,13 @@ bool clsMeasurementLoop::awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvent
     if (!pumpEvents || m_playing || !modRVQComm::IsAnswerOpen(m_device)) {
         return true;
     }
-    const std::int32_t opening = m_device.Openings;
+    const std::int32_t opening = m_device.Openings();
     {
         const modRVQComm::WaitScope wait(m_device);
         showRule();
         modRVQComm::AwaitOpenAnswer(m_device, pumpEvents);
     }
-    return !m_device.Wait.Ended && m_device.PortIsOpen && m_device.Openings == opening;
+    return !m_device.Wait().Ended && m_device.PortIsOpen() && m_device.Openings() == opening;
 }
 
 void clsMeasurementLoop::startStop(std::int32_t before)
@@ -56,21 +56,21 @@ void clsMeasurementLoop::startStop(std::int32_t before)
         m_listener.ShowRunning(false);
         m_listener.ShowDistance({});
     }
-    m_measuring = m_device.CommStatus == DialogueMeasuring;
+    m_measuring = m_device.CommStatus() == DialogueMeasuring;
 }
 
 /// The sensor sends its value when it likes. Nobody else may send meanwhile.
 void clsMeasurementLoop::requestOne(const NextPass& nextPass)
 {
     const modRVQComm::WaitScope wait(m_device);
-    const std::int32_t opening = m_device.Openings;
+    const std::int32_t opening = m_device.Openings();
     const bool found = passesBringDistance(nextPass);
     m_measuring = false;
-    if (m_device.Wait.Ended || m_device.Openings != opening) {
+    if (m_device.Wait().Ended || m_device.Openings() != opening) {
         return; // the window goes, or the operator has chosen another port, which the ticks serve
     }
     m_listener.ShowRunning(false);
-    m_device.CommStatus = found ? DialogueIdle : DialogueNone;
+    m_device.EndSingleOutput(found);
     if (found) {
         newDistance();
     } else {
@@ -87,38 +87,37 @@ bool clsMeasurementLoop::passesBringDistance(const NextPass& nextPass)
     m_passing = true;
     modRVQComm::StartMeasurement(m_device);
     showRule();
-    const std::int32_t opening = m_device.Openings;
+    const std::int32_t opening = m_device.Openings();
     bool found = passBringsDistance();
-    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen && m_device.Openings == opening; ++pass) {
-        m_device.CurrentTime = nextPass();
-        found = m_device.Openings == opening && passBringsDistance();
+    for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen() && m_device.Openings() == opening; ++pass) {
+        m_device.CurrentTime(nextPass());
+        found = m_device.Openings() == opening && passBringsDistance();
     }
     return found;
 }
 
 bool clsMeasurementLoop::passBringsDistance()
 {
-    if (!m_device.PortIsOpen || m_device.Wait.Ended) {
+    if (!m_device.PortIsOpen() || m_device.Wait().Ended) {
         return false;
     }
     readPort();
     evaluate();
-    return m_device.NewDistance;
+    return m_device.NewDistance();
 }
 
 void clsMeasurementLoop::SwitchRedLaser(bool on)
 {
-    const bool isSent = mayStart() && awaitOpenAnswer(PumpEvents) && m_device.CommStatus != DialogueNone;
+    const bool isSent = mayStart() && awaitOpenAnswer(PumpEvents) && m_device.CommStatus() != DialogueNone;
     if (!isSent) {
         showSensorSettings();
         return;
     }
-    const bool measuring = m_device.CommStatus == DialogueMeasuring;
+    const bool measuring = m_device.CommStatus() == DialogueMeasuring;
     if (measuring) {
         modRVQComm::StopMeasurement(m_device);
     }
-    m_device.SendCommand(on ? "P" : "O");
-    m_device.Identity.HWPointer = on ? "on" : "off"; // as the next dump will say
+    m_device.SwitchLaser(on);
     if (measuring) {
         modRVQComm::StartMeasurement(m_device);
     }
@@ -129,15 +128,15 @@ void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t Param
                                        const modRVQComm::PumpEvents& pumpEvents)
 {
     // Before the value is set: the answer may be the sensor's own set.
-    const bool isConnected = mayStart() && awaitOpenAnswer(pumpEvents) && m_device.CommStatus != DialogueNone;
+    const bool isConnected = mayStart() && awaitOpenAnswer(pumpEvents) && m_device.CommStatus() != DialogueNone;
     if (isConnected) {
-        const std::int32_t before = m_device.Parameters.*setting;
-        m_device.Parameters.*setting = value;
+        const std::int32_t before = m_device.Parameters().*setting;
+        m_device.AssumeParameter(setting, value);
         if (modRVQComm::ChangeParameter(m_device, code, pumpEvents) != EventAcknowledged) {
-            m_device.Parameters.*setting = before;
+            m_device.AssumeParameter(setting, before);
         }
     }
-    if (!m_device.Wait.Ended) {
+    if (!m_device.Wait().Ended) {
         showSensorSettings();
         showRule();
     }
@@ -145,8 +144,8 @@ void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t Param
 
 void clsMeasurementLoop::RequestSingleValue()
 {
-    if (mayStart() && m_device.CommStatus != DialogueMeasuring && awaitOpenAnswer(PumpEvents)) {
-        m_device.SendCommand("G");
+    if (mayStart() && m_device.CommStatus() != DialogueMeasuring && awaitOpenAnswer(PumpEvents)) {
+        m_device.SendCommand(Request::Single);
         showRule();
     }
 }
@@ -165,11 +164,10 @@ void clsMeasurementLoop::ChangeBaudrate()
 
 void clsMeasurementLoop::Unload()
 {
-    m_device.Wait.Ended = true;
-    m_device.CloseComPort();
+    m_device.EndWaits();
 }
 
 bool clsMeasurementLoop::mayStart() const
 {
-    return !m_device.Wait.Running && !m_device.Wait.Ended;
+    return !m_device.Wait().Running && !m_device.Wait().Ended;
 }

@@ -58,7 +58,7 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
     m_listeners.PlaybackBegins();
     m_loop.BeginPlaying();
     modPlayback::Loaded loaded =
-        modPlayback::LoadData(file, m_device.Parameters,
+        modPlayback::LoadData(file, m_device.Parameters(),
                               {.show = [this](const Measurement& measurement) { m_loop.Show(measurement); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);

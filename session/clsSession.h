@@ -40,7 +40,7 @@ public:
     /// and apart from it: whatever happens to a file, the measurement goes on, and the other way round.
     void ServeFiles(double now);
     /// Continuous measurement runs, or the sensor is waited for: nothing can be played.
-    bool IsBusy() const { return m_loop.IsMeasuring() || m_device.Wait.Running; }
+    bool IsBusy() const { return m_loop.IsMeasuring() || m_device.Wait().Running; }
 
     /// Begins a recording. Throws what clsRecorder::StartRecording throws.
     void StartRecording();

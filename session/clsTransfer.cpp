@@ -25,8 +25,8 @@ bool isSent(const ParameterDef& row, const ParameterSet& set)
 /// The sensor's set and what it says of itself; name, file and description stay.
 void copySet(const clsRVQ& device, Configuration& entry)
 {
-    entry.Parameters = device.Parameters;
-    entry.Identity = device.Identity;
+    entry.Parameters = device.Parameters();
+    entry.Identity = device.Identity();
 }
 
 } // namespace
@@ -80,7 +80,7 @@ void clsTransfer::SetDefaults()
 
 void clsTransfer::run(std::initializer_list<TransferJob> jobs)
 {
-    if (m_device.Wait.Running || m_device.Wait.InTick || m_device.Wait.Ended) {
+    if (m_device.Wait().Running || m_device.Wait().InTick || m_device.Wait().Ended) {
         return;
     }
     struct BusyScope {
@@ -99,14 +99,14 @@ void clsTransfer::run(std::initializer_list<TransferJob> jobs)
     const BusyScope busy(*this);
     // One wait over all of it, the questions included: no idle poll comes between two commands.
     const modRVQComm::WaitScope wait(m_device);
-    const bool measuring = m_device.CommStatus == DialogueMeasuring;
-    m_opening = m_device.Openings;
+    const bool measuring = m_device.CommStatus() == DialogueMeasuring;
+    m_opening = m_device.Openings();
     modRVQComm::AwaitOpenAnswer(m_device, m_pumpEvents);
     if (measuring && isSameSensor()) {
         modRVQComm::StopMeasurement(m_device);
     }
     const bool finished = std::ranges::all_of(jobs, [this](TransferJob job) { return perform(job); });
-    if (measuring && finished && m_device.PortIsOpen && isSameSensor()) {
+    if (measuring && finished && m_device.PortIsOpen() && isSameSensor()) {
         modRVQComm::StartMeasurement(m_device);
     }
 }
@@ -122,7 +122,7 @@ bool clsTransfer::perform(TransferJob job)
     case TransferJob::Upload:
         if (!sendAll()) {
             copySet(m_device, m_entry);
-            if (!m_device.Wait.Ended) {
+            if (!m_device.Wait().Ended) {
                 m_view.ShowFailure(TextId::TransferNotSent, m_reason);
             }
             return false;
@@ -139,13 +139,13 @@ bool clsTransfer::perform(TransferJob job)
         command("000", job);
         break;
     }
-    return !m_device.Wait.Ended;
+    return !m_device.Wait().Ended;
 }
 
 /// False when it was aborted.
 bool clsTransfer::sendAll()
 {
-    const std::vector<std::string_view> codes = UploadCodes(m_entry.Parameters, m_device.Identity);
+    const std::vector<std::string_view> codes = UploadCodes(m_entry.Parameters, m_device.Identity());
     const auto steps = static_cast<std::int32_t>(codes.size()) + 1;
     for (std::size_t next = 0; next < codes.size();) {
         m_view.ShowProgress({static_cast<std::int32_t>(next) + 1, steps, ParameterOfCode(codes[next])->labelId});
@@ -168,8 +168,8 @@ bool clsTransfer::sendAll()
 /// all of them have to be sent again.
 FailureAnswer clsTransfer::sendOne(std::string_view code)
 {
-    const bool hadSome = m_device.UnstoredChanges;
-    while (!m_device.Wait.Ended && isSameSensor()) {
+    const bool hadSome = m_device.UnstoredChanges();
+    while (!m_device.Wait().Ended && isSameSensor()) {
         const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry.Parameters, code, m_pumpEvents);
         if (verdict == EventAcknowledged) {
             return FailureAnswer::Ignore;
@@ -178,10 +178,10 @@ FailureAnswer clsTransfer::sendOne(std::string_view code)
         if (answer == FailureAnswer::Abort) {
             break;
         }
-        if (m_device.PortIsOpen) {
-            m_device.CommStatus = DialogueIdle; // a tick has taken the silence for a lost connection
+        if (m_device.PortIsOpen()) {
+            m_device.ResumeIdle(); // a tick has taken the silence for a lost connection
         }
-        const bool hasRestarted = hadSome && !m_device.UnstoredChanges;
+        const bool hasRestarted = hadSome && !m_device.UnstoredChanges();
         if (answer == FailureAnswer::Ignore || hasRestarted) {
             return answer;
         }
@@ -195,14 +195,14 @@ FailureAnswer clsTransfer::sendOne(std::string_view code)
 /// While the question is open nobody waits for an answer, so silence means nothing.
 FailureAnswer clsTransfer::ask(std::int32_t verdict)
 {
-    if (m_device.Wait.Ended) {
+    if (m_device.Wait().Ended) {
         return FailureAnswer::Abort;
     }
     struct Asking {
-        bool& asking;
-        ~Asking() { asking = false; }
-    } const asking{m_device.Wait.Asking};
-    m_device.Wait.Asking = true;
+        clsRVQ& device;
+        ~Asking() { device.Asking(false); }
+    } const asking{m_device};
+    m_device.Asking(true);
     m_reason = verdict == EventNoAnswer ? whyNothingCame() : TextId::TransferInvalidCode;
     return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextId::TransferNoResponse : TextId::TransferInvalidCode);
 }
@@ -210,7 +210,7 @@ FailureAnswer clsTransfer::ask(std::int32_t verdict)
 /// The port is closed, or it was and may have another sensor behind it now, or the sensor is silent.
 TextId clsTransfer::whyNothingCame() const
 {
-    if (!m_device.PortIsOpen) {
+    if (!m_device.PortIsOpen()) {
         return TextId::StatusPortNotOpen;
     }
     return isSameSensor() ? TextId::TransferNoResponse : TextId::StatusNoConnection;
@@ -219,26 +219,26 @@ TextId clsTransfer::whyNothingCame() const
 /// Values that were meant for one sensor must not go to another that was plugged in meanwhile.
 bool clsTransfer::isSameSensor() const
 {
-    return m_device.Openings == m_opening;
+    return m_device.Openings() == m_opening;
 }
 
 void clsTransfer::readSet(TransferJob job)
 {
-    if (m_device.Wait.Ended) {
+    if (m_device.Wait().Ended) {
         return;
     }
     if (job != TransferJob::Upload) {
         m_view.ShowProgress({0, 0, TextId::TransferReading});
     }
-    m_device.Journal.Clear();
-    m_device.SendCommand("C");
+    m_device.ForgetEvents();
+    m_device.SendCommand(Request::Configuration);
     if (modRVQComm::AwaitEvent(m_device, {EventConfiguration}, m_pumpEvents) != EventConfiguration) {
         if (job == TransferJob::Upload) {
             copySet(m_device, m_entry);
         }
         if (job == TransferJob::ReadBack && !m_isTaken) {
             m_view.ShowFailed(true); // that the command has failed is said already
-        } else if (!m_device.Wait.Ended) {
+        } else if (!m_device.Wait().Ended) {
             m_view.ShowFailure(job == TransferJob::Download ? TextId::TransferNotRead : TextId::TransferNotReadBack,
                                whyNothingCame());
         }

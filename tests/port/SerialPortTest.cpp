@@ -29,7 +29,7 @@ TEST(ComPort, CallsOfOpeningAndClosing)
             device.OpenComPort(0, 19200);
             device.OpenComPort(-1, 19200);
             device.OpenComPort(3, 19200);
-            EXPECT_EQ(device.PortIsOpen, openResult == 0);
+            EXPECT_EQ(device.PortIsOpen(), openResult == 0);
             device.OpenComPort(4, 9600);
             device.CommBaudrate(14400); // not a usual rate
         }

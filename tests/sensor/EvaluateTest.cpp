@@ -15,7 +15,7 @@ constexpr double kPast_ms = 2001;
 struct Expecting : ScriptedSensor {
     Expecting(std::int32_t commStatus, std::string_view lastCommand, std::int32_t format = FormatAsciiUnit)
     {
-        device.Parameters.OutputFormat = format;
+        device.Parameters().OutputFormat = format;
         Expect(commStatus, lastCommand);
     }
 };
@@ -41,7 +41,7 @@ TEST(Evaluate, SilencePastTheDeadline)
         sensor.At(kPast_ms);
         EXPECT_EQ(sensor.Arrive(""), event);
         EXPECT_EQ(sensor.port.Sent, sent);
-        EXPECT_EQ(sensor.device.LastCommand, commandAfter);
+        EXPECT_EQ(sensor.device.LastCommand(), commandAfter);
     }
 }
 
@@ -63,7 +63,7 @@ void checkReplies(const std::vector<ReplyRow>& rows, std::int32_t format = Forma
         if (row.early == EventNone || row.early == EventAcknowledged || row.early == EventRefused) {
             sensor.At(kPast_ms);
             EXPECT_EQ(sensor.Arrive(""), row.late) << name << ", late";
-            EXPECT_EQ(sensor.device.InBuffer.empty(), row.lateEmptied) << name << ", late";
+            EXPECT_EQ(sensor.device.InBuffer().empty(), row.lateEmptied) << name << ", late";
         }
         EXPECT_EQ(sensor.port.Sent, row.lateSent) << name;
     }
@@ -110,7 +110,7 @@ TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
 {
     // The loop does not step back for such a sensor, so the parser itself has to give up.
     Expecting sensor(DialogueIdle, "302 50\r");
-    sensor.device.Parameters.OutputMode = OutputSingle;
+    sensor.device.Parameters().OutputMode = OutputSingle;
     sensor.At(kPast_ms);
     EXPECT_EQ(sensor.Arrive("RVQ ready\r\n"), EventNoAnswer);
     EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
@@ -121,7 +121,7 @@ TEST(Evaluate, IdleNoiseDoesNotBlockASensorWithSingleOutput)
 TEST(Evaluate, ASensorWithSingleOutputIsNotInterrupted)
 {
     Expecting sensor(DialogueMeasuring, "M", FormatBinary);
-    sensor.device.Parameters.OutputMode = OutputSingle;
+    sensor.device.Parameters().OutputMode = OutputSingle;
     sensor.At(kPast_ms);
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(sensor.Arrive(""), EventNoAnswer);
@@ -156,10 +156,10 @@ TEST(Evaluate, TemperatureTexts)
           Row{FormatBinaryCrc, WithCrc("\x80\x01"), "-128 C,  OK", 1, ""}}) {
         Expecting sensor(DialogueMeasuring, "T", format);
         EXPECT_EQ(sensor.Arrive(bytes), EventTemperature) << text;
-        EXPECT_EQ(sensor.device.sTemperature, text);
-        EXPECT_EQ(sensor.device.TempStatus, status) << text;
-        EXPECT_EQ(sensor.device.InBuffer, rest) << text;
-        EXPECT_EQ(sensor.device.LastCommand, "") << "an answered command must not time out later";
+        EXPECT_EQ(sensor.device.sTemperature(), text);
+        EXPECT_EQ(sensor.device.TempStatus(), status) << text;
+        EXPECT_EQ(sensor.device.InBuffer(), rest) << text;
+        EXPECT_EQ(sensor.device.LastCommand(), "") << "an answered command must not time out later";
     }
 }
 
@@ -183,14 +183,14 @@ TEST(Evaluate, AsciiDistances)
     for (const auto& [bytes, text, value, mm, rest] : rows) {
         Expecting sensor(DialogueMeasuring, "m");
         EXPECT_EQ(sensor.Arrive(bytes), text.empty() ? EventNone : EventDistance) << bytes;
-        EXPECT_EQ(sensor.device.sDistance, text) << bytes;
-        EXPECT_DOUBLE_EQ(sensor.device.MeasValue, value) << bytes;
-        EXPECT_EQ(sensor.device.MeasValue_mm, mm) << bytes;
-        EXPECT_EQ(sensor.device.InBuffer, rest) << bytes;
+        EXPECT_EQ(sensor.device.sDistance(), text) << bytes;
+        EXPECT_DOUBLE_EQ(sensor.device.MeasValue(), value) << bytes;
+        EXPECT_EQ(sensor.device.MeasValue_mm(), mm) << bytes;
+        EXPECT_EQ(sensor.device.InBuffer(), rest) << bytes;
         // Without a distance, the run ends at the deadline and not only after it.
-        sensor.device.FailTime = sensor.device.CurrentTime;
+        sensor.device.FailTime() = sensor.device.CurrentTime();
         EXPECT_EQ(sensor.Arrive(" "), EventNoAnswer) << bytes;
-        EXPECT_EQ(sensor.device.InBuffer, "") << bytes;
+        EXPECT_EQ(sensor.device.InBuffer(), "") << bytes;
     }
 }
 
@@ -214,8 +214,8 @@ TEST(Evaluate, BinaryDistances)
     for (const auto& [bytes, event, mm, rest] : rows) {
         Expecting sensor(DialogueMeasuring, "m", FormatBinary);
         EXPECT_EQ(sensor.Arrive(bytes), event) << mm;
-        EXPECT_EQ(sensor.device.MeasValue_mm, mm);
-        EXPECT_EQ(sensor.device.InBuffer, rest) << mm;
+        EXPECT_EQ(sensor.device.MeasValue_mm(), mm);
+        EXPECT_EQ(sensor.device.InBuffer(), rest) << mm;
     }
 }
 
@@ -226,24 +226,24 @@ TEST(Evaluate, CrcFrames)
 
     Expecting sensor(DialogueMeasuring, "m", FormatBinaryCrc);
     EXPECT_EQ(sensor.Arrive("\xAA" + good), EventCrcError);
-    EXPECT_EQ(sensor.device.InBuffer, good) << "one byte dropped";
+    EXPECT_EQ(sensor.device.InBuffer(), good) << "one byte dropped";
     EXPECT_EQ(sensor.Arrive(""), EventDistance);
-    EXPECT_EQ(sensor.device.MeasValue, 10.0);
+    EXPECT_EQ(sensor.device.MeasValue(), 10.0);
     EXPECT_EQ(sensor.Arrive(good + next + "x"), EventDistance) << "the newest wins";
-    EXPECT_EQ(sensor.device.MeasValue_mm, 10001);
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 10001);
     EXPECT_EQ(sensor.Arrive("yzyzy" + good), EventCrcError) << "a bad one ends the evaluation";
 
     // After a gap, a good frame behind damage is found too.
     sensor.At(8000);
-    sensor.device.InBuffer.clear();
+    sensor.device.InBuffer().clear();
     EXPECT_EQ(sensor.Arrive("abc" + good), EventCrcError);
     EXPECT_EQ(sensor.Arrive(""), EventDistance);
 
     // Another format than expected must not be an error for ever: it counts as no answer, and the dialogue begins anew.
-    sensor.device.InBuffer.clear();
+    sensor.device.InBuffer().clear();
     sensor.At(18000);
     EXPECT_EQ(sensor.Arrive("   1.234 m\r\n"), EventNoAnswer);
-    EXPECT_EQ(sensor.device.InBuffer + sensor.device.LastCommand, "");
+    EXPECT_EQ(sensor.device.InBuffer() + sensor.device.LastCommand(), "");
 }
 
 TEST(Evaluate, GoesOnAfterACrcErrorInOnePass)
@@ -256,24 +256,24 @@ TEST(Evaluate, GoesOnAfterACrcErrorInOnePass)
     std::string damaged = frame(10001);
     damaged[1] ^= 4;
     EXPECT_EQ(sensor.Arrive(frame(10002) + damaged + frame(10003) + "zz" + frame(10004)), EventCrcError);
-    EXPECT_EQ(sensor.device.MeasValue_mm, 10002);
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 10002);
     sensor.device.EvaluateBehindDamage();
-    EXPECT_EQ(sensor.device.MeasValue_mm, 10004) << "a damaged frame costs itself";
-    EXPECT_EQ(sensor.device.EventNr, EventCrcError) << "of all the damage in a tick one event tells";
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 10004) << "a damaged frame costs itself";
+    EXPECT_EQ(sensor.device.EventNr(), EventCrcError) << "of all the damage in a tick one event tells";
 
     // Far from the last distance, a frame out of step may look good by chance: the next one has to be good too.
-    sensor.device.InBuffer.clear();
+    sensor.device.InBuffer().clear();
     EXPECT_EQ(sensor.Arrive("x" + frame(50000)), EventCrcError);
     sensor.device.EvaluateBehindDamage();
-    EXPECT_EQ(sensor.device.MeasValue_mm, 10004);
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 10004);
     EXPECT_EQ(sensor.Arrive(frame(50001)), EventDistance);
-    EXPECT_EQ(sensor.device.MeasValue_mm, 50001);
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 50001);
 
     std::string noise(60000, '\x55');
     sensor.Arrive(noise + frame(50002));
     sensor.device.EvaluateBehindDamage();
-    EXPECT_EQ(sensor.device.MeasValue_mm, 50002);
-    EXPECT_EQ(sensor.device.InBuffer, "");
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 50002);
+    EXPECT_EQ(sensor.device.InBuffer(), "");
 }
 
 TEST(Evaluate, APauseEndsAFrame)
@@ -283,9 +283,25 @@ TEST(Evaluate, APauseEndsAFrame)
     sensor.Arrive("\x11\x27\x00"s); // a byte is lost
     sensor.At(50);
     EXPECT_EQ(sensor.Arrive(""), EventNone);
-    EXPECT_EQ(sensor.device.InBuffer, "") << "given up after a tick of silence";
+    EXPECT_EQ(sensor.device.InBuffer(), "") << "given up after a tick of silence";
     EXPECT_EQ(sensor.Arrive("\x12\x27\x00\x00"s), EventDistance);
-    EXPECT_EQ(sensor.device.MeasValue_mm, 10002);
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 10002);
+}
+
+TEST(Evaluate, AClockThatIsSetNeitherMakesAPauseNorHidesOne)
+{
+    for (const double jump_ms : {-3600e3, 3600e3}) {
+        Expecting sensor(DialogueMeasuring, "m", FormatBinary);
+        sensor.Arrive("\x10\x27\x00\x00"s);
+        sensor.Arrive("\x11\x27\x00"s);
+        sensor.device.ShiftClock(jump_ms / kMsPerDay);
+        sensor.At(jump_ms + 10);
+        sensor.Arrive("");
+        EXPECT_EQ(sensor.device.InBuffer().size(), 3U) << jump_ms << ": the rest may still come";
+        sensor.At(jump_ms + 50);
+        sensor.Arrive("");
+        EXPECT_EQ(sensor.device.InBuffer(), "") << jump_ms;
+    }
 }
 
 TEST(Evaluate, LittleNoiseAmongFramesIsKept)
@@ -299,7 +315,7 @@ TEST(Evaluate, LittleNoiseAmongFramesIsKept)
             noise += "\x10\x27\x00\xFF\x7F"s[random() % 5];
         }
         sensor.Arrive(noise);
-        EXPECT_LE(sensor.device.InBuffer.size(), 64U);
+        EXPECT_LE(sensor.device.InBuffer().size(), 64U);
     }
 }
 
@@ -319,8 +335,8 @@ TEST(Evaluate, AValueThatDamageCouldExplainWaitsForTheNextOne)
         EXPECT_EQ(sensor.Arrive(first), EventNone) << name;
         std::vector<std::int32_t> values;
         sensor.Arrive(second);
-        for (int i = 0; i < 3 && sensor.device.NewDistance; ++i) {
-            values.push_back(sensor.device.MeasValue_mm);
+        for (int i = 0; i < 3 && sensor.device.NewDistance(); ++i) {
+            values.push_back(sensor.device.MeasValue_mm());
             sensor.Arrive("");
         }
         EXPECT_EQ(values, shown) << name;
@@ -349,8 +365,8 @@ TEST(Evaluate, ALineOfAnotherShapeWaitsForTheNextOne)
         std::vector<std::string> texts;
         for (const std::string& line : lines) {
             sensor.Arrive(line + "\r\n");
-            for (int i = 0; i < 3 && sensor.device.NewDistance; ++i) {
-                texts.push_back(sensor.device.sDistance);
+            for (int i = 0; i < 3 && sensor.device.NewDistance(); ++i) {
+                texts.push_back(sensor.device.sDistance());
                 sensor.device.EvaluateInBuffer();
             }
         }
@@ -364,10 +380,10 @@ TEST(Evaluate, ALineIsMeasuredInTheUnitThatItNames)
     sensor.Arrive("     1.234 m\r\n");
     sensor.Arrive("    4.0490 ft\r\n"); // another program has changed the settings
     sensor.Arrive("    4.0500 ft\r\n");
-    EXPECT_EQ(sensor.device.MeasValue_mm, 1234);
-    EXPECT_EQ(sensor.device.Parameters.DistanceUnit, 3);
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 1234);
+    EXPECT_EQ(sensor.device.Parameters().DistanceUnit, 3);
     sensor.Arrive("");
-    EXPECT_EQ(sensor.device.MeasValue, 4.05);
+    EXPECT_EQ(sensor.device.MeasValue(), 4.05);
     EXPECT_EQ(sensor.Arrive("    4.0510 ft\r\n"), EventDistance);
 }
 
@@ -386,8 +402,8 @@ TEST(Evaluate, ALateVerdictIsNoBinaryDistance)
     sensor.Arrive("\xB8\x0F\x00\x00"s);
     EXPECT_EQ(sensor.Arrive("OK 3"), EventNone);
     EXPECT_EQ(sensor.Arrive("01\r\n\xB9\x0F\x00\x00"s), EventDistance);
-    EXPECT_EQ(sensor.device.MeasValue_mm, 4025);
-    EXPECT_EQ(sensor.device.InBuffer, "");
+    EXPECT_EQ(sensor.device.MeasValue_mm(), 4025);
+    EXPECT_EQ(sensor.device.InBuffer(), "");
 }
 
 TEST(Evaluate, DumpFillsTheParameterSet)
@@ -403,15 +419,15 @@ TEST(Evaluate, DumpFillsTheParameterSet)
     EXPECT_EQ(sensor.Arrive(head + body), EventNone);
     EXPECT_EQ(sensor.Arrive("end\r\n"), EventConfiguration);
     const clsRVQ& device = sensor.device;
-    EXPECT_EQ(device.Identity.DeviceType + device.Identity.Attenuator + device.Identity.SerialNo +
-                  device.Identity.SWVersion + device.Identity.SWBuild + device.Identity.SWDate +
-                  device.Identity.HWPointer + device.sTemperature,
+    EXPECT_EQ(device.Identity().DeviceType + device.Identity().Attenuator + device.Identity().SerialNo +
+                  device.Identity().SWVersion + device.Identity().SWBuild + device.Identity().SWDate +
+                  device.Identity().HWPointer + device.sTemperature(),
               "ProfibusE47112.171.2.2024off31 C, NOK");
-    EXPECT_EQ(device.TempStatus, 0);
-    EXPECT_EQ(device.CommStatus, DialogueIdle);
+    EXPECT_EQ(device.TempStatus(), 0);
+    EXPECT_EQ(device.CommStatus(), DialogueIdle);
     value = 1;
     for (const ParameterDef& row : ParameterTable()) {
-        EXPECT_EQ(device.Parameters.*row.value, value++) << row.code;
+        EXPECT_EQ(device.Parameters().*row.value, value++) << row.code;
     }
 }
 
@@ -426,13 +442,14 @@ TEST(Evaluate, ATextIsNoLongerThanItsKindNeeds)
     Expecting sensor(DialogueIdle, "C");
     const clsRVQ& device = sensor.device;
     ASSERT_EQ(sensor.Arrive(dump + "end"), EventConfiguration);
-    for (const std::string* text : {&device.Identity.DeviceType, &device.Identity.Attenuator, &device.Identity.SerialNo,
-                                    &device.Identity.SWVersion, &device.Identity.SWBuild, &device.Identity.SWDate,
-                                    &device.Identity.HWPointer, &device.sTemperature}) {
+    for (const std::string* text :
+         {&device.Identity().DeviceType, &device.Identity().Attenuator, &device.Identity().SerialNo,
+          &device.Identity().SWVersion, &device.Identity().SWBuild, &device.Identity().SWDate,
+          &device.Identity().HWPointer, &device.sTemperature()}) {
         EXPECT_EQ(*text, endless.substr(0, 64));
     }
     ASSERT_EQ(sensor.Arrive("23 C," + endless), EventTemperature);
-    EXPECT_EQ(device.sTemperature, "23 C," + endless.substr(0, 59));
+    EXPECT_EQ(device.sTemperature(), "23 C," + endless.substr(0, 59));
 }
 
 TEST(Evaluate, UnstoredChangesAreThoseOfTheRunningSensorAlone)
@@ -447,10 +464,10 @@ TEST(Evaluate, UnstoredChangesAreThoseOfTheRunningSensorAlone)
     for (const auto& [serialNo, bytes, stays] : rows) {
         for (const bool unstored : {false, true}) {
             Expecting sensor(DialogueIdle, "C");
-            sensor.device.Identity.SerialNo = serialNo;
-            sensor.device.UnstoredChanges = unstored;
+            sensor.device.Identity().SerialNo = serialNo;
+            sensor.device.UnstoredChanges() = unstored;
             sensor.Arrive(bytes);
-            EXPECT_EQ(sensor.device.UnstoredChanges, unstored && stays) << serialNo << ": " << bytes;
+            EXPECT_EQ(sensor.device.UnstoredChanges(), unstored && stays) << serialNo << ": " << bytes;
         }
     }
 }
@@ -470,9 +487,9 @@ TEST(Evaluate, DumpIrregularities)
     };
     for (const auto& [lines, member, before, after] : rows) {
         Expecting sensor(DialogueIdle, "C");
-        sensor.device.Parameters.*member = before;
+        sensor.device.Parameters().*member = before;
         EXPECT_EQ(sensor.Arrive("Type: Serial\r\n"s + lines + "end"), EventConfiguration) << lines;
-        EXPECT_EQ(sensor.device.Parameters.*member, after) << lines;
+        EXPECT_EQ(sensor.device.Parameters().*member, after) << lines;
     }
 }
 
@@ -481,10 +498,10 @@ TEST(Evaluate, ASingleValueMayBeNone)
     using Row = std::pair<const char*, std::int32_t>;
     for (const auto& [bytes, mm] : {Row{"     No Echo\r\n", 0}, Row{"    TempErr!\r\n", kMarkerTempError}}) {
         Expecting sensor(DialogueIdle, "G");
-        sensor.device.MeasValue_mm = -1;
+        sensor.device.MeasValue_mm() = -1;
         EXPECT_EQ(sensor.Arrive(bytes), EventDistance) << "an \"E\" means refused elsewhere";
-        EXPECT_EQ(sensor.device.MeasValue_mm, mm);
-        EXPECT_EQ(sensor.device.LastCommand, "");
+        EXPECT_EQ(sensor.device.MeasValue_mm(), mm);
+        EXPECT_EQ(sensor.device.LastCommand(), "");
     }
 }
 
@@ -495,7 +512,7 @@ TEST(Evaluate, APollOfABinarySensorAnsweredInTextAsksForTheConfiguration)
             Expecting sensor(dialogue, "T", format);
             sensor.Arrive("23 C,  OK\r\n");
             sensor.Arrive("");
-            EXPECT_EQ(sensor.device.sTemperature, "23 C,  OK");
+            EXPECT_EQ(sensor.device.sTemperature(), "23 C,  OK");
             EXPECT_EQ(sensor.port.Sent, format == FormatAsciiUnit ? "" : "C") << format;
         }
     }
@@ -511,13 +528,13 @@ TEST(Evaluate, ABinarySensorThatAnswersInTextIsAskedOnce)
     for (const std::int32_t dialogue : {DialogueIdle, DialogueMeasuring}) {
         sensor.Expect(dialogue, "T");
         EXPECT_EQ(sensor.Arrive("24 C,  OK\r\n"), EventTemperature);
-        EXPECT_EQ(sensor.device.CommStatus, dialogue) << "the measurement goes on";
+        EXPECT_EQ(sensor.device.CommStatus(), dialogue) << "the measurement goes on";
         EXPECT_EQ(sensor.port.TakeSent(), "") << "its dump has said the same";
     }
     sensor.Expect(DialogueIdle, "T");
     sensor.Arrive("RVQ ready\r\n");
     sensor.Expect(DialogueIdle, "T");
-    sensor.device.InBuffer.clear();
+    sensor.device.InBuffer().clear();
     sensor.Arrive("24 C,  OK\r\n");
     EXPECT_EQ(sensor.port.TakeSent(), "C") << "a restarted sensor may have another format";
 }
@@ -526,16 +543,16 @@ TEST(Evaluate, AFloodKeepsItsNewestBytes)
 {
     Expecting sensor(DialogueIdle, "T");
     EXPECT_EQ(sensor.Arrive(std::string(2 * clsRVQ::kMaxPending, 'x') + "\r\n23 C"), EventNone);
-    EXPECT_EQ(sensor.device.InBuffer.size(), clsRVQ::kMaxPending);
+    EXPECT_EQ(sensor.device.InBuffer().size(), clsRVQ::kMaxPending);
     EXPECT_EQ(sensor.Arrive(",  OK\r\n"), EventTemperature);
-    EXPECT_EQ(sensor.device.sTemperature, "23 C,  OK");
+    EXPECT_EQ(sensor.device.sTemperature(), "23 C,  OK");
 }
 
 TEST(Evaluate, NothingIsSentDuringAWait)
 {
     for (const char* bytes : {"", "Sensor ready", "noise"}) {
         Expecting sensor(DialogueNone, "");
-        sensor.device.Wait.Running = true;
+        sensor.device.Wait().Running = true;
         sensor.At(kPast_ms);
         EXPECT_EQ(sensor.Arrive(bytes), EventNoAnswer) << bytes << ": the wait must end";
         EXPECT_EQ(sensor.port.Sent, "") << bytes;
@@ -557,8 +574,8 @@ TEST(Evaluate, HowTheBytesAreCutMakesNoDifference)
                 EXPECT_NE(sensor.Arrive(stream.substr(at, piece)), EventCrcError);
             }
             sensor.Arrive(""); // a line without a partner waits for one more evaluation
-            EXPECT_EQ(sensor.device.MeasValue_mm, 1234);
-            EXPECT_EQ(sensor.device.InBuffer, "");
+            EXPECT_EQ(sensor.device.MeasValue_mm(), 1234);
+            EXPECT_EQ(sensor.device.InBuffer(), "");
         }
     }
 }

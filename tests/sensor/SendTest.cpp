@@ -52,7 +52,7 @@ TEST(SendCommand, DeadlineOfEachCommand)
         ScriptedSensor sensor;
         sensor.port.Rate = rate;
         sensor.device.SendCommand(command);
-        EXPECT_NEAR((sensor.device.FailTime - ScriptedSensor::kStart) * kMsPerDay, wait_ms, 0.01)
+        EXPECT_NEAR((sensor.device.FailTime() - ScriptedSensor::kStart) * kMsPerDay, wait_ms, 0.01)
             << command << " at " << rate;
     }
 }
@@ -60,13 +60,13 @@ TEST(SendCommand, DeadlineOfEachCommand)
 TEST(SendCommand, LeavesNothingOfWhatWasBefore)
 {
     ScriptedSensor sensor;
-    sensor.device.EventNr = EventAcknowledged;
-    sensor.device.InBuffer = "old";
+    sensor.device.EventNr() = EventAcknowledged;
+    sensor.device.InBuffer() = "old";
     sensor.device.SendCommand("302 50\r");
     EXPECT_EQ(sensor.port.Sent, "302 50\r");
-    EXPECT_EQ(sensor.device.LastCommand, "302 50\r");
-    EXPECT_EQ(sensor.device.EventNr, EventNone);
-    EXPECT_EQ(sensor.device.InBuffer, "");
+    EXPECT_EQ(sensor.device.LastCommand(), "302 50\r");
+    EXPECT_EQ(sensor.device.EventNr(), EventNone);
+    EXPECT_EQ(sensor.device.InBuffer(), "");
 }
 
 TEST(SendCommand, AFullLineNeverMixesTwoCommands)
@@ -125,14 +125,14 @@ TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
         {"a pulled plug", [](ScriptedSensor& s) { s.port.Vanished = true, s.Arrive(""); }, EventNoAnswer},
         {"a port opened anew", [](ScriptedSensor& s) { s.device.CloseComPort(), s.device.OpenComPort(1, 9600); },
          EventNoAnswer},
-        {"the end of the program", [](ScriptedSensor& s) { s.device.Wait.Ended = true; }, EventNoAnswer},
+        {"the end of the program", [](ScriptedSensor& s) { s.device.EndWaits(); }, EventNoAnswer},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         ScriptedSensor sensor;
-        sensor.device.CommStatus = DialogueIdle;
-        sensor.device.Parameters.TimeOut = 2;
-        sensor.device.Journal.Append(EventAcknowledged); // from an earlier command
+        sensor.device.CommStatus() = DialogueIdle;
+        sensor.device.Parameters().TimeOut = 2;
+        sensor.device.Journal().Append(EventAcknowledged); // from an earlier command
         int pumps = 0;
         const auto pump = [&] {
             if (++pumps > 2) {
@@ -141,22 +141,22 @@ TEST(SendParameter, EndsWithTheVerdictOrWithoutAnAnswer)
             pumps == 2 ? row.happens(sensor) : void();
         };
         EXPECT_EQ(SendParameter(sensor.device, "302", pump), row.answer);
-        EXPECT_EQ(sensor.device.EventNr, row.answer);
+        EXPECT_EQ(sensor.device.EventNr(), row.answer);
         EXPECT_TRUE(sensor.port.Sent.starts_with("302 50\r"));
-        EXPECT_FALSE(sensor.device.Wait.Running);
+        EXPECT_FALSE(sensor.device.Wait().Running);
     }
 }
 
 TEST(SendParameter, RefusesToStartInsideAWaitOrATick)
 {
     ScriptedSensor sensor;
-    sensor.device.CommStatus = DialogueIdle;
+    sensor.device.CommStatus() = DialogueIdle;
     const auto pump = [&] {
         EXPECT_THROW(SendParameter(sensor.device, "304", [] {}), std::logic_error);
         sensor.Arrive("OK 302\r\n");
     };
     EXPECT_EQ(SendParameter(sensor.device, "302", pump), EventAcknowledged);
-    sensor.device.CommStatus = DialogueMeasuring;
+    sensor.device.CommStatus() = DialogueMeasuring;
     EXPECT_THROW(SendParameter(sensor.device, "302", [] {}), std::logic_error) << "a verdict would never come";
     const modRVQComm::TickScope tick(sensor.device);
     EXPECT_THROW(modRVQComm::ChangeParameter(sensor.device, "302", [] {}), std::logic_error);
@@ -167,11 +167,11 @@ TEST(ChangeParameter, StartsNothingWhenTheProgramEndsOrThePortIsNoLongerTheSame)
 {
     using Row = std::pair<const char*, void (*)(clsRVQ&)>;
     for (const auto& [what, happens] :
-         {Row{"the end", [](clsRVQ& device) { device.Wait.Ended = true; }},
+         {Row{"the end", [](clsRVQ& device) { device.EndWaits(); }},
           Row{"a closed port", [](clsRVQ& device) { device.CloseComPort(); }},
           Row{"another device", [](clsRVQ& device) { device.CloseComPort(), device.OpenComPort(1, 9600); }}}) {
         ScriptedSensor sensor;
-        sensor.device.CommStatus = DialogueMeasuring;
+        sensor.device.CommStatus() = DialogueMeasuring;
         modRVQComm::ChangeParameter(sensor.device, "304", [&, act = happens] { act(sensor.device); });
         EXPECT_EQ(sensor.port.Sent, "S304 0\r") << what;
     }

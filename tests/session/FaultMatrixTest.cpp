@@ -31,19 +31,19 @@ constexpr Ending kHangs, kDone{'D', "done"},
 /// Whether the idle sensor has just answered a poll.
 bool hasPolled(FaultCell& cell)
 {
-    return cell.device.EventNr == EventTemperature && cell.device.CommStatus == DialogueIdle;
+    return cell.device.EventNr() == EventTemperature && cell.device.CommStatus() == DialogueIdle;
 }
 
 bool hasDistance(FaultCell& cell)
 {
-    return cell.device.EventNr == EventDistance;
+    return cell.device.EventNr() == EventDistance;
 }
 
 /// After a damaged dump or an announcement the sensor looks like another one, or like one that works with its stored
 /// settings.
 bool hasUnstored(const FaultCell& cell)
 {
-    return cell.device.UnstoredChanges || cell.fault.rate != nullptr;
+    return cell.device.UnstoredChanges() || cell.fault.rate != nullptr;
 }
 
 void change(FaultCell& cell, std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value)
@@ -99,7 +99,7 @@ const Operation kOperations[] = {
      [](C& c) { return hasUnstored(c) && c.window.told.ends_with("select 1274 ") && c.sensor.Parameter("701") == 77; }},
     {"store", false, true, 6, "D F F D  DF  D  D DF  DF  D  D  F F  D  D D D",
      [](C& c) { c.transfer.StoreInSensor(); },
-     [](C& c) { return !c.device.UnstoredChanges && c.window.told == "1271 " &&
+     [](C& c) { return !c.device.UnstoredChanges() && c.window.told == "1271 " &&
                        c.sensor.StoredParameter("701") == c.sensor.Parameter("701"); }},
     {"defaults", true, true, 8, "D F F D  DF  F  D DF  DF  F  D  F F  D  D D D",
      [](C& c) { c.transfer.SetDefaults(); },
@@ -146,7 +146,7 @@ std::optional<Ending> saidOf(const FaultCell& cell)
     if (cell.HasSaid("No connection to sensor")) {
         return kNoConnection;
     }
-    const bool anew = cell.device.Openings != cell.openingsBefore && cell.device.CommStatus != DialogueNone;
+    const bool anew = cell.device.Openings() != cell.openingsBefore && cell.device.CommStatus() != DialogueNone;
     return anew ? std::optional(kAnew) : std::nullopt;
 }
 
@@ -157,7 +157,7 @@ std::optional<Ending> endOf(FaultCell& cell, const Operation& operation)
         return kDone;
     }
     const auto said = saidOf(cell);
-    if (said || cell.device.CommStatus == DialogueNone) {
+    if (said || cell.device.CommStatus() == DialogueNone) {
         return said;
     }
     if (operation.waits) {
@@ -188,7 +188,7 @@ bool isConnected(FaultCell& cell)
     cell.Mend();
     return cell.StepUntil(20, [&] {
         return cell.Elapsed_s() > 1.0 && cell.view.dialogue != DialogueNone &&
-               (!cell.loop.IsMeasuring() || cell.device.EventNr == EventDistance);
+               (!cell.loop.IsMeasuring() || cell.device.EventNr() == EventDistance);
     });
 }
 
@@ -209,8 +209,8 @@ bool measures(FaultCell& cell)
         cell.loop.StartStop({});
     }
     return cell.StepUntil(4, [&] {
-        return cell.device.EventNr == EventDistance &&
-               std::abs(cell.device.MeasValue_mm - 3300 - cell.sensor.Parameter("701")) <= 1;
+        return cell.device.EventNr() == EventDistance &&
+               std::abs(cell.device.MeasValue_mm() - 3300 - cell.sensor.Parameter("701")) <= 1;
     });
 }
 
@@ -235,11 +235,11 @@ bool isRecorded(FaultCell& cell)
     std::vector<std::string> shown, played;
     for (const std::string& distance : cell.view.distances) {
         // A temperature error that the sensor sends as a word is recorded as no echo.
-        const bool inWords = distance == "TempError" && cell.device.Parameters.OutputFormat < FormatBinary;
+        const bool inWords = distance == "TempError" && cell.device.Parameters().OutputFormat < FormatBinary;
         shown.push_back(inWords ? "No" : wordOf(distance));
     }
     const auto show = [&](const Measurement& measurement) { played.push_back(wordOf(DistanceText(measurement, '.'))); };
-    const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device.Parameters,
+    const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device.Parameters(),
                                               {show, [](double) { return true; }}, cell.recorder.Played);
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }

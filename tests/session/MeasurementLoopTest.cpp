@@ -30,7 +30,7 @@ struct Monitor {
     /// Measuring, the first distance shown.
     void Measure()
     {
-        sensor.device.CommStatus = DialogueIdle;
+        sensor.device.CommStatus() = DialogueIdle;
         loop.StartStop({});
         Tick(kLine);
         Sent();
@@ -71,13 +71,13 @@ TEST(MeasurementLoop, StartsShowsAndStops)
 TEST(MeasurementLoop, MarkersAreShownAndNotCharted)
 {
     Monitor monitor;
-    monitor.sensor.device.Parameters.OutputFormat = FormatBinary;
-    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.sensor.device.Parameters().OutputFormat = FormatBinary;
+    monitor.sensor.device.CommStatus() = DialogueIdle;
     monitor.loop.StartStop({});
     monitor.Tick("\xFF\xFF\xFF\x7F"s);
     EXPECT_EQ(monitor.view.distance, "No Echo");
     EXPECT_FALSE(monitor.view.shutDown);
-    monitor.sensor.device.Parameters.DistanceUnit = 0;
+    monitor.sensor.device.Parameters().DistanceUnit = 0;
     monitor.Tick("\xF0\xFF\xFF\x7F"s);
     EXPECT_EQ(monitor.view.distance, "TempError");
     EXPECT_TRUE(monitor.view.shutDown) << "the value is exactly the marker";
@@ -91,7 +91,7 @@ TEST(MeasurementLoop, ZeroIsChartedOnlyWhenWantedAndGapsAreMarkedOnce)
     for (const bool wanted : {false, true}) {
         monitor.settings.ShowZeroValues = wanted;
         for (double time : {1.0, 2.0}) {
-            monitor.loop.Show({0.0, 0, monitor.sensor.device.Parameters.DistanceUnit, FormatAsciiUnit, time});
+            monitor.loop.Show({0.0, 0, monitor.sensor.device.Parameters().DistanceUnit, FormatAsciiUnit, time});
         }
         EXPECT_EQ(monitor.view.points.size(), wanted ? 3U : 1U);
         EXPECT_EQ(monitor.view.gaps, 1);
@@ -117,7 +117,7 @@ TEST(MeasurementLoop, AnotherUnitBeginsAnotherChart)
     Monitor monitor;
     monitor.Measure();
     const int resets = monitor.view.resets;
-    monitor.sensor.device.Parameters.DistanceUnit = 3;
+    monitor.sensor.device.Parameters().DistanceUnit = 3;
     monitor.Tick("     9.000 ft\r\n");
     EXPECT_EQ(monitor.view.resets, resets + 1);
     EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
@@ -142,8 +142,8 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
     };
     for (const Row& row : rows) {
         Monitor monitor;
-        monitor.sensor.device.Parameters.OutputMode = OutputSingle;
-        monitor.sensor.device.CommStatus = DialogueIdle;
+        monitor.sensor.device.Parameters().OutputMode = OutputSingle;
+        monitor.sensor.device.CommStatus() = DialogueIdle;
         int passes = 0;
         monitor.loop.StartStop([&] {
             if (++passes == row.in) {
@@ -157,8 +157,8 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
         EXPECT_EQ(monitor.Sent(), "M") << row.name;
         EXPECT_EQ(monitor.view.distance, row.found ? "1.234 m" : "") << row.name;
         EXPECT_EQ(monitor.view.points.size(), row.found ? 1U : 0U) << row.name;
-        EXPECT_TRUE(!row.found || monitor.view.points[0].first == monitor.sensor.device.CurrentTime);
-        EXPECT_EQ(monitor.sensor.device.CommStatus == DialogueIdle, row.found) << row.name;
+        EXPECT_TRUE(!row.found || monitor.view.points[0].first == monitor.sensor.device.CurrentTime());
+        EXPECT_EQ(monitor.sensor.device.CommStatus() == DialogueIdle, row.found) << row.name;
         EXPECT_FALSE(monitor.loop.IsMeasuring()) << row.name;
         monitor.sensor.port.Arriving.clear();
         monitor.Tick();
@@ -203,7 +203,7 @@ TEST(MeasurementLoop, NoAnswerIsNotReportedWhereNoneIsOwed)
     for (const bool isHot : {false, true}) {
         Monitor monitor;
         monitor.Measure();
-        (isHot ? monitor.sensor.device.TempStatus : monitor.sensor.device.Parameters.OutputMode) =
+        (isHot ? monitor.sensor.device.TempStatus() : monitor.sensor.device.Parameters().OutputMode) =
             isHot ? 0 : OutputSingle;
         monitor.Tick({}, 3100);
         EXPECT_EQ(monitor.view.status[0], isHot ? "TempError" : "Read new distance value");
@@ -214,11 +214,11 @@ TEST(MeasurementLoop, NoAnswerIsNotReportedWhereNoneIsOwed)
 TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
 {
     Monitor monitor;
-    monitor.sensor.device.ReadTempInterval = 1000;
+    monitor.sensor.device.ReadTempInterval() = 1000;
     monitor.loop.PollTemperature(true);
     monitor.Measure(); // "M" was sent, then "S" right after the distance
     EXPECT_TRUE(monitor.loop.IsTemperaturePending());
-    EXPECT_EQ(monitor.sensor.device.CommStatus, DialogueMeasuring) << "the lamp stays green";
+    EXPECT_EQ(monitor.sensor.device.CommStatus(), DialogueMeasuring) << "the lamp stays green";
     monitor.Tick(kLine); // a value still in flight
     monitor.Tick({}, 2000);
     monitor.Tick("31 C,  OK\r\n");
@@ -226,23 +226,40 @@ TEST(MeasurementLoop, TemperatureIsReadBetweenDistances)
     EXPECT_FALSE(monitor.loop.IsTemperaturePending());
     int stops = 0;
     for (int i = 0; i < 60; ++i) { // three seconds of distances
-        monitor.sensor.device.LastCommand = "m";
+        monitor.sensor.device.LastCommand("m");
         monitor.Tick(kLine);
         stops += monitor.Sent() == "S" ? 1 : 0;
     }
     EXPECT_LE(stops, 3);
     EXPECT_GE(stops, 2);
     monitor.loop.PollTemperature(false);
-    monitor.sensor.device.LastCommand = "m";
+    monitor.sensor.device.LastCommand("m");
     monitor.Tick(kLine, 5000);
     EXPECT_EQ(monitor.Sent(), "");
+}
+
+TEST(MeasurementLoop, ATemperatureThrowsAwayNoDistanceThatIsStillDue)
+{
+    Monitor monitor;
+    monitor.sensor.device.Parameters().OutputFormat = FormatBinary;
+    monitor.Measure();
+    for (int i = 0; i < 4; ++i) {
+        monitor.Tick("\x10\x27\x00\x00"s);
+    }
+    monitor.loop.PollTemperature(true);
+    monitor.Tick("\xAA\x11\x27\x00"s); // a jump, or damage: the next one will tell
+    const std::size_t before = monitor.view.points.size();
+    EXPECT_EQ(monitor.Sent(), "");
+    monitor.Tick("\xAB\x11\x27\x00"s);
+    EXPECT_EQ(monitor.view.points.size(), before + 2);
+    EXPECT_EQ(monitor.Sent(), "S");
 }
 
 TEST(MeasurementLoop, MeasuringResumesOnlyWhenTheConfigurationHasBeenRead)
 {
     Monitor monitor;
     monitor.loop.MeasureWhenConnected();
-    monitor.sensor.device.Parameters.OutputFormat = FormatBinary;
+    monitor.sensor.device.Parameters().OutputFormat = FormatBinary;
     monitor.sensor.Expect(DialogueIdle, "T");
     monitor.Tick("23 C,  OK\r\n"); // a text: the format has changed
     EXPECT_EQ(monitor.Sent(), "C");
@@ -262,7 +279,7 @@ TEST(MeasurementLoop, AReopenedPortIsAskedAtOnce)
     monitor.sensor.port.Vanished = false;
     monitor.Tick("half a line of the new device");
     EXPECT_EQ(monitor.Sent(), "X") << "whatever the old one owed";
-    EXPECT_EQ(monitor.sensor.device.InBuffer, "");
+    EXPECT_EQ(monitor.sensor.device.InBuffer(), "");
 }
 
 TEST(MeasurementLoop, APortThatDoesNotOpenIsTriedWithGrowingPausesUntilSomethingChanges)
@@ -357,12 +374,12 @@ TEST(MeasurementLoop, AnOpeningThatTakesSeveralTicksIsFollowedToItsEnd)
     monitor.settings.Baudrate = 115200;
     monitor.loop.ChangeBaudrate();
     EXPECT_EQ(tick(1), Calls());
-    const std::int32_t openings = monitor.sensor.device.Openings;
+    const std::int32_t openings = monitor.sensor.device.Openings();
     port.Reached = PortState::Open;
     monitor.Tick();
     EXPECT_EQ(port.Calls, Calls{"baud 115200"});
     EXPECT_EQ(monitor.view.status[0], "");
-    EXPECT_EQ(monitor.sensor.device.Openings, openings + 1);
+    EXPECT_EQ(monitor.sensor.device.Openings(), openings + 1);
     monitor.Tick();
     EXPECT_EQ(monitor.Sent(), "X");
 }
@@ -381,15 +398,15 @@ TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
         {"averaging",
          [](Monitor& m) {
              m.loop.ChangeSetting("301", &ParameterSet::AverageDepth, 2,
-                                  [&m] { m.Tick(m.sensor.device.LastCommand == "T" ? "\x17\x01" : "OK 301\r\n"); });
+                                  [&m] { m.Tick(m.sensor.device.LastCommand() == "T" ? "\x17\x01" : "OK 301\r\n"); });
          },
          "301 64\r"},
     };
     for (const Row& row : rows) {
         Monitor monitor;
         monitor.Tick();
-        monitor.sensor.device.Parameters.OutputFormat = FormatBinary;
-        monitor.sensor.device.CommStatus = DialogueIdle;
+        monitor.sensor.device.Parameters().OutputFormat = FormatBinary;
+        monitor.sensor.device.CommStatus() = DialogueIdle;
         monitor.sensor.device.SendCommand("T");
         monitor.Sent();
         int ticks = 0;
@@ -409,9 +426,9 @@ TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
 {
     Monitor monitor;
     monitor.Tick();
-    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.sensor.device.CommStatus() = DialogueIdle;
     const char* dump = "Type: Serial\r\nPointer: off\r\n301: 4\r\nend\r\n";
-    const auto pump = [&] { monitor.Tick(monitor.sensor.device.LastCommand == "C" ? dump : "OK 301\r\n"); };
+    const auto pump = [&] { monitor.Tick(monitor.sensor.device.LastCommand() == "C" ? dump : "OK 301\r\n"); };
     monitor.loop.PumpEvents = pump;
     monitor.sensor.device.SendCommand("C");
     monitor.loop.ChangeSetting("301", &ParameterSet::AverageDepth, 1, pump);
@@ -426,8 +443,8 @@ TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
 TEST(MeasurementLoop, LinesThatChangeWithoutAUnitAskForTheConfiguration)
 {
     Monitor monitor;
-    monitor.sensor.device.Parameters.OutputFormat = FormatAscii;
-    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.sensor.device.Parameters().OutputFormat = FormatAscii;
+    monitor.sensor.device.CommStatus() = DialogueIdle;
     monitor.loop.StartStop({});
     monitor.Tick("       1.234\r\n");
     monitor.Sent();
@@ -447,8 +464,8 @@ TEST(MeasurementLoop, SingleValuesThatChangeWithoutAUnitAskForTheConfiguration)
 {
     Monitor monitor;
     monitor.Tick();
-    monitor.sensor.device.Parameters.OutputFormat = FormatAscii;
-    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.sensor.device.Parameters().OutputFormat = FormatAscii;
+    monitor.sensor.device.CommStatus() = DialogueIdle;
     for (const char* line : {"       1.234\r\n", "        1234\r\n", "        1235\r\n"}) {
         monitor.loop.RequestSingleValue();
         EXPECT_EQ(monitor.Sent().back(), 'G');
@@ -462,7 +479,7 @@ TEST(MeasurementLoop, ACommandEndsWithThePortItWaitsFor)
 {
     Monitor monitor;
     monitor.Tick();
-    monitor.sensor.device.CommStatus = DialogueIdle;
+    monitor.sensor.device.CommStatus() = DialogueIdle;
     monitor.sensor.device.SendCommand("T");
     monitor.Sent();
     monitor.sensor.port.OpenResult = -1;
@@ -512,7 +529,7 @@ TEST(MeasurementLoop, ANoisyLineOfCheckedFramesStaysUpToDate)
     // 960 bytes a second, one foreign byte in a hundred.
     Monitor monitor;
     std::mt19937 random(3);
-    monitor.sensor.device.Parameters.OutputFormat = FormatBinaryCrc;
+    monitor.sensor.device.Parameters().OutputFormat = FormatBinaryCrc;
     monitor.Measure();
     for (int tick = 0; tick < 2000; ++tick) {
         std::string bytes;
@@ -521,7 +538,7 @@ TEST(MeasurementLoop, ANoisyLineOfCheckedFramesStaysUpToDate)
             bytes += "\x10\x27\x00\x00\xB4\xEF"s[static_cast<std::size_t>(i % 6)];
         }
         monitor.Tick(bytes);
-        ASSERT_LT(monitor.sensor.device.InBuffer.size(), 200U);
+        ASSERT_LT(monitor.sensor.device.InBuffer().size(), 200U);
     }
     EXPECT_GT(monitor.view.points.size(), 1900U);
 }
@@ -556,10 +573,10 @@ TEST(MeasurementLoop, AClockThatIsSetNeitherPutsOffATemperatureNorBringsItForwar
 {
     for (const double jump_ms : {-3600e3, 3600e3}) {
         Monitor monitor;
-        monitor.sensor.device.ReadTempInterval = 1000;
+        monitor.sensor.device.ReadTempInterval() = 1000;
         monitor.loop.PollTemperature(true);
         monitor.Measure(); // and the first temperature is due
-        monitor.sensor.device.LastCommand = "m";
+        monitor.sensor.device.LastCommand("m");
         monitor.Tick(kLine, jump_ms);
         EXPECT_EQ(monitor.Sent(), "") << jump_ms;
         monitor.Tick(kLine, 1001);

@@ -44,12 +44,12 @@ TEST(Transfer, UploadStoringAndDownloadAreTheSameHoweverTheBytesAreCut)
         EXPECT_EQ(window.progress.step, 25);
         EXPECT_EQ(window.progress.steps, 25);
         EXPECT_EQ(window.entry.Parameters.DistanceWindow, 20000);
-        EXPECT_TRUE(window.line.device.UnstoredChanges);
+        EXPECT_TRUE(window.line.device.UnstoredChanges());
 
         window.transfer.StoreInSensor();
         EXPECT_EQ(window.line.TakeLog(), "999 \r");
         EXPECT_EQ(window.TakeTold(), "1271 ");
-        EXPECT_FALSE(window.line.device.UnstoredChanges);
+        EXPECT_FALSE(window.line.device.UnstoredChanges());
         EXPECT_EQ(window.line.sensor.StoredParameter("101"), 0);
         window.entry.Parameters.DistanceUnit = 7;
         window.transfer.Download();
@@ -92,8 +92,8 @@ TEST(Transfer, AFailureIsAskedAbout)
     EXPECT_EQ(window.line.TakeLog(), "101 ASCII+UNIT\r|101 ASCII+UNIT\r|111 M\r");
     EXPECT_EQ(window.TakeTold(), "ask 1293 ask 1293 ask 1293 !1361:1293 ");
     EXPECT_EQ(window.entry.Parameters.Offset, 0) << "the entry keeps what was read";
-    EXPECT_FALSE(window.line.device.UnstoredChanges);
-    EXPECT_FALSE(window.line.device.Wait.Running);
+    EXPECT_FALSE(window.line.device.UnstoredChanges());
+    EXPECT_FALSE(window.line.device.Wait().Running);
 }
 
 TEST(Transfer, SaysWhatWasNotDoneAndWhy)
@@ -142,7 +142,7 @@ TEST(Transfer, ASensorThatRestartsIsSentEverythingAgain)
         const bool again = answer == FailureAnswer::Retry;
         EXPECT_TRUE(log.starts_with(sent + (again ? "101 ASCII+UNIT\r|" : "305 0\r|"))) << log;
         EXPECT_EQ(window.TakeTold(), "ask 1292 select 1274 ");
-        EXPECT_EQ(window.line.device.Parameters.Offset, 12);
+        EXPECT_EQ(window.line.device.Parameters().Offset, 12);
     }
 }
 
@@ -158,7 +158,7 @@ TEST(Transfer, AMeasurementGoesOnOnlyWithTheSameSensor)
         Configuration entry;
         clsRecordingTransferView view;
         clsTransfer transfer(sensor.device, entry, view, [&, act = happens] { act(sensor); });
-        sensor.device.CommStatus = DialogueMeasuring;
+        sensor.device.CommStatus() = DialogueMeasuring;
         transfer.StoreInSensor();
         EXPECT_EQ(sensor.port.Sent, sent) << what;
     }

@@ -56,10 +56,10 @@ public:
 
     StreamResult Play()
     {
-        m_device.Parameters.OutputFormat = m_case.format;
-        m_device.Parameters.DistanceUnit = m_case.unit;
+        m_device.Parameters().OutputFormat = m_case.format;
+        m_device.Parameters().DistanceUnit = m_case.unit;
         m_loop.Tick(days()); // opens the port
-        m_device.CommStatus = DialogueIdle;
+        m_device.CommStatus() = DialogueIdle;
         m_loop.StartStop({});
         m_value_mm = (m_case.from_mm + m_case.to_mm) / 2;
         const bool isDamaging = m_case.damage != Damage::None;
@@ -225,7 +225,7 @@ private:
     Line m_line;
     View m_view{*this};
     modGlobals::Settings m_settings;
-    clsRVQ m_device{m_line, {}};
+    OpenRVQ m_device{m_line, {}};
     clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
     double m_now_s = 1000.0;
     double m_value_mm = 0.0, m_noisy_mm = 0.0;

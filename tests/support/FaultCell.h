@@ -72,7 +72,7 @@ struct FaultCell : SensorOnLine {
         Tick();
         if (Elapsed_s() > limit_s && !isDead) {
             isDead = true;
-            device.Wait.Ended = true;
+            device.Wait().Ended = true;
         }
     }
     bool StepUntil(double most_s, const std::function<bool()>& condition)
@@ -85,16 +85,16 @@ struct FaultCell : SensorOnLine {
     }
     void Begin(double most_s)
     {
-        start = device.CurrentTime;
+        start = device.CurrentTime();
         limit_s = most_s;
     }
-    double Elapsed_s() const { return (device.CurrentTime - start) * kSecondsPerDay; }
+    double Elapsed_s() const { return (device.CurrentTime() - start) * kSecondsPerDay; }
 
     void Break()
     {
         sensorPace = fault.pace;
         view.messages.clear();
-        openingsBefore = device.Openings;
+        openingsBefore = device.Openings();
         linesBefore = recorder.Lines();
         if (fault.rate != nullptr) {
             sensor.Faults().*fault.rate = fault.value;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sensor/Crc16.h"
-#include "sensor/clsRVQ.h"
+#include "tests/support/OpenRVQ.h"
 #include "tests/support/clsScriptedPort.h"
 
 #include <string>
@@ -25,7 +25,7 @@ struct ScriptedSensor {
 
     clsScriptedPort port;
     std::vector<std::int32_t> pauses;
-    clsRVQ device{port, [this](std::int32_t ms) { pauses.push_back(ms); }};
+    OpenRVQ device{port, [this](std::int32_t ms) { pauses.push_back(ms); }};
 
     ScriptedSensor()
     {
@@ -35,14 +35,14 @@ struct ScriptedSensor {
     }
 
     /// Sets the device's clock to this many milliseconds after the start.
-    void At(double ms) { device.CurrentTime = kStart + ms / kMsPerDay; }
+    void At(double ms) { device.CurrentTime() = kStart + ms / kMsPerDay; }
 
     /// Puts the dialogue into a state with a deadline 2000 ms after the start.
     void Expect(std::int32_t commStatus, std::string_view lastCommand)
     {
-        device.CommStatus = commStatus;
-        device.LastCommand = lastCommand;
-        device.FailTime = kStart + 2000 / kMsPerDay;
+        device.CommStatus() = commStatus;
+        device.LastCommand(lastCommand);
+        device.FailTime() = kStart + 2000 / kMsPerDay;
     }
 
     /// Lets bytes arrive and evaluates; returns the event.
@@ -51,6 +51,6 @@ struct ScriptedSensor {
         port.Arriving += bytes;
         device.ReadComportData();
         device.EvaluateInBuffer();
-        return device.EventNr;
+        return device.EventNr();
     }
 };

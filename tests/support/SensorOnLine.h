@@ -42,7 +42,7 @@ struct SensorOnLine {
     modPComm::PortDevices devices;
     Port port{*this};
     modGlobals::Settings settings{.Baudrate = kRate, .Language = LanguageEnglish};
-    clsRVQ device{port, [this](std::int32_t ms) { pass(ms / 1000.0); }};
+    OpenRVQ device{port, [this](std::int32_t ms) { pass(ms / 1000.0); }};
     clsRecordingView view;
     clsMeasurementLoop loop{device, settings, view, '.'};
 
@@ -65,7 +65,7 @@ struct SensorOnLine {
     }
     bool UntilEvent(std::int32_t event)
     {
-        return Until([&] { return device.EventNr == event; });
+        return Until([&] { return device.EventNr() == event; });
     }
     /// Waits for a configuration dump and then for a quiet line: the last line end of the dump comes after the event,
     /// and a measurement must not begin with it.

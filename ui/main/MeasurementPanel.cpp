@@ -191,7 +191,7 @@ void MeasurementPanel::cmdStart_Click()
     const auto nextPass = [this] {
         QElapsedTimer passed;
         passed.start();
-        while (passed.elapsed() < clsMeasurementLoop::kPass_ms && !m_session->Device().Wait.Ended) {
+        while (passed.elapsed() < clsMeasurementLoop::kPass_ms && !m_session->Device().Wait().Ended) {
             PumpEvents(); // the timer wakes it
         }
         return modAPI::LocalTime();
@@ -277,10 +277,10 @@ void MeasurementPanel::ShowAges()
     const auto words = [this](const std::optional<ValueAge>& age) {
         return age ? Text(age->Text, m_settings->Language).arg(age->Amount) : QString();
     };
-    const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), device.ReadTempInterval);
-    const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, device.PortIsOpen));
+    const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), device.ReadTempInterval());
+    const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, device.PortIsOpen()));
     showAge(*lblMeasValue, *lblMeasAge, ofDistance);
-    showAge(*lblTemperature, *lblTempAge, words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen)));
+    showAge(*lblTemperature, *lblTempAge, words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen())));
     if (m_textWindow != nullptr) {
         m_textWindow->ShowAge(ofDistance);
     }

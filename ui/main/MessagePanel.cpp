@@ -37,13 +37,13 @@ void MessagePanel::Follow(clsSession& session, const modGlobals::Settings& setti
 void MessagePanel::ShowStatus(std::int32_t panel, std::string_view text)
 {
     if (panel == 1) {
-        ShowStatus(FromUtf8(text), m_session->Device().CurrentTime);
+        ShowStatus(FromUtf8(text), m_session->Device().CurrentTime());
     }
 }
 
 void MessagePanel::ShowMessage(const QString& message)
 {
-    ShowMessage(message, m_session->Device().CurrentTime);
+    ShowMessage(message, m_session->Device().CurrentTime());
 }
 
 void MessagePanel::ShowFailure(const QString& message)

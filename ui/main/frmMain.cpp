@@ -145,7 +145,7 @@ void frmMain::timer_Tick()
 void frmMain::explainFailure()
 {
     const clsRVQ& device = m_session.Device();
-    const QString why = device.PortIsOpen ? QString() : OpenFailureText(device.LastFailure(), m_settings.Language);
+    const QString why = device.PortIsOpen() ? QString() : OpenFailureText(device.LastFailure(), m_settings.Language);
     if (pnlMessages->Explain(why)) {
         noteFailure();
     }

@@ -75,7 +75,7 @@ void frmMain::chooseDefaultDevice(std::string_view type)
 
 void frmMain::mnuConfigurationRVQ_Click()
 {
-    if (m_session.Device().Wait.Running || (m_settingsWindow != nullptr && m_settingsWindow->isVisible())) {
+    if (m_session.Device().Wait().Running || (m_settingsWindow != nullptr && m_settingsWindow->isVisible())) {
         return;
     }
     m_settingsWindow = std::make_unique<frmRVQ>(

@@ -67,5 +67,5 @@ void frmMain::finishWriting()
     if (!m_session.FinishWriting(kPatience)) {
         NoteFault(text(TextId::RecorderNotOnDisk).toUtf8().constData());
     }
-    m_session.ServeFiles(m_session.Device().CurrentTime);
+    m_session.ServeFiles(m_session.Device().CurrentTime());
 }

@@ -37,8 +37,8 @@ EditorRule RuleOf(const EditorState& state)
 
 TextId ConnectionTextId(const clsRVQ& device)
 {
-    if (!device.PortIsOpen) {
+    if (!device.PortIsOpen()) {
         return TextId::StatusPortNotOpen;
     }
-    return device.CommStatus == DialogueNone ? TextId::StatusNoConnection : TextId::None;
+    return device.CommStatus() == DialogueNone ? TextId::StatusNoConnection : TextId::None;
 }

@@ -69,7 +69,7 @@ void frmRVQ::showEvent(QShowEvent* event)
 
 void frmRVQ::begin()
 {
-    if (m_context.device.CommStatus != DialogueNone) {
+    if (m_context.device.CommStatus() != DialogueNone) {
         cmdDownload_Click();
     } else {
         ShowStatusText(ConnectionTextId(m_context.device));
@@ -175,7 +175,7 @@ Configuration& frmRVQ::selected() const
 void frmRVQ::cmbConfig_Click(int index)
 {
     cmbConfig->setCurrentIndex(index);
-    if (index == kDevice && m_context.device.CommStatus == DialogueNone) {
+    if (index == kDevice && m_context.device.CommStatus() == DialogueNone) {
         takeDefaultType(m_context.library.Device(), m_context.settings.DefaultDevice);
     }
     fill(selected());
@@ -246,8 +246,8 @@ void frmRVQ::applyRule()
 {
     const EditorRule rule = RuleOf({.serial = m_serial,
                                     .analogOutput = CheckOf(ChoiceAnalogOutput)->isChecked(),
-                                    .connected = m_context.device.CommStatus != DialogueNone,
-                                    .busy = m_transfer.IsBusy() || m_context.device.Wait.Running,
+                                    .connected = m_context.device.CommStatus() != DialogueNone,
+                                    .busy = m_transfer.IsBusy() || m_context.device.Wait().Running,
                                     .line = static_cast<std::size_t>(std::max(cmbConfig->currentIndex(), 0))});
     for (std::size_t i = 0; i < kFields.size(); ++i) {
         txtParameter[i]->setEnabled(rule.Fields[i]);
@@ -275,8 +275,8 @@ void frmRVQ::applyRule()
 void frmRVQ::markDifferences()
 {
     std::map<std::string_view, QString> inSensor;
-    if (m_context.device.CommStatus != DialogueNone && !m_transfer.IsBusy()) {
-        for (const Difference& row : Differences(shown(), m_context.device.Parameters, m_context.device.Identity,
+    if (m_context.device.CommStatus() != DialogueNone && !m_transfer.IsBusy()) {
+        for (const Difference& row : Differences(shown(), m_context.device.Parameters(), m_context.device.Identity(),
                                                  m_decimalSeparator, m_context.settings.Language)) {
             inSensor[row.code] = text(TextId::ToolTipInSensor).arg(FromUtf8(row.sensorText));
         }
@@ -295,7 +295,7 @@ void frmRVQ::markDifferences()
     for (std::size_t i = 0; i < kChoices.size(); ++i) {
         mark(kChoices[i].code, choiceMark[i], choice[i], QString());
     }
-    lblUnstored->setVisible(m_context.device.UnstoredChanges && m_context.device.CommStatus != DialogueNone &&
+    lblUnstored->setVisible(m_context.device.UnstoredChanges() && m_context.device.CommStatus() != DialogueNone &&
                             !m_transfer.IsBusy());
 }
 
@@ -308,7 +308,7 @@ QString frmRVQ::rangeText(std::size_t field) const
 
 void frmRVQ::showInformation()
 {
-    const SensorIdentity& sensor = m_context.device.Identity;
+    const SensorIdentity& sensor = m_context.device.Identity();
     ShowText(*lblSerialNo, FromBytes(sensor.SerialNo));
     ShowText(*lblSWVersion, FromBytes(sensor.SWVersion));
     ShowText(*lblSWBuild, FromBytes(sensor.SWBuild));
@@ -318,7 +318,7 @@ void frmRVQ::showInformation()
 
 frmRVQ::State frmRVQ::stateOf(const clsRVQ& device) const
 {
-    return {device.CommStatus, device.UnstoredChanges, device.Wait.Running || m_transfer.IsBusy()};
+    return {device.CommStatus(), device.UnstoredChanges(), device.Wait().Running || m_transfer.IsBusy()};
 }
 
 void frmRVQ::FollowDevice()

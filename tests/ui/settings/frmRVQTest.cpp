@@ -77,7 +77,7 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
 {
     Editor editor;
     EXPECT_EQ(editor.Status(), "Download configuration from Orvex finished") << "the opening download";
-    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.Identity.SerialNo);
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.Identity().SerialNo);
     EXPECT_FALSE(editor.Find("cmdDelete")->isEnabled());
     EXPECT_FALSE(editor.Box(8).isEnabled());
     editor.Find<QCheckBox>("chkAnalogOutput")->click();
@@ -91,7 +91,7 @@ TEST(SettingsWindow, ReadsEditsSendsAndStores)
     EXPECT_EQ(editor.Status(), "Upload configuration to Orvex finished");
     EXPECT_EQ(editor.Typed(5), "9900") << "read back";
     EXPECT_EQ(editor.Marks(), 0);
-    EXPECT_EQ(editor.line.device.Parameters.Offset, 123);
+    EXPECT_EQ(editor.line.device.Parameters().Offset, 123);
     EXPECT_TRUE(editor.Find<QLabel>("lblUnstored")->isVisible());
     editor.Click("cmdSaveSettings");
     EXPECT_EQ(editor.Status(), "Configuration data stored in Orvex");
@@ -280,9 +280,9 @@ TEST(SettingsWindow, ALongTextOfTheSensorIsPlainAndDoesNotWidenIt)
 {
     Editor editor;
     const int before = editor.window->minimumSizeHint().width();
-    editor.line.device.Identity.SerialNo = "<b>" + std::string(61, 'W');
+    editor.line.device.Identity().SerialNo = "<b>" + std::string(61, 'W');
     editor.window->FollowDevice();
-    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.Identity.SerialNo);
+    EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->text().toStdString(), editor.line.device.Identity().SerialNo);
     EXPECT_EQ(editor.Find<QLabel>("lblSerialNo")->textFormat(), Qt::PlainText);
     EXPECT_LE(editor.window->minimumSizeHint().width(), before + 24 * editor.window->fontMetrics().averageCharWidth());
 }
@@ -298,7 +298,7 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     EXPECT_TRUE(editor.Find("cmdClose")->isEnabled());
     EXPECT_FALSE(editor.Find("cmdUpload")->isEnabled()) << "no sensor answers";
 
-    editor.line.device.CommStatus = DialogueIdle;
+    editor.line.device.CommStatus() = DialogueIdle;
     editor.window->FollowDevice();
     editor.Click("cmdUpload");
     ASSERT_EQ(editor.questions.size(), 1U);
@@ -323,7 +323,7 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
         return FailureAnswer::Abort;
     };
     editor.Click("cmdUpload");
-    EXPECT_EQ(editor.line.device.CommStatus, DialogueIdle) << "a sensor that refuses is there";
+    EXPECT_EQ(editor.line.device.CommStatus(), DialogueIdle) << "a sensor that refuses is there";
 }
 
 TEST(SettingsWindow, AnUploadEndsWithTheSensorThatItWasMeantFor)
