@@ -20,7 +20,6 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/OutlinedStyle.h"
 #include "ui/widgets/QtText.h"
-#include "ui/widgets/Waiting.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -339,7 +338,7 @@ int runProgram(const Options& options)
     }
     clsConfigLibrary library(iniFile);
     library.Build();
-    clsSession session(std::make_unique<clsPosixPort>(devices), settings, folder / "REC", DecimalSeparator(), BlockFor);
+    clsSession session(std::make_unique<clsPosixPort>(devices), settings, folder / "REC", DecimalSeparator());
     frmMain window(settings, session, devices, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
     if (output) {

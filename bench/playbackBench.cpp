@@ -9,7 +9,6 @@
 #include "ui/main/frmMain.h"
 #include "ui/recorder/frmRecorder.h"
 #include "ui/widgets/QtText.h"
-#include "ui/widgets/Waiting.h"
 
 #include <QAction>
 #include <QApplication>
@@ -91,7 +90,7 @@ struct Program {
     Help help{settings, folder.path().toStdString()};
     clsConfigLibrary library{{}};
     clsSession session{std::make_unique<clsPosixPort>(devices), settings, folder.path().toStdString() + "/REC",
-                       DecimalSeparator(), BlockFor};
+                       DecimalSeparator()};
     frmMain window{settings, session, devices, {library, folder.path().toStdString()}, help};
     frmRecorder* recorder = nullptr;
 

@@ -10,7 +10,6 @@
 #include "ui/help/Help.h"
 #include "ui/main/frmMain.h"
 #include "ui/widgets/QtText.h"
-#include "ui/widgets/Waiting.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -57,7 +56,7 @@ struct Program {
     Help help{settings, folder.path().toStdString()};
     clsConfigLibrary library{{}};
     clsSession session{std::unique_ptr<SerialPort>(sensor), settings, folder.path().toStdString() + "/REC",
-                       DecimalSeparator(), BlockFor};
+                       DecimalSeparator()};
     frmMain window{settings, session, devices, {library, folder.path().toStdString()}, help};
     QTimer* timer = window.findChild<QTimer*>(QStringLiteral("Timer"));
 

@@ -22,7 +22,6 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/OutlinedStyle.h"
 #include "ui/widgets/QtText.h"
-#include "ui/widgets/Waiting.h"
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -200,7 +199,7 @@ private:
     void takeFirstSteps()
     {
         m_devices.Override(1, kNoDevice);
-        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, "REC", DecimalSeparator(), BlockFor);
+        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, "REC", DecimalSeparator());
         frmMain window(m_settings, session, m_devices, {m_library, {}}, m_help);
         window.StartSimulatedSensor = [] { return 1; };
         window.show();
@@ -220,8 +219,7 @@ private:
         simulator::clsSimulatedSensor sensor(options);
         m_devices.Override(1, sensor.Path());
         const std::filesystem::path folder = m_folder.toStdString();
-        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, folder / "REC", DecimalSeparator(),
-                           BlockFor);
+        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, folder / "REC", DecimalSeparator());
         frmMain window(m_settings, session, m_devices, {m_library, folder}, m_help);
         window.MeasureWhenConnected();
         window.show();

@@ -68,6 +68,8 @@ void clsRVQ::CloseComPort()
     if (m_port != nullptr && (m_portIsOpen || PortIsOpening())) {
         m_port->sio_close(m_commComPort);
     }
+    m_queue.clear(); // meant for that device
+    m_quietUntil = 0.0;
     m_openingRate.reset();
     if (std::exchange(m_portIsOpen, false)) {
         m_journal.Append(EventNoAnswer); // who waits must hear of it, even if the port is open again by then
@@ -134,8 +136,9 @@ void clsRVQ::ReadComportData()
         return;
     }
     sendRest();
+    sendQueue();
     const std::int32_t waiting = m_port->sio_iqueue(m_commComPort);
-    if (waiting > 0) {
+    if (waiting > 0 && m_queue.empty()) { // what comes before the next send is thrown away by it
         m_newInData.resize(static_cast<std::size_t>(waiting));
         const std::int32_t count = m_port->sio_read(m_commComPort, m_newInData);
         m_newInData.resize(static_cast<std::size_t>(std::clamp(count, 0, waiting)));
@@ -152,13 +155,8 @@ void clsRVQ::SendCommand(std::string_view Command)
     const std::int32_t wait_ms = AnswerTime_ms(Command, effectiveRate());
     // The caller may have handed in a view of LastCommand itself.
     std::string command(Command);
-    if (m_port != nullptr && m_portIsOpen) {
-        m_port->sio_flush(m_commComPort, 0);
-        sendBytes(command);
-        if (command == "S" && m_pause) {
-            m_pause(StopPause_ms(effectiveRate()));
-        }
-    }
+    m_queue.push_back(command);
+    sendQueue();
     m_eventNr = EventNone;
     if (command.size() > 3 && command.back() == '\r') {
         noteSentFrame(command.substr(0, command.size() - 1));
@@ -184,6 +182,33 @@ void clsRVQ::setRequest(std::string text)
 void clsRVQ::forgetRequest()
 {
     setRequest({});
+}
+
+/// What is sent for a while after a stop is lost on the sensor, so it waits until that time is over.
+void clsRVQ::sendQueue()
+{
+    while (!m_queue.empty() && m_currentTime >= m_quietUntil) {
+        const std::string command = std::move(m_queue.front());
+        m_queue.pop_front();
+        if (m_port == nullptr || !m_portIsOpen) {
+            continue;
+        }
+        m_port->sio_flush(m_commComPort, 0);
+        sendBytes(command);
+        if (RequestOf(command) == Request::Stop) {
+            pauseAfterStop();
+        }
+    }
+}
+
+void clsRVQ::pauseAfterStop()
+{
+    const std::int32_t pause_ms = StopPause_ms(effectiveRate());
+    if (m_pause) {
+        m_pause(pause_ms);
+    } else {
+        m_quietUntil = m_currentTime + pause_ms / kMsPerDay;
+    }
 }
 
 /// Half a frame and the next command would be another frame to the sensor. What has begun is therefore ended first, and

@@ -88,7 +88,7 @@ enum Event : std::int32_t {
 /// Points in time are days since 1899-12-30, local time.
 class clsRVQ {
 public:
-    /// Blocks for so many milliseconds; used once, after a stop command.
+    /// Passes so many milliseconds, the pause that follows a stop command.
     using PauseFunction = std::function<void(std::int32_t ms)>;
 
     /// What a wait for the sensor and a tick of the measurement loop have to know of each other.
@@ -101,8 +101,9 @@ public:
 
     /// A sensor without a port: parameters at their defaults, sends reach nobody.
     clsRVQ();
-    /// The device behind `port`, which must outlive it.
-    clsRVQ(SerialPort& port, PauseFunction pause);
+    /// The device behind `port`, which must outlive it. Without `pause` nothing blocks: a command that follows a stop
+    /// goes out by itself, with the first reading after the pause.
+    explicit clsRVQ(SerialPort& port, PauseFunction pause = {});
     /// Closes an open port.
     ~clsRVQ();
     clsRVQ(const clsRVQ&) = delete;
@@ -158,7 +159,7 @@ public:
     void ShiftClock(double days);
     /// Starts continuous measurement; also goes on with one that was interrupted for the temperature.
     void StartMeasurement();
-    /// Stops continuous measurement; blocks for the pause that follows a stop.
+    /// Stops continuous measurement; what is sent next waits for the pause that follows a stop.
     void StopMeasurement();
     /// Stops a running measurement for one temperature, which the evaluation asks for once the line is quiet. The
     /// dialogue counts as measuring all the while. The next one is due `ReadTempInterval` later.
@@ -321,6 +322,8 @@ private:
     void forgetRequest();
     bool isPending(Request request) const { return m_pending.request == request; }
     void sendFollowUp(Request request);
+    void sendQueue();
+    void pauseAfterStop();
     void sendBytes(std::string_view bytes);
     void sendRest();
     void noteSentFrame(std::string text);
@@ -346,6 +349,8 @@ private:
     std::deque<Distance> m_due;
     std::deque<SentFrame> m_sentFrames; // of the last seconds
     double m_lastArrival = 0.0;
+    double m_quietUntil = 0.0;       // the pause after a stop
+    std::deque<std::string> m_queue; // commands that wait for it
     Mismatch m_mismatch = Mismatch::None;
     bool m_reported = false; // the evaluation has had its say and nothing has been sent since
 };

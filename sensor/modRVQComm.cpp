@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace modRVQComm {
 
@@ -42,18 +43,18 @@ std::string ParameterFrame(const ParameterSet& set, std::string_view code)
     return std::string(code) + ' ' + WireValue(set, code) + '\r';
 }
 
-std::int32_t AwaitEvent(clsRVQ& device, std::initializer_list<std::int32_t> finals, const PumpEvents& pumpEvents)
+Operation<std::int32_t> AwaitingEvent(clsRVQ& device, std::vector<std::int32_t> finals)
 {
     for (;;) {
         while (const auto event = device.TakeEvent()) {
             if (*event == EventNoAnswer || std::ranges::find(finals, *event) != finals.end()) {
-                return *event;
+                co_return *event;
             }
         }
         if (!device.PortIsOpen() || device.Wait().Ended) {
-            return EventNoAnswer;
+            co_return EventNoAnswer;
         }
-        pumpEvents();
+        co_await NextStep{};
     }
 }
 
@@ -63,21 +64,54 @@ bool IsAnswerOpen(const clsRVQ& device)
            (device.Pending() == Request::Temperature || device.Pending() == Request::Configuration);
 }
 
-void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
+Operation<> AwaitingOpenAnswer(clsRVQ& device)
 {
     while (IsAnswerOpen(device) && !device.Wait().Ended) {
-        pumpEvents();
+        co_await NextStep{};
     }
+}
+
+Operation<std::int32_t> SendingValueOf(clsRVQ& device, const ParameterSet& values, std::string code)
+{
+    device.ForgetEvents();
+    device.SendCommand(ParameterFrame(values, code));
+    std::vector<std::int32_t> finals{EventTemperature, EventConfiguration, EventAcknowledged, EventRefused};
+    Operation<std::int32_t> waiting = AwaitingEvent(device, std::move(finals));
+    const std::int32_t event = co_await waiting;
+    co_return device.TakeVerdict(values, code, event);
+}
+
+Operation<std::int32_t> ChangingParameter(clsRVQ& device, std::string code)
+{
+    const WaitScope wait(device);
+    const bool measuring = device.CommStatus() == DialogueMeasuring;
+    const std::int32_t opening = device.Openings();
+    if (measuring) {
+        StopMeasurement(device);
+    }
+    Operation<std::int32_t> sending = SendingValueOf(device, device.Parameters(), std::move(code));
+    const std::int32_t verdict = co_await sending;
+    // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
+    if (measuring && !device.Wait().Ended && device.PortIsOpen() && device.Openings() == opening) {
+        device.StartAfterVerdict(verdict);
+    }
+    co_return verdict;
+}
+
+std::int32_t AwaitEvent(clsRVQ& device, std::vector<std::int32_t> finals, const PumpEvents& pumpEvents)
+{
+    return RunToEnd(AwaitingEvent(device, std::move(finals)), pumpEvents);
+}
+
+void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
+{
+    RunToEnd(AwaitingOpenAnswer(device), pumpEvents);
 }
 
 std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,
                          const PumpEvents& pumpEvents)
 {
-    device.ForgetEvents();
-    device.SendCommand(ParameterFrame(values, code));
-    const std::int32_t event =
-        AwaitEvent(device, {EventTemperature, EventConfiguration, EventAcknowledged, EventRefused}, pumpEvents);
-    return device.TakeVerdict(values, code, event);
+    return RunToEnd(SendingValueOf(device, values, std::string(code)), pumpEvents);
 }
 
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
@@ -92,18 +126,7 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
 
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
-    const WaitScope wait(device);
-    const bool measuring = device.CommStatus() == DialogueMeasuring;
-    const std::int32_t opening = device.Openings();
-    if (measuring) {
-        StopMeasurement(device);
-    }
-    const std::int32_t verdict = SendValueOf(device, device.Parameters(), code, pumpEvents);
-    // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
-    if (measuring && !device.Wait().Ended && device.PortIsOpen() && device.Openings() == opening) {
-        device.StartAfterVerdict(verdict);
-    }
-    return verdict;
+    return RunToEnd(ChangingParameter(device, std::string(code)), pumpEvents);
 }
 
 } // namespace modRVQComm

@@ -2,6 +2,7 @@
 // It has no widgets; it drives a device and tells a listener.
 #pragma once
 
+#include "base/Operation.h"
 #include "base/clsBackOff.h"
 #include "plot/clsFIFO.h"
 #include "sensor/Measurement.h"
@@ -14,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 
 class clsMeasurementLoop {
@@ -48,6 +50,15 @@ public:
     /// Sends a parameter ("301", "304") with a new value, likewise. What the sensor refuses is taken back and shown.
     void ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
                        const modRVQComm::PumpEvents& pumpEvents);
+    // The same commands as operations, for a session that is driven by ticks alone: one step after each tick.
+    static constexpr int kStepsPerPass = kPass_ms / kInterval_ms;
+    /// See `StartStop`. Without `waits` it does not wait for an open answer.
+    Operation<> StartingOrStopping(bool waits = true, int stepsPerPass = kStepsPerPass);
+    Operation<> RequestingSingleValue(bool waits = true);
+    Operation<> SwitchingRedLaser(bool on, bool waits = true);
+    Operation<> ChangingSetting(std::string code, std::int32_t ParameterSet::*setting, std::int32_t value,
+                                bool waits = true);
+
     /// Whether temperatures are read during a measurement.
     void PollTemperature(bool poll) { m_pollTemperature = poll; }
     /// Closes the port and opens the one that the settings name.
@@ -89,10 +100,10 @@ private:
     void interruptForTemperature();
     void pollAfterSilentSingle();
     void askForUnit();
-    bool awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvents);
+    Operation<bool> awaitingOpenAnswer(bool waits);
     void startStop(std::int32_t before);
-    void requestOne(const NextPass& nextPass);
-    bool passesBringDistance(const NextPass& nextPass);
+    Operation<> requestingOne(int stepsPerPass);
+    Operation<bool> passingUntilDistance(int stepsPerPass);
     bool passBringsDistance();
     void showSensorSettings();
     void forgetHistory();

@@ -3,6 +3,8 @@
 #include "session/clsMeasurementLoop.h"
 #include "texts/modFunctions.h"
 
+#include <utility>
+
 namespace {
 
 constexpr int kPasses = 41; // counted from 0 to 40
@@ -11,34 +13,51 @@ constexpr int kPasses = 41; // counted from 0 to 40
 
 void clsMeasurementLoop::StartStop(const NextPass& nextPass)
 {
+    RunToEnd(StartingOrStopping(static_cast<bool>(PumpEvents), 1), [&] {
+        if (m_passing) {
+            m_device.CurrentTime(nextPass());
+        } else {
+            PumpEvents();
+        }
+    });
+}
+
+Operation<> clsMeasurementLoop::StartingOrStopping(bool waits, int stepsPerPass)
+{
     // As the operator sees it: an answer that does not come changes the dialogue.
     const std::int32_t before = m_device.CommStatus();
-    if (!mayStart() || !awaitOpenAnswer(PumpEvents)) {
-        return;
+    if (!mayStart()) {
+        co_return;
+    }
+    Operation<bool> waiting = awaitingOpenAnswer(waits);
+    if (!co_await waiting) {
+        co_return;
     }
     if (m_device.Parameters().OutputMode != OutputSingle) {
         startStop(before);
     } else if (m_device.PortIsOpen()) {
-        requestOne(nextPass);
+        Operation<> requesting = requestingOne(stepsPerPass);
+        co_await requesting;
     }
     showRule();
 }
 
 /// The answer to an idle poll would be taken for the one to the operator's command. False when nothing may be sent any
 /// more.
-bool clsMeasurementLoop::awaitOpenAnswer(const modRVQComm::PumpEvents& pumpEvents)
+Operation<bool> clsMeasurementLoop::awaitingOpenAnswer(bool waits)
 {
     // While a recording is loaded no tick runs that would bring the answer.
-    if (!pumpEvents || m_playing || !modRVQComm::IsAnswerOpen(m_device)) {
-        return true;
+    if (!waits || m_playing || !modRVQComm::IsAnswerOpen(m_device)) {
+        co_return true;
     }
     const std::int32_t opening = m_device.Openings();
     {
         const modRVQComm::WaitScope wait(m_device);
         showRule();
-        modRVQComm::AwaitOpenAnswer(m_device, pumpEvents);
+        Operation<> waiting = modRVQComm::AwaitingOpenAnswer(m_device);
+        co_await waiting;
     }
-    return !m_device.Wait().Ended && m_device.PortIsOpen() && m_device.Openings() == opening;
+    co_return !m_device.Wait().Ended && m_device.PortIsOpen() && m_device.Openings() == opening;
 }
 
 void clsMeasurementLoop::startStop(std::int32_t before)
@@ -60,14 +79,15 @@ void clsMeasurementLoop::startStop(std::int32_t before)
 }
 
 /// The sensor sends its value when it likes. Nobody else may send meanwhile.
-void clsMeasurementLoop::requestOne(const NextPass& nextPass)
+Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
 {
     const modRVQComm::WaitScope wait(m_device);
     const std::int32_t opening = m_device.Openings();
-    const bool found = passesBringDistance(nextPass);
+    Operation<bool> passes = passingUntilDistance(stepsPerPass);
+    const bool found = co_await passes;
     m_measuring = false;
     if (m_device.Wait().Ended || m_device.Openings() != opening) {
-        return; // the window goes, or the operator has chosen another port, which the ticks serve
+        co_return; // the window goes, or the operator has chosen another port, which the ticks serve
     }
     m_listener.ShowRunning(false);
     m_device.EndSingleOutput(found);
@@ -78,7 +98,7 @@ void clsMeasurementLoop::requestOne(const NextPass& nextPass)
     }
 }
 
-bool clsMeasurementLoop::passesBringDistance(const NextPass& nextPass)
+Operation<bool> clsMeasurementLoop::passingUntilDistance(int stepsPerPass)
 {
     struct Passing {
         bool& passing;
@@ -90,10 +110,12 @@ bool clsMeasurementLoop::passesBringDistance(const NextPass& nextPass)
     const std::int32_t opening = m_device.Openings();
     bool found = passBringsDistance();
     for (int pass = 1; pass < kPasses && !found && m_device.PortIsOpen() && m_device.Openings() == opening; ++pass) {
-        m_device.CurrentTime(nextPass());
+        for (int step = 0; step < stepsPerPass; ++step) {
+            co_await NextStep{};
+        }
         found = m_device.Openings() == opening && passBringsDistance();
     }
-    return found;
+    co_return found;
 }
 
 bool clsMeasurementLoop::passBringsDistance()
@@ -108,10 +130,19 @@ bool clsMeasurementLoop::passBringsDistance()
 
 void clsMeasurementLoop::SwitchRedLaser(bool on)
 {
-    const bool isSent = mayStart() && awaitOpenAnswer(PumpEvents) && m_device.CommStatus() != DialogueNone;
-    if (!isSent) {
+    RunToEnd(SwitchingRedLaser(on, static_cast<bool>(PumpEvents)), PumpEvents);
+}
+
+Operation<> clsMeasurementLoop::SwitchingRedLaser(bool on, bool waits)
+{
+    bool isSent = mayStart();
+    if (isSent) {
+        Operation<bool> waiting = awaitingOpenAnswer(waits);
+        isSent = co_await waiting;
+    }
+    if (!isSent || m_device.CommStatus() == DialogueNone) {
         showSensorSettings();
-        return;
+        co_return;
     }
     const bool measuring = m_device.CommStatus() == DialogueMeasuring;
     if (measuring) {
@@ -127,12 +158,24 @@ void clsMeasurementLoop::SwitchRedLaser(bool on)
 void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
                                        const modRVQComm::PumpEvents& pumpEvents)
 {
-    // Before the value is set: the answer may be the sensor's own set.
-    const bool isConnected = mayStart() && awaitOpenAnswer(pumpEvents) && m_device.CommStatus() != DialogueNone;
+    RunToEnd(ChangingSetting(std::string(code), setting, value, static_cast<bool>(pumpEvents)), pumpEvents);
+}
+
+Operation<> clsMeasurementLoop::ChangingSetting(std::string code, std::int32_t ParameterSet::*setting,
+                                                std::int32_t value, bool waits)
+{
+    bool isConnected = mayStart();
     if (isConnected) {
+        // Before the value is set: the answer may be the sensor's own set.
+        Operation<bool> waiting = awaitingOpenAnswer(waits);
+        isConnected = co_await waiting;
+    }
+    if (isConnected && m_device.CommStatus() != DialogueNone) {
         const std::int32_t before = m_device.Parameters().*setting;
         m_device.AssumeParameter(setting, value);
-        if (modRVQComm::ChangeParameter(m_device, code, pumpEvents) != EventAcknowledged) {
+        Operation<std::int32_t> changing = modRVQComm::ChangingParameter(m_device, std::move(code));
+        const std::int32_t verdict = co_await changing;
+        if (verdict != EventAcknowledged) {
             m_device.AssumeParameter(setting, before);
         }
     }
@@ -144,7 +187,16 @@ void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t Param
 
 void clsMeasurementLoop::RequestSingleValue()
 {
-    if (mayStart() && m_device.CommStatus() != DialogueMeasuring && awaitOpenAnswer(PumpEvents)) {
+    RunToEnd(RequestingSingleValue(static_cast<bool>(PumpEvents)), PumpEvents);
+}
+
+Operation<> clsMeasurementLoop::RequestingSingleValue(bool waits)
+{
+    if (!mayStart() || m_device.CommStatus() == DialogueMeasuring) {
+        co_return;
+    }
+    Operation<bool> waiting = awaitingOpenAnswer(waits);
+    if (co_await waiting) {
         m_device.SendCommand(Request::Single);
         showRule();
     }

@@ -3,10 +3,9 @@
 #include <utility>
 
 clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
-                       std::filesystem::path folder, char decimalSeparator, clsRVQ::PauseFunction pause,
-                       clsRecordFile::FlushFunction flush)
-    : m_port(std::move(port)), m_device(*m_port, std::move(pause)),
-      m_loop(m_device, settings, m_listeners, decimalSeparator), m_recorder(std::move(folder), flush)
+                       std::filesystem::path folder, char decimalSeparator, clsRecordFile::FlushFunction flush)
+    : m_port(std::move(port)), m_device(*m_port), m_loop(m_device, settings, m_listeners, decimalSeparator),
+      m_recorder(std::move(folder), flush)
 {
     m_listeners.Add(*this);
 }
@@ -20,6 +19,27 @@ void clsSession::Tick(double now)
 {
     if (m_recorder.Mode != RecorderPlaying) {
         m_loop.Tick(now);
+        stepOperations();
+    }
+}
+
+void clsSession::stepOperations()
+{
+    while (!m_operations.empty()) {
+        struct Stepped {
+            std::deque<Operation<>>& operations;
+            bool isOver = true; ///< also when it throws
+            ~Stepped()
+            {
+                if (isOver) {
+                    operations.pop_front();
+                }
+            }
+        } stepped{m_operations};
+        stepped.isOver = m_operations.front().Step();
+        if (!stepped.isOver) {
+            return;
+        }
     }
 }
 
@@ -75,5 +95,6 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
 void clsSession::End()
 {
     m_loop.Unload();
+    m_operations.clear();
     m_recorder.Stop();
 }

@@ -3,6 +3,7 @@
 // one object, which a window, a program on the command line or a service drives with ticks and listens to.
 #pragma once
 
+#include "base/Operation.h"
 #include "port/SerialPort.h"
 #include "sensor/clsRVQ.h"
 #include "session/clsListeners.h"
@@ -11,19 +12,20 @@
 #include "session/modPlayback.h"
 
 #include <chrono>
+#include <cstddef>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 class clsSession : private SessionListener {
 public:
     /// `settings` must outlive the session; the port number and the rate in it are followed. Recordings are made in
-    /// `folder`, which is created with the first one. `decimalSeparator` is that of the user's locale. `pause` blocks
-    /// for the pause that follows a stop.
+    /// `folder`, which is created with the first one. `decimalSeparator` is that of the user's locale.
     clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings, std::filesystem::path folder,
-               char decimalSeparator, clsRVQ::PauseFunction pause = {},
-               clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk);
+               char decimalSeparator, clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk);
     /// Ends the session; what is still on its way to the disk is not waited for.
     ~clsSession() override;
     clsSession(const clsSession&) = delete;
@@ -41,6 +43,12 @@ public:
     void ServeFiles(double now);
     /// Continuous measurement runs, or the sensor is waited for: nothing can be played.
     bool IsBusy() const { return m_loop.IsMeasuring() || m_device.Wait().Running; }
+
+    /// Takes an operation of this session (`Loop().ChangingSetting(...)`, `clsTransfer::Downloading()`), which goes on
+    /// a step after each tick; one after another. What it throws comes out of the tick, and it is over then.
+    void Start(Operation<> operation) { m_operations.push_back(std::move(operation)); }
+    /// Operations that are not over.
+    std::size_t Operations() const { return m_operations.size(); }
 
     /// Begins a recording. Throws what clsRecorder::StartRecording throws.
     void StartRecording();
@@ -63,6 +71,7 @@ public:
     const clsRecorder& Recorder() const { return m_recorder; }
 
 private:
+    void stepOperations();
     void Measured(const Measurement& measurement, std::string_view temperature) override;
 
     std::unique_ptr<SerialPort> m_port;
@@ -70,5 +79,6 @@ private:
     clsRVQ m_device;
     clsMeasurementLoop m_loop;
     clsRecorder m_recorder;
+    std::deque<Operation<>> m_operations;
     std::error_code m_toldFailure; ///< of the recorder
 };

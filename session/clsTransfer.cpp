@@ -60,28 +60,28 @@ clsTransfer::clsTransfer(clsRVQ& device, Configuration& entry, TransferView& vie
 
 void clsTransfer::Download()
 {
-    run({TransferJob::Download});
+    RunToEnd(Downloading(), m_pumpEvents);
 }
 
 void clsTransfer::Upload()
 {
-    run({TransferJob::Upload});
+    RunToEnd(Uploading(), m_pumpEvents);
 }
 
 void clsTransfer::StoreInSensor()
 {
-    run({TransferJob::Store});
+    RunToEnd(Storing(), m_pumpEvents);
 }
 
 void clsTransfer::SetDefaults()
 {
-    run({TransferJob::Defaults, TransferJob::ReadBack});
+    RunToEnd(SettingDefaults(), m_pumpEvents);
 }
 
-void clsTransfer::run(std::initializer_list<TransferJob> jobs)
+Operation<> clsTransfer::running(std::vector<TransferJob> jobs)
 {
     if (m_device.Wait().Running || m_device.Wait().InTick || m_device.Wait().Ended) {
-        return;
+        co_return;
     }
     struct BusyScope {
         clsTransfer& transfer;
@@ -101,57 +101,63 @@ void clsTransfer::run(std::initializer_list<TransferJob> jobs)
     const modRVQComm::WaitScope wait(m_device);
     const bool measuring = m_device.CommStatus() == DialogueMeasuring;
     m_opening = m_device.Openings();
-    modRVQComm::AwaitOpenAnswer(m_device, m_pumpEvents);
+    Operation<> waiting = modRVQComm::AwaitingOpenAnswer(m_device);
+    co_await waiting;
     if (measuring && isSameSensor()) {
         modRVQComm::StopMeasurement(m_device);
     }
-    const bool finished = std::ranges::all_of(jobs, [this](TransferJob job) { return perform(job); });
+    bool finished = true;
+    for (const TransferJob job : jobs) {
+        Operation<bool> work = performing(job);
+        finished = co_await work;
+        if (!finished) {
+            break;
+        }
+    }
     if (measuring && finished && m_device.PortIsOpen() && isSameSensor()) {
         modRVQComm::StartMeasurement(m_device);
     }
 }
 
 /// False when nothing more is to be sent.
-bool clsTransfer::perform(TransferJob job)
+Operation<bool> clsTransfer::performing(TransferJob job)
 {
     if (job != TransferJob::ReadBack) {
         m_view.ShowStatusText(TextId::None);
         m_view.ShowFailed(false);
     }
-    switch (job) {
-    case TransferJob::Upload:
-        if (!sendAll()) {
+    if (job == TransferJob::Store || job == TransferJob::Defaults) {
+        Operation<> work = commanding(job == TransferJob::Store ? "999" : "000", job);
+        co_await work;
+        co_return !m_device.Wait().Ended;
+    }
+    if (job == TransferJob::Upload) {
+        Operation<bool> work = sendingAll();
+        if (!co_await work) {
             copySet(m_device, m_entry);
             if (!m_device.Wait().Ended) {
                 m_view.ShowFailure(TextId::TransferNotSent, m_reason);
             }
-            return false;
+            co_return false;
         }
-        [[fallthrough]];
-    case TransferJob::Download:
-    case TransferJob::ReadBack:
-        readSet(job);
-        break;
-    case TransferJob::Store:
-        command("999", job);
-        break;
-    case TransferJob::Defaults:
-        command("000", job);
-        break;
     }
-    return !m_device.Wait().Ended;
+    Operation<> work = readingSet(job);
+    co_await work;
+    co_return !m_device.Wait().Ended;
 }
 
 /// False when it was aborted.
-bool clsTransfer::sendAll()
+Operation<bool> clsTransfer::sendingAll()
 {
     const std::vector<std::string_view> codes = UploadCodes(m_entry.Parameters, m_device.Identity());
     const auto steps = static_cast<std::int32_t>(codes.size()) + 1;
     for (std::size_t next = 0; next < codes.size();) {
         m_view.ShowProgress({static_cast<std::int32_t>(next) + 1, steps, ParameterOfCode(codes[next])->labelId});
-        switch (sendOne(codes[next])) {
+        Operation<FailureAnswer> sending = sendingOne(std::string(codes[next]));
+        const FailureAnswer answer = co_await sending;
+        switch (answer) {
         case FailureAnswer::Abort:
-            return false;
+            co_return false;
         case FailureAnswer::Retry:
             next = 0;
             break;
@@ -161,18 +167,19 @@ bool clsTransfer::sendAll()
         }
     }
     m_view.ShowProgress({steps, steps, TextId::TransferReading});
-    return true;
+    co_return true;
 }
 
 /// Sends one value until the sensor takes it or the user gives it up. Ignore when the next one may follow, Retry when
 /// all of them have to be sent again.
-FailureAnswer clsTransfer::sendOne(std::string_view code)
+Operation<FailureAnswer> clsTransfer::sendingOne(std::string code)
 {
     const bool hadSome = m_device.UnstoredChanges();
     while (!m_device.Wait().Ended && isSameSensor()) {
-        const std::int32_t verdict = modRVQComm::SendValueOf(m_device, m_entry.Parameters, code, m_pumpEvents);
+        Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_entry.Parameters, code);
+        const std::int32_t verdict = co_await sending;
         if (verdict == EventAcknowledged) {
-            return FailureAnswer::Ignore;
+            co_return FailureAnswer::Ignore;
         }
         const FailureAnswer answer = ask(verdict);
         if (answer == FailureAnswer::Abort) {
@@ -183,13 +190,13 @@ FailureAnswer clsTransfer::sendOne(std::string_view code)
         }
         const bool hasRestarted = hadSome && !m_device.UnstoredChanges();
         if (answer == FailureAnswer::Ignore || hasRestarted) {
-            return answer;
+            co_return answer;
         }
     }
     if (!isSameSensor()) {
         m_reason = whyNothingCame();
     }
-    return FailureAnswer::Abort;
+    co_return FailureAnswer::Abort;
 }
 
 /// While the question is open nobody waits for an answer, so silence means nothing.
@@ -222,17 +229,19 @@ bool clsTransfer::isSameSensor() const
     return m_device.Openings() == m_opening;
 }
 
-void clsTransfer::readSet(TransferJob job)
+Operation<> clsTransfer::readingSet(TransferJob job)
 {
     if (m_device.Wait().Ended) {
-        return;
+        co_return;
     }
     if (job != TransferJob::Upload) {
         m_view.ShowProgress({0, 0, TextId::TransferReading});
     }
     m_device.ForgetEvents();
     m_device.SendCommand(Request::Configuration);
-    if (modRVQComm::AwaitEvent(m_device, {EventConfiguration}, m_pumpEvents) != EventConfiguration) {
+    Operation<std::int32_t> waiting = modRVQComm::AwaitingEvent(m_device, {EventConfiguration});
+    const std::int32_t event = co_await waiting;
+    if (event != EventConfiguration) {
         if (job == TransferJob::Upload) {
             copySet(m_device, m_entry);
         }
@@ -245,7 +254,7 @@ void clsTransfer::readSet(TransferJob job)
         if (job == TransferJob::Download) {
             m_view.FillFromDeviceEntry();
         }
-        return;
+        co_return;
     }
     copySet(m_device, m_entry);
     m_view.SelectDeviceEntry();
@@ -254,12 +263,15 @@ void clsTransfer::readSet(TransferJob job)
     }
 }
 
-void clsTransfer::command(std::string_view code, TransferJob job)
+Operation<> clsTransfer::commanding(std::string code, TransferJob job)
 {
     const bool store = job == TransferJob::Store;
     m_view.ShowProgress({0, 0, store ? TextId::TransferStoring : TextId::TransferSettingDefaults});
-    m_isTaken = isSameSensor() &&
-                modRVQComm::SendValueOf(m_device, m_entry.Parameters, code, m_pumpEvents) == EventAcknowledged;
+    m_isTaken = false;
+    if (isSameSensor()) {
+        Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_entry.Parameters, std::move(code));
+        m_isTaken = co_await sending == EventAcknowledged;
+    }
     m_view.ShowFailed(!m_isTaken);
     if (m_isTaken) {
         m_view.ShowStatusText(store ? TextId::TransferStored : TextId::TransferDefaultsSet);

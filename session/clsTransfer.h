@@ -3,12 +3,13 @@
 // it.
 #pragma once
 
+#include "base/Operation.h"
 #include "sensor/modRVQComm.h"
 #include "store/Configuration.h"
 #include "texts/TextId.h"
 
 #include <cstdint>
-#include <initializer_list>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -51,8 +52,9 @@ public:
 /// thresholds of Q2 go out only while the analog output, which takes its place, is off; the logic of both always.
 std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorIdentity& sensor);
 
-/// All four acts return when they have ended, however that was. A running measurement is stopped before and started
-/// again after them. While one runs, or anybody else waits for the sensor, or the program ends, another does nothing.
+/// All four acts return when they have ended, however that was; `pumpEvents` passes the time. A running measurement is
+/// stopped before and started again after them. While one runs, or anybody else waits for the sensor, or the program
+/// ends, another does nothing.
 class clsTransfer {
 public:
     /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer.
@@ -70,18 +72,24 @@ public:
     /// Sets the sensor to its factory defaults ("000") and reads them back.
     void SetDefaults();
 
+    // The same as operations, for a session that is driven by ticks alone: one step after each tick.
+    Operation<> Downloading() { return running({TransferJob::Download}); }
+    Operation<> Uploading() { return running({TransferJob::Upload}); }
+    Operation<> Storing() { return running({TransferJob::Store}); }
+    Operation<> SettingDefaults() { return running({TransferJob::Defaults, TransferJob::ReadBack}); }
+
     bool IsBusy() const { return m_busy; }
 
 private:
-    void run(std::initializer_list<TransferJob> jobs);
-    bool perform(TransferJob job);
-    bool sendAll();
-    FailureAnswer sendOne(std::string_view code);
+    Operation<> running(std::vector<TransferJob> jobs);
+    Operation<bool> performing(TransferJob job);
+    Operation<bool> sendingAll();
+    Operation<FailureAnswer> sendingOne(std::string code);
+    Operation<> readingSet(TransferJob job);
+    Operation<> commanding(std::string code, TransferJob job);
     FailureAnswer ask(std::int32_t verdict);
     bool isSameSensor() const;
     TextId whyNothingCame() const;
-    void readSet(TransferJob job);
-    void command(std::string_view code, TransferJob job);
 
     clsRVQ& m_device;
     Configuration& m_entry;

@@ -69,6 +69,33 @@ TEST(SendCommand, LeavesNothingOfWhatWasBefore)
     EXPECT_EQ(sensor.device.InBuffer(), "");
 }
 
+TEST(SendCommand, WaitsForTheEndOfThePauseWithoutBlocking)
+{
+    for (const auto& [rate, pause_ms] : {std::pair{9600, 18}, {1200, 142}}) {
+        clsScriptedPort port;
+        clsRVQ device(port);
+        device.OpenComPort(1, rate);
+        const auto readAt = [&](double ms) {
+            device.CurrentTime(ScriptedSensor::kStart + ms / kMsPerDay);
+            device.ReadComportData();
+            return port.TakeSent();
+        };
+        readAt(0);
+        for (const char* command : {"S", "P", "M"}) {
+            device.SendCommand(command);
+        }
+        port.Arriving = "in flight";
+        EXPECT_EQ(readAt(pause_ms - 0.1), "S") << rate;
+        EXPECT_EQ(device.NewInData(), "") << "the next send throws it away";
+        EXPECT_EQ(readAt(pause_ms + 0.1), "PM") << rate;
+        device.SendCommand("S");
+        device.SendCommand("M");
+        device.CloseComPort();
+        device.OpenComPort(1, rate);
+        EXPECT_EQ(readAt(1000), "S") << "the start was meant for the device before";
+    }
+}
+
 TEST(SendCommand, AFullLineNeverMixesTwoCommands)
 {
     ScriptedSensor sensor;

@@ -10,7 +10,6 @@
 #include "ui/help/Help.h"
 #include "ui/main/frmMain.h"
 #include "ui/widgets/QtText.h"
-#include "ui/widgets/Waiting.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -77,7 +76,7 @@ struct Desk {
     {
         window.reset();
         session = std::make_unique<clsSession>(std::make_unique<clsPosixPort>(devices), settings, folder.path / "REC",
-                                               DecimalSeparator(), BlockFor);
+                                               DecimalSeparator());
         window = std::make_unique<frmMain>(settings, *session, devices, frmMain::Storage{library, folder.path}, help);
         window->show();
     }

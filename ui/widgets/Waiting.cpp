@@ -4,14 +4,6 @@
 #include <QPointer>
 #include <QPushButton>
 
-#include <chrono>
-#include <thread>
-
-void BlockFor(std::int32_t ms)
-{
-    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-}
-
 void PumpEvents()
 {
     QApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -1,13 +1,9 @@
 // How the windows wait for the sensor.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 
 class QPushButton;
-
-/// Blocks for so many milliseconds.
-void BlockFor(std::int32_t ms);
 
 /// Lets the windows handle their events; waits for one, so that a wait does not spin.
 void PumpEvents();

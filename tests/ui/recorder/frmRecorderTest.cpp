@@ -66,7 +66,7 @@ struct Bench {
     frmRecorder window{owner, settings, session};
 
     explicit Bench(clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
-        : session(std::make_unique<clsScriptedPort>(), settings, folder.path / "REC", '.', {}, flush)
+        : session(std::make_unique<clsScriptedPort>(), settings, folder.path / "REC", '.', flush)
     {
         session.Listen(host);
         file.Follow(session, settings);

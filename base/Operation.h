@@ -1,0 +1,124 @@
+// Work that has to wait now and then, written in one piece: it runs until it needs something that is not there yet,
+// says `co_await NextStep{}`, and goes on from there with its next step. Nothing blocks: whoever drives it decides when
+// the next step is, so that one thread serves many of them.
+//
+// The body is a coroutine, so its parameters are kept by value or refer to what outlives it.
+#pragma once
+
+#include <coroutine>
+#include <exception>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+/// The next step goes on here.
+struct NextStep : std::suspend_always {};
+
+namespace operation {
+
+/// What operations with any result have in common.
+class Promise {
+public:
+    static std::suspend_always initial_suspend() noexcept { return {}; }
+    static std::suspend_always final_suspend() noexcept { return {}; }
+    void unhandled_exception() { m_fault = std::current_exception(); }
+
+    /// Steps the operation that is waited for, if there is one; true when the body can go on.
+    bool StepInner() { return m_inner == nullptr || m_step(m_inner); }
+    void WaitFor(void* inner, bool (*step)(void*))
+    {
+        m_inner = inner;
+        m_step = step;
+    }
+    void Rethrow() const
+    {
+        if (m_fault) {
+            std::rethrow_exception(m_fault);
+        }
+    }
+
+private:
+    void* m_inner = nullptr;
+    bool (*m_step)(void*) = nullptr;
+    std::exception_ptr m_fault;
+};
+
+template <typename Result>
+class ResultPromise : public Promise {
+public:
+    void return_value(Result result) { m_result = std::move(result); }
+    Result& Value() { return *m_result; }
+
+private:
+    std::optional<Result> m_result;
+};
+
+template <>
+class ResultPromise<void> : public Promise {
+public:
+    void return_void() const noexcept {}
+    void Value() const noexcept {}
+};
+
+} // namespace operation
+
+template <typename Result = void>
+class Operation {
+public:
+    class promise_type : public operation::ResultPromise<Result> {
+    public:
+        Operation get_return_object() { return Operation(std::coroutine_handle<promise_type>::from_promise(*this)); }
+    };
+
+    Operation(Operation&& other) noexcept : m_body(std::exchange(other.m_body, nullptr)) {}
+    Operation& operator=(Operation&&) = delete;
+    /// An operation that has not come to its end is given up; what it holds is released.
+    ~Operation()
+    {
+        if (m_body) {
+            m_body.destroy();
+        }
+    }
+
+    /// Goes on to the next wait. True when it has come to its end; throws what its body has thrown.
+    bool Step()
+    {
+        if (!m_body.done() && m_body.promise().StepInner()) {
+            m_body.promise().WaitFor(nullptr, nullptr);
+            m_body.resume();
+        }
+        if (m_body.done()) {
+            m_body.promise().Rethrow();
+        }
+        return m_body.done();
+    }
+    /// What it has come to, after its end.
+    decltype(auto) Value() { return m_body.promise().Value(); }
+
+    // Within another operation: `co_await` runs this one to its end, in steps of the other.
+    bool await_ready() { return Step(); }
+    template <typename OuterPromise>
+    void await_suspend(std::coroutine_handle<OuterPromise> outer)
+    {
+        outer.promise().WaitFor(this, [](void* inner) { return static_cast<Operation*>(inner)->Step(); });
+    }
+    decltype(auto) await_resume() { return Value(); }
+
+private:
+    explicit Operation(std::coroutine_handle<promise_type> body) : m_body(body) {}
+
+    std::coroutine_handle<promise_type> m_body;
+};
+
+/// Runs an operation to its end; `between` passes the time from one step to the next.
+template <typename Result, typename Between>
+decltype(auto) RunToEnd(Operation<Result>&& running, const Between& between)
+{
+    Operation<Result> work(std::move(running));
+    while (!work.Step()) {
+        between();
+    }
+    if constexpr (!std::is_void_v<Result>) {
+        return Result(std::move(work.Value()));
+    }
+}
