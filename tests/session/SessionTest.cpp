@@ -1,0 +1,128 @@
+// Sessions that are driven by ticks alone, several in one thread.
+#include "session/clsSession.h"
+#include "session/clsTransfer.h"
+#include "simulator/clsSensorModel.h"
+#include "store/modGlobals.h"
+#include "tests/support/PlayedLine.h"
+#include "tests/support/ScriptedSensor.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/clsRecordingTransferView.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <tuple>
+
+namespace {
+
+/// A simulated sensor in memory.
+struct ModelLine : PlayedLine {
+    simulator::clsSensorModel model;
+    const double& now_s;
+
+    explicit ModelLine(const double& clock_s) : now_s(clock_s) {}
+    void sent(char command) override { model.Receive({&command, 1}, now_s); }
+    void arrive() override { Arriving += model.Transmit(now_s); }
+};
+
+/// One of the sensors of a plant: its line, its session and what is heard of it.
+struct Site : SessionListener {
+    TemporaryFolder folder;
+    ModelLine* line;
+    modGlobals::Settings settings;
+    clsSession session;
+    Configuration entry;
+    clsRecordingTransferView view;
+    clsTransfer transfer{session.Device(), entry, view, {}};
+    int values = 0;
+
+    explicit Site(const double& clock_s)
+        : line(new ModelLine(clock_s)), session(std::unique_ptr<SerialPort>(line), settings, folder.path, '.')
+    {
+        session.Listen(*this);
+        session.Loop().MeasureWhenConnected();
+    }
+    ~Site() override { session.Leave(*this); }
+    void Measured(const Measurement&, std::string_view) override { ++values; }
+};
+
+struct Plant {
+    double now_s = 0.0;
+    Site busy{now_s}, other{now_s};
+
+    /// Ticks of both sessions, one after the other.
+    void Run(int ticks)
+    {
+        for (int tick = 0; tick < ticks; ++tick) {
+            now_s += 0.05;
+            const double now = ScriptedSensor::kStart + now_s / kSecondsPerDay;
+            busy.session.Tick(now);
+            other.session.Tick(now);
+        }
+    }
+    /// Values of the other sensor in so many ticks.
+    int Others(int ticks)
+    {
+        const int before = other.values;
+        Run(ticks);
+        return other.values - before;
+    }
+};
+
+TEST(Session, WhatOneDoesNeverHoldsUpAnother)
+{
+    using Act = Operation<> (*)(Site&);
+    const std::tuple<const char*, Act, bool> rows[] = {
+        {"an upload",
+         [](Site& s) {
+             s.entry.Parameters = s.session.Device().Parameters();
+             return s.transfer.Uploading();
+         },
+         true},
+        {"a download", [](Site& s) { return s.transfer.Downloading(); }, true},
+        {"a setting", [](Site& s) { return s.session.Loop().ChangingSetting("301", &ParameterSet::AverageDepth, 1); },
+         true},
+        {"the laser", [](Site& s) { return s.session.Loop().SwitchingRedLaser(false); }, true},
+        {"a stop", [](Site& s) { return s.session.Loop().StartingOrStopping(); }, false},
+        {"a wait for a silent sensor",
+         [](Site& s) {
+             s.line->model.Faults().silence = 1.0;
+             return s.transfer.Storing();
+         },
+         false},
+    };
+    for (const auto& [what, act, goesOn] : rows) {
+        Plant plant;
+        plant.Run(200);
+        ASSERT_GT(plant.busy.values, 20) << what;
+        const int usual = plant.Others(100);
+        plant.busy.session.Start(act(plant.busy));
+        EXPECT_NEAR(plant.Others(100), usual, 2) << what;
+        EXPECT_EQ(plant.busy.session.Operations(), 0U) << what;
+        const int before = plant.busy.values;
+        plant.Run(100);
+        EXPECT_EQ(plant.busy.values > before + 20, goesOn) << what;
+    }
+}
+
+TEST(Session, AnOperationThatFailsOrIsCutShortLeavesItUsable)
+{
+    Plant plant;
+    plant.Run(200);
+    plant.busy.session.Start([]() -> Operation<> {
+        co_await NextStep{};
+        throw std::runtime_error("a fault");
+    }());
+    plant.busy.session.Start(plant.busy.transfer.Downloading());
+    plant.Run(1);
+    EXPECT_THROW(plant.Run(1), std::runtime_error);
+    plant.Run(100);
+    EXPECT_EQ(plant.busy.session.Operations(), 0U) << "the next one has had its turn";
+    EXPECT_EQ(plant.busy.entry.Parameters, plant.busy.session.Device().Parameters());
+    plant.busy.session.Start(plant.busy.transfer.Uploading());
+    plant.Run(3);
+    plant.busy.session.End();
+    EXPECT_FALSE(plant.busy.transfer.IsBusy()) << "what it held is released";
+    EXPECT_GT(plant.Others(100), 20);
+}
+
+} // namespace
