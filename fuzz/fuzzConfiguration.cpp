@@ -29,7 +29,7 @@ void show(const Configuration& configuration)
     SheetTexts sheet;
     sheet.serial = shown.serial;
     sheet.SerialNo = configuration.Description;
-    sheet.fields = shown.texts;
+    sheet.values = shown.texts;
     Require(!SheetText(sheet, 0).empty());
     for (const std::string_view code : UploadCodes(configuration.Parameters, configuration.Identity)) {
         const std::string value = WireValue(configuration.Parameters, code);

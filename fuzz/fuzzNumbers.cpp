@@ -49,14 +49,17 @@ void filterKeys(std::string_view text)
 /// What a box shows after a check is accepted as it is and lies within the box's limits.
 void checkFields(std::string_view text)
 {
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        for (const char separator : {',', '.'}) {
-            const std::string shown = CheckedText(i, text, separator);
-            Require(CheckedText(i, shown, separator) == shown);
-            Require(shown == kNoAddress || StoredValue(i, shown).has_value());
+    for (const ParameterDef& row : ParameterTable()) {
+        if (row.control != ControlKind::Number) {
+            continue;
         }
-        const auto stored = StoredValue(i, text);
-        Require(!stored || (*stored >= kFields[i].minimum && *stored <= kFields[i].maximum));
+        for (const char separator : {',', '.'}) {
+            const std::string shown = CheckedText(row, text, separator);
+            Require(CheckedText(row, shown, separator) == shown);
+            Require(shown == kNoAddress || StoredValue(row, shown).has_value());
+        }
+        const auto stored = StoredValue(row, text);
+        Require(!stored || (*stored >= row.limits.minimum && *stored <= row.limits.maximum));
     }
 }
 

@@ -11,32 +11,21 @@
 namespace {
 
 constexpr std::size_t kLongestNumber = 300; // characters; a double holds what they say
-constexpr std::int32_t kLeastHysteresis = 10;
-constexpr std::int32_t kLeastAnalogSpan = 1000;
 
-const ParameterDef& parameterOf(std::string_view code)
+bool isNumber(const ParameterDef& row)
 {
-    return *ParameterOfCode(code); // the tables here name only codes that there are
+    return row.control == ControlKind::Number;
 }
 
-/// Whether the type of sensor has the parameter.
-bool isShown(std::string_view code, bool serial)
+bool isReported(const ParameterDef& row, const ParameterSet& set, const SensorIdentity& sensor)
 {
-    if (code == "610") {
-        return !serial;
-    }
-    return serial || parameterOf(code).group != ParameterGroup::SerialOnly;
+    const bool echo = row.group == ParameterGroup::EchoFilter;
+    return IsShown(row, IsSerial(set)) && (!echo || HasEchoFilter(sensor));
 }
 
-bool isReported(std::string_view code, const ParameterSet& set, const SensorIdentity& sensor)
+double scaleOf(const ParameterDef& row)
 {
-    const bool echo = parameterOf(code).group == ParameterGroup::EchoFilter;
-    return isShown(code, IsSerial(set)) && (!echo || HasEchoFilter(sensor));
-}
-
-double scaleOf(const FieldDef& field)
-{
-    return std::pow(10.0, field.decimals);
+    return std::pow(10.0, row.decimals);
 }
 
 /// A number with comma or point, whichever the user's locale has.
@@ -45,135 +34,161 @@ std::optional<double> typedNumber(std::string_view text)
     return CDbl(text.substr(0, kLongestNumber), ',');
 }
 
-bool isWithin(const FieldDef& field, std::int32_t stored)
+bool isWithin(const ParameterDef& row, std::int32_t stored)
 {
-    return stored >= field.minimum && stored <= field.maximum;
+    return stored >= row.limits.minimum && stored <= row.limits.maximum;
 }
 
-bool areApart(std::int32_t a, std::int32_t b, std::int32_t least)
+/// The default of a sensor that has no such parameter may lie outside the limits.
+std::int32_t emptyValue(const ParameterDef& row)
 {
-    return std::abs(std::int64_t{a} - b) >= least;
+    return std::clamp(row.defaultValue, row.limits.minimum, row.limits.maximum);
 }
 
 /// Thresholds and analog limits come in pairs; the rule is looked at for the second of a pair.
-bool keepsPairRule(const ParameterSet& set, std::size_t field, std::int32_t stored)
+bool keepsDistance(const ParameterSet& set, const ParameterDef& row, std::int32_t stored)
 {
-    switch (field) {
-    case FieldS1Off:
-        return areApart(set.S1OnThreshold, stored, kLeastHysteresis);
-    case FieldS2Off:
-        return areApart(set.S2OnThreshold, stored, kLeastHysteresis);
-    case FieldAnalogMax:
-        return areApart(set.AnalogMin, stored, kLeastAnalogSpan);
-    default:
-        return true;
-    }
+    return row.apart.partner == nullptr || std::abs(std::int64_t{set.*row.apart.partner} - stored) >= row.apart.least;
 }
 
-bool isChoosable(const ChoiceDef& choice, std::int32_t value)
+bool isChoosable(const ParameterDef& row, std::int32_t value)
 {
-    const bool none = value == -1 && choice.code == "351";
-    return none || (value >= 0 && value < choice.Count());
+    const bool none = value == -1 && row.value == &ParameterSet::RainFilter;
+    return none || (value >= 0 && value < ValueCount(row));
 }
 
-bool isCopied(std::size_t choice, const ShownSettings& shown)
+bool isCopied(const ParameterDef& row, const ShownSettings& shown)
 {
     // The output mode of a Profibus sensor is fixed, so its list is disabled.
-    const bool fixed = choice == ChoiceOutputMode && !shown.serial;
-    return !fixed && isShown(kChoices[choice].code, shown.serial) &&
-           isChoosable(kChoices[choice], shown.choices[choice]);
+    const bool fixed = row.editable == EditableWhen::Serial && !shown.serial;
+    return !fixed && IsShown(row, shown.serial) && isChoosable(row, shown.choices[row]);
 }
 
-std::int32_t shownChoice(const ChoiceDef& choice, std::int32_t stored)
+std::int32_t shownChoice(const ParameterDef& row, std::int32_t stored)
 {
-    if (choice.kind == ChoiceKind::Check) {
+    if (row.control == ControlKind::Check) {
         return stored == 0 ? 0 : 1;
     }
-    if (choice.kind == ChoiceKind::Label) {
+    if (row.control == ControlKind::Label) {
         return stored == 1 ? 1 : 0;
     }
-    return isChoosable(choice, stored) ? stored : -1;
+    return isChoosable(row, stored) ? stored : -1;
+}
+
+CopyOutcome copyNumber(ParameterSet& set, const ParameterDef& row, const ShownSettings& shown)
+{
+    if (!IsShown(row, shown.serial)) {
+        return CopyOutcome::Skipped;
+    }
+    const auto stored = StoredValue(row, shown.texts[row]);
+    if (!stored || !keepsDistance(set, row, *stored)) {
+        return CopyOutcome::Refused;
+    }
+    set.*row.value = *stored;
+    return CopyOutcome::Stored;
+}
+
+std::array<const ParameterDef*, kParameterCount> sortedByControl()
+{
+    std::array<const ParameterDef*, kParameterCount> rows{};
+    std::ranges::transform(ParameterTable(), rows.begin(), [](const ParameterDef& row) { return &row; });
+    std::ranges::sort(rows, {}, [](const ParameterDef* row) { return std::pair(isNumber(*row), row->number); });
+    return rows;
 }
 
 } // namespace
 
-TextId LabelId(std::string_view code)
+std::span<const ParameterDef* const> RowsByControl()
 {
-    return parameterOf(code).labelId;
+    static const auto rows = sortedByControl();
+    return rows;
 }
 
-std::string_view ChoiceText(std::size_t choice, std::int32_t value, std::int32_t language)
+std::string ControlName(const ParameterDef& row)
 {
-    const ChoiceDef& def = kChoices.at(choice);
-    if (value < 0 || value >= def.Count()) {
+    return isNumber(row) ? "txtParameter_" + std::to_string(row.number) : std::string(row.controlName);
+}
+
+bool IsShown(const ParameterDef& row, bool serial)
+{
+    if (row.value == &ParameterSet::NodeAddress) {
+        return !serial;
+    }
+    return serial || row.group != ParameterGroup::SerialOnly;
+}
+
+std::int32_t ValueCount(const ParameterDef& row)
+{
+    return static_cast<std::int32_t>(row.names.empty() ? row.wireTexts.size() : row.names.size());
+}
+
+std::string ValueName(const ParameterDef& row, std::int32_t value, std::int32_t language)
+{
+    if (value < 0 || value >= ValueCount(row)) {
         return {};
     }
     const auto index = static_cast<std::size_t>(value);
-    return def.names.empty() ? def.sameNames[index] : modFunctions::GetText(def.names[index], language);
+    if (!row.names.empty()) {
+        return std::string(modFunctions::GetText(row.names[index], language));
+    }
+    return row.sameNames.empty() ? WithUnit(row, std::string(row.wireTexts[index])) : std::string(row.sameNames[index]);
 }
 
-std::string FieldText(const FieldDef& field, std::int32_t stored, char decimalSeparator)
+std::string WithUnit(const ParameterDef& row, std::string text)
 {
-    return FixedText(stored / scaleOf(field), field.decimals, decimalSeparator);
+    return row.unit.empty() ? text : std::move(text.append(" ").append(row.unit));
 }
 
-std::string CheckedText(std::size_t field, std::string_view typed, char decimalSeparator)
+std::string NumberText(const ParameterDef& row, std::int32_t stored, char decimalSeparator)
 {
-    const FieldDef& def = kFields.at(field);
+    return FixedText(stored / scaleOf(row), row.decimals, decimalSeparator);
+}
+
+std::string CheckedText(const ParameterDef& row, std::string_view typed, char decimalSeparator)
+{
     const auto number = typedNumber(typed);
     if (!number) {
-        return FieldText(def, def.emptyValue, decimalSeparator);
+        return NumberText(row, emptyValue(row), decimalSeparator);
     }
-    const double clamped = std::clamp<double>(*number * scaleOf(def), def.minimum, def.maximum);
-    return FieldText(def, RoundHalfToEven(clamped).value_or(def.emptyValue), decimalSeparator);
+    const double clamped = std::clamp<double>(*number * scaleOf(row), row.limits.minimum, row.limits.maximum);
+    return NumberText(row, RoundHalfToEven(clamped).value_or(emptyValue(row)), decimalSeparator);
 }
 
 ShownSettings ShownOf(const ParameterSet& set, char decimalSeparator)
 {
     ShownSettings shown;
     shown.serial = IsSerial(set);
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        if (isShown(kFields[i].code, shown.serial)) {
-            shown.texts[i] = FieldText(kFields[i], set.*parameterOf(kFields[i].code).value, decimalSeparator);
+    for (const ParameterDef& row : ParameterTable()) {
+        const bool has = IsShown(row, shown.serial);
+        if (isNumber(row)) {
+            shown.texts[row] = has ? NumberText(row, set.*row.value, decimalSeparator) : std::string();
+        } else {
+            const std::int32_t empty = row.control == ControlKind::Check ? 0 : -1;
+            shown.choices[row] = has ? shownChoice(row, set.*row.value) : empty;
         }
     }
     if (shown.serial) {
-        shown.texts[FieldNodeAddress] = kNoAddress;
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        const std::int32_t empty = kChoices[i].kind == ChoiceKind::Check ? 0 : -1;
-        const std::int32_t stored = set.*parameterOf(kChoices[i].code).value;
-        shown.choices[i] = isShown(kChoices[i].code, shown.serial) ? shownChoice(kChoices[i], stored) : empty;
+        shown.texts[&ParameterSet::NodeAddress] = kNoAddress;
     }
     return shown;
 }
 
-std::optional<std::int32_t> StoredValue(std::size_t field, std::string_view text)
+std::optional<std::int32_t> StoredValue(const ParameterDef& row, std::string_view text)
 {
-    const FieldDef& def = kFields.at(field);
-    const auto number = def.decimals > 0 ? typedNumber(text) : std::optional(Val(text));
-    const auto stored = number ? RoundHalfToEven(*number * scaleOf(def)) : std::nullopt;
-    return stored && isWithin(def, *stored) ? stored : std::nullopt;
+    const auto number = row.decimals > 0 ? typedNumber(text) : std::optional(Val(text));
+    const auto stored = number ? RoundHalfToEven(*number * scaleOf(row)) : std::nullopt;
+    return stored && isWithin(row, *stored) ? stored : std::nullopt;
 }
 
 CopyOutcomes CopyInto(ParameterSet& set, const ShownSettings& shown)
 {
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        if (isCopied(i, shown)) {
-            set.*parameterOf(kChoices[i].code).value = shown.choices[i];
+    CopyOutcomes outcomes;
+    for (const ParameterDef& row : ParameterTable()) {
+        if (isNumber(row)) {
+            outcomes[row] = copyNumber(set, row, shown);
+        } else if (isCopied(row, shown)) {
+            set.*row.value = shown.choices[row];
         }
-    }
-    CopyOutcomes outcomes{};
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        if (!isShown(kFields[i].code, shown.serial)) {
-            continue;
-        }
-        const auto stored = StoredValue(i, shown.texts[i]);
-        const bool accepted = stored && keepsPairRule(set, i, *stored);
-        if (accepted) {
-            set.*parameterOf(kFields[i].code).value = *stored;
-        }
-        outcomes[i] = accepted ? CopyOutcome::Stored : CopyOutcome::Refused;
     }
     return outcomes;
 }
@@ -191,21 +206,21 @@ std::vector<Difference> Differences(const ShownSettings& shown, const ParameterS
 {
     std::vector<Difference> found;
     const ShownSettings reported = ShownOf(set, decimalSeparator);
-    const auto isComparable = [&](std::string_view code) {
-        return isShown(code, shown.serial) && isReported(code, set, sensor);
-    };
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        const FieldDef& field = kFields[i];
-        const bool same =
-            shown.texts[i] == reported.texts[i] || StoredValue(i, shown.texts[i]) == set.*parameterOf(field.code).value;
-        if (!same && isComparable(field.code)) {
-            const std::string gap = field.unit.empty() ? "" : " ";
-            found.push_back({field.code, reported.texts[i] + gap + std::string(field.unit)});
+    const auto differs = [&](const ParameterDef& row) {
+        if (!IsShown(row, shown.serial) || !isReported(row, set, sensor)) {
+            return false;
         }
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        if (shown.choices[i] != reported.choices[i] && isComparable(kChoices[i].code)) {
-            found.push_back({kChoices[i].code, std::string(ChoiceText(i, reported.choices[i], language))});
+        if (!isNumber(row)) {
+            return shown.choices[row] != reported.choices[row];
+        }
+        return shown.texts[row] != reported.texts[row] && StoredValue(row, shown.texts[row]) != set.*row.value;
+    };
+    for (const bool numbers : {true, false}) {
+        for (const ParameterDef* row : RowsByControl()) {
+            if (isNumber(*row) == numbers && differs(*row)) {
+                found.push_back({row, numbers ? WithUnit(*row, reported.texts[*row])
+                                              : ValueName(*row, reported.choices[*row], language)});
+            }
         }
     }
     return found;

@@ -1,78 +1,73 @@
-// The sensor's parameters: the set of their values, and one row each with everything that is known of it. Sending,
-// parsing, loading and saving walk this table; a new parameter is a new row.
+// One row for each parameter of the sensor, with everything that is known of it. The rows stand in
+// `sensor/ParameterTable.inc`; a new parameter is a new row there.
 #pragma once
 
+#include "sensor/ParameterSet.h"
+#include "sensor/ValueLists.h"
 #include "texts/TextId.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
-/// Values of `ParameterSet::OutputFormat`; anything else is read as ASCII.
-enum OutputFormatIndex : std::int32_t { FormatAscii = 0, FormatAsciiUnit = 1, FormatBinary = 2, FormatBinaryCrc = 3 };
-
-inline constexpr bool IsBinary(std::int32_t outputFormat)
-{
-    return outputFormat == FormatBinary || outputFormat == FormatBinaryCrc;
-}
-
-/// Values of `ParameterSet::OutputMode`.
-enum OutputModeIndex : std::int32_t { OutputContinuous = 0, OutputSingle = 1, OutputOnRequest = 2 };
-
-/// The two types of sensor, as they name themselves.
-inline constexpr std::string_view kSerialType = "Serial";
-inline constexpr std::string_view kProfibusType = "Profibus";
-inline constexpr std::string_view TypeName(bool serial)
-{
-    return serial ? kSerialType : kProfibusType;
-}
-
-/// The values of all parameters: indexes of lists, or plain numbers. Their codes, keys, defaults and texts stand in the
-/// table below.
-struct ParameterSet {
-    /// All at their defaults.
-    ParameterSet();
-    bool operator==(const ParameterSet&) const = default;
-
-    std::int32_t Baudrate, DistanceUnit, OutputMode, OutputFormat, NodeAddress, AutostartMode, AverageDepth,
-        MovingAverage, TimeOut, EchoCheck, Blanking, RainFilter, DistanceWindow, EchoThreshold, DistanceLimit,
-        MeasValid, Offset, ScaleFactor, Temperature, AirPressure, S1Logic, S1OnThreshold, S1OffThreshold, S2Logic,
-        S2OnThreshold, S2OffThreshold, AnalogOutput, AnalogMin, AnalogMax;
-};
-
-/// What a sensor says of itself.
-struct SensorIdentity {
-    std::string DeviceType{kSerialType};
-    std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
-    bool operator==(const SensorIdentity&) const = default;
-};
-
 /// When the sensor's dump and the configuration files hold a parameter.
 enum class ParameterGroup : std::uint8_t { Common, EchoFilter, SerialOnly };
 
-struct ParameterDef {
-    std::int32_t codeId;   ///< 1..29: the order in which an upload goes through the codes
-    std::string_view code; ///< three digits, in commands and in the dump
-    std::string_view key;  ///< in configuration files
-    std::int32_t ParameterSet::*value;
-    std::int32_t defaultValue;                   ///< of a new object
-    std::int32_t missingKeyValue;                ///< of a file that does not name the key
-    std::span<const std::string_view> wireTexts; ///< empty: the value travels as a decimal number
-    std::string_view fallback;                   ///< sent for an index that wireTexts does not hold
-    TextId labelId;                              ///< caption
-    ParameterGroup group;
+/// How the settings window shows a parameter: a box for a number, a list whose index is the stored value, a check box
+/// (1 or 0), or a caption that shows a logic.
+enum class ControlKind : std::uint8_t { Number, List, Check, Label };
+
+/// A part of the settings window and of the settings sheet.
+enum class SettingsSection : std::uint8_t {
+    Interface,
+    Measurement,
+    Correction,
+    Analog,
+    FirstSwitch,
+    SecondLogic,
+    SecondSwitch,
+    RainAndEcho,
 };
 
-inline constexpr std::array<std::string_view, 6> kBaudrateTexts{"1200", "2400", "4800", "9600", "19200", "38400"};
-inline constexpr std::int32_t kUsualRate = 9600; // bit/s
-inline constexpr std::array<std::string_view, 7> kDistanceUnitTexts{"MM", "M", "IN", "FT", "YD", "MI", "NM"};
-inline constexpr std::array<std::string_view, 4> kOutputFormatTexts{"ASCII", "ASCII+UNIT", "BINARY", "BINARY+CRC"};
-inline constexpr std::array<std::string_view, 3> kOutputModeTexts{"C", "S", "R"}; // continuous, single, on request
-inline constexpr std::array<std::string_view, 5> kAverageDepthTexts{"1", "16", "64", "256", "1024"};
-inline constexpr std::array<std::string_view, 5> kTimeOutTexts{"0", "25", "50", "100", "200"}; // per cent
-inline constexpr std::array<std::string_view, 3> kRainFilterTexts{"OFF", "DISTECHO", "PIXEL"};
+/// When the control of a parameter may be used: for a type of sensor, or for a serial one with its analog output on or
+/// off.
+enum class EditableWhen : std::uint8_t { Always, Serial, Profibus, AnalogOn, AnalogOff, Never };
+
+struct ParameterDef {
+    std::int32_t ParameterSet::*value;
+    std::int32_t defaultValue;                     ///< of a new set, and of an empty box within its limits
+    std::int32_t codeId;                           ///< the order in which an upload goes through the codes
+    std::string_view code;                         ///< three digits, in commands and in the dump
+    std::string_view key;                          ///< in configuration files
+    std::optional<std::int32_t> missingKeyValue{}; ///< of a file that does not name the key, if not the default
+    ParameterGroup group = ParameterGroup::Common;
+    std::span<const std::string_view> wireTexts{}; ///< empty: the value travels as a decimal number
+    TextId labelId;                                ///< caption
+    std::span<const TextId> names{};               ///< of the values; if there are none, `sameNames`, else wire texts
+    std::span<const std::string_view> sameNames{}; ///< the same in every language
+    struct Limits {
+        std::int32_t minimum = 0, maximum = 0;
+    } limits{}; ///< of a number, both accepted, in stored units: the shown number times 10 to the power of `decimals`
+    struct Distance {
+        std::int32_t ParameterSet::*partner = nullptr; ///< a row above
+        std::int32_t least = 0;
+    } apart{}; ///< another parameter whose value must not come nearer
+    int decimals = 0;
+    std::string_view unit{}; ///< UTF-8
+    ControlKind control = ControlKind::Number;
+    std::string_view controlName{}; ///< of all but boxes for numbers
+    std::int32_t number;            ///< of the box, as in its name; else among lists, check boxes and captions
+    SettingsSection section;
+    EditableWhen editable = EditableWhen::Always;
+    std::int32_t sheetLine = 0; ///< in the section on the settings sheet, from 1; 0: not on it
+    std::size_t sheetTabs = 0;  ///< between caption and value there; 0: as many as align it
+};
+
+inline constexpr std::size_t kParameterCount = sizeof(ParameterSet) / sizeof(std::int32_t); // it is its rows
 
 /// All parameters in the order of a configuration file.
 std::span<const ParameterDef> ParameterTable();
@@ -80,32 +75,39 @@ std::span<const ParameterDef> ParameterTable();
 /// The row of a three-digit code; null for any other text.
 const ParameterDef* ParameterOfCode(std::string_view code);
 
-/// Whether a set is one of a serial sensor; a node address of 0 or more makes it one of a Profibus sensor.
-inline bool IsSerial(const ParameterSet& set)
-{
-    return set.NodeAddress < 0;
-}
+/// The row of a member of the set.
+const ParameterDef& RowOf(std::int32_t ParameterSet::*value);
 
-/// Deliberate: only a sensor whose attenuator text has an "E" has rain filter and echo parameters.
-inline bool HasEchoFilter(const SensorIdentity& sensor)
-{
-    return sensor.Attenuator.find('E') != std::string::npos;
-}
+/// A value for each parameter, reached by its row.
+template <typename T>
+class PerParameter {
+public:
+    T& operator[](const ParameterDef& row) { return m_values.at(indexOf(row)); }
+    const T& operator[](const ParameterDef& row) const { return m_values.at(indexOf(row)); }
+    T& operator[](std::int32_t ParameterSet::*value) { return (*this)[RowOf(value)]; }
+    const T& operator[](std::int32_t ParameterSet::*value) const { return (*this)[RowOf(value)]; }
+    bool operator==(const PerParameter&) const = default;
+
+private:
+    static std::size_t indexOf(const ParameterDef& row)
+    {
+        return static_cast<std::size_t>(&row - ParameterTable().data());
+    }
+
+    std::array<T, kParameterCount> m_values{};
+};
 
 /// What the set command for a code carries: the wire text of the value or the value as a decimal number.
 /// Empty for an unknown code, "999" and "000" among them.
 std::string WireValue(const ParameterSet& set, std::string_view code);
+
+inline constexpr std::int32_t kUsualRate = 9600; // bit/s
 
 /// Index 0..5 of the parameter `Baudrate` as bit/s; 0 for any other.
 std::int32_t RateOfIndex(std::int32_t index);
 
 /// A rate in bit/s if the sensor has it, else `kUsualRate`.
 std::int32_t SensorRate(std::int32_t rate);
-
-/// What a list shows where that is not what travels, by stored value.
-inline constexpr std::array<std::string_view, 7> kUnitNamesLong{"Millimeter", "Meter", "Inch",       "Foot",
-                                                                "Yard",       "Mile",  "Nautic Mile"};
-inline constexpr std::array<std::string_view, 5> kTimeOutNames{"0 %", "25 %", "50 %", "100 %", "200 %"};
 
 struct UnitDef {
     std::string_view name;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kRainFilter = "351";
 
-/// Whether the parameter goes out for this configuration; the rain filter and what stands behind it apart.
+/// Whether the parameter goes out for this configuration; the rain filter and the echo parameters apart.
 bool isSent(const ParameterDef& row, const ParameterSet& set)
 {
     const bool serial = IsSerial(set);
@@ -40,10 +40,7 @@ std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorI
     std::ranges::sort(rows, {}, &ParameterDef::codeId);
     std::vector<std::string_view> codes;
     for (const ParameterDef* row : rows) {
-        if (row->code == kRainFilter) {
-            break;
-        }
-        if (isSent(*row, set)) {
+        if (row->group != ParameterGroup::EchoFilter && isSent(*row, set)) {
             codes.push_back(row->code);
         }
     }
@@ -51,7 +48,7 @@ std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorI
     if (chosen && HasEchoFilter(sensor)) {
         codes.push_back(kRainFilter);
     }
-    return codes; // the four that follow are never sent
+    return codes; // the echo parameters are never sent
 }
 
 clsTransfer::clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents)

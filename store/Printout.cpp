@@ -2,10 +2,13 @@
 
 #include "base/CodePage.h"
 #include "base/modFiles.h"
+#include "sensor/Fields.h"
 #include "texts/modFunctions.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -26,45 +29,48 @@ public:
         m_sheet.append(label).append(tabs == kAligned ? aligned : tabs, '\t');
         Line(value);
     }
-    void Caption(TextId textId, std::string_view value, std::size_t tabs = kAligned)
+    void Sections(std::initializer_list<SettingsSection> sections)
     {
-        Line(CodePageBytes(modFunctions::GetText(textId, m_language)), tabs, value);
-    }
-    void Choice(std::size_t choice, std::size_t tabs = kAligned)
-    {
-        Caption(LabelId(kChoices[choice].code), m_texts.choices[choice], tabs);
-    }
-    void Field(std::size_t field, std::size_t tabs = kAligned)
-    {
-        const FieldDef& def = kFields[field];
-        std::string value = m_texts.fields[field];
-        if (!def.unit.empty()) {
-            value.append(" ").append(CodePageBytes(def.unit));
+        for (const SettingsSection section : sections) {
+            for (const ParameterDef* row : linesOf(section)) {
+                parameter(*row);
+            }
         }
-        Caption(LabelId(def.code), value, tabs);
+        Line();
     }
     std::string Text() && { return std::move(m_sheet); }
 
 private:
+    static std::vector<const ParameterDef*> linesOf(SettingsSection section)
+    {
+        std::vector<const ParameterDef*> rows;
+        for (const ParameterDef& row : ParameterTable()) {
+            if (row.section == section && row.sheetLine > 0) {
+                rows.push_back(&row);
+            }
+        }
+        std::ranges::stable_sort(rows, {}, &ParameterDef::sheetLine);
+        return rows;
+    }
+    void parameter(const ParameterDef& row)
+    {
+        if (!IsShown(row, m_texts.serial)) {
+            return;
+        }
+        // Deliberate: the format has the caption of the output mode.
+        const bool format = row.value == &ParameterSet::OutputFormat;
+        std::string value = m_texts.values[row];
+        if (row.control == ControlKind::Number && !row.unit.empty()) {
+            value.append(" ").append(CodePageBytes(row.unit));
+        }
+        const TextId caption = format ? TextId::LabelOutputMode : row.labelId;
+        Line(CodePageBytes(modFunctions::GetText(caption, m_language)), row.sheetTabs, value);
+    }
+
     const SheetTexts& m_texts;
     std::int32_t m_language;
     std::string m_sheet;
 };
-
-void addOutputs(Sheet& sheet)
-{
-    sheet.Choice(ChoiceAnalogOutput, 3);
-    sheet.Field(FieldAnalogMin);
-    sheet.Field(FieldAnalogMax);
-    sheet.Line();
-    sheet.Choice(ChoiceS1Logic);
-    sheet.Field(FieldS1On);
-    sheet.Field(FieldS1Off);
-    sheet.Choice(ChoiceS2Logic);
-    sheet.Field(FieldS2On, 3);
-    sheet.Field(FieldS2Off);
-    sheet.Line();
-}
 
 } // namespace
 
@@ -81,30 +87,14 @@ std::string SheetText(const SheetTexts& texts, std::int32_t language)
     sheet.Line("Build:", 5, texts.SWBuild);
     sheet.Line("Type:", kAligned, texts.DeviceType);
     sheet.Line();
-    // Deliberate: the format has the caption of the output mode.
-    sheet.Caption(LabelId("603"), texts.choices[ChoiceOutputFormat]);
-    sheet.Choice(ChoiceDistanceUnit);
-    sheet.Choice(ChoiceBaudrate);
-    sheet.Choice(ChoiceOutputMode);
-    if (!texts.serial) {
-        sheet.Field(FieldNodeAddress, 3);
-    }
-    sheet.Line();
-    sheet.Choice(ChoiceAutostart, 4);
-    for (const std::size_t choice :
-         {ChoiceMovingAverage, ChoiceAverageDepth, ChoiceTimeOut, ChoiceEchoCheck, ChoiceBlanking}) {
-        sheet.Choice(choice);
-    }
-    sheet.Line();
-    sheet.Choice(ChoiceRainFilter, 4);
-    sheet.Line();
-    sheet.Field(FieldOffset);
-    sheet.Field(FieldScaleFactor);
-    sheet.Field(FieldTemperature, 4);
-    sheet.Field(FieldAirPressure);
-    sheet.Line();
+    using enum SettingsSection;
+    sheet.Sections({Interface});
+    sheet.Sections({Measurement});
+    sheet.Sections({RainAndEcho});
+    sheet.Sections({Correction});
     if (texts.serial) {
-        addOutputs(sheet);
+        sheet.Sections({Analog});
+        sheet.Sections({FirstSwitch, SecondLogic, SecondSwitch});
     }
     return std::move(sheet).Text();
 }

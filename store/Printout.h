@@ -1,18 +1,19 @@
 // The settings sheet: what the settings window shows as a plain text that can be printed.
 #pragma once
 
-#include "sensor/Fields.h"
+#include "sensor/Parameters.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 /// The window's controls as they stand; all texts in Windows-1252.
 struct SheetTexts {
     bool serial = true; ///< else a Profibus sensor
     std::string SerialNo, SWVersion, SWBuild, DeviceType;
-    std::array<std::string, kFields.size()> fields;
-    /// The selected text of a list, the caption of a switch's logic, "1" or "0" for a check box.
-    std::array<std::string, kChoices.size()> choices;
+    /// The text of a box, the selected text of a list, the caption of a switch's logic, "1" or "0" for a check box.
+    PerParameter<std::string> values;
 };
 
 /// The sheet in Windows-1252 with CR LF, its captions in the language with this offset.

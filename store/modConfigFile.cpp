@@ -20,7 +20,7 @@ void Read(Configuration& configuration)
     ini.Filename(configuration.FileName);
     const auto read = [&](const ParameterDef& row) {
         configuration.Parameters.*row.value =
-            std::get<std::int32_t>(ini.GetSetting(kSection, row.key, row.missingKeyValue));
+            std::get<std::int32_t>(ini.GetSetting(kSection, row.key, row.missingKeyValue.value_or(row.defaultValue)));
     };
     configuration.Description = std::get<std::string>(ini.GetSetting(kSection, "Description", std::string()));
     for (const ParameterDef& row : ParameterTable()) {

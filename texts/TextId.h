@@ -5,9 +5,9 @@
 
 enum class TextId : std::int32_t {
     None = 0,
-#define TEXT(id, name, german, english) name = id,
-#define SAME(id, name, text) name = id,
-#define NEUTRAL(id, name, text) name = id,
+#define TEXT(id, name, german, english) name = (id),
+#define SAME(id, name, text) name = (id),
+#define NEUTRAL(id, name, text) name = (id),
 #include "texts/NeutralTable.inc"
 #include "texts/StringTable.inc"
 #undef NEUTRAL

@@ -9,41 +9,44 @@ namespace {
 
 TEST(Fields, LeavingABoxClampsAndFormats)
 {
-    using Row = std::tuple<std::size_t, std::string, const char*>;
-    for (const auto& [field, typed, shown] :
-         {Row{3, "", "1013"}, Row{3, "700", "800"}, Row{3, "99999", "1200"}, Row{1, "40", "32,767"},
-          Row{2, "1.5", "1,5"}, Row{2, "-10,04", "-10,0"}, Row{0, "2.5", "2"}, Row{0, "-", "0"},
-          Row{0, std::string(400, '9'), "32767"}, Row{12, "1.234,5", "512"}, Row{12, "abc", "512"},
-          Row{1, "-0,0004", "0,000"}}) {
-        EXPECT_EQ(CheckedText(field, typed, ','), shown) << field << ": " << typed;
+    using Row = std::tuple<const char*, std::string, const char*>;
+    for (const auto& [code, typed, shown] :
+         {Row{"802", "", "1013"}, Row{"802", "700", "800"}, Row{"802", "99999", "1200"}, Row{"702", "40", "32,767"},
+          Row{"801", "1.5", "1,5"}, Row{"801", "-10,04", "-10,0"}, Row{"701", "2.5", "2"}, Row{"701", "-", "0"},
+          Row{"701", std::string(400, '9'), "32767"}, Row{"353", "1.234,5", "512"}, Row{"353", "abc", "512"},
+          Row{"702", "-0,0004", "0,000"}, Row{"610", "", "0"}}) {
+        EXPECT_EQ(CheckedText(*ParameterOfCode(code), typed, ','), shown) << code << ": " << typed;
     }
 }
 
 TEST(Fields, CopyingRefusesWhatIsOutOfRange)
 {
-    using Row = std::tuple<std::size_t, const char*, std::optional<std::int32_t>>;
-    for (const auto& [field, text, stored] :
-         {Row{0, "32768", {}}, Row{0, "12x", 12}, Row{0, "1,9", 1}, Row{1, "1,005", 1005}, Row{1, "32.768", {}},
-          Row{1, "x", {}}, Row{2, "50,1", {}}, Row{3, "", {}}, Row{9, "1e300", {}}, Row{11, "0", {}}}) {
-        EXPECT_EQ(StoredValue(field, text), stored) << field << ": " << text;
+    using Row = std::tuple<const char*, const char*, std::optional<std::int32_t>>;
+    for (const auto& [code, text, stored] :
+         {Row{"701", "32768", {}}, Row{"701", "12x", 12}, Row{"701", "1,9", 1}, Row{"702", "1,005", 1005},
+          Row{"702", "32.768", {}}, Row{"702", "x", {}}, Row{"801", "50,1", {}}, Row{"802", "", {}},
+          Row{"402", "1e300", {}}, Row{"352", "0", {}}}) {
+        EXPECT_EQ(StoredValue(*ParameterOfCode(code), text), stored) << code << ": " << text;
     }
 }
 
 TEST(Fields, PairsMustLieApart)
 {
-    const std::tuple<std::size_t, const char*, const char*, bool> rows[] = {
-        {FieldS1On, "1000", "1009", false},      {FieldS1On, "1000", "1010", true},
-        {FieldS1On, "9999999", "9995", false}, // too close to the old value, 10000
-        {FieldS2On, "-4", "5", false},           {FieldS2On, "-5", "5", true},
-        {FieldAnalogMin, "1000", "1999", false}, {FieldAnalogMin, "1000", "0", true},
+    const std::tuple<const char*, const char*, const char*, const char*, bool> rows[] = {
+        {"501", "1000", "502", "1009", false},    {"501", "1000", "502", "1010", true},
+        {"501", "9999999", "502", "9995", false}, // too close to the old value, 10000
+        {"504", "-4", "505", "5", false},         {"504", "-5", "505", "5", true},
+        {"401", "1000", "402", "1999", false},    {"401", "1000", "402", "0", true},
     };
-    for (const auto& [first, a, b, stored] : rows) {
+    for (const auto& [first, a, second, b, stored] : rows) {
         ParameterSet configuration;
         ShownSettings shown = ShownOf(configuration, '.');
-        shown.texts[first] = a;
-        shown.texts[first + 1] = b;
-        shown.texts[FieldDistanceWindow] = "77";
-        EXPECT_EQ(CopyInto(configuration, shown)[first + 1] == CopyOutcome::Stored, stored) << a << ", " << b;
+        shown.texts[*ParameterOfCode(first)] = a;
+        shown.texts[*ParameterOfCode(second)] = b;
+        shown.texts[&ParameterSet::DistanceWindow] = "77";
+        shown.texts[&ParameterSet::ScaleFactor] = "99"; // refused, and stands before the pairs
+        const CopyOutcomes outcomes = CopyInto(configuration, shown);
+        EXPECT_EQ(outcomes[*ParameterOfCode(second)] == CopyOutcome::Stored, stored) << a << ", " << b;
         EXPECT_EQ(configuration.DistanceWindow, 77) << "a refusal does not stop the others";
     }
 }
@@ -56,14 +59,14 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     profibus.TimeOut = 9; // not in the list
     profibus.ScaleFactor = -1234;
     const ShownSettings shown = ShownOf(profibus, ',');
-    EXPECT_EQ(shown.texts[FieldS1On], "");
-    EXPECT_EQ(shown.texts[FieldScaleFactor], "-1,234");
-    EXPECT_EQ(shown.choices[ChoiceS2Logic], -1);
-    EXPECT_EQ(shown.choices[ChoiceTimeOut], -1);
+    EXPECT_EQ(shown.texts[&ParameterSet::S1OnThreshold], "");
+    EXPECT_EQ(shown.texts[&ParameterSet::ScaleFactor], "-1,234");
+    EXPECT_EQ(shown.choices[&ParameterSet::S2Logic], -1);
+    EXPECT_EQ(shown.choices[&ParameterSet::TimeOut], -1);
 
     ParameterSet target;
     target.RainFilter = 1;
-    EXPECT_EQ(CopyInto(target, shown)[FieldS1On], CopyOutcome::Skipped);
+    EXPECT_EQ(CopyInto(target, shown)[&ParameterSet::S1OnThreshold], CopyOutcome::Skipped);
     EXPECT_EQ(target.NodeAddress, 5);
     EXPECT_EQ(target.OutputMode, 0) << "its list is disabled";
     EXPECT_EQ(target.TimeOut, 1);
@@ -71,8 +74,8 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
 
     // A serial configuration is saved in its place, and one is sent to such a sensor.
     const ShownSettings serial = ShownOf(ParameterSet(), ',');
-    EXPECT_EQ(serial.texts[FieldNodeAddress], "n/a");
-    EXPECT_EQ(CopyInto(target, serial)[FieldNodeAddress], CopyOutcome::Skipped);
+    EXPECT_EQ(serial.texts[&ParameterSet::NodeAddress], "n/a");
+    EXPECT_EQ(CopyInto(target, serial)[&ParameterSet::NodeAddress], CopyOutcome::Skipped);
     EXPECT_EQ(target.NodeAddress, 5);
     CopyForSaving(target, serial);
     EXPECT_EQ(target.NodeAddress, -1);
@@ -86,17 +89,17 @@ TEST(Fields, DifferencesNameTheSensorsValue)
     set.Offset = 40000; // outside the box's range, yet the same
     ShownSettings shown = ShownOf(set, ',');
     EXPECT_TRUE(Differences(shown, set, sensor, ',', 0).empty());
-    shown.texts[FieldTemperature] = "20.0"; // written differently, yet the same
-    shown.texts[FieldS1On] = "9000";
-    shown.texts[FieldScaleFactor] = "x";
-    shown.texts[FieldDistanceWindow] = "1";
-    shown.choices[ChoiceMovingAverage] = 1;
-    shown.choices[ChoiceTimeOut] = 4;
-    shown.choices[ChoiceOutputMode] = 2;
+    shown.texts[&ParameterSet::Temperature] = "20.0"; // written differently, yet the same
+    shown.texts[&ParameterSet::S1OnThreshold] = "9000";
+    shown.texts[&ParameterSet::ScaleFactor] = "x";
+    shown.texts[&ParameterSet::DistanceWindow] = "1";
+    shown.choices[&ParameterSet::MovingAverage] = 1;
+    shown.choices[&ParameterSet::TimeOut] = 4;
+    shown.choices[&ParameterSet::OutputMode] = 2;
     const auto found = [&] {
         std::string values;
         for (const Difference& difference : Differences(shown, set, sensor, ',', 0)) {
-            values += std::string(difference.code) + ": " + difference.sensorText + '|';
+            values += std::string(difference.row->code) + ": " + difference.sensorText + '|';
         }
         return values;
     };

@@ -10,12 +10,10 @@ namespace {
 
 SheetTexts filled(bool serial)
 {
-    SheetTexts texts{serial, "4711", "2.07", "1187", serial ? "Serial" : "Profibus", {}, {}};
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        texts.fields[i] = "f" + std::to_string(i);
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        texts.choices[i] = "c" + std::string(kChoices[i].code);
+    SheetTexts texts{serial, "4711", "2.07", "1187", serial ? "Serial" : "Profibus", {}};
+    for (const ParameterDef& row : ParameterTable()) {
+        const bool number = row.control == ControlKind::Number;
+        texts.values[row] = number ? "f" + std::to_string(row.number) : "c" + std::string(row.code);
     }
     return texts;
 }

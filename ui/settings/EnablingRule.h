@@ -1,8 +1,10 @@
 // Which controls of the settings window may be used, as a function of what they depend on.
 #pragma once
 
-#include "sensor/Fields.h"
+#include "sensor/Parameters.h"
 #include "texts/TextId.h"
+
+#include <cstddef>
 
 class clsRVQ;
 
@@ -15,8 +17,7 @@ struct EditorState {
 };
 
 struct EditorRule {
-    std::array<bool, kFields.size()> Fields{};
-    std::array<bool, kChoices.size()> Choices{};
+    PerParameter<bool> Controls;
     bool Transfer = false; ///< `cmdUpload`, `cmdDownload`, `cmdSetDefaults`, `cmdSaveSettings`
     bool Delete = false;
     bool Other = false; ///< `cmbConfig`, `cmdLoad`, `cmdSave`, `cmdPrint`, `cmdClose` and the window's close box

@@ -1,5 +1,6 @@
 #include "ui/settings/SettingsForm.h"
 
+#include "sensor/Fields.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
 #include "ui/widgets/QtText.h"
@@ -14,15 +15,11 @@
 #include <QProgressBar>
 #include <QPushButton>
 
+#include <string>
 #include <utility>
 
 namespace {
 
-constexpr std::array kChoiceNames{"cmbBaudrate",     "cmbOutputMode", "cmbOutputFormat",  "cmbDistanceUnit",
-                                  "cmbAverageDepth", "cmbTimeOut",    "chkMovingAverage", "chkAutostart",
-                                  "chkEchoCheck",    "chkBlanking",   "cmbRainFilter",    "chkAnalogOutput",
-                                  "lblS1Logic",      "cmbS2Logic"};
-static_assert(kChoiceNames.size() == kChoices.size());
 constexpr char kDiffers[] = "≠";
 constexpr int kUnitColumn = 2, kMarkColumn = 3;
 
@@ -36,23 +33,15 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     auto* columns = new QHBoxLayout;
     auto* left = new QVBoxLayout;
     left->addWidget(buildSensorFrame());
-    left->addWidget(buildFrame("fraInterface", TextId::FrameInterface,
-                               {ChoiceBaudrate, ChoiceOutputMode, ChoiceOutputFormat, ChoiceDistanceUnit},
-                               {FieldNodeAddress}));
+    left->addWidget(buildFrame("fraInterface", TextId::FrameInterface, SettingsSection::Interface));
     left->addStretch(1);
     auto* middle = new QVBoxLayout;
-    middle->addWidget(buildFrame(
-        "fraMeasurement", TextId::FrameMeasurementSettings,
-        {ChoiceAverageDepth, ChoiceTimeOut, ChoiceMovingAverage, ChoiceAutostart, ChoiceEchoCheck, ChoiceBlanking},
-        {}));
-    middle->addWidget(buildFrame("fraCorrection", TextId::FrameCorrection, {},
-                                 {FieldOffset, FieldScaleFactor, FieldTemperature, FieldAirPressure}));
+    middle->addWidget(buildFrame("fraMeasurement", TextId::FrameMeasurementSettings, SettingsSection::Measurement));
+    middle->addWidget(buildFrame("fraCorrection", TextId::FrameCorrection, SettingsSection::Correction));
     middle->addStretch(1);
     auto* right = new QVBoxLayout;
     right->addWidget(buildSwitchFrame());
-    right->addWidget(
-        buildFrame("fraRainFilter", TextId::FrameRainFilter, {ChoiceRainFilter},
-                   {FieldDistanceWindow, FieldDistanceWindow + 1, FieldDistanceWindow + 2, FieldDistanceWindow + 3}));
+    right->addWidget(buildFrame("fraRainFilter", TextId::FrameRainFilter, SettingsSection::RainAndEcho));
     right->addStretch(1);
     for (QVBoxLayout* column : {left, middle, right}) {
         columns->addLayout(column, 1);
@@ -66,10 +55,10 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
 }
 
 template <typename Widget>
-Widget* SettingsForm::named(const char* name, TextId id, TextId toolTipId)
+Widget* SettingsForm::named(std::string_view name, TextId id, TextId toolTipId)
 {
     auto* widget = new Widget(m_window);
-    widget->setObjectName(QLatin1String(name));
+    widget->setObjectName(FromUtf8(name));
     SetTextIds(widget, id, toolTipId);
     return widget;
 }
@@ -119,17 +108,10 @@ QGroupBox* SettingsForm::buildSensorFrame()
     return box;
 }
 
-QGroupBox* SettingsForm::buildFrame(const char* name, TextId id, std::initializer_list<std::size_t> choices,
-                                    std::initializer_list<std::size_t> fields)
+QGroupBox* SettingsForm::buildFrame(const char* name, TextId id, SettingsSection section)
 {
     auto* box = named<QGroupBox>(name, id);
-    QGridLayout* grid = frame(box);
-    for (const std::size_t index : choices) {
-        addChoice(*grid, index);
-    }
-    for (const std::size_t index : fields) {
-        addField(*grid, index);
-    }
+    addSection(*frame(box), section);
     return box;
 }
 
@@ -138,55 +120,62 @@ QGroupBox* SettingsForm::buildSwitchFrame()
     auto* box = named<QGroupBox>("fraSwitches", TextId::FrameSwitches);
     QGridLayout* grid = frame(box);
     m_switchGrid = grid;
-    addChoice(*grid, ChoiceAnalogOutput);
-    addField(*grid, FieldAnalogMin);
-    addField(*grid, FieldAnalogMax);
+    addSection(*grid, SettingsSection::Analog);
     m_firstSwitchRow = grid->rowCount();
-    addChoice(*grid, ChoiceS2Logic);
+    addSection(*grid, SettingsSection::SecondLogic);
     grid->setRowMinimumHeight(grid->rowCount(), m_window->fontMetrics().height() / 2);
-    addChoice(*grid, ChoiceS1Logic);
-    addField(*grid, FieldS1On);
-    addField(*grid, FieldS1Off);
+    addSection(*grid, SettingsSection::FirstSwitch);
     grid->setRowMinimumHeight(grid->rowCount(), m_window->fontMetrics().height() / 2);
     const int row = grid->rowCount();
     lblS2Logic = named<QLabel>("lblS2Logic");
     grid->addWidget(named<QLabel>("lblS2LogicCaption", TextId::LabelS2Logic), row, 0);
     grid->addWidget(lblS2Logic, row, 1);
-    addField(*grid, FieldS2On);
-    addField(*grid, FieldS2Off);
+    addSection(*grid, SettingsSection::SecondSwitch);
     return box;
 }
 
-void SettingsForm::addChoice(QGridLayout& grid, std::size_t index)
+void SettingsForm::addSection(QGridLayout& grid, SettingsSection section)
 {
-    const ChoiceDef& def = kChoices[index];
-    const int row = grid.rowCount();
-    QWidget* control = nullptr;
-    if (def.kind == ChoiceKind::Check) {
-        control = named<QCheckBox>(kChoiceNames[index], LabelId(def.code));
-        grid.addWidget(control, row, 0, 1, 2);
-    } else {
-        control = def.kind == ChoiceKind::List ? static_cast<QWidget*>(named<QComboBox>(kChoiceNames[index]))
-                                               : named<QLabel>(kChoiceNames[index]);
-        const TextId id = index == ChoiceS2Logic ? TextId::CaptionS2LogicList : LabelId(def.code);
-        grid.addWidget(caption(id, control), row, 0);
-        grid.addWidget(control, row, 1);
+    for (const ParameterDef* row : RowsByControl()) {
+        if (row->section == section) {
+            addParameter(grid, *row);
+        }
     }
-    choice[index] = control;
-    choiceMark[index] = mark(grid, row);
 }
 
-void SettingsForm::addField(QGridLayout& grid, std::size_t index)
+void SettingsForm::addParameter(QGridLayout& grid, const ParameterDef& row)
 {
-    const int row = grid.rowCount();
+    const int line = grid.rowCount();
+    control[row] = newControl(row);
+    if (row.control == ControlKind::Check) {
+        grid.addWidget(control[row], line, 0, 1, 2);
+    } else {
+        grid.addWidget(caption(row.labelId, control[row]), line, 0);
+        grid.addWidget(control[row], line, 1);
+    }
+    if (row.control == ControlKind::Number) {
+        grid.addWidget(new QLabel(FromUtf8(row.unit), m_window), line, kUnitColumn);
+    }
+    differenceMark[row] = mark(grid, line);
+}
+
+QWidget* SettingsForm::newControl(const ParameterDef& row)
+{
+    const std::string name = ControlName(row);
+    switch (row.control) {
+    case ControlKind::List:
+        return named<QComboBox>(name);
+    case ControlKind::Check:
+        return named<QCheckBox>(name, row.labelId);
+    case ControlKind::Label:
+        return named<QLabel>(name);
+    case ControlKind::Number:
+        break;
+    }
     auto* box = new NumberEdit(m_window, m_decimalSeparator);
-    box->setObjectName(QStringLiteral("txtParameter_%1").arg(index));
+    box->setObjectName(FromUtf8(name));
     box->setAlignment(Qt::AlignRight);
-    grid.addWidget(caption(LabelId(kFields[index].code), box), row, 0);
-    grid.addWidget(box, row, 1);
-    grid.addWidget(new QLabel(FromUtf8(kFields[index].unit), m_window), row, kUnitColumn);
-    txtParameter[index] = box;
-    fieldMark[index] = mark(grid, row);
+    return box;
 }
 
 void SettingsForm::addInformation(QGridLayout& grid, const char* name, TextId captionId, QLabel*& value)
@@ -272,32 +261,34 @@ void SettingsForm::ShowSwitches(bool show)
     }
 }
 
-QComboBox* SettingsForm::ListOf(std::size_t index) const
+NumberEdit* SettingsForm::BoxOf(const ParameterDef& row) const
 {
-    return static_cast<QComboBox*>(choice.at(index));
+    return static_cast<NumberEdit*>(control[row]);
 }
 
-QCheckBox* SettingsForm::CheckOf(std::size_t index) const
+QComboBox* SettingsForm::ListOf(const ParameterDef& row) const
 {
-    return static_cast<QCheckBox*>(choice.at(index));
+    return static_cast<QComboBox*>(control[row]);
 }
 
-void SettingsForm::LocaliseLists(std::int32_t language)
+QCheckBox* SettingsForm::CheckOf(const ParameterDef& row) const
 {
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        if (kChoices[i].kind != ChoiceKind::List) {
-            continue;
+    return static_cast<QCheckBox*>(control[row]);
+}
+
+QLabel* SettingsForm::LabelOf(const ParameterDef& row) const
+{
+    return static_cast<QLabel*>(control[row]);
+}
+
+void SettingsForm::LocaliseParameters(std::int32_t language)
+{
+    for (const ParameterDef& row : ParameterTable()) {
+        if (row.control == ControlKind::Number) {
+            BoxOf(row)->setAccessibleName(Text(row.labelId, language).trimmed());
+        } else if (row.control == ControlKind::List) {
+            localiseList(row, language);
         }
-        QComboBox* list = ListOf(i);
-        for (std::int32_t value = 0; value < kChoices[i].Count(); ++value) {
-            const QString text = FromUtf8(ChoiceText(i, value, language));
-            if (value < list->count()) {
-                list->setItemText(value, text);
-            } else {
-                list->addItem(text);
-            }
-        }
-        list->setAccessibleName(Text(LabelId(kChoices[i].code), language));
     }
     for (QLabel* sign : m_window->findChildren<QLabel*>()) {
         if (sign->text() == QString::fromUtf8(kDiffers)) {
@@ -311,4 +302,18 @@ void SettingsForm::LocaliseLists(std::int32_t language)
             button->setShortcut(Qt::CTRL | key);
         }
     }
+}
+
+void SettingsForm::localiseList(const ParameterDef& row, std::int32_t language)
+{
+    QComboBox* list = ListOf(row);
+    for (std::int32_t value = 0; value < ValueCount(row); ++value) {
+        const QString text = FromUtf8(ValueName(row, value, language));
+        if (value < list->count()) {
+            list->setItemText(value, text);
+        } else {
+            list->addItem(text);
+        }
+    }
+    list->setAccessibleName(Text(row.labelId, language));
 }

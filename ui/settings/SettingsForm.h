@@ -1,12 +1,11 @@
 // The controls of the settings window, their places and the ids of their texts. What they do is frmRVQ's.
 #pragma once
 
-#include "sensor/Fields.h"
+#include "sensor/Parameters.h"
 #include "texts/TextId.h"
 
-#include <array>
 #include <cstdint>
-#include <initializer_list>
+#include <string_view>
 
 class NumberEdit;
 class QDialog;
@@ -25,12 +24,14 @@ protected:
     /// Creates all controls as children of the window.
     void BuildForm(QDialog& window, char decimalSeparator);
     /// The texts within the lists, accessible names, shortcuts.
-    void LocaliseLists(std::int32_t language);
+    void LocaliseParameters(std::int32_t language);
 
     /// The frame of the switches ends above the list of Q2's logic where a sensor has none.
     void ShowSwitches(bool show);
-    QComboBox* ListOf(std::size_t choice) const;
-    QCheckBox* CheckOf(std::size_t choice) const;
+    NumberEdit* BoxOf(const ParameterDef& row) const;
+    QComboBox* ListOf(const ParameterDef& row) const;
+    QCheckBox* CheckOf(const ParameterDef& row) const;
+    QLabel* LabelOf(const ParameterDef& row) const;
 
     QComboBox* cmbConfig = nullptr;
     QLabel* lblSource = nullptr;
@@ -39,13 +40,11 @@ protected:
     QLabel* lblSWBuild = nullptr;
     QLabel* lblSWDate = nullptr;
     QLabel* lblDeviceType = nullptr;
-    std::array<NumberEdit*, kFields.size()> txtParameter{};
-    /// By the table of choices: lists, check boxes, and the label of the logic of Q1.
-    std::array<QWidget*, kChoices.size()> choice{};
+    /// Of the kind that the row names.
+    PerParameter<QWidget*> control;
     QLabel* lblS2Logic = nullptr;
     /// Beside each control, for what differs from the sensor.
-    std::array<QLabel*, kFields.size()> fieldMark{};
-    std::array<QLabel*, kChoices.size()> choiceMark{};
+    PerParameter<QLabel*> differenceMark;
     QLabel* lblStatus = nullptr;
     QLabel* lblUnstored = nullptr;
     QLabel* lblProgress = nullptr;
@@ -63,17 +62,18 @@ protected:
 
 private:
     template <typename Widget>
-    Widget* named(const char* name, TextId id = TextId::None, TextId toolTipId = TextId::None);
+    Widget* named(std::string_view name, TextId id = TextId::None, TextId toolTipId = TextId::None);
     QGridLayout* frame(QWidget* around) const;
     QLayout* buildConfigurationRow();
     QGroupBox* buildSensorFrame();
-    QGroupBox* buildFrame(const char* name, TextId id, std::initializer_list<std::size_t> choices,
-                          std::initializer_list<std::size_t> fields);
+    QGroupBox* buildFrame(const char* name, TextId id, SettingsSection section);
     QGroupBox* buildSwitchFrame();
     QLayout* buildStatus();
     QLayout* buildButtons();
-    void addChoice(QGridLayout& grid, std::size_t index);
-    void addField(QGridLayout& grid, std::size_t index);
+    void addSection(QGridLayout& grid, SettingsSection section);
+    void addParameter(QGridLayout& grid, const ParameterDef& row);
+    QWidget* newControl(const ParameterDef& row);
+    void localiseList(const ParameterDef& row, std::int32_t language);
     void addInformation(QGridLayout& grid, const char* name, TextId captionId, QLabel*& value);
     QLabel* caption(TextId id, QWidget* buddy);
     QLabel* mark(QGridLayout& grid, int row);

@@ -25,7 +25,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <map>
 
 namespace {
 
@@ -123,18 +122,17 @@ void frmRVQ::connectControls()
     connectButton(cmdHelp, &frmRVQ::cmdHelp_Click);
     connectButton(cmdClose, &frmRVQ::cmdClose_Click);
     const auto edited = [this] { Guarded([this] { applyRule(); }); };
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        txtParameter[i]->Check = [this, i](const std::string& typed) {
-            return CheckedText(i, typed, m_decimalSeparator);
-        };
-        txtParameter[i]->Words = [this](TextId id) { return text(id); };
-        connect(txtParameter[i], &QLineEdit::textChanged, this, edited);
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        if (kChoices[i].kind == ChoiceKind::Check) {
-            connect(CheckOf(i), &QCheckBox::clicked, this, edited);
-        } else if (kChoices[i].kind == ChoiceKind::List) {
-            connect(ListOf(i), &QComboBox::activated, this, edited);
+    for (const ParameterDef& row : ParameterTable()) {
+        if (row.control == ControlKind::Number) {
+            BoxOf(row)->Check = [this, &row](const std::string& typed) {
+                return CheckedText(row, typed, m_decimalSeparator);
+            };
+            BoxOf(row)->Words = [this](TextId id) { return text(id); };
+            connect(BoxOf(row), &QLineEdit::textChanged, this, edited);
+        } else if (row.control == ControlKind::Check) {
+            connect(CheckOf(row), &QCheckBox::clicked, this, edited);
+        } else if (row.control == ControlKind::List) {
+            connect(ListOf(row), &QComboBox::activated, this, edited);
         }
     }
 }
@@ -147,13 +145,10 @@ void frmRVQ::connectButton(const QPushButton* button, void (frmRVQ::*act)())
 void frmRVQ::localise()
 {
     LocaliseForm(*this, m_context.settings.Language);
-    LocaliseLists(m_context.settings.Language);
+    LocaliseParameters(m_context.settings.Language);
     cmbConfig->setItemText(kDevice, text(TextId::DeviceEntry));
     if (cmbConfig->currentIndex() == kDevice) {
         showSource(text(TextId::DeviceEntry));
-    }
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        txtParameter[i]->setAccessibleName(text(LabelId(kFields[i].code)).trimmed());
     }
     showStatus(statusText());
     applyRule();
@@ -185,18 +180,17 @@ void frmRVQ::fill(const Configuration& configuration)
 {
     const ShownSettings values = ShownOf(configuration.Parameters, m_decimalSeparator);
     m_serial = values.serial;
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        const QSignalBlocker silent(txtParameter[i]);
-        txtParameter[i]->ShowText(values.texts[i]);
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        if (kChoices[i].kind == ChoiceKind::Check) {
-            CheckOf(i)->setChecked(values.choices[i] == 1);
-        } else if (kChoices[i].kind == ChoiceKind::List) {
-            ListOf(i)->setCurrentIndex(values.choices[i]);
+    for (const ParameterDef& row : ParameterTable()) {
+        const QSignalBlocker silent(control[row]);
+        if (row.control == ControlKind::Number) {
+            BoxOf(row)->ShowText(values.texts[row]);
+        } else if (row.control == ControlKind::Check) {
+            CheckOf(row)->setChecked(values.choices[row] == 1);
+        } else if (row.control == ControlKind::List) {
+            ListOf(row)->setCurrentIndex(values.choices[row]);
         }
     }
-    m_s1Logic = values.choices[ChoiceS1Logic];
+    m_s1Logic = values.choices[&ParameterSet::S1Logic];
     const bool isDevice = cmbConfig->currentIndex() == kDevice;
     showSource(isDevice ? text(TextId::DeviceEntry) : QFile::decodeName(configuration.FileName.c_str()));
     applyRule();
@@ -213,19 +207,19 @@ ShownSettings frmRVQ::shown() const
 {
     ShownSettings values;
     values.serial = m_serial;
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        values.texts[i] = ToBytes(txtParameter[i]->text());
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        switch (kChoices[i].kind) {
-        case ChoiceKind::Check:
-            values.choices[i] = CheckOf(i)->isChecked() ? 1 : 0;
+    for (const ParameterDef& row : ParameterTable()) {
+        switch (row.control) {
+        case ControlKind::Number:
+            values.texts[row] = ToBytes(BoxOf(row)->text());
             break;
-        case ChoiceKind::List:
-            values.choices[i] = ListOf(i)->currentIndex();
+        case ControlKind::Check:
+            values.choices[row] = CheckOf(row)->isChecked() ? 1 : 0;
             break;
-        case ChoiceKind::Label:
-            values.choices[i] = m_s1Logic;
+        case ControlKind::List:
+            values.choices[row] = ListOf(row)->currentIndex();
+            break;
+        case ControlKind::Label:
+            values.choices[row] = m_s1Logic;
             break;
         }
     }
@@ -234,9 +228,9 @@ ShownSettings frmRVQ::shown() const
 
 void frmRVQ::showOutcomes(const CopyOutcomes& outcomes)
 {
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        if (outcomes[i] == CopyOutcome::Refused) {
-            txtParameter[i]->ShowText(std::string(kRefusedText)); // Deliberate: the text, not a colour.
+    for (const ParameterDef& row : ParameterTable()) {
+        if (outcomes[row] == CopyOutcome::Refused) {
+            BoxOf(row)->ShowText(std::string(kRefusedText)); // Deliberate: the text, not a colour.
         }
     }
 }
@@ -245,15 +239,12 @@ void frmRVQ::showOutcomes(const CopyOutcomes& outcomes)
 void frmRVQ::applyRule()
 {
     const EditorRule rule = RuleOf({.serial = m_serial,
-                                    .analogOutput = CheckOf(ChoiceAnalogOutput)->isChecked(),
+                                    .analogOutput = CheckOf(RowOf(&ParameterSet::AnalogOutput))->isChecked(),
                                     .connected = m_context.device.CommStatus() != DialogueNone,
                                     .busy = m_transfer.IsBusy() || m_context.device.Wait().Running,
                                     .line = static_cast<std::size_t>(std::max(cmbConfig->currentIndex(), 0))});
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        txtParameter[i]->setEnabled(rule.Fields[i]);
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        choice[i]->setEnabled(rule.Choices[i]);
+    for (const ParameterDef& row : ParameterTable()) {
+        control[row]->setEnabled(rule.Controls[row]);
     }
     for (QPushButton* button : {cmdUpload, cmdDownload, cmdSetDefaults, cmdSaveSettings}) {
         button->setEnabled(rule.Transfer);
@@ -263,47 +254,44 @@ void frmRVQ::applyRule()
         other->setEnabled(rule.Other);
     }
     ShowSwitches(m_serial);
-    const auto logic = [this](std::int32_t value) {
-        return m_serial ? FromUtf8(ChoiceText(ChoiceS1Logic, value, m_context.settings.Language)) : QString();
+    const auto showLogic = [this](QLabel* label, const ParameterDef& row, std::int32_t value) {
+        label->setText(m_serial ? FromUtf8(ValueName(row, value, m_context.settings.Language)) : QString());
     };
-    static_cast<QLabel*>(choice[ChoiceS1Logic])->setText(logic(m_s1Logic));
-    lblS2Logic->setText(logic(ListOf(ChoiceS2Logic)->currentIndex() == 1 ? 1 : 0));
+    const ParameterDef &first = RowOf(&ParameterSet::S1Logic), &second = RowOf(&ParameterSet::S2Logic);
+    showLogic(LabelOf(first), first, m_s1Logic);
+    showLogic(lblS2Logic, second, ListOf(second)->currentIndex() == 1 ? 1 : 0);
     markDifferences();
 }
 
 /// Every shown value that is not the sensor's has a sign beside it and the sensor's value in its tool tip.
 void frmRVQ::markDifferences()
 {
-    std::map<std::string_view, QString> inSensor;
+    PerParameter<QString> inSensor;
     if (m_context.device.CommStatus() != DialogueNone && !m_transfer.IsBusy()) {
-        for (const Difference& row : Differences(shown(), m_context.device.Parameters(), m_context.device.Identity(),
-                                                 m_decimalSeparator, m_context.settings.Language)) {
-            inSensor[row.code] = text(TextId::ToolTipInSensor).arg(FromUtf8(row.sensorText));
+        for (const Difference& difference :
+             Differences(shown(), m_context.device.Parameters(), m_context.device.Identity(), m_decimalSeparator,
+                         m_context.settings.Language)) {
+            inSensor[*difference.row] = text(TextId::ToolTipInSensor).arg(FromUtf8(difference.sensorText));
         }
     }
-    const auto mark = [&inSensor](std::string_view code, QLabel* sign, QWidget* control, const QString& range) {
-        const auto found = inSensor.find(code);
-        const QString difference = found == inSensor.end() ? QString() : found->second;
-        sign->setVisible(!difference.isEmpty());
-        sign->setToolTip(difference);
+    for (const ParameterDef& row : ParameterTable()) {
+        const QString& difference = inSensor[row];
+        differenceMark[row]->setVisible(!difference.isEmpty());
+        differenceMark[row]->setToolTip(difference);
+        const QString range = row.control == ControlKind::Number ? rangeText(row) : QString();
         const bool both = !difference.isEmpty() && !range.isEmpty();
-        control->setToolTip(both ? range + u'\n' + difference : range + difference);
-    };
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        mark(kFields[i].code, fieldMark[i], txtParameter[i], rangeText(i));
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        mark(kChoices[i].code, choiceMark[i], choice[i], QString());
+        control[row]->setToolTip(both ? range + u'\n' + difference : range + difference);
     }
     lblUnstored->setVisible(m_context.device.UnstoredChanges() && m_context.device.CommStatus() != DialogueNone &&
                             !m_transfer.IsBusy());
 }
 
-QString frmRVQ::rangeText(std::size_t field) const
+QString frmRVQ::rangeText(const ParameterDef& row) const
 {
-    const FieldDef& def = kFields[field];
-    const auto limit = [&](std::int32_t stored) { return FromBytes(FieldText(def, stored, m_decimalSeparator)); };
-    return text(TextId::ToolTipRange).arg(limit(def.minimum), limit(def.maximum), FromUtf8(def.unit)).trimmed();
+    const auto limit = [&](std::int32_t stored) { return FromBytes(NumberText(row, stored, m_decimalSeparator)); };
+    return text(TextId::ToolTipRange)
+        .arg(limit(row.limits.minimum), limit(row.limits.maximum), FromUtf8(row.unit))
+        .trimmed();
 }
 
 void frmRVQ::showInformation()

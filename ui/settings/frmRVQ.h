@@ -2,6 +2,7 @@
 // window takes no input meanwhile, but its timer goes on and it can be closed.
 #pragma once
 
+#include "sensor/Fields.h"
 #include "session/clsTransfer.h"
 #include "texts/TextId.h"
 #include "ui/settings/RVQBoxes.h"
@@ -85,7 +86,7 @@ private:
     };
     State stateOf(const clsRVQ& device) const;
     void showInformation();
-    QString rangeText(std::size_t field) const;
+    QString rangeText(const ParameterDef& row) const;
     QString statusText() const;
     void saveAs(const std::string& path, const std::string& description);
     void showSource(const QString& source);

@@ -144,23 +144,23 @@ void frmRVQ::cmdPrint_Click()
     sheet.SWVersion = ToBytes(lblSWVersion->text());
     sheet.SWBuild = ToBytes(lblSWBuild->text());
     sheet.DeviceType = ToBytes(lblDeviceType->text());
-    for (std::size_t i = 0; i < kFields.size(); ++i) {
-        sheet.fields[i] = ToBytes(txtParameter[i]->text());
-    }
-    for (std::size_t i = 0; i < kChoices.size(); ++i) {
-        switch (kChoices[i].kind) {
-        case ChoiceKind::Check:
-            sheet.choices[i].assign(1, CheckOf(i)->isChecked() ? '1' : '0');
+    for (const ParameterDef& row : ParameterTable()) {
+        switch (row.control) {
+        case ControlKind::Number:
+            sheet.values[row] = ToBytes(BoxOf(row)->text());
             break;
-        case ChoiceKind::List:
-            sheet.choices[i] = ToBytes(ListOf(i)->currentText());
+        case ControlKind::Check:
+            sheet.values[row].assign(1, CheckOf(row)->isChecked() ? '1' : '0');
             break;
-        case ChoiceKind::Label:
-            sheet.choices[i] = ToBytes(static_cast<QLabel*>(choice[i])->text());
+        case ControlKind::List:
+            sheet.values[row] = ToBytes(ListOf(row)->currentText());
+            break;
+        case ControlKind::Label:
+            sheet.values[row] = ToBytes(LabelOf(row)->text());
             break;
         }
     }
-    sheet.choices[ChoiceS2Logic] = ToBytes(lblS2Logic->text()); // the caption, not the list
+    sheet.values[&ParameterSet::S2Logic] = ToBytes(lblS2Logic->text()); // the caption, not the list
     const std::string file = SheetFile(m_context.programFolder);
     UnwrittenFile unwritten{file};
     const bool written = WriteSheet(m_context.programFolder, sheet, m_context.settings.Language, unwritten.why);

@@ -1,4 +1,5 @@
 // The manual inside the program: pages, links, pop-up texts, and the viewer.
+#include "sensor/Parameters.h"
 #include "tests/support/Desk.h"
 #include "texts/modFunctions.h"
 #include "ui/help/frmHelp.h"
@@ -67,6 +68,30 @@ TEST(Manual, EveryPictureIsOnAPageAndEveryTopicHasItsPage)
             const std::string page = modHTMLHelp::TopicPage(topic.trimmed().toStdString(), language);
             EXPECT_TRUE(pages.contains(QString::fromStdString(page))) << page;
         }
+    }
+}
+
+TEST(Manual, TablesHoldEveryParameterInTheWordsOfTheirLanguage)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"Protocol_en.htm", "<td>302</td><td>TimeOut in %</td><td>0, 25, 50, 100, 200</td>"},
+        {"Protocol_de.htm", "<td>801</td><td>Lufttemperatur in °C mal 10</td><td>−100 bis 500</td>"},
+        {"Protocol_en.htm", "<td>Data Output</td><td>C continuous, S single, R on request</td>"},
+        {"Files_en.htm", "<td>NodeAddress</td><td>Profibus Address, 0 to 125; −1: serial device</td><td>−1</td>"},
+        {"Files_de.htm", "<td>RainFilter</td><td>Regenfilter: 0 bis 2 für OFF, DISTECHO, PIXEL</td><td>0</td>"},
+        {"RVQSettings_de.htm", "<td>Lufttemperatur</td><td>−10,0 bis 50,0&nbsp;°C</td><td>20,0&nbsp;°C</td>"},
+        {"RVQSettings_en.htm",
+         "<td>ON-Threshold Q1</td><td>−1,000,000 to 1,000,000&nbsp;mm</td><td>10,000&nbsp;mm</td>"},
+        {"RVQSettings_en.htm", "<td>0, 25, 50, 100, 200&nbsp;%</td><td>Time-out of the measurement.</td>"},
+    };
+    for (const auto& [page, row] : rows) {
+        EXPECT_TRUE(read(page).contains(row)) << page << ": " << row;
+    }
+    for (const ParameterDef& row : ParameterTable()) {
+        const QString name = FromUtf8(modFunctions::GetText(row.labelId, LanguageEnglish)).trimmed();
+        EXPECT_TRUE(read("Protocol_en.htm").contains("<td>" + FromUtf8(row.code) + "</td><td>" + name)) << row.code;
+        EXPECT_TRUE(read("Files_en.htm").contains("<td>" + FromUtf8(row.key) + "</td><td>" + name)) << row.key;
+        EXPECT_TRUE(read("RVQSettings_en.htm").contains("<td>" + name + "</td>")) << row.code;
     }
 }
 

@@ -1,5 +1,7 @@
 #include "ui/settings/EnablingRule.h"
 
+#include "sensor/Fields.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -13,12 +15,14 @@ TEST(EnablingRule, Boxes)
           Row{{.serial = true, .busy = true}, "---------------"}}) {
         const EditorRule rule = RuleOf(state);
         std::string usable;
-        for (const bool field : rule.Fields) {
-            usable += field ? '1' : '-';
+        for (const ParameterDef* row : RowsByControl()) {
+            if (row->control == ControlKind::Number) {
+                usable += rule.Controls[*row] ? '1' : '-';
+            }
         }
         EXPECT_EQ(usable, boxes);
-        EXPECT_EQ(rule.Choices[ChoiceS2Logic], rule.Fields[FieldAnalogMin]) << boxes;
-        EXPECT_EQ(rule.Choices[ChoiceOutputMode], rule.Fields[FieldS1On]) << boxes;
+        EXPECT_EQ(rule.Controls[&ParameterSet::S2Logic], rule.Controls[&ParameterSet::AnalogMin]) << boxes;
+        EXPECT_EQ(rule.Controls[&ParameterSet::OutputMode], rule.Controls[&ParameterSet::S1OnThreshold]) << boxes;
     }
 }
 

@@ -62,7 +62,7 @@ TEST(Texts, EveryTextIsShownSomewhere)
     };
     static const QRegularExpression use("\\bTextId::(\\w+)"), noCode("//[^\n]*");
     for (const char* folder : {"app", "sensor", "session", "store", "ui"}) {
-        for (QDirIterator files(QDir(ORVEX_SOURCE_DIR).filePath(folder), {"*.cpp", "*.h"}, QDir::Files,
+        for (QDirIterator files(QDir(ORVEX_SOURCE_DIR).filePath(folder), {"*.cpp", "*.h", "*.inc"}, QDir::Files,
                                 QDirIterator::Subdirectories);
              files.hasNext();) {
             QFile source(files.next());
