@@ -15,14 +15,14 @@ std::array<int, 2> pipeEnds{-1, -1};
 
 extern "C" void noteSignal(int)
 {
-    // Nothing else may be done here; the event loop does the rest.
+    // A signal handler may do no more; the event loop does the rest.
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
 }
 
 extern "C" void passOver(int) {}
 
-/// Leaves a signal alone that whoever started the program wants ignored.
+/// Sets the handler, unless the signal was ignored when the program started.
 void handle(int signal, void (*handler)(int))
 {
     struct sigaction action {};
@@ -41,7 +41,7 @@ void handle(int signal, void (*handler)(int))
 void WatchForTermination(QObject& context, const std::function<void()>& end)
 {
     if (pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        return; // then a signal ends the program at once, as it does by default
+        return; // a signal then ends the program at once, as it does by default
     }
     auto* notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, &context);
     QObject::connect(notifier, &QSocketNotifier::activated, &context, [end] {
@@ -57,7 +57,7 @@ void WatchForTermination(QObject& context, const std::function<void()>& end)
 
 void SurviveFailedWrites()
 {
-    // Handled, not ignored: a program that is started from here would inherit that.
+    // Handled, not ignored: programs started from here would inherit an ignored signal.
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
         handle(signal, passOver);
     }

@@ -1,4 +1,4 @@
-// The program RVQ: reads its options, puts a simulated sensor on COM 1 if asked to, and opens the main window.
+// The program RVQ: reads its options, puts a simulated sensor on COM 1 on request, and opens the main window.
 #include "app/Termination.h"
 #include "base/Days.h"
 #include "base/Numbers.h"
@@ -57,7 +57,7 @@ constexpr int kBadArguments = 2;
 
 struct Options {
     bool demo = false;
-    bool connect = false; ///< without the start-up window
+    bool connect = false; ///< skips the start-up window
     bool print = false;
     bool record = false;
     std::string folder, screenshot;
@@ -66,8 +66,8 @@ struct Options {
     std::vector<std::pair<std::int32_t, std::string>> ports;
 };
 
-/// The options as they are read: one character a byte, so that a name comes through whatever its bytes are. Qt itself
-/// puts other characters in the place of those that are no UTF-8.
+/// The options, one character a byte, so that a name keeps its bytes whatever they are. Qt itself would replace bytes
+/// that are not UTF-8.
 QStringList argumentsOf(std::span<char*> words)
 {
     QStringList arguments;
@@ -176,8 +176,8 @@ void takePicture(frmMain& window, const QString& file)
     QApplication::exit(saved ? 0 : 1);
 }
 
-/// What the program prints while it runs. The messages of faults go the same way: they may share a pipe with the
-/// distances, and would wait as long once that is full.
+/// What the program prints while it runs. Fault messages go the same way: they may share a pipe with the distances and
+/// would block just as long once it is full.
 class Output : public SessionListener {
 public:
     Output()
@@ -218,7 +218,7 @@ void Output::note(QtMsgType type, const QMessageLogContext& context, const QStri
 {
     const std::string line = qFormatLogMessage(type, context, message).toLocal8Bit().toStdString();
     if (type == QtFatalMsg) {
-        std::fprintf(stderr, "%s\n", line.c_str()); // the program ends before a thread could print it
+        std::fprintf(stderr, "%s\n", line.c_str()); // the program ends before a thread could print this
     } else {
         messagePrinter->Print(line);
     }
@@ -233,7 +233,7 @@ QIcon programIcon()
     return icon;
 }
 
-/// Texts on standard output need no display.
+/// The options that only print a text need no display.
 void needNoDisplayForTexts(int argc, char** argv)
 {
     for (const std::string_view argument : std::span(argv, static_cast<std::size_t>(argc))) {
@@ -254,7 +254,7 @@ void startRecording(clsSession& session, std::int32_t language)
     }
 }
 
-/// What stands behind the port numbers: what the options say, else what the settings file says.
+/// Sets the devices behind the port numbers: the options come first, then the settings file.
 void findPorts(modPComm::PortDevices& devices, const std::string& iniFile, const Options& options)
 {
     devices.Use(
@@ -264,7 +264,8 @@ void findPorts(modPComm::PortDevices& devices, const std::string& iniFile, const
     }
 }
 
-/// For this run, with nothing kept; to be done before `findPorts`, as an option may put another device on the port.
+/// The settings of this run, none of which are kept. Comes before `findPorts`, since an option may put another device
+/// on the port.
 void prepareDemo(modGlobals::Settings& settings, const std::function<std::int32_t()>& startSensor)
 {
     settings.IniFile.clear();
@@ -292,7 +293,8 @@ void startAsAsked(frmMain& window, clsSession& session, const Options& options, 
     }
 }
 
-/// Where the files live. Somebody else's folder in which others write would let them choose what the program reads.
+/// The folder of the files. If it belonged to another user and others could write there, they could choose what the
+/// program reads.
 std::filesystem::path folderOf(const Options& options)
 {
     const auto folder = modAPI::ProgramFolder(options.folder);
@@ -354,8 +356,9 @@ int main(int argc, char** argv)
 {
     SurviveFailedWrites();
     needNoDisplayForTexts(argc, argv);
-    // The list of fonts takes a tenth of the time to the first window, so it is read, where a thread can be had, beside
-    // the greeting of the display. It reads numbers, which the locale must not change meanwhile, so that is set before.
+    // Reading the list of fonts takes a tenth of the time to the first window, so where possible a thread reads it
+    // while the display is contacted. It reads numbers, and the locale must not change meanwhile, so the locale is set
+    // before.
     std::setlocale(LC_ALL, "");
     std::future<void> fonts = std::async([] { FcInit(); });
     QApplication application(argc, argv);
@@ -364,14 +367,15 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(ORVEX_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("orvex-monitor"));
     QApplication::setStyle(new OutlinedStyle);
-    // The pictures take a while to read, so the first window comes before them: the time counts from the event loop on.
+    // Reading the pictures takes a while, so the first window comes first: the time counts from the start of the event
+    // loop.
     QTimer::singleShot(0, &application, [] {
         QTimer::singleShot(kIconAfter_ms, qApp, [] { QApplication::setWindowIcon(programIcon()); });
     });
     try {
         return runProgram(readOptions(argumentsOf(std::span(argv, static_cast<std::size_t>(argc)))));
     } catch (const std::exception& fault) {
-        // No window exists yet, or no more: a system without pseudo-terminals, say.
+        // There is no window, for example because the system has no pseudo-terminals.
         std::fprintf(stderr, "RVQ: %s\n", fault.what());
         return 1;
     }

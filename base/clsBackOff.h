@@ -1,5 +1,5 @@
-// Decides when to try again what fails or does not last: soon after the first attempts, then once a second, so that a
-// port that is in use, or one that opens and vanishes again, is not opened in every tick.
+// Decides when to try again after something fails or does not last: soon after the first attempts, then once a second.
+// A port that is in use, or one that opens and vanishes again, is not opened in every tick.
 #pragma once
 
 #include <algorithm>
@@ -10,11 +10,11 @@ class clsBackOff {
 public:
     explicit clsBackOff(std::int32_t tick_ms) : m_tick_ms(tick_ms) {}
 
-    /// Whether to try in this tick. Call it once a tick.
+    /// Whether to make an attempt in this tick. Call it once a tick.
     bool IsDue() { return --m_ticks <= 0; }
-    /// The next attempt is due at once, and the pauses after it start from the shortest again.
+    /// Makes the next attempt due at once; the pauses after it start again from the shortest.
     void Restart() { m_attempts = m_ticks = 0; }
-    /// An attempt is made. Whatever its outcome, the pause after it is the next longer one.
+    /// Notes an attempt. Whatever its outcome, the pause after it is longer, up to one second.
     void Tried()
     {
         constexpr std::int32_t kPauses_ms[] = {100, 200, 500, 1000};
@@ -22,8 +22,8 @@ public:
         m_attempts = std::min<std::int32_t>(m_attempts + 1, std::size(kPauses_ms) - 1);
         m_lasted_ms = 0;
     }
-    /// Call it once a tick while what was tried lasts. The attempt counts as a success after `kLasting_ms`: from then on the
-    /// next attempt is due at once.
+    /// Call it once a tick while the result of an attempt lasts. After `kLasting_ms` the attempt counts as a success,
+    /// and the next one is due at once.
     void Lasts()
     {
         if (m_lasted_ms < kLasting_ms && (m_lasted_ms += m_tick_ms) >= kLasting_ms) {

@@ -37,7 +37,8 @@ struct SystemVersion {
 };
 
 /// The name of a Windows version; empty for one that the table does not hold, "Windows" when the query failed.
-/// Deliberate: for platform 1 the major version, not the minor, is compared with 0, 10 and 90.
+/// Deliberate: for platform 1 the major version, not the minor, is compared with 0, 10 and 90. No window uses it today;
+/// it belongs to the operations of this module.
 std::string_view WindowsName(const SystemVersion& version);
 
 /// The name of the operating system that the program runs on: the distribution's own, for example

@@ -1,6 +1,6 @@
 // The folder plot/ computes what a chart shows: series, scaling, divisions, columns, and what the curve covers of a
-// picture. It knows no sensor, no widget, and no colour but the one it is given. Here: the series, a ring of points that
-// never grows.
+// picture. It knows no sensor, no widget, and no colour but the one it is given. Here: the series, a ring of points
+// that never grows.
 #pragma once
 
 #include <array>

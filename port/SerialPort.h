@@ -1,5 +1,5 @@
-// The serial port as the sensor's driver sees it: calls that address a port by its number, whatever stands behind them
-// (a terminal device, a script in a test, some day a network bridge). None of them blocks.
+// The serial port as the sensor's driver sees it. Calls address a port by its number, whatever stands behind the
+// number: a terminal device, a script in a test, some day a network bridge. No call blocks.
 #pragma once
 
 #include <cstddef>
@@ -23,14 +23,14 @@ enum class OpenProblem : std::uint8_t { None, NoDevice, Busy, NoPermission, NotA
 /// Why an opening failed.
 struct OpenFailure {
     OpenProblem problem = OpenProblem::None;
-    std::string device; ///< empty: the port number has none
-    std::string group;  ///< with NoPermission: whose members may open the device
-    std::string reason; ///< with Other: what the system says
+    std::string device; ///< empty: the port number has no device
+    std::string group;  ///< with NoPermission: the group whose members may open the device
+    std::string reason; ///< with Other: the system's message
 };
 
 enum class PortState : std::uint8_t {
     Closed,
-    Opening, ///< under way: ends by itself, after some time at most, as open or closed
+    Opening, ///< under way: becomes Open or Closed by itself, after a limited time
     Open,
 };
 
@@ -38,7 +38,7 @@ class SerialPort {
 public:
     virtual ~SerialPort() = default;
 
-    /// Opens the port; 0 means success: `State` tells whether it is open at once or still opening.
+    /// Opens the port; 0 means success. `State` then says whether it is open or still opening.
     virtual std::int32_t sio_open(std::int32_t port) = 0;
     /// Closes the port and gives up an opening that is under way; harmless on a closed one.
     virtual std::int32_t sio_close(std::int32_t port) = 0;
@@ -46,40 +46,41 @@ public:
     virtual std::int32_t sio_baud(std::int32_t port, std::int32_t rate) = 0;
     /// The rate in bit/s; 0 or less when the port is closed.
     virtual std::int32_t sio_getbaud(std::int32_t port) = 0;
-    /// Function 0 discards the received, unread bytes.
+    /// Function 0 discards the received bytes that have not been read.
     virtual std::int32_t sio_flush(std::int32_t port, std::int32_t function) = 0;
-    /// Sends one byte; 0 means success. More than one go out with `sio_write`, which tells how many have gone.
+    /// Sends one byte; 0 means success. Several bytes go out with `sio_write`, which returns how many were taken.
     virtual std::int32_t sio_putch(std::int32_t port, std::uint8_t byte)
     {
         const char sent = static_cast<char>(byte);
         return sio_write(port, {&sent, 1}) == 1 ? 0 : -1;
     }
-    /// Sends bytes; the number taken, fewer or none when the line is full, less than 0 on an error or a port that is
-    /// not open.
+    /// Sends bytes. Returns how many were taken: fewer or none when the line is full, less than 0 on an error or when
+    /// the port is not open.
     virtual std::int32_t sio_write(std::int32_t port, std::span<const char> bytes) = 0;
     /// The number of received bytes waiting; 0 or less when there are none or the port is closed.
     virtual std::int32_t sio_iqueue(std::int32_t port) = 0;
-    /// Copies at most the buffer's size of waiting bytes, without waiting; the number copied, less than 0 on an error.
+    /// Copies waiting bytes into the buffer and does not wait for more; returns how many, less than 0 on an error.
     virtual std::int32_t sio_read(std::int32_t port, std::span<char> buffer) = 0;
     /// The line errors since the last call, as `LineError` bits.
     virtual std::int32_t sio_data_status(std::int32_t port) = 0;
 
-    /// Takes an opening that is under way a step further and tells how far it is; asked in every tick until it ends.
+    /// Takes an opening that is under way a step further and returns how far it is. Call it in every tick until it
+    /// ends.
     virtual PortState State(std::int32_t port) = 0;
-    /// Why the last opening that came to its end failed; problem None after a success.
+    /// Why the last completed opening failed; problem None after a success.
     virtual OpenFailure LastFailure(std::int32_t port) const
     {
         static_cast<void>(port);
         return {};
     }
-    /// Whether the devices are others than at the last opening of the port, which may succeed now; false also when that
-    /// is not known.
+    /// Whether the devices differ from those at the last opening of the port, so that it may succeed now; false if not
+    /// known.
     virtual bool DevicesChanged(std::int32_t port) const
     {
         static_cast<void>(port);
         return false;
     }
-    /// True when the device behind an opened port has gone (a pulled cable); the port is closed then.
+    /// True when the device behind an open port has gone (a pulled cable); the port is closed then.
     virtual bool HasVanished(std::int32_t port) const
     {
         static_cast<void>(port);

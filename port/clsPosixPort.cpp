@@ -27,7 +27,7 @@ constexpr Rate kRates[] = {{1200, B1200},   {2400, B2400},   {4800, B4800},   {9
                            {19200, B19200}, {38400, B38400}, {57600, B57600}, {115200, B115200}};
 static_assert(std::ranges::equal(kRates, kPortRates, {}, &Rate::bit_s));
 constexpr speed_t kSpeedOnOpening = B9600;
-/// Twice a second at the pace of the measurement.
+/// Twice a second at the rate of the measurement's ticks.
 constexpr std::uint32_t kEmptyLooksPerRead = 10;
 
 std::string groupName(gid_t gid)
@@ -44,7 +44,7 @@ std::string reasonOf(int error)
     return std::generic_category().message(error);
 }
 
-/// Whether to name the group: root's is nobody's to join, and a group that may not open the device is no help.
+/// Whether to name the group. Nobody should join root's group, and a group that may not open the device does not help.
 bool membersMayOpen(const struct stat& device)
 {
     return device.st_gid != 0 && (device.st_mode & 0060U) == 0060U;
@@ -57,7 +57,7 @@ OpenFailure failureOf(int error, const std::string& device, const struct stat& i
     case ENOTDIR:
     case ENODEV:
     case ENXIO:
-    case EIO: // a port number that the driver reserves without hardware behind it
+    case EIO: // a port number that the driver reserves without hardware
         return {OpenProblem::NoDevice, device, {}, {}};
     case EBUSY:
     case EWOULDBLOCK:
@@ -75,7 +75,7 @@ OpenFailure failureOf(int error, const std::string& device, const struct stat& i
     }
 }
 
-/// Raw, 8N1, no flow control. With VMIN 1 a read that finds nothing yet fails with EAGAIN instead of returning 0.
+/// Raw, 8N1, no flow control. With VMIN 1 a read that finds nothing fails with EAGAIN instead of returning 0.
 bool makeRaw(int fd)
 {
     termios settings{};
@@ -93,19 +93,20 @@ bool makeRaw(int fd)
     return tcsetattr(fd, TCSANOW, &settings) == 0 && tcflush(fd, TCIOFLUSH) == 0;
 }
 
-/// The advisory lock also keeps out a second program of root's, which can open what is marked as exclusive.
+/// Root can still open a device that is marked as exclusive; the advisory lock keeps out a second copy of this program
+/// there too.
 bool claim(int fd)
 {
     return flock(fd, LOCK_EX | LOCK_NB) == 0 && ioctl(fd, TIOCEXCL) == 0;
 }
 
-/// Only for a device that was claimed: the bytes and the claim of any other are another program's.
+/// Only for a device that was claimed: the bytes and the claim of any other device belong to another program.
 void release(int fd)
 {
     if (fd < 0) {
         return;
     }
-    // Unsent bytes must not hold the program up at a line that nobody reads.
+    // Unsent bytes must not delay the program on a line that nobody reads.
     tcflush(fd, TCOFLUSH);
     // On a pseudo-terminal the claim would outlive this descriptor.
     ioctl(fd, TIOCNXCL);
@@ -143,10 +144,10 @@ OpenFailure clsPosixPort::openDevice(std::int32_t port, const std::string& devic
         return {OpenProblem::NoDevice, {}, {}, {}};
     }
     if (stat(device.c_str(), &info) != 0) {
-        // Nothing known of a group: a folder on the way that may not be entered is no matter of the device's.
+        // No group is known: a folder on the way that may not be entered says nothing about the device.
         return failureOf(errno, device, {});
     }
-    // Opening may have effects on files and pipes, so the kind is looked at first.
+    // Opening a file or a pipe may have effects, so the kind is checked first.
     if (!S_ISCHR(info.st_mode)) {
         return failureOf(ENOTTY, device, info);
     }
@@ -165,7 +166,7 @@ OpenFailure clsPosixPort::openDevice(std::int32_t port, const std::string& devic
         return failureOf(error, device, info);
     }
     m_lines[port] = {fd, {}};
-    sio_data_status(port); // errors from before are not ours
+    sio_data_status(port); // discards errors from before the opening
     return {};
 }
 
@@ -239,7 +240,7 @@ std::int32_t clsPosixPort::sio_iqueue(std::int32_t port)
     if (waiting > 0) {
         return waiting;
     }
-    // Some drivers tell of a device that has gone only in a read; with bytes waiting it would take one.
+    // With some drivers only a read shows that the device has gone. With bytes waiting it would take one.
     char none = 0;
     if (++m_lines[port].emptyLooks % kEmptyLooksPerRead == 0 && read(fd, &none, 0) < 0) {
         noteFault(port);
@@ -266,7 +267,7 @@ std::int32_t clsPosixPort::sio_data_status(std::int32_t port)
 {
     serial_icounter_struct counters{};
     const int fd = descriptor(port);
-    // Pseudo-terminals and some adapters count nothing.
+    // Pseudo-terminals and some adapters do not count errors.
     if (fd < 0 || ioctl(fd, TIOCGICOUNT, &counters) != 0) {
         return 0;
     }
@@ -301,8 +302,8 @@ bool clsPosixPort::DevicesChanged(std::int32_t port) const
     return attempt != m_attempts.end() && sightOf(m_devices.DeviceOf(port)) != attempt->second.before;
 }
 
-/// A folder of devices changes with what is plugged in, the device itself also with its permissions and, where a number
-/// is used again at once, with its time. When others write to it neither changes.
+/// The folders change when something is plugged in or out. The device changes with its permissions too and, when its
+/// number is reused at once, with its time. Writing to the device changes neither.
 clsPosixPort::Sight clsPosixPort::sightOf(const std::string& device)
 {
     Sight sight;
@@ -328,7 +329,7 @@ int clsPosixPort::descriptor(std::int32_t port) const
     return line == m_lines.end() ? -1 : line->second.fd;
 }
 
-/// Looks at `errno`: a full queue or a signal passes, anything else means that the device has gone.
+/// Looks at `errno`: a full queue or a signal is temporary, anything else means that the device has gone.
 void clsPosixPort::noteFault(std::int32_t port)
 {
     if (errno == EAGAIN || errno == EINTR) {

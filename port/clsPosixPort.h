@@ -18,8 +18,8 @@ public:
     clsPosixPort(const clsPosixPort&) = delete;
     clsPosixPort& operator=(const clsPosixPort&) = delete;
 
-    /// Opens the device for this program alone, at once; bytes from before are dropped. -1 on failure, see
-    /// `LastFailure`; a device that another program has locked is left as it is.
+    /// Opens the device for this program alone, at once, and drops bytes that came before. -1 on failure, see
+    /// `LastFailure`; a device that another program has locked stays untouched.
     std::int32_t sio_open(std::int32_t port) override;
     std::int32_t sio_close(std::int32_t port) override;
     std::int32_t sio_baud(std::int32_t port, std::int32_t rate) override;
@@ -31,8 +31,8 @@ public:
     std::int32_t sio_data_status(std::int32_t port) override;
     PortState State(std::int32_t port) override;
     OpenFailure LastFailure(std::int32_t port) const override;
-    /// Whether devices have come or gone or the one behind the port is another. A few looks at the file system, no
-    /// device is opened.
+    /// Whether devices have come or gone, or another device stands behind the port. Looks at the file system a few
+    /// times and opens no device.
     bool DevicesChanged(std::int32_t port) const override;
     bool HasVanished(std::int32_t port) const override;
 
@@ -43,10 +43,10 @@ private:
     struct Line {
         int fd = -1; ///< -1: vanished
         LineErrors seen;
-        std::uint32_t emptyLooks = 0; ///< at the bytes waiting, with none there
+        std::uint32_t emptyLooks = 0; ///< how often no bytes were waiting
     };
 
-    /// What is seen of the devices without opening one: times and numbers, to be compared.
+    /// What can be seen of the devices without opening one: times and numbers, to be compared.
     using Sight = std::vector<std::int64_t>;
     struct Attempt {
         Sight before;
@@ -60,5 +60,5 @@ private:
 
     const modPComm::PortDevices& m_devices;
     std::map<std::int32_t, Line> m_lines;
-    std::map<std::int32_t, Attempt> m_attempts; ///< the last one at each port
+    std::map<std::int32_t, Attempt> m_attempts; ///< the last one for each port
 };

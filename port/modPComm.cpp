@@ -50,9 +50,9 @@ std::string PortDevices::DeviceOf(std::int32_t port) const
 
 std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system)
 {
-    // A port is some floors below the plug that names maker and product; how many depends on its driver.
+    // The plug with maker and product is some folders above the port; how many depends on the driver.
     std::error_code error;
-    const auto node = std::filesystem::canonical(device, error); // what a by-id link leads to
+    const auto node = std::filesystem::canonical(device, error); // the target of a by-id link
     auto folder = std::filesystem::canonical(system / "class/tty" / node.filename() / "device", error);
     for (; !error && folder.has_relative_path() && folder != system; folder = folder.parent_path()) {
         std::string name = firstLine(folder / "manufacturer");

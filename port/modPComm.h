@@ -1,4 +1,4 @@
-// Which device stands behind a port number.
+// Finds the device behind a port number.
 #pragma once
 
 #include <cstdint>
@@ -16,14 +16,14 @@ inline constexpr std::int32_t kPortCount = 255;
 /// empty for any other.
 std::string UsualDevice(std::int32_t port);
 
-/// Port numbers to device paths: what was set for this run, else what the settings file names, else the usual device.
+/// The devices of port numbers: as set for this run, else as named in the settings file, else the usual device.
 class PortDevices {
 public:
-    /// Asked for a key "COM7" of the settings; an empty answer means that there is none.
+    /// Returns the settings' value of a key such as "COM7"; empty when there is none.
     using Configured = std::function<std::string(std::string_view key)>;
 
     void Use(Configured configured);
-    /// Puts a device on a port for this run.
+    /// Sets the device of a port for this run.
     void Override(std::int32_t port, std::string device);
     std::string DeviceOf(std::int32_t port) const;
 
@@ -32,8 +32,8 @@ private:
     std::map<std::int32_t, std::string> m_overrides;
 };
 
-/// Who made what is plugged in behind a device, and what it is, as it names itself (UTF-8), "FTDI FT232R USB UART" for
-/// instance; empty when the system does not know. `system`: where the kernel shows its devices.
+/// Maker and product of what is plugged in behind a device, in its own words (UTF-8), for example "FTDI FT232R USB
+/// UART"; empty when the system does not know. `system` is where the kernel shows its devices.
 std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system = "/sys");
 
 } // namespace modPComm

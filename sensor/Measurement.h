@@ -1,5 +1,5 @@
-// One measurement as it goes to the display, the chart and the recorder, and the one place that tells a distance from
-// an error marker.
+// One measurement as the display, the chart and the recorder get it, and the one place that tells a distance from an
+// error marker.
 #pragma once
 
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-/// Distances in millimetres that are no distances.
+/// Values in millimetres that are not distances.
 inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
 inline constexpr std::int32_t kMarkerTempError = 2147483632;
 
@@ -16,26 +16,26 @@ struct Measurement {
     std::int32_t value_mm = 0;
     std::int32_t unit = 0;         ///< index of a unit, 0..6
     std::int32_t outputFormat = 0; ///< of the sensor, 0..3
-    // Not beside `value`: the compiler would load both in one wide read, which stalls on the store of `value` just
+    // Not next to `value`: the compiler would load both in one wide read, which stalls on the store to `value` just
     // before it.
     double time = 0.0; ///< days since 1899-12-30, local time
 };
 
 enum class MeasurementKind : std::uint8_t { Distance, NoEcho, TempError };
 
-/// What a display, a recording and a table call what is no distance: "No Echo", "TempError"; empty for a distance.
+/// The name of a marker in displays, recordings and tables: "No Echo", "TempError"; empty for a distance.
 std::string_view NameOf(MeasurementKind kind);
 
-/// What a measurement is. Value and millimetres are both looked at, because a marker in metres is no round number; a
-/// temperature error goes before a missing echo, because "TempErr!" on the line leaves one marker in each.
+/// What kind of measurement it is. Both value and millimetres are checked, because a marker in metres is not a round
+/// number. A temperature error comes before a missing echo, because "TempErr!" on the line leaves one marker in each.
 MeasurementKind KindOf(const Measurement& measurement);
 
-/// Whether a measurement becomes a point of the chart: no marker, below 99 999 999 in its unit, and not 0 unless zero
-/// values are wanted.
+/// Whether a measurement becomes a point of the chart: it is not a marker, lies below 99 999 999 in its unit, and is
+/// not 0 unless zero values are wanted.
 inline bool IsCharted(const Measurement& measurement, bool showZeroValues)
 {
     constexpr double kLargestCharted = 99999999.0;
-    // In another unit than millimetres a marker is an ordinary number.
+    // In any unit other than millimetres a marker is an ordinary number.
     const bool marker = measurement.value_mm == kMarkerTempError || measurement.value_mm == kMarkerNoEcho;
     return !marker && (measurement.value != 0.0 || showZeroValues) && std::fabs(measurement.value) < kLargestCharted;
 }

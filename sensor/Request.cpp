@@ -41,7 +41,7 @@ std::int32_t AnswerTime_ms(std::string_view command, std::int32_t rate)
     if (request == Request::Configuration) {
         return millisecondsAtRate(kDumpBits, rate);
     }
-    // Deliberate: looked for anywhere in the frame, so "701 1000" gets the long time too, as storing and defaults do.
+    // Deliberate: searched anywhere in the frame, so "701 1000" gets the long time too, like storing and defaults.
     const bool isLong = command.find("000") != std::string_view::npos || command.find("999") != std::string_view::npos;
     return isLong ? kLongAnswer_ms : RowOf(request).answer_ms;
 }

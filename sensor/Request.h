@@ -1,4 +1,4 @@
-// What the program asks of the sensor: the commands, how long an answer may take, and what silence means.
+// What the program asks the sensor: the commands, how long an answer may take, and what silence means.
 #pragma once
 
 #include <array>
@@ -11,40 +11,41 @@ enum Dialogue : std::int32_t { DialogueNone = 0, DialogueIdle = 1, DialogueMeasu
 
 enum class Request : std::uint8_t {
     None,
-    Probe,         ///< whether anybody is there
+    Probe,         ///< whether a sensor is there
     Configuration, ///< the dump
     Temperature,
     Start,     ///< of continuous measurement
-    Measuring, ///< never sent: a start, once the first bytes have come
+    Measuring, ///< never sent: replaces a start once the first bytes have come
     Stop,
     Single, ///< one distance
     LaserOn,
     LaserOff,
-    Store,     ///< the set, for good
-    Defaults,  ///< of the factory
-    Parameter, ///< any other frame, and whatever the program does not know
+    Store,     ///< the parameters, permanently
+    Defaults,  ///< the factory's
+    Parameter, ///< any other frame, and any text that the program does not know
 };
 
 /// What a passed deadline means when nothing has come.
 enum class Silence : std::uint8_t {
-    Probe,    ///< ask whether anybody is there
-    Poll,     ///< ask for the temperature: the idle sensor's, or the one that a measurement was interrupted for
+    Probe,    ///< ask whether a sensor is there
+    Poll,     ///< ask for the temperature, as the idle poll or because a measurement was interrupted for it
     GiveUp,   ///< no answer, and the request is forgotten
-    StepBack, ///< no answer, and the loop is to take a step back in the dialogue
-    Done,     ///< such a request has no answer
-    Leave,    ///< nothing: the loop asks for a silent single value by itself
+    StepBack, ///< no answer; the loop takes a step back in the dialogue
+    Done,     ///< this request has no answer
+    Leave,    ///< nothing: the loop itself polls after a silent single value
     Stop,     ///< no answer, and the start is taken back
-    LostStart ///< no answer, and the loop leaves the measuring state; a sensor with single output still owes nothing
+    LostStart ///< no answer; the loop stops measuring, unless a sensor with single output owes nothing
 };
 
 struct RequestDef {
     Request request;
-    std::string_view text; ///< as it is sent; of a parameter's frame, which has many, empty
+    std::string_view text; ///< as sent; empty for a parameter's frame, which has many texts
     std::int32_t answer_ms;
-    std::array<Silence, 3> silence; ///< by the state of the dialogue
+    std::array<Silence, 3> silence; ///< by state of the dialogue
 };
 
-/// By `Request`. Deliberate: no answer time of the configuration stands here, it depends on the rate (`AnswerTime_ms`).
+/// By `Request`. Deliberate: the answer time of the configuration is not here; it depends on the rate
+/// (`AnswerTime_ms`).
 inline constexpr RequestDef kRequests[] = {
     // request              text     answer   no dialogue      idle               measuring
     {Request::None, "", 1500, {Silence::Probe, Silence::Poll, Silence::Poll}},
@@ -67,18 +68,18 @@ constexpr const RequestDef& RowOf(Request request)
     return kRequests[static_cast<std::size_t>(request)];
 }
 
-/// The request that such a text makes when it is sent; `Parameter` for any that has no row of its own.
+/// The request that this text makes when it is sent; `Parameter` for a text without a row of its own.
 Request RequestOf(std::string_view command);
 
-/// Milliseconds that the answer may take at so many bit/s, without the margin.
+/// Milliseconds that the answer may take at this rate in bit/s, without the margin.
 std::int32_t AnswerTime_ms(std::string_view command, std::int32_t rate);
 
-/// Milliseconds for which nothing may be sent after a stop.
+/// Milliseconds after a stop in which nothing may be sent.
 std::int32_t StopPause_ms(std::int32_t rate);
 
-/// The request under way, which has not been answered.
+/// The request under way, not answered yet.
 struct PendingRequest {
     Request request = Request::None;
-    std::string text;      ///< as it was sent, "m" while measuring
+    std::string text;      ///< as sent, "m" while measuring
     double deadline = 0.0; ///< in days; without a request: when the next poll is due
 };

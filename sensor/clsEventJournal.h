@@ -1,5 +1,5 @@
-// What the evaluations of the reply buffer ended with, in order. A send clears the event number, and several ticks may
-// run while a wait lets the window breathe, so a wait that looked at the number alone could miss its answer.
+// The results of the evaluations, in order. A send clears the event number, and several ticks may run while a wait lets
+// the window handle its events, so a wait that looked only at the number could miss its answer.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 class clsEventJournal {
 public:
-    /// Keeps the event; a full journal (nobody waits) forgets its oldest.
+    /// Keeps the event; a full journal (nothing waits) forgets its oldest.
     void Append(std::int32_t event)
     {
         if (m_events.size() == kCapacity) {
@@ -18,7 +18,7 @@ public:
         m_events.push_back(event);
     }
 
-    /// Takes the oldest event out; empty when there is none.
+    /// Removes and returns the oldest event; empty when there is none.
     std::optional<std::int32_t> TakeNext()
     {
         if (m_events.empty()) {

@@ -19,23 +19,23 @@ constexpr std::size_t kSlide = 16;         // bytes given up where such a window
 constexpr std::int32_t kBlock = 8;         // distances
 constexpr std::int32_t kMarkerMemory = 16; // frames
 constexpr std::int32_t kMostLooks = 9;
-constexpr std::size_t kCertain = 3; // that agree, to leave a step in which all are frames, too
-constexpr std::size_t kMany = 5;    // frames whose range is told, however far they lie apart
-constexpr std::size_t kFew = 2;     // frames that agree with each other, where nothing else is known
+constexpr std::size_t kCertain = 3; // agreeing frames needed to leave a step in which all words are frames
+constexpr std::size_t kMany = 5;    // frames whose range counts, however far apart they lie
+constexpr std::size_t kFew = 2;     // agreeing frames needed where nothing else is known
 constexpr std::int64_t kLikeMarker_mm = 512;
-constexpr std::int64_t kReach_mm = 250; // between two frames that agree
+constexpr std::int64_t kReach_mm = 250; // between two agreeing frames
 constexpr std::int64_t kLeastStep_mm = 100, kStepPart = 50;
 constexpr std::int64_t kLeastMargin_mm = 30;
-constexpr std::int64_t kCloser = 8;     // times, to be clear
-constexpr std::int64_t kNoise_mm = 200; // the least that noise makes out of step
+constexpr std::int64_t kCloser = 8;     // times closer, to be clear
+constexpr std::int64_t kNoise_mm = 200; // the least that noise causes out of step
 
-/// What would be a distance, were its lowest byte not 0.
+/// A word that would be a distance if its lowest byte were not 0.
 bool isVoid(std::uint32_t word)
 {
     return word >> 24U == 0 && (word & 0xFFU) == 0;
 }
 
-/// The bytes of a marker and of signs: in any step they lie near each other.
+/// Consists of the bytes of a marker or a sign: in any step such words lie near each other.
 bool isFlat(std::uint32_t word)
 {
     for (int i = 0; i < 4; ++i, word >>= 8U) {
@@ -52,13 +52,13 @@ bool isMarker(std::uint32_t word)
     return word == 0x7FFFFFFFU || word == 0x7FFFFFF0U;
 }
 
-/// A marker is told by two of its bytes, but has only these two values.
+/// Two of its bytes identify a marker, but it has only these two values.
 bool isDistance(std::uint32_t word)
 {
     return IsFrame(word) && (word >> 24U != 0x7FU || isMarker(word));
 }
 
-/// As far as a distance may go from one frame to the next. Below 0 the frames look like markers out of step.
+/// How far a distance may move from one frame to the next. Below 0 the frames look like markers out of step.
 bool isNear(std::int64_t value, std::int64_t before)
 {
     const std::int64_t step = std::abs(value - before);
@@ -85,7 +85,7 @@ void clsFrameStep::Block::Include(std::int64_t value)
     Widen(all);
 }
 
-/// Not across 0.
+/// The margin never crosses 0.
 void clsFrameStep::Block::Widen(const Range& all)
 {
     if (all.lower == range.lower && all.upper == range.upper) {
@@ -127,7 +127,7 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
         } else if (verdict == Verdict::Hold && isEnd) {
             break;
         } else {
-            // Where more is there than a decision needs, and none was found, a part is given up.
+            // There is more than a decision needs and none was found, so a part is given up.
             found.consumed += verdict == Verdict::Move ? move : kSlide;
             release(bytes.size(), found);
             ++found.damaged;
@@ -139,7 +139,7 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
     return found;
 }
 
-/// Takes frames as long as they go on where the ones before were.
+/// Takes frames as long as they continue the ones before.
 std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Found& found)
 {
     for (at = takeRun(bytes, at, found); at + kFrameSize <= bytes.size(); at = takeRun(bytes, at + kFrameSize, found)) {
@@ -156,7 +156,7 @@ std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Fo
     return at;
 }
 
-/// The usual case by itself: frames among the last ones, as many as their block still has room for.
+/// The fast path for the usual case: frames among the last ones, as long as their block has room.
 std::size_t clsFrameStep::takeRun(std::string_view bytes, std::size_t at, Found& found)
 {
     if (m_newer.frames == 0 || !m_pending.empty()) {
@@ -182,7 +182,7 @@ std::size_t clsFrameStep::takeRun(std::string_view bytes, std::size_t at, Found&
     return at;
 }
 
-/// Of each look the newest counts.
+/// The newest frame of each look counts.
 void clsFrameStep::accept(std::uint32_t word, Found& found)
 {
     if (isVoid(word)) {
@@ -193,7 +193,7 @@ void clsFrameStep::accept(std::uint32_t word, Found& found)
     (m_pending.empty() ? found.newest_mm : m_pending.front().newest_mm) = DecodeFrame(word);
 }
 
-/// Everything before this byte is decided: the looks that ended there are told.
+/// Everything before byte `at` is decided: reports the looks that ended there.
 void clsFrameStep::release(std::size_t at, Found& found)
 {
     auto look = m_pending.begin();
@@ -205,7 +205,7 @@ void clsFrameStep::release(std::size_t at, Found& found)
     m_pending.erase(m_pending.begin(), look);
 }
 
-/// What is held counts from its first byte on.
+/// Held looks are counted from the first held byte.
 void clsFrameStep::hold(std::size_t at, std::size_t end, Found& found)
 {
     for (Pending& look : m_pending) {
@@ -217,8 +217,8 @@ void clsFrameStep::hold(std::size_t at, std::size_t end, Found& found)
     m_isHolding = false;
 }
 
-/// The first word of `rest` is no frame, or one that lies away from those before it: what it is. Move: the bytes to
-/// give up are set.
+/// Judges the first word of `rest`, which is no frame or lies away from those before it. With Move, `move` is the
+/// number of bytes to give up.
 clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, std::size_t& move)
 {
     Phases phases;
@@ -237,7 +237,7 @@ clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, st
     }
     const bool goesOn = phases[0].isReadable && isDistance(FrameWord(rest, 0));
     if (goesOn && phases[0].isPossible && phases[0].markers > 0) {
-        return Verdict::Accept; // of all four bytes: nothing that is shifted looks like this
+        return Verdict::Accept; // tested on all four bytes: nothing that is shifted looks like this
     }
     if (const auto offset = bestFitting(phases)) {
         const std::size_t enough = *offset == 0 || goesOn ? kFew : 1;
@@ -271,8 +271,8 @@ clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, st
     return Verdict::Hold;
 }
 
-/// Accept, or the bytes to give up before the last `words` frames of a way of cutting. The damage lies in the first
-/// frame that does not go on where the ones before were; a frame that overlaps it is damaged, too.
+/// Accept, or the bytes to give up before the last `words` frames of one way of cutting. The damage lies in the first
+/// frame that does not continue the ones before; a frame that overlaps it is damaged too.
 clsFrameStep::Verdict clsFrameStep::moveTo(std::size_t offset, std::size_t words, std::string_view rest,
                                            const Phases& phases, std::size_t& move)
 {
@@ -280,7 +280,7 @@ clsFrameStep::Verdict clsFrameStep::moveTo(std::size_t offset, std::size_t words
     if (offset == 0) {
         return move == 0 || phases[0].isPossible ? Verdict::Accept : Verdict::Move;
     }
-    constexpr std::array<std::size_t, kFrameSize> kDamaged{0, 5, 6, 3}; // bytes, by what the step has moved
+    constexpr std::array<std::size_t, kFrameSize> kDamaged{0, 5, 6, 3}; // bytes, by how far the step has moved
     const std::size_t before = phases[0].isReadable ? phases[0].leading : phases[0].readable;
     const std::size_t clean = before * kFrameSize + kDamaged[offset];
     while (move < clean) {
@@ -289,7 +289,7 @@ clsFrameStep::Verdict clsFrameStep::moveTo(std::size_t offset, std::size_t words
     return move <= rest.size() ? Verdict::Move : Verdict::Hold;
 }
 
-/// Every frame that was sent is there, so the last one ends where the bytes end.
+/// Every frame that was sent is complete, so the last one ends where the bytes end.
 clsFrameStep::Verdict clsFrameStep::judgeComplete(std::string_view rest, const Phases& phases, std::size_t& move)
 {
     const std::size_t offset = rest.size() % kFrameSize;
@@ -307,7 +307,7 @@ clsFrameStep::Verdict clsFrameStep::judgeComplete(std::string_view rest, const P
     return Verdict::Move;
 }
 
-/// Nothing is known of the sensor's distances: the first frame counts, unless it cannot be one.
+/// Nothing is known about the sensor's distances: the first frame counts unless it cannot be a distance.
 clsFrameStep::Verdict clsFrameStep::judgeWithoutPast(std::string_view rest, bool paused, std::size_t& move) const
 {
     if (isDistance(FrameWord(rest, 0))) {
@@ -322,13 +322,13 @@ clsFrameStep::Verdict clsFrameStep::judgeWithoutPast(std::string_view rest, bool
         }
     }
     if (possible == 0) {
-        // Only what can still be the head of a frame is kept.
+        // Only bytes that can still start a frame are kept.
         move = paused ? rest.size() : rest.size() - (kFrameSize - 1);
     }
     return possible <= 1 ? Verdict::Move : Verdict::Hold;
 }
 
-/// The way of cutting whose last words lie near those before, if there is one.
+/// The way of cutting whose last words lie near the earlier ones, if there is one.
 std::optional<std::size_t> clsFrameStep::bestFitting(const Phases& phases)
 {
     std::size_t best = 0, second = 0, found = 0;
@@ -345,7 +345,7 @@ std::optional<std::size_t> clsFrameStep::bestFitting(const Phases& phases)
     return best > second ? std::optional(found) : std::nullopt;
 }
 
-/// The way of cutting whose words lie closest together: out of step the noise of the lowest byte stands in a higher
+/// The way of cutting whose words lie closest together: out of step, the noise of the lowest byte moves to a higher
 /// one. Empty while that is not clear.
 std::optional<std::size_t> clsFrameStep::closest(const Phases& phases)
 {
@@ -431,8 +431,8 @@ void clsFrameStep::followRun(Phase& phase, bool isDistance, std::int64_t value)
     }
 }
 
-/// A missing echo may come at any time. Only among distances just below 0, whose bytes hold a marker out of step, the
-/// ones before count.
+/// A missing echo may come at any time. Distances just below 0 look like a marker when out of step, so only among them
+/// do the earlier frames count.
 bool clsFrameStep::isCertainMarker() const
 {
     return m_sinceMarker < kMarkerMemory || m_newer.frames == 0 || m_last < -kLikeMarker_mm || m_last >= 0;
@@ -458,24 +458,24 @@ bool clsFrameStep::isNearLast(std::uint32_t word) const
     return m_newer.frames > 0 && !isMarker(word) && isNear(DecodeFrame(word), m_last);
 }
 
-/// In step, but not to be told from a shifted frame: it costs itself, not the step.
+/// In step, but it looks like a shifted frame too: only this frame is lost, not the step.
 bool clsFrameStep::isPassedOver(std::uint32_t word) const
 {
     return isVoid(word) && (isInRange(word) || isNearLast(word));
 }
 
-/// Whether a frame that `rest` can be the damaged form of lies much nearer to the last one than its first word does.
+/// Whether `word`, which damage may have turned into `rest`, lies much nearer to the last distance than `first` does.
 bool clsFrameStep::isNearer(std::uint32_t word, std::uint32_t first) const
 {
     if (isMarker(word)) {
-        return true; // it may come at any time
+        return true; // a missing echo may come at any time
     }
     const bool isReadable = isVoid(word) || isDistance(word);
     return isReadable && m_newer.frames > 0 &&
            std::abs(DecodeFrame(word) - m_last) * kCloser < std::abs(DecodeFrame(first) - m_last);
 }
 
-/// Whether `rest` can be a frame that has lost a byte, and what follows.
+/// Whether `rest` can be a frame that has lost a byte, followed by others.
 bool clsFrameStep::canHaveLost(std::string_view rest) const
 {
     constexpr std::size_t kLeft = kFrameSize - 1;
@@ -493,7 +493,7 @@ bool clsFrameStep::canHaveLost(std::string_view rest) const
     return false;
 }
 
-/// Whether `rest` can be a frame with a foreign byte before or in it; its end may be still to come.
+/// Whether `rest` can be a frame with a foreign byte before or inside it; its end may still be missing.
 bool clsFrameStep::canHaveGained(std::string_view rest) const
 {
     for (std::size_t gained = 0; gained < kFrameSize; ++gained) {
@@ -509,14 +509,14 @@ bool clsFrameStep::canHaveGained(std::string_view rest) const
     return false;
 }
 
-/// Whether a lost or a foreign byte in the first frame would bring these bytes, too.
+/// Whether a lost or foreign byte in the first frame would also produce these bytes.
 bool clsFrameStep::canBeDamaged(std::string_view rest, const Phases& phases) const
 {
     const bool mayHaveGained = rest.size() <= kFrameSize || phaseOf(rest, kFrameSize + 1).isReadable;
     return (phases[3].isReadable && canHaveLost(rest)) || (mayHaveGained && canHaveGained(rest));
 }
 
-/// Whether damage, be it in the first frame or before it, would bring these bytes, too.
+/// Whether damage in the first frame or before it would also produce these bytes.
 bool clsFrameStep::isExplained(std::string_view rest, const Phases& phases) const
 {
     const bool canBeShifted = std::any_of(phases.begin() + 1, phases.end(), [](const Phase& phase) {
@@ -525,7 +525,8 @@ bool clsFrameStep::isExplained(std::string_view rest, const Phases& phases) cons
     return canBeShifted || canBeDamaged(rest, phases);
 }
 
-/// A distance that stands, and whose lowest byte is 0, brings such words for as long; out of step noise moves them far.
+/// A distance that stands still with 0 as its lowest byte keeps producing such words; out of step, noise moves them
+/// far.
 bool clsFrameStep::passesOver(std::uint32_t word)
 {
     m_voids.Include(DecodeFrame(word));
@@ -546,7 +547,7 @@ void clsFrameStep::remember(std::uint32_t word)
     }
     const std::int64_t before = std::exchange(m_last, DecodeFrame(word));
     if (!m_newer.Holds(m_last) && m_older.Holds(m_last)) {
-        std::swap(m_older, m_newer); // back where it was before
+        std::swap(m_older, m_newer); // back at the earlier place
     } else if (m_newer.frames == kBlock || (m_newer.frames > 0 && !m_newer.Holds(m_last) && !isNear(m_last, before))) {
         m_older = std::exchange(m_newer, {});
     }

@@ -1,6 +1,6 @@
-// Keeps step with a stream of 4-byte distances, whose only marks are the few values that the highest byte may have: a
+// Keeps step with a stream of 4-byte distances. The only marks are the few values that the highest byte may have: a
 // lost, doubled or foreign byte shifts every later frame, and shifted frames can look right for ever. So frames are
-// held against the ones before them, and what a shift would explain waits until the bytes behind it tell.
+// compared with the ones before them, and what a shift would explain waits until later bytes decide.
 #pragma once
 
 #include <array>
@@ -13,18 +13,18 @@
 class clsFrameStep {
 public:
     struct Found {
-        std::size_t consumed = 0;              ///< bytes that are done with; those behind wait for more
-        std::vector<std::int32_t> held_mm;     ///< the newest of each earlier look that had to be held back
+        std::size_t consumed = 0;              ///< bytes that are finished; the others wait for more
+        std::vector<std::int32_t> held_mm;     ///< the newest distance of each earlier look that was held back
         std::optional<std::int32_t> newest_mm; ///< of this look
         std::int32_t damaged = 0;              ///< places where bytes were given up
     };
-    /// The distances among `bytes`, which begin where the look before has stopped. `paused`: nothing has come since
-    /// that look, so every frame that was sent is complete. Undamaged frames come out as soon as they are complete, but
-    /// for one that a shift of the frames before would explain, too: it is held back until those behind it tell, or a
-    /// pause. Takes time linear in the bytes; at most 64 of them are left.
+    /// The distances in `bytes`, which begin where the look before stopped. `paused`: nothing has come since that look,
+    /// so every frame that was sent is complete. Undamaged frames are returned as soon as they are complete, except one
+    /// that a shift of the frames before it would also explain: it is held back until later frames or a pause decide.
+    /// Takes time linear in the bytes; at most 64 of them remain.
     Found Take(std::string_view bytes, bool paused);
 
-    /// The bytes begin anew, behind a command; the sensor is the same.
+    /// The bytes begin anew after a command; the sensor is the same.
     void Restart();
     /// Another sensor: its distances may be anywhere.
     void Forget();
@@ -35,39 +35,39 @@ private:
         bool IsEmpty() const { return upper < lower; }
         void Include(std::int64_t value);
     };
-    /// Distances that followed each other.
+    /// Consecutive distances.
     struct Block {
         std::int32_t frames = 0;
-        Range range, wide; ///< theirs, and widened by what may still belong to them
+        Range range, wide; ///< of these distances, and widened by what may still belong to them
         void Include(std::int64_t value);
         void Widen(const Range& all);
         bool Holds(std::int64_t value) const { return wide.lower <= value && value <= wide.upper; }
     };
-    /// Frames in a row that lie near each other.
+    /// Consecutive frames that lie near each other.
     struct Run {
         std::size_t first = 0; ///< number of its first word
         std::size_t frames = 0;
         std::int64_t last = 0;
         Range level{};
     };
-    /// How one of the four ways to cut bytes into frames does.
+    /// How well one of the four ways of cutting bytes into frames works.
     struct Phase {
         std::size_t words = 0;     ///< complete ones
         std::size_t distances = 0; ///< words that are frames
-        std::size_t readable = 0;  ///< words, counted from the first one, that have the bytes of a distance
-        std::size_t leading = 0;   ///< likewise: near the distances before
-        std::size_t fitting = 0;   ///< the same, counted from the last one back
-        Run present, agreeing;     ///< the last row that agrees, and the longest
-        Run tail, longest;         ///< the last frames in a row, wherever they lie, and the most
+        std::size_t readable = 0;  ///< words from the first one on that have the bytes of a distance
+        std::size_t leading = 0;   ///< words from the first one on that lie near the earlier distances
+        std::size_t fitting = 0;   ///< the same, counted back from the last one
+        Run present, agreeing;     ///< the last row of agreeing frames, and the longest
+        Run tail, longest;         ///< the last row of frames, wherever they lie, and the longest
         bool isPossible = true;    ///< every word is a frame
         bool isReadable = true;    ///< every word has the bytes of a distance
         std::size_t markers = 0;   ///< words
         std::int64_t newest = 0;   ///< the last word's millimetres
     };
     using Phases = std::array<Phase, 4>;
-    /// A look whose newest frame is not told yet.
+    /// A look whose newest frame has not been reported yet.
     struct Pending {
-        std::size_t end = 0; ///< words, counted from the first one that is held
+        std::size_t end = 0; ///< words, counted from the first held one
         std::optional<std::int32_t> newest_mm;
     };
     enum class Verdict : std::uint8_t { Accept, Hold, Move };
@@ -103,13 +103,13 @@ private:
     void forgetPast();
     void remember(std::uint32_t word);
 
-    // The last distances; the older block is forgotten when the newer one is full, or the distance has changed.
+    // The last distances. The older block is forgotten when the newer one is full or the distance has changed.
     Block m_older, m_newer;
     std::int64_t m_last = 0;
-    Range m_voids; // since the last distance: what would be distances, were their lowest byte not 0
+    Range m_voids; // since the last distance: words that would be distances if their lowest byte were not 0
     std::int32_t m_sinceMarker = 1 << 16; // frames
     bool m_hasPast = false;
     std::vector<Pending> m_pending;
-    bool m_isHolding = false;     // the present look
-    std::int32_t m_looksHeld = 0; // with new bytes, on the same words
+    bool m_isHolding = false;     // the present look holds something back
+    std::int32_t m_looksHeld = 0; // looks with new bytes that held the same words
 };

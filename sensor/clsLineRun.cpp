@@ -15,16 +15,16 @@ constexpr double kMemory_s = 3.0;    // after a longer gap a distance may lie an
 constexpr std::int32_t kCertain = 3; // lines of a new shape, wherever their distances lie
 constexpr double kSame = 0.35;
 constexpr double kLargestPlace = 1e9;
-constexpr double kNear = 0.45; // a lost or foreign digit before the point changes a number by half at least
+constexpr double kNear = 0.45; // a lost or foreign digit before the point changes a number by at least half
 
-/// Part of the larger of two numbers that they may differ by. A sign that comes or goes lies away.
+/// Two numbers may differ by this part of the larger one. A sign that appears or disappears moves a number further.
 bool isNear(double a, double b)
 {
     return std::abs(a - b) < kNear * std::max(std::abs(a), std::abs(b)) || a == b;
 }
 
-/// Whether a digit more or less before the point brings a number near another one. The larger one has just got a digit
-/// or has just lost one, so that the length of its lines does not tell.
+/// Whether one more or one fewer digit before the point brings a number near another one. The larger number has just
+/// gained or lost a digit, so the length of its lines does not tell.
 bool isOneDigitOff(double value, double other)
 {
     const auto isSame = [&](double number) { return std::abs(number - std::abs(other)) < kSame * std::abs(other); };
@@ -66,7 +66,7 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
         const std::size_t second = bytes.find(kLineEnd, start);
         const std::string_view line = bytes.substr(found.consumed, first - found.consumed);
         if (second == std::string_view::npos) {
-            // After a pair the odd line stays for the next evaluation.
+            // After a pair, the odd line stays for the next evaluation.
             if (!pairFound) {
                 const bool isShort = line.size() < kShortestSingleLine;
                 if (!isShort || m_hasRun) {
@@ -80,21 +80,21 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
             break;
         }
         if (hadRun) {
-            look(line, now, isForeign, found); // no candidate, and perhaps half a line: no run begins with it
+            look(line, now, isForeign, found); // not a candidate and perhaps half a line, so no run begins with it
         }
         candidate = look(bytes.substr(start, second - start), now, isForeign, found);
         found.consumed = second + kLineEnd.size();
         pairFound = true;
     }
-    // Where the candidate is damaged, the newest good line before it counts.
+    // If the candidate is damaged, the newest good line before it counts.
     if (candidate == Verdict::None || candidate == Verdict::Held || (candidate == Verdict::Damaged && !hadRun)) {
         found.newest.reset();
     }
     return found;
 }
 
-/// A short line counts for nothing by itself, and the first one may be half a line; but two that are alike are a run,
-/// against which a damaged one is held.
+/// A single short line does not count, and the first one may be half a line. But two that are alike make a run, with
+/// which damaged lines are compared.
 void clsLineRun::noteShort(std::string_view bytes, double now)
 {
     const auto line = modReplySteps::ReadDistanceLine(bytes);
@@ -129,10 +129,10 @@ clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const F
     }
     const auto line = modReplySteps::ReadDistanceLine(bytes);
     const Shape shape = line ? shapeOf(*line, bytes) : Shape{};
-    // A verdict may be a bare number, and a distance the number of a command.
+    // A verdict may be a bare number, and a distance may equal the number of a command.
     const bool isOfRun = line && m_hasRun && isAlike(m_shape, shape);
     if (!isOfRun && isForeign(bytes)) {
-        return Verdict::Damaged; // nothing is lost by it
+        return Verdict::Damaged; // no distance is lost
     }
     if (!line) {
         ++found.damaged;
@@ -160,7 +160,7 @@ clsLineRun::Verdict clsLineRun::judge(Seen seen, double now, Found& found)
     if (m_held && m_held->isOtherShape == seen.isOtherShape && confirms(seen, *m_held)) {
         releaseHeld(found);
         found.isNewShape = found.isNewShape || seen.isOtherShape;
-        // Lines of one unit with as many decimals that change their length are not padded after all.
+        // If lines of one unit and as many decimals change their length, they are not padded after all.
         m_variesInLength = m_shape.decimals == seen.shape.decimals && m_shape.unit == seen.shape.unit;
         m_shape.isPadded = false;
         return count(std::move(seen), now, found);
@@ -188,7 +188,7 @@ clsLineRun::Verdict clsLineRun::count(Seen seen, double now, Found& found)
     return Verdict::Counts;
 }
 
-/// Of what came in one look the newest counts, so only what an earlier look has held is told apart.
+/// Only the newest line of a look counts, so the held line is reported separately only if it is from an earlier look.
 void clsLineRun::releaseHeld(Found& found)
 {
     if (!m_held->isOfThisLook && !m_held->isStale) {
@@ -210,7 +210,7 @@ bool clsLineRun::isAlike(const Shape& run, const Shape& shape) const
            (!lengthCounts || run.length == shape.length);
 }
 
-/// Whether a line of the same new shape or length says that the held one was right.
+/// Whether a line of the same new shape or length confirms the held one.
 bool clsLineRun::confirms(const Seen& seen, const Seen& held) const
 {
     if (!seen.isOtherShape) {

@@ -1,6 +1,6 @@
-// The lines of a measurement in text, held against the ones before them. A byte that is lost, doubled or foreign leaves
-// a line that still reads as a number, but another one; what gives it away is its shape: the digits behind the point,
-// the unit and, where the sensor pads its lines, their length.
+// Compares the text lines of a measurement with the lines before them. A lost, doubled or foreign byte leaves a line
+// that still reads as a number, but a different one. Its shape gives it away: the digits after the point, the unit and,
+// where the sensor pads its lines, their length.
 #pragma once
 
 #include "sensor/modReplySteps.h"
@@ -20,30 +20,30 @@ public:
     };
     struct Found {
         std::size_t consumed = 0;
-        std::optional<Line> held; ///< held back by the look before, and right after all
+        std::optional<Line> held; ///< held back by the look before, and confirmed since
         std::optional<Line> newest;
         std::int32_t damaged = 0; ///< lines that were given up
-        bool isNewShape = false;  ///< the lines have another number of decimals or unit now
+        bool isNewShape = false;  ///< the lines now have another number of decimals or another unit
     };
-    /// Whether a line is known to be something else than a distance.
+    /// Whether a line is known to be something other than a distance.
     using Foreign = std::function<bool(std::string_view line)>;
 
-    /// The newest distance among the complete lines. Lines are taken in pairs, the second of a pair being the value; a
-    /// single line counts only if it holds at least 12 characters and no pair was found. A line of another shape than
-    /// those before waits for the next one: it counts if that has the new shape, too. So does a line that differs in
-    /// length only, where lines are not padded, and lies away from the one before: it counts if the next one lies near.
-    /// `now` is the time in days.
+    /// The newest distance among the complete lines. Lines are taken in pairs, and the second line of a pair is the
+    /// value; a single line counts only if it has at least 12 characters and no pair was found. A line of another shape
+    /// than those before waits for the next line and counts if that has the new shape too. Where lines are not padded,
+    /// a line that differs only in length and lies away from the one before also waits; it counts if the next one lies
+    /// near. `now` is the time in days.
     Found Take(std::string_view bytes, double now, const Foreign& isForeign);
 
-    /// The lines begin anew, behind a command: what was held is told no more, but the next line may still confirm its
-    /// shape, or a sensor that is asked for single values could never be set up anew.
+    /// The lines begin anew after a command. A held line is not reported any more, but the next line may still confirm
+    /// its shape; otherwise a sensor that is asked for single values could never change its format.
     void Restart()
     {
         if (m_held) {
             m_held->isStale = true;
         }
     }
-    /// The clock was set by so many days.
+    /// The clock was set by this many days.
     void ShiftClock(double days) { m_lastTime += days; }
     /// Another sensor, unit or format: lines may have any shape.
     void Forget() { *this = {}; }
@@ -60,10 +60,10 @@ private:
     struct Seen {
         Line line;
         Shape shape;
-        bool isOtherShape = false; ///< not only another length
+        bool isOtherShape = false; ///< not only in its length
         bool isOfThisLook = true;
-        bool isStale = false;      ///< a command was sent since
-        std::int32_t repeated = 1; ///< lines of this shape, one behind the other
+        bool isStale = false;      ///< a command has been sent since
+        std::int32_t repeated = 1; ///< consecutive lines of this shape
     };
     enum class Verdict : std::uint8_t { None, Counts, Held, Damaged };
 

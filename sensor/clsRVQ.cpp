@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::int32_t kMargin_ms = 500; // on top of every answer time
+constexpr std::int32_t kMargin_ms = 500; // added to every answer time
 constexpr std::size_t kSentFrames = 64;  // more than an upload sends
 
 } // namespace
@@ -54,7 +54,7 @@ void clsRVQ::ContinueOpening()
     }
     m_portIsOpen = true;
     ++m_openings;
-    m_frames.Forget(); // whatever is there now
+    m_frames.Forget(); // this may be another sensor
     m_lines.Forget();
     m_lastCrc_mm.reset();
     m_mismatch = Mismatch::None;
@@ -72,7 +72,7 @@ void clsRVQ::CloseComPort()
     m_quietUntil = 0.0;
     m_openingRate.reset();
     if (std::exchange(m_portIsOpen, false)) {
-        m_journal.Append(EventNoAnswer); // who waits must hear of it, even if the port is open again by then
+        m_journal.Append(EventNoAnswer); // a wait must see this even if the port is open again by then
     }
 }
 
@@ -178,7 +178,7 @@ void clsRVQ::setRequest(std::string text)
     m_pending.text = std::move(text);
 }
 
-/// The deadline stays: it is that of the next poll.
+/// The deadline stays: it is when the next poll is due.
 void clsRVQ::forgetRequest()
 {
     setRequest({});
@@ -211,8 +211,8 @@ void clsRVQ::pauseAfterStop()
     }
 }
 
-/// Half a frame and the next command would be another frame to the sensor. What has begun is therefore ended first, and
-/// what cannot begin is not kept: sent late, a start might come after its stop.
+/// Half a frame and the next command would be another frame to the sensor. So what has begun is finished first, and
+/// what cannot begin is not kept: a start that is sent late might follow its own stop.
 void clsRVQ::sendBytes(std::string_view bytes)
 {
     sendRest();
@@ -234,7 +234,7 @@ void clsRVQ::sendRest()
     m_unsent.erase(0, taken < 0 ? m_unsent.size() : static_cast<std::size_t>(taken));
 }
 
-/// A verdict may come late, when nobody waits for it any more.
+/// Kept because a verdict may come late, when nothing waits for it any more.
 void clsRVQ::noteSentFrame(std::string text)
 {
     m_sentFrames.push_back({std::move(text), m_currentTime});

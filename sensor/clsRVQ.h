@@ -1,5 +1,5 @@
-// The folder sensor/ is the sensor as the program knows it: its parameter set, its commands and replies, the dialogue
-// with it. It knows no window, no file and no clock; whoever drives the dialogue tells it the time and when to read.
+// The folder sensor/ holds the sensor as the program knows it: its parameter set, its commands and replies, and the
+// dialogue with it. It knows no window, no file and no clock: the caller says what time it is and when to read.
 #pragma once
 
 #include "base/Days.h"
@@ -44,7 +44,7 @@ enum Event : std::int32_t {
 //                                                                       user is asked (Wait().Asking)
 //   no dialogue (0)
 //   announcement                   0 -> C                               0 -> C
-//   dump, whole                    4, idle; buffer and request end      as early
+//   dump, whole                    4, idle; buffer, request discarded   as early
 //   dump, begun                    0                                    -1, given up
 //   temperature in text            3; ends T; the state stays           as early
 //   " C," without the rest         0                                    -1, given up
@@ -54,10 +54,10 @@ enum Event : std::int32_t {
 //   G under way, no announcement   2 ends G; 7; else 0                  2 ends G; 7; else -1: step back without the
 //                                                                       buffer (lines, at the deadline itself), given
 //                                                                       up (binary)
-//   5 bytes or fewer               0, unless they are a whole binary    looked at as more bytes are
-//                                  temperature that a wait is for
+//   5 bytes or fewer               0, unless a wait gets the whole      as for more bytes
+//                                  binary temperature it is for
 //   dump                           as without dialogue                  as without dialogue
-//   temperature in text            3; ends T. T under way in a binary format, nobody waits: -> C, once
+//   temperature in text            3; ends T. T under way in a binary format, no wait runs: -> C, once
 //   " C," without the rest         0                                    -1, given up
 //   T under way in a binary        3 ends T; 7 (CRC); else 0            3 ends T; 7; else -1, given up
 //   format, no announcement
@@ -69,20 +69,20 @@ enum Event : std::int32_t {
 //   measuring (2)
 //   T under way                    3 ends T; 7; else 0. Text in a       3 ends T; 7; else -1, given up
 //                                  binary format: 0, idle
-//   S under way                    0; the buffer ends                   0; the buffer ends; as silence: -> T
+//   S under way                    0; buffer discarded                  0; buffer discarded; as silence: -> T
 //   "RVQ ready"                    0, idle; it stays in the buffer      as early
 //   temperature in text, whole     3                                    3
-//   "TempErr!"                     2; the buffer ends                   2; the buffer ends
+//   "TempErr!"                     2; buffer discarded                  2; buffer discarded
 //   anything else: distances       2; 7; else 0; M becomes m            2; 7; else -1: step back without the buffer
 //                                                                       (lines, at the deadline itself), given up
 //                                                                       (binary; 0 with single output); -> T when
 //                                                                       no request was under way
 //
-// Given up: request and buffer end. Step back: they stay for the session's StepBack, and a second time they are given
-// up. Back to polling: they end, and where it happens again without a request -> T. A distance puts the deadline off by
-// 3 s. While a wait runs no follow-up goes out; late, it gives up instead. An announcement in any state says that the
-// sensor works with what it has stored. The other ways from state to state are acts of the session: StartMeasurement,
-// StopMeasurement, StepBack, ResumeIdle, EndSingleOutput, ForgetDialogue.
+// Given up: request and buffer are discarded. Step back: both stay for the session's StepBack; the second time they are
+// given up. Back to polling: both are discarded; if it happens again without a request -> T. A distance sets the
+// deadline to 3 s from now. No follow-up goes out while a wait runs; past the deadline, the request is given up
+// instead. An announcement in any state says that the sensor works with what it has stored. All other changes of state
+// are acts of the session: StartMeasurement, StopMeasurement, StepBack, ResumeIdle, EndSingleOutput, ForgetDialogue.
 
 /// The dialogue with the connected sensor.
 /// Points in time are days since 1899-12-30, local time.
@@ -91,15 +91,15 @@ public:
     /// Passes so many milliseconds, the pause that follows a stop command.
     using PauseFunction = std::function<void(std::int32_t ms)>;
 
-    /// What a wait for the sensor and a tick of the measurement loop have to know of each other.
+    /// What a wait for the sensor and a tick of the measurement loop have to know about each other.
     struct WaitState {
         bool Running = false; ///< a wait runs: evaluations send nothing of their own
-        bool Asking = false;  ///< the user is asked what to do: nobody waits for an answer, silence means nothing
-        bool InTick = false;  ///< a tick runs: no wait may start
-        bool Ended = false;   ///< the main window goes: every wait ends as "no answer"
+        bool Asking = false;  ///< the user is asked what to do: silence has no meaning meanwhile
+        bool InTick = false;  ///< a tick runs: no wait may begin
+        bool Ended = false;   ///< the main window closes: every wait ends as "no answer"
     };
 
-    /// A sensor without a port: parameters at their defaults, sends reach nobody.
+    /// A sensor without a port: parameters have their defaults, and nothing that is sent reaches anybody.
     clsRVQ();
     /// The device behind `port`, which must outlive it. Without `pause` nothing blocks: a command that follows a stop
     /// goes out by itself, with the first reading after the pause.
@@ -109,78 +109,80 @@ public:
     clsRVQ(const clsRVQ&) = delete;
     clsRVQ& operator=(const clsRVQ&) = delete;
 
-    /// Opens port number `Comport` at `Rate` bit/s, or begins to, where opening takes longer. Does nothing when the
+    /// Opens port number `Comport` at `Rate` bit/s, or starts to when opening takes longer. Does nothing when the
     /// number is 0 or less or a port is open or opening.
     void OpenComPort(std::int32_t Comport, std::int32_t Rate);
-    /// Looks what has become of an opening that takes longer: `PortIsOpen` is set, or it is still under way, or it has
-    /// failed and neither is so. Until it has succeeded nothing is sent.
+    /// Checks on an opening that takes longer: it has succeeded and `PortIsOpen` is set, it is still under way, or it
+    /// has failed and neither holds. Nothing is sent before it has succeeded.
     void ContinueOpening();
     bool PortIsOpening() const { return m_openingRate.has_value(); }
-    /// Closes an open port; an opening that is under way is given up.
+    /// Closes an open port and gives up an opening that is under way.
     void CloseComPort();
-    /// Why the last opening that came to its end failed; problem None after a success.
+    /// Why the last completed opening failed; problem None after a success.
     OpenFailure LastFailure() const;
-    /// Whether the devices are others than at the last opening, which may succeed now; false also when not known.
+    /// Whether the devices differ from those at the last opening, so that it may succeed now; false if not known.
     bool DevicesChanged() const;
     /// The port's rate in bit/s; 0 or less when it is closed.
     std::int32_t CommBaudrate() const;
-    /// Sets the port's rate in bit/s; one that is not among `kPortRates` is ignored.
+    /// Sets the port's rate in bit/s; a rate that is not among `kPortRates` is ignored.
     void CommBaudrate(std::int32_t rate);
     /// The line errors since the last call, as `LineError` bits.
     std::int32_t PortStatus() const;
-    /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without any of them. Part of
-    /// what the device offers; no window asks for it.
+    /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without errors. No window
+    /// uses it today; it belongs to the port's operations.
     std::string PortStatusByName() const;
 
-    /// Takes what has arrived into `NewInData` and appends it to `InBuffer`. A vanished port closes itself here, and
-    /// what a full line had not taken of a command goes out.
+    /// Moves what has arrived into `NewInData` and appends it to `InBuffer`. Closes the port if its device has
+    /// vanished, and sends the rest of a command that a full line has not taken.
     void ReadComportData();
-    /// Interprets `InBuffer`, sets `EventNr` and what belongs to it, and sends at most one follow-up command.
+    /// Interprets `InBuffer`, sets `EventNr` and the values that go with it, and sends at most one follow-up command.
     /// Takes time linear in the buffer and leaves at most `kMaxPending` bytes in it.
     void EvaluateInBuffer();
-    /// Goes on after `EventCrcError`, as long as the bytes of a whole reply are there: the newest good one behind the
-    /// damage is in the values then, and `NewDistance` tells of a distance. `EventNr` stays as it is, or tells of the
-    /// temperature that was asked for.
+    /// Continues after `EventCrcError` as long as the buffer holds a whole reply: the values are then those of the
+    /// newest good reply behind the damage, and `NewDistance` says whether it was a distance. `EventNr` stays as it is,
+    /// or reports the temperature that was asked for.
     void EvaluateBehindDamage();
-    /// Distances that have come together with one held back before them; the next evaluations tell of them.
+    /// Whether distances wait that arrived together with one held back before them; the next evaluations report them.
     bool HasDue() const { return !m_due.empty(); }
-    /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`. What a full
-    /// line does not take now of a frame it gets later, before anything else, so that no two are mixed; a command of
-    /// which it takes nothing is lost and has no answer.
+    /// Sends a single-letter command or a frame and sets the deadline of its answer from `CurrentTime`. When the line
+    /// is full, the rest of a frame follows later, before anything else, so that no two frames mix; a command of which
+    /// the line takes nothing is lost and gets no answer.
     void SendCommand(std::string_view Command);
-    /// Sends a request that has a text of its own.
+    /// Sends a request that has a fixed text.
     void SendCommand(Request request) { SendCommand(RowOf(request).text); }
 
-    // What a session does to the dialogue, each for its reason. Nothing else writes what the dialogue keeps.
+    // What a session does to the dialogue, one operation for each reason. Nothing else changes the state of the
+    // dialogue.
 
-    /// It is `now` from here on.
+    /// Sets the current time.
     void CurrentTime(double now) { m_currentTime = now; }
-    /// The clock was set by so many days: deadlines and ages stay what they are.
+    /// The clock was set by this many days: deadlines and ages stay the same.
     void ShiftClock(double days);
-    /// Starts continuous measurement; also goes on with one that was interrupted for the temperature.
+    /// Starts continuous measurement, or resumes one that was interrupted for the temperature.
     void StartMeasurement();
     /// Stops continuous measurement; what is sent next waits for the pause that follows a stop.
     void StopMeasurement();
-    /// Stops a running measurement for one temperature, which the evaluation asks for once the line is quiet. The
-    /// dialogue counts as measuring all the while. The next one is due `ReadTempInterval` later.
+    /// Interrupts a running measurement for one temperature, which the evaluation asks for once the line is quiet. The
+    /// dialogue still counts as measuring. The next temperature is due `ReadTempInterval` later.
     void InterruptForTemperature();
     bool IsTemperatureDue() const { return m_currentTime >= m_readTempTime; }
-    /// Switches the marker laser. No answer tells of it, so `Identity` says at once what the next dump will.
+    /// Switches the marker laser. The sensor does not confirm it, so `Identity` changes at once to what the next dump
+    /// will say.
     void SwitchLaser(bool on);
-    /// Takes a value for the sensor's own before it has said so, or takes that back.
+    /// Takes a value for the sensor's own before the sensor has reported it, or takes that back.
     void AssumeParameter(std::int32_t ParameterSet::*parameter, std::int32_t value);
-    /// Ends the wait for the verdict on a frame of `values`: `event` is what came. A temperature or a dump in its place
-    /// counts as refused; what is acknowledged is in `Parameters` from now on. Returns the verdict, as `EventNr` does.
+    /// Ends the wait for the verdict on a frame of `values`: `event` is what came. A temperature or a dump instead
+    /// counts as refused; acknowledged values are in `Parameters` from now on. Returns the verdict, as `EventNr` does.
     std::int32_t TakeVerdict(const ParameterSet& values, std::string_view code, std::int32_t event);
-    /// Starts the measurement that was stopped for a parameter; `EventNr` goes on telling of its verdict.
+    /// Starts the measurement that was stopped for a parameter; `EventNr` still reports the verdict.
     void StartAfterVerdict(std::int32_t verdict);
-    /// No answer has come: from measuring to idle, from idle to no dialogue.
+    /// No answer has come: measuring becomes idle, idle becomes no dialogue.
     void StepBack();
-    /// A sensor with single output was started for one value, and that has come or not.
+    /// A sensor with single output was started for one value; `found` says whether it has come.
     void EndSingleOutput(bool found);
-    /// The sensor is known to be there, though the silence after a command was taken for a lost connection.
+    /// The sensor is there after all; the silence after a command had been taken for a lost connection.
     void ResumeIdle() { m_commStatus = DialogueIdle; }
-    /// Whatever an earlier device has left, half a line or an open question, is nothing to the one that is there now.
+    /// Discards what an earlier device has left: half a line or an open question means nothing for the present one.
     void ForgetDialogue();
 
     /// A wait for the sensor begins (`modRVQComm::WaitScope`). Throws std::logic_error inside another wait or a tick.
@@ -188,38 +190,38 @@ public:
     void EndWait() { m_wait.Running = false; }
     void InTick(bool inTick) { m_wait.InTick = inTick; }
     void Asking(bool asking) { m_wait.Asking = asking; }
-    /// The main window goes: every wait ends, the port is closed.
+    /// The main window closes: every wait ends and the port is closed.
     void EndWaits();
-    /// Forgets the results of evaluations so far; before a send whose answer is waited for.
+    /// Forgets the results so far. Call it before a send whose answer is waited for.
     void ForgetEvents() { m_journal.Clear(); }
-    /// The oldest result (-1, 3, 4, 5, 6) that nobody has taken yet; empty when there is none.
+    /// The oldest result (-1, 3, 4, 5, 6) not yet taken; empty when there is none.
     std::optional<std::int32_t> TakeEvent() { return m_journal.TakeNext(); }
 
-    /// Bytes that may wait for the rest of a reply; of a flood that never becomes one the newest are kept.
+    /// Bytes that may wait for the rest of a reply. Of a flood that never becomes a reply the newest are kept.
     static constexpr std::size_t kMaxPending = 65536;
 
     // The port.
     std::int32_t CommComPort() const { return m_commComPort; }
     bool PortIsOpen() const { return m_portIsOpen; }
-    /// Successful ones so far: who waits can tell another device from the one before.
+    /// Successful openings so far: a wait can tell from it that the device may be another one.
     std::int32_t Openings() const { return m_openings; }
     const std::string& InBuffer() const { return m_inBuffer; }
     const std::string& NewInData() const { return m_newInData; }
 
     // The dialogue.
     std::int32_t CommStatus() const { return m_commStatus; }
-    const std::string& LastCommand() const { return m_pending.text; } ///< empty: none is under way
+    const std::string& LastCommand() const { return m_pending.text; } ///< empty: no request is under way
     Request Pending() const { return m_pending.request; }             ///< what `LastCommand` asks for
     std::int32_t EventNr() const { return m_eventNr; }
-    /// The last evaluation has brought a distance; also when `EventNr` tells of damage behind it.
+    /// The last evaluation has found a distance; also true when `EventNr` reports damage behind it.
     bool NewDistance() const { return m_newDistance; }
-    /// Distances that were given up as damaged, as far as that is known.
+    /// Distances given up as damaged, as far as that is known.
     std::int64_t DamagedReplies() const { return m_damagedReplies; }
     double CurrentTime() const { return m_currentTime; }
     double FailTime() const { return m_pending.deadline; }
     const WaitState& Wait() const { return m_wait; }
-    /// The lines of a measurement have changed without naming a unit: what they measure in is not known. The loop asks
-    /// for the configuration then, which clears it.
+    /// The lines of a measurement have changed without naming a unit, so their unit is unknown. The loop then asks for
+    /// the configuration, which clears this.
     bool UnitInDoubt() const { return m_unitInDoubt; }
 
     // The last values.
@@ -236,16 +238,16 @@ public:
         return {m_measValue, m_measValue_mm, m_parameters.DistanceUnit, m_parameters.OutputFormat, m_currentTime};
     }
 
-    /// The sensor works with parameters that it would lose when switched off: set by every parameter and by "000" that
-    /// it acknowledges, cleared by an acknowledged "999", when it announces a restart, and when the dump of another
-    /// sensor comes.
+    /// The sensor works with parameters that it would lose when switched off. Set by every parameter and by "000" once
+    /// the sensor acknowledges them; cleared by an acknowledged "999", by the announcement of a restart, and by the
+    /// dump of another sensor.
     bool UnstoredChanges() const { return m_unstoredChanges; }
-    /// What the sensor works with, as far as it has said so.
+    /// What the sensor works with, as far as it has reported it.
     const ParameterSet& Parameters() const { return m_parameters; }
     const SensorIdentity& Identity() const { return m_identity; }
 
 protected:
-    // What the readers above tell of. Protected, not private: a test begins in the middle of a dialogue.
+    // What the readers above return. Protected, not private: a test starts in the middle of a dialogue.
     std::int32_t m_commComPort = 0;
     bool m_portIsOpen = false;
     std::int32_t m_openings = 0;
@@ -273,19 +275,19 @@ protected:
 
 private:
     struct Distance {
-        std::string text; ///< as it was received, in the formats that are text
+        std::string text; ///< as received, in the text formats
         double value = 0.0;
         std::int32_t value_mm = 0;
-        std::optional<std::int32_t> unit; ///< that the line names
+        std::optional<std::int32_t> unit; ///< named by the line
     };
     struct SentFrame {
         std::string text; ///< without the carriage return
         double time = 0.0;
     };
-    /// A sensor that is taken for a binary one has answered in text: its dump tells whether that is so.
+    /// A sensor that is taken for a binary one has answered in text: its dump shows whether that is right.
     enum class Mismatch : std::uint8_t { None, Asked, Confirmed };
 
-    // The evaluation (clsRVQEvaluate.cpp, clsRVQDistances.cpp); a request that comes back is the follow-up.
+    // The evaluation (clsRVQEvaluate.cpp, clsRVQDistances.cpp); a returned request is the follow-up.
     Request evaluateSilence();
     Request evaluateWithoutDialogue();
     Request evaluateIdle();
@@ -339,7 +341,7 @@ private:
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;
     std::optional<std::int32_t> m_openingRate; // set while a port is opening
-    std::string m_unsent;                      // of a command that has begun
+    std::string m_unsent;                      // rest of a command that the line has taken in part
     std::int32_t m_lastRate;
     clsFrameStep m_frames;
     clsLineRun m_lines;
@@ -352,5 +354,5 @@ private:
     double m_quietUntil = 0.0;       // the pause after a stop
     std::deque<std::string> m_queue; // commands that wait for it
     Mismatch m_mismatch = Mismatch::None;
-    bool m_reported = false; // the evaluation has had its say and nothing has been sent since
+    bool m_reported = false; // an evaluation has reported its outcome and nothing has been sent since
 };

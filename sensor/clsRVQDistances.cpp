@@ -1,4 +1,4 @@
-// The distances among what the sensor has sent, in its four formats: which are shown now, which wait, which are given
+// The distances in what the sensor has sent, in its four formats: which are shown now, which wait, and which are given
 // up.
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
@@ -12,12 +12,12 @@ namespace {
 
 constexpr double kDistanceTime_ms = 3000.0; // the longest gap between two distances
 constexpr double kTempErrValue = 2147483647.0;
-constexpr double kPause_ms = 40.0;            // a tick of the loop, less what a busy machine takes from it
-constexpr double kVerdictMemory_ms = 10000.0; // for as long a verdict on a frame may come late
+constexpr double kPause_ms = 40.0;            // a tick of the loop, less the delay of a busy machine
+constexpr double kVerdictMemory_ms = 10000.0; // a verdict on a frame may come this late
 
 } // namespace
 
-/// The answer to "G", decoded as while measuring.
+/// The answer to "G" is decoded as while measuring.
 void clsRVQ::evaluateSingleValue()
 {
     if (Contains(m_inBuffer, "TempErr!")) {
@@ -32,7 +32,7 @@ void clsRVQ::evaluateSingleValue()
 
 void clsRVQ::evaluateTempErr()
 {
-    // Deliberate: the value is the number of "No Echo"; `MeasValue_mm` tells them apart.
+    // Deliberate: the value is the number of "No Echo"; only `MeasValue_mm` tells them apart.
     acceptDistance(kTempErrValue, kMarkerTempError);
     m_tempStatus = 0;
     m_inBuffer.clear();
@@ -79,7 +79,7 @@ void clsRVQ::takeAsciiDistance()
 void clsRVQ::takeBinaryDistance()
 {
     followFormat();
-    const std::size_t open = modReplySteps::CutTexts(m_inBuffer); // a late verdict, or another text, is no distance
+    const std::size_t open = modReplySteps::CutTexts(m_inBuffer); // a late verdict or any other text is not a distance
     const bool paused = hasPaused();
     if (paused) {
         m_inBuffer.resize(m_inBuffer.size() - open);
@@ -101,13 +101,13 @@ void clsRVQ::takeBinaryDistance()
     }
 }
 
-/// Nothing has come for a whole tick: what is there is all that was sent.
+/// Nothing has come for a whole tick, so everything that was sent is there.
 bool clsRVQ::hasPaused() const
 {
     return m_newInData.empty() && m_currentTime - m_lastArrival >= kPause_ms / kMsPerDay;
 }
 
-/// Lines in another unit or format have another shape.
+/// Lines in another unit or format have another shape, so the memory of earlier ones is dropped.
 void clsRVQ::followFormat()
 {
     if (m_format != m_parameters.OutputFormat || m_unit != m_parameters.DistanceUnit) {
@@ -119,8 +119,8 @@ void clsRVQ::followFormat()
     }
 }
 
-/// Whether a line answers one of the frames that were sent lately: it names the code and says "O" or "E", or repeats
-/// it.
+/// Whether a line answers one of the frames sent lately: it names the code together with "O" or "E", or repeats the
+/// code or the frame.
 bool clsRVQ::isVerdict(std::string_view line) const
 {
     const std::string_view text = Trimmed(line);
@@ -139,7 +139,7 @@ void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances)
 
 void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
 {
-    // A number beyond 32 bits of millimetres is noise, not a distance.
+    // A number beyond 32 bits of millimetres is noise.
     const std::optional<std::int32_t> unit = modReplySteps::UnitInLine(line.text);
     if (const auto value_mm =
             RoundHalfToEven(line.value * UnitOf(unit.value_or(m_parameters.DistanceUnit)).millimetres)) {
@@ -147,7 +147,7 @@ void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& dis
     }
 }
 
-/// The oldest is told now, the others are due.
+/// The oldest is reported now; the others are due.
 void clsRVQ::acceptDistances(std::deque<Distance> distances)
 {
     if (!distances.empty()) {
@@ -161,7 +161,7 @@ void clsRVQ::tellDue()
     const Distance distance = std::move(m_due.front());
     m_due.pop_front();
     m_sDistance = distance.text;
-    // A sensor that was set up anew says so in its lines first.
+    // A sensor whose settings have changed says so in its lines first.
     m_unit = m_parameters.DistanceUnit = distance.unit.value_or(m_parameters.DistanceUnit);
     acceptDistance(distance.value, distance.value_mm);
 }
@@ -171,7 +171,7 @@ void clsRVQ::takeCrcDistance()
     followFormat();
     const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistances(m_inBuffer);
     if (!found.newest_mm && pastDeadline() && !owesNothing()) {
-        // What holds no good frame at all is given up; to a good one behind damage it goes in one step.
+        // Bytes without any good frame are given up; otherwise they are skipped up to the good frame behind the damage.
         const std::size_t good = modReplySteps::FirstCrcFrame(m_inBuffer);
         if (good == std::string::npos) {
             giveUpRequest();
@@ -184,7 +184,7 @@ void clsRVQ::takeCrcDistance()
     if (m_outOfStep && found.newest_mm) {
         const auto inStep = modReplySteps::IsCrcFrameInStep(m_inBuffer, m_lastCrc_mm);
         if (!inStep && !hasPaused()) {
-            return; // the frame behind it will tell
+            return; // the next frame will tell
         }
         if (!inStep.value_or(false)) {
             m_inBuffer.erase(0, 1);

@@ -1,5 +1,5 @@
-// The evaluation of what the sensor has sent: which reply it is, in the state of the dialogue, and what follows. It
-// goes down the table in clsRVQ.h, line by line.
+// The evaluation of what the sensor has sent: which reply it is in the present state of the dialogue, and what follows.
+// It goes down the table in clsRVQ.h line by line.
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
 #include "sensor/clsRVQ.h"
@@ -9,10 +9,11 @@
 
 namespace {
 
-constexpr std::size_t kShortReply = 5;   // bytes; what is shorter waits for more until the deadline
-constexpr std::size_t kLongestText = 64; // several times what a sensor says of itself
+constexpr std::size_t kShortReply = 5;   // bytes; up to this length the evaluation waits until the deadline
+constexpr std::size_t kLongestText = 64; // several times the length of what a sensor says about itself
 
-/// A text of the sensor's as windows, files and sheets get it: noise between key and line end can have any length.
+/// One of the sensor's texts for windows, files and sheets. It is cut because noise before the line end can have any
+/// length.
 std::string textOf(std::string_view bytes)
 {
     return std::string(bytes.substr(0, kLongestText));
@@ -51,7 +52,7 @@ void clsRVQ::EvaluateInBuffer()
     }
 }
 
-/// Nothing has arrived: what a passed deadline means stands in `kRequests`.
+/// Nothing has arrived: `kRequests` says what a passed deadline means.
 Request clsRVQ::evaluateSilence()
 {
     if (!pastDeadline() || m_wait.Asking) {
@@ -83,8 +84,8 @@ Request clsRVQ::evaluateSilence()
     return Request::None;
 }
 
-/// The start got lost on the line: said once, so that the loop leaves the measuring state. A sensor with single output
-/// sends when it likes, so there the measurement goes on.
+/// The start was lost on the line. It is reported once, so that the loop leaves the measuring state. A sensor with
+/// single output sends whenever it likes, so its measurement goes on.
 void clsRVQ::giveUpStart()
 {
     if (owesNothing()) {
@@ -110,7 +111,7 @@ Request clsRVQ::evaluateIdle()
 {
     const bool announced = modReplySteps::HoldsAnnouncement(m_inBuffer);
     if (isPending(Request::Single) && !announced) {
-        // Before everything else: "No Echo" holds an "E", and a binary frame is shorter than other replies.
+        // Before all other replies: "No Echo" contains an "E", and a binary frame is shorter than they are.
         evaluateSingleValue();
         return Request::None;
     }
@@ -122,7 +123,7 @@ Request clsRVQ::evaluateIdle()
     }
     const bool polled = isPending(Request::Temperature);
     if (evaluateTextTemperature()) {
-        // A poll answered in text by a sensor that is taken for a binary one: its format has changed behind our back,
+        // The sensor is taken for a binary one but has answered a poll in text: its format has changed behind our back,
         // and no distance would ever be understood.
         const bool misread = polled && hasBinaryFormat() && m_eventNr == EventTemperature && !m_wait.Running;
         if (!misread || isConfirmedFormat()) {
@@ -132,7 +133,7 @@ Request clsRVQ::evaluateIdle()
         return Request::Configuration;
     }
     if (polled && hasBinaryFormat() && !announced) {
-        // Before the verdicts, which no "T" gets: 69 and 79 degrees are an "E" and an "O".
+        // Before the verdicts, which never answer a "T": as bytes, 69 and 79 degrees are "E" and "O".
         evaluateAnswerToT();
         return Request::None;
     }
@@ -145,8 +146,8 @@ Request clsRVQ::evaluateIdle()
     return pastDeadline() ? evaluateUnreadable() : Request::None;
 }
 
-/// A binary temperature is shorter than other replies, so it waits for the deadline. Not while a command waits for it:
-/// then a pause ends it.
+/// A binary temperature is shorter than other replies, so it normally waits for the deadline. When a command waits for
+/// it, a pause is enough.
 bool clsRVQ::isWholeAnswerToT() const
 {
     const bool isAwaited = m_wait.Running && isPending(Request::Temperature) && hasBinaryFormat() && hasPaused();
@@ -158,7 +159,7 @@ bool clsRVQ::isWholeAnswerToT() const
     return reply.consumed == m_inBuffer.size() && !reply.crcError && (reply.status == 0 || reply.status == 1);
 }
 
-/// An "O" or an "E" has come. It may be the head of a dump, so the bytes stay until the deadline.
+/// An "O" or an "E" has come. It may be the start of a dump, so the bytes stay until the deadline.
 Request clsRVQ::evaluateVerdict(std::int32_t event)
 {
     if (!pastDeadline()) {
@@ -179,24 +180,24 @@ Request clsRVQ::evaluateVerdict(std::int32_t event)
     return returnToPolling();
 }
 
-/// Bytes that are no reply, and the deadline has passed: somebody may have asked, or a restarted sensor has spoken.
+/// The bytes are no reply and the deadline has passed: a request may be unanswered, or the sensor may have restarted.
 Request clsRVQ::evaluateUnreadable()
 {
     if (isPending(Request::Stop)) {
         return Request::Configuration;
     }
     if (!isPending(Request::None) || modReplySteps::HoldsAnnouncement(m_inBuffer)) {
-        // The bytes stay: an announcement among them is understood as soon as the loop has fallen back to no dialogue.
+        // The bytes stay: once the loop has fallen back to no dialogue, an announcement among them is understood.
         askForStepBack();
         return Request::None;
     }
-    // Noise that nobody asked for. A few bytes of it are not worth a word.
+    // Noise that no request has caused. A few bytes of it are not worth reporting.
     m_eventNr = m_inBuffer.size() > kShortReply ? EventNoAnswer : EventNone;
     return returnToPolling();
 }
 
-/// Ends request and bytes, so that the idle poll can follow. Where nobody has asked and it happens again, a sensor
-/// measures that should be idle: the poll must not wait for a silence that never comes.
+/// Discards request and bytes, so that the idle poll can follow. If it happens again without a request, the sensor
+/// measures although it should be idle: then the poll must not wait for a silence that never comes.
 Request clsRVQ::returnToPolling()
 {
     const bool streaming = isPending(Request::None) && m_reported;
@@ -217,12 +218,12 @@ Request clsRVQ::evaluateMeasuring()
         return evaluateSilence();
     }
     if (const std::size_t at = m_inBuffer.find("RVQ ready"); at != std::string::npos) {
-        // The sensor has restarted. Distances before the announcement would hide it from the idle state.
+        // The sensor has restarted. The idle state would not see the announcement behind distances.
         m_inBuffer.erase(0, at);
         m_commStatus = DialogueIdle;
         return Request::None;
     }
-    // Only a whole reply counts: the three bytes may be noise, or part of a binary distance.
+    // Only a whole reply counts: the three bytes may also be noise or part of a binary distance.
     if (Contains(m_inBuffer, "C, ") && takeTextTemperature()) {
         return Request::None;
     }
@@ -232,11 +233,11 @@ Request clsRVQ::evaluateMeasuring()
     } else {
         evaluateDistance();
     }
-    // A loop that takes no step back (a temperature error) would hear it for ever: ask, as silence would.
+    // A loop that takes no step back (temperature error) would get this for ever: ask, as after silence.
     return m_eventNr == EventNoAnswer && saidBefore && !owesNothing() ? Request::Temperature : Request::None;
 }
 
-/// True when a dump has begun, be it complete or not.
+/// True when a dump has begun, complete or not.
 bool clsRVQ::evaluateDump()
 {
     const modReplySteps::DumpSpan dump = modReplySteps::FindDump(m_inBuffer);
@@ -255,7 +256,7 @@ bool clsRVQ::evaluateDump()
     return true;
 }
 
-/// True when a temperature in text has begun, be it complete or not.
+/// True when a temperature in text has begun, complete or not.
 bool clsRVQ::evaluateTextTemperature()
 {
     if (!Contains(m_inBuffer, " C,")) {
@@ -284,7 +285,7 @@ void clsRVQ::evaluateAnswerToT()
 {
     const bool inText = hasBinaryFormat() && modReplySteps::FindTextTemperature(m_inBuffer).consumed > 0;
     if (m_commStatus == DialogueMeasuring && inText && !isConfirmedFormat()) {
-        m_commStatus = DialogueIdle; // not the format that we know: the idle state understands it and asks
+        m_commStatus = DialogueIdle; // not the known format: the idle state understands it and asks
         return;
     }
     if (hasBinaryFormat() && !inText) {
@@ -333,7 +334,7 @@ void clsRVQ::readDump(std::string_view dump)
             continue;
         }
         std::string key = std::string(row.code) + ":";
-        // Deliberate: some sensors write the code of the echo check with a blank in it.
+        // Deliberate: some sensors write a blank inside the code of the echo check.
         if (row.value == &ParameterSet::EchoCheck && !Contains(dump, key)) {
             key = "3 06:";
         }
@@ -353,13 +354,13 @@ void clsRVQ::acceptTemperature()
 {
     m_eventNr = EventTemperature;
     if (isPending(Request::Temperature)) {
-        forgetRequest(); // answered: it must not time out later
+        forgetRequest(); // answered, so it must not time out later
     }
 }
 
-/// No answer, and the loop is to take a step back, for which everything stays as it is. A loop that takes none (a
-/// sensor with single output, a temperature error) would hear it for ever, so a second report gives up. Deliberate: not
-/// while a sensor with single output measures; it sends when it likes and must not be polled.
+/// Reports no answer and leaves everything for the loop's step back. A loop that takes none (a sensor with single
+/// output, a temperature error) would get the report for ever, so the second one gives up. Deliberate: not while a
+/// sensor with single output measures; it sends whenever it likes and must not be polled.
 void clsRVQ::askForStepBack()
 {
     if (m_reported && !owesNothing()) {
@@ -369,7 +370,7 @@ void clsRVQ::askForStepBack()
     m_reported = true;
 }
 
-/// No answer, and none will come: said once, for nothing of the request or of what came instead is left.
+/// No answer has come and none will. Reported once, since neither the request nor the bytes that came remain.
 void clsRVQ::giveUpRequest()
 {
     m_eventNr = EventNoAnswer;
@@ -377,15 +378,15 @@ void clsRVQ::giveUpRequest()
     m_inBuffer.clear();
 }
 
-/// Last of all, so that nothing of the evaluation falls behind the send.
+/// The last step of an evaluation, so that nothing it has found is lost by the send.
 void clsRVQ::sendFollowUp(Request request)
 {
     if (!m_wait.Running) {
         const std::int32_t event = m_eventNr;
         SendCommand(request);
-        m_eventNr = event; // a send clears it, yet an unanswered start is to be told
+        m_eventNr = event; // a send clears it, but an unanswered start has to be reported
     } else if (pastDeadline()) {
-        // Somebody waits for an answer of his own, so nothing may go out; and none will come any more.
+        // A wait for another answer runs, so nothing may be sent; that answer will not come any more.
         giveUpRequest();
     }
 }

@@ -1,4 +1,4 @@
-// What a session does to the dialogue with the sensor, each act for its reason.
+// What a session does to the dialogue with the sensor, one operation for each reason.
 #include "sensor/Parameters.h"
 #include "sensor/clsRVQ.h"
 

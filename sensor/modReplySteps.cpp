@@ -28,13 +28,14 @@ bool hasCrc(std::string_view bytes, std::size_t at, std::size_t size)
     return Crc16(bytes.substr(at, size), kCrcStart) == 0;
 }
 
-/// Like a frame without CRC, but that the lowest byte may be 0: the CRC tells the step. Of the markers there are two.
+/// As a frame without CRC, but the lowest byte may be 0 because the CRC shows where frames begin. There are two
+/// markers.
 bool isDistance(std::uint32_t word)
 {
     return word >> 24U == 0x7FU ? word == 0x7FFFFFFFU || word == 0x7FFFFFF0U : word >> 24U == 0 || IsFrame(word);
 }
 
-/// A sum may be right by chance, a distance has its form besides.
+/// A checksum may be right by chance, so the bytes must also have the form of a distance.
 bool isGoodFrame(std::string_view bytes, std::size_t at)
 {
     return isDistance(FrameWord(bytes, at)) && hasCrc(bytes, at, kCrcFrameSize);
@@ -50,7 +51,7 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// The digits at the head are taken off.
+/// Removes the digits at the start and says how many there were.
 std::size_t takeDigits(std::string_view& text)
 {
     const auto end = std::ranges::find_if_not(text, isDigit);
@@ -64,7 +65,7 @@ char lower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-/// The index of a unit by its name, whatever its case.
+/// The index of a unit by its name, in capital or small letters.
 std::optional<std::int32_t> unitOf(std::string_view text)
 {
     const auto isName = [&](std::string_view name) { return std::ranges::equal(text, name, {}, lower, lower); };
@@ -228,10 +229,10 @@ std::size_t FirstCrcTemperature(std::string_view bytes)
 
 std::size_t CutTexts(std::string& bytes)
 {
-    constexpr std::size_t kShortest = 4; // the highest byte of a frame is no text, so three at most stand together
+    constexpr std::size_t kShortest = 4; // the highest byte of a frame is not text: at most three in a row are
     if (holdsText(bytes)) {
         std::size_t kept = 0;
-        std::size_t textAt = 0; // of the bytes that are kept: where the present text begins
+        std::size_t textAt = 0; // in the kept bytes: where the current text begins
         for (const char byte : bytes) {
             bytes[kept++] = byte;
             if (!isTextByte(byte)) {

@@ -1,5 +1,5 @@
-// What the bytes of a reply mean, each step a pure function over bytes: no device, no clock, no port. A step says what
-// it found and how many bytes it used; whoever calls it changes the state. Every step takes one pass over its bytes.
+// What the bytes of a reply mean. Each step is a pure function of the bytes: no device, no clock, no port. It says what
+// it found and how many bytes it used; the caller changes the state. Every step goes through its bytes once.
 #pragma once
 
 #include <cstddef>
@@ -15,45 +15,45 @@ bool HoldsAnnouncement(std::string_view bytes);
 
 struct TextTemperature {
     std::size_t consumed = 0; ///< 0: no complete reply yet
-    std::string_view text;    ///< "23 C,  OK"; the newest of several
+    std::string_view text;    ///< "23 C,  OK"; the newest if there are several
 };
 /// Temperature replies in text: two characters of number, " C,", the status, CR LF.
 TextTemperature FindTextTemperature(std::string_view bytes);
 
-/// A temperature as it stands in `sTemperature`; ok is the status to show.
+/// A temperature in the form of `sTemperature`; `ok` is the status to show.
 std::string TemperatureText(std::int32_t celsius, bool ok);
 
 struct BinaryTemperature {
-    std::size_t consumed = 0; ///< 0: wait for more; 1 with `crcError`: a byte that no good reply starts with
+    std::size_t consumed = 0; ///< 0: wait for more; 1 with `crcError`: no good reply starts with this byte
     bool crcError = false;
     std::int32_t celsius = 0; ///< -128..127
     std::int32_t status = 0;  ///< 1 good, 0 not
 };
-/// Two bytes, value and status; with `withCrc` two CRC bytes behind them.
+/// Two bytes, value and status; with `withCrc` two CRC bytes follow.
 BinaryTemperature StepBinaryTemperature(std::string_view bytes, bool withCrc);
 
-/// A line that has the form of a distance: blanks, sign, digits with or without a point, and at most a unit.
+/// A line in the form of a distance: blanks, sign, digits with or without a point, and at most a unit.
 struct DistanceLine {
     double value = 0.0;        ///< in the sensor's unit
-    std::int32_t decimals = 0; ///< digits behind the point
-    std::string_view unit;     ///< as it is spelt; empty: none
-    bool isPadded = false;     ///< two blanks or more stand before the number
-    bool hasZeros = false;     ///< the number begins with a 0 and another digit
+    std::int32_t decimals = 0; ///< digits after the point
+    std::string_view unit;     ///< as spelt in the line; empty: none
+    bool isPadded = false;     ///< two or more blanks stand before the number
+    bool hasZeros = false;     ///< the number begins with a 0 that another digit follows
 };
-/// The line without its line end; empty when it is anything else.
+/// Takes the line without its line end; empty when it is anything else.
 std::optional<DistanceLine> ReadDistanceLine(std::string_view line);
 
-/// The index of the unit that stands behind the number of such a line; empty when there is none.
+/// The index of the unit after the number of such a line; empty when there is none.
 std::optional<std::int32_t> UnitInLine(std::string_view line);
 
 inline constexpr std::size_t kFrameSize = 4;
-/// Four bytes of a frame, least significant first. There must be so many.
+/// Four bytes of a frame, least significant first. All four must be there.
 inline std::uint32_t FrameWord(std::string_view bytes, std::size_t at)
 {
     const auto byte = [&](std::size_t i) { return std::uint32_t{static_cast<std::uint8_t>(bytes[at + i])}; };
     return byte(0) | byte(1) << 8U | byte(2) << 16U | byte(3) << 24U;
 }
-/// What tells a frame from four bytes out of step: only these combinations are distances or markers.
+/// Tells a frame from four bytes that are out of step: only these combinations are distances or markers.
 inline bool IsFrame(std::uint32_t word)
 {
     const std::uint32_t lowest = word & 0xFFU;
@@ -68,7 +68,7 @@ inline bool IsFrame(std::uint32_t word)
         return false;
     }
 }
-/// The millimetres of a frame. From 128 on the highest byte is a sign only; its value does not count.
+/// The millimetres of a frame. From 128 on the highest byte is only a sign; its value does not count.
 inline std::int32_t DecodeFrame(std::uint32_t word)
 {
     return word < 0x80000000U ? static_cast<std::int32_t>(word)
@@ -80,22 +80,22 @@ struct CrcDistances {
     std::optional<std::int32_t> newest_mm;
     bool crcError = false; ///< the last consumed byte starts no good frame
 };
-/// All complete 6-byte frames up to the first bad one, whose CRC is wrong or which has not the form of a distance; of
-/// the bad frame one byte is consumed.
+/// All complete 6-byte frames up to the first bad one. A frame is bad if its CRC is wrong or if it does not have the
+/// form of a distance; one byte of it is consumed.
 CrcDistances FindCrcDistances(std::string_view bytes);
-/// Goes on behind damage: all good 6-byte frames, wherever they begin. Out of step a sum may be right by chance, so the
-/// first frame there must lie near `last_mm` or be followed by another good one. What
-/// is left is shorter than a frame, or one that this cannot be told of yet; `crcError` says that the step is not found.
+/// Continues behind damage: finds all good 6-byte frames, wherever they begin. Out of step a CRC may be right by
+/// chance, so the first frame must lie near `last_mm` or be followed by another good one. The rest is shorter than a
+/// frame, or a frame that cannot be judged yet; `crcError` says that the step has not been found.
 CrcDistances FindCrcDistancesInDamage(std::string_view bytes, std::optional<std::int32_t> last_mm);
-/// Whether the good 6-byte frame at the head is such a one; empty while that cannot be told.
+/// Whether the good 6-byte frame at the start is such a frame; empty while that cannot be judged.
 std::optional<bool> IsCrcFrameInStep(std::string_view bytes, std::optional<std::int32_t> last_mm);
 /// Where the first good 6-byte frame begins; npos when there is none.
 std::size_t FirstCrcFrame(std::string_view bytes);
 /// Where the first good binary temperature with a CRC begins; npos when there is none.
 std::size_t FirstCrcTemperature(std::string_view bytes);
 
-/// Cuts texts out of binary distances: lines of four characters or more, their line end included, which no run of
-/// frames can hold. Returns how many bytes at the end may be the head of such a line.
+/// Cuts texts out of binary distances: lines of four characters or more, including the line end, which no run of frames
+/// can contain. Returns how many bytes at the end may be the start of such a line.
 std::size_t CutTexts(std::string& bytes);
 
 struct DumpSpan {

@@ -31,9 +31,11 @@ public:
     /// Without `FromIniFile` there is no store to read from, so the result is `Default`.
     Variant GetSetting(std::string_view Section, std::string_view Name, const Variant& Default,
                        bool FromIniFile = true) const;
-    /// All entries "key=value" of a section with a NUL between them, as many as fit into 1023 characters.
+    /// All entries "key=value" of a section with a NUL between them, as many as fit into 1023 characters. No window
+    /// uses it today; it belongs to the operations of an INI file.
     std::string GetSection(std::string_view Section) const;
-    /// All section names with a NUL between them, as many as fit into 1023 characters.
+    /// All section names with a NUL between them, as many as fit into 1023 characters. No window uses it today; it
+    /// belongs to the operations of an INI file.
     std::string GetSectionNames() const;
     /// Writes the value as it stands. False when it could not be written, or without `ToIniFile`.
     bool WriteSetting(std::string_view Section, std::string_view Name, std::string_view Setting,

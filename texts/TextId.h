@@ -1,4 +1,4 @@
-// The names of the program's texts. The two tables hold each text once, with its number, its name and its wording.
+// The names of the program's texts. The two tables list each text once, with its number, its name and its wording.
 #pragma once
 
 #include <cstdint>

@@ -81,7 +81,7 @@ TEST(PosixPort, RawBytesAtTheRateSet)
     EXPECT_EQ(line.port.sio_getbaud(1), 38400);
     ASSERT_TRUE(line.terminal.IsAttached());
     line.terminal.Write(all, 38400);
-    // The kernel delivers the bytes when it likes.
+    // The kernel may deliver the bytes with a delay.
     for (int i = 0; i < 5000 && line.port.sio_iqueue(1) < 256; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double kPast_ms = 2001;
 
-/// A device in a state of the dialogue, with a deadline 2000 ms after the start.
+/// A device in a given state of the dialogue, with a deadline 2000 ms after the start.
 struct Expecting : ScriptedSensor {
     Expecting(std::int32_t commStatus, std::string_view lastCommand, std::int32_t format = FormatAsciiUnit)
     {
@@ -239,7 +239,7 @@ TEST(Evaluate, CrcFrames)
     EXPECT_EQ(sensor.Arrive("abc" + good), EventCrcError);
     EXPECT_EQ(sensor.Arrive(""), EventDistance);
 
-    // Another format than expected must not be an error for ever: it counts as no answer, and the dialogue begins anew.
+    // An unexpected format must not cause errors for ever: it counts as no answer, and the dialogue begins anew.
     sensor.device.InBuffer().clear();
     sensor.At(18000);
     EXPECT_EQ(sensor.Arrive("   1.234 m\r\n"), EventNoAnswer);

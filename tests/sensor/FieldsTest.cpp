@@ -72,7 +72,7 @@ TEST(Fields, TheTypeOfSensorDecidesWhatIsShownAndCopied)
     EXPECT_EQ(target.TimeOut, 1);
     EXPECT_EQ(target.RainFilter, -1);
 
-    // A serial configuration is saved in its place, and one is sent to such a sensor.
+    // CopyInto keeps the node address; CopyForSaving makes the set one of the shown type, here serial.
     const ShownSettings serial = ShownOf(ParameterSet(), ',');
     EXPECT_EQ(serial.texts[&ParameterSet::NodeAddress], "n/a");
     EXPECT_EQ(CopyInto(target, serial)[&ParameterSet::NodeAddress], CopyOutcome::Skipped);

@@ -47,9 +47,8 @@ struct Sum {
     }
 };
 
-/// 1000 damaged frames at each rate, or more than 10000 damaged lines over all units; half of them in streams where an
-/// echo is missing now and then. Lines without padding are long enough for the program only where two of them arrive in
-/// a tick.
+/// 1000 damaged frames at each rate, or more than 10000 damaged lines over all units; in half of the streams an echo is
+/// missing now and then. Lines without padding are long enough for the program only where two of them arrive in a tick.
 Sum playRow(const Row& row)
 {
     Sum sum;
@@ -78,7 +77,7 @@ Sum playRow(const Row& row)
     return sum;
 }
 
-/// Writes the rows as a table if the environment names a file for it.
+/// Writes the rows as a table if an environment variable names a file for it.
 class Table {
 public:
     Table()

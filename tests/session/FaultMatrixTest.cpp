@@ -14,7 +14,7 @@
 
 namespace {
 
-/// How an operation can end. The rows of the operations hold these letters; a small one is allowed only with a sensor
+/// How an operation can end. The rows of the operations use these letters; a small letter is allowed only with a sensor
 /// that sends binary frames.
 struct Ending {
     char letter = 'H';
@@ -39,8 +39,8 @@ bool hasDistance(FaultCell& cell)
     return cell.device.EventNr() == EventDistance;
 }
 
-/// After a damaged dump or an announcement the sensor looks like another one, or like one that works with its stored
-/// settings.
+/// After a damaged dump or an announcement the program may take the sensor for another one, or for one that works with
+/// its stored settings.
 bool hasUnstored(const FaultCell& cell)
 {
     return cell.device.UnstoredChanges() || cell.fault.rate != nullptr;
@@ -62,8 +62,8 @@ struct Operation {
     const char* name;
     bool measuring;      ///< before the operation
     bool waits;          ///< the operation has ended when its call returns
-    double limit_s;      ///< by the program's clock: the deadlines on the way, and a poll
-    const char* allowed; ///< endings, one word for each of kFaults, in the same order
+    double limit_s;      ///< by the program's clock: the deadlines it passes through, and a poll
+    const char* allowed; ///< endings, one word for each row of kFaults, in the same order
     void (*act)(FaultCell&);
     bool (*isDone)(FaultCell&);
 };
@@ -115,7 +115,7 @@ struct Result {
     std::string complaint; ///< empty when all is well
 };
 
-/// What the window was told, without the reasons of failures and without what follows an abandoned upload.
+/// What the window was told, without the reasons for failures and without what follows an abandoned upload.
 std::string withoutReasons(const std::string& told)
 {
     std::istringstream words(told);
@@ -128,7 +128,7 @@ std::string withoutReasons(const std::string& told)
     return rest;
 }
 
-/// What has been reported about an operation that is not done, if anything.
+/// What has been reported about an operation that is not finished, if anything.
 std::optional<Ending> saidOf(const FaultCell& cell)
 {
     static constexpr std::string_view kRed[] = {"! ", "! fill ", "! 1275 ", "! 1276 ! ", "! 1276 select ", "1272 ! "};
@@ -178,7 +178,7 @@ Result operate(FaultCell& cell, const Operation& operation)
     return {cell.isDead ? kHangs : *ending, cell.Elapsed_s(), {}};
 }
 
-/// A dead line is shown as dead; a mended one comes back by itself, and so does a measurement.
+/// A broken line is shown as broken; a mended one comes back by itself, and so does a measurement.
 bool isConnected(FaultCell& cell)
 {
     const bool dead = cell.fault.strike == Strike::Unplug || cell.fault.rate == &simulator::Faults::silence;
@@ -227,7 +227,7 @@ std::string wordOf(const std::string& distance)
     return distance.substr(0, distance.find(' '));
 }
 
-/// The file is still being written, and played back it shows every distance that was shown, in order.
+/// The file is still being written, and its playback shows every distance that was shown, in order.
 bool isRecorded(FaultCell& cell)
 {
     const bool goesOn = cell.recorder.Mode == RecorderRecording && cell.recorder.Lines() > cell.linesBefore;

@@ -149,7 +149,7 @@ TEST(MeasurementLoop, ASensorWithSingleOutputIsAskedForOneValue)
             if (++passes == row.in) {
                 row.happens(monitor);
             }
-            monitor.Tick(); // the timer goes on meanwhile and leaves the port alone
+            monitor.Tick(); // the timer keeps running and leaves the port alone
             EXPECT_FALSE(monitor.view.rule.Start) << row.name;
             return ScriptedSensor::kStart + monitor.now_ms / kMsPerDay;
         });

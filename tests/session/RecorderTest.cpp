@@ -151,7 +151,7 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
     });
     double now = 100.5;
     std::error_code failure;
-    // Whether there are this many flushes after this many seconds; they run in the background.
+    // Whether this many flushes have happened after this many seconds; they run in the background.
     const auto flushesAfter = [&](double seconds, int expected) {
         const int ticks = static_cast<int>(20 * seconds);
         for (int i = 0; i < ticks + 20 || (i < 10000 && flushes < expected); ++i) {
@@ -182,7 +182,7 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
 
 constexpr int kNotAllowed = 77;
 
-/// Runs in a process of its own: records on a disk of two pages until it is full. 0 when that ends as it should.
+/// Runs in a separate process: records on a disk of two pages until it is full. Returns 0 if that ends as it should.
 int fillSmallDisk(const std::filesystem::path& folder)
 {
     const bool alone = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;

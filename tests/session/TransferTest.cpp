@@ -37,7 +37,7 @@ TEST(Transfer, UploadStoringAndDownloadAreTheSameHoweverTheBytesAreCut)
         window.line.beat_s = beat_s;
         window.entry.Parameters.OutputFormat = 0;
         window.entry.Parameters.DistanceUnit = 0;
-        window.entry.Parameters.DistanceWindow = 5; // never sent, so the sensor's own comes back
+        window.entry.Parameters.DistanceWindow = 5; // never sent, so the sensor's own value comes back
         window.transfer.Upload();
         EXPECT_EQ(window.line.TakeLog(), kSerialUpload);
         EXPECT_EQ(window.TakeTold(), "select 1274 ");

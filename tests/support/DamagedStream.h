@@ -1,5 +1,4 @@
-// A measurement over a line that damages a byte now and then: what the sensor has sent, and what the program made of
-// it.
+// A measurement over a line that damages a byte now and then: what the sensor sent, and what the program made of it.
 #pragma once
 
 #include "base/Days.h"
@@ -20,7 +19,7 @@
 #include <vector>
 
 enum class Damage : std::uint8_t { None, Lost, Doubled, Foreign, Replaced };
-/// How the distance moves: around one place with noise, along with a crane, or to a random place each time.
+/// How the distance moves: around one place with noise, steadily as with a crane, or to a random place each time.
 enum class Course : std::uint8_t { Still, Moving, Anywhere };
 
 struct StreamCase {
@@ -32,7 +31,7 @@ struct StreamCase {
     Damage damage = Damage::None;
     bool isPadded = true; ///< whether the lines are padded
     double noEcho = 0.0;  ///< the share of replies without an echo
-    int damages = 1000;   ///< or, without damage, the number of replies
+    int damages = 1000;   ///< without damage: the number of replies
     unsigned seed = 1;
 };
 
@@ -82,7 +81,7 @@ public:
                 }
                 m_line.Arriving += byte;
             }
-            next_s = std::max(next_s, arrival_s - 1.0 / m_case.rate_Hz); // the line is not any faster
+            next_s = std::max(next_s, arrival_s - 1.0 / m_case.rate_Hz); // the line is no faster than this
         }
         for (int i = 0; i < 20; ++i, tick_s += 0.05) {
             tickAt(tick_s);

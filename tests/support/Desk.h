@@ -1,5 +1,5 @@
 // What a window needs in a test: settings, ports with the simulated sensor behind COM 1, configurations, help and a
-// folder of its own; also how to find and use its controls.
+// folder of its own. Also finds and uses its controls.
 #pragma once
 
 #include "port/clsPosixPort.h"
@@ -47,7 +47,7 @@ inline void PressKey(QObject& target, Qt::Key key)
     QApplication::sendEvent(&target, &press);
 }
 
-/// Does what the close button in the window's frame does; whether the window agrees to close.
+/// Does what the close button in the window's frame does; returns whether the window agrees to close.
 inline bool CloseByFrame(QWidget& window)
 {
     QCloseEvent byTheFrame;

@@ -1,4 +1,4 @@
-// An operation that meets a fault: a program with main window, settings window and a running recording on a line that
+// An operation that meets a fault: a program with main window, settings window and a running recording, on a line that
 // breaks and is mended.
 #pragma once
 
@@ -18,7 +18,7 @@ enum class Strike : std::uint8_t { Line, Unplug, Replug, OtherFormat, Restart };
 /// What goes wrong with the sensor or its line during an operation.
 struct LineFault {
     const char* name;
-    double simulator::Faults::*rate; ///< null: `strike` is the fault
+    double simulator::Faults::*rate; ///< null: the fault is `strike`
     double value;
     Strike strike;
     double pace; ///< how fast the sensor's clock runs
@@ -53,9 +53,9 @@ struct FaultCell : SensorOnLine {
     TemporaryFolder folder;
     clsRecorder recorder{folder.path};
     std::int32_t openingsBefore = 0; ///< before the fault
-    std::int64_t linesBefore = 0;    ///< before the fault; in the recording
+    std::int64_t linesBefore = 0;    ///< before the fault, in the recording
     double start = 0.0, limit_s = 0.0;
-    bool isDead = false; ///< the limit has passed, and every wait has been ended
+    bool isDead = false; ///< the limit has passed and every wait has been ended
 
     FaultCell(const LineFault& struck, std::int32_t sensorFormat, std::uint64_t seed)
         : SensorOnLine({.seed = seed}), fault(struck), format(sensorFormat)

@@ -12,7 +12,7 @@ struct GermanLocale : testing::Test {
     void SetUp() override
     {
         if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
-            // ./test makes the locale and names its folder, so it must be there.
+            // ./test creates the locale and sets its folder, so it must be there.
             ASSERT_EQ(std::getenv("LOCPATH"), nullptr) << "holds no de_DE.UTF-8";
             GTEST_SKIP() << "de_DE.UTF-8 is not installed; ./test makes it";
         }

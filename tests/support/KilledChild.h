@@ -1,4 +1,4 @@
-// A process that works until it is killed in the middle.
+// A process that works until it is killed in the middle of it.
 #pragma once
 
 #include <chrono>
@@ -7,18 +7,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Calls `work` with 1, 2, 3 ... in a child process, over and over, and kills the child at a moment given as a share of
-/// the time that one call takes; 1.5 falls into the middle of the second call after the clock was started. Returns how
-/// many calls had returned; 0 when the child has failed.
+/// Calls `work` with 1, 2, 3 ... in a child process and kills the child after a share of the time that one call takes;
+/// 1.5 falls into the middle of the second call after the clock was started. Returns how many calls had returned; 0
+/// when the child has failed.
 inline int KillAmid(double calls, const std::function<void(int)>& work)
 {
-    int done[2]; // a byte for each call that has returned
+    int done[2]; // one byte for each call that has returned
     if (pipe(done) != 0) {
         return 0;
     }
     const pid_t child = fork();
     if (child == 0) {
-        close(done[0]); // so that a write without a reader ends it
+        close(done[0]); // closed so that a write without a reader ends the child
         for (int i = 1;; ++i) {
             work(i);
             if (write(done[1], "x", 1) != 1) {

@@ -1,4 +1,4 @@
-// A dialogue that a test can put into any state: what the program may only read can be written here.
+// A dialogue that a test can put into any state: members that the program can only read are writable here.
 #pragma once
 
 #include "sensor/clsRVQ.h"

@@ -1,5 +1,5 @@
-// A serial line that a test plays: it puts in what arrives, a derived class gets what is sent, and the cable can be
-// pulled.
+// A serial line played by a test: the test puts in what arrives, a derived class gets what is sent, and the cable can
+// be pulled.
 #pragma once
 
 #include "port/SerialPort.h"
@@ -11,7 +11,7 @@ class PlayedLine : public SerialPort {
 public:
     std::string Arriving;  ///< what the next read finds
     bool Pulled = false;   ///< the device is gone: it vanishes, and cannot be opened until it is back
-    bool Vanished = false; ///< it was gone, and the port has not been opened since
+    bool Vanished = false; ///< the device was gone, and the port has not been opened since
 
     std::int32_t sio_open(std::int32_t) override
     {

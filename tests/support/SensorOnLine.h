@@ -18,7 +18,7 @@
 #include <thread>
 
 struct SensorOnLine {
-    /// Every byte arrives within the call that sends it, so the kernel needs none of the time of the clock to carry it.
+    /// Every byte arrives within the call that sends it, so no byte takes time of the clock.
     struct Port : clsPosixPort {
         SensorOnLine& line;
 

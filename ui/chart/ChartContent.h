@@ -1,6 +1,6 @@
-// What a chart says apart from its points: axes, colours and texts. The folder goes from this content to its layout
-// (ChartLayout), on to the drawing (ChartDrawing) and from there to the screen (ChartFrame, in the widget XYChart) and
-// to files (ChartPicture).
+// What a chart shows apart from its points: axes, colours and texts. This content determines the layout (ChartLayout)
+// and with it the drawing (ChartDrawing), which appears on the screen (ChartFrame, in the widget XYChart) and in files
+// (ChartPicture).
 #pragma once
 
 #include "plot/modChartCommon.h"
@@ -15,12 +15,12 @@
 struct ChartContent {
     using Watermarks = std::array<clsLabel, modChartGlobals::kWatermarkCount>;
 
-    std::optional<double> begin; ///< the time at the left end of the axis; empty before one was shown or set
-    double timeOrigin = 0.0;     ///< where divisions in times of day are counted from
+    std::optional<double> begin; ///< the time at the left end of the axis; empty until a time is shown or set
+    double timeOrigin = 0.0;     ///< the time from which divisions in times of day are counted
     std::int32_t xRange_ms = modChartGlobals::kXRange_ms;
     bool timeScale = false, xReversed = false;
 
-    modChartCommon::ValueRange limits; ///< equal ones before the first value
+    modChartCommon::ValueRange limits; ///< equal before the first value
     bool autoScale = true, yReversed = false;
     bool connectPoints = true, showZero = false;
 
@@ -31,6 +31,6 @@ struct ChartContent {
     clsLabel yCaption = modChartGlobals::DefaultYCaption();
     QString seriesLabel;
 
-    /// Whether the values have a scale; before the first value there is none to speak of.
+    /// Whether the values have a scale; before the first value there is none.
     bool HasLimits() const { return limits.lower != limits.upper; }
 };

@@ -16,7 +16,7 @@ using modGDIAPI::Mixed;
 
 namespace {
 
-constexpr double kGridShare = 0.28; // of the grid colour in a grid line: calm, below the curve
+constexpr double kGridShare = 0.28; // of the grid colour in a grid line: pale, below the curve
 constexpr double kAxisShare = 0.75;
 constexpr double kScaleShare = 0.85;
 constexpr double kMutedShare = 0.6;
@@ -89,7 +89,7 @@ void ChartDrawing::drawLabel(QPainter& painter, const clsLabel& label, const QRe
     painter.drawText(box, flags, FromUtf8(label.Text));
 }
 
-/// Header, captions and the name of the series.
+/// Draws the header, the captions and the name of the series.
 void ChartDrawing::drawTexts(QPainter& painter) const
 {
     const double line = m_layout.Line();
@@ -127,7 +127,7 @@ void ChartDrawing::drawSeriesLabel(QPainter& painter, const QRectF& above) const
     painter.setRenderHint(QPainter::Antialiasing, false);
 }
 
-/// The labels one below the other, behind everything else.
+/// Draws the labels one below the other, behind everything else.
 void ChartDrawing::drawWatermark(QPainter& painter) const
 {
     const auto heightOf = [this](const clsLabel& label) {
@@ -204,7 +204,7 @@ void ChartDrawing::DrawTimeLabels(QPainter& painter, const std::vector<ChartLayo
     painter.setPen(m_colors.scale);
     QString before;
     for (const ChartLayout::Tick& tick : ticks) {
-        // Steps below a second give the same text several times.
+        // Steps below a second would repeat the same text.
         if (tick.text != before) {
             drawXLabel(painter, tick);
         }
@@ -253,7 +253,7 @@ void ChartDrawing::drawDots(QPainter& painter, const clsChartData& series) const
     painter.drawPoints(dots);
 }
 
-/// A place of the plot, in pixels from the earlier time and from the top, as a point of the painter.
+/// A place in the plot as a point of the painter; given in pixels from the earlier time and from the top.
 QPointF ChartDrawing::pointAt(double column, double row) const
 {
     const QRect& plot = m_layout.Plot();

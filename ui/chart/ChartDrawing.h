@@ -1,5 +1,5 @@
-// Draws a chart by its layout into any painter: grid, scales, texts and the curve. The widget and the files draw with
-// this; the widget only keeps what stands still and draws the curve's pixels faster.
+// Draws a chart into any painter, by its layout: grid, scales, texts and the curve. The widget and the files use the
+// same drawing; the widget only keeps what stands still and draws the curve's pixels faster.
 #pragma once
 
 #include "ui/chart/ChartLayout.h"
@@ -12,31 +12,31 @@ class QPainter;
 class QPalette;
 class clsChartData;
 
-/// All in use; a set one, the table's or the palette's.
+/// The colours in use: those that are set, else those of the table or the palette.
 struct ChartColors {
     QColor back, grid, axis, scale, muted, watermark, curve;
 };
-/// A colour that the content does not set gives way to the palette's where that is dark.
+/// A colour that the content does not set is replaced by the palette's when the palette is dark.
 ChartColors ColorsOf(const ChartContent& content, const QPalette& palette);
 
 class ChartDrawing {
 public:
     static constexpr double kLineWidth = 1.5, kDotWidth = 3.0; ///< of the curve, units
 
-    /// Everything has to outlast the drawing.
+    /// All three must outlive the drawing.
     ChartDrawing(const ChartContent& content, const ChartLayout& layout, const ChartColors& colors)
         : m_content(content), m_layout(layout), m_colors(colors)
     {}
 
-    /// All of it, in the order below. The read pointer of the series stands on its oldest point.
+    /// Draws everything, in the order below. The read pointer of the series must stand on its oldest point.
     void Draw(QPainter& painter, const clsChartData& series) const;
 
-    /// What stands still while the curve moves: ground, grid and scales but for times of day, texts.
+    /// What stands still while the curve moves: ground, texts, grid and scales, without the times of day.
     void DrawGround(QPainter& painter) const;
-    /// The lines of the grid that move along with times of day.
+    /// The grid lines that move with the times of day.
     void DrawTimeGrid(QPainter& painter, const std::vector<ChartLayout::Tick>& ticks) const;
-    /// The curve as lines or dots of the painter. What is joined, and what is a gap, is settled per column of pixels
-    /// by the same reduction as on the screen.
+    /// The curve as lines or dots of the painter. The same reduction as on the screen decides for each column of pixels
+    /// what is joined and what is a gap.
     void DrawCurve(QPainter& painter, const clsChartData& series) const;
     void DrawTimeLabels(QPainter& painter, const std::vector<ChartLayout::Tick>& ticks) const;
 

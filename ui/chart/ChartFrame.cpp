@@ -83,7 +83,7 @@ void ChartFrame::PaintNewest(QPainter& painter, const ChartPoint& newest) const
     painter.drawPixmap(QPointF(centre - m_newest.rect().center()) / m_layout->Ratio(), m_newest);
 }
 
-/// The picture of that dot; its middle is that of a pixel.
+/// The picture of the dot at the newest value; its middle is the middle of a pixel.
 QPixmap ChartFrame::newestDot(double ratio) const
 {
     const double radius = (kNewestWidth + kLineWidth) / 2.0;
@@ -118,6 +118,6 @@ QRect ChartFrame::CurveArea() const
     if (!m_layout || m_layout->Plot().isEmpty()) {
         return {};
     }
-    const double reach = kNewestWidth + kLineWidth; // the dot may stand on the edge
+    const double reach = kNewestWidth + kLineWidth; // the dot may touch the edge
     return m_layout->PlotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect();
 }

@@ -1,5 +1,5 @@
-// The chart as it stands on the screen, kept from frame to frame: ground and texts are drawn when they change, the
-// curve into the pixels where it moves on.
+// The chart on the screen, kept from frame to frame: ground and texts are drawn when they change, the curve only in the
+// pixels where it moves.
 #pragma once
 
 #include "plot/clsCurveColumns.h"
@@ -20,22 +20,22 @@ class clsChartData;
 
 class ChartFrame {
 public:
-    /// The content has to outlast the frame.
+    /// The content must outlive the frame.
     explicit ChartFrame(const ChartContent& content) : m_content(content) {}
 
-    /// The next Prepare draws ground and texts anew, as it does for another size or ratio.
+    /// Makes the next Prepare draw ground and texts anew, as another size or ratio does.
     void Discard() { m_isStale = true; }
     void Prepare(const QFont& font, const QPalette& palette, const QSize& size, double ratio);
-    /// Takes the last curve out and draws the present one; needs Prepare. The read pointer of the series stands on its
-    /// oldest point. Whether there may be anything of it to see: of dots, this is not known here.
+    /// Removes the last curve and draws the present one; call Prepare before. The read pointer of the series must stand
+    /// on its oldest point. Returns whether any of the curve may be visible; for dots this is not known here.
     bool Compose(const clsChartData& series);
     void Paint(QPainter& painter) const;
-    /// A dot where the curve grows.
+    /// Draws a dot where the curve grows.
     void PaintNewest(QPainter& painter, const ChartPoint& newest) const;
-    /// A text in the middle of the plot.
+    /// Draws a text in the middle of the plot.
     void PaintNote(QPainter& painter, const QString& text) const;
 
-    /// What a new value changes, unless the time axis moves along; empty before the first frame. Units.
+    /// The area that a new value changes unless the time axis moves too; empty before the first frame. Units.
     QRect CurveArea() const;
     const ChartColors& Colors() const { return m_colors; }
 
@@ -47,7 +47,7 @@ private:
     std::optional<ChartLayout> m_layout;
     ChartColors m_colors;
     std::vector<ChartLayout::Tick> m_timeTicks;
-    QImage m_picture; ///< grid and scales, and the curve while it is drawn on them
+    QImage m_picture; ///< grid and scales; the curve is drawn on them and removed again
     QPixmap m_newest; ///< the dot where the curve grows
     clsCurveColumns m_columns;
     clsCurvePainter m_curvePainter;

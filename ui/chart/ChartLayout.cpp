@@ -23,13 +23,13 @@ int toPixels(double units, double ratio)
     return static_cast<int>(std::lround(units * ratio));
 }
 
-/// So many divisions have room, but no more than a reader likes.
+/// How many divisions have room, limited to what is easy to read.
 std::int32_t divisionsFor(double room, double perDivision)
 {
     return static_cast<std::int32_t>(std::clamp(room / std::max(perDivision, 1.0), 2.0, 12.0));
 }
 
-/// The little extra is more than the rounding of the product: the newest point must not fall off the right end.
+/// The small extra is more than the rounding of the product: the newest point must not drop off the right end.
 double columnAt(double time, double perDay)
 {
     return std::floor(time * perDay + 1e-3);
@@ -45,7 +45,7 @@ ChartLayout::ChartLayout(const ChartContent& content, const QFont& font, const Q
     placePlot();
 }
 
-/// The plot has what the texts around it leave.
+/// Gives the plot the room that the texts around it leave.
 void ChartLayout::placePlot()
 {
     const bool hasHeader = !m_content.header.Text.empty();
@@ -73,7 +73,7 @@ void ChartLayout::computeValueAxis(int height)
     limits.divisions = divisionsFor(height, kRowsPerDivision * (m_line * m_ratio));
     if (m_content.autoScale) {
         limits = modChartCommon::RoundLimits(limits);
-        // Limits that lie on steps must not lose one by the last bit of a division.
+        // Limits that lie on steps must not be lost to the last bit of a division.
         const double little = 1e-9 * modChartCommon::RoundStep(limits.upper - limits.lower, limits.divisions);
         limits.lower -= little;
         limits.upper += little;
@@ -106,8 +106,8 @@ int ChartLayout::Hairline() const
     return std::max(static_cast<int>(std::lround(m_ratio)), 1);
 }
 
-/// Columns are counted from day 0 and the axis moves by whole ones: a column keeps its points while it scrolls, and so
-/// its look.
+/// Columns are counted from day 0 and the axis moves by whole columns, so a column keeps its points, and its look,
+/// while it scrolls.
 TimeWindow ChartLayout::Window() const
 {
     TimeWindow window;
@@ -158,7 +158,7 @@ std::vector<ChartLayout::Tick> ChartLayout::IntervalTicks() const
     axis.pixelEnd = m_plot.width() - 1;
     modChartCommon::ComputeAxis(axis, divisionsFor(m_plot.width(), kWidthsPerDivision * label), DecimalSeparator());
     for (std::size_t i = 0; i < axis.tickValues.size(); ++i) {
-        // The ticks stand where the time is; the computation may have left out a piece at the far end.
+        // The ticks stand at their times; the computation may have left out a piece at the far end.
         const double share = 1.0 + axis.tickValues[i] * kMsPerSecond / m_content.xRange_ms;
         ticks.push_back({static_cast<int>(std::lround(share * (m_plot.width() - 1))), FromUtf8(axis.tickLabels[i])});
     }

@@ -18,13 +18,13 @@
 #include <cmath>
 #include <limits>
 
-// A new chart has room for its range.
+// A new chart has room for its range at one point per tick.
 static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterval_ms);
 
 ChartPanel::ChartPanel(QWidget* parent) : XYChart(parent)
 {
     setContextMenuPolicy(Qt::CustomContextMenu);
-    setFocusPolicy(Qt::StrongFocus); // the menu key opens its menu
+    setFocusPolicy(Qt::StrongFocus); // so that the menu key opens its menu
     Header({});
     XTitle(QStringLiteral("[ s ]"));
     YTitle(QStringLiteral("[ mm ]"));
@@ -126,7 +126,7 @@ std::int64_t ChartPanel::CountIncomplete()
 void ChartPanel::ResetChart()
 {
     if (m_liveRange_ms) {
-        XRange_ms(*m_liveRange_ms); // that of a recording may be days
+        XRange_ms(*m_liveRange_ms); // the range of a recording may be days
         m_liveRange_ms.reset();
     }
     InitChartData(XRange_ms() / clsMeasurementLoop::kInterval_ms - 1);
@@ -140,7 +140,7 @@ void ChartPanel::ShowUnit(std::string_view unit)
 void ChartPanel::AddChartPoint(double time, double value)
 {
     if (m_playing) {
-        Series().AddChartPoint(time, value); // drawn once, when all are there
+        Series().AddChartPoint(time, value); // drawn once, when all points are there
     } else {
         AddPoint(time, value);
     }
@@ -160,7 +160,7 @@ void ChartPanel::ShowChartTime(double time)
     ShowTime(time);
 }
 
-/// The newest values decide; those that are still shown are not cut off by a range that narrows.
+/// The newest values decide the limits. A narrower range must not cut off values that are still shown.
 void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 {
     if (const auto limits = m_axis.Fit(newest, ShownValues(), millimetres)) {
@@ -189,7 +189,7 @@ void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
     }
     if (loaded.lines > 0) {
         ShowTime(loaded.last);
-        TimeBegin(loaded.last - XRange_ms() / kMsPerDay); // a held span, too, ends at the last line
+        TimeBegin(loaded.last - XRange_ms() / kMsPerDay); // a held span also ends at the last line
         TimeOrigin(axis.origin);
     }
 }

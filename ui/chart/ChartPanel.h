@@ -1,4 +1,4 @@
-// The chart of a session: it listens to the points, keeps the value axis on the newest ones, and has its own menu and
+// The chart of a session: it receives the points, keeps the value axis on the newest ones, and has its own menu and
 // settings window.
 #pragma once
 
@@ -30,13 +30,13 @@ public:
     explicit ChartPanel(QWidget* parent);
     ~ChartPanel() override;
 
-    /// Shows a session's curve from now on; to be called once. All three must outlive the chart.
+    /// Shows a session's curve from now on. Call it once; all three must outlive the chart.
     void Follow(clsSession& session, modGlobals::Settings& settings, const Help& help);
-    /// Menu and accessible texts in a language.
+    /// Sets the menu and the accessible texts in a language.
     void Localise(std::int32_t language);
-    /// How many points it shows of a series that has already lost the oldest; less than 0 while it holds all.
+    /// How many points it shows of a series that has lost its oldest ones; less than 0 while it holds all.
     std::int64_t CountIncomplete();
-    /// Called when the chart's settings could not be kept.
+    /// Called when the chart's settings could not be saved.
     std::function<void(const std::error_code&)> Unkept;
 
     void ResetChart() override;
@@ -61,7 +61,7 @@ private:
     const Help* m_help = nullptr;
     clsValueAxis m_axis;
     bool m_playing = false;
-    std::optional<std::int32_t> m_liveRange_ms; ///< before the first playback
+    std::optional<std::int32_t> m_liveRange_ms; ///< the range before the first playback
     QPointer<frmChartSettings> m_chartSettings;
 
     QMenu* mnuPopUp = nullptr;

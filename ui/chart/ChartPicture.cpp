@@ -11,7 +11,7 @@
 
 void DrawChart(QPainter& painter, XYChart& chart, const QSize& size, double ratio)
 {
-    // In the painter's units, whatever the resolution of what it paints on.
+    // In the painter's units, whatever the resolution of its device.
     QFont font = chart.font();
     font.setPixelSize(std::max(QFontInfo(font).pixelSize(), 1));
     QPalette light;

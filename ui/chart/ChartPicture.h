@@ -1,5 +1,5 @@
-// The chart for paper and documents: what the window shows, in the light colours, sharp at any size. What belongs to
-// the live window only, as the dot at the newest value, is left out.
+// The chart for paper and documents: what the window shows, in the light colours, sharp at any size. Parts of the live
+// window such as the dot at the newest value are left out.
 #pragma once
 
 #include <QSize>
@@ -7,6 +7,6 @@
 class QPainter;
 class XYChart;
 
-/// Draws the chart at the painter's origin, `size` units large. `ratio` pixels, or what takes their place, make a unit:
-/// they settle how fine the curve is.
+/// Draws the chart at the painter's origin, `size` units large. `ratio` is the number of pixels, or of their
+/// equivalent, in a unit; it decides how fine the curve is.
 void DrawChart(QPainter& painter, XYChart& chart, const QSize& size, double ratio);

@@ -37,7 +37,7 @@ void XYChart::Reset()
 
 void XYChart::AddPoint(double time, double value)
 {
-    // What is held has to outlast the ring, which goes on.
+    // The held series must outlast the ring, which goes on.
     if (m_holdSpan && m_content.begin && !m_held && time > *m_content.begin + m_content.xRange_ms / kMsPerDay) {
         m_held = m_series;
         Redraw();
@@ -72,7 +72,7 @@ void XYChart::ShowTime(double time)
     updateCurve();
 }
 
-/// Only what moves is drawn anew: the rest of the picture need not be handed to the display with each value.
+/// Draws only what moves, so that the rest of the picture is not handed to the display with each value.
 void XYChart::updateCurve()
 {
     const QRect area = m_frame.CurveArea();
@@ -126,7 +126,7 @@ void XYChart::YLimits(double minimum, double maximum)
 
 std::optional<std::array<double, 2>> XYChart::ShownValues()
 {
-    constexpr double kTolerance = 0.5 / kMsPerDay; // a point at an end is shown, whatever the last bits say
+    constexpr double kTolerance = 0.5 / kMsPerDay; // a point at an end is shown, whatever its last bits are
     const double begin = TimeBegin() - kTolerance;
     const double end = TimeBegin() + m_content.xRange_ms / kMsPerDay + kTolerance;
     std::array<double, 2> found{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
@@ -152,7 +152,7 @@ QSize XYChart::minimumSizeHint() const
 
 void XYChart::changeEvent(QEvent* event)
 {
-    Redraw(); // palette, font, style, locale: all show in the scales
+    Redraw(); // palette, font, style and locale all change the scales
     QWidget::changeEvent(event);
 }
 
@@ -179,7 +179,7 @@ void XYChart::paintEvent(QPaintEvent*)
     }
 }
 
-/// Limits of our own, as long as nobody gives any.
+/// The chart chooses limits by itself until some are given.
 void XYChart::followShownValues()
 {
     if (!m_content.autoScale || m_limitsGiven) {
@@ -210,7 +210,7 @@ std::array<std::span<const ChartPoint>, 2> XYChart::Points()
     if (stop < 0 || stop >= size) {
         return {};
     }
-    // From the newest point the pointer moves on to the oldest; on the slot to be written it would stay.
+    // On the slot to be written next the pointer would stay; from the newest point it moves on to the oldest.
     series.StartIndex = (stop + size - 1) % size;
     series.ResetReadPointer();
     return series.Readable();

@@ -1,5 +1,5 @@
-// The chart of the main window: the curve of one series over time as a widget. It keeps series, axes and settings; how
-// they look is the matter of ChartLayout and ChartDrawing, how a frame gets cheap that of ChartFrame.
+// The chart of the main window: a widget with the curve of one series over time. It keeps series, axes and settings;
+// ChartLayout and ChartDrawing decide how they look, and ChartFrame makes a frame cheap.
 #pragma once
 
 #include "plot/clsChartData.h"
@@ -22,8 +22,8 @@ public:
 
     explicit XYChart(QWidget* parent);
 
-    /// The points that are drawn; after a change of one's own call Redraw. A new chart has room for its x range at one
-    /// point in 50 ms.
+    /// The points that are drawn; call Redraw after changing them. A new chart has room for its x range at one point in
+    /// 50 ms.
     clsChartData& Series() { return m_series; }
     const clsChartData& Series() const { return m_series; }
     /// Discards all points and makes room for maximumIndex + 1; throws as the series does.
@@ -32,28 +32,28 @@ public:
     void Reset();
     /// Adds a point (days since 1899-12-30, value in the shown unit) and shows its time as the current one.
     void AddPoint(double time, double value);
-    /// What comes after `time` is not joined to what was before.
+    /// Leaves a gap: what comes after `time` is not joined to what came before.
     void AddGap(double time);
-    /// Draws anew with the next paint event, scales included.
+    /// Draws everything anew with the next paint event, scales included.
     void Redraw();
 
     /// Makes `time` the current one: the time axis scrolls to end there, unless its span is held.
     void ShowTime(double time);
-    /// The time shown last, 0 before the first.
+    /// The time shown last; 0 before the first.
     double CurrentTime() const { return m_currentTime; }
-    /// The time at the left end of the axis; 0 before a time was shown or set. Setting it lasts until the next
-    /// ShowTime, or while the span is held.
+    /// The time at the left end of the axis; 0 until a time is shown or set. A value that is set stays until the next
+    /// ShowTime, or as long as the span is held.
     double TimeBegin() const { return m_content.begin.value_or(0.0); }
     void TimeBegin(double time);
-    /// Where the divisions of the axis are counted from when it shows times of day: midnight of day 0 unless set. Any
-    /// midnight gives the same divisions as long as a day is a multiple of them.
+    /// The time from which the divisions are counted when the axis shows times of day: midnight of day 0 unless set.
+    /// Any midnight gives the same divisions as long as a day is a multiple of them.
     double TimeOrigin() const { return m_content.timeOrigin; }
     void TimeOrigin(double time);
-    /// The span of the time axis, 1 ms at least.
+    /// The span of the time axis, at least 1 ms.
     std::int32_t XRange_ms() const { return m_content.xRange_ms; }
     void XRange_ms(std::int32_t range_ms);
-    /// The time axis keeps its span instead of following the current time. After Reset the span begins at the next time
-    /// that is shown.
+    /// Whether the time axis keeps its span instead of following the current time. After Reset the span begins at the
+    /// next time that is shown.
     bool HoldSpan() const { return m_holdSpan; }
     void HoldSpan(bool hold);
     /// Whether the time axis shows times of day; otherwise it shows seconds before its right end.
@@ -62,11 +62,11 @@ public:
     bool XReversed() const { return m_content.xReversed; }
     void XReversed(bool reversed) { change(m_content.xReversed, reversed); }
 
-    /// With automatic scaling the limits are moved out to round values, and until YLimits gives some, they follow the
-    /// shown values by themselves. Otherwise the axis has exactly the given limits.
+    /// With automatic scaling the limits are moved out to round values, and until YLimits sets some, they follow the
+    /// shown values. Otherwise the axis has exactly the limits that were set.
     bool AutoScale() const { return m_content.autoScale; }
     void AutoScale(bool automatic) { change(m_content.autoScale, automatic); }
-    /// The value axis; equal limits, or one without a place on a scale, are ignored.
+    /// The value axis. Limits are ignored when they are equal or have no place on a scale.
     void YLimits(double minimum, double maximum);
     double YMinimum() const { return m_content.limits.lower; }
     double YMaximum() const { return m_content.limits.upper; }
@@ -75,14 +75,14 @@ public:
     /// The lowest and highest value within the span of the time axis; empty when it shows none.
     std::optional<std::array<double, 2>> ShownValues();
 
-    /// Lines between the points; otherwise dots.
+    /// Whether lines join the points; otherwise the chart shows dots.
     bool ConnectPoints() const { return m_content.connectPoints; }
     void ConnectPoints(bool connect) { change(m_content.connectPoints, connect); }
     /// Whether points with the value 0 are drawn; otherwise they are gaps.
     bool ShowZeroValues() const { return m_content.showZero; }
     void ShowZeroValues(bool show) { change(m_content.showZero, show); }
 
-    /// Colours, 0xBBGGRR. One that was never set gives way to the palette's where that is dark.
+    /// Colours, 0xBBGGRR. A colour that was never set is replaced by the palette's when the palette is dark.
     std::int32_t BackColor() const { return m_content.backColor.value_or(modChartGlobals::kBackColor); }
     void BackColor(std::int32_t color) { change(m_content.backColor, std::optional(color)); }
     std::int32_t GridColor() const { return m_content.gridColor.value_or(modChartGlobals::kGridColor); }
@@ -90,12 +90,12 @@ public:
     std::int32_t ScaleColor() const { return m_content.scaleColor.value_or(modChartGlobals::kScaleColor); }
     void ScaleColor(std::int32_t color) { change(m_content.scaleColor, std::optional(color)); }
 
-    /// Texts. An empty one is not drawn and takes no room; a black one takes the colour of the scales.
+    /// Texts. An empty text is not drawn and takes no room; a black one takes the colour of the scales.
     const clsLabel& Header() const { return m_content.header; }
     void Header(const clsLabel& label) { change(m_content.header, label); }
     const Watermarks& Watermark() const { return m_content.watermark; }
     void Watermark(const Watermarks& labels) { change(m_content.watermark, labels); }
-    /// The caption of the time axis stands below seconds only: times of day explain themselves.
+    /// The caption of the time axis appears only below seconds: times of day explain themselves.
     const clsLabel& XCaption() const { return m_content.xCaption; }
     void XCaption(const clsLabel& label) { change(m_content.xCaption, label); }
     void XTitle(const QString& text) { change(m_content.xCaption.Text, text.toStdString()); }
@@ -104,10 +104,10 @@ public:
     void YTitle(const QString& text) { change(m_content.yCaption.Text, text.toStdString()); }
     const QString& SeriesLabel() const { return m_content.seriesLabel; }
     void SeriesLabel(const QString& text) { change(m_content.seriesLabel, text); }
-    /// What stands in the middle while no point is shown.
+    /// A text in the middle while no point is shown.
     void EmptyText(const QString& text) { change(m_emptyText, text); }
 
-    /// What the next frame shows, the limits and the read pointer of the series being brought up to date; valid until
+    /// What the next frame shows; first brings the limits and the read pointer of the series up to date. Valid until
     /// the chart changes.
     struct Shown {
         const ChartContent& content;
@@ -139,7 +139,7 @@ private:
     clsChartData& drawn();
 
     clsChartData m_series;
-    std::optional<clsChartData> m_held; ///< the series as it was when the held span was full
+    std::optional<clsChartData> m_held; ///< the series when the held span became full
     ChartContent m_content;
     double m_currentTime = 0.0;
     bool m_limitsGiven = false, m_holdSpan = false;

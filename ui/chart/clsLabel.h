@@ -1,4 +1,4 @@
-// A text of the chart and how it looks.
+// A text of the chart and its look.
 #pragma once
 
 #include <cstdint>

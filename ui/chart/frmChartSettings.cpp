@@ -103,7 +103,7 @@ QLayout* frmChartSettings::buildButtons()
     auto* row = new QHBoxLayout;
     row->addStretch(1);
     for (QPushButton* button : {cmdOK, cmdCancel, cmdApply}) {
-        button->setAutoDefault(false); // Enter belongs to the boxes
+        button->setAutoDefault(false); // Enter belongs to the text boxes
         row->addWidget(button);
     }
     return row;
@@ -141,7 +141,7 @@ void frmChartSettings::cmdApply_Click()
     apply();
 }
 
-/// False, with the focus where it is needed, when a text is no number.
+/// Returns false, with the focus in the box at fault, when a text is not a number.
 bool frmChartSettings::apply()
 {
     for (NumberEdit* box : txtParameter) {

@@ -25,14 +25,14 @@ class frmChartSettings : public QDialog {
     Q_OBJECT
 
 public:
-    /// `settings` and `chart` must outlive the window.
+    /// Both must outlive the window.
     frmChartSettings(QWidget& owner, modGlobals::Settings& settings, XYChart& chart);
 
-    /// Shows the settings as they are; also called after a change made elsewhere.
+    /// Shows the current settings; also called after a change made elsewhere.
     void ShowUpdatedSettings();
-    /// Is called after settings were applied.
+    /// Called after settings were applied.
     std::function<void()> Applied;
-    /// Is told why they could not be kept.
+    /// Called with the reason when they could not be saved.
     std::function<void(const std::error_code&)> Unkept;
 
 private:

@@ -36,7 +36,7 @@ std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparat
     }
     std::string number(typed);
     std::ranges::replace(number, decimalSeparator, '.');
-    const double value = Val(number); // of "12-3" what is a number
+    const double value = Val(number); // reads only the number at the start, of "12-3" the 12
     return LimitText(std::clamp(value, 0.0, kLargestTyped), decimalSeparator);
 }
 
@@ -51,7 +51,7 @@ Applied Apply(double yMax, double yMin, const std::array<std::string, 2>& typed,
         if (std::fabs(*value) <= kLargestApplied) {
             (limit == LimitMax ? applied.yMax : applied.yMin) = *value;
         } else {
-            applied.texts[limit] = "255"; // Deliberate: the text, where one would expect a colour.
+            applied.texts[limit] = "255"; // Deliberate: the box shows this text instead of the limit.
         }
     }
     if (std::fabs(applied.yMax - applied.yMin) < kLeastSpan) {

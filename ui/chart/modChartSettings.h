@@ -1,4 +1,4 @@
-// What the chart's settings window does with its two limits, without the window.
+// The rules of the chart's settings window for its two limits, without the window.
 #pragma once
 
 #include <array>
@@ -11,20 +11,21 @@ namespace modChartSettings {
 /// The two boxes: 0 is the upper limit, 1 the lower one.
 enum Limit : std::size_t { LimitMax = 0, LimitMin = 1 };
 
-/// A limit as a box shows it: as many decimals as it needs, 6 at most, no group separators.
+/// A limit as a box shows it: as many decimals as it needs, at most 6, no group separators.
 std::string LimitText(double limit, char decimalSeparator);
 
-/// What a box shows when it is left: the number at the head of the text within 0 to 999999; 5000 (maximum) or 0
-/// (minimum) when it is empty. Deliberate: no negative limits, although their keys pass and `Apply` takes them.
+/// What a box shows when it is left: the number at the start of the text, limited to 0 to 999999; 5000 (maximum) or 0
+/// (minimum) when the text is empty. Deliberate: negative limits are not allowed, although their keys pass and `Apply`
+/// takes them.
 std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparator);
 
-/// What applying gives: the new limits and what the boxes show.
+/// The result of applying: the new limits and what the boxes show.
 struct Applied {
     double yMax = 0.0, yMin = 0.0;
     std::array<std::string, 2> texts;
 };
-/// Takes over both texts. A number beyond 99999999 leaves the limit as it was and its box reads "255". An upper limit
-/// equal to the lower one is moved up by 0.000001. Throws std::invalid_argument for a text that is no number.
+/// Applies both texts. A number beyond 99999999 leaves its limit unchanged and the box shows "255". An upper limit
+/// equal to the lower one is raised by 0.000001. Throws std::invalid_argument for a text that is not a number.
 Applied Apply(double yMax, double yMin, const std::array<std::string, 2>& typed, char decimalSeparator);
 
 } // namespace modChartSettings

@@ -30,7 +30,7 @@ bool IsDark(const QColor& color)
 
 namespace {
 
-/// To ask the system takes longer than the rest of a drawing, so it is asked once for each.
+/// Asking the system takes longer than the rest of a drawing, so it is asked once for each family.
 bool hasFamily(const QString& family)
 {
     static QHash<QString, bool> known;

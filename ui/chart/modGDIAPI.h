@@ -1,4 +1,4 @@
-// Drawing helpers of the chart: colours, fonts and lines as Qt wants them.
+// Drawing helpers of the chart: colours, fonts and lines in Qt's form.
 #pragma once
 
 #include "plot/clsCurvePainter.h"
@@ -18,17 +18,17 @@ namespace modGDIAPI {
 /// A 24-bit value 0xBBGGRR as a colour.
 QColor ColorOf(std::int32_t blueGreenRed);
 
-/// `share` (0 to 1) of `color`, the rest of `ground`.
+/// Mixes `share` (0 to 1) of `color` with the rest of `ground`.
 QColor Mixed(const QColor& color, const QColor& ground, double share);
 
 /// Whether a colour is a dark ground.
 bool IsDark(const QColor& color);
 
-/// The label's font. A family that is not installed gives way to the one of `base`, not to a chance substitute, and a
-/// size of 0 to its size. Where `base` has its size in pixels, so has the font.
+/// The label's font. A family that is not installed is replaced by that of `base`, not by a chance substitute; a size
+/// of 0 becomes the size of `base`. If `base` has its size in pixels, so has the font.
 QFont FontOf(const clsLabel& label, const QFont& base);
 
-/// Fills a rectangle given in pixels, `ratio` of which make a unit of the painter.
+/// Fills a rectangle given in pixels; `ratio` pixels make a unit of the painter.
 void FillPixels(QPainter& painter, double ratio, const QRect& pixels, const QColor& color);
 
 /// The part `area` (pixels) of a 32-bit picture; with `mirrored`, columns count from its right edge.

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int kBrokenRow = 1; // state of a row that goes on in the next one
+constexpr int kBrokenRow = 1; // state of a row that continues in the next one
 constexpr char16_t kControlPictures = 0x2400;
 constexpr char16_t kDelete = 0x7F;
 constexpr char16_t kDeletePicture = 0x2421;
@@ -76,7 +76,7 @@ void ConsoleText::Clear()
     m_afterReturn = false;
 }
 
-/// A line without an end, as a binary format sends it, would make one row of everything.
+/// A line without an end, as binary formats send it, would otherwise become a single row.
 void ConsoleText::appendRow(QTextCursor& end, const QString& row, const QTextCharFormat& format) const
 {
     qsizetype done = 0;

@@ -1,4 +1,4 @@
-// The text of the console window: rows of coloured characters as a terminal shows them.
+// The text of the console window: rows of coloured characters, as in a terminal.
 #pragma once
 
 #include <QPlainTextEdit>
@@ -9,11 +9,11 @@ class ConsoleText : public QPlainTextEdit {
 public:
     ConsoleText(QWidget* parent, int rows, int columns);
 
-    /// Appends at the end, which stays in view unless somebody has scrolled back. CR, LF and CR LF end a row; other
-    /// control characters show as symbols.
+    /// Appends at the end, which stays in view unless the user has scrolled back. CR, LF and CR LF end a row; other
+    /// control characters appear as symbols.
     void Append(const QString& text, const QColor& colour);
     void Clear();
-    /// All text, rows that were broken for their length joined again.
+    /// The whole text; rows that were broken for their length are joined again.
     QString WholeText() const;
 
 protected:

@@ -25,7 +25,7 @@ void clsConsole::Important(std::string_view LogIt)
     const std::string separator(kSeparatorLength, '-');
     m_colour = ConsoleBrightRed;
     if (!m_atLineStart) {
-        WriteOut("\r\n"); // the sensor's text ends where it likes
+        WriteOut("\r\n"); // the sensor's text may end anywhere in a row
     }
     for (const std::string_view line : {std::string_view(separator), LogIt, std::string_view(separator)}) {
         WriteOut(line);

@@ -1,12 +1,12 @@
-// The debug console: the raw text of the sensor and highlighted notes in a text window of its own. Here: what is
-// written and in which colour; the window itself is behind `ConsoleScreen`.
+// The debug console: the raw text of the sensor and highlighted notes in a text window. This file decides what is
+// written and in which colour; the window is behind `ConsoleScreen`.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-/// Colour attributes on black, as text consoles number them.
+/// Colour attributes on black, numbered as in text consoles.
 enum ConsoleColour : std::uint8_t { ConsoleGrey = 7, ConsoleBrightRed = 12 };
 
 /// The text window. Texts are Windows-1252, one byte a character.
@@ -28,7 +28,7 @@ public:
 
     /// The title used when the console is created.
     std::string WindowTitle;
-    /// Writes the text as it stands, without a line end. Without an open console it does nothing.
+    /// Writes the text unchanged, without a line end. Does nothing while no console is open.
     void WriteOut(std::string_view LogIt);
     /// Writes the text in bright red between two lines of minus signs, on lines of their own.
     void Important(std::string_view LogIt);

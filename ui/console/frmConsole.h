@@ -1,4 +1,4 @@
-// The window of the debug console: grey on black, monospaced, with a bounded scroll-back.
+// The window of the debug console: grey on black, monospaced, with limited scroll-back.
 #pragma once
 
 #include "ui/console/clsConsole.h"
@@ -18,7 +18,8 @@ class frmConsole : public QWidget, public ConsoleScreen {
     Q_OBJECT
 
 public:
-    /// Rows that are kept; the oldest go first. A row holds at most `kColumns` characters, longer ones are broken.
+    /// Rows that are kept; the oldest are dropped first. A row holds at most `kColumns` characters; longer ones are
+    /// broken.
     static constexpr int kRows = 10000;
     static constexpr int kColumns = 160;
 
@@ -26,12 +27,12 @@ public:
     explicit frmConsole(const modGlobals::Settings& settings);
 
     void Open(const std::string& title) override;
-    /// As `ConsoleText::Append`.
+    /// Appends as `ConsoleText::Append` does.
     void Write(std::string_view text, ConsoleColour colour) override;
     void Close() override;
 
 protected:
-    /// The window's frame, a key or the window manager cannot close the console; `Close` can.
+    /// Only `Close` closes the console, not the window's frame, a key or the window manager.
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
 
@@ -46,7 +47,7 @@ private:
     QPushButton* cmdSave;
 };
 
-/// The console's window, made when it is opened for the first time: most runs never do.
+/// The console's window, created when it is first opened: most runs never open it.
 class LateConsole : public ConsoleScreen {
 public:
     /// `settings` must outlive the window.

@@ -19,7 +19,7 @@
 
 namespace {
 
-/// The page about a window as a whole.
+/// The page about the window as a whole.
 struct WindowTopic {
     std::string_view window, topic;
 };
@@ -38,7 +38,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmHelp", "Help"},
 };
 
-/// The window that a control belongs to; a menu or an open list belongs to the window that it hangs on.
+/// The window that a control belongs to; a menu or an open list belongs to the window it is attached to.
 template <typename Widget>
 Widget* ownWindow(Widget& control)
 {
@@ -81,7 +81,7 @@ void Help::SetHelpFile()
 
 void Help::ShowHelpTopic(QWidget& from, std::string_view topic) const
 {
-    // A child of the window that asks: a modal one would block any other viewer.
+    // A child of the calling window: a modal window would block any other viewer.
     QWidget* owner = ownWindow(from);
     auto* viewer = qobject_cast<frmHelp*>(owner);
     if (viewer == nullptr) {
@@ -90,7 +90,7 @@ void Help::ShowHelpTopic(QWidget& from, std::string_view topic) const
     if (viewer == nullptr) {
         viewer = new frmHelp(*owner, m_settings);
     }
-    viewer->show(); // first: pictures are fitted to the page's width
+    viewer->show(); // first, because pictures are fitted to the width of the page
     viewer->ShowPage(FromUtf8(modHTMLHelp::TopicPage(topic, m_settings.Language)));
     viewer->raise();
     viewer->activateWindow();
@@ -146,7 +146,7 @@ bool Help::eventFilter(QObject* watched, QEvent* event)
 {
     const QEvent::Type type = event->type();
     if (type != QEvent::KeyPress && type != QEvent::QueryWhatsThis && type != QEvent::WhatsThis) {
-        return false; // every event of the program comes by here
+        return false; // every event of the program passes through here
     }
     auto* control = qobject_cast<QWidget*>(watched);
     if (control == nullptr) {
@@ -156,7 +156,7 @@ bool Help::eventFilter(QObject* watched, QEvent* event)
     case QEvent::KeyPress: {
         const auto* key = static_cast<QKeyEvent*>(event);
         const bool isHelp = key->key() == Qt::Key_F1 && (key->modifiers() & ~Qt::ShiftModifier) == Qt::NoModifier;
-        if (!isHelp || control->inherits("QWhatsThat")) { // an explanation goes away with any key
+        if (!isHelp || control->inherits("QWhatsThat")) { // any key closes an explanation
             return false;
         }
         Guarded([&] {

@@ -1,5 +1,5 @@
-// Help for whoever asks: topic pages in a viewer window, and a short text about the control that has the focus (F1) or
-// is pointed at (Shift+F1, "What's this"). Lives as long as the program.
+// The program's help: topic pages in a viewer window, and a short text about the control that has the focus (F1) or is
+// pointed at (Shift+F1, "What's this"). Lives as long as the program.
 #pragma once
 
 #include <QObject>
@@ -19,19 +19,19 @@ class Help : public QObject {
     Q_OBJECT
 
 public:
-    /// `settings` must outlive the object; its language counts. Watches the whole program's keys.
+    /// `settings` must outlive the object and determines the language. Watches the keys of the whole program.
     Help(const modGlobals::Settings& settings, std::string programFolder);
 
-    /// Takes the pop-up texts of the language; called at start and after every switch of the language.
+    /// Loads the pop-up texts of the language. Call it at the start and after every switch of the language.
     void SetHelpFile();
-    /// The help file as the last `SetHelpFile` has set it, with its pop-up text file.
+    /// The help file with its pop-up text file, as set by the last `SetHelpFile`.
     const std::string& HelpFile() const { return m_helpFile; }
 
     /// Opens the viewer of `from`'s window, or brings it to the front, with a topic in the current language.
     void ShowHelpTopic(QWidget& from, std::string_view topic) const;
-    /// Gives the window's menu items their texts for "What's this"; called at start and after every switch.
+    /// Gives the window's menu items their "What's this" texts. Call it at the start and after every switch.
     void ExplainMenus(QWidget& window) const;
-    /// The text about a control or the nearest one around it that has a text; empty when there is none.
+    /// The text about a control, or about the nearest control around it that has one; empty when there is none.
     QString PopUpText(const QWidget& control) const;
 
 protected:

@@ -28,7 +28,7 @@ namespace {
 
 constexpr double kShareOfScreen = 0.9;
 constexpr int kSectionLevel = 2;
-constexpr int kLink = Qt::UserRole; // of a line of the contents: the page, with "#anchor" for a section
+constexpr int kLink = Qt::UserRole; // in a line of the contents: the page, with "#anchor" for a section
 
 QUrl urlOf(const QString& page)
 {
@@ -57,7 +57,7 @@ QString anchorIn(const QTextBlock& block)
     return {};
 }
 
-/// Scales pictures down to the page: the view itself would do so coarsely.
+/// Scales pictures down to the page; the view itself would do so coarsely.
 class PageView : public QTextBrowser {
 public:
     using QTextBrowser::QTextBrowser;
@@ -199,7 +199,7 @@ void frmHelp::localise()
     }
 }
 
-/// The same page at about the same place. Back must not lead to the other language.
+/// Shows the same page at about the same place. Back must not lead to the other language.
 void frmHelp::showInOtherLanguage()
 {
     const std::string page = pageOf(txtPage->source()).toStdString();
@@ -208,7 +208,7 @@ void frmHelp::showInOtherLanguage()
     ShowPage(FromUtf8(modHTMLHelp::TopicPage(modHTMLHelp::TopicOfPage(page), m_settings.Language)));
     txtPage->clearHistory();
     txtPage->verticalScrollBar()->setValue(qRound(place / before * txtPage->verticalScrollBar()->maximum()));
-    markPage(pageOf(txtPage->source())); // the page may be the same while the contents are new
+    markPage(pageOf(txtPage->source())); // the page may be the same although the contents are new
 }
 
 void frmHelp::fillContents()
@@ -251,7 +251,7 @@ void frmHelp::markPage(const QString& page)
     lblFound->clear();
 }
 
-/// Goes to the next match: in the page, then in the pages after it, from the last one round to the first.
+/// Goes to the next match, first in the page, then in the pages after it and, past the last, from the first on.
 void frmHelp::find(bool backwards)
 {
     const QString wanted = txtSearch->text();
@@ -267,7 +267,7 @@ bool frmHelp::findInPage(bool backwards)
     return txtPage->find(txtSearch->text(), backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags());
 }
 
-/// The last page that is looked at is the shown one, from its other end.
+/// The shown page comes last, searched from its other end.
 bool frmHelp::findInOtherPages(bool backwards)
 {
     const auto isShown = [shown = pageOf(txtPage->source())](const Page& page) { return page.file == shown; };

@@ -20,7 +20,7 @@ class frmHelp : public QWidget {
     Q_OBJECT
 
 public:
-    /// A window of its own that goes with `owner`. `settings` must outlive it.
+    /// A separate window that closes with `owner`. `settings` must outlive it.
     frmHelp(QWidget& owner, const modGlobals::Settings& settings);
 
     /// Shows a page of the program's help, for example "Main_de.htm".

@@ -1,5 +1,5 @@
-// What an empty chart says while there is no connection: how to connect, and a button for the simulated sensor. A small
-// sheet in the middle of the chart.
+// Shown in an empty chart without a connection: how to connect, and a button for the simulated sensor. A small sheet in
+// the middle of the chart.
 #pragma once
 
 #include <QFrame>
@@ -13,15 +13,15 @@ class FirstSteps : public QFrame {
     Q_OBJECT
 
 public:
-    /// Hidden at first. It keeps itself in the middle of `chart`.
+    /// Hidden at first. It stays in the middle of `chart`.
     explicit FirstSteps(QWidget& chart);
 
-    /// Why there is no connection, in the user's words; empty when nothing is known.
+    /// Shows why there is no connection, in the user's words; empty when nothing is known.
     void Explain(const QString& failure);
-    /// The texts in a language.
+    /// Sets the texts in a language.
     void Localise(std::int32_t language);
 
-    /// As wide as a line is read with ease; in a small chart it gets narrower and higher.
+    /// As wide as a line is easy to read; in a small chart the sheet is narrower and higher.
     QSize sizeHint() const override;
 
 signals:

@@ -1,5 +1,5 @@
-// The main window's panels and menus, their places and texts. What the menus do is frmMain's, what a panel shows and
-// does its own.
+// The main window's panels and menus, their places and texts. What the menus do is in frmMain; each panel decides what
+// it shows and does.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ class MainForm {
 protected:
     /// Creates all panels and menus as children of the window.
     void BuildForm(QMainWindow& window);
-    /// Menus and panels in a language; LocaliseForm does the rest.
+    /// Sets the texts of menus and panels in a language; LocaliseForm does the rest.
     void LocalisePanels(std::int32_t language) const;
 
     MeasurementPanel* fraMeasurement = nullptr;

@@ -27,7 +27,7 @@
 namespace {
 
 constexpr double kValueFontScale = 2.2;
-constexpr char kValueTemplate[] = "-000.00000000 mm"; // about the longest text
+constexpr char kValueTemplate[] = "-000.00000000 mm"; // roughly the longest text
 
 struct Lamp {
     QRgb color;
@@ -44,7 +44,7 @@ const Lamp& lampOf(std::int32_t commStatus)
     return kLamps[std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring)];
 }
 
-/// What is shown has come just now; a text that is emptied has no age.
+/// A shown value has just arrived; an empty text has no age.
 void noteValue(clsValueAge& age, const QString& shown)
 {
     if (shown.isEmpty()) {
@@ -54,7 +54,7 @@ void noteValue(clsValueAge& age, const QString& shown)
     }
 }
 
-/// Controls beside each other; those behind the first share what room is left.
+/// Puts controls side by side; those after the first share the remaining room.
 QHBoxLayout* sideBySide(std::initializer_list<QWidget*> controls)
 {
     auto* line = new QHBoxLayout;
@@ -111,7 +111,7 @@ void MeasurementPanel::build()
     chkTempMeasurement = Named<QCheckBox>("chkTempMeasurement", this);
     style();
     roomOfValue->Hold(*lblMeasValue);
-    // As wide as the longest text, so that nothing moves whatever is measured, the first value included.
+    // As wide as the longest text, so that nothing moves, not even with the first value.
     roomOfValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
 
     auto* grid = new QGridLayout(this);
@@ -166,7 +166,7 @@ void MeasurementPanel::Localise()
     chkTempMeasurement->setShortcut(Qt::Key_F7);
     shpLamp->setAccessibleName(Text(TextId::AccessibleLamp, m_settings->Language));
     lblMeasValue->setAccessibleName(Text(TextId::CaptionMeasValue, m_settings->Language));
-    ShowDialogue(std::exchange(m_shownDialogue, -1)); // the lamp's words
+    ShowDialogue(std::exchange(m_shownDialogue, -1)); // the words of the lamp
 }
 
 void MeasurementPanel::ShowLargeDisplay()
@@ -248,7 +248,7 @@ void MeasurementPanel::ShowRunning(bool running)
     if (running != m_running) {
         m_running = running;
         cmdStart->setText(running ? QStringLiteral("Stop") : QStringLiteral("Start"));
-        cmdStart->setShortcut(Qt::Key_F5); // a new text takes the shortcut away
+        cmdStart->setShortcut(Qt::Key_F5); // setting the text removes the shortcut
     }
 }
 
@@ -257,7 +257,7 @@ void MeasurementPanel::ShowShutDown(bool shutDown)
     lblShutDown->setVisible(shutDown);
 }
 
-/// What is shown is the file's now.
+/// The values shown now come from the file, so they have no age.
 void MeasurementPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& loaded)
 {
     if (loaded.end) {
@@ -268,8 +268,8 @@ void MeasurementPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const
     }
 }
 
-/// The number and the temperature with their ages, which are theirs alone: a temperature that is not read during the
-/// measurement grows old beside a fresh number.
+/// Shows the ages of distance and temperature separately: a temperature that is not read during the measurement grows
+/// old beside a fresh distance.
 void MeasurementPanel::ShowAges()
 {
     const double now_s = modAPI::UpTime_s();

@@ -1,5 +1,5 @@
-// The frame with what is measured now: connection lamp, distance and temperature with their ages, and the buttons that
-// start and stop. The large display belongs to it.
+// The frame with the current measurement: connection lamp, distance and temperature with their ages, and the buttons
+// for start and stop. It also owns the large display.
 #pragma once
 
 #include "session/SessionListener.h"
@@ -31,11 +31,11 @@ public:
     explicit MeasurementPanel(QWidget* parent);
     ~MeasurementPanel() override;
 
-    /// Shows a session and gives it the operator's commands; to be called once. Both must outlive the panel.
+    /// Shows a session and sends it the operator's commands. Call it once; both must outlive the panel.
     void Follow(clsSession& session, const modGlobals::Settings& settings);
-    /// What the ids of its texts do not cover: accessible names, shortcuts, the lamp's words.
+    /// Sets the texts that the ids do not cover: accessible names, shortcuts, the words of the lamp.
     void Localise();
-    /// Shows how old the values are; with every tick, also while a recording is played.
+    /// Shows how old the values are. Call it in every tick, also while a recording is played.
     void ShowAges();
     /// Opens the large display.
     void ShowLargeDisplay();

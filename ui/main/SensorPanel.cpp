@@ -77,7 +77,7 @@ void SensorPanel::ShowRule(const ControlRule& rule)
     }
 }
 
-/// None of these fires the controls' own actions, so reading the sensor never sends back to it.
+/// None of these triggers the controls' own actions, so reading the sensor never sends anything back to it.
 void SensorPanel::ShowSensorSettings(const SensorSettings& settings)
 {
     cmbAverageDepth->setCurrentIndex(settings.AverageDepth);

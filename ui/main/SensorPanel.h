@@ -1,4 +1,4 @@
-// The frames with the sensor's own settings, averaging and marker laser, and with the line that it is on.
+// The frames with the sensor's own settings (averaging and marker laser) and with its serial line.
 #pragma once
 
 #include "session/SessionListener.h"
@@ -21,7 +21,7 @@ namespace modPComm {
 class PortDevices;
 }
 
-/// Averaging and marker laser, as the sensor reports them; a change goes to the sensor at once.
+/// Averaging and marker laser as the sensor reports them; a change goes to the sensor at once.
 class SensorPanel : public QGroupBox, public SessionListener {
     Q_OBJECT
 
@@ -29,9 +29,9 @@ public:
     explicit SensorPanel(QWidget* parent);
     ~SensorPanel() override;
 
-    /// Shows a session and gives it the operator's commands; to be called once. It must outlive the panel.
+    /// Shows a session and sends it the operator's commands. Call it once; it must outlive the panel.
     void Follow(clsSession& session);
-    /// Shortcuts.
+    /// Sets the shortcuts.
     void Localise();
 
     void ShowRule(const ControlRule& rule) override;
@@ -46,18 +46,18 @@ private:
     QCheckBox* chkRedLaser;
 };
 
-/// Port number and rate; a change takes effect at once and goes to the settings.
+/// Port number and rate; a change takes effect at once and is stored in the settings.
 class PortPanel : public QGroupBox {
     Q_OBJECT
 
 public:
     explicit PortPanel(QWidget* parent);
 
-    /// All three must outlive the panel. What the settings hold and no list has is replaced by what it shows.
+    /// All three must outlive the panel. A stored port or rate that is not in its list is replaced by the one shown.
     void Follow(clsSession& session, modGlobals::Settings& settings, const modPComm::PortDevices& devices);
-    /// Accessible names in a language.
+    /// Sets the accessible names in a language.
     void Localise(std::int32_t language);
-    /// Changes to another port, as if the operator had chosen it.
+    /// Changes to another port as if the operator had chosen it.
     void Choose(std::int32_t port);
 
 private:

@@ -1,4 +1,4 @@
-// A label that can be clicked, by keyboard too.
+// A label that can be clicked, also with the keyboard.
 #pragma once
 
 #include "ui/widgets/LineLabel.h"

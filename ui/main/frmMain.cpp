@@ -28,7 +28,7 @@
 
 namespace {
 
-/// Whether there is a connection shows after two seconds; until then the window offers no other way.
+/// Two seconds show whether there is a connection; the window offers the simulated sensor only after that.
 constexpr std::int32_t kTicksBeforeOffer = 2000 / clsMeasurementLoop::kInterval_ms;
 
 } // namespace
@@ -131,7 +131,7 @@ void frmMain::timer_Tick()
 {
     if (m_session.Recorder().Mode == RecorderPlaying) {
         fraMeasurement->ShowAges();
-        return; // the window lives on while a file is loaded, the measurement waits
+        return; // the window stays alive while a file is loaded; the measurement waits
     }
     const double now = modAPI::LocalTime();
     Guarded([&] { m_session.ServeFiles(now); }); // whatever happens to a file, the measurement goes on
@@ -141,7 +141,7 @@ void frmMain::timer_Tick()
     offerFirstSteps();
 }
 
-/// Why the port cannot be opened also goes to the console when it changes.
+/// When the reason why the port cannot be opened changes, it also goes to the console.
 void frmMain::explainFailure()
 {
     const clsRVQ& device = m_session.Device();
@@ -158,7 +158,7 @@ void frmMain::noteFailure()
     }
 }
 
-/// Without a connection an empty chart says how to come by one.
+/// Without a connection, an empty chart says how to get one.
 void frmMain::offerFirstSteps()
 {
     if (m_commStatus != DialogueNone || !StartSimulatedSensor) {
@@ -181,7 +181,7 @@ void frmMain::fraFirstSteps_Tried()
     }
     m_unconnectedTicks = 0;
     fraFirstSteps->hide();
-    fraMeasurement->FocusStart(); // the button that had it is gone
+    fraMeasurement->FocusStart(); // the button that had it is hidden
     fraComport->Choose(port);
     MeasureWhenConnected();
 }

@@ -1,5 +1,5 @@
-// The main window: it puts the panels of one session together, drives the session with a timer, and opens the other
-// windows from its menus.
+// The main window: it combines the panels of one session, drives the session with a timer, and opens the other windows
+// from its menus.
 #pragma once
 
 #include "session/SessionListener.h"
@@ -39,7 +39,7 @@ class frmMain : public QMainWindow, private MainForm, private SessionListener {
     Q_OBJECT
 
 public:
-    /// Where its files are: the list of configurations and the folder of the program.
+    /// The window's files: the list of configurations and the folder of the program.
     struct Storage {
         clsConfigLibrary& library;
         std::string programFolder;
@@ -50,10 +50,10 @@ public:
             const Storage& storage, Help& help);
     ~frmMain() override;
 
-    /// Measuring starts by itself as soon as the sensor answers.
+    /// Makes the measurement start as soon as the sensor answers.
     void MeasureWhenConnected();
-    /// Starts a simulated sensor and returns its port number. While it is set, the window offers it when there is no
-    /// connection.
+    /// Starts a simulated sensor and returns its port number. If it is set, the window offers the simulated sensor
+    /// while there is no connection.
     std::function<std::int32_t()> StartSimulatedSensor;
 
 protected:
@@ -110,10 +110,10 @@ private:
     clsConsole m_console;
     std::int32_t m_commStatus = 0;
     std::optional<bool> m_settingsUsable;
-    QString m_unkept;            ///< the warning that panel 2 has been given
-    bool m_closesUnkept = false; ///< the next close ends the program even if the settings cannot be kept
+    QString m_unkept;            ///< the warning given to panel 2
+    bool m_closesUnkept = false; ///< the next close ends the program even if the settings cannot be saved
     std::int32_t m_unconnectedTicks = 0;
-    /// The port in use before the simulated sensor's, and that one: for one run only, it is not kept.
+    /// The port in use before the simulated sensor, and the port of the simulated sensor, which lasts for one run only.
     std::optional<std::pair<std::int32_t, std::int32_t>> m_simulated;
 
     QTimer* m_timer;

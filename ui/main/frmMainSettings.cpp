@@ -1,4 +1,4 @@
-// What the main window does about settings and recordings that may not reach the disk.
+// What the main window does when settings or recordings may not reach the disk.
 #include "base/modFiles.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
@@ -12,8 +12,8 @@
 
 #include <chrono>
 
-/// The last save of the settings. When it fails and nobody has been warned of that, the window stays once, so that the
-/// message can be read; false then.
+/// Saves the settings for the last time. If that fails and no warning was given before, returns false: the window stays
+/// open once, so that the message can be read.
 bool frmMain::keepsSettings()
 {
     modGlobals::Settings kept = m_settings;
@@ -31,7 +31,7 @@ bool frmMain::keepsSettings()
     return ends;
 }
 
-/// Said at the start, and as long as nothing else is shown there: everything but the settings works.
+/// Shown at the start and as long as nothing else is shown there: everything but the settings works.
 void frmMain::warnOfUnkeptSettings()
 {
     const QString warning = unkeptWarning();
@@ -59,8 +59,8 @@ QString frmMain::unkeptText(const std::error_code& why) const
         .arg(QFile::decodeName(m_settings.IniFile.c_str()), FileErrorText(why, m_settings.Language));
 }
 
-/// The window has gone: a recording gets a last moment for its way to the disk. The lines themselves are the system's
-/// already, so nothing but a loss of power can take them any more.
+/// The window has closed: a recording gets a last moment to reach the disk. The system already has its lines, so only a
+/// loss of power can still lose them.
 void frmMain::finishWriting()
 {
     constexpr std::chrono::milliseconds kPatience{2200}; // of the three seconds until the program has ended

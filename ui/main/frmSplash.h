@@ -1,4 +1,4 @@
-// The start-up window: language, serial port and rate, before anything is connected.
+// The start-up window: language, serial port and rate, before any connection.
 #pragma once
 
 #include "store/modGlobals.h"
@@ -20,8 +20,8 @@ class frmSplash : public QDialog {
     Q_OBJECT
 
 public:
-    /// `settings` and `help` must outlive the window. OK takes the choices over and saves them; the language follows
-    /// its list at once. Exit and the close box reject; Escape does nothing.
+    /// `settings` and `help` must outlive the window. OK accepts the choices and saves them; a choice of language takes
+    /// effect at once. Exit and the close box reject; Escape does nothing.
     frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices, Help& help);
 
 protected:

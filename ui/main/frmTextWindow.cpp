@@ -68,7 +68,7 @@ void frmTextWindow::resizeEvent(QResizeEvent*)
     place();
 }
 
-/// The line of the age has its room whether it is there or not, so that nothing jumps.
+/// The age keeps its room whether it is shown or not, so that nothing jumps.
 void frmTextWindow::place()
 {
     const int left = pixels(kLeft_twips);
@@ -90,7 +90,7 @@ int frmTextWindow::heightOfAge() const
     return std::max(fontMetrics().height(), height() / kShareOfAge);
 }
 
-/// While nothing is shown a template is measured, so that the first digits do not change the size.
+/// Without a text a template is measured, so that the first digits do not change the size.
 void frmTextWindow::fit(const QString& text)
 {
     lblTest->setText(text.isEmpty() ? QLatin1String(kTemplate) : text);
@@ -103,7 +103,7 @@ void frmTextWindow::fit(const QString& text)
     }
 }
 
-/// The largest size whose text stays narrower than the target and no higher than the window.
+/// The largest size at which the text is narrower than the target and no higher than the window.
 /// Deliberate: the steps are coarser for large letters.
 double frmTextWindow::fitFont(int targetWidth, double startSize_pt)
 {

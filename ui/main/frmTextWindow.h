@@ -13,12 +13,12 @@ class frmTextWindow : public QWidget {
     Q_OBJECT
 
 public:
-    /// A window of its own that goes with `owner`.
+    /// A separate window that closes with `owner`.
     frmTextWindow(QWidget& owner, const modGlobals::Settings& settings);
 
-    /// Shows the text. One that is wider than the window makes the letters smaller.
+    /// Shows the text. A text that is wider than the window makes the letters smaller.
     void ShowValue(const QString& text);
-    /// Shows below it how old the value is, and the value as a stale one; empty for a fresh one.
+    /// Shows the age below the value and marks the value as out of date; an empty age marks it as fresh.
     void ShowAge(const QString& age);
 
 protected:

@@ -34,11 +34,11 @@ constexpr double kUnitsPerInch = 96.0;
 constexpr double kPointsPerInch = 72.0;
 constexpr int kPdfResolution = 1200; // dots per inch
 constexpr int kPngScale = 2;
-constexpr double kSvgFineness = 4.0; // the lines of an SVG stay sharp when it is shown so many times as large
+constexpr double kSvgFineness = 4.0; // an SVG stays sharp when it is shown this many times larger
 
 struct TableKind {
     modCsvExport::Format format;
-    const char* separatorName; ///< as the list shows it; null: one with words of its own
+    const char* separatorName; ///< as shown in the list; null: the kind has its own words
     TextId textId = TextId::FileTypeCsvOther;
 };
 
@@ -52,7 +52,7 @@ constexpr TableKind kTableKinds[] = {
     {{'\t', ',', false}, "Tab"},
 };
 
-/// In the order of the list: the spreadsheet of the program's language comes first.
+/// The kinds in the order of the list: the spreadsheet of the program's language comes first.
 std::vector<TableKind> tableKinds(std::int32_t language)
 {
     std::vector<TableKind> kinds(std::begin(kTableKinds), std::end(kTableKinds));
@@ -80,16 +80,16 @@ struct SaveDialog {
     {
         dialog.setAcceptMode(QFileDialog::AcceptSave);
         dialog.setNameFilters(kinds);
-        dialog.setDefaultSuffix(suffix); // before the dialog asks whether to overwrite
+        dialog.setDefaultSuffix(suffix); // set before the dialog asks whether to overwrite
     }
-    /// The file; empty when the user cancels.
+    /// Returns the file; empty when the user cancels.
     QString Ask(const QFileInfo& proposal)
     {
         dialog.setDirectory(proposal.absolutePath());
         dialog.selectFile(proposal.fileName());
         return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().constFirst() : QString();
     }
-    /// The place of the chosen kind in the list.
+    /// The position of the chosen kind in the list.
     std::size_t Kind() const
     {
         return static_cast<std::size_t>(
@@ -102,7 +102,7 @@ QString titleOf(TextId menuText, std::int32_t language)
     return Text(menuText, language).remove(u'&').remove(QStringLiteral(" …"));
 }
 
-/// The recording, or the folder of recordings as long as there is none.
+/// The recording, or the folder of recordings while there is none.
 QString lastRecording(const clsRecorder& recorder)
 {
     return recorder.FileName.empty() ? QFile::decodeName(recorder.NearestFolder().c_str()) + u'/'
@@ -199,7 +199,7 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 {
     std::error_code unknown;
     if (std::filesystem::equivalent(pathOf(recording), pathOf(table), unknown)) {
-        // The recording must not give way to its table.
+        // A recording must not be replaced by its own table.
         return cannotSave(table, Text(TextId::ExportOntoItself, language), language);
     }
     QSaveFile file(table);

@@ -53,7 +53,7 @@ void FilePanel::PlaybackEnds(const std::filesystem::path& file, const modPlaybac
     explainPlayed();
 }
 
-/// The file, and whether the chart shows all of it.
+/// Shows the file and whether the chart has all of it.
 void FilePanel::explainPlayed()
 {
     QString toolTip = m_playedFile;

@@ -1,4 +1,4 @@
-// The status bar's panel for files: the recording that is made or was played, or a warning while neither has been.
+// The status bar's panel for files: the present recording or the last one played, or a warning while there is neither.
 #pragma once
 
 #include "session/SessionListener.h"
@@ -20,13 +20,13 @@ public:
     explicit FilePanel(QWidget* parent) : LineLabel(parent, Qt::ElideMiddle) {}
     ~FilePanel() override;
 
-    /// Shows the files of a session; to be called once. Both must outlive the panel.
+    /// Shows the files of a session. Call it once; both must outlive the panel.
     void Follow(clsSession& session, const modGlobals::Settings& settings);
-    /// The texts in the current language.
+    /// Sets the texts in the current language.
     void Localise();
-    /// Says something as long as no file is shown.
+    /// Shows a warning as long as no file is shown.
     void ShowWarning(const QString& warning);
-    /// How many points the chart shows of a recording that does not fit; less than 0 when all of it does.
+    /// How many points the chart shows of a recording that does not fit; less than 0 when it shows all of it.
     std::function<std::int64_t()> CountIncomplete;
 
     void RecordingStarted(const std::filesystem::path& file) override;
@@ -40,6 +40,6 @@ private:
     clsSession* m_session = nullptr;
     const modGlobals::Settings* m_settings = nullptr;
     QString m_warning;
-    QString m_playedFile;           ///< what was shown after the last playback
-    std::int64_t m_playedLines = 0; ///< of that file
+    QString m_playedFile;           ///< shown after the last playback
+    std::int64_t m_playedLines = 0; ///< of this file
 };

@@ -1,5 +1,5 @@
-// Keeps the windows alive while a file is read, and shows a bar with "Cancel" when that takes its time. Other input
-// waits until the file is read.
+// Keeps the windows alive while a file is read, and shows a bar with "Cancel" if that takes long. Other input waits
+// until the file is read.
 #pragma once
 
 #include <QElapsedTimer>
@@ -14,13 +14,13 @@ class LoadProgress {
 public:
     static constexpr int kPatience_ms = 500;
 
-    /// `owner` may go away while the file is read.
+    /// `owner` may disappear while the file is read.
     LoadProgress(QWidget& owner, std::int32_t language);
     ~LoadProgress();
     LoadProgress(const LoadProgress&) = delete;
     LoadProgress& operator=(const LoadProgress&) = delete;
 
-    /// Shows how much is read, 0..1. False when the user has cancelled or the owner has gone.
+    /// Shows how much has been read, 0..1. False when the user has cancelled or the owner has gone.
     bool GoOn(double fraction);
 
 private:

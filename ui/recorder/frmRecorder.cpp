@@ -26,7 +26,7 @@
 namespace {
 
 constexpr char kPlayError[] = "Error in LoadData";
-constexpr double kWidth = 26.0; // of the window, in heights of a line
+constexpr double kWidth = 26.0; // of the window, in line heights
 
 void setChanged(QLabel* label, const QString& text, const QString& toolTip)
 {
@@ -43,7 +43,7 @@ QString pathOf(const std::string& file)
 
 enum class Symbol : std::uint8_t { Record, Play, Stop };
 
-/// The sign that every tape recorder has, in the colours of the button's text.
+/// The symbol found on every tape recorder, in the colours of the button's text.
 QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
 {
     QIcon icon;
@@ -119,7 +119,7 @@ QPushButton* frmRecorder::addButton(const char* name, TextId tag, TextId toolTip
 {
     auto* button = new QPushButton(this);
     button->setObjectName(QLatin1String(name));
-    button->setAutoDefault(false); // Enter must not begin a recording
+    button->setAutoDefault(false); // Enter must not start a recording
     SetTextIds(button, tag, toolTip);
     return button;
 }
@@ -172,7 +172,7 @@ void frmRecorder::ShowState()
     setChanged(lblFile, QFileInfo(file).fileName(), file);
 }
 
-/// Whether the text above tells of a file that there is.
+/// Whether the text above refers to an existing file.
 bool frmRecorder::hasFile() const
 {
     return m_recorder.LastMode() == RecorderPlaying || m_recorder.Mode == RecorderRecording ||
@@ -282,7 +282,7 @@ void frmRecorder::cmdPlay_Click()
     m_choosing = true;
     showRule();
     const QString file = ChooseFile();
-    // While the file was chosen a measurement may have begun by itself, which a playback would run into.
+    // A measurement may have begun by itself while the file was chosen; a playback would run into it.
     if (!file.isEmpty() && m_session.IsBusy()) {
         ShowMessage(text(TextId::RecorderNotLoaded));
     } else if (!file.isEmpty()) {
@@ -320,7 +320,7 @@ void frmRecorder::reject()
 void frmRecorder::closeEvent(QCloseEvent* event)
 {
     if (event->spontaneous()) {
-        // Deliberate: closed by its frame the window leaves `IsOpen` set; while something runs it does not close.
+        // Deliberate: a window closed by its frame leaves `IsOpen` set; while something runs it does not close.
         event->setAccepted(m_recorder.Mode == RecorderIdle && !m_choosing);
         return;
     }

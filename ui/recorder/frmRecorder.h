@@ -1,5 +1,5 @@
-// The recorder's window: record, play, stop, and in words what the recorder does. One at most; the recorder itself goes
-// on without it.
+// The recorder's window: record, play, stop, and a text that says what the recorder does. There is at most one; the
+// recorder itself goes on without it.
 #pragma once
 
 #include "session/SessionListener.h"
@@ -26,21 +26,21 @@ class frmRecorder : public QDialog, public SessionListener {
     Q_OBJECT
 
 public:
-    /// All but `owner` are only referred to; everything must outlive the window.
+    /// `session` and `settings` must outlive the window.
     frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsSession& session);
     ~frmRecorder() override;
 
-    /// Shows what the recorder does now; also with every tick.
+    /// Shows what the recorder does now. Call it in every tick too.
     void ShowState();
     /// Called with a message for the status bar that stays long enough to be read; an empty one clears it.
     std::function<void(const QString&)> ShowMessage;
-    /// Asks for a recording; an empty text when the user cancels.
+    /// Asks for a recording; returns an empty text when the user cancels.
     std::function<QString()> ChooseFile;
 
     void FilesServed() override { ShowState(); }
     void PlaybackBegins() override { ShowState(); }
 
-    /// Escape; while something runs it does nothing.
+    /// Escape; does nothing while something runs.
     void reject() override;
 
 protected:

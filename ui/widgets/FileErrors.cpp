@@ -6,8 +6,8 @@
 
 namespace {
 
-/// By errno. EOVERFLOW stands for "all names are taken", EILSEQ for "no plain text": the system has no errors for
-/// these.
+/// By errno. The system has no errors for "all names are taken" and "no plain text": EOVERFLOW and EILSEQ stand for
+/// them.
 constexpr struct {
     int number;
     TextId text;

@@ -1,4 +1,4 @@
-// Why the system refused a file, in the user's language.
+// The reason why the system refused a file, in the user's language.
 #pragma once
 
 #include <QString>
@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <system_error>
 
-/// A short sentence for the usual errors, else the system's own words.
+/// A short sentence for the usual errors; for any other the system's own words.
 QString FileErrorText(const std::error_code& error, std::int32_t language);
 
-/// The same for an error of which there are only Qt's words, such as `QFileDevice::errorString`.
+/// The same for an error known only in Qt's words, as from `QFileDevice::errorString`.
 QString FileErrorText(const QString& words, std::int32_t language);

@@ -9,7 +9,7 @@ QString FileFilter(const QString& types, const QString& fallback)
     for (qsizetype i = 0; i < parts.size(); i += 2) {
         const QString written = i + 1 < parts.size() ? parts[i + 1] : fallback;
         const QString pattern = written == QLatin1String("*.*") ? QStringLiteral("*") : written;
-        // A dialog takes the last pair of brackets for the pattern.
+        // A dialog takes the last pair of brackets as the pattern.
         const QString name = parts[i].section(u'(', 0, 0).trimmed();
         filters += QStringLiteral("%1 (%2)").arg(name, pattern);
     }

@@ -1,5 +1,5 @@
-// The one place where exceptions end: every slot and every tick runs inside it, so that a fault in one of them neither
-// ends the program nor stops the timer.
+// The one place where exceptions end: every slot and every tick runs inside it, so a fault in one of them does not end
+// the program or stop the timer.
 #pragma once
 
 #include <QDebug>
@@ -10,8 +10,8 @@
 #include <string>
 #include <utility>
 
-/// Is told of every fault that `Guarded` has stopped; the window with the debug console sets it. Program-wide, like the
-/// message log that it stands beside, because any slot of any window may fail.
+/// Called with every fault that `Guarded` has stopped; the window with the debug console sets it. Program-wide, like
+/// the message log it accompanies, because any slot of any window may fail.
 inline std::function<void(const char* what)> FaultNoted;
 
 /// Notes a fault, unless the same one was noted within the last ten seconds: a tick that fails does so 20 times a

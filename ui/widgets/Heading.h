@@ -1,8 +1,8 @@
-// The program's name, its version and the operating system, as the start-up and the About window show them.
+// The program's name, its version and the operating system, as shown in the start-up and About windows.
 #pragma once
 
 class QLayout;
 class QWidget;
 
-/// Three labels: "lblProduct", "lblVersion" and one with this object name for the operating system.
+/// Three labels: "lblProduct", "lblVersion" and, for the operating system, one with the given object name.
 QLayout* BuildHeading(QWidget& window, const char* systemLabelName);

@@ -27,7 +27,7 @@ void KeepWheelFromLists(QWidget& window)
 {
     auto* filter = new WheelFilter(&window);
     for (QComboBox* list : window.findChildren<QComboBox*>()) {
-        list->setFocusPolicy(Qt::StrongFocus); // the wheel would give it the focus otherwise
+        list->setFocusPolicy(Qt::StrongFocus); // otherwise the wheel would give it the focus
         list->installEventFilter(filter);
     }
 }
@@ -57,7 +57,7 @@ bool InputBlock::eventFilter(QObject* watched, QEvent* event)
     case QEvent::Shortcut:
         return true;
     case QEvent::ShortcutOverride:
-        event->accept(); // else shortcuts and menu items that belong to no control would still act
+        event->accept(); // otherwise shortcuts and menu items outside the controls would still act
         return true;
     default:
         return false;

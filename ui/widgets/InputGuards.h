@@ -1,20 +1,20 @@
-// Keeps input away from where it would do harm.
+// Blocks input where it would do harm.
 #pragma once
 
 #include <QObject>
 
 class QWidget;
 
-/// The mouse wheel scrolls past lists that have not the focus: turning it over one must not change a setting.
+/// The mouse wheel scrolls past lists without the focus: turning it over a list must not change a setting.
 void KeepWheelFromLists(QWidget& window);
 
-/// For as long as it lives, a window takes no mouse and no keys; unlike behind a modal window its frame still closes
-/// it.
+/// While it lives, a window takes no mouse and no keys. Unlike behind a modal window, the window's frame can still
+/// close it.
 class InputBlock : public QObject {
     Q_OBJECT
 
 public:
-    /// What is done to the blocked window brings `front` to the front.
+    /// A click in the blocked window brings `front` to the front.
     InputBlock(QWidget& blocked, QWidget& front);
 
 protected:

@@ -50,8 +50,8 @@ bool KeptRoom::event(QEvent* event)
     return QWidget::event(event);
 }
 
-/// The label may have another text. Measuring costs more than drawing, so only a longer one than any before is
-/// measured.
+/// Called when the label may have a new text. Measuring costs more than drawing, so only a text longer than all before
+/// is measured.
 void KeptRoom::keepUp()
 {
     if (m_label->text().size() <= m_length) {
@@ -69,13 +69,13 @@ void KeptRoom::drawGround(QPainter& painter)
     if (m_ground.isNull() || m_ground.devicePixelRatio() != scale) {
         m_ground = QPixmap(static_cast<int>(std::ceil(width() * scale)), static_cast<int>(std::ceil(height() * scale)));
         m_ground.setDevicePixelRatio(scale);
-        m_ground.fill(palette().color(QPalette::Window)); // at a fractional scale, a last row may be left out
+        m_ground.fill(palette().color(QPalette::Window)); // at a fractional scale a last row may be left out
         parentWidget()->render(&m_ground, {}, geometry(), DrawWindowBackground);
     }
     painter.drawPixmap(0, 0, m_ground);
 }
 
-/// A label of fixed size does not ask for another one with each new text.
+/// A label of fixed size does not ask for a new size with each text.
 void KeptRoom::resizeEvent(QResizeEvent*)
 {
     m_label->setFixedSize(size());

@@ -1,6 +1,6 @@
-// The place of a label whose text changes all the time. It keeps the room that the label has needed once, and a picture
-// of what lies behind the label: a new text of the same length is only drawn, by the label alone, where a bare one has
-// the whole window laid out anew and its frame painted, twenty times a second.
+// Holds a label whose text changes all the time. It keeps the room that the label has needed once and a picture of what
+// lies behind the label, so a new text of the same length only redraws the label. A bare label would have the whole
+// window laid out anew and its frame painted, twenty times a second.
 #pragma once
 
 #include <QPixmap>
@@ -16,7 +16,7 @@ class KeptRoom : public QWidget {
 public:
     using QWidget::QWidget;
 
-    /// Takes the label, which must be a child, and its size policy.
+    /// Takes over the label, which must be a child, and its size policy.
     void Hold(LineLabel& label);
 
     QSize sizeHint() const override;
@@ -31,7 +31,7 @@ private:
     void drawGround(QPainter& painter);
 
     LineLabel* m_label = nullptr;
-    qsizetype m_length = 0; ///< of the longest text measured
+    qsizetype m_length = 0; ///< of the longest text measured so far
     QSize m_room;
     QPixmap m_ground;
 };

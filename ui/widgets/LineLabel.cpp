@@ -10,7 +10,8 @@
 
 namespace {
 
-/// Whether the text is a value or a time: signs of the sensor, none of which changes with its neighbours.
+/// Whether the text is a value or a time. Its characters then come from the sensor, and none changes with its
+/// neighbours.
 bool isFigure(const QString& text)
 {
     return std::ranges::any_of(text, [](QChar c) { return c.isDigit(); }) &&
@@ -21,7 +22,7 @@ bool isFigure(const QString& text)
 
 LineLabel::LineLabel(QWidget* parent, Qt::TextElideMode mode) : QLabel(parent), m_mode(mode)
 {
-    setTextFormat(Qt::PlainText); // else every new text is searched for tags
+    setTextFormat(Qt::PlainText); // otherwise every new text is searched for tags
     m_line.setTextFormat(Qt::PlainText);
     if (mode != Qt::ElideNone) {
         setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -41,7 +42,7 @@ void LineLabel::ShowStale(bool stale)
     }
 }
 
-/// As wide as the text with any other digits, which not every font has of one width.
+/// As wide as the text with any other digits: in some fonts digits differ in width.
 QSize LineLabel::sizeHint() const
 {
     const QFontMetrics metrics = fontMetrics();
@@ -54,7 +55,7 @@ QSize LineLabel::sizeHint() const
     if (!isFigure(measured)) {
         return {metrics.horizontalAdvance(measured), metrics.height()};
     }
-    double width = 0.0; // character by character, as it is drawn
+    double width = 0.0; // character by character, as when drawn
     for (const QChar character : measured) {
         width += QFontMetricsF(font()).horizontalAdvance(character);
     }
@@ -70,8 +71,8 @@ bool LineLabel::event(QEvent* event)
     return QLabel::event(event);
 }
 
-/// Laying a text out costs more than drawing it, so it is done again only for another one. That of the last text stays
-/// while there is none: messages come and go.
+/// Laying out a text costs more than drawing it, so it is repeated only for a different text. The layout of the last
+/// text stays while the label is empty, because messages come and go.
 void LineLabel::layOut()
 {
     const bool elides = m_mode != Qt::ElideNone;
@@ -110,7 +111,7 @@ void LineLabel::drawLine(QPainter& painter)
     painter.drawStaticText(cornerOf(m_line.size()), m_line);
 }
 
-/// Every figure is another one, but its characters are not: drawn one by one, nothing has to be laid out anew.
+/// Figures keep changing but their characters do not: drawn one by one, nothing has to be laid out anew.
 void LineLabel::drawFigure(QPainter& painter)
 {
     QSizeF size;
@@ -131,7 +132,7 @@ void LineLabel::drawFigure(QPainter& painter)
     }
 }
 
-/// Where a line of the size begins.
+/// Where a line of this size begins.
 QPointF LineLabel::cornerOf(const QSizeF& size) const
 {
     const double left = alignment().testFlag(Qt::AlignRight) ? width() - size.width() : 0.0;

@@ -1,5 +1,5 @@
-// A label of one line of plain text, left or right as aligned, that measures and draws it itself: for texts that change
-// all the time. A bare label lays out a paragraph for each, or a whole document if it can have the focus.
+// A label with one line of plain text, aligned left or right, that measures and draws it itself. It is for texts that
+// change all the time: a bare label lays out a paragraph for each, or a whole document if it can have the focus.
 #pragma once
 
 #include <QHash>
@@ -14,15 +14,15 @@ class LineLabel : public QLabel {
     Q_OBJECT
 
 public:
-    /// With a mode a long text does not widen the window: dots stand for what has no room; the tool tip is the owner's
-    /// business.
+    /// With an elide mode a long text does not widen the window: dots replace what has no room. The owner sets the tool
+    /// tip.
     explicit LineLabel(QWidget* parent, Qt::TextElideMode mode = Qt::ElideNone);
 
-    /// What lies behind the text is drawn by `ground`, at 0, 0 and as large as the label, and nothing else is painted
-    /// for a new text. The picture must cover the label.
+    /// Lets `ground` draw what lies behind the text, at 0, 0 and as large as the label; nothing else is painted for a
+    /// new text. The picture must cover the label.
     void DrawGroundBy(std::function<void(QPainter&)> ground);
 
-    /// Draws the text in the palette's colour of what is disabled: a text that says what was. The label stays enabled.
+    /// Draws the text in the palette's colour for disabled text, because it is out of date. The label stays enabled.
     void ShowStale(bool stale);
 
     QSize sizeHint() const override;

@@ -21,7 +21,7 @@ namespace {
 constexpr char kTag[] = "Tag";
 constexpr char kToolTipText[] = "ToolTipText";
 
-/// As a property of Qt holds an id.
+/// The id in the form that a Qt property holds.
 int number(TextId id)
 {
     return static_cast<int>(id);
@@ -66,7 +66,8 @@ void localiseListView(QWidget& control, std::int32_t language)
     }
 }
 
-/// The four kinds of control that are localised in a way of their own: label, tab strip, tool bar, list view.
+/// Four kinds of control are localised in their own way. No window uses the ids of tab strip, tool bar and list view
+/// today.
 struct ControlKind {
     const char* className;
     void (*localise)(QWidget& control, std::int32_t language);
@@ -87,7 +88,7 @@ void setCaption(QWidget& control, const QString& caption)
         const QKeySequence shortcut = button->shortcut();
         button->setText(caption);
         if (!caption.contains(u'&')) {
-            button->setShortcut(shortcut); // a new text takes it away
+            button->setShortcut(shortcut); // setting the text removes it
         }
     }
 }

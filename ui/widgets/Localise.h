@@ -1,5 +1,5 @@
-// A window's texts in the current language. A control holds the id of its caption in the property "Tag" and that of
-// its tool tip in "ToolTipText", a window that of its title in "Tag"; so the texts follow every later switch.
+// A window's texts in the current language. A control holds the id of its caption in the property "Tag" and that of its
+// tool tip in "ToolTipText"; a window holds that of its title in "Tag". So the texts follow every later switch.
 #pragma once
 
 #include "texts/TextId.h"
@@ -17,21 +17,22 @@ class QWidget;
 /// The text in the language with this offset; empty for `None`.
 QString Text(TextId id, std::int32_t language);
 
-/// Sets a text that is another one. The same again would lay the window out anew, at worst twenty times a second.
+/// Sets the text only if it differs: setting the same again would lay out the window anew, up to twenty times a second.
 void ShowText(QLabel& label, const QString& text);
 
 /// Stores the id of a caption (or of a window's title) and of a tool tip.
 void SetTextIds(QWidget* control, TextId tag, TextId toolTipText = TextId::None);
 
-/// The same for a tab, for a button of a tool bar (its tool tip) and for a column of a list.
+/// The same for a tab, for a button of a tool bar (its tool tip) and for a column of a list. No window uses these three
+/// today; they belong to the kinds of control that `LocaliseForm` covers.
 void SetTabIds(QTabWidget& tabs, int index, TextId tag, TextId toolTipText = TextId::None);
 void SetButtonId(QAction& button, TextId toolTipText);
 void SetColumnId(QTreeWidget& list, int column, TextId tag);
 
-/// Rewrites title, captions and tool tips of a window. What has no id, or one without a text, keeps what it shows.
-/// Fonts stay the desktop's.
+/// Rewrites title, captions and tool tips of a window. A control without an id, or with an id that has no text, keeps
+/// what it shows. The fonts remain those of the desktop.
 void LocaliseForm(QWidget& form, std::int32_t language);
 
-/// After a switch of the language: localises every open window, then sends it `QEvent::LanguageChange` for what its
-/// ids do not cover, menus for instance. The standard dialogs follow if the system has their texts.
+/// Call it after a switch of the language. Localises every open window, then sends it `QEvent::LanguageChange` for what
+/// its ids do not cover, such as menus. The standard dialogs follow if the system has their texts.
 void LocaliseOpenWindows(std::int32_t language);

@@ -1,4 +1,4 @@
-// Creates a control with its name, by which style sheets, accessibility tools, the help and tests find it.
+// Creates a control with its name, by which style sheets, accessibility tools, the help and the tests find it.
 #pragma once
 
 #include <QLatin1String>

@@ -17,8 +17,8 @@
 namespace {
 
 constexpr int kAtOnce_ms = 0;
-constexpr int kAfterClick_ms = 300; // the button that goes up after the click which left the box would hide a tool tip
-constexpr qsizetype kLongestNumber = 300; // characters; a double holds what they say
+constexpr int kAfterClick_ms = 300; // releasing the mouse button after the click that left the box hides a tool tip
+constexpr qsizetype kLongestNumber = 300; // characters; a double can still hold such a number
 constexpr QChar kMinus(0x2212), kApostrophe(0x2019);
 
 char keyOf(QChar typed)
@@ -26,7 +26,7 @@ char keyOf(QChar typed)
     return typed == kMinus ? '-' : typed.toLatin1();
 }
 
-/// The locale's group separator. Blanks that do not break and typographic apostrophes stand for their simple forms, as
+/// The locale's group separator. Non-breaking blanks and typographic apostrophes count as their simple forms, because
 /// programs differ in which of them they write.
 char groupSeparator()
 {
@@ -52,7 +52,7 @@ QString simpleForm(QString text)
 
 } // namespace
 
-/// Leaves out keys that are no part of a number, and leaves the box as it was when a pasted text is no number.
+/// Removes keys that are not part of a number. Leaves the box unchanged when a pasted text is not a number.
 class NumberEdit::Filter : public QValidator {
 public:
     explicit Filter(NumberEdit& box) : QValidator(&box), m_box(box) {}
@@ -77,7 +77,7 @@ private:
         int keptPosition = 0;
         for (qsizetype i = 0; i < input.size(); ++i) {
             if (input[i] < u' ') {
-                continue; // as keys they never come here
+                continue; // typed control characters never get here
             }
             if (const auto key = FilteredKey(keyOf(input[i]), m_box.m_decimalSeparator)) {
                 kept += QLatin1Char(*key);
@@ -128,7 +128,7 @@ void NumberEdit::keyPressEvent(QKeyEvent* event)
     QLineEdit::keyPressEvent(event);
 }
 
-/// Some input methods hand over every key in this way.
+/// Some input methods deliver every key in this way.
 void NumberEdit::inputMethodEvent(QInputMethodEvent* event)
 {
     const QScopedValueRollback typing(m_typing, event->commitString().size() <= 1);
@@ -145,7 +145,7 @@ void NumberEdit::focusInEvent(QFocusEvent* event)
 
 void NumberEdit::focusOutEvent(QFocusEvent* event)
 {
-    if (event->reason() != Qt::PopupFocusReason) { // its own context menu
+    if (event->reason() != Qt::PopupFocusReason) { // the box's own context menu
         check(kAfterClick_ms);
     }
     QLineEdit::focusOutEvent(event);

@@ -1,4 +1,4 @@
-// A text box for a number: its keys are filtered, pasted text is taken as one number or not at all, and what was typed
+// A text box for a number. Its keys are filtered, and pasted text is taken as one number or not at all. The typed text
 // is checked on leaving the box and on Enter, which presses no button.
 #pragma once
 
@@ -13,14 +13,14 @@ class NumberEdit : public QLineEdit {
     Q_OBJECT
 
 public:
-    /// Typed, comma and point both become `decimalSeparator`. The group separators of pasted numbers are the locale's.
+    /// Typed comma and point both become `decimalSeparator`. The group separators of pasted numbers are the locale's.
     NumberEdit(QWidget* parent, char decimalSeparator);
 
-    /// From the typed text, which is empty or a number, to the text that is shown instead.
+    /// Turns the typed text, which is empty or a number, into the text to be shown.
     std::function<std::string(const std::string& typed)> Check;
-    /// The window's texts by their id; a tool tip says in them why a text was not taken.
+    /// The window's texts by id; a tool tip uses them to say why a text was not taken.
     std::function<QString(TextId id)> Words;
-    /// Shows any text, unfiltered. A text that is no number gives way to it again.
+    /// Shows any text, unfiltered. A text that is not a number comes back to it.
     void ShowText(const std::string& text);
 
 protected:
@@ -38,6 +38,6 @@ private:
 
     char m_decimalSeparator, m_groupSeparator;
     Filter* m_filter;
-    bool m_typing = false; ///< what changes now is a key
-    QString m_before;      ///< what was there before it was edited
+    bool m_typing = false; ///< a key causes the present change
+    QString m_before;      ///< the text before it was edited
 };

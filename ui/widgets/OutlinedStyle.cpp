@@ -15,12 +15,12 @@ constexpr double kRadius = 2.0;
 constexpr float kShare = 0.45F;
 constexpr float kShareDisabled = 0.25F;
 
-// Fusion's frame of a group, as its picture has it: in pixels, and black.
+// Fusion's frame of a group, as in its picture: in pixels, and black.
 constexpr int kGroupMargin = 3;
 constexpr QColor kPaleOutline(0, 0, 0, 24);
 constexpr QColor kPaleGround(0, 0, 0, 3);
 
-constexpr int kWhite = 250; // and more: a theme of high contrast
+constexpr int kWhite = 250; // at least this bright: a high-contrast theme
 
 bool needsOutlines(const QPalette& palette)
 {
@@ -28,7 +28,7 @@ bool needsOutlines(const QPalette& palette)
     return ground < palette.color(QPalette::WindowText).lightness() || ground >= kWhite;
 }
 
-/// Between ground and text.
+/// A colour between ground and text.
 QColor outlineColor(const QStyleOption& option)
 {
     QColor color = option.palette.color(QPalette::Active, QPalette::WindowText);
@@ -53,8 +53,8 @@ void drawOutline(const QStyleOption& option, QPainter& painter, bool round = fal
     }
 }
 
-/// Below the group's title, where Fusion has it. Fusion's own frame is a picture: to read it, every plugin for pictures
-/// is looked at before the first window is there.
+/// Below the group's title, as in Fusion. Fusion draws its own frame from a picture, and to read that, Qt searches all
+/// picture plug-ins before the first window appears.
 void drawGroupFrame(const QStyleOption& option, QPainter& painter, const QWidget* widget)
 {
     const auto* group = qobject_cast<const QGroupBox*>(widget);
@@ -66,7 +66,7 @@ void drawGroupFrame(const QStyleOption& option, QPainter& painter, const QWidget
               kPaleGround);
 }
 
-/// What has the focus, or is the default button, has an outline of a colour of its own already.
+/// Controls with the focus and default buttons already have a coloured outline.
 bool isMarked(const QStyleOption& option)
 {
     const auto* button = qstyleoption_cast<const QStyleOptionButton*>(&option);
@@ -74,7 +74,8 @@ bool isMarked(const QStyleOption& option)
     return isDefault || option.state.testFlags(QStyle::State_HasFocus | QStyle::State_KeyboardFocusChange);
 }
 
-/// The arrow for what has no room in a menu bar. The style's own reads seven pictures for each bar, shown or not.
+/// The arrow for entries that do not fit into a menu bar. The style's own reads seven pictures for each bar, shown or
+/// not.
 class ArrowIcon : public QIconEngine {
 public:
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override
@@ -139,7 +140,7 @@ int OutlinedStyle::styleHint(StyleHint hint, const QStyleOption* option, const Q
 {
     const auto* list = qobject_cast<const QComboBox*>(widget);
     if (hint == SH_ComboBox_Popup && list != nullptr && list->count() > list->maxVisibleItems()) {
-        return 0; // a list with a scroll bar, not a menu as high as the screen
+        return 0; // opens a list with a scroll bar instead of a menu as high as the screen
     }
     return QProxyStyle::styleHint(hint, option, widget, returned);
 }

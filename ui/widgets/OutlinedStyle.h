@@ -1,7 +1,7 @@
-// Qt's Fusion style with outlines that can be seen on dark grounds and in high contrast. Fusion makes an outline a
-// little darker than the window: on a dark one check boxes, text boxes and buttons lose theirs, on a black one an
-// unticked box is not there at all, and on a white one it is pale. Long lists open as lists, and not as menus,
-// and the frame of a group needs no picture.
+// Qt's Fusion style with outlines that stay visible on dark grounds and in high contrast. Fusion makes an outline a
+// little darker than the window: on a dark window check boxes, text boxes and buttons lose theirs, on a black one an
+// unticked box disappears, and on a white one it is pale. Long lists open as lists instead of menus, and the frame of a
+// group needs no picture.
 #pragma once
 
 #include <QProxyStyle>

@@ -25,7 +25,7 @@ QString nameOf(std::int32_t port)
     return QStringLiteral("COM %1").arg(port);
 }
 
-/// Draws a second text, lighter, beside that of an item.
+/// Draws a second, lighter text beside that of an item.
 class SecondTextDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -51,7 +51,7 @@ public:
         return {second.isEmpty() ? first.width() : std::max(first.width(), WidthWith(second, option)), first.height()};
     }
 
-    /// The width of an item with a second text, of one without for an empty text.
+    /// The width of an item with this second text; with an empty text, of an item without one.
     static int WidthWith(const QString& second, const QStyleOptionViewItem& option)
     {
         return start(option) + option.fontMetrics.horizontalAdvance(second) + gap(option);
@@ -60,7 +60,7 @@ public:
 private:
     static int gap(const QStyleOptionViewItem& option) { return option.fontMetrics.height() / 2; }
 
-    /// Behind the longest port, so that the second texts stand in a column of their own.
+    /// After the longest port name, so that the second texts form a column.
     static int start(const QStyleOptionViewItem& option)
     {
         QFont bold = option.font;
@@ -69,7 +69,7 @@ private:
     }
 };
 
-/// Returns the second text, which only a device has that exists.
+/// Returns the second text, which only an existing device has.
 QString describePort(QComboBox& list, std::int32_t port, const QString& device)
 {
     QString described = device;
@@ -81,7 +81,7 @@ QString describePort(QComboBox& list, std::int32_t port, const QString& device)
     }
     QFont standsOut = list.font();
     standsOut.setBold(true);
-    // All at once: the list tells its view, and who listens to the window, of each change.
+    // All at once: the list reports each change to its view and to listeners of the window.
     list.model()->setItemData(list.model()->index(port - 1, 0),
                               {{Qt::DisplayRole, nameOf(port)},
                                {Qt::FontRole, second.isEmpty() ? QVariant() : standsOut},
@@ -99,10 +99,10 @@ std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t s
     m_devices = &devices;
     if (count() == 0) {
         setMaxVisibleItems(kShownPorts);
-        setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else each of 255 texts is measured
+        setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else all 255 texts are measured
         setMinimumContentsLength(kPortNameLength);
-        setIconSize({0, 0}); // there are none, and the room for one would make the list higher than its neighbours
-        QStringList names;   // added at once, as the list tells its view of each addition
+        setIconSize({0, 0}); // room for an icon would make the list higher than its neighbours
+        QStringList names;   // added at once, because the list reports each addition to its view
         for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
             names += nameOf(port);
         }
@@ -123,14 +123,14 @@ void PortList::describePorts()
     if (m_devices == nullptr) {
         return;
     }
-    const QSignalBlocker silent(*this); // the port is the same, whatever stands beside it
+    const QSignalBlocker silent(*this); // the port stays the same, whatever text is beside it
     if (dynamic_cast<SecondTextDelegate*>(itemDelegate()) == nullptr) {
         setItemDelegate(new SecondTextDelegate(this));
         view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     }
     QStyleOptionViewItem option;
     option.initFrom(this);
-    // Asking the view would have it measure each of the 255 items.
+    // Asking the view would make it measure each of the 255 items.
     int widest = SecondTextDelegate::WidthWith({}, option);
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
         const QString second = describePort(*this, port, QFile::decodeName(m_devices->DeviceOf(port).c_str()));

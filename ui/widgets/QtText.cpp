@@ -8,7 +8,7 @@ char DecimalSeparator()
 {
     const QString point = QLocale().decimalPoint();
     const char separator = point.isEmpty() ? '\0' : point.front().toLatin1();
-    return separator != '\0' ? separator : '.'; // some scripts have a sign of their own, which no text here can hold
+    return separator != '\0' ? separator : '.'; // some scripts have their own sign, which no text here can hold
 }
 
 QString FromBytes(std::string_view bytes)

@@ -1,4 +1,4 @@
-// Core texts and Qt texts, converted here and nowhere else.
+// Converts between core texts and Qt texts; nothing else does.
 #pragma once
 
 #include <QString>
@@ -9,7 +9,7 @@
 /// Bytes of the sensor or of a file (Windows-1252, one character a byte).
 QString FromBytes(std::string_view bytes);
 
-/// The same back; a character that the code page lacks becomes "?".
+/// The way back; a character that the code page lacks becomes "?".
 std::string ToBytes(const QString& text);
 
 /// The decimal separator of the user's locale, one byte.

@@ -1,5 +1,5 @@
-// A label of one line of plain text that can be marked and copied. A long text does not widen the window: dots stand
-// for what has no room, and the tool tip holds all of it.
+// A label with one line of plain text that can be selected and copied. A long text does not widen the window: dots
+// replace what has no room, and the tool tip holds the whole text.
 #pragma once
 
 #include <QLabel>

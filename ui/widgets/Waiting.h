@@ -5,9 +5,9 @@
 
 class QPushButton;
 
-/// Lets the windows handle their events; waits for one, so that a wait does not spin.
+/// Lets the windows handle their events. Waits for the next one, so that a waiting loop does not spin.
 void PumpEvents();
 
-/// Runs what a button does. The button stays down while its command waits for the sensor. While it cannot be used the
-/// focus moves on by itself; it comes back, unless the operator has moved it further.
+/// Runs the action of a button. The button stays down while its command waits for the sensor. The focus leaves it while
+/// it is disabled, and returns unless the operator has moved it on.
 void Press(QPushButton& button, const std::function<void()>& act);

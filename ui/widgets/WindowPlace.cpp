@@ -26,7 +26,7 @@ WindowPlace::WindowPlace(QWidget& window, std::string iniFile)
     const std::string kept =
         modIni::GetPrivateProfileStringA(kSection, window.objectName().toStdString(), {}, kLongest, m_iniFile);
     m_kept = QByteArray::fromStdString(kept);
-    m_window.restoreGeometry(QByteArray::fromBase64(m_kept)); // ignores what is none, and what lies on no screen
+    m_window.restoreGeometry(QByteArray::fromBase64(m_kept)); // ignores invalid data and places on no screen
     fitToScreen();
     m_window.installEventFilter(this);
 }
@@ -39,11 +39,11 @@ bool WindowPlace::eventFilter(QObject*, QEvent* event)
     return false;
 }
 
-/// A size from a larger screen, or one that a fault has left behind, would put half of the window out of reach.
+/// A size from a larger screen, or left behind by a fault, would put half of the window out of reach.
 void WindowPlace::fitToScreen()
 {
     const QRect place = m_window.geometry();
-    const QScreen* screen = m_window.screen(); // as long as it is not shown, the first
+    const QScreen* screen = m_window.screen(); // the first one while the window is not shown
     for (const QPoint& point : {place.topLeft(), place.center()}) {
         const QScreen* there = QGuiApplication::screenAt(point);
         screen = there != nullptr ? there : screen;

@@ -1,4 +1,4 @@
-// A window's size and place, kept in the section "WINDOWS" of "RVQ.ini" under the window's name.
+// A window's size and place, saved in the section "WINDOWS" of "RVQ.ini" under the window's name.
 #pragma once
 
 #include <QObject>
@@ -11,8 +11,8 @@ class WindowPlace : public QObject {
     Q_OBJECT
 
 public:
-    /// Restores the window's place before it is shown, no larger than its screen, and keeps it when it closes; the
-    /// object goes with the window. With an empty `iniFile` nothing is kept.
+    /// Restores the window's place before it is shown, no larger than its screen, and saves it when the window closes.
+    /// The object is deleted with the window. With an empty `iniFile` nothing is saved.
     WindowPlace(QWidget& window, std::string iniFile);
 
 protected:

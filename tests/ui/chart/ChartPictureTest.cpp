@@ -19,7 +19,7 @@ namespace {
 
 constexpr double kNoon = 46000.5;
 constexpr double kSecond = 1.0 / 86400.0;
-constexpr int kStrong = 90, kFaint = 20; // blue over red: of the curve, and of what it has touched
+constexpr int kStrong = 90, kFaint = 20; // blue over red: in the curve, and in pixels that it only touches
 
 /// Noise with gaps of all lengths, zeros, points that stand alone and a clock that jumps back; its last point is a gap,
 /// so that no dot stands there.
@@ -56,7 +56,7 @@ bool hasInkNear(const QImage& picture, int x, int y, int reach)
     return false;
 }
 
-/// Pixels of the curve that have none of the other picture's within reach.
+/// Pixels of this curve with no pixel of the other picture's curve within reach.
 int inkThatTheOtherLacks(const QImage& picture, const QImage& other, int reach)
 {
     int count = 0;
@@ -101,7 +101,7 @@ QImage svgOf(XYChart& chart)
     return picture;
 }
 
-/// Gaps, divisions and texts of a file are the screen's, whatever the chart is set to.
+/// A file has the gaps, divisions and texts of the screen, whatever the chart's settings.
 TEST(ChartPicture, ShowsWhatTheScreenShows)
 {
     using Row = std::pair<const char*, std::function<void(XYChart&)>>;

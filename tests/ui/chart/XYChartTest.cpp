@@ -87,7 +87,7 @@ TEST(Chart, AHeldSpanStaysHoweverLongItIsHeld)
     };
     chart->YLimits(-2, 2);
     feed(0, 1203);
-    // The outermost columns may change with points just outside, which the pen reaches from there.
+    // The outermost columns may change with points just outside, because the pen reaches in from there.
     const QRect inner = QRect(QPoint(), chart->size()).adjusted(80, 0, -40, 0);
     const QImage full = pictureOf(*chart).copy(inner);
     EXPECT_GT(curvePixels(full), 200);
