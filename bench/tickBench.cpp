@@ -73,7 +73,7 @@ struct Program {
     }
     void Tick(const std::string& value)
     {
-        sensor.Arriving += "       " + value + "\r\n"; // twelve characters, and the unit
+        sensor->Arriving += "       " + value + "\r\n"; // twelve characters, and the unit
         QMetaObject::invokeMethod(timer, "timeout");
     }
     QString Shown() { return window.findChild<QLabel*>(QStringLiteral("lblMeasValue"))->text(); }
