@@ -3,10 +3,13 @@
 // or a playback, and does nothing unless a listener overrides it.
 #pragma once
 
+#include "plot/clsChartData.h"
 #include "sensor/Measurement.h"
 
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -39,7 +42,7 @@ public:
     // The line and the dialogue.
     /// Raw text that the sensor has sent, never empty.
     virtual void Echo(std::string_view received) { static_cast<void>(received); }
-    /// The dialogue as `clsRVQ::CommStatus` has it: 0 no connection, 1 idle, 2 measuring. In every tick.
+    /// The dialogue as `clsRVQ::CommStatus` has it: 0 no connection, 1 idle, 2 measuring. When it has changed.
     virtual void ShowDialogue(std::int32_t commStatus) { static_cast<void>(commStatus); }
     /// A panel (1 messages, 3 clock) of a status bar, UTF-8.
     virtual void ShowStatus(std::int32_t panel, std::string_view text)
@@ -47,7 +50,7 @@ public:
         static_cast<void>(panel);
         static_cast<void>(text);
     }
-    /// In every tick and whenever it changes.
+    /// Whenever it changes.
     virtual void ShowRule(const ControlRule& rule) { static_cast<void>(rule); }
     /// What the sensor has reported of averaging and laser; to be shown without sending it back.
     virtual void ShowSensorSettings(const SensorSettings& settings) { static_cast<void>(settings); }
@@ -83,6 +86,18 @@ public:
     }
     /// No value at this time: what comes later is not joined to what was before.
     virtual void AddChartGap(double time) { static_cast<void>(time); }
+    /// Points of a recording that is played, in order; one without a value is a gap. Unless it is overridden each of
+    /// them comes as a point or a gap.
+    virtual void AddPlayedPoints(std::span<const ChartPoint> points)
+    {
+        for (const ChartPoint& point : points) {
+            if (std::isnan(point.y)) {
+                AddChartGap(point.x);
+            } else {
+                AddChartPoint(point.x, point.y);
+            }
+        }
+    }
     /// The right end of the curve while measuring.
     virtual void ShowChartTime(double time) { static_cast<void>(time); }
     /// Values of another unit or run follow: an automatic value axis starts from nothing.

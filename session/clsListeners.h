@@ -4,6 +4,7 @@
 #include "session/SessionListener.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 class clsListeners final : public SessionListener {
@@ -12,61 +13,119 @@ public:
     void Add(SessionListener& listener) { m_listeners.push_back(&listener); }
     void Remove(SessionListener& listener) { std::ranges::replace(m_listeners, &listener, nullptr); }
 
-    void Echo(std::string_view received) override { tell(&SessionListener::Echo, received); }
-    void ShowDialogue(std::int32_t commStatus) override { tell(&SessionListener::ShowDialogue, commStatus); }
+    void Echo(std::string_view received) override
+    {
+        tell([&](SessionListener& listener) { listener.Echo(received); });
+    }
+    void ShowDialogue(std::int32_t commStatus) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowDialogue(commStatus); });
+    }
     void ShowStatus(std::int32_t panel, std::string_view text) override
     {
-        tell(&SessionListener::ShowStatus, panel, text);
+        tell([&](SessionListener& listener) { listener.ShowStatus(panel, text); });
     }
-    void ShowRule(const ControlRule& rule) override { tell(&SessionListener::ShowRule, rule); }
+    void ShowRule(const ControlRule& rule) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowRule(rule); });
+    }
     void ShowSensorSettings(const SensorSettings& settings) override
     {
-        tell(&SessionListener::ShowSensorSettings, settings);
+        tell([&](SessionListener& listener) { listener.ShowSensorSettings(settings); });
     }
-    void Ticked() override { tell(&SessionListener::Ticked); }
+    void Ticked() override
+    {
+        tell([&](SessionListener& listener) { listener.Ticked(); });
+    }
     void Measured(const Measurement& measurement, std::string_view temperature) override
     {
-        tell(&SessionListener::Measured, measurement, temperature);
+        tell([&](SessionListener& listener) { listener.Measured(measurement, temperature); });
     }
-    void ShowDistance(const std::string& text) override { tell(&SessionListener::ShowDistance, text); }
-    void ShowTemperature(const std::string& text) override { tell(&SessionListener::ShowTemperature, text); }
-    void ShowRunning(bool running) override { tell(&SessionListener::ShowRunning, running); }
-    void ShowShutDown(bool shutDown) override { tell(&SessionListener::ShowShutDown, shutDown); }
-    void ResetChart() override { tell(&SessionListener::ResetChart); }
-    void ShowUnit(std::string_view unit) override { tell(&SessionListener::ShowUnit, unit); }
-    void AddChartPoint(double time, double value) override { tell(&SessionListener::AddChartPoint, time, value); }
-    void AddChartGap(double time) override { tell(&SessionListener::AddChartGap, time); }
-    void ShowChartTime(double time) override { tell(&SessionListener::ShowChartTime, time); }
-    void ForgetRange() override { tell(&SessionListener::ForgetRange); }
+    void ShowDistance(const std::string& text) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowDistance(text); });
+    }
+    void ShowTemperature(const std::string& text) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowTemperature(text); });
+    }
+    void ShowRunning(bool running) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowRunning(running); });
+    }
+    void ShowShutDown(bool shutDown) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowShutDown(shutDown); });
+    }
+    void ResetChart() override
+    {
+        tell([&](SessionListener& listener) { listener.ResetChart(); });
+    }
+    void ShowUnit(std::string_view unit) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowUnit(unit); });
+    }
+    void AddChartPoint(double time, double value) override
+    {
+        tell([&](SessionListener& listener) { listener.AddChartPoint(time, value); });
+    }
+    void AddChartGap(double time) override
+    {
+        tell([&](SessionListener& listener) { listener.AddChartGap(time); });
+    }
+    void AddPlayedPoints(std::span<const ChartPoint> points) override
+    {
+        tell([&](SessionListener& listener) { listener.AddPlayedPoints(points); });
+    }
+    void ShowChartTime(double time) override
+    {
+        tell([&](SessionListener& listener) { listener.ShowChartTime(time); });
+    }
+    void ForgetRange() override
+    {
+        tell([&](SessionListener& listener) { listener.ForgetRange(); });
+    }
     void FitValueAxis(const clsFIFO& newest, double millimetres) override
     {
-        tell(&SessionListener::FitValueAxis, newest, millimetres);
+        tell([&](SessionListener& listener) { listener.FitValueAxis(newest, millimetres); });
     }
     void RecordingStarted(const std::filesystem::path& file) override
     {
-        tell(&SessionListener::RecordingStarted, file);
+        tell([&](SessionListener& listener) { listener.RecordingStarted(file); });
     }
-    void RecordingFailed(const std::error_code& why) override { tell(&SessionListener::RecordingFailed, why); }
+    void RecordingFailed(const std::error_code& why) override
+    {
+        tell([&](SessionListener& listener) { listener.RecordingFailed(why); });
+    }
     void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why) override
     {
-        tell(&SessionListener::RecordingNotClosed, file, why);
+        tell([&](SessionListener& listener) { listener.RecordingNotClosed(file, why); });
     }
-    void FilesServed() override { tell(&SessionListener::FilesServed); }
-    void PlaybackBegins() override { tell(&SessionListener::PlaybackBegins); }
-    void PlaybackLoaded(const modPlayback::Loaded& loaded) override { tell(&SessionListener::PlaybackLoaded, loaded); }
+    void FilesServed() override
+    {
+        tell([&](SessionListener& listener) { listener.FilesServed(); });
+    }
+    void PlaybackBegins() override
+    {
+        tell([&](SessionListener& listener) { listener.PlaybackBegins(); });
+    }
+    void PlaybackLoaded(const modPlayback::Loaded& loaded) override
+    {
+        tell([&](SessionListener& listener) { listener.PlaybackLoaded(loaded); });
+    }
     void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override
     {
-        tell(&SessionListener::PlaybackEnds, file, loaded);
+        tell([&](SessionListener& listener) { listener.PlaybackEnds(file, loaded); });
     }
 
 private:
     /// By index, and a place of one who has left is skipped: a listener may come or leave meanwhile.
-    template <typename... Parameters, typename... Arguments>
-    void tell(void (SessionListener::*operation)(Parameters...), const Arguments&... arguments)
+    template <typename Operation>
+    void tell(const Operation& operation)
     {
         for (std::size_t i = 0; i < m_listeners.size(); ++i) {
             if (m_listeners[i] != nullptr) {
-                (m_listeners[i]->*operation)(arguments...);
+                operation(*m_listeners[i]);
             }
         }
     }

@@ -5,6 +5,7 @@
 #include "sensor/modRVQComm.h"
 #include "texts/modFunctions.h"
 
+#include <limits>
 #include <utility>
 
 namespace {
@@ -42,7 +43,9 @@ void clsMeasurementLoop::Tick(double now)
             reopenPort();
         }
     }
-    m_listener.ShowDialogue(m_device.CommStatus());
+    if (std::exchange(m_shownDialogue, m_device.CommStatus()) != m_device.CommStatus()) {
+        m_listener.ShowDialogue(m_device.CommStatus());
+    }
     showRule();
     m_listener.Ticked();
     advanceClock();
@@ -278,10 +281,27 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
     m_inGap = false;
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
-    m_listener.AddChartPoint(measurement.time, measurement.value);
-    if (!m_playing) {
+    if (m_playing) {
+        addPlayed({measurement.time, measurement.value});
+    } else {
+        m_listener.AddChartPoint(measurement.time, measurement.value);
         FitRange();
     }
+}
+
+/// Played points go on in pieces: a call for each of millions would take longer than reading them.
+void clsMeasurementLoop::addPlayed(const ChartPoint& point)
+{
+    m_played.push_back(point);
+    if (m_played.size() == kPlayedPiece) {
+        TellPlayed();
+    }
+}
+
+void clsMeasurementLoop::TellPlayed()
+{
+    m_listener.AddPlayedPoints(m_played);
+    m_played.clear();
 }
 
 void clsMeasurementLoop::showTexts(const Measurement& measurement)
@@ -294,11 +314,13 @@ void clsMeasurementLoop::BeginPlaying()
 {
     m_playing = true;
     m_breaksAfterPlaying = false;
+    m_played.reserve(kPlayedPiece);
     forgetHistory();
 }
 
 void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
 {
+    TellPlayed();
     m_playing = false;
     if (last) {
         showTexts(*last);
@@ -311,7 +333,12 @@ void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
 /// next value: it takes the place of a played point.
 void clsMeasurementLoop::breakCurve(double time)
 {
-    if (!m_breaksAfterPlaying && !std::exchange(m_inGap, true)) {
+    if (m_breaksAfterPlaying || std::exchange(m_inGap, true)) {
+        return;
+    }
+    if (m_playing) {
+        addPlayed({time, std::numeric_limits<double>::quiet_NaN()});
+    } else {
         m_listener.AddChartGap(time);
     }
 }
@@ -333,9 +360,12 @@ void clsMeasurementLoop::forgetHistory()
 
 void clsMeasurementLoop::showRule()
 {
-    m_listener.ShowRule({.Start = mayStart() && m_device.CommStatus() != DialogueNone,
-                         .Single = mayStart() && m_device.CommStatus() != DialogueMeasuring,
-                         .Settings = mayStart()});
+    const ControlRule rule{.Start = mayStart() && m_device.CommStatus() != DialogueNone,
+                           .Single = mayStart() && m_device.CommStatus() != DialogueMeasuring,
+                           .Settings = mayStart()};
+    if (std::exchange(m_shownRule, rule) != rule) {
+        m_listener.ShowRule(rule);
+    }
 }
 
 void clsMeasurementLoop::advanceClock()

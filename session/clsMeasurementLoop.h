@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class clsMeasurementLoop {
 public:
@@ -73,6 +74,8 @@ public:
     /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
     /// nothing, and the histories begin anew.
     void BeginPlaying();
+    /// Tells the points that are still held back; they go on in pieces.
+    void TellPlayed();
     /// Nothing is played any more: shows the texts of the last measurement, if there was one, and fits the value axis.
     void EndPlaying(const std::optional<Measurement>& last);
     /// The window goes: every wait ends, the port is closed, nothing more is sent.
@@ -109,6 +112,7 @@ private:
     void forgetHistory();
     void showTexts(const Measurement& measurement);
     void breakCurve(double time);
+    void addPlayed(const ChartPoint& point);
     void readPort();
     void showRule();
     void advanceClock();
@@ -133,6 +137,10 @@ private:
     bool m_inGap = true;
     bool m_playing = false;
     bool m_breaksAfterPlaying = false; ///< what was played has its gap to the next value still to come
+    static constexpr std::size_t kPlayedPiece = 4096;
+    std::vector<ChartPoint> m_played;
+    std::optional<ControlRule> m_shownRule;
+    std::int32_t m_shownDialogue = -1;
     clsFIFO m_values;
     clsFIFO m_times;
 };

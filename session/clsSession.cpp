@@ -82,6 +82,7 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
                               {.show = [this](const Measurement& measurement) { m_loop.Show(measurement); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);
+    m_loop.TellPlayed();
     m_listeners.PlaybackLoaded(loaded);
     m_loop.EndPlaying(loaded.end);
     if (!loaded.temperature.empty()) {

@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 // A new chart has room for its range at one point per tick.
 static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterval_ms);
@@ -139,19 +138,19 @@ void ChartPanel::ShowUnit(std::string_view unit)
 
 void ChartPanel::AddChartPoint(double time, double value)
 {
-    if (m_playing) {
-        Series().AddChartPoint(time, value); // drawn once, when all points are there
-    } else {
-        AddPoint(time, value);
-    }
+    AddPoint(time, value);
 }
 
 void ChartPanel::AddChartGap(double time)
 {
-    if (m_playing) {
-        Series().AddChartPoint(time, std::numeric_limits<double>::quiet_NaN());
-    } else {
-        AddGap(time);
+    AddGap(time);
+}
+
+/// They are drawn once, when all are there.
+void ChartPanel::AddPlayedPoints(std::span<const ChartPoint> points)
+{
+    for (const ChartPoint& point : points) {
+        Series().AddChartPoint(point.x, point.y);
     }
 }
 
@@ -170,7 +169,6 @@ void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 
 void ChartPanel::PlaybackBegins()
 {
-    m_playing = true;
     m_liveRange_ms = m_liveRange_ms.value_or(XRange_ms());
     InitChartData(modPlayback::kChartPoints - 1);
     m_settings->AutoScale = true;
@@ -182,7 +180,6 @@ void ChartPanel::PlaybackBegins()
 
 void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
 {
-    m_playing = false;
     const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded);
     if (axis.range_ms) {
         XRange_ms(*axis.range_ms);

@@ -43,6 +43,7 @@ public:
     void ShowUnit(std::string_view unit) override;
     void AddChartPoint(double time, double value) override;
     void AddChartGap(double time) override;
+    void AddPlayedPoints(std::span<const ChartPoint> points) override;
     void ShowChartTime(double time) override;
     void ForgetRange() override { m_axis.Reset(); }
     void FitValueAxis(const clsFIFO& newest, double millimetres) override;
@@ -60,7 +61,6 @@ private:
     modGlobals::Settings* m_settings = nullptr;
     const Help* m_help = nullptr;
     clsValueAxis m_axis;
-    bool m_playing = false;
     std::optional<std::int32_t> m_liveRange_ms; ///< the range before the first playback
     QPointer<frmChartSettings> m_chartSettings;
 
