@@ -1,8 +1,8 @@
-// Work that has to wait now and then, written in one piece: it runs until it needs something that is not there yet,
-// says `co_await NextStep{}`, and goes on from there with its next step. Nothing blocks: whoever drives it decides when
-// the next step is, so that one thread serves many of them.
+// Work that has to wait now and then, written in one piece. It runs until it needs something that is not there yet,
+// calls `co_await NextStep{}`, and continues from there with its next step. Nothing blocks: the caller decides when the
+// next step comes, so one thread can serve many operations.
 //
-// The body is a coroutine, so its parameters are kept by value or refer to what outlives it.
+// The body is a coroutine: pass its parameters by value, or let them refer to objects that outlive it.
 #pragma once
 
 #include <coroutine>
@@ -11,19 +11,19 @@
 #include <type_traits>
 #include <utility>
 
-/// The next step goes on here.
+/// Ends a step; the next step continues here.
 struct NextStep : std::suspend_always {};
 
 namespace operation {
 
-/// What operations with any result have in common.
+/// The part that does not depend on the type of the result.
 class Promise {
 public:
     static std::suspend_always initial_suspend() noexcept { return {}; }
     static std::suspend_always final_suspend() noexcept { return {}; }
     void unhandled_exception() { m_fault = std::current_exception(); }
 
-    /// Steps the operation that is waited for, if there is one; true when the body can go on.
+    /// Steps the operation that this one waits for, if there is one; true when the body can continue.
     bool StepInner() { return m_inner == nullptr || m_step(m_inner); }
     void WaitFor(void* inner, bool (*step)(void*))
     {
@@ -72,7 +72,7 @@ public:
 
     Operation(Operation&& other) noexcept : m_body(std::exchange(other.m_body, nullptr)) {}
     Operation& operator=(Operation&&) = delete;
-    /// An operation that has not come to its end is given up; what it holds is released.
+    /// Abandons an unfinished operation and releases what it holds.
     ~Operation()
     {
         if (m_body) {
@@ -80,7 +80,7 @@ public:
         }
     }
 
-    /// Goes on to the next wait. True when it has come to its end; throws what its body has thrown.
+    /// Continues to the next wait. True when the operation has ended; throws what its body has thrown.
     bool Step()
     {
         if (!m_body.done() && m_body.promise().StepInner()) {
@@ -92,7 +92,7 @@ public:
         }
         return m_body.done();
     }
-    /// What it has come to, after its end.
+    /// The result; valid after the end.
     decltype(auto) Value() { return m_body.promise().Value(); }
 
     // Within another operation: `co_await` runs this one to its end, in steps of the other.

@@ -1,11 +1,11 @@
 // Fills the tables of parameters in the pages of the manual from the program's own table:
 //   orvex_help_tables FROM TO PAGE...
-// A comment on lines of its own stands in a page for the rows of a table:
+// In a page, a comment on lines of its own marks the place for the rows of a table:
 //   <!-- parameters: codes -->       code, name, what a frame carries
 //   <!-- parameters: keys -->        key in a file, name and values, default
 //   <!-- parameters: Correction -->  a part of the settings window: name, values, what an empty box becomes
-//   <!-- parameters: Interface       the same with an explanation in the last column: that of the comment, else that
-//   601 Explanation.                 of the control's pop-up text
+//   <!-- parameters: Interface       the same with an explanation in the last column: from the comment, else from the
+//   601 Explanation.                 pop-up text of the control
 //   -->
 #include "base/Numbers.h"
 #include "base/modFiles.h"
@@ -87,7 +87,7 @@ class Tables {
 public:
     Tables(const Language& language, Texts popUps) : m_language(language), m_popUps(std::move(popUps)) {}
 
-    /// Rows for the table that a marker names. Throws std::runtime_error for a name that there is not.
+    /// Rows for the table that a marker names. Throws std::runtime_error for an unknown name.
     std::string Of(std::string_view table, const Texts* explanations) const
     {
         if (table == "codes") {
@@ -273,7 +273,8 @@ std::string takeLine(std::string_view& text)
     return line;
 }
 
-/// Explanations up to the end of the comment, by their codes; a line without a code goes on with the one before.
+/// Explanations up to the end of the comment, by their codes; a line without a code continues the explanation before
+/// it.
 Texts takeExplanations(std::string_view& page)
 {
     Texts explanations;

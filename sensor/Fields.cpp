@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::size_t kLongestNumber = 300; // characters; a double holds what they say
+constexpr std::size_t kLongestNumber = 300; // characters; such a number still fits a double
 
 bool isNumber(const ParameterDef& row)
 {
@@ -28,7 +28,7 @@ double scaleOf(const ParameterDef& row)
     return std::pow(10.0, row.decimals);
 }
 
-/// A number with comma or point, whichever the user's locale has.
+/// A number with a comma or a point, whichever the user's locale uses.
 std::optional<double> typedNumber(std::string_view text)
 {
     return CDbl(text.substr(0, kLongestNumber), ',');
@@ -39,13 +39,13 @@ bool isWithin(const ParameterDef& row, std::int32_t stored)
     return stored >= row.limits.minimum && stored <= row.limits.maximum;
 }
 
-/// The default of a sensor that has no such parameter may lie outside the limits.
+/// Clamped, because the default for sensors without the parameter may lie outside the limits.
 std::int32_t emptyValue(const ParameterDef& row)
 {
     return std::clamp(row.defaultValue, row.limits.minimum, row.limits.maximum);
 }
 
-/// Thresholds and analog limits come in pairs; the rule is looked at for the second of a pair.
+/// Thresholds and analog limits come in pairs; the rule is checked for the second of a pair.
 bool keepsDistance(const ParameterSet& set, const ParameterDef& row, std::int32_t stored)
 {
     return row.apart.partner == nullptr || std::abs(std::int64_t{set.*row.apart.partner} - stored) >= row.apart.least;

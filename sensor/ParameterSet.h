@@ -1,4 +1,4 @@
-// The values of the sensor's parameters, and what the sensor says of itself.
+// The values of the sensor's parameters, and what the sensor reports about itself.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ inline constexpr std::string_view TypeName(bool serial)
     return serial ? kSerialType : kProfibusType;
 }
 
-/// The values of all parameters: indexes of lists, or plain numbers. A new one has all at their defaults.
+/// The values of all parameters: indexes of lists, or plain numbers. A new set holds the defaults.
 struct ParameterSet {
 #define PARAMETER(name, standard, ...) std::int32_t name = (standard);
 #include "sensor/ParameterTable.inc"
@@ -32,14 +32,14 @@ struct ParameterSet {
     bool operator==(const ParameterSet&) const = default;
 };
 
-/// What a sensor says of itself.
+/// What a sensor reports about itself.
 struct SensorIdentity {
     std::string DeviceType{kSerialType};
     std::string Attenuator, SerialNo, SWVersion, SWBuild, SWDate, HWPointer;
     bool operator==(const SensorIdentity&) const = default;
 };
 
-/// Whether a set is one of a serial sensor; a node address of 0 or more makes it one of a Profibus sensor.
+/// Whether a set belongs to a serial sensor; a node address of 0 or more makes it the set of a Profibus sensor.
 inline bool IsSerial(const ParameterSet& set)
 {
     return set.NodeAddress < 0;

@@ -47,7 +47,7 @@ std::string WireValue(const ParameterSet& set, std::string_view code)
     if (row->wireTexts.empty()) {
         return std::to_string(set.*row->value);
     }
-    // A value that the list does not hold goes out as the default; if that is none, nothing does.
+    // A value outside the list is sent as the default; if the default is outside too, nothing is sent.
     for (const std::int32_t value : {set.*row->value, row->defaultValue}) {
         if (value >= 0 && static_cast<std::size_t>(value) < row->wireTexts.size()) {
             return std::string(row->wireTexts[static_cast<std::size_t>(value)]);

@@ -1,4 +1,4 @@
-// One row for each parameter of the sensor, with everything that is known of it. The rows stand in
+// One row for each parameter of the sensor, with everything that is known about it. The rows are in
 // `sensor/ParameterTable.inc`; a new parameter is a new row there.
 #pragma once
 
@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-/// When the sensor's dump and the configuration files hold a parameter.
+/// For which sensors the dump and the configuration files hold a parameter.
 enum class ParameterGroup : std::uint8_t { Common, EchoFilter, SerialOnly };
 
 /// How the settings window shows a parameter: a box for a number, a list whose index is the stored value, a check box
@@ -39,15 +39,15 @@ enum class EditableWhen : std::uint8_t { Always, Serial, Profibus, AnalogOn, Ana
 
 struct ParameterDef {
     std::int32_t ParameterSet::*value;
-    std::int32_t defaultValue;                     ///< of a new set, and of an empty box within its limits
+    std::int32_t defaultValue;                     ///< for a new set and, clamped to the limits, for an empty box
     std::int32_t codeId;                           ///< the order in which an upload goes through the codes
     std::string_view code;                         ///< three digits, in commands and in the dump
     std::string_view key;                          ///< in configuration files
-    std::optional<std::int32_t> missingKeyValue{}; ///< of a file that does not name the key, if not the default
+    std::optional<std::int32_t> missingKeyValue{}; ///< for a file without the key, if it is not the default
     ParameterGroup group = ParameterGroup::Common;
     std::span<const std::string_view> wireTexts{}; ///< empty: the value travels as a decimal number
     TextId labelId;                                ///< caption
-    std::span<const TextId> names{};               ///< of the values; if there are none, `sameNames`, else wire texts
+    std::span<const TextId> names{};               ///< of the values; else `sameNames`, else the wire texts
     std::span<const std::string_view> sameNames{}; ///< the same in every language
     struct Limits {
         std::int32_t minimum = 0, maximum = 0;
@@ -55,19 +55,19 @@ struct ParameterDef {
     struct Distance {
         std::int32_t ParameterSet::*partner = nullptr; ///< a row above
         std::int32_t least = 0;
-    } apart{}; ///< another parameter whose value must not come nearer
+    } apart{}; ///< another parameter, whose value must be at least this far away
     int decimals = 0;
     std::string_view unit{}; ///< UTF-8
     ControlKind control = ControlKind::Number;
-    std::string_view controlName{}; ///< of all but boxes for numbers
-    std::int32_t number;            ///< of the box, as in its name; else among lists, check boxes and captions
+    std::string_view controlName{}; ///< of every control except a number box
+    std::int32_t number;            ///< of the number box, as in its name; else among lists, check boxes and captions
     SettingsSection section;
     EditableWhen editable = EditableWhen::Always;
-    std::int32_t sheetLine = 0; ///< in the section on the settings sheet, from 1; 0: not on it
-    std::size_t sheetTabs = 0;  ///< between caption and value there; 0: as many as align it
+    std::int32_t sheetLine = 0; ///< within the section of the settings sheet, from 1; 0: not on it
+    std::size_t sheetTabs = 0;  ///< between caption and value on the sheet; 0: as many as align it
 };
 
-inline constexpr std::size_t kParameterCount = sizeof(ParameterSet) / sizeof(std::int32_t); // it is its rows
+inline constexpr std::size_t kParameterCount = sizeof(ParameterSet) / sizeof(std::int32_t); // one member for each row
 
 /// All parameters in the order of a configuration file.
 std::span<const ParameterDef> ParameterTable();
@@ -106,7 +106,7 @@ inline constexpr std::int32_t kUsualRate = 9600; // bit/s
 /// Index 0..5 of the parameter `Baudrate` as bit/s; 0 for any other.
 std::int32_t RateOfIndex(std::int32_t index);
 
-/// A rate in bit/s if the sensor has it, else `kUsualRate`.
+/// The rate in bit/s if the sensor supports it, else `kUsualRate`.
 std::int32_t SensorRate(std::int32_t rate);
 
 struct UnitDef {
@@ -122,5 +122,5 @@ inline constexpr std::array<UnitDef, 7> kUnits{{{"mm", 1.0, 0},
                                                 {"mi", 1609344.0, 8},
                                                 {"nm", 1852000.0, 8}}};
 
-/// The unit of a `DistanceUnit`; metres for an index outside 0..6, as the set command has it.
+/// The unit of a `DistanceUnit`; metres for an index outside 0..6, as in the set command.
 const UnitDef& UnitOf(std::int32_t distanceUnit);

@@ -20,12 +20,12 @@ enum class Request : std::uint8_t {
     Single, ///< one distance
     LaserOn,
     LaserOff,
-    Store,     ///< the parameters, permanently
-    Defaults,  ///< the factory's
+    Store,     ///< stores the parameters permanently
+    Defaults,  ///< sets the factory defaults
     Parameter, ///< any other frame, and any text that the program does not know
 };
 
-/// What a passed deadline means when nothing has come.
+/// What silence means once the deadline has passed.
 enum class Silence : std::uint8_t {
     Probe,    ///< ask whether a sensor is there
     Poll,     ///< ask for the temperature, as the idle poll or because a measurement was interrupted for it
@@ -44,7 +44,7 @@ struct RequestDef {
     std::array<Silence, 3> silence; ///< by state of the dialogue
 };
 
-/// By `Request`. Deliberate: the answer time of the configuration is not here; it depends on the rate
+/// Indexed by `Request`. Deliberate: the answer time of the configuration is not here; it depends on the rate
 /// (`AnswerTime_ms`).
 inline constexpr RequestDef kRequests[] = {
     // request              text     answer   no dialogue      idle               measuring
@@ -68,7 +68,7 @@ constexpr const RequestDef& RowOf(Request request)
     return kRequests[static_cast<std::size_t>(request)];
 }
 
-/// The request that this text makes when it is sent; `Parameter` for a text without a row of its own.
+/// The request that a command text stands for; `Parameter` for a text without a row of its own.
 Request RequestOf(std::string_view command);
 
 /// Milliseconds that the answer may take at this rate in bit/s, without the margin.
@@ -77,7 +77,7 @@ std::int32_t AnswerTime_ms(std::string_view command, std::int32_t rate);
 /// Milliseconds after a stop in which nothing may be sent.
 std::int32_t StopPause_ms(std::int32_t rate);
 
-/// The request under way, not answered yet.
+/// The request that has been sent and not answered yet.
 struct PendingRequest {
     Request request = Request::None;
     std::string text;      ///< as sent, "m" while measuring

@@ -1,5 +1,5 @@
-// What the values of list parameters are called on the line and in the windows, by stored value: the lists that several
-// places use, and how a row of the parameter table writes its own.
+// The names of list values on the line and in the windows, by stored value: the lists that several places use, and the
+// templates with which a row of the parameter table writes its own.
 #pragma once
 
 #include "texts/TextId.h"
@@ -20,7 +20,7 @@ inline constexpr std::array kStateNames{TextId::StateOff, TextId::StateOn};
 
 template <std::size_t Size>
 struct Literal {
-    char characters[Size]; ///< with the zero at the end
+    char characters[Size]; ///< with the terminating zero
 
     consteval Literal(const char (&text)[Size]) { std::ranges::copy(text, characters); }
 };

@@ -91,7 +91,7 @@ Operation<std::int32_t> ChangingParameter(clsRVQ& device, std::string code)
     }
     Operation<std::int32_t> sending = SendingValueOf(device, device.Parameters(), std::move(code));
     const std::int32_t verdict = co_await sending;
-    // Nothing more goes out from a program that is about to end, to a port that has gone, or to another device.
+    // Nothing more is sent when the program is about to end, when the port has gone, or to another device.
     if (measuring && !device.Wait().Ended && device.PortIsOpen() && device.Openings() == opening) {
         device.StartAfterVerdict(verdict);
     }

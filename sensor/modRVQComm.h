@@ -13,10 +13,11 @@
 
 namespace modRVQComm {
 
-/// Lets the window handle its events, among them the measurement timer; waits for one, so that a wait does not spin.
+/// Lets the window handle its events, the measurement timer among them. Waits for an event, so that a waiting loop does
+/// not spin.
 using PumpEvents = std::function<void()>;
 
-/// Marks a wait for as long as it stands. Throws std::logic_error inside another wait or inside a tick: a timer does
+/// Marks a wait for as long as it exists. Throws std::logic_error inside another wait or inside a tick: a timer does
 /// not fire inside its own slot, so such a wait would never end.
 class WaitScope {
 public:
@@ -29,7 +30,7 @@ private:
     clsRVQ& m_device;
 };
 
-/// Marks a tick of the measurement loop for as long as it stands.
+/// Marks a tick of the measurement loop for as long as it exists.
 class TickScope {
 public:
     explicit TickScope(clsRVQ& device);
@@ -49,42 +50,42 @@ void StopMeasurement(clsRVQ& device);
 /// Code, a blank, the wire value and a carriage return.
 std::string ParameterFrame(const ParameterSet& set, std::string_view code);
 
-// What waits for the sensor is an operation that is driven in steps, one after each tick; what it refers to must
-// outlive it. To be driven within a `WaitScope` that is older than the send, where nothing else is said.
+// Every wait for the sensor is an operation, driven one step after each tick; what it refers to must outlive it.
+// Unless stated otherwise, drive it within a `WaitScope` that began before the send.
 
-/// Waits until the evaluations have brought one of `finals`, which is the result. EventNoAnswer when the sensor does
-/// not answer, and at once when the port is closed or the program ends. What has arrived is looked at before it waits.
-/// The events from before the send must have been forgotten (`clsRVQ::ForgetEvents`).
+/// Waits until the evaluations bring one of `finals` and returns it. Returns EventNoAnswer when the sensor does not
+/// answer, and at once when the port is closed or the program ends. What has already arrived is checked before the
+/// wait. Call `clsRVQ::ForgetEvents` before the send.
 Operation<std::int32_t> AwaitingEvent(clsRVQ& device, std::vector<std::int32_t> finals);
 
-/// Whether the sensor owes the answer to a question that the program has asked by itself: an idle poll, or the
+/// Whether the sensor still owes an answer to a question that the program asked on its own: an idle poll, or the
 /// configuration.
 bool IsAnswerOpen(const clsRVQ& device);
 
-/// Waits until no such answer is open: it has come, or its time has passed. Otherwise it would be taken for the answer
-/// to the next command. Ends at once when the port is closed or the program ends. Needed before whatever is sent for
-/// the operator.
+/// Waits until no such answer is open any more: it has come, or its time has passed. Otherwise it would be taken for
+/// the answer to the next command. Ends at once when the port is closed or the program ends. Needed before every
+/// command of the operator.
 Operation<> AwaitingOpenAnswer(clsRVQ& device);
 
 /// Sends one parameter with the value that `values` has for the code ("999" stores, "000" sets factory defaults) and
-/// waits for the verdict, which is left in `EventNr` and is the result: EventNoAnswer, EventAcknowledged or
-/// EventRefused. A temperature or a dump in its place counts as refused. What the sensor acknowledges is in `device`
-/// afterwards; a refused value leaves it as it was.
+/// waits for the verdict. The verdict stays in `EventNr` and is the result: EventNoAnswer, EventAcknowledged or
+/// EventRefused. A temperature or a dump in its place counts as refused. An acknowledged value is in `device`
+/// afterwards; a refused value leaves `device` as it was.
 Operation<std::int32_t> SendingValueOf(clsRVQ& device, const ParameterSet& values, std::string code);
 
-/// The same with a running measurement stopped before and started again after it, and within a wait of its own. An open
-/// answer must be waited for before the value is set: it may be the sensor's own set. Throws std::logic_error as
+/// The same within a wait of its own; a running measurement is stopped before and restarted afterwards. Wait for an
+/// open answer before you set the value, because the answer may be the sensor's own set. Throws std::logic_error as
 /// `WaitScope` does.
 Operation<std::int32_t> ChangingParameter(clsRVQ& device, std::string code);
 
-// The same for a caller that blocks: it pumps events from one step to the next.
+// The same for callers that block; they pump events between the steps.
 
 /// See `AwaitingEvent`.
 std::int32_t AwaitEvent(clsRVQ& device, std::vector<std::int32_t> finals, const PumpEvents& pumpEvents);
 /// See `AwaitingOpenAnswer`.
 void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents);
-/// `SendingValueOf` the device's own set, within a wait of its own and once no answer is open. Throws std::logic_error
-/// as `WaitScope` does, and while the sensor measures, when no verdict would ever come.
+/// Like `SendingValueOf` with the device's own set, but within a wait of its own and once no answer is open.
+/// Throws std::logic_error as `WaitScope` does, and while the sensor measures, because no verdict would ever come.
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 /// See `SendingValueOf`.
 std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,

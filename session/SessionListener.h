@@ -1,6 +1,6 @@
-// What a session tells: a window, a program on the command line and a service each listen to what they need. Nothing is
-// asked back, so that a session runs the same with any face or none. Every operation is called within a tick, a command
-// or a playback, and does nothing unless a listener overrides it.
+// What a session reports. A window, a command-line program or a service listens to what it needs. A session never asks
+// anything back, so it runs the same with any front end or with none. Every operation is called during a tick, a
+// command or a playback, and does nothing unless a listener overrides it.
 #pragma once
 
 #include "plot/clsChartData.h"
@@ -42,23 +42,24 @@ public:
     // The line and the dialogue.
     /// Raw text that the sensor has sent, never empty.
     virtual void Echo(std::string_view received) { static_cast<void>(received); }
-    /// The dialogue as `clsRVQ::CommStatus` has it: 0 no connection, 1 idle, 2 measuring. When it has changed.
+    /// The state of the dialogue, as in `clsRVQ::CommStatus`: 0 no connection, 1 idle, 2 measuring. Called when it has
+    /// changed.
     virtual void ShowDialogue(std::int32_t commStatus) { static_cast<void>(commStatus); }
-    /// A panel (1 messages, 3 clock) of a status bar, UTF-8.
+    /// The text of a status bar panel (1 messages, 3 clock), UTF-8.
     virtual void ShowStatus(std::int32_t panel, std::string_view text)
     {
         static_cast<void>(panel);
         static_cast<void>(text);
     }
-    /// Whenever it changes.
+    /// Called whenever the rule changes.
     virtual void ShowRule(const ControlRule& rule) { static_cast<void>(rule); }
-    /// What the sensor has reported of averaging and laser; to be shown without sending it back.
+    /// The averaging and laser settings that the sensor has reported. Show them without sending them back.
     virtual void ShowSensorSettings(const SensorSettings& settings) { static_cast<void>(settings); }
-    /// A tick has come to its end.
+    /// Called at the end of a tick.
     virtual void Ticked() {}
 
     // The measurement.
-    /// The sensor has sent a measurement. `temperature` is the text that was read last, one byte a character.
+    /// The sensor has sent a measurement. `temperature` is the text read last, one byte per character.
     virtual void Measured(const Measurement& measurement, std::string_view temperature)
     {
         static_cast<void>(measurement);
@@ -66,15 +67,15 @@ public:
     }
     /// The text of the distance, live or from a recording; empty when nothing is measured.
     virtual void ShowDistance(const std::string& text) { static_cast<void>(text); }
-    /// The sensor's temperature text, live or from a recording, one byte a character.
+    /// The sensor's temperature text, live or from a recording, one byte per character.
     virtual void ShowTemperature(const std::string& text) { static_cast<void>(text); }
-    /// Continuous measurement is running: a start button reads "Stop".
+    /// Whether continuous measurement is running; a start button then reads "Stop".
     virtual void ShowRunning(bool running) { static_cast<void>(running); }
-    /// The sensor has shut its laser down.
+    /// Whether the sensor has shut down its laser.
     virtual void ShowShutDown(bool shutDown) { static_cast<void>(shutDown); }
 
     // The curve.
-    /// Forgets the curve; a new run begins.
+    /// Clears the curve; a new run begins.
     virtual void ResetChart() {}
     /// The unit of the values that follow.
     virtual void ShowUnit(std::string_view unit) { static_cast<void>(unit); }
@@ -84,7 +85,7 @@ public:
         static_cast<void>(time);
         static_cast<void>(value);
     }
-    /// No value at this time: what comes later is not joined to what was before.
+    /// There is no value at this time, and the curve is not joined across it.
     virtual void AddChartGap(double time) { static_cast<void>(time); }
     /// Points of a recording that is played, in order; one without a value is a gap. Unless it is overridden each of
     /// them comes as a point or a gap.
@@ -100,9 +101,9 @@ public:
     }
     /// The right end of the curve while measuring.
     virtual void ShowChartTime(double time) { static_cast<void>(time); }
-    /// Values of another unit or run follow: an automatic value axis starts from nothing.
+    /// Values of another unit or run follow: an automatic value axis starts afresh.
     virtual void ForgetRange() {}
-    /// An automatic value axis is to fit the newest values, which are in a unit of so many millimetres.
+    /// Fits an automatic value axis to the newest values. `millimetres` is the length of their unit.
     virtual void FitValueAxis(const clsFIFO& newest, double millimetres)
     {
         static_cast<void>(newest);
@@ -120,14 +121,14 @@ public:
         static_cast<void>(file);
         static_cast<void>(why);
     }
-    /// What there was to tell of recordings in this tick has been told.
+    /// Called when everything about recordings in this tick has been reported.
     virtual void FilesServed() {}
-    /// A recording is played from now on: the points that follow are its lines.
+    /// A playback begins: the points that follow are the lines of a recording.
     virtual void PlaybackBegins() {}
-    /// Every line has been told, or all that can be read: the time axis can be placed. The texts of the last one
-    /// follow.
+    /// All lines, or all that can be read, have been reported, so the time axis can be placed. The texts of the last
+    /// line follow.
     virtual void PlaybackLoaded(const modPlayback::Loaded& loaded) { static_cast<void>(loaded); }
-    /// The playback is over, the texts of its last line included.
+    /// The playback is over, and the texts of its last line have been reported.
     virtual void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded)
     {
         static_cast<void>(file);

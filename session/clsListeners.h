@@ -1,4 +1,4 @@
-// All who listen to a session, as one listener: what it hears goes to each of them, in the order in which they came.
+// Passes everything it hears on to all listeners of a session, in the order in which they were added.
 #pragma once
 
 #include "session/SessionListener.h"
@@ -9,7 +9,7 @@
 
 class clsListeners final : public SessionListener {
 public:
-    /// `listener` must leave before it goes. It may come and leave while something is told.
+    /// `listener` must be removed before it is destroyed. Listeners may be added and removed during a report.
     void Add(SessionListener& listener) { m_listeners.push_back(&listener); }
     void Remove(SessionListener& listener) { std::ranges::replace(m_listeners, &listener, nullptr); }
 
@@ -119,7 +119,7 @@ public:
     }
 
 private:
-    /// By index, and a place of one who has left is skipped: a listener may come or leave meanwhile.
+    /// Goes by index and skips the places of removed listeners, since a listener may be added or removed meanwhile.
     template <typename Operation>
     void tell(const Operation& operation)
     {

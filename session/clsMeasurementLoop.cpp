@@ -59,8 +59,8 @@ void clsMeasurementLoop::showSensorSettings()
                                    .RedLaser = m_device.Identity().HWPointer != "off"});
 }
 
-/// A clock set back (summer time ends, a time server corrects) must not put the deadlines out of reach, and one set
-/// forward, or a machine that has slept, must not make them all pass at once.
+/// A clock that is set back (summer time ends, a time server corrects it) must not put the deadlines out of reach. A
+/// clock that is set forward, or a machine that has slept, must not let them all pass at once.
 void clsMeasurementLoop::absorbClockJump(double now)
 {
     const double before = std::exchange(m_previousTime, now);
@@ -86,8 +86,8 @@ void clsMeasurementLoop::servePort()
     askForUnit();
 }
 
-/// An evaluation ends at the first damaged frame and drops one byte of it. What stands behind it belongs to the same
-/// tick, or a noisy fast line would fall behind for ever; of all the damage in it one event tells.
+/// An evaluation ends at the first damaged frame and drops one byte of it. The bytes behind it are evaluated in the
+/// same tick, or a noisy fast line would fall behind for ever. One event reports all the damage in a tick.
 void clsMeasurementLoop::evaluate()
 {
     m_device.EvaluateInBuffer();
@@ -120,13 +120,14 @@ void clsMeasurementLoop::reopenPort()
     m_device.ForgetDialogue();
 }
 
-/// One opening at a time: one that takes several ticks is followed to its end. A port that has not opened, or has
-/// vanished soon after, is tried with growing pauses; another port, or other devices than at the last try, at once.
+/// Only one opening runs at a time; one that takes several ticks is followed to its end. A port that does not open, or
+/// vanishes soon after, is tried again with growing pauses. Another port, or other devices than at the last attempt, is
+/// tried at once.
 void clsMeasurementLoop::tryPort()
 {
     const bool isAnother = std::exchange(m_triedPort, m_settings.Comport) != m_settings.Comport;
     if (isAnother) {
-        m_device.CloseComPort(); // an opening of the one before
+        m_device.CloseComPort(); // the port before may still be opening
     } else if (m_device.PortIsOpening()) {
         m_device.ContinueOpening();
         return;
@@ -157,7 +158,7 @@ void clsMeasurementLoop::dispatch()
         break;
     case EventCrcError:
         if (m_device.NewDistance()) {
-            newDistance(); // the damage came behind a good value
+            newDistance(); // a good value came before the damage
         }
         status(TextId::StatusCrcError);
         break;
@@ -172,7 +173,7 @@ void clsMeasurementLoop::dispatch()
 void clsMeasurementLoop::noAnswer()
 {
     if (m_device.Parameters().OutputMode == OutputSingle) {
-        return; // a sensor that sends when it likes owes no answer
+        return; // a sensor that sends at any time owes no answer
     }
     if (m_device.TempStatus() == 0 && m_measuring) {
         m_listener.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
@@ -210,7 +211,7 @@ void clsMeasurementLoop::newTemperature()
     if (m_device.CommStatus() == DialogueMeasuring) {
         modRVQComm::StartMeasurement(m_device);
     } else if (m_device.CommStatus() == DialogueIdle && m_measuring && m_device.Pending() != Request::Configuration) {
-        // Not while the evaluation reads the configuration; the next poll resumes then.
+        // Not while the evaluation reads the configuration; the next poll then resumes the measurement.
         startStop(m_device.CommStatus());
     }
 }
@@ -222,11 +223,11 @@ void clsMeasurementLoop::newConfiguration()
     status(TextId::StatusNewConfiguration);
 }
 
-/// Right after a distance: the stop. The evaluation asks for the temperature once the line is quiet, and the event of
-/// the temperature resumes the measurement; the dialogue counts as measuring all the while.
+/// Sends the stop right after a distance. The evaluation asks for the temperature once the line is quiet, and the
+/// temperature event resumes the measurement. The dialogue counts as measuring throughout.
 void clsMeasurementLoop::interruptForTemperature()
 {
-    // A command throws away what is due, so that comes first.
+    // A command discards replies that are due, so these come first.
     const bool due = m_pollTemperature && m_device.IsTemperatureDue() && !m_device.HasDue();
     if (!due || m_device.Wait().Running || m_device.CommStatus() != DialogueMeasuring) {
         return;
@@ -235,7 +236,8 @@ void clsMeasurementLoop::interruptForTemperature()
     m_temperaturePending = true;
 }
 
-/// The sensor has been set up anew by somebody else. A measurement resumes with the next poll.
+/// Asks for the configuration when the sensor seems to have been set up from elsewhere. A measurement resumes with the
+/// next poll.
 void clsMeasurementLoop::askForUnit()
 {
     const bool mayAsk = m_device.CommStatus() == DialogueMeasuring ||
@@ -250,8 +252,8 @@ void clsMeasurementLoop::askForUnit()
     m_device.SendCommand(Request::Configuration);
 }
 
-/// A single value that never came leaves "G" as the last command, in which state the evaluation asks nothing any more
-/// and a dead line would look alive. The idle sensor is asked for its temperature again, as at any other time.
+/// A single value that never comes leaves "G" as the last command. In this state the evaluation asks nothing more, and
+/// a dead line would look alive. So the idle sensor is asked for its temperature again, as usual.
 void clsMeasurementLoop::pollAfterSilentSingle()
 {
     const bool silent = m_device.Pending() == Request::Single && m_device.CommStatus() != DialogueNone &&
@@ -329,8 +331,8 @@ void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
     }
 }
 
-/// However long nothing comes, one mark keeps the curve from being joined across. After a playback it waits for the
-/// next value: it takes the place of a played point.
+/// One mark keeps the curve from being joined across a gap of any length. After a playback the mark waits for the next
+/// value, because it takes the place of a played point.
 void clsMeasurementLoop::breakCurve(double time)
 {
     if (m_breaksAfterPlaying || std::exchange(m_inGap, true)) {

@@ -1,5 +1,5 @@
-// The measurement loop: what happens every 50 ms, in which order, and what the operator's commands do to it.
-// It has no widgets; it drives a device and tells a listener.
+// The measurement loop: what happens every 50 ms, in which order, and what the operator's commands do to it. It has no
+// widgets; it drives a device and reports to a listener.
 #pragma once
 
 #include "base/Operation.h"
@@ -23,32 +23,33 @@ class clsMeasurementLoop {
 public:
     static constexpr std::int32_t kInterval_ms = 50;
 
-    /// All three must outlive the loop. `decimalSeparator` is that of the user's locale.
+    /// All three must outlive the loop. `decimalSeparator` comes from the user's locale.
     clsMeasurementLoop(clsRVQ& device, const modGlobals::Settings& settings, SessionListener& listener,
                        char decimalSeparator);
 
-    /// One tick at the local time `now` (days since 1899-12-30): reads and evaluates, shows what came, re-opens a
-    /// closed port. While somebody waits for the sensor it sends nothing.
+    /// One tick at the local time `now` (days since 1899-12-30): reads and evaluates, shows what has come, reopens a
+    /// closed port. Sends nothing while a wait for the sensor is running.
     void Tick(double now);
 
-    /// Lets the window handle its events for `kPass_ms` and returns the local time then.
+    /// Lets the window handle its events for `kPass_ms` and returns the local time afterwards.
     using NextPass = std::function<double()>;
     static constexpr std::int32_t kPass_ms = 100;
 
-    /// Lets the window handle its events while a command waits until an idle poll is answered; ticks go on meanwhile.
-    /// Empty: no command waits.
+    /// Lets the window handle its events while a command waits for the answer to an idle poll; ticks continue
+    /// meanwhile. When it is empty, commands do not wait.
     modRVQComm::PumpEvents PumpEvents;
 
-    /// Starts continuous measurement, or stops it. A sensor with single output is asked for one value instead, which is
-    /// waited for in at most 41 passes.
+    /// Starts or stops continuous measurement. A sensor with single output is asked for one value instead; the wait for
+    /// it takes at most 41 passes.
     void StartStop(const NextPass& nextPass);
-    /// Measuring begins by itself once the sensor answers, as it does after a lost connection.
+    /// Starts measuring as soon as the sensor answers, as after a lost connection.
     void MeasureWhenConnected() { m_measuring = true; }
     /// Asks for one value; it arrives in a later tick.
     void RequestSingleValue();
-    /// Switches the marker laser, with a running measurement stopped before and started again after it.
+    /// Switches the marker laser. A running measurement is stopped before and restarted afterwards.
     void SwitchRedLaser(bool on);
-    /// Sends a parameter ("301", "304") with a new value, likewise. What the sensor refuses is taken back and shown.
+    /// Sends a parameter ("301", "304") with a new value, also between stop and restart. A refused value is taken back,
+    /// and the old one is shown.
     void ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
                        const modRVQComm::PumpEvents& pumpEvents);
     // The same commands as operations, for a session that is driven by ticks alone: one step after each tick.
@@ -64,26 +65,27 @@ public:
     void PollTemperature(bool poll) { m_pollTemperature = poll; }
     /// Closes the port and opens the one that the settings name.
     void ChangePort();
-    /// Takes over the rate that the settings name.
+    /// Applies the rate from the settings.
     void ChangeBaudrate();
-    /// Shows a measurement, live or played back: the number and, if it is one, a point of the chart.
+    /// Shows a measurement, live or played back, as a text and, if it has a value to draw, as a point of the chart.
     void Show(const Measurement& measurement);
-    /// Lets an automatic value axis fit the newest values.
+    /// Fits an automatic value axis to the newest values.
     void FitRange();
 
-    /// A recording is played from now on: what is shown becomes points of the chart only, a change of the unit resets
-    /// nothing, and the histories begin anew.
+    /// Begins a playback: measurements become points of the chart only, a change of unit resets nothing, and the
+    /// histories start empty.
     void BeginPlaying();
-    /// Tells the points that are still held back; they go on in pieces.
+    /// Passes on the points that are still held back; played points go on in pieces.
     void TellPlayed();
-    /// Nothing is played any more: shows the texts of the last measurement, if there was one, and fits the value axis.
+    /// Ends the playback: shows the texts of the last measurement, if there was one, and fits the value axis.
     void EndPlaying(const std::optional<Measurement>& last);
-    /// The window goes: every wait ends, the port is closed, nothing more is sent.
+    /// Called when the window closes: ends every wait and closes the port; nothing more is sent.
     void Unload();
 
-    /// Continuous measurement was started and not stopped; it survives a lost connection, so that measuring resumes.
+    /// Whether continuous measurement was started and not stopped. A lost connection does not change it, so measuring
+    /// resumes.
     bool IsMeasuring() const { return m_measuring; }
-    /// A temperature was asked for and has not come.
+    /// Whether a temperature was requested and has not come yet.
     bool IsTemperaturePending() const { return m_temperaturePending; }
     /// The newest values and their times.
     const clsFIFO& Values() const { return m_values; }
@@ -127,8 +129,8 @@ private:
     bool m_measuring = false;
     bool m_pollTemperature = false;
     bool m_temperaturePending = false;
-    double m_previousTick = 0.0; ///< the last one that came to its end
-    double m_previousTime = 0.0; ///< of the last one, whether it did or not
+    double m_previousTick = 0.0; ///< the last one that was completed
+    double m_previousTime = 0.0; ///< of the last tick, completed or not
     double m_clock_ms = 0.0;
     std::int32_t m_shownUnit = -1;
     clsBackOff m_backOff{kInterval_ms};
@@ -136,7 +138,7 @@ private:
     bool m_passing = false; ///< the passes read the port, not the tick
     bool m_inGap = true;
     bool m_playing = false;
-    bool m_breaksAfterPlaying = false; ///< what was played has its gap to the next value still to come
+    bool m_breaksAfterPlaying = false; ///< the gap between played points and the next value is still to come
     static constexpr std::size_t kPlayedPiece = 4096;
     std::vector<ChartPoint> m_played;
     std::optional<ControlRule> m_shownRule;

@@ -24,7 +24,7 @@ void clsMeasurementLoop::StartStop(const NextPass& nextPass)
 
 Operation<> clsMeasurementLoop::StartingOrStopping(bool waits, int stepsPerPass)
 {
-    // As the operator sees it: an answer that does not come changes the dialogue.
+    // The state that the operator sees: a missing answer would change it during the wait.
     const std::int32_t before = m_device.CommStatus();
     if (!mayStart()) {
         co_return;
@@ -42,11 +42,11 @@ Operation<> clsMeasurementLoop::StartingOrStopping(bool waits, int stepsPerPass)
     showRule();
 }
 
-/// The answer to an idle poll would be taken for the one to the operator's command. False when nothing may be sent any
-/// more.
+/// Waits for the answer to an idle poll, which would be taken for the answer to the operator's command. False when
+/// nothing more may be sent.
 Operation<bool> clsMeasurementLoop::awaitingOpenAnswer(bool waits)
 {
-    // While a recording is loaded no tick runs that would bring the answer.
+    // While a recording is being loaded, no tick runs that could bring the answer.
     if (!waits || m_playing || !modRVQComm::IsAnswerOpen(m_device)) {
         co_return true;
     }
@@ -78,7 +78,7 @@ void clsMeasurementLoop::startStop(std::int32_t before)
     m_measuring = m_device.CommStatus() == DialogueMeasuring;
 }
 
-/// The sensor sends its value when it likes. Nobody else may send meanwhile.
+/// The sensor sends its value at any time. Nothing else may be sent meanwhile.
 Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
 {
     const modRVQComm::WaitScope wait(m_device);
@@ -87,7 +87,7 @@ Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
     const bool found = co_await passes;
     m_measuring = false;
     if (m_device.Wait().Ended || m_device.Openings() != opening) {
-        co_return; // the window goes, or the operator has chosen another port, which the ticks serve
+        co_return; // the window closes, or the operator has chosen another port, which the ticks serve
     }
     m_listener.ShowRunning(false);
     m_device.EndSingleOutput(found);
@@ -152,7 +152,7 @@ Operation<> clsMeasurementLoop::SwitchingRedLaser(bool on, bool waits)
     if (measuring) {
         modRVQComm::StartMeasurement(m_device);
     }
-    showSensorSettings(); // what was read meanwhile told of the laser as it was
+    showSensorSettings(); // what was read meanwhile showed the laser's old state
 }
 
 void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
@@ -166,7 +166,7 @@ Operation<> clsMeasurementLoop::ChangingSetting(std::string code, std::int32_t P
 {
     bool isConnected = mayStart();
     if (isConnected) {
-        // Before the value is set: the answer may be the sensor's own set.
+        // Waits before the value is set, because the answer may be the sensor's own set.
         Operation<bool> waiting = awaitingOpenAnswer(waits);
         isConnected = co_await waiting;
     }
@@ -205,7 +205,7 @@ Operation<> clsMeasurementLoop::RequestingSingleValue(bool waits)
 void clsMeasurementLoop::ChangePort()
 {
     m_device.CloseComPort();
-    m_backOff.Restart(); // the operator's choice is tried at once, also of the same port
+    m_backOff.Restart(); // the operator's choice is tried at once, even if it is the same port
     reopenPort();
 }
 

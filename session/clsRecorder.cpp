@@ -8,10 +8,10 @@
 
 namespace {
 
-/// A quick disk is done within this time, so that nobody reads of a wait that is over at once.
+/// A fast disk finishes within this time, so no message appears about a wait that is over at once.
 constexpr std::chrono::milliseconds kBriefly{100};
 
-/// Closes a file in a thread that nobody has to wait for: not the outcome either, unlike that of std::async.
+/// Closes a file in a detached thread. Unlike a future of std::async, the outcome does not wait for it either.
 std::future<std::error_code> closeBeside(clsRecordFile&& file)
 {
     auto closing = std::make_shared<std::packaged_task<std::error_code()>>(
@@ -20,7 +20,7 @@ std::future<std::error_code> closeBeside(clsRecordFile&& file)
     try {
         std::thread([closing] { (*closing)(); }).detach();
     } catch (const std::system_error&) {
-        (*closing)(); // no further thread is to be had
+        (*closing)(); // no more threads are available
     }
     return outcome;
 }

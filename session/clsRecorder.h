@@ -1,4 +1,4 @@
-// The recorder without its window: what it does now, which file it has, and the recording itself. The main window and
+// The recorder without its window: what it is doing, which file it uses, and the recording itself. The main window and
 // the recorder window share one.
 #pragma once
 
@@ -27,51 +27,52 @@ public:
     explicit clsRecorder(std::filesystem::path folder, clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
         : m_folder(std::move(folder)), m_flush(flush)
     {}
-    /// A running recording is stopped. What is on its way to the disk is not waited for.
+    /// Stops a running recording. Does not wait for lines that are on their way to the disk.
     ~clsRecorder() { Stop(); }
     clsRecorder(const clsRecorder&) = delete;
     clsRecorder& operator=(const clsRecorder&) = delete;
 
-    /// Begins a recording in the next free file. Throws what clsRecordFile throws; nothing runs then.
+    /// Begins a recording in the next free file. Throws what clsRecordFile throws; no recording runs then.
     void StartRecording();
     /// Writes a measurement with the temperature that was read last; only while recording. Throws what RecordLine
     /// throws, and goes on recording. An error of the file stops the recording; `Failure` says why.
     void Record(const Measurement& measurement, std::string_view temperature);
-    /// Lets lines reach the disk in time, and takes note of the ended recordings that have reached it; for every tick,
-    /// at the local time `now`.
+    /// Flushes lines to the disk in time, and notes which ended recordings have reached it. Call it in every tick with
+    /// the local time `now`.
     void Flush(double now);
-    /// Begins to play a file.
+    /// Begins playing a file.
     void StartPlaying(const std::filesystem::path& file);
-    /// Ends whatever runs. A recording without a single line leaves no file. The disk may take many seconds for the
-    /// last lines, so a thread waits for it; see `IsWriting`. Another recording or a playback may begin meanwhile.
+    /// Ends a recording or a playback. A recording without a single line leaves no file. The disk may take many seconds
+    /// for the last lines, so a thread waits for it; see `IsWriting`. Another recording or a playback may begin
+    /// meanwhile.
     void Stop();
-    /// A recording that has ended is still on its way to the disk.
+    /// Whether a recording that has ended is still on its way to the disk.
     bool IsWriting() const { return !m_writing.empty(); }
-    /// Waits for that, `patience` at most. Whether all is on the disk or has failed.
+    /// Waits for all ended recordings, for `patience` at most. True when each is on the disk or has failed.
     bool FinishWriting(std::chrono::milliseconds patience);
-    /// The program has this file open, by whatever name: it is being recorded or written, or was played.
+    /// Whether the program has this file open under any name: it is being recorded or written, or was played.
     bool IsInUse(const std::filesystem::path& file) const;
 
-    /// What it did last or does now; `RecorderIdle` before the first time.
+    /// What the recorder is doing or did last; `RecorderIdle` before it has done anything.
     RecorderMode LastMode() const { return m_lastMode; }
-    /// The folder of recordings, or what holds it as long as nothing was recorded: one that exists, for a file dialog.
+    /// The folder of recordings or, before it exists, its parent folder. A file dialog starts there.
     std::filesystem::path NearestFolder() const;
-    /// Lines of the recording that runs, or ran last.
+    /// The number of lines in the running or last recording.
     std::int64_t Lines() const { return m_lines; }
-    /// Measurements come and cannot be written, because no temperature has been read yet.
+    /// Whether measurements cannot be written because no temperature has been read yet.
     bool WaitsForTemperature() const { return m_waitsForTemperature; }
-    /// Why the last recording has ended by itself, or could not be closed; false while there is nothing to say.
+    /// Why the last recording ended by itself or could not be closed; false when it has no such failure.
     const std::error_code& Failure() const { return m_failure; }
     struct LateFailure {
         std::string file;
         std::error_code error;
     };
-    /// The recordings that could not be closed after something else had begun; each is told once.
+    /// The recordings that could not be closed after something else had begun; each is reported once.
     std::vector<LateFailure> TakeLateFailures() { return std::exchange(m_lateFailures, {}); }
 
     std::int32_t Mode = RecorderIdle;
     std::string FileName; ///< full path of the file that is or was recorded or played
-    /// The recorder window exists; closing it by its frame leaves this set.
+    /// Whether the recorder window exists. Its close box leaves this set.
     bool IsOpen = false;
     /// Files that were played.
     std::vector<FileHandle> Played;

@@ -1,6 +1,6 @@
-// The folder session/ is what one sensor's session is without a face: the measurement and its loop, transfers,
-// recording, playback. The dialogue itself is sensor/'s, files are store/'s, and windows are ui/'s. Here: all of it in
-// one object, which a window, a program on the command line or a service drives with ticks and listens to.
+// The folder session/ runs a session with one sensor, without a front end: measurement loop, transfers, recording,
+// playback. The dialogue itself belongs to sensor/, files to store/ and windows to ui/. Here: the whole session in one
+// object. A window, a command-line program or a service drives it with ticks and listens to it.
 #pragma once
 
 #include "base/Operation.h"
@@ -22,44 +22,46 @@
 
 class clsSession : private SessionListener {
 public:
-    /// `settings` must outlive the session; the port number and the rate in it are followed. Recordings are made in
-    /// `folder`, which is created with the first one. `decimalSeparator` is that of the user's locale.
+    /// `settings` must outlive the session; the session follows the port number and the rate in it. Recordings are made
+    /// in `folder`, which is created with the first one. `decimalSeparator` comes from the user's locale.
     clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings, std::filesystem::path folder,
                char decimalSeparator, clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk);
-    /// Ends the session; what is still on its way to the disk is not waited for.
+    /// Ends the session without waiting for lines that are still on their way to the disk.
     ~clsSession() override;
     clsSession(const clsSession&) = delete;
     clsSession& operator=(const clsSession&) = delete;
 
-    /// A listener must leave before it goes.
+    /// A listener must call `Leave` before it is destroyed.
     void Listen(SessionListener& listener) { m_listeners.Add(listener); }
     void Leave(SessionListener& listener) { m_listeners.Remove(listener); }
 
     /// One tick at the local time `now` (days since 1899-12-30), `clsMeasurementLoop::kInterval_ms` after the last one.
-    /// While a recording is played the measurement waits.
+    /// The measurement waits while a recording is played.
     void Tick(double now);
-    /// Lets recorded lines reach the disk in time and tells what has become of recordings. In every tick, before `Tick`
-    /// and apart from it: whatever happens to a file, the measurement goes on, and the other way round.
+    /// Flushes recorded lines to the disk in time and reports what has become of recordings. Call it in every tick,
+    /// before `Tick` and separately: the measurement then continues whatever happens to a file, and vice versa.
     void ServeFiles(double now);
-    /// Continuous measurement runs, or the sensor is waited for: nothing can be played.
+    /// Whether continuous measurement or a wait for the sensor is running; nothing can be played then.
     bool IsBusy() const { return m_loop.IsMeasuring() || m_device.Wait().Running; }
 
-    /// Takes an operation of this session (`Loop().ChangingSetting(...)`, `clsTransfer::Downloading()`), which goes on
-    /// a step after each tick; one after another. What it throws comes out of the tick, and it is over then.
+    /// Queues an operation of this session (`Loop().ChangingSetting(...)`, `clsTransfer::Downloading()`). It makes one
+    /// step after each tick; operations run one after another. An exception comes out of the tick and ends the
+    /// operation.
     void Start(Operation<> operation) { m_operations.push_back(std::move(operation)); }
-    /// Operations that are not over.
+    /// The number of unfinished operations.
     std::size_t Operations() const { return m_operations.size(); }
 
     /// Begins a recording. Throws what clsRecorder::StartRecording throws.
     void StartRecording();
-    /// Plays a recording: listeners get its lines as if they had just been measured, in one pass. `goOn` is called now
-    /// and then with how much has been read, 0..1; false ends the loading. Ends early, too, when the recorder is
-    /// stopped.
+    /// Plays a recording in one pass: listeners get its lines as if they had just been measured. `goOn` is called now
+    /// and then with the fraction read so far, 0..1; returning false ends the loading, and so does stopping the
+    /// recorder.
     modPlayback::Loaded Play(const std::filesystem::path& file, const std::function<bool(double fraction)>& goOn);
 
     /// Ends waits, recording and playback, and closes the port; nothing more is sent.
     void End();
-    /// After the end: waits until the last recording is on the disk, `patience` at most. Whether it is.
+    /// After `End`: waits until the last recording is on the disk, for `patience` at most. See
+    /// `clsRecorder::FinishWriting`.
     bool FinishWriting(std::chrono::milliseconds patience) { return m_recorder.FinishWriting(patience); }
 
     const SerialPort& Port() const { return *m_port; }
@@ -80,5 +82,5 @@ private:
     clsMeasurementLoop m_loop;
     clsRecorder m_recorder;
     std::deque<Operation<>> m_operations;
-    std::error_code m_toldFailure; ///< of the recorder
+    std::error_code m_toldFailure; ///< the recorder's failure that was reported last
 };

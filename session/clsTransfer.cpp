@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kRainFilter = "351";
 
-/// Whether the parameter goes out for this configuration; the rain filter and the echo parameters apart.
+/// Whether the parameter is sent for this configuration; does not decide on the rain filter and the echo parameters.
 bool isSent(const ParameterDef& row, const ParameterSet& set)
 {
     const bool serial = IsSerial(set);
@@ -22,7 +22,7 @@ bool isSent(const ParameterDef& row, const ParameterSet& set)
     return serial || (row.group != ParameterGroup::SerialOnly && row.code != "603");
 }
 
-/// The sensor's set and what it says of itself; name, file and description stay.
+/// Copies the sensor's set and what it reports about itself; name, file and description stay.
 void copySet(const clsRVQ& device, Configuration& entry)
 {
     entry.Parameters = device.Parameters();
@@ -94,7 +94,7 @@ Operation<> clsTransfer::running(std::vector<TransferJob> jobs)
         }
     };
     const BusyScope busy(*this);
-    // One wait over all of it, the questions included: no idle poll comes between two commands.
+    // One wait covers everything, the questions included, so no idle poll comes between two commands.
     const modRVQComm::WaitScope wait(m_device);
     const bool measuring = m_device.CommStatus() == DialogueMeasuring;
     m_opening = m_device.Openings();
@@ -143,7 +143,7 @@ Operation<bool> clsTransfer::performing(TransferJob job)
     co_return !m_device.Wait().Ended;
 }
 
-/// False when it was aborted.
+/// False when the upload was aborted.
 Operation<bool> clsTransfer::sendingAll()
 {
     const std::vector<std::string_view> codes = UploadCodes(m_entry.Parameters, m_device.Identity());
@@ -167,8 +167,8 @@ Operation<bool> clsTransfer::sendingAll()
     co_return true;
 }
 
-/// Sends one value until the sensor takes it or the user gives it up. Ignore when the next one may follow, Retry when
-/// all of them have to be sent again.
+/// Sends one value until the sensor accepts it or the user gives up. Returns Ignore when the next value may follow, and
+/// Retry when all values have to be sent again.
 Operation<FailureAnswer> clsTransfer::sendingOne(std::string code)
 {
     const bool hadSome = m_device.UnstoredChanges();
@@ -196,7 +196,7 @@ Operation<FailureAnswer> clsTransfer::sendingOne(std::string code)
     co_return FailureAnswer::Abort;
 }
 
-/// While the question is open nobody waits for an answer, so silence means nothing.
+/// While the question is open no answer from the sensor is expected, so silence means nothing.
 FailureAnswer clsTransfer::ask(std::int32_t verdict)
 {
     if (m_device.Wait().Ended) {
@@ -211,7 +211,7 @@ FailureAnswer clsTransfer::ask(std::int32_t verdict)
     return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextId::TransferNoResponse : TextId::TransferInvalidCode);
 }
 
-/// The port is closed, or it was and may have another sensor behind it now, or the sensor is silent.
+/// The port is closed, or it was closed and may now have another sensor behind it, or the sensor is silent.
 TextId clsTransfer::whyNothingCame() const
 {
     if (!m_device.PortIsOpen()) {
@@ -220,7 +220,7 @@ TextId clsTransfer::whyNothingCame() const
     return isSameSensor() ? TextId::TransferNoResponse : TextId::StatusNoConnection;
 }
 
-/// Values that were meant for one sensor must not go to another that was plugged in meanwhile.
+/// Values meant for one sensor must not go to another that was plugged in meanwhile.
 bool clsTransfer::isSameSensor() const
 {
     return m_device.Openings() == m_opening;
@@ -243,7 +243,7 @@ Operation<> clsTransfer::readingSet(TransferJob job)
             copySet(m_device, m_entry);
         }
         if (job == TransferJob::ReadBack && !m_isTaken) {
-            m_view.ShowFailed(true); // that the command has failed is said already
+            m_view.ShowFailed(true); // the window already says that the command has failed
         } else if (!m_device.Wait().Ended) {
             m_view.ShowFailure(job == TransferJob::Download ? TextId::TransferNotRead : TextId::TransferNotReadBack,
                                whyNothingCame());

@@ -1,6 +1,5 @@
 // Carries the parameter set between the sensor and its entry in the list of configurations: reading, sending, storing
-// in the sensor, factory defaults. It has no widgets; it shows through a view and waits with the event pump given to
-// it.
+// in the sensor, factory defaults. It has no widgets: it reports to a view and waits with the event pump it is given.
 #pragma once
 
 #include "base/Operation.h"
@@ -15,10 +14,10 @@
 
 enum class TransferJob : std::uint8_t { Upload, Download, ReadBack, Store, Defaults };
 
-/// How far a transfer is.
+/// The progress of a transfer.
 struct TransferProgress {
     std::int32_t step = 0;        ///< 1..steps
-    std::int32_t steps = 0;       ///< 0: nobody can tell, one answer is waited for
+    std::int32_t steps = 0;       ///< 0: unknown, the transfer waits for one answer
     TextId textId = TextId::None; ///< what is being done; while a parameter is sent, its caption
 };
 
@@ -28,33 +27,34 @@ class TransferView {
 public:
     virtual ~TransferView() = default;
 
-    /// Called first and last: controls follow the enabling rule.
+    /// Called at the start and at the end: controls follow the enabling rule.
     virtual void ShowBusy(bool busy) = 0;
     /// The text of `lblStatus`; `None` clears it.
     virtual void ShowStatusText(TextId textId) = 0;
     /// `lblStatus` is red when something has failed, else black.
     virtual void ShowFailed(bool failed) = 0;
-    /// What has failed, and why: red, the second text within the first. It stays to be read while the sensor goes and
-    /// comes.
+    /// Shows what has failed and why, in red, with the second text inside the first. It remains readable when the
+    /// sensor disconnects and comes back.
     virtual void ShowFailure(TextId textId, TextId reasonTextId) = 0;
     virtual void ShowProgress(const TransferProgress& progress) = 0;
-    /// Asks in a box with Abort, Retry and Ignore: that there is a failure, then the reason. The box must close with
-    /// Abort when the main window goes.
+    /// Asks in a box with Abort, Retry and Ignore. The box reports the failure, then the reason. It must close with
+    /// Abort when the main window closes.
     virtual FailureAnswer AskAboutFailure(TextId reasonTextId) = 0;
     /// Selects the device entry's line as the user would: the window shows it, `cmdDelete` follows.
     virtual void SelectDeviceEntry() = 0;
-    /// Selects the line without that, and fills the fields from the device entry.
+    /// Selects the line without these effects, and fills the fields from the device entry.
     virtual void FillFromDeviceEntry() = 0;
 };
 
-/// The codes that an upload sends, in order. What a serial or a Profibus sensor has not is left out. The four values of
-/// the echo filter never go out, the rain filter does, as the last, when one is chosen and `sensor` has it. The
-/// thresholds of Q2 go out only while the analog output, which takes its place, is off; the logic of both always.
+/// The codes that an upload sends, in order. Parameters that the type of sensor (serial or Profibus) does not have are
+/// left out. The four values of the echo filter are never sent. The rain filter is sent last, when one is chosen and
+/// `sensor` has it. The thresholds of Q2 are sent only while the analog output, which takes its place, is off; the
+/// logic of both switches is always sent.
 std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorIdentity& sensor);
 
-/// All four acts return when they have ended, however that was; `pumpEvents` passes the time. A running measurement is
-/// stopped before and started again after them. While one runs, or anybody else waits for the sensor, or the program
-/// ends, another does nothing.
+/// Each of the four acts returns when it has ended, successfully or not; `pumpEvents` passes the time. A running
+/// measurement is stopped before and restarted afterwards. An act does nothing while another act or any other wait for
+/// the sensor is running, or when the program ends.
 class clsTransfer {
 public:
     /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer.
@@ -62,12 +62,12 @@ public:
 
     /// Reads the sensor's set into the entry; a failure leaves the entry as it was.
     void Download();
-    /// Sends the entry's values and reads them back. When nothing is read back, the entry takes what the sensor has
-    /// reported or acknowledged last. Abort, and another sensor on the port, ends it at once: nothing more is sent, and
-    /// a measurement that was stopped is left to the measurement loop, which resumes it. A sensor that has restarted
-    /// has lost what it was sent: Retry begins with the first value then.
+    /// Sends the entry's values and reads them back. When nothing is read back, the entry takes what the sensor last
+    /// reported or acknowledged. Abort, or another sensor on the port, ends the upload at once: nothing more is sent,
+    /// and the measurement loop resumes a measurement that was stopped. A sensor that has restarted has lost the values
+    /// sent to it, so Retry then begins with the first value.
     void Upload();
-    /// Lets the sensor store what it works with ("999").
+    /// Makes the sensor store the values it works with ("999").
     void StoreInSensor();
     /// Sets the sensor to its factory defaults ("000") and reads them back.
     void SetDefaults();
@@ -96,7 +96,7 @@ private:
     TransferView& m_view;
     modRVQComm::PumpEvents m_pumpEvents;
     bool m_busy = false;
-    std::int32_t m_opening = 0;     ///< of the port, when the transfer began
-    TextId m_reason = TextId::None; ///< why the last value was not taken
+    std::int32_t m_opening = 0;     ///< the port's count of openings when the transfer began
+    TextId m_reason = TextId::None; ///< why the last value was not accepted
     bool m_isTaken = false;         ///< the sensor has acknowledged the last "999" or "000"
 };

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// In the unit in which it stays a small number: up to two minutes in seconds, up to two hours in minutes.
+/// Chooses a unit that keeps the number small: seconds up to two minutes, minutes up to two hours, then hours.
 ValueAge inWords(double age_s)
 {
     constexpr double kMost = std::numeric_limits<std::int32_t>::max();

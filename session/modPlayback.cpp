@@ -12,11 +12,11 @@ namespace modPlayback {
 namespace {
 
 constexpr std::uint64_t kReportEvery = std::uint64_t{1} << 18; // bytes, well under a millisecond
-constexpr double kLongestSpan = 14.0;                          // days, whose milliseconds still fit 32 bits
+constexpr double kLongestSpan = 14.0;                          // days; their milliseconds still fit 32 bits
 constexpr std::int32_t kDay_ms = 86400000;
 constexpr std::int32_t kShortestRange_ms = 60000;
 
-/// Fills a measurement as a reply of the sensor would have done.
+/// Fills a measurement as a reply from the sensor would.
 void fill(Measurement& measurement, const modRecordLine::RecordedValue& line, double unit_mm)
 {
     measurement.time = line.time;

@@ -1,4 +1,4 @@
-// Playing a recording: its lines as measurements, and where the chart's time axis has to be for them.
+// Plays a recording: turns its lines into measurements, and works out the chart's time axis for them.
 #pragma once
 
 #include "base/FileHandle.h"
@@ -23,32 +23,31 @@ enum class Outcome : std::uint8_t { Complete, Unreadable, Cancelled };
 
 struct Loaded {
     double first = 0.0, last = 0.0; ///< time stamps, days since 1899-12-30; 0 without any line
-    std::int64_t lines = 0;         ///< shown ones
+    std::int64_t lines = 0;         ///< lines shown
     std::optional<Measurement> end; ///< the last one shown
-    std::string temperature;        ///< of the last line that has one, one byte a character
+    std::string temperature;        ///< of the last line that has one, one byte per character
     Outcome outcome = Outcome::Complete;
-    std::error_code failure; ///< why the file could not be opened or read on; false when its lines are the reason
+    std::error_code failure; ///< why the file could not be opened or read further; false when its lines are the reason
 };
 
-/// What loading needs from outside.
+/// The functions that loading calls.
 struct Stage {
     /// Shows one measurement; it is the same object each time.
     std::function<void(const Measurement&)> show;
-    /// Is told now and then how much has been read, 0..1; false ends the loading.
+    /// Called now and then with the fraction read so far, 0..1; returning false ends the loading.
     std::function<bool(double fraction)> goOn;
 };
 
-/// Shows every line of a recording in one pass, as measurements in the unit and the output format of
-/// `set`. A line that says "No Echo" or "TempError" carries the marker, never a distance. Loading ends, with what it
-/// has, at a line that cannot be read, at any error of the file, and when it is told to. The file stays open in
-/// `played`.
+/// Shows every line of a recording in one pass, as measurements in the unit and the output format of `set`. A line that
+/// says "No Echo" or "TempError" carries the marker, never a distance. Loading ends at a line that cannot be read, at
+/// any error of the file, and when `goOn` returns false; lines loaded by then remain. The file stays open in `played`.
 Loaded LoadData(const std::filesystem::path& file, const ParameterSet& set, const Stage& stage,
                 std::vector<FileHandle>& played);
 
 /// The time axis for a recording.
 struct TimeAxis {
-    std::optional<std::int32_t> range_ms; ///< empty: it keeps its range
-    double origin = 0.0;                  ///< where its divisions are counted from, days since 1899-12-30
+    std::optional<std::int32_t> range_ms; ///< empty: the axis keeps its range
+    double origin = 0.0;                  ///< the start of its divisions, days since 1899-12-30
 };
 
 /// The axis covers the recording if that is longer than a minute, and one day if it is longer than 14 days; its

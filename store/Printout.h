@@ -1,4 +1,4 @@
-// The settings sheet: what the settings window shows as a plain text that can be printed.
+// The settings sheet: the contents of the settings window as plain text that can be printed.
 #pragma once
 
 #include "sensor/Parameters.h"
@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-/// The window's controls as they stand; all texts in Windows-1252.
+/// What the window's controls show; all texts in Windows-1252.
 struct SheetTexts {
     bool serial = true; ///< else a Profibus sensor
     std::string SerialNo, SWVersion, SWBuild, DeviceType;
@@ -22,7 +22,7 @@ std::string SheetText(const SheetTexts& texts, std::int32_t language);
 /// The path of the sheet in a program folder. The name holds a "$": never pass it to a shell.
 std::filesystem::path SheetFile(const std::filesystem::path& programFolder);
 
-/// Replaces the last sheet. False, with the reason in `why`, when it cannot be written; the last sheet is unchanged
-/// then.
+/// Replaces the last sheet. False, with the reason in `why`, when it cannot be written; the last sheet then stays as it
+/// was.
 bool WriteSheet(const std::filesystem::path& programFolder, const SheetTexts& texts, std::int32_t language,
                 std::error_code& why);

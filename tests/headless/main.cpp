@@ -1,4 +1,4 @@
-// A session without a face, as a program: connects to a sensor, prints its parameters, measures and records.
+// A headless session as a program: connects to a sensor, prints its parameters, measures and records.
 //   orvex_headless DEVICE FOLDER COUNT
 #include "base/modAPI.h"
 #include "port/clsPosixPort.h"

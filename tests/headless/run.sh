@@ -1,5 +1,5 @@
 #!/bin/sh
-# Plays a session without a face against the simulated sensor: $1 is orvex_headless, $2 rvqsim.
+# Runs a headless session against the simulated sensor: $1 is orvex_headless, $2 rvqsim.
 set -eu
 folder=$(mktemp -d)
 "$2" --link "$folder/sensor" >/dev/null &
@@ -11,7 +11,7 @@ while [ ! -e "$folder/sensor" ]; do
 done
 "$1" "$folder/sensor" "$folder/REC" 20 >"$folder/said"
 cat "$folder/said"
-# Every parameter, twenty distances, and a recording with as many lines as it says.
+# Expects every parameter, twenty distances, and a recording with as many lines as the program reports.
 [ "$(grep -cE '^[0-9]{3} -?[0-9]+$' "$folder/said")" -eq 29 ]
 [ "$(grep -cE '^[0-9.]+ m$' "$folder/said")" -ge 20 ]
 [ "$(grep -c ' mm; ' "$folder/REC/SAVE0001.rec")" -eq "$(tail -1 "$folder/said" | sed 's/.*: //')" ]

@@ -24,7 +24,7 @@ struct ModelLine : PlayedLine {
     void arrive() override { Arriving += model.Transmit(now_s); }
 };
 
-/// One of the sensors of a plant: its line, its session and what is heard of it.
+/// One of the sensors in a plant: its line, its session and what the session reports.
 struct Site : SessionListener {
     TemporaryFolder folder;
     ModelLine* line;
@@ -49,7 +49,7 @@ struct Plant {
     double now_s = 0.0;
     Site busy{now_s}, other{now_s};
 
-    /// Ticks of both sessions, one after the other.
+    /// Ticks both sessions, one after the other.
     void Run(int ticks)
     {
         for (int tick = 0; tick < ticks; ++tick) {
@@ -59,7 +59,7 @@ struct Plant {
             other.session.Tick(now);
         }
     }
-    /// Values of the other sensor in so many ticks.
+    /// The number of values from the other sensor in this many ticks.
     int Others(int ticks)
     {
         const int before = other.values;

@@ -34,7 +34,7 @@ public:
     void Follow(clsSession& session, modGlobals::Settings& settings, const Help& help);
     /// Sets the menu and the accessible texts in a language.
     void Localise(std::int32_t language);
-    /// How many points it shows of a series that has lost its oldest ones; less than 0 while it holds all.
+    /// How many points it shows when the series has lost its oldest ones; less than 0 while the series holds all.
     std::int64_t CountIncomplete();
     /// Called when the chart's settings could not be saved.
     std::function<void(const std::error_code&)> Unkept;

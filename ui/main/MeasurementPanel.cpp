@@ -44,7 +44,7 @@ const Lamp& lampOf(std::int32_t commStatus)
     return kLamps[std::clamp<std::int32_t>(commStatus, DialogueNone, DialogueMeasuring)];
 }
 
-/// A shown value has just arrived; an empty text has no age.
+/// Notes that a shown value has just arrived; an empty text has no age.
 void noteValue(clsValueAge& age, const QString& shown)
 {
     if (shown.isEmpty()) {

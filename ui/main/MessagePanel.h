@@ -1,5 +1,5 @@
-// The status bar's panel for messages. Most messages stand for a single tick; the tool tip keeps the last ones with
-// their times or says why there is no connection.
+// The status bar's panel for messages. Most messages last a single tick; the tool tip keeps the last ones with their
+// times or says why there is no connection.
 #pragma once
 
 #include "port/SerialPort.h"
@@ -36,8 +36,8 @@ public:
     void RecordingFailed(const std::error_code& why) override;
     void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why) override;
 
-    /// Shows the status of the dialogue with the sensor at `time`, in days since 1899-12-30. It waits until a message
-    /// has stood long enough.
+    /// Shows the status of the dialogue with the sensor at `time`, in days since 1899-12-30. It waits until the current
+    /// message has been shown long enough.
     void ShowStatus(const QString& message, double time);
     /// Shows a message that stays long enough to be read; an empty one clears the panel.
     void ShowMessage(const QString& message, double time);

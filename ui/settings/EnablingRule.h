@@ -1,4 +1,4 @@
-// Which controls of the settings window may be used, as a function of what they depend on.
+// Which controls of the settings window are enabled, as a function of the window's state.
 #pragma once
 
 #include "sensor/Parameters.h"
@@ -9,10 +9,10 @@
 class clsRVQ;
 
 struct EditorState {
-    bool serial = true;        ///< the shown configuration is one of a serial sensor
+    bool serial = true;        ///< the shown configuration belongs to a serial sensor
     bool analogOutput = false; ///< `chkAnalogOutput` is checked
     bool connected = false;    ///< a sensor answers: `CommStatus` is not 0
-    bool busy = false;         ///< a transfer or another wait for the sensor runs
+    bool busy = false;         ///< a transfer or another wait for the sensor is running
     std::size_t line = 0;      ///< selected in `cmbConfig`
 };
 
@@ -26,5 +26,6 @@ struct EditorRule {
 
 EditorRule RuleOf(const EditorState& state);
 
-/// What `lblStatus` says without a transfer: the text id of a closed port or a silent sensor, 0 when one answers.
+/// What `lblStatus` says without a transfer: the text id for a closed port or a silent sensor, 0 when the sensor
+/// answers.
 TextId ConnectionTextId(const clsRVQ& device);

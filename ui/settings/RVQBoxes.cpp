@@ -76,7 +76,7 @@ RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMess
 {
     RVQDialogs boxes;
     boxes.FileToLoad = [&window, &settings](const std::string& folder) {
-        // Deliberate: this dialog has the title of saving for its filter.
+        // Deliberate: the filter of this dialog has the title of the save dialog as its name.
         const QString types =
             FileFilter(Text(TextId::TitleSaveConfiguration, settings.Language), QLatin1String(kPattern));
         return bytesOf(QFileDialog::getOpenFileName(&window, QString(), QFile::decodeName(folder.c_str()), types));

@@ -16,8 +16,8 @@ namespace modGlobals {
 struct Settings;
 }
 
-/// A test puts its own in their place. Paths are the system's bytes, an empty one means that the user has cancelled;
-/// `QString()` as a description likewise.
+/// Tests replace them with their own. Paths are the system's bytes. An empty path, or `QString()` as a description,
+/// means that the user has cancelled.
 struct RVQDialogs {
     enum class ChangedAnswer : std::uint8_t { Cancel, KeepMine, TakeOther };
 
@@ -30,5 +30,5 @@ struct RVQDialogs {
     std::function<void(const std::string& sheet)> OpenSheet;
 };
 
-/// The real boxes over a window. `openQuestion` points to the question that is open, if one is.
+/// The real boxes over a window. `openQuestion` points to the open question, if there is one.
 RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion);

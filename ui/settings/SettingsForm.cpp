@@ -67,7 +67,7 @@ QGridLayout* SettingsForm::frame(QWidget* around) const
 {
     auto* grid = new QGridLayout(around);
     grid->setColumnStretch(1, 1);
-    // Room for units and marks, so that the boxes stand in line and nothing moves when a mark comes.
+    // Reserves room for units and marks, so that the boxes line up and nothing moves when a mark appears.
     grid->setColumnMinimumWidth(kUnitColumn, m_window->fontMetrics().horizontalAdvance(QStringLiteral("hPa")));
     grid->setColumnMinimumWidth(kMarkColumn, m_window->fontMetrics().horizontalAdvance(QString::fromUtf8(kDiffers)));
     grid->setVerticalSpacing(m_window->fontMetrics().height() / 4);
@@ -296,7 +296,7 @@ void SettingsForm::LocaliseParameters(std::int32_t language)
         }
     }
     cmbConfig->setAccessibleName(Text(TextId::CaptionConfiguration, language));
-    // A caption without a mnemonic leaves its button to a key that the tool tip names.
+    // A button without a mnemonic in its caption gets a key that the tool tip names.
     for (const auto& [button, key] : {std::pair(cmdLoad, Qt::Key_O), {cmdSave, Qt::Key_S}, {cmdDelete, Qt::Key_D}}) {
         if (!button->text().contains(u'&')) {
             button->setShortcut(Qt::CTRL | key);

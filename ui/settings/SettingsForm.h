@@ -1,4 +1,4 @@
-// The controls of the settings window, their places and the ids of their texts. What they do is frmRVQ's.
+// The controls of the settings window, their places and the ids of their texts. frmRVQ decides what they do.
 #pragma once
 
 #include "sensor/Parameters.h"
@@ -23,10 +23,10 @@ class SettingsForm {
 protected:
     /// Creates all controls as children of the window.
     void BuildForm(QDialog& window, char decimalSeparator);
-    /// The texts within the lists, accessible names, shortcuts.
+    /// Sets the texts in the lists, accessible names and shortcuts.
     void LocaliseParameters(std::int32_t language);
 
-    /// The frame of the switches ends above the list of Q2's logic where a sensor has none.
+    /// Shows or hides the switches. For a sensor without switches the frame ends above the list of Q2's logic.
     void ShowSwitches(bool show);
     NumberEdit* BoxOf(const ParameterDef& row) const;
     QComboBox* ListOf(const ParameterDef& row) const;
@@ -40,10 +40,10 @@ protected:
     QLabel* lblSWBuild = nullptr;
     QLabel* lblSWDate = nullptr;
     QLabel* lblDeviceType = nullptr;
-    /// Of the kind that the row names.
+    /// Each is of the kind that its row names.
     PerParameter<QWidget*> control;
     QLabel* lblS2Logic = nullptr;
-    /// Beside each control, for what differs from the sensor.
+    /// The mark beside each control, for a value that differs from the sensor's.
     PerParameter<QLabel*> differenceMark;
     QLabel* lblStatus = nullptr;
     QLabel* lblUnstored = nullptr;

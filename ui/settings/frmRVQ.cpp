@@ -30,7 +30,7 @@ namespace {
 
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
 
-/// The device entry without a sensor is of the type that the user works with (`kSerialType` or `kProfibusType`).
+/// Without a sensor, the device entry has the type that the user works with (`kSerialType` or `kProfibusType`).
 void takeDefaultType(Configuration& device, std::string_view defaultDevice)
 {
     device.Identity.DeviceType = defaultDevice;
@@ -61,7 +61,7 @@ void frmRVQ::showEvent(QShowEvent* event)
     QDialog::showEvent(event);
     if (!m_begun) {
         m_begun = true;
-        // After the window is shown; a transfer waits, and nothing waits in a constructor.
+        // Only after the window is shown: a transfer waits, and a constructor must not wait.
         QTimer::singleShot(0, this, [this] { Guarded([this] { begin(); }); });
     }
 }
@@ -90,7 +90,7 @@ void frmRVQ::reject()
     }
 }
 
-/// The frame's close box is refused during a transfer. The end of the session is not: the main window ends the wait.
+/// Refuses the close box during a transfer, but not the end of the session: the main window then ends the wait.
 void frmRVQ::closeEvent(QCloseEvent* event)
 {
     event->setAccepted(!m_transfer.IsBusy() || !event->spontaneous());
@@ -235,7 +235,7 @@ void frmRVQ::showOutcomes(const CopyOutcomes& outcomes)
     }
 }
 
-/// Which controls may be used, and everything else that follows from what is shown.
+/// Updates which controls are enabled, and everything else that depends on what is shown.
 void frmRVQ::applyRule()
 {
     const EditorRule rule = RuleOf({.serial = m_serial,
@@ -263,7 +263,7 @@ void frmRVQ::applyRule()
     markDifferences();
 }
 
-/// Every shown value that is not the sensor's has a sign beside it and the sensor's value in its tool tip.
+/// Every shown value that differs from the sensor's has a sign beside it and the sensor's value in its tool tip.
 void frmRVQ::markDifferences()
 {
     PerParameter<QString> inSensor;

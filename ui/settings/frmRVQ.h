@@ -1,5 +1,5 @@
-// The settings window: one configuration at a time in its controls, and what its buttons do with it. The main
-// window takes no input meanwhile, but its timer goes on and it can be closed.
+// The settings window: shows one configuration at a time in its controls, and its buttons act on it. The main window
+// takes no input meanwhile, but its timer continues and it can be closed.
 #pragma once
 
 #include "sensor/Fields.h"
@@ -37,7 +37,7 @@ public:
         Help& help;
         std::string programFolder;
         modRVQComm::PumpEvents pumpEvents;
-        /// Is told what could not be kept in "RVQ.ini".
+        /// Called with a text that says what could not be kept in "RVQ.ini".
         std::function<void(const QString&)> tellUnkept = {};
     };
     using ChangedAnswer = RVQDialogs::ChangedAnswer;
@@ -47,9 +47,9 @@ public:
     ~frmRVQ() override;
 
     Dialogs Boxes;
-    /// What the measurement loop tells in every tick: connection, marks and enabled controls follow the device.
+    /// Called in every tick: connection, marks and enabled controls follow the device.
     void FollowDevice();
-    /// The main window goes: boxes close with Abort, and so does this window.
+    /// Called when the main window closes: boxes close with Abort, and this window closes too.
     void Unload();
     /// Closes the window; refused while a transfer runs.
     void reject() override;
@@ -118,10 +118,10 @@ private:
     bool m_unloading = false;
     std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;
-    /// What a transfer has failed with, as `ShowFailure` was told; it comes back with the connection.
+    /// The failure of a transfer, as passed to `ShowFailure`; it is shown again when the connection is back.
     std::pair<TextId, TextId> m_failure;
     TextId m_connection = TextId::None; ///< what was wrong with the connection
-    State m_followed;                   ///< as the last tick has found it
+    State m_followed;                   ///< as the last tick found it
     QPointer<QWidget> m_focus;          ///< where it was before a transfer
     QMessageBox* m_question = nullptr;
 };

@@ -41,7 +41,7 @@ void frmRVQ::cmdSave_Click()
     const QString proposal = isDevice ? text(TextId::DescriptionProposal) : FromBytes(selected().Description);
     QString description = Boxes.Description(proposal);
     if (description.trimmed().isEmpty()) {
-        description = text(TextId::DescriptionDefault); // also after a cancel; saving goes on
+        description = text(TextId::DescriptionDefault); // even after a cancel; saving continues
     }
     const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
     if (!path.empty() && mayWrite(path)) {
@@ -49,7 +49,7 @@ void frmRVQ::cmdSave_Click()
     }
 }
 
-/// Asks before anything is overwritten that the window has not shown.
+/// Asks before overwriting anything that the window has not shown.
 bool frmRVQ::mayWrite(const std::string& path)
 {
     const auto line = static_cast<std::size_t>(cmbConfig->currentIndex());
@@ -94,11 +94,11 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     }
     showSource(shownPath);
     if (isNew) {
-        // The fields are not filled again, so that a "255" stays to be seen.
+        // The fields are not filled again, so that a "255" stays visible.
         cmbConfig->addItem(FromBytes(description));
         cmbConfig->setCurrentIndex(cmbConfig->count() - 1);
     } else {
-        // Deliberate: the current line, also when the file belongs to another one.
+        // Deliberate: the current line, even when the file belongs to another one.
         cmbConfig->setItemText(cmbConfig->currentIndex(), FromBytes(description));
     }
     applyRule();
@@ -170,7 +170,7 @@ void frmRVQ::cmdPrint_Click()
     }
 }
 
-/// Which file could not be written, and why; clears the line when all were.
+/// Shows which file could not be written, and why; clears the line when all files were written.
 void frmRVQ::showUnwritten(const UnwrittenFile& unwritten)
 {
     ShowStatusText(TextId::None);
@@ -185,7 +185,7 @@ void frmRVQ::showUnwritten(const UnwrittenFile& unwritten)
     }
 }
 
-/// Says so when the file will have to be loaded anew after the next start.
+/// Says so when the file has to be loaded again after the next start.
 void frmRVQ::showKept(std::size_t line)
 {
     if (!m_context.library.ComesBack(line)) {
@@ -215,7 +215,7 @@ void frmRVQ::ShowBusy(bool busy)
         prgTransfer->hide();
     }
     showInformation();
-    // The transfer's result stays until the connection changes after it.
+    // The result of the transfer stays until the connection changes.
     m_followed = stateOf(m_context.device);
     m_connection = ConnectionTextId(m_context.device);
     applyRule();

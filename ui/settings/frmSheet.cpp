@@ -80,7 +80,8 @@ void frmSheet::Open(QWidget& owner, const modGlobals::Settings& settings, const 
     });
     viewer->setStandardOutputFile(QProcess::nullDevice());
     viewer->setStandardErrorFile(QProcess::nullDevice());
-    // The one program that is ever started; it gets a list of arguments, no command line: the name holds a "$".
+    // The only program that is ever started. It gets a list of arguments, not a command line, because the name holds a
+    // "$".
     viewer->start(QLatin1String(kDesktopViewer), {QFile::decodeName(file.c_str())});
 }
 

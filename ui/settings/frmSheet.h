@@ -1,4 +1,4 @@
-// Shows the settings sheet and prints it, where the desktop has no viewer for texts.
+// Shows and prints the settings sheet where the desktop has no text viewer.
 #pragma once
 
 #include <QDialog>
@@ -17,8 +17,8 @@ class frmSheet : public QDialog {
 public:
     frmSheet(QWidget& owner, const modGlobals::Settings& settings, const std::filesystem::path& file);
 
-    /// Opens a sheet in the desktop's viewer for texts; in a window of this class when that cannot be started or says
-    /// that it has failed. Returns at once.
+    /// Opens a sheet in the desktop's text viewer, or in a window of this class when the viewer cannot be started or
+    /// reports a failure. Returns at once.
     static void Open(QWidget& owner, const modGlobals::Settings& settings, const std::filesystem::path& file);
 
 private:
