@@ -83,29 +83,39 @@ public:
     /// Continues to the next wait. True when the operation has ended; throws what its body has thrown.
     bool Step()
     {
-        if (!m_body.done() && m_body.promise().StepInner()) {
-            m_body.promise().WaitFor(nullptr, nullptr);
-            m_body.resume();
-        }
-        if (m_body.done()) {
+        const bool isOver = advance();
+        if (isOver) {
             m_body.promise().Rethrow();
         }
-        return m_body.done();
+        return isOver;
     }
     /// The result; valid after the end.
     decltype(auto) Value() { return m_body.promise().Value(); }
 
     // Within another operation: `co_await` runs this one to its end, in steps of the other.
-    bool await_ready() { return Step(); }
+    bool await_ready() { return advance(); }
     template <typename OuterPromise>
     void await_suspend(std::coroutine_handle<OuterPromise> outer)
     {
-        outer.promise().WaitFor(this, [](void* inner) { return static_cast<Operation*>(inner)->Step(); });
+        outer.promise().WaitFor(this, [](void* inner) { return static_cast<Operation*>(inner)->advance(); });
     }
-    decltype(auto) await_resume() { return Value(); }
+    decltype(auto) await_resume()
+    {
+        m_body.promise().Rethrow();
+        return Value();
+    }
 
 private:
     explicit Operation(std::coroutine_handle<promise_type> body) : m_body(body) {}
+
+    bool advance()
+    {
+        if (!m_body.done() && m_body.promise().StepInner()) {
+            m_body.promise().WaitFor(nullptr, nullptr);
+            m_body.resume();
+        }
+        return m_body.done();
+    }
 
     std::coroutine_handle<promise_type> m_body;
 };

@@ -48,7 +48,7 @@ private:
 
 struct FuzzView : SessionListener {
     void Echo(std::string_view received) override { Require(!received.empty()); }
-    void ShowStatus(std::int32_t panel, std::string_view) override { Require(panel >= 1 && panel <= 3); }
+    void ShowStatus(StatusPanel panel, std::string_view) override { Require(panel >= 1 && panel <= 3); }
     void ShowUnit(std::string_view unit) override { Require(!unit.empty()); }
     void AddChartPoint(double time, double value) override { Require(std::isfinite(time) && std::isfinite(value)); }
     void ForgetRange() override { m_axis.Reset(); }
@@ -207,8 +207,7 @@ private:
             break;
         default:
             waitFor([this, argument](const modRVQComm::PumpEvents& pump) {
-                m_loop.ChangeSetting(argument % 2 == 0 ? "301" : "304",
-                                     argument % 2 == 0 ? &ParameterSet::AverageDepth : &ParameterSet::MovingAverage,
+                m_loop.ChangeSetting(argument % 2 == 0 ? &ParameterSet::AverageDepth : &ParameterSet::MovingAverage,
                                      argument, pump);
             });
             break;

@@ -4,6 +4,7 @@
 #include "sensor/Parameters.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -70,6 +71,7 @@ void clsRVQ::CloseComPort()
     }
     m_queue.clear(); // meant for that device
     m_quietUntil = 0.0;
+    m_openPause.reset();
     m_openingRate.reset();
     if (std::exchange(m_portIsOpen, false)) {
         m_journal.Append(EventNoAnswer); // a wait must see this even if the port is open again by then
@@ -201,13 +203,26 @@ void clsRVQ::sendQueue()
     }
 }
 
+/// A stop that an operator sends comes between two ticks, later than `CurrentTime` by up to a tick. Its pause counts
+/// from the next tick then, so that it is never too short.
 void clsRVQ::pauseAfterStop()
 {
     const std::int32_t pause_ms = StopPause_ms(effectiveRate());
     if (m_pause) {
         m_pause(pause_ms);
-    } else {
+    } else if (m_wait.InTick) {
         m_quietUntil = m_currentTime + pause_ms / kMsPerDay;
+    } else {
+        m_quietUntil = std::numeric_limits<double>::infinity();
+        m_openPause = pause_ms / kMsPerDay;
+    }
+}
+
+void clsRVQ::CurrentTime(double now)
+{
+    m_currentTime = now;
+    if (const auto pause = std::exchange(m_openPause, std::nullopt)) {
+        m_quietUntil = now + *pause;
     }
 }
 

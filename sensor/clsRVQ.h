@@ -155,7 +155,7 @@ public:
     // dialogue.
 
     /// Sets the current time.
-    void CurrentTime(double now) { m_currentTime = now; }
+    void CurrentTime(double now);
     /// The clock was set by this many days: deadlines and ages stay the same.
     void ShiftClock(double days);
     /// Starts continuous measurement, or resumes one that was interrupted for the temperature.
@@ -351,8 +351,9 @@ private:
     std::deque<Distance> m_due;
     std::deque<SentFrame> m_sentFrames; // of the last seconds
     double m_lastArrival = 0.0;
-    double m_quietUntil = 0.0;       // the pause after a stop
-    std::deque<std::string> m_queue; // commands that wait for it
+    double m_quietUntil = 0.0;         // the pause after a stop
+    std::optional<double> m_openPause; // days; of a stop sent between two ticks, whose time is not known
+    std::deque<std::string> m_queue;   // commands that wait for it
     Mismatch m_mismatch = Mismatch::None;
     bool m_reported = false; // an evaluation has reported its outcome and nothing has been sent since
 };

@@ -98,30 +98,14 @@ Operation<std::int32_t> ChangingParameter(clsRVQ& device, std::string code)
     co_return verdict;
 }
 
-std::int32_t AwaitEvent(clsRVQ& device, std::vector<std::int32_t> finals, const PumpEvents& pumpEvents)
-{
-    return RunToEnd(AwaitingEvent(device, std::move(finals)), pumpEvents);
-}
-
-void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents)
-{
-    RunToEnd(AwaitingOpenAnswer(device), pumpEvents);
-}
-
-std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,
-                         const PumpEvents& pumpEvents)
-{
-    return RunToEnd(SendingValueOf(device, values, std::string(code)), pumpEvents);
-}
-
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
 {
     if (device.CommStatus() == DialogueMeasuring) {
         throw std::logic_error("a measuring sensor gives no verdict; stop it first");
     }
     const WaitScope wait(device);
-    AwaitOpenAnswer(device, pumpEvents);
-    return SendValueOf(device, device.Parameters(), code, pumpEvents);
+    RunToEnd(AwaitingOpenAnswer(device), pumpEvents);
+    return RunToEnd(SendingValueOf(device, device.Parameters(), std::string(code)), pumpEvents);
 }
 
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)

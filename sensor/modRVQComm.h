@@ -78,18 +78,12 @@ Operation<std::int32_t> SendingValueOf(clsRVQ& device, const ParameterSet& value
 /// `WaitScope` does.
 Operation<std::int32_t> ChangingParameter(clsRVQ& device, std::string code);
 
-// The same for callers that block; they pump events between the steps.
+// The same for callers that block; they pump events between the steps. No window uses them today: windows drive the
+// operations of a session.
 
-/// See `AwaitingEvent`.
-std::int32_t AwaitEvent(clsRVQ& device, std::vector<std::int32_t> finals, const PumpEvents& pumpEvents);
-/// See `AwaitingOpenAnswer`.
-void AwaitOpenAnswer(clsRVQ& device, const PumpEvents& pumpEvents);
 /// Like `SendingValueOf` with the device's own set, but within a wait of its own and once no answer is open.
 /// Throws std::logic_error as `WaitScope` does, and while the sensor measures, because no verdict would ever come.
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
-/// See `SendingValueOf`.
-std::int32_t SendValueOf(clsRVQ& device, const ParameterSet& values, std::string_view code,
-                         const PumpEvents& pumpEvents);
 /// See `ChangingParameter`.
 std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 

@@ -20,6 +20,9 @@ namespace modPlayback {
 struct Loaded;
 }
 
+/// The panels of a status bar.
+enum StatusPanel : std::int32_t { PanelMessages = 1, PanelFile = 2, PanelClock = 3 };
+
 /// Which controls may be used now.
 struct ControlRule {
     bool Start = false; ///< start, stop and the sensor's settings
@@ -45,8 +48,8 @@ public:
     /// The state of the dialogue, as in `clsRVQ::CommStatus`: 0 no connection, 1 idle, 2 measuring. Called when it has
     /// changed.
     virtual void ShowDialogue(std::int32_t commStatus) { static_cast<void>(commStatus); }
-    /// The text of a status bar panel (1 messages, 3 clock), UTF-8.
-    virtual void ShowStatus(std::int32_t panel, std::string_view text)
+    /// The text of a status bar panel, UTF-8.
+    virtual void ShowStatus(StatusPanel panel, std::string_view text)
     {
         static_cast<void>(panel);
         static_cast<void>(text);

@@ -11,7 +11,13 @@ class clsListeners final : public SessionListener {
 public:
     /// `listener` must be removed before it is destroyed. Listeners may be added and removed during a report.
     void Add(SessionListener& listener) { m_listeners.push_back(&listener); }
-    void Remove(SessionListener& listener) { std::ranges::replace(m_listeners, &listener, nullptr); }
+    void Remove(SessionListener& listener)
+    {
+        std::ranges::replace(m_listeners, &listener, nullptr);
+        if (m_telling == 0) {
+            std::erase(m_listeners, nullptr);
+        }
+    }
 
     void Echo(std::string_view received) override
     {
@@ -21,7 +27,7 @@ public:
     {
         tell([&](SessionListener& listener) { listener.ShowDialogue(commStatus); });
     }
-    void ShowStatus(std::int32_t panel, std::string_view text) override
+    void ShowStatus(StatusPanel panel, std::string_view text) override
     {
         tell([&](SessionListener& listener) { listener.ShowStatus(panel, text); });
     }
@@ -123,6 +129,11 @@ private:
     template <typename Operation>
     void tell(const Operation& operation)
     {
+        struct Telling {
+            std::int32_t& depth;
+            explicit Telling(std::int32_t& nested) : depth(nested) { ++depth; }
+            ~Telling() { --depth; }
+        } const telling(m_telling);
         for (std::size_t i = 0; i < m_listeners.size(); ++i) {
             if (m_listeners[i] != nullptr) {
                 operation(*m_listeners[i]);
@@ -130,5 +141,6 @@ private:
         }
     }
 
-    std::vector<SessionListener*> m_listeners;
+    std::vector<SessionListener*> m_listeners; ///< null: left while something was told
+    std::int32_t m_telling = 0;                ///< calls that go through them
 };

@@ -113,7 +113,7 @@ void clsMeasurementLoop::reopenPort()
         m_listener.ShowDistance({});
     }
     if (m_device.PortIsOpen()) {
-        m_listener.ShowStatus(1, {});
+        m_listener.ShowStatus(PanelMessages, {});
     } else {
         status(TextId::StatusPortNotOpen);
     }
@@ -164,7 +164,7 @@ void clsMeasurementLoop::dispatch()
         break;
     default:
         if (m_device.CommStatus() != DialogueNone) {
-            m_listener.ShowStatus(1, {});
+            m_listener.ShowStatus(PanelMessages, {});
         }
         break;
     }
@@ -176,7 +176,7 @@ void clsMeasurementLoop::noAnswer()
         return; // a sensor that sends at any time owes no answer
     }
     if (m_device.TempStatus() == 0 && m_measuring) {
-        m_listener.ShowStatus(1, std::string(NameOf(MeasurementKind::TempError)));
+        m_listener.ShowStatus(PanelMessages, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }
     status(TextId::StatusNoConnection);
@@ -380,11 +380,11 @@ void clsMeasurementLoop::advanceClock()
     if (m_device.CommStatus() == DialogueMeasuring) {
         m_listener.ShowChartTime(m_device.CurrentTime());
     }
-    m_listener.ShowStatus(3, modAPI::TimeOfDayText(m_device.CurrentTime()));
+    m_listener.ShowStatus(PanelClock, modAPI::TimeOfDayText(m_device.CurrentTime()));
     m_clock_ms = 0.0;
 }
 
 void clsMeasurementLoop::status(TextId textId)
 {
-    m_listener.ShowStatus(1, modFunctions::GetText(textId, m_settings.Language));
+    m_listener.ShowStatus(PanelMessages, modFunctions::GetText(textId, m_settings.Language));
 }

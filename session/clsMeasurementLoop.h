@@ -50,7 +50,7 @@ public:
     void SwitchRedLaser(bool on);
     /// Sends a parameter ("301", "304") with a new value, also between stop and restart. A refused value is taken back,
     /// and the old one is shown.
-    void ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
+    void ChangeSetting(std::int32_t ParameterSet::*setting, std::int32_t value,
                        const modRVQComm::PumpEvents& pumpEvents);
     // The same commands as operations, for a session that is driven by ticks alone: one step after each tick.
     static constexpr int kStepsPerPass = kPass_ms / kInterval_ms;
@@ -58,8 +58,7 @@ public:
     Operation<> StartingOrStopping(bool waits = true, int stepsPerPass = kStepsPerPass);
     Operation<> RequestingSingleValue(bool waits = true);
     Operation<> SwitchingRedLaser(bool on, bool waits = true);
-    Operation<> ChangingSetting(std::string code, std::int32_t ParameterSet::*setting, std::int32_t value,
-                                bool waits = true);
+    Operation<> ChangingSetting(std::int32_t ParameterSet::*setting, std::int32_t value, bool waits = true);
 
     /// Whether temperatures are read during a measurement.
     void PollTemperature(bool poll) { m_pollTemperature = poll; }
@@ -77,6 +76,12 @@ public:
     void BeginPlaying();
     /// Passes on the points that are still held back; played points go on in pieces.
     void TellPlayed();
+    /// Gives a playback up without showing anything; harmless after its end.
+    void StopPlaying()
+    {
+        m_playing = false;
+        m_played.clear();
+    }
     /// Ends the playback: shows the texts of the last measurement, if there was one, and fits the value axis.
     void EndPlaying(const std::optional<Measurement>& last);
     /// Called when the window closes: ends every wait and closes the port; nothing more is sent.

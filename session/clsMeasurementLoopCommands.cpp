@@ -63,7 +63,7 @@ Operation<bool> clsMeasurementLoop::awaitingOpenAnswer(bool waits)
 void clsMeasurementLoop::startStop(std::int32_t before)
 {
     if (before == DialogueIdle) {
-        m_listener.ShowStatus(3, {});
+        m_listener.ShowStatus(PanelClock, {});
         m_listener.ResetChart();
         if (!m_measuring) {
             forgetHistory();
@@ -94,7 +94,7 @@ Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
     if (found) {
         newDistance();
     } else {
-        m_listener.ShowStatus(1, modFunctions::GetText(TextId::StatusNoConnection, m_settings.Language));
+        m_listener.ShowStatus(PanelMessages, modFunctions::GetText(TextId::StatusNoConnection, m_settings.Language));
     }
 }
 
@@ -155,14 +155,13 @@ Operation<> clsMeasurementLoop::SwitchingRedLaser(bool on, bool waits)
     showSensorSettings(); // what was read meanwhile showed the laser's old state
 }
 
-void clsMeasurementLoop::ChangeSetting(std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value,
+void clsMeasurementLoop::ChangeSetting(std::int32_t ParameterSet::*setting, std::int32_t value,
                                        const modRVQComm::PumpEvents& pumpEvents)
 {
-    RunToEnd(ChangingSetting(std::string(code), setting, value, static_cast<bool>(pumpEvents)), pumpEvents);
+    RunToEnd(ChangingSetting(setting, value, static_cast<bool>(pumpEvents)), pumpEvents);
 }
 
-Operation<> clsMeasurementLoop::ChangingSetting(std::string code, std::int32_t ParameterSet::*setting,
-                                                std::int32_t value, bool waits)
+Operation<> clsMeasurementLoop::ChangingSetting(std::int32_t ParameterSet::*setting, std::int32_t value, bool waits)
 {
     bool isConnected = mayStart();
     if (isConnected) {
@@ -173,7 +172,7 @@ Operation<> clsMeasurementLoop::ChangingSetting(std::string code, std::int32_t P
     if (isConnected && m_device.CommStatus() != DialogueNone) {
         const std::int32_t before = m_device.Parameters().*setting;
         m_device.AssumeParameter(setting, value);
-        Operation<std::int32_t> changing = modRVQComm::ChangingParameter(m_device, std::move(code));
+        Operation<std::int32_t> changing = modRVQComm::ChangingParameter(m_device, std::string(RowOf(setting).code));
         const std::int32_t verdict = co_await changing;
         if (verdict != EventAcknowledged) {
             m_device.AssumeParameter(setting, before);

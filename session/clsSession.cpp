@@ -25,19 +25,28 @@ void clsSession::Tick(double now)
 
 void clsSession::stepOperations()
 {
-    while (!m_operations.empty()) {
-        struct Stepped {
-            std::deque<Operation<>>& operations;
-            bool isOver = true; ///< also when it throws
-            ~Stepped()
-            {
-                if (isOver) {
-                    operations.pop_front();
-                }
+    if (m_isStepping) {
+        return; // a step lets events be handled, a tick among them
+    }
+    struct Stepping {
+        clsSession& session;
+        bool isOver = true; ///< also when the step throws
+        ~Stepping()
+        {
+            session.m_isStepping = false;
+            if (isOver) {
+                session.m_operations.pop_front();
             }
-        } stepped{m_operations};
-        stepped.isOver = m_operations.front().Step();
-        if (!stepped.isOver) {
+            if (session.m_device.Wait().Ended) {
+                session.m_operations.clear();
+            }
+        }
+    };
+    while (!m_operations.empty()) {
+        m_isStepping = true;
+        Stepping stepping{*this};
+        stepping.isOver = m_operations.front().Step();
+        if (!stepping.isOver) {
             return;
         }
     }
@@ -74,6 +83,14 @@ void clsSession::Measured(const Measurement& measurement, std::string_view tempe
 modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
                                      const std::function<bool(double fraction)>& goOn)
 {
+    struct Playing {
+        clsSession& session;
+        ~Playing() ///< also when a listener throws
+        {
+            session.m_loop.StopPlaying();
+            session.m_recorder.Stop();
+        }
+    } const playing{*this};
     m_recorder.StartPlaying(file);
     m_listeners.PlaybackBegins();
     m_loop.BeginPlaying();
@@ -89,13 +106,14 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
         m_listeners.ShowTemperature(loaded.temperature);
     }
     m_listeners.PlaybackEnds(file, loaded);
-    m_recorder.Stop();
     return loaded;
 }
 
 void clsSession::End()
 {
     m_loop.Unload();
-    m_operations.clear();
+    if (!m_isStepping) {
+        m_operations.clear(); // else once the step is over that ends the session
+    }
     m_recorder.Stop();
 }

@@ -82,5 +82,6 @@ private:
     clsMeasurementLoop m_loop;
     clsRecorder m_recorder;
     std::deque<Operation<>> m_operations;
+    bool m_isStepping = false;
     std::error_code m_toldFailure; ///< the recorder's failure that was reported last
 };

@@ -7,19 +7,17 @@
 
 namespace {
 
-constexpr std::string_view kRainFilter = "351";
-
 /// Whether the parameter is sent for this configuration; does not decide on the rain filter and the echo parameters.
 bool isSent(const ParameterDef& row, const ParameterSet& set)
 {
     const bool serial = IsSerial(set);
-    if (row.code == "610") {
+    if (row.value == &ParameterSet::NodeAddress) {
         return !serial;
     }
-    if (row.code == "504" || row.code == "505") {
+    if (row.value == &ParameterSet::S2OnThreshold || row.value == &ParameterSet::S2OffThreshold) {
         return serial && set.AnalogOutput == 0;
     }
-    return serial || (row.group != ParameterGroup::SerialOnly && row.code != "603");
+    return serial || (row.group != ParameterGroup::SerialOnly && row.value != &ParameterSet::OutputMode);
 }
 
 /// Copies the sensor's set and what it reports about itself; name, file and description stay.
@@ -44,9 +42,10 @@ std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorI
             codes.push_back(row->code);
         }
     }
-    const bool chosen = !WireValue(set, kRainFilter).empty();
+    const std::string_view rainFilter = RowOf(&ParameterSet::RainFilter).code;
+    const bool chosen = !WireValue(set, rainFilter).empty();
     if (chosen && HasEchoFilter(sensor)) {
-        codes.push_back(kRainFilter);
+        codes.push_back(rainFilter);
     }
     return codes; // the echo parameters are never sent
 }

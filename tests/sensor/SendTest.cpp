@@ -13,12 +13,14 @@ namespace {
 
 using modRVQComm::SendParameter;
 
-TEST(Parameters, NoRowKeepsTheIdOrTheLabelThatItWasCopiedWith)
+TEST(Parameters, NoRowKeepsWhatItWasCopiedWith)
 {
     std::set<std::int32_t> ids;
     std::set<TextId> labels;
+    std::set<std::pair<bool, std::int32_t>> numbers; // boxes are numbered apart from lists and check boxes
     for (const ParameterDef& row : ParameterTable()) {
         EXPECT_TRUE(ids.insert(row.codeId).second && labels.insert(row.labelId).second) << row.code;
+        EXPECT_TRUE(numbers.emplace(row.control == ControlKind::Number, row.number).second) << row.code;
     }
 }
 
@@ -81,18 +83,25 @@ TEST(SendCommand, WaitsForTheEndOfThePauseWithoutBlocking)
             return port.TakeSent();
         };
         readAt(0);
-        for (const char* command : {"S", "P", "M"}) {
-            device.SendCommand(command);
+        for (const bool inTick : {true, false}) {
+            device.InTick(inTick);
+            for (const char* command : {"S", "P", "M"}) {
+                device.SendCommand(command);
+            }
+            device.InTick(false);
+            // A stop that is sent between two ticks may be as young as the next one.
+            const double start_ms = (device.CurrentTime() - ScriptedSensor::kStart) * kMsPerDay + (inTick ? 0 : 50);
+            port.Arriving = "in flight";
+            EXPECT_EQ(inTick ? port.TakeSent() : readAt(start_ms), "S") << rate;
+            EXPECT_EQ(readAt(start_ms + pause_ms - 0.1), "") << rate;
+            EXPECT_EQ(device.NewInData(), "") << "the next send throws it away";
+            EXPECT_EQ(readAt(start_ms + pause_ms + 0.1), "PM") << rate;
         }
-        port.Arriving = "in flight";
-        EXPECT_EQ(readAt(pause_ms - 0.1), "S") << rate;
-        EXPECT_EQ(device.NewInData(), "") << "the next send throws it away";
-        EXPECT_EQ(readAt(pause_ms + 0.1), "PM") << rate;
         device.SendCommand("S");
         device.SendCommand("M");
         device.CloseComPort();
         device.OpenComPort(1, rate);
-        EXPECT_EQ(readAt(1000), "S") << "the start was meant for the device before";
+        EXPECT_EQ(readAt(10000), "S") << "the start was meant for the device before";
     }
 }
 

@@ -46,9 +46,9 @@ bool hasUnstored(const FaultCell& cell)
     return cell.device.UnstoredChanges() || cell.fault.rate != nullptr;
 }
 
-void change(FaultCell& cell, std::string_view code, std::int32_t ParameterSet::*setting, std::int32_t value)
+void change(FaultCell& cell, std::int32_t ParameterSet::*setting, std::int32_t value)
 {
-    cell.loop.ChangeSetting(code, setting, value, [&cell] { cell.Step(); });
+    cell.loop.ChangeSetting(setting, value, [&cell] { cell.Step(); });
 }
 
 void upload(FaultCell& cell)
@@ -86,10 +86,10 @@ const Operation kOperations[] = {
     {"marker laser", false, false, 9, "D N D D  DN  D  D DN  DN  D  Dn P L  Nd N D D",
      [](C& c) { c.loop.SwitchRedLaser(true); }, [](C& c) { return hasPolled(c) && c.sensor.IsMarkerOn(); }},
     {"averaging", false, true, 4, "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D",
-     [](C& c) { change(c, "301", &ParameterSet::AverageDepth, 3); },
+     [](C& c) { change(c, &ParameterSet::AverageDepth, 3); },
      [](C& c) { return c.view.sensor.AverageDepth == 3 && c.sensor.Parameter("301") == 3; }},
     {"moving average", true, true, 4, "D N R D  DN  D  D DN  DN  D  D  P L  D  D D D",
-     [](C& c) { change(c, "304", &ParameterSet::MovingAverage, 1); },
+     [](C& c) { change(c, &ParameterSet::MovingAverage, 1); },
      [](C& c) { return c.view.sensor.MovingAverage && c.sensor.Parameter("304") == 1; }},
     {"download", false, true, 4, "D F D DF DF  F  D DF  DF  F  D  F F  D  D D D",
      [](C& c) { c.transfer.Download(); },

@@ -172,7 +172,7 @@ TEST(MeasurementLoop, ARefusedSettingIsShownBack)
     Monitor monitor;
     monitor.Measure();
     for (const bool accepted : {true, false}) {
-        monitor.loop.ChangeSetting("304", &ParameterSet::MovingAverage, accepted ? 1 : 0,
+        monitor.loop.ChangeSetting(&ParameterSet::MovingAverage, accepted ? 1 : 0,
                                    [&] { monitor.Tick(accepted ? "OK 304\r\n" : "E304\r\n"); });
         EXPECT_EQ(monitor.Sent(), accepted ? "S304 1\rM" : "S304 0\rM");
         EXPECT_TRUE(monitor.view.sensor.MovingAverage);
@@ -397,7 +397,7 @@ TEST(MeasurementLoop, ACommandWaitsForTheAnswerToAPoll)
         {"laser", [](Monitor& m) { m.loop.SwitchRedLaser(true); }, "P"},
         {"averaging",
          [](Monitor& m) {
-             m.loop.ChangeSetting("301", &ParameterSet::AverageDepth, 2,
+             m.loop.ChangeSetting(&ParameterSet::AverageDepth, 2,
                                   [&m] { m.Tick(m.sensor.device.LastCommand() == "T" ? "\x17\x01" : "OK 301\r\n"); });
          },
          "301 64\r"},
@@ -431,7 +431,7 @@ TEST(MeasurementLoop, ADumpThatComesFirstDoesNotChangeWhatTheOperatorChose)
     const auto pump = [&] { monitor.Tick(monitor.sensor.device.LastCommand() == "C" ? dump : "OK 301\r\n"); };
     monitor.loop.PumpEvents = pump;
     monitor.sensor.device.SendCommand("C");
-    monitor.loop.ChangeSetting("301", &ParameterSet::AverageDepth, 1, pump);
+    monitor.loop.ChangeSetting(&ParameterSet::AverageDepth, 1, pump);
     EXPECT_EQ(monitor.Sent(), "XC301 16\r");
     EXPECT_EQ(monitor.view.sensor.AverageDepth, 1);
     monitor.sensor.device.SendCommand("C");

@@ -79,8 +79,7 @@ TEST(Session, WhatOneDoesNeverHoldsUpAnother)
          },
          true},
         {"a download", [](Site& s) { return s.transfer.Downloading(); }, true},
-        {"a setting", [](Site& s) { return s.session.Loop().ChangingSetting("301", &ParameterSet::AverageDepth, 1); },
-         true},
+        {"a setting", [](Site& s) { return s.session.Loop().ChangingSetting(&ParameterSet::AverageDepth, 1); }, true},
         {"the laser", [](Site& s) { return s.session.Loop().SwitchingRedLaser(false); }, true},
         {"a stop", [](Site& s) { return s.session.Loop().StartingOrStopping(); }, false},
         {"a wait for a silent sensor",
@@ -102,6 +101,47 @@ TEST(Session, WhatOneDoesNeverHoldsUpAnother)
         plant.Run(100);
         EXPECT_EQ(plant.busy.values > before + 20, goesOn) << what;
     }
+}
+
+TEST(Session, MayBeEndedByWhatHearsOfIt)
+{
+    Plant plant;
+    struct Ending : SessionListener {
+        Site& site;
+        explicit Ending(Site& ended) : site(ended) { site.session.Listen(*this); }
+        ~Ending() override { site.session.Leave(*this); }
+        void ShowRunning(bool running) override
+        {
+            if (!running) {
+                site.session.End();
+            }
+        }
+    } const ending(plant.busy);
+    plant.Run(200);
+    plant.busy.session.Start(plant.busy.session.Loop().StartingOrStopping()); // stops, in a step
+    plant.busy.session.Start(plant.busy.transfer.Downloading());
+    EXPECT_GT(plant.Others(100), 20);
+    EXPECT_EQ(plant.busy.session.Operations(), 0U);
+    EXPECT_FALSE(plant.busy.session.Device().PortIsOpen());
+}
+
+TEST(Session, AFaultComesOutWhereItsOperationIsAwaited)
+{
+    const auto failing = []() -> Operation<int> {
+        co_await NextStep{};
+        throw std::runtime_error("a fault");
+    };
+    Operation<int> outer = [](auto inner) -> Operation<int> {
+        Operation<int> work = inner();
+        try {
+            co_return co_await work;
+        } catch (const std::runtime_error&) {
+            co_return 7;
+        }
+    }(failing);
+    EXPECT_FALSE(outer.Step());
+    EXPECT_TRUE(outer.Step());
+    EXPECT_EQ(outer.Value(), 7);
 }
 
 TEST(Session, AnOperationThatFailsOrIsCutShortLeavesItUsable)

@@ -42,7 +42,7 @@ struct SensorOnLine {
     modPComm::PortDevices devices;
     Port port{*this};
     modGlobals::Settings settings{.Baudrate = kRate, .Language = LanguageEnglish};
-    OpenRVQ device{port, [this](std::int32_t ms) { pass(ms / 1000.0); }};
+    OpenRVQ device{port};
     clsRecordingView view;
     clsMeasurementLoop loop{device, settings, view, '.'};
 

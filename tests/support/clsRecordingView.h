@@ -32,7 +32,7 @@ public:
         }
     }
     void ShowTemperature(const std::string& text) override { temperature = text; }
-    void ShowStatus(std::int32_t panel, std::string_view text) override
+    void ShowStatus(StatusPanel panel, std::string_view text) override
     {
         std::string& shown = status.at(static_cast<std::size_t>(panel - 1));
         if (panel == 1 && shown != text && !text.empty()) {

@@ -34,9 +34,9 @@ void MessagePanel::Follow(clsSession& session, const modGlobals::Settings& setti
     session.Listen(*this);
 }
 
-void MessagePanel::ShowStatus(std::int32_t panel, std::string_view text)
+void MessagePanel::ShowStatus(StatusPanel panel, std::string_view text)
 {
-    if (panel == 1) {
+    if (panel == PanelMessages) {
         ShowStatus(FromUtf8(text), m_session->Device().CurrentTime());
     }
 }

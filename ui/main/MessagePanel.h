@@ -32,7 +32,7 @@ public:
     /// The same, and notes it as a fault.
     void ShowFailure(const QString& message);
 
-    void ShowStatus(std::int32_t panel, std::string_view text) override;
+    void ShowStatus(StatusPanel panel, std::string_view text) override;
     void RecordingFailed(const std::error_code& why) override;
     void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why) override;
 

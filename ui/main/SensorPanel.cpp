@@ -49,11 +49,10 @@ void SensorPanel::Follow(clsSession& session)
 {
     m_session = &session;
     connect(cmbAverageDepth, &QComboBox::activated, this, [this](int index) {
-        Guarded([&] { m_session->Loop().ChangeSetting("301", &ParameterSet::AverageDepth, index, PumpEvents); });
+        Guarded([&] { m_session->Loop().ChangeSetting(&ParameterSet::AverageDepth, index, PumpEvents); });
     });
     connect(chkMovingAverage, &QCheckBox::clicked, this, [this](bool checked) {
-        Guarded(
-            [&] { m_session->Loop().ChangeSetting("304", &ParameterSet::MovingAverage, checked ? 1 : 0, PumpEvents); });
+        Guarded([&] { m_session->Loop().ChangeSetting(&ParameterSet::MovingAverage, checked ? 1 : 0, PumpEvents); });
     });
     connect(chkRedLaser, &QCheckBox::clicked, this,
             [this](bool checked) { Guarded([&] { m_session->Loop().SwitchRedLaser(checked); }); });

@@ -193,9 +193,9 @@ void frmMain::Echo(std::string_view received)
     }
 }
 
-void frmMain::ShowStatus(std::int32_t panel, std::string_view message)
+void frmMain::ShowStatus(StatusPanel panel, std::string_view message)
 {
-    if (panel == 3) {
+    if (panel == PanelClock) {
         ShowText(*pnlClock, FromUtf8(message));
     }
 }

@@ -62,7 +62,7 @@ protected:
 
 private:
     void Echo(std::string_view received) override;
-    void ShowStatus(std::int32_t panel, std::string_view text) override;
+    void ShowStatus(StatusPanel panel, std::string_view text) override;
     void ShowDialogue(std::int32_t commStatus) override { m_commStatus = commStatus; }
     void ShowRule(const ControlRule& rule) override;
     void Ticked() override;

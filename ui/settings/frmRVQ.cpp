@@ -190,7 +190,7 @@ void frmRVQ::fill(const Configuration& configuration)
             ListOf(row)->setCurrentIndex(values.choices[row]);
         }
     }
-    m_s1Logic = values.choices[&ParameterSet::S1Logic];
+    m_shownChoices = values.choices;
     const bool isDevice = cmbConfig->currentIndex() == kDevice;
     showSource(isDevice ? text(TextId::DeviceEntry) : QFile::decodeName(configuration.FileName.c_str()));
     applyRule();
@@ -219,7 +219,7 @@ ShownSettings frmRVQ::shown() const
             values.choices[row] = ListOf(row)->currentIndex();
             break;
         case ControlKind::Label:
-            values.choices[row] = m_s1Logic;
+            values.choices[row] = m_shownChoices[row];
             break;
         }
     }
@@ -258,7 +258,7 @@ void frmRVQ::applyRule()
         label->setText(m_serial ? FromUtf8(ValueName(row, value, m_context.settings.Language)) : QString());
     };
     const ParameterDef &first = RowOf(&ParameterSet::S1Logic), &second = RowOf(&ParameterSet::S2Logic);
-    showLogic(LabelOf(first), first, m_s1Logic);
+    showLogic(LabelOf(first), first, m_shownChoices[first]);
     showLogic(lblS2Logic, second, ListOf(second)->currentIndex() == 1 ? 1 : 0);
     markDifferences();
 }

@@ -116,7 +116,8 @@ private:
     bool m_serial = true;
     bool m_begun = false;
     bool m_unloading = false;
-    std::int32_t m_s1Logic = 0; ///< no control edits it; the shown value is saved and sent
+    PerParameter<std::int32_t>
+        m_shownChoices; ///< as filled: a caption cannot be edited, and is saved and sent as it was
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;
     /// The failure of a transfer, as passed to `ShowFailure`; it is shown again when the connection is back.
     std::pair<TextId, TextId> m_failure;
