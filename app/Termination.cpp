@@ -22,7 +22,7 @@ extern "C" void noteSignal(int)
 
 extern "C" void passOver(int) {}
 
-/// Sets the handler, unless the signal was ignored when the program started.
+/// Sets the handler. A signal that was already ignored when the program started stays ignored.
 void handle(int signal, void (*handler)(int))
 {
     struct sigaction action {};

@@ -32,7 +32,7 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes);
 /// While it exists, no other program that takes the same lock changes files of the folder. It locks the folder itself:
 /// a lock on a file would be lost with the rename, and a lock file could not be created in a write-protected folder.
 /// When the lock cannot be had within a second, because another program hangs or the file system has no locks, the
-/// program goes on without it: the window must not hang too.
+/// program goes on without it: it must not hang too.
 class FolderLock {
 public:
     /// Locks the folder of this file, with symbolic links resolved.

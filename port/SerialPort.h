@@ -73,7 +73,7 @@ public:
         static_cast<void>(port);
         return {};
     }
-    /// Whether the devices differ from those at the last opening of the port, so that it may succeed now; false if not
+    /// Whether the devices have changed since the last opening of the port, so that it may succeed now; false if not
     /// known.
     virtual bool DevicesChanged(std::int32_t port) const
     {

@@ -144,7 +144,7 @@ OpenFailure clsPosixPort::openDevice(std::int32_t port, const std::string& devic
         return {OpenProblem::NoDevice, {}, {}, {}};
     }
     if (stat(device.c_str(), &info) != 0) {
-        // No group is known: a folder on the way that may not be entered says nothing about the device.
+        // There is no group to name: a folder that may not be entered says nothing about the device.
         return failureOf(errno, device, {});
     }
     // Opening a file or a pipe may have effects, so the kind is checked first.
@@ -302,8 +302,8 @@ bool clsPosixPort::DevicesChanged(std::int32_t port) const
     return attempt != m_attempts.end() && sightOf(m_devices.DeviceOf(port)) != attempt->second.before;
 }
 
-/// The folders change when something is plugged in or out. The device changes with its permissions too and, when its
-/// number is reused at once, with its time. Writing to the device changes neither.
+/// The time of a folder changes when a device comes or goes. Of the device itself, the permissions can change, and the
+/// time when its number is reused at once. Writing to the device changes neither.
 clsPosixPort::Sight clsPosixPort::sightOf(const std::string& device)
 {
     Sight sight;

@@ -12,7 +12,7 @@
 
 class clsPosixPort : public SerialPort {
 public:
-    /// `devices` says what stands behind a number and must outlive the port.
+    /// `devices` says which device is behind a number and must outlive the port.
     explicit clsPosixPort(const modPComm::PortDevices& devices) : m_devices(devices) {}
     ~clsPosixPort() override;
     clsPosixPort(const clsPosixPort&) = delete;
@@ -31,7 +31,7 @@ public:
     std::int32_t sio_data_status(std::int32_t port) override;
     PortState State(std::int32_t port) override;
     OpenFailure LastFailure(std::int32_t port) const override;
-    /// Whether devices have come or gone, or another device stands behind the port. Looks at the file system a few
+    /// Whether devices have come or gone, or a different device is now behind the port. Looks at the file system a few
     /// times and opens no device.
     bool DevicesChanged(std::int32_t port) const override;
     bool HasVanished(std::int32_t port) const override;

@@ -60,7 +60,7 @@ enum class CopyOutcome : std::uint8_t { Skipped, Stored, Refused };
 using CopyOutcomes = PerParameter<CopyOutcome>;
 
 /// Copies the shown values into a configuration before it is saved or sent. A refused number leaves the old value in
-/// place and does not stop the copying; the window shows `kRefusedText` for it. When two values must keep a distance,
+/// place and does not stop the copying; its box shows `kRefusedText`. When two values must keep a distance,
 /// the second is compared with the value stored for the first by then. A list without a selection is not copied, except
 /// the rain filter, where "none" is a choice.
 CopyOutcomes CopyInto(ParameterSet& set, const ShownSettings& shown);

@@ -1,5 +1,5 @@
 // The results of the evaluations, in order. A send clears the event number, and several ticks may run while a wait lets
-// the window handle its events, so a wait that looked only at the number could miss its answer.
+// the front end handle its events, so a wait that looked only at the number could miss its answer.
 #pragma once
 
 #include <cstddef>

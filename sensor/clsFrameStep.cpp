@@ -127,7 +127,7 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
         } else if (verdict == Verdict::Hold && isEnd) {
             break;
         } else {
-            // There is more than a decision needs and none was found, so a part is given up.
+            // More bytes are there than a decision needs and none was reached, so some are given up.
             found.consumed += verdict == Verdict::Move ? move : kSlide;
             release(bytes.size(), found);
             ++found.damaged;
@@ -458,7 +458,7 @@ bool clsFrameStep::isNearLast(std::uint32_t word) const
     return m_newer.frames > 0 && !isMarker(word) && isNear(DecodeFrame(word), m_last);
 }
 
-/// In step, but it looks like a shifted frame too: only this frame is lost, not the step.
+/// In step, but it looks like a shifted frame, too: only this frame is lost, and the step is kept.
 bool clsFrameStep::isPassedOver(std::uint32_t word) const
 {
     return isVoid(word) && (isInRange(word) || isNearLast(word));

@@ -23,7 +23,7 @@ bool isNear(double a, double b)
     return std::abs(a - b) < kNear * std::max(std::abs(a), std::abs(b)) || a == b;
 }
 
-/// Whether one more or one fewer digit before the point brings a number near another one. The larger number has just
+/// Whether one digit more or fewer before the point brings a number near another one. The larger number has just
 /// gained or lost a digit, so the length of its lines does not tell.
 bool isOneDigitOff(double value, double other)
 {

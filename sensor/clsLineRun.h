@@ -35,7 +35,7 @@ public:
     /// near. `now` is the time in days.
     Found Take(std::string_view bytes, double now, const Foreign& isForeign);
 
-    /// The lines begin anew after a command. A held line is not reported any more, but the next line may still confirm
+    /// The lines begin anew after a command. A held line is no longer reported, but the next line may still confirm
     /// its shape; otherwise a sensor that is asked for single values could never change its format.
     void Restart()
     {

@@ -96,7 +96,7 @@ public:
         bool Running = false; ///< a wait runs: evaluations send nothing of their own
         bool Asking = false;  ///< the user is asked what to do: silence has no meaning meanwhile
         bool InTick = false;  ///< a tick runs: no wait may begin
-        bool Ended = false;   ///< the main window closes: every wait ends as "no answer"
+        bool Ended = false;   ///< the session ends: every wait ends as "no answer"
     };
 
     /// A sensor without a port: parameters have their defaults, and nothing that is sent reaches anybody.
@@ -112,7 +112,7 @@ public:
     /// Opens port number `Comport` at `Rate` bit/s, or starts to when opening takes longer. Does nothing when the
     /// number is 0 or less or a port is open or opening.
     void OpenComPort(std::int32_t Comport, std::int32_t Rate);
-    /// Checks on an opening that takes longer: it has succeeded and `PortIsOpen` is set, it is still under way, or it
+    /// Follows an opening that takes longer: it has succeeded and `PortIsOpen` is set, it is still under way, or it
     /// has failed and neither holds. Nothing is sent before it has succeeded.
     void ContinueOpening();
     bool PortIsOpening() const { return m_openingRate.has_value(); }
@@ -120,7 +120,7 @@ public:
     void CloseComPort();
     /// Why the last completed opening failed; problem None after a success.
     OpenFailure LastFailure() const;
-    /// Whether the devices differ from those at the last opening, so that it may succeed now; false if not known.
+    /// Whether the devices have changed since the last opening, so that it may succeed now; false if not known.
     bool DevicesChanged() const;
     /// The port's rate in bit/s; 0 or less when it is closed.
     std::int32_t CommBaudrate() const;
@@ -190,7 +190,7 @@ public:
     void EndWait() { m_wait.Running = false; }
     void InTick(bool inTick) { m_wait.InTick = inTick; }
     void Asking(bool asking) { m_wait.Asking = asking; }
-    /// The main window closes: every wait ends and the port is closed.
+    /// The session ends: every wait ends and the port is closed.
     void EndWaits();
     /// Forgets the results so far. Call it before a send whose answer is waited for.
     void ForgetEvents() { m_journal.Clear(); }
@@ -203,7 +203,7 @@ public:
     // The port.
     std::int32_t CommComPort() const { return m_commComPort; }
     bool PortIsOpen() const { return m_portIsOpen; }
-    /// Successful openings so far: a wait can tell from it that the device may be another one.
+    /// Successful openings so far; a wait uses it to notice that the device may be another one.
     std::int32_t Openings() const { return m_openings; }
     const std::string& InBuffer() const { return m_inBuffer; }
     const std::string& NewInData() const { return m_newInData; }

@@ -12,8 +12,7 @@ namespace {
 constexpr std::size_t kShortReply = 5;   // bytes; up to this length the evaluation waits until the deadline
 constexpr std::size_t kLongestText = 64; // several times the length of what a sensor says about itself
 
-/// One of the sensor's texts for windows, files and sheets. It is cut because noise before the line end can have any
-/// length.
+/// A text of the sensor, cut to a length that can be shown and stored: noise before the line end can have any length.
 std::string textOf(std::string_view bytes)
 {
     return std::string(bytes.substr(0, kLongestText));

@@ -13,8 +13,8 @@
 
 namespace modRVQComm {
 
-/// Lets the window handle its events, the measurement timer among them. Waits for an event, so that a waiting loop does
-/// not spin.
+/// Lets the front end handle its events, the measurement timer among them. Waits for an event, so that a waiting loop
+/// does not spin.
 using PumpEvents = std::function<void()>;
 
 /// Marks a wait for as long as it exists. Throws std::logic_error inside another wait or inside a tick: a timer does

@@ -1,6 +1,7 @@
 // What a session reports. A window, a command-line program or a service listens to what it needs. A session never asks
 // anything back, so it runs the same with any front end or with none. Every operation is called during a tick, a
-// command or a playback, and does nothing unless a listener overrides it.
+// command or a playback. Unless a listener overrides it, it does nothing; `AddPlayedPoints` passes its points on one by
+// one.
 #pragma once
 
 #include "plot/clsChartData.h"
@@ -31,7 +32,7 @@ struct ControlRule {
     bool operator==(const ControlRule&) const = default;
 };
 
-/// The sensor's settings that a main window shows.
+/// The sensor's settings that are shown beside the measurement.
 struct SensorSettings {
     std::int32_t AverageDepth = 0; ///< index of the list
     bool MovingAverage = false;
@@ -90,7 +91,7 @@ public:
     }
     /// There is no value at this time, and the curve is not joined across it.
     virtual void AddChartGap(double time) { static_cast<void>(time); }
-    /// Points of a recording that is played, in order; one without a value is a gap. Unless it is overridden each of
+    /// Points of a recording that is played, in order; one without a value is a gap. Unless it is overridden, each of
     /// them comes as a point or a gap.
     virtual void AddPlayedPoints(std::span<const ChartPoint> points)
     {

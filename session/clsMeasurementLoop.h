@@ -31,11 +31,11 @@ public:
     /// closed port. Sends nothing while a wait for the sensor is running.
     void Tick(double now);
 
-    /// Lets the window handle its events for `kPass_ms` and returns the local time afterwards.
+    /// Lets the front end handle its events for `kPass_ms` and returns the local time afterwards.
     using NextPass = std::function<double()>;
     static constexpr std::int32_t kPass_ms = 100;
 
-    /// Lets the window handle its events while a command waits for the answer to an idle poll; ticks continue
+    /// Lets the front end handle its events while a command waits for the answer to an idle poll; ticks continue
     /// meanwhile. When it is empty, commands do not wait.
     modRVQComm::PumpEvents PumpEvents;
 
@@ -84,7 +84,7 @@ public:
     }
     /// Ends the playback: shows the texts of the last measurement, if there was one, and fits the value axis.
     void EndPlaying(const std::optional<Measurement>& last);
-    /// Called when the window closes: ends every wait and closes the port; nothing more is sent.
+    /// Called when the session ends: ends every wait and closes the port; nothing more is sent.
     void Unload();
 
     /// Whether continuous measurement was started and not stopped. A lost connection does not change it, so measuring

@@ -87,7 +87,7 @@ Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
     const bool found = co_await passes;
     m_measuring = false;
     if (m_device.Wait().Ended || m_device.Openings() != opening) {
-        co_return; // the window closes, or the operator has chosen another port, which the ticks serve
+        co_return; // the session ends, or the operator has chosen another port, which the ticks serve
     }
     m_listener.ShowRunning(false);
     m_device.EndSingleOutput(found);

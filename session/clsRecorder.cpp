@@ -8,10 +8,10 @@
 
 namespace {
 
-/// A fast disk finishes within this time, so no message appears about a wait that is over at once.
+/// A fast disk finishes within this time, so a short wait is never shown.
 constexpr std::chrono::milliseconds kBriefly{100};
 
-/// Closes a file in a detached thread. Unlike a future of std::async, the outcome does not wait for it either.
+/// Closes a file in a thread that nobody waits for: the future, unlike one of std::async, does not wait either.
 std::future<std::error_code> closeBeside(clsRecordFile&& file)
 {
     auto closing = std::make_shared<std::packaged_task<std::error_code()>>(

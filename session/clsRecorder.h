@@ -1,5 +1,5 @@
-// The recorder without its window: what it is doing, which file it uses, and the recording itself. The main window and
-// the recorder window share one.
+// The recorder of a session, without a front end: what it is doing, which file it uses, and the recording itself. All
+// parts of a front end share one.
 #pragma once
 
 #include "session/modPlayback.h"

@@ -242,7 +242,7 @@ Operation<> clsTransfer::readingSet(TransferJob job)
             copySet(m_device, m_entry);
         }
         if (job == TransferJob::ReadBack && !m_isTaken) {
-            m_view.ShowFailed(true); // the window already says that the command has failed
+            m_view.ShowFailed(true); // the front end already says that the command has failed
         } else if (!m_device.Wait().Ended) {
             m_view.ShowFailure(job == TransferJob::Download ? TextId::TransferNotRead : TextId::TransferNotReadBack,
                                whyNothingCame());

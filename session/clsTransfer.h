@@ -38,9 +38,9 @@ public:
     virtual void ShowFailure(TextId textId, TextId reasonTextId) = 0;
     virtual void ShowProgress(const TransferProgress& progress) = 0;
     /// Asks in a box with Abort, Retry and Ignore. The box reports the failure, then the reason. It must close with
-    /// Abort when the main window closes.
+    /// Abort when the session ends.
     virtual FailureAnswer AskAboutFailure(TextId reasonTextId) = 0;
-    /// Selects the device entry's line as the user would: the window shows it, `cmdDelete` follows.
+    /// Selects the device entry's line as the user would: its values are shown, `cmdDelete` follows.
     virtual void SelectDeviceEntry() = 0;
     /// Selects the line without these effects, and fills the fields from the device entry.
     virtual void FillFromDeviceEntry() = 0;

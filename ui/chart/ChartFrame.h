@@ -27,7 +27,8 @@ public:
     void Discard() { m_isStale = true; }
     void Prepare(const QFont& font, const QPalette& palette, const QSize& size, double ratio);
     /// Removes the last curve and draws the present one; call Prepare before. The read pointer of the series must stand
-    /// on its oldest point. Returns whether any of the curve may be visible; for dots this is not known here.
+    /// on its oldest point. Returns whether any of the curve may be visible; dots are not checked and always count
+    /// as visible.
     bool Compose(const clsChartData& series);
     void Paint(QPainter& painter) const;
     /// Draws a dot where the curve grows.

@@ -27,7 +27,7 @@ FirstSteps::FirstSteps(QWidget& chart)
     column->addWidget(lblFirstSteps);
     column->addWidget(cmdSimulatedSensor, 0, Qt::AlignHCenter);
     auto* middle = new QGridLayout(&chart);
-    // About the room that the scales of an empty chart take, so that the sheet stands in the middle of the plot.
+    // Roughly the room that the scales of an empty chart take, so that the sheet stands in the middle of the plot.
     middle->setContentsMargins(QMargins(4, 2, 1, 3) * fontMetrics().height());
     middle->addWidget(this, 0, 0, Qt::AlignCenter);
     hide();

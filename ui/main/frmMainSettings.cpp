@@ -31,7 +31,7 @@ bool frmMain::keepsSettings()
     return ends;
 }
 
-/// Shown at the start and as long as nothing else is shown there: everything but the settings works.
+/// Shown at the start, while nothing else is shown there: everything but the settings works.
 void frmMain::warnOfUnkeptSettings()
 {
     const QString warning = unkeptWarning();

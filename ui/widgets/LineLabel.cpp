@@ -10,8 +10,8 @@
 
 namespace {
 
-/// Whether the text is a value or a time. Its characters then come from the sensor, and none changes with its
-/// neighbours.
+/// Whether the text is a number or a time. Such a text is plain ASCII whose characters do not depend on their
+/// neighbours, so it can be drawn character by character.
 bool isFigure(const QString& text)
 {
     return std::ranges::any_of(text, [](QChar c) { return c.isDigit(); }) &&
@@ -42,7 +42,7 @@ void LineLabel::ShowStale(bool stale)
     }
 }
 
-/// As wide as the text with any other digits: in some fonts digits differ in width.
+/// The width of the text with its widest digits: in some fonts digits differ in width.
 QSize LineLabel::sizeHint() const
 {
     const QFontMetrics metrics = fontMetrics();
@@ -72,7 +72,7 @@ bool LineLabel::event(QEvent* event)
 }
 
 /// Laying out a text costs more than drawing it, so it is repeated only for a different text. The layout of the last
-/// text stays while the label is empty, because messages come and go.
+/// text is kept while the label is empty, because messages come and go.
 void LineLabel::layOut()
 {
     const bool elides = m_mode != Qt::ElideNone;
@@ -111,7 +111,7 @@ void LineLabel::drawLine(QPainter& painter)
     painter.drawStaticText(cornerOf(m_line.size()), m_line);
 }
 
-/// Figures keep changing but their characters do not: drawn one by one, nothing has to be laid out anew.
+/// Each text is new, but its characters are not: drawn one by one, they need no new layout.
 void LineLabel::drawFigure(QPainter& painter)
 {
     QSizeF size;

@@ -17,7 +17,7 @@
 namespace {
 
 constexpr int kAtOnce_ms = 0;
-constexpr int kAfterClick_ms = 300; // releasing the mouse button after the click that left the box hides a tool tip
+constexpr int kAfterClick_ms = 300;       // the mouse-up of the click that left the box would hide a tool tip
 constexpr qsizetype kLongestNumber = 300; // characters; a double can still hold such a number
 constexpr QChar kMinus(0x2212), kApostrophe(0x2019);
 
