@@ -1,13 +1,12 @@
 // What a session reports. A window, a command-line program or a service listens to what it needs. A session never asks
 // anything back, so it runs the same with any front end or with none. Every operation is called during a tick, a
-// command or a playback. Unless a listener overrides it, it does nothing; `AddPlayedPoints` passes its points on one by
-// one.
+// command or a playback, or while files are served, and does nothing unless a listener overrides it. What a listener
+// throws ends the call that it was told in.
 #pragma once
 
 #include "plot/clsChartData.h"
 #include "sensor/Measurement.h"
 
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <span>
@@ -91,18 +90,8 @@ public:
     }
     /// There is no value at this time, and the curve is not joined across it.
     virtual void AddChartGap(double time) { static_cast<void>(time); }
-    /// Points of a recording that is played, in order; one without a value is a gap. Unless it is overridden, each of
-    /// them comes as a point or a gap.
-    virtual void AddPlayedPoints(std::span<const ChartPoint> points)
-    {
-        for (const ChartPoint& point : points) {
-            if (std::isnan(point.y)) {
-                AddChartGap(point.x);
-            } else {
-                AddChartPoint(point.x, point.y);
-            }
-        }
-    }
+    /// Points of a recording that is played, in order and in pieces of thousands; one without a value is a gap.
+    virtual void AddPlayedPoints(std::span<const ChartPoint> points) { static_cast<void>(points); }
     /// The right end of the curve while measuring.
     virtual void ShowChartTime(double time) { static_cast<void>(time); }
     /// Values of another unit or run follow: an automatic value axis starts afresh.

@@ -284,7 +284,7 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
     if (m_playing) {
-        addPlayed({measurement.time, measurement.value});
+        addPlayed(measurement.time, measurement.value);
     } else {
         m_listener.AddChartPoint(measurement.time, measurement.value);
         FitRange();
@@ -292,18 +292,21 @@ void clsMeasurementLoop::Show(const Measurement& measurement)
 }
 
 /// Played points go on in pieces: a call for each of millions would take longer than reading them.
-void clsMeasurementLoop::addPlayed(const ChartPoint& point)
+void clsMeasurementLoop::addPlayed(double time, double value)
 {
-    m_played.push_back(point);
-    if (m_played.size() == kPlayedPiece) {
+    // In two stores: a whole point would be read back in one wide load, which stalls on them.
+    ChartPoint& point = m_played[m_playedCount];
+    point.x = time;
+    point.y = value;
+    if (++m_playedCount == m_played.size()) {
         TellPlayed();
     }
 }
 
 void clsMeasurementLoop::TellPlayed()
 {
-    m_listener.AddPlayedPoints(m_played);
-    m_played.clear();
+    m_listener.AddPlayedPoints(std::span(m_played).first(m_playedCount));
+    m_playedCount = 0;
 }
 
 void clsMeasurementLoop::showTexts(const Measurement& measurement)
@@ -316,7 +319,8 @@ void clsMeasurementLoop::BeginPlaying()
 {
     m_playing = true;
     m_breaksAfterPlaying = false;
-    m_played.reserve(kPlayedPiece);
+    m_played.resize(kPlayedPiece);
+    m_playedCount = 0;
     forgetHistory();
 }
 
@@ -339,7 +343,7 @@ void clsMeasurementLoop::breakCurve(double time)
         return;
     }
     if (m_playing) {
-        addPlayed({time, std::numeric_limits<double>::quiet_NaN()});
+        addPlayed(time, std::numeric_limits<double>::quiet_NaN());
     } else {
         m_listener.AddChartGap(time);
     }

@@ -80,7 +80,7 @@ public:
     void StopPlaying()
     {
         m_playing = false;
-        m_played.clear();
+        m_playedCount = 0;
     }
     /// Ends the playback: shows the texts of the last measurement, if there was one, and fits the value axis.
     void EndPlaying(const std::optional<Measurement>& last);
@@ -119,7 +119,7 @@ private:
     void forgetHistory();
     void showTexts(const Measurement& measurement);
     void breakCurve(double time);
-    void addPlayed(const ChartPoint& point);
+    void addPlayed(double time, double value);
     void readPort();
     void showRule();
     void advanceClock();
@@ -145,7 +145,8 @@ private:
     bool m_playing = false;
     bool m_breaksAfterPlaying = false; ///< the gap between played points and the next value is still to come
     static constexpr std::size_t kPlayedPiece = 4096;
-    std::vector<ChartPoint> m_played;
+    std::vector<ChartPoint> m_played; ///< the first so many are not passed on yet:
+    std::size_t m_playedCount = 0;
     std::optional<ControlRule> m_shownRule;
     std::int32_t m_shownDialogue = -1;
     clsFIFO m_values;

@@ -5,6 +5,7 @@
 #include "session/SessionListener.h"
 
 #include <array>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <utility>
@@ -48,6 +49,16 @@ public:
     void ResetChart() override { ++resets; }
     void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
     void AddChartGap(double) override { ++gaps; }
+    void AddPlayedPoints(std::span<const ChartPoint> played) override
+    {
+        for (const ChartPoint& point : played) {
+            if (std::isnan(point.y)) {
+                AddChartGap(point.x);
+            } else {
+                AddChartPoint(point.x, point.y);
+            }
+        }
+    }
     void ForgetRange() override { m_axis.Reset(); }
     void FitValueAxis(const clsFIFO& newest, double millimetres) override
     {

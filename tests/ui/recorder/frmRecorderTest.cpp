@@ -46,10 +46,11 @@ struct Audience : SessionListener {
     bool slow = false;
     std::int64_t shown = 0;
 
-    void AddChartPoint(double, double) override
+    void AddPlayedPoints(std::span<const ChartPoint> points) override
     {
-        if (++shown % 100 == 0 && slow) {
-            QThread::msleep(1);
+        shown += std::ssize(points);
+        if (slow) {
+            QThread::msleep(40);
         }
     }
 };
