@@ -74,13 +74,13 @@ public:
     virtual void ShowTemperature(const std::string& text) { static_cast<void>(text); }
     /// Whether continuous measurement is running; a start button then reads "Stop".
     virtual void ShowRunning(bool running) { static_cast<void>(running); }
-    /// Whether the sensor has shut down its laser.
+    /// Whether the sensor has shut down its laser. Called when it has changed.
     virtual void ShowShutDown(bool shutDown) { static_cast<void>(shutDown); }
 
     // The curve.
     /// Clears the curve; a new run begins.
     virtual void ResetChart() {}
-    /// The unit of the values that follow.
+    /// The unit of the values that follow. Called when it has changed.
     virtual void ShowUnit(std::string_view unit) { static_cast<void>(unit); }
     /// A point of the curve: days since 1899-12-30, value in the shown unit.
     virtual void AddChartPoint(double time, double value)
@@ -114,8 +114,6 @@ public:
         static_cast<void>(file);
         static_cast<void>(why);
     }
-    /// Called when everything about recordings in this tick has been reported.
-    virtual void FilesServed() {}
     /// A playback begins: the points that follow are the lines of a recording.
     virtual void PlaybackBegins() {}
     /// All lines, or all that can be read, have been reported, so the time axis can be placed. The texts of the last

@@ -107,10 +107,6 @@ public:
     {
         tell([&](SessionListener& listener) { listener.RecordingNotClosed(file, why); });
     }
-    void FilesServed() override
-    {
-        tell([&](SessionListener& listener) { listener.FilesServed(); });
-    }
     void PlaybackBegins() override
     {
         tell([&](SessionListener& listener) { listener.PlaybackBegins(); });

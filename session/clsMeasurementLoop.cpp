@@ -196,7 +196,7 @@ void clsMeasurementLoop::newDistance()
     Show(measurement);
     m_listener.Measured(measurement, m_device.sTemperature());
     status(TextId::StatusNewDistance);
-    m_listener.ShowShutDown(m_device.MeasValue() == kMarkerTempError);
+    showShutDown(m_device.MeasValue() == kMarkerTempError);
     interruptForTemperature();
 }
 
@@ -219,7 +219,7 @@ void clsMeasurementLoop::newTemperature()
 void clsMeasurementLoop::newConfiguration()
 {
     showSensorSettings();
-    m_listener.ShowShutDown(m_device.Identity().HWPointer.find("shutdown") != std::string::npos);
+    showShutDown(m_device.Identity().HWPointer.find("shutdown") != std::string::npos);
     status(TextId::StatusNewConfiguration);
 }
 
@@ -312,7 +312,16 @@ void clsMeasurementLoop::TellPlayed()
 void clsMeasurementLoop::showTexts(const Measurement& measurement)
 {
     m_listener.ShowDistance(DistanceText(measurement, m_decimalSeparator));
-    m_listener.ShowUnit(UnitOf(measurement.unit).name);
+    if (std::exchange(m_toldUnit, measurement.unit) != measurement.unit) {
+        m_listener.ShowUnit(UnitOf(measurement.unit).name);
+    }
+}
+
+void clsMeasurementLoop::showShutDown(bool shutDown)
+{
+    if (std::exchange(m_toldShutDown, shutDown) != shutDown) {
+        m_listener.ShowShutDown(shutDown);
+    }
 }
 
 void clsMeasurementLoop::BeginPlaying()

@@ -118,6 +118,7 @@ private:
     void showSensorSettings();
     void forgetHistory();
     void showTexts(const Measurement& measurement);
+    void showShutDown(bool shutDown);
     void breakCurve(double time);
     void addPlayed(double time, double value);
     void readPort();
@@ -149,6 +150,8 @@ private:
     std::size_t m_playedCount = 0;
     std::optional<ControlRule> m_shownRule;
     std::int32_t m_shownDialogue = -1;
+    std::int32_t m_toldUnit = -1;
+    bool m_toldShutDown = false;
     clsFIFO m_values;
     clsFIFO m_times;
 };

@@ -58,15 +58,18 @@ void clsSession::ServeFiles(double now)
         return;
     }
     m_recorder.Flush(now);
-    const std::error_code failure = m_recorder.Failure();
-    if (failure && failure != m_toldFailure) {
-        m_listeners.RecordingFailed(failure);
-    }
-    m_toldFailure = failure;
+    tellFailure();
     for (const auto& [file, error] : m_recorder.TakeLateFailures()) {
         m_listeners.RecordingNotClosed(file, error);
     }
-    m_listeners.FilesServed();
+}
+
+void clsSession::tellFailure()
+{
+    const std::error_code failure = m_recorder.Failure();
+    if (std::exchange(m_toldFailure, failure) != failure && failure) {
+        m_listeners.RecordingFailed(failure);
+    }
 }
 
 void clsSession::StartRecording()
@@ -78,6 +81,7 @@ void clsSession::StartRecording()
 void clsSession::Measured(const Measurement& measurement, std::string_view temperature)
 {
     m_recorder.Record(measurement, temperature);
+    tellFailure();
 }
 
 modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,

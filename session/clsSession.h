@@ -74,6 +74,7 @@ public:
 
 private:
     void stepOperations();
+    void tellFailure();
     void Measured(const Measurement& measurement, std::string_view temperature) override;
 
     std::unique_ptr<SerialPort> m_port;

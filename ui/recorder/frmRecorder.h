@@ -37,7 +37,7 @@ public:
     /// Asks for a recording; returns an empty text when the user cancels.
     std::function<QString()> ChooseFile;
 
-    void FilesServed() override { ShowState(); }
+    void Ticked() override { ShowState(); }
     void PlaybackBegins() override { ShowState(); }
 
     /// Escape; does nothing while something runs.
