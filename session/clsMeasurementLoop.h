@@ -48,8 +48,8 @@ public:
     void RequestSingleValue();
     /// Switches the marker laser. A running measurement is stopped before and restarted afterwards.
     void SwitchRedLaser(bool on);
-    /// Sends a parameter ("301", "304") with a new value, also between stop and restart. A refused value is taken back,
-    /// and the old one is shown.
+    /// Sends a parameter with a new value, also between stop and restart. A refused value is taken back, and the old
+    /// one is shown.
     void ChangeSetting(std::int32_t ParameterSet::*setting, std::int32_t value,
                        const modRVQComm::PumpEvents& pumpEvents);
     // The same commands as operations, for a session that is driven by ticks alone: one step after each tick.
@@ -146,8 +146,8 @@ private:
     bool m_playing = false;
     bool m_breaksAfterPlaying = false; ///< the gap between played points and the next value is still to come
     static constexpr std::size_t kPlayedPiece = 4096;
-    std::vector<ChartPoint> m_played; ///< the first so many are not passed on yet:
-    std::size_t m_playedCount = 0;
+    std::vector<ChartPoint> m_played; ///< room for a piece
+    std::size_t m_playedCount = 0;    ///< points in it that are not passed on yet
     std::optional<ControlRule> m_shownRule;
     std::int32_t m_shownDialogue = -1;
     std::int32_t m_toldUnit = -1;

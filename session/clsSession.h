@@ -53,9 +53,9 @@ public:
 
     /// Begins a recording. Throws what clsRecorder::StartRecording throws.
     void StartRecording();
-    /// Plays a recording in one pass: listeners get its lines as if they had just been measured. `goOn` is called now
-    /// and then with the fraction read so far, 0..1; returning false ends the loading, and so does stopping the
-    /// recorder.
+    /// Plays a recording in one pass: listeners get its points, and the texts of its last line at the end. `goOn` is
+    /// called now and then with the fraction read so far, 0..1; returning false ends the loading, and so does stopping
+    /// the recorder.
     modPlayback::Loaded Play(const std::filesystem::path& file, const std::function<bool(double fraction)>& goOn);
 
     /// Ends waits, recording and playback, and closes the port; nothing more is sent.
@@ -64,7 +64,6 @@ public:
     /// `clsRecorder::FinishWriting`.
     bool FinishWriting(std::chrono::milliseconds patience) { return m_recorder.FinishWriting(patience); }
 
-    const SerialPort& Port() const { return *m_port; }
     clsRVQ& Device() { return m_device; }
     const clsRVQ& Device() const { return m_device; }
     /// The operator's commands.

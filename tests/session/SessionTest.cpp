@@ -125,6 +125,43 @@ TEST(Session, MayBeEndedByWhatHearsOfIt)
     EXPECT_FALSE(plant.busy.session.Device().PortIsOpen());
 }
 
+TEST(Session, StepsDoNotNest)
+{
+    Plant plant;
+    int steps = 0;
+    const auto nesting = [](clsSession& session, int& count) -> Operation<> {
+        for (; count < 3; ++count) {
+            session.Tick(ScriptedSensor::kStart); // as a box does that lets events be handled
+            co_await NextStep{};
+        }
+    };
+    plant.busy.session.Start(nesting(plant.busy.session, steps));
+    plant.Run(2);
+    EXPECT_EQ(steps, 1);
+    plant.Run(2);
+    EXPECT_EQ(plant.busy.session.Operations(), 0U);
+}
+
+TEST(Session, AListenerMayLeaveInACallAndAPlaybackThatItBreaksOffLeavesTheSessionUsable)
+{
+    Plant plant;
+    struct Breaking : SessionListener {
+        Site& site;
+        explicit Breaking(Site& played) : site(played) { site.session.Listen(*this); }
+        void AddPlayedPoints(std::span<const ChartPoint>) override
+        {
+            site.session.Leave(*this);
+            throw std::runtime_error("a fault");
+        }
+    } breaking(plant.busy);
+    const auto file = plant.busy.folder.Write("a.rec", "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n");
+    const auto play = [&] { return plant.busy.session.Play(file, [](double) { return true; }).lines; };
+    EXPECT_THROW(play(), std::runtime_error);
+    EXPECT_EQ(play(), 1) << "it has left";
+    plant.Run(200);
+    EXPECT_GT(plant.busy.values, 20);
+}
+
 TEST(Session, AFaultComesOutWhereItsOperationIsAwaited)
 {
     const auto failing = []() -> Operation<int> {
