@@ -120,6 +120,7 @@ TEST(MeasurementLoop, AnotherUnitBeginsAnotherChart)
     monitor.sensor.device.Parameters().DistanceUnit = 3;
     monitor.Tick("     9.000 ft\r\n");
     EXPECT_EQ(monitor.view.resets, resets + 1);
+    EXPECT_EQ(monitor.view.unit, "ft");
     EXPECT_EQ(monitor.loop.Values().Size(), modGlobals::kHistoryLength);
     EXPECT_EQ(monitor.loop.Values().Count(), 1) << "metres and feet do not mix";
 }

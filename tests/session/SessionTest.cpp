@@ -33,7 +33,7 @@ struct Site : SessionListener {
     Configuration entry;
     clsRecordingTransferView view;
     clsTransfer transfer{session.Device(), entry, view, {}};
-    int values = 0;
+    int values = 0, points = 0;
 
     explicit Site(const double& clock_s)
         : line(new ModelLine(clock_s)), session(std::unique_ptr<SerialPort>(line), settings, folder.path, '.')
@@ -43,6 +43,7 @@ struct Site : SessionListener {
     }
     ~Site() override { session.Leave(*this); }
     void Measured(const Measurement&, std::string_view) override { ++values; }
+    void AddChartPoint(double, double) override { ++points; }
 };
 
 struct Plant {
@@ -120,9 +121,17 @@ TEST(Session, MayBeEndedByWhatHearsOfIt)
     plant.Run(200);
     plant.busy.session.Start(plant.busy.session.Loop().StartingOrStopping()); // stops, in a step
     plant.busy.session.Start(plant.busy.transfer.Downloading());
+    while (plant.busy.session.Device().PortIsOpen()) {
+        plant.Run(1);
+    }
+    EXPECT_EQ(plant.busy.session.Operations(), 0U) << "at once: no tick may follow";
     EXPECT_GT(plant.Others(100), 20);
-    EXPECT_EQ(plant.busy.session.Operations(), 0U);
-    EXPECT_FALSE(plant.busy.session.Device().PortIsOpen());
+    plant.other.session.Start([](clsSession& session) -> Operation<> {
+        session.End();
+        co_await NextStep{};
+    }(plant.other.session));
+    plant.Run(1);
+    EXPECT_EQ(plant.other.session.Operations(), 0U) << "it ends its own session and waits";
 }
 
 TEST(Session, StepsDoNotNest)
@@ -157,9 +166,9 @@ TEST(Session, AListenerMayLeaveInACallAndAPlaybackThatItBreaksOffLeavesTheSessio
     const auto file = plant.busy.folder.Write("a.rec", "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n");
     const auto play = [&] { return plant.busy.session.Play(file, [](double) { return true; }).lines; };
     EXPECT_THROW(play(), std::runtime_error);
-    EXPECT_EQ(play(), 1) << "it has left";
     plant.Run(200);
-    EXPECT_GT(plant.busy.values, 20);
+    EXPECT_GT(plant.busy.points, 20) << "it measures, and what it measures is live";
+    EXPECT_EQ(play(), 1) << "the listener has left";
 }
 
 TEST(Session, AFaultComesOutWhereItsOperationIsAwaited)

@@ -13,7 +13,7 @@
 
 class clsRecordingView : public SessionListener {
 public:
-    std::string distance, temperature;
+    std::string distance, temperature, unit;
     std::array<std::string, 3> status;
     std::vector<std::string> distances; ///< the text of every distance
     std::vector<std::string> messages;  ///< every text of panel 1 that differs from the one before it
@@ -47,6 +47,7 @@ public:
     void ShowRule(const ControlRule& shown) override { rule = shown; }
     void ShowSensorSettings(const SensorSettings& shown) override { sensor = shown; }
     void ResetChart() override { ++resets; }
+    void ShowUnit(std::string_view shown) override { unit = shown; }
     void AddChartPoint(double time, double value) override { points.emplace_back(time, value); }
     void AddChartGap(double) override { ++gaps; }
     void AddPlayedPoints(std::span<const ChartPoint> played) override
