@@ -108,9 +108,4 @@ std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEven
     return RunToEnd(SendingValueOf(device, device.Parameters(), std::string(code)), pumpEvents);
 }
 
-std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents)
-{
-    return RunToEnd(ChangingParameter(device, std::string(code)), pumpEvents);
-}
-
 } // namespace modRVQComm

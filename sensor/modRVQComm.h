@@ -78,13 +78,9 @@ Operation<std::int32_t> SendingValueOf(clsRVQ& device, const ParameterSet& value
 /// `WaitScope` does.
 Operation<std::int32_t> ChangingParameter(clsRVQ& device, std::string code);
 
-// The same for callers that block; they pump events between the steps. No window uses them today: windows drive the
-// operations of a session.
-
-/// Like `SendingValueOf` with the device's own set, but within a wait of its own and once no answer is open.
+/// Like `SendingValueOf` with the device's own set, but within a wait of its own and once no answer is open, and for a
+/// caller that blocks: events are pumped between the steps. No window uses it today; it belongs to the protocol.
 /// Throws std::logic_error as `WaitScope` does, and while the sensor measures, because no verdict would ever come.
 std::int32_t SendParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
-/// See `ChangingParameter`.
-std::int32_t ChangeParameter(clsRVQ& device, std::string_view code, const PumpEvents& pumpEvents);
 
 } // namespace modRVQComm

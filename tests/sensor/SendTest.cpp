@@ -195,11 +195,11 @@ TEST(SendParameter, RefusesToStartInsideAWaitOrATick)
     sensor.device.CommStatus() = DialogueMeasuring;
     EXPECT_THROW(SendParameter(sensor.device, "302", [] {}), std::logic_error) << "a verdict would never come";
     const modRVQComm::TickScope tick(sensor.device);
-    EXPECT_THROW(modRVQComm::ChangeParameter(sensor.device, "302", [] {}), std::logic_error);
+    EXPECT_THROW(modRVQComm::ChangingParameter(sensor.device, "302").Step(), std::logic_error);
     EXPECT_EQ(sensor.port.Sent, "302 25\r") << "nothing went out";
 }
 
-TEST(ChangeParameter, StartsNothingWhenTheProgramEndsOrThePortIsNoLongerTheSame)
+TEST(ChangingParameter, StartsNothingWhenTheProgramEndsOrThePortIsNoLongerTheSame)
 {
     using Row = std::pair<const char*, void (*)(clsRVQ&)>;
     for (const auto& [what, happens] :
@@ -208,7 +208,7 @@ TEST(ChangeParameter, StartsNothingWhenTheProgramEndsOrThePortIsNoLongerTheSame)
           Row{"another device", [](clsRVQ& device) { device.CloseComPort(), device.OpenComPort(1, 9600); }}}) {
         ScriptedSensor sensor;
         sensor.device.CommStatus() = DialogueMeasuring;
-        modRVQComm::ChangeParameter(sensor.device, "304", [&, act = happens] { act(sensor.device); });
+        RunToEnd(modRVQComm::ChangingParameter(sensor.device, "304"), [&, act = happens] { act(sensor.device); });
         EXPECT_EQ(sensor.port.Sent, "S304 0\r") << what;
     }
 }
