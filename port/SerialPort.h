@@ -80,6 +80,13 @@ public:
         static_cast<void>(port);
         return false;
     }
+    /// A file descriptor that becomes readable when bytes arrive, for an event loop; -1 when there is none. It changes
+    /// with each opening.
+    virtual int ArrivalHandle(std::int32_t port) const
+    {
+        static_cast<void>(port);
+        return -1;
+    }
     /// True when the device behind an open port has gone (a pulled cable); the port is closed then.
     virtual bool HasVanished(std::int32_t port) const
     {

@@ -34,6 +34,7 @@ public:
     /// Whether devices have come or gone, or a different device is now behind the port. Looks at the file system a few
     /// times and opens no device.
     bool DevicesChanged(std::int32_t port) const override;
+    int ArrivalHandle(std::int32_t port) const override { return descriptor(port); }
     bool HasVanished(std::int32_t port) const override;
 
 private:

@@ -61,6 +61,7 @@ void clsRVQ::ContinueOpening()
     m_mismatch = Mismatch::None;
     m_unitInDoubt = false;
     m_unsent.clear();
+    m_collected.clear();
     CommBaudrate(rate);
 }
 
@@ -139,17 +140,38 @@ void clsRVQ::ReadComportData()
     }
     sendRest();
     sendQueue();
-    const std::int32_t waiting = m_port->sio_iqueue(m_commComPort);
-    if (waiting > 0 && m_queue.empty()) { // what comes before the next send is thrown away by it
-        m_newInData.resize(static_cast<std::size_t>(waiting));
-        const std::int32_t count = m_port->sio_read(m_commComPort, m_newInData);
-        m_newInData.resize(static_cast<std::size_t>(std::clamp(count, 0, waiting)));
+    if (m_queue.empty()) { // what comes before the next send is thrown away by it
+        Collect(m_currentTime);
+        m_newInData.swap(m_collected);
         m_inBuffer += m_newInData;
-        m_lastArrival = m_currentTime;
+        m_lastArrival = m_newInData.empty() ? m_lastArrival : m_currentTime;
     }
     if (m_port->HasVanished(m_commComPort)) {
         CloseComPort();
     }
+}
+
+std::size_t clsRVQ::Collect(double now)
+{
+    const std::int32_t waiting = m_port == nullptr ? 0 : m_port->sio_iqueue(m_commComPort);
+    if (waiting <= 0) {
+        return 0;
+    }
+    const std::size_t before = m_collected.size();
+    m_collected.resize(before + static_cast<std::size_t>(waiting));
+    const std::int32_t taken = m_port->sio_read(m_commComPort, std::span(m_collected).subspan(before));
+    const auto count = static_cast<std::size_t>(std::clamp(taken, 0, waiting));
+    m_collected.resize(before + count);
+    m_arrivals.Append(count, now);
+    if (m_collected.size() > kMaxPending) {
+        m_collected.erase(0, m_collected.size() - kMaxPending); // nobody has read for long
+    }
+    return count;
+}
+
+int clsRVQ::ArrivalHandle() const
+{
+    return m_port == nullptr ? -1 : m_port->ArrivalHandle(m_commComPort);
 }
 
 void clsRVQ::SendCommand(std::string_view Command)
@@ -196,6 +218,7 @@ void clsRVQ::sendQueue()
             continue;
         }
         m_port->sio_flush(m_commComPort, 0);
+        m_collected.clear();
         sendBytes(command);
         if (RequestOf(command) == Request::Stop) {
             pauseAfterStop();

@@ -6,6 +6,7 @@
 #include "sensor/Measurement.h"
 #include "sensor/Parameters.h"
 #include "sensor/Request.h"
+#include "sensor/clsArrivals.h"
 #include "sensor/clsEventJournal.h"
 #include "sensor/clsFrameStep.h"
 #include "sensor/clsLineRun.h"
@@ -14,8 +15,10 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class SerialPort;
 struct OpenFailure;
@@ -132,12 +135,22 @@ public:
     /// uses it today; it belongs to the port's operations.
     std::string PortStatusByName() const;
 
+    /// Takes bytes out of the port as soon as they arrive, at the local time `now`, so that they keep this time. The
+    /// next `ReadComportData` passes them on. Returns how many there were. `ArrivalHandle` says when to call it.
+    std::size_t Collect(double now);
+    /// What an event loop watches to know that bytes have arrived: a file descriptor that becomes readable. -1 when
+    /// there is none.
+    int ArrivalHandle() const;
     /// Moves what has arrived into `NewInData` and appends it to `InBuffer`. Closes the port if its device has
     /// vanished, and sends the rest of a command that a full line has not taken.
     void ReadComportData();
     /// Interprets `InBuffer`, sets `EventNr` and the values that go with it, and sends at most one follow-up command.
     /// Takes time linear in the buffer and leaves at most `kMaxPending` bytes in it.
     void EvaluateInBuffer();
+    /// The measurements among the replies that the last evaluation has understood, oldest first, each at the time when
+    /// its last byte arrived. If the evaluation has found a distance, the last of them is the newest; `MeasValue` has
+    /// it once `HasDue` is false.
+    std::span<const Measurement> Samples() const { return m_samples; }
     /// Continues after `EventCrcError` as long as the buffer holds a whole reply: the values are then those of the
     /// newest good reply behind the damage, and `NewDistance` says whether it was a distance. `EventNr` stays as it is,
     /// or reports the temperature that was asked for.
@@ -314,6 +327,8 @@ private:
     void addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const;
     void addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const;
     void followFormat();
+    void addSample(double value, std::int32_t value_mm, std::int64_t position);
+    std::int64_t positionOf(std::size_t index) const;
     bool isVerdict(std::string_view line) const;
     bool isConfirmedFormat() const { return m_mismatch == Mismatch::Confirmed; }
     void readDump(std::string_view dump);
@@ -350,6 +365,9 @@ private:
     std::int32_t m_format = -1, m_unit = -1; // of what has come so far
     std::deque<Distance> m_due;
     std::deque<SentFrame> m_sentFrames; // of the last seconds
+    std::vector<Measurement> m_samples;
+    std::string m_collected; // bytes taken between two readings
+    clsArrivals m_arrivals;  // of the bytes in `m_inBuffer` and in `m_collected`
     double m_lastArrival = 0.0;
     double m_quietUntil = 0.0;         // the pause after a stop
     std::optional<double> m_openPause; // days; of a stop sent between two ticks, whose time is not known

@@ -1,5 +1,6 @@
 // The distances in what the sensor has sent, in its four formats: which are shown now, which wait, and which are given
 // up.
+#include "base/Days.h"
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
 #include "sensor/clsRVQ.h"
@@ -32,6 +33,7 @@ void clsRVQ::evaluateSingleValue()
 
 void clsRVQ::evaluateTempErr()
 {
+    addSample(kTempErrValue, kMarkerTempError, positionOf(m_inBuffer.size()));
     // Deliberate: the value is the number of "No Echo"; only `MeasValue_mm` tells them apart.
     acceptDistance(kTempErrValue, kMarkerTempError);
     m_tempStatus = 0;
@@ -150,6 +152,9 @@ void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& dis
 /// The oldest is reported now; the others are due.
 void clsRVQ::acceptDistances(std::deque<Distance> distances)
 {
+    for (const Distance& distance : distances) {
+        addSample(distance.value, distance.value_mm, positionOf(0));
+    }
     if (!distances.empty()) {
         m_due = std::move(distances);
         tellDue();
@@ -205,6 +210,7 @@ void clsRVQ::acceptCrcDistance(std::int32_t value_mm)
 {
     m_outOfStep = false;
     m_lastCrc_mm = value_mm;
+    addSample(value_mm / UnitOf(m_parameters.DistanceUnit).millimetres, value_mm, positionOf(0));
     acceptDistance(value_mm / UnitOf(m_parameters.DistanceUnit).millimetres, value_mm);
 }
 
@@ -236,6 +242,22 @@ void clsRVQ::EvaluateBehindDamage()
             forgetRequest();
         }
     }
+}
+
+/// Where the byte in front of which `index` stands ends among all that were received. Bytes leave the buffer at its
+/// front.
+std::int64_t clsRVQ::positionOf(std::size_t index) const
+{
+    const auto collected = static_cast<std::int64_t>(m_collected.size());
+    return m_arrivals.Received() - collected - static_cast<std::int64_t>(m_inBuffer.size() - index);
+}
+
+void clsRVQ::addSample(double value, std::int32_t value_mm, std::int64_t position)
+{
+    constexpr double kBitsPerByte = 10.0;
+    const double byteTime = kBitsPerByte / m_lastRate / kSecondsPerDay;
+    m_samples.push_back({value, value_mm, m_parameters.DistanceUnit, m_parameters.OutputFormat,
+                         m_arrivals.TimeOf(position, byteTime, m_currentTime)});
 }
 
 void clsRVQ::acceptDistance(double value, std::int32_t value_mm)

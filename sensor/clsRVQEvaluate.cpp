@@ -24,6 +24,7 @@ void clsRVQ::EvaluateInBuffer()
 {
     m_eventNr = EventNone;
     m_newDistance = false;
+    m_samples.clear();
     if (!m_due.empty()) {
         tellDue();
         return;
@@ -395,4 +396,5 @@ void clsRVQ::boundInBuffer()
     if (m_inBuffer.size() > kMaxPending) {
         m_inBuffer.erase(0, m_inBuffer.size() - kMaxPending);
     }
+    m_arrivals.DropUpTo(positionOf(0));
 }

@@ -68,6 +68,13 @@ public:
         static_cast<void>(measurement);
         static_cast<void>(temperature);
     }
+    /// Every measurement that the sensor has sent since the last call, oldest first, each at the time when its last
+    /// byte arrived. Comes before `Measured`, which has the newest of a tick. `temperature` is the text read last.
+    virtual void Sampled(std::span<const Measurement> samples, std::string_view temperature)
+    {
+        static_cast<void>(samples);
+        static_cast<void>(temperature);
+    }
     /// The text of the distance, live or from a recording; empty when nothing is measured.
     virtual void ShowDistance(const std::string& text) { static_cast<void>(text); }
     /// The sensor's temperature text, live or from a recording, one byte per character.

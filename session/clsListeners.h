@@ -47,6 +47,10 @@ public:
     {
         tell([&](SessionListener& listener) { listener.Measured(measurement, temperature); });
     }
+    void Sampled(std::span<const Measurement> samples, std::string_view temperature) override
+    {
+        tell([&](SessionListener& listener) { listener.Sampled(samples, temperature); });
+    }
     void ShowDistance(const std::string& text) override
     {
         tell([&](SessionListener& listener) { listener.ShowDistance(text); });

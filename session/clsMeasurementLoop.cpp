@@ -94,11 +94,48 @@ void clsMeasurementLoop::evaluate()
     if (m_device.EventNr() == EventCrcError) {
         m_device.EvaluateBehindDamage();
     }
+    tellSamples();
+}
+
+/// Every measurement goes into the chart and to the listeners; the number follows the newest one alone.
+void clsMeasurementLoop::tellSamples()
+{
+    const std::int64_t damaged = m_device.DamagedReplies();
+    m_account.Damaged(damaged - std::exchange(m_damagedBefore, damaged));
+    const std::span<const Measurement> samples = m_device.Samples();
+    if (samples.empty()) {
+        return;
+    }
+    m_account.Received(samples);
+    for (const Measurement& sample : samples) {
+        draw(sample);
+        m_account.Shown();
+    }
+    m_listener.Sampled(samples, m_device.sTemperature());
+}
+
+void clsMeasurementLoop::draw(const Measurement& sample)
+{
+    if (sample.unit != m_shownUnit) {
+        m_listener.ResetChart();
+        forgetHistory();
+    }
+    m_shownUnit = sample.unit;
+    if (!IsCharted(sample, m_settings.ShowZeroValues)) {
+        breakCurve(sample.time);
+        return;
+    }
+    if (std::exchange(m_breaksAfterPlaying, false)) {
+        breakCurve(sample.time);
+    }
+    m_inGap = false;
+    m_listener.AddChartPoint(sample.time, sample.value);
 }
 
 void clsMeasurementLoop::readPort()
 {
     m_device.ReadComportData();
+    m_account.Bytes(m_device.NewInData().size());
     if (!m_device.NewInData().empty()) {
         m_listener.Echo(m_device.NewInData());
     }
@@ -193,7 +230,12 @@ void clsMeasurementLoop::noAnswer()
 void clsMeasurementLoop::newDistance()
 {
     const Measurement measurement = m_device.LastMeasurement();
-    Show(measurement);
+    showTexts(measurement);
+    if (IsCharted(measurement, m_settings.ShowZeroValues)) {
+        m_values.Add(measurement.value);
+        m_times.Add(measurement.time);
+        FitRange();
+    }
     m_listener.Measured(measurement, m_device.sTemperature());
     status(TextId::StatusNewDistance);
     showShutDown(m_device.MeasValue() == kMarkerTempError);
@@ -263,32 +305,17 @@ void clsMeasurementLoop::pollAfterSilentSingle()
     }
 }
 
-void clsMeasurementLoop::Show(const Measurement& measurement)
+void clsMeasurementLoop::Play(const Measurement& measurement)
 {
-    if (!m_playing) {
-        showTexts(measurement);
-    }
-    if (measurement.unit != m_shownUnit && !m_playing) {
-        m_listener.ResetChart();
-        forgetHistory();
-    }
     m_shownUnit = measurement.unit;
     if (!IsCharted(measurement, m_settings.ShowZeroValues)) {
         breakCurve(measurement.time);
         return;
     }
-    if (!m_playing && std::exchange(m_breaksAfterPlaying, false)) {
-        breakCurve(measurement.time);
-    }
     m_inGap = false;
     m_values.Add(measurement.value);
     m_times.Add(measurement.time);
-    if (m_playing) {
-        addPlayed(measurement.time, measurement.value);
-    } else {
-        m_listener.AddChartPoint(measurement.time, measurement.value);
-        FitRange();
-    }
+    addPlayed(measurement.time, measurement.value);
 }
 
 /// Played points go on in pieces: a call for each of millions would take longer than reading them.

@@ -9,6 +9,7 @@
 #include "sensor/clsRVQ.h"
 #include "sensor/modRVQComm.h"
 #include "session/SessionListener.h"
+#include "session/clsAccount.h"
 #include "store/modGlobals.h"
 #include "texts/TextId.h"
 
@@ -66,8 +67,8 @@ public:
     void ChangePort();
     /// Applies the rate from the settings.
     void ChangeBaudrate();
-    /// Shows a measurement, live or played back, as a text and, if it has a value to draw, as a point of the chart.
-    void Show(const Measurement& measurement);
+    /// Adds a measurement of a recording to the chart.
+    void Play(const Measurement& measurement);
     /// Fits an automatic value axis to the newest values.
     void FitRange();
 
@@ -92,6 +93,9 @@ public:
     bool IsMeasuring() const { return m_measuring; }
     /// Whether a temperature was requested and has not come yet.
     bool IsTemperaturePending() const { return m_temperaturePending; }
+    /// What has become of everything that the sensor has sent since the measurement was started.
+    clsAccount& Account() { return m_account; }
+    const clsAccount& Account() const { return m_account; }
     /// The newest values and their times.
     const clsFIFO& Values() const { return m_values; }
     const clsFIFO& Times() const { return m_times; }
@@ -104,6 +108,8 @@ private:
     void evaluate();
     void dispatch();
     void noAnswer();
+    void tellSamples();
+    void draw(const Measurement& sample);
     void newDistance();
     void newTemperature();
     void newConfiguration();
@@ -152,6 +158,8 @@ private:
     std::int32_t m_shownDialogue = -1;
     std::int32_t m_toldUnit = -1;
     bool m_toldShutDown = false;
+    std::int64_t m_damagedBefore = 0; ///< of the device, as far as it is counted
+    clsAccount m_account;
     clsFIFO m_values;
     clsFIFO m_times;
 };

@@ -67,6 +67,7 @@ void clsMeasurementLoop::startStop(std::int32_t before)
         m_listener.ResetChart();
         if (!m_measuring) {
             forgetHistory();
+            m_account.Begin();
         }
         modRVQComm::StartMeasurement(m_device);
         m_listener.ShowRunning(true);

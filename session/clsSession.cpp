@@ -100,7 +100,7 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
     m_loop.BeginPlaying();
     modPlayback::Loaded loaded =
         modPlayback::LoadData(file, m_device.Parameters(),
-                              {.show = [this](const Measurement& measurement) { m_loop.Show(measurement); },
+                              {.show = [this](const Measurement& measurement) { m_loop.Play(measurement); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);
     m_loop.TellPlayed();

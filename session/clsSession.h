@@ -64,6 +64,11 @@ public:
     /// `clsRecorder::FinishWriting`.
     bool FinishWriting(std::chrono::milliseconds patience) { return m_recorder.FinishWriting(patience); }
 
+    /// Takes bytes out of the port as soon as they arrive, at the local time `now`, so that each measurement keeps its
+    /// time. Optional: without it, bytes arrive with the tick that reads them. Call it when `Device().ArrivalHandle()`
+    /// is readable.
+    std::size_t Collect(double now) { return m_device.Collect(now); }
+
     clsRVQ& Device() { return m_device; }
     const clsRVQ& Device() const { return m_device; }
     /// The operator's commands.

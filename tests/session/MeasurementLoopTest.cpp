@@ -1,5 +1,6 @@
 // The measurement loop against a scripted port: order, texts, states and commands.
 #include "sensor/modRVQComm.h"
+#include "sensor/Crc16.h"
 #include "session/clsMeasurementLoop.h"
 #include "tests/support/ScriptedSensor.h"
 #include "tests/support/clsRecordingView.h"
@@ -88,11 +89,14 @@ TEST(MeasurementLoop, ZeroIsChartedOnlyWhenWantedAndGapsAreMarkedOnce)
 {
     Monitor monitor;
     monitor.Measure();
+    monitor.sensor.device.Parameters().OutputFormat = FormatBinaryCrc;
+    std::string zero(4, '\0');
+    const std::uint16_t crc = Crc16(zero, 0xFFFFFFFF);
+    zero += {static_cast<char>(crc & 0xFFU), static_cast<char>(crc >> 8U)};
     for (const bool wanted : {false, true}) {
         monitor.settings.ShowZeroValues = wanted;
-        for (double time : {1.0, 2.0}) {
-            monitor.loop.Show({0.0, 0, monitor.sensor.device.Parameters().DistanceUnit, FormatAsciiUnit, time});
-        }
+        monitor.Tick(zero);
+        monitor.Tick(zero);
         EXPECT_EQ(monitor.view.points.size(), wanted ? 3U : 1U);
         EXPECT_EQ(monitor.view.gaps, 1);
     }

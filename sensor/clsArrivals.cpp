@@ -1,0 +1,37 @@
+#include "sensor/clsArrivals.h"
+
+#include <algorithm>
+
+void clsArrivals::Append(std::size_t count, double time)
+{
+    m_received += static_cast<std::int64_t>(count);
+    if (count > 0) {
+        m_pieces.push_back({m_received, time});
+    }
+}
+
+double clsArrivals::TimeOf(std::int64_t position, double byteTime, double now)
+{
+    DropUpTo(position - 1);
+    const Piece piece = m_pieces.empty() ? Piece{m_received, now} : m_pieces.front();
+    const double counted = piece.time - static_cast<double>(piece.end - position) * byteTime;
+    m_last = std::max({counted, m_before, m_last});
+    return m_last;
+}
+
+void clsArrivals::DropUpTo(std::int64_t position)
+{
+    while (!m_pieces.empty() && m_pieces.front().end <= position) {
+        m_before = m_pieces.front().time;
+        m_pieces.pop_front();
+    }
+}
+
+void clsArrivals::ShiftClock(double days)
+{
+    for (Piece& piece : m_pieces) {
+        piece.time += days;
+    }
+    m_before = 0.0;
+    m_last = 0.0;
+}

@@ -1,0 +1,33 @@
+// When each received byte arrived. Bytes come in pieces; within a piece they are counted back at the rate of the line.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+
+/// Positions count all bytes ever received: the first byte ends at 1. Times are days, local time.
+class clsArrivals {
+public:
+    /// A piece has arrived, with its last byte at `time`.
+    void Append(std::size_t count, double time);
+    /// The position behind the last byte.
+    std::int64_t Received() const { return m_received; }
+    /// When the byte that ends at `position` arrived. `byteTime` is what a byte takes on the line, `now` is used for
+    /// bytes whose arrival is not known. Ask in the order of the positions: times never run backwards, until the clock
+    /// is set.
+    double TimeOf(std::int64_t position, double byteTime, double now);
+    /// Bytes up to `position` are finished.
+    void DropUpTo(std::int64_t position);
+    /// The clock was set by this many days.
+    void ShiftClock(double days);
+
+private:
+    struct Piece {
+        std::int64_t end = 0;
+        double time = 0.0;
+    };
+    std::deque<Piece> m_pieces;
+    std::int64_t m_received = 0;
+    double m_before = 0.0; ///< of the last piece dropped
+    double m_last = 0.0;   ///< told last
+};
