@@ -52,6 +52,11 @@ std::string binaryMessage(Format format, std::int32_t value)
     return format == Format::BinaryCrc ? withCrc(bytes) : bytes;
 }
 
+double awayFromZero(double distance_mm)
+{
+    return std::abs(distance_mm) < 1.0 ? std::copysign(1.0, distance_mm) : distance_mm;
+}
+
 bool isText(Format format)
 {
     return format == Format::Ascii || format == Format::AsciiUnit;
@@ -71,13 +76,16 @@ std::uint16_t Crc16(std::string_view bytes)
     return static_cast<std::uint16_t>(crc);
 }
 
+std::int32_t WholeMillimetres(double distance_mm)
+{
+    return static_cast<std::int32_t>(std::nearbyint(awayFromZero(distance_mm)));
+}
+
 std::string DistanceMessage(Format format, std::int32_t unit, double distance_mm)
 {
-    if (std::abs(distance_mm) < 1.0) {
-        distance_mm = std::copysign(1.0, distance_mm);
-    }
+    distance_mm = awayFromZero(distance_mm);
     if (!isText(format)) {
-        return binaryMessage(format, static_cast<std::int32_t>(std::nearbyint(distance_mm)));
+        return binaryMessage(format, WholeMillimetres(distance_mm));
     }
     const Unit& shown = kUnits[std::clamp(unit, 0, 6)];
     std::string line = rightAligned(fixedPoint(distance_mm / shown.size_mm, shown.decimals));

@@ -13,6 +13,9 @@ enum class Format : std::int32_t { Ascii, AsciiUnit, Binary, BinaryCrc };
 /// CRC of the line: reflected polynomial 0xA001, start value 0xFFFF. It is sent low byte first.
 std::uint16_t Crc16(std::string_view bytes);
 
+/// What a distance becomes on the line: whole millimetres, and never zero.
+std::int32_t WholeMillimetres(double distance_mm);
+
 /// One distance, complete with its line end or CRC. unit is the value of parameter 111 (0..6); the binary formats
 /// always carry whole millimetres. The line cannot carry a distance of zero: anything nearer than 1 mm is sent as 1 mm.
 std::string DistanceMessage(Format format, std::int32_t unit, double distance_mm);

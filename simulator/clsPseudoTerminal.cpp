@@ -114,13 +114,15 @@ std::string clsPseudoTerminal::Read(std::int32_t bitsPerSecond)
     return hasOtherRate(bitsPerSecond) ? scrambled(bytes) : bytes;
 }
 
-void clsPseudoTerminal::Write(std::string_view bytes, std::int32_t bitsPerSecond)
+bool clsPseudoTerminal::Write(std::string_view bytes, std::int32_t bitsPerSecond)
 {
     if (bytes.empty() || !IsAttached()) {
-        return;
+        return bytes.empty();
     }
-    const std::string sent = hasOtherRate(bitsPerSecond) ? scrambled(bytes) : std::string(bytes);
-    [[maybe_unused]] const ssize_t taken = write(m_ownEnd, sent.data(), sent.size());
+    const bool isScrambled = hasOtherRate(bitsPerSecond);
+    const std::string sent = isScrambled ? scrambled(bytes) : std::string(bytes);
+    const ssize_t taken = write(m_ownEnd, sent.data(), sent.size());
+    return !isScrambled && taken == static_cast<ssize_t>(sent.size());
 }
 
 void clsPseudoTerminal::open(std::int32_t bitsPerSecond)

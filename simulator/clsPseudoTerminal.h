@@ -32,8 +32,9 @@ public:
     /// What has been sent to the sensor, or the beginning of a flood; empty when there is nothing. The bytes of a
     /// sender that has set another rate than bitsPerSecond are scrambled on the way, in either direction.
     std::string Read(std::int32_t bitsPerSecond);
-    /// Never waits: bytes are lost when nobody is there or the terminal's buffer is full.
-    void Write(std::string_view bytes, std::int32_t bitsPerSecond);
+    /// Never waits: bytes are lost when nobody is there or the terminal's buffer is full. Returns whether all have
+    /// arrived as they are.
+    bool Write(std::string_view bytes, std::int32_t bitsPerSecond);
 
     /// The link if there is one, else the device.
     const std::string& Path() const { return m_link.empty() ? m_device : m_link; }

@@ -32,6 +32,7 @@ clsSensorModel::clsSensorModel(const SensorOptions& options)
       m_bootRateIndex(RateIndex(options.lineRate).value_or(kFactoryRateIndex))
 {
     m_current[knownParameter("601")] = m_bootRateIndex;
+    m_current[knownParameter("101")] = static_cast<std::int32_t>(options.format);
     m_stored = m_current;
 }
 
@@ -39,6 +40,7 @@ void clsSensorModel::PowerOn(double now_s)
 {
     m_reader.Reset();
     m_line.Clear();
+    m_onTheirWay.clear();
     m_singleValue_s.reset();
     m_isMeasuring = false;
     m_isMarkerOn = false;
@@ -77,7 +79,14 @@ void clsSensorModel::Receive(std::string_view bytes, double now_s)
 std::string clsSensorModel::Transmit(double now_s)
 {
     advance(now_s);
-    return m_line.TakeDue(now_s);
+    std::vector<std::int64_t> gone;
+    std::string bytes = m_line.TakeDue(now_s, gone);
+    m_justSent.clear();
+    for (std::size_t i = 0; i < gone.size(); ++i) { // in their order
+        m_justSent.push_back(std::move(m_onTheirWay.front()));
+        m_onTheirWay.pop_front();
+    }
+    return bytes;
 }
 
 double clsSensorModel::NextDue() const

@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator {
 
@@ -28,6 +29,16 @@ struct SensorOptions {
     std::int32_t lineRate = 9600;    // bit/s
     std::uint64_t seed = 1;
     Faults faults{};
+    Format format = Format::AsciiUnit;
+    std::optional<double> values_Hz{}; // instead of what the averaging depth makes of it
+    bool counts = false;             // the distance counts the values, so that none can be mistaken for another
+};
+
+/// A measured value as it was sent.
+struct SentValue {
+    std::int64_t number = 0; // 1 is the first
+    std::string text;        // "1234 mm", "No Echo" or "TempError"
+    bool isDamaged = false;  // a fault has taken bytes away or added foreign ones
 };
 
 /// All times are seconds on one steady scale and must not run backwards.
@@ -42,6 +53,8 @@ public:
     void Receive(std::string_view bytes, double now_s);
     /// The bytes that have left by now, at the pace of the line's rate; each is returned once.
     std::string Transmit(double now_s);
+    /// The values whose last byte was in what Transmit has returned last.
+    const std::vector<SentValue>& JustSent() const { return m_justSent; }
     /// When to call Transmit again; infinite when nothing comes without a command.
     double NextDue() const;
 
@@ -76,6 +89,7 @@ private:
     void advance(double now_s);
     void sendValue(double at_s);
     double measure_mm(double at_s);
+    double count_mm() const;
     double smoothed_mm(double value_mm);
     std::int32_t depth() const;
     double interval_s() const;
@@ -99,6 +113,9 @@ private:
     double m_nextValue_s = 0;
     std::optional<double> m_singleValue_s; // when a requested single value is ready
     std::deque<double> m_lastValues_mm;    // for the moving average
+    std::int64_t m_values = 0;             // sent or on their way
+    std::deque<SentValue> m_onTheirWay;
+    std::vector<SentValue> m_justSent;
     std::optional<double> m_heldDistance_mm;
     std::int32_t m_temperature_C = 23;
     std::deque<std::string> m_wireLog;

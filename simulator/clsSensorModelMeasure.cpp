@@ -14,6 +14,7 @@ constexpr double kSample_s = 0.00075;
 constexpr double kSilentInterval_s = 0.1; // how often a dead sensor is checked for having come back
 constexpr double kSampleNoise_mm = 4;     // standard deviation of one raw sample
 constexpr std::size_t kMovingValues = 4;
+constexpr std::int64_t kCounted = 8000; // values until the count begins anew
 constexpr std::int32_t kModeSingle = 1; // of parameter 603
 
 } // namespace
@@ -65,25 +66,41 @@ void clsSensorModel::sendValue(double at_s)
         return;
     }
     const double value_mm = measure_mm(at_s);
+    SentValue value{++m_values, {}, false};
     std::string message;
     if (faults.shutdown >= 0.5 || Happens(faults.temperr, m_random)) {
+        value.text = "TempError";
         message = TemperatureErrorMessage(format());
     } else if (Happens(faults.noecho, m_random)) {
+        value.text = "No Echo";
         message = NoEchoMessage(format());
     } else {
+        value.text = std::to_string(WholeMillimetres(value_mm)) + " mm";
         message = DistanceMessage(format(), Parameter("111"), value_mm);
     }
-    m_line.Send(message, at_s, faults);
+    value.isDamaged = m_line.Send(message, at_s, faults, value.number);
+    m_onTheirWay.push_back(std::move(value));
 }
 
 double clsSensorModel::measure_mm(double at_s)
 {
+    if (m_options.counts) {
+        return count_mm();
+    }
     double value_mm = m_heldDistance_mm.value_or(0);
     if (!m_heldDistance_mm) {
         std::normal_distribution<double> noise_mm(0, kSampleNoise_mm / std::sqrt(depth()));
         value_mm = SceneDistance_mm(m_options.seed, at_s) + noise_mm(m_random);
     }
     return smoothed_mm(value_mm) * Parameter("702") / 1000 + Parameter("701");
+}
+
+/// From 1004 mm on, then anew. A distance whose lowest byte is 0 is left out: such a frame cannot be told from one that
+/// is out of step.
+double clsSensorModel::count_mm() const
+{
+    const std::int64_t place = 1000 + m_values % kCounted;
+    return static_cast<double>(place + place / 255 + 1);
 }
 
 double clsSensorModel::smoothed_mm(double value_mm)
@@ -107,6 +124,9 @@ std::int32_t clsSensorModel::depth() const
 
 double clsSensorModel::interval_s() const
 {
+    if (m_options.values_Hz) {
+        return 1.0 / *m_options.values_Hz;
+    }
     const double block_s = kSample_s * depth();
     return Parameter("304") == 0 ? block_s : block_s / static_cast<double>(kMovingValues);
 }

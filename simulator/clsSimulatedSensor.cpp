@@ -27,12 +27,15 @@ double steadySeconds()
 
 } // namespace
 
-clsSimulatedSensor::clsSimulatedSensor(const SensorOptions& options, std::string link)
+clsSimulatedSensor::clsSimulatedSensor(const SensorOptions& options, std::string link, const std::string& log)
     : m_model(options), m_terminal(std::move(link), options.lineRate), m_random(options.seed + 2),
       m_start_s(steadySeconds()), m_wakeUp(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
 {
     if (m_wakeUp < 0) {
         throw std::runtime_error("cannot make an event descriptor");
+    }
+    if (!log.empty()) {
+        m_log.emplace(log);
     }
     m_thread = std::thread([this] { run(); });
 }
@@ -113,8 +116,11 @@ double clsSimulatedSensor::step()
     const bool isAttached = m_terminal.IsAttached();
     if (!received.empty()) {
         m_model.Receive(received, now_s);
+        if (m_log) {
+            m_log->Received(received);
+        }
     }
-    m_terminal.Write(m_model.Transmit(now_s), m_model.LineRate());
+    transmit(now_s);
 
     m_waitOn = isAttached ? m_terminal.Descriptor() : -1;
     double until_s = m_model.NextDue();
@@ -126,6 +132,16 @@ double clsSimulatedSensor::step()
     }
     until_s = std::min(until_s, m_replugAt_s.value_or(kForever_s));
     return std::max(0.0, until_s - now_s);
+}
+
+void clsSimulatedSensor::transmit(double now_s)
+{
+    const bool isHeard = m_terminal.Write(m_model.Transmit(now_s), m_model.LineRate());
+    if (m_log) {
+        for (const SentValue& value : m_model.JustSent()) {
+            m_log->Sent(value, isHeard);
+        }
+    }
 }
 
 void clsSimulatedSensor::playUnplugFault(double now_s)

@@ -3,6 +3,7 @@
 
 #include "simulator/clsPseudoTerminal.h"
 #include "simulator/clsSensorModel.h"
+#include "simulator/clsValueLog.h"
 
 #include <functional>
 #include <mutex>
@@ -16,8 +17,9 @@ namespace simulator {
 class clsSimulatedSensor {
 public:
     /// Opens the terminal, and starts the thread of a sensor that is on and idle. link: path of a symbolic link to the
-    /// terminal, empty for none. Throws std::runtime_error when there is no terminal or the link cannot be made.
-    explicit clsSimulatedSensor(const SensorOptions& options = {}, std::string link = {});
+    /// terminal, empty for none. log: path of a clsValueLog, empty for none. Throws std::runtime_error when there is no
+    /// terminal, or the link or the log cannot be made.
+    explicit clsSimulatedSensor(const SensorOptions& options = {}, std::string link = {}, const std::string& log = {});
     /// Ends the thread within some milliseconds and removes the link.
     ~clsSimulatedSensor();
     clsSimulatedSensor(const clsSimulatedSensor&) = delete;
@@ -39,6 +41,7 @@ public:
 private:
     void run();
     double step();
+    void transmit(double now_s);
     void playUnplugFault(double now_s);
     void waitFor(double seconds);
     void wake();
@@ -46,6 +49,7 @@ private:
     mutable std::mutex m_mutex; // guards the members below, down to m_isStopping
     clsSensorModel m_model;
     clsPseudoTerminal m_terminal;
+    std::optional<clsValueLog> m_log;
     std::mt19937_64 m_random;
     double m_nextUnplugDraw_s = 0;
     std::optional<double> m_replugAt_s; // set while the unplug fault keeps the line pulled

@@ -20,17 +20,20 @@ constexpr double kLateness_s = 0.004; // so that a streaming sensor does not wak
 clsTransmitLine::clsTransmitLine(std::int32_t bitsPerSecond, std::uint64_t seed) : m_rate(bitsPerSecond), m_random(seed)
 {}
 
-void clsTransmitLine::Send(std::string_view bytes, double notBefore_s, const Faults& faults)
+bool clsTransmitLine::Send(std::string_view bytes, double notBefore_s, const Faults& faults, std::int64_t name)
 {
     m_free_s = std::max(m_free_s, notBefore_s);
-    Message message{m_free_s, Happens(faults.split, m_random), {}};
+    Message message{m_free_s, Happens(faults.split, m_random), name, {}};
+    bool isDamaged = false;
     const bool isBurst = Happens(faults.burst, m_random);
     std::uniform_real_distribution<double> gap_s(kShortestGap_s, kLongestGap_s);
     for (const char byte : bytes) {
         if (Happens(faults.garbage, m_random)) {
             append(message, static_cast<char>(m_random() & 0xFF), isBurst);
+            isDamaged = true;
         }
         if (Happens(faults.lost, m_random)) {
+            isDamaged = true;
             m_free_s += kBitsPerByte / m_rate;
             continue;
         }
@@ -39,10 +42,9 @@ void clsTransmitLine::Send(std::string_view bytes, double notBefore_s, const Fau
             m_free_s += gap_s(m_random);
         }
     }
-    if (!message.bytes.empty()) {
-        message.end_s = message.bytes.back().due_s;
-        m_messages.push_back(std::move(message));
-    }
+    message.end_s = message.bytes.empty() ? std::max(m_free_s, m_lastDue_s) : message.bytes.back().due_s;
+    m_messages.push_back(std::move(message));
+    return isDamaged;
 }
 
 void clsTransmitLine::Clear()
@@ -52,7 +54,7 @@ void clsTransmitLine::Clear()
     m_lastDue_s = 0;
 }
 
-std::string clsTransmitLine::TakeDue(double now_s)
+std::string clsTransmitLine::TakeDue(double now_s, std::vector<std::int64_t>& gone)
 {
     std::string due;
     while (!m_messages.empty()) {
@@ -61,8 +63,11 @@ std::string clsTransmitLine::TakeDue(double now_s)
             due.push_back(bytes.front().byte);
             bytes.pop_front();
         }
-        if (!bytes.empty()) {
+        if (!bytes.empty() || m_messages.front().end_s > now_s) { // a message that is lost as a whole takes its time
             break;
+        }
+        if (m_messages.front().name != 0) {
+            gone.push_back(m_messages.front().name);
         }
         m_messages.pop_front();
     }
@@ -75,7 +80,7 @@ double clsTransmitLine::NextDue() const
         return std::numeric_limits<double>::infinity();
     }
     const Message& message = m_messages.front();
-    const double next_s = message.bytes.front().due_s;
+    const double next_s = message.bytes.empty() ? message.end_s : message.bytes.front().due_s;
     return message.isSplit ? next_s : std::min(message.end_s, next_s + kLateness_s);
 }
 

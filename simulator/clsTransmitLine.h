@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator {
 
@@ -20,15 +21,18 @@ public:
     std::int32_t Rate() const { return m_rate; }
     void Rate(std::int32_t bitsPerSecond) { m_rate = bitsPerSecond; }
 
-    /// Queues a message behind those that wait; its first byte starts at notBefore_s at the earliest.
-    void Send(std::string_view bytes, double notBefore_s, const Faults& faults);
+    /// Queues a message behind those that wait; its first byte starts at notBefore_s at the earliest. Returns whether a
+    /// fault has changed its bytes. A name other than 0 is reported by TakeDue when the message has gone.
+    bool Send(std::string_view bytes, double notBefore_s, const Faults& faults, std::int64_t name = 0);
     void Clear();
 
-    /// The bytes that have been sent by now, each once.
-    std::string TakeDue(double now_s);
+    /// The bytes that have been sent by now, each once. The names of the messages that have ended with them are
+    /// appended to gone.
+    std::string TakeDue(double now_s, std::vector<std::int64_t>& gone);
     /// When the last queued byte has been sent; in the past or 0 when nothing waits.
     double FreeAt() const { return m_free_s; }
-    /// When to call TakeDue so that messages end on time and no byte is more than 4 ms late; infinite when none waits.
+    /// When to call TakeDue so that the last byte of each message leaves on time and no other is more than 4 ms late;
+    /// infinite when none waits.
     double NextDue() const;
 
 private:
@@ -39,6 +43,7 @@ private:
     struct Message {
         double end_s;
         bool isSplit;
+        std::int64_t name;
         std::deque<DueByte> bytes;
     };
 

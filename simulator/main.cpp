@@ -1,12 +1,14 @@
 // rvqsim: a simulated sensor on a pseudo-terminal, for any program that talks to a serial port.
 #include "simulator/clsSimulatedSensor.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <exception>
 #include <getopt.h>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <optional>
 #include <signal.h>
 #include <string>
@@ -21,10 +23,28 @@ constexpr int kBadArguments = 2;
 
 struct Arguments {
     SensorOptions sensor;
-    std::string link;
+    std::string link, log;
 };
 
-enum Choice : int { Link = 1, Type, Fault, Attenuator, LegacyDump, ShortAck, Rate, Seed, Help, Version };
+constexpr double kFewestValues_Hz = 0.1;
+constexpr double kMostValues_Hz = 1000; // the line carries 960 binary ones
+
+enum Choice : int {
+    Link = 1,
+    Type,
+    Fault,
+    Attenuator,
+    LegacyDump,
+    ShortAck,
+    Rate,
+    Seed,
+    OutputFormat,
+    Values,
+    Count,
+    Log,
+    Help,
+    Version
+};
 
 constexpr option kOptions[] = {{"link", required_argument, nullptr, Link},
                                {"type", required_argument, nullptr, Type},
@@ -34,6 +54,10 @@ constexpr option kOptions[] = {{"link", required_argument, nullptr, Link},
                                {"short-ack", no_argument, nullptr, ShortAck},
                                {"rate", required_argument, nullptr, Rate},
                                {"seed", required_argument, nullptr, Seed},
+                               {"format", required_argument, nullptr, OutputFormat},
+                               {"values", required_argument, nullptr, Values},
+                               {"count", no_argument, nullptr, Count},
+                               {"log", required_argument, nullptr, Log},
                                {"help", no_argument, nullptr, Help},
                                {"version", no_argument, nullptr, Version},
                                {nullptr, 0, nullptr, 0}};
@@ -50,6 +74,10 @@ void printHelp()
                  "  --short-ack          acknowledge with \"OK\" alone\n"
                  "  --rate BIT_S         1200, 2400, 4800, 9600 (default), 19200 or 38400\n"
                  "  --seed N             another scene and other chances\n"
+                 "  --format NAME        ASCII, ASCII+UNIT (default), BINARY or BINARY+CRC\n"
+                 "  --values HZ          values per second (0.1..1000), whatever the averaging depth\n"
+                 "  --count              the distance counts the values, 1 mm each, and shows no scene\n"
+                 "  --log FILE           write every value with its number and the time of its last byte\n"
                  "  --help, --version\n\nFaults:\n";
     for (const FaultRow& row : kFaultRows) {
         std::cout << "  " << std::left << std::setw(10) << row.name << " " << row.help << "\n";
@@ -65,6 +93,24 @@ std::optional<Number> wholeNumber(std::string_view text)
         return std::nullopt;
     }
     return number;
+}
+
+std::optional<Format> formatOf(std::string_view name)
+{
+    const auto text = std::ranges::find(kFormatTexts, name);
+    if (text == std::end(kFormatTexts)) {
+        return std::nullopt;
+    }
+    return static_cast<Format>(text - std::begin(kFormatTexts));
+}
+
+/// A rate of values; 0 for a text that is none.
+double valuesOf(std::string_view text)
+{
+    double rate_Hz = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate_Hz);
+    const bool isNumber = error == std::errc{} && end == text.data() + text.size();
+    return isNumber && rate_Hz >= kFewestValues_Hz && rate_Hz <= kMostValues_Hz ? rate_Hz : 0;
 }
 
 bool isOneLineWithoutEnd(std::string_view text)
@@ -102,6 +148,18 @@ std::string takeOption(int choice, const std::string& text, Arguments& arguments
     case Rate:
         sensor.lineRate = wholeNumber<std::int32_t>(text).value_or(0);
         return RateIndex(sensor.lineRate) ? "" : "the sensor has no rate of \"" + text + "\"";
+    case OutputFormat:
+        sensor.format = formatOf(text).value_or(Format::AsciiUnit);
+        return formatOf(text) ? "" : "the sensor has no format \"" + text + "\"";
+    case Values:
+        sensor.values_Hz = valuesOf(text);
+        return *sensor.values_Hz > 0 ? "" : "the values per second are 0.1 to 1000, not \"" + text + "\"";
+    case Count:
+        sensor.counts = true;
+        return {};
+    case Log:
+        arguments.log = text;
+        return text.empty() ? "the log needs a path" : "";
     default: // Seed
         sensor.seed = wholeNumber<std::uint64_t>(text).value_or(0);
         return wholeNumber<std::uint64_t>(text) ? "" : "the seed is a whole number, not \"" + text + "\"";
@@ -152,7 +210,7 @@ int main(int argc, char* argv[])
     sigaddset(&endSignals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
     try {
-        const clsSimulatedSensor sensor(arguments.sensor, arguments.link);
+        const clsSimulatedSensor sensor(arguments.sensor, arguments.link, arguments.log);
         std::cout << sensor.Path() << std::endl;
         int received = 0;
         sigwait(&endSignals, &received);

@@ -125,4 +125,84 @@ TEST(SensorFaults, BadTextsAreRefusedAndGoodOnesTaken)
     EXPECT_EQ(faults.announce, 1);
 }
 
+namespace {
+
+/// A sensor that measures and is looked at exactly when it asks for it.
+struct MeasuringBench {
+    clsSensorModel sensor;
+    double now_s = 0;
+
+    explicit MeasuringBench(const SensorOptions& options) : sensor(options) { sensor.Receive("M", 0); }
+
+    /// The bytes up to the end of the next values.
+    std::string NextValues()
+    {
+        std::string bytes;
+        do {
+            now_s = sensor.NextDue();
+            bytes += sensor.Transmit(now_s);
+        } while (sensor.JustSent().empty());
+        return bytes;
+    }
+};
+
+} // namespace
+
+TEST(SensorModel, TheLastByteOfAValueLeavesOnTimeAtTheGivenRate)
+{
+    struct Row {
+        Format format;
+        std::int32_t lineRate;
+        double values_Hz, bytes;
+    };
+    for (const Row& row : {Row{Format::Binary, 38400, 500, 4}, Row{Format::BinaryCrc, 9600, 60, 6},
+                           Row{Format::AsciiUnit, 9600, 20, 16}, Row{Format::Ascii, 38400, 250, 14}}) {
+        MeasuringBench bench({.lineRate = row.lineRate, .format = row.format, .values_Hz = row.values_Hz});
+        for (int i = 1; i <= 1000; ++i) {
+            bench.NextValues();
+            const double due_s = i / row.values_Hz + row.bytes * 10 / row.lineRate;
+            ASSERT_EQ(bench.sensor.JustSent().size(), 1U) << row.values_Hz << " Hz, value " << i;
+            ASSERT_NEAR(bench.now_s, due_s, 0.0005) << row.values_Hz << " Hz, value " << i;
+        }
+    }
+}
+
+TEST(SensorModel, CountedDistancesAreOneMillimetreApartAndHaveNoLowestByteOfZero)
+{
+    MeasuringBench bench({.lineRate = 38400, .format = Format::Binary, .values_Hz = 500, .counts = true});
+    std::int32_t before_mm = 0;
+    for (int number = 1; number <= 8001; ++number) {
+        const std::string bytes = bench.NextValues();
+        const SentValue& value = bench.sensor.JustSent().front();
+        const std::int32_t value_mm = std::stoi(value.text);
+        ASSERT_EQ(value.number, number);
+        ASSERT_EQ(DistanceMessage(Format::Binary, 0, value_mm), bytes) << "the log tells what was sent";
+        ASSERT_NE(value_mm % 256, 0);
+        const std::int32_t step_mm = value_mm - before_mm;
+        const std::int32_t usual_mm = (value_mm - 1) % 256 == 0 ? 2 : 1;
+        ASSERT_TRUE(step_mm == usual_mm || value_mm == 1004) << value.text << " after " << before_mm;
+        before_mm = value_mm;
+    }
+    EXPECT_EQ(before_mm, 1004) << "after 8000 values it begins anew";
+}
+
+TEST(SensorModel, AValueIsCalledDamagedExactlyWhenItsBytesAreOthers)
+{
+    for (const char* fault : {"lost=0.05", "garbage=0.05"}) {
+        SensorOptions options{.lineRate = 38400, .format = Format::BinaryCrc, .values_Hz = 100, .counts = true};
+        ASSERT_EQ(ParseFault(fault, options.faults), "");
+        MeasuringBench bench(options);
+        int damaged = 0;
+        for (int i = 0; i < 2000; ++i) {
+            const std::string bytes = bench.NextValues();
+            ASSERT_EQ(bench.sensor.JustSent().size(), 1U);
+            const SentValue& value = bench.sensor.JustSent().front();
+            ASSERT_EQ(value.isDamaged, bytes != DistanceMessage(Format::BinaryCrc, 0, std::stoi(value.text))) << fault;
+            damaged += value.isDamaged ? 1 : 0;
+        }
+        EXPECT_GT(damaged, 300) << fault;
+        EXPECT_LT(damaged, 800) << fault;
+    }
+}
+
 } // namespace simulator

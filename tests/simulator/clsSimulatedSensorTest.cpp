@@ -4,8 +4,10 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <regex>
 #include <unistd.h>
 
 namespace simulator {
@@ -91,6 +93,40 @@ TEST(SimulatedSensor, LinkIsLeftAloneWhenItPointsElsewhere)
         fs::create_symlink("/nowhere", link);
     }
     EXPECT_TRUE(fs::is_symlink(link));
+}
+
+TEST(SimulatedSensor, LogSaysWhatWasSentAndWhetherAnybodyHeardIt)
+{
+    const TemporaryFolder folder;
+    const fs::path log = folder.path / "log";
+    {
+        clsSimulatedSensor sensor({.lineRate = 38400, .format = Format::Ascii, .values_Hz = 100, .counts = true}, {},
+                                  log);
+        {
+            const Client client(sensor.Path());
+            ASSERT_EQ(write(client.port, "M", 1), 1);
+            EXPECT_EQ(client.Read(42), "       1.004\r\n       1.005\r\n       1.006\r\n");
+        }
+        // The program has gone, and the sensor goes on.
+        for (std::int64_t last = 0; last < 30;) {
+            sensor.With([&](const clsSensorModel& model) {
+                last = model.JustSent().empty() ? last : model.JustSent().back().number;
+            });
+        }
+    }
+    std::ifstream file(log);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(
+            std::regex_replace(line, std::regex(R"(;\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d,\d{3};\d{3};)"), ";TIME;"));
+    }
+    ASSERT_GT(lines.size(), 6U);
+    EXPECT_EQ(lines[0], "number;time;us;value;fault");
+    EXPECT_EQ(lines[1], ";TIME;command M;");
+    EXPECT_EQ(lines[2], "1;TIME;1004 mm;");
+    EXPECT_EQ(lines[4], "3;TIME;1006 mm;");
+    EXPECT_TRUE(lines.back().ends_with("unheard")) << lines.back();
+    EXPECT_THROW(clsSimulatedSensor({}, {}, folder.path / "missing" / "log"), std::runtime_error);
 }
 
 } // namespace simulator
