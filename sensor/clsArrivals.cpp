@@ -1,6 +1,7 @@
 #include "sensor/clsArrivals.h"
 
 #include <algorithm>
+#include <ranges>
 
 void clsArrivals::Append(std::size_t count, double time)
 {
@@ -27,11 +28,16 @@ void clsArrivals::DropUpTo(std::int64_t position)
     }
 }
 
-void clsArrivals::ShiftClock(double days)
+void clsArrivals::ShiftClock(double days, double now)
 {
-    for (Piece& piece : m_pieces) {
-        piece.time += days;
+    double latest = now;
+    for (Piece& piece : m_pieces | std::views::reverse) {
+        if (piece.time > latest) {
+            piece.time = std::min(piece.time + days, latest);
+        }
+        latest = piece.time;
     }
-    m_before = 0.0;
-    m_last = 0.0;
+    for (double* before : {&m_before, &m_last}) {
+        *before = *before > now ? 0.0 : *before;
+    }
 }

@@ -14,12 +14,13 @@ public:
     std::int64_t Received() const { return m_received; }
     /// When the byte that ends at `position` arrived. `byteTime` is what a byte takes on the line, `now` is used for
     /// bytes whose arrival is not known. Ask in the order of the positions: times never run backwards, until the clock
-    /// is set.
+    /// is set back.
     double TimeOf(std::int64_t position, double byteTime, double now);
     /// Bytes up to `position` are finished.
     void DropUpTo(std::int64_t position);
-    /// The clock was set by this many days.
-    void ShiftClock(double days);
+    /// The clock was set by this many days and now shows `now`. What arrived before a clock was set back moves with it.
+    /// Everything else keeps its time, because it was right then, and so does what arrived since.
+    void ShiftClock(double days, double now);
 
 private:
     struct Piece {

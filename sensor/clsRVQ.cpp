@@ -71,6 +71,7 @@ void clsRVQ::CloseComPort()
         m_port->sio_close(m_commComPort);
     }
     m_queue.clear(); // meant for that device
+    m_collected.clear();
     m_quietUntil = 0.0;
     m_openPause.reset();
     m_openingRate.reset();
@@ -163,8 +164,10 @@ std::size_t clsRVQ::Collect(double now)
     const auto count = static_cast<std::size_t>(std::clamp(taken, 0, waiting));
     m_collected.resize(before + count);
     m_arrivals.Append(count, now);
-    if (m_collected.size() > kMaxPending) {
-        m_collected.erase(0, m_collected.size() - kMaxPending); // nobody has read for long
+    if (m_collected.size() > kMaxPending) { // nobody has read for long
+        m_collected.erase(0, m_collected.size() - kMaxPending);
+        m_inBuffer.clear(); // else its end would be joined to a later beginning
+        m_arrivals.DropUpTo(positionOf(0));
     }
     return count;
 }

@@ -9,7 +9,7 @@ void clsRVQ::ShiftClock(double days)
     m_pending.deadline += days;
     m_readTempTime += days;
     m_lastArrival += days;
-    m_arrivals.ShiftClock(days);
+    m_arrivals.ShiftClock(days, m_currentTime + days);
     m_quietUntil += days;
     m_lines.ShiftClock(days);
     for (SentFrame& frame : m_sentFrames) {
