@@ -2,6 +2,7 @@
 
 #include "base/Days.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -10,6 +11,7 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
+#include <poll.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -72,6 +74,14 @@ double UpTime_s()
     timespec time{};
     clock_gettime(CLOCK_BOOTTIME, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+bool WaitForArrival(int descriptor, double seconds)
+{
+    pollfd arrival{descriptor, POLLIN, 0};
+    const double whole = std::floor(std::max(seconds, 0.0));
+    const timespec limit{static_cast<std::time_t>(whole), static_cast<long>((std::max(seconds, 0.0) - whole) * 1e9)};
+    return ppoll(&arrival, 1, &limit, nullptr) > 0;
 }
 
 std::string TimeOfDayText(double dateTime)

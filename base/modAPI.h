@@ -27,6 +27,10 @@ double LocalTime();
 /// it goes on while the machine sleeps.
 double UpTime_s();
 
+/// Waits until bytes have arrived at a descriptor, or something has happened to it, but for `seconds` at most. -1 only
+/// lets the time pass. Returns whether it is worth a look.
+bool WaitForArrival(int descriptor, double seconds);
+
 /// The time of day as "hh:mm:ss".
 std::string TimeOfDayText(double dateTime);
 

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 namespace {
 
@@ -42,6 +41,17 @@ private:
     long m_count, m_values = 0;
 };
 
+/// Until the next tick is due. Bytes get their time when they arrive; a line that brings none is left alone until then.
+void waitForTick(clsSession& session, double due_s)
+{
+    bool watches = true;
+    for (double rest_s = 0.0; (rest_s = due_s - modAPI::UpTime_s()) > 0.0;) {
+        if (modAPI::WaitForArrival(watches ? session.Device().ArrivalHandle() : -1, rest_s)) {
+            watches = session.Collect(modAPI::LocalTime()) > 0;
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -55,9 +65,10 @@ int main(int argc, char** argv)
     clsSession session(std::make_unique<clsPosixPort>(devices), settings, argv[2], '.');
     Face face(session, std::atol(argv[3]));
     for (int tick = 0; tick < 1200 && !face.IsDone(); ++tick) { // a minute
+        const double due_s = modAPI::UpTime_s() + clsMeasurementLoop::kInterval_ms / 1000.0;
         session.ServeFiles(modAPI::LocalTime());
         session.Tick(modAPI::LocalTime());
-        std::this_thread::sleep_for(std::chrono::milliseconds(clsMeasurementLoop::kInterval_ms));
+        waitForTick(session, due_s);
     }
     session.End();
     session.FinishWriting(std::chrono::seconds(10));

@@ -15,6 +15,7 @@
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/PortWatch.h"
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
 #include "ui/widgets/WindowPlace.h"
@@ -36,7 +37,8 @@ constexpr std::int32_t kTicksBeforeOffer = 2000 / clsMeasurementLoop::kInterval_
 frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modPComm::PortDevices& devices,
                  const Storage& storage, Help& help)
     : m_settings(settings), m_session(session), m_devices(devices), m_storage(storage), m_help(help),
-      m_consoleWindow(settings), m_console(m_consoleWindow), m_timer(new QTimer(this))
+      m_consoleWindow(settings), m_console(m_consoleWindow), m_timer(new QTimer(this)),
+      m_portWatch(new PortWatch(session, this))
 {
     setObjectName(QStringLiteral("frmMain"));
     BuildForm(*this);
@@ -53,7 +55,10 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
     if (!m_settings.UnreadFile.empty()) {
         NoteFault(unkeptWarning().toUtf8().constData());
     }
-    connect(m_timer, &QTimer::timeout, this, [this] { Guarded([this] { timer_Tick(); }); });
+    connect(m_timer, &QTimer::timeout, this, [this] {
+        Guarded([this] { timer_Tick(); });
+        Guarded([this] { m_portWatch->Follow(); }); // also while the ticks rest, and after one that has failed
+    });
     m_timer->setObjectName(QStringLiteral("Timer"));
     m_timer->start(clsMeasurementLoop::kInterval_ms);
 }
@@ -75,6 +80,7 @@ void frmMain::followSession()
 frmMain::~frmMain()
 {
     FaultNoted = nullptr;
+    m_portWatch->Stop();
     m_session.End();
     Guarded([this] { finishWriting(); });
     m_session.Leave(*this);
@@ -95,6 +101,7 @@ void frmMain::closeEvent(QCloseEvent* event)
     }
     Guarded([this] {
         m_timer->stop();
+        m_portWatch->Stop();
         m_session.Loop().Unload();
         if (m_recorderWindow != nullptr) {
             m_recorderWindow->close();

@@ -22,6 +22,7 @@
 class FirstSteps;
 class Help;
 class InputBlock;
+class PortWatch;
 class QTimer;
 class clsConfigLibrary;
 class clsSession;
@@ -117,6 +118,7 @@ private:
     std::optional<std::pair<std::int32_t, std::int32_t>> m_simulated;
 
     QTimer* m_timer;
+    PortWatch* m_portWatch;
     FirstSteps* fraFirstSteps = nullptr;
     QPointer<frmRecorder> m_recorderWindow;
     std::unique_ptr<frmRVQ> m_settingsWindow;
