@@ -67,6 +67,29 @@ TEST(MainWindow, MeasuresByButtonAndSaysWhatItDoes)
     EXPECT_EQ(main.Text("lblMeasValue"), "");
 }
 
+TEST(MainWindow, ValuesHaveTheTimeOfTheirArrivalNotOfTheTick)
+{
+    const MainDesk main;
+    struct Times : SessionListener {
+        const clsRVQ& device;
+        int values = 0, ofTick = 0;
+        explicit Times(const clsRVQ& measuring) : device(measuring) {}
+        void Sampled(std::span<const Measurement> samples, std::string_view) override
+        {
+            for (const Measurement& sample : samples) {
+                ++values;
+                ofTick += sample.time == device.CurrentTime() ? 1 : 0;
+            }
+        }
+    } times(main.session->Device());
+    ASSERT_TRUE(main.Connects());
+    main.session->Listen(times);
+    main.Find("cmdStart")->click();
+    EXPECT_TRUE(Until([&] { return times.values >= 20; }));
+    main.session->Leave(times);
+    EXPECT_LT(times.ofTick, times.values / 2);
+}
+
 TEST(MainWindow, SaysWhyAPortCannotBeOpened)
 {
     MainDesk main;
