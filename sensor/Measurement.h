@@ -10,6 +10,9 @@
 /// Values in millimetres that are not distances.
 inline constexpr std::int32_t kMarkerNoEcho = 2147483647;
 inline constexpr std::int32_t kMarkerTempError = 2147483632;
+/// What "TempErr!" on the line gives in any unit. Deliberate: it is the number of "No Echo"; only the millimetres tell
+/// them apart.
+inline constexpr double kTempErrValue = 2147483647.0;
 
 struct Measurement {
     double value = 0.0; ///< in the unit of `unit`

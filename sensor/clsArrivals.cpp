@@ -11,13 +11,11 @@ void clsArrivals::Append(std::size_t count, double time)
     }
 }
 
-double clsArrivals::TimeOf(std::int64_t position, double byteTime, double now)
+clsArrivals::Stretch clsArrivals::StretchOf(std::int64_t position, double now)
 {
     DropUpTo(position - 1);
     const Piece piece = m_pieces.empty() ? Piece{m_received, now} : m_pieces.front();
-    const double counted = piece.time - static_cast<double>(piece.end - position) * byteTime;
-    m_last = std::max({counted, m_before, m_last});
-    return m_last;
+    return {position - 1, piece.end, piece.time, std::max(m_before, m_last)};
 }
 
 void clsArrivals::DropUpTo(std::int64_t position)

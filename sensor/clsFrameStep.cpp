@@ -108,11 +108,12 @@ void clsFrameStep::Forget()
     *this = {};
 }
 
-clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
+clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused, clsSampleList& samples)
 {
-    Found found;
+    Look look{bytes, samples};
+    Found& found = look.found;
     for (;;) {
-        found.consumed = takeFitting(bytes, found.consumed, found);
+        found.consumed = takeFitting(found.consumed, look);
         const std::string_view rest = bytes.substr(found.consumed, kWindow);
         const bool isEnd = found.consumed + rest.size() == bytes.size();
         if (rest.empty() || (rest.size() < kFrameSize && !paused)) {
@@ -121,88 +122,139 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused)
         std::size_t move = rest.size();
         const Verdict verdict = rest.size() < kFrameSize ? Verdict::Move : judge(rest, paused && isEnd, move);
         if (verdict == Verdict::Accept) {
-            accept(FrameWord(bytes, found.consumed), found);
+            accept(found.consumed, look);
             found.consumed += kFrameSize;
-            release(found.consumed, found);
+            release(found.consumed, look);
         } else if (verdict == Verdict::Hold && isEnd) {
             break;
         } else {
             // More bytes are there than a decision needs and none was reached, so some are given up.
-            found.consumed += verdict == Verdict::Move ? move : kSlide;
-            release(bytes.size(), found);
-            ++found.damaged;
+            const std::size_t lost = verdict == Verdict::Move ? move : kSlide;
+            found.consumed += lost;
+            release(bytes.size(), look);
+            found.damaged += static_cast<std::int32_t>(std::max<std::size_t>((lost + kFrameSize / 2) / kFrameSize, 1));
             m_isHolding = false;
         }
         m_looksHeld = 0;
     }
     hold(found.consumed, bytes.size(), found);
-    return found;
+    if (!m_pending.empty()) {
+        samples.Defer(look.reported);
+    }
+    return std::move(found);
 }
 
 /// Takes frames as long as they continue the ones before.
-std::size_t clsFrameStep::takeFitting(std::string_view bytes, std::size_t at, Found& found)
+std::size_t clsFrameStep::takeFitting(std::size_t at, Look& look)
 {
-    for (at = takeRun(bytes, at, found); at + kFrameSize <= bytes.size(); at = takeRun(bytes, at + kFrameSize, found)) {
+    const std::string_view bytes = look.bytes;
+    for (at = takeRun(at, look); at + kFrameSize <= bytes.size(); at = takeRun(at + kFrameSize, look)) {
         const std::uint32_t word = FrameWord(bytes, at);
         if (isMarker(word) ? isCertainMarker() : isDistance(word) && isNearLast(word)) {
-            accept(word, found);
-        } else if (!isPassedOver(word)) {
+            accept(at, look);
+        } else if (isVoidInStep(bytes, at)) {
+            look.samples.AddFrames(bytes, at, 1, kFrameSize);
+        } else {
             break;
         }
         if (!m_pending.empty()) {
-            release(at + kFrameSize, found);
+            release(at + kFrameSize, look);
         }
     }
     return at;
 }
 
-/// The fast path for the usual case: frames among the last ones, as long as their block has room.
-std::size_t clsFrameStep::takeRun(std::string_view bytes, std::size_t at, Found& found)
+/// The fast path for the usual case: frames among the last ones.
+std::size_t clsFrameStep::takeRun(std::size_t at, Look& look)
 {
     if (m_newer.frames == 0 || !m_pending.empty()) {
         return at;
     }
-    Range range = m_newer.range;
-    const std::int32_t before = m_newer.frames;
-    for (; m_newer.frames < kBlock && at + kFrameSize <= bytes.size(); at += kFrameSize, ++m_newer.frames) {
-        const std::uint32_t word = FrameWord(bytes, at);
-        const std::int64_t value = DecodeFrame(word);
-        if (!isDistance(word) || isMarker(word) || !m_newer.Holds(value) || !isNear(value, m_last)) {
+    const std::size_t first = at;
+    for (at = takeBlock(look.bytes, at); m_newer.frames == kBlock; at = takeBlock(look.bytes, at)) {
+        if (at + kFrameSize > look.bytes.size() || !isOfBlock(FrameWord(look.bytes, at))) {
             break;
         }
-        m_last = value;
-        range.Include(value);
+        m_older = std::exchange(m_newer, {});
+        m_last = DecodeFrame(FrameWord(look.bytes, at));
+        m_newer.Include(m_last);
+        at += kFrameSize;
     }
-    if (const std::int32_t taken = m_newer.frames - before; taken > 0) {
-        m_newer.Widen(range);
-        m_sinceMarker = std::min(m_sinceMarker + taken, kMarkerMemory);
+    if (const std::size_t taken = (at - first) / kFrameSize; taken > 0) {
+        look.samples.AddFrames(look.bytes, first, taken, kFrameSize);
+        m_sinceMarker = taken < kMarkerMemory
+                            ? std::min(m_sinceMarker + static_cast<std::int32_t>(taken), kMarkerMemory)
+                            : kMarkerMemory;
         m_voids = {};
-        found.newest_mm = static_cast<std::int32_t>(m_last);
+        look.found.newest_mm = static_cast<std::int32_t>(m_last);
     }
     return at;
 }
 
-/// The newest frame of each look counts.
-void clsFrameStep::accept(std::uint32_t word, Found& found)
+/// Takes frames among the last ones as long as their block has room.
+std::size_t clsFrameStep::takeBlock(std::string_view bytes, std::size_t at)
 {
+    Range range = m_newer.range;
+    const std::int32_t before = m_newer.frames;
+    for (; m_newer.frames < kBlock && at + kFrameSize <= bytes.size(); at += kFrameSize, ++m_newer.frames) {
+        const std::uint32_t word = FrameWord(bytes, at);
+        if (!isOfBlock(word)) {
+            break;
+        }
+        m_last = DecodeFrame(word);
+        range.Include(m_last);
+    }
+    if (m_newer.frames > before) {
+        m_newer.Widen(range);
+    }
+    return at;
+}
+
+bool clsFrameStep::isOfBlock(std::uint32_t word) const
+{
+    const std::int64_t value = DecodeFrame(word);
+    return isDistance(word) && !isMarker(word) && m_newer.Holds(value) && isNear(value, m_last);
+}
+
+/// A frame that looks like a shifted one, too, but what is around it shows that it is none. Nothing that is shifted by
+/// one damage has four bytes of 0 in front of a frame.
+bool clsFrameStep::isVoidInStep(std::string_view bytes, std::size_t at) const
+{
+    const std::uint32_t word = FrameWord(bytes, at);
+    if (isPassedOver(word)) {
+        return true;
+    }
+    const std::size_t next = at + kFrameSize;
+    return word == 0 && next + kFrameSize <= bytes.size() && isDistance(FrameWord(bytes, next)) &&
+           isNearLast(FrameWord(bytes, next));
+}
+
+/// The newest frame of each look counts.
+void clsFrameStep::accept(std::size_t at, Look& look)
+{
+    const std::uint32_t word = FrameWord(look.bytes, at);
+    if (!isVoid(word) || (m_hasPast && (word == 0 || isPassedOver(word)))) {
+        look.samples.AddFrames(look.bytes, at, 1, kFrameSize);
+    }
     if (isVoid(word)) {
         return;
     }
     m_voids = {};
     remember(word);
-    (m_pending.empty() ? found.newest_mm : m_pending.front().newest_mm) = DecodeFrame(word);
+    (m_pending.empty() ? look.found.newest_mm : m_pending.front().newest_mm) = DecodeFrame(word);
 }
 
 /// Everything before byte `at` is decided: reports the looks that ended there.
-void clsFrameStep::release(std::size_t at, Found& found)
+void clsFrameStep::release(std::size_t at, Look& look)
 {
-    auto look = m_pending.begin();
-    for (; look != m_pending.end() && look->end * kFrameSize <= at; ++look) {
-        if (look->newest_mm) {
-            found.held_mm.push_back(*look->newest_mm);
+    auto ended = m_pending.begin();
+    for (; ended != m_pending.end() && ended->end * kFrameSize <= at; ++ended) {
+        if (ended->newest_mm) {
+            look.found.held_mm.push_back(*ended->newest_mm);
         }
+        look.reported = look.samples.Size();
     }
-    m_pending.erase(m_pending.begin(), look);
+    m_pending.erase(m_pending.begin(), ended);
 }
 
 /// Held looks are counted from the first held byte.

@@ -3,6 +3,8 @@
 // compared with the ones before them, and what a shift would explain waits until later bytes decide.
 #pragma once
 
+#include "sensor/clsSampleList.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -16,13 +18,16 @@ public:
         std::size_t consumed = 0;              ///< bytes that are finished; the others wait for more
         std::vector<std::int32_t> held_mm;     ///< the newest distance of each earlier look that was held back
         std::optional<std::int32_t> newest_mm; ///< of this look
-        std::int32_t damaged = 0;              ///< places where bytes were given up
+        std::int32_t damaged = 0;              ///< frames that were given up, as far as that can be known
     };
     /// The distances in `bytes`, which begin where the look before stopped. `paused`: nothing has come since that look,
     /// so every frame that was sent is complete. Undamaged frames are returned as soon as they are complete, except one
     /// that a shift of the frames before it would also explain: it is held back until later frames or a pause decide.
     /// Takes time linear in the bytes; at most 64 of them remain.
-    Found Take(std::string_view bytes, bool paused);
+    /// All these frames become samples; those of a look that holds something back are deferred until it is reported. A
+    /// frame in step whose lowest byte is 0 becomes one too, although it is never the newest distance: 0 itself is a
+    /// missing echo.
+    Found Take(std::string_view bytes, bool paused, clsSampleList& samples);
 
     /// The bytes begin anew after a command; the sensor is the same.
     void Restart();
@@ -72,10 +77,21 @@ private:
     };
     enum class Verdict : std::uint8_t { Accept, Hold, Move };
 
-    std::size_t takeFitting(std::string_view bytes, std::size_t at, Found& found);
-    std::size_t takeRun(std::string_view bytes, std::size_t at, Found& found);
-    void accept(std::uint32_t word, Found& found);
-    void release(std::size_t at, Found& found);
+    /// What a look works with.
+    struct Look {
+        std::string_view bytes;
+        clsSampleList& samples;
+        std::size_t reported = 0; ///< samples whose look has been reported
+        Found found{};
+    };
+
+    std::size_t takeFitting(std::size_t at, Look& look);
+    std::size_t takeRun(std::size_t at, Look& look);
+    std::size_t takeBlock(std::string_view bytes, std::size_t at);
+    bool isOfBlock(std::uint32_t word) const;
+    bool isVoidInStep(std::string_view bytes, std::size_t at) const;
+    void accept(std::size_t at, Look& look);
+    void release(std::size_t at, Look& look);
     void hold(std::size_t at, std::size_t end, Found& found);
     Verdict judge(std::string_view rest, bool paused, std::size_t& move);
     Verdict judgeWithoutPast(std::string_view rest, bool paused, std::size_t& move) const;

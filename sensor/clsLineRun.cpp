@@ -46,11 +46,25 @@ bool isOneDigitOff(double value, double other)
     return false;
 }
 
+/// The name of what a line says in place of a distance.
+std::optional<std::string_view> markerIn(std::string_view bytes)
+{
+    if (bytes.find('E') != std::string_view::npos) {
+        for (const auto& [mark, name] : {std::pair("No Echo", "No Echo"), std::pair("TempErr", "TempError")}) {
+            if (Contains(bytes, mark)) {
+                return name;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
-clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const Foreign& isForeign)
+clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples)
 {
-    Found found;
+    Look look{bytes, now, isForeign, samples};
+    Found& found = look.found;
     if (m_held) {
         m_held->isOfThisLook = false;
     }
@@ -58,31 +72,30 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
     Verdict candidate = Verdict::None;
     bool pairFound = false;
     for (;;) {
+        if (takeAlike(look, hadRun)) {
+            candidate = Verdict::Counts;
+            pairFound = true;
+        }
         const std::size_t first = bytes.find(kLineEnd, found.consumed);
         if (first == std::string_view::npos) {
             break;
         }
-        const std::size_t start = first + kLineEnd.size();
-        const std::size_t second = bytes.find(kLineEnd, start);
-        const std::string_view line = bytes.substr(found.consumed, first - found.consumed);
+        const std::size_t second = bytes.find(kLineEnd, first + kLineEnd.size());
         if (second == std::string_view::npos) {
             // After a pair, the odd line stays for the next evaluation.
             if (!pairFound) {
-                const bool isShort = line.size() < kShortestSingleLine;
+                const bool isShort = first - found.consumed < kShortestSingleLine;
                 if (!isShort || m_hasRun) {
-                    candidate = look(line, now, isForeign, found);
+                    candidate = lookAt(found.consumed, first, look);
                 } else {
-                    noteShort(line, now);
+                    noteShort(bytes.substr(found.consumed, first - found.consumed), now);
                 }
                 candidate = isShort ? Verdict::None : candidate;
-                found.consumed = start;
+                found.consumed = first + kLineEnd.size();
             }
             break;
         }
-        if (hadRun) {
-            look(line, now, isForeign, found); // not a candidate and perhaps half a line, so no run begins with it
-        }
-        candidate = look(bytes.substr(start, second - start), now, isForeign, found);
+        candidate = lookAtPair(first, second, hadRun, look);
         found.consumed = second + kLineEnd.size();
         pairFound = true;
     }
@@ -90,7 +103,78 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
     if (candidate == Verdict::None || candidate == Verdict::Held || (candidate == Verdict::Damaged && !hadRun)) {
         found.newest.reset();
     }
-    return found;
+    return std::move(found);
+}
+
+clsLineRun::Found clsLineRun::TakeSamples(std::string_view bytes, double now, const Foreign& isForeign,
+                                          clsSampleList& samples)
+{
+    Look look{bytes, now, isForeign, samples};
+    std::size_t start = 0;
+    for (std::size_t end = bytes.find(kLineEnd); end != std::string_view::npos; end = bytes.find(kLineEnd, start)) {
+        const std::string_view line = bytes.substr(start, end - start);
+        if (m_hasRun) {
+            lookAt(start, end, look);
+        } else {
+            takeMarker(line, end + kLineEnd.size(), look);
+        }
+        start = end + kLineEnd.size();
+    }
+    return std::move(look.found);
+}
+
+/// The fast path for the usual case: pairs of lines like the last one. Padded lines that begin a look without a run
+/// need no look of their own, because their second lines would say the same.
+bool clsLineRun::takeAlike(Look& look, bool hadRun)
+{
+    const std::size_t size = m_form.Size();
+    const bool isSure = hadRun || (m_shape.isPadded && size >= kShortestSingleLine + kLineEnd.size());
+    if (!m_hasRun || m_held || size == 0 || !isSure) {
+        return false;
+    }
+    const std::size_t start = look.found.consumed;
+    const auto fits = [&](const clsLineForm::Number& number, double before) {
+        return number.hasValue && (m_shape.isPadded || isNear(number.value, before));
+    };
+    const char* line = look.bytes.data() + start;
+    clsLineForm::Number last;
+    while (look.bytes.size() - look.found.consumed >= 2 * size) {
+        const clsLineForm::Number one = m_form.Read(line), two = m_form.Read(line + size);
+        if (!fits(one, m_lastValue) || !fits(two, one.value)) {
+            break;
+        }
+        look.samples.AddLines(one.value, two.value, m_shape.unitIndex, look.found.consumed, size);
+        m_lastValue = two.value;
+        last = two;
+        look.found.consumed += 2 * size;
+        line += 2 * size;
+    }
+    if (look.found.consumed == start) {
+        return false;
+    }
+    m_lastTime = look.now;
+    m_shape.hasBlank = last.blanks > 0;
+    m_shape.isPadded = m_shape.isPadded || (!m_variesInLength && last.blanks > 1);
+    look.found.newest = Line{std::string(Trimmed({line - size, size})), last.value};
+    return true;
+}
+
+clsLineRun::Verdict clsLineRun::lookAtPair(std::size_t first, std::size_t second, bool hadRun, Look& look)
+{
+    const std::size_t start = std::exchange(look.found.consumed, first + kLineEnd.size());
+    if (hadRun) {
+        lookAt(start, first, look);
+        return lookAt(look.found.consumed, second, look);
+    }
+    // Not a candidate and perhaps half a line, so no run begins with it: the second one tells whether it is a sample.
+    const std::size_t before = look.samples.Size();
+    const double time = look.samples.TimeOf(look.found.consumed);
+    const Verdict verdict = lookAt(look.found.consumed, second, look);
+    const std::string_view line = look.bytes.substr(start, first - start);
+    if (verdict == Verdict::Counts && line.size() >= kShortestSingleLine) {
+        takeFirst(line, time, before, look);
+    }
+    return verdict;
 }
 
 /// A single short line does not count, and the first one may be half a line. But two that are alike make a run, with
@@ -110,18 +194,33 @@ void clsLineRun::noteShort(std::string_view bytes, double now)
 
 clsLineRun::Shape clsLineRun::shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes)
 {
-    return {line.decimals, std::string(line.unit), bytes.size(), line.isPadded, bytes.starts_with(' '), line.hasZeros};
+    return {line.decimals, std::string(line.unit), line.unitIndex, bytes.size(),
+            line.isPadded, bytes.starts_with(' '), line.hasZeros};
 }
 
-clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const Foreign& isForeign, Found& found)
+/// The sample of a line in front of one that counts, if the two are alike. It goes in front of that one's.
+void clsLineRun::takeFirst(std::string_view bytes, double time, std::size_t at, Look& look)
 {
-    const bool mayBeMarker = bytes.find('E') != std::string_view::npos;
-    for (const auto& [mark, name] : {std::pair("No Echo", "No Echo"), std::pair("TempErr", "TempError")}) {
-        if (mayBeMarker && Contains(bytes, mark)) {
-            dropHeld(found);
-            found.newest = Line{name, 0.0};
-            return Verdict::Counts;
-        }
+    const auto line = modReplySteps::ReadDistanceLine(bytes);
+    std::optional<Measurement> sample;
+    if (markerIn(bytes)) {
+        sample = look.samples.MeasurementOf(0.0, std::nullopt, time);
+    } else if (line && m_hasRun && isAlike(m_shape, shapeOf(*line, bytes)) &&
+               (m_shape.isPadded || isNear(line->value, m_lastValue))) {
+        sample = look.samples.MeasurementOf(line->value, line->unitIndex, time);
+    }
+    if (sample) {
+        look.samples.Insert(at, *sample);
+    }
+}
+
+/// Looks at the line from `start` to `lineEnd`.
+clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, Look& look)
+{
+    const std::string_view bytes = look.bytes.substr(start, lineEnd - start);
+    const std::size_t end = lineEnd + kLineEnd.size();
+    if (takeMarker(bytes, end, look)) {
+        return Verdict::Counts;
     }
     const std::string_view text = Trimmed(bytes);
     if (text.empty()) {
@@ -131,68 +230,108 @@ clsLineRun::Verdict clsLineRun::look(std::string_view bytes, double now, const F
     const Shape shape = line ? shapeOf(*line, bytes) : Shape{};
     // A verdict may be a bare number, and a distance may equal the number of a command.
     const bool isOfRun = line && m_hasRun && isAlike(m_shape, shape);
-    if (!isOfRun && isForeign(bytes)) {
+    if (!isOfRun && look.isForeign(bytes)) {
         return Verdict::Damaged; // no distance is lost
     }
     if (!line) {
-        ++found.damaged;
+        ++look.found.damaged;
         return Verdict::Damaged;
     }
     if (line->value == 0.0) {
+        // Not a value that is shown, but a reply: no echo. While a line before it waits, its place is not known.
+        if (isOfRun && !m_held && text.front() == '0') {
+            look.samples.Add(0.0, 0, end);
+        }
         return Verdict::None;
     }
-    return judge({.line = {std::string(text), line->value}, .shape = shape}, now, found);
+    const double time = look.samples.TimeOf(end);
+    const Verdict verdict = judge({.line = {std::string(text), line->value}, .shape = shape, .time = time}, look);
+    if (verdict == Verdict::Counts) {
+        m_form.Learn(bytes, *line);
+    }
+    return verdict;
 }
 
-clsLineRun::Verdict clsLineRun::judge(Seen seen, double now, Found& found)
+/// Takes a line that stands for a missing distance.
+bool clsLineRun::takeMarker(std::string_view bytes, std::size_t end, Look& look)
+{
+    const std::optional<std::string_view> name = markerIn(bytes);
+    if (!name) {
+        return false;
+    }
+    dropHeld(look.found);
+    look.found.newest = Line{std::string(*name), 0.0};
+    if (Contains(bytes, "TempErr!")) {
+        look.samples.AddTempError(end);
+    } else {
+        look.samples.Add(0.0, 0, end);
+    }
+    return true;
+}
+
+clsLineRun::Verdict clsLineRun::judge(Seen seen, Look& look)
 {
     if (!m_hasRun) {
-        return count(std::move(seen), now, found);
+        return count(std::move(seen), look);
     }
     seen.isOtherShape = !isAlike(m_shape, seen.shape);
-    if (!seen.isOtherShape && !isOutlier(seen, now)) {
+    if (!seen.isOtherShape && !isOutlier(seen, look.now)) {
         if (m_held && !m_held->isOtherShape && isNear(m_held->line.value, seen.line.value)) {
-            releaseHeld(found);
+            releaseHeld(look);
         }
-        dropHeld(found);
-        return count(std::move(seen), now, found);
+        dropHeld(look.found);
+        return count(std::move(seen), look);
     }
     if (m_held && m_held->isOtherShape == seen.isOtherShape && confirms(seen, *m_held)) {
-        releaseHeld(found);
-        found.isNewShape = found.isNewShape || seen.isOtherShape;
+        if (seen.isOtherShape && !look.found.isNewShape) {
+            look.found.isNewShape = true;
+            look.found.newShapeAt = look.samples.Size();
+        }
+        releaseHeld(look);
         // If lines of one unit and as many decimals change their length, they are not padded after all.
         m_variesInLength = m_shape.decimals == seen.shape.decimals && m_shape.unit == seen.shape.unit;
         m_shape.isPadded = false;
-        return count(std::move(seen), now, found);
+        return count(std::move(seen), look);
     }
     if (m_held && isAlike(m_held->shape, seen.shape)) {
         seen.repeated = m_held->repeated + 1;
     }
-    dropHeld(found);
+    dropHeld(look.found);
     m_held = std::move(seen);
     return Verdict::Held;
 }
 
-clsLineRun::Verdict clsLineRun::count(Seen seen, double now, Found& found)
+clsLineRun::Verdict clsLineRun::count(Seen seen, Look& look)
 {
     m_variesInLength = m_variesInLength || (m_hasRun && m_shape.length != seen.shape.length);
     const bool isPadded = m_hasRun && m_shape.isPadded;
     const bool hadZeros = m_hasRun && m_shape.hasZeros;
+    addSample(seen, look);
     m_shape = std::move(seen.shape);
     m_shape.hasZeros = m_shape.hasZeros || hadZeros;
     m_shape.isPadded = !m_variesInLength && (isPadded || m_shape.isPadded);
     m_hasRun = true;
     m_lastValue = seen.line.value;
-    m_lastTime = now;
-    found.newest = std::move(seen.line);
+    m_lastTime = look.now;
+    look.found.newest = std::move(seen.line);
     return Verdict::Counts;
 }
 
-/// Only the newest line of a look counts, so the held line is reported separately only if it is from an earlier look.
-void clsLineRun::releaseHeld(Found& found)
+void clsLineRun::addSample(const Seen& seen, Look& look)
 {
-    if (!m_held->isOfThisLook && !m_held->isStale) {
-        found.held = std::move(m_held->line);
+    if (const auto sample = look.samples.MeasurementOf(seen.line.value, seen.shape.unitIndex, seen.time)) {
+        look.samples.Add(*sample);
+    }
+}
+
+/// Only the newest line of a look counts, so the held line is reported separately only if it is from an earlier look.
+void clsLineRun::releaseHeld(Look& look)
+{
+    if (!m_held->isStale) {
+        addSample(*m_held, look);
+        if (!m_held->isOfThisLook) {
+            look.found.held = std::move(m_held->line);
+        }
     }
     m_held.reset();
 }

@@ -3,6 +3,8 @@
 // where the sensor pads its lines, their length.
 #pragma once
 
+#include "sensor/clsLineForm.h"
+#include "sensor/clsSampleList.h"
 #include "sensor/modReplySteps.h"
 
 #include <cstddef>
@@ -22,8 +24,9 @@ public:
         std::size_t consumed = 0;
         std::optional<Line> held; ///< held back by the look before, and confirmed since
         std::optional<Line> newest;
-        std::int32_t damaged = 0; ///< lines that were given up
-        bool isNewShape = false;  ///< the lines now have another number of decimals or another unit
+        std::int32_t damaged = 0;   ///< lines that were given up
+        bool isNewShape = false;    ///< the lines now have another number of decimals or another unit
+        std::size_t newShapeAt = 0; ///< the first such sample
     };
     /// Whether a line is known to be something other than a distance.
     using Foreign = std::function<bool(std::string_view line)>;
@@ -33,7 +36,12 @@ public:
     /// than those before waits for the next line and counts if that has the new shape too. Where lines are not padded,
     /// a line that differs only in length and lies away from the one before also waits; it counts if the next one lies
     /// near. `now` is the time in days.
-    Found Take(std::string_view bytes, double now, const Foreign& isForeign);
+    /// All lines that pass become samples, whether they are the value or not: the first line of a pair, a short single
+    /// line once others have set the shape, and a line of 0, which is a missing echo. A line that waits becomes one
+    /// when it is confirmed.
+    Found Take(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples);
+    /// The samples of all complete lines, for bytes that hold a temperature error and are dropped afterwards.
+    Found TakeSamples(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples);
 
     /// The lines begin anew after a command. A held line is no longer reported, but the next line may still confirm
     /// its shape; otherwise a sensor that is asked for single values could never change its format.
@@ -52,6 +60,7 @@ private:
     struct Shape {
         std::int32_t decimals = 0;
         std::string unit;
+        std::optional<std::int32_t> unitIndex;
         std::size_t length = 0;
         bool isPadded = false;
         bool hasBlank = false; ///< before the number
@@ -60,6 +69,7 @@ private:
     struct Seen {
         Line line;
         Shape shape;
+        double time = 0.0;         ///< when its last byte arrived
         bool isOtherShape = false; ///< not only in its length
         bool isOfThisLook = true;
         bool isStale = false;      ///< a command has been sent since
@@ -67,10 +77,24 @@ private:
     };
     enum class Verdict : std::uint8_t { None, Counts, Held, Damaged };
 
-    Verdict look(std::string_view bytes, double now, const Foreign& isForeign, Found& found);
-    Verdict judge(Seen seen, double now, Found& found);
-    Verdict count(Seen seen, double now, Found& found);
-    void releaseHeld(Found& found);
+    /// What a look works with.
+    struct Look {
+        std::string_view bytes;
+        double now = 0.0;
+        const Foreign& isForeign;
+        clsSampleList& samples;
+        Found found{};
+    };
+
+    bool takeAlike(Look& look, bool hadRun);
+    Verdict lookAtPair(std::size_t first, std::size_t second, bool hadRun, Look& look);
+    void takeFirst(std::string_view bytes, double time, std::size_t at, Look& look);
+    Verdict lookAt(std::size_t start, std::size_t lineEnd, Look& look);
+    bool takeMarker(std::string_view bytes, std::size_t end, Look& look);
+    Verdict judge(Seen seen, Look& look);
+    Verdict count(Seen seen, Look& look);
+    static void addSample(const Seen& seen, Look& look);
+    void releaseHeld(Look& look);
     void dropHeld(Found& found);
     void noteShort(std::string_view bytes, double now);
     static Shape shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes);
@@ -80,6 +104,7 @@ private:
 
     bool m_hasRun = false;
     Shape m_shape;
+    clsLineForm m_form; ///< of the last line that counted
     bool m_variesInLength = false;
     double m_lastValue = 0.0;
     double m_lastTime = 0.0; ///< days

@@ -192,7 +192,9 @@ void clsRVQ::SendCommand(std::string_view Command)
     m_inBuffer.clear();
     m_frames.Restart();
     m_lines.Restart();
+    m_samples.ForgetDeferred();
     m_outOfStep = false;
+    m_skipped = 0;
     m_due.clear();
     m_reported = false;
     // Deliberate: counted from the stored time, so the pause after a stop is part of the answer time.

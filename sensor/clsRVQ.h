@@ -10,6 +10,7 @@
 #include "sensor/clsEventJournal.h"
 #include "sensor/clsFrameStep.h"
 #include "sensor/clsLineRun.h"
+#include "sensor/clsSampleList.h"
 
 #include <cstdint>
 #include <deque>
@@ -18,7 +19,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 class SerialPort;
 struct OpenFailure;
@@ -147,10 +147,12 @@ public:
     /// Interprets `InBuffer`, sets `EventNr` and the values that go with it, and sends at most one follow-up command.
     /// Takes time linear in the buffer and leaves at most `kMaxPending` bytes in it.
     void EvaluateInBuffer();
-    /// The measurements among the replies that the last evaluation has understood, oldest first, each at the time when
-    /// its last byte arrived. If the evaluation has found a distance, the last of them is the newest; `MeasValue` has
-    /// it once `HasDue` is false.
-    std::span<const Measurement> Samples() const { return m_samples; }
+    /// All measurements among the replies that the last evaluation has understood, oldest first, each at the time when
+    /// its last byte arrived. A distance that waits for later bytes becomes one when they confirm it; what is given up
+    /// never does. If the evaluation has found a distance, the last of them is the newest; `MeasValue` has it once
+    /// `HasDue` is false. Three replies are samples but never the newest: a text line of 0, a single line that is too
+    /// short, and a frame without CRC whose lowest byte is 0.
+    std::span<const Measurement> Samples() const { return m_samples.All(); }
     /// Continues after `EventCrcError` as long as the buffer holds a whole reply: the values are then those of the
     /// newest good reply behind the damage, and `NewDistance` says whether it was a distance. `EventNr` stays as it is,
     /// or reports the temperature that was asked for.
@@ -228,7 +230,7 @@ public:
     std::int32_t EventNr() const { return m_eventNr; }
     /// The last evaluation has found a distance; also true when `EventNr` reports damage behind it.
     bool NewDistance() const { return m_newDistance; }
-    /// Distances given up as damaged, as far as that is known.
+    /// Distances given up as damaged, one for each reply, as far as that can be known.
     std::int64_t DamagedReplies() const { return m_damagedReplies; }
     double CurrentTime() const { return m_currentTime; }
     double FailTime() const { return m_pending.deadline; }
@@ -321,14 +323,18 @@ private:
     void takeCrcDistance();
     void acceptDistance(double value, std::int32_t value_mm);
     void acceptCrcDistance(std::int32_t value_mm);
-    void reportCrcError();
+    void takeCrcFrames(std::size_t at, std::size_t count);
+    void reportCrcError(std::size_t skipped);
     void acceptDistances(std::deque<Distance> distances);
     void tellDue();
     void addDistance(std::int32_t value_mm, std::deque<Distance>& distances) const;
     void addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const;
     void followFormat();
-    void addSample(double value, std::int32_t value_mm, std::int64_t position);
+    void beginSamples();
+    void noteLines(const clsLineRun::Found& found, std::size_t before);
+    void noteSkipped(std::size_t bytes);
     std::int64_t positionOf(std::size_t index) const;
+    clsLineRun::Foreign foreignLines() const;
     bool isVerdict(std::string_view line) const;
     bool isConfirmedFormat() const { return m_mismatch == Mismatch::Confirmed; }
     void readDump(std::string_view dump);
@@ -362,12 +368,13 @@ private:
     clsLineRun m_lines;
     bool m_outOfStep = false; // frames with a CRC: the next good one may be good by chance
     std::optional<std::int32_t> m_lastCrc_mm;
+    std::size_t m_skipped = 0;               // bytes since the last good frame with a CRC
     std::int32_t m_format = -1, m_unit = -1; // of what has come so far
     std::deque<Distance> m_due;
     std::deque<SentFrame> m_sentFrames; // of the last seconds
-    std::vector<Measurement> m_samples;
-    std::string m_collected; // bytes taken between two readings
-    clsArrivals m_arrivals;  // of the bytes in `m_inBuffer` and in `m_collected`
+    std::string m_collected;            // bytes taken between two readings
+    clsArrivals m_arrivals;             // of the bytes in `m_inBuffer` and in `m_collected`
+    clsSampleList m_samples{m_arrivals};
     double m_lastArrival = 0.0;
     double m_quietUntil = 0.0;         // the pause after a stop
     std::optional<double> m_openPause; // days; of a stop sent between two ticks, whose time is not known

@@ -12,8 +12,8 @@
 namespace {
 
 constexpr double kDistanceTime_ms = 3000.0; // the longest gap between two distances
-constexpr double kTempErrValue = 2147483647.0;
-constexpr double kPause_ms = 40.0;            // a tick of the loop, less the delay of a busy machine
+constexpr double kPause_ms = 40.0;          // a tick of the loop, less the delay of a busy machine
+constexpr std::string_view kTempErr = "TempErr!", kLineEnd = "\r\n";
 constexpr double kVerdictMemory_ms = 10000.0; // a verdict on a frame may come this late
 
 } // namespace
@@ -21,7 +21,7 @@ constexpr double kVerdictMemory_ms = 10000.0; // a verdict on a frame may come t
 /// The answer to "G" is decoded as while measuring.
 void clsRVQ::evaluateSingleValue()
 {
-    if (Contains(m_inBuffer, "TempErr!")) {
+    if (Contains(m_inBuffer, kTempErr)) {
         evaluateTempErr();
     } else {
         evaluateDistance();
@@ -31,10 +31,27 @@ void clsRVQ::evaluateSingleValue()
     }
 }
 
+/// The error is the value, and the bytes are dropped. The complete lines around it are samples; those behind the last
+/// error belong to the next evaluation, so that the last sample is the value.
 void clsRVQ::evaluateTempErr()
 {
-    addSample(kTempErrValue, kMarkerTempError, positionOf(m_inBuffer.size()));
-    // Deliberate: the value is the number of "No Echo"; only `MeasValue_mm` tells them apart.
+    const std::size_t end = m_inBuffer.rfind(kTempErr) + kTempErr.size();
+    beginSamples();
+    if (!hasBinaryFormat()) {
+        followFormat();
+        const std::size_t before = m_samples.Size();
+        noteLines(m_lines.TakeSamples(m_inBuffer, m_currentTime, foreignLines(), m_samples), before);
+    }
+    const bool isWhole = m_inBuffer.find(kLineEnd, end) != std::string::npos;
+    if (hasBinaryFormat() || m_unitInDoubt || !isWhole) {
+        m_samples.AddTempError(end);
+    } else {
+        std::size_t count = m_samples.Size();
+        while (count > 0 && m_samples.All()[count - 1].value_mm != kMarkerTempError) {
+            --count;
+        }
+        m_samples.Defer(count);
+    }
     acceptDistance(kTempErrValue, kMarkerTempError);
     m_tempStatus = 0;
     m_inBuffer.clear();
@@ -58,12 +75,12 @@ void clsRVQ::evaluateDistance()
 void clsRVQ::takeAsciiDistance()
 {
     followFormat();
-    const clsLineRun::Found found =
-        m_lines.Take(m_inBuffer, m_currentTime, [this](std::string_view line) { return isVerdict(line); });
+    beginSamples();
+    const std::size_t before = m_samples.Size();
+    const clsLineRun::Found found = m_lines.Take(m_inBuffer, m_currentTime, foreignLines(), m_samples);
     m_inBuffer.erase(0, found.consumed);
-    m_damagedReplies += found.damaged;
     m_sDistance.clear();
-    m_unitInDoubt = m_unitInDoubt || (found.isNewShape && m_parameters.OutputFormat == FormatAscii);
+    noteLines(found, before);
     std::deque<Distance> distances;
     for (const auto& line : {found.held, found.newest}) {
         if (line && !m_unitInDoubt) {
@@ -78,6 +95,18 @@ void clsRVQ::takeAsciiDistance()
     }
 }
 
+/// While the unit is in doubt, a number is no measurement.
+void clsRVQ::noteLines(const clsLineRun::Found& found, std::size_t before)
+{
+    m_damagedReplies += found.damaged;
+    if (m_unitInDoubt) {
+        m_samples.Truncate(before);
+    } else if (found.isNewShape && m_parameters.OutputFormat == FormatAscii) {
+        m_unitInDoubt = true;
+        m_samples.Truncate(found.newShapeAt);
+    }
+}
+
 void clsRVQ::takeBinaryDistance()
 {
     followFormat();
@@ -87,7 +116,8 @@ void clsRVQ::takeBinaryDistance()
         m_inBuffer.resize(m_inBuffer.size() - open);
     }
     const std::string_view frames = std::string_view(m_inBuffer).substr(0, m_inBuffer.size() - (paused ? 0 : open));
-    const clsFrameStep::Found found = m_frames.Take(frames, paused);
+    beginSamples();
+    const clsFrameStep::Found found = m_frames.Take(frames, paused, m_samples);
     m_inBuffer.erase(0, found.consumed);
     m_damagedReplies += found.damaged;
     std::deque<Distance> distances;
@@ -121,6 +151,11 @@ void clsRVQ::followFormat()
     }
 }
 
+clsLineRun::Foreign clsRVQ::foreignLines() const
+{
+    return [this](std::string_view line) { return isVerdict(line); };
+}
+
 /// Whether a line answers one of the frames sent lately: it names the code together with "O" or "E", or repeats the
 /// code or the frame.
 bool clsRVQ::isVerdict(std::string_view line) const
@@ -142,7 +177,8 @@ void clsRVQ::addDistance(std::int32_t value_mm, std::deque<Distance>& distances)
 void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& distances) const
 {
     // A number beyond 32 bits of millimetres is noise.
-    const std::optional<std::int32_t> unit = modReplySteps::UnitInLine(line.text);
+    const auto read = modReplySteps::ReadDistanceLine(line.text);
+    const std::optional<std::int32_t> unit = read ? read->unitIndex : std::nullopt;
     if (const auto value_mm =
             RoundHalfToEven(line.value * UnitOf(unit.value_or(m_parameters.DistanceUnit)).millimetres)) {
         distances.push_back({line.text, line.value, *value_mm, unit});
@@ -152,9 +188,6 @@ void clsRVQ::addDistance(const clsLineRun::Line& line, std::deque<Distance>& dis
 /// The oldest is reported now; the others are due.
 void clsRVQ::acceptDistances(std::deque<Distance> distances)
 {
-    for (const Distance& distance : distances) {
-        addSample(distance.value, distance.value_mm, positionOf(0));
-    }
     if (!distances.empty()) {
         m_due = std::move(distances);
         tellDue();
@@ -174,6 +207,7 @@ void clsRVQ::tellDue()
 void clsRVQ::takeCrcDistance()
 {
     followFormat();
+    beginSamples();
     const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistances(m_inBuffer);
     if (!found.newest_mm && pastDeadline() && !owesNothing()) {
         // Bytes without any good frame are given up; otherwise they are skipped up to the good frame behind the damage.
@@ -182,7 +216,7 @@ void clsRVQ::takeCrcDistance()
             giveUpRequest();
         } else {
             m_inBuffer.erase(0, good);
-            reportCrcError();
+            reportCrcError(good);
         }
         return;
     }
@@ -193,32 +227,49 @@ void clsRVQ::takeCrcDistance()
         }
         if (!inStep.value_or(false)) {
             m_inBuffer.erase(0, 1);
-            reportCrcError();
+            reportCrcError(1);
             return;
         }
     }
+    takeCrcFrames(0, found.consumed / modReplySteps::kCrcFrameSize);
     m_inBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptCrcDistance(*found.newest_mm);
     }
     if (found.crcError) {
-        reportCrcError();
+        reportCrcError(1);
     }
+}
+
+void clsRVQ::takeCrcFrames(std::size_t at, std::size_t count)
+{
+    m_samples.AddFrames(m_inBuffer, at, count, modReplySteps::kCrcFrameSize);
+    m_skipped = count > 0 ? 0 : m_skipped;
 }
 
 void clsRVQ::acceptCrcDistance(std::int32_t value_mm)
 {
     m_outOfStep = false;
     m_lastCrc_mm = value_mm;
-    addSample(value_mm / UnitOf(m_parameters.DistanceUnit).millimetres, value_mm, positionOf(0));
     acceptDistance(value_mm / UnitOf(m_parameters.DistanceUnit).millimetres, value_mm);
 }
 
-void clsRVQ::reportCrcError()
+void clsRVQ::reportCrcError(std::size_t skipped)
 {
     m_eventNr = EventCrcError;
     m_outOfStep = true;
-    ++m_damagedReplies;
+    noteSkipped(skipped);
+}
+
+/// A damaged reply may be some bytes longer or shorter than it was.
+void clsRVQ::noteSkipped(std::size_t bytes)
+{
+    constexpr std::size_t kSize = modReplySteps::kCrcFrameSize;
+    const auto lost = [](std::size_t skipped) {
+        return skipped == 0 ? 0 : static_cast<std::int64_t>(std::max<std::size_t>((skipped + kSize / 2) / kSize, 1));
+    };
+    m_damagedReplies += lost(m_skipped + bytes) - lost(m_skipped);
+    m_skipped += bytes;
 }
 
 void clsRVQ::EvaluateBehindDamage()
@@ -233,6 +284,14 @@ void clsRVQ::EvaluateBehindDamage()
         return;
     }
     const modReplySteps::CrcDistances found = modReplySteps::FindCrcDistancesInDamage(m_inBuffer, m_lastCrc_mm);
+    beginSamples();
+    std::size_t end = 0;
+    for (const std::size_t start : found.starts) {
+        noteSkipped(start - end);
+        takeCrcFrames(start, 1);
+        end = start + modReplySteps::kCrcFrameSize;
+    }
+    noteSkipped(found.consumed - end);
     m_inBuffer.erase(0, found.consumed);
     if (found.newest_mm) {
         acceptCrcDistance(*found.newest_mm);
@@ -252,12 +311,15 @@ std::int64_t clsRVQ::positionOf(std::size_t index) const
     return m_arrivals.Received() - collected - static_cast<std::int64_t>(m_inBuffer.size() - index);
 }
 
-void clsRVQ::addSample(double value, std::int32_t value_mm, std::int64_t position)
+/// Samples of the bytes in the buffer follow.
+void clsRVQ::beginSamples()
 {
     constexpr double kBitsPerByte = 10.0;
-    const double byteTime = kBitsPerByte / m_lastRate / kSecondsPerDay;
-    m_samples.push_back({value, value_mm, m_parameters.DistanceUnit, m_parameters.OutputFormat,
-                         m_arrivals.TimeOf(position, byteTime, m_currentTime)});
+    m_samples.LookAt({.position = positionOf(0),
+                      .byteTime = kBitsPerByte / m_lastRate / kSecondsPerDay,
+                      .now = m_currentTime,
+                      .unit = m_parameters.DistanceUnit,
+                      .format = m_parameters.OutputFormat});
 }
 
 void clsRVQ::acceptDistance(double value, std::int32_t value_mm)

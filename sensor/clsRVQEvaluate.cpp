@@ -24,11 +24,12 @@ void clsRVQ::EvaluateInBuffer()
 {
     m_eventNr = EventNone;
     m_newDistance = false;
-    m_samples.clear();
+    m_samples.Clear();
     if (!m_due.empty()) {
         tellDue();
         return;
     }
+    m_samples.Renew();
     Request followUp = Request::None;
     if (modReplySteps::HoldsAnnouncement(m_inBuffer)) {
         m_mismatch = Mismatch::None;

@@ -15,7 +15,6 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kTemperatureMark = " C,";
 constexpr std::size_t kTemperatureDigits = 2;
 constexpr std::size_t kCrcTemperatureSize = 4;
-constexpr std::size_t kCrcFrameSize = 6;
 constexpr std::uint32_t kCrcStart = 0xFFFFFFFFU;
 
 std::uint8_t byteAt(std::string_view bytes, std::size_t i)
@@ -151,16 +150,12 @@ std::optional<DistanceLine> ReadDistanceLine(std::string_view line)
     const double value = Val(number.substr(0, number.size() - rest.size()));
     rest = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
     rest = rest.substr(0, rest.find_last_not_of(' ') + 1);
-    if (whole + decimals == 0 || (!rest.empty() && !unitOf(rest))) {
+    const std::optional<std::int32_t> unit = rest.empty() ? std::nullopt : unitOf(rest);
+    if (whole + decimals == 0 || (!rest.empty() && !unit)) {
         return std::nullopt;
     }
-    return DistanceLine{value, static_cast<std::int32_t>(decimals), rest, isPadded, whole > 1 && digits.front() == '0'};
-}
-
-std::optional<std::int32_t> UnitInLine(std::string_view line)
-{
-    const auto read = ReadDistanceLine(line);
-    return read ? unitOf(read->unit) : std::nullopt;
+    const bool hasZeros = whole > 1 && digits.front() == '0';
+    return DistanceLine{value, static_cast<std::int32_t>(decimals), rest, unit, isPadded, hasZeros};
 }
 
 CrcDistances FindCrcDistances(std::string_view bytes)
@@ -203,6 +198,7 @@ CrcDistances FindCrcDistancesInDamage(std::string_view bytes, std::optional<std:
         found.crcError = !*inStep;
         if (*inStep) {
             found.newest_mm = last_mm = DecodeFrame(FrameWord(rest, 0));
+            found.starts.push_back(found.consumed);
         }
         found.consumed += *inStep ? kCrcFrameSize : 1;
     }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace modReplySteps {
 
@@ -37,14 +38,12 @@ struct DistanceLine {
     double value = 0.0;        ///< in the sensor's unit
     std::int32_t decimals = 0; ///< digits after the point
     std::string_view unit;     ///< as spelt in the line; empty: none
-    bool isPadded = false;     ///< two or more blanks stand before the number
-    bool hasZeros = false;     ///< the number begins with a 0 that another digit follows
+    std::optional<std::int32_t> unitIndex;
+    bool isPadded = false; ///< two or more blanks stand before the number
+    bool hasZeros = false; ///< the number begins with a 0 that another digit follows
 };
 /// Takes the line without its line end; empty when it is anything else.
 std::optional<DistanceLine> ReadDistanceLine(std::string_view line);
-
-/// The index of the unit after the number of such a line; empty when there is none.
-std::optional<std::int32_t> UnitInLine(std::string_view line);
 
 inline constexpr std::size_t kFrameSize = 4;
 /// Four bytes of a frame, least significant first. All four must be there.
@@ -78,8 +77,10 @@ inline std::int32_t DecodeFrame(std::uint32_t word)
 struct CrcDistances {
     std::size_t consumed = 0;
     std::optional<std::int32_t> newest_mm;
-    bool crcError = false; ///< the last consumed byte starts no good frame
+    bool crcError = false;             ///< the last consumed byte starts no good frame
+    std::vector<std::size_t> starts{}; ///< of the good frames; not filled where all stand at the beginning
 };
+inline constexpr std::size_t kCrcFrameSize = 6;
 /// All complete 6-byte frames up to the first bad one. A frame is bad if its CRC is wrong or if it does not have the
 /// form of a distance; one byte of it is consumed.
 CrcDistances FindCrcDistances(std::string_view bytes);
