@@ -40,11 +40,20 @@ struct MeasuringSensor : ScriptedSensor {
         port.Arriving += bytes;
         device.Collect(at(ms));
     }
-    /// A tick as the loop makes it; returns when its measurements arrived.
+    /// The two halves of a tick as the loop makes it. The second returns when the measurements arrived.
     std::vector<double> Tick(double ms)
+    {
+        Read(ms);
+        return Evaluate();
+    }
+    const std::string& Read(double ms)
     {
         At(ms);
         device.ReadComportData();
+        return device.NewInData();
+    }
+    std::vector<double> Evaluate()
+    {
         device.EvaluateInBuffer();
         if (device.EventNr() == EventCrcError) {
             device.EvaluateBehindDamage();
@@ -117,9 +126,8 @@ TEST(Arrivals, AFlushDropsCollectedBytesAndLaterRepliesKeepTheirTimes)
     sensor.Collect(MeasuringSensor::Reply(1001), 10);
     sensor.device.SendCommand("m"); // throws away what has come
     sensor.Collect(MeasuringSensor::Reply(1002), 40);
-    const std::vector<double> times = sensor.Tick(50);
-    ASSERT_EQ(times.size(), 1U);
-    EXPECT_NEAR(times[0], 40, 0.01);
+    EXPECT_EQ(sensor.Read(50), MeasuringSensor::Reply(1002));
+    EXPECT_NEAR(sensor.Evaluate().at(0), 40, 0.01);
 }
 
 TEST(Arrivals, NothingFromBeforeAClosedPortReachesTheNextOne)
@@ -130,9 +138,8 @@ TEST(Arrivals, NothingFromBeforeAClosedPortReachesTheNextOne)
     sensor.device.OpenComPort(1, 9600);
     sensor.Expect(DialogueMeasuring, "m");
     sensor.Collect(MeasuringSensor::Reply(1002), 70);
-    const std::vector<double> times = sensor.Tick(100);
-    ASSERT_EQ(times.size(), 1U);
-    EXPECT_NEAR(times[0], 70, 0.01);
+    EXPECT_EQ(sensor.Read(100), MeasuringSensor::Reply(1002));
+    EXPECT_NEAR(sensor.Evaluate().at(0), 70, 0.01);
 }
 
 TEST(Arrivals, CollectingWithoutTicksIsBoundedAndJoinsNoHalvesOfReplies)
@@ -145,8 +152,9 @@ TEST(Arrivals, CollectingWithoutTicksIsBoundedAndJoinsNoHalvesOfReplies)
     for (std::size_t i = 0; i < count; ++i) {
         sensor.Collect(reply, 10.0 + static_cast<double>(i) * 10);
     }
-    const std::vector<double> times = sensor.Tick(1e6);
-    EXPECT_EQ(sensor.device.NewInData().size(), clsRVQ::kMaxPending);
+    EXPECT_EQ(sensor.Read(1e6).size(), clsRVQ::kMaxPending);
+    EXPECT_EQ(sensor.device.InBuffer(), sensor.device.NewInData()) << "without the beginning of the first reply";
+    const std::vector<double> times = sensor.Evaluate();
     EXPECT_EQ(sensor.device.DamagedReplies(), 1) << "the cut one at the beginning";
     ASSERT_FALSE(times.empty());
     EXPECT_NEAR(times.back(), 10.0 + static_cast<double>(count - 1) * 10, 0.01);
