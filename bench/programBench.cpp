@@ -192,7 +192,52 @@ public:
         }
     }
 
+    /// The program beside itself, over the same seconds: what does it cost that more values come?
+    void CompareRates(double seconds)
+    {
+        constexpr double kUsual_Hz = 20, kFast_Hz = 60;
+        std::vector<double> usual_s, fast_s;
+        for (int i = 0; i < kWatches; ++i) {
+            MeasuringProgram usual(*this, "usual", kUsual_Hz);
+            MeasuringProgram fast(*this, "fast", kFast_Hz);
+            sleepFor(kSettle_s);
+            const double usualBefore_s = usual.program->Used_s();
+            const double fastBefore_s = fast.program->Used_s();
+            sleepFor(seconds);
+            usual_s.push_back(usual.program->Used_s() - usualBefore_s);
+            fast_s.push_back(fast.program->Used_s() - fastBefore_s);
+            if (usual.program->Lines() == 0 || fast.program->Lines() == 0) {
+                throw std::runtime_error("the program does not measure when it should");
+            }
+        }
+        useRow("measuring, 60 values/s", Median(fast_s) / seconds, "20 values/s", Median(usual_s) / seconds)
+            .RatioAtMost(1.5)
+            .Print();
+    }
+
 private:
+    /// The program that measures, with a sensor and a folder of its own.
+    struct MeasuringProgram {
+        std::optional<Process> sensor, program;
+
+        MeasuringProgram(const Bench& bench, const std::string& name, double values_Hz)
+        {
+            const std::string folder = bench.m_folder.filePath(QString::fromStdString(name)).toStdString();
+            const std::string line = folder + "/sensor";
+            std::filesystem::create_directories(folder);
+            std::ofstream(folder + "/RVQ.ini") << "[GENERAL]\r\nBaudrate=38400\r\n";
+            sensor.emplace(std::vector<std::string>{bench.m_bin + "rvqsim", "--link", line, "--rate", "38400",
+                                                    "--values", NumberText(values_Hz, 0)});
+            waitFor(line);
+            watchFor("cmdStart");
+            program.emplace(std::vector<std::string>{bench.m_bin + "RVQ", "--folder", folder, "--port", "1=" + line,
+                                                     "--language", "en", "--connect", "--print"});
+            std::array<std::string, 2> size;
+            program->Painted(size);
+            watchFor("");
+        }
+    };
+
     struct Watch {
         std::vector<double> ours_s, bare_s, clock_s, ours_KiB, bare_KiB, values;
     };
@@ -247,9 +292,10 @@ private:
         setenv("QT_QPA_GENERIC_PLUGINS", ("orvexwitness" + (button.empty() ? "" : ":" + button)).c_str(), 1);
     }
 
-    void waitForSensor() const
+    void waitForSensor() const { waitFor(link()); }
+    static void waitFor(const std::string& file)
     {
-        for (int i = 0; i < 100 && !std::filesystem::exists(link()); ++i) {
+        for (int i = 0; i < 100 && !std::filesystem::exists(file); ++i) {
             sleepFor(0.05);
         }
     }
@@ -314,6 +360,7 @@ int main(int argc, char** argv)
         bench.CompareStarts();
         bench.CompareUse(seconds, false);
         bench.CompareUse(seconds, true);
+        bench.CompareRates(seconds);
     } catch (const std::exception& fault) {
         std::fprintf(stderr, "orvex_bench_program: %s\n", fault.what());
         return 1;
