@@ -59,6 +59,7 @@ struct Options {
     bool demo = false;
     bool connect = false; ///< skips the start-up window
     bool print = false;
+    bool everySample = false;
     bool record = false;
     std::string folder, screenshot;
     std::int32_t screenshotAfter_ms = 0;
@@ -136,8 +137,9 @@ Options readOptions(const QStringList& arguments)
                                    QStringLiteral("Seconds before the picture is taken (%1).").arg(kScreenshotAfter_s),
                                    "SECONDS", kScreenshotAfter_s);
     const QCommandLineOption print("print", "Print every distance to standard output.");
+    const QCommandLineOption every("every", "With --print: print every sample, not one distance in 50 ms.");
     const QCommandLineOption record("record", "Connect with the stored settings, measure and record from the start.");
-    parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, record});
+    parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, every, record});
     if (!parser.parse(arguments)) {
         refuse(parser.errorText());
     }
@@ -151,10 +153,14 @@ Options readOptions(const QStringList& arguments)
     if (parser.isSet(after) && !parser.isSet(screenshot)) {
         refuse(QStringLiteral("--after needs --screenshot"));
     }
+    if (parser.isSet(every) && !parser.isSet(print)) {
+        refuse(QStringLiteral("--every needs --print"));
+    }
 
     Options options;
     options.demo = parser.isSet(demo);
     options.print = parser.isSet(print);
+    options.everySample = parser.isSet(every);
     options.record = parser.isSet(record);
     options.connect = parser.isSet(connect) || options.demo || options.record || parser.isSet(screenshot);
     options.folder = bytesOf(parser.value(folder));
@@ -180,7 +186,8 @@ void takePicture(frmMain& window, const QString& file)
 /// would block just as long once it is full.
 class Output : public SessionListener {
 public:
-    Output()
+    /// `everySample` prints all samples, else the newest of each tick. A recording that is played is not printed.
+    explicit Output(bool everySample) : m_everySample(everySample)
     {
         messagePrinter = &m_messages;
         m_usualHandler = qInstallMessageHandler(note);
@@ -189,17 +196,29 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    void ShowDistance(const std::string& text) override
+    void Measured(const Measurement& measurement, std::string_view /*temperature*/) override
     {
-        if (!text.empty()) {
-            m_distances.Print(FromBytes(text).toLocal8Bit().toStdString());
+        if (!m_everySample) {
+            print(measurement);
+        }
+    }
+    void Sampled(std::span<const Measurement> samples, std::string_view /*temperature*/) override
+    {
+        for (const Measurement& sample : m_everySample ? samples : std::span<const Measurement>()) {
+            print(sample);
         }
     }
 
 private:
+    void print(const Measurement& measurement)
+    {
+        m_distances.Print(FromBytes(DistanceText(measurement, m_decimalSeparator)).toLocal8Bit().toStdString());
+    }
     static void note(QtMsgType type, const QMessageLogContext& context, const QString& message);
 
     static inline clsLinePrinter* messagePrinter = nullptr;
+    bool m_everySample;
+    char m_decimalSeparator = DecimalSeparator();
     clsLinePrinter m_distances{STDOUT_FILENO}, m_messages{STDERR_FILENO};
     QtMessageHandler m_usualHandler = nullptr;
 };
@@ -321,7 +340,7 @@ int runProgram(const Options& options)
         simulator::SensorOptions simulated;
         simulated.lineRate = SensorRate(settings.Baudrate);
         sensor = std::make_unique<simulator::clsSimulatedSensor>(simulated);
-        devices.Override(kDemoPort, sensor->Path());
+        devices.Simulate(kDemoPort, sensor->Path());
         return kDemoPort;
     };
     if (options.demo) {
@@ -336,7 +355,7 @@ int runProgram(const Options& options)
     }
     std::optional<Output> output;
     if (options.print) {
-        output.emplace();
+        output.emplace(options.everySample);
     }
     clsConfigLibrary library(iniFile);
     library.Build();
