@@ -39,6 +39,17 @@ void PortDevices::Override(std::int32_t port, std::string device)
     m_overrides[port] = std::move(device);
 }
 
+void PortDevices::Simulate(std::int32_t port, const std::string& device)
+{
+    m_simulated = device;
+    Override(port, device);
+}
+
+bool PortDevices::IsSimulated(std::int32_t port) const
+{
+    return !m_simulated.empty() && DeviceOf(port) == m_simulated;
+}
+
 std::string PortDevices::DeviceOf(std::int32_t port) const
 {
     if (const auto found = m_overrides.find(port); found != m_overrides.end()) {

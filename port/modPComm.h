@@ -25,11 +25,16 @@ public:
     void Use(Configured configured);
     /// Sets the device of a port for this run.
     void Override(std::int32_t port, std::string device);
+    /// The same for a simulated sensor of the program's own.
+    void Simulate(std::int32_t port, const std::string& device);
     std::string DeviceOf(std::int32_t port) const;
+    /// Whether the port leads to the simulated sensor.
+    bool IsSimulated(std::int32_t port) const;
 
 private:
     Configured m_configured;
     std::map<std::int32_t, std::string> m_overrides;
+    std::string m_simulated;
 };
 
 /// Maker and product of what is plugged in behind a device, in its own words (UTF-8), for example "FTDI FT232R USB

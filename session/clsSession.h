@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -69,6 +70,16 @@ public:
     /// is readable.
     std::size_t Collect(double now) { return m_device.Collect(now); }
 
+    /// Whether the values come from the program's own simulated sensor; the front end says so before they come.
+    bool IsSimulated() const { return m_isSimulated; }
+    void Simulated(bool simulated) { m_isSimulated = simulated; }
+
+    /// The serial number of the connected sensor, one byte per character; empty while there is no connection.
+    std::string_view SerialNo() const
+    {
+        return m_device.CommStatus() == DialogueNone ? std::string_view() : m_device.Identity().SerialNo;
+    }
+
     clsRVQ& Device() { return m_device; }
     const clsRVQ& Device() const { return m_device; }
     /// The operator's commands.
@@ -88,5 +99,6 @@ private:
     clsRecorder m_recorder;
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
+    bool m_isSimulated = false;
     std::error_code m_toldFailure; ///< the recorder's failure that was reported last
 };

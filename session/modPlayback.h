@@ -4,6 +4,7 @@
 #include "base/FileHandle.h"
 #include "sensor/Measurement.h"
 #include "sensor/Parameters.h"
+#include "store/RecordingInfo.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -28,6 +29,7 @@ struct Loaded {
     std::string temperature;        ///< of the last line that has one, one byte per character
     Outcome outcome = Outcome::Complete;
     std::error_code failure; ///< why the file could not be opened or read further; false when its lines are the reason
+    std::optional<RecordingInfo> info; ///< what the recording says about itself
 };
 
 /// The functions that loading calls.

@@ -4,7 +4,6 @@
 
 #include "sensor/AccountFigures.h"
 #include "sensor/ParameterSet.h"
-#include "sensor/SensorIdentity.h"
 
 #include <optional>
 #include <string>

@@ -30,6 +30,7 @@ struct ChartContent {
     clsLabel xCaption = modChartGlobals::DefaultXCaption();
     clsLabel yCaption = modChartGlobals::DefaultYCaption();
     QString seriesLabel;
+    QString badge; ///< says that the values are not live; has a line of its own above the plot
 
     /// Whether the values have a scale; before the first value there is none.
     bool HasLimits() const { return limits.lower != limits.upper; }

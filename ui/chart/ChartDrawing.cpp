@@ -95,8 +95,12 @@ void ChartDrawing::drawTexts(QPainter& painter) const
     const double line = m_layout.Line();
     const QRectF plot = m_layout.PlotArea();
     const double headerHeight = QFontMetricsF(m_layout.FontOf(m_content.header)).height();
-    drawLabel(painter, m_content.header, QRectF(0.0, line / 2.0, m_layout.Size().width(), headerHeight),
-              Qt::AlignCenter);
+    double top = line / 2.0;
+    if (!m_content.badge.isEmpty()) {
+        drawBadge(painter);
+        top += m_layout.BadgeLine().bottom();
+    }
+    drawLabel(painter, m_content.header, QRectF(0.0, top, m_layout.Size().width(), headerHeight), Qt::AlignCenter);
     const QRectF above(line / 2.0, plot.top() - 2.0 * line, plot.right() - line / 2.0, line);
     const QFontMetricsF metrics(m_layout.FontOf(m_content.yCaption));
     const double captionWidth = metrics.horizontalAdvance(FromUtf8(m_content.yCaption.Text));
@@ -111,6 +115,24 @@ void ChartDrawing::drawTexts(QPainter& painter) const
     if (!m_content.seriesLabel.isEmpty()) {
         drawSeriesLabel(painter, above);
     }
+}
+
+/// Draws a box around the badge, as wide as its text.
+void ChartDrawing::drawBadge(QPainter& painter) const
+{
+    QFont bold = m_layout.Font();
+    bold.setBold(true);
+    const QFontMetricsF metrics(bold);
+    const double margin = m_layout.Line() / 2.0;
+    QRectF box = m_layout.BadgeLine();
+    const QString text = metrics.elidedText(m_content.badge, Qt::ElideRight, box.width() - 2.0 * margin);
+    box.setWidth(std::min(metrics.horizontalAdvance(text) + 2.0 * margin, box.width()));
+    painter.setFont(bold);
+    painter.setPen(QPen(m_colors.scale, 1.0));
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.drawRoundedRect(box, margin / 2.0, margin / 2.0);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.drawText(box, Qt::AlignCenter, text);
 }
 
 void ChartDrawing::drawSeriesLabel(QPainter& painter, const QRectF& above) const

@@ -47,6 +47,7 @@ private:
     QColor labelColor(const clsLabel& label) const;
     void drawLabel(QPainter& painter, const clsLabel& label, const QRectF& box, int flags) const;
     void drawTexts(QPainter& painter) const;
+    void drawBadge(QPainter& painter) const;
     void drawSeriesLabel(QPainter& painter, const QRectF& above) const;
     void drawWatermark(QPainter& painter) const;
     void drawValueScale(QPainter& painter) const;

@@ -52,7 +52,8 @@ void ChartLayout::placePlot()
     const double header = hasHeader ? QFontMetricsF(FontOf(m_content.header)).height() + m_line / 2.0 : 0.0;
     const bool captions = !m_content.yCaption.Text.empty() || !m_content.seriesLabel.isEmpty();
     const bool xCaption = !m_content.timeScale && !m_content.xCaption.Text.empty();
-    const double top = header + (captions ? 2.4 : 1.0) * m_line;
+    const double badge = m_content.badge.isEmpty() ? 0.0 : BadgeLine().bottom();
+    const double top = badge + header + (captions ? 2.4 : 1.0) * m_line;
     const double bottom = (xCaption ? 3.0 : 2.0) * m_line;
     const double right = std::max(1.5 * m_line, m_content.timeScale ? widthOf(kTimeLabel) / 2.0 : 0.0);
     const int plotTop = toPixels(top, m_ratio);
@@ -89,6 +90,11 @@ void ChartLayout::computeValueAxis(int height)
 QRectF ChartLayout::PlotArea() const
 {
     return {m_plot.left() / m_ratio, m_plot.top() / m_ratio, m_plot.width() / m_ratio, m_plot.height() / m_ratio};
+}
+
+QRectF ChartLayout::BadgeLine() const
+{
+    return {m_line / 2.0, m_line / 2.0, m_size.width() - m_line, 1.4 * m_line};
 }
 
 QFont ChartLayout::FontOf(const clsLabel& label) const

@@ -30,6 +30,7 @@ public:
     double Ratio() const { return m_ratio; }
     const QRect& Plot() const { return m_plot; } ///< pixels
     QRectF PlotArea() const;                     ///< in units
+    QRectF BadgeLine() const;                    ///< the room for the badge's box, above everything; units
     const QFont& Font() const { return m_font; }
     QFont FontOf(const clsLabel& label) const;
     double Line() const { return m_line; } ///< the height of a line of text, units

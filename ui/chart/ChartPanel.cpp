@@ -6,6 +6,7 @@
 #include "ui/chart/frmChartSettings.h"
 #include "ui/chart/modChartGlobals.h"
 #include "ui/help/Help.h"
+#include "ui/widgets/Badge.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
@@ -20,6 +21,12 @@
 // A new chart has room for its range at one point per tick.
 static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterval_ms);
 
+namespace {
+
+constexpr char kSeriesName[] = "RVQ"; // until the sensor's serial number is known
+
+} // namespace
+
 ChartPanel::ChartPanel(QWidget* parent) : XYChart(parent)
 {
     setContextMenuPolicy(Qt::CustomContextMenu);
@@ -27,7 +34,7 @@ ChartPanel::ChartPanel(QWidget* parent) : XYChart(parent)
     Header({});
     XTitle(QStringLiteral("[ s ]"));
     YTitle(QStringLiteral("[ mm ]"));
-    SeriesLabel(QStringLiteral("RVQ"));
+    SeriesLabel(QLatin1String(kSeriesName));
     buildPopUp();
 }
 
@@ -78,6 +85,9 @@ void ChartPanel::Localise(std::int32_t language)
     mnuPopupHelp->setText(Text(TextId::MenuHelp, language));
     setAccessibleName(Text(TextId::AccessibleChart, language));
     EmptyText(Text(TextId::ChartEmpty, language));
+    m_language = language;
+    m_saidOrigin.reset();
+    sayOrigin();
 }
 
 void ChartPanel::showPopUp(const QPoint& position)
@@ -122,8 +132,40 @@ std::int64_t ChartPanel::CountIncomplete()
     return shown;
 }
 
+/// Simulated points count until the chart is cleared, whatever is connected meanwhile.
+void ChartPanel::Ticked()
+{
+    if (!m_origin.recorded) {
+        m_origin.simulated = m_session->IsSimulated() || (m_origin.simulated && Series().Added() > 0);
+    }
+    sayOrigin();
+    nameSeries();
+}
+
+void ChartPanel::sayOrigin()
+{
+    if (m_saidOrigin != m_origin) {
+        m_saidOrigin = m_origin;
+        Badge(BadgeText(m_origin, m_language));
+    }
+}
+
+/// While no sensor is connected, the curve keeps the name of the last one.
+void ChartPanel::nameSeries()
+{
+    const std::string_view serial = m_origin.recorded ? m_origin.serial : m_session->SerialNo();
+    const bool keepsName = serial.empty() && !m_origin.recorded && Series().Added() > 0;
+    if (m_namedSerial != serial && !keepsName) {
+        m_namedSerial = serial;
+        const QString name = SerialText(*m_namedSerial, m_language);
+        SeriesLabel(name.isEmpty() ? QLatin1String(kSeriesName) : name);
+    }
+}
+
 void ChartPanel::ResetChart()
 {
+    m_origin = {.simulated = m_session->IsSimulated()};
+    sayOrigin();
     if (m_liveRange_ms) {
         XRange_ms(*m_liveRange_ms); // the range of a recording may be days
         m_liveRange_ms.reset();
@@ -138,6 +180,7 @@ void ChartPanel::ShowUnit(std::string_view unit)
 
 void ChartPanel::AddChartPoint(double time, double value)
 {
+    m_origin.simulated = m_origin.simulated || m_session->IsSimulated();
     AddPoint(time, value);
 }
 
@@ -169,6 +212,7 @@ void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 
 void ChartPanel::PlaybackBegins()
 {
+    m_origin = {};
     m_liveRange_ms = m_liveRange_ms.value_or(XRange_ms());
     InitChartData(modPlayback::kChartPoints - 1);
     m_settings->AutoScale = true;
@@ -180,6 +224,9 @@ void ChartPanel::PlaybackBegins()
 
 void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
 {
+    m_origin = OriginOf(loaded);
+    sayOrigin();
+    nameSeries();
     const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded);
     if (axis.range_ms) {
         XRange_ms(*axis.range_ms);

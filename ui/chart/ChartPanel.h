@@ -4,6 +4,7 @@
 
 #include "plot/clsValueAxis.h"
 #include "session/SessionListener.h"
+#include "session/ValueOrigin.h"
 #include "ui/chart/XYChart.h"
 
 #include <QPointer>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <system_error>
 
 class Help;
@@ -39,6 +41,7 @@ public:
     /// Called when the chart's settings could not be saved.
     std::function<void(const std::error_code&)> Unkept;
 
+    void Ticked() override;
     void ResetChart() override;
     void ShowUnit(std::string_view unit) override;
     void AddChartPoint(double time, double value) override;
@@ -53,6 +56,8 @@ public:
 
 private:
     void buildPopUp();
+    void sayOrigin();
+    void nameSeries();
     void showPopUp(const QPoint& position);
     void mnuPopupShowZero_Click();
     void mnuPopUpYscaleSettings_Click();
@@ -61,6 +66,10 @@ private:
     modGlobals::Settings* m_settings = nullptr;
     const Help* m_help = nullptr;
     clsValueAxis m_axis;
+    ValueOrigin m_origin; ///< of the points
+    std::optional<ValueOrigin> m_saidOrigin;
+    std::optional<std::string> m_namedSerial; ///< in the name of the series
+    std::int32_t m_language = 0;
     std::optional<std::int32_t> m_liveRange_ms; ///< the range before the first playback
     QPointer<frmChartSettings> m_chartSettings;
 

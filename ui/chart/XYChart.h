@@ -104,6 +104,9 @@ public:
     void YTitle(const QString& text) { change(m_content.yCaption.Text, text.toStdString()); }
     const QString& SeriesLabel() const { return m_content.seriesLabel; }
     void SeriesLabel(const QString& text) { change(m_content.seriesLabel, text); }
+    /// A short text in an outlined box in the top left corner, outside the plot; empty for none.
+    const QString& Badge() const { return m_content.badge; }
+    void Badge(const QString& text) { change(m_content.badge, text); }
     /// A text in the middle while no point is shown.
     void EmptyText(const QString& text) { change(m_emptyText, text); }
 

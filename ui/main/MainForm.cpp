@@ -68,7 +68,6 @@ void MainForm::BuildForm(QMainWindow& window)
     window.setCentralWidget(centre);
     buildMenus(window);
     buildStatusBar(window);
-    SetTextIds(&window, TextId::TitleMain);
 }
 
 void MainForm::buildMenus(QMainWindow& window)

@@ -6,6 +6,7 @@
 #include "ui/main/LampShape.h"
 #include "ui/main/ValueLabel.h"
 #include "ui/main/frmTextWindow.h"
+#include "ui/widgets/Badge.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/KeptRoom.h"
 #include "ui/widgets/LineLabel.h"
@@ -103,6 +104,10 @@ void MeasurementPanel::build()
     auto* roomOfValue = new KeptRoom(this);
     lblMeasValue = Named<ValueLabel>("lblMeasValue", roomOfValue);
     lblShutDown = Named<QLabel>("lblShutDown", this);
+    lblBadge = Named<Badge>("lblBadge", this);
+    // Deliberate: never visible. It has the age in one place for whoever looks for it by this name.
+    lblAge = Named<QLabel>("lblAge", this);
+    lblAge->hide();
     lblTempCaption = Named<QLabel>("lblTempCaption", this);
     lblTemperature = Named<LineLabel>("lblTemperature", this, Qt::ElideRight);
     lblTempAge = Named<LineLabel>("lblTempAge", this, Qt::ElideRight);
@@ -120,7 +125,9 @@ void MeasurementPanel::build()
     grid->addLayout(sideBySide({lblMeasCaption, lblMeasAge}), 1, 0, 1, 2);
     grid->addWidget(roomOfValue, 2, 0, 1, 2);
     grid->addLayout(sideBySide({lblTempCaption, lblTempAge, lblTemperature}), 3, 0, 1, 2);
-    grid->addWidget(lblShutDown, 4, 0, 1, 2);
+    auto* notes = sideBySide({lblShutDown, lblBadge});
+    grid->addLayout(notes, 4, 0, 1, 2);
+    grid->setRowMinimumHeight(4, lblBadge->sizeHint().height()); // nothing moves when a line appears there
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(cmdStart, 1);
     buttons->addWidget(cmdSingleValue, 1);
@@ -141,9 +148,6 @@ void MeasurementPanel::style()
     QFont bold = lblShutDown->font();
     bold.setBold(true);
     lblShutDown->setFont(bold);
-    QSizePolicy keepsItsPlace = lblShutDown->sizePolicy();
-    keepsItsPlace.setRetainSizeWhenHidden(true);
-    lblShutDown->setSizePolicy(keepsItsPlace);
     lblShutDown->hide();
 }
 
@@ -155,6 +159,7 @@ void MeasurementPanel::setTextIds()
     SetTextIds(lblTempCaption, TextId::CaptionTemperature);
     SetTextIds(chkTempMeasurement, TextId::CheckTemperature, TextId::ToolTipTemperature);
     SetTextIds(lblShutDown, TextId::CaptionShutDown);
+    SetTextIds(lblBadge, TextId::None, TextId::ToolTipBadge);
     SetTextIds(cmdStart, TextId::None, TextId::ToolTipStart);
     SetTextIds(cmdSingleValue, TextId::None, TextId::ToolTipSingleValue);
 }
@@ -174,7 +179,7 @@ void MeasurementPanel::ShowLargeDisplay()
     if (m_textWindow == nullptr) {
         m_textWindow = new frmTextWindow(*window(), *m_settings);
         m_textWindow->ShowValue(lblMeasValue->text());
-        m_textWindow->ShowAge(lblMeasAge->text());
+        m_textWindow->ShowNote(noteOnLargeDisplay(lblMeasAge->text()), lblMeasValue->IsStale());
     }
     m_textWindow->show();
     m_textWindow->raise();
@@ -230,6 +235,7 @@ void MeasurementPanel::ShowDistance(const std::string& distance)
 {
     const QString shown = FromBytes(distance);
     noteValue(m_distanceAge, shown);
+    m_distanceOrigin = {.simulated = m_session->IsSimulated()};
     ShowText(*lblMeasValue, shown);
     if (m_textWindow != nullptr) {
         m_textWindow->ShowValue(shown);
@@ -240,6 +246,7 @@ void MeasurementPanel::ShowTemperature(const std::string& temperature)
 {
     const QString shown = FromBytes(temperature);
     noteValue(m_temperatureAge, shown);
+    m_temperatureOrigin = {.simulated = m_session->IsSimulated()};
     ShowText(*lblTemperature, shown);
 }
 
@@ -262,10 +269,13 @@ void MeasurementPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const
 {
     if (loaded.end) {
         m_distanceAge.Forget();
+        m_distanceOrigin = OriginOf(loaded);
     }
     if (!loaded.temperature.empty()) {
         m_temperatureAge.Forget();
+        m_temperatureOrigin = OriginOf(loaded);
     }
+    ShowAges();
 }
 
 /// Shows the ages of distance and temperature separately: a temperature that is not read during the measurement grows
@@ -279,18 +289,44 @@ void MeasurementPanel::ShowAges()
     };
     const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), device.ReadTempInterval());
     const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, device.PortIsOpen()));
-    showAge(*lblMeasValue, *lblMeasAge, ofDistance);
-    showAge(*lblTemperature, *lblTempAge, words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen())));
+    const QString ofTemperature = words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen()));
+    showBadge();
+    showAge(*lblMeasValue, *lblMeasAge, ofDistance, m_distanceOrigin);
+    showAge(*lblTemperature, *lblTempAge, ofTemperature, m_temperatureOrigin);
+    ShowText(*lblAge, ofDistance.isEmpty() ? ofTemperature : ofDistance);
     if (m_textWindow != nullptr) {
-        m_textWindow->ShowAge(ofDistance);
+        m_textWindow->ShowNote(noteOnLargeDisplay(ofDistance), lblMeasValue->IsStale());
     }
 }
 
-void MeasurementPanel::showAge(LineLabel& value, LineLabel& line, const QString& age)
+/// A played value is no present distance: it is shown like one that is out of date.
+void MeasurementPanel::showAge(LineLabel& value, LineLabel& line, const QString& age, const ValueOrigin& origin)
 {
-    value.ShowStale(!age.isEmpty());
+    value.ShowStale(!age.isEmpty() || origin.recorded);
     ShowText(line, age);
-    if (value.accessibleDescription() != age) {
-        value.setAccessibleDescription(age);
+    const QString& description = age.isEmpty() && origin != ValueOrigin() ? lblBadge->text() : age;
+    if (value.accessibleDescription() != description) {
+        value.setAccessibleDescription(description);
     }
+}
+
+/// One badge stands for both values; a played one counts more than a live one beside it.
+void MeasurementPanel::showBadge()
+{
+    const ValueOrigin& shown =
+        m_distanceOrigin.recorded || !m_temperatureOrigin.recorded ? m_distanceOrigin : m_temperatureOrigin;
+    ValueOrigin said = shown;
+    said.simulated = shown.simulated || (!shown.recorded && m_session->IsSimulated());
+    if (said != m_saidOrigin || m_settings->Language != m_saidLanguage) {
+        m_saidOrigin = said;
+        m_saidLanguage = m_settings->Language;
+        lblBadge->ShowBadge(BadgeText(said, m_saidLanguage));
+    }
+}
+
+QString MeasurementPanel::noteOnLargeDisplay(const QString& age) const
+{
+    QStringList notes{lblBadge->text(), age};
+    notes.removeAll(QString());
+    return notes.join(QStringLiteral(" – "));
 }

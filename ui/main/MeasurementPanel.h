@@ -1,8 +1,9 @@
 // The frame with the current measurement: connection lamp, distance and temperature with their ages, and the buttons
-// for start and stop. It also owns the large display.
+// for start and stop. A badge says when the values are not live. It also owns the large display.
 #pragma once
 
 #include "session/SessionListener.h"
+#include "session/ValueOrigin.h"
 #include "session/clsValueAge.h"
 
 #include <QGroupBox>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <optional>
 
+class Badge;
 class LampShape;
 class LineLabel;
 class QCheckBox;
@@ -56,11 +58,16 @@ private:
     void setTextIds();
     void cmdStart_Click();
     void cmdSingleValue_Click();
-    void showAge(LineLabel& value, LineLabel& line, const QString& age);
+    void showAge(LineLabel& value, LineLabel& line, const QString& age, const ValueOrigin& origin);
+    void showBadge();
+    QString noteOnLargeDisplay(const QString& age) const;
 
     clsSession* m_session = nullptr;
     const modGlobals::Settings* m_settings = nullptr;
     clsValueAge m_distanceAge, m_temperatureAge;
+    ValueOrigin m_distanceOrigin, m_temperatureOrigin;
+    ValueOrigin m_saidOrigin; ///< in the badge
+    std::int32_t m_saidLanguage = -1;
     bool m_running = false;
     std::int32_t m_shownDialogue = -1;
     std::optional<ControlRule> m_shownRule;
@@ -72,6 +79,8 @@ private:
     QLabel* lblTempCaption = nullptr;
     LineLabel* lblTemperature = nullptr;
     LineLabel* lblTempAge = nullptr;
+    QLabel* lblAge = nullptr;
+    Badge* lblBadge = nullptr;
     QLabel* lblShutDown = nullptr;
     QLabel* lblLamp = nullptr;
     LampShape* shpLamp = nullptr;

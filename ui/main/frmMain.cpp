@@ -1,6 +1,7 @@
 #include "ui/main/frmMain.h"
 
 #include "base/modAPI.h"
+#include "port/modPComm.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "ui/chart/ChartPanel.h"
@@ -12,9 +13,11 @@
 #include "ui/recorder/FilePanel.h"
 #include "ui/recorder/frmRecorder.h"
 #include "ui/settings/frmRVQ.h"
+#include "ui/widgets/Badge.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/PortList.h"
 #include "ui/widgets/PortWatch.h"
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
@@ -74,6 +77,7 @@ void frmMain::followSession()
     pnlMessages->Follow(m_session, m_settings);
     pnlFile->Follow(m_session, m_settings);
     pnlFile->CountIncomplete = [this] { return picGraph->CountIncomplete(); };
+    followSimulation();
     m_session.Listen(*this);
 }
 
@@ -129,6 +133,7 @@ void frmMain::localise()
 {
     LocaliseForm(*this, m_settings.Language);
     LocalisePanels(m_settings.Language);
+    nameWindow();
     fraFirstSteps->Localise(m_settings.Language);
     m_help.ExplainMenus(*this);
     warnOfUnkeptSettings();
@@ -139,6 +144,9 @@ void frmMain::timer_Tick()
     if (m_session.Recorder().Mode == RecorderPlaying) {
         fraMeasurement->ShowAges();
         return; // the window stays alive while a file is loaded; the measurement waits
+    }
+    if (m_followedPort != m_settings.Comport) {
+        followSimulation();
     }
     const double now = modAPI::LocalTime();
     Guarded([&] { m_session.ServeFiles(now); }); // whatever happens to a file, the measurement goes on
@@ -189,6 +197,7 @@ void frmMain::fraFirstSteps_Tried()
     m_unconnectedTicks = 0;
     fraFirstSteps->hide();
     fraMeasurement->FocusStart(); // the button that had it is hidden
+    followSimulation();           // the port may have the same number as before
     fraComport->Choose(port);
     MeasureWhenConnected();
 }
@@ -220,6 +229,29 @@ void frmMain::Ticked()
     if (m_inputBlock != nullptr) {
         m_settingsWindow->FollowDevice();
     }
+    nameWindow();
+}
+
+/// Two programs side by side are told apart by port and serial number.
+void frmMain::nameWindow()
+{
+    const TitleFacts shown{m_settings.Comport, std::string(m_session.SerialNo()), picGraph->Badge(),
+                           m_settings.Language};
+    if (shown == m_named) {
+        return;
+    }
+    m_named = shown;
+    QStringList parts{text(TextId::TitleMain), PortName(shown.port), SerialText(shown.serial, shown.language),
+                      shown.badge};
+    parts.removeAll(QString());
+    setWindowTitle(parts.join(QStringLiteral(" – ")));
+}
+
+/// Comes before the first value of another port.
+void frmMain::followSimulation()
+{
+    m_followedPort = m_settings.Comport;
+    m_session.Simulated(m_devices.IsSimulated(m_followedPort));
 }
 
 QString frmMain::text(TextId id) const

@@ -72,6 +72,8 @@ private:
     void connectMenus();
     void connectAction(const QAction* action, void (frmMain::*act)());
     void localise();
+    void nameWindow();
+    void followSimulation();
     void timer_Tick();
     void explainFailure();
     void noteFailure();
@@ -111,6 +113,15 @@ private:
     clsConsole m_console;
     std::int32_t m_commStatus = 0;
     std::optional<bool> m_settingsUsable;
+    std::int32_t m_followedPort = 0;
+    struct TitleFacts {
+        std::int32_t port = 0;
+        std::string serial;
+        QString badge;
+        std::int32_t language = -1;
+        bool operator==(const TitleFacts&) const = default;
+    };
+    TitleFacts m_named;          ///< in the title
     QString m_unkept;            ///< the warning given to panel 2
     bool m_closesUnkept = false; ///< the next close ends the program even if the settings cannot be saved
     std::int32_t m_unconnectedTicks = 0;

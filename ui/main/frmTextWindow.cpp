@@ -53,13 +53,15 @@ void frmTextWindow::ShowValue(const QString& text)
     ShowText(*lblValue, text);
 }
 
-void frmTextWindow::ShowAge(const QString& age)
+void frmTextWindow::ShowNote(const QString& note, bool stale)
 {
-    lblValue->ShowStale(!age.isEmpty());
-    ShowText(*lblValueAge, age);
-    if (lblValue->accessibleDescription() != age) {
-        lblValue->setAccessibleDescription(age);
+    lblValue->ShowStale(stale);
+    if (note == lblValueAge->text()) {
+        return;
     }
+    lblValueAge->setText(note);
+    lblValue->setAccessibleDescription(note);
+    place();
 }
 
 void frmTextWindow::resizeEvent(QResizeEvent*)
@@ -76,7 +78,9 @@ void frmTextWindow::place()
     const int usual = QFontInfo(font()).pixelSize();
     QFont small = lblValueAge->font();
     small.setPixelSize(std::max(usual, heightOfAge() * 3 / 4));
-    const int wanted = QFontMetrics(small).horizontalAdvance(QLatin1String(kAgeTemplate));
+    const QFontMetrics metrics(small);
+    const int wanted = std::max(metrics.horizontalAdvance(QLatin1String(kAgeTemplate)),
+                                metrics.horizontalAdvance(lblValueAge->text()));
     const int room = width() - pixels(kMargins_twips);
     if (wanted > room) {
         small.setPixelSize(std::max(usual, small.pixelSize() * room / wanted));

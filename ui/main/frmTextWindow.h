@@ -18,8 +18,9 @@ public:
 
     /// Shows the text. A text that is wider than the window makes the letters smaller.
     void ShowValue(const QString& text);
-    /// Shows the age below the value and marks the value as out of date; an empty age marks it as fresh.
-    void ShowAge(const QString& age);
+    /// Shows below the value how old it is or where it comes from. A stale value is drawn in the colour of what is
+    /// disabled.
+    void ShowNote(const QString& note, bool stale);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

@@ -24,6 +24,7 @@ public:
 
     /// Draws the text in the palette's colour for disabled text, because it is out of date. The label stays enabled.
     void ShowStale(bool stale);
+    bool IsStale() const { return m_stale; }
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }

@@ -20,11 +20,6 @@ constexpr std::int32_t kSecondText = Qt::UserRole;
 constexpr int kShownPorts = 24;
 constexpr int kPortNameLength = 7; ///< "COM 255"
 
-QString nameOf(std::int32_t port)
-{
-    return QStringLiteral("COM %1").arg(port);
-}
-
 /// Draws a second, lighter text beside that of an item.
 class SecondTextDelegate : public QStyledItemDelegate {
 public:
@@ -65,7 +60,7 @@ private:
     {
         QFont bold = option.font;
         bold.setBold(true);
-        return QFontMetrics(bold).horizontalAdvance(nameOf(modPComm::kPortCount)) + 3 * gap(option);
+        return QFontMetrics(bold).horizontalAdvance(PortName(modPComm::kPortCount)) + 3 * gap(option);
     }
 };
 
@@ -83,7 +78,7 @@ QString describePort(QComboBox& list, std::int32_t port, const QString& device)
     standsOut.setBold(true);
     // All at once: the list reports each change to its view and to listeners of the window.
     list.model()->setItemData(list.model()->index(port - 1, 0),
-                              {{Qt::DisplayRole, nameOf(port)},
+                              {{Qt::DisplayRole, PortName(port)},
                                {Qt::FontRole, second.isEmpty() ? QVariant() : standsOut},
                                {kSecondText, second},
                                {Qt::AccessibleDescriptionRole, second},
@@ -92,6 +87,11 @@ QString describePort(QComboBox& list, std::int32_t port, const QString& device)
 }
 
 } // namespace
+
+QString PortName(std::int32_t port)
+{
+    return QStringLiteral("COM %1").arg(port);
+}
 
 std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t selected)
 {
@@ -104,7 +104,7 @@ std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t s
         setIconSize({0, 0}); // room for an icon would make the list higher than its neighbours
         QStringList names;   // added at once, because the list reports each addition to its view
         for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-            names += nameOf(port);
+            names += PortName(port);
         }
         addItems(names);
     }

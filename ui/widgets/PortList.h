@@ -2,12 +2,16 @@
 #pragma once
 
 #include <QComboBox>
+#include <QString>
 
 #include <cstdint>
 
 namespace modPComm {
 class PortDevices;
 }
+
+/// "COM 3".
+QString PortName(std::int32_t port);
 
 /// "COM 1" to "COM 255". Each time the list is opened it looks for the devices behind the numbers, so it includes one
 /// that was plugged in since. Every port with a device has it as tool tip; where the device exists, the port is bold,

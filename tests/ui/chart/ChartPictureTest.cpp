@@ -112,6 +112,7 @@ TEST(ChartPicture, ShowsWhatTheScreenShows)
           Row{"reversed", [](XYChart& c) { c.XReversed(true), c.YReversed(true), c.TimeScale(true); }},
           Row{"cut off", [](XYChart& c) { c.AutoScale(false), c.YLimits(40, 61.5); }},
           Row{"held", [](XYChart& c) { c.HoldSpan(true), c.XRange_ms(30000); }},
+          Row{"with a badge", [](XYChart& c) { c.Badge("SIMULATED"); }},
           Row{"with a header and a watermark", [](XYChart& c) {
                   c.Header({"Silo 4", "", 14.0, true, 0});
                   auto labels = c.Watermark();

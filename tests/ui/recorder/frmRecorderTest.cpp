@@ -220,7 +220,7 @@ struct Player : Desk {
     XYChart* Chart() const { return Find<XYChart>("picGraph"); }
 };
 
-TEST(MainWindow, ShowsAPlayedRecordingAsIfItHadJustBeenMeasured)
+TEST(MainWindow, ShowsAPlayedRecording)
 {
     Player window;
     const auto file = window.folder.Write(

@@ -125,7 +125,7 @@ struct Program : Desk {
     explicit Program(std::int32_t language)
     {
         settings = {.Language = language};
-        devices.Override(1, sensor.Path());
+        devices.Simulate(1, sensor.Path());
         help.SetHelpFile();
         LocaliseOpenWindows(language);
     }
