@@ -1,8 +1,8 @@
 // The program RVQ: reads its options, puts a simulated sensor on COM 1 on request, and opens the main window.
+#include "app/Output.h"
 #include "app/Termination.h"
 #include "base/Days.h"
 #include "base/Numbers.h"
-#include "base/clsLinePrinter.h"
 #include "base/modAPI.h"
 #include "port/clsPosixPort.h"
 #include "port/modPComm.h"
@@ -28,7 +28,6 @@
 #include <QPixmap>
 #include <QTimer>
 
-#include <chrono>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -182,67 +181,6 @@ void takePicture(frmMain& window, const QString& file)
     QApplication::exit(saved ? 0 : 1);
 }
 
-/// What the program prints while it runs. Fault messages go the same way: they may share a pipe with the distances and
-/// would block just as long once it is full.
-class Output : public SessionListener {
-public:
-    /// `everySample` prints all samples, else the newest of each tick. A recording that is played is not printed.
-    explicit Output(bool everySample) : m_everySample(everySample)
-    {
-        messagePrinter = &m_messages;
-        m_usualHandler = qInstallMessageHandler(note);
-    }
-    ~Output() override;
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    void Measured(const Measurement& measurement, std::string_view /*temperature*/) override
-    {
-        if (!m_everySample) {
-            print(measurement);
-        }
-    }
-    void Sampled(std::span<const Measurement> samples, std::string_view /*temperature*/) override
-    {
-        for (const Measurement& sample : m_everySample ? samples : std::span<const Measurement>()) {
-            print(sample);
-        }
-    }
-
-private:
-    void print(const Measurement& measurement)
-    {
-        m_distances.Print(FromBytes(DistanceText(measurement, m_decimalSeparator)).toLocal8Bit().toStdString());
-    }
-    static void note(QtMsgType type, const QMessageLogContext& context, const QString& message);
-
-    static inline clsLinePrinter* messagePrinter = nullptr;
-    bool m_everySample;
-    char m_decimalSeparator = DecimalSeparator();
-    clsLinePrinter m_distances{STDOUT_FILENO}, m_messages{STDERR_FILENO};
-    QtMessageHandler m_usualHandler = nullptr;
-};
-
-Output::~Output()
-{
-    constexpr std::chrono::milliseconds kPatience{300};
-    qInstallMessageHandler(m_usualHandler);
-    if (const std::int64_t lost = m_distances.Finish(kPatience); lost > 0) {
-        m_messages.Print("RVQ: lines that could not be printed: " + std::to_string(lost));
-    }
-    m_messages.Finish(kPatience);
-}
-
-void Output::note(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    const std::string line = qFormatLogMessage(type, context, message).toLocal8Bit().toStdString();
-    if (type == QtFatalMsg) {
-        std::fprintf(stderr, "%s\n", line.c_str()); // the program ends before a thread could print this
-    } else {
-        messagePrinter->Print(line);
-    }
-}
-
 QIcon programIcon()
 {
     QIcon icon;
@@ -355,7 +293,7 @@ int runProgram(const Options& options)
     }
     std::optional<Output> output;
     if (options.print) {
-        output.emplace(options.everySample);
+        output.emplace(options.everySample, STDOUT_FILENO);
     }
     clsConfigLibrary library(iniFile);
     library.Build();

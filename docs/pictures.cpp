@@ -53,6 +53,7 @@ constexpr int kWithoutSensor_ms = 3000;
 constexpr int kMeasuring_ms = 20000;
 constexpr int kMoment_ms = 200;
 constexpr int kBeginning_ms = 30;
+constexpr QSize kUsualSize(800, 600);
 constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
@@ -131,6 +132,7 @@ public:
         takeStart();
         takeFirstSteps();
         takeMonitor();
+        takeSimulated();
     }
 
 private:
@@ -212,6 +214,21 @@ private:
         ports->hidePopup();
     }
 
+    /// The main window with the simulated sensor that the program itself offers.
+    void takeSimulated()
+    {
+        const simulator::clsSimulatedSensor sensor{simulator::SensorOptions()};
+        m_devices.Simulate(1, sensor.Path());
+        clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, "REC", DecimalSeparator());
+        frmMain window(m_settings, session, m_devices, {m_library, {}}, m_help);
+        window.MeasureWhenConnected();
+        window.resize(kUsualSize);
+        window.show();
+        runFor(kDownload_ms);
+        save(window, "simulated");
+        takeLargeDisplay(window, "large_simulated");
+    }
+
     void takeMonitor()
     {
         simulator::SensorOptions options;
@@ -239,7 +256,7 @@ private:
         takeRecorder(window);
         takeFileQuestions(window);
         takeSettings(window);
-        takeLargeDisplay(window);
+        takeLargeDisplay(window, "large");
         window.findChild<QAction*>("mnuPopUpYscaleSettings")->trigger();
         runFor(kMoment_ms);
         save(*window.findChild<frmChartSettings*>(), "chart-settings");
@@ -275,13 +292,14 @@ private:
         }
     }
 
-    void takeLargeDisplay(const frmMain& window)
+    void takeLargeDisplay(const frmMain& window, const char* name) const
     {
         emit window.findChild<ValueLabel*>("lblMeasValue")->clicked();
         auto* display = window.findChild<frmTextWindow*>();
         display->resize(kLargeDisplay);
         runFor(kMoment_ms);
-        save(*display, "large");
+        save(*display, name);
+        display->close();
     }
 
     QString recordingFile() const { return m_folder + QStringLiteral("/REC/SAVE0001.rec"); }
@@ -305,6 +323,7 @@ private:
         runFor(kMoment_ms);
         save(*recorder, "recorder_played");
         save(window, "playback");
+        takeLargeDisplay(window, "large_played");
         takeLoading(*recorder);
         window.findChild<QPushButton*>("cmdStart")->click();
         recorder->close();

@@ -52,7 +52,7 @@ Badge::Badge(QWidget* parent) : QLabel(parent)
     setTextFormat(Qt::PlainText);
     setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     setWordWrap(true);
-    setContentsMargins(QMargins(3, 1, 3, 1) * fontMetrics().height() / 8);
+    setContentsMargins(QMargins(4, 2, 4, 2) * fontMetrics().height() / 8);
     hide();
 }
 
