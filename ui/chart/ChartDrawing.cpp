@@ -120,14 +120,15 @@ void ChartDrawing::drawTexts(QPainter& painter) const
 /// Draws a box around the badge, as wide as its text.
 void ChartDrawing::drawBadge(QPainter& painter) const
 {
-    QFont bold = m_layout.Font();
-    bold.setBold(true);
-    const QFontMetricsF metrics(bold);
     const double margin = m_layout.Line() / 2.0;
     QRectF box = m_layout.BadgeLine();
+    QFont font = m_layout.Font();
+    font.setBold(true);
+    font.setBold(QFontMetricsF(font).horizontalAdvance(m_content.badge) <= box.width() - 2.0 * margin);
+    const QFontMetricsF metrics(font);
     const QString text = metrics.elidedText(m_content.badge, Qt::ElideRight, box.width() - 2.0 * margin);
     box.setWidth(std::min(metrics.horizontalAdvance(text) + 2.0 * margin, box.width()));
-    painter.setFont(bold);
+    painter.setFont(font);
     painter.setPen(QPen(m_colors.scale, 1.0));
     painter.setRenderHint(QPainter::Antialiasing);
     painter.drawRoundedRect(box, margin / 2.0, margin / 2.0);
