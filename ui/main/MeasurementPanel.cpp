@@ -320,7 +320,7 @@ void MeasurementPanel::showBadge()
     if (said != m_saidOrigin || m_settings->Language != m_saidLanguage) {
         m_saidOrigin = said;
         m_saidLanguage = m_settings->Language;
-        lblBadge->ShowBadge(BadgeText(said, m_saidLanguage));
+        lblBadge->ShowBadge(BadgeText(said, m_saidLanguage), lblMeasValue->parentWidget()->minimumWidth());
     }
 }
 

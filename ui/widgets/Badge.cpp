@@ -50,26 +50,42 @@ QString BadgeText(const ValueOrigin& origin, std::int32_t language)
 Badge::Badge(QWidget* parent) : QLabel(parent)
 {
     setTextFormat(Qt::PlainText);
-    setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    setWordWrap(true);
     setContentsMargins(QMargins(4, 2, 4, 2) * fontMetrics().height() / 8);
     hide();
 }
 
-void Badge::paintEvent(QPaintEvent* event)
+void Badge::ShowBadge(const QString& text, int room)
 {
-    QLabel::paintEvent(event);
-    const QRect text =
-        fontMetrics().boundingRect(contentsRect(), static_cast<int>(alignment()) | Qt::TextWordWrap, this->text());
+    m_room = room;
+    ShowText(*this, text);
+    setVisible(!text.isEmpty());
+}
+
+/// What follows the last comma, a serial number for instance, takes a second line.
+QString Badge::lines() const
+{
+    const QMargins margins = contentsMargins();
+    QString lines = text();
+    if (fontMetrics().horizontalAdvance(lines) + margins.left() + margins.right() > m_room) {
+        const auto comma = lines.lastIndexOf(QLatin1String(", "));
+        lines.replace(comma + 1, comma < 0 ? 0 : 1, comma < 0 ? QString() : QString(u'\n'));
+    }
+    return lines;
+}
+
+QSize Badge::sizeHint() const
+{
+    return fontMetrics().size(0, lines()).grownBy(contentsMargins());
+}
+
+void Badge::paintEvent(QPaintEvent*)
+{
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(palette().color(foregroundRole()));
-    const QRectF box = QRectF(text.marginsAdded(contentsMargins())).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.drawRoundedRect(box, fontMetrics().height() / 4.0, fontMetrics().height() / 4.0);
-}
-
-void Badge::ShowBadge(const QString& text)
-{
-    ShowText(*this, text);
-    setVisible(!text.isEmpty());
+    const QSize size = sizeHint();
+    const QRectF box(width() - size.width(), (height() - size.height()) / 2, size.width(), size.height());
+    const double radius = fontMetrics().height() / 4.0;
+    painter.drawRoundedRect(box.adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    painter.drawText(box, Qt::AlignCenter, lines());
 }

@@ -16,15 +16,24 @@ QString SerialText(const std::string& serial, std::int32_t language);
 /// Empty for live values.
 QString BadgeText(const ValueOrigin& origin, std::int32_t language);
 
-/// An outlined box around its text, on the right; hidden without one. A text without room takes a second line.
+/// An outlined box around its text, on the right; hidden without one.
 class Badge : public QLabel {
     Q_OBJECT
 
 public:
     explicit Badge(QWidget* parent);
 
-    void ShowBadge(const QString& text);
+    /// A text that needs more than `room` takes two lines.
+    void ShowBadge(const QString& text, int room);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString lines() const;
+
+    int m_room = 0;
 };
