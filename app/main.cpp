@@ -135,8 +135,8 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption after("after",
                                    QStringLiteral("Seconds before the picture is taken (%1).").arg(kScreenshotAfter_s),
                                    "SECONDS", kScreenshotAfter_s);
-    const QCommandLineOption print("print", "Print every distance to standard output.");
-    const QCommandLineOption every("every", "With --print: print every sample, not one distance in 50 ms.");
+    const QCommandLineOption print("print", "Print distances to standard output, the newest one every 50 ms.");
+    const QCommandLineOption every("every", "With --print: print every value that the sensor sends.");
     const QCommandLineOption record("record", "Connect with the stored settings, measure and record from the start.");
     parser.addOptions({demo, folder, port, language, connect, screenshot, after, print, every, record});
     if (!parser.parse(arguments)) {

@@ -38,6 +38,12 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmHelp", "Help"},
 };
 
+/// The page about a part of a window; F1 opens it there.
+struct PartTopic {
+    std::string_view part, topic;
+};
+constexpr PartTopic kPartTopics[] = {{"fraLine", "Account#line"}};
+
 /// The window that a control belongs to; a menu or an open list belongs to the window it is attached to.
 template <typename Widget>
 Widget* ownWindow(Widget& control)
@@ -58,6 +64,19 @@ std::string_view topicOf(const QString& window)
         }
     }
     return modHTMLHelp::kStart;
+}
+
+/// Empty for a control whose part of the window has no page of its own.
+std::string_view topicOfPart(const QWidget& control)
+{
+    for (const QWidget* widget = &control; widget != nullptr; widget = widget->parentWidget()) {
+        for (const PartTopic& row : kPartTopics) {
+            if (widget->objectName() == FromUtf8(row.part)) {
+                return row.topic;
+            }
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -123,6 +142,10 @@ QString Help::find(const QWidget& window, const QObject& control) const
 
 void Help::explain(QWidget& control) const
 {
+    if (const std::string_view part = topicOfPart(control); !part.empty()) {
+        ShowHelpTopic(control, part);
+        return;
+    }
     const QString text = PopUpText(control);
     if (text.isEmpty()) {
         ShowHelpTopic(control, topicOf(ownWindow(control)->objectName()));

@@ -9,6 +9,7 @@
 
 #include <QAbstractItemView>
 #include <QDir>
+#include <QGroupBox>
 #include <QLineEdit>
 #include <QMenu>
 #include <QRegularExpression>
@@ -214,6 +215,17 @@ TEST(ContextHelp, F1InABoxOpensTheSectionAboutIt)
     auto* viewer = box.findChild<frmHelp*>();
     ASSERT_NE(viewer, nullptr);
     EXPECT_EQ(FindIn<QTextBrowser>(*viewer, "txtPage")->source().toString(), "qrc:/help/RVQSettings_de.htm#error");
+}
+
+TEST(ContextHelp, F1InTheFrameLineOpensThePageAboutItsFigures)
+{
+    StartUp start;
+    QGroupBox frame(&start.splash);
+    frame.setObjectName("fraLine");
+    QLabel figure(&frame);
+    PressKey(figure, Qt::Key_F1);
+    ASSERT_NE(start.Viewer(), nullptr);
+    EXPECT_EQ(start.Page()->source().toString(), "qrc:/help/Account_de.htm#line");
 }
 
 TEST(HelpViewer, GoesBackAndForward)
