@@ -49,7 +49,19 @@ void clsMeasurementLoop::Tick(double now)
     showRule();
     m_listener.Ticked();
     advanceClock();
+    watchLine(now);
     m_previousTick = now;
+}
+
+/// What keeps distances from coming, as far as no event tells it.
+void clsMeasurementLoop::watchLine(double now)
+{
+    if (m_device.CommStatus() == DialogueNone) {
+        m_account.LineLost();
+    } else if (m_account.IsMeasuring() && m_device.CommStatus() == DialogueIdle) {
+        m_account.Interrupted(GapReason::Stopped); // for a parameter, or the sensor has restarted
+    }
+    m_account.Advance(now);
 }
 
 void clsMeasurementLoop::showSensorSettings()
@@ -68,6 +80,7 @@ void clsMeasurementLoop::absorbClockJump(double now)
     const bool forward = before != 0.0 && jump > kClockJump_s / kSecondsPerDay;
     if (jump < 0.0 || forward) {
         m_device.ShiftClock(jump);
+        m_account.ClockJumped(jump);
         m_previousTick = now;
         breakCurve(now);
     }
@@ -217,6 +230,7 @@ void clsMeasurementLoop::noAnswer()
         return;
     }
     status(TextId::StatusNoConnection);
+    m_account.LineLost();
     breakCurve(m_device.CurrentTime());
     if (m_device.CommStatus() == DialogueIdle) {
         m_listener.ShowTemperature({});
@@ -275,6 +289,7 @@ void clsMeasurementLoop::interruptForTemperature()
         return;
     }
     m_device.InterruptForTemperature();
+    m_account.Interrupted(GapReason::TemperaturePoll);
     m_temperaturePending = true;
 }
 

@@ -103,6 +103,7 @@ public:
 private:
     void absorbClockJump(double now);
     void servePort();
+    void watchLine(double now);
     void reopenPort();
     void tryPort();
     void evaluate();

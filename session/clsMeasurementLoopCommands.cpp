@@ -67,7 +67,9 @@ void clsMeasurementLoop::startStop(std::int32_t before)
         m_listener.ResetChart();
         if (!m_measuring) {
             forgetHistory();
-            m_account.Begin();
+        }
+        if (!m_account.IsMeasuring()) {
+            m_account.Begin(); // a lost connection does not begin anew
         }
         modRVQComm::StartMeasurement(m_device);
         m_listener.ShowRunning(true);
@@ -77,6 +79,9 @@ void clsMeasurementLoop::startStop(std::int32_t before)
         m_listener.ShowDistance({});
     }
     m_measuring = m_device.CommStatus() == DialogueMeasuring;
+    if (!m_measuring) {
+        m_account.Stop();
+    }
 }
 
 /// The sensor sends its value at any time. Nothing else may be sent meanwhile.
@@ -87,6 +92,7 @@ Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
     Operation<bool> passes = passingUntilDistance(stepsPerPass);
     const bool found = co_await passes;
     m_measuring = false;
+    m_account.Stop();
     if (m_device.Wait().Ended || m_device.Openings() != opening) {
         co_return; // the session ends, or the operator has chosen another port, which the ticks serve
     }
@@ -148,6 +154,7 @@ Operation<> clsMeasurementLoop::SwitchingRedLaser(bool on, bool waits)
     const bool measuring = m_device.CommStatus() == DialogueMeasuring;
     if (measuring) {
         modRVQComm::StopMeasurement(m_device);
+        m_account.Interrupted(GapReason::Stopped);
     }
     m_device.SwitchLaser(on);
     if (measuring) {
