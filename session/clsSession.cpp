@@ -84,6 +84,11 @@ void clsSession::Measured(const Measurement& measurement, std::string_view tempe
     tellFailure();
 }
 
+void clsSession::Sampled(std::span<const Measurement> samples, std::string_view /*temperature*/)
+{
+    m_history.Add(samples, m_loop.Account().Ended());
+}
+
 modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
                                      const std::function<bool(double fraction)>& goOn)
 {

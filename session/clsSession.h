@@ -6,6 +6,7 @@
 #include "base/Operation.h"
 #include "port/SerialPort.h"
 #include "sensor/clsRVQ.h"
+#include "session/clsHistory.h"
 #include "session/clsListeners.h"
 #include "session/clsMeasurementLoop.h"
 #include "session/clsRecorder.h"
@@ -17,6 +18,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -86,17 +88,21 @@ public:
     clsMeasurementLoop& Loop() { return m_loop; }
     clsRecorder& Recorder() { return m_recorder; }
     const clsRecorder& Recorder() const { return m_recorder; }
+    /// All that was measured since the session began.
+    const clsHistory& History() const { return m_history; }
 
 private:
     void stepOperations();
     void tellFailure();
     void Measured(const Measurement& measurement, std::string_view temperature) override;
+    void Sampled(std::span<const Measurement> samples, std::string_view temperature) override;
 
     std::unique_ptr<SerialPort> m_port;
     clsListeners m_listeners;
     clsRVQ m_device;
     clsMeasurementLoop m_loop;
     clsRecorder m_recorder;
+    clsHistory m_history;
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;
