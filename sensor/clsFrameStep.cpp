@@ -58,6 +58,12 @@ bool isDistance(std::uint32_t word)
     return IsFrame(word) && (word >> 24U != 0x7FU || isMarker(word));
 }
 
+/// A distance that is no marker.
+bool isPlainDistance(std::uint32_t word)
+{
+    return word < 0x1000000U ? (word & 0xFFU) != 0 : word >= 0xFFE20000U;
+}
+
 /// How far a distance may move from one frame to the next. Below 0 the frames look like markers out of step.
 bool isNear(std::int64_t value, std::int64_t before)
 {
@@ -77,24 +83,19 @@ void clsFrameStep::Range::Include(std::int64_t value)
     }
 }
 
+/// The margin never crosses 0.
+clsFrameStep::Range clsFrameStep::widened(const Range& range)
+{
+    const std::int64_t margin = std::max(kLeastMargin_mm, (range.upper - range.lower) / 3);
+    return {range.lower > 0 ? std::max(range.lower - margin, range.lower * 3 / 4) : range.lower - margin,
+            range.upper < 0 ? std::min(range.upper + margin, range.upper * 3 / 4) : range.upper + margin};
+}
+
 void clsFrameStep::Block::Include(std::int64_t value)
 {
     ++frames;
-    Range all = range;
-    all.Include(value);
-    Widen(all);
-}
-
-/// The margin never crosses 0.
-void clsFrameStep::Block::Widen(const Range& all)
-{
-    if (all.lower == range.lower && all.upper == range.upper) {
-        return;
-    }
-    range = all;
-    const std::int64_t margin = std::max(kLeastMargin_mm, (range.upper - range.lower) / 3);
-    wide = {range.lower > 0 ? std::max(range.lower - margin, range.lower * 3 / 4) : range.lower - margin,
-            range.upper < 0 ? std::min(range.upper + margin, range.upper * 3 / 4) : range.upper + margin};
+    range.Include(value);
+    wide = widened(range);
 }
 
 void clsFrameStep::Restart()
@@ -164,56 +165,48 @@ std::size_t clsFrameStep::takeFitting(std::size_t at, Look& look)
     return at;
 }
 
-/// The fast path for the usual case: frames among the last ones.
+/// The fast path for the usual case: frames among the last ones. A block that is full makes room for the next one. What
+/// a block holds is widened at its end only: what lies within the narrower limits would lie within the wider ones.
 std::size_t clsFrameStep::takeRun(std::size_t at, Look& look)
 {
     if (m_newer.frames == 0 || !m_pending.empty()) {
         return at;
     }
+    const std::string_view bytes = look.bytes;
     const std::size_t first = at;
-    for (at = takeBlock(look.bytes, at); m_newer.frames == kBlock; at = takeBlock(look.bytes, at)) {
-        if (at + kFrameSize > look.bytes.size() || !isOfBlock(FrameWord(look.bytes, at))) {
+    std::int32_t frames = m_newer.frames;
+    Range all = m_newer.range, wide = m_newer.wide;
+    std::int64_t last = m_last;
+    std::optional<Range> full;
+    for (; at + kFrameSize <= bytes.size(); at += kFrameSize) {
+        const std::uint32_t word = FrameWord(bytes, at);
+        const std::int64_t value = DecodeFrame(word);
+        if (!isPlainDistance(word) || value < wide.lower || value > wide.upper || !isNear(value, last)) {
             break;
         }
-        m_older = std::exchange(m_newer, {});
-        m_last = DecodeFrame(FrameWord(look.bytes, at));
-        m_newer.Include(m_last);
-        at += kFrameSize;
+        if (frames++ == kBlock) {
+            full = all;
+            all = {value, value};
+            wide = widened(all);
+            frames = 1;
+        }
+        all.lower = std::min(all.lower, value);
+        all.upper = std::max(all.upper, value);
+        last = value;
     }
     if (const std::size_t taken = (at - first) / kFrameSize; taken > 0) {
-        look.samples.AddFrames(look.bytes, first, taken, kFrameSize);
-        m_sinceMarker = taken < kMarkerMemory
-                            ? std::min(m_sinceMarker + static_cast<std::int32_t>(taken), kMarkerMemory)
-                            : kMarkerMemory;
-        m_voids = {};
-        look.found.newest_mm = static_cast<std::int32_t>(m_last);
-    }
-    return at;
-}
-
-/// Takes frames among the last ones as long as their block has room.
-std::size_t clsFrameStep::takeBlock(std::string_view bytes, std::size_t at)
-{
-    Range range = m_newer.range;
-    const std::int32_t before = m_newer.frames;
-    for (; m_newer.frames < kBlock && at + kFrameSize <= bytes.size(); at += kFrameSize, ++m_newer.frames) {
-        const std::uint32_t word = FrameWord(bytes, at);
-        if (!isOfBlock(word)) {
-            break;
+        look.samples.AddFrames(bytes, first, taken, kFrameSize);
+        if (full) {
+            m_older = {kBlock, *full, widened(*full)};
         }
-        m_last = DecodeFrame(word);
-        range.Include(m_last);
-    }
-    if (m_newer.frames > before) {
-        m_newer.Widen(range);
+        m_newer = {frames, all, widened(all)};
+        m_last = last;
+        m_sinceMarker += static_cast<std::int32_t>(std::min<std::size_t>(taken, kMarkerMemory));
+        m_sinceMarker = std::min(m_sinceMarker, kMarkerMemory);
+        m_voids = {};
+        look.found.newest_mm = static_cast<std::int32_t>(last);
     }
     return at;
-}
-
-bool clsFrameStep::isOfBlock(std::uint32_t word) const
-{
-    const std::int64_t value = DecodeFrame(word);
-    return isDistance(word) && !isMarker(word) && m_newer.Holds(value) && isNear(value, m_last);
 }
 
 /// A frame that looks like a shifted one, too, but what is around it shows that it is none. Nothing that is shifted by

@@ -40,12 +40,12 @@ private:
         bool IsEmpty() const { return upper < lower; }
         void Include(std::int64_t value);
     };
+    static Range widened(const Range& range);
     /// Consecutive distances.
     struct Block {
         std::int32_t frames = 0;
         Range range, wide; ///< of these distances, and widened by what may still belong to them
         void Include(std::int64_t value);
-        void Widen(const Range& all);
         bool Holds(std::int64_t value) const { return wide.lower <= value && value <= wide.upper; }
     };
     /// Consecutive frames that lie near each other.
@@ -87,8 +87,6 @@ private:
 
     std::size_t takeFitting(std::size_t at, Look& look);
     std::size_t takeRun(std::size_t at, Look& look);
-    std::size_t takeBlock(std::string_view bytes, std::size_t at);
-    bool isOfBlock(std::uint32_t word) const;
     bool isVoidInStep(std::string_view bytes, std::size_t at) const;
     void accept(std::size_t at, Look& look);
     void release(std::size_t at, Look& look);

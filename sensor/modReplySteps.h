@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -49,8 +50,9 @@ inline constexpr std::size_t kFrameSize = 4;
 /// Four bytes of a frame, least significant first. All four must be there.
 inline std::uint32_t FrameWord(std::string_view bytes, std::size_t at)
 {
-    const auto byte = [&](std::size_t i) { return std::uint32_t{static_cast<std::uint8_t>(bytes[at + i])}; };
-    return byte(0) | byte(1) << 8U | byte(2) << 16U | byte(3) << 24U;
+    std::uint8_t byte[kFrameSize];
+    std::memcpy(byte, bytes.data() + at, kFrameSize); // the compiler makes one load of it
+    return byte[0] | std::uint32_t{byte[1]} << 8U | std::uint32_t{byte[2]} << 16U | std::uint32_t{byte[3]} << 24U;
 }
 /// Tells a frame from four bytes that are out of step: only these combinations are distances or markers.
 inline bool IsFrame(std::uint32_t word)
