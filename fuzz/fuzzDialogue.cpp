@@ -282,7 +282,8 @@ private:
     double m_now_s = 1000.0;
 };
 
-/// A measurement over a line that damages bytes where the input says so: whatever is recorded was sent.
+/// A measurement over a line that damages bytes where the input says so: whatever is shown was sent, and the samples
+/// were sent in their order.
 void playStream(FuzzInput& input)
 {
     constexpr std::pair<double, double> kSpans[] = {{300, 9000}, {10000, 60000}};
@@ -298,7 +299,8 @@ void playStream(FuzzInput& input)
                     .seed = input.Byte()};
     DamagedStream stream(play);
     stream.Choose = [&input] { return std::uint32_t{input.Byte()}; };
-    Require(stream.Play().wrong == 0);
+    const StreamResult result = stream.Play();
+    Require(result.wrong == 0 && result.unordered == 0 && result.backwards == 0);
 }
 
 constexpr std::string_view kStream = "stream";

@@ -15,6 +15,7 @@ using modReplySteps::kFrameSize;
 namespace {
 
 constexpr std::size_t kWindow = 64;        // bytes that a decision looks at, and the most that are held
+constexpr std::size_t kNearby = 32;        // bytes that it looks at first
 constexpr std::size_t kSlide = 16;         // bytes given up where such a window holds nothing
 constexpr std::int32_t kBlock = 8;         // distances
 constexpr std::int32_t kMarkerMemory = 16; // frames
@@ -115,13 +116,14 @@ clsFrameStep::Found clsFrameStep::Take(std::string_view bytes, bool paused, clsS
     Found& found = look.found;
     for (;;) {
         found.consumed = takeFitting(found.consumed, look);
-        const std::string_view rest = bytes.substr(found.consumed, kWindow);
-        const bool isEnd = found.consumed + rest.size() == bytes.size();
-        if (rest.empty() || (rest.size() < kFrameSize && !paused)) {
+        const std::size_t left = bytes.size() - found.consumed;
+        if (left == 0 || (left < kFrameSize && !paused)) {
             break;
         }
-        std::size_t move = rest.size();
-        const Verdict verdict = rest.size() < kFrameSize ? Verdict::Move : judge(rest, paused && isEnd, move);
+        const bool isEnd = left <= kWindow;
+        std::size_t move = left;
+        const Verdict verdict =
+            left < kFrameSize ? Verdict::Move : judgeNearby(bytes.substr(found.consumed), paused, move);
         if (verdict == Verdict::Accept) {
             accept(found.consumed, look);
             found.consumed += kFrameSize;
@@ -260,6 +262,23 @@ void clsFrameStep::hold(std::size_t at, std::size_t end, Found& found)
         m_pending.push_back({(end - at) / kFrameSize, std::exchange(found.newest_mm, std::nullopt)});
     }
     m_isHolding = false;
+}
+
+/// Few bytes are looked at first: more of them may hold another damage, and what lies between the two would be lost.
+clsFrameStep::Verdict clsFrameStep::judgeNearby(std::string_view rest, bool paused, std::size_t& move)
+{
+    if (rest.size() > kNearby) {
+        const std::int32_t looks = m_looksHeld;
+        move = kNearby;
+        const Verdict verdict = judge(rest.substr(0, kNearby), false, move);
+        if (verdict != Verdict::Hold) {
+            return verdict;
+        }
+        m_isHolding = false;
+        m_looksHeld = looks;
+    }
+    move = std::min(rest.size(), kWindow);
+    return judge(rest.substr(0, kWindow), paused && rest.size() <= kWindow, move);
 }
 
 /// Judges the first word of `rest`, which is no frame or lies away from those before it. With Move, `move` is the

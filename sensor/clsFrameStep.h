@@ -91,6 +91,7 @@ private:
     void accept(std::size_t at, Look& look);
     void release(std::size_t at, Look& look);
     void hold(std::size_t at, std::size_t end, Found& found);
+    Verdict judgeNearby(std::string_view rest, bool paused, std::size_t& move);
     Verdict judge(std::string_view rest, bool paused, std::size_t& move);
     Verdict judgeWithoutPast(std::string_view rest, bool paused, std::size_t& move) const;
     static Verdict judgeComplete(std::string_view rest, const Phases& phases, std::size_t& move);

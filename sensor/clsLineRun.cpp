@@ -167,11 +167,12 @@ clsLineRun::Verdict clsLineRun::lookAtPair(std::size_t first, std::size_t second
         return lookAt(look.found.consumed, second, look);
     }
     // Not a candidate and perhaps half a line, so no run begins with it: the second one tells whether it is a sample.
+    const bool hasRun = m_hasRun;
     const std::size_t before = look.samples.Size();
     const double time = look.samples.TimeOf(look.found.consumed);
     const Verdict verdict = lookAt(look.found.consumed, second, look);
     const std::string_view line = look.bytes.substr(start, first - start);
-    if (verdict == Verdict::Counts && line.size() >= kShortestSingleLine) {
+    if (verdict == Verdict::Counts && (hasRun || line.size() >= kShortestSingleLine)) {
         takeFirst(line, time, before, look);
     }
     return verdict;

@@ -15,7 +15,9 @@
 #include <functional>
 #include <optional>
 #include <random>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 enum class Damage : std::uint8_t { None, Lost, Doubled, Foreign, Replaced };
@@ -29,9 +31,11 @@ struct StreamCase {
     double rate_Hz = 18;
     Course course = Course::Still;
     Damage damage = Damage::None;
-    bool isPadded = true; ///< whether the lines are padded
-    double noEcho = 0.0;  ///< the share of replies without an echo
-    int damages = 1000;   ///< without damage: the number of replies
+    bool isPadded = true;  ///< whether the lines are padded
+    double noEcho = 0.0;   ///< the share of replies without an echo
+    bool hasVoids = false; ///< binary frames may have 0 as their lowest byte
+    int damages = 1000;    ///< without damage: the number of replies
+    double tick_s = 0.05;
     unsigned seed = 1;
 };
 
@@ -42,6 +46,12 @@ struct StreamResult {
     double longest_s = 0; ///< from a damaged reply to the next value
     std::vector<std::int32_t> values;
     std::string firstWrong;
+
+    std::vector<std::int32_t> samples, all; ///< every sample, and every value that was sent
+    int unordered = 0;                      ///< samples that had not been sent behind the sample before
+    int backwards = 0;                      ///< samples that are earlier than the one before
+    int apart = 0;                          ///< ticks whose last value was not their last sample
+    int counted = 0;                        ///< replies that the dialogue has given up
 };
 
 class DamagedStream {
@@ -63,7 +73,7 @@ public:
         m_value_mm = (m_case.from_mm + m_case.to_mm) / 2;
         const bool isDamaging = m_case.damage != Damage::None;
         int untilDamage = kApart;
-        double next_s = m_now_s + 0.1, tick_s = m_now_s + 0.05;
+        double next_s = m_now_s + 0.1, tick_s = m_now_s + m_case.tick_s;
         while (isDamaging ? m_result.damaged < m_case.damages : m_result.sent < m_case.damages) {
             next_s += 1.0 / m_case.rate_Hz * jitter();
             std::string bytes = send(next_s);
@@ -75,8 +85,8 @@ public:
             }
             double arrival_s = next_s;
             for (const char byte : bytes) {
-                arrival_s += kByte_s;
-                for (; tick_s < arrival_s; tick_s += 0.05) {
+                arrival_s += m_byte_s;
+                for (; tick_s < arrival_s; tick_s += m_case.tick_s) {
                     tickAt(tick_s);
                 }
                 m_line.Arriving += byte;
@@ -86,6 +96,7 @@ public:
         for (int i = 0; i < 20; ++i, tick_s += 0.05) {
             tickAt(tick_s);
         }
+        m_result.counted = static_cast<int>(m_device.DamagedReplies());
         return m_result;
     }
 
@@ -100,13 +111,18 @@ private:
         explicit View(DamagedStream& owner) : stream(owner) {}
         void AddChartPoint(double, double value) override { point = value; }
         void Measured(const Measurement& measurement, std::string_view) override { stream.judge(measurement); }
+        void Sampled(std::span<const Measurement> samples, std::string_view) override
+        {
+            for (const Measurement& sample : samples) {
+                stream.judgeSample(sample);
+            }
+        }
     };
     struct Sent {
         double time_s;
         std::int32_t value_mm;
     };
     static constexpr int kApart = 10; // good replies between two damaged ones, at the least
-    static constexpr double kByte_s = 10.0 / 9600;
 
     double days() const { return ScriptedSensor::kStart + m_now_s / kSecondsPerDay; }
     double jitter() { return 0.95 + 0.1 * std::generate_canonical<double, 32>(m_random); }
@@ -115,7 +131,12 @@ private:
     {
         m_now_s = time_s;
         Arrived(m_line.Arriving);
+        const std::size_t before = m_result.values.size();
+        m_lastSample.reset();
         m_loop.Tick(days());
+        if (m_result.values.size() > before && m_lastSample != m_result.values.back()) {
+            ++m_result.apart;
+        }
     }
 
     void move()
@@ -160,7 +181,10 @@ private:
         m_isNoEcho = m_case.from_mm > m_case.to_mm ||
                      (m_case.noEcho > 0 && std::generate_canonical<double, 32>(m_random) < m_case.noEcho);
         const bool isText = m_case.format <= FormatAsciiUnit;
-        if (!isText && static_cast<std::int32_t>(std::nearbyint(m_noisy_mm)) % 256 == 0) {
+        if (!isText && std::abs(m_noisy_mm) < 1.0) {
+            m_noisy_mm = 1.0; // the sensor sends no less
+        }
+        if (!isText && !m_case.hasVoids && static_cast<std::int32_t>(std::nearbyint(m_noisy_mm)) % 256 == 0) {
             m_noisy_mm += 1; // by the sensor's own rule such a frame is out of step
         }
         std::string bytes = message();
@@ -173,6 +197,7 @@ private:
             value_mm = static_cast<std::int32_t>(std::nearbyint(m_noisy_mm));
         }
         m_sent.push_back({time_s, value_mm});
+        m_result.all.push_back(value_mm);
         return bytes;
     }
 
@@ -219,7 +244,22 @@ private:
         }
     }
 
+    void judgeSample(const Measurement& sample)
+    {
+        m_result.samples.push_back(sample.value_mm);
+        m_lastSample = sample.value_mm;
+        m_result.backwards += sample.time < std::exchange(m_lastTime, sample.time) ? 1 : 0;
+        const auto rest = m_result.all.begin() + m_matched;
+        const auto found = std::find(rest, m_result.all.end(), sample.value_mm);
+        if (found == m_result.all.end()) {
+            ++m_result.unordered;
+        } else {
+            m_matched = found - m_result.all.begin() + 1;
+        }
+    }
+
     StreamCase m_case;
+    const double m_byte_s = 10.0 / (m_case.rate_Hz > 100 ? 115200 : 9600);
     std::mt19937 m_random, m_damage;
     Line m_line;
     View m_view{*this};
@@ -233,4 +273,7 @@ private:
     std::optional<double> m_damaged_s;
     bool m_isNoEcho = false;
     StreamResult m_result;
+    std::optional<std::int32_t> m_lastSample; // of this tick
+    double m_lastTime = 0.0;
+    std::ptrdiff_t m_matched = 0; // sent values up to that of the last sample
 };
