@@ -31,7 +31,7 @@ struct SensorOptions {
     Faults faults{};
     Format format = Format::AsciiUnit;
     std::optional<double> values_Hz{}; // instead of what the averaging depth makes of it
-    bool counts = false;             // the distance counts the values, so that none can be mistaken for another
+    bool counts = false;               // the distance counts the values, so that none can be mistaken for another
 };
 
 /// A measured value as it was sent.
