@@ -1,5 +1,6 @@
 #include "plot/clsChartData.h"
 
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 
@@ -16,9 +17,26 @@ void clsChartData::InitChartData(std::int32_t maximumIndex)
     m_points.assign(static_cast<std::size_t>(maximumIndex) + 1, ChartPoint{});
     m_size = maximumIndex + 1;
     m_added = 0;
+    m_hasLost = false;
     ++m_generation;
     StartIndex = 0;
     StopIndex = 0;
+}
+
+void clsChartData::Grow(std::int32_t size)
+{
+    if (size <= m_size) {
+        return;
+    }
+    if (XValue(StopIndex) != 0.0) { // full
+        m_hasLost = m_hasLost || m_added > static_cast<std::uint64_t>(m_size);
+        std::ranges::rotate(m_points, m_points.begin() + StopIndex);
+        StopIndex = m_size;
+    }
+    m_points.resize(static_cast<std::size_t>(size));
+    m_size = size;
+    StartIndex = 0;
+    ++m_generation;
 }
 
 void clsChartData::ResetReadPointer()

@@ -1,6 +1,6 @@
 // The folder plot/ computes what a chart shows: series, scaling, divisions, columns, and what the curve covers of a
 // picture. It knows no sensor, no widget, and no colour but the one it is given. Here: the series, a ring of points
-// that never grows.
+// that grows only when it is told to.
 #pragma once
 
 #include <array>
@@ -30,6 +30,10 @@ public:
         StopIndex = next(StopIndex);
     }
 
+    /// Makes room for `size` points and keeps those that are there, the oldest in slot 0. Does nothing when there is as
+    /// much room already.
+    void Grow(std::int32_t size);
+
     /// Moves `StartIndex` to the oldest point to be shown: slot 0 while the ring has not wrapped, then `StopIndex` + 1.
     /// Does nothing when the two are equal. Throws std::out_of_range when `StopIndex` is not a slot.
     void ResetReadPointer();
@@ -39,10 +43,12 @@ public:
     /// parts are empty when an index is not a slot.
     std::array<std::span<const ChartPoint>, 2> Readable() const;
 
-    /// How many points were added since InitChartData, and a number that changes with each InitChartData. A reader that
-    /// remembers both can look at new points only.
+    /// How many points were added since InitChartData, and a number that changes with each InitChartData and Grow. A
+    /// reader that remembers both can look at new points only.
     std::uint64_t Added() const { return m_added; }
     std::uint64_t Generation() const { return m_generation; }
+    /// Whether every point since InitChartData is still there and shown.
+    bool HoldsAll() const { return !m_hasLost && m_added < static_cast<std::uint64_t>(m_size); }
 
     std::int32_t Size() const { return m_size; }
     static constexpr std::int32_t LowestIndex() { return 0; }
@@ -69,4 +75,5 @@ private:
     std::int32_t m_size = 0;
     std::uint64_t m_added = 0;
     std::uint64_t m_generation = 1;
+    bool m_hasLost = false; ///< before the last Grow
 };

@@ -49,6 +49,41 @@ TEST(ChartData, ReadsOnFromTheStartPointerToTheStopPointer)
     EXPECT_TRUE(ring.Readable()[0].empty()) << "a pointer that is no slot";
 }
 
+TEST(ChartData, KeepsItsPointsInOrderWhenItGrows)
+{
+    struct Row {
+        int points, shown;
+        bool holdsAll;
+        const char* why;
+    };
+    for (const Row& row : {Row{3, 3, true, "not full"}, Row{5, 5, true, "full, the oldest was left out"},
+                           Row{7, 5, false, "two are lost"}, Row{0, 0, true, "empty"}}) {
+        clsChartData ring = ringOf(5, row.points);
+        const std::uint64_t generation = ring.Generation();
+        ring.Grow(4);
+        EXPECT_EQ(ring.Size(), 5) << "it never shrinks";
+        EXPECT_EQ(ring.Generation(), generation);
+        ring.Grow(20);
+        EXPECT_NE(ring.Generation(), generation) << "readers start over";
+        EXPECT_EQ(ring.HoldsAll(), row.holdsAll) << row.why;
+        for (int i = row.points + 1; i <= row.points + 3; ++i) {
+            ring.AddChartPoint(i, 10.0 * i);
+        }
+        ring.StartIndex = ring.StopIndex - 1;
+        ring.ResetReadPointer();
+        const auto read = ring.Readable();
+        ASSERT_EQ(read[0].size() + read[1].size(), static_cast<std::size_t>(row.shown + 3)) << row.why;
+        double next = row.points - row.shown + 1;
+        for (const auto part : read) {
+            for (const ChartPoint& point : part) {
+                EXPECT_EQ(point.x, next) << row.why;
+                EXPECT_EQ(point.y, 10.0 * next++) << row.why;
+            }
+        }
+        EXPECT_EQ(ring.HoldsAll(), row.holdsAll) << row.why;
+    }
+}
+
 TEST(ChartData, ABrokenCallSaysSo)
 {
     clsChartData ring;

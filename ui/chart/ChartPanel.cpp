@@ -24,6 +24,8 @@ static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterva
 namespace {
 
 constexpr char kSeriesName[] = "RVQ"; // until the sensor's serial number is known
+/// At one point in a tick the room is enough, though some points may come early.
+constexpr std::int32_t kSpared_ms = 4 * clsMeasurementLoop::kInterval_ms;
 
 } // namespace
 
@@ -122,7 +124,7 @@ void ChartPanel::mnuPopUpYscaleSettings_Click()
 
 std::int64_t ChartPanel::CountIncomplete()
 {
-    if (Series().Added() < static_cast<std::uint64_t>(Series().Size())) {
+    if (Series().HoldsAll()) {
         return -1;
     }
     std::int64_t shown = 0;
@@ -181,12 +183,29 @@ void ChartPanel::ShowUnit(std::string_view unit)
 void ChartPanel::AddChartPoint(double time, double value)
 {
     m_origin.simulated = m_origin.simulated || m_session->IsSimulated();
+    makeRoom(time);
     AddPoint(time, value);
 }
 
 void ChartPanel::AddChartGap(double time)
 {
+    makeRoom(time);
     AddGap(time);
+}
+
+/// Without more room, values that come fast would overwrite points that the time axis still has to show.
+void ChartPanel::makeRoom(double time)
+{
+    clsChartData& series = Series();
+    const std::int32_t size = series.Size();
+    if (size >= modChartGlobals::kMostPoints || m_liveRange_ms) {
+        return; // the room of a recording is large, and its range may be days
+    }
+    // The point behind the slot to be written is left out from then on.
+    const double leftOut = series.XValue((series.StopIndex + 1) % size);
+    if (leftOut != 0.0 && leftOut > time - (XRange_ms() - kSpared_ms) / kMsPerDay) {
+        series.Grow(std::min(2 * size, modChartGlobals::kMostPoints));
+    }
 }
 
 /// They are drawn once, when all are there.

@@ -55,6 +55,7 @@ public:
     void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
 
 private:
+    void makeRoom(double time);
     void buildPopUp();
     void sayOrigin();
     void nameSeries();

@@ -18,6 +18,7 @@ inline constexpr std::int32_t kCurveColorOnDark = 0xFFC45C;
 
 inline constexpr std::int32_t kXRange_ms = 60000;
 inline constexpr std::int32_t kPointInterval_ms = 50; ///< of live measurement; the series holds a range of such points
+inline constexpr std::int32_t kMostPoints = 2000000;  ///< where they come faster than that
 inline constexpr char kFontName[] = "Arial";
 inline constexpr std::size_t kWatermarkCount = 4;
 

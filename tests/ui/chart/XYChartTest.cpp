@@ -1,6 +1,10 @@
 // The painted chart, offscreen.
 #include "ui/chart/XYChart.h"
 
+#include "ui/chart/ChartPanel.h"
+
+#include <QCoreApplication>
+#include <QEvent>
 #include <QImage>
 
 #include <cmath>
@@ -40,6 +44,51 @@ int curvePixels(const QImage& picture, double from = 0.0, double to = 1.0)
         }
     }
     return count;
+}
+
+TEST(Chart, FillsItsTimeAxisHoweverFastTheValuesCome)
+{
+    struct Row {
+        double perSecond;
+        std::int32_t room;
+    };
+    for (const Row& row : {Row{20, 1200}, Row{60, 4800}, Row{500, 38400}}) {
+        ChartPanel chart(nullptr);
+        chart.resize(500, 300);
+        chart.ResetChart();
+        for (int i = 0; i < 90 * row.perSecond; ++i) {
+            chart.AddChartPoint(kNoon + i / row.perSecond * kSecond, 20 + i % 60);
+        }
+        EXPECT_EQ(chart.Series().Size(), row.room) << row.perSecond;
+        EXPECT_LT(chart.Points()[0].front().x, chart.TimeBegin() + 0.15 * kSecond) << row.perSecond;
+        EXPECT_GT(curvePixels(pictureOf(chart), 0.1, 0.2), 50) << row.perSecond;
+    }
+    ChartPanel chart(nullptr);
+    for (int i = 0; i < modChartGlobals::kMostPoints + 10; ++i) {
+        chart.AddChartPoint(kNoon + i * 1e-9 * kSecond, 1.0);
+    }
+    EXPECT_EQ(chart.Series().Size(), modChartGlobals::kMostPoints) << "but no further";
+}
+
+TEST(Chart, IsPaintedOnceForAllThatATickBrings)
+{
+    struct Counter : QObject {
+        int paints = 0;
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            paints += event->type() == QEvent::Paint ? 1 : 0;
+            return false;
+        }
+    } counter;
+    ChartPanel chart(nullptr);
+    chart.show();
+    QCoreApplication::processEvents();
+    chart.installEventFilter(&counter);
+    for (int i = 0; i < 2000; ++i) { // grows meanwhile
+        chart.AddChartPoint(kNoon + i * 0.001 * kSecond, 50.0);
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(counter.paints, 1);
 }
 
 /// A frame looks the same whether the chart was painted all the time or only now.
