@@ -2,12 +2,17 @@
 #include "session/clsAccount.h"
 
 #include "base/Days.h"
+#include "session/modAccountText.h"
 #include "tests/support/MeasuringSite.h"
+#include "texts/modFunctions.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -210,6 +215,36 @@ TEST(Account, OfManyGapsTheLongestAreKept)
         log.Add({at(0), at(7), GapReason::NoEcho});
     }
     EXPECT_LE(log.Gaps().size(), clsGapLog::kMost) << "equal ones";
+}
+
+TEST(AccountText, CutsAShareAndPutsATimeIntoItsUnit)
+{
+    EXPECT_EQ(modAccountText::ValidShare({.received = 100000, .valid = 99999}, ','), "99,9 %") << "not 100";
+    EXPECT_EQ(modAccountText::ValidShare({.received = 3, .valid = 3}, '.'), "100.0 %");
+    EXPECT_EQ(modAccountText::ValidShare({}, '.'), "");
+    for (const auto& [ms, text] : {std::pair{49.96, "49 ms"},
+                                   {9999.9, "9999 ms"},
+                                   {14250.0, "14,2 s"},
+                                   {600000.0, "10,0 min"},
+                                   {72000000.0, "20,0 h"}}) {
+        EXPECT_EQ(modAccountText::Duration(ms, ','), text);
+    }
+    Told told;
+    told.Pass(12000, true);
+    told.account.Damaged(7);
+    const std::string table = modAccountText::Table(told.account, LanguageEnglish, '.');
+    EXPECT_NE(table.find("\nReplies\t607\t50"), std::string::npos) << table;
+    EXPECT_NE(table.find("\nDamaged\t7\t7\n"), std::string::npos) << table;
+    EXPECT_TRUE(table.ends_with("\nLongest gap\t20 ms\t20 ms\n")) << table;
+    for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
+        std::istringstream lines(modAccountText::Table(told.account, language, '.'));
+        int rows = 0;
+        for (std::string line; std::getline(lines, line); ++rows) {
+            EXPECT_EQ(std::ranges::count(line, '\t'), 2) << line;
+            EXPECT_NE(line.front(), '\t') << line;
+        }
+        EXPECT_EQ(rows, 14);
+    }
 }
 
 TEST(Account, AddsUpAfterEveryTickWhateverHappens)

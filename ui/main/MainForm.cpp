@@ -1,6 +1,7 @@
 #include "ui/main/MainForm.h"
 
 #include "ui/chart/ChartPanel.h"
+#include "ui/main/LinePanel.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/main/SensorPanel.h"
@@ -8,16 +9,18 @@
 #include "ui/widgets/KeptRoom.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
+#include "ui/widgets/ScrollColumn.h"
 
 #include <QAction>
 #include <QActionGroup>
-#include <QGridLayout>
+#include <QHBoxLayout>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
 
 #include <array>
+#include <initializer_list>
 
 namespace {
 
@@ -53,18 +56,24 @@ void bar(QMenu* menu, const char* name)
 void MainForm::BuildForm(QMainWindow& window)
 {
     auto* centre = new QWidget(&window);
-    fraMeasurement = new MeasurementPanel(centre);
-    fraRVQ = new SensorPanel(centre);
-    fraComport = new PortPanel(centre);
+    auto* left = Named<ScrollColumn>("scrLeft", centre);
+    auto* column = new QWidget;
+    fraMeasurement = new MeasurementPanel(column);
+    fraRVQ = new SensorPanel(column);
+    fraComport = new PortPanel(column);
+    fraLine = new LinePanel(column);
     picGraph = Named<ChartPanel>("picGraph", centre);
-    auto* grid = new QGridLayout(centre);
-    grid->setHorizontalSpacing(window.fontMetrics().height());
-    grid->addWidget(fraMeasurement, 0, 0);
-    grid->addWidget(fraRVQ, 1, 0);
-    grid->addWidget(fraComport, 2, 0);
-    grid->setRowStretch(3, 1);
-    grid->addWidget(picGraph, 0, 1, 4, 1);
-    grid->setColumnStretch(1, 1);
+    auto* frames = new QVBoxLayout(column);
+    frames->setContentsMargins({});
+    for (QWidget* frame : std::initializer_list<QWidget*>{fraMeasurement, fraRVQ, fraComport, fraLine}) {
+        frames->addWidget(frame);
+    }
+    frames->addStretch(1);
+    left->setWidget(column);
+    auto* sides = new QHBoxLayout(centre);
+    sides->setSpacing(window.fontMetrics().height());
+    sides->addWidget(left);
+    sides->addWidget(picGraph, 1);
     window.setCentralWidget(centre);
     buildMenus(window);
     buildStatusBar(window);
@@ -146,6 +155,7 @@ void MainForm::LocalisePanels(std::int32_t language) const
     fraMeasurement->Localise();
     fraRVQ->Localise();
     fraComport->Localise(language);
+    fraLine->Localise();
     picGraph->Localise(language);
     pnlFile->Localise();
 }

@@ -7,6 +7,7 @@
 class ChartPanel;
 class FilePanel;
 class LineLabel;
+class LinePanel;
 class MeasurementPanel;
 class MessagePanel;
 class PortPanel;
@@ -25,6 +26,7 @@ protected:
     MeasurementPanel* fraMeasurement = nullptr;
     SensorPanel* fraRVQ = nullptr;
     PortPanel* fraComport = nullptr;
+    LinePanel* fraLine = nullptr;
     ChartPanel* picGraph = nullptr;
     MessagePanel* pnlMessages = nullptr; ///< the status bar's panels
     FilePanel* pnlFile = nullptr;

@@ -7,6 +7,7 @@
 #include "ui/chart/ChartPanel.h"
 #include "ui/help/Help.h"
 #include "ui/main/FirstSteps.h"
+#include "ui/main/LinePanel.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/main/SensorPanel.h"
@@ -47,7 +48,7 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
     BuildForm(*this);
     fraFirstSteps = new FirstSteps(*picGraph);
     KeepWheelFromLists(*this);
-    resize((QSize(66, 40) * fontMetrics().height()).boundedTo(screen()->availableSize()));
+    resize((QSize(66, 43) * fontMetrics().height()).boundedTo(screen()->availableSize()));
     new WindowPlace(*this, m_settings.IniFile);
     chooseDefaultDevice(m_settings.DefaultDevice.c_str());
     followSession();
@@ -72,6 +73,7 @@ void frmMain::followSession()
     fraMeasurement->Follow(m_session, m_settings);
     fraRVQ->Follow(m_session);
     fraComport->Follow(m_session, m_settings, m_devices);
+    fraLine->Follow(m_session, m_settings);
     picGraph->Follow(m_session, m_settings, m_help);
     picGraph->Unkept = [this](const std::error_code& why) { pnlMessages->ShowFailure(unkeptText(why)); };
     pnlMessages->Follow(m_session, m_settings);

@@ -14,11 +14,14 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
 
+#include <QClipboard>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QLocale>
 #include <QMenu>
 #include <QRegularExpression>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTextBrowser>
 #include <QTimer>
 #include <QTreeWidget>
@@ -88,6 +91,49 @@ TEST(MainWindow, ValuesHaveTheTimeOfTheirArrivalNotOfTheTick)
     EXPECT_TRUE(Until([&] { return times.values >= 20; }));
     main.session->Leave(times);
     EXPECT_LT(times.ofTick, times.values / 2);
+}
+
+TEST(MainWindow, SaysWhatComesOverTheLine)
+{
+    const MainDesk main;
+    EXPECT_EQ(main.Text("lblReceivedRate"), "0.0 /s");
+    EXPECT_EQ(main.Text("lblValidShare"), "–");
+    ASSERT_TRUE(main.Connects());
+    main.Find("cmdStart")->click();
+    ASSERT_TRUE(Until([&] { return main.Text("lblValidShare") == "100.0 %"; }));
+    const auto received = [&] { return std::stod(main.Text("lblReceivedRate")); };
+    EXPECT_TRUE(Until([&] { return received() > 10.0; })) << received();
+    EXPECT_LT(received(), 30.0);
+    EXPECT_EQ(main.Text("lblRecordedRate"), "–");
+    EXPECT_EQ(main.Text("lblDamaged"), "0");
+    main.session->StartRecording();
+    EXPECT_TRUE(Until([&] { return main.Text("lblRecordedRate").ends_with(" /s"); }));
+    main.session->Recorder().Stop();
+    main.session->Loop().Account().Damaged(3);
+    EXPECT_TRUE(Until([&] { return main.Text("lblDamaged") == "3" && main.Text("lblRecordedRate") == "–"; }));
+
+    auto* frame = main.Find<QWidget>("fraLine");
+    frame->setFocus();
+    QTest::keyClick(frame, Qt::Key_C, Qt::ControlModifier);
+    const QString copied = QApplication::clipboard()->text();
+    EXPECT_TRUE(copied.startsWith("Line\tSince the start of measuring\t")) << copied.toStdString();
+    EXPECT_TRUE(copied.contains("\nDamaged\t3\t")) << copied.toStdString();
+}
+
+TEST(MainWindow, ALowWindowScrollsItsLeftSide)
+{
+    const MainDesk main;
+    const auto* bar = main.Find<QScrollArea>("scrLeft")->verticalScrollBar();
+    auto* frame = main.Find<QWidget>("fraLine");
+    const auto shown = [&] { return frame->visibleRegion().boundingRect(); };
+    EXPECT_TRUE(Until([&] { return shown().size() == frame->size() && !bar->isVisible(); })) << "as it opens";
+    main.window->resize(900, 450);
+    EXPECT_TRUE(Until([&] { return shown().height() < frame->height() && bar->isVisible(); }));
+    EXPECT_EQ(main.window->height(), 450);
+    main.Find<QScrollArea>("scrLeft")->ensureWidgetVisible(frame);
+    EXPECT_TRUE(Until([&] { return shown().size() == frame->size(); })) << "nothing is behind the scroll bar";
+    main.window->resize(900, 700);
+    EXPECT_TRUE(Until([&] { return !bar->isVisible(); }));
 }
 
 TEST(MainWindow, SaysWhyAPortCannotBeOpened)

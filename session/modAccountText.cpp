@@ -1,0 +1,77 @@
+#include "session/modAccountText.h"
+
+#include "base/Numbers.h"
+#include "session/clsAccount.h"
+#include "texts/modFunctions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+namespace {
+
+constexpr double kMsPerSecond = 1000.0, kMsPerMinute = 60000.0, kMsPerHour = 3600000.0;
+
+/// The part in front of the next separator, which goes too.
+std::string_view takePart(std::string_view& texts, char separator)
+{
+    const std::string_view part = texts.substr(0, texts.find(separator));
+    texts.remove_prefix(std::min(part.size() + 1, texts.size()));
+    return part;
+}
+
+} // namespace
+
+std::string modAccountText::Rate(double perSecond, char decimalSeparator)
+{
+    return FixedText(perSecond, 1, decimalSeparator) + " /s";
+}
+
+std::string modAccountText::ValidShare(const AccountFigures& figures, char decimalSeparator)
+{
+    if (figures.received <= 0) {
+        return {};
+    }
+    const std::int64_t thousandths = figures.valid * 1000 / figures.received;
+    return FixedText(static_cast<double>(thousandths) / 10.0, 1, decimalSeparator) + " %";
+}
+
+std::string modAccountText::Duration(double ms, char decimalSeparator)
+{
+    if (ms < 10.0 * kMsPerSecond) {
+        return FixedText(std::floor(ms), 0, decimalSeparator) + " ms";
+    }
+    if (ms < 10.0 * kMsPerMinute) {
+        return FixedText(ms / kMsPerSecond, 1, decimalSeparator) + " s";
+    }
+    return ms < 10.0 * kMsPerHour ? FixedText(ms / kMsPerMinute, 1, decimalSeparator) + " min"
+                                  : FixedText(ms / kMsPerHour, 1, decimalSeparator) + " h";
+}
+
+std::string modAccountText::Table(const clsAccount& account, std::int32_t language, char decimalSeparator)
+{
+    // In the order of the names.
+    static constexpr std::int64_t AccountFigures::*kRows[] = {
+        &AccountFigures::bytes,     &AccountFigures::received,  &AccountFigures::valid,
+        &AccountFigures::noEcho,    &AccountFigures::tempError, &AccountFigures::damaged,
+        &AccountFigures::shown,     &AccountFigures::recorded,  &AccountFigures::passedOver,
+        &AccountFigures::unwritten, &AccountFigures::lineLost,  &AccountFigures::clockJumps};
+    const AccountFigures& whole = account.Figures();
+    const AccountFigures lately = account.Lately();
+    std::string_view columns = modFunctions::GetText(TextId::AccountColumns, language);
+    std::string_view names = modFunctions::GetText(TextId::AccountRows, language);
+    std::string table;
+    while (!columns.empty()) {
+        table += takePart(columns, '|');
+        table += columns.empty() ? '\n' : '\t';
+    }
+    const auto add = [&](const std::string& first, const std::string& second) {
+        table += takePart(names, '|');
+        table += '\t' + first + '\t' + second + '\n';
+    };
+    for (const auto row : kRows) {
+        add(std::to_string(whole.*row), std::to_string(lately.*row));
+    }
+    add(Duration(whole.longestGap_ms, decimalSeparator), Duration(lately.longestGap_ms, decimalSeparator));
+    return table;
+}
