@@ -123,7 +123,7 @@ private:
 /// The window: counts, keeps the chart's series, and checks that the values come in order.
 class CountingView : public SessionListener {
 public:
-    std::int64_t shown = 0, markers = 0, charted = 0, temperatures = 0, disorders = 0;
+    std::int64_t shown = 0, markers = 0, charted = 0, temperatures = 0, disorders = 0, sampled = 0;
     double newest = 0.0;
     clsChartData series;
 
@@ -141,6 +141,10 @@ public:
         disorders += value <= newest && newest - value < static_cast<double>(kNumbers / 2) ? 1 : 0;
         newest = value;
         ++charted;
+    }
+    void Sampled(std::span<const Measurement> samples, std::string_view) override
+    {
+        sampled += static_cast<std::int64_t>(samples.size());
     }
     void AddChartGap(double time) override { series.AddChartPoint(time, std::nan("")); }
     void Measured(const Measurement& measurement, std::string_view temperature) override
@@ -233,9 +237,11 @@ public:
             breakThings(tick);
             const std::int64_t shown = m_view.shown;
             // Summer time ends after ten days.
+            m_clockJumps += tick == 10 * kTicksPerDay + 1 ? 1 : 0;
             const double days = static_cast<double>(tick) / kTicksPerDay - (tick > 10 * kTicksPerDay ? 1.0 / 24 : 0);
             m_recording.Flush(kStart + days);
             m_loop.Tick(kStart + days);
+            checkAccount();
             if (m_device.CommStatus() != DialogueMeasuring) {
                 m_unasked += m_sensor.TakeRead(); // a sensor that still measures while the dialogue starts again
             } else if (m_view.shown != shown) {
@@ -274,6 +280,15 @@ public:
             {"out of order", m_view.disorders},
             {"passed over without damage", m_unexplained},
             {"recordings that differ from what was shown", m_recording.wrongFiles},
+            {"counted by the program: replies", m_loop.Account().Figures().received},
+            {"- distances and \"No Echo\"", m_loop.Account().Figures().Understood()},
+            {"- damaged", m_loop.Account().Figures().damaged},
+            {"times the line was lost", m_loop.Account().Figures().lineLost},
+            {"times the clock was set", m_loop.Account().Figures().clockJumps},
+            {"gaps listed", static_cast<std::int64_t>(m_loop.Account().GapLog().Gaps().size())},
+            {"shorter gaps dropped from the list", m_loop.Account().GapLog().Dropped()},
+            {"longest gap, ms", static_cast<std::int64_t>(m_loop.Account().Figures().longestGap_ms)},
+            {"ticks at which the program's account did not add up", m_wrongAccounts},
             {"resident memory after one hour, KiB", m_early_KiB},
             {"more at the end, KiB", grown_KiB},
         };
@@ -284,11 +299,25 @@ public:
         return rest == 0 && m_view.shown == m_view.charted + m_view.markers && m_view.disorders == 0 &&
                m_unexplained == 0 && m_recording.recorded + m_recording.unrecorded == m_view.shown &&
                m_recording.readBack == m_recording.recorded && m_recording.wrongFiles == 0 && m_view.shown > 0 &&
-               m_view.temperatures > 0 && grown_KiB <= 2048;
+               m_view.temperatures > 0 && grown_KiB <= 2048 && m_wrongAccounts == 0 && isAccountRight();
     }
 
 private:
     static bool every(std::int64_t tick, std::int64_t seconds) { return tick % (seconds * kTicksPerSecond) == 0; }
+
+    /// The program's own account, at every moment.
+    void checkAccount()
+    {
+        const AccountFigures& figures = m_loop.Account().Figures();
+        m_wrongAccounts += figures.AddUp() && m_loop.Account().Recording().AddUp() ? 0 : 1;
+    }
+    /// Every sample is charted or a marker, whether or not it was the newest of its tick.
+    bool isAccountRight() const
+    {
+        const AccountFigures& figures = m_loop.Account().Figures();
+        return figures.valid == m_view.charted && figures.Understood() == m_view.sampled &&
+               figures.clockJumps == m_clockJumps;
+    }
 
     void breakThings(std::int64_t tick)
     {
@@ -316,6 +345,7 @@ private:
     clsMeasurementLoop m_loop{m_device, m_settings, m_view, '.'};
     DailyRecording m_recording;
     std::int64_t m_unasked = 0, m_superseded = 0, m_unexplained = 0, m_inFlight = 0, m_breaks = 0, m_early_KiB = 0;
+    std::int64_t m_wrongAccounts = 0, m_clockJumps = 0;
     std::int64_t m_lastDamage = -kTicksPerDay;
 };
 
