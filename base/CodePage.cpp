@@ -58,3 +58,25 @@ std::string CodePageBytes(std::string_view utf8)
     }
     return bytes;
 }
+
+std::string Utf8Of(std::string_view bytes)
+{
+    std::string text;
+    text.reserve(bytes.size());
+    for (const char c : bytes) {
+        const auto byte = static_cast<std::uint8_t>(c);
+        const bool high = byte >= kFirstHigh && byte < kFirstHigh + kHighControls.size();
+        const std::uint32_t code = high ? kHighControls.at(byte - kFirstHigh) : byte;
+        if (code < 0x80) {
+            text += static_cast<char>(code);
+        } else if (code < 0x800) {
+            text += static_cast<char>(0xC0U | code >> 6U);
+            text += static_cast<char>(0x80U | (code & 0x3FU));
+        } else {
+            text += static_cast<char>(0xE0U | code >> 12U);
+            text += static_cast<char>(0x80U | (code >> 6U & 0x3FU));
+            text += static_cast<char>(0x80U | (code & 0x3FU));
+        }
+    }
+    return text;
+}

@@ -17,3 +17,6 @@ inline constexpr std::array<char16_t, 32> kHighControls{0x20AC, 0x0081, 0x201A, 
 /// A UTF-8 text as bytes of the code page; "?" for a character that the code page lacks and for a byte that is not
 /// UTF-8.
 std::string CodePageBytes(std::string_view utf8);
+
+/// Bytes of the code page as UTF-8.
+std::string Utf8Of(std::string_view bytes);

@@ -43,6 +43,14 @@ bool isSystemFolder(const std::filesystem::path& folder)
     return second != folder.end() && *second == "usr";
 }
 
+/// How far local time is ahead of UTC at a moment, in seconds since 1970.
+std::int32_t offsetAt_min(std::time_t moment)
+{
+    std::tm local{};
+    localtime_r(&moment, &local);
+    return static_cast<std::int32_t>(local.tm_gmtoff / 60);
+}
+
 } // namespace
 
 double DateTimeOf(const CivilTime& civil)
@@ -67,6 +75,22 @@ double LocalTime()
     return DateTimeOf({local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
                        static_cast<unsigned>(local.tm_mday), local.tm_hour, local.tm_min, local.tm_sec,
                        static_cast<std::int32_t>(duration_cast<milliseconds>(rest).count())});
+}
+
+UtcOffsets UtcOffsetsOf(double localTime)
+{
+    if (!(localTime >= kFirstDay && localTime < kEndOfDays)) {
+        return {};
+    }
+    constexpr double kEpoch = (sys_days{} - kDayZero).count();
+    const auto local_s = static_cast<std::time_t>(std::floor((localTime - kEpoch) * kSecondsPerDay));
+    constexpr std::time_t kDay_s = 86400; // no offset is as large
+    const std::int32_t before = offsetAt_min(local_s - kDay_s), after = offsetAt_min(local_s + kDay_s);
+    const auto holds = [&](std::int32_t offset) { return offsetAt_min(local_s - offset * 60) == offset; };
+    if (holds(before)) {
+        return {before, holds(after) ? after : before};
+    }
+    return holds(after) ? UtcOffsets{after, after} : UtcOffsets{before, before};
 }
 
 double UpTime_s()

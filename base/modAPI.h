@@ -23,6 +23,14 @@ double DateTimeOf(const CivilTime& civil);
 /// The local time now, to the millisecond, as days since 1899-12-30.
 double LocalTime();
 
+/// What the system's time zone says about a local time: how far it is ahead of UTC, in minutes. The hour that a clock
+/// set back from summer time repeats has two answers, the earlier one first; any other time has the same one twice. A
+/// time that a clock set forward leaves out counts as before the change.
+struct UtcOffsets {
+    std::int32_t first_min = 0, second_min = 0;
+};
+UtcOffsets UtcOffsetsOf(double localTime);
+
 /// Seconds since the system started, for measuring how long something takes: setting the clock does not change it, and
 /// it goes on while the machine sleeps.
 double UpTime_s();

@@ -149,7 +149,7 @@ void syncFolder(const std::filesystem::path& folder)
 
 } // namespace
 
-std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why)
+std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why, std::size_t largest)
 {
     why.clear();
     if (holdsNul(file)) {
@@ -173,12 +173,12 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::err
     std::string bytes;
     std::array<char, 4096> piece{};
     ssize_t count = 0;
-    while (bytes.size() <= kLargestFile && (count = read(fd, piece.data(), piece.size())) > 0) {
+    while (bytes.size() <= largest && (count = read(fd, piece.data(), piece.size())) > 0) {
         bytes.append(piece.data(), static_cast<std::size_t>(count));
     }
     if (count < 0) {
         why = lastError();
-    } else if (bytes.size() > kLargestFile) {
+    } else if (bytes.size() > largest) {
         why = std::make_error_code(std::errc::file_too_large);
     }
     close(fd);
@@ -200,10 +200,10 @@ bool CanReplace(const std::filesystem::path& file)
            (!place.exists || std::filesystem::file_size(place.target, error) <= kLargestFile);
 }
 
-bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why)
+bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why, std::size_t largest)
 {
     const auto [target, exists, before, denied] = placeOf(file);
-    why = bytes.size() > kLargestFile ? std::make_error_code(std::errc::file_too_large) : denied;
+    why = bytes.size() > largest ? std::make_error_code(std::errc::file_too_large) : denied;
     if (why) {
         return false;
     }

@@ -9,12 +9,13 @@
 
 namespace modFiles {
 
-/// A larger file is not one of ours.
+/// A larger file is not one of ours, unless a caller says otherwise.
 inline constexpr std::size_t kLargestFile = std::size_t{1} << 20;
 
-/// The bytes of a regular file of at most `kLargestFile`; no value, with the reason in `why`, when there is no such
+/// The bytes of a regular file of at most `largest` bytes; no value, with the reason in `why`, when there is no such
 /// file or it cannot be read.
-std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why);
+std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why,
+                                     std::size_t largest = kLargestFile);
 std::optional<std::string> ReadWhole(const std::filesystem::path& file);
 
 /// Whether `Replace` would be permitted: the folder is writable, and an existing file is a regular one, not
@@ -23,10 +24,11 @@ bool CanReplace(const std::filesystem::path& file);
 
 /// Replaces `file` with one that holds these bytes, through a temporary file beside it and a rename: a crash leaves the
 /// old or the new one. A symbolic link to a file is followed; permissions stay, and so do owner and group as far as the
-/// system permits. False, with the reason in `why`, when that fails, and for more than `kLargestFile` bytes, which
+/// system permits. False, with the reason in `why`, when that fails, and for more than `largest` bytes, which
 /// `ReadWhole` would not accept; nothing is lost then. A program killed between the two steps leaves the temporary
 /// file, "name.xxxxxxxxxxxx.tmp"; the next call for the same file deletes it once it is older than a minute.
-bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why);
+bool Replace(const std::filesystem::path& file, std::string_view bytes, std::error_code& why,
+             std::size_t largest = kLargestFile);
 bool Replace(const std::filesystem::path& file, std::string_view bytes);
 
 /// While it exists, no other program that takes the same lock changes files of the folder. It locks the folder itself:

@@ -1,46 +1,16 @@
 #include "store/modCsvExport.h"
 
-#include "base/Numbers.h"
+#include "base/IsoTime.h"
 #include "store/clsRecordReader.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <string>
 
 namespace modCsvExport {
 
 namespace {
 
-using namespace std::chrono;
-
 constexpr std::size_t kPiece = std::size_t{1} << 17;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-/// To the nearest millisecond: a day's fraction is more than precise enough to give back that of the recording.
-std::string isoTime(double time, char decimalSign)
-{
-    const auto total = static_cast<std::int64_t>(std::llround(time * kMsPerDay));
-    const sys_time<milliseconds> point = sys_time<milliseconds>(kDayZero) + milliseconds(total);
-    const auto midnight = floor<days>(point);
-    const year_month_day date{midnight};
-    const hh_mm_ss clock{point - midnight};
-    std::string text;
-    AppendPadded(text, static_cast<int>(date.year()), 4);
-    text += '-';
-    AppendPadded(text, static_cast<unsigned>(date.month()), 2);
-    text += '-';
-    AppendPadded(text, static_cast<unsigned>(date.day()), 2);
-    text += 'T';
-    AppendPadded(text, clock.hours().count(), 2);
-    text += ':';
-    AppendPadded(text, clock.minutes().count(), 2);
-    text += ':';
-    AppendPadded(text, clock.seconds().count(), 2);
-    text += decimalSign;
-    AppendPadded(text, clock.subseconds().count(), 3);
-    return text;
-}
 
 /// The number in "23.5 °C", with the given decimal sign. Anything else, in a file made by hand, is left out: it could
 /// be any text.
@@ -74,7 +44,7 @@ MeasurementKind kindOf(const modRecordLine::RecordedValue& value)
 void appendRow(std::string& table, const modRecordLine::RecordedValue& value, const Format& format)
 {
     const MeasurementKind kind = kindOf(value);
-    appendField(table, isoTime(value.time, format.decimalSign), format.separator);
+    appendField(table, IsoText(value.time, format.decimalSign), format.separator);
     table += format.separator;
     if (kind == MeasurementKind::Distance) {
         table += std::to_string(value.value_mm);

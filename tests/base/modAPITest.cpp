@@ -2,6 +2,7 @@
 #include "base/modAPI.h"
 
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TimeZone.h"
 
 #include <array>
 #include <cstdlib>
@@ -34,6 +35,24 @@ TEST(LocalTime, TimeOfDayOfEverySecond)
         ASSERT_EQ(modAPI::TimeOfDayText(days), expected);
     }
     EXPECT_EQ(modAPI::TimeOfDayText(46341.0 - 1 / 86400000.0), "23:59:59");
+}
+
+TEST(LocalTime, IsAheadOfUtcAsItsTimeZoneSaysForThatMoment)
+{
+    using Row = std::tuple<const char*, modAPI::CivilTime, std::int32_t, std::int32_t>;
+    constexpr char kGermany[] = "CET-1CEST,M3.5.0,M10.5.0/3", kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
+    for (const auto& [zone, time, first, second] :
+         {Row{"UTC0", {2026, 7, 1, 12}, 0, 0}, Row{kGermany, {2026, 1, 1, 0}, 60, 60},
+          Row{kGermany, {2026, 7, 1, 12}, 120, 120}, Row{kGermany, {2026, 10, 25, 1, 59, 59}, 120, 120},
+          Row{kGermany, {2026, 10, 25, 2, 0, 0}, 120, 60}, Row{kGermany, {2026, 10, 25, 2, 59, 59, 999}, 120, 60},
+          Row{kGermany, {2026, 10, 25, 3, 0, 0}, 60, 60}, Row{kGermany, {2026, 3, 29, 1, 59, 59}, 60, 60},
+          Row{kGermany, {2026, 3, 29, 2, 30, 0}, 60, 60}, Row{kGermany, {2026, 3, 29, 3, 0, 0}, 120, 120},
+          Row{kNewYork, {2026, 11, 1, 1, 30, 0}, -240, -300}, Row{"<+1245>-12:45", {2026, 7, 1, 0}, 765, 765}}) {
+        const TimeZone there(zone);
+        const modAPI::UtcOffsets offsets = modAPI::UtcOffsetsOf(modAPI::DateTimeOf(time));
+        EXPECT_EQ(offsets.first_min, first) << zone << " " << time.month << "/" << time.day << " " << time.hour;
+        EXPECT_EQ(offsets.second_min, second) << zone << " " << time.month << "/" << time.day << " " << time.hour;
+    }
 }
 
 TEST(WindowsName, MajorVersionsCountForPlatform1Too)
