@@ -17,12 +17,6 @@ bool isNumber(const ParameterDef& row)
     return row.control == ControlKind::Number;
 }
 
-bool isReported(const ParameterDef& row, const ParameterSet& set, const SensorIdentity& sensor)
-{
-    const bool echo = row.group == ParameterGroup::EchoFilter;
-    return IsShown(row, IsSerial(set)) && (!echo || HasEchoFilter(sensor));
-}
-
 double scaleOf(const ParameterDef& row)
 {
     return std::pow(10.0, row.decimals);
@@ -117,6 +111,12 @@ bool IsShown(const ParameterDef& row, bool serial)
     return serial || row.group != ParameterGroup::SerialOnly;
 }
 
+bool IsReported(const ParameterDef& row, const ParameterSet& set, const SensorIdentity& sensor)
+{
+    const bool echo = row.group == ParameterGroup::EchoFilter;
+    return IsShown(row, IsSerial(set)) && (!echo || HasEchoFilter(sensor));
+}
+
 std::int32_t ValueCount(const ParameterDef& row)
 {
     return static_cast<std::int32_t>(row.names.empty() ? row.wireTexts.size() : row.names.size());
@@ -207,7 +207,7 @@ std::vector<Difference> Differences(const ShownSettings& shown, const ParameterS
     std::vector<Difference> found;
     const ShownSettings reported = ShownOf(set, decimalSeparator);
     const auto differs = [&](const ParameterDef& row) {
-        if (!IsShown(row, shown.serial) || !isReported(row, set, sensor)) {
+        if (!IsShown(row, shown.serial) || !IsReported(row, set, sensor)) {
             return false;
         }
         if (!isNumber(row)) {

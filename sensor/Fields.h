@@ -20,6 +20,8 @@ std::string ControlName(const ParameterDef& row);
 
 /// Whether the type of sensor has the parameter.
 bool IsShown(const ParameterDef& row, bool serial);
+/// Whether this sensor reports the parameter.
+bool IsReported(const ParameterDef& row, const ParameterSet& set, const SensorIdentity& sensor);
 
 /// What the controls show for one configuration.
 struct ShownSettings {

@@ -5,6 +5,7 @@
 #include "sensor/AccountFigures.h"
 #include "sensor/ParameterSet.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,15 +18,18 @@ struct RecordingMark {
 };
 
 struct RecordingInfo {
-    std::string program, version;
-    std::string port; ///< as the operator knows it, UTF-8: "COM 3 (/dev/ttyUSB0)"
+    std::string program, version; ///< UTF-8
+    std::string port;             ///< as the operator knows it, UTF-8: "COM 3 (/dev/ttyUSB0)"
     bool simulated = false;
-    SensorIdentity sensor;
+    SensorIdentity sensor;     ///< one byte per character
     ParameterSet parameters;   ///< `DistanceUnit` and `OutputFormat` among them
-    double start = 0.0;        ///< days since 1899-12-30, local time
+    double start = 0.0;        ///< days since 1899-12-30, local time; 0 when it is not known
     std::optional<double> end; ///< empty while the recording runs, and for good when the program was killed
-    bool everyValue = true;    ///< false: one value a tick
-    AccountFigures account;    ///< of this recording
-    std::vector<Gap> gaps;
+    /// How far local time was ahead of UTC at the start; empty: as this system's time zone says.
+    std::optional<std::int32_t> offset_min;
+    bool everyValue = true; ///< false: one value a tick
+    AccountFigures account; ///< of this recording
+    std::vector<Gap> gaps;  ///< in the order in which they happened
     std::vector<RecordingMark> marks;
+    bool operator==(const RecordingInfo&) const = default;
 };

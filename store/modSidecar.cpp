@@ -1,0 +1,400 @@
+#include "store/modSidecar.h"
+
+#include "base/CodePage.h"
+#include "base/Days.h"
+#include "base/IsoTime.h"
+#include "base/modAPI.h"
+#include "base/modFiles.h"
+#include "sensor/Fields.h"
+#include "sensor/Parameters.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+namespace modSidecar {
+
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json; // keeps the order of its keys, but finds one slowly: for writing only
+
+constexpr std::size_t kDeepest = 16;
+constexpr double kSlack = 5.0 / kSecondsPerDay;
+constexpr int kIndentation = 2;
+
+/// The words for `GapReason`, in its order.
+constexpr std::array<std::string_view, 6> kReasons{"no echo",          "damage",  "line lost",
+                                                   "temperature poll", "stopped", "clock changed"};
+
+struct SensorText {
+    const char* key;
+    std::string SensorIdentity::*text;
+};
+constexpr SensorText kSensorTexts[] = {
+    {"type", &SensorIdentity::DeviceType},   {"serial", &SensorIdentity::SerialNo},
+    {"version", &SensorIdentity::SWVersion}, {"build", &SensorIdentity::SWBuild},
+    {"date", &SensorIdentity::SWDate},       {"attenuator", &SensorIdentity::Attenuator}};
+
+struct Count {
+    const char* key;
+    std::int64_t AccountFigures::*count;
+};
+constexpr Count kCounts[] = {{"bytes", &AccountFigures::bytes},           {"received", &AccountFigures::received},
+                             {"valid", &AccountFigures::valid},           {"noEcho", &AccountFigures::noEcho},
+                             {"tempError", &AccountFigures::tempError},   {"damaged", &AccountFigures::damaged},
+                             {"shown", &AccountFigures::shown},           {"recorded", &AccountFigures::recorded},
+                             {"passedOver", &AccountFigures::passedOver}, {"unwritten", &AccountFigures::unwritten},
+                             {"lineLost", &AccountFigures::lineLost},     {"clockJumps", &AccountFigures::clockJumps}};
+
+bool isSetBack(const Gap& gap)
+{
+    return gap.reason == GapReason::ClockChanged && gap.to < gap.from;
+}
+
+// Writing.
+
+/// Local times as texts with their offset, in the order of a recording: the hour that autumn repeats is the first one
+/// until the clock has been set back.
+class clsMoments {
+public:
+    explicit clsMoments(const RecordingInfo& info)
+    {
+        const modAPI::UtcOffsets here = modAPI::UtcOffsetsOf(info.start);
+        m_isSecond = info.offset_min == here.second_min && info.offset_min != here.first_min;
+        if (info.offset_min && info.offset_min != here.first_min && !m_isSecond) {
+            m_elsewhere = info.offset_min; // recorded in another time zone
+        }
+    }
+    void SetBack() { m_isSecond = true; }
+    /// Null when the calendar has no such time.
+    ordered_json Text(double time) const
+    {
+        const std::string text = IsoText(time);
+        if (text.empty()) {
+            return nullptr;
+        }
+        const modAPI::UtcOffsets here = modAPI::UtcOffsetsOf(time);
+        return text + IsoOffset(m_elsewhere.value_or(m_isSecond ? here.second_min : here.first_min));
+    }
+
+private:
+    bool m_isSecond = false;
+    std::optional<std::int32_t> m_elsewhere;
+};
+
+ordered_json sensorOf(const SensorIdentity& identity)
+{
+    ordered_json sensor;
+    for (const auto& [key, text] : kSensorTexts) {
+        sensor[key] = Utf8Of(identity.*text);
+    }
+    return sensor;
+}
+
+ordered_json parametersOf(const RecordingInfo& info)
+{
+    ordered_json parameters = ordered_json::object();
+    for (const ParameterDef& row : ParameterTable()) {
+        if (IsReported(row, info.parameters, info.sensor)) {
+            parameters[std::string(row.code)] = info.parameters.*row.value;
+        }
+    }
+    return parameters;
+}
+
+ordered_json accountOf(const AccountFigures& figures)
+{
+    ordered_json account;
+    for (const auto& [key, count] : kCounts) {
+        account[key] = figures.*count;
+    }
+    account["longestGap_ms"] = figures.longestGap_ms;
+    return account;
+}
+
+/// The shortest gap that is still written.
+double leastGap(const std::vector<Gap>& gaps)
+{
+    if (gaps.size() <= kMostGaps) {
+        return 0.0;
+    }
+    std::vector<double> lengths;
+    lengths.reserve(gaps.size());
+    for (const Gap& gap : gaps) {
+        lengths.push_back(std::fabs(gap.to - gap.from));
+    }
+    std::ranges::nth_element(lengths, lengths.begin() + kMostGaps - 1, std::ranges::greater());
+    return lengths[kMostGaps - 1];
+}
+
+ordered_json gapsOf(const std::vector<Gap>& all, clsMoments& moments)
+{
+    const double least = leastGap(all);
+    ordered_json gaps = ordered_json::array();
+    for (const Gap& gap : all) {
+        if (std::fabs(gap.to - gap.from) < least || gaps.size() == kMostGaps) {
+            continue;
+        }
+        ordered_json& entry = gaps.emplace_back();
+        entry["from"] = moments.Text(gap.from);
+        if (isSetBack(gap)) {
+            moments.SetBack();
+        }
+        entry["to"] = moments.Text(gap.to);
+        entry["reason"] = kReasons.at(static_cast<std::size_t>(gap.reason));
+    }
+    return gaps;
+}
+
+ordered_json marksOf(const std::vector<RecordingMark>& all, const clsMoments& moments)
+{
+    ordered_json marks = ordered_json::array();
+    for (const RecordingMark& mark : all) {
+        ordered_json& entry = marks.emplace_back();
+        entry["time"] = moments.Text(mark.time);
+        entry["text"] = mark.text;
+    }
+    return marks;
+}
+
+ordered_json documentOf(const RecordingInfo& info)
+{
+    const bool hasFormat =
+        info.parameters.OutputFormat >= 0 && info.parameters.OutputFormat < std::ssize(kOutputFormatTexts);
+    clsMoments moments(info);
+    ordered_json document;
+    document["program"] = info.program;
+    document["version"] = info.version;
+    document["port"] = info.port;
+    document["simulated"] = info.simulated;
+    document["sensor"] = sensorOf(info.sensor);
+    document["parameters"] = parametersOf(info);
+    document["unit"] = UnitOf(info.parameters.DistanceUnit).name;
+    document["format"] = kOutputFormatTexts.at(static_cast<std::size_t>(hasFormat ? info.parameters.OutputFormat : 0));
+    document["start"] = info.start == 0.0 ? ordered_json() : moments.Text(info.start);
+    document["end"] = nullptr; // its place
+    document["everyValue"] = info.everyValue;
+    document["account"] = accountOf(info.account);
+    ordered_json marks = marksOf(info.marks, moments);
+    document["gaps"] = gapsOf(info.gaps, moments);
+    document["marks"] = std::move(marks);
+    if (info.end) {
+        document["end"] = moments.Text(*info.end);
+    }
+    return document;
+}
+
+// Reading. A value of a wrong type is as good as none.
+
+/// Whether brackets are nested deeper than any sidecar needs.
+bool isDeep(std::string_view text)
+{
+    std::size_t depth = 0;
+    bool isText = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (isText && c == '\\') {
+            ++i;
+        } else if (c == '"') {
+            isText = !isText;
+        } else if (!isText && (c == '[' || c == '{')) {
+            if (++depth > kDeepest) {
+                return true;
+            }
+        } else if (!isText && (c == ']' || c == '}') && depth > 0) {
+            --depth;
+        }
+    }
+    return false;
+}
+
+/// The value of a key; null, which fits nothing, when there is none.
+const json& valueOf(const json& object, const char* key)
+{
+    static const json none;
+    const auto found = object.find(key); // the end in what is not an object
+    return found == object.end() ? none : *found;
+}
+
+void readText(const json& value, std::string& text)
+{
+    if (const auto* found = value.get_ptr<const json::string_t*>()) {
+        text = *found;
+    }
+}
+
+void readFlag(const json& value, bool& flag)
+{
+    if (const auto* found = value.get_ptr<const json::boolean_t*>()) {
+        flag = *found;
+    }
+}
+
+/// A whole number between two others.
+std::optional<std::int64_t> wholeOf(const json& value, std::int64_t least, std::int64_t most)
+{
+    const auto* number = value.get_ptr<const json::number_integer_t*>();
+    // A number above 63 bits is kept without a sign, and would read as a negative one.
+    const bool fits = number != nullptr && (*number >= 0 || !value.is_number_unsigned());
+    return fits && *number >= least && *number <= most ? std::optional(*number) : std::nullopt;
+}
+
+/// The index of a text in a list; empty when the list lacks it.
+template <typename List>
+std::optional<std::int32_t> indexOf(const json& value, const List& list)
+{
+    const auto* text = value.get_ptr<const json::string_t*>();
+    const auto found = text == nullptr ? list.end() : std::ranges::find(list, std::string_view(*text));
+    return found == list.end() ? std::nullopt : std::optional(static_cast<std::int32_t>(found - list.begin()));
+}
+
+std::optional<IsoTime> timeOf(const json& value)
+{
+    const auto* text = value.get_ptr<const json::string_t*>();
+    return text == nullptr ? std::nullopt : TimeOfIso(*text);
+}
+
+void readSensor(const json& sensor, SensorIdentity& identity)
+{
+    for (const auto& [key, member] : kSensorTexts) {
+        std::string text = Utf8Of(identity.*member);
+        readText(valueOf(sensor, key), text);
+        identity.*member = CodePageBytes(text);
+    }
+}
+
+void readParameters(const json& parameters, ParameterSet& set)
+{
+    for (const ParameterDef& row : ParameterTable()) {
+        const bool isIndex = !row.wireTexts.empty();
+        const std::int64_t least = isIndex ? 0 : std::numeric_limits<std::int32_t>::min();
+        const std::int64_t most = isIndex ? std::ssize(row.wireTexts) - 1 : std::numeric_limits<std::int32_t>::max();
+        const json& value = valueOf(parameters, std::string(row.code).c_str());
+        set.*row.value = static_cast<std::int32_t>(wholeOf(value, least, most).value_or(set.*row.value));
+    }
+}
+
+void readAccount(const json& account, AccountFigures& figures)
+{
+    for (const auto& [key, member] : kCounts) {
+        constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+        figures.*member = wholeOf(valueOf(account, key), 0, kMost).value_or(figures.*member);
+    }
+    const json& longest = valueOf(account, "longestGap_ms");
+    figures.longestGap_ms = longest.is_number() ? std::max(0.0, longest.get<double>()) : 0.0;
+}
+
+void readGaps(const json& gaps, std::vector<Gap>& list)
+{
+    for (const json& entry : gaps) {
+        const auto from = timeOf(valueOf(entry, "from")), to = timeOf(valueOf(entry, "to"));
+        if (from && to && list.size() < kMostGaps) {
+            // An unknown reason, of a later version perhaps, leaves the first; the gap counts.
+            const auto reason = static_cast<GapReason>(indexOf(valueOf(entry, "reason"), kReasons).value_or(0));
+            list.push_back({from->time, to->time, reason});
+        }
+    }
+}
+
+void readMarks(const json& marks, std::vector<RecordingMark>& list)
+{
+    for (const json& entry : marks) {
+        if (const auto time = timeOf(valueOf(entry, "time"))) {
+            list.push_back({time->time, {}});
+            readText(valueOf(entry, "text"), list.back().text);
+        }
+    }
+}
+
+RecordingInfo infoOf(const json& document)
+{
+    RecordingInfo info;
+    readText(valueOf(document, "program"), info.program);
+    readText(valueOf(document, "version"), info.version);
+    readText(valueOf(document, "port"), info.port);
+    readFlag(valueOf(document, "simulated"), info.simulated);
+    readSensor(valueOf(document, "sensor"), info.sensor);
+    readParameters(valueOf(document, "parameters"), info.parameters);
+    std::array<std::string_view, kUnits.size()> units{};
+    std::ranges::transform(kUnits, units.begin(), &UnitDef::name);
+    info.parameters.DistanceUnit = indexOf(valueOf(document, "unit"), units).value_or(info.parameters.DistanceUnit);
+    info.parameters.OutputFormat =
+        indexOf(valueOf(document, "format"), kOutputFormatTexts).value_or(info.parameters.OutputFormat);
+    if (const auto start = timeOf(valueOf(document, "start"))) {
+        info.start = start->time;
+        info.offset_min = start->offset_min;
+    }
+    if (const auto end = timeOf(valueOf(document, "end"))) {
+        info.end = end->time;
+    }
+    readFlag(valueOf(document, "everyValue"), info.everyValue);
+    readAccount(valueOf(document, "account"), info.account);
+    readGaps(valueOf(document, "gaps"), info.gaps);
+    readMarks(valueOf(document, "marks"), info.marks);
+    return info;
+}
+
+} // namespace
+
+std::filesystem::path SidecarOf(const std::filesystem::path& recording)
+{
+    std::filesystem::path sidecar = recording;
+    return sidecar.replace_extension(".json");
+}
+
+std::error_code Write(const std::filesystem::path& sidecar, const RecordingInfo& info)
+{
+    const std::string text = documentOf(info).dump(kIndentation, ' ', false, ordered_json::error_handler_t::replace);
+    std::error_code why;
+    modFiles::Replace(sidecar, text + '\n', why, kLargest);
+    return why;
+}
+
+std::optional<RecordingInfo> Read(const std::filesystem::path& sidecar, std::error_code& why)
+{
+    const auto text = modFiles::ReadWhole(sidecar, why, kLargest);
+    if (!text) {
+        return std::nullopt;
+    }
+    why = std::make_error_code(std::errc::bad_message);
+    if (isDeep(*text)) {
+        return std::nullopt;
+    }
+    const json document = json::parse(*text, nullptr, false);
+    if (!document.is_object()) {
+        return std::nullopt;
+    }
+    why.clear();
+    return infoOf(document);
+}
+
+bool Belongs(const RecordingInfo& info, double firstLine)
+{
+    const auto isClockChange = [](const Gap& gap) { return gap.reason == GapReason::ClockChanged; };
+    if (info.account.clockJumps > 0 || std::ranges::any_of(info.gaps, isClockChange)) {
+        return true;
+    }
+    return info.start != 0.0 && firstLine >= info.start - kSlack && (!info.end || firstLine <= *info.end + kSlack);
+}
+
+std::error_code Remove(const std::filesystem::path& recording)
+{
+    std::error_code error;
+    if (const std::filesystem::path sidecar = SidecarOf(recording); sidecar != recording) {
+        std::filesystem::remove(sidecar, error);
+    }
+    return error;
+}
+
+std::error_code Rename(const std::filesystem::path& oldRecording, const std::filesystem::path& newRecording)
+{
+    std::error_code error;
+    std::filesystem::rename(SidecarOf(oldRecording), SidecarOf(newRecording), error);
+    return error == std::errc::no_such_file_or_directory ? std::error_code() : error;
+}
+
+} // namespace modSidecar

@@ -1,0 +1,39 @@
+// The sidecar of a recording: a JSON file of the same name beside it that says what its lines do not.
+#pragma once
+
+#include "store/RecordingInfo.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace modSidecar {
+
+/// A larger file is not one of ours.
+inline constexpr std::size_t kLargest = std::size_t{1} << 24;
+/// The longest ones are kept where a recording has more gaps.
+inline constexpr std::size_t kMostGaps = 50000;
+
+/// "SAVE0001.json" for "SAVE0001.rec".
+std::filesystem::path SidecarOf(const std::filesystem::path& recording);
+
+/// Writes a sidecar in one step: a crash leaves the old or the new one. UTF-8, LF. What is not UTF-8 in a text is
+/// replaced, and a time outside the calendar is left out. May take seconds on a slow disk; any thread may call it.
+std::error_code Write(const std::filesystem::path& sidecar, const RecordingInfo& info);
+
+/// Reads a sidecar. A key that is missing, or has no value that fits, leaves the default; unknown keys are ignored. No
+/// value, with the reason in `why`, when there is no such file, when it cannot be read, is too large, or is not JSON.
+/// The text of the unit and of the format outweigh the numbers among the parameters. Never throws.
+std::optional<RecordingInfo> Read(const std::filesystem::path& sidecar, std::error_code& why);
+
+/// Whether a sidecar may describe a recording whose first line has this time: the line was not written before the start
+/// or after the end. No more can be asked: values may come hours after the start, the recording may have been cut, the
+/// program may have been killed before it wrote the end. Once the clock was set, times say nothing.
+bool Belongs(const RecordingInfo& info, double firstLine);
+
+/// Deletes the sidecar of a recording, or gives it the recording's new name. Not having one is no error.
+std::error_code Remove(const std::filesystem::path& recording);
+std::error_code Rename(const std::filesystem::path& oldRecording, const std::filesystem::path& newRecording);
+
+} // namespace modSidecar
