@@ -122,7 +122,7 @@ void checkPlayback(const std::string& file, const std::vector<Line>& lines)
         checkWriting(record, temperature);
     };
     const modPlayback::Loaded loaded =
-        modPlayback::LoadData(file, set, {show, [](double read) { return read <= 1.0; }}, played);
+        modPlayback::LoadData(file, set, {show, [](double) {}, [](double read) { return read <= 1.0; }}, played);
     const auto unreadable = std::ranges::find(lines, false, &Line::readable);
     Require(shown == static_cast<std::size_t>(unreadable - lines.begin()));
     Require((loaded.outcome == modPlayback::Outcome::Complete) == (unreadable == lines.end()));

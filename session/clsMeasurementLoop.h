@@ -69,6 +69,8 @@ public:
     void ChangeBaudrate();
     /// Adds a measurement of a recording to the chart.
     void Play(const Measurement& measurement);
+    /// The next measurement of the recording is not joined to those before.
+    void PlayGap(double time) { breakCurve(time); }
     /// Fits an automatic value axis to the newest values.
     void FitRange();
 

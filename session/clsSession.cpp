@@ -106,6 +106,7 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
     modPlayback::Loaded loaded =
         modPlayback::LoadData(file, m_device.Parameters(),
                               {.show = [this](const Measurement& measurement) { m_loop.Play(measurement); },
+                               .gap = [this](double time) { m_loop.PlayGap(time); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);
     m_loop.TellPlayed();

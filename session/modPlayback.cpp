@@ -2,7 +2,9 @@
 
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
+#include "session/clsPlayedGaps.h"
 #include "store/clsRecordReader.h"
+#include "store/modSidecar.h"
 
 #include <cmath>
 #include <exception>
@@ -29,19 +31,59 @@ void fill(Measurement& measurement, const modRecordLine::RecordedValue& line, do
     }
 }
 
-void load(clsRecordReader& reader, Measurement& measurement, const Stage& stage, Loaded& loaded)
+/// Looks for the sidecar of a recording whose first line is known.
+void readSidecar(const std::filesystem::path& recording, Loaded& loaded)
 {
-    const double unit_mm = UnitOf(measurement.unit).millimetres;
+    const std::filesystem::path sidecar = modSidecar::SidecarOf(recording);
+    if (sidecar == recording) {
+        return;
+    }
+    std::error_code why;
+    loaded.info = modSidecar::Read(sidecar, why);
+    if (!loaded.info) {
+        const bool isMissing = why == std::errc::no_such_file_or_directory;
+        loaded.sidecar = isMissing ? SidecarUse::Missing : SidecarUse::Unreadable;
+    } else if (modSidecar::Belongs(*loaded.info, loaded.first)) {
+        loaded.sidecar = SidecarUse::Used;
+    } else {
+        loaded.info.reset();
+        loaded.sidecar = SidecarUse::Foreign;
+    }
+}
+
+/// What the lines of a recording have in common, known with the first.
+struct Then {
+    double unit_mm = 0.0;
+    clsPlayedGaps gaps{nullptr};
+};
+
+Then begin(const std::filesystem::path& recording, const ParameterSet& now, Measurement& measurement, Loaded& loaded)
+{
+    readSidecar(recording, loaded);
+    const ParameterSet& then = loaded.info ? loaded.info->parameters : now;
+    measurement.unit = then.DistanceUnit;
+    measurement.outputFormat = then.OutputFormat;
+    return {UnitOf(then.DistanceUnit).millimetres, clsPlayedGaps(loaded.info ? &*loaded.info : nullptr)};
+}
+
+void load(clsRecordReader& reader, const std::filesystem::path& recording, const ParameterSet& now,
+          Measurement& measurement, const Stage& stage, Loaded& loaded)
+{
+    Then then;
     std::uint64_t reported = 0;
     RecordStep step = RecordStep::End;
     while ((step = reader.Next()) == RecordStep::Value) {
         const modRecordLine::RecordedValue& line = reader.Value();
-        fill(measurement, line, unit_mm);
+        if (loaded.lines == 0) {
+            loaded.first = line.time;
+            then = begin(recording, now, measurement, loaded);
+        }
+        if (then.gaps.LiesBefore(line.time, line.sameSecond)) {
+            stage.gap(measurement.time);
+        }
+        fill(measurement, line, then.unit_mm);
         if (!line.sameTemperature && !line.temperature.empty()) {
             loaded.temperature = line.temperature;
-        }
-        if (loaded.first == 0.0) {
-            loaded.first = measurement.time;
         }
         loaded.last = measurement.time;
         ++loaded.lines;
@@ -64,12 +106,12 @@ void load(clsRecordReader& reader, Measurement& measurement, const Stage& stage,
 Loaded LoadData(const std::filesystem::path& file, const ParameterSet& set, const Stage& stage,
                 std::vector<FileHandle>& played)
 {
-    Measurement measurement{.unit = set.DistanceUnit, .outputFormat = set.OutputFormat};
+    Measurement measurement;
     Loaded loaded;
     std::optional<clsRecordReader> reader;
     try {
         reader.emplace(file);
-        load(*reader, measurement, stage, loaded);
+        load(*reader, file, set, measurement, stage, loaded);
     } catch (const std::system_error& failure) {
         loaded.outcome = Outcome::Unreadable; // what has been shown stays
         loaded.failure = failure.code();

@@ -22,12 +22,17 @@ inline constexpr std::int32_t kChartPoints = 30000;
 /// How loading ended.
 enum class Outcome : std::uint8_t { Complete, Unreadable, Cancelled };
 
+/// What has become of the sidecar that stands beside a recording.
+enum class SidecarUse : std::uint8_t { Missing, Used, Unreadable, Foreign };
+
 struct Loaded {
     double first = 0.0, last = 0.0; ///< time stamps, days since 1899-12-30; 0 without any line
     std::int64_t lines = 0;         ///< lines shown
     std::optional<Measurement> end; ///< the last one shown
     std::string temperature;        ///< of the last line that has one, one byte per character
     Outcome outcome = Outcome::Complete;
+    std::optional<RecordingInfo> info; ///< what the sidecar says
+    SidecarUse sidecar = SidecarUse::Missing;
     std::error_code failure; ///< why the file could not be opened or read further; false when its lines are the reason
     std::optional<RecordingInfo> info; ///< what the recording says about itself
 };
@@ -36,13 +41,17 @@ struct Loaded {
 struct Stage {
     /// Shows one measurement; it is the same object each time.
     std::function<void(const Measurement&)> show;
+    /// The next measurement is not joined to the one before, which was at `time`.
+    std::function<void(double time)> gap;
     /// Called now and then with the fraction read so far, 0..1; returning false ends the loading.
     std::function<bool(double fraction)> goOn;
 };
 
-/// Shows every line of a recording in one pass, as measurements in the unit and the output format of `set`. A line that
-/// says "No Echo" or "TempError" carries the marker, never a distance. Loading ends at a line that cannot be read, at
-/// any error of the file, and when `goOn` returns false; lines loaded by then remain. The file stays open in `played`.
+/// Shows every line of a recording in one pass, as measurements in the unit and the output format of its sidecar, or of
+/// `set` when it has none of its own that can be read. A line that says "No Echo" or "TempError" carries the marker,
+/// never a distance. `gap` is called where the curve is not joined, see `clsPlayedGaps`. Loading ends at a line that
+/// cannot be read, at any error of the file, and when `goOn` returns false; lines loaded by then remain. The file stays
+/// open in `played`.
 Loaded LoadData(const std::filesystem::path& file, const ParameterSet& set, const Stage& stage,
                 std::vector<FileHandle>& played);
 

@@ -203,6 +203,7 @@ bool clsLineParser::Parse(std::string_view line, RecordedValue& value)
     const std::string_view distance = rest.substr(0, second);
     value.temperature = {};
     value.sameTemperature = false;
+    value.sameSecond = false;
     if (second != std::string_view::npos) {
         const std::string_view third = rest.substr(second + 1);
         value.temperature = Trimmed(third.substr(0, third.find(';')));

@@ -29,6 +29,7 @@ struct RecordedValue {
     std::int32_t value_mm = 0;    ///< of a distance
     std::string_view temperature; ///< "23 °C", part of the line; empty when it has none
     bool sameTemperature = false; ///< known to be the same as in the line before
+    bool sameSecond = false;      ///< known to be of the same second as the line before
 };
 
 /// Reads the lines of one recording in their order: a line without a date takes that of the line before.
@@ -44,8 +45,11 @@ public:
     /// `value` undefined, when the line is of another kind or incomplete.
     std::size_t TakeUsual(std::string_view bytes, RecordedValue& value)
     {
-        if (m_head.empty() || bytes.size() < kLongestUsual + m_tail.size() ||
-            (!same(bytes.data(), m_head.data(), kHeadLength) && !takeSecond(bytes.data()))) {
+        if (m_head.empty() || bytes.size() < kLongestUsual + m_tail.size()) {
+            return 0;
+        }
+        const bool sameSecond = same(bytes.data(), m_head.data(), kHeadLength);
+        if (!sameSecond && !takeSecond(bytes.data())) {
             return 0;
         }
         const char* at = bytes.data() + kHeadLength;
@@ -67,6 +71,7 @@ public:
         value.value_mm = number;
         value.temperature = {at + kUnit.size(), m_tail.size() - kUnit.size() - kLineEnd.size()};
         value.sameTemperature = true;
+        value.sameSecond = sameSecond;
         return static_cast<std::size_t>(at - bytes.data()) + m_tail.size();
     }
 

@@ -240,7 +240,7 @@ bool isRecorded(FaultCell& cell)
     }
     const auto show = [&](const Measurement& measurement) { played.push_back(wordOf(DistanceText(measurement, '.'))); };
     const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device.Parameters(),
-                                              {show, [](double) { return true; }}, cell.recorder.Played);
+                                              {show, [](double) {}, [](double) { return true; }}, cell.recorder.Played);
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
 

@@ -3,6 +3,7 @@
 #include "session/clsRecorder.h"
 #include "store/modCsvExport.h"
 #include "store/modRecordLine.h"
+#include "store/modSidecar.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <atomic>
@@ -135,7 +136,7 @@ TEST(Recorder, KnowsTheFilesThatItHasOpenByAnyName)
     diskIsBusy = false;
     recorder.FinishWriting(std::chrono::seconds(10));
     EXPECT_FALSE(recorder.IsInUse(hard) || recorder.IsInUse(soft));
-    LoadData(soft, ParameterSet(), {[](const Measurement&) {}, kGoOn}, recorder.Played);
+    LoadData(soft, ParameterSet(), {[](const Measurement&) {}, [](double) {}, kGoOn}, recorder.Played);
     EXPECT_TRUE(areInUse()) << "played";
 }
 
@@ -217,6 +218,7 @@ TEST(Recorder, AFullDiskEndsTheFileWithItsLastWholeLine)
 
 struct Played {
     std::vector<Measurement> values;
+    std::string shown; ///< "v" for a value, "|" for a gap
     modPlayback::Loaded loaded;
 };
 
@@ -224,8 +226,12 @@ Played play(const std::filesystem::path& file, const ParameterSet& set = {})
 {
     Played played;
     std::vector<FileHandle> open;
-    const auto show = [&](const Measurement& measurement) { played.values.push_back(measurement); };
-    played.loaded = LoadData(file, set, {show, kGoOn}, open);
+    const auto show = [&](const Measurement& measurement) {
+        played.values.push_back(measurement);
+        played.shown += 'v';
+    };
+    const auto gap = [&](double) { played.shown += '|'; };
+    played.loaded = LoadData(file, set, {show, gap, kGoOn}, open);
     return played;
 }
 
@@ -267,6 +273,119 @@ TEST(Playback, ShowsDistancesAsTheSensorIsSetNow)
     EXPECT_EQ(DistanceText(play(file, set).values.at(0), '.'), "10.0000 [ft]");
 }
 
+/// Lines of a recording that began at noon, at these seconds.
+std::string linesAt(std::initializer_list<double> seconds)
+{
+    std::string lines;
+    for (const double second : seconds) {
+        lines += modRecordLine::RecordLine({.value = 1.0, .value_mm = 1000, .time = 46341.5 + second / kSecondsPerDay},
+                                           kTemperature);
+    }
+    return lines;
+}
+
+TEST(Playback, BreaksTheCurveWhereALongerTimeStandsOut)
+{
+    std::string bursts;
+    for (const double second : {0.0, 3.0, 6.0, 9.0}) {
+        bursts += linesAt({second, second, second, second, second});
+    }
+    const std::tuple<const char*, std::string, std::string> rows[] = {
+        {"a cable was out", linesAt({0.0, 0.05, 0.1, 14.0, 14.05, 28.0}), "vvv|vv|v"},
+        {"a second, and less than five times the median", linesAt({0.0, 0.05, 1.0, 2.0, 2.9, 3.8, 7.3}), "vvvvvvv"},
+        {"more than five times", linesAt({0.0, 1.0, 2.0, 3.0, 8.1}), "vvvv|v"},
+        {"nothing to compare with", linesAt({0.0, 60.0}), "vv"},
+        {"another pace", linesAt({0.0, 0.1, 0.2, 10.0, 20.0, 30.0, 40.0}), "vvv|v|vvv"},
+        {"the clock was set back", linesAt({100.0, 100.1, 0.0, 0.1, 0.2}), "vvvvv"},
+        {"lines of the same time say nothing about the pace", bursts + linesAt({50.0}), std::string(20, 'v') + "|v"},
+    };
+    const TemporaryFolder folder;
+    for (const auto& [name, lines, shown] : rows) {
+        EXPECT_EQ(play(folder.Write("file.rec", lines)).shown, shown) << name;
+    }
+}
+
+RecordingInfo infoFrom(double start_s)
+{
+    RecordingInfo info;
+    info.start = 46341.5 + start_s / kSecondsPerDay;
+    return info;
+}
+
+Gap gapBetween(double from_s, double to_s, GapReason reason = GapReason::NoEcho)
+{
+    return {46341.5 + from_s / kSecondsPerDay, 46341.5 + to_s / kSecondsPerDay, reason};
+}
+
+TEST(Playback, BreaksTheCurveWhereItsSidecarSays)
+{
+    RecordingInfo complete = infoFrom(-2.0);
+    complete.end = 46341.6;
+    complete.gaps = {gapBetween(0.1, 0.5), gapBetween(14.05, 14.055)};
+    RecordingInfo killed = infoFrom(-2.0);
+    killed.gaps = complete.gaps;
+    RecordingInfo jumping = complete;
+    jumping.gaps = {gapBetween(0.1, -3600.0, GapReason::ClockChanged), gapBetween(-3599.8, -3599.0)};
+    RecordingInfo slow = infoFrom(0.0);
+    slow.end = 46341.6;
+    const std::string steady = linesAt({0.0, 0.05, 0.1, 0.5, 0.55, 14.0, 14.05, 14.1});
+    const std::tuple<const char*, RecordingInfo, std::string, std::string> rows[] = {
+        {"the list decides", complete, steady, "vvv|vvvvv"},
+        {"a list that was not finished", killed, steady, "vvv|vv|vvv"},
+        {"the clock was set back", jumping, linesAt({0.0, 0.1, -3600.0, -3599.9, -3599.8, -3599.0}), "vv|vvv|v"},
+        {"values on request", slow, linesAt({0.0, 0.5, 60.0}), "vvv"},
+    };
+    const TemporaryFolder folder;
+    for (const auto& [name, info, lines, shown] : rows) {
+        const auto file = folder.Write("file.rec", lines);
+        ASSERT_FALSE(modSidecar::Write(modSidecar::SidecarOf(file), info));
+        EXPECT_EQ(play(file).shown, shown) << name;
+    }
+}
+
+TEST(Playback, IsInTheUnitOfThen)
+{
+    const TemporaryFolder folder;
+    RecordingInfo info = infoFrom(0.0);
+    info.sensor.SerialNo = "004711";
+    info.parameters.DistanceUnit = 3;
+    info.parameters.OutputFormat = FormatAscii;
+    const auto file = folder.Write("file.rec", linesAt({0.0}));
+    EXPECT_FALSE(modSidecar::Write(modSidecar::SidecarOf(file), info));
+    const Played played = play(file);
+    EXPECT_EQ(DistanceText(played.values.at(0), '.'), "3.2808 [ft]");
+    EXPECT_EQ(played.loaded.info.value().sensor.SerialNo, "004711");
+}
+
+TEST(Playback, IgnoresASidecarThatIsNotItsOwnOrCannotBeRead)
+{
+    using enum modPlayback::SidecarUse;
+    RecordingInfo ended = infoFrom(-100.0);
+    ended.end = 46341.5 - 60.0 / kSecondsPerDay;
+    RecordingInfo set = ended;
+    set.account.clockJumps = 1;
+    const std::tuple<const char*, RecordingInfo, modPlayback::SidecarUse> rows[] = {
+        {"begun hours before the first value", infoFrom(-9000.0), Used},
+        {"a first value counted back to before the start", infoFrom(2.0), Used},
+        {"begun later", infoFrom(60.0), Foreign},
+        {"ended before", ended, Foreign},
+        {"times say nothing once the clock was set", set, Used},
+        {"no start", RecordingInfo(), Foreign},
+    };
+    const TemporaryFolder folder;
+    const auto file = folder.Write("file.rec", linesAt({0.0, 0.1, 0.2, 14.0}));
+    for (const auto& [name, info, use] : rows) {
+        ASSERT_FALSE(modSidecar::Write(modSidecar::SidecarOf(file), info));
+        const modPlayback::Loaded loaded = play(file).loaded;
+        EXPECT_EQ(loaded.sidecar, use) << name;
+        EXPECT_EQ(loaded.info.has_value(), use == Used) << name;
+    }
+    folder.Write("file.json", "{");
+    const Played played = play(file);
+    EXPECT_EQ(played.loaded.sidecar, Unreadable);
+    EXPECT_EQ(played.shown, "vvv|v") << "as without one";
+}
+
 TEST(Playback, PutsTheTimeAxisWhereTheRecordingIs)
 {
     const std::tuple<const char*, double, std::int32_t, double> rows[] = {
@@ -299,7 +418,7 @@ TEST(Playback, EndsWhereAGrowingFileEnds)
             std::filesystem::resize_file(file, (shown + 1) * line.size());
         }
     };
-    const auto loaded = LoadData(file, ParameterSet(), {grow, kGoOn}, open);
+    const auto loaded = LoadData(file, ParameterSet(), {grow, [](double) {}, kGoOn}, open);
     EXPECT_EQ(shown, 1000U);
     EXPECT_EQ(loaded.outcome, Outcome::Complete);
 }

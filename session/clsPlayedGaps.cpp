@@ -1,0 +1,73 @@
+#include "session/clsPlayedGaps.h"
+
+#include "base/Days.h"
+
+#include <algorithm>
+
+namespace {
+
+// A line cuts its time off to milliseconds, a sidecar rounds it.
+constexpr double kTolerance = 3.0 / kMsPerDay;
+constexpr double kShortestListed = 10.0 / kMsPerDay; // a shorter one cannot be told from the time between two values
+constexpr double kShortestJudged = 1.0 / kSecondsPerDay;
+constexpr double kTimesMedian = 5.0;
+constexpr std::size_t kMedianOf = 100;
+
+} // namespace
+
+clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info) : m_judgesSteps(info == nullptr || !info->end)
+{
+    if (info == nullptr) {
+        return;
+    }
+    for (const Gap& gap : info->gaps) {
+        if (gap.to - gap.from >= kShortestListed) {
+            m_listed.push_back({gap.from, gap.to});
+            m_shortest = std::min(m_shortest, gap.to - gap.from);
+        }
+        m_setBack = m_setBack || (gap.to < gap.from && gap.reason == GapReason::ClockChanged);
+    }
+    m_looksClosely = m_setBack || m_shortest < kShortestJudged + kTolerance;
+    std::ranges::sort(m_listed, {}, &Listed::from);
+    for (std::size_t i = m_listed.size(); i-- > 1;) {
+        m_listed[i - 1].firstEnd = std::min(m_listed[i - 1].firstEnd, m_listed[i].firstEnd);
+    }
+}
+
+bool clsPlayedGaps::isGap(double time) const
+{
+    if (m_count == 0) {
+        return false;
+    }
+    const double previous = m_times[(m_count - 1) % kRemembered];
+    const double step = time - previous;
+    if (m_setBack && step < -kTolerance) {
+        return true; // nothing else lets time run backwards
+    }
+    if (step >= m_shortest - 2 * kTolerance && isListed(previous, time)) {
+        return true;
+    }
+    return m_judgesSteps && step > kShortestJudged && standsOut(step);
+}
+
+/// Whether a listed gap lies between two lines.
+bool clsPlayedGaps::isListed(double from, double to) const
+{
+    const auto found = std::ranges::lower_bound(m_listed, from - kTolerance, {}, &Listed::from);
+    return found != m_listed.end() && found->firstEnd <= to + kTolerance;
+}
+
+/// Compares with the median without sorting: a step is longer than five times the median of others when it is longer
+/// than five times half of them. Lines of the same time, or behind a clock that was set back, say nothing about the
+/// pace.
+bool clsPlayedGaps::standsOut(double step) const
+{
+    const std::size_t remembered = std::min(m_count, kRemembered);
+    std::size_t steps = 0, shorter = 0;
+    for (std::size_t back = 1; back < remembered && steps < kMedianOf; ++back) {
+        const double earlier = m_times[(m_count - back) % kRemembered] - m_times[(m_count - back - 1) % kRemembered];
+        steps += earlier > 0.0 ? 1 : 0;
+        shorter += earlier > 0.0 && step > kTimesMedian * earlier ? 1 : 0;
+    }
+    return steps > 0 && 2 * shorter > steps;
+}
