@@ -3,6 +3,7 @@
 #include "base/modAPI.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
+#include "store/modSidecar.h"
 #include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
@@ -61,6 +62,16 @@ void MessagePanel::RecordingNotClosed(const std::filesystem::path& file, const s
 {
     ShowFailure(Text(TextId::FailureNotSaved, m_settings->Language)
                     .arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_settings->Language)));
+}
+
+void MessagePanel::PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded)
+{
+    using enum modPlayback::SidecarUse;
+    if (loaded.sidecar == Unreadable || loaded.sidecar == Foreign) {
+        const TextId what = loaded.sidecar == Foreign ? TextId::SidecarForeign : TextId::SidecarUnreadable;
+        const QString name = QFile::decodeName(modSidecar::SidecarOf(file).filename().c_str());
+        ShowFailure(Text(what, m_settings->Language).arg(name));
+    }
 }
 
 void MessagePanel::ShowStatus(const QString& message, double time)

@@ -35,6 +35,7 @@ public:
     void ShowStatus(StatusPanel panel, std::string_view text) override;
     void RecordingFailed(const std::error_code& why) override;
     void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why) override;
+    void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
 
     /// Shows the status of the dialogue with the sensor at `time`, in days since 1899-12-30. It waits until the current
     /// message has been shown long enough.

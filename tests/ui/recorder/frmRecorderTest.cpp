@@ -3,6 +3,7 @@
 
 #include "session/clsRecorder.h"
 #include "session/clsSession.h"
+#include "store/modSidecar.h"
 #include "tests/support/Desk.h"
 #include "tests/support/clsScriptedPort.h"
 #include "ui/chart/XYChart.h"
@@ -238,6 +239,28 @@ TEST(MainWindow, ShowsAPlayedRecording)
     EXPECT_EQ(window.Chart()->TimeOrigin(), 46341.0);
     EXPECT_LT(window.Chart()->YMinimum(), window.Chart()->ShownValues().value().front());
     EXPECT_GT(window.Chart()->YMaximum(), window.Chart()->ShownValues().value().back());
+}
+
+TEST(MainWindow, PlaysInTheUnitOfTheSidecarAndSaysWhenItIsIgnored)
+{
+    Player window;
+    const auto file = window.folder.Write("old.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n"
+                                                     "15.11.2026 12:00:30,000; 2000 mm; 21 \xB0\x43\r\n");
+    RecordingInfo info;
+    info.start = 46341.5;
+    info.parameters.DistanceUnit = 3;
+    info.gaps = {{46341.5, 46341.5 + 30.0 / 86400.0, GapReason::LineLost}};
+    const auto sidecar = modSidecar::SidecarOf(file);
+    ASSERT_FALSE(modSidecar::Write(sidecar, info));
+    EXPECT_EQ(window.Play(file), "");
+    EXPECT_EQ(window.Text("lblMeasValue"), "6.5617 ft");
+    EXPECT_EQ(window.Chart()->Series().StopIndex, 3) << "two points, a gap between them";
+    info.start = 46342.5;
+    ASSERT_FALSE(modSidecar::Write(sidecar, info));
+    EXPECT_EQ(window.Play(file), "old.json belongs to another recording and is ignored.");
+    EXPECT_EQ(window.Text("lblMeasValue"), "2.000 m");
+    window.folder.Write("old.json", "[");
+    EXPECT_EQ(window.Play(file), "old.json cannot be read and is ignored.");
 }
 
 TEST(MainWindow, SaysThatALongRecordingDoesNotFitIntoTheChart)
