@@ -34,7 +34,6 @@ struct Loaded {
     std::optional<RecordingInfo> info; ///< what the sidecar says
     SidecarUse sidecar = SidecarUse::Missing;
     std::error_code failure; ///< why the file could not be opened or read further; false when its lines are the reason
-    std::optional<RecordingInfo> info; ///< what the recording says about itself
 };
 
 /// The functions that loading calls.
