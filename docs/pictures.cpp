@@ -217,14 +217,16 @@ private:
     /// The main window with the simulated sensor that the program itself offers.
     void takeSimulated()
     {
-        const simulator::clsSimulatedSensor sensor{simulator::SensorOptions()};
+        simulator::SensorOptions options;
+        options.lineRate = m_settings.Baudrate;
+        const simulator::clsSimulatedSensor sensor(options);
         m_devices.Simulate(1, sensor.Path());
         clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, "REC", DecimalSeparator());
         frmMain window(m_settings, session, m_devices, {m_library, {}}, m_help);
         window.MeasureWhenConnected();
         window.resize(kUsualSize);
         window.show();
-        runFor(kDownload_ms);
+        runFor(kRecording_ms);
         save(window, "simulated");
         takeLargeDisplay(window, "large_simulated");
     }

@@ -300,6 +300,7 @@ TEST(MainWindow, AValueThatIsNoLongerTrueSaysItsAge)
     sensor.reset(); // the cable is pulled: that shows at once, not after three seconds
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasAge").empty(); }));
     EXPECT_EQ(ages().find_first_not_of("0123456789 sold|"), std::string::npos) << ages();
+    EXPECT_EQ(main.Text("lblAge"), main.Text("lblMeasAge"));
     EXPECT_FALSE(main.Text("lblTempAge").empty());
     EXPECT_EQ(main.Find<QLabel>("lblMeasValue")->accessibleDescription().toStdString(), main.Text("lblMeasAge"));
     for (std::size_t i = 0; i < fresh.size(); ++i) {
