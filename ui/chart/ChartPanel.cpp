@@ -166,7 +166,7 @@ void ChartPanel::nameSeries()
 
 void ChartPanel::ResetChart()
 {
-    m_origin = {.simulated = m_session->IsSimulated()};
+    m_origin = {.simulated = m_session != nullptr && m_session->IsSimulated()};
     sayOrigin();
     if (m_liveRange_ms) {
         XRange_ms(*m_liveRange_ms); // the range of a recording may be days
@@ -182,7 +182,7 @@ void ChartPanel::ShowUnit(std::string_view unit)
 
 void ChartPanel::AddChartPoint(double time, double value)
 {
-    m_origin.simulated = m_origin.simulated || m_session->IsSimulated();
+    m_origin.simulated = m_origin.simulated || (m_session != nullptr && m_session->IsSimulated());
     makeRoom(time);
     AddPoint(time, value);
 }
