@@ -10,6 +10,7 @@
 #include <benchmark/benchmark.h>
 #include <charconv>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -100,7 +101,13 @@ struct BareSample {
     std::int32_t value_mm = 0;
     MeasurementKind kind = MeasurementKind::Distance;
 };
-using BareSamples = std::vector<BareSample>;
+/// Room for all samples of a piece, so that storing one is nothing but that.
+struct BareSamples {
+    std::vector<BareSample> list;
+    std::size_t count = 0;
+    void Add(const BareSample& sample) { list[count++] = sample; }
+    std::span<const BareSample> All() const { return std::span(list).first(count); }
+};
 
 constexpr double kByteTime = 10.0 / 9600 / 86400, kArrived = 46000.0; // days
 constexpr double kMillimetres = 1000.0;                               // the unit is the metre
@@ -129,7 +136,7 @@ std::size_t sampleAscii(std::string_view piece, BareSamples& samples)
         start = i + 1;
         const auto value_mm = static_cast<std::int32_t>(value * kMillimetres + 0.5);
         const double time = kArrived - static_cast<double>(piece.size() - start) * kByteTime;
-        samples.push_back({time, value, value_mm, bareKind(value_mm)});
+        samples.Add({time, value, value_mm, bareKind(value_mm)});
     }
     return start;
 }
@@ -140,7 +147,7 @@ std::size_t sampleBinary(std::string_view piece, BareSamples& samples)
     for (; at + 4 <= piece.size(); at += 4) {
         const std::int32_t value_mm = frameValue(piece, at);
         const double time = kArrived - static_cast<double>(piece.size() - at - 4) * kByteTime;
-        samples.push_back({time, value_mm / kMillimetres, value_mm, bareKind(value_mm)});
+        samples.Add({time, value_mm / kMillimetres, value_mm, bareKind(value_mm)});
     }
     return at;
 }
@@ -154,7 +161,7 @@ std::size_t sampleCrc(std::string_view piece, BareSamples& samples)
         }
         const std::int32_t value_mm = frameValue(piece, at);
         const double time = kArrived - static_cast<double>(piece.size() - at - 6) * kByteTime;
-        samples.push_back({time, value_mm / kMillimetres, value_mm, bareKind(value_mm)});
+        samples.Add({time, value_mm / kMillimetres, value_mm, bareKind(value_mm)});
     }
     return at;
 }
@@ -180,12 +187,12 @@ Total bareSamples(std::string_view stream, SampleDecoder decode, std::size_t pie
 {
     Total total;
     std::string buffer;
-    BareSamples samples;
+    BareSamples samples{.list = std::vector<BareSample>(piece)};
     for (std::size_t at = 0; at < stream.size(); at += piece) {
         buffer += stream.substr(at, piece);
-        samples.clear();
+        samples.count = 0;
         buffer.erase(0, decode(buffer, samples));
-        total.Add(samples);
+        total.Add(samples.All());
     }
     return total;
 }

@@ -65,7 +65,10 @@ double clsSampleList::TimeOf(std::size_t end)
 Measurement* clsSampleList::grow(std::size_t count)
 {
     if (m_list.size() < m_size + count) {
-        m_list.resize(std::max(m_size + count, 2 * m_list.size()));
+        if (m_list.capacity() < m_size + count) {
+            m_list.reserve(std::max(m_size + count, 2 * m_list.size()));
+        }
+        m_list.resize(m_size + count);
     }
     Measurement* first = m_list.data() + m_size;
     m_size += count;
