@@ -47,9 +47,9 @@ void clsMeasurementLoop::Tick(double now)
         m_listener.ShowDialogue(m_device.CommStatus());
     }
     showRule();
+    watchLine(now);
     m_listener.Ticked();
     advanceClock();
-    watchLine(now);
     m_previousTick = now;
 }
 
