@@ -298,6 +298,15 @@ int runProgram(const Options& options)
     clsConfigLibrary library(iniFile);
     library.Build();
     clsSession session(std::make_unique<clsPosixPort>(devices), settings, folder / "REC", DecimalSeparator());
+    session.Origin = [&] {
+        RecordingInfo info;
+        info.program = QApplication::applicationName().toStdString();
+        info.version = QApplication::applicationVersion().toStdString();
+        const std::string device = devices.DeviceOf(settings.Comport);
+        info.port = "COM " + std::to_string(settings.Comport) + " (" + device + ")";
+        info.simulated = sensor && device == sensor->Path();
+        return info;
+    };
     frmMain window(settings, session, devices, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
     if (output) {

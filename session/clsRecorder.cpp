@@ -1,40 +1,77 @@
 #include "session/clsRecorder.h"
 
+#include "base/Days.h"
+#include "sensor/Measurement.h"
 #include "store/modRecordLine.h"
+#include "store/modSidecar.h"
 
 #include <algorithm>
-#include <memory>
-#include <thread>
+#include <cmath>
+#include <stdexcept>
 
 namespace {
 
 /// A fast disk finishes within this time, so a short wait is never shown.
 constexpr std::chrono::milliseconds kBriefly{100};
+/// Ticks are 50 ms apart; after more than this, the clock was set or the computer slept.
+constexpr double kLongestTick_s = 60.0;
+/// The rate is that of so many seconds.
+constexpr double kRateOver_s = 10.0;
+constexpr double kSecondsPerHour = 3600.0;
 
-/// Closes a file in a thread that nobody waits for: the future, unlike one of std::async, does not wait either.
-std::future<std::error_code> closeBeside(clsRecordFile&& file)
+std::int64_t periodOf(double time, std::int32_t parts)
 {
-    auto closing = std::make_shared<std::packaged_task<std::error_code()>>(
-        [file = std::move(file)]() mutable { return file.Close(); });
-    std::future<std::error_code> outcome = closing->get_future();
+    return static_cast<std::int64_t>(std::floor(parts == PartsHourly ? time * 24.0 : time));
+}
+
+bool isInCalendar(double time)
+{
+    return time >= kFirstDay && time < kEndOfDays;
+}
+
+/// Renames a file, and its sidecar with it, to the first free name. `file` is its path.
+std::error_code renameBoth(std::filesystem::path& file, const std::string& name)
+{
+    std::error_code error, unknown;
     try {
-        std::thread([closing] { (*closing)(); }).detach();
-    } catch (const std::system_error&) {
-        (*closing)(); // no more threads are available
+        const auto reserved = clsRecordFile::Reserve({file.parent_path(), name});
+        std::filesystem::rename(file, reserved, error);
+        if (error) {
+            std::filesystem::remove(reserved, unknown);
+            return error;
+        }
+        const auto sidecar = modSidecar::SidecarOf(std::exchange(file, reserved));
+        if (std::filesystem::exists(sidecar, unknown)) {
+            std::filesystem::rename(sidecar, modSidecar::SidecarOf(file), error);
+        }
+    } catch (const std::system_error& failure) {
+        error = failure.code();
+    } catch (const std::overflow_error&) {
+        error = std::make_error_code(std::errc::value_too_large); // all names are taken
     }
-    return outcome;
+    return error;
 }
 
 } // namespace
 
-void clsRecorder::StartRecording()
+void clsRecorder::StartRecording(const RecordPlan& plan)
 {
     m_failure.clear();
-    m_file.emplace(m_folder, m_flush);
-    FileName = m_file->Path();
+    m_plan = plan;
+    m_recording.emplace(clsRecordWriter({m_folder, plan.name}, m_disk));
+    m_parts.clear();
+    for (Recording& earlier : m_ended) {
+        earlier.isLast = false;
+    }
+    FileName = m_recording->writer.Progress().file;
     Mode = m_lastMode = RecorderRecording;
-    m_lines = 0;
+    m_lines = m_bytes = 0;
+    m_part = {};
     m_waitsForTemperature = false;
+    m_duration_s = m_silence_s = 0.0;
+    m_moments.clear();
+    m_progress = {};
+    describe({});
 }
 
 std::filesystem::path clsRecorder::NearestFolder() const
@@ -43,30 +80,178 @@ std::filesystem::path clsRecorder::NearestFolder() const
     return std::filesystem::is_directory(m_folder, unknown) ? m_folder : m_folder.parent_path();
 }
 
-void clsRecorder::Record(const Measurement& measurement, std::string_view temperature)
+void clsRecorder::Record(std::span<const Measurement> measurements, std::string_view temperature)
 {
-    if (Mode != RecorderRecording) {
+    if (Mode != RecorderRecording || measurements.empty()) {
         return;
     }
+    m_silence_s = 0.0;
     m_waitsForTemperature = !modRecordLine::HasTemperature(temperature);
-    const std::error_code error =
-        m_file->WriteLine(modRecordLine::RecordLine(measurement, temperature), measurement.time);
-    if (error) {
-        fail(error);
+    if (m_waitsForTemperature) {
+        count({.unwritten = std::ssize(measurements)});
+        return;
+    }
+    while (!measurements.empty() && Mode == RecorderRecording) {
+        measurements = measurements.subspan(recordInPart(measurements, temperature));
+        if (!measurements.empty() && Mode == RecorderRecording) {
+            beginPart(measurements);
+        }
+    }
+    count({.unwritten = std::ssize(measurements)});
+}
+
+/// Hands over what belongs into the present file; returns the number of measurements that are dealt with.
+std::size_t clsRecorder::recordInPart(std::span<const Measurement> measurements, std::string_view temperature)
+{
+    std::string lines;
+    RecordCounts counts;
+    std::size_t taken = 0;
+    for (; taken < measurements.size(); ++taken) {
+        const Measurement& measurement = measurements[taken];
+        if (!isInCalendar(measurement.time)) {
+            ++counts.unwritten;
+            continue;
+        }
+        const std::string line = modRecordLine::RecordLine(measurement, temperature);
+        if (!belongsHere(measurement, line.size())) {
+            break;
+        }
+        lines += line;
+        ++counts.recorded;
+        m_part.bytes += std::ssize(line);
+    }
+    if (m_recording->writer.Write(lines, counts.recorded)) {
+        m_lines += counts.recorded;
+        m_bytes += std::ssize(lines);
+        count(counts);
     } else {
-        ++m_lines;
+        count({.unwritten = counts.recorded + counts.unwritten});
+        fail(std::make_error_code(std::errc::no_buffer_space));
+    }
+    return taken;
+}
+
+bool clsRecorder::belongsHere(const Measurement& measurement, std::size_t size)
+{
+    const bool isBySize = m_plan.parts == PartsBySize;
+    const std::int64_t period = periodOf(measurement.time, m_plan.parts);
+    if (m_part.bytes == 0) {
+        m_part.period = period;
+        return true;
+    }
+    if (m_plan.parts == PartsOne || isBySize) {
+        return !isBySize || m_part.bytes + static_cast<std::int64_t>(size) <= m_plan.partBytes;
+    }
+    // A clock that is set back by a moment at the full hour does not begin another file.
+    return period == m_part.period || period == m_part.period - 1;
+}
+
+void clsRecorder::beginPart(std::span<const Measurement> behind)
+{
+    m_recording->writer.BeginPart(finished(behind));
+    m_part = {};
+    describe(behind);
+}
+
+/// Begins the sidecar. A recording that begins before the first tick has to wait for the time.
+void clsRecorder::describe(std::span<const Measurement> behind)
+{
+    if (!Describe || m_now == 0.0) {
+        return;
+    }
+    m_part.start = m_now;
+    RecordingInfo info = Describe({.start = {}, .now = m_now, .behind = behind});
+    m_recording->writer.Describe(std::move(info));
+}
+
+/// What completes the sidecar. The thread takes lines that it cannot write back from the counts.
+std::optional<RecordingInfo> clsRecorder::finished(std::span<const Measurement> behind) const
+{
+    if (!Describe || !m_part.start) {
+        return {};
+    }
+    RecordingInfo info = Describe({m_part.start, m_now, behind});
+    info.account.recorded = m_part.counts.recorded;
+    info.account.passedOver = m_part.counts.passedOver;
+    info.account.unwritten = m_part.counts.unwritten;
+    return info;
+}
+
+void clsRecorder::PassOver(std::int64_t number)
+{
+    if (Mode == RecorderRecording && number > 0) {
+        count({.passedOver = number});
+        m_silence_s = 0.0;
+    }
+}
+
+void clsRecorder::count(const RecordCounts& counts)
+{
+    for (RecordCounts* sum : {&m_untold, &m_part.counts}) {
+        sum->recorded += counts.recorded;
+        sum->passedOver += counts.passedOver;
+        sum->unwritten += counts.unwritten;
     }
 }
 
 void clsRecorder::Flush(double now)
 {
     FinishWriting(std::chrono::milliseconds::zero());
+    passTime(now);
     if (Mode != RecorderRecording) {
         return;
     }
-    if (const std::error_code error = m_file->FlushIfDue(now)) {
-        fail(error);
+    if (!m_part.start) {
+        describe({});
     }
+    m_progress = m_recording->writer.Progress();
+    FileName = m_progress.file;
+    takeBackLost(*m_recording, m_progress);
+    if (m_progress.failure) {
+        fail(m_progress.failure);
+    }
+}
+
+void clsRecorder::passTime(double now)
+{
+    const double passed_s = (now - std::exchange(m_now, now)) * kSecondsPerDay;
+    if (Mode != RecorderRecording || !(passed_s > 0.0 && passed_s < kLongestTick_s)) {
+        return;
+    }
+    m_duration_s += passed_s;
+    m_silence_s += passed_s;
+    if (m_moments.empty() || m_duration_s - m_moments.back().time_s >= 1.0) {
+        m_moments.push_back({m_duration_s, m_lines, m_bytes});
+    }
+    while (m_duration_s - m_moments.front().time_s > kRateOver_s) {
+        m_moments.pop_front();
+    }
+}
+
+RecordFigures clsRecorder::Figures() const
+{
+    RecordFigures figures;
+    figures.duration_s = m_duration_s;
+    figures.silence_s = m_silence_s;
+    figures.bytes = m_progress.bytes;
+    figures.waiting = m_lines - m_progress.lines;
+    figures.free = m_progress.free;
+    const double span_s = m_moments.empty() ? 0.0 : m_duration_s - m_moments.front().time_s;
+    if (span_s >= 1.0) {
+        figures.rate = static_cast<double>(m_lines - m_moments.front().lines) / span_s;
+        const double bytesPerHour = static_cast<double>(m_bytes - m_moments.front().bytes) / span_s * kSecondsPerHour;
+        figures.isShort = figures.free && static_cast<double>(*figures.free) < bytesPerHour;
+    }
+    return figures;
+}
+
+/// Lines that were counted as recorded, and will never be in a file.
+void clsRecorder::takeBackLost(Recording& recording, const RecordProgress& progress)
+{
+    const std::int64_t lost = progress.lost - std::exchange(recording.lost, progress.lost);
+    m_untold.recorded -= lost;
+    m_untold.unwritten += lost;
+    m_lines -= recording.isLast ? lost : 0;
 }
 
 void clsRecorder::StartPlaying(const std::filesystem::path& file)
@@ -79,50 +264,55 @@ void clsRecorder::StartPlaying(const std::filesystem::path& file)
 void clsRecorder::Stop()
 {
     if (std::exchange(Mode, RecorderIdle) == RecorderRecording) {
-        closeFile();
+        endRecording();
+        FinishWriting(kBriefly);
     }
 }
 
 void clsRecorder::fail(const std::error_code& error)
 {
-    Stop();
+    Mode = RecorderIdle;
+    m_recording->hasFailed = true;
     m_failure = error;
+    endRecording();
 }
 
-void clsRecorder::closeFile()
+void clsRecorder::endRecording()
 {
-    m_failure.clear();
-    if (m_file->IsEmpty()) {
-        std::error_code unknown;
-        std::filesystem::remove(m_file->Path(), unknown);
-    }
-    const auto identity = m_file->Identity();
-    m_writing.push_back({m_file->Path(), identity, closeBeside(std::move(*m_file))});
-    m_file.reset();
-    FinishWriting(kBriefly);
+    m_recording->writer.Close(finished({}));
+    m_ended.push_back(std::move(*m_recording));
+    m_recording.reset();
 }
 
 bool clsRecorder::FinishWriting(std::chrono::milliseconds patience)
 {
     const auto end = std::chrono::steady_clock::now() + patience;
-    std::erase_if(m_writing, [&](Writing& writing) {
-        const bool done = writing.outcome.wait_until(end) == std::future_status::ready;
-        if (done) {
-            noteOutcome(writing);
+    std::erase_if(m_ended, [&](Recording& recording) {
+        const bool isDone = recording.writer.WaitUntil(end);
+        if (isDone) {
+            noteEnd(recording);
         }
-        return done;
+        return isDone;
     });
-    return m_writing.empty();
+    return m_ended.empty();
 }
 
-void clsRecorder::noteOutcome(Writing& writing)
+void clsRecorder::noteEnd(Recording& recording)
 {
-    const std::error_code error = writing.outcome.get();
-    const bool isLast = Mode == RecorderIdle && m_lastMode == RecorderRecording && writing.file == FileName;
-    if (error && !isLast) {
-        m_lateFailures.push_back({writing.file, error});
-    } else if (error && !m_failure) {
-        m_failure = error;
+    const RecordProgress progress = recording.writer.Progress();
+    takeBackLost(recording, progress);
+    if (recording.isLast) {
+        m_progress = progress;
+        m_parts = recording.writer.Parts();
+        std::erase_if(m_parts, [](const auto& part) { return !FileIdentity::Of(part); }); // those without a line
+    }
+    if (!progress.failure || recording.hasFailed) {
+        return;
+    }
+    if (recording.isLast && Mode == RecorderIdle && m_lastMode == RecorderRecording) {
+        m_failure = progress.failure;
+    } else {
+        m_lateFailures.push_back({progress.file, progress.failure});
     }
 }
 
@@ -132,9 +322,20 @@ bool clsRecorder::IsInUse(const std::filesystem::path& file) const
     if (!identity) {
         return false;
     }
-    const auto isWritten = [&](const Writing& writing) { return writing.identity == identity; };
+    const auto isWritten = [&](const Recording& recording) { return recording.writer.Identity() == identity; };
     const auto isOpen = [&](const FileHandle& handle) { return FileIdentity::Of(handle.Descriptor()) == identity; };
-    return (m_file && m_file->Identity() == identity) || std::ranges::any_of(m_writing, isWritten) ||
+    return (m_recording && isWritten(*m_recording)) || std::ranges::any_of(m_ended, isWritten) ||
            (Mode == RecorderPlaying && FileIdentity::Of(std::filesystem::path(FileName)) == identity) ||
            std::ranges::any_of(Played, isOpen);
+}
+
+std::error_code clsRecorder::Rename(const std::string& name)
+{
+    std::error_code error;
+    for (std::size_t i = 0; i < m_parts.size() && !error; ++i) {
+        const bool isShown = FileName == m_parts[i];
+        error = renameBoth(m_parts[i], name);
+        FileName = isShown ? m_parts[i].string() : FileName;
+    }
+    return error;
 }

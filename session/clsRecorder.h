@@ -3,13 +3,15 @@
 #pragma once
 
 #include "session/modPlayback.h"
-#include "store/clsRecordFile.h"
+#include "store/clsRecordWriter.h"
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
-#include <future>
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -21,24 +23,65 @@ struct Measurement;
 /// Values of `clsRecorder::Mode`.
 enum RecorderMode : std::int32_t { RecorderIdle = 0, RecorderRecording = 1, RecorderPlaying = 2 };
 
+/// When a recording goes on in another file: never, with the hour or the day of its values, or when it is large.
+enum RecordParts : std::int32_t { PartsOne = 0, PartsHourly = 1, PartsDaily = 2, PartsBySize = 3 };
+
+/// What the operator wants of a recording.
+struct RecordPlan {
+    std::string name = {}; ///< without ".rec", in bytes of the file system; empty: SAVE0001, SAVE0002 and so on
+    std::int32_t parts = PartsOne;
+    std::int64_t partBytes = 0; ///< for `PartsBySize`; a file takes at least one line
+};
+
+/// What has become of the values that came during a recording.
+struct RecordCounts {
+    std::int64_t recorded = 0, passedOver = 0, unwritten = 0;
+};
+
+/// A recording at a glance.
+struct RecordFigures {
+    double duration_s = 0.0;
+    double silence_s = 0.0;             ///< since the last value, or the start
+    std::int64_t bytes = 0;             ///< of the present file
+    std::int64_t waiting = 0;           ///< lines that the disk has not taken yet
+    std::optional<double> rate;         ///< lines a second; none in the first second
+    std::optional<std::uintmax_t> free; ///< bytes that the disk has left
+    bool isShort = false;               ///< they last for less than an hour at the present rate
+};
+
 class clsRecorder {
 public:
     /// Recordings are made in `folder`, which is created with the first one.
-    explicit clsRecorder(std::filesystem::path folder, clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk)
-        : m_folder(std::move(folder)), m_flush(flush)
+    explicit clsRecorder(std::filesystem::path folder, const RecordDisk& disk = {})
+        : m_folder(std::move(folder)), m_disk(disk)
     {}
     /// Stops a running recording. Does not wait for lines that are on their way to the disk.
     ~clsRecorder() { Stop(); }
     clsRecorder(const clsRecorder&) = delete;
     clsRecorder& operator=(const clsRecorder&) = delete;
 
+    /// The period of a file.
+    struct Period {
+        std::optional<double> start;              ///< none: it begins now
+        double now = 0.0;                         ///< local time
+        std::span<const Measurement> behind = {}; ///< values that have come, and belong to the next file
+    };
+    /// Says what goes into the sidecar of a file that begins or ends. Without it there are no sidecars.
+    std::function<RecordingInfo(const Period& period)> Describe;
+
     /// Begins a recording in the next free file. Throws what clsRecordFile throws; no recording runs then.
-    void StartRecording();
-    /// Writes a measurement with the temperature that was read last; only while recording. Throws what RecordLine
-    /// throws, and goes on recording. An error of the file stops the recording; `Failure` says why.
-    void Record(const Measurement& measurement, std::string_view temperature);
-    /// Flushes lines to the disk in time, and notes which ended recordings have reached it. Call it in every tick with
-    /// the local time `now`.
+    void StartRecording(const RecordPlan& plan = {});
+    /// Writes measurements, oldest first, with the temperature that was read last; only while recording. What cannot
+    /// be written, because no temperature has been read or the time lies outside the calendar, is counted.
+    void Record(std::span<const Measurement> measurements, std::string_view temperature);
+    void Record(const Measurement& measurement, std::string_view temperature)
+    {
+        Record({&measurement, 1}, temperature);
+    }
+    /// Counts measurements that are not wanted in the recording; only while recording.
+    void PassOver(std::int64_t count);
+    /// Looks how far the disk has come: an error of the file stops the recording, and `Failure` says why. Call it in
+    /// every tick with the local time `now`.
     void Flush(double now);
     /// Begins playing a file.
     void StartPlaying(const std::filesystem::path& file);
@@ -47,18 +90,27 @@ public:
     /// meanwhile.
     void Stop();
     /// Whether a recording that has ended is still on its way to the disk.
-    bool IsWriting() const { return !m_writing.empty(); }
+    bool IsWriting() const { return !m_ended.empty(); }
     /// Waits for all ended recordings, for `patience` at most. True when each is on the disk or has failed.
     bool FinishWriting(std::chrono::milliseconds patience);
     /// Whether the program has this file open under any name: it is being recorded or written, or was played.
     bool IsInUse(const std::filesystem::path& file) const;
+    /// Whether the last recording is complete, has a file, and can be renamed.
+    bool CanRename() const { return Mode == RecorderIdle && m_lastMode == RecorderRecording && !m_parts.empty(); }
+    /// Gives the files of the last recording another name, and their sidecars with them. A name that is taken gets a
+    /// number; nothing is overwritten. Returns the reason when a file could not be renamed.
+    std::error_code Rename(const std::string& name);
 
     /// What the recorder is doing or did last; `RecorderIdle` before it has done anything.
     RecorderMode LastMode() const { return m_lastMode; }
     /// The folder of recordings or, before it exists, its parent folder. A file dialog starts there.
     std::filesystem::path NearestFolder() const;
-    /// The number of lines in the running or last recording.
+    /// The number of lines in the running or last recording; those that wait for the disk are among them.
     std::int64_t Lines() const { return m_lines; }
+    /// The running recording at a glance, as of the last `Flush`.
+    RecordFigures Figures() const;
+    /// What has become of values since the last call. A line that never reached its file is taken back from `recorded`.
+    RecordCounts TakeCounts() { return std::exchange(m_untold, {}); }
     /// Whether measurements cannot be written because no temperature has been read yet.
     bool WaitsForTemperature() const { return m_waitsForTemperature; }
     /// Why the last recording ended by itself or could not be closed; false when it has no such failure.
@@ -78,23 +130,52 @@ public:
     std::vector<FileHandle> Played;
 
 private:
-    struct Writing {
-        std::string file;
-        std::optional<FileIdentity> identity;
-        std::future<std::error_code> outcome;
+    struct Recording {
+        explicit Recording(clsRecordWriter&& newWriter) : writer(std::move(newWriter)) {}
+
+        clsRecordWriter writer;
+        std::int64_t lost = 0;  ///< lines that are known not to have reached the disk
+        bool hasFailed = false; ///< and that was reported
+        bool isLast = true;     ///< no other has begun since
+    };
+    /// The file that lines are handed over for.
+    struct Part {
+        std::optional<double> start; ///< its sidecar has been begun
+        std::int64_t period = 0;     ///< hour or day
+        std::int64_t bytes = 0;
+        RecordCounts counts;
+    };
+    struct Moment {
+        double time_s = 0.0;
+        std::int64_t lines = 0, bytes = 0;
     };
 
+    std::size_t recordInPart(std::span<const Measurement> measurements, std::string_view temperature);
+    bool belongsHere(const Measurement& measurement, std::size_t size);
+    void beginPart(std::span<const Measurement> behind);
+    void describe(std::span<const Measurement> behind);
+    std::optional<RecordingInfo> finished(std::span<const Measurement> behind) const;
+    void count(const RecordCounts& counts);
+    void passTime(double now);
+    void takeBackLost(Recording& recording, const RecordProgress& progress);
     void fail(const std::error_code& error);
-    void closeFile();
-    void noteOutcome(Writing& writing);
+    void endRecording();
+    void noteEnd(Recording& recording);
 
     std::filesystem::path m_folder;
-    clsRecordFile::FlushFunction m_flush;
-    std::optional<clsRecordFile> m_file;
+    RecordDisk m_disk;
+    RecordPlan m_plan;
+    std::optional<Recording> m_recording;       ///< that runs
+    std::vector<Recording> m_ended;             ///< that a thread closes
+    RecordProgress m_progress;                  ///< of the last one, as last seen
+    std::vector<std::filesystem::path> m_parts; ///< of the last recording
+    Part m_part;
     RecorderMode m_lastMode = RecorderIdle;
-    std::int64_t m_lines = 0;
+    std::int64_t m_lines = 0, m_bytes = 0; ///< handed over
+    RecordCounts m_untold;
     bool m_waitsForTemperature = false;
     std::error_code m_failure;
-    std::vector<Writing> m_writing; ///< ended recordings that a thread closes
     std::vector<LateFailure> m_lateFailures;
+    double m_now = 0.0, m_duration_s = 0.0, m_silence_s = 0.0;
+    std::deque<Moment> m_moments; ///< of the last seconds
 };

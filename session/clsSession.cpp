@@ -1,12 +1,34 @@
 #include "session/clsSession.h"
 
+#include <algorithm>
 #include <utility>
 
-clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
-                       std::filesystem::path folder, char decimalSeparator, clsRecordFile::FlushFunction flush)
-    : m_port(std::move(port)), m_device(*m_port), m_loop(m_device, settings, m_listeners, decimalSeparator),
-      m_recorder(std::move(folder), flush)
+namespace {
+
+/// What was counted between two moments. When the account began anew, that is what it has counted since.
+AccountFigures difference(AccountFigures now, const AccountFigures& before)
 {
+    if (now.bytes < before.bytes || now.received < before.received) {
+        return now;
+    }
+    for (std::int64_t AccountFigures::*figure :
+         {&AccountFigures::bytes, &AccountFigures::received, &AccountFigures::valid, &AccountFigures::noEcho,
+          &AccountFigures::tempError, &AccountFigures::damaged, &AccountFigures::shown, &AccountFigures::recorded,
+          &AccountFigures::passedOver, &AccountFigures::unwritten, &AccountFigures::lineLost,
+          &AccountFigures::clockJumps}) {
+        now.*figure -= before.*figure;
+    }
+    return now;
+}
+
+} // namespace
+
+clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
+                       std::filesystem::path folder, char decimalSeparator, const RecordDisk& disk)
+    : m_settings(settings), m_port(std::move(port)), m_device(*m_port),
+      m_loop(m_device, settings, m_listeners, decimalSeparator), m_recorder(std::move(folder), disk)
+{
+    m_recorder.Describe = [this](const clsRecorder::Period& period) { return infoOfRecording(period); };
     m_listeners.Add(*this);
 }
 
@@ -57,7 +79,12 @@ void clsSession::ServeFiles(double now)
     if (m_recorder.Mode == RecorderPlaying) {
         return;
     }
+    const std::string before = m_recorder.FileName;
     m_recorder.Flush(now);
+    if (m_recorder.Mode == RecorderRecording && m_recorder.FileName != before) {
+        m_listeners.RecordingStarted(m_recorder.FileName);
+    }
+    tellCounts();
     tellFailure();
     for (const auto& [file, error] : m_recorder.TakeLateFailures()) {
         m_listeners.RecordingNotClosed(file, error);
@@ -72,16 +99,77 @@ void clsSession::tellFailure()
     }
 }
 
-void clsSession::StartRecording()
+/// What the recorder counts goes to the account of the measurement, which may have begun since the lines were counted:
+/// lines that it does not know cannot be taken back from it.
+void clsSession::tellCounts()
 {
-    m_recorder.StartRecording();
+    RecordCounts counts = m_recorder.TakeCounts();
+    const std::int64_t unknown = std::min<std::int64_t>(m_loop.Account().Figures().recorded + counts.recorded, 0);
+    m_loop.Account().Recorded(counts.recorded - unknown, counts.passedOver, counts.unwritten + unknown);
+}
+
+void clsSession::StartRecording(std::string_view name)
+{
+    constexpr std::int64_t kMiB = std::int64_t{1} << 20;
+    m_recorder.StartRecording(
+        {.name = std::string(name), .parts = m_settings.NewFile, .partBytes = m_settings.FileSize * kMiB});
+    m_unrecorded = 0;
     m_listeners.RecordingStarted(m_recorder.FileName);
+}
+
+/// What a file of a recording says about itself. Values behind its last line have been counted, and belong to the next.
+RecordingInfo clsSession::infoOfRecording(const clsRecorder::Period& period)
+{
+    RecordingInfo info = Origin ? Origin() : RecordingInfo();
+    info.sensor = m_device.Identity();
+    info.parameters = m_device.Parameters();
+    info.everyValue = m_settings.EveryValue;
+    info.start = period.start.value_or(period.now);
+    clsAccount behind;
+    behind.Received(period.behind);
+    for (std::size_t i = 0; i < period.behind.size(); ++i) {
+        behind.Shown();
+    }
+    const AccountFigures figures = difference(m_loop.Account().Figures(), behind.Figures());
+    if (!period.start) {
+        m_atStart = figures;
+        return info;
+    }
+    info.end = period.now;
+    info.account = difference(figures, m_atStart);
+    return info;
+}
+
+void clsSession::Sampled(std::span<const Measurement> samples, std::string_view temperature)
+{
+    if (m_recorder.Mode != RecorderRecording) {
+        return;
+    }
+    if (!m_settings.EveryValue) {
+        m_unrecorded += std::ssize(samples); // `Measured` and `Ticked` follow
+        return;
+    }
+    m_recorder.Record(samples, temperature);
+    tellCounts();
+    tellFailure();
 }
 
 void clsSession::Measured(const Measurement& measurement, std::string_view temperature)
 {
-    m_recorder.Record(measurement, temperature);
-    tellFailure();
+    if (m_unrecorded > 0) {
+        --m_unrecorded;
+        m_recorder.Record(measurement, temperature);
+        tellCounts();
+        tellFailure();
+    }
+}
+
+void clsSession::Ticked()
+{
+    if (!m_device.HasDue()) {
+        m_recorder.PassOver(std::exchange(m_unrecorded, 0));
+        tellCounts();
+    }
 }
 
 void clsSession::Sampled(std::span<const Measurement> samples, std::string_view /*temperature*/)

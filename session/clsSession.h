@@ -5,6 +5,7 @@
 
 #include "base/Operation.h"
 #include "port/SerialPort.h"
+#include "sensor/AccountFigures.h"
 #include "sensor/clsRVQ.h"
 #include "session/clsHistory.h"
 #include "session/clsListeners.h"
@@ -25,10 +26,11 @@
 
 class clsSession : private SessionListener {
 public:
-    /// `settings` must outlive the session; the session follows the port number and the rate in it. Recordings are made
-    /// in `folder`, which is created with the first one. `decimalSeparator` comes from the user's locale.
+    /// `settings` must outlive the session; the session follows the port number, the rate and the recorder's choices in
+    /// it. Recordings are made in `folder`, which is created with the first one. `decimalSeparator` comes from the
+    /// user's locale.
     clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings, std::filesystem::path folder,
-               char decimalSeparator, clsRecordFile::FlushFunction flush = clsRecordFile::FlushToDisk);
+               char decimalSeparator, const RecordDisk& disk = {});
     /// Ends the session without waiting for lines that are still on their way to the disk.
     ~clsSession() override;
     clsSession(const clsSession&) = delete;
@@ -54,8 +56,11 @@ public:
     /// The number of unfinished operations.
     std::size_t Operations() const { return m_operations.size(); }
 
-    /// Begins a recording. Throws what clsRecorder::StartRecording throws.
-    void StartRecording();
+    /// Begins a recording; see `RecordPlan` for its name. Throws what clsRecorder::StartRecording throws.
+    void StartRecording(std::string_view name = {});
+    /// What recordings say about the program and the port: version, the port as the operator knows it, simulated or
+    /// not. Only these are taken.
+    std::function<RecordingInfo()> Origin;
     /// Plays a recording in one pass: listeners get its points, and the texts of its last line at the end. `goOn` is
     /// called now and then with the fraction read so far, 0..1; returning false ends the loading, and so does stopping
     /// the recorder.
@@ -94,9 +99,13 @@ public:
 private:
     void stepOperations();
     void tellFailure();
-    void Measured(const Measurement& measurement, std::string_view temperature) override;
+    void tellCounts();
+    RecordingInfo infoOfRecording(const clsRecorder::Period& period);
     void Sampled(std::span<const Measurement> samples, std::string_view temperature) override;
+    void Measured(const Measurement& measurement, std::string_view temperature) override;
+    void Ticked() override;
 
+    const modGlobals::Settings& m_settings;
     std::unique_ptr<SerialPort> m_port;
     clsListeners m_listeners;
     clsRVQ m_device;
@@ -106,5 +115,7 @@ private:
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;
+    std::int64_t m_unrecorded = 0; ///< values of this tick that are passed over, unless one is the newest
+    AccountFigures m_atStart;      ///< the account when the file of the recording began
     std::error_code m_toldFailure; ///< the recorder's failure that was reported last
 };

@@ -3,6 +3,7 @@
 #include "base/Numbers.h"
 #include "store/modIni.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace modGlobals {
@@ -11,6 +12,7 @@ namespace {
 
 constexpr char kGeneral[] = "GENERAL";
 constexpr char kChart[] = "CHART";
+constexpr char kRecorder[] = "RECORDER";
 constexpr char kPorts[] = "PORTS";
 constexpr std::size_t kLongestPath = 4096;
 constexpr std::size_t kLongestNumber = 63; // characters
@@ -45,6 +47,9 @@ constexpr KeptKey kKeptKeys[] = {
     {kChart, "AutoScale", [](const Settings& s) { return std::string(s.AutoScale ? "1" : "0"); }, false},
     {kChart, "yMax", [](const Settings& s) { return NumberText(s.yMax); }, true},
     {kChart, "yMin", [](const Settings& s) { return NumberText(s.yMin); }, true},
+    {kRecorder, "EveryValue", [](const Settings& s) { return std::string(s.EveryValue ? "1" : "0"); }, false},
+    {kRecorder, "NewFile", [](const Settings& s) { return std::to_string(s.NewFile); }, false},
+    {kRecorder, "FileSize", [](const Settings& s) { return std::to_string(s.FileSize); }, false},
 };
 
 bool saysTheSame(const KeptKey& key, std::string_view inFile, const std::string& value)
@@ -101,6 +106,9 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
     settings.AutoScale = whole(*content, kChart, "AutoScale", 1) != 0;
     settings.yMax = real(*content, kChart, "yMax", settings.yMax, decimalSeparator);
     settings.yMin = real(*content, kChart, "yMin", settings.yMin, decimalSeparator);
+    settings.EveryValue = whole(*content, kRecorder, "EveryValue", 1) != 0;
+    settings.NewFile = std::clamp(whole(*content, kRecorder, "NewFile", settings.NewFile), 0, kLastNewFile);
+    settings.FileSize = std::clamp(whole(*content, kRecorder, "FileSize", settings.FileSize), 1, kLargestFileSize);
     settings.Keys = knownOf(*content, settings);
     return settings;
 }

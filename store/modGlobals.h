@@ -18,6 +18,10 @@ namespace modGlobals {
 /// Values kept in the two history queues from which the chart's automatic range is computed.
 inline constexpr std::int32_t kHistoryLength = 25;
 
+/// The largest `NewFile` and `FileSize`.
+inline constexpr std::int32_t kLastNewFile = 3;
+inline constexpr std::int32_t kLargestFileSize = 9999;
+
 struct Settings {
     std::string IniFile = {};           ///< full path; empty: nothing is kept
     std::int32_t Baudrate = kUsualRate; ///< bit/s
@@ -28,6 +32,9 @@ struct Settings {
     double yMax = 5000.0;
     double yMin = 0.0;
     bool ShowZeroValues = false; ///< values of 0 are charted; not kept in the file
+    bool EveryValue = true;      ///< is recorded; false: one a tick
+    std::int32_t NewFile = 0;    ///< when a recording goes on in another file: an index of `RecordParts`
+    std::int32_t FileSize = 100; ///< MiB, when it does so by size
 
     /// A key's text in the file and the value that came of it, when it was last read or written.
     struct Known {
@@ -43,9 +50,9 @@ struct Settings {
 /// read is not written in this run, even if it can be read later: the defaults in use are nobody's settings.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
-/// Writes what has changed in the sections "GENERAL" and "CHART" since the settings were read or written, in one step.
-/// A key that another program has changed meanwhile keeps that value, unless it was changed here too. Returns the
-/// reason when the file could not be written; none without `IniFile`, when nothing is to be kept.
+/// Writes what has changed in the sections "GENERAL", "CHART" and "RECORDER" since the settings were read or written,
+/// in one step. A key that another program has changed meanwhile keeps that value, unless it was changed here too.
+/// Returns the reason when the file could not be written; none without `IniFile`, when nothing is to be kept.
 std::error_code SaveGlobalSettings(Settings& settings);
 
 /// The section "PORTS" of a file. Lists of ports ask for each of them, and a closed port asks twenty times a second:

@@ -9,6 +9,7 @@
 #include "store/modGlobals.h"
 #include "store/modRecordLine.h"
 #include "tests/support/KilledChild.h"
+#include "tests/support/Settle.h"
 #include "tests/support/TemporaryFolder.h"
 #include "ui/chart/XYChart.h"
 #include "ui/recorder/Export.h"
@@ -131,18 +132,20 @@ TEST_F(CrashSafety, Recordings)
     const Measurement value{.value = 1234.0, .value_mm = 1234, .unit = 1, .outputFormat = 1, .time = 46341.5};
     const std::string temperature = "23 C,  OK";
     const std::string line = modRecordLine::RecordLine(value, temperature);
+    constexpr std::size_t kValuesOfTick = 3;
     const fs::path file = folder.path / "SAVE0001.rec";
     clsRecorder recorder(folder.path);
     const auto record = [&](int i) {
         if (i == 1) {
             recorder.StartRecording();
         }
-        recorder.Record(value, temperature);
+        recorder.Record(std::vector(kValuesOfTick, value), temperature);
+        Settled(recorder); // as before the next tick
     };
     Repeat(200, record, [&](int done) {
         // The system may have taken the current line up to the end of a page.
         const std::string bytes = TemporaryFolder::Read(file);
-        ASSERT_GE(bytes.size(), line.size() * static_cast<std::size_t>(done));
+        ASSERT_GE(bytes.size(), line.size() * kValuesOfTick * static_cast<std::size_t>(done));
         std::string lines;
         while (lines.size() < bytes.size()) {
             lines += line;
@@ -150,7 +153,7 @@ TEST_F(CrashSafety, Recordings)
         ASSERT_TRUE(lines.starts_with(bytes));
         fs::remove(file);
     });
-    Print("recordings, `*.rec`", "nothing; the file ends behind a line or within the one in hand");
+    Print("recordings, `*.rec`", "nothing; the file ends behind a line or within the last tick's");
 }
 
 /// A program without a display. Call it in the child only, which never destroys static objects.

@@ -4,6 +4,7 @@
 #include "store/modCsvExport.h"
 #include "store/modRecordLine.h"
 #include "store/modSidecar.h"
+#include "tests/support/Settle.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <atomic>
@@ -26,6 +27,7 @@ constexpr auto kGoOn = [](double) { return true; };
 
 constexpr Measurement kValue{.value = 1.234, .value_mm = 1234, .unit = 1, .outputFormat = 1, .time = 46341.5};
 constexpr char kTemperature[] = "23 C,  OK";
+constexpr std::chrono::seconds kPatience{10};
 
 TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
 {
@@ -38,10 +40,12 @@ TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
     EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0002.rec");
     recorder.Record(kValue, kTemperature);
     recorder.Stop();
+    recorder.FinishWriting(kPatience);
     EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), "15.11.2026 12:00:00,000; 1234 mm; 23 \xB0\x43\r\n");
     recorder.StartRecording();
     EXPECT_EQ(recorder.FileName, folder.path / "REC/SAVE0004.rec");
     recorder.Stop();
+    recorder.FinishWriting(kPatience);
     EXPECT_FALSE(std::filesystem::exists(recorder.FileName));
     for (int i = 1; i <= 32767; ++i) {
         const std::string digits = std::to_string(i);
@@ -58,6 +62,7 @@ TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
     clsRecorder recorder(folder.path);
     recorder.StartRecording();
     recorder.Record(kValue, kTemperature);
+    ASSERT_TRUE(Settled(recorder));
     const std::string line = TemporaryFolder::Read(recorder.FileName);
     ASSERT_FALSE(line.empty()) << "a line is in the file at once";
     rlimit before{};
@@ -65,13 +70,16 @@ TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit room{line.size() * 5 / 2, before.rlim_max}; // room for two and a half lines
     setrlimit(RLIMIT_FSIZE, &room);
-    recorder.Record(kValue, kTemperature);
-    EXPECT_EQ(recorder.Mode, RecorderRecording);
-    recorder.Record(kValue, kTemperature);
+    recorder.Record(std::vector(3, kValue), kTemperature);
+    EXPECT_TRUE(Settled(recorder));
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(recorder.Mode, RecorderIdle);
     EXPECT_EQ(recorder.Failure(), std::errc::file_too_large);
+    EXPECT_TRUE(recorder.FinishWriting(kPatience));
     EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), line + line) << "no half line stays";
+    EXPECT_EQ(recorder.Lines(), 2);
+    const RecordCounts counts = recorder.TakeCounts();
+    EXPECT_EQ(std::pair(counts.recorded, counts.unwritten), std::pair(std::int64_t{2}, std::int64_t{2}));
 }
 
 TEST(Recorder, LeavesNoGapWhenSomebodyEmptiesTheFile)
@@ -81,8 +89,10 @@ TEST(Recorder, LeavesNoGapWhenSomebodyEmptiesTheFile)
     recorder.StartRecording();
     recorder.Record(kValue, kTemperature);
     recorder.Record(kValue, kTemperature);
+    ASSERT_TRUE(Settled(recorder));
     std::filesystem::resize_file(recorder.FileName, 0);
     recorder.Record(kValue, kTemperature);
+    ASSERT_TRUE(Settled(recorder));
     EXPECT_EQ(TemporaryFolder::Read(recorder.FileName), modRecordLine::RecordLine(kValue, kTemperature));
 }
 
@@ -100,7 +110,7 @@ TEST(Recorder, ClosesInTheBackgroundAndReportsALaterFailure)
 {
     const TemporaryFolder folder;
     diskIsBusy = true;
-    clsRecorder recorder(folder.path, failLate);
+    clsRecorder recorder(folder.path, {.flush = failLate});
     recorder.StartRecording();
     recorder.Record(kValue, kTemperature);
     recorder.Stop();
@@ -123,7 +133,7 @@ TEST(Recorder, KnowsTheFilesThatItHasOpenByAnyName)
 {
     const TemporaryFolder folder;
     diskIsBusy = true;
-    clsRecorder recorder(folder.path / "REC", failLate);
+    clsRecorder recorder(folder.path / "REC", {.flush = failLate});
     recorder.StartRecording();
     recorder.Record(kValue, kTemperature);
     const auto hard = folder.path / "hard.png", soft = folder.path / "soft.csv";
@@ -146,35 +156,35 @@ TEST(RecordFile, ReachesTheDiskWithinFiveSeconds)
 {
     const TemporaryFolder folder;
     flushes = 0;
-    clsRecordFile file(folder.path, [](int) {
+    const RecordDisk disk{.flush = [](int) {
         ++flushes;
         return flushes == 3 ? std::make_error_code(std::errc::io_error) : std::error_code();
-    });
-    double now = 100.5;
+    }};
+    clsRecordFile file({folder.path, {}}, disk);
+    clsRecordFile::Clock::time_point now;
     std::error_code failure;
     // Whether this many flushes have happened after this many seconds; they run in the background.
-    const auto flushesAfter = [&](double seconds, int expected) {
-        const int ticks = static_cast<int>(20 * seconds);
+    const auto flushesAfter = [&](int seconds, int expected) {
+        const int ticks = 20 * seconds;
         for (int i = 0; i < ticks + 20 || (i < 10000 && flushes < expected); ++i) {
-            now += i < ticks ? 50.0 / kMsPerDay : 0.0;
+            now += std::chrono::milliseconds(i < ticks ? 50 : 0);
             failure = failure ? failure : file.FlushIfDue(now);
             usleep(1000);
         }
         return flushes == expected;
     };
-    EXPECT_TRUE(flushesAfter(10.0, 0)) << "nothing to flush";
-    file.WriteLine("line\r\n", now);
-    EXPECT_TRUE(flushesAfter(3.0, 0));
-    EXPECT_TRUE(flushesAfter(2.0, 1));
-    file.WriteLine("line\r\n", now);
-    EXPECT_TRUE(flushesAfter(1.0, 1));
-    now -= 1.5 / kSecondsPerDay; // the clock is set back by less than the line has waited
-    EXPECT_TRUE(flushesAfter(0.2, 2));
+    EXPECT_TRUE(flushesAfter(10, 0)) << "nothing to flush";
+    file.Write("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(3, 0));
+    EXPECT_TRUE(flushesAfter(2, 1));
+    file.Write("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(1, 1));
+    EXPECT_TRUE(flushesAfter(4, 2));
     EXPECT_FALSE(failure);
-    file.WriteLine("line\r\n", now);
-    EXPECT_TRUE(flushesAfter(5.0, 3));
+    file.Write("line\r\n", now);
+    EXPECT_TRUE(flushesAfter(5, 3));
     for (int i = 0; i < 500 && !failure; ++i) {
-        flushesAfter(0.0, 3);
+        flushesAfter(0, 3);
     }
     EXPECT_EQ(failure, std::errc::io_error);
     EXPECT_FALSE(file.Close());
@@ -193,8 +203,9 @@ int fillSmallDisk(const std::filesystem::path& folder)
     }
     clsRecorder recorder(folder);
     recorder.StartRecording();
-    for (int i = 0; i < 1000 && recorder.Mode == RecorderRecording; ++i) {
-        recorder.Record(kValue, kTemperature);
+    recorder.Record(std::vector(1000, kValue), kTemperature);
+    if (!Settled(recorder) || !recorder.FinishWriting(kPatience)) {
+        return 1;
     }
     const std::size_t size = TemporaryFolder::Read(recorder.FileName).size();
     const std::size_t line = modRecordLine::RecordLine(kValue, kTemperature).size();
