@@ -2,9 +2,16 @@
 
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
+#include "ui/recorder/ProgressPanel.h"
 #include "ui/widgets/Localise.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QFontMetricsF>
+#include <QPainter>
+
+#include <algorithm>
+#include <utility>
 
 FilePanel::~FilePanel()
 {
@@ -37,8 +44,62 @@ void FilePanel::ShowWarning(const QString& warning)
 
 void FilePanel::RecordingStarted(const std::filesystem::path& file)
 {
-    const QString path = QFile::decodeName(file.c_str());
-    showFile(QStringLiteral("REC: %1 ").arg(path), path);
+    m_recordedFile = QFile::decodeName(file.c_str());
+    showFile(QStringLiteral("REC: %1 ").arg(m_recordedFile), m_recordedFile);
+}
+
+void FilePanel::Ticked()
+{
+    constexpr std::int32_t kTicks = 500 / clsMeasurementLoop::kInterval_ms;
+    const bool runs = m_session->Recorder().Mode == RecorderRecording;
+    if (++m_ticks % kTicks == 0 || runs == m_figures.isEmpty()) {
+        followRecording();
+    }
+}
+
+/// The text says from the start which file is recorded; its figures join it, and go with the end.
+void FilePanel::followRecording()
+{
+    const clsRecorder& recorder = m_session->Recorder();
+    if (recorder.Mode == RecorderRecording) {
+        const RecordFigures figures = recorder.Figures();
+        m_figures = {DurationText(figures.duration_s), SizeText(static_cast<double>(figures.bytes)),
+                     QFileInfo(m_recordedFile).fileName()};
+        update();
+        return;
+    }
+    const bool wasRunning = !std::exchange(m_figures, {}).isEmpty();
+    const QString file = QFile::decodeName(recorder.FileName.c_str());
+    if (recorder.LastMode() == RecorderRecording && (wasRunning || file != m_recordedFile)) {
+        m_recordedFile = file; // it may have been renamed
+        const bool hasFile = recorder.Lines() > 0;
+        showFile(hasFile ? file : m_warning, hasFile ? file : m_warning);
+    }
+}
+
+/// Every figure keeps its place, however the digits change.
+void FilePanel::drawContent(QPainter& painter)
+{
+    if (m_figures.isEmpty()) {
+        LineLabel::drawContent(painter);
+        return;
+    }
+    const QFontMetricsF metrics(font());
+    const double size = metrics.ascent() * 0.8;
+    const double gap = metrics.horizontalAdvance(QStringLiteral("  "));
+    painter.save();
+    DrawRecordMark(painter, {0.0, (height() - size) / 2.0, size, size});
+    painter.restore();
+    double left = size + gap;
+    for (qsizetype i = 0; i < m_figures.size(); ++i) {
+        const bool isName = i + 1 == m_figures.size();
+        const QRectF room(left, 0.0, width() - left, height());
+        const QString shown = isName ? metrics.elidedText(m_figures[i], Qt::ElideMiddle, room.width()) : m_figures[i];
+        painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, shown);
+        left += std::max(metrics.horizontalAdvance(m_figures[i]),
+                         metrics.horizontalAdvance(i == 0 ? QStringLiteral("00:00:00") : QStringLiteral("888.8 MB"))) +
+                gap;
+    }
 }
 
 void FilePanel::PlaybackBegins()

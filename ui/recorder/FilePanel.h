@@ -1,8 +1,11 @@
-// The status bar's panel for files: the present recording or the last one played, or a warning while there is neither.
+// The status bar's panel for files: the present recording at a glance, the file that was recorded or played last, or a
+// warning while there is none.
 #pragma once
 
 #include "session/SessionListener.h"
 #include "ui/widgets/LineLabel.h"
+
+#include <QStringList>
 
 #include <cstdint>
 #include <functional>
@@ -29,17 +32,26 @@ public:
     /// How many points the chart shows of a recording that does not fit; less than 0 when it shows all of it.
     std::function<std::int64_t()> CountIncomplete;
 
+    void Ticked() override;
     void RecordingStarted(const std::filesystem::path& file) override;
     void PlaybackBegins() override;
     void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
 
+protected:
+    void drawContent(QPainter& painter) override;
+
 private:
+    void followRecording();
     void explainPlayed();
     void showFile(const QString& file, const QString& toolTip);
 
     clsSession* m_session = nullptr;
     const modGlobals::Settings* m_settings = nullptr;
     QString m_warning;
+    std::int32_t m_ticks = 0;
+    /// The running recording: duration, size and name. They are drawn in place of the text, which stays.
+    QStringList m_figures;
+    QString m_recordedFile;         ///< that is or was recorded last
     QString m_playedFile;           ///< shown after the last playback
     std::int64_t m_playedLines = 0; ///< of this file
 };

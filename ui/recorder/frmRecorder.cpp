@@ -3,6 +3,8 @@
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "ui/recorder/LoadProgress.h"
+#include "ui/recorder/PlanPanel.h"
+#include "ui/recorder/ProgressPanel.h"
 #include "ui/widgets/FileErrors.h"
 #include "ui/widgets/FileFilter.h"
 #include "ui/widgets/Guarded.h"
@@ -50,18 +52,21 @@ QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
     for (const auto& [mode, group] :
          {std::pair(QIcon::Normal, QPalette::Active), std::pair(QIcon::Disabled, QPalette::Disabled)}) {
         const QColor ink = button.palette().color(group, QPalette::ButtonText);
-        const bool red = symbol == Symbol::Record && mode == QIcon::Normal;
         QPixmap picture(QSize(size, size) * button.devicePixelRatioF());
         picture.setDevicePixelRatio(button.devicePixelRatioF());
         picture.fill(Qt::transparent);
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
-        painter.setBrush(red ? QColor(217, 48, 37) : ink);
+        painter.setBrush(ink);
         const QRectF area(size * 0.1, size * 0.1, size * 0.8, size * 0.8);
         switch (symbol) {
         case Symbol::Record:
-            painter.drawEllipse(area);
+            if (mode == QIcon::Normal) {
+                DrawRecordMark(painter, area);
+            } else {
+                painter.drawEllipse(area);
+            }
             break;
         case Symbol::Play:
             painter.drawPolygon(QPolygonF({area.topLeft(), {area.right(), area.center().y()}, area.bottomLeft()}));
@@ -78,9 +83,10 @@ QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
 
 } // namespace
 
-frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsSession& session)
+frmRecorder::frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSession& session)
     : QDialog(&owner), m_settings(settings), m_session(session), m_recorder(session.Recorder()),
-      lblState(new QLabel(this)), lblFile(new LineLabel(this, Qt::ElideMiddle))
+      lblMark(new QLabel(this)), lblState(new QLabel(this)), lblFile(new LineLabel(this, Qt::ElideMiddle)),
+      pnlProgress(new ProgressPanel(this)), pnlPlan(new PlanPanel(this, settings))
 {
     setObjectName(QStringLiteral("frmRecorder"));
     SetTextIds(this, TextId::TitleRecorder);
@@ -94,12 +100,21 @@ frmRecorder::frmRecorder(QWidget& owner, const modGlobals::Settings& settings, c
     bold.setBold(true);
     lblState->setFont(bold);
     lblFile->setObjectName(QStringLiteral("lblFile"));
+    lblMark->setObjectName(QStringLiteral("lblMark"));
+    lblMark->setFixedSize(fontMetrics().height(), fontMetrics().height());
+    auto* state = new QHBoxLayout;
+    state->addWidget(lblMark, 0, Qt::AlignTop);
+    state->addWidget(lblState, 1);
     auto* column = new QVBoxLayout(this);
-    column->addWidget(lblState);
+    column->addLayout(state);
     column->addWidget(lblFile);
+    column->addWidget(pnlProgress);
     column->addStretch(1);
+    column->addWidget(pnlPlan);
     column->addLayout(buildButtons());
     setMinimumWidth(static_cast<int>(kWidth * fontMetrics().height()));
+    pnlPlan->Refused = [this](const QString& why) { say(why); };
+    pnlPlan->Rename = [this](const QString& name) { rename(name); };
     m_recorder.IsOpen = true;
     new WindowPlace(*this, m_settings.IniFile);
     localise();
@@ -150,6 +165,8 @@ void frmRecorder::drawSymbols() const
 void frmRecorder::localise()
 {
     LocaliseForm(*this, m_settings.Language);
+    pnlProgress->Localise(m_settings.Language);
+    pnlPlan->Localise();
     ShowState();
 }
 
@@ -163,9 +180,32 @@ void frmRecorder::changeEvent(QEvent* event)
     QDialog::changeEvent(event);
 }
 
+/// Figures that change twenty times a second cannot be read.
+void frmRecorder::Ticked()
+{
+    constexpr std::int32_t kTicks = 500 / clsMeasurementLoop::kInterval_ms;
+    showRule();
+    if (m_recorder.Mode != m_shownMode || ++m_ticks % kTicks == 0) {
+        ShowState();
+    }
+}
+
+void frmRecorder::say(const QString& word)
+{
+    pnlProgress->Say(word);
+    pnlProgress->Show(m_recorder, m_settings.Language);
+}
+
 void frmRecorder::ShowState()
 {
+    m_shownMode = m_recorder.Mode;
     showRule();
+    pnlProgress->Show(m_recorder, m_settings.Language);
+    const bool runs = m_recorder.Mode == RecorderRecording;
+    if (runs == lblMark->pixmap(Qt::ReturnByValue).isNull()) {
+        const int size = lblMark->width();
+        lblMark->setPixmap(runs ? symbolOf(Symbol::Record, *cmdRec, size).pixmap(size, size) : QPixmap());
+    }
     const QString state = stateText();
     setChanged(lblState, state, state); // the system's own words can be long
     const QString file = hasFile() ? pathOf(m_recorder.FileName) : QString();
@@ -185,6 +225,7 @@ void frmRecorder::showRule()
     cmdRec->setEnabled(idle);
     cmdPlay->setEnabled(idle && !m_session.IsBusy());
     cmdStop->setEnabled(m_recorder.Mode == RecorderRecording);
+    pnlPlan->ShowRule(idle, m_recorder.CanRename());
 }
 
 QString frmRecorder::stateText() const
@@ -246,7 +287,7 @@ void frmRecorder::cmdRec_Click()
     ShowMessage({});
     m_startFailure.clear();
     try {
-        m_session.StartRecording();
+        m_session.StartRecording(QFile::encodeName(pnlPlan->Name()).toStdString());
     } catch (const std::overflow_error&) {
         m_startFailure = std::make_error_code(std::errc::value_too_large); // all names are taken
     } catch (const std::system_error& failure) {
@@ -266,6 +307,17 @@ void frmRecorder::cmdStop_Click()
     m_recorder.Stop();
     ShowState();
     cmdRec->setFocus();
+}
+
+void frmRecorder::rename(const QString& name)
+{
+    const std::error_code error = m_recorder.Rename(QFile::encodeName(name).toStdString());
+    if (error) {
+        say(text(TextId::RecorderNotRenamed).arg(FileErrorText(error, m_settings.Language)));
+    } else {
+        pnlPlan->ClearName();
+    }
+    ShowState();
 }
 
 void frmRecorder::cmdPlay_Click()
@@ -310,9 +362,18 @@ QString frmRecorder::askForFile()
                                         FileFilter(text(TextId::FileTypesRecording), QStringLiteral("*.rec")));
 }
 
+/// While something runs, the operator cannot close the window; it says why.
+bool frmRecorder::mayClose()
+{
+    if (m_recorder.Mode == RecorderRecording) {
+        say(text(TextId::RecorderStays));
+    }
+    return m_recorder.Mode == RecorderIdle && !m_choosing;
+}
+
 void frmRecorder::reject()
 {
-    if (m_recorder.Mode == RecorderIdle && !m_choosing) {
+    if (mayClose()) {
         QDialog::reject();
     }
 }
@@ -321,7 +382,7 @@ void frmRecorder::closeEvent(QCloseEvent* event)
 {
     if (event->spontaneous()) {
         // Deliberate: a window closed by its frame leaves `IsOpen` set; while something runs it does not close.
-        event->setAccepted(m_recorder.Mode == RecorderIdle && !m_choosing);
+        event->setAccepted(mayClose());
         return;
     }
     if (m_choosing) {

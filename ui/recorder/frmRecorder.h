@@ -8,10 +8,13 @@
 
 #include <QDialog>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <system_error>
 
+class PlanPanel;
+class ProgressPanel;
 class QLabel;
 class QLayout;
 class QPushButton;
@@ -26,18 +29,18 @@ class frmRecorder : public QDialog, public SessionListener {
     Q_OBJECT
 
 public:
-    /// `session` and `settings` must outlive the window.
-    frmRecorder(QWidget& owner, const modGlobals::Settings& settings, clsSession& session);
+    /// `session` and `settings` must outlive the window, which keeps the operator's choices in the settings.
+    frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSession& session);
     ~frmRecorder() override;
 
-    /// Shows what the recorder does now. Call it in every tick too.
+    /// Shows what the recorder does now.
     void ShowState();
     /// Called with a message for the status bar that stays long enough to be read; an empty one clears it.
     std::function<void(const QString&)> ShowMessage;
     /// Asks for a recording; returns an empty text when the user cancels.
     std::function<QString()> ChooseFile;
 
-    void Ticked() override { ShowState(); }
+    void Ticked() override;
     void PlaybackBegins() override { ShowState(); }
 
     /// Escape; does nothing while something runs.
@@ -58,6 +61,9 @@ private:
     QString recordedText() const;
     QString loadedText() const;
     bool hasFile() const;
+    bool mayClose();
+    void say(const QString& word);
+    void rename(const QString& name);
     QString askForFile();
     void cmdRec_Click();
     void cmdPlay_Click();
@@ -65,15 +71,19 @@ private:
     void play(const QString& file);
     QString text(TextId id) const;
 
-    const modGlobals::Settings& m_settings;
+    modGlobals::Settings& m_settings;
     clsSession& m_session;
     clsRecorder& m_recorder;
     std::error_code m_startFailure; ///< why the last recording could not begin
     std::optional<modPlayback::Loaded> m_loaded;
     bool m_choosing = false; ///< a file is being chosen or loaded
+    std::int32_t m_shownMode = 0, m_ticks = 0;
 
+    QLabel* lblMark;
     QLabel* lblState;
     QLabel* lblFile;
+    ProgressPanel* pnlProgress;
+    PlanPanel* pnlPlan;
     QPushButton* cmdRec;
     QPushButton* cmdPlay;
     QPushButton* cmdStop;

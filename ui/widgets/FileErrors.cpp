@@ -6,8 +6,8 @@
 
 namespace {
 
-/// By errno. The system has no errors for "all names are taken" and "no plain text": EOVERFLOW and EILSEQ stand for
-/// them.
+/// By errno. The system has no errors for "all names are taken", "no plain text" and "lines wait for the disk until there
+/// is no more room": EOVERFLOW, EILSEQ and ENOBUFS stand for them.
 constexpr struct {
     int number;
     TextId text;
@@ -27,6 +27,7 @@ constexpr struct {
     {EOVERFLOW, TextId::FileErrorNamesTaken},
     {EILSEQ, TextId::FileErrorNoPlainText},
     {EFBIG, TextId::FileErrorTooLarge},
+    {ENOBUFS, TextId::FileErrorTooSlow},
     {EDQUOT, TextId::FileErrorQuota},
     {ENAMETOOLONG, TextId::FileErrorNameTooLong},
     {ELOOP, TextId::FileErrorTooManyLinks},

@@ -98,6 +98,11 @@ void LineLabel::paintEvent(QPaintEvent*)
     if (m_stale) {
         painter.setPen(palette().color(QPalette::Disabled, foregroundRole()));
     }
+    drawContent(painter);
+}
+
+void LineLabel::drawContent(QPainter& painter)
+{
     if (m_mode == Qt::ElideNone && isFigure(text())) {
         drawFigure(painter);
     } else if (!text().isEmpty()) {

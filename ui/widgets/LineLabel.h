@@ -32,6 +32,8 @@ public:
 protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    /// Draws the text on its ground; the pen has its colour.
+    virtual void drawContent(QPainter& painter);
 
 private:
     struct Character {

@@ -1,0 +1,47 @@
+// A running recording at a glance: its mark, duration, size and rate, the room on the disk, and what is wrong. Every
+// figure keeps its place.
+#pragma once
+
+#include "session/clsRecorder.h"
+
+#include <QString>
+#include <QWidget>
+
+#include <cstdint>
+
+class LineLabel;
+class QLabel;
+class QPainter;
+
+/// "00:12:31"; the hours grow beyond two digits.
+QString DurationText(double seconds);
+/// "4.2 MB" with the user's decimal separator.
+QString SizeText(double bytes);
+/// The red mark of a running recording.
+void DrawRecordMark(QPainter& painter, const QRectF& area);
+
+class ProgressPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ProgressPanel(QWidget* parent);
+
+    /// Shows the figures of a recording that runs, or of the last one; none before the first.
+    void Show(const clsRecorder& recorder, std::int32_t language);
+    /// Shows a word for a few seconds.
+    void Say(const QString& word);
+    /// Sets the texts in this language.
+    void Localise(std::int32_t language);
+
+private:
+    QString warnings(const clsRecorder& recorder, const RecordFigures& figures, std::int32_t language) const;
+
+    QString m_word;
+    std::int32_t m_wordsLeft = 0; ///< times that it is still shown
+    LineLabel* lblDuration;
+    LineLabel* lblSize;
+    LineLabel* lblRate;
+    LineLabel* lblFree;
+    QLabel* lblSign;
+    QLabel* lblNotice;
+};
