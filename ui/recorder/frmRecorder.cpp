@@ -28,7 +28,7 @@
 namespace {
 
 constexpr char kPlayError[] = "Error in LoadData";
-constexpr double kWidth = 26.0; // of the window, in line heights
+constexpr double kWidth = 27.0; // of the window, in line heights
 
 void setChanged(QLabel* label, const QString& text, const QString& toolTip)
 {
