@@ -174,8 +174,9 @@ public:
     /// Ends the day's file, compares it with what was given, and deletes it.
     void End()
     {
-        const std::int64_t lines = m_recorder.Lines();
         m_recorder.Stop();
+        m_recorder.FinishWriting(std::chrono::minutes(1));
+        const std::int64_t lines = m_recorder.Lines();
         std::int64_t found = 0;
         std::uint64_t sum = 0;
         if (lines > 0) {

@@ -41,6 +41,22 @@ TEST(GlobalSettings, ComeBackAndLeaveWhatOthersWrote)
     EXPECT_EQ(load().Comport, 7);
 }
 
+TEST(GlobalSettings, KeepTheRecordersChoicesWithinTheirLimits)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.path / "RVQ.ini";
+    const auto choices = [&] {
+        const modGlobals::Settings s = modGlobals::LoadGlobalSettings(file, '.');
+        return std::tuple(s.EveryValue, s.NewFile, s.FileSize);
+    };
+    EXPECT_EQ(choices(), std::tuple(true, 0, 100));
+    modGlobals::Settings settings{.IniFile = file, .EveryValue = false, .NewFile = 2, .FileSize = 7};
+    EXPECT_FALSE(SaveGlobalSettings(settings));
+    EXPECT_EQ(choices(), std::tuple(false, 2, 7));
+    folder.Write("RVQ.ini", "[RECORDER]\nNewFile=9\nFileSize=-3\n");
+    EXPECT_EQ(choices(), std::tuple(true, 3, 1));
+}
+
 TEST(GlobalSettings, TwoProgramsWriteOnlyWhatTheyHaveChanged)
 {
     const TemporaryFolder folder;

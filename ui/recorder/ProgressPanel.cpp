@@ -10,6 +10,7 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -17,8 +18,8 @@ namespace {
 
 /// A sensor that measures now and then is not told of every pause.
 constexpr double kSilence_s = 5.0;
-/// Lines that wait are worth a word when they are more than the thread takes in one go.
-constexpr std::int64_t kManyWait = 5000;
+/// A disk that is so far behind is worth a word.
+constexpr double kBehind_s = 5.0;
 constexpr std::int32_t kWordStays = 16; // times half a second
 
 } // namespace
@@ -122,7 +123,7 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
 QString ProgressPanel::warnings(const clsRecorder& recorder, const RecordFigures& figures, std::int32_t language) const
 {
     QStringList warnings;
-    if (figures.waiting > kManyWait) {
+    if (figures.rate && static_cast<double>(figures.waiting) > kBehind_s * std::max(*figures.rate, 1.0)) {
         warnings += Text(TextId::RecorderDiskSlow, language).arg(figures.waiting);
     }
     if (figures.isShort) {

@@ -28,7 +28,7 @@
 namespace {
 
 constexpr char kPlayError[] = "Error in LoadData";
-constexpr double kWidth = 27.0; // of the window, in line heights
+constexpr double kWidth = 26.0; // of the window at least, in line heights
 
 void setChanged(QLabel* label, const QString& text, const QString& toolTip)
 {
@@ -106,13 +106,13 @@ frmRecorder::frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSess
     state->addWidget(lblMark, 0, Qt::AlignTop);
     state->addWidget(lblState, 1);
     auto* column = new QVBoxLayout(this);
+    column->addStrut(static_cast<int>(kWidth * fontMetrics().height()));
     column->addLayout(state);
     column->addWidget(lblFile);
     column->addWidget(pnlProgress);
     column->addStretch(1);
     column->addWidget(pnlPlan);
     column->addLayout(buildButtons());
-    setMinimumWidth(static_cast<int>(kWidth * fontMetrics().height()));
     pnlPlan->Refused = [this](const QString& why) { say(why); };
     pnlPlan->Rename = [this](const QString& name) { rename(name); };
     m_recorder.IsOpen = true;
