@@ -27,6 +27,16 @@ std::int64_t AccountFigures::*figureOf(MeasurementKind kind)
     return &AccountFigures::valid;
 }
 
+/// Samples that the chart has, too.
+void addSamples(AccountFigures& figures, std::span<const Measurement> samples, std::int64_t sign)
+{
+    for (const Measurement& sample : samples) {
+        for (const auto figure : {&AccountFigures::received, &AccountFigures::shown, figureOf(KindOf(sample))}) {
+            figures.*figure += sign;
+        }
+    }
+}
+
 } // namespace
 
 void clsAccount::Begin()
@@ -106,12 +116,29 @@ void clsAccount::Advance(double now)
     }
 }
 
-void clsAccount::BeginRecording()
+void clsAccount::BeginRecording(std::span<const Measurement> first)
 {
-    m_recording = {m_now, {}};
-    m_recordedFrom = m_now;
+    m_recordedFrom = first.empty() ? m_now : first.front().time;
+    m_recording = {m_recordedFrom, {}};
     m_recordingHasDistance = false;
     m_recordingGaps.Clear();
+    addSamples(m_recording.figures, first, 1);
+    for (const Gap& gap : first.empty() ? std::span<const Gap>() : Ended()) {
+        if (gap.to > m_recordedFrom) {
+            m_recordingGaps.Add(cutToRecording(gap));
+            double& longest_ms = m_recording.figures.longestGap_ms;
+            longest_ms = std::max(longest_ms, Length_ms(m_recordingGaps.Gaps().back()));
+        }
+    }
+    m_recordingHasDistance = std::ranges::any_of(
+        first, [](const Measurement& sample) { return KindOf(sample) == MeasurementKind::Distance; });
+}
+
+AccountFigures clsAccount::Recording(std::span<const Measurement> behind) const
+{
+    AccountFigures figures = m_recording.figures;
+    addSamples(figures, behind, -1);
+    return figures;
 }
 
 void clsAccount::Recorded(std::int64_t recorded, std::int64_t passedOver, std::int64_t unwritten)
@@ -181,11 +208,18 @@ std::vector<Gap> clsAccount::GapsSince(double time) const
     return gaps;
 }
 
-std::vector<Gap> clsAccount::RecordingGaps() const
+std::vector<Gap> clsAccount::RecordingGaps(std::span<const Measurement> behind) const
 {
     std::vector<Gap> gaps(m_recordingGaps.Gaps().begin(), m_recordingGaps.Gaps().end());
     if (const auto open = m_finder.Open(m_now)) {
         gaps.push_back(cutToRecording(*open));
+    }
+    if (!behind.empty()) {
+        const double end = behind.front().time;
+        std::erase_if(gaps, [end](const Gap& gap) { return gap.from >= end && gap.to >= end; });
+        for (Gap& gap : gaps) {
+            gap.to = std::min(gap.to, end);
+        }
     }
     return gaps;
 }

@@ -40,9 +40,9 @@ public:
     void Advance(double now);
 
     // What the recorder reports.
-    /// A recording begins: `Recording` and `RecordingGaps` count from now on. Between two ticks, so that the samples of
-    /// a tick belong to one recording.
-    void BeginRecording();
+    /// A recording, or its next file, begins: `Recording` and `RecordingGaps` count from now on. Of the samples that
+    /// the last `Received` has told, `first` are the first of it.
+    void BeginRecording(std::span<const Measurement> first = {});
     /// What has become of samples that were received before. Report it while they are told, so that the figures add up
     /// at every moment.
     void Recorded(std::int64_t recorded, std::int64_t passedOver, std::int64_t unwritten);
@@ -56,11 +56,12 @@ public:
     double Lately_s() const;
     /// What came per second lately: `PerSecond(&AccountFigures::received)`; 0 in the first instant.
     double PerSecond(std::int64_t AccountFigures::*figure) const;
-    /// Since `BeginRecording`; its longest gap lies within the recording.
-    const AccountFigures& Recording() const { return m_recording.figures; }
-    /// The gaps since `BeginRecording` and the one that is open now, cut to the recording. `RecordingGapLog` says
-    /// whether short ones were dropped.
-    std::vector<Gap> RecordingGaps() const;
+    /// Since `BeginRecording`; its longest gap lies within the recording. `behind` are the newest samples, which belong
+    /// to the next file and do not count.
+    AccountFigures Recording(std::span<const Measurement> behind = {}) const;
+    /// The gaps since `BeginRecording` and the one that is open now, cut to the recording and in front of `behind`.
+    /// `RecordingGapLog` says whether short ones were dropped.
+    std::vector<Gap> RecordingGaps(std::span<const Measurement> behind = {}) const;
     const clsGapLog& RecordingGapLog() const { return m_recordingGaps; }
     /// The gaps of the session that end after `time`, cut to begin there, and the one that is open now.
     std::vector<Gap> GapsSince(double time) const;

@@ -120,7 +120,11 @@ void clsMeasurementLoop::tellSamples()
         return;
     }
     m_account.Received(samples);
+    auto gap = m_account.Ended().begin();
     for (const Measurement& sample : samples) {
+        for (; gap != m_account.Ended().end() && gap->to <= sample.time; ++gap) {
+            breakCurve(sample.time);
+        }
         draw(sample);
         m_account.Shown();
     }

@@ -159,8 +159,8 @@ void clsRecorder::describe(std::span<const Measurement> behind)
     if (!Describe || m_now == 0.0) {
         return;
     }
-    m_part.start = m_now;
-    RecordingInfo info = Describe({.start = {}, .now = m_now, .behind = behind});
+    m_part.start = behind.empty() ? m_now : behind.front().time;
+    RecordingInfo info = Describe({.start = {}, .now = *m_part.start, .behind = behind});
     m_recording->writer.Describe(std::move(info));
 }
 
@@ -170,7 +170,7 @@ std::optional<RecordingInfo> clsRecorder::finished(std::span<const Measurement> 
     if (!Describe || !m_part.start) {
         return {};
     }
-    RecordingInfo info = Describe({m_part.start, m_now, behind});
+    RecordingInfo info = Describe({m_part.start, behind.empty() ? m_now : behind.front().time, behind});
     info.account.recorded = m_part.counts.recorded;
     info.account.passedOver = m_part.counts.passedOver;
     info.account.unwritten = m_part.counts.unwritten;

@@ -3,26 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-/// What was counted between two moments. When the account began anew, that is what it has counted since.
-AccountFigures difference(AccountFigures now, const AccountFigures& before)
-{
-    if (now.bytes < before.bytes || now.received < before.received) {
-        return now;
-    }
-    for (std::int64_t AccountFigures::*figure :
-         {&AccountFigures::bytes, &AccountFigures::received, &AccountFigures::valid, &AccountFigures::noEcho,
-          &AccountFigures::tempError, &AccountFigures::damaged, &AccountFigures::shown, &AccountFigures::recorded,
-          &AccountFigures::passedOver, &AccountFigures::unwritten, &AccountFigures::lineLost,
-          &AccountFigures::clockJumps}) {
-        now.*figure -= before.*figure;
-    }
-    return now;
-}
-
-} // namespace
-
 clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
                        std::filesystem::path folder, char decimalSeparator, const RecordDisk& disk)
     : m_settings(settings), m_port(std::move(port)), m_device(*m_port),
@@ -117,31 +97,28 @@ void clsSession::StartRecording(std::string_view name)
     m_listeners.RecordingStarted(m_recorder.FileName);
 }
 
-/// What a file of a recording says about itself. Values behind its last line have been counted, and belong to the next.
+/// What a file of a recording says about itself.
 RecordingInfo clsSession::infoOfRecording(const clsRecorder::Period& period)
 {
     RecordingInfo info = Origin ? Origin() : RecordingInfo();
+    info.simulated = m_isSimulated;
     info.sensor = m_device.Identity();
     info.parameters = m_device.Parameters();
     info.everyValue = m_settings.EveryValue;
     info.start = period.start.value_or(period.now);
-    clsAccount behind;
-    behind.Received(period.behind);
-    for (std::size_t i = 0; i < period.behind.size(); ++i) {
-        behind.Shown();
+    if (period.start) {
+        info.end = period.now;
+        info.account = m_loop.Account().Recording(period.behind);
+        info.gaps = m_loop.Account().RecordingGaps(period.behind);
+    } else {
+        m_loop.Account().BeginRecording(period.behind);
     }
-    const AccountFigures figures = difference(m_loop.Account().Figures(), behind.Figures());
-    if (!period.start) {
-        m_atStart = figures;
-        return info;
-    }
-    info.end = period.now;
-    info.account = difference(figures, m_atStart);
     return info;
 }
 
 void clsSession::Sampled(std::span<const Measurement> samples, std::string_view temperature)
 {
+    m_history.Add(samples, m_loop.Account().Ended());
     if (m_recorder.Mode != RecorderRecording) {
         return;
     }
@@ -170,11 +147,6 @@ void clsSession::Ticked()
         m_recorder.PassOver(std::exchange(m_unrecorded, 0));
         tellCounts();
     }
-}
-
-void clsSession::Sampled(std::span<const Measurement> samples, std::string_view /*temperature*/)
-{
-    m_history.Add(samples, m_loop.Account().Ended());
 }
 
 modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,

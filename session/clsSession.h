@@ -5,7 +5,6 @@
 
 #include "base/Operation.h"
 #include "port/SerialPort.h"
-#include "sensor/AccountFigures.h"
 #include "sensor/clsRVQ.h"
 #include "session/clsHistory.h"
 #include "session/clsListeners.h"
@@ -116,6 +115,5 @@ private:
     bool m_isStepping = false;
     bool m_isSimulated = false;
     std::int64_t m_unrecorded = 0; ///< values of this tick that are passed over, unless one is the newest
-    AccountFigures m_atStart;      ///< the account when the file of the recording began
     std::error_code m_toldFailure; ///< the recorder's failure that was reported last
 };
