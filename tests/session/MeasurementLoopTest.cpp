@@ -1,6 +1,6 @@
 // The measurement loop against a scripted port: order, texts, states and commands.
-#include "sensor/modRVQComm.h"
 #include "sensor/Crc16.h"
+#include "sensor/modRVQComm.h"
 #include "session/clsMeasurementLoop.h"
 #include "tests/support/ScriptedSensor.h"
 #include "tests/support/clsRecordingView.h"

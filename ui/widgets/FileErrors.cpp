@@ -6,32 +6,22 @@
 
 namespace {
 
-/// By errno. The system has no errors for "all names are taken", "no plain text" and "lines wait for the disk until there
-/// is no more room": EOVERFLOW, EILSEQ and ENOBUFS stand for them.
+/// By errno. The system has no errors for "all names are taken", "no plain text" and "lines wait for the disk until
+/// there is no more room": EOVERFLOW, EILSEQ and ENOBUFS stand for them.
 constexpr struct {
     int number;
     TextId text;
 } kTexts[] = {
-    {ENOSPC, TextId::FileErrorDiskFull},
-    {EACCES, TextId::FileErrorNoPermission},
-    {EPERM, TextId::FileErrorNoPermission},
-    {ENOENT, TextId::FileErrorMissing},
-    {EROFS, TextId::FileErrorWriteProtected},
-    {ENOTDIR, TextId::FileErrorFileForFolder},
-    {EEXIST, TextId::FileErrorFileForFolder},
-    {EISDIR, TextId::FileErrorNotOrdinary},
-    {ENOTSUP, TextId::FileErrorNotOrdinary},
-    {EIO, TextId::FileErrorDisk},
-    {EBUSY, TextId::FileErrorInUse},
-    {ETXTBSY, TextId::FileErrorInUse},
-    {EOVERFLOW, TextId::FileErrorNamesTaken},
-    {EILSEQ, TextId::FileErrorNoPlainText},
-    {EFBIG, TextId::FileErrorTooLarge},
-    {ENOBUFS, TextId::FileErrorTooSlow},
-    {EDQUOT, TextId::FileErrorQuota},
-    {ENAMETOOLONG, TextId::FileErrorNameTooLong},
-    {ELOOP, TextId::FileErrorTooManyLinks},
-    {EMLINK, TextId::FileErrorTooManyLinks},
+    {ENOSPC, TextId::FileErrorDiskFull},      {EACCES, TextId::FileErrorNoPermission},
+    {EPERM, TextId::FileErrorNoPermission},   {ENOENT, TextId::FileErrorMissing},
+    {EROFS, TextId::FileErrorWriteProtected}, {ENOTDIR, TextId::FileErrorFileForFolder},
+    {EEXIST, TextId::FileErrorFileForFolder}, {EISDIR, TextId::FileErrorNotOrdinary},
+    {ENOTSUP, TextId::FileErrorNotOrdinary},  {EIO, TextId::FileErrorDisk},
+    {EBUSY, TextId::FileErrorInUse},          {ETXTBSY, TextId::FileErrorInUse},
+    {EOVERFLOW, TextId::FileErrorNamesTaken}, {EILSEQ, TextId::FileErrorNoPlainText},
+    {EFBIG, TextId::FileErrorTooLarge},       {ENOBUFS, TextId::FileErrorTooSlow},
+    {EDQUOT, TextId::FileErrorQuota},         {ENAMETOOLONG, TextId::FileErrorNameTooLong},
+    {ELOOP, TextId::FileErrorTooManyLinks},   {EMLINK, TextId::FileErrorTooManyLinks},
 };
 
 } // namespace
