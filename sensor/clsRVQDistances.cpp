@@ -32,7 +32,8 @@ void clsRVQ::evaluateSingleValue()
 }
 
 /// The error is the value, and the bytes are dropped. The complete lines around it are samples; those behind the last
-/// error belong to the next evaluation, so that the last sample is the value.
+/// error belong to the next evaluation, so that the last sample is the value. The beginning of another line stays: its
+/// end alone would be another number.
 void clsRVQ::evaluateTempErr()
 {
     const std::size_t end = m_inBuffer.rfind(kTempErr) + kTempErr.size();
@@ -54,7 +55,7 @@ void clsRVQ::evaluateTempErr()
     }
     acceptDistance(kTempErrValue, kMarkerTempError);
     m_tempStatus = 0;
-    m_inBuffer.clear();
+    m_inBuffer.erase(0, isWhole && !hasBinaryFormat() ? m_inBuffer.rfind(kLineEnd) + kLineEnd.size() : m_inBuffer.npos);
 }
 
 void clsRVQ::evaluateDistance()

@@ -112,7 +112,7 @@ ordered_json accountOf(const AccountFigures& figures)
     for (const auto& [key, count] : kCounts) {
         account[key] = figures.*count;
     }
-    account["longestGap_ms"] = figures.longestGap_ms;
+    account["longestGap_ms"] = std::round(figures.longestGap_ms * 1000.0) / 1000.0; // times have no more
     return account;
 }
 
