@@ -7,7 +7,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <regex>
 #include <unistd.h>
 
 namespace simulator {
@@ -117,8 +116,9 @@ TEST(SimulatedSensor, LogSaysWhatWasSentAndWhetherAnybodyHeardIt)
     std::ifstream file(log);
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
-        lines.push_back(
-            std::regex_replace(line, std::regex(R"(;\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d,\d{3};\d{3};)"), ";TIME;"));
+        constexpr std::string_view kTime = "22.11.2026 13:05:07,250;123";
+        const std::size_t time = line.find(';') + 1;
+        lines.push_back(lines.empty() ? line : line.replace(time, kTime.size(), "TIME"));
     }
     ASSERT_GT(lines.size(), 6U);
     EXPECT_EQ(lines[0], "number;time;us;value;fault");
