@@ -7,7 +7,10 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <string>
+#include <string_view>
 #include <unistd.h>
+#include <vector>
 
 namespace simulator {
 
