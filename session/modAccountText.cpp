@@ -24,7 +24,7 @@ std::string_view takePart(std::string_view& texts, char separator)
 
 std::string modAccountText::Rate(double perSecond, char decimalSeparator)
 {
-    return FixedText(perSecond, 1, decimalSeparator) + " /s";
+    return FixedText(perSecond, 1, decimalSeparator) + "/s";
 }
 
 std::string modAccountText::ValidShare(const AccountFigures& figures, char decimalSeparator)

@@ -10,7 +10,7 @@ class clsAccount;
 
 namespace modAccountText {
 
-/// "59.8 /s".
+/// "59.8/s".
 std::string Rate(double perSecond, char decimalSeparator);
 /// The share of distances among the replies, "99.8 %"; empty without a reply. Cut, not rounded, so that it says 100.0 %
 /// only if no reply lacks a distance.

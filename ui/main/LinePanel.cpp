@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr char kWidest[] = "0000.0 /s";
+constexpr char kWidest[] = "0000.0/s";
 constexpr std::int32_t kTicksPerLook = 500 / clsMeasurementLoop::kInterval_ms;
 
 } // namespace
@@ -106,12 +106,13 @@ void LinePanel::showFigures()
     const clsAccount& account = m_session->Loop().Account();
     const AccountFigures& figures = account.Figures();
     const char separator = DecimalSeparator();
-    const bool isRecording = m_session->Recorder().Mode == RecorderRecording;
-    const auto rate = [&](std::int64_t AccountFigures::*figure) {
-        return FromUtf8(modAccountText::Rate(account.PerSecond(figure), separator));
-    };
-    ShowText(*lblReceivedRate, rate(&AccountFigures::received));
-    ShowText(*lblRecordedRate, isRecording ? rate(&AccountFigures::recorded) : QStringLiteral("–"));
+    const auto text = [separator](double rate) { return FromUtf8(modAccountText::Rate(rate, separator)); };
+    ShowText(*lblReceivedRate, text(account.PerSecond(&AccountFigures::received)));
+    const clsRecorder& recorder = m_session->Recorder();
+    const bool isRecording = recorder.Mode == RecorderRecording;
+    // The recorder's own rate, which its window shows, too: that of the account begins with the measurement.
+    const auto recorded = isRecording ? recorder.Figures().rate : std::nullopt;
+    ShowText(*lblRecordedRate, recorded ? text(*recorded) : QStringLiteral("–"));
     const std::string share = modAccountText::ValidShare(figures, separator);
     ShowText(*lblValidShare, share.empty() ? QStringLiteral("–") : FromUtf8(share));
     ShowText(*lblNoEcho, QString::number(figures.noEcho));

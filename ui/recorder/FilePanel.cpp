@@ -97,7 +97,7 @@ void FilePanel::drawContent(QPainter& painter)
         const QString shown = isName ? metrics.elidedText(m_figures[i], Qt::ElideMiddle, room.width()) : m_figures[i];
         painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, shown);
         left += std::max(metrics.horizontalAdvance(m_figures[i]),
-                         metrics.horizontalAdvance(i == 0 ? QStringLiteral("00:00:00") : QStringLiteral("888.8 MB"))) +
+                         metrics.horizontalAdvance(i == 0 ? QStringLiteral("00:00:00") : QStringLiteral("888.8 MiB"))) +
                 gap;
     }
 }

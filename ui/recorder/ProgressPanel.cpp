@@ -1,5 +1,6 @@
 #include "ui/recorder/ProgressPanel.h"
 
+#include "session/modAccountText.h"
 #include "ui/widgets/LineLabel.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
@@ -33,10 +34,10 @@ QString DurationText(double seconds)
 
 QString SizeText(double bytes)
 {
-    constexpr std::array<const char*, 5> kSizes{"B", "kB", "MB", "GB", "TB"};
+    constexpr std::array<const char*, 5> kSizes{"B", "KiB", "MiB", "GiB", "TiB"};
     std::size_t unit = 0;
     while (unit + 1 < kSizes.size() && bytes >= (unit == 0 ? 1000.0 : 999.95)) {
-        bytes /= 1000.0;
+        bytes /= 1024.0;
         ++unit;
     }
     QString number = QString::number(bytes, 'f', unit == 0 ? 0 : 1);
@@ -59,9 +60,9 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     auto* figures = new QHBoxLayout;
     for (const auto& [label, name, toolTip, widest] :
          {std::tuple(lblDuration, "lblDuration", TextId::ToolTipDuration, "0000:00:00"),
-          {lblSize, "lblSize", TextId::ToolTipSize, "999.9 MB"},
-          {lblRate, "lblRate", TextId::ToolTipRate, "999.9/s"},
-          {lblFree, "lblFree", TextId::ToolTipFree, "Free: 999.9 GB"}}) {
+          {lblSize, "lblSize", TextId::ToolTipSize, "999.9 MiB"},
+          {lblRate, "lblRate", TextId::ToolTipRate, "0000.0/s"},
+          {lblFree, "lblFree", TextId::ToolTipFree, "Free: 999.9 GiB"}}) {
         label->setObjectName(QLatin1String(name));
         label->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1String(widest)));
         SetTextIds(label, TextId::None, toolTip);
@@ -91,20 +92,19 @@ void ProgressPanel::Localise(std::int32_t language)
                                     {lblFree, TextId::ToolTipFree}}) {
         label->setAccessibleName(Text(id, language));
     }
+    lblSign->setAccessibleName(Text(TextId::AccessibleWarning, language));
+    lblNotice->setAccessibleName(Text(TextId::AccessibleNotice, language));
 }
 
 void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
 {
     const bool runs = recorder.Mode == RecorderRecording;
-    const bool hasAny = runs || recorder.Lines() > 0;
+    const bool hasAny = runs || (recorder.LastMode() == RecorderRecording && recorder.Lines() > 0);
     const RecordFigures figures = recorder.Figures();
     ShowText(*lblDuration, hasAny ? DurationText(figures.duration_s) : QString());
     ShowText(*lblSize, hasAny ? SizeText(static_cast<double>(figures.bytes)) : QString());
-    QString rate;
-    if (runs && figures.rate) {
-        rate = QString::number(*figures.rate, 'f', 1).replace(u'.', QLatin1Char(DecimalSeparator()));
-    }
-    ShowText(*lblRate, rate.isEmpty() ? rate : Text(TextId::RecorderRate, language).arg(rate));
+    const bool hasRate = runs && figures.rate;
+    ShowText(*lblRate, hasRate ? FromUtf8(modAccountText::Rate(*figures.rate, DecimalSeparator())) : QString());
     const QString free = runs && figures.free ? SizeText(static_cast<double>(*figures.free)) : QString();
     ShowText(*lblFree, free.isEmpty() ? free : Text(TextId::RecorderFree, language).arg(free));
 
@@ -114,6 +114,7 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
     const QString words = notice.join(u'\n');
     if (lblNotice->text() != words) {
         lblNotice->setText(words);
+        lblSign->setToolTip(words);
         const int size = lblSign->width();
         lblSign->setPixmap(words.isEmpty() ? QPixmap()
                                            : style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size));

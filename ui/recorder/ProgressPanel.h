@@ -15,7 +15,7 @@ class QPainter;
 
 /// "00:12:31"; the hours grow beyond two digits.
 QString DurationText(double seconds);
-/// "4.2 MB" with the user's decimal separator.
+/// "4.2 MiB" with the user's decimal separator.
 QString SizeText(double bytes);
 /// The red mark of a running recording.
 void DrawRecordMark(QPainter& painter, const QRectF& area);

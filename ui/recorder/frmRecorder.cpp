@@ -206,6 +206,9 @@ void frmRecorder::ShowState()
         const int size = lblMark->width();
         lblMark->setPixmap(runs ? symbolOf(Symbol::Record, *cmdRec, size).pixmap(size, size) : QPixmap());
     }
+    const QString mark = runs ? text(TextId::RecordMark) : QString();
+    lblMark->setToolTip(mark);
+    lblMark->setAccessibleName(mark);
     const QString state = stateText();
     setChanged(lblState, state, state); // the system's own words can be long
     const QString file = hasFile() ? pathOf(m_recorder.FileName) : QString();

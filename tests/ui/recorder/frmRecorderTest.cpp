@@ -156,17 +156,23 @@ TEST(RecorderWindow, SaysWhatToMindAndWhyItStays)
     EXPECT_EQ(notice(1), "");
     EXPECT_EQ(figure("lblDuration"), "00:00:31");
     EXPECT_EQ(figure("lblRate"), "6.0/s");
-    EXPECT_EQ(figure("lblSize"), QStringLiteral("2.5%1kB").arg(QChar(QChar::Nbsp)).toStdString());
+    EXPECT_EQ(figure("lblSize"), QStringLiteral("2.4%1KiB").arg(QChar(QChar::Nbsp)).toStdString());
     EXPECT_TRUE(figure("lblFree").starts_with("Free: "));
     EXPECT_EQ(notice(11.5), "No value for 12 s");
     EXPECT_FALSE(CloseByFrame(bench.window));
     EXPECT_EQ(notice(0), "The window stays open while recording.\nNo value for 12 s");
     EXPECT_EQ(notice(0), notice(0)) << "long enough to be read";
+    const auto spoken = [&](const char* name) { return FindIn<QLabel>(bench.window, name)->accessibleName(); };
+    EXPECT_EQ(spoken("lblMark") + u' ' + spoken("lblSign"), "The recording is running. Warning") << "signs have words";
     bench.After("cmdStop");
     for (int i = 0; i < 20; ++i) {
         bench.window.ShowState();
     }
     EXPECT_EQ(notice(0), "");
+    EXPECT_NE(figure("lblDuration") + figure("lblSize"), "");
+    bench.window.ChooseFile = [&] { return QString::fromStdString(bench.recorder.FileName); };
+    bench.After("cmdPlay");
+    EXPECT_EQ(figure("lblDuration") + figure("lblSize"), "") << "not beside the name of another file";
 }
 
 TEST(RecorderWindow, NamesARecordingBeforeOrAfterIt)
@@ -182,7 +188,7 @@ TEST(RecorderWindow, NamesARecordingBeforeOrAfterIt)
     };
     QTest::keyClicks(name, "Hall: 3/4?");
     EXPECT_EQ(name->text(), "Hall 34");
-    EXPECT_EQ(FindIn<QLabel>(bench.window, "lblNotice")->text(), "Not possible in file names: / \\ : * ? \" < > |");
+    EXPECT_EQ(FindIn<QLabel>(bench.window, "lblNotice")->text(), "Not allowed in file names: / \\ : * ? \" < > |");
     EXPECT_FALSE(bench.Button("cmdRename")->isEnabled()) << "nothing is recorded yet";
     EXPECT_EQ(record(), "Hall 34.rec");
     EXPECT_EQ(record(), "Hall 34 (2).rec");
