@@ -65,6 +65,7 @@ void MainForm::BuildForm(QMainWindow& window)
     picGraph = Named<ChartPanel>("picGraph", centre);
     auto* frames = new QVBoxLayout(column);
     frames->setContentsMargins({});
+    frames->setSpacing(window.fontMetrics().height() / 5); // a badge of two lines fits a window 600 high
     for (QWidget* frame : std::initializer_list<QWidget*>{fraMeasurement, fraRVQ, fraComport, fraLine}) {
         frames->addWidget(frame);
     }

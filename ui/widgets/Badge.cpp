@@ -38,10 +38,12 @@ QString BadgeText(const ValueOrigin& origin, std::int32_t language)
     QStringList words;
     if (origin.recorded) {
         words += Text(TextId::BadgeRecording, language).arg(minuteText(*origin.recorded));
-        words += SerialText(origin.serial, language);
     }
     if (origin.simulated) {
         words += Text(TextId::BadgeSimulated, language);
+    }
+    if (origin.recorded) {
+        words += SerialText(origin.serial, language); // last: if there is no room for all, the legend says it, too
     }
     words.removeAll(QString());
     return words.join(QStringLiteral(", "));
@@ -61,16 +63,21 @@ void Badge::ShowBadge(const QString& text, int room)
     setVisible(!text.isEmpty());
 }
 
-/// What follows the last comma, a serial number for instance, takes a second line.
+/// A part that no longer has room in a line begins the next one.
 QString Badge::lines() const
 {
     const QMargins margins = contentsMargins();
-    QString lines = text();
-    if (fontMetrics().horizontalAdvance(lines) + margins.left() + margins.right() > m_room) {
-        const auto comma = lines.lastIndexOf(QLatin1String(", "));
-        lines.replace(comma + 1, comma < 0 ? 0 : 1, comma < 0 ? QString() : QString(u'\n'));
+    const int room = m_room - margins.left() - margins.right();
+    QStringList lines;
+    for (const QString& part : text().split(QStringLiteral(", "))) {
+        const QString longer = lines.isEmpty() ? part : lines.last() + QStringLiteral(", ") + part;
+        if (lines.isEmpty() || fontMetrics().horizontalAdvance(longer) > room) {
+            lines += part;
+        } else {
+            lines.last() = longer;
+        }
     }
-    return lines;
+    return lines.join(QStringLiteral(",\n"));
 }
 
 QSize Badge::sizeHint() const

@@ -23,7 +23,7 @@ class Badge : public QLabel {
 public:
     explicit Badge(QWidget* parent);
 
-    /// A text that needs more than `room` takes two lines.
+    /// A text that needs more than `room` takes more lines.
     void ShowBadge(const QString& text, int room);
 
     QSize sizeHint() const override;

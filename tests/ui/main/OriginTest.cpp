@@ -30,6 +30,9 @@ TEST(BadgeText, NamesWhatIsNotLiveInBothLanguages)
           Row{{.simulated = true, .recorded = kTwoThreePm, .serial = " \r\n"},
               "RECORDING of 20.11.2026 14:03, SIMULATED",
               "AUFZEICHNUNG vom 20.11.2026 14:03, SIMULIERT"},
+          Row{{.simulated = true, .recorded = kTwoThreePm, .serial = "004711"},
+              "RECORDING of 20.11.2026 14:03, SIMULATED, SN 004711",
+              "AUFZEICHNUNG vom 20.11.2026 14:03, SIMULIERT, SN 004711"},
           Row{{.recorded = kTwoThreePm, .serial = longName},
               "RECORDING of 20.11.2026 14:03, SN WWWWWWWWWWWWWWWWWWW…",
               "AUFZEICHNUNG vom 20.11.2026 14:03, SN WWWWWWWWWWWWWWWWWWW…"}}) {

@@ -10,6 +10,7 @@
 #include "ui/main/frmAbout.h"
 #include "ui/main/frmTextWindow.h"
 #include "ui/settings/frmRVQ.h"
+#include "ui/widgets/Badge.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
@@ -128,6 +129,15 @@ TEST(MainWindow, ALowWindowScrollsItsLeftSide)
     auto* frame = main.Find<QWidget>("fraLine");
     const auto shown = [&] { return frame->visibleRegion().boundingRect(); };
     EXPECT_TRUE(Until([&] { return shown().size() == frame->size() && !bar->isVisible(); })) << "as it opens";
+    main.window->resize(800, 600);
+    const int width = main.Find<QWidget>("scrLeft")->width();
+    auto* badge = main.Find<Badge>("lblBadge");
+    const int room = main.Find<QWidget>("lblMeasValue")->parentWidget()->minimumWidth();
+    badge->ShowBadge(QStringLiteral("RECORDING of 20.11.2026 14:03, SIMULATED, SN 004711"), room);
+    EXPECT_GE(badge->sizeHint().height(), 2 * badge->fontMetrics().height());
+    EXPECT_TRUE(Until([&] { return shown().size() == frame->size() && badge->isVisible(); })) << "with two more lines";
+    EXPECT_EQ(main.Find<QWidget>("scrLeft")->width(), width) << "the chart stays where it is";
+    badge->ShowBadge({}, room);
     main.window->resize(900, 450);
     EXPECT_TRUE(Until([&] { return shown().height() < frame->height() && bar->isVisible(); }));
     EXPECT_EQ(main.window->height(), 450);
