@@ -289,8 +289,11 @@ void MeasurementPanel::ShowAges()
     };
     const double freshTemperature_s = FreshTemperature_s(chkTempMeasurement->isChecked(), device.ReadTempInterval());
     const QString ofDistance = words(m_distanceAge.Look(now_s, kFresh_s, device.PortIsOpen()));
-    const QString ofTemperature = words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen()));
+    QString ofTemperature = words(m_temperatureAge.Look(now_s, freshTemperature_s, device.PortIsOpen()));
     showBadge();
+    if (m_temperatureOrigin.recorded && !m_saidOrigin.recorded) {
+        ofTemperature = Text(TextId::AgeRecorded, m_settings->Language); // the badge is that of a live distance
+    }
     showAge(*lblMeasValue, *lblMeasAge, ofDistance, m_distanceOrigin);
     showAge(*lblTemperature, *lblTempAge, ofTemperature, m_temperatureOrigin);
     ShowText(*lblAge, ofDistance.isEmpty() ? ofTemperature : ofDistance);
@@ -310,11 +313,11 @@ void MeasurementPanel::showAge(LineLabel& value, LineLabel& line, const QString&
     }
 }
 
-/// One badge stands for both values; a played one counts more than a live one beside it.
+/// The badge is that of the distance. A played temperature has it only as long as no distance is shown.
 void MeasurementPanel::showBadge()
 {
-    const ValueOrigin& shown =
-        m_distanceOrigin.recorded || !m_temperatureOrigin.recorded ? m_distanceOrigin : m_temperatureOrigin;
+    const bool isOfDistance = !lblMeasValue->text().isEmpty() || !m_temperatureOrigin.recorded;
+    const ValueOrigin& shown = isOfDistance ? m_distanceOrigin : m_temperatureOrigin;
     ValueOrigin said = shown;
     said.simulated = shown.simulated || (!shown.recorded && m_session->IsSimulated());
     if (said != m_saidOrigin || m_settings->Language != m_saidLanguage) {

@@ -1,7 +1,9 @@
 // Live, simulated and played values in the main window: nobody can take one for the other.
+#include "session/SessionListener.h"
 #include "session/ValueOrigin.h"
 #include "tests/support/Desk.h"
 #include "ui/chart/XYChart.h"
+#include "ui/main/MeasurementPanel.h"
 #include "ui/main/ValueLabel.h"
 #include "ui/main/frmTextWindow.h"
 #include "ui/recorder/frmRecorder.h"
@@ -105,6 +107,29 @@ TEST(MainWindow, APlayedRecordingIsNotTakenForAMeasurement)
     EXPECT_EQ(main.InChart(), "");
     EXPECT_TRUE(Until([&] { return main.Title() == live; })) << main.Title();
     EXPECT_EQ(main.Chart()->SeriesLabel(), "SN 004711");
+    main.window.reset();
+}
+
+TEST(MainWindow, ALiveDistanceIsNotCalledARecordingBecauseTheTemperatureIsOne)
+{
+    Watched main;
+    simulator::SensorOptions dead;
+    dead.faults.silence = 1.0; // the port is open, but no temperature comes by itself
+    const simulator::clsSimulatedSensor sensor(dead);
+    main.devices.Override(1, sensor.Path());
+    main.Open();
+    ASSERT_TRUE(Until([&] { return main.session->Device().PortIsOpen(); }));
+    emit main.Find<ValueLabel>("lblMeasValue")->clicked();
+    main.Play();
+    auto* panel = main.Find<MeasurementPanel>("fraMeasurement");
+    panel->ShowAges();
+    EXPECT_NE(main.BesideNumber(), "");
+    static_cast<SessionListener&>(*panel).ShowDistance("1.234 m");
+    panel->ShowAges();
+    EXPECT_EQ(main.BesideNumber() + main.UnderLarge(), "");
+    EXPECT_FALSE(main.IsDim("lblMeasValue"));
+    EXPECT_TRUE(main.IsDim("lblTemperature"));
+    EXPECT_EQ(main.Text("lblTempAge"), "recorded");
     main.window.reset();
 }
 
