@@ -65,6 +65,11 @@ void FilePanel::followRecording()
         const RecordFigures figures = recorder.Figures();
         m_figures = {DurationText(figures.duration_s), SizeText(static_cast<double>(figures.bytes)),
                      QFileInfo(m_recordedFile).fileName()};
+        const QStringList warnings = RecordWarnings(recorder, m_settings->Language);
+        setToolTip((QStringList(m_recordedFile) + warnings).join(u'\n'));
+        if (!warnings.isEmpty()) {
+            m_figures.last() = warnings.first(); // whatever window is open; the tool tip has the name
+        }
         update();
         return;
     }

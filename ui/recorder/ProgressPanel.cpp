@@ -7,7 +7,6 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
-#include <QStringList>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -43,6 +42,22 @@ QString SizeText(double bytes)
     QString number = QString::number(bytes, 'f', unit == 0 ? 0 : 1);
     number.replace(u'.', QLatin1Char(DecimalSeparator()));
     return number + QChar(QChar::Nbsp) + QLatin1String(kSizes.at(unit));
+}
+
+QStringList RecordWarnings(const clsRecorder& recorder, std::int32_t language)
+{
+    const RecordFigures figures = recorder.Figures();
+    QStringList warnings;
+    if (figures.rate && static_cast<double>(figures.waiting) > kBehind_s * std::max(*figures.rate, 1.0)) {
+        warnings += Text(TextId::RecorderDiskSlow, language).arg(figures.waiting);
+    }
+    if (figures.isShort) {
+        warnings += Text(TextId::RecorderSpaceShort, language);
+    }
+    if (recorder.Lines() > 0 && figures.silence_s >= kSilence_s) {
+        warnings += Text(TextId::RecorderSilence, language).arg(std::floor(figures.silence_s));
+    }
+    return warnings;
 }
 
 void DrawRecordMark(QPainter& painter, const QRectF& area)
@@ -108,9 +123,10 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
     const QString free = runs && figures.free ? SizeText(static_cast<double>(*figures.free)) : QString();
     ShowText(*lblFree, free.isEmpty() ? free : Text(TextId::RecorderFree, language).arg(free));
 
-    QStringList notice{m_wordsLeft-- > 0 ? m_word : QString(),
-                       runs ? warnings(recorder, figures, language) : QString()};
-    notice.removeAll({});
+    QStringList notice = runs ? RecordWarnings(recorder, language) : QStringList();
+    if (m_wordsLeft-- > 0) {
+        notice.prepend(m_word);
+    }
     const QString words = notice.join(u'\n');
     if (lblNotice->text() != words) {
         lblNotice->setText(words);
@@ -119,21 +135,6 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
         lblSign->setPixmap(words.isEmpty() ? QPixmap()
                                            : style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size));
     }
-}
-
-QString ProgressPanel::warnings(const clsRecorder& recorder, const RecordFigures& figures, std::int32_t language) const
-{
-    QStringList warnings;
-    if (figures.rate && static_cast<double>(figures.waiting) > kBehind_s * std::max(*figures.rate, 1.0)) {
-        warnings += Text(TextId::RecorderDiskSlow, language).arg(figures.waiting);
-    }
-    if (figures.isShort) {
-        warnings += Text(TextId::RecorderSpaceShort, language);
-    }
-    if (recorder.Lines() > 0 && figures.silence_s >= kSilence_s) {
-        warnings += Text(TextId::RecorderSilence, language).arg(std::floor(figures.silence_s));
-    }
-    return warnings.join(u'\n');
 }
 
 void ProgressPanel::Say(const QString& word)

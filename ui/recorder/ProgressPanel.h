@@ -5,6 +5,7 @@
 #include "session/clsRecorder.h"
 
 #include <QString>
+#include <QStringList>
 #include <QWidget>
 
 #include <cstdint>
@@ -17,6 +18,8 @@ class QPainter;
 QString DurationText(double seconds);
 /// "4.2 MiB" with the user's decimal separator.
 QString SizeText(double bytes);
+/// What is wrong with a running recording, the gravest first.
+QStringList RecordWarnings(const clsRecorder& recorder, std::int32_t language);
 /// The red mark of a running recording.
 void DrawRecordMark(QPainter& painter, const QRectF& area);
 
@@ -34,8 +37,6 @@ public:
     void Localise(std::int32_t language);
 
 private:
-    QString warnings(const clsRecorder& recorder, const RecordFigures& figures, std::int32_t language) const;
-
     QString m_word;
     std::int32_t m_wordsLeft = 0; ///< times that it is still shown
     LineLabel* lblDuration;

@@ -159,6 +159,8 @@ TEST(RecorderWindow, SaysWhatToMindAndWhyItStays)
     EXPECT_EQ(figure("lblSize"), QStringLiteral("2.4%1KiB").arg(QChar(QChar::Nbsp)).toStdString());
     EXPECT_TRUE(figure("lblFree").starts_with("Free: "));
     EXPECT_EQ(notice(11.5), "No value for 12 s");
+    static_cast<SessionListener&>(bench.file).Ticked();
+    EXPECT_TRUE(bench.file.toolTip().endsWith(".rec\nNo value for 12 s")) << "in the main window, too";
     EXPECT_FALSE(CloseByFrame(bench.window));
     EXPECT_EQ(notice(0), "The window stays open while recording.\nNo value for 12 s");
     EXPECT_EQ(notice(0), notice(0)) << "long enough to be read";
