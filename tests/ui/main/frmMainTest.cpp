@@ -108,8 +108,9 @@ TEST(MainWindow, SaysWhatComesOverTheLine)
     EXPECT_EQ(main.Text("lblRecordedRate"), "–");
     EXPECT_EQ(main.Text("lblDamaged"), "0");
     main.session->StartRecording();
+    main.session->Loop().Account().Recorded(10000, 0, 0); // before this recording, for all that the frame knows
     ASSERT_TRUE(Until([&] { return main.Text("lblRecordedRate").ends_with("/s"); }));
-    EXPECT_GT(std::stod(main.Text("lblRecordedRate")), 0.5 * received()) << "of the recording, not of ten seconds";
+    EXPECT_LT(std::stod(main.Text("lblRecordedRate")), 30.0) << "of the recording, as its window shows it";
     main.session->Recorder().Stop();
     main.session->Loop().Account().Damaged(3);
     EXPECT_TRUE(Until([&] { return main.Text("lblDamaged") == "3" && main.Text("lblRecordedRate") == "–"; }));
