@@ -234,7 +234,7 @@ TEST(AccountText, CutsAShareAndPutsATimeIntoItsUnit)
     told.Pass(12000, true);
     told.account.Damaged(7);
     const std::string table = modAccountText::Table(told.account, LanguageEnglish, '.');
-    EXPECT_NE(table.find("\nReplies\t607\t50"), std::string::npos) << table;
+    EXPECT_NE(table.find("\nReceived\t607\t50"), std::string::npos) << table;
     EXPECT_NE(table.find("\nDamaged\t7\t7\n"), std::string::npos) << table;
     EXPECT_TRUE(table.ends_with("\nLongest gap\t20 ms\t20 ms\n")) << table;
     for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
