@@ -58,7 +58,7 @@ constexpr QSize kLargeDisplay(420, 140);
 constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
-constexpr QSize kManualSize(720, 460); // fits the manual's column unscaled
+constexpr QSize kManualSize(720, 580); // as wide as the column of the manual, as high as the left side needs
 
 void runFor(int ms)
 {
@@ -127,6 +127,7 @@ public:
     {
         m_settings.Language = language;
         m_settings.Baudrate = 38400;
+        m_devices = {}; // none is simulated
         m_help.SetHelpFile();
         LocaliseOpenWindows(language);
         takeStart();
