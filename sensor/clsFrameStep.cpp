@@ -3,101 +3,22 @@
 #include "sensor/modReplySteps.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <string>
 #include <utility>
 
+using namespace modFramePhases;
 using modReplySteps::DecodeFrame;
 using modReplySteps::FrameWord;
-using modReplySteps::IsFrame;
 using modReplySteps::kFrameSize;
 
 namespace {
 
-constexpr std::size_t kWindow = 64;        // bytes that a decision looks at, and the most that are held
-constexpr std::size_t kNearby = 32;        // bytes that it looks at first
-constexpr std::size_t kSlide = 16;         // bytes given up where such a window holds nothing
-constexpr std::int32_t kBlock = 8;         // distances
-constexpr std::int32_t kMarkerMemory = 16; // frames
+constexpr std::size_t kWindow = 64; // bytes that a decision looks at, and the most that are held
+constexpr std::size_t kNearby = 32; // bytes that it looks at first
+constexpr std::size_t kSlide = 16;  // bytes given up where such a window holds nothing
 constexpr std::int32_t kMostLooks = 9;
 constexpr std::size_t kCertain = 3; // agreeing frames needed to leave a step in which all words are frames
-constexpr std::size_t kMany = 5;    // frames whose range counts, however far apart they lie
-constexpr std::size_t kFew = 2;     // agreeing frames needed where nothing else is known
-constexpr std::int64_t kLikeMarker_mm = 512;
-constexpr std::int64_t kReach_mm = 250; // between two agreeing frames
-constexpr std::int64_t kLeastStep_mm = 100, kStepPart = 50;
-constexpr std::int64_t kLeastMargin_mm = 30;
-constexpr std::int64_t kCloser = 8;     // times closer, to be clear
-constexpr std::int64_t kNoise_mm = 200; // the least that noise causes out of step
-
-/// A word that would be a distance if its lowest byte were not 0.
-bool isVoid(std::uint32_t word)
-{
-    return word >> 24U == 0 && (word & 0xFFU) == 0;
-}
-
-/// Consists of the bytes of a marker or a sign: in any step such words lie near each other.
-bool isFlat(std::uint32_t word)
-{
-    for (int i = 0; i < 4; ++i, word >>= 8U) {
-        const std::uint32_t byte = word & 0xFFU;
-        if (byte != 0x00 && byte != 0x7F && byte != 0xFF) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool isMarker(std::uint32_t word)
-{
-    return word == 0x7FFFFFFFU || word == 0x7FFFFFF0U;
-}
-
-/// Two of its bytes identify a marker, but it has only these two values.
-bool isDistance(std::uint32_t word)
-{
-    return IsFrame(word) && (word >> 24U != 0x7FU || isMarker(word));
-}
-
-/// A distance that is no marker.
-bool isPlainDistance(std::uint32_t word)
-{
-    return word < 0x1000000U ? (word & 0xFFU) != 0 : word >= 0xFFE20000U;
-}
-
-/// How far a distance may move from one frame to the next. Below 0 the frames look like markers out of step.
-bool isNear(std::int64_t value, std::int64_t before)
-{
-    const std::int64_t step = std::abs(value - before);
-    return (value < 0) == (before < 0) && (step <= kLeastStep_mm || step * kStepPart <= std::abs(before));
-}
 
 } // namespace
-
-void clsFrameStep::Range::Include(std::int64_t value)
-{
-    if (IsEmpty()) {
-        lower = upper = value;
-    } else {
-        lower = std::min(lower, value);
-        upper = std::max(upper, value);
-    }
-}
-
-/// The margin never crosses 0.
-clsFrameStep::Range clsFrameStep::widened(const Range& range)
-{
-    const std::int64_t margin = std::max(kLeastMargin_mm, (range.upper - range.lower) / 3);
-    return {range.lower > 0 ? std::max(range.lower - margin, range.lower * 3 / 4) : range.lower - margin,
-            range.upper < 0 ? std::min(range.upper + margin, range.upper * 3 / 4) : range.upper + margin};
-}
-
-void clsFrameStep::Block::Include(std::int64_t value)
-{
-    ++frames;
-    range.Include(value);
-    wide = widened(range);
-}
 
 void clsFrameStep::Restart()
 {
@@ -153,7 +74,7 @@ std::size_t clsFrameStep::takeFitting(std::size_t at, Look& look)
     const std::string_view bytes = look.bytes;
     for (at = takeRun(at, look); at + kFrameSize <= bytes.size(); at = takeRun(at + kFrameSize, look)) {
         const std::uint32_t word = FrameWord(bytes, at);
-        if (isMarker(word) ? isCertainMarker() : isDistance(word) && isNearLast(word)) {
+        if (IsMarker(word) ? m_past.IsCertainMarker() : IsDistance(word) && m_past.IsNearLast(word)) {
             accept(at, look);
         } else if (isVoidInStep(bytes, at)) {
             look.samples.AddFrames(bytes, at, 1, kFrameSize);
@@ -171,25 +92,25 @@ std::size_t clsFrameStep::takeFitting(std::size_t at, Look& look)
 /// a block holds is widened at its end only: what lies within the narrower limits would lie within the wider ones.
 std::size_t clsFrameStep::takeRun(std::size_t at, Look& look)
 {
-    if (m_newer.frames == 0 || !m_pending.empty()) {
+    if (m_past.newer.frames == 0 || !m_pending.empty()) {
         return at;
     }
     const std::string_view bytes = look.bytes;
     const std::size_t first = at;
-    std::int32_t frames = m_newer.frames;
-    Range all = m_newer.range, wide = m_newer.wide;
-    std::int64_t last = m_last;
+    std::int32_t frames = m_past.newer.frames;
+    Range all = m_past.newer.range, wide = m_past.newer.wide;
+    std::int64_t last = m_past.last;
     std::optional<Range> full;
     for (; at + kFrameSize <= bytes.size(); at += kFrameSize) {
         const std::uint32_t word = FrameWord(bytes, at);
         const std::int64_t value = DecodeFrame(word);
-        if (!isPlainDistance(word) || value < wide.lower || value > wide.upper || !isNear(value, last)) {
+        if (!IsPlainDistance(word) || value < wide.lower || value > wide.upper || !IsNear(value, last)) {
             break;
         }
         if (frames++ == kBlock) {
             full = all;
             all = {value, value};
-            wide = widened(all);
+            wide = Widened(all);
             frames = 1;
         }
         all.lower = std::min(all.lower, value);
@@ -199,12 +120,12 @@ std::size_t clsFrameStep::takeRun(std::size_t at, Look& look)
     if (const std::size_t taken = (at - first) / kFrameSize; taken > 0) {
         look.samples.AddFrames(bytes, first, taken, kFrameSize);
         if (full) {
-            m_older = {kBlock, *full, widened(*full)};
+            m_past.older = {kBlock, *full, Widened(*full)};
         }
-        m_newer = {frames, all, widened(all)};
-        m_last = last;
-        m_sinceMarker += static_cast<std::int32_t>(std::min<std::size_t>(taken, kMarkerMemory));
-        m_sinceMarker = std::min(m_sinceMarker, kMarkerMemory);
+        m_past.newer = {frames, all, Widened(all)};
+        m_past.last = last;
+        m_past.sinceMarker += static_cast<std::int32_t>(std::min<std::size_t>(taken, kMarkerMemory));
+        m_past.sinceMarker = std::min(m_past.sinceMarker, kMarkerMemory);
         m_voids = {};
         look.found.newest_mm = static_cast<std::int32_t>(last);
     }
@@ -216,26 +137,26 @@ std::size_t clsFrameStep::takeRun(std::size_t at, Look& look)
 bool clsFrameStep::isVoidInStep(std::string_view bytes, std::size_t at) const
 {
     const std::uint32_t word = FrameWord(bytes, at);
-    if (isPassedOver(word)) {
+    if (m_past.IsPassedOver(word)) {
         return true;
     }
     const std::size_t next = at + kFrameSize;
-    return word == 0 && next + kFrameSize <= bytes.size() && isDistance(FrameWord(bytes, next)) &&
-           isNearLast(FrameWord(bytes, next));
+    return word == 0 && next + kFrameSize <= bytes.size() && IsDistance(FrameWord(bytes, next)) &&
+           m_past.IsNearLast(FrameWord(bytes, next));
 }
 
 /// The newest frame of each look counts.
 void clsFrameStep::accept(std::size_t at, Look& look)
 {
     const std::uint32_t word = FrameWord(look.bytes, at);
-    if (!isVoid(word) || (m_hasPast && (word == 0 || isPassedOver(word)))) {
+    if (!IsVoid(word) || (m_past.isKnown && (word == 0 || m_past.IsPassedOver(word)))) {
         look.samples.AddFrames(look.bytes, at, 1, kFrameSize);
     }
-    if (isVoid(word)) {
+    if (IsVoid(word)) {
         return;
     }
     m_voids = {};
-    remember(word);
+    m_past.Remember(word);
     (m_pending.empty() ? look.found.newest_mm : m_pending.front().newest_mm) = DecodeFrame(word);
 }
 
@@ -287,40 +208,40 @@ clsFrameStep::Verdict clsFrameStep::judge(std::string_view rest, bool paused, st
 {
     Phases phases;
     for (std::size_t offset = 0; offset < phases.size(); ++offset) {
-        phases[offset] = phaseOf(rest, offset);
+        phases[offset] = PhaseOf(rest, offset, m_past);
     }
     const bool anyFits = std::ranges::any_of(phases, [](const Phase& phase) { return phase.fitting > 0; });
-    if (!anyFits && isVoid(FrameWord(rest, 0)) && phases[0].isReadable && passesOver(FrameWord(rest, 0))) {
+    if (!anyFits && IsVoid(FrameWord(rest, 0)) && phases[0].isReadable && passesOver(FrameWord(rest, 0))) {
         return Verdict::Accept;
     }
-    if (!m_hasPast) {
+    if (!m_past.isKnown) {
         return judgeWithoutPast(rest, paused, move);
     }
     if (paused) {
         return judgeComplete(rest, phases, move);
     }
-    const bool goesOn = phases[0].isReadable && isDistance(FrameWord(rest, 0));
+    const bool goesOn = phases[0].isReadable && IsDistance(FrameWord(rest, 0));
     if (goesOn && phases[0].isPossible && phases[0].markers > 0) {
         return Verdict::Accept; // tested on all four bytes: nothing that is shifted looks like this
     }
-    if (const auto offset = bestFitting(phases)) {
+    if (const auto offset = BestFitting(phases)) {
         const std::size_t enough = *offset == 0 || goesOn ? kFew : 1;
-        const bool isSure = phases[*offset].fitting >= enough || (*offset == 0 && !canBeDamaged(rest, phases));
+        const bool isSure = phases[*offset].fitting >= enough || (*offset == 0 && !CanBeDamaged(rest, phases, m_past));
         if (isSure) {
             return moveTo(*offset, phases[*offset].fitting, rest, phases, move);
         }
     }
-    if (goesOn && !isExplained(rest, phases)) {
+    if (goesOn && !IsExplained(rest, phases, m_past)) {
         return Verdict::Accept;
     }
-    const auto offset = anyFits ? std::nullopt : closest(phases);
+    const auto offset = anyFits ? std::nullopt : Closest(phases);
     if (offset && (!goesOn || *offset == 0 || phases[*offset].agreeing.frames >= kCertain)) {
         const Phase& phase = phases[*offset];
         const std::size_t first = (phase.agreeing.frames < kFew ? phase.longest : phase.agreeing).first;
         if (*offset == 0 && first == 0) {
             return Verdict::Accept;
         }
-        forgetPast(); // the distance has changed together with the damage
+        m_past.Forget(); // the distance has changed together with the damage
         return moveTo(*offset, phase.words - first, rest, phases, move);
     }
     if (!goesOn) {
@@ -364,7 +285,7 @@ clsFrameStep::Verdict clsFrameStep::judgeComplete(std::string_view rest, const P
             return verdict;
         }
     }
-    if (offset == 0 && phase.isReadable && isDistance(FrameWord(rest, 0))) {
+    if (offset == 0 && phase.isReadable && IsDistance(FrameWord(rest, 0))) {
         return Verdict::Accept;
     }
     move = rest.size();
@@ -374,13 +295,13 @@ clsFrameStep::Verdict clsFrameStep::judgeComplete(std::string_view rest, const P
 /// Nothing is known about the sensor's distances: the first frame counts unless it cannot be a distance.
 clsFrameStep::Verdict clsFrameStep::judgeWithoutPast(std::string_view rest, bool paused, std::size_t& move) const
 {
-    if (isDistance(FrameWord(rest, 0))) {
+    if (IsDistance(FrameWord(rest, 0))) {
         return Verdict::Accept;
     }
     std::size_t possible = 0;
     for (std::size_t offset = 1; offset < kFrameSize && offset + kFrameSize <= rest.size(); ++offset) {
         const bool isOut = paused && offset != rest.size() % kFrameSize;
-        if (!isOut && phaseOf(rest, offset).isPossible) {
+        if (!isOut && PhaseOf(rest, offset, m_past).isPossible) {
             ++possible;
             move = offset;
         }
@@ -392,228 +313,10 @@ clsFrameStep::Verdict clsFrameStep::judgeWithoutPast(std::string_view rest, bool
     return possible <= 1 ? Verdict::Move : Verdict::Hold;
 }
 
-/// The way of cutting whose last words lie near the earlier ones, if there is one.
-std::optional<std::size_t> clsFrameStep::bestFitting(const Phases& phases)
-{
-    std::size_t best = 0, second = 0, found = 0;
-    for (std::size_t offset = 0; offset < phases.size(); ++offset) {
-        const Phase& phase = phases[offset];
-        const std::size_t score = phase.fitting > 0 ? phase.fitting + phase.markers : 0;
-        if (score > best) {
-            second = std::exchange(best, score);
-            found = offset;
-        } else {
-            second = std::max(second, score);
-        }
-    }
-    return best > second ? std::optional(found) : std::nullopt;
-}
-
-/// The way of cutting whose words lie closest together: out of step, the noise of the lowest byte moves to a higher
-/// one. Empty while that is not clear.
-std::optional<std::size_t> clsFrameStep::closest(const Phases& phases)
-{
-    if (std::ranges::any_of(phases, [](const Phase& phase) { return phase.words < kFew; })) {
-        return std::nullopt;
-    }
-    const auto found = closest(phases, &Phase::agreeing, kFew, true);
-    return found ? found : closest(phases, &Phase::longest, kMany, false); // distances may also jump all the time
-}
-
-std::optional<std::size_t> clsFrameStep::closest(const Phases& phases, Run Phase::*run, std::size_t least,
-                                                 bool lengthCounts)
-{
-    const auto isCloser = [lengthCounts](const Run& one, const Run& other) {
-        if (lengthCounts && (one.frames >= other.frames + kFew || other.frames >= one.frames + kFew)) {
-            return one.frames > other.frames;
-        }
-        const std::int64_t otherWidth = other.level.upper - other.level.lower;
-        return otherWidth >= kNoise_mm && (one.level.upper - one.level.lower) * kCloser < otherWidth;
-    };
-    std::optional<std::size_t> found;
-    for (std::size_t offset = 0; offset < phases.size(); ++offset) {
-        const Run& one = phases[offset].*run;
-        if (one.frames < least || (found && isCloser(phases[*found].*run, one))) {
-            continue;
-        }
-        if (found && !isCloser(one, phases[*found].*run)) {
-            return std::nullopt;
-        }
-        found = offset;
-    }
-    return found;
-}
-
-clsFrameStep::Phase clsFrameStep::phaseOf(std::string_view rest, std::size_t offset) const
-{
-    Phase phase;
-    for (std::size_t at = offset; at + kFrameSize <= rest.size(); at += kFrameSize) {
-        const std::uint32_t word = FrameWord(rest, at);
-        const bool isReadable = isDistance(word) || isVoid(word);
-        const std::int64_t value = DecodeFrame(word);
-        const bool goesOn = phase.fitting > 0 && isReadable && isNear(value, phase.newest);
-        phase.fitting = goesOn || isPassedOver(word) || fits(word) ? phase.fitting + 1 : 0;
-        phase.readable += phase.isReadable && isReadable ? 1 : 0;
-        phase.leading += phase.leading == phase.words && phase.fitting > 0 ? 1 : 0;
-        ++phase.words;
-        phase.isPossible = phase.isPossible && isDistance(word);
-        phase.isReadable = phase.isReadable && isReadable;
-        phase.distances += isDistance(word) ? 1 : 0;
-        phase.markers += isMarker(word) ? 1 : 0;
-        if (!isVoid(word) && !isFlat(word)) {
-            followRun(phase, isReadable && !isMarker(word), value);
-        }
-        phase.newest = value;
-    }
-    return phase;
-}
-
-/// Frames in a row that agree with each other; the longest row counts.
-void clsFrameStep::followRun(Phase& phase, bool isDistance, std::int64_t value)
-{
-    Run& run = phase.present;
-    Run& tail = phase.tail;
-    if (!isDistance) {
-        run = tail = {};
-        return;
-    }
-    if (tail.frames++ == 0) {
-        tail.first = phase.words - 1;
-    }
-    tail.level.Include(value);
-    if (tail.frames > phase.longest.frames) {
-        phase.longest = tail;
-    }
-    if (run.frames == 0 || std::abs(value - run.last) > kReach_mm) {
-        run = {.first = phase.words - 1};
-    }
-    ++run.frames;
-    run.last = value;
-    run.level.Include(value);
-    if (run.frames >= phase.agreeing.frames) {
-        phase.agreeing = run;
-    }
-}
-
-/// A missing echo may come at any time. Distances just below 0 look like a marker when out of step, so only among them
-/// do the earlier frames count.
-bool clsFrameStep::isCertainMarker() const
-{
-    return m_sinceMarker < kMarkerMemory || m_newer.frames == 0 || m_last < -kLikeMarker_mm || m_last >= 0;
-}
-
-bool clsFrameStep::isInRange(std::uint32_t word) const
-{
-    if (isMarker(word)) {
-        return m_sinceMarker < kMarkerMemory;
-    }
-    const std::int64_t value = DecodeFrame(word);
-    return m_older.Holds(value) || m_newer.Holds(value);
-}
-
-/// A frame whose distance lies near the last ones.
-bool clsFrameStep::fits(std::uint32_t word) const
-{
-    return isDistance(word) && (isInRange(word) || isNearLast(word));
-}
-
-bool clsFrameStep::isNearLast(std::uint32_t word) const
-{
-    return m_newer.frames > 0 && !isMarker(word) && isNear(DecodeFrame(word), m_last);
-}
-
-/// In step, but it looks like a shifted frame, too: only this frame is lost, and the step is kept.
-bool clsFrameStep::isPassedOver(std::uint32_t word) const
-{
-    return isVoid(word) && (isInRange(word) || isNearLast(word));
-}
-
-/// Whether `word`, which damage may have turned into `rest`, lies much nearer to the last distance than `first` does.
-bool clsFrameStep::isNearer(std::uint32_t word, std::uint32_t first) const
-{
-    if (isMarker(word)) {
-        return true; // a missing echo may come at any time
-    }
-    const bool isReadable = isVoid(word) || isDistance(word);
-    return isReadable && m_newer.frames > 0 &&
-           std::abs(DecodeFrame(word) - m_last) * kCloser < std::abs(DecodeFrame(first) - m_last);
-}
-
-/// Whether `rest` can be a frame that has lost a byte, followed by others.
-bool clsFrameStep::canHaveLost(std::string_view rest) const
-{
-    constexpr std::size_t kLeft = kFrameSize - 1;
-    for (std::size_t lost = 0; lost < kFrameSize; ++lost) {
-        std::string frame(rest.substr(0, kLeft));
-        frame.insert(lost, 1, '\0');
-        for (int byte = 0; byte < 256; ++byte) {
-            frame[lost] = static_cast<char>(byte);
-            const std::uint32_t word = FrameWord(frame, 0);
-            if (word != FrameWord(rest, 0) && isNearer(word, FrameWord(rest, 0))) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-/// Whether `rest` can be a frame with a foreign byte before or inside it; its end may still be missing.
-bool clsFrameStep::canHaveGained(std::string_view rest) const
-{
-    for (std::size_t gained = 0; gained < kFrameSize; ++gained) {
-        std::string frame(rest.substr(0, kFrameSize + 1));
-        frame.erase(gained, 1);
-        for (const char end : {'\0', '\x7F', '\xFF'}) {
-            const std::string whole = frame.size() == kFrameSize ? frame : frame + end;
-            if (isNearer(FrameWord(whole, 0), FrameWord(rest, 0))) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-/// Whether a lost or foreign byte in the first frame would also produce these bytes.
-bool clsFrameStep::canBeDamaged(std::string_view rest, const Phases& phases) const
-{
-    const bool mayHaveGained = rest.size() <= kFrameSize || phaseOf(rest, kFrameSize + 1).isReadable;
-    return (phases[3].isReadable && canHaveLost(rest)) || (mayHaveGained && canHaveGained(rest));
-}
-
-/// Whether damage in the first frame or before it would also produce these bytes.
-bool clsFrameStep::isExplained(std::string_view rest, const Phases& phases) const
-{
-    const bool canBeShifted = std::any_of(phases.begin() + 1, phases.end(), [](const Phase& phase) {
-        return phase.fitting > 0 || (phase.words > 0 && phase.isPossible);
-    });
-    return canBeShifted || canBeDamaged(rest, phases);
-}
-
 /// A distance that stands still with 0 as its lowest byte keeps producing such words; out of step, noise moves them
 /// far.
 bool clsFrameStep::passesOver(std::uint32_t word)
 {
     m_voids.Include(DecodeFrame(word));
     return m_voids.upper - m_voids.lower < kNoise_mm;
-}
-
-void clsFrameStep::forgetPast()
-{
-    m_older = m_newer = {};
-}
-
-void clsFrameStep::remember(std::uint32_t word)
-{
-    m_sinceMarker = isMarker(word) ? 0 : m_hasPast ? std::min(m_sinceMarker + 1, kMarkerMemory) : kMarkerMemory;
-    m_hasPast = true;
-    if (isMarker(word)) {
-        return;
-    }
-    const std::int64_t before = std::exchange(m_last, DecodeFrame(word));
-    if (!m_newer.Holds(m_last) && m_older.Holds(m_last)) {
-        std::swap(m_older, m_newer); // back at the earlier place
-    } else if (m_newer.frames == kBlock || (m_newer.frames > 0 && !m_newer.Holds(m_last) && !isNear(m_last, before))) {
-        m_older = std::exchange(m_newer, {});
-    }
-    m_newer.Include(m_last);
 }
