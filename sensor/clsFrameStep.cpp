@@ -119,15 +119,9 @@ std::size_t clsFrameStep::takeRun(std::size_t at, Look& look)
     }
     if (const std::size_t taken = (at - first) / kFrameSize; taken > 0) {
         look.samples.AddFrames(bytes, first, taken, kFrameSize);
-        if (full) {
-            m_past.older = {kBlock, *full, Widened(*full)};
-        }
-        m_past.newer = {frames, all, Widened(all)};
-        m_past.last = last;
-        m_past.sinceMarker += static_cast<std::int32_t>(std::min<std::size_t>(taken, kMarkerMemory));
-        m_past.sinceMarker = std::min(m_past.sinceMarker, kMarkerMemory);
-        m_voids = {};
         look.found.newest_mm = static_cast<std::int32_t>(last);
+        m_past.RememberRun(taken, full, {frames, all, Widened(all)}, last);
+        m_voids = {};
     }
     return at;
 }

@@ -192,6 +192,17 @@ void Past::Remember(std::uint32_t word)
     newer.Include(last);
 }
 
+void Past::RememberRun(std::size_t frames, const std::optional<Range>& full, const Block& open, std::int64_t newest)
+{
+    if (full) {
+        older = {kBlock, *full, Widened(*full)};
+    }
+    newer = open;
+    last = newest;
+    sinceMarker += static_cast<std::int32_t>(std::min<std::size_t>(frames, kMarkerMemory));
+    sinceMarker = std::min(sinceMarker, kMarkerMemory);
+}
+
 Phase PhaseOf(std::string_view rest, std::size_t offset, const Past& past)
 {
     Phase phase;

@@ -85,6 +85,9 @@ struct Past {
     bool IsPassedOver(std::uint32_t word) const;
 
     void Remember(std::uint32_t word);
+    /// The same for so many distances in a row without a marker: what they have made of the newer block, and the last
+    /// block that they have filled.
+    void RememberRun(std::size_t frames, const std::optional<Range>& full, const Block& open, std::int64_t newest);
     void Forget() { older = newer = {}; }
 };
 
