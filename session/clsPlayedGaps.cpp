@@ -27,7 +27,7 @@ clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info) : m_judgesSteps(info == 
         }
         m_setBack = m_setBack || (gap.to < gap.from && gap.reason == GapReason::ClockChanged);
     }
-    m_looksClosely = m_setBack || m_shortest < kShortestJudged + kTolerance;
+    m_trustsSeconds = !m_setBack && m_shortest >= kShortestJudged + kTolerance;
     std::ranges::sort(m_listed, {}, &Listed::from);
     for (std::size_t i = m_listed.size(); i-- > 1;) {
         m_listed[i - 1].firstEnd = std::min(m_listed[i - 1].firstEnd, m_listed[i].firstEnd);
@@ -36,10 +36,7 @@ clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info) : m_judgesSteps(info == 
 
 bool clsPlayedGaps::isGap(double time) const
 {
-    if (m_count == 0) {
-        return false;
-    }
-    const double previous = m_times[(m_count - 1) % kRemembered];
+    const double previous = m_times[static_cast<std::uint8_t>(m_next - 1)];
     const double step = time - previous;
     if (m_setBack && step < -kTolerance) {
         return true; // nothing else lets time run backwards
@@ -62,10 +59,10 @@ bool clsPlayedGaps::isListed(double from, double to) const
 /// pace.
 bool clsPlayedGaps::standsOut(double step) const
 {
-    const std::size_t remembered = std::min(m_count, kRemembered);
     std::size_t steps = 0, shorter = 0;
-    for (std::size_t back = 1; back < remembered && steps < kMedianOf; ++back) {
-        const double earlier = m_times[(m_count - back) % kRemembered] - m_times[(m_count - back - 1) % kRemembered];
+    for (std::size_t back = 1; back < m_times.size() && steps < kMedianOf; ++back) {
+        const auto later = static_cast<std::uint8_t>(m_next - back);
+        const double earlier = m_times[later] - m_times[static_cast<std::uint8_t>(later - 1)];
         steps += earlier > 0.0 ? 1 : 0;
         shorter += earlier > 0.0 && step > kTimesMedian * earlier ? 1 : 0;
     }

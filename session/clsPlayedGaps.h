@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -20,14 +21,19 @@ public:
     /// are of the same second as the one before, which nearly always says enough.
     bool LiesBefore(double time, bool sameSecond)
     {
-        const bool found = (!sameSecond || m_looksClosely) && isGap(time);
-        m_times[m_count++ % kRemembered] = time;
+        const bool found = !(sameSecond && m_trustsSeconds) && isGap(time);
+        m_times[m_next++] = time;
         return found;
     }
 
 private:
-    // More than a hundred: several lines may have the same time.
-    static constexpr std::size_t kRemembered = 256;
+    using Times = std::array<double, 256>; // more than a hundred: several lines may have the same time
+    static constexpr Times noTimes()
+    {
+        Times times;
+        times.fill(std::numeric_limits<double>::quiet_NaN());
+        return times;
+    }
 
     bool isGap(double time) const;
     bool isListed(double from, double to) const;
@@ -40,8 +46,8 @@ private:
     std::vector<Listed> m_listed; ///< in the order of `from`
     bool m_judgesSteps = true;
     bool m_setBack = false;                                      ///< the clock was
-    bool m_looksClosely = false;                                 ///< a listed gap may lie within a second
+    bool m_trustsSeconds = true;                                 ///< no listed gap lies within a second
     double m_shortest = std::numeric_limits<double>::infinity(); ///< listed, in days
-    std::size_t m_count = 0;
-    std::array<double, kRemembered> m_times{};
+    Times m_times = noTimes(); ///< a ring; no number is longer or shorter than a time that has not come
+    std::uint8_t m_next = 0;   ///< runs over where the ring begins anew
 };

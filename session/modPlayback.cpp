@@ -85,7 +85,6 @@ void load(clsRecordReader& reader, const std::filesystem::path& recording, const
         if (!line.sameTemperature && !line.temperature.empty()) {
             loaded.temperature = line.temperature;
         }
-        loaded.last = measurement.time;
         ++loaded.lines;
         stage.show(measurement);
         if (reader.Position() - reported >= kReportEvery) {
@@ -123,6 +122,7 @@ Loaded LoadData(const std::filesystem::path& file, const ParameterSet& set, cons
         played.push_back(reader->Release());
     }
     if (loaded.lines > 0) {
+        loaded.last = measurement.time;
         loaded.end = measurement;
     }
     return loaded;
