@@ -96,7 +96,8 @@ void clsAccount::Interrupted(GapReason reason)
 void clsAccount::ClockJumped(double days)
 {
     count(&AccountFigures::clockJumps, 1);
-    m_finder.ShiftClock(days);
+    // The replies of the present tick came before or after; a jump is much longer than a tick.
+    m_finder.ShiftClock(days, m_now + days / 2);
     for (double* time : {&m_run.begin, &m_recording.begin, &m_now}) {
         *time += days;
     }

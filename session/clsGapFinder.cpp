@@ -63,8 +63,18 @@ void clsGapFinder::Note(GapReason reason)
     }
 }
 
-void clsGapFinder::ShiftClock(double days)
+void clsGapFinder::ShiftClock(double days, double since)
 {
+    m_setForward += days;
+    m_newClock = since;
+    if (days < 0.0) {
+        useNewClock();
+    }
+}
+
+void clsGapFinder::useNewClock()
+{
+    const double days = std::exchange(m_setForward, 0.0);
     for (std::optional<double>* time : {&m_since, &m_lastReply}) {
         if (*time) {
             **time += days;
@@ -75,6 +85,9 @@ void clsGapFinder::ShiftClock(double days)
 
 std::optional<Gap> clsGapFinder::Received(double time, bool isDistance)
 {
+    if (m_setForward != 0.0 && time >= m_newClock) {
+        useNewClock();
+    }
     const auto reason = reasonAt(time);
     if (const auto last = std::exchange(m_lastReply, time); last && isUnexplained() && m_damageFades == 0) {
         m_intervals[m_learned++ % kKnown] = time - *last;
@@ -95,7 +108,7 @@ std::optional<Gap> clsGapFinder::Received(double time, bool isDistance)
 
 std::optional<Gap> clsGapFinder::Open(double now) const
 {
-    const auto reason = reasonAt(now);
+    const auto reason = m_setForward != 0.0 ? GapReason::ClockChanged : reasonAt(now);
     return m_from && reason ? std::optional(Gap{*m_from, now, *reason}) : std::nullopt;
 }
 

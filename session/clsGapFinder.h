@@ -21,8 +21,9 @@ public:
     /// Something has happened that takes distances away until the next one. Damage is noted before the replies that
     /// came with it, and makes a gap only if a reply is missing among them: noise between two replies takes nothing.
     void Note(GapReason reason);
-    /// The clock was set by this many days.
-    void ShiftClock(double days);
+    /// The clock was set by this many days. Replies whose time is before `since` still belong to the old clock: they
+    /// came before it was set forward, and are told after that.
+    void ShiftClock(double days, double since);
     /// A reply has come; returns the gap that it ends.
     std::optional<Gap> Received(double time, bool isDistance);
 
@@ -30,12 +31,16 @@ public:
     std::optional<Gap> Open(double now) const;
     /// When the running stretch without a distance began, in the time of the present clock: at the last distance, or at
     /// the first reply after the start. Empty while nothing is measured.
-    std::optional<double> Since() const { return m_measuring ? m_since : std::nullopt; }
+    std::optional<double> Since() const
+    {
+        return m_measuring && m_since ? std::optional(*m_since + m_setForward) : std::nullopt;
+    }
 
 private:
     static constexpr std::size_t kKnown = 32; ///< times between replies
 
     std::optional<GapReason> reasonAt(double time) const;
+    void useNewClock();
     /// Whether nothing is known that would keep replies from coming.
     bool isUnexplained() const { return !m_reason || *m_reason == GapReason::NoEcho; }
     std::optional<double> usual(double share) const;
@@ -44,6 +49,8 @@ private:
     std::optional<double> m_from;  ///< the last distance, as the clock was then
     std::optional<double> m_since; ///< the same by the present clock, within one measurement
     std::optional<double> m_lastReply;
+    double m_setForward = 0.0;         ///< days by which the clock was set, while replies of the old one may follow
+    double m_newClock = 0.0;           ///< replies from here on are of the new one
     std::optional<GapReason> m_reason; ///< noted since, the strongest
     std::int32_t m_damageFades = 0;    ///< replies for which damage is still remembered
     std::array<double, kKnown> m_intervals{};

@@ -135,6 +135,14 @@ TEST(Account, FindsTheGapsAndTheirStrongestReasons)
              told.now_ms -= 3600000;
          },
          "1000--3598980 clock; ", 20},
+        {"a clock set forward, told before a value that came earlier",
+         [](Told& told) {
+             told.account.ClockJumped(1.0 / 24);
+             told.now_ms += 10;
+             told.Value();
+             told.now_ms += 3600000;
+         },
+         "1010-3601030 clock; ", 20},
     };
     for (const Row& row : rows) {
         Told told;
