@@ -24,13 +24,29 @@ struct AccountFigures {
     bool operator==(const AccountFigures&) const = default;
     /// Replies that were understood.
     std::int64_t Understood() const { return valid + noEcho + tempError; }
-    /// Whether no reply was lost or counted twice on its way through the program.
+    /// Whether no reply was lost or counted twice on its way through the program, of which a part may be recorded.
     bool AddUp() const
     {
         return received == Understood() + damaged && shown == Understood() &&
                recorded + passedOver + unwritten <= Understood();
     }
+    /// The same for the figures of one recording or file, which tell of every reply what has become of it.
+    bool AddUpExactly() const { return AddUp() && recorded + passedOver + unwritten == Understood(); }
 };
+
+/// A count and its name in files.
+struct AccountCount {
+    const char* key;
+    std::int64_t AccountFigures::*count;
+};
+/// All of them, in the order of `AccountFigures`.
+inline constexpr AccountCount kAccountCounts[] = {
+    {"bytes", &AccountFigures::bytes},           {"received", &AccountFigures::received},
+    {"valid", &AccountFigures::valid},           {"noEcho", &AccountFigures::noEcho},
+    {"tempError", &AccountFigures::tempError},   {"damaged", &AccountFigures::damaged},
+    {"shown", &AccountFigures::shown},           {"recorded", &AccountFigures::recorded},
+    {"passedOver", &AccountFigures::passedOver}, {"unwritten", &AccountFigures::unwritten},
+    {"lineLost", &AccountFigures::lineLost},     {"clockJumps", &AccountFigures::clockJumps}};
 
 /// Why there is no distance for a while.
 enum class GapReason : std::uint8_t { NoEcho, Damage, LineLost, TemperaturePoll, Stopped, ClockChanged };

@@ -9,11 +9,6 @@ namespace {
 /// A value may be held back for some ticks before it is known, so a shorter stretch may not be a gap.
 constexpr double kHeldBack = 0.5 / kSecondsPerDay;
 
-constexpr std::int64_t AccountFigures::*kCounts[] = {
-    &AccountFigures::bytes,      &AccountFigures::received,  &AccountFigures::valid,    &AccountFigures::noEcho,
-    &AccountFigures::tempError,  &AccountFigures::damaged,   &AccountFigures::shown,    &AccountFigures::recorded,
-    &AccountFigures::passedOver, &AccountFigures::unwritten, &AccountFigures::lineLost, &AccountFigures::clockJumps};
-
 std::int64_t AccountFigures::*figureOf(MeasurementKind kind)
 {
     switch (kind) {
@@ -71,7 +66,6 @@ void clsAccount::Received(std::span<const Measurement> samples)
             lengthen(sample.time);
         }
         if (const auto gap = m_finder.Received(sample.time, isDistance)) {
-            m_gaps.Add(*gap);
             m_recordingGaps.Add(cutToRecording(*gap));
             m_ended.push_back(*gap);
         }
@@ -95,7 +89,11 @@ void clsAccount::Interrupted(GapReason reason)
 
 void clsAccount::ClockJumped(double days)
 {
-    count(&AccountFigures::clockJumps, 1);
+    if (IsMeasuring()) {
+        count(&AccountFigures::clockJumps, 1);
+    } else {
+        ++m_recording.figures.clockJumps; // its times are wrong in any case
+    }
     // The replies of the present tick came before or after; a jump is much longer than a tick.
     m_finder.ShiftClock(days, m_now + days / 2);
     for (double* time : {&m_run.begin, &m_recording.begin, &m_now}) {
@@ -153,7 +151,7 @@ AccountFigures clsAccount::Lately() const
 {
     AccountFigures sum;
     for (const AccountFigures& part : m_slots) {
-        for (const auto figure : kCounts) {
+        for (const auto& [key, figure] : kAccountCounts) {
             sum.*figure += part.*figure;
         }
         sum.longestGap_ms = std::max(sum.longestGap_ms, part.longestGap_ms);
@@ -193,20 +191,6 @@ void clsAccount::lengthen(double until)
         longest_ms(m_recording.figures, m_recording.begin);
         longest_ms(slot(), m_run.begin);
     }
-}
-
-std::vector<Gap> clsAccount::GapsSince(double time) const
-{
-    std::vector<Gap> gaps(m_gaps.Gaps().begin(), m_gaps.Gaps().end());
-    if (const auto open = m_finder.Open(m_now)) {
-        gaps.push_back(*open);
-    }
-    // One within which the clock was set back ends before it begins.
-    std::erase_if(gaps, [time](const Gap& gap) { return gap.to <= time && gap.from <= time; });
-    for (Gap& gap : gaps) {
-        gap.from = std::max(gap.from, time);
-    }
-    return gaps;
 }
 
 std::vector<Gap> clsAccount::RecordingGaps(std::span<const Measurement> behind) const

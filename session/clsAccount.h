@@ -18,7 +18,7 @@ public:
     static constexpr double kWindow_s = 10.0;
 
     // What the loop reports.
-    /// A measurement was started: everything is counted anew. A recording and the list of gaps go on.
+    /// A measurement was started: everything is counted anew. A recording and its list of gaps go on.
     void Begin();
     /// The operator has stopped measuring.
     void Stop() { m_finder.Measuring(false); }
@@ -34,7 +34,7 @@ public:
     void LineLost();
     /// Something keeps the sensor from measuring for a while.
     void Interrupted(GapReason reason);
-    /// The clock was set by this many days.
+    /// The clock was set by this many days. It counts while measuring, for a recording always.
     void ClockJumped(double days);
     /// The end of a tick.
     void Advance(double now);
@@ -63,9 +63,6 @@ public:
     /// `RecordingGapLog` says whether short ones were dropped.
     std::vector<Gap> RecordingGaps(std::span<const Measurement> behind = {}) const;
     const clsGapLog& RecordingGapLog() const { return m_recordingGaps; }
-    /// The gaps of the session that end after `time`, cut to begin there, and the one that is open now.
-    std::vector<Gap> GapsSince(double time) const;
-    const clsGapLog& GapLog() const { return m_gaps; }
     /// The gaps that the last `Received` has ended.
     std::span<const Gap> Ended() const { return m_ended; }
 
@@ -91,6 +88,6 @@ private:
     bool m_recordingHasDistance = false;
     bool m_isLineLost = false;
     clsGapFinder m_finder;
-    clsGapLog m_gaps, m_recordingGaps;
+    clsGapLog m_recordingGaps;
     std::vector<Gap> m_ended;
 };

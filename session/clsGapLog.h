@@ -1,4 +1,4 @@
-// The gaps between the distances of a session or a recording. A sensor that misses its target now and then makes
+// The gaps between the distances of a recording. A sensor that misses its target now and then makes
 // millions of them in a month, so only the longest are kept.
 #pragma once
 

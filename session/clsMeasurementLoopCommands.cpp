@@ -89,6 +89,9 @@ Operation<> clsMeasurementLoop::requestingOne(int stepsPerPass)
 {
     const modRVQComm::WaitScope wait(m_device);
     const std::int32_t opening = m_device.Openings();
+    if (!m_account.IsMeasuring()) {
+        m_account.Begin();
+    }
     Operation<bool> passes = passingUntilDistance(stepsPerPass);
     const bool found = co_await passes;
     m_measuring = false;

@@ -50,12 +50,6 @@ std::string modAccountText::Duration(double ms, char decimalSeparator)
 
 std::string modAccountText::Table(const clsAccount& account, std::int32_t language, char decimalSeparator)
 {
-    // In the order of the names.
-    static constexpr std::int64_t AccountFigures::*kRows[] = {
-        &AccountFigures::bytes,     &AccountFigures::received,  &AccountFigures::valid,
-        &AccountFigures::noEcho,    &AccountFigures::tempError, &AccountFigures::damaged,
-        &AccountFigures::shown,     &AccountFigures::recorded,  &AccountFigures::passedOver,
-        &AccountFigures::unwritten, &AccountFigures::lineLost,  &AccountFigures::clockJumps};
     const AccountFigures& whole = account.Figures();
     const AccountFigures lately = account.Lately();
     std::string_view columns = modFunctions::GetText(TextId::AccountColumns, language);
@@ -69,8 +63,9 @@ std::string modAccountText::Table(const clsAccount& account, std::int32_t langua
         table += takePart(names, '|');
         table += '\t' + first + '\t' + second + '\n';
     };
-    for (const auto row : kRows) {
-        add(std::to_string(whole.*row), std::to_string(lately.*row));
+    // The names have the same order.
+    for (const auto& [key, count] : kAccountCounts) {
+        add(std::to_string(whole.*count), std::to_string(lately.*count));
     }
     add(Duration(whole.longestGap_ms, decimalSeparator), Duration(lately.longestGap_ms, decimalSeparator));
     return table;

@@ -39,17 +39,6 @@ constexpr SensorText kSensorTexts[] = {
     {"version", &SensorIdentity::SWVersion}, {"build", &SensorIdentity::SWBuild},
     {"date", &SensorIdentity::SWDate},       {"attenuator", &SensorIdentity::Attenuator}};
 
-struct Count {
-    const char* key;
-    std::int64_t AccountFigures::*count;
-};
-constexpr Count kCounts[] = {{"bytes", &AccountFigures::bytes},           {"received", &AccountFigures::received},
-                             {"valid", &AccountFigures::valid},           {"noEcho", &AccountFigures::noEcho},
-                             {"tempError", &AccountFigures::tempError},   {"damaged", &AccountFigures::damaged},
-                             {"shown", &AccountFigures::shown},           {"recorded", &AccountFigures::recorded},
-                             {"passedOver", &AccountFigures::passedOver}, {"unwritten", &AccountFigures::unwritten},
-                             {"lineLost", &AccountFigures::lineLost},     {"clockJumps", &AccountFigures::clockJumps}};
-
 bool isSetBack(const Gap& gap)
 {
     return gap.reason == GapReason::ClockChanged && gap.to < gap.from;
@@ -109,7 +98,7 @@ ordered_json parametersOf(const RecordingInfo& info)
 ordered_json accountOf(const AccountFigures& figures)
 {
     ordered_json account;
-    for (const auto& [key, count] : kCounts) {
+    for (const auto& [key, count] : kAccountCounts) {
         account[key] = figures.*count;
     }
     account["longestGap_ms"] = std::round(figures.longestGap_ms * 1000.0) / 1000.0; // times have no more
@@ -280,7 +269,7 @@ void readParameters(const json& parameters, ParameterSet& set)
 
 void readAccount(const json& account, AccountFigures& figures)
 {
-    for (const auto& [key, member] : kCounts) {
+    for (const auto& [key, member] : kAccountCounts) {
         constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
         figures.*member = wholeOf(valueOf(account, key), 0, kMost).value_or(figures.*member);
     }

@@ -149,7 +149,7 @@ TEST(Account, FindsTheGapsAndTheirStrongestReasons)
         told.Pass(1000, true);
         row.act(told);
         told.Pass(20, true);
-        EXPECT_EQ(textOf(told.account.GapsSince(0)), row.gaps) << row.what;
+        EXPECT_EQ(textOf(told.account.RecordingGaps()), row.gaps) << row.what;
         told.Pass(400, true);
         EXPECT_NEAR(told.account.Figures().longestGap_ms, row.longest_ms, 0.01) << row.what;
         EXPECT_TRUE(told.account.Figures().AddUp()) << row.what;
@@ -163,7 +163,7 @@ TEST(Account, ARunningGapIsThereWhileItGrows)
     told.account.LineLost();
     told.Pass(3000, false);
     told.account.LineLost();
-    EXPECT_EQ(textOf(told.account.GapsSince(0)), "1000-4000 line; ");
+    EXPECT_EQ(textOf(told.account.RecordingGaps()), "1000-4000 line; ");
     EXPECT_NEAR(told.account.Figures().longestGap_ms, 3000, 0.01);
     told.account.BeginRecording();
     told.Pass(2000, false);
@@ -294,7 +294,7 @@ TEST(Account, KnowsWhatInterruptedAMeasurement)
     ASSERT_TRUE(site.Measures(20));
     const auto reasons = [&] {
         std::vector<GapReason> found;
-        for (const Gap& gap : site.account.GapsSince(0)) {
+        for (const Gap& gap : site.account.RecordingGaps()) {
             found.push_back(gap.reason);
         }
         return found;
@@ -329,12 +329,34 @@ TEST(Account, KnowsWhatInterruptedAMeasurement)
     const std::int64_t kept = site.account.Figures().received;
     site.session.Start(site.session.Loop().StartingOrStopping());
     site.Run(5);
-    EXPECT_EQ(site.account.GapsSince(0).back().reason, GapReason::Stopped);
+    EXPECT_EQ(site.account.RecordingGaps().back().reason, GapReason::Stopped);
     EXPECT_GE(site.account.Figures().received, kept) << "still to be read after the stop";
     site.session.Start(site.session.Loop().StartingOrStopping());
     site.Run(1);
     EXPECT_LT(site.account.Figures().received, kept) << "the operator's start begins anew";
     EXPECT_LT(site.account.Figures().longestGap_ms, 1000.0);
+}
+
+TEST(Account, CountsAClockThatIsSetWhileMeasuringAndForARecordingAlways)
+{
+    Told told;
+    told.account.ClockJumped(0.5);
+    told.account.Stop();
+    told.account.ClockJumped(0.5);
+    EXPECT_EQ(told.account.Figures().clockJumps, 1);
+    EXPECT_EQ(told.account.Recording().clockJumps, 2) << "its times are wrong in any case";
+}
+
+TEST(Account, BeginsWithEachValueOfASingleOutput)
+{
+    MeasuringSite site;
+    site.line->model.SetParameter("603", OutputSingle);
+    site.Run(15);
+    for (int i = 0; i < 3; ++i) {
+        site.session.Start(site.session.Loop().StartingOrStopping());
+        site.Run(5);
+        EXPECT_EQ(site.account.Figures().received, i == 0 ? 2 : 1) << "one had been started with the connection";
+    }
 }
 
 } // namespace
