@@ -304,7 +304,7 @@ int runProgram(const Options& options)
         info.version = QApplication::applicationVersion().toStdString();
         const std::string device = devices.DeviceOf(settings.Comport);
         info.port = "COM " + std::to_string(settings.Comport) + " (" + device + ")";
-        info.simulated = sensor && device == sensor->Path();
+        info.offset_min = modAPI::UtcOffsetNow_min();
         return info;
     };
     frmMain window(settings, session, devices, {library, folder}, help);

@@ -93,6 +93,11 @@ UtcOffsets UtcOffsetsOf(double localTime)
     return holds(after) ? UtcOffsets{after, after} : UtcOffsets{before, before};
 }
 
+std::int32_t UtcOffsetNow_min()
+{
+    return offsetAt_min(std::time(nullptr));
+}
+
 double UpTime_s()
 {
     timespec time{};

@@ -30,6 +30,8 @@ struct UtcOffsets {
     std::int32_t first_min = 0, second_min = 0;
 };
 UtcOffsets UtcOffsetsOf(double localTime);
+/// How far local time is ahead of UTC at this moment, in minutes.
+std::int32_t UtcOffsetNow_min();
 
 /// Seconds since the system started, for measuring how long something takes: setting the clock does not change it, and
 /// it goes on while the machine sleeps.

@@ -55,6 +55,12 @@ TEST(LocalTime, IsAheadOfUtcAsItsTimeZoneSaysForThatMoment)
     }
 }
 
+TEST(LocalTime, IsAheadOfUtcByTheOffsetOfThisMoment)
+{
+    const TimeZone india("IST-5:30");
+    EXPECT_EQ(modAPI::UtcOffsetNow_min(), 330);
+}
+
 TEST(WindowsName, MajorVersionsCountForPlatform1Too)
 {
     using Row = std::pair<modAPI::SystemVersion, const char*>;
