@@ -115,7 +115,7 @@ public:
     virtual void RecordingStarted(const std::filesystem::path& file) { static_cast<void>(file); }
     /// The recording has ended by itself, or could not be closed.
     virtual void RecordingFailed(const std::error_code& why) { static_cast<void>(why); }
-    /// An earlier recording could not be closed.
+    /// An earlier recording could not be closed, or a recording is complete but its sidecar could not be written.
     virtual void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why)
     {
         static_cast<void>(file);

@@ -40,10 +40,7 @@ std::error_code renameBoth(std::filesystem::path& file, const std::string& name)
             std::filesystem::remove(reserved, unknown);
             return error;
         }
-        const auto sidecar = modSidecar::SidecarOf(std::exchange(file, reserved));
-        if (std::filesystem::exists(sidecar, unknown)) {
-            std::filesystem::rename(sidecar, modSidecar::SidecarOf(file), error);
-        }
+        error = modSidecar::Rename(std::exchange(file, reserved), reserved);
     } catch (const std::system_error& failure) {
         error = failure.code();
     } catch (const std::overflow_error&) {
@@ -305,6 +302,9 @@ void clsRecorder::noteEnd(Recording& recording)
         m_progress = progress;
         m_parts = recording.writer.Parts();
         std::erase_if(m_parts, [](const auto& part) { return !FileIdentity::Of(part); }); // those without a line
+    }
+    if (progress.sidecarFailure && !progress.failure) {
+        m_lateFailures.push_back({progress.sidecar, progress.sidecarFailure}); // the recording itself is complete
     }
     if (!progress.failure || recording.hasFailed) {
         return;

@@ -119,7 +119,8 @@ public:
         std::string file;
         std::error_code error;
     };
-    /// The recordings that could not be closed after something else had begun; each is reported once.
+    /// The recordings that could not be closed after something else had begun, and the sidecars that could not be
+    /// written beside complete recordings; each is reported once.
     std::vector<LateFailure> TakeLateFailures() { return std::exchange(m_lateFailures, {}); }
 
     std::int32_t Mode = RecorderIdle;

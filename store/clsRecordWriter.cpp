@@ -74,6 +74,7 @@ private:
     void describe(const RecordingInfo& info);
     void lookAtSpace();
     void noteFile();
+    void noteSidecar(const std::filesystem::path& sidecar, const std::error_code& error);
     void fail(const std::error_code& error);
 
     const RecordPlace m_place;
@@ -222,7 +223,7 @@ void clsRecordWriter::Worker::endPart(std::optional<RecordingInfo>& finished)
         std::error_code unknown;
         std::filesystem::remove(m_file->Path(), unknown);
         if (isDescribed) {
-            std::filesystem::remove(sidecar, unknown);
+            static_cast<void>(modSidecar::Remove(m_file->Path()));
         }
     }
     const bool isKept = m_file->IsInPlace();
@@ -231,7 +232,18 @@ void clsRecordWriter::Worker::endPart(std::optional<RecordingInfo>& finished)
     if (finished && isDescribed && isKept) {
         finished->account.recorded -= m_lostOfPart;
         finished->account.unwritten += m_lostOfPart;
-        fail(modSidecar::Write(sidecar, *finished));
+        if (const std::error_code error = modSidecar::Write(sidecar, *finished)) {
+            noteSidecar(sidecar, error);
+        }
+    }
+}
+
+void clsRecordWriter::Worker::noteSidecar(const std::filesystem::path& sidecar, const std::error_code& error)
+{
+    const std::scoped_lock lock(m_mutex);
+    if (!m_progress.sidecarFailure) {
+        m_progress.sidecar = sidecar;
+        m_progress.sidecarFailure = error;
     }
 }
 

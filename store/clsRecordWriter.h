@@ -23,6 +23,8 @@ struct RecordProgress {
     std::int64_t lost = 0;              ///< lines that will never be in a file
     std::optional<std::uintmax_t> free; ///< bytes that the disk has left; looked up every few seconds
     std::error_code failure;            ///< no further line is written
+    std::filesystem::path sidecar;      ///< the first one that could not be completed, and why; the lines go on
+    std::error_code sidecarFailure;
 };
 
 class clsRecordWriter {

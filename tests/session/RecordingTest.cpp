@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <set>
@@ -251,6 +252,42 @@ TEST(Recording, ThatFailsLateCountsWhatNeverReachedTheFile)
     EXPECT_EQ(namesIn(folder.path), "SAVE0001.json|SAVE0001.rec|SAVE0002.json|SAVE0002.rec");
 }
 
+/// Waits for something that another thread does; false after ten seconds.
+bool comes(const std::function<bool()>& isThere)
+{
+    for (int i = 0; i < 5000 && !isThere(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return isThere();
+}
+
+TEST(Recording, GoesOnWithoutASidecarThatCannotBeWritten)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    recorder.Describe = [](const clsRecorder::Period&) { return RecordingInfo(); };
+    recorder.Flush(100.5);
+    recorder.StartRecording({.parts = PartsDaily});
+    const auto sidecar = folder.path / "SAVE0001.json";
+    ASSERT_TRUE(comes([&] { return std::filesystem::exists(sidecar); }));
+    std::filesystem::remove(sidecar);
+    std::filesystem::create_directories(sidecar / "in its place");
+    recorder.Record(valueOf(1, 100.5), kTemperature);
+    recorder.Record(valueOf(2, 101.5), kTemperature);
+    ASSERT_TRUE(Settled(recorder));
+    EXPECT_EQ(recorder.Mode, RecorderRecording);
+    recorder.Record(valueOf(3, 101.5), kTemperature);
+    recorder.Stop();
+    ASSERT_TRUE(recorder.FinishWriting(kPatience));
+    EXPECT_EQ(distancesIn(folder.path / "SAVE0002.rec"), (std::vector<std::int32_t>{2, 3}));
+    EXPECT_TRUE(std::filesystem::exists(folder.path / "SAVE0002.json"));
+    EXPECT_FALSE(recorder.Failure());
+    const auto late = recorder.TakeLateFailures();
+    ASSERT_EQ(late.size(), 1U);
+    EXPECT_EQ(late[0].file, sidecar);
+    EXPECT_TRUE(late[0].error);
+}
+
 TEST(Recording, WithoutALineLeavesNeitherFileNorSidecar)
 {
     const TemporaryFolder folder;
@@ -258,10 +295,8 @@ TEST(Recording, WithoutALineLeavesNeitherFileNorSidecar)
     recorder.Describe = [](const clsRecorder::Period&) { return RecordingInfo(); };
     recorder.StartRecording(); // as with --record, before the first tick
     recorder.Flush(100.5);
-    for (int i = 0; i < 5000 && namesIn(folder.path) != "SAVE0001.json|SAVE0001.rec"; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    EXPECT_EQ(namesIn(folder.path), "SAVE0001.json|SAVE0001.rec") << "both are there from the start";
+    EXPECT_TRUE(comes([&] { return namesIn(folder.path) == "SAVE0001.json|SAVE0001.rec"; }))
+        << "both are there from the start";
     recorder.Stop();
     ASSERT_TRUE(recorder.FinishWriting(kPatience));
     EXPECT_EQ(namesIn(folder.path), "");
