@@ -15,7 +15,8 @@ constexpr std::size_t kMedianOf = 100;
 
 } // namespace
 
-clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info) : m_judgesSteps(info == nullptr || !info->end)
+clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info)
+    : m_judgesSteps(info == nullptr || !info->end || info->gapsDropped > 0)
 {
     if (info == nullptr) {
         return;

@@ -12,9 +12,10 @@
 
 class clsPlayedGaps {
 public:
-    /// Without `info` or without its end, the program may have been killed before it listed the gaps. Then a step of
-    /// more than a second is one, too, if it is more than five times the median of the last hundred. Where the list is
-    /// complete it decides alone: single values that an operator has asked for belong together.
+    /// Without `info` or without its end, the program may have been killed before it listed the gaps; of very many gaps
+    /// it lists the longest. Then a step of more than a second is one, too, if it is more than five times the median of
+    /// the last hundred. Where the list is complete it decides alone: single values that an operator has asked for
+    /// belong together.
     explicit clsPlayedGaps(const RecordingInfo* info);
 
     /// Whether a gap lies between the line before and the line at `time`. Ask for each line in their order. Most lines

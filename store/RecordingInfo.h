@@ -27,9 +27,11 @@ struct RecordingInfo {
     std::optional<double> end; ///< empty while the recording runs, and for good when the program was killed
     /// How far local time was ahead of UTC at the start; empty: as this system's time zone says.
     std::optional<std::int32_t> offset_min;
-    bool everyValue = true; ///< false: one value a tick
-    AccountFigures account; ///< of this recording
-    std::vector<Gap> gaps;  ///< in the order in which they happened
+    bool everyValue = true;       ///< false: one value a tick, at least for a while
+    AccountFigures account;       ///< of this recording
+    std::vector<Gap> gaps;        ///< in the order in which they happened
+    std::int64_t gapsDropped = 0; ///< that are no longer among them, and the length of the longest of these
+    double longestDroppedGap_ms = 0.0;
     std::vector<RecordingMark> marks;
     bool operator==(const RecordingInfo&) const = default;
 };

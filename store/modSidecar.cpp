@@ -95,39 +95,26 @@ ordered_json parametersOf(const RecordingInfo& info)
     return parameters;
 }
 
+/// Times have no more.
+double toMicroseconds(double ms)
+{
+    return std::round(ms * 1000.0) / 1000.0;
+}
+
 ordered_json accountOf(const AccountFigures& figures)
 {
     ordered_json account;
     for (const auto& [key, count] : kAccountCounts) {
         account[key] = figures.*count;
     }
-    account["longestGap_ms"] = std::round(figures.longestGap_ms * 1000.0) / 1000.0; // times have no more
+    account["longestGap_ms"] = toMicroseconds(figures.longestGap_ms);
     return account;
-}
-
-/// The shortest gap that is still written.
-double leastGap(const std::vector<Gap>& gaps)
-{
-    if (gaps.size() <= kMostGaps) {
-        return 0.0;
-    }
-    std::vector<double> lengths;
-    lengths.reserve(gaps.size());
-    for (const Gap& gap : gaps) {
-        lengths.push_back(std::fabs(gap.to - gap.from));
-    }
-    std::ranges::nth_element(lengths, lengths.begin() + kMostGaps - 1, std::ranges::greater());
-    return lengths[kMostGaps - 1];
 }
 
 ordered_json gapsOf(const std::vector<Gap>& all, clsMoments& moments)
 {
-    const double least = leastGap(all);
     ordered_json gaps = ordered_json::array();
     for (const Gap& gap : all) {
-        if (std::fabs(gap.to - gap.from) < least || gaps.size() == kMostGaps) {
-            continue;
-        }
         ordered_json& entry = gaps.emplace_back();
         entry["from"] = moments.Text(gap.from);
         if (isSetBack(gap)) {
@@ -170,6 +157,8 @@ ordered_json documentOf(const RecordingInfo& info)
     document["account"] = accountOf(info.account);
     ordered_json marks = marksOf(info.marks, moments);
     document["gaps"] = gapsOf(info.gaps, moments);
+    document["gapsDropped"] = info.gapsDropped;
+    document["longestDroppedGap_ms"] = toMicroseconds(info.longestDroppedGap_ms);
     document["marks"] = std::move(marks);
     if (info.end) {
         document["end"] = moments.Text(*info.end);
@@ -267,14 +256,18 @@ void readParameters(const json& parameters, ParameterSet& set)
     }
 }
 
+double lengthOf(const json& value)
+{
+    return value.is_number() ? std::max(0.0, value.get<double>()) : 0.0;
+}
+
 void readAccount(const json& account, AccountFigures& figures)
 {
     for (const auto& [key, member] : kAccountCounts) {
         constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
         figures.*member = wholeOf(valueOf(account, key), 0, kMost).value_or(figures.*member);
     }
-    const json& longest = valueOf(account, "longestGap_ms");
-    figures.longestGap_ms = longest.is_number() ? std::max(0.0, longest.get<double>()) : 0.0;
+    figures.longestGap_ms = lengthOf(valueOf(account, "longestGap_ms"));
 }
 
 void readGaps(const json& gaps, std::vector<Gap>& list)
@@ -323,6 +316,9 @@ RecordingInfo infoOf(const json& document)
     readFlag(valueOf(document, "everyValue"), info.everyValue);
     readAccount(valueOf(document, "account"), info.account);
     readGaps(valueOf(document, "gaps"), info.gaps);
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    info.gapsDropped = wholeOf(valueOf(document, "gapsDropped"), 0, kMost).value_or(0);
+    info.longestDroppedGap_ms = lengthOf(valueOf(document, "longestDroppedGap_ms"));
     readMarks(valueOf(document, "marks"), info.marks);
     return info;
 }

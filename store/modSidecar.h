@@ -12,7 +12,7 @@ namespace modSidecar {
 
 /// A larger file is not one of ours.
 inline constexpr std::size_t kLargest = std::size_t{1} << 24;
-/// The longest ones are kept where a recording has more gaps.
+/// More gaps are not read.
 inline constexpr std::size_t kMostGaps = 50000;
 
 /// "SAVE0001.json" for "SAVE0001.rec".

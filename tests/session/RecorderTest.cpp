@@ -335,6 +335,8 @@ TEST(Playback, BreaksTheCurveWhereItsSidecarSays)
     complete.gaps = {gapBetween(0.1, 0.5), gapBetween(14.05, 14.055)};
     RecordingInfo killed = infoFrom(-2.0);
     killed.gaps = complete.gaps;
+    RecordingInfo shortened = complete;
+    shortened.gapsDropped = 1;
     RecordingInfo jumping = complete;
     jumping.gaps = {gapBetween(0.1, -3600.0, GapReason::ClockChanged), gapBetween(-3599.8, -3599.0)};
     RecordingInfo slow = infoFrom(0.0);
@@ -343,6 +345,7 @@ TEST(Playback, BreaksTheCurveWhereItsSidecarSays)
     const std::tuple<const char*, RecordingInfo, std::string, std::string> rows[] = {
         {"the list decides", complete, steady, "vvv|vvvvv"},
         {"a list that was not finished", killed, steady, "vvv|vv|vvv"},
+        {"a list that lacks the shorter ones", shortened, steady, "vvv|vv|vvv"},
         {"the clock was set back", jumping, linesAt({0.0, 0.1, -3600.0, -3599.9, -3599.8, -3599.0}), "vv|vvv|v"},
         {"values on request", slow, linesAt({0.0, 0.5, 60.0}), "vvv"},
     };

@@ -70,6 +70,8 @@ RecordingInfo fullInfo()
         info.gaps.push_back(
             {timeOf(11, 20, 14, 4, reason, 0), timeOf(11, 20, 14, 5, reason, 1), static_cast<GapReason>(reason)});
     }
+    info.gapsDropped = 70000;
+    info.longestDroppedGap_ms = 250.125;
     info.marks = {{timeOf(11, 20, 14, 6, 0, 0), "Tür „auf“\t\x7F"}};
     return info;
 }
@@ -161,21 +163,6 @@ TEST(Sidecar, WhatIsNoSidecarIsRefused)
     EXPECT_FALSE(modSidecar::Read(sidecar.folder.path / "none.json", why));
     EXPECT_EQ(why, std::errc::no_such_file_or_directory);
     EXPECT_FALSE(modSidecar::Read(sidecar.folder.path, why));
-}
-
-TEST(Sidecar, KeepsTheLongestOfTooManyGaps)
-{
-    const Sidecar sidecar;
-    RecordingInfo info;
-    for (int i = 0; i < 60000; ++i) {
-        const double from = 46341.0 + i / 60000.0;
-        info.gaps.push_back({from, from + (i % 6 == 0 ? 1e-7 : 1e-5), GapReason::NoEcho});
-    }
-    const auto read = sidecar.Read(sidecar.Text(info)).value();
-    EXPECT_EQ(read.gaps.size(), modSidecar::kMostGaps);
-    for (const Gap& gap : read.gaps) {
-        ASSERT_GT(gap.to - gap.from, 1e-6);
-    }
 }
 
 TEST(Sidecar, TellsTheHourThatAutumnRepeats)
