@@ -278,6 +278,7 @@ void clsMeasurementLoop::newTemperature()
 
 void clsMeasurementLoop::newConfiguration()
 {
+    m_knownOpening = m_device.Openings();
     showSensorSettings();
     showShutDown(m_device.Identity().HWPointer.find("shutdown") != std::string::npos);
     status(TextId::StatusNewConfiguration);

@@ -95,6 +95,8 @@ public:
     bool IsMeasuring() const { return m_measuring; }
     /// Whether a temperature was requested and has not come yet.
     bool IsTemperaturePending() const { return m_temperaturePending; }
+    /// Whether the sensor has reported its configuration since the port was opened.
+    bool IsSensorKnown() const { return m_knownOpening == m_device.Openings(); }
     /// What has become of everything that the sensor has sent since the measurement was started.
     clsAccount& Account() { return m_account; }
     const clsAccount& Account() const { return m_account; }
@@ -161,6 +163,7 @@ private:
     std::int32_t m_shownDialogue = -1;
     std::int32_t m_toldUnit = -1;
     bool m_toldShutDown = false;
+    std::int32_t m_knownOpening = -1; ///< of the port, at which the last configuration has come
     std::int64_t m_damagedBefore = 0; ///< of the device, as far as it is counted
     clsAccount m_account;
     clsFIFO m_values;

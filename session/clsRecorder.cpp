@@ -103,6 +103,7 @@ std::size_t clsRecorder::recordInPart(std::span<const Measurement> measurements,
     std::string lines;
     RecordCounts counts;
     std::size_t taken = 0;
+    const bool isFirst = !HasLine();
     for (; taken < measurements.size(); ++taken) {
         const Measurement& measurement = measurements[taken];
         if (!isInCalendar(measurement.time)) {
@@ -116,6 +117,9 @@ std::size_t clsRecorder::recordInPart(std::span<const Measurement> measurements,
         lines += line;
         ++counts.recorded;
         m_part.bytes += std::ssize(line);
+    }
+    if (Taking && counts.recorded > 0) {
+        Taking(isFirst);
     }
     if (m_recording->writer.Write(lines, counts.recorded)) {
         m_lines += counts.recorded;
@@ -159,6 +163,13 @@ void clsRecorder::describe(std::span<const Measurement> behind)
     m_part.start = behind.empty() ? m_now : behind.front().time;
     RecordingInfo info = Describe({.start = {}, .now = *m_part.start, .behind = behind});
     m_recording->writer.Describe(std::move(info));
+}
+
+void clsRecorder::DescribeAgain(RecordingInfo info)
+{
+    if (Mode == RecorderRecording && m_part.start) {
+        m_recording->writer.Describe(std::move(info));
+    }
 }
 
 /// What completes the sidecar. The thread takes lines that it cannot write back from the counts.

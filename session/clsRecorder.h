@@ -68,6 +68,12 @@ public:
     };
     /// Says what goes into the sidecar of a file that begins or ends. Without it there are no sidecars.
     std::function<RecordingInfo(const Period& period)> Describe;
+    /// Called before values go into the present file, with whether they are its first.
+    std::function<void(bool isFirst)> Taking;
+    /// Has the sidecar of the present file, if it has been begun, written again with what is known now.
+    void DescribeAgain(RecordingInfo info);
+    /// Whether the present file has a line.
+    bool HasLine() const { return m_part.bytes > 0; }
 
     /// Begins a recording in the next free file. Throws what clsRecordFile throws; no recording runs then.
     void StartRecording(const RecordPlan& plan = {});

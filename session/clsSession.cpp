@@ -1,6 +1,7 @@
 #include "session/clsSession.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
@@ -9,6 +10,7 @@ clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Setti
       m_loop(m_device, settings, m_listeners, decimalSeparator), m_recorder(std::move(folder), disk)
 {
     m_recorder.Describe = [this](const clsRecorder::Period& period) { return infoOfRecording(period); };
+    m_recorder.Taking = [this](bool isFirst) { noteValues(isFirst); };
     m_listeners.Add(*this);
 }
 
@@ -61,6 +63,7 @@ void clsSession::ServeFiles(double now)
     }
     const std::string before = m_recorder.FileName;
     m_recorder.Flush(now);
+    followOrigin(!m_recorder.HasLine());
     if (m_recorder.Mode == RecorderRecording && m_recorder.FileName != before) {
         m_listeners.RecordingStarted(m_recorder.FileName);
     }
@@ -93,27 +96,73 @@ void clsSession::StartRecording(std::string_view name)
     constexpr std::int64_t kMiB = std::int64_t{1} << 20;
     m_recorder.StartRecording(
         {.name = std::string(name), .parts = m_settings.NewFile, .partBytes = m_settings.FileSize * kMiB});
-    m_unrecorded = 0;
+    m_unrecorded.clear();
     m_listeners.RecordingStarted(m_recorder.FileName);
+}
+
+/// What a file that begins now would say about itself.
+RecordingInfo clsSession::origin() const
+{
+    RecordingInfo info = Origin ? Origin() : RecordingInfo();
+    info.simulated = m_isSimulated;
+    info.everyValue = m_settings.EveryValue;
+    info.isSensorKnown = m_loop.IsSensorKnown();
+    if (info.isSensorKnown) {
+        info.sensor = m_device.Identity();
+        info.parameters = m_device.Parameters();
+    }
+    return info;
 }
 
 /// What a file of a recording says about itself.
 RecordingInfo clsSession::infoOfRecording(const clsRecorder::Period& period)
 {
-    RecordingInfo info = Origin ? Origin() : RecordingInfo();
-    info.simulated = m_isSimulated;
-    info.sensor = m_device.Identity();
-    info.parameters = m_device.Parameters();
-    info.everyValue = m_settings.EveryValue;
-    info.start = period.start.value_or(period.now);
-    if (period.start) {
-        info.end = period.now;
-        info.account = m_loop.Account().Recording(period.behind);
-        info.gaps = m_loop.Account().RecordingGaps(period.behind);
-    } else {
-        m_loop.Account().BeginRecording(period.behind);
+    tellCounts(); // of the file that ends
+    // Of several values that are due, the recorder has got one.
+    const bool areMore = !period.behind.empty() && !m_unrecorded.empty();
+    const std::span<const Measurement> behind = areMore ? m_unrecorded : period.behind;
+    if (!period.start) {
+        m_file = origin();
+        m_file.start = period.now;
+        m_loop.Account().BeginRecording(behind);
+        return m_file;
     }
+    RecordingInfo info = m_file;
+    info.end = period.now;
+    info.account = m_loop.Account().Recording(behind);
+    info.gaps = m_loop.Account().RecordingGaps(behind);
+    info.gapsDropped = m_loop.Account().RecordingGapLog().Dropped();
+    info.longestDroppedGap_ms = m_loop.Account().RecordingGapLog().LongestDropped_ms();
     return info;
+}
+
+void clsSession::noteValues(bool areFirst)
+{
+    followOrigin(areFirst);
+    m_file.simulated = m_file.simulated || m_isSimulated;
+    m_file.everyValue = m_file.everyValue && m_settings.EveryValue;
+}
+
+/// A file says where its first value comes from. What was not known then, it says as soon as it is known.
+void clsSession::followOrigin(bool isEmpty)
+{
+    if (m_recorder.Mode != RecorderRecording || m_file.start == 0.0 || (!isEmpty && m_file.isSensorKnown)) {
+        return;
+    }
+    RecordingInfo now = origin();
+    if (!isEmpty) {
+        now.program = m_file.program;
+        now.version = m_file.version;
+        now.port = m_file.port;
+        now.simulated = m_file.simulated;
+        now.everyValue = m_file.everyValue;
+    }
+    now.start = m_file.start;
+    now.offset_min = m_file.offset_min;
+    if (now != m_file) {
+        m_file = std::move(now);
+        m_recorder.DescribeAgain(m_file);
+    }
 }
 
 void clsSession::Sampled(std::span<const Measurement> samples, std::string_view temperature)
@@ -123,7 +172,7 @@ void clsSession::Sampled(std::span<const Measurement> samples, std::string_view 
         return;
     }
     if (!m_settings.EveryValue) {
-        m_unrecorded += std::ssize(samples); // `Measured` and `Ticked` follow
+        m_unrecorded.insert(m_unrecorded.end(), samples.begin(), samples.end()); // `Measured` and `Ticked` follow
         return;
     }
     m_recorder.Record(samples, temperature);
@@ -133,18 +182,32 @@ void clsSession::Sampled(std::span<const Measurement> samples, std::string_view 
 
 void clsSession::Measured(const Measurement& measurement, std::string_view temperature)
 {
-    if (m_unrecorded > 0) {
-        --m_unrecorded;
-        m_recorder.Record(measurement, temperature);
-        tellCounts();
-        tellFailure();
+    if (m_unrecorded.empty()) {
+        return;
     }
+    // The older values first, since this one may begin another file. Of those that are due, each comes here.
+    const auto newest = m_device.HasDue()
+                            ? std::ranges::find(m_unrecorded, measurement.value_mm, &Measurement::value_mm)
+                            : std::prev(m_unrecorded.end());
+    passOver(newest == m_unrecorded.end() ? 0 : newest - m_unrecorded.begin());
+    m_recorder.Record(measurement, temperature);
+    m_unrecorded.erase(m_unrecorded.begin());
+    tellCounts();
+    tellFailure();
+}
+
+/// So many of the oldest values of this tick.
+void clsSession::passOver(std::ptrdiff_t number)
+{
+    m_recorder.PassOver(number);
+    m_file.everyValue = m_file.everyValue && number == 0;
+    m_unrecorded.erase(m_unrecorded.begin(), m_unrecorded.begin() + number);
 }
 
 void clsSession::Ticked()
 {
     if (!m_device.HasDue()) {
-        m_recorder.PassOver(std::exchange(m_unrecorded, 0));
+        passOver(std::ssize(m_unrecorded));
         tellCounts();
     }
 }

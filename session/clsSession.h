@@ -22,6 +22,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 class clsSession : private SessionListener {
 public:
@@ -57,8 +58,8 @@ public:
 
     /// Begins a recording; see `RecordPlan` for its name. Throws what clsRecorder::StartRecording throws.
     void StartRecording(std::string_view name = {});
-    /// What recordings say about the program and the port: version, the port as the operator knows it, simulated or
-    /// not. Only these are taken.
+    /// What recordings say about the program, the port and the clock: version, the port as the operator knows it, how
+    /// far local time is ahead of UTC now. Only these are taken.
     std::function<RecordingInfo()> Origin;
     /// Plays a recording in one pass: listeners get its points, and the texts of its last line at the end. `goOn` is
     /// called now and then with the fraction read so far, 0..1; returning false ends the loading, and so does stopping
@@ -99,10 +100,14 @@ private:
     void stepOperations();
     void tellFailure();
     void tellCounts();
+    RecordingInfo origin() const;
     RecordingInfo infoOfRecording(const clsRecorder::Period& period);
+    void noteValues(bool areFirst);
+    void followOrigin(bool isEmpty);
     void Sampled(std::span<const Measurement> samples, std::string_view temperature) override;
     void Measured(const Measurement& measurement, std::string_view temperature) override;
     void Ticked() override;
+    void passOver(std::ptrdiff_t number);
 
     const modGlobals::Settings& m_settings;
     std::unique_ptr<SerialPort> m_port;
@@ -114,6 +119,7 @@ private:
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;
-    std::int64_t m_unrecorded = 0; ///< values of this tick that are passed over, unless one is the newest
-    std::error_code m_toldFailure; ///< the recorder's failure that was reported last
+    RecordingInfo m_file;                  ///< where the values of the present file come from, and its start
+    std::vector<Measurement> m_unrecorded; ///< values of this tick that are passed over, unless one is the newest
+    std::error_code m_toldFailure;         ///< the recorder's failure that was reported last
 };

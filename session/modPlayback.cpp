@@ -60,7 +60,7 @@ struct Then {
 Then begin(const std::filesystem::path& recording, const ParameterSet& now, Measurement& measurement, Loaded& loaded)
 {
     readSidecar(recording, loaded);
-    const ParameterSet& then = loaded.info ? loaded.info->parameters : now;
+    const ParameterSet& then = loaded.info && loaded.info->isSensorKnown ? loaded.info->parameters : now;
     measurement.unit = then.DistanceUnit;
     measurement.outputFormat = then.OutputFormat;
     return {UnitOf(then.DistanceUnit).millimetres, clsPlayedGaps(loaded.info ? &*loaded.info : nullptr)};

@@ -20,7 +20,9 @@ struct RecordingMark {
 struct RecordingInfo {
     std::string program, version; ///< UTF-8
     std::string port;             ///< as the operator knows it, UTF-8: "COM 3 (/dev/ttyUSB0)"
-    bool simulated = false;
+    bool simulated = false;       ///< any value was
+    /// Whether the sensor had reported who it is and how it is set. Otherwise the two that follow say nothing.
+    bool isSensorKnown = false;
     SensorIdentity sensor;     ///< one byte per character
     ParameterSet parameters;   ///< `DistanceUnit` and `OutputFormat` among them
     double start = 0.0;        ///< days since 1899-12-30, local time; 0 when it is not known

@@ -137,20 +137,27 @@ ordered_json marksOf(const std::vector<RecordingMark>& all, const clsMoments& mo
     return marks;
 }
 
+void addSensor(const RecordingInfo& info, ordered_json& document)
+{
+    const std::int32_t format = info.parameters.OutputFormat;
+    const bool hasFormat = format >= 0 && format < std::ssize(kOutputFormatTexts);
+    document["sensor"] = sensorOf(info.sensor);
+    document["parameters"] = parametersOf(info);
+    document["unit"] = UnitOf(info.parameters.DistanceUnit).name;
+    document["format"] = kOutputFormatTexts.at(static_cast<std::size_t>(hasFormat ? format : 0));
+}
+
 ordered_json documentOf(const RecordingInfo& info)
 {
-    const bool hasFormat =
-        info.parameters.OutputFormat >= 0 && info.parameters.OutputFormat < std::ssize(kOutputFormatTexts);
     clsMoments moments(info);
     ordered_json document;
     document["program"] = info.program;
     document["version"] = info.version;
     document["port"] = info.port;
     document["simulated"] = info.simulated;
-    document["sensor"] = sensorOf(info.sensor);
-    document["parameters"] = parametersOf(info);
-    document["unit"] = UnitOf(info.parameters.DistanceUnit).name;
-    document["format"] = kOutputFormatTexts.at(static_cast<std::size_t>(hasFormat ? info.parameters.OutputFormat : 0));
+    if (info.isSensorKnown) {
+        addSensor(info, document);
+    }
     document["start"] = info.start == 0.0 ? ordered_json() : moments.Text(info.start);
     document["end"] = nullptr; // its place
     document["everyValue"] = info.everyValue;
@@ -303,9 +310,11 @@ RecordingInfo infoOf(const json& document)
     readParameters(valueOf(document, "parameters"), info.parameters);
     std::array<std::string_view, kUnits.size()> units{};
     std::ranges::transform(kUnits, units.begin(), &UnitDef::name);
-    info.parameters.DistanceUnit = indexOf(valueOf(document, "unit"), units).value_or(info.parameters.DistanceUnit);
-    info.parameters.OutputFormat =
-        indexOf(valueOf(document, "format"), kOutputFormatTexts).value_or(info.parameters.OutputFormat);
+    const auto unit = indexOf(valueOf(document, "unit"), units);
+    const auto format = indexOf(valueOf(document, "format"), kOutputFormatTexts);
+    info.isSensorKnown = unit && format;
+    info.parameters.DistanceUnit = unit.value_or(info.parameters.DistanceUnit);
+    info.parameters.OutputFormat = format.value_or(info.parameters.OutputFormat);
     if (const auto start = timeOf(valueOf(document, "start"))) {
         info.start = start->time;
         info.offset_min = start->offset_min;

@@ -24,7 +24,8 @@ std::error_code Write(const std::filesystem::path& sidecar, const RecordingInfo&
 
 /// Reads a sidecar. A key that is missing, or has no value that fits, leaves the default; unknown keys are ignored. No
 /// value, with the reason in `why`, when there is no such file, when it cannot be read, is too large, or is not JSON.
-/// The text of the unit and of the format outweigh the numbers among the parameters. Never throws.
+/// The text of the unit and of the format outweigh the numbers among the parameters; the sensor is known if both are
+/// there. Never throws.
 std::optional<RecordingInfo> Read(const std::filesystem::path& sidecar, std::error_code& why);
 
 /// Whether a sidecar may describe a recording whose first line has this time: the line was not written before the start

@@ -361,6 +361,7 @@ TEST(Playback, IsInTheUnitOfThen)
 {
     const TemporaryFolder folder;
     RecordingInfo info = infoFrom(0.0);
+    info.isSensorKnown = true;
     info.sensor.SerialNo = "004711";
     info.parameters.DistanceUnit = 3;
     info.parameters.OutputFormat = FormatAscii;
@@ -369,6 +370,9 @@ TEST(Playback, IsInTheUnitOfThen)
     const Played played = play(file);
     EXPECT_EQ(DistanceText(played.values.at(0), '.'), "3.2808 [ft]");
     EXPECT_EQ(played.loaded.info.value().sensor.SerialNo, "004711");
+    info.isSensorKnown = false;
+    EXPECT_FALSE(modSidecar::Write(modSidecar::SidecarOf(file), info));
+    EXPECT_EQ(DistanceText(play(file).values.at(0), '.'), "1.000 m") << "as without a sidecar";
 }
 
 TEST(Playback, IgnoresASidecarThatIsNotItsOwnOrCannotBeRead)

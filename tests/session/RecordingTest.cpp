@@ -6,6 +6,7 @@
 #include "store/clsRecordReader.h"
 #include "store/modGlobals.h"
 #include "store/modSidecar.h"
+#include "tests/support/MeasuringSite.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/ScriptedSensor.h"
 #include "tests/support/Settle.h"
@@ -419,6 +420,109 @@ TEST(Session, CountsEachValueOfARecordingExactlyOnceHoweverTheBoxIsSwitched)
     EXPECT_EQ(figureOf(session.Recorder().FileName, "recorded"), recorded);
     EXPECT_EQ(figureOf(session.Recorder().FileName, "received"), figures.received - before.received);
     session.Leave(reported);
+}
+
+/// What stands beside a recording.
+RecordingInfo infoOf(const std::filesystem::path& recording)
+{
+    std::error_code why;
+    return modSidecar::Read(modSidecar::SidecarOf(recording), why).value_or(RecordingInfo());
+}
+
+TEST(Session, EachFileOfARecordingAddsUpExactly)
+{
+    for (const auto& [every, parts] :
+         {std::pair{true, PartsHourly}, {false, PartsHourly}, {true, PartsBySize}, {false, PartsBySize}}) {
+        const std::string row =
+            std::string(every ? "every value" : "one a tick") + (parts == PartsHourly ? ", hourly" : ", by size");
+        MeasuringSite site;
+        site.settings.EveryValue = every;
+        site.clock_days = 3585.0 / kSecondsPerDay; // 15 s before the full hour
+        ASSERT_NO_FATAL_FAILURE(site.Run(8)) << row;
+        site.session.Recorder().StartRecording({.parts = parts, .partBytes = 100 * kLineLength});
+        ASSERT_NO_FATAL_FAILURE(site.Run(15)) << row;
+        site.session.Recorder().Stop();
+        ASSERT_TRUE(site.session.FinishWriting(kPatience));
+        std::int64_t found = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(site.folder.path)) {
+            const std::filesystem::path& part = entry.path();
+            if (part.extension() != ".rec") {
+                continue;
+            }
+            ++found;
+            const AccountFigures figures = infoOf(part).account;
+            EXPECT_TRUE(figures.AddUpExactly()) << row << ", " << part.filename();
+            EXPECT_EQ(figures.recorded, std::ssize(distancesIn(part))) << row << ", " << part.filename();
+            EXPECT_EQ(figures.passedOver > 0, !every) << row;
+        }
+        EXPECT_GE(found, 2) << row;
+    }
+}
+
+TEST(Session, ASidecarNamesTheSensorOnceItIsKnown)
+{
+    MeasuringSite site;
+    const auto sidecar = site.folder.path / "SAVE0001.json";
+    const auto isKnown = [&] { return infoOf(sidecar).isSensorKnown; };
+    site.line->model.SetParameter("111", 3);
+    site.line->Pulled = true;
+    site.session.StartRecording();
+    site.Run(1);
+    ASSERT_TRUE(comes([&] { return std::filesystem::exists(sidecar); }));
+    EXPECT_FALSE(isKnown());
+    site.line->Pulled = false;
+    site.Run(10);
+    EXPECT_TRUE(comes(isKnown)) << "while the recording runs";
+    EXPECT_EQ(infoOf(sidecar).parameters.DistanceUnit, 3);
+    EXPECT_FALSE(infoOf(sidecar).end);
+    EXPECT_GT(site.account.Recording().recorded, 20) << "the recording has not begun again";
+    const std::string serial = infoOf(sidecar).sensor.SerialNo;
+    EXPECT_EQ(serial, site.session.SerialNo());
+    site.line->Pulled = true;
+    site.Run(1);
+    site.line->Pulled = false;
+    site.Run(0.2); // not asked yet who it is
+    site.session.Recorder().Stop();
+    ASSERT_TRUE(site.session.FinishWriting(kPatience));
+    EXPECT_EQ(infoOf(sidecar).sensor.SerialNo, serial);
+}
+
+TEST(Session, ASidecarSaysWhereTheValuesOfItsFileComeFrom)
+{
+    MeasuringSite site;
+    std::string port = "A";
+    site.session.Origin = [&] {
+        RecordingInfo info;
+        info.port = port;
+        return info;
+    };
+    site.settings.NewFile = PartsHourly;
+    site.clock_days = 3580.0 / kSecondsPerDay; // 20 s before the full hour
+    site.session.Simulated(true);
+    site.session.StartRecording();
+    site.Run(0.1);
+    port = "B";
+    site.session.Simulated(false);
+    site.Run(10);
+    const auto first = site.folder.path / "SAVE0001.rec";
+    EXPECT_TRUE(comes([&] { return infoOf(first).port == "B"; })) << "of the first value";
+    EXPECT_FALSE(infoOf(first).simulated);
+    port = "C";
+    site.session.Simulated(true);
+    site.settings.EveryValue = false;
+    site.Run(2);
+    site.session.Simulated(false);
+    site.settings.EveryValue = true;
+    site.Run(10);
+    site.session.Recorder().Stop();
+    ASSERT_TRUE(site.session.FinishWriting(kPatience));
+    for (const auto& [file, from, isMixed] :
+         {std::tuple(first, "B", true), {site.folder.path / "SAVE0002.rec", "C", false}}) {
+        const RecordingInfo info = infoOf(file);
+        EXPECT_EQ(info.port, from) << file.filename();
+        EXPECT_EQ(info.simulated, isMixed) << file.filename();
+        EXPECT_EQ(info.everyValue, !isMixed) << file.filename();
+    }
 }
 
 } // namespace

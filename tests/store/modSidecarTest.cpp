@@ -42,6 +42,7 @@ RecordingInfo fullInfo()
     info.version = "0.1.0";
     info.port = "COM 3 (/dev/ttyÜ)";
     info.simulated = true;
+    info.isSensorKnown = true;
     info.sensor.Attenuator = "E \x80\xB0";
     info.sensor.SerialNo = "004711\x01\"\\\n";
     info.sensor.SWVersion = "\x81\xFF";
@@ -96,6 +97,10 @@ TEST(Sidecar, HoldsOnlyTheParametersThatTheSensorHas)
 {
     const Sidecar sidecar;
     RecordingInfo info;
+    for (const char* key : {"sensor", "parameters", "unit", "format"}) {
+        EXPECT_EQ(sidecar.Text(info).find('"' + std::string(key) + '"'), std::string::npos) << key << " of nobody";
+    }
+    info.isSensorKnown = true;
     EXPECT_EQ(sidecar.Text(info).find("\"351\""), std::string::npos) << "no echo filter";
     EXPECT_NE(sidecar.Text(info).find("\"504\""), std::string::npos);
     info.parameters.NodeAddress = 7;
@@ -140,6 +145,7 @@ TEST(Sidecar, WhatDoesNotFitLeavesTheDefault)
     const auto read = sidecar.Read(R"({"unit": "in", "parameters": {"111": 0, "701": 7}, "end": "2026-11-20T14:03:05Z",
         "gaps": [{"from": "2026-11-20T14:03:05-00:30", "to": "2026-11-20T14:03:06", "reason": "of a later version"}]})");
     EXPECT_EQ(read.value().parameters.DistanceUnit, 2) << "the text outweighs the number";
+    EXPECT_FALSE(read->isSensorKnown) << "without a format";
     EXPECT_EQ(read->parameters.Offset, 7);
     EXPECT_EQ(read->end, timeOf(11, 20, 14, 3, 5, 0));
     EXPECT_EQ(read->gaps.size(), 1U);

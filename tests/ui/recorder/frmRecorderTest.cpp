@@ -369,6 +369,7 @@ TEST(MainWindow, PlaysInTheUnitOfTheSidecarAndSaysWhenItIsIgnored)
                                                      "15.11.2026 12:00:30,000; 2000 mm; 21 \xB0\x43\r\n");
     RecordingInfo info;
     info.start = 46341.5;
+    info.isSensorKnown = true;
     info.parameters.DistanceUnit = 3;
     info.gaps = {{46341.5, 46341.5 + 30.0 / 86400.0, GapReason::LineLost}};
     const auto sidecar = modSidecar::SidecarOf(file);
