@@ -372,7 +372,9 @@ TEST(Playback, IsInTheUnitOfThen)
     EXPECT_EQ(played.loaded.info.value().sensor.SerialNo, "004711");
     info.isSensorKnown = false;
     EXPECT_FALSE(modSidecar::Write(modSidecar::SidecarOf(file), info));
-    EXPECT_EQ(DistanceText(play(file).values.at(0), '.'), "1.000 m") << "as without a sidecar";
+    ParameterSet now;
+    now.DistanceUnit = 2;
+    EXPECT_EQ(play(file, now).values.at(0).unit, 2) << "as without a sidecar";
 }
 
 TEST(Playback, IgnoresASidecarThatIsNotItsOwnOrCannotBeRead)
