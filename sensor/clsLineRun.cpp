@@ -123,6 +123,11 @@ clsLineRun::Found clsLineRun::TakeSamples(std::string_view bytes, double now, co
     return std::move(look.found);
 }
 
+std::size_t clsLineRun::UsualSize() const
+{
+    return (m_hasRun ? m_shape.length : kShortestSingleLine) + kLineEnd.size();
+}
+
 /// The fast path for the usual case: pairs of lines like the last one. Padded lines that begin a look without a run
 /// need no look of their own, because their second lines would say the same.
 bool clsLineRun::takeAlike(Look& look, bool hadRun)
@@ -235,7 +240,9 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
         return Verdict::Damaged; // no distance is lost
     }
     if (!line) {
-        ++look.found.damaged;
+        // Without the end between them, several are one.
+        const std::size_t size = UsualSize();
+        look.found.damaged += static_cast<std::int32_t>(std::max<std::size_t>((end - start + size / 2) / size, 1));
         return Verdict::Damaged;
     }
     if (line->value == 0.0) {

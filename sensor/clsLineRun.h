@@ -51,6 +51,8 @@ public:
             m_held->isStale = true;
         }
     }
+    /// The bytes of a line with its end: as in the last one, or as a sensor pads them.
+    std::size_t UsualSize() const;
     /// The clock was set by this many days.
     void ShiftClock(double days) { m_lastTime += days; }
     /// Another sensor, unit or format: lines may have any shape.

@@ -165,6 +165,7 @@ std::size_t clsRVQ::Collect(double now)
     m_collected.resize(before + count);
     m_arrivals.Append(count, now);
     if (m_collected.size() > kMaxPending) { // nobody has read for long
+        noteGivenUp(m_inBuffer.size() + m_collected.size() - kMaxPending);
         m_collected.erase(0, m_collected.size() - kMaxPending);
         m_inBuffer.clear(); // else its end would be joined to a later beginning
         m_arrivals.DropUpTo(positionOf(0));
@@ -189,6 +190,7 @@ void clsRVQ::SendCommand(std::string_view Command)
         noteSentFrame(command.substr(0, command.size() - 1));
     }
     setRequest(std::move(command));
+    // What has come or waits belongs to what the command ends: it is neither passed on nor a loss.
     m_inBuffer.clear();
     m_frames.Restart();
     m_lines.Restart();

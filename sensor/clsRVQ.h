@@ -230,7 +230,8 @@ public:
     std::int32_t EventNr() const { return m_eventNr; }
     /// The last evaluation has found a distance; also true when `EventNr` reports damage behind it.
     bool NewDistance() const { return m_newDistance; }
-    /// Distances given up as damaged, one for each reply, as far as that can be known.
+    /// Distances given up as damaged, one for each reply, as far as that can be known. Bytes that were no reply count
+    /// by the usual length of one. What a command of our own discards does not count.
     std::int64_t DamagedReplies() const { return m_damagedReplies; }
     double CurrentTime() const { return m_currentTime; }
     double FailTime() const { return m_pending.deadline; }
@@ -333,6 +334,10 @@ private:
     void beginSamples();
     void noteLines(const clsLineRun::Found& found, std::size_t before);
     void noteSkipped(std::size_t bytes);
+    void noteGivenUp(std::size_t bytes);
+    void giveUpBytes();
+    std::size_t replySize() const;
+    bool expectsDistances() const;
     std::int64_t positionOf(std::size_t index) const;
     clsLineRun::Foreign foreignLines() const;
     bool isVerdict(std::string_view line) const;
@@ -368,7 +373,7 @@ private:
     clsLineRun m_lines;
     bool m_outOfStep = false; // frames with a CRC: the next good one may be good by chance
     std::optional<std::int32_t> m_lastCrc_mm;
-    std::size_t m_skipped = 0;               // bytes since the last good frame with a CRC
+    std::size_t m_skipped = 0;               // bytes given up since the last good reply
     std::int32_t m_format = -1, m_unit = -1; // of what has come so far
     std::deque<Distance> m_due;
     std::deque<SentFrame> m_sentFrames; // of the last seconds

@@ -55,6 +55,10 @@ void clsRVQ::evaluateTempErr()
     }
     acceptDistance(kTempErrValue, kMarkerTempError);
     m_tempStatus = 0;
+    if (hasBinaryFormat()) {
+        const std::size_t open = modReplySteps::CutTexts(m_inBuffer);
+        noteSkipped(m_inBuffer.size() - open); // frames around the text
+    }
     m_inBuffer.erase(0, isWhole && !hasBinaryFormat() ? m_inBuffer.rfind(kLineEnd) + kLineEnd.size() : m_inBuffer.npos);
 }
 
@@ -89,10 +93,11 @@ void clsRVQ::takeAsciiDistance()
         }
     }
     acceptDistances(std::move(distances));
+    m_skipped = m_samples.Size() > before ? 0 : m_skipped;
     if (!m_newDistance && m_currentTime >= m_pending.deadline) {
         // Deliberate: at the deadline itself, not after it as everywhere else.
+        giveUpBytes();
         askForStepBack();
-        m_inBuffer.clear();
     }
 }
 
@@ -129,6 +134,7 @@ void clsRVQ::takeBinaryDistance()
         addDistance(*found.newest_mm, distances);
     }
     acceptDistances(std::move(distances));
+    m_skipped = m_newDistance ? 0 : m_skipped;
     if (!m_newDistance && pastDeadline() && !owesNothing()) {
         giveUpRequest();
     }
@@ -262,15 +268,47 @@ void clsRVQ::reportCrcError(std::size_t skipped)
     noteSkipped(skipped);
 }
 
-/// A damaged reply may be some bytes longer or shorter than it was.
+/// Counts bytes that were no reply as the replies that they would have been: at least one, because a damaged reply may
+/// be some bytes longer or shorter than it was.
 void clsRVQ::noteSkipped(std::size_t bytes)
 {
-    constexpr std::size_t kSize = modReplySteps::kCrcFrameSize;
-    const auto lost = [](std::size_t skipped) {
-        return skipped == 0 ? 0 : static_cast<std::int64_t>(std::max<std::size_t>((skipped + kSize / 2) / kSize, 1));
+    const std::size_t size = replySize();
+    const auto lost = [&](std::size_t skipped) {
+        return skipped == 0 ? 0 : static_cast<std::int64_t>(std::max<std::size_t>((skipped + size / 2) / size, 1));
     };
-    m_damagedReplies += lost(m_skipped + bytes) - lost(m_skipped);
+    m_damagedReplies += std::max<std::int64_t>(lost(m_skipped + bytes) - lost(m_skipped), 0);
     m_skipped += bytes;
+}
+
+std::size_t clsRVQ::replySize() const
+{
+    if (!hasBinaryFormat()) {
+        return m_lines.UsualSize();
+    }
+    return m_parameters.OutputFormat == FormatBinaryCrc ? modReplySteps::kCrcFrameSize : modReplySteps::kFrameSize;
+}
+
+/// Whether what comes is a measurement. What comes otherwise is discarded without being counted: answers that are not
+/// understood and, behind a stop or any other command of our own, measurements that this command has made worthless.
+bool clsRVQ::expectsDistances() const
+{
+    const bool isMeasuring =
+        m_commStatus == DialogueMeasuring && !isPending(Request::Stop) && !isPending(Request::Temperature);
+    return isMeasuring || (m_commStatus == DialogueIdle && isPending(Request::Single));
+}
+
+/// Such bytes will not become a reply any more.
+void clsRVQ::noteGivenUp(std::size_t bytes)
+{
+    if (expectsDistances()) {
+        noteSkipped(bytes);
+    }
+}
+
+void clsRVQ::giveUpBytes()
+{
+    noteGivenUp(m_inBuffer.size());
+    m_inBuffer.clear();
 }
 
 void clsRVQ::EvaluateBehindDamage()

@@ -215,11 +215,12 @@ Request clsRVQ::evaluateMeasuring()
         return Request::None;
     }
     if (isPending(Request::Stop)) {
-        m_inBuffer.clear(); // still in flight after the stop
+        m_inBuffer.clear(); // still in flight after the stop, which nobody wants any more: no loss
         return evaluateSilence();
     }
     if (const std::size_t at = m_inBuffer.find("RVQ ready"); at != std::string::npos) {
         // The sensor has restarted. The idle state would not see the announcement behind distances.
+        noteGivenUp(at);
         m_inBuffer.erase(0, at);
         m_commStatus = DialogueIdle;
         return Request::None;
@@ -375,8 +376,8 @@ void clsRVQ::askForStepBack()
 void clsRVQ::giveUpRequest()
 {
     m_eventNr = EventNoAnswer;
+    giveUpBytes();
     forgetRequest();
-    m_inBuffer.clear();
 }
 
 /// The last step of an evaluation, so that nothing it has found is lost by the send.
@@ -395,6 +396,7 @@ void clsRVQ::sendFollowUp(Request request)
 void clsRVQ::boundInBuffer()
 {
     if (m_inBuffer.size() > kMaxPending) {
+        noteGivenUp(m_inBuffer.size() - kMaxPending);
         m_inBuffer.erase(0, m_inBuffer.size() - kMaxPending);
     }
     m_arrivals.DropUpTo(positionOf(0));

@@ -155,7 +155,7 @@ TEST(Arrivals, CollectingWithoutTicksIsBoundedAndJoinsNoHalvesOfReplies)
     EXPECT_EQ(sensor.Read(1e6).size(), clsRVQ::kMaxPending);
     EXPECT_EQ(sensor.device.InBuffer(), sensor.device.NewInData()) << "without the beginning of the first reply";
     const std::vector<double> times = sensor.Evaluate();
-    EXPECT_EQ(sensor.device.DamagedReplies(), 1) << "the cut one at the beginning";
+    EXPECT_EQ(sensor.device.DamagedReplies(), 101) << "those that were too many, and the cut one";
     ASSERT_FALSE(times.empty());
     EXPECT_NEAR(times.back(), 10.0 + static_cast<double>(count - 1) * 10, 0.01);
 }

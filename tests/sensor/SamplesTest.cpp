@@ -92,6 +92,10 @@ TEST(Samples, EveryLineIsOne)
          FormatAsciiUnit,
          {{one, {1234}, 1234}, {two + "   1.?36 m\r\n", {1235}, 1235}, {three, {1236}, 1236}},
          1},
+        {"lines without an end",
+         FormatAsciiUnit,
+         {{one, {1234}, 1234}, {std::string(10 * one.size(), 'x') + "\r\n", {}}, {two, {1235}, 1235}},
+         10},
         {"a line of another length waits and is given up",
          FormatAsciiUnit,
          {{one, {1234}, 1234}, {"     1.35 m\r\n", {}}, {two + three, {1235, 1236}, 1236}},
@@ -177,6 +181,43 @@ TEST(Samples, TheAnswerToASingleRequestIsOne)
         EXPECT_EQ(sensor.device.Samples()[0].outputFormat, format);
         sensor.Arrive("");
         EXPECT_TRUE(sensor.device.Samples().empty()) << "told once";
+    }
+}
+
+/// Only while a measurement may come: the bytes that a command discards are no loss.
+TEST(Samples, DiscardedBytesCountAsTheRepliesThatTheyWouldHaveBeen)
+{
+    struct Row {
+        const char* name;
+        std::int32_t format, commStatus;
+        const char* request;
+        double at_ms; ///< the deadline is at 2000
+        std::string bytes;
+        int damaged;
+    };
+    const std::string line = "     1.234 m\r\n", noise(10 * line.size(), 'x');
+    const std::string flood(clsRVQ::kMaxPending + noise.size(), 'x');
+    for (const Row& row : {
+             Row{"noise", FormatAscii, DialogueMeasuring, "m", 2001, noise, 10},
+             Row{"less than a line", FormatAscii, DialogueMeasuring, "m", 2001, "xyz", 1},
+             Row{"noise that may still become a line", FormatAscii, DialogueMeasuring, "m", 1999, noise, 0},
+             Row{"a flood", FormatAscii, DialogueMeasuring, "m", 1999, flood, 10},
+             Row{"a single value", FormatAscii, DialogueIdle, "G", 2001, noise, 10},
+             Row{"idle", FormatAscii, DialogueIdle, "", 2001, noise, 0},
+             Row{"behind a stop", FormatAscii, DialogueMeasuring, "S", 2001, noise, 0},
+             Row{"interrupted", FormatAscii, DialogueMeasuring, "T", 2001, noise, 0},
+             Row{"a restart", FormatAsciiUnit, DialogueMeasuring, "m", 1999, line + "RVQ ready", 1},
+             Row{"half a frame", FormatBinary, DialogueMeasuring, "m", 2001, "\x10\x27", 1},
+             Row{"half a frame with CRC", FormatBinaryCrc, DialogueMeasuring, "m", 2001, "\x10\x27", 1},
+             Row{"a text among frames", FormatBinary, DialogueMeasuring, "m", 1999,
+                 frame(10000) + frame(10001) + "    TempErr!\r\n", 2},
+         }) {
+        ScriptedSensor sensor;
+        sensor.device.Parameters().OutputFormat = row.format;
+        sensor.Expect(row.commStatus, row.request);
+        sensor.At(row.at_ms);
+        sensor.Arrive(row.bytes);
+        EXPECT_EQ(sensor.device.DamagedReplies(), row.damaged) << row.name;
     }
 }
 
