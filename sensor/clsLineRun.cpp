@@ -11,8 +11,9 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::size_t kShortestSingleLine = 12;
-constexpr double kMemory_s = 3.0;    // after a longer gap a distance may lie anywhere
-constexpr std::int32_t kCertain = 3; // lines of a new shape, wherever their distances lie
+constexpr std::size_t kMostWaiting = 64; // lines of 0 behind a line that waits
+constexpr double kMemory_s = 3.0;        // after a longer gap a distance may lie anywhere
+constexpr std::int32_t kCertain = 3;     // lines of a new shape, wherever their distances lie
 constexpr double kSame = 0.35;
 constexpr double kLargestPlace = 1e9;
 constexpr double kNear = 0.45; // a lost or foreign digit before the point changes a number by at least half
@@ -59,6 +60,18 @@ std::optional<std::string_view> markerIn(std::string_view bytes)
     return std::nullopt;
 }
 
+/// Blanks in front of a number show that nothing of it is missing.
+bool isWhole(const modReplySteps::DistanceLine& line, std::size_t size)
+{
+    return line.isPadded && size >= kShortestSingleLine;
+}
+
+bool isZero(std::string_view bytes)
+{
+    const auto line = modReplySteps::ReadDistanceLine(bytes);
+    return line && line->value == 0.0;
+}
+
 } // namespace
 
 clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples)
@@ -88,7 +101,7 @@ clsLineRun::Found clsLineRun::Take(std::string_view bytes, double now, const For
                 if (!isShort || m_hasRun) {
                     candidate = lookAt(found.consumed, first, look);
                 } else {
-                    noteShort(bytes.substr(found.consumed, first - found.consumed), now);
+                    noteShort(found.consumed, first, look);
                 }
                 candidate = isShort ? Verdict::None : candidate;
                 found.consumed = first + kLineEnd.size();
@@ -113,10 +126,10 @@ clsLineRun::Found clsLineRun::TakeSamples(std::string_view bytes, double now, co
     std::size_t start = 0;
     for (std::size_t end = bytes.find(kLineEnd); end != std::string_view::npos; end = bytes.find(kLineEnd, start)) {
         const std::string_view line = bytes.substr(start, end - start);
-        if (m_hasRun) {
+        if (m_hasRun || isZero(line)) {
             lookAt(start, end, look);
-        } else {
-            takeMarker(line, end + kLineEnd.size(), look);
+        } else if (!takeMarker(line, end + kLineEnd.size(), look)) {
+            noteFirst(line, look.samples.TimeOf(end + kLineEnd.size()), look.samples.Size(), look);
         }
         start = end + kLineEnd.size();
     }
@@ -128,13 +141,20 @@ std::size_t clsLineRun::UsualSize() const
     return (m_hasRun ? m_shape.length : kShortestSingleLine) + kLineEnd.size();
 }
 
+/// Several lines without their ends are one.
+std::int32_t clsLineRun::repliesIn(std::size_t line) const
+{
+    const std::size_t size = UsualSize();
+    return static_cast<std::int32_t>(std::max<std::size_t>((line + kLineEnd.size() + size / 2) / size, 1));
+}
+
 /// The fast path for the usual case: pairs of lines like the last one. Padded lines that begin a look without a run
 /// need no look of their own, because their second lines would say the same.
 bool clsLineRun::takeAlike(Look& look, bool hadRun)
 {
     const std::size_t size = m_form.Size();
     const bool isSure = hadRun || (m_shape.isPadded && size >= kShortestSingleLine + kLineEnd.size());
-    if (!m_hasRun || m_held || size == 0 || !isSure) {
+    if (!m_hasRun || m_held || !m_waiting.empty() || size == 0 || !isSure) {
         return false;
     }
     const std::size_t start = look.found.consumed;
@@ -148,7 +168,8 @@ bool clsLineRun::takeAlike(Look& look, bool hadRun)
         if (!fits(one, m_lastValue) || !fits(two, one.value)) {
             break;
         }
-        look.samples.AddLines(one.value, two.value, m_shape.unitIndex, look.found.consumed, size);
+        look.found.damaged +=
+            2 - look.samples.AddLines(one.value, two.value, m_shape.unitIndex, look.found.consumed, size);
         m_lastValue = two.value;
         last = two;
         look.found.consumed += 2 * size;
@@ -157,6 +178,7 @@ bool clsLineRun::takeAlike(Look& look, bool hadRun)
     if (look.found.consumed == start) {
         return false;
     }
+    m_isFirst = false;
     m_lastTime = look.now;
     m_shape.hasBlank = last.blanks > 0;
     m_shape.isPadded = m_shape.isPadded || (!m_variesInLength && last.blanks > 1);
@@ -167,35 +189,54 @@ bool clsLineRun::takeAlike(Look& look, bool hadRun)
 clsLineRun::Verdict clsLineRun::lookAtPair(std::size_t first, std::size_t second, bool hadRun, Look& look)
 {
     const std::size_t start = std::exchange(look.found.consumed, first + kLineEnd.size());
-    if (hadRun) {
+    const std::string_view line = look.bytes.substr(start, first - start);
+    if (hadRun || isZero(line)) {
         lookAt(start, first, look);
         return lookAt(look.found.consumed, second, look);
     }
     // Not a candidate and perhaps half a line, so no run begins with it: the second one tells whether it is a sample.
-    const bool hasRun = m_hasRun;
+    const auto read = modReplySteps::ReadDistanceLine(line);
+    if (!holdsSample() && (read || markerIn(line))) {
+        settle(read ? shapeOf(*read, line) : m_shape, read ? read->value : 0.0, look);
+    }
+    const bool isFirst = std::exchange(m_isFirst, false);
     const std::size_t before = look.samples.Size();
     const double time = look.samples.TimeOf(look.found.consumed);
     const Verdict verdict = lookAt(look.found.consumed, second, look);
-    const std::string_view line = look.bytes.substr(start, first - start);
-    if (verdict == Verdict::Counts && (hasRun || line.size() >= kShortestSingleLine)) {
-        takeFirst(line, time, before, look);
-    }
+    m_isFirst = isFirst;
+    noteFirst(line, time, before, look);
     return verdict;
 }
 
 /// A single short line does not count, and the first one may be half a line. But two that are alike make a run, with
 /// which damaged lines are compared.
-void clsLineRun::noteShort(std::string_view bytes, double now)
+void clsLineRun::noteShort(std::size_t start, std::size_t lineEnd, Look& look)
 {
+    const std::string_view bytes = look.bytes.substr(start, lineEnd - start);
     const auto line = modReplySteps::ReadDistanceLine(bytes);
-    Shape shape = line ? shapeOf(*line, bytes) : Shape{};
-    if (line && m_short && isAlike(*m_short, shape)) {
+    const Shape shape = line ? shapeOf(*line, bytes) : Shape{};
+    const bool isAlikeBoth = line && m_short && isAlike(*m_short, shape);
+    const std::size_t end = lineEnd + kLineEnd.size();
+    if (line && line->value == 0.0) {
+        lookAt(start, lineEnd, look);
+    } else if (line && !look.isForeign(bytes)) {
+        const bool isFirst = std::exchange(m_isFirst, false);
+        settle(shape, line->value, look);
+        m_waiting.push_back({line->value, shape, look.samples.TimeOf(end), isFirst});
+        if (isAlikeBoth) {
+            m_waiting.back().isFirst = false;
+            settle(shape, line->value, look);
+        }
+    } else if (!line && !takeMarker(bytes, end, look)) {
+        noteFirst(bytes, 0.0, look.samples.Size(), look);
+    }
+    if (isAlikeBoth) {
         m_hasRun = true;
         m_lastValue = line->value;
-        m_lastTime = now;
+        m_lastTime = look.now;
         m_shape = shape;
     }
-    m_short = line ? std::optional(std::move(shape)) : std::nullopt;
+    m_short = line ? std::optional(shape) : std::nullopt;
 }
 
 clsLineRun::Shape clsLineRun::shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes)
@@ -204,20 +245,31 @@ clsLineRun::Shape clsLineRun::shapeOf(const modReplySteps::DistanceLine& line, s
             line.isPadded, bytes.starts_with(' '), line.hasZeros};
 }
 
-/// The sample of a line in front of one that counts, if the two are alike. It goes in front of that one's.
-void clsLineRun::takeFirst(std::string_view bytes, double time, std::size_t at, Look& look)
+/// What becomes of a line with which no run begins. The first one of all may be a part of a line: it is no loss.
+void clsLineRun::noteFirst(std::string_view bytes, double time, std::size_t at, Look& look)
+{
+    const bool isFirst = std::exchange(m_isFirst, false);
+    if (!Trimmed(bytes).empty() && !look.isForeign(bytes) && !takeFirst(bytes, time, at, look) && !isFirst) {
+        look.found.damaged += repliesIn(bytes.size());
+    }
+}
+
+/// The sample of a line in front of another one, if it is whole or the two are alike. It goes in front of that one's.
+bool clsLineRun::takeFirst(std::string_view bytes, double time, std::size_t at, Look& look)
 {
     const auto line = modReplySteps::ReadDistanceLine(bytes);
     std::optional<Measurement> sample;
     if (markerIn(bytes)) {
         sample = look.samples.MeasurementOf(0.0, std::nullopt, time);
-    } else if (line && m_hasRun && isAlike(m_shape, shapeOf(*line, bytes)) &&
-               (m_shape.isPadded || isNear(line->value, m_lastValue))) {
+    } else if (line && (m_hasRun ? isAlike(m_shape, shapeOf(*line, bytes)) &&
+                                       (m_shape.isPadded || isNear(line->value, m_lastValue))
+                                 : isWhole(*line, bytes.size()))) {
         sample = look.samples.MeasurementOf(line->value, line->unitIndex, time);
     }
     if (sample) {
         look.samples.Insert(at, *sample);
     }
+    return sample.has_value();
 }
 
 /// Looks at the line from `start` to `lineEnd`.
@@ -225,6 +277,7 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
 {
     const std::string_view bytes = look.bytes.substr(start, lineEnd - start);
     const std::size_t end = lineEnd + kLineEnd.size();
+    const bool isFirst = std::exchange(m_isFirst, false);
     if (takeMarker(bytes, end, look)) {
         return Verdict::Counts;
     }
@@ -240,16 +293,11 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
         return Verdict::Damaged; // no distance is lost
     }
     if (!line) {
-        // Without the end between them, several are one.
-        const std::size_t size = UsualSize();
-        look.found.damaged += static_cast<std::int32_t>(std::max<std::size_t>((end - start + size / 2) / size, 1));
+        look.found.damaged += repliesIn(bytes.size());
         return Verdict::Damaged;
     }
     if (line->value == 0.0) {
-        // Not a value that is shown, but a reply: no echo. While a line before it waits, its place is not known.
-        if (isOfRun && !m_held && text.front() == '0') {
-            look.samples.Add(0.0, 0, end);
-        }
+        takeZero(text, shape, end, isFirst, look);
         return Verdict::None;
     }
     const double time = look.samples.TimeOf(end);
@@ -260,6 +308,59 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
     return verdict;
 }
 
+/// A line of 0 is not a value that is shown, but a reply: no echo. Behind a line that waits, it waits too, so that the
+/// samples stay in order; but not for ever, as a sensor may go on sending 0.
+void clsLineRun::takeZero(std::string_view text, Shape shape, std::size_t end, bool isFirst, Look& look)
+{
+    if (!text.substr(text.find_first_not_of("+-")).starts_with('0')) {
+        ++look.found.damaged;
+        return;
+    }
+    const double time = look.samples.TimeOf(end);
+    if (holdsSample() && m_waiting.size() < kMostWaiting) {
+        m_waiting.push_back({0.0, std::move(shape), time, false});
+        return;
+    }
+    if (holdsSample()) {
+        m_held->isGivenUp = true;
+        ++look.found.damaged;
+    }
+    const bool isKnown = m_hasRun ? isAlike(m_shape, shape) : shape.isPadded && shape.length >= kShortestSingleLine;
+    if (settle(shape, 0.0, look)) {
+        m_zeros = shape;
+    }
+    if (isKnown || (m_zeros && isAlike(*m_zeros, shape))) {
+        look.samples.Add(0.0, 0, end);
+    } else {
+        m_waiting.push_back({0.0, std::move(shape), time, isFirst});
+    }
+}
+
+bool clsLineRun::Waiting::IsLike(double next) const
+{
+    return isNear(value, next) || (value == 0.0 && !isFirst);
+}
+
+/// Decides about the lines that wait: a line of this shape has come. Returns whether the last of them becomes a sample.
+bool clsLineRun::settle(const Shape& shape, double value, Look& look)
+{
+    bool isSample = false;
+    for (const Waiting& line : m_waiting) {
+        const bool isAccepted = line.IsLike(value) && isAlike(shape, line.shape);
+        const bool isNumber = line.value != 0.0;
+        const auto sample =
+            look.samples.MeasurementOf(line.value, isNumber ? line.shape.unitIndex : std::nullopt, line.time);
+        isSample = isAccepted && sample;
+        if (isSample) {
+            look.samples.Add(*sample);
+        } else if (!line.isFirst) {
+            ++look.found.damaged;
+        }
+    }
+    m_waiting.clear();
+    return isSample;
+}
+
 /// Takes a line that stands for a missing distance.
 bool clsLineRun::takeMarker(std::string_view bytes, std::size_t end, Look& look)
 {
@@ -267,7 +368,8 @@ bool clsLineRun::takeMarker(std::string_view bytes, std::size_t end, Look& look)
     if (!name) {
         return false;
     }
-    dropHeld(look.found);
+    dropHeld(look);
+    settle(m_shape, 0.0, look);
     look.found.newest = Line{std::string(*name), 0.0};
     if (Contains(bytes, "TempErr!")) {
         look.samples.AddTempError(end);
@@ -287,7 +389,7 @@ clsLineRun::Verdict clsLineRun::judge(Seen seen, Look& look)
         if (m_held && !m_held->isOtherShape && isNear(m_held->line.value, seen.line.value)) {
             releaseHeld(look);
         }
-        dropHeld(look.found);
+        dropHeld(look);
         return count(std::move(seen), look);
     }
     if (m_held && m_held->isOtherShape == seen.isOtherShape && confirms(seen, *m_held)) {
@@ -304,7 +406,8 @@ clsLineRun::Verdict clsLineRun::judge(Seen seen, Look& look)
     if (m_held && isAlike(m_held->shape, seen.shape)) {
         seen.repeated = m_held->repeated + 1;
     }
-    dropHeld(look.found);
+    dropHeld(look);
+    settle(seen.shape, seen.line.value, look);
     m_held = std::move(seen);
     return Verdict::Held;
 }
@@ -314,6 +417,7 @@ clsLineRun::Verdict clsLineRun::count(Seen seen, Look& look)
     m_variesInLength = m_variesInLength || (m_hasRun && m_shape.length != seen.shape.length);
     const bool isPadded = m_hasRun && m_shape.isPadded;
     const bool hadZeros = m_hasRun && m_shape.hasZeros;
+    settle(seen.shape, seen.line.value, look);
     addSample(seen, look);
     m_shape = std::move(seen.shape);
     m_shape.hasZeros = m_shape.hasZeros || hadZeros;
@@ -329,25 +433,33 @@ void clsLineRun::addSample(const Seen& seen, Look& look)
 {
     if (const auto sample = look.samples.MeasurementOf(seen.line.value, seen.shape.unitIndex, seen.time)) {
         look.samples.Add(*sample);
+    } else {
+        ++look.found.damaged; // noise
     }
 }
 
 /// Only the newest line of a look counts, so the held line is reported separately only if it is from an earlier look.
 void clsLineRun::releaseHeld(Look& look)
 {
-    if (!m_held->isStale) {
+    if (holdsSample()) {
         addSample(*m_held, look);
-        if (!m_held->isOfThisLook) {
-            look.found.held = std::move(m_held->line);
-        }
+    } else {
+        look.found.damaged += m_held->isGivenUp ? 0 : 1;
+    }
+    settle(m_held->shape, m_held->line.value, look);
+    if (!m_held->isStale && !m_held->isOfThisLook) {
+        look.found.held = std::move(m_held->line);
     }
     m_held.reset();
 }
 
-void clsLineRun::dropHeld(Found& found)
+void clsLineRun::dropHeld(Look& look)
 {
-    found.damaged += m_held ? 1 : 0;
-    m_held.reset();
+    if (m_held) {
+        look.found.damaged += m_held->isGivenUp ? 0 : 1;
+        m_held.reset();
+        settle(m_shape, 0.0, look);
+    }
 }
 
 bool clsLineRun::isAlike(const Shape& run, const Shape& shape) const

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class clsLineRun {
 public:
@@ -37,8 +38,9 @@ public:
     /// a line that differs only in length and lies away from the one before also waits; it counts if the next one lies
     /// near. `now` is the time in days.
     /// All lines that pass become samples, whether they are the value or not: the first line of a pair, a short single
-    /// line once others have set the shape, and a line of 0, which is a missing echo. A line that waits becomes one
-    /// when it is confirmed.
+    /// line that is like the one before, and a line of 0, which is a missing echo. A line that waits becomes one when
+    /// it is confirmed. All others count as damaged, except the first one of all, which may be a part of a line, and
+    /// what is known to be no distance.
     Found Take(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples);
     /// The samples of all complete lines, for bytes that hold a temperature error and are dropped afterwards.
     Found TakeSamples(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples);
@@ -50,6 +52,8 @@ public:
         if (m_held) {
             m_held->isStale = true;
         }
+        m_waiting.clear();
+        m_isFirst = true;
     }
     /// The bytes of a line with its end: as in the last one, or as a sensor pads them.
     std::size_t UsualSize() const;
@@ -75,7 +79,16 @@ private:
         bool isOtherShape = false; ///< not only in its length
         bool isOfThisLook = true;
         bool isStale = false;      ///< a command has been sent since
+        bool isGivenUp = false;    ///< no longer a sample, and counted
         std::int32_t repeated = 1; ///< consecutive lines of this shape
+    };
+    /// A line that is never the value but may become a sample: the next one tells.
+    struct Waiting {
+        double value = 0.0;
+        Shape shape;
+        double time = 0.0;
+        bool isFirst = false; ///< perhaps a part of a line
+        bool IsLike(double next) const;
     };
     enum class Verdict : std::uint8_t { None, Counts, Held, Damaged };
 
@@ -88,17 +101,22 @@ private:
         Found found{};
     };
 
+    std::int32_t repliesIn(std::size_t line) const;
     bool takeAlike(Look& look, bool hadRun);
     Verdict lookAtPair(std::size_t first, std::size_t second, bool hadRun, Look& look);
-    void takeFirst(std::string_view bytes, double time, std::size_t at, Look& look);
+    void noteFirst(std::string_view bytes, double time, std::size_t at, Look& look);
+    bool takeFirst(std::string_view bytes, double time, std::size_t at, Look& look);
     Verdict lookAt(std::size_t start, std::size_t lineEnd, Look& look);
     bool takeMarker(std::string_view bytes, std::size_t end, Look& look);
+    void takeZero(std::string_view text, Shape shape, std::size_t end, bool isFirst, Look& look);
+    bool settle(const Shape& shape, double value, Look& look);
+    bool holdsSample() const { return m_held && !m_held->isStale && !m_held->isGivenUp; }
     Verdict judge(Seen seen, Look& look);
     Verdict count(Seen seen, Look& look);
     static void addSample(const Seen& seen, Look& look);
     void releaseHeld(Look& look);
-    void dropHeld(Found& found);
-    void noteShort(std::string_view bytes, double now);
+    void dropHeld(Look& look);
+    void noteShort(std::size_t start, std::size_t lineEnd, Look& look);
     static Shape shapeOf(const modReplySteps::DistanceLine& line, std::string_view bytes);
     bool isAlike(const Shape& run, const Shape& shape) const;
     bool confirms(const Seen& seen, const Seen& held) const;
@@ -111,5 +129,8 @@ private:
     double m_lastValue = 0.0;
     double m_lastTime = 0.0; ///< days
     std::optional<Seen> m_held;
-    std::optional<Shape> m_short; ///< of the last line, while no run has begun
+    std::optional<Shape> m_short;   ///< of the last line, while no run has begun
+    std::vector<Waiting> m_waiting; ///< behind the held line, or for one more of their shape
+    std::optional<Shape> m_zeros;   ///< lines of 0 that are not of the run, but alike
+    bool m_isFirst = true;          ///< no line has come since the last command
 };

@@ -44,7 +44,7 @@ void clsRVQ::evaluateTempErr()
         noteLines(m_lines.TakeSamples(m_inBuffer, m_currentTime, foreignLines(), m_samples), before);
     }
     const bool isWhole = m_inBuffer.find(kLineEnd, end) != std::string::npos;
-    if (hasBinaryFormat() || m_unitInDoubt || !isWhole) {
+    if (hasBinaryFormat() || !isWhole) {
         m_samples.AddTempError(end);
     } else {
         std::size_t count = m_samples.Size();
@@ -101,15 +101,15 @@ void clsRVQ::takeAsciiDistance()
     }
 }
 
-/// While the unit is in doubt, a number is no measurement.
+/// While the unit is in doubt, a number is no measurement and counts as damaged.
 void clsRVQ::noteLines(const clsLineRun::Found& found, std::size_t before)
 {
     m_damagedReplies += found.damaged;
     if (m_unitInDoubt) {
-        m_samples.Truncate(before);
+        m_damagedReplies += m_samples.DropDistances(before);
     } else if (found.isNewShape && m_parameters.OutputFormat == FormatAscii) {
         m_unitInDoubt = true;
-        m_samples.Truncate(found.newShapeAt);
+        m_damagedReplies += m_samples.DropDistances(found.newShapeAt);
     }
 }
 
@@ -123,9 +123,14 @@ void clsRVQ::takeBinaryDistance()
     }
     const std::string_view frames = std::string_view(m_inBuffer).substr(0, m_inBuffer.size() - (paused ? 0 : open));
     beginSamples();
+    const std::size_t before = m_samples.Total();
     const clsFrameStep::Found found = m_frames.Take(frames, paused, m_samples);
     m_inBuffer.erase(0, found.consumed);
-    m_damagedReplies += found.damaged;
+    // A frame whose lowest byte is 0 keeps the step, but is no sample unless it continues a row. It cannot begin one:
+    // bytes of 0 look alike in every step, and a line without a sensor sends them, too. So it counts as damaged.
+    const auto taken = static_cast<std::int64_t>(found.consumed / modReplySteps::kFrameSize);
+    const auto sampled = static_cast<std::int64_t>(m_samples.Total() - before);
+    m_damagedReplies += std::max<std::int64_t>(found.damaged, taken - sampled);
     std::deque<Distance> distances;
     for (const std::int32_t held_mm : found.held_mm) {
         addDistance(held_mm, distances);

@@ -41,6 +41,14 @@ void clsSampleList::Defer(std::size_t first)
     m_size = first;
 }
 
+std::int64_t clsSampleList::DropDistances(std::size_t first)
+{
+    const auto all = std::span(m_list).first(m_size).subspan(first);
+    const auto dropped = std::ranges::remove(all, MeasurementKind::Distance, KindOf);
+    m_size -= dropped.size();
+    return std::ssize(dropped);
+}
+
 void clsSampleList::LookAt(const Source& source)
 {
     m_source = source;
@@ -108,15 +116,18 @@ void clsSampleList::Insert(std::size_t at, const Measurement& sample)
     m_list[at] = sample;
 }
 
-void clsSampleList::AddLines(double first, double second, std::optional<std::int32_t> unit, std::size_t at,
-                             std::size_t size)
+std::int32_t clsSampleList::AddLines(double first, double second, std::optional<std::int32_t> unit, std::size_t at,
+                                     std::size_t size)
 {
+    std::int32_t added = 0;
     for (const double value : {first, second}) {
         at += size;
         if (const auto sample = MeasurementOf(value, unit, TimeOf(at))) {
             Add(*sample);
+            ++added;
         }
     }
+    return added;
 }
 
 void clsSampleList::AddFrames(std::string_view bytes, std::size_t at, std::size_t count, std::size_t size)

@@ -30,8 +30,10 @@ public:
     void Renew();
     /// What is in the list has been taken. What was deferred stays so.
     void Clear() { m_size = 0; }
-    /// Drops the samples from this one on.
-    void Truncate(std::size_t size) { m_size = size < m_size ? size : m_size; }
+    /// Samples so far, with those that are deferred.
+    std::size_t Total() const { return m_size + m_deferred.size(); }
+    /// Drops the distances from this sample on, but not what stands for a missing one. Returns how many there were.
+    std::int64_t DropDistances(std::size_t first);
     /// Keeps the samples from this one on for the next evaluation.
     void Defer(std::size_t first);
     /// A command ends what was deferred.
@@ -47,8 +49,9 @@ public:
     std::optional<Measurement> MeasurementOf(double value, std::optional<std::int32_t> unit, double time) const;
     void AddTempError(std::size_t end);
     void Insert(std::size_t at, const Measurement& sample);
-    /// Adds the numbers of two text lines of `size` bytes that begin at `at`.
-    void AddLines(double first, double second, std::optional<std::int32_t> unit, std::size_t at, std::size_t size);
+    /// Adds the numbers of two text lines of `size` bytes that begin at `at`. Returns how many of them were no noise.
+    std::int32_t AddLines(double first, double second, std::optional<std::int32_t> unit, std::size_t at,
+                          std::size_t size);
     /// Adds consecutive binary frames that begin at `at`, each with `size` bytes, of which the first four count.
     void AddFrames(std::string_view bytes, std::size_t at, std::size_t count, std::size_t size);
 

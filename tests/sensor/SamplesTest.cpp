@@ -105,7 +105,7 @@ TEST(Samples, EveryLineIsOne)
          {{one, {1234}, 1234}, {"     4.049 ft\r\n", {}}, {"     4.100 ft\r\n", {1234, 1250}, 1250}}},
         {"short lines",
          FormatAsciiUnit,
-         {{"1.234 m\r\n", {}}, {"1.235 m\r\n", {}}, {"1.236 m\r\n", {1236}}, {"1.237 m\r\n", {1237}}}},
+         {{"1.234 m\r\n", {}}, {"1.235 m\r\n", {1234, 1235}}, {"1.236 m\r\n", {1236}}, {"1.237 m\r\n", {1237}}}},
         // A line of 0 is a missing echo, but never the value: a pair that ends with it shows nothing. So it is the one
         // reply that may follow the value in the samples.
         {"a line of 0",
@@ -124,7 +124,42 @@ TEST(Samples, EveryLineIsOne)
           {"34 m\r\n", {1234}, 1234}}},
         {"a number in an unknown unit is none",
          FormatAscii,
-         {{"       1.234\r\n", {1234}, 1234}, {"       4.0490\r\n", {}}, {"       4.0500\r\n", {}}}},
+         {{"       1.234\r\n", {1234}, 1234}, {"       4.0490\r\n", {}}, {"       4.0500\r\n", {}}, {none, {0}}},
+         2},
+        {"lines before a temperature error at the start",
+         FormatAsciiUnit,
+         {{one + "12 m\r\n" + error, {1234, kMarkerTempError}, kMarkerTempError}},
+         1},
+    });
+}
+
+TEST(Samples, EveryLineOfZeroIsOneAsSoonAsItsFormIsKnown)
+{
+    const std::string one = "     1.234 m\r\n", two = "     1.235 m\r\n", zero = "     0.000 m\r\n";
+    const std::string feet = "     4.049 ft\r\n", zeroFeet = "     0.000 ft\r\n", other = "     1.35 m\r\n";
+    std::string many;
+    for (int i = 0; i < 100; ++i) {
+        many += zero;
+    }
+    check({
+        {"from the start", FormatAsciiUnit, {{zero, {0}}, {zero + zero, {0, 0}}, {zero + one, {0, 1234}, 1234}}},
+        {"two short ones", FormatAsciiUnit, {{"0.000 m\r\n", {}}, {"0.000 m\r\n", {0, 0}}, {"0.000 m\r\n", {0}}}},
+        {"a pair of short ones",
+         FormatAscii,
+         {{"0.000\r\n0.000\r\n", {0, 0}}, {"1.234\r\n1.235\r\n", {1234, 1235}, 1235}}},
+        {"the end of another number", FormatAsciiUnit, {{"0.000 m\r\n12.345 m\r\n", {12345}, 12345}}},
+        {"behind a line that is confirmed",
+         FormatAsciiUnit,
+         {{one, {1234}, 1234}, {feet + zeroFeet, {}}, {feet, {1234, 0, 1234}, 1234}}},
+        {"behind a line that is given up",
+         FormatAsciiUnit,
+         {{one, {1234}, 1234}, {other + zero, {}}, {one + two, {0, 1234, 1235}, 1235}},
+         1},
+        {"for long behind a line", FormatAsciiUnit, {{one, {1234}, 1234}, {other, {}}, {many, Values(100, 0)}}, 1},
+        {"of another form",
+         FormatAsciiUnit,
+         {{one, {1234}, 1234}, {"0\r\n", {}}, {"0\r\n", {0, 0}}, {two, {1235}, 1235}, {"0\r\n", {0}}}},
+        {"a damaged one", FormatAsciiUnit, {{one, {1234}, 1234}, {"     0.00 m\r\n", {}}, {two, {1235}, 1235}}, 1},
     });
 }
 
@@ -156,6 +191,8 @@ TEST(Samples, EveryFrameIsOne)
         {"a frame of 0",
          FormatBinary,
          {{four, fourValues, 10003}, {frame(0) + frame(10004), {0, 10004}, 10004}, {frame(0), {0}}}},
+        {"the lowest byte is 0 from the start", FormatBinary, {{frame(9984) + frame(9984), {}}, {frame(0), {}}}, 3},
+        {"0 and a CRC from the start", FormatBinaryCrc, {{crc(0) + crc(9984), {0, 9984}, 9984}}},
         {"a CRC", FormatBinaryCrc, {{crc(0) + crc(10001) + "\x10", {0, 10001}, 10001}}},
         {"damage between good ones",
          FormatBinaryCrc,
