@@ -45,8 +45,9 @@ public:
     /// The samples of all complete lines, for bytes that hold a temperature error and are dropped afterwards.
     Found TakeSamples(std::string_view bytes, double now, const Foreign& isForeign, clsSampleList& samples);
 
-    /// The lines begin anew after a command. A held line is no longer reported, but the next line may still confirm
-    /// its shape; otherwise a sensor that is asked for single values could never change its format.
+    /// The lines begin anew after a command, which ends those that wait. A held line is no longer reported, but the
+    /// next line may still confirm its shape; otherwise a sensor that is asked for single values could never change its
+    /// format.
     void Restart()
     {
         if (m_held) {

@@ -150,8 +150,8 @@ public:
     /// All measurements among the replies that the last evaluation has understood, oldest first, each at the time when
     /// its last byte arrived. A distance that waits for later bytes becomes one when they confirm it; what is given up
     /// never does. If the evaluation has found a distance, the last of them is the newest; `MeasValue` has it once
-    /// `HasDue` is false. Three replies are samples but never the newest: a text line of 0, a single line that is too
-    /// short, and a frame without CRC whose lowest byte is 0.
+    /// `HasDue` is false. Four replies are samples but never the newest: a text line of 0, a single line that is too
+    /// short, a missing echo while the unit is in doubt, and a frame without CRC whose lowest byte is 0.
     std::span<const Measurement> Samples() const { return m_samples.All(); }
     /// Continues after `EventCrcError` as long as the buffer holds a whole reply: the values are then those of the
     /// newest good reply behind the damage, and `NewDistance` says whether it was a distance. `EventNr` stays as it is,
