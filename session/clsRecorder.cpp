@@ -67,6 +67,7 @@ void clsRecorder::StartRecording(const RecordPlan& plan)
     m_waitsForTemperature = false;
     m_duration_s = m_silence_s = 0.0;
     m_moments.clear();
+    m_latest = {};
     m_progress = {};
     describe({});
 }
@@ -228,8 +229,9 @@ void clsRecorder::passTime(double now)
     }
     m_duration_s += passed_s;
     m_silence_s += passed_s;
+    m_latest = {m_duration_s, m_lines, m_bytes};
     if (m_moments.empty() || m_duration_s - m_moments.back().time_s >= 1.0) {
-        m_moments.push_back({m_duration_s, m_lines, m_bytes});
+        m_moments.push_back(m_latest);
     }
     while (m_duration_s - m_moments.front().time_s > kRateOver_s) {
         m_moments.pop_front();
@@ -244,10 +246,12 @@ RecordFigures clsRecorder::Figures() const
     figures.bytes = m_progress.bytes;
     figures.waiting = m_lines - m_progress.lines;
     figures.free = m_progress.free;
-    const double span_s = m_moments.empty() ? 0.0 : m_duration_s - m_moments.front().time_s;
+    // From tick to tick: the time of lines that have come since the last one has not passed yet.
+    const Moment first = m_moments.empty() ? m_latest : m_moments.front();
+    const double span_s = m_latest.time_s - first.time_s;
     if (span_s >= 1.0) {
-        figures.rate = static_cast<double>(m_lines - m_moments.front().lines) / span_s;
-        const double bytesPerHour = static_cast<double>(m_bytes - m_moments.front().bytes) / span_s * kSecondsPerHour;
+        figures.rate = static_cast<double>(m_latest.lines - first.lines) / span_s;
+        const double bytesPerHour = static_cast<double>(m_latest.bytes - first.bytes) / span_s * kSecondsPerHour;
         figures.isShort = figures.free && static_cast<double>(*figures.free) < bytesPerHour;
     }
     return figures;

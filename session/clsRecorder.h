@@ -44,7 +44,7 @@ struct RecordFigures {
     double silence_s = 0.0;             ///< since the last value, or the start
     std::int64_t bytes = 0;             ///< of the present file
     std::int64_t waiting = 0;           ///< lines that the disk has not taken yet
-    std::optional<double> rate;         ///< lines a second; none in the first second
+    std::optional<double> rate;         ///< lines a second, over ten seconds at most; none in the first second
     std::optional<std::uintmax_t> free; ///< bytes that the disk has left
     bool isShort = false;               ///< they last for less than an hour at the present rate
 };
@@ -185,4 +185,5 @@ private:
     std::vector<LateFailure> m_lateFailures;
     double m_now = 0.0, m_duration_s = 0.0, m_silence_s = 0.0;
     std::deque<Moment> m_moments; ///< of the last seconds
+    Moment m_latest;              ///< of the last tick
 };
