@@ -10,6 +10,7 @@
 
 namespace {
 
+const std::string kNothing = "–";
 constexpr double kMsPerSecond = 1000.0, kMsPerMinute = 60000.0, kMsPerHour = 3600000.0;
 
 /// The part in front of the next separator, which goes too.
@@ -24,7 +25,7 @@ std::string_view takePart(std::string_view& texts, char separator)
 
 std::string modAccountText::Rate(double perSecond, char decimalSeparator)
 {
-    return FixedText(perSecond, 1, decimalSeparator) + "/s";
+    return FixedText(perSecond, 1, decimalSeparator) + " /s";
 }
 
 std::string modAccountText::ValidShare(const AccountFigures& figures, char decimalSeparator)
@@ -48,7 +49,8 @@ std::string modAccountText::Duration(double ms, char decimalSeparator)
                                   : FixedText(ms / kMsPerHour, 1, decimalSeparator) + " h";
 }
 
-std::string modAccountText::Table(const clsAccount& account, std::int32_t language, char decimalSeparator)
+std::string modAccountText::Table(const clsAccount& account, std::optional<double> recordedRate, std::int32_t language,
+                                  char decimalSeparator)
 {
     const AccountFigures& whole = account.Figures();
     const AccountFigures lately = account.Lately();
@@ -59,14 +61,21 @@ std::string modAccountText::Table(const clsAccount& account, std::int32_t langua
         table += takePart(columns, '|');
         table += columns.empty() ? '\n' : '\t';
     }
-    const auto add = [&](const std::string& first, const std::string& second) {
+    const auto add = [&](std::string_view first, std::string_view second) {
         table += takePart(names, '|');
-        table += '\t' + first + '\t' + second + '\n';
+        table += '\t';
+        table += first;
+        table += '\t';
+        table += second;
+        table += '\n';
     };
     // The names have the same order.
     for (const auto& [key, count] : kAccountCounts) {
         add(std::to_string(whole.*count), std::to_string(lately.*count));
     }
     add(Duration(whole.longestGap_ms, decimalSeparator), Duration(lately.longestGap_ms, decimalSeparator));
+    names = modFunctions::GetText(TextId::AccountRates, language);
+    add(kNothing, Rate(account.PerSecond(&AccountFigures::received), decimalSeparator));
+    add(kNothing, recordedRate ? Rate(*recordedRate, decimalSeparator) : kNothing);
     return table;
 }

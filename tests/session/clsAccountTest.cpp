@@ -241,18 +241,19 @@ TEST(AccountText, CutsAShareAndPutsATimeIntoItsUnit)
     Told told;
     told.Pass(12000, true);
     told.account.Damaged(7);
-    const std::string table = modAccountText::Table(told.account, LanguageEnglish, '.');
+    const std::string table = modAccountText::Table(told.account, 25.0, LanguageEnglish, '.');
     EXPECT_NE(table.find("\nReceived\t607\t50"), std::string::npos) << table;
     EXPECT_NE(table.find("\nDamaged\t7\t7\n"), std::string::npos) << table;
-    EXPECT_TRUE(table.ends_with("\nLongest gap\t20 ms\t20 ms\n")) << table;
+    EXPECT_NE(table.find("\nLongest gap\t20 ms\t20 ms\nReceiving rate\t–\t50."), std::string::npos) << table;
+    EXPECT_TRUE(table.ends_with(" /s\nRecording rate\t–\t25.0 /s\n")) << table;
     for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
-        std::istringstream lines(modAccountText::Table(told.account, language, '.'));
+        std::istringstream lines(modAccountText::Table(told.account, {}, language, '.'));
         int rows = 0;
         for (std::string line; std::getline(lines, line); ++rows) {
             EXPECT_EQ(std::ranges::count(line, '\t'), 2) << line;
             EXPECT_NE(line.front(), '\t') << line;
         }
-        EXPECT_EQ(rows, 14);
+        EXPECT_EQ(rows, 16);
     }
 }
 

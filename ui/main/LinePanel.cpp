@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr char kWidest[] = "0000.0/s";
+constexpr char kWidest[] = "0000.0 /s";
 constexpr std::int32_t kTicksPerLook = 500 / clsMeasurementLoop::kInterval_ms;
 
 } // namespace
@@ -108,10 +108,7 @@ void LinePanel::showFigures()
     const char separator = DecimalSeparator();
     const auto text = [separator](double rate) { return FromUtf8(modAccountText::Rate(rate, separator)); };
     ShowText(*lblReceivedRate, text(account.PerSecond(&AccountFigures::received)));
-    const clsRecorder& recorder = m_session->Recorder();
-    const bool isRecording = recorder.Mode == RecorderRecording;
-    // The recorder's own rate, which its window shows, too: that of the account begins with the measurement.
-    const auto recorded = isRecording ? recorder.Figures().rate : std::nullopt;
+    const auto recorded = recordedRate();
     ShowText(*lblRecordedRate, recorded ? text(*recorded) : QStringLiteral("–"));
     const std::string share = modAccountText::ValidShare(figures, separator);
     ShowText(*lblValidShare, share.empty() ? QStringLiteral("–") : FromUtf8(share));
@@ -120,10 +117,17 @@ void LinePanel::showFigures()
     ShowText(*lblLongestGap, FromUtf8(modAccountText::Duration(figures.longestGap_ms, separator)));
 }
 
+/// The recorder's own rate, which its window shows, too: that of the account begins with the measurement.
+std::optional<double> LinePanel::recordedRate() const
+{
+    const clsRecorder& recorder = m_session->Recorder();
+    return recorder.Mode == RecorderRecording ? recorder.Figures().rate : std::nullopt;
+}
+
 void LinePanel::copy()
 {
-    QApplication::clipboard()->setText(
-        FromUtf8(modAccountText::Table(m_session->Loop().Account(), m_settings->Language, DecimalSeparator())));
+    QApplication::clipboard()->setText(FromUtf8(
+        modAccountText::Table(m_session->Loop().Account(), recordedRate(), m_settings->Language, DecimalSeparator())));
 }
 
 /// The style shows the focus only of a frame that can be ticked.

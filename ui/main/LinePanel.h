@@ -7,6 +7,7 @@
 #include <QGroupBox>
 
 #include <cstdint>
+#include <optional>
 
 class LineLabel;
 class QAction;
@@ -37,6 +38,7 @@ protected:
 private:
     LineLabel* addRow(QGridLayout& grid, const char* name, TextId caption, TextId toolTip);
     void showFigures();
+    std::optional<double> recordedRate() const;
     void copy();
 
     clsSession* m_session = nullptr;

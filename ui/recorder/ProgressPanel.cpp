@@ -76,7 +76,7 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     for (const auto& [label, name, toolTip, widest] :
          {std::tuple(lblDuration, "lblDuration", TextId::ToolTipDuration, "0000:00:00"),
           {lblSize, "lblSize", TextId::ToolTipSize, "999.9 MiB"},
-          {lblRate, "lblRate", TextId::ToolTipRate, "0000.0/s"},
+          {lblRate, "lblRate", TextId::ToolTipRate, "0000.0 /s"},
           {lblFree, "lblFree", TextId::ToolTipFree, "Free: 999.9 GiB"}}) {
         label->setObjectName(QLatin1String(name));
         label->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1String(widest)));

@@ -97,7 +97,7 @@ TEST(MainWindow, ValuesHaveTheTimeOfTheirArrivalNotOfTheTick)
 TEST(MainWindow, SaysWhatComesOverTheLine)
 {
     const MainDesk main;
-    EXPECT_EQ(main.Text("lblReceivedRate"), "0.0/s");
+    EXPECT_EQ(main.Text("lblReceivedRate"), "0.0 /s");
     EXPECT_EQ(main.Text("lblValidShare"), "–");
     ASSERT_TRUE(main.Connects());
     main.Find("cmdStart")->click();
@@ -109,7 +109,7 @@ TEST(MainWindow, SaysWhatComesOverTheLine)
     EXPECT_EQ(main.Text("lblDamaged"), "0");
     main.session->StartRecording();
     main.session->Loop().Account().Recorded(10000, 0, 0); // before this recording, for all that the frame knows
-    ASSERT_TRUE(Until([&] { return main.Text("lblRecordedRate").ends_with("/s"); }));
+    ASSERT_TRUE(Until([&] { return main.Text("lblRecordedRate").ends_with(" /s"); }));
     EXPECT_LT(std::stod(main.Text("lblRecordedRate")), 30.0) << "of the recording, as its window shows it";
     main.session->Recorder().Stop();
     main.session->Loop().Account().Damaged(3);

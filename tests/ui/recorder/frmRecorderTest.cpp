@@ -155,7 +155,7 @@ TEST(RecorderWindow, SaysWhatToMindAndWhyItStays)
     ASSERT_TRUE(Settled(bench.recorder, now));
     EXPECT_EQ(notice(1), "");
     EXPECT_EQ(figure("lblDuration"), "00:00:31");
-    EXPECT_EQ(figure("lblRate"), "6.0/s");
+    EXPECT_EQ(figure("lblRate"), "6.0 /s");
     EXPECT_EQ(figure("lblSize"), QStringLiteral("2.4%1KiB").arg(QChar(QChar::Nbsp)).toStdString());
     EXPECT_TRUE(figure("lblFree").starts_with("Free: "));
     EXPECT_EQ(notice(11.5), "No value for 12 s");
