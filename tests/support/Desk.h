@@ -97,7 +97,7 @@ struct Desk {
 struct MainDesk : Desk {
     simulator::clsSimulatedSensor sensor;
 
-    MainDesk()
+    explicit MainDesk(const simulator::SensorOptions& options = {}) : sensor(options)
     {
         devices.Override(1, sensor.Path());
         Open();

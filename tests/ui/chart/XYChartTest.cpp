@@ -3,8 +3,6 @@
 
 #include "ui/chart/ChartPanel.h"
 
-#include <QCoreApplication>
-#include <QEvent>
 #include <QImage>
 
 #include <cmath>
@@ -68,27 +66,6 @@ TEST(Chart, FillsItsTimeAxisHoweverFastTheValuesCome)
         chart.AddChartPoint(kNoon + i * 1e-9 * kSecond, 1.0);
     }
     EXPECT_EQ(chart.Series().Size(), modChartGlobals::kMostPoints) << "but no further";
-}
-
-TEST(Chart, IsPaintedOnceForAllThatATickBrings)
-{
-    struct Counter : QObject {
-        int paints = 0;
-        bool eventFilter(QObject*, QEvent* event) override
-        {
-            paints += event->type() == QEvent::Paint ? 1 : 0;
-            return false;
-        }
-    } counter;
-    ChartPanel chart(nullptr);
-    chart.show();
-    QCoreApplication::processEvents();
-    chart.installEventFilter(&counter);
-    for (int i = 0; i < 2000; ++i) { // grows meanwhile
-        chart.AddChartPoint(kNoon + i * 0.001 * kSecond, 50.0);
-    }
-    QCoreApplication::processEvents();
-    EXPECT_EQ(counter.paints, 1);
 }
 
 /// A frame looks the same whether the chart was painted all the time or only now.

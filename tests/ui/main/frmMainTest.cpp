@@ -94,6 +94,31 @@ TEST(MainWindow, ValuesHaveTheTimeOfTheirArrivalNotOfTheTick)
     EXPECT_LT(times.ofTick, times.values / 2);
 }
 
+TEST(MainWindow, PaintsTheChartOnceATickHoweverManyValuesItBrings)
+{
+    struct Counter : QObject, SessionListener {
+        std::ptrdiff_t paints = 0, ticks = 0, values = 0;
+
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            paints += event->type() == QEvent::Paint ? 1 : 0;
+            return false;
+        }
+        void Ticked() override { ++ticks; }
+        void Sampled(std::span<const Measurement> samples, std::string_view) override { values += std::ssize(samples); }
+    } counter;
+    const MainDesk main({.values_Hz = 90.0});
+    ASSERT_TRUE(main.Connects());
+    main.Find("cmdStart")->click();
+    main.Find<QWidget>("picGraph")->installEventFilter(&counter);
+    main.session->Listen(counter);
+    EXPECT_TRUE(Until([&] { return counter.values >= 150; }));
+    main.session->Leave(counter);
+    EXPECT_GT(counter.values, 2 * counter.ticks);
+    EXPECT_GT(counter.paints, counter.ticks / 2) << "it is seen at all";
+    EXPECT_LE(counter.paints, counter.ticks + 2);
+}
+
 TEST(MainWindow, SaysWhatComesOverTheLine)
 {
     const MainDesk main;
