@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QPixmap>
 
 #include <algorithm>
 #include <utility>
@@ -62,24 +63,37 @@ void FilePanel::followRecording()
 {
     const clsRecorder& recorder = m_session->Recorder();
     if (recorder.Mode == RecorderRecording) {
-        const RecordFigures figures = recorder.Figures();
-        m_figures = {DurationText(figures.duration_s), SizeText(static_cast<double>(figures.bytes)),
-                     QFileInfo(m_recordedFile).fileName()};
-        const QStringList warnings = RecordWarnings(recorder, m_settings->Language);
-        setToolTip((QStringList(m_recordedFile) + warnings).join(u'\n'));
-        if (!warnings.isEmpty()) {
-            m_figures.last() = warnings.first(); // whatever window is open; the tool tip has the name
-        }
-        update();
+        showFigures(TextsOf(recorder, m_settings->Language));
         return;
     }
     const bool wasRunning = !std::exchange(m_figures, {}).isEmpty();
+    setAccessibleName({}); // the text says it again
+    setAccessibleDescription({});
     const QString file = QFile::decodeName(recorder.FileName.c_str());
     if (recorder.LastMode() == RecorderRecording && (wasRunning || file != m_recordedFile)) {
         m_recordedFile = file; // it may have been renamed
         const bool hasFile = recorder.Lines() > 0;
         showFile(hasFile ? file : m_warning, hasFile ? file : m_warning);
     }
+}
+
+/// What goes wrong takes the place of the file's name. What has no room is in the tool tip.
+void FilePanel::showFigures(const RecordTexts& texts)
+{
+    const QStringList wrong = texts.isWaiting ? QStringList(texts.state) : texts.warnings;
+    m_isWarning = !wrong.isEmpty();
+    m_figures = {texts.duration, texts.size, m_isWarning ? wrong.first() : QFileInfo(m_recordedFile).fileName()};
+    QStringList more{m_recordedFile, texts.state, texts.rate, texts.free};
+    more.removeAll({});
+    setToolTip((more + texts.warnings).join(u'\n'));
+    const auto text = [this](TextId id) { return Text(id, m_settings->Language); };
+    QStringList spoken = m_figures;
+    if (m_isWarning) {
+        spoken.last().prepend(text(TextId::AccessibleWarning) + QStringLiteral(": "));
+    }
+    setAccessibleName(text(TextId::RecordMark));
+    setAccessibleDescription(spoken.join(QStringLiteral(", ")));
+    update();
 }
 
 /// Every figure keeps its place, however the digits change.
@@ -97,9 +111,15 @@ void FilePanel::drawContent(QPainter& painter)
     painter.restore();
     double left = size + gap;
     for (qsizetype i = 0; i < m_figures.size(); ++i) {
-        const bool isName = i + 1 == m_figures.size();
+        const bool isLast = i + 1 == m_figures.size();
+        if (isLast && m_isWarning) {
+            const int side = fontMetrics().height();
+            painter.drawPixmap(QPointF(left, (height() - side) / 2.0), WarningSign(*this, side));
+            left += side + gap / 2.0;
+        }
         const QRectF room(left, 0.0, width() - left, height());
-        const QString shown = isName ? metrics.elidedText(m_figures[i], Qt::ElideMiddle, room.width()) : m_figures[i];
+        const auto elided = m_isWarning ? Qt::ElideRight : Qt::ElideMiddle;
+        const QString shown = isLast ? metrics.elidedText(m_figures[i], elided, room.width()) : m_figures[i];
         painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, shown);
         left += std::max(metrics.horizontalAdvance(m_figures[i]),
                          metrics.horizontalAdvance(i == 0 ? QStringLiteral("00:00:00") : QStringLiteral("888.8 MiB"))) +

@@ -11,6 +11,7 @@
 #include <functional>
 
 class clsSession;
+struct RecordTexts;
 
 namespace modGlobals {
 struct Settings;
@@ -42,6 +43,7 @@ protected:
 
 private:
     void followRecording();
+    void showFigures(const RecordTexts& texts);
     void explainPlayed();
     void showFile(const QString& file, const QString& toolTip);
 
@@ -49,8 +51,9 @@ private:
     const modGlobals::Settings* m_settings = nullptr;
     QString m_warning;
     std::int32_t m_ticks = 0;
-    /// The running recording: duration, size and name. They are drawn in place of the text, which stays.
+    /// The running recording: duration, size, and name or warning. They are drawn in place of the text, which stays.
     QStringList m_figures;
+    bool m_isWarning = false;       ///< the last of them is
     QString m_recordedFile;         ///< that is or was recorded last
     QString m_playedFile;           ///< shown after the last playback
     std::int64_t m_playedLines = 0; ///< of this file

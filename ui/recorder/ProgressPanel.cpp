@@ -44,20 +44,39 @@ QString SizeText(double bytes)
     return number + QChar(QChar::Nbsp) + QLatin1String(kSizes.at(unit));
 }
 
-QStringList RecordWarnings(const clsRecorder& recorder, std::int32_t language)
+RecordTexts TextsOf(const clsRecorder& recorder, std::int32_t language)
 {
+    const auto text = [language](TextId id) { return Text(id, language); };
     const RecordFigures figures = recorder.Figures();
-    QStringList warnings;
+    const bool hasLines = recorder.Lines() > 0;
+    RecordTexts texts;
+    texts.state = hasLines                         ? text(TextId::RecorderRecording).arg(recorder.Lines())
+                  : recorder.WaitsForTemperature() ? text(TextId::RecorderAwaitsTemperature)
+                                                   : text(TextId::RecorderAwaitsValue);
+    texts.duration = DurationText(figures.duration_s);
+    texts.size = SizeText(static_cast<double>(figures.bytes));
+    if (figures.rate) {
+        texts.rate = FromUtf8(modAccountText::Rate(*figures.rate, DecimalSeparator()));
+    }
+    if (figures.free) {
+        texts.free = text(TextId::RecorderFree).arg(SizeText(static_cast<double>(*figures.free)));
+    }
     if (figures.rate && static_cast<double>(figures.waiting) > kBehind_s * std::max(*figures.rate, 1.0)) {
-        warnings += Text(TextId::RecorderDiskSlow, language).arg(figures.waiting);
+        texts.warnings += text(TextId::RecorderDiskSlow).arg(figures.waiting);
     }
     if (figures.isShort) {
-        warnings += Text(TextId::RecorderSpaceShort, language);
+        texts.warnings += text(TextId::RecorderSpaceShort);
     }
-    if (recorder.Lines() > 0 && figures.silence_s >= kSilence_s) {
-        warnings += Text(TextId::RecorderSilence, language).arg(std::floor(figures.silence_s));
+    if (hasLines && figures.silence_s >= kSilence_s) {
+        texts.warnings += text(TextId::RecorderSilence).arg(std::floor(figures.silence_s));
     }
-    return warnings;
+    texts.isWaiting = !hasLines && figures.duration_s >= kSilence_s;
+    return texts;
+}
+
+QPixmap WarningSign(const QWidget& widget, int size)
+{
+    return widget.style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size);
 }
 
 void DrawRecordMark(QPainter& painter, const QRectF& area)
@@ -115,15 +134,13 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
 {
     const bool runs = recorder.Mode == RecorderRecording;
     const bool hasAny = runs || (recorder.LastMode() == RecorderRecording && recorder.Lines() > 0);
-    const RecordFigures figures = recorder.Figures();
-    ShowText(*lblDuration, hasAny ? DurationText(figures.duration_s) : QString());
-    ShowText(*lblSize, hasAny ? SizeText(static_cast<double>(figures.bytes)) : QString());
-    const bool hasRate = runs && figures.rate;
-    ShowText(*lblRate, hasRate ? FromUtf8(modAccountText::Rate(*figures.rate, DecimalSeparator())) : QString());
-    const QString free = runs && figures.free ? SizeText(static_cast<double>(*figures.free)) : QString();
-    ShowText(*lblFree, free.isEmpty() ? free : Text(TextId::RecorderFree, language).arg(free));
+    const RecordTexts texts = TextsOf(recorder, language);
+    ShowText(*lblDuration, hasAny ? texts.duration : QString());
+    ShowText(*lblSize, hasAny ? texts.size : QString());
+    ShowText(*lblRate, runs ? texts.rate : QString());
+    ShowText(*lblFree, runs ? texts.free : QString());
 
-    QStringList notice = runs ? RecordWarnings(recorder, language) : QStringList();
+    QStringList notice = runs ? texts.warnings : QStringList();
     if (m_wordsLeft-- > 0) {
         notice.prepend(m_word);
     }
@@ -131,9 +148,7 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
     if (lblNotice->text() != words) {
         lblNotice->setText(words);
         lblSign->setToolTip(words);
-        const int size = lblSign->width();
-        lblSign->setPixmap(words.isEmpty() ? QPixmap()
-                                           : style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size));
+        lblSign->setPixmap(words.isEmpty() ? QPixmap() : WarningSign(*this, lblSign->width()));
     }
 }
 

@@ -13,15 +13,24 @@
 class LineLabel;
 class QLabel;
 class QPainter;
+class QPixmap;
 
 /// "00:12:31"; the hours grow beyond two digits.
 QString DurationText(double seconds);
 /// "4.2 MiB" with the user's decimal separator.
 QString SizeText(double bytes);
-/// What is wrong with a running recording, the gravest first.
-QStringList RecordWarnings(const clsRecorder& recorder, std::int32_t language);
+/// What is said of a running recording. A text is empty while there is nothing to say.
+struct RecordTexts {
+    QString state; ///< the number of values, or what the recording waits for
+    QString duration, size, rate, free;
+    QStringList warnings;   ///< the gravest first
+    bool isWaiting = false; ///< for its first line, and for longer than usual
+};
+RecordTexts TextsOf(const clsRecorder& recorder, std::int32_t language);
 /// The red mark of a running recording.
 void DrawRecordMark(QPainter& painter, const QRectF& area);
+/// The sign of a warning in the widget's style.
+QPixmap WarningSign(const QWidget& widget, int size);
 
 class ProgressPanel : public QWidget {
     Q_OBJECT

@@ -234,9 +234,7 @@ void frmRecorder::showRule()
 QString frmRecorder::stateText() const
 {
     if (m_recorder.Mode == RecorderRecording) {
-        return m_recorder.Lines() > 0             ? text(TextId::RecorderRecording).arg(m_recorder.Lines())
-               : m_recorder.WaitsForTemperature() ? text(TextId::RecorderAwaitsTemperature)
-                                                  : text(TextId::RecorderAwaitsValue);
+        return TextsOf(m_recorder, m_settings.Language).state;
     }
     if (m_recorder.Mode == RecorderPlaying) {
         return text(TextId::StatusLoading);

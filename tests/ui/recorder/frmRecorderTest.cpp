@@ -2,6 +2,7 @@
 #include "ui/recorder/frmRecorder.h"
 
 #include "base/Days.h"
+#include "base/modAPI.h"
 #include "session/clsRecorder.h"
 #include "session/clsSession.h"
 #include "store/modSidecar.h"
@@ -9,6 +10,7 @@
 #include "tests/support/Settle.h"
 #include "tests/support/clsScriptedPort.h"
 #include "ui/chart/XYChart.h"
+#include "ui/main/ValueLabel.h"
 #include "ui/recorder/Export.h"
 #include "ui/recorder/FilePanel.h"
 
@@ -19,6 +21,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QRegularExpression>
 #include <QThread>
 #include <QTimer>
 #include <QtTest/QTest>
@@ -159,8 +162,6 @@ TEST(RecorderWindow, SaysWhatToMindAndWhyItStays)
     EXPECT_EQ(figure("lblSize"), QStringLiteral("2.4%1KiB").arg(QChar(QChar::Nbsp)).toStdString());
     EXPECT_TRUE(figure("lblFree").starts_with("Free: "));
     EXPECT_EQ(notice(11.5), "No value for 12 s");
-    static_cast<SessionListener&>(bench.file).Ticked();
-    EXPECT_TRUE(bench.file.toolTip().endsWith(".rec\nNo value for 12 s")) << "in the main window, too";
     EXPECT_FALSE(CloseByFrame(bench.window));
     EXPECT_EQ(notice(0), "The window stays open while recording.\nNo value for 12 s");
     EXPECT_EQ(notice(0), notice(0)) << "long enough to be read";
@@ -228,7 +229,7 @@ TEST(RecorderWindow, KeepsItsChoicesAndDividesARecordingByThem)
 
 TEST(MainWindow, ShowsARecordingWhateverWindowIsOpen)
 {
-    const MainDesk main;
+    MainDesk main;
     const auto isRed = [&] {
         const QImage panel = main.Find<QLabel>("sbar_2")->grab().toImage();
         int red = 0;
@@ -237,17 +238,39 @@ TEST(MainWindow, ShowsARecordingWhateverWindowIsOpen)
         }
         return red > 3;
     };
-    main.window->MeasureWhenConnected();
+    const auto told = [&] { return main.Find<QLabel>("sbar_2")->accessibleDescription(); };
+    const auto tells = [&](const char* pattern) {
+        const QRegularExpression whole(QRegularExpression::anchoredPattern(QLatin1String(pattern)));
+        return Until([&] { return whole.match(told()).hasMatch(); });
+    };
+    const auto explains = [&](const char* pattern) {
+        return QRegularExpression(QLatin1String(pattern)).match(main.Find<QLabel>("sbar_2")->toolTip()).hasMatch();
+    };
     main.session->StartRecording();
     const std::string file = main.session->Recorder().FileName;
     EXPECT_EQ(main.Text("sbar_2"), "REC: " + file + " ");
     EXPECT_TRUE(Until(isRed));
-    EXPECT_TRUE(Until([&] { return main.session->Recorder().Lines() > 0; }));
+    main.session->ServeFiles(modAPI::LocalTime() + 6.0 / kSecondsPerDay); // time passes
+    EXPECT_TRUE(tells("00:00:06, 0.B, Warning: Waiting for .*")) << told().toStdString();
+    QMessageBox modal(main.window.get());
+    modal.setWindowModality(Qt::ApplicationModal);
+    main.Trigger("mnuConfigurationRVQ");
+    emit main.Find<ValueLabel>("lblMeasValue")->clicked(); // the large display
+    modal.show();
+    main.window->MeasureWhenConnected();
+    EXPECT_TRUE(tells("00:00:.., [1-9].*B, SAVE0001.rec")) << told().toStdString();
+    EXPECT_TRUE(Until([&] { return explains("rec\nRecording, values: [1-9].*\n[1-9].* /s\nFree: .*B$"); }));
+    main.sensor.Unplug();
+    EXPECT_TRUE(Until([&] { return !main.session->Device().PortIsOpen(); }));
+    main.session->ServeFiles(modAPI::LocalTime() + 8.0 / kSecondsPerDay);
+    EXPECT_TRUE(tells("00:00:1.*B, Warning: No value for ([89]|1.) s")) << told().toStdString();
+    EXPECT_TRUE(explains("\nNo value for ([89]|1.) s$"));
     main.session->Recorder().Stop();
     EXPECT_TRUE(Until([&] { return main.Text("sbar_2") == file; }));
-    EXPECT_FALSE(isRed());
+    EXPECT_FALSE(isRed() || !told().isEmpty());
     EXPECT_FALSE(main.session->Recorder().Rename("x"));
     EXPECT_TRUE(Until([&] { return main.Text("sbar_2").ends_with("/x.rec"); }));
+    main.sensor.Replug();
     main.session->StartRecording();
     EXPECT_TRUE(Until(isRed));
     std::filesystem::remove(main.session->Recorder().FileName);
