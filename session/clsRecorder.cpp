@@ -230,6 +230,9 @@ void clsRecorder::passTime(double now)
     m_duration_s += passed_s;
     m_silence_s += passed_s;
     m_latest = {m_duration_s, m_lines, m_bytes};
+    if (m_lines == 0) {
+        m_moments.clear(); // the wait for the first value is not in the rate
+    }
     if (m_moments.empty() || m_duration_s - m_moments.back().time_s >= 1.0) {
         m_moments.push_back(m_latest);
     }

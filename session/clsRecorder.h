@@ -44,7 +44,7 @@ struct RecordFigures {
     double silence_s = 0.0;             ///< since the last value, or the start
     std::int64_t bytes = 0;             ///< of the present file
     std::int64_t waiting = 0;           ///< lines that the disk has not taken yet
-    std::optional<double> rate;         ///< lines a second, over ten seconds at most; none in the first second
+    std::optional<double> rate;         ///< lines a second; none before the first is a second old
     std::optional<std::uintmax_t> free; ///< bytes that the disk has left
     bool isShort = false;               ///< they last for less than an hour at the present rate
 };
