@@ -64,6 +64,7 @@ void clsRecorder::StartRecording(const RecordPlan& plan)
     Mode = m_lastMode = RecorderRecording;
     m_lines = m_bytes = 0;
     m_part = {};
+    m_lastTime = 0.0;
     m_waitsForTemperature = false;
     m_duration_s = m_silence_s = 0.0;
     m_moments.clear();
@@ -111,10 +112,11 @@ std::size_t clsRecorder::recordInPart(std::span<const Measurement> measurements,
             ++counts.unwritten;
             continue;
         }
-        const std::string line = modRecordLine::RecordLine(measurement, temperature);
+        const std::string line = modRecordLine::RecordLine(inOrder(measurement), temperature);
         if (!belongsHere(measurement, line.size())) {
             break;
         }
+        m_lastTime = std::max(m_lastTime, measurement.time);
         lines += line;
         ++counts.recorded;
         m_part.bytes += std::ssize(line);
@@ -133,6 +135,18 @@ std::size_t clsRecorder::recordInPart(std::span<const Measurement> measurements,
     return taken;
 }
 
+/// A line that stands for a whole tick has the time of the tick, and the next value may have come before it. A time
+/// that lies further back is that of a clock that was set.
+Measurement clsRecorder::inOrder(Measurement measurement)
+{
+    constexpr double kTick = 0.1 / kSecondsPerDay; // or two
+    if (m_lastTime - measurement.time > kTick) {
+        m_lastTime = 0.0;
+    }
+    measurement.time = std::max(measurement.time, m_lastTime);
+    return measurement;
+}
+
 bool clsRecorder::belongsHere(const Measurement& measurement, std::size_t size)
 {
     const bool isBySize = m_plan.parts == PartsBySize;
@@ -146,6 +160,13 @@ bool clsRecorder::belongsHere(const Measurement& measurement, std::size_t size)
     }
     // A clock that is set back by a moment at the full hour does not begin another file.
     return period == m_part.period || period == m_part.period - 1;
+}
+
+void clsRecorder::BeginFile(std::span<const Measurement> first)
+{
+    if (Mode == RecorderRecording && HasLine()) {
+        beginPart(first);
+    }
 }
 
 void clsRecorder::beginPart(std::span<const Measurement> behind)
@@ -349,11 +370,12 @@ bool clsRecorder::IsInUse(const std::filesystem::path& file) const
 
 std::error_code clsRecorder::Rename(const std::string& name)
 {
-    std::error_code error;
-    for (std::size_t i = 0; i < m_parts.size() && !error; ++i) {
-        const bool isShown = FileName == m_parts[i];
-        error = renameBoth(m_parts[i], name);
-        FileName = isShown ? m_parts[i].string() : FileName;
+    std::error_code first;
+    for (std::filesystem::path& part : m_parts) {
+        const bool isShown = FileName == part;
+        const std::error_code error = renameBoth(part, name);
+        first = first ? first : error; // the others get their name all the same
+        FileName = isShown ? part.string() : FileName;
     }
-    return error;
+    return first;
 }

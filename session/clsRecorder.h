@@ -74,6 +74,8 @@ public:
     void DescribeAgain(RecordingInfo info);
     /// Whether the present file has a line.
     bool HasLine() const { return m_part.bytes > 0; }
+    /// The values that follow belong into another file; `first` are those that have come already.
+    void BeginFile(std::span<const Measurement> first);
 
     /// Begins a recording in the next free file. Throws what clsRecordFile throws; no recording runs then.
     void StartRecording(const RecordPlan& plan = {});
@@ -158,6 +160,7 @@ private:
     };
 
     std::size_t recordInPart(std::span<const Measurement> measurements, std::string_view temperature);
+    Measurement inOrder(Measurement measurement);
     bool belongsHere(const Measurement& measurement, std::size_t size);
     void beginPart(std::span<const Measurement> behind);
     void describe(std::span<const Measurement> behind);
@@ -177,6 +180,7 @@ private:
     RecordProgress m_progress;                  ///< of the last one, as last seen
     std::vector<std::filesystem::path> m_parts; ///< of the last recording
     Part m_part;
+    double m_lastTime = 0.0; ///< in a line
     RecorderMode m_lastMode = RecorderIdle;
     std::int64_t m_lines = 0, m_bytes = 0; ///< handed over
     RecordCounts m_untold;

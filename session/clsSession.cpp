@@ -165,6 +165,16 @@ void clsSession::followOrigin(bool isEmpty)
     }
 }
 
+/// A file has the values of one sensor; another one on the same line begins another file.
+void clsSession::separateSensors(std::span<const Measurement> first)
+{
+    const bool isAnother =
+        m_file.isSensorKnown && m_loop.IsSensorKnown() && m_file.sensor.SerialNo != m_device.Identity().SerialNo;
+    if (isAnother) {
+        m_recorder.BeginFile(first);
+    }
+}
+
 void clsSession::Sampled(std::span<const Measurement> samples, std::string_view temperature)
 {
     m_history.Add(samples, m_loop.Account().Ended());
@@ -175,6 +185,7 @@ void clsSession::Sampled(std::span<const Measurement> samples, std::string_view 
         m_unrecorded.insert(m_unrecorded.end(), samples.begin(), samples.end()); // `Measured` and `Ticked` follow
         return;
     }
+    separateSensors(samples);
     m_recorder.Record(samples, temperature);
     tellCounts();
     tellFailure();
@@ -190,6 +201,7 @@ void clsSession::Measured(const Measurement& measurement, std::string_view tempe
                             ? std::ranges::find(m_unrecorded, measurement.value_mm, &Measurement::value_mm)
                             : std::prev(m_unrecorded.end());
     passOver(newest == m_unrecorded.end() ? 0 : newest - m_unrecorded.begin());
+    separateSensors({&measurement, 1});
     m_recorder.Record(measurement, temperature);
     m_unrecorded.erase(m_unrecorded.begin());
     tellCounts();

@@ -108,6 +108,7 @@ private:
     void Measured(const Measurement& measurement, std::string_view temperature) override;
     void Ticked() override;
     void passOver(std::ptrdiff_t number);
+    void separateSensors(std::span<const Measurement> first);
 
     const modGlobals::Settings& m_settings;
     std::unique_ptr<SerialPort> m_port;

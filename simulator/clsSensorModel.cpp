@@ -211,7 +211,7 @@ std::string clsSensorModel::dump() const
     const bool isShutDown = m_options.faults.shutdown >= 0.5;
     std::string text = m_options.kind == DeviceKind::Serial ? "Type: Serial\r\n" : "Type: Profibus\r\n";
     text += "Attenuator: " + m_options.attenuator + "\r\n";
-    text += "Serial-No: 004711\r\nVersion: 2.07\r\nBuild: 1187\r\nDate: 2019-03-14\r\n";
+    text += "Serial-No: " + m_serialNo + "\r\nVersion: 2.07\r\nBuild: 1187\r\nDate: 2019-03-14\r\n";
     text += std::string("Pointer: ") + (isShutDown ? "shutdown" : m_isMarkerOn ? "on" : "off") + "\r\n";
     text += "Temperature: " + TemperatureText(m_temperature_C, isTemperatureGood()) + "\r\n";
     for (std::size_t i = 0; i < kParameterRows.size(); ++i) {

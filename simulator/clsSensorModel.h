@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace simulator {
@@ -71,6 +72,8 @@ public:
 
     /// Replaces the scene by this distance, without noise; an empty value brings the scene back.
     void HoldDistance(std::optional<double> distance_mm) { m_heldDistance_mm = distance_mm; }
+    /// From now on it is another sensor.
+    void SetSerialNo(std::string serialNo) { m_serialNo = std::move(serialNo); }
     void SetTemperature(std::int32_t temperature_C) { m_temperature_C = temperature_C; }
     simulator::Faults& Faults() { return m_options.faults; }
 
@@ -118,6 +121,7 @@ private:
     std::vector<SentValue> m_justSent;
     std::optional<double> m_heldDistance_mm;
     std::int32_t m_temperature_C = 23;
+    std::string m_serialNo = "004711";
     std::deque<std::string> m_wireLog;
 };
 

@@ -491,6 +491,29 @@ TEST(Session, ASidecarNamesTheSensorOnceItIsKnown)
     EXPECT_EQ(infoOf(sidecar).sensor.SerialNo, serial);
 }
 
+TEST(Session, AnotherSensorBeginsAnotherFile)
+{
+    MeasuringSite site;
+    site.session.StartRecording();
+    site.Run(10);
+    site.line->Pulled = true;
+    site.Run(1);
+    site.line->model.SetSerialNo("000815");
+    site.line->Pulled = false;
+    for (const bool every : {true, false}) {
+        site.settings.EveryValue = every;
+        site.Run(10);
+    }
+    site.session.Recorder().Stop();
+    ASSERT_TRUE(site.session.FinishWriting(kPatience));
+    const RecordingInfo first = infoOf(site.folder.path / "SAVE0001.rec");
+    const RecordingInfo second = infoOf(site.folder.path / "SAVE0002.rec");
+    EXPECT_EQ(first.sensor.SerialNo, "004711");
+    EXPECT_EQ(second.sensor.SerialNo, "000815");
+    EXPECT_TRUE(first.account.AddUpExactly() && second.account.AddUpExactly());
+    EXPECT_FALSE(std::filesystem::exists(site.folder.path / "SAVE0003.rec"));
+}
+
 TEST(Session, ASidecarSaysWhereTheValuesOfItsFileComeFrom)
 {
     MeasuringSite site;

@@ -306,6 +306,7 @@ void frmRecorder::cmdRec_Click()
 void frmRecorder::cmdStop_Click()
 {
     m_recorder.Stop();
+    pnlProgress->Say({}); // what it said was about the recording
     ShowState();
     cmdRec->setFocus();
 }
@@ -317,6 +318,7 @@ void frmRecorder::rename(const QString& name)
         say(text(TextId::RecorderNotRenamed).arg(FileErrorText(error, m_settings.Language)));
     } else {
         pnlPlan->ClearName();
+        pnlProgress->Say({});
     }
     ShowState();
 }

@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QStringList>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -27,6 +28,8 @@ QString minuteText(double time)
 QString SerialText(const std::string& serial, std::int32_t language)
 {
     QString number = FromBytes(serial).simplified();
+    std::replace_if(
+        number.begin(), number.end(), [](QChar c) { return !c.isPrint(); }, QChar(u'?'));
     if (number.size() > kLongestSerial) {
         number = number.left(kLongestSerial - 1) + QChar(u'…');
     }
