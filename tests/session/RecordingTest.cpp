@@ -13,6 +13,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <atomic>
+#include <cmath>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
@@ -65,6 +66,29 @@ std::int64_t figureOf(const std::filesystem::path& recording, const std::string&
     const std::string text = TemporaryFolder::Read(modSidecar::SidecarOf(recording));
     const auto at = text.find('"' + key + '"');
     return at == std::string::npos ? -1 : std::atoll(text.c_str() + text.find(':', at) + 1);
+}
+
+TEST(Recording, HasNoLineBeforeAnotherUnlessTheClockWasSet)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    recorder.StartRecording();
+    constexpr double kNoon = 46000.5;
+    for (const double ms : {0.0, 50.0, 49.0, 70.0, -3600000.0, -3599990.0}) {
+        recorder.Record(valueOf(1234, kNoon + ms / kMsPerDay), kTemperature);
+    }
+    recorder.Stop();
+    ASSERT_TRUE(recorder.FinishWriting(kPatience));
+    std::vector<double> times;
+    clsRecordReader reader(recorder.FileName);
+    while (reader.Next() == RecordStep::Value) {
+        times.push_back(std::round((reader.Value().time - kNoon) * kMsPerDay));
+    }
+    ASSERT_EQ(times.size(), 6U);
+    EXPECT_EQ(times[2], times[1]);
+    EXPECT_GT(times[3], times[2]);
+    EXPECT_NEAR(times[4], -3600000.0, 1.0);
+    EXPECT_GT(times[5], times[4]);
 }
 
 TEST(Recording, GoesOnInAnotherFileWithoutLosingAValue)
