@@ -30,7 +30,7 @@ void clsChartData::Grow(std::int32_t size)
     }
     if (XValue(StopIndex) != 0.0) { // full
         m_hasLost = m_hasLost || m_added > static_cast<std::uint64_t>(m_size);
-        std::ranges::rotate(m_points, m_points.begin() + StopIndex);
+        std::rotate(m_points.begin(), m_points.begin() + StopIndex, m_points.end());
         StopIndex = m_size;
     }
     m_points.resize(static_cast<std::size_t>(size));

@@ -1,7 +1,6 @@
 #include "sensor/clsArrivals.h"
 
 #include <algorithm>
-#include <ranges>
 
 void clsArrivals::Append(std::size_t count, double time)
 {
@@ -29,11 +28,11 @@ void clsArrivals::DropUpTo(std::int64_t position)
 void clsArrivals::ShiftClock(double days, double now)
 {
     double latest = now;
-    for (Piece& piece : m_pieces | std::views::reverse) {
-        if (piece.time > latest) {
-            piece.time = std::min(piece.time + days, latest);
+    for (auto piece = m_pieces.rbegin(); piece != m_pieces.rend(); ++piece) {
+        if (piece->time > latest) {
+            piece->time = std::min(piece->time + days, latest);
         }
-        latest = piece.time;
+        latest = piece->time;
     }
     for (double* before : {&m_before, &m_last}) {
         *before = *before > now ? 0.0 : *before;

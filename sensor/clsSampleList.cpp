@@ -44,9 +44,10 @@ void clsSampleList::Defer(std::size_t first)
 std::int64_t clsSampleList::DropDistances(std::size_t first)
 {
     const auto all = std::span(m_list).first(m_size).subspan(first);
-    const auto dropped = std::ranges::remove(all, MeasurementKind::Distance, KindOf);
-    m_size -= dropped.size();
-    return std::ssize(dropped);
+    const auto isDistance = [](const Measurement& sample) { return KindOf(sample) == MeasurementKind::Distance; };
+    const auto dropped = all.end() - std::remove_if(all.begin(), all.end(), isDistance);
+    m_size -= static_cast<std::size_t>(dropped);
+    return dropped;
 }
 
 void clsSampleList::LookAt(const Source& source)
