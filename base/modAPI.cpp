@@ -86,7 +86,7 @@ UtcOffsets UtcOffsetsOf(double localTime)
     const auto local_s = static_cast<std::time_t>(std::floor((localTime - kEpoch) * kSecondsPerDay));
     constexpr std::time_t kDay_s = 86400; // no offset is as large
     const std::int32_t before = offsetAt_min(local_s - kDay_s), after = offsetAt_min(local_s + kDay_s);
-    const auto holds = [&](std::int32_t offset) { return offsetAt_min(local_s - offset * 60) == offset; };
+    const auto holds = [&](std::int32_t offset) { return offsetAt_min(local_s - std::time_t{offset} * 60) == offset; };
     if (holds(before)) {
         return {before, holds(after) ? after : before};
     }

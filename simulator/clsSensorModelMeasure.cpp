@@ -100,7 +100,8 @@ double clsSensorModel::measure_mm(double at_s)
 double clsSensorModel::count_mm() const
 {
     const std::int64_t place = 1000 + m_values % kCounted;
-    return static_cast<double>(place + place / 255 + 1);
+    const std::int64_t leftOut = place / 255;
+    return static_cast<double>(place + leftOut + 1);
 }
 
 double clsSensorModel::smoothed_mm(double value_mm)

@@ -26,8 +26,8 @@ struct Arguments {
     std::string link, log;
 };
 
-constexpr double kFewestValues_Hz = 0.1;
-constexpr double kMostValues_Hz = 1000; // the line carries 960 binary ones
+constexpr double kLowestRate = 0.1;   // values per second
+constexpr double kHighestRate = 1000; // the line carries 960 binary ones
 
 enum Choice : int {
     Link = 1,
@@ -107,10 +107,10 @@ std::optional<Format> formatOf(std::string_view name)
 /// A rate of values; 0 for a text that is none.
 double valuesOf(std::string_view text)
 {
-    double rate_Hz = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate_Hz);
+    double rate = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate);
     const bool isNumber = error == std::errc{} && end == text.data() + text.size();
-    return isNumber && rate_Hz >= kFewestValues_Hz && rate_Hz <= kMostValues_Hz ? rate_Hz : 0;
+    return isNumber && rate >= kLowestRate && rate <= kHighestRate ? rate : 0;
 }
 
 bool isOneLineWithoutEnd(std::string_view text)
