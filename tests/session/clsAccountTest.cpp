@@ -360,4 +360,25 @@ TEST(Account, BeginsWithEachValueOfASingleOutput)
     }
 }
 
+TEST(Account, TheLiveCurveIsNotJoinedAcrossAGapThatTheDialogueHasNotNoticed)
+{
+    struct Curve : SessionListener {
+        std::vector<bool> points; ///< false: a gap
+        void AddChartPoint(double, double) override { points.push_back(true); }
+        void AddChartGap(double) override { points.push_back(false); }
+    } curve;
+    MeasuringSite site;
+    ASSERT_TRUE(site.Measures(20));
+    site.session.Listen(curve);
+    site.Run(3);
+    site.line->model.Faults().silence = 1.0;
+    site.Run(2);
+    site.line->model.Faults().silence = 0.0;
+    ASSERT_TRUE(site.Measures(20));
+    site.session.Leave(curve);
+    EXPECT_EQ(std::ranges::count(curve.points, false), 1);
+    EXPECT_TRUE(curve.points.back());
+    EXPECT_EQ(site.account.Figures().lineLost, 0);
+}
+
 } // namespace
