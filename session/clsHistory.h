@@ -2,6 +2,9 @@
 // takes anything away. Only when the memory for it is full do the oldest samples go.
 #pragma once
 
+#include "plot/ValueSummary.h"
+#include "plot/clsCurveColumns.h"
+#include "plot/clsTimeLine.h"
 #include "sensor/AccountFigures.h"
 #include "sensor/Measurement.h"
 
@@ -15,9 +18,23 @@
 /// What the history holds: a measurement, or the mark of a gap.
 struct HistoryEntry {
     double time = 0.0;         ///< days since 1899-12-30, local time, to a tenth of a millisecond
+    double place = 0.0;        ///< on the time axis, see `clsTimeLine`
     std::int32_t value_mm = 0; ///< only of a distance
     MeasurementKind kind = MeasurementKind::Distance; ///< only of a measurement
     std::optional<GapReason> gap{}; ///< set in the mark of a gap, which stands before the distance that ends it
+};
+
+/// A stretch of the time axis, by places.
+struct PlaceRange {
+    double begin = 0.0, end = 0.0;
+    double Length() const { return end - begin; } ///< days
+    bool operator==(const PlaceRange&) const = default;
+};
+
+/// Where there is no distance for a while, and why.
+struct HistoryGap {
+    PlaceRange range;
+    GapReason reason = GapReason::NoEcho;
 };
 
 class clsHistory {
@@ -37,6 +54,31 @@ public:
     std::int64_t Forgotten() const { return m_forgotten; }
     HistoryEntry At(std::size_t index) const;
 
+    // What a chart asks. Everything is by places on the time axis and in millimetres; both ends of a range belong to
+    // it.
+    bool IsEmpty() const { return Size() == 0; }
+    /// From the first to the last entry.
+    PlaceRange Range() const;
+    const clsTimeLine& Times() const { return m_times; }
+    /// A number that changes with everything that changes.
+    std::uint64_t Version() const { return static_cast<std::uint64_t>(m_added); }
+    /// How many entries lie in a range.
+    std::size_t CountIn(const PlaceRange& range) const;
+    /// The first entry at or after a place; `Size()` if there is none.
+    std::size_t IndexAt(double place) const;
+    /// The distance nearest to a place; none if there is no distance.
+    std::optional<std::size_t> NearestDistance(double place) const;
+    /// The columns of a window, first to last: each as a walk over all entries from its beginning to the next one's
+    /// would find it.
+    std::vector<ValueSummary> Columns(const TimeWindow& window) const;
+    Statistics StatisticsOf(const PlaceRange& range) const;
+    /// Gaps of at least `shortest` days that touch a range, missing echoes included.
+    std::vector<HistoryGap> GapsIn(const PlaceRange& range, double shortest) const;
+    /// The gap at a place.
+    std::optional<HistoryGap> GapAt(double place) const;
+    /// Before this place only the lowest and highest value of each second are kept; none while everything is.
+    std::optional<double> ThinnedBefore() const { return {}; }
+
     // What is kept, for readers that go through all of it. Within a block times do not run backwards.
     std::size_t Blocks() const { return m_blocks.size(); }
     std::size_t BlockSize(std::size_t block) const { return m_blocks[block].entries.size(); }
@@ -49,15 +91,17 @@ private:
     };
     static_assert(sizeof(Entry) == kEntryBytes);
     struct Block {
-        double begin = 0.0;
+        double begin = 0.0, place = 0.0;
         std::int64_t first = 0; ///< number of its first entry among all that were ever added
         std::vector<Entry> entries;
     };
 
     void add(double time, std::int32_t value);
     void beginBlock(double time);
+    ValueSummary summaryOf(std::size_t first, std::size_t behind) const;
 
     std::size_t m_mostBytes;
     std::deque<Block> m_blocks;
+    clsTimeLine m_times;
     std::int64_t m_added = 0, m_forgotten = 0;
 };

@@ -93,6 +93,8 @@ public:
     /// Whether continuous measurement was started and not stopped. A lost connection does not change it, so measuring
     /// resumes.
     bool IsMeasuring() const { return m_measuring; }
+    /// The unit of the values in the chart, an index for `UnitOf`; less than 0 before the first.
+    std::int32_t ShownUnit() const { return m_shownUnit; }
     /// Whether a temperature was requested and has not come yet.
     bool IsTemperaturePending() const { return m_temperaturePending; }
     /// Whether the sensor has reported its configuration since the port was opened.

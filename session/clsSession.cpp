@@ -236,11 +236,12 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
         }
     } const playing{*this};
     m_recorder.StartPlaying(file);
+    m_played = std::make_unique<clsHistory>();
     m_listeners.PlaybackBegins();
     m_loop.BeginPlaying();
     modPlayback::Loaded loaded =
         modPlayback::LoadData(file, m_device.Parameters(),
-                              {.show = [this](const Measurement& measurement) { m_loop.Play(measurement); },
+                              {.show = [this](const Measurement& measurement) { play(measurement); },
                                .gap = [this](double time) { m_loop.PlayGap(time); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);
@@ -252,6 +253,23 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
     }
     m_listeners.PlaybackEnds(file, loaded);
     return loaded;
+}
+
+void clsSession::play(const Measurement& measurement)
+{
+    m_played->Add({&measurement, 1}, {});
+    m_loop.Play(measurement);
+}
+
+/// Values are measured again: the recording is no longer shown.
+void clsSession::ResetChart()
+{
+    m_played.reset();
+}
+
+void clsSession::SetMark(double place, std::string text)
+{
+    m_marks.push_back({place, std::move(text)});
 }
 
 void clsSession::End()

@@ -95,6 +95,17 @@ public:
     const clsRecorder& Recorder() const { return m_recorder; }
     /// All that was measured since the session began.
     const clsHistory& History() const { return m_history; }
+    /// What there is to look at: the recording that was played last, until a measurement begins; else `History`.
+    const clsHistory& Shown() const { return m_played ? *m_played : m_history; }
+    /// The unit of the values that are shown, an index for `UnitOf`.
+    std::int32_t ShownUnit() const { return m_loop.ShownUnit(); }
+    /// A note of the operator at a place of `Shown`. It goes into the sidecar of the recording that runs or is shown.
+    void SetMark(double place, std::string text);
+    struct Mark {
+        double place = 0.0; ///< on the time axis of `Shown`
+        std::string text;   ///< UTF-8
+    };
+    std::span<const Mark> Marks() const { return m_marks; }
 
 private:
     void stepOperations();
@@ -107,6 +118,8 @@ private:
     void Sampled(std::span<const Measurement> samples, std::string_view temperature) override;
     void Measured(const Measurement& measurement, std::string_view temperature) override;
     void Ticked() override;
+    void ResetChart() override;
+    void play(const Measurement& measurement);
     void passOver(std::ptrdiff_t number);
     void separateSensors(std::span<const Measurement> first);
 
@@ -117,6 +130,8 @@ private:
     clsMeasurementLoop m_loop;
     clsRecorder m_recorder;
     clsHistory m_history;
+    std::unique_ptr<clsHistory> m_played; ///< the recording that is shown
+    std::vector<Mark> m_marks;
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;

@@ -47,6 +47,9 @@ constexpr KeptKey kKeptKeys[] = {
     {kChart, "AutoScale", [](const Settings& s) { return std::string(s.AutoScale ? "1" : "0"); }, false},
     {kChart, "yMax", [](const Settings& s) { return NumberText(s.yMax); }, true},
     {kChart, "yMin", [](const Settings& s) { return NumberText(s.yMin); }, true},
+    {kChart, "TimeOfDay", [](const Settings& s) { return std::string(s.TimeOfDay ? "1" : "0"); }, false},
+    {kChart, "Span", [](const Settings& s) { return std::to_string(s.Span_ms); }, false},
+    {kChart, "History", [](const Settings& s) { return std::to_string(s.History_MiB); }, false},
     {kRecorder, "EveryValue", [](const Settings& s) { return std::string(s.EveryValue ? "1" : "0"); }, false},
     {kRecorder, "NewFile", [](const Settings& s) { return std::to_string(s.NewFile); }, false},
     {kRecorder, "FileSize", [](const Settings& s) { return std::to_string(s.FileSize); }, false},
@@ -106,6 +109,10 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
     settings.AutoScale = whole(*content, kChart, "AutoScale", 1) != 0;
     settings.yMax = real(*content, kChart, "yMax", settings.yMax, decimalSeparator);
     settings.yMin = real(*content, kChart, "yMin", settings.yMin, decimalSeparator);
+    settings.TimeOfDay = whole(*content, kChart, "TimeOfDay", 0) != 0;
+    settings.Span_ms = std::max(whole(*content, kChart, "Span", settings.Span_ms), 0);
+    settings.History_MiB =
+        std::clamp(whole(*content, kChart, "History", settings.History_MiB), kLeastHistory_MiB, kMostHistory_MiB);
     settings.EveryValue = whole(*content, kRecorder, "EveryValue", 1) != 0;
     settings.NewFile = std::clamp(whole(*content, kRecorder, "NewFile", settings.NewFile), 0, kLastNewFile);
     settings.FileSize = std::clamp(whole(*content, kRecorder, "FileSize", settings.FileSize), 1, kLargestFileSize);

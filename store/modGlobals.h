@@ -21,6 +21,8 @@ inline constexpr std::int32_t kHistoryLength = 25;
 /// The largest `NewFile` and `FileSize`.
 inline constexpr std::int32_t kLastNewFile = 3;
 inline constexpr std::int32_t kLargestFileSize = 9999;
+/// The bounds of `History_MiB`.
+inline constexpr std::int32_t kLeastHistory_MiB = 1, kMostHistory_MiB = 65536;
 
 struct Settings {
     std::string IniFile = {};           ///< full path; empty: nothing is kept
@@ -31,10 +33,13 @@ struct Settings {
     bool AutoScale = true;
     double yMax = 5000.0;
     double yMin = 0.0;
-    bool ShowZeroValues = false; ///< values of 0 are charted; not kept in the file
-    bool EveryValue = true;      ///< is recorded; false: one a tick
-    std::int32_t NewFile = 0;    ///< when a recording goes on in another file: an index of `RecordParts`
-    std::int32_t FileSize = 100; ///< MiB, when it does so by size
+    bool ShowZeroValues = false;    ///< values of 0 are charted; not kept in the file
+    bool TimeOfDay = false;         ///< on the time axis of the chart; false: seconds before its right end
+    std::int32_t Span_ms = 60000;   ///< of the time axis while it follows; 0: all that was measured
+    std::int32_t History_MiB = 256; ///< memory for the session's history
+    bool EveryValue = true;         ///< is recorded; false: one a tick
+    std::int32_t NewFile = 0;       ///< when a recording goes on in another file: an index of `RecordParts`
+    std::int32_t FileSize = 100;    ///< MiB, when it does so by size
 
     /// A key's text in the file and the value that came of it, when it was last read or written.
     struct Known {

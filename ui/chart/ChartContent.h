@@ -3,7 +3,9 @@
 // (ChartPicture).
 #pragma once
 
+#include "base/Days.h"
 #include "plot/modChartCommon.h"
+#include "session/clsHistory.h"
 #include "ui/chart/modChartGlobals.h"
 
 #include <QString>
@@ -11,6 +13,20 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <vector>
+
+/// What is drawn over the curve.
+struct ChartOverlayContent {
+    struct Mark {
+        double place = 0.0; ///< on the time axis
+        QString text;
+        bool operator==(const Mark&) const = default;
+    };
+    std::array<std::optional<double>, 2> cursors{}; ///< places of A and B
+    std::vector<Mark> marks;
+    QString note; ///< says how the time axis is held or how far behind it is; in the plot's top right corner
+    bool operator==(const ChartOverlayContent&) const = default;
+};
 
 struct ChartContent {
     using Watermarks = std::array<clsLabel, modChartGlobals::kWatermarkCount>;
@@ -18,6 +34,8 @@ struct ChartContent {
     std::optional<double> begin; ///< the time at the left end of the axis; empty until a time is shown or set
     double timeOrigin = 0.0;     ///< the time from which divisions in times of day are counted
     std::int32_t xRange_ms = modChartGlobals::kXRange_ms;
+    /// The stretch of the history that is shown instead of the newest points, by places on the time axis.
+    std::optional<PlaceRange> look;
     bool timeScale = false, xReversed = false;
 
     modChartCommon::ValueRange limits; ///< equal before the first value
@@ -31,6 +49,11 @@ struct ChartContent {
     clsLabel yCaption = modChartGlobals::DefaultYCaption();
     QString seriesLabel;
     QString badge; ///< says that the values are not live; has a line of its own above the plot
+
+    ChartOverlayContent overlay;
+
+    /// The span of the time axis.
+    double Span_ms() const { return look ? look->Length() * kMsPerDay : xRange_ms; }
 
     /// Whether the values have a scale; before the first value there is none.
     bool HasLimits() const { return limits.lower != limits.upper; }

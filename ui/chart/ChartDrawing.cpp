@@ -1,6 +1,7 @@
 #include "ui/chart/ChartDrawing.h"
 
 #include "plot/modCurveLines.h"
+#include "ui/chart/ChartOverlay.h"
 #include "ui/chart/modGDIAPI.h"
 #include "ui/widgets/QtText.h"
 
@@ -53,6 +54,7 @@ void ChartDrawing::Draw(QPainter& painter, const clsChartData& series) const
     DrawTimeGrid(painter, ticks);
     DrawCurve(painter, series);
     DrawTimeLabels(painter, ticks);
+    DrawOverlay(painter, m_content, m_layout, m_colors);
 }
 
 void ChartDrawing::DrawGround(QPainter& painter) const

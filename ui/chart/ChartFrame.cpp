@@ -1,5 +1,6 @@
 #include "ui/chart/ChartFrame.h"
 
+#include "ui/chart/ChartOverlay.h"
 #include "ui/chart/modGDIAPI.h"
 
 #include <QPainter>
@@ -120,4 +121,23 @@ QRect ChartFrame::CurveArea() const
     }
     const double reach = kNewestWidth + kLineWidth; // the dot may touch the edge
     return m_layout->PlotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect();
+}
+
+double ChartFrame::ValueAt(double y) const
+{
+    const RowScale rows = m_layout ? m_layout->Rows() : RowScale();
+    return m_layout ? (y * m_layout->Ratio() - m_layout->Plot().top() - rows.offset) / rows.rowsPerUnit : 0.0;
+}
+
+double ChartFrame::YOf(double value) const
+{
+    const RowScale rows = m_layout ? m_layout->Rows() : RowScale();
+    return m_layout ? (m_layout->Plot().top() + rows.offset + value * rows.rowsPerUnit) / m_layout->Ratio() : 0.0;
+}
+
+void ChartFrame::PaintOverlay(QPainter& painter) const
+{
+    if (m_layout) {
+        DrawOverlay(painter, m_content, *m_layout, m_colors);
+    }
 }

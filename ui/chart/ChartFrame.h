@@ -38,6 +38,12 @@ public:
 
     /// The area that a new value changes unless the time axis moves too; empty before the first frame. Units.
     QRect CurveArea() const;
+    /// The plot, and the values that lie at a height in it; units.
+    QRectF PlotArea() const { return m_layout ? m_layout->PlotArea() : QRectF(); }
+    double ValueAt(double y) const;
+    double YOf(double value) const;
+    /// What lies over the curve.
+    void PaintOverlay(QPainter& painter) const;
     const ChartColors& Colors() const { return m_colors; }
 
 private:

@@ -118,8 +118,9 @@ TimeWindow ChartLayout::Window() const
 {
     TimeWindow window;
     window.columns = m_plot.width();
-    window.perDay = std::max(m_plot.width() - 1, 1) / (m_content.xRange_ms / kMsPerDay);
-    window.first = columnAt(m_content.begin.value_or(0.0), window.perDay);
+    window.perDay = std::max(m_plot.width() - 1, 1) / (m_content.Span_ms() / kMsPerDay);
+    const double begin = m_content.look ? m_content.look->begin : m_content.begin.value_or(0.0);
+    window.first = columnAt(begin, window.perDay);
     return window;
 }
 

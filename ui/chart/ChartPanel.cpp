@@ -1,6 +1,7 @@
 #include "ui/chart/ChartPanel.h"
 
 #include "base/Days.h"
+#include "sensor/Parameters.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "ui/chart/frmChartSettings.h"
@@ -142,6 +143,17 @@ void ChartPanel::Ticked()
     }
     sayOrigin();
     nameSeries();
+    followHistory();
+    emit Looked();
+}
+
+void ChartPanel::followHistory()
+{
+    const std::size_t unit = static_cast<std::size_t>(m_session->ShownUnit());
+    const clsHistory& shown = m_session->Shown();
+    if (&shown != Source() || Unit_mm() != UnitOf(static_cast<std::int32_t>(unit)).millimetres) {
+        Source(&shown, UnitOf(static_cast<std::int32_t>(unit)).millimetres);
+    }
 }
 
 void ChartPanel::sayOrigin()
@@ -261,3 +273,35 @@ void ChartPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const modPl
 {
     Redraw();
 }
+
+void ChartPanel::Freeze(bool freeze)
+{
+    Look(freeze && Source() != nullptr ? std::optional(ShownRange()) : std::nullopt);
+    emit Looked();
+}
+
+void ChartPanel::ShowRange(const PlaceRange& range)
+{
+    Look(range);
+    emit Looked();
+}
+
+void ChartPanel::Span(std::int32_t /*span_ms*/) {}
+
+void ChartPanel::Fit() {}
+
+void ChartPanel::Back() {}
+
+void ChartPanel::Forward() {}
+
+bool ChartPanel::CanGoBack() const
+{
+    return false;
+}
+
+bool ChartPanel::CanGoForward() const
+{
+    return false;
+}
+
+void ChartPanel::ToggleCursor(int /*cursor*/) {}

@@ -38,6 +38,24 @@ public:
     void Localise(std::int32_t language);
     /// How many points it shows when the series has lost its oldest ones; less than 0 while the series holds all.
     std::int64_t CountIncomplete();
+    // What an operator does with the time axis; keys and the mouse do the same.
+    /// Stops the picture, while values go on coming, or follows them again.
+    void Freeze(bool freeze);
+    bool IsFrozen() const { return Look().has_value(); }
+    /// Shows a stretch of the history, and remembers the one before for `Back`.
+    void ShowRange(const PlaceRange& range);
+    /// A span of the time axis in milliseconds, 0 for everything. It is remembered.
+    void Span(std::int32_t span_ms);
+    /// Shows everything, with the value axis fitted.
+    void Fit();
+    void Back();
+    void Forward();
+    bool CanGoBack() const;
+    bool CanGoForward() const;
+    /// Sets cursor A (0) or B (1), or takes it away.
+    void ToggleCursor(int cursor);
+    bool HasCursor(int cursor) const { return Overlay().cursors.at(static_cast<std::size_t>(cursor)).has_value(); }
+
     /// Called when the chart's settings could not be saved.
     std::function<void(const std::error_code&)> Unkept;
 
@@ -54,11 +72,16 @@ public:
     void PlaybackLoaded(const modPlayback::Loaded& loaded) override;
     void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
 
+signals:
+    /// What is shown, how, or between which cursors has changed; comes with the newest values, too.
+    void Looked();
+
 private:
     void makeRoom(double time);
     void buildPopUp();
     void sayOrigin();
     void nameSeries();
+    void followHistory();
     void showPopUp(const QPoint& position);
     void mnuPopupShowZero_Click();
     void mnuPopUpYscaleSettings_Click();

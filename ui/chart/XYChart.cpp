@@ -171,6 +171,7 @@ void XYChart::paintEvent(QPaintEvent*)
     } else {
         m_frame.PaintNote(painter, m_emptyText);
     }
+    m_frame.PaintOverlay(painter);
     if (hasFocus()) {
         QStyleOptionFocusRect focus;
         focus.initFrom(this);
@@ -199,6 +200,10 @@ XYChart::Shown XYChart::NextFrame()
 
 clsChartData& XYChart::drawn()
 {
+    if (m_content.look && m_source != nullptr) {
+        fillLooked();
+        return m_looked;
+    }
     return m_held ? *m_held : m_series;
 }
 
@@ -214,4 +219,77 @@ std::array<std::span<const ChartPoint>, 2> XYChart::Points()
     series.StartIndex = (stop + size - 1) % size;
     series.ResetReadPointer();
     return series.Readable();
+}
+
+void XYChart::Source(const clsHistory* history, double unit_mm)
+{
+    m_source = history;
+    m_unit_mm = unit_mm;
+    update();
+}
+
+void XYChart::Look(const std::optional<PlaceRange>& look)
+{
+    change(m_content.look, look);
+}
+
+void XYChart::LookLimits(const std::optional<std::array<double, 2>>& limits)
+{
+    change(m_lookLimits, limits);
+}
+
+void XYChart::Overlay(const ChartOverlayContent& overlay)
+{
+    if (overlay != m_content.overlay) {
+        m_content.overlay = overlay;
+        update();
+    }
+}
+
+PlaceRange XYChart::ShownRange() const
+{
+    return m_content.look.value_or(PlaceRange{TimeBegin(), TimeBegin() + m_content.xRange_ms / kMsPerDay});
+}
+
+void XYChart::fillLooked()
+{
+    const std::size_t first = m_source->IndexAt(m_content.look->begin);
+    const std::size_t count = m_source->CountIn(*m_content.look);
+    m_looked.InitChartData(static_cast<std::int32_t>(count) + 1);
+    for (std::size_t i = first; i < first + count; ++i) {
+        const HistoryEntry entry = m_source->At(i);
+        const bool isDistance = !entry.gap && entry.kind == MeasurementKind::Distance;
+        m_looked.AddChartPoint(entry.place,
+                               isDistance ? entry.value_mm / m_unit_mm : std::numeric_limits<double>::quiet_NaN());
+    }
+    m_looked.StartIndex = 0;
+}
+
+QRectF XYChart::PlotArea() const
+{
+    return m_frame.PlotArea();
+}
+
+double XYChart::PlaceAt(double x) const
+{
+    const QRectF plot = PlotArea();
+    const PlaceRange range = ShownRange();
+    return range.begin + (x - plot.left()) / std::max(plot.width(), 1.0) * range.Length();
+}
+
+double XYChart::XOf(double place) const
+{
+    const QRectF plot = PlotArea();
+    const PlaceRange range = ShownRange();
+    return plot.left() + (place - range.begin) / range.Length() * plot.width();
+}
+
+double XYChart::ValueAt(double y) const
+{
+    return m_frame.ValueAt(y);
+}
+
+double XYChart::YOf(double value) const
+{
+    return m_frame.YOf(value);
 }

@@ -120,6 +120,30 @@ public:
     /// The points that are drawn, from the oldest to the newest; valid until the chart changes.
     std::array<std::span<const ChartPoint>, 2> Points();
 
+    /// The history that can be looked into, and the length of the shown unit in millimetres; none: there is nothing to
+    /// look into. It must outlive its use.
+    void Source(const clsHistory* history, double unit_mm);
+    const clsHistory* Source() const { return m_source; }
+    double Unit_mm() const { return m_unit_mm; }
+    /// The stretch of the history that is shown instead of the newest points; none while the chart follows.
+    void Look(const std::optional<PlaceRange>& look);
+    const std::optional<PlaceRange>& Look() const { return m_content.look; }
+    /// Limits that the value axis keeps while the chart is looked into; none: it fits what is seen.
+    void LookLimits(const std::optional<std::array<double, 2>>& limits);
+    const std::optional<std::array<double, 2>>& LookLimits() const { return m_lookLimits; }
+    /// The stretch of the time axis that the plot shows, following or not.
+    PlaceRange ShownRange() const;
+    /// What is drawn over the curve.
+    const ChartOverlayContent& Overlay() const { return m_content.overlay; }
+    void Overlay(const ChartOverlayContent& overlay);
+
+    // Where the plot lies in the widget, and what lies where in it. Units; the plot is empty before the first frame.
+    QRectF PlotArea() const;
+    double PlaceAt(double x) const;
+    double XOf(double place) const;
+    double ValueAt(double y) const;
+    double YOf(double value) const;
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -140,9 +164,14 @@ private:
     void followShownValues();
     void updateCurve();
     clsChartData& drawn();
+    void fillLooked();
 
     clsChartData m_series;
     std::optional<clsChartData> m_held; ///< the series when the held span became full
+    const clsHistory* m_source = nullptr;
+    double m_unit_mm = 1.0;
+    std::optional<std::array<double, 2>> m_lookLimits;
+    clsChartData m_looked; ///< what is seen of the history
     ChartContent m_content;
     double m_currentTime = 0.0;
     bool m_limitsGiven = false, m_holdSpan = false;

@@ -1,6 +1,8 @@
 #include "ui/main/MainForm.h"
 
 #include "ui/chart/ChartPanel.h"
+#include "ui/chart/Overview.h"
+#include "ui/chart/StatisticsPanel.h"
 #include "ui/main/LinePanel.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
@@ -74,7 +76,14 @@ void MainForm::BuildForm(QMainWindow& window)
     auto* sides = new QHBoxLayout(centre);
     sides->setSpacing(window.fontMetrics().height());
     sides->addWidget(left);
-    sides->addWidget(picGraph, 1);
+    picOverview = Named<Overview>("picOverview", centre);
+    fraStatistics = Named<StatisticsPanel>("fraStatistics", centre);
+    auto* right = new QVBoxLayout;
+    right->setSpacing(0);
+    right->addWidget(picGraph, 1);
+    right->addWidget(picOverview);
+    right->addWidget(fraStatistics);
+    sides->addLayout(right, 1);
     window.setCentralWidget(centre);
     buildMenus(window);
     buildStatusBar(window);
@@ -158,5 +167,7 @@ void MainForm::LocalisePanels(std::int32_t language) const
     fraComport->Localise(language);
     fraLine->Localise();
     picGraph->Localise(language);
+    picOverview->Localise(language);
+    fraStatistics->Localise(language);
     pnlFile->Localise();
 }

@@ -10,11 +10,13 @@ class LineLabel;
 class LinePanel;
 class MeasurementPanel;
 class MessagePanel;
+class Overview;
 class PortPanel;
 class QAction;
 class QMainWindow;
 class QMenu;
 class SensorPanel;
+class StatisticsPanel;
 
 class MainForm {
 protected:
@@ -28,6 +30,8 @@ protected:
     PortPanel* fraComport = nullptr;
     LinePanel* fraLine = nullptr;
     ChartPanel* picGraph = nullptr;
+    Overview* picOverview = nullptr;
+    StatisticsPanel* fraStatistics = nullptr;
     MessagePanel* pnlMessages = nullptr; ///< the status bar's panels
     FilePanel* pnlFile = nullptr;
     LineLabel* pnlClock = nullptr;

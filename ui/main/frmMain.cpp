@@ -5,6 +5,8 @@
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "ui/chart/ChartPanel.h"
+#include "ui/chart/Overview.h"
+#include "ui/chart/StatisticsPanel.h"
 #include "ui/help/Help.h"
 #include "ui/main/FirstSteps.h"
 #include "ui/main/LinePanel.h"
@@ -75,6 +77,8 @@ void frmMain::followSession()
     fraComport->Follow(m_session, m_settings, m_devices);
     fraLine->Follow(m_session, m_settings);
     picGraph->Follow(m_session, m_settings, m_help);
+    picOverview->Follow(m_session, *picGraph);
+    fraStatistics->Follow(*picGraph);
     picGraph->Unkept = [this](const std::error_code& why) { pnlMessages->ShowFailure(unkeptText(why)); };
     pnlMessages->Follow(m_session, m_settings);
     pnlFile->Follow(m_session, m_settings);

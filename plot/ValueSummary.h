@@ -1,0 +1,28 @@
+// What a stretch of values comes down to: what a column of a picture, and a table of statistics, have to know of it.
+#pragma once
+
+#include <cstdint>
+
+/// The values of one column of a picture, or of any other stretch of time, in millimetres.
+struct ValueSummary {
+    std::int64_t valid = 0;                 ///< distances
+    std::int64_t noEcho = 0, tempError = 0; ///< replies without a distance
+    std::int64_t gaps = 0;                  ///< marks of gaps
+    std::int32_t minimum = 0, maximum = 0;  ///< of the distances, as are the first and the last
+    std::int32_t first = 0, last = 0;
+    bool joinsBefore = false; ///< nothing lies between the first one and the distance before it: a line joins them
+    bool isWhole = true;      ///< nothing lies between its distances: one line goes through all of them
+
+    bool IsEmpty() const { return valid + noEcho + tempError + gaps == 0; }
+};
+
+/// What the statistics say about a stretch of time. Lengths in millimetres; meaningless without enough distances:
+/// `valid` of at least 1 (minimum to mean), 2 (deviation, drift).
+struct Statistics {
+    std::int64_t values = 0, valid = 0; ///< replies, and distances among them
+    double minimum = 0.0, maximum = 0.0, mean = 0.0;
+    double deviation = 0.0;       ///< standard deviation of the sample (n - 1)
+    double drift_perMinute = 0.0; ///< slope of the line of least squares
+    double rate_perSecond = 0.0;  ///< replies
+    bool isThinned = false;       ///< a part of it is kept as lowest and highest value a second only
+};

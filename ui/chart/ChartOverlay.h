@@ -1,0 +1,9 @@
+// What lies over the curve of a chart, on the screen and in pictures: cursors, marks, and the note that says how the
+// time axis is held.
+#pragma once
+
+#include "ui/chart/ChartDrawing.h"
+
+class QPainter;
+
+void DrawOverlay(QPainter& painter, const ChartContent& content, const ChartLayout& layout, const ChartColors& colors);
