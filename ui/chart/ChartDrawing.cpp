@@ -7,45 +7,11 @@
 
 #include <QFontMetricsF>
 #include <QPainter>
-#include <QPalette>
 #include <QPolygonF>
 
 #include <algorithm>
 
 using modGDIAPI::ColorOf;
-using modGDIAPI::Mixed;
-
-namespace {
-
-constexpr double kGridShare = 0.28; // of the grid colour in a grid line: pale, below the curve
-constexpr double kAxisShare = 0.75;
-constexpr double kScaleShare = 0.85;
-constexpr double kMutedShare = 0.6;
-constexpr double kWatermarkShare = 0.1;
-
-} // namespace
-
-ChartColors ColorsOf(const ChartContent& content, const QPalette& palette)
-{
-    const QColor base = palette.color(QPalette::Base);
-    const QColor text = palette.color(QPalette::Text);
-    const bool fromPalette = modGDIAPI::IsDark(base);
-    const auto chosen = [&](const std::optional<std::int32_t>& set, std::int32_t table, const QColor& ofPalette) {
-        return fromPalette && !set ? ofPalette : ColorOf(set.value_or(table));
-    };
-    ChartColors colors;
-    colors.back = chosen(content.backColor, modChartGlobals::kBackColor, base);
-    const QColor grid = chosen(content.gridColor, modChartGlobals::kGridColor, Mixed(text, base, 0.5));
-    const QColor scale = chosen(content.scaleColor, modChartGlobals::kScaleColor, text);
-    colors.grid = Mixed(grid, colors.back, kGridShare);
-    colors.axis = Mixed(grid, colors.back, kAxisShare);
-    colors.scale = Mixed(scale, colors.back, kScaleShare);
-    colors.muted = Mixed(scale, colors.back, kMutedShare);
-    colors.watermark = Mixed(scale, colors.back, kWatermarkShare);
-    colors.curve = ColorOf(modGDIAPI::IsDark(colors.back) ? modChartGlobals::kCurveColorOnDark
-                                                          : modChartGlobals::kCurveColorOnLight);
-    return colors;
-}
 
 void ChartDrawing::Draw(QPainter& painter, const clsChartData& series) const
 {

@@ -2,22 +2,13 @@
 // same drawing; the widget only keeps what stands still and draws the curve's pixels faster.
 #pragma once
 
+#include "ui/chart/ChartColors.h"
 #include "ui/chart/ChartLayout.h"
-
-#include <QColor>
 
 #include <vector>
 
 class QPainter;
-class QPalette;
 class clsChartData;
-
-/// The colours in use: those that are set, else those of the table or the palette.
-struct ChartColors {
-    QColor back, grid, axis, scale, muted, watermark, curve;
-};
-/// A colour that the content does not set is replaced by the palette's when the palette is dark.
-ChartColors ColorsOf(const ChartContent& content, const QPalette& palette);
 
 class ChartDrawing {
 public:

@@ -2,7 +2,8 @@
 // time axis is held.
 #pragma once
 
-#include "ui/chart/ChartDrawing.h"
+#include "ui/chart/ChartColors.h"
+#include "ui/chart/ChartLayout.h"
 
 class QPainter;
 
