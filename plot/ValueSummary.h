@@ -5,8 +5,8 @@
 
 /// The values of one column of a picture, or of any other stretch of time, in millimetres.
 struct ValueSummary {
-    std::int64_t valid = 0;                 ///< distances
-    std::int64_t noEcho = 0, tempError = 0; ///< replies without a distance
+    std::int64_t valid = 0;                 ///< distances that are drawn: those of 0 where zeros are shown
+    std::int64_t noEcho = 0, tempError = 0; ///< replies without a distance, among them hidden zeros
     std::int64_t gaps = 0;                  ///< marks of gaps
     std::int32_t minimum = 0, maximum = 0;  ///< of the distances, as are the first and the last
     std::int32_t first = 0, last = 0;

@@ -10,20 +10,21 @@
 namespace {
 
 constexpr double kStepsPerDay = 10.0 * kMsPerDay;
-constexpr std::int32_t kFirstGap = std::numeric_limits<std::int32_t>::min(); // no distance is as low
 constexpr std::int32_t kGapReasons = 6;
+
+constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min() + kGapReasons;
 
 std::int32_t valueOf(const Measurement& sample)
 {
     switch (KindOf(sample)) {
     case MeasurementKind::NoEcho:
-        return kMarkerNoEcho;
+        return sample.value_mm == 0 ? 0 : kMarkerNoEcho;
     case MeasurementKind::TempError:
         return kMarkerTempError;
     case MeasurementKind::Distance:
         break;
     }
-    return std::max(sample.value_mm, kFirstGap + kGapReasons);
+    return std::max(sample.value_mm, kLowest);
 }
 
 } // namespace
@@ -84,10 +85,11 @@ HistoryEntry clsHistory::At(std::size_t block, std::size_t index) const
                       .place = m_blocks[block].place + entry.time / kStepsPerDay};
     if (entry.value < kFirstGap + kGapReasons) {
         read.gap = static_cast<GapReason>(entry.value - kFirstGap);
-    } else if (entry.value == kMarkerNoEcho || entry.value == kMarkerTempError) {
-        read.kind = entry.value == kMarkerNoEcho ? MeasurementKind::NoEcho : MeasurementKind::TempError;
     } else {
         read.value_mm = entry.value;
+        read.kind = entry.value == kMarkerTempError                    ? MeasurementKind::TempError
+                    : entry.value == kMarkerNoEcho || entry.value == 0 ? MeasurementKind::NoEcho
+                                                                       : MeasurementKind::Distance;
     }
     return read;
 }
@@ -136,17 +138,16 @@ std::optional<std::size_t> clsHistory::NearestDistance(double place) const
     return before - 1;
 }
 
-ValueSummary clsHistory::summaryOf(std::size_t first, std::size_t behind) const
+ValueSummary clsHistory::summaryOf(std::size_t first, std::size_t behind, bool showZero) const
 {
     ValueSummary found;
-    bool isBroken = first == 0;
-    if (first > 0) {
-        const HistoryEntry before = At(first - 1);
-        isBroken = before.gap || before.kind != MeasurementKind::Distance;
-    }
+    const auto isDrawn = [&](const HistoryEntry& entry) {
+        return !entry.gap && (entry.kind == MeasurementKind::Distance || (entry.value_mm == 0 && showZero));
+    };
+    bool isBroken = first == 0 || !isDrawn(At(first - 1));
     for (std::size_t i = first; i < behind; ++i) {
         const HistoryEntry entry = At(i);
-        if (entry.gap || entry.kind != MeasurementKind::Distance) {
+        if (!isDrawn(entry)) {
             ++(entry.gap ? found.gaps : entry.kind == MeasurementKind::NoEcho ? found.noEcho : found.tempError);
             isBroken = true;
             continue;
@@ -165,16 +166,22 @@ ValueSummary clsHistory::summaryOf(std::size_t first, std::size_t behind) const
     return found;
 }
 
-std::vector<ValueSummary> clsHistory::Columns(const TimeWindow& window) const
+std::vector<ValueSummary> clsHistory::Columns(const TimeWindow& window, bool showZero) const
 {
     std::vector<ValueSummary> columns;
+    Columns(window, showZero, columns);
+    return columns;
+}
+
+void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const
+{
+    columns.clear();
     std::size_t first = IndexAt(window.first / window.perDay);
     for (std::int32_t i = 1; i <= window.columns; ++i) {
         const std::size_t behind = IndexAt((window.first + i) / window.perDay);
-        columns.push_back(summaryOf(first, behind));
+        columns.push_back(summaryOf(first, behind, showZero));
         first = behind;
     }
-    return columns;
 }
 
 Statistics clsHistory::StatisticsOf(const PlaceRange& range) const

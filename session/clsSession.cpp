@@ -7,7 +7,8 @@
 clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Settings& settings,
                        std::filesystem::path folder, char decimalSeparator, const RecordDisk& disk)
     : m_settings(settings), m_port(std::move(port)), m_device(*m_port),
-      m_loop(m_device, settings, m_listeners, decimalSeparator), m_recorder(std::move(folder), disk)
+      m_loop(m_device, settings, m_listeners, decimalSeparator), m_recorder(std::move(folder), disk),
+      m_history(static_cast<std::size_t>(settings.History_MiB) << 20U)
 {
     m_recorder.Describe = [this](const clsRecorder::Period& period) { return infoOfRecording(period); };
     m_recorder.Taking = [this](bool isFirst) { noteValues(isFirst); };
