@@ -3,11 +3,22 @@
 // where the clock was set: the axis goes on, its labels step back.
 #pragma once
 
+#include "base/Days.h"
+
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
 class clsTimeLine {
 public:
+    /// Shifts are a whole number of these.
+    static constexpr double kTicksPerDay = 10.0 * kMsPerDay;
+    /// Clocks that are set more often do not begin stretches any more.
+    static constexpr std::size_t kMostStretches = 16384;
+    /// No place is beyond.
+    static constexpr double kMostPlace = 1e7;
+
     /// A stretch in which the clock was not set.
     struct Stretch {
         double begin = 0.0; ///< the place of its first value
@@ -17,8 +28,34 @@ public:
 
     /// Takes up the next time (days since 1899-12-30, local time) and returns its place, which is never before the last
     /// one. `clockSet`: the clock is known to have been set since the last one. Without it, a step back, and a step of
-    /// exactly one hour forward at a full hour (summer time begins), count as a clock that was set.
-    double Add(double time, bool clockSet = false);
+    /// one hour forward at a full hour (summer time begins), count as a clock that was set. The axis then goes on after
+    /// the usual time between two values, or, if the step is known to be one hour, after the time that has passed. A
+    /// time outside the calendar says nothing: it counts as the one before.
+    double Add(double time, bool clockSet = false)
+    {
+        if (clockSet || !Continues(time)) {
+            step(time, clockSet);
+        }
+        return m_last;
+    }
+    /// Takes up a time that follows the last one without anything special; otherwise false and no change.
+    bool Continues(double time)
+    {
+        if (!(time >= m_floor && time < m_ceiling)) {
+            return false;
+        }
+        m_step = time - m_lastTime;
+        m_floor = m_lastTime = time;
+        m_ceiling = time + kUsual < kEndOfDays ? time + kUsual : kEndOfDays;
+        m_last = time + m_shift;
+        return true;
+    }
+
+    /// The time that was taken up last, and the shift of its stretch.
+    double LastTime() const { return m_lastTime; }
+    double Shift() const { return m_shift; }
+    /// How often the clock was set, whether or not a stretch began.
+    std::int64_t ClockSettings() const { return m_settings; }
 
     /// The clock's time at a place, and the place of a time: in the last stretch that has it.
     double TimeOf(double place) const;
@@ -26,10 +63,20 @@ public:
 
     /// In order; more than one where the clock was set.
     std::span<const Stretch> Stretches() const { return m_stretches; }
+    std::size_t Bytes() const { return m_stretches.capacity() * sizeof(Stretch); }
     void Clear() { *this = {}; }
 
 private:
+    static constexpr double kUsual = 0.03; ///< days; less than an hour
+
+    void step(double time, bool clockSet);
+    void beginStretch(double time, double place);
+
     std::vector<Stretch> m_stretches;
-    double m_last = 0.0;     ///< the last place
-    double m_lastTime = 0.0; ///< the last time
+    double m_last = 0.0;                   ///< the last place
+    double m_lastTime = 0.0;               ///< the last time
+    double m_step = 0.0;                   ///< between the last two times
+    double m_shift = 0.0;                  ///< of the last stretch
+    double m_floor = 1.0, m_ceiling = 0.0; ///< times from and to which nothing special happens
+    std::int64_t m_settings = 0;
 };

@@ -1,22 +1,14 @@
 #include "session/clsHistory.h"
 
-#include "base/Days.h"
-
-#include <algorithm>
-#include <cmath>
-#include <iterator>
-#include <limits>
+#include <utility>
 
 namespace {
 
-constexpr double kStepsPerDay = 10.0 * kMsPerDay;
-constexpr std::int32_t kGapReasons = 6;
+constexpr std::size_t kFirstEntries = 64; // of a block, which may be the only ones of a stretch
 
-constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min() + kGapReasons;
-
-std::int32_t valueOf(const Measurement& sample)
+std::int32_t valueOf(const Measurement& sample, MeasurementKind kind)
 {
-    switch (KindOf(sample)) {
+    switch (kind) {
     case MeasurementKind::NoEcho:
         return sample.value_mm == 0 ? 0 : kMarkerNoEcho;
     case MeasurementKind::TempError:
@@ -24,231 +16,169 @@ std::int32_t valueOf(const Measurement& sample)
     case MeasurementKind::Distance:
         break;
     }
-    return std::max(sample.value_mm, kLowest);
+    return sample.value_mm;
 }
 
 } // namespace
+
+clsHistory::clsHistory(std::size_t mostBytes)
+    : m_mostBytes(std::max(mostBytes, kLeastBytes)),
+      m_mostReadAgain(std::clamp<std::size_t>(m_mostBytes / 8 / clsEntryLevels::BytesFor(kBlockEntries), 2, 32))
+{}
 
 void clsHistory::Add(std::span<const Measurement> samples, std::span<const Gap> ended)
 {
     auto gap = ended.begin();
     for (const Measurement& sample : samples) {
-        if (gap != ended.end() && gap->to == sample.time && KindOf(sample) == MeasurementKind::Distance) {
-            if (gap->reason != GapReason::NoEcho) {
-                add(sample.time, kFirstGap + static_cast<std::int32_t>(gap->reason));
+        const MeasurementKind kind = KindOf(sample);
+        bool clockSet = false;
+        for (; gap != ended.end() && gap->to == sample.time && kind == MeasurementKind::Distance; ++gap) {
+            clockSet = clockSet || gap->reason == GapReason::ClockChanged;
+            const bool isSeen = m_open != nullptr && KindOf(m_open->Entries().back()) != EntryKind::Distance;
+            if (gap->reason != GapReason::NoEcho || !isSeen) {
+                AddGap(gap->reason);
             }
-            ++gap;
         }
-        add(sample.time, valueOf(sample));
+        if (clockSet) {
+            add(sample.time, valueOf(sample, kind), true);
+        } else {
+            AddPlayed(sample.time, valueOf(sample, kind));
+        }
     }
 }
 
-void clsHistory::add(double time, std::int32_t value)
+void clsHistory::ReadFrom(RecordingSource source)
 {
-    m_times.Add(time);
-    const auto stepsOf = [&](const Block& block) { return std::round((time - block.begin) * kStepsPerDay); };
-    const auto fits = [&](const Block& block) {
-        const double steps = stepsOf(block);
-        return block.entries.size() < kBlockEntries && steps >= block.entries.back().time &&
-               steps <= std::numeric_limits<std::uint32_t>::max();
-    };
-    if (m_blocks.empty() || !fits(m_blocks.back())) {
-        beginBlock(time);
+    m_source = std::move(source);
+    closeBlock();
+}
+
+void clsHistory::AddGap(GapReason reason)
+{
+    m_pending = reason;
+    m_room = 0;
+}
+
+void clsHistory::EndLoading()
+{
+    closeBlock();
+    m_source.where = nullptr;
+}
+
+std::size_t clsHistory::Bytes() const
+{
+    std::size_t bytes = m_closedBytes + m_times.Bytes();
+    if (m_open != nullptr) {
+        bytes += bytesOf(m_blocks.back());
+    }
+    for (const ReadAgain& read : m_readAgain) {
+        bytes += sizeof(ReadAgain) + read.levels.Bytes();
+    }
+    return bytes;
+}
+
+/// Whatever is not simply the next entry of the last block.
+void clsHistory::add(double time, std::int32_t value, bool clockSet)
+{
+    const std::int64_t settings = m_times.ClockSettings();
+    m_times.Add(time, clockSet || m_pending == GapReason::ClockChanged);
+    if (!m_pending && settings != m_times.ClockSettings()) {
+        m_pending = GapReason::ClockChanged; // nothing is joined across it
+    }
+    const std::int64_t shift = TicksOf(m_times.Shift());
+    std::int64_t place = TicksOf(m_times.LastTime()) + shift;
+    if (!m_blocks.empty()) {
+        place = std::max(place, lastOf(m_blocks.back()));
+    }
+    const std::size_t needed = m_pending ? 2 : 1;
+    const bool fits = m_open != nullptr && m_blocks.back().shift == shift && m_open->Size() + needed <= kBlockEntries &&
+                      place - m_blocks.back().begin <= std::numeric_limits<std::uint32_t>::max();
+    if (!fits) {
+        beginBlock(place, shift);
+    }
+    if (m_open->Room() < needed) {
+        grow(std::min(m_open->Size() * 4, kBlockEntries));
+    }
+    m_lastOffset = place - m_blocks.back().begin;
+    const auto offset = static_cast<std::uint32_t>(m_lastOffset);
+    if (m_pending) {
+        m_open->Push({offset, PackedGap(*std::exchange(m_pending, std::nullopt))});
+    }
+    m_open->Push({offset, std::max(value, kLowestValue)});
+    m_room = m_open->Room();
+}
+
+void clsHistory::beginBlock(std::int64_t place, std::int64_t shift)
+{
+    closeBlock();
+    // Where one block was filled, the next one will probably be, too.
+    const bool isFull = !m_blocks.empty() && m_blocks.back().levels.Size() + 1 >= kBlockEntries;
+    const std::size_t entries = isFull ? kBlockEntries : kFirstEntries;
+    makeRoom(clsEntryLevels::BytesFor(entries) + bytesOf({}));
+    const std::int64_t first = added();
+    Block& block = m_blocks.emplace_back();
+    block.begin = place;
+    block.shift = shift;
+    block.first = first;
+    block.levels.Reserve(entries);
+    if (m_source.where) {
+        block.position = m_source.where();
+    }
+    m_open = &block.levels;
+    m_openBegin = place - shift;
+}
+
+void clsHistory::grow(std::size_t entries)
+{
+    makeRoom(clsEntryLevels::BytesFor(entries));
+    m_open->Reserve(entries);
+}
+
+void clsHistory::closeBlock()
+{
+    if (std::exchange(m_open, nullptr) == nullptr) {
+        return;
     }
     Block& block = m_blocks.back();
-    block.entries.push_back({static_cast<std::uint32_t>(stepsOf(block)), value});
-    ++m_added;
-}
-
-void clsHistory::beginBlock(double time)
-{
-    const auto bytes = [this] { return (Size() + kBlockEntries) * kEntryBytes + m_blocks.size() * sizeof(Block); };
-    while (!m_blocks.empty() && bytes() > m_mostBytes) {
-        m_forgotten += static_cast<std::int64_t>(m_blocks.front().entries.size());
-        m_blocks.pop_front();
-    }
-    m_blocks.push_back({time, m_times.PlaceOf(time), m_added, {}});
+    block.last = static_cast<std::uint32_t>(m_lastOffset);
+    block.levels.Finish();
+    block.whole = block.levels.SummaryOf(0, block.levels.Size());
+    block.sums = block.levels.SumsOf(0, block.levels.Size());
+    block.isClosed = true;
+    m_closedBytes += bytesOf(block);
+    m_room = 0;
 }
 
 HistoryEntry clsHistory::At(std::size_t index) const
 {
     const std::int64_t number = m_forgotten + static_cast<std::int64_t>(index);
     const auto behind = std::ranges::upper_bound(m_blocks, number, {}, &Block::first);
-    const auto block = static_cast<std::size_t>(std::distance(m_blocks.begin(), behind)) - 1;
+    const auto block = static_cast<std::size_t>(behind - m_blocks.begin()) - 1;
     return At(block, static_cast<std::size_t>(number - m_blocks.at(block).first));
 }
 
 HistoryEntry clsHistory::At(std::size_t block, std::size_t index) const
 {
-    const Entry& entry = m_blocks.at(block).entries.at(index);
-    HistoryEntry read{.time = m_blocks[block].begin + entry.time / kStepsPerDay,
-                      .place = m_blocks[block].place + entry.time / kStepsPerDay};
-    if (entry.value < kFirstGap + kGapReasons) {
+    const Block& in = m_blocks.at(block);
+    const clsEntryLevels* levels = entriesOf(in);
+    const std::int64_t place = in.begin + (levels == nullptr ? in.levels : *levels).TimeOf(index);
+    HistoryEntry read{.time = static_cast<double>(place - in.shift) / kTicksPerDay,
+                      .place = static_cast<double>(place) / kTicksPerDay};
+    if (levels == nullptr) {
+        read.isKnown = false;
+        read.kind = MeasurementKind::NoEcho;
+        read.value_mm = kMarkerNoEcho;
+        return read;
+    }
+    const PackedEntry& entry = levels->Entries()[index];
+    const EntryKind kind = KindOf(entry);
+    if (kind == EntryKind::Gap) {
         read.gap = static_cast<GapReason>(entry.value - kFirstGap);
-    } else {
-        read.value_mm = entry.value;
-        read.kind = entry.value == kMarkerTempError                    ? MeasurementKind::TempError
-                    : entry.value == kMarkerNoEcho || entry.value == 0 ? MeasurementKind::NoEcho
-                                                                       : MeasurementKind::Distance;
+        return read;
     }
+    read.value_mm = entry.value;
+    read.kind = kind == EntryKind::Distance    ? MeasurementKind::Distance
+                : kind == EntryKind::TempError ? MeasurementKind::TempError
+                                               : MeasurementKind::NoEcho;
     return read;
-}
-
-PlaceRange clsHistory::Range() const
-{
-    return IsEmpty() ? PlaceRange() : PlaceRange{At(0).place, At(Size() - 1).place};
-}
-
-std::size_t clsHistory::IndexAt(double place) const
-{
-    std::size_t low = 0, high = Size();
-    while (low < high) {
-        const std::size_t middle = low + (high - low) / 2;
-        (At(middle).place < place ? low : high) = At(middle).place < place ? middle + 1 : middle;
-    }
-    return low;
-}
-
-std::size_t clsHistory::CountIn(const PlaceRange& range) const
-{
-    std::size_t last = IndexAt(range.end);
-    while (last < Size() && At(last).place <= range.end) {
-        ++last;
-    }
-    return last - std::min(last, IndexAt(range.begin));
-}
-
-std::optional<std::size_t> clsHistory::NearestDistance(double place) const
-{
-    const auto isDistance = [this](std::size_t index) {
-        const HistoryEntry entry = At(index);
-        return !entry.gap && entry.kind == MeasurementKind::Distance;
-    };
-    std::size_t after = IndexAt(place);
-    std::size_t before = after;
-    while (after < Size() && !isDistance(after)) {
-        ++after;
-    }
-    while (before > 0 && !isDistance(before - 1)) {
-        --before;
-    }
-    if (before == 0 || (after < Size() && At(after).place - place < place - At(before - 1).place)) {
-        return after < Size() ? std::optional(after) : std::nullopt;
-    }
-    return before - 1;
-}
-
-ValueSummary clsHistory::summaryOf(std::size_t first, std::size_t behind, bool showZero) const
-{
-    ValueSummary found;
-    const auto isDrawn = [&](const HistoryEntry& entry) {
-        return !entry.gap && (entry.kind == MeasurementKind::Distance || (entry.value_mm == 0 && showZero));
-    };
-    bool isBroken = first == 0 || !isDrawn(At(first - 1));
-    for (std::size_t i = first; i < behind; ++i) {
-        const HistoryEntry entry = At(i);
-        if (!isDrawn(entry)) {
-            ++(entry.gap ? found.gaps : entry.kind == MeasurementKind::NoEcho ? found.noEcho : found.tempError);
-            isBroken = true;
-            continue;
-        }
-        if (found.valid++ == 0) {
-            found.minimum = found.maximum = found.first = entry.value_mm;
-            found.joinsBefore = !isBroken;
-        } else {
-            found.isWhole = found.isWhole && !isBroken;
-        }
-        found.minimum = std::min(found.minimum, entry.value_mm);
-        found.maximum = std::max(found.maximum, entry.value_mm);
-        found.last = entry.value_mm;
-        isBroken = false;
-    }
-    return found;
-}
-
-std::vector<ValueSummary> clsHistory::Columns(const TimeWindow& window, bool showZero) const
-{
-    std::vector<ValueSummary> columns;
-    Columns(window, showZero, columns);
-    return columns;
-}
-
-void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const
-{
-    columns.clear();
-    std::size_t first = IndexAt(window.first / window.perDay);
-    for (std::int32_t i = 1; i <= window.columns; ++i) {
-        const std::size_t behind = IndexAt((window.first + i) / window.perDay);
-        columns.push_back(summaryOf(first, behind, showZero));
-        first = behind;
-    }
-}
-
-Statistics clsHistory::StatisticsOf(const PlaceRange& range) const
-{
-    const std::size_t first = IndexAt(range.begin);
-    const std::size_t behind = first + CountIn(range);
-    Statistics found;
-    double sum = 0.0, sumOfTimes = 0.0;
-    for (std::size_t i = first; i < behind; ++i) {
-        const HistoryEntry entry = At(i);
-        found.values += entry.gap ? 0 : 1;
-        if (!entry.gap && entry.kind == MeasurementKind::Distance) {
-            const double value = entry.value_mm;
-            found.minimum = found.valid == 0 ? value : std::min(found.minimum, value);
-            found.maximum = found.valid == 0 ? value : std::max(found.maximum, value);
-            sum += value;
-            sumOfTimes += entry.place - range.begin;
-            ++found.valid;
-        }
-    }
-    if (found.valid > 0) {
-        const auto count = static_cast<double>(found.valid);
-        found.mean = sum / count;
-        double squares = 0.0, timeSquares = 0.0, products = 0.0;
-        for (std::size_t i = first; i < behind; ++i) {
-            const HistoryEntry entry = At(i);
-            if (!entry.gap && entry.kind == MeasurementKind::Distance) {
-                const double value = entry.value_mm - found.mean;
-                const double time = entry.place - range.begin - sumOfTimes / count;
-                squares += value * value;
-                timeSquares += time * time;
-                products += value * time;
-            }
-        }
-        found.deviation = found.valid > 1 ? std::sqrt(squares / (count - 1.0)) : 0.0;
-        found.drift_perMinute = timeSquares > 0.0 ? products / timeSquares / (kSecondsPerDay / 60.0) : 0.0;
-    }
-    if (behind > first + 1) {
-        const double seconds = (At(behind - 1).place - At(first).place) * kSecondsPerDay;
-        found.rate_perSecond = seconds > 0.0 ? static_cast<double>(found.values - 1) / seconds : 0.0;
-    }
-    return found;
-}
-
-std::vector<HistoryGap> clsHistory::GapsIn(const PlaceRange& range, double shortest) const
-{
-    std::vector<HistoryGap> gaps;
-    std::optional<double> from;
-    GapReason reason = GapReason::NoEcho;
-    for (std::size_t i = 0; i < Size(); ++i) {
-        const HistoryEntry entry = At(i);
-        if (entry.gap) {
-            reason = *entry.gap;
-        } else if (entry.kind == MeasurementKind::Distance) {
-            const bool isGap = from && (reason != GapReason::NoEcho || (i > 0 && At(i - 1).kind != entry.kind));
-            if (isGap && entry.place - *from >= shortest && *from <= range.end && entry.place >= range.begin) {
-                gaps.push_back({{*from, entry.place}, reason});
-            }
-            from = entry.place;
-            reason = GapReason::NoEcho;
-        }
-    }
-    return gaps;
-}
-
-std::optional<HistoryGap> clsHistory::GapAt(double place) const
-{
-    const auto gaps = GapsIn({place, place}, 0.0);
-    return gaps.empty() ? std::nullopt : std::optional(gaps.front());
 }

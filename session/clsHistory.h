@@ -7,7 +7,10 @@
 #include "plot/clsTimeLine.h"
 #include "sensor/AccountFigures.h"
 #include "sensor/Measurement.h"
+#include "session/clsEntryLevels.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -64,51 +67,63 @@ struct RecordingSource {
 
 class clsHistory {
 public:
-    static constexpr std::size_t kEntryBytes = 8, kBlockEntries = 65536;
-    static constexpr std::size_t kMostBytes = std::size_t{256} << 20U;
+    static constexpr std::size_t kEntryBytes = sizeof(PackedEntry), kBlockEntries = 16384;
+    static constexpr std::size_t kMostBytes = std::size_t{256} << 20U, kLeastBytes = std::size_t{1} << 20U;
+    /// Times and places are kept to a tenth of a millisecond.
+    static constexpr double kTicksPerDay = clsTimeLine::kTicksPerDay;
 
-    explicit clsHistory(std::size_t mostBytes = kMostBytes) : m_mostBytes(mostBytes) {}
+    /// At most so many bytes are used, but `kLeastBytes` may be.
+    explicit clsHistory(std::size_t mostBytes = kMostBytes);
+    clsHistory(const clsHistory&) = delete;
+    clsHistory& operator=(const clsHistory&) = delete;
 
-    /// Adds samples in the order in which they came, and the gaps that they have ended. A gap without an echo gets no
-    /// mark: its samples are there.
+    /// Adds samples in the order in which they came, and the gaps that they have ended. A gap whose replies without a
+    /// distance are there gets no mark.
     void Add(std::span<const Measurement> samples, std::span<const Gap> ended);
 
     // A recording, line by line.
     /// Where its samples can be read again. Call it before the first line.
-    void ReadFrom(RecordingSource source) { m_source = std::move(source); }
+    void ReadFrom(RecordingSource source);
     void AddPlayed(double time, std::int32_t value_mm)
     {
-        if (m_pending) {
-            add(time, kFirstGap + static_cast<std::int32_t>(*std::exchange(m_pending, std::nullopt)));
+        if (m_room > 0 && m_times.Continues(time)) {
+            const std::int64_t offset = TicksOf(time) - m_openBegin;
+            if (offset >= m_lastOffset && offset <= std::numeric_limits<std::uint32_t>::max()) {
+                m_open->Push({static_cast<std::uint32_t>(offset), std::max(value_mm, kLowestValue)});
+                m_lastOffset = offset;
+                --m_room;
+                return;
+            }
         }
-        add(time, value_mm);
+        add(time, value_mm, false);
     }
     /// The next line is not joined to the one before.
-    void AddGap(GapReason reason) { m_pending = reason; }
+    void AddGap(GapReason reason);
     /// The next line is in another file.
-    void EndFile() {}
+    void EndFile() { closeBlock(); }
     /// All lines were added: `where` is not asked any more.
-    void EndLoading() { m_source.where = nullptr; }
+    void EndLoading();
     /// Stretches of lines that could not be read again as they were, since the file has changed or is gone. What is
     /// known of them is their summaries.
-    std::size_t Unreadable() const { return 0; }
+    std::size_t Unreadable() const { return m_unreadable; }
     /// The memory that is used.
-    std::size_t Bytes() const { return Size() * kEntryBytes; }
+    std::size_t Bytes() const;
 
-    /// Entries kept, oldest first: `At(0)` to `At(Size() - 1)`. `Forgotten` counts those that had to go; an index goes
-    /// down by one with each.
-    std::size_t Size() const { return static_cast<std::size_t>(m_added - m_forgotten); }
+    /// Entries kept, oldest first: `At(0)` to `At(Size() - 1)`. `Forgotten` counts those that had to go; the index of
+    /// the newest goes down by one with each.
+    std::size_t Size() const { return static_cast<std::size_t>(added() - m_forgotten); }
     std::int64_t Forgotten() const { return m_forgotten; }
     HistoryEntry At(std::size_t index) const;
 
     // What a chart asks. Everything is by places on the time axis and in millimetres; both ends of a range belong to
-    // it.
-    bool IsEmpty() const { return Size() == 0; }
+    // it. Of more samples than can be read again from a recording at once, what is asked is known to 64 samples, or, in
+    // a very long recording, 512 or more.
+    bool IsEmpty() const { return m_blocks.empty(); }
     /// From the first to the last entry.
     PlaceRange Range() const;
     const clsTimeLine& Times() const { return m_times; }
     /// A number that changes with everything that changes.
-    std::uint64_t Version() const { return static_cast<std::uint64_t>(m_added); }
+    std::uint64_t Version() const { return static_cast<std::uint64_t>(added()) + m_changes; }
     /// How many entries lie in a range.
     std::size_t CountIn(const PlaceRange& range) const;
     /// The first entry at or after a place; `Size()` if there is none.
@@ -126,34 +141,97 @@ public:
     /// The gap at a place.
     std::optional<HistoryGap> GapAt(double place) const;
     /// Before this place only the lowest and highest value of each second are kept; none while everything is.
-    std::optional<double> ThinnedBefore() const { return {}; }
+    std::optional<double> ThinnedBefore() const;
 
     // What is kept, for readers that go through all of it. Within a block times do not run backwards.
     std::size_t Blocks() const { return m_blocks.size(); }
-    std::size_t BlockSize(std::size_t block) const { return m_blocks[block].entries.size(); }
+    std::size_t BlockSize(std::size_t block) const { return m_blocks[block].levels.Size(); }
     HistoryEntry At(std::size_t block, std::size_t index) const;
 
+    /// The time of a point within the calendar in tenths of a millisecond.
+    static std::int64_t TicksOf(double days)
+    {
+        constexpr std::int64_t kBelow = 657434 * std::int64_t{864000000}; // makes it positive, to round by cutting off
+        return static_cast<std::int64_t>(days * kTicksPerDay + (static_cast<double>(kBelow) + 0.5)) - kBelow;
+    }
+
 private:
-    struct Entry {
-        std::uint32_t time = 0; ///< tenths of a millisecond since the block's begin
-        std::int32_t value = 0; ///< millimetres, a marker, or one of the lowest numbers: a gap's reason
+    struct MarkOfGap { ///< in a block whose entries were dropped: a recording has no line for it
+        std::uint16_t index = 0;
+        GapReason reason = GapReason::NoEcho;
     };
-    static_assert(sizeof(Entry) == kEntryBytes);
+    /// Entries of one stretch of the time axis. All but the last block are closed.
     struct Block {
-        double begin = 0.0, place = 0.0;
-        std::int64_t first = 0; ///< number of its first entry among all that were ever added
-        std::vector<Entry> entries;
+        std::int64_t begin = 0, shift = 0; ///< ticks: the place of its first entry, and how far places are before times
+        std::int64_t first = 0;            ///< the number of its first entry among all that were ever added
+        std::uint32_t last = 0;            ///< once it is closed, the time of its last entry
+        bool isClosed = false, isThinned = false;
+        mutable bool isUnreadable = false;
+        EntrySummary whole; ///< once it is closed, as it was before it was thinned
+        EntrySums sums;
+        clsEntryLevels levels;
+        std::vector<MarkOfGap> marks;
+        std::optional<LinePosition> position; ///< of its first line
     };
+    struct Position {
+        std::size_t block = 0, index = 0;
+    };
+    struct ReadAgain {
+        std::int64_t first = 0; ///< of the block
+        clsEntryLevels levels;
+    };
+    class clsWalk;
 
-    static constexpr std::int32_t kFirstGap = std::numeric_limits<std::int32_t>::min(); // no distance is as low
-    void add(double time, std::int32_t value);
-    void beginBlock(double time);
-    ValueSummary summaryOf(std::size_t first, std::size_t behind, bool showZero) const;
+    // Adding, in clsHistory.cpp.
+    std::int64_t added() const
+    {
+        return m_blocks.empty() ? m_forgotten
+                                : m_blocks.back().first + static_cast<std::int64_t>(m_blocks.back().levels.Size());
+    }
+    void add(double time, std::int32_t value, bool clockSet);
+    void beginBlock(std::int64_t place, std::int64_t shift);
+    void closeBlock();
+    void grow(std::size_t entries);
 
-    std::size_t m_mostBytes;
-    RecordingSource m_source;
-    std::optional<GapReason> m_pending;
+    // The bound, in clsHistoryBound.cpp.
+    void makeRoom(std::size_t bytes);
+    bool releaseSome();
+    static void dropFinest(Block& block);
+    void thin(std::size_t number);
+    void forgetOldest();
+    static std::size_t bytesOf(const Block& block);
+    const clsEntryLevels* entriesOf(const Block& block) const;
+    bool readAgain(const Block& block, clsEntryLevels& levels) const;
+    const clsEntryLevels& levelsOf(const Block& block, bool exactly) const;
+
+    // Asking, in clsHistoryQueries.cpp.
+    std::int64_t lastOf(const Block& block) const;
+    Position find(std::int64_t tick, bool exactly = true) const;
+    std::size_t indexOf(const Position& position) const;
+    bool mayReadAll(std::int64_t from, std::int64_t to) const;
+    bool isBrokenBefore(const Position& position, bool showZero, bool exactly) const;
+    std::optional<Position> lastDistanceBefore(Position position) const;
+    std::optional<Position> firstDistanceFrom(Position position) const;
+    template <class OnGap>
+    void forEachGap(const PlaceRange& range, double shortest, OnGap onGap) const;
+
+    std::size_t m_mostBytes, m_mostReadAgain;
     std::deque<Block> m_blocks;
     clsTimeLine m_times;
-    std::int64_t m_added = 0, m_forgotten = 0;
+    RecordingSource m_source;
+    std::optional<GapReason> m_pending; ///< the mark of a gap that the next sample gets
+    // The last block, while it is open.
+    clsEntryLevels* m_open = nullptr;
+    std::size_t m_room = 0;        ///< entries that can be added without any more ado
+    std::int64_t m_openBegin = 0;  ///< the time of its first entry
+    std::int64_t m_lastOffset = 0; ///< of its last entry
+    std::size_t m_closedBytes = 0; ///< of the closed blocks
+    std::int64_t m_forgotten = 0;
+    std::uint64_t m_changes = 0; ///< apart from additions
+    // How many of the oldest blocks were thinned, and have lost their entries, leaves and nodes.
+    std::size_t m_thinned = 0;
+    std::array<std::size_t, 3> m_dropped{};
+    std::optional<std::int64_t> m_thinnedTo;    ///< place
+    mutable std::vector<ReadAgain> m_readAgain; ///< the one asked last is the first
+    mutable std::size_t m_unreadable = 0;
 };

@@ -49,44 +49,4 @@ TEST(History, OutlivesWhatResetsTheChart)
     EXPECT_EQ(gaps, (std::vector{GapReason::Stopped, GapReason::LineLost}));
 }
 
-double at(double ms)
-{
-    return MeasuringSite::kBegin + ms / kMsPerDay;
-}
-
-TEST(History, KeepsTheNewestOfMoreThanItHasRoomFor)
-{
-    constexpr std::size_t kBlocks = 3;
-    clsHistory history((clsHistory::kBlockEntries * clsHistory::kEntryBytes + 1024) * kBlocks);
-    constexpr std::int32_t kSamples = 500000;
-    for (std::int32_t i = 1; i <= kSamples; ++i) {
-        const bool isEcho = i % 1000 != 0;
-        // The clock is set back once, and after a pause of a week it goes on.
-        const double ms = i * 2.0 - (i > 400000 ? 3600000.0 : 0.0) + (i > 450000 ? 7 * kMsPerDay : 0.0);
-        const std::int32_t value_mm = isEcho ? i : kMarkerNoEcho;
-        const Measurement sample{static_cast<double>(value_mm), value_mm, 0, 0, at(ms)};
-        const Gap gap{at(ms - 9), at(ms), i % 1001 == 0 ? GapReason::Damage : GapReason::NoEcho};
-        history.Add({&sample, 1}, {&gap, isEcho && i % 1001 <= 1 ? 1U : 0U});
-    }
-    std::int32_t expected = kSamples;
-    for (std::size_t i = history.Size(); i-- > 0;) {
-        const HistoryEntry entry = history.At(i);
-        if (entry.gap) {
-            ASSERT_EQ(*entry.gap, GapReason::Damage);
-            ASSERT_EQ((expected + 1) % 1001, 0);
-            continue;
-        }
-        ASSERT_EQ(entry.kind == MeasurementKind::Distance, expected % 1000 != 0);
-        ASSERT_EQ(entry.value_mm, expected % 1000 != 0 ? expected : 0);
-        ASSERT_NEAR(
-            entry.time,
-            at(expected * 2.0 - (expected > 400000 ? 3600000.0 : 0.0) + (expected > 450000 ? 7 * kMsPerDay : 0)),
-            0.06 / kMsPerDay);
-        --expected;
-    }
-    EXPECT_GT(history.Size(), (kBlocks - 1) * clsHistory::kBlockEntries / 2);
-    EXPECT_LE(history.Size(), kBlocks * clsHistory::kBlockEntries);
-    EXPECT_GT(history.Forgotten(), 0);
-}
-
 } // namespace

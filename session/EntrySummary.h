@@ -1,0 +1,99 @@
+// The entries of a history as they are stored, and what a run of them comes down to. Times count from the begin of the
+// block that the entries belong to, in tenths of a millisecond.
+#pragma once
+
+#include "plot/ValueSummary.h"
+#include "sensor/AccountFigures.h"
+#include "sensor/Measurement.h"
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <span>
+
+struct PackedEntry {
+    std::uint32_t time = 0;
+    std::int32_t value = 0; ///< millimetres, a marker, or one of the lowest numbers: a gap's reason
+};
+
+enum class EntryKind : std::uint8_t { Distance, Zero, NoEcho, TempError, Gap };
+
+/// The lowest numbers are the marks of gaps.
+inline constexpr std::int32_t kFirstGap = std::numeric_limits<std::int32_t>::min(), kLowestValue = kFirstGap + 6;
+
+inline std::int32_t PackedGap(GapReason reason)
+{
+    return kFirstGap + static_cast<std::int32_t>(reason);
+}
+inline EntryKind KindOf(const PackedEntry& entry)
+{
+    if (entry.value > 0 && entry.value < kMarkerTempError) {
+        return EntryKind::Distance;
+    }
+    return entry.value == 0                  ? EntryKind::Zero
+           : entry.value == kMarkerNoEcho    ? EntryKind::NoEcho
+           : entry.value == kMarkerTempError ? EntryKind::TempError
+           : entry.value < kLowestValue      ? EntryKind::Gap
+                                             : EntryKind::Distance;
+}
+
+/// A run of entries. A distance of 0 is none, except in what a chart draws that shows zeros.
+struct EntrySummary {
+    static constexpr std::uint8_t kNoReason = 255;
+
+    std::int32_t minimum = std::numeric_limits<std::int32_t>::max(); ///< of the distances, as are the next three
+    std::int32_t maximum = std::numeric_limits<std::int32_t>::min();
+    std::int32_t first = 0, last = 0;
+    std::uint32_t begin = 0;                           ///< the time of its first entry
+    std::uint32_t firstDistance = 0, lastDistance = 0; ///< times
+    std::uint32_t longest = 0, longestFrom = 0;        ///< the longest gap between two of its distances, and its begin
+    std::uint16_t distances = 0, zeros = 0, noEcho = 0, tempError = 0, gaps = 0;
+    /// Something lies before its first distance, behind its last one, between two of them.
+    bool breaksBefore : 1 = false, breaksBehind : 1 = false, breaksWithin : 1 = false;
+    /// The same of what is drawn when zeros are shown, and whether that begins and ends with a zero.
+    bool shownBreaksBefore : 1 = false, shownBreaksBehind : 1 = false, shownBreaksWithin : 1 = false;
+    bool firstIsZero : 1 = false, lastIsZero : 1 = false;
+    /// The last mark of a gap before its first distance (of all, if there is no distance), behind its last one, and
+    /// within its longest gap.
+    std::uint8_t reasonBefore = kNoReason, reasonBehind = kNoReason, longestReason = kNoReason;
+
+    std::uint32_t Entries() const { return std::uint32_t{distances} + zeros + noEcho + tempError + gaps; }
+    bool operator==(const EntrySummary&) const = default;
+
+    void Append(std::span<const PackedEntry> entries);
+    void Append(const EntrySummary& next);
+};
+
+inline GapReason ReasonOf(std::uint8_t reason)
+{
+    return reason == EntrySummary::kNoReason ? GapReason::NoEcho : static_cast<GapReason>(reason);
+}
+
+__extension__ using Int128 = __int128;
+
+/// Exact sums over the distances of a run: x are millimetres, t times.
+struct EntrySums {
+    Int128 xx = 0, tt = 0, xt = 0;
+    std::int64_t x = 0, t = 0;
+
+    bool operator==(const EntrySums&) const = default;
+    void Add(std::span<const PackedEntry> entries);
+    void Add(const EntrySums& other);
+    /// As if `by` were added to the times, and `less_mm` taken off the lengths, of the `distances` that were added up.
+    EntrySums Moved(std::int64_t by, std::int64_t less_mm, std::int64_t distances) const;
+};
+
+/// Builds up the column of a picture from entries and summaries in their order.
+class clsColumnBuilder {
+public:
+    clsColumnBuilder(bool showZero, bool isBroken) : m_showZero(showZero), m_isBroken(isBroken) {}
+    void Begin(ValueSummary& column) { m_column = &column; }
+    void Add(std::span<const PackedEntry> entries);
+    void Add(const EntrySummary& run);
+
+private:
+    void add(std::int32_t first, std::int32_t last, std::int32_t minimum, std::int32_t maximum, std::int64_t count);
+
+    ValueSummary* m_column = nullptr;
+    bool m_showZero, m_isBroken;
+};

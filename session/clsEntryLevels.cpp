@@ -1,0 +1,204 @@
+#include "session/clsEntryLevels.h"
+
+#include <iterator>
+#include <utility>
+
+namespace {
+
+/// The last of the runs that begins before a time; the first of them if there is none. `from` must not be behind it.
+std::size_t lastBefore(std::span<const EntrySummary> runs, std::uint32_t time, std::size_t from)
+{
+    std::size_t low = from, high = from + 1;
+    for (std::size_t step = 1; high < runs.size() && runs[high].begin < time; step *= 2) {
+        low = high;
+        high = std::min(high + step, runs.size());
+    }
+    while (low + 1 < high) {
+        const std::size_t middle = low + (high - low) / 2;
+        (runs[middle].begin < time ? low : high) = middle;
+    }
+    return low;
+}
+
+bool isDistance(const PackedEntry& entry)
+{
+    return KindOf(entry) == EntryKind::Distance;
+}
+
+} // namespace
+
+void clsEntryLevels::Reserve(std::size_t entries)
+{
+    m_entries.reserve(entries);
+    m_leaves.reserve((entries + kLeaf - 1) / kLeaf);
+    m_nodes.reserve((entries + kNode - 1) / kNode);
+    m_sums.reserve((entries + kNode - 1) / kNode);
+}
+
+std::size_t clsEntryLevels::BytesFor(std::size_t entries)
+{
+    return entries * sizeof(PackedEntry) + (entries + kLeaf - 1) / kLeaf * sizeof(EntrySummary) +
+           (entries + kNode - 1) / kNode * (sizeof(EntrySummary) + sizeof(EntrySums));
+}
+
+std::size_t clsEntryLevels::Bytes() const
+{
+    return m_entries.capacity() * sizeof(PackedEntry) +
+           (m_leaves.capacity() + m_nodes.capacity()) * sizeof(EntrySummary) + m_sums.capacity() * sizeof(EntrySums);
+}
+
+/// Also a part of a leaf, at the end.
+void clsEntryLevels::endLeaf()
+{
+    const std::size_t size = m_entries.size();
+    m_leaves.emplace_back().Append(Entries().subspan((size - 1) / kLeaf * kLeaf));
+    if (size % kNode == 0) {
+        EntrySummary& node = m_nodes.emplace_back();
+        for (const EntrySummary& leaf : std::span(m_leaves).last(kNode / kLeaf)) {
+            node.Append(leaf);
+        }
+        m_sums.emplace_back().Add(Entries().last(kNode));
+    }
+}
+
+void clsEntryLevels::Finish()
+{
+    m_size = m_entries.size();
+    if (m_size % kLeaf != 0) {
+        endLeaf();
+    }
+    if (m_size % kNode != 0) {
+        EntrySummary node;
+        for (const EntrySummary& leaf : std::span(m_leaves).subspan(m_nodes.size() * (kNode / kLeaf))) {
+            node.Append(leaf);
+        }
+        m_nodes.push_back(node);
+        m_sums.emplace_back().Add(Entries().subspan(m_size / kNode * kNode));
+    }
+    m_entries.shrink_to_fit();
+    m_leaves.shrink_to_fit();
+    m_nodes.shrink_to_fit();
+    m_sums.shrink_to_fit();
+}
+
+bool clsEntryLevels::DropFinest()
+{
+    if (HasEntries()) {
+        m_entries = std::vector<PackedEntry>(); // gives the memory back, as {} does not
+    } else if (!m_leaves.empty()) {
+        m_leaves = std::vector<EntrySummary>();
+    } else if (!m_nodes.empty()) {
+        m_nodes = std::vector<EntrySummary>();
+        m_sums = std::vector<EntrySums>();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
+{
+    std::size_t first = from;
+    if (!m_nodes.empty() && first / kNode < m_nodes.size()) {
+        const std::size_t node = lastBefore(m_nodes, time, first / kNode);
+        first = std::max(first, node * kNode);
+    }
+    if (first / kLeaf < m_leaves.size()) {
+        const std::size_t leaf = lastBefore(m_leaves, time, first / kLeaf);
+        first = std::max(first, leaf * kLeaf);
+    }
+    if (HasEntries()) {
+        const auto isBefore = [time](const PackedEntry& entry) { return entry.time < time; };
+        while (first < m_entries.size() && isBefore(m_entries[first])) { // twice, where leaves are still missing
+            const auto leaf = Entries().subspan(first, std::min(kLeaf, m_entries.size() - first));
+            first += static_cast<std::size_t>(std::ranges::partition_point(leaf, isBefore) - leaf.begin());
+        }
+        return first;
+    }
+    if (first >= Size() || TimeOf(first) >= time) {
+        return first;
+    }
+    const std::size_t run = m_leaves.empty() ? m_nodes.empty() ? Size() : kNode : kLeaf;
+    return std::min((first / run + 1) * run, Size());
+}
+
+std::uint32_t clsEntryLevels::TimeOf(std::size_t index) const
+{
+    return HasEntries()        ? m_entries[index].time
+           : !m_leaves.empty() ? m_leaves[index / kLeaf].begin
+           : !m_nodes.empty()  ? m_nodes[index / kNode].begin
+                               : 0;
+}
+
+EntrySummary clsEntryLevels::SummaryOf(std::size_t first, std::size_t behind) const
+{
+    EntrySummary found;
+    Visit(
+        first, behind, [&found](std::span<const PackedEntry> entries) { found.Append(entries); },
+        [&found](const EntrySummary& run, bool) {
+            found.Append(run);
+            return true;
+        });
+    return found;
+}
+
+EntrySummary clsEntryLevels::RunBefore(std::size_t index) const
+{
+    EntrySummary run;
+    if (HasEntries()) {
+        run.Append(Entries().subspan(index - 1, 1));
+    } else if (!m_leaves.empty()) {
+        run = m_leaves[(index - 1) / kLeaf];
+    } else if (!m_nodes.empty()) {
+        run = m_nodes[(index - 1) / kNode];
+    }
+    return run;
+}
+
+EntrySums clsEntryLevels::SumsOf(std::size_t first, std::size_t behind) const
+{
+    EntrySums found;
+    while (first < behind) {
+        const std::size_t end = std::min((first / kNode + 1) * kNode, Size());
+        if (first % kNode == 0 && end <= behind && first / kNode < m_sums.size()) {
+            found.Add(m_sums[first / kNode]);
+        } else if (HasEntries()) {
+            found.Add(Entries().subspan(first, std::min(end, behind) - first));
+        }
+        first = end;
+    }
+    return found;
+}
+
+std::size_t clsEntryLevels::FirstDistanceFrom(std::size_t index) const
+{
+    while (index < Size()) {
+        if (index % kNode == 0 && index / kNode < m_nodes.size() && m_nodes[index / kNode].distances == 0) {
+            index += kNode;
+        } else if (index % kLeaf == 0 && index / kLeaf < m_leaves.size() && m_leaves[index / kLeaf].distances == 0) {
+            index += kLeaf;
+        } else if (isDistance(m_entries[index])) {
+            return index;
+        } else {
+            ++index;
+        }
+    }
+    return Size();
+}
+
+std::size_t clsEntryLevels::LastDistanceBefore(std::size_t index) const
+{
+    while (index > 0) {
+        const std::size_t last = index - 1;
+        if (last / kNode < m_nodes.size() && m_nodes[last / kNode].distances == 0) {
+            index = last / kNode * kNode;
+        } else if (last / kLeaf < m_leaves.size() && m_leaves[last / kLeaf].distances == 0) {
+            index = last / kLeaf * kLeaf;
+        } else if (isDistance(m_entries[last])) {
+            return last;
+        } else {
+            index = last;
+        }
+    }
+    return Size();
+}

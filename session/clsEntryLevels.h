@@ -1,0 +1,84 @@
+// A run of entries and the summaries above them: of each 64, and of each 512 with sums. What is asked about a stretch
+// of them then costs little more than one of each level.
+#pragma once
+
+#include "session/EntrySummary.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+class clsEntryLevels {
+public:
+    static constexpr std::size_t kLeaf = 64, kNode = 512;
+
+    /// Room for so many entries, and none for more.
+    void Reserve(std::size_t entries);
+    std::size_t Room() const { return m_entries.capacity() - m_entries.size(); }
+    /// Times must not run backwards. There must be room.
+    void Push(const PackedEntry& entry)
+    {
+        m_entries.push_back(entry);
+        if (m_entries.size() % kLeaf == 0) {
+            endLeaf();
+        }
+    }
+    /// No entry follows. Gives unused memory back.
+    void Finish();
+
+    std::size_t Size() const { return m_size == 0 ? m_entries.size() : m_size; }
+    std::span<const PackedEntry> Entries() const { return m_entries; }
+    bool HasEntries() const { return !m_entries.empty(); }
+    /// Drops the finest level that is there, after `Finish`; false if none is left.
+    bool DropFinest();
+    std::size_t Bytes() const;
+    /// Bytes for so many entries.
+    static std::size_t BytesFor(std::size_t entries);
+
+    /// The first entry at or after a time; `Size()` if there is none. Without entries, the first of the first leaf or
+    /// node that begins there. Search begins at `from`, which must not be behind it.
+    std::size_t IndexOf(std::uint32_t time, std::size_t from = 0) const;
+    /// The time of an entry or, without entries, of its leaf's or node's first.
+    std::uint32_t TimeOf(std::size_t index) const;
+
+    /// Goes through a stretch in its order: `onEntries` for entries, `onRun(run, isFinest)` for runs of 64 and 512 that
+    /// lie in it wholly. It returns whether that is enough; if not, what the run consists of follows. The finest level
+    /// that is left has to be enough.
+    template <class OnEntries, class OnRun>
+    void Visit(std::size_t first, std::size_t behind, OnEntries onEntries, OnRun onRun) const
+    {
+        while (first < behind) {
+            const std::size_t nodeEnd = std::min(first + kNode, Size()), leafEnd = std::min(first + kLeaf, Size());
+            if (first % kNode == 0 && first / kNode < m_nodes.size() && nodeEnd <= behind &&
+                onRun(m_nodes[first / kNode], m_leaves.empty())) {
+                first = nodeEnd;
+            } else if (first % kLeaf == 0 && first / kLeaf < m_leaves.size() && leafEnd <= behind &&
+                       onRun(m_leaves[first / kLeaf], !HasEntries())) {
+                first = leafEnd;
+            } else if (HasEntries()) {
+                const std::size_t end = std::min((first / kLeaf + 1) * kLeaf, behind);
+                onEntries(Entries().subspan(first, end - first));
+                first = end;
+            } else {
+                first = behind; // nothing so fine is left
+            }
+        }
+    }
+    /// What ends with the entry before an index, as fine as it is known; `index` must not be 0.
+    EntrySummary RunBefore(std::size_t index) const;
+    EntrySummary SummaryOf(std::size_t first, std::size_t behind) const;
+    EntrySums SumsOf(std::size_t first, std::size_t behind) const;
+    /// The last distance before an index, the first one from an index on; `Size()` if there is none. Needs entries.
+    std::size_t LastDistanceBefore(std::size_t index) const;
+    std::size_t FirstDistanceFrom(std::size_t index) const;
+
+private:
+    void endLeaf();
+
+    std::vector<PackedEntry> m_entries;
+    std::vector<EntrySummary> m_leaves, m_nodes;
+    std::vector<EntrySums> m_sums; ///< of the nodes
+    std::size_t m_size = 0;        ///< once it is finished
+};

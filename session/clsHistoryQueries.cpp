@@ -1,0 +1,424 @@
+// What a chart asks of a history. Nothing goes through entries that a summary stands for.
+#include "session/clsHistory.h"
+
+#include <cmath>
+#include <utility>
+
+namespace {
+
+double placeOf(std::int64_t tick)
+{
+    return static_cast<double>(tick) / clsHistory::kTicksPerDay;
+}
+
+/// The first tick whose place is not before a point in time; a NaN is before everything.
+std::int64_t firstTickAt(double place)
+{
+    constexpr double kMost = 1.1 * clsTimeLine::kMostPlace;
+    if (!(place > -kMost)) {
+        place = -kMost;
+    }
+    auto tick = static_cast<std::int64_t>(std::ceil(std::min(place, kMost) * clsHistory::kTicksPerDay));
+    // The product is rounded: places decide.
+    while (placeOf(tick - 1) >= place) {
+        --tick;
+    }
+    while (tick < static_cast<std::int64_t>(kMost * clsHistory::kTicksPerDay) && placeOf(tick) < place) {
+        ++tick;
+    }
+    return tick;
+}
+
+std::int64_t firstTickBehind(double place)
+{
+    std::int64_t tick = firstTickAt(place);
+    while (placeOf(tick) <= place) {
+        ++tick;
+    }
+    return tick;
+}
+
+} // namespace
+
+/// The place of the last entry.
+std::int64_t clsHistory::lastOf(const Block& block) const
+{
+    return block.begin + (block.isClosed ? block.last : m_lastOffset);
+}
+
+/// The first entry at or after a place.
+clsHistory::Position clsHistory::find(std::int64_t tick, bool exactly) const
+{
+    const auto found = std::partition_point(m_blocks.begin(), m_blocks.end(),
+                                            [&](const Block& block) { return lastOf(block) < tick; });
+    Position at{static_cast<std::size_t>(found - m_blocks.begin())};
+    if (found != m_blocks.end() && tick > found->begin) {
+        at.index = levelsOf(*found, exactly).IndexOf(static_cast<std::uint32_t>(tick - found->begin));
+        if (at.index == found->levels.Size()) {
+            at = {at.block + 1};
+        }
+    }
+    return at;
+}
+
+std::size_t clsHistory::indexOf(const Position& position) const
+{
+    return position.block < m_blocks.size()
+               ? static_cast<std::size_t>(m_blocks[position.block].first - m_forgotten) + position.index
+               : Size();
+}
+
+/// Whether all blocks between two places that are not in memory can be read again and kept.
+bool clsHistory::mayReadAll(std::int64_t from, std::int64_t to) const
+{
+    const auto isBefore = [this](std::int64_t tick) {
+        return [this, tick](const Block& block) { return lastOf(block) < tick; };
+    };
+    const auto dropped = m_blocks.begin() + static_cast<std::ptrdiff_t>(m_dropped[0]);
+    const auto first = std::partition_point(m_blocks.begin(), dropped, isBefore(from));
+    const auto last = std::partition_point(first, dropped, isBefore(to));
+    return static_cast<std::size_t>(last - first) < m_mostReadAgain;
+}
+
+PlaceRange clsHistory::Range() const
+{
+    return IsEmpty() ? PlaceRange() : PlaceRange{placeOf(m_blocks.front().begin), placeOf(lastOf(m_blocks.back()))};
+}
+
+std::size_t clsHistory::IndexAt(double place) const
+{
+    return indexOf(find(firstTickAt(place)));
+}
+
+std::size_t clsHistory::CountIn(const PlaceRange& range) const
+{
+    const std::size_t first = IndexAt(range.begin), behind = indexOf(find(firstTickBehind(range.end)));
+    return behind - std::min(first, behind);
+}
+
+std::optional<clsHistory::Position> clsHistory::lastDistanceBefore(Position position) const
+{
+    for (std::size_t block = position.block + 1; block-- > 0;) {
+        if (block == m_blocks.size() || (m_blocks[block].isClosed && m_blocks[block].whole.distances == 0)) {
+            continue;
+        }
+        const std::size_t size = BlockSize(block), behind = block == position.block ? position.index : size;
+        const clsEntryLevels* levels = behind > 0 ? entriesOf(m_blocks[block]) : nullptr;
+        const std::size_t found = levels != nullptr ? levels->LastDistanceBefore(behind) : size;
+        if (found < size) {
+            return Position{block, found};
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<clsHistory::Position> clsHistory::firstDistanceFrom(Position position) const
+{
+    for (; position.block < m_blocks.size(); position = {position.block + 1}) {
+        const Block& block = m_blocks[position.block];
+        const clsEntryLevels* levels = block.isClosed && block.whole.distances == 0 ? nullptr : entriesOf(block);
+        const std::size_t size = block.levels.Size();
+        const std::size_t found = levels != nullptr ? levels->FirstDistanceFrom(position.index) : size;
+        if (found < size) {
+            return Position{position.block, found};
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::size_t> clsHistory::NearestDistance(double place) const
+{
+    const Position at = find(firstTickAt(place));
+    const auto before = lastDistanceBefore(at), after = firstDistanceFrom(at);
+    if (!before || !after) {
+        return before ? std::optional(indexOf(*before)) : after ? std::optional(indexOf(*after)) : std::nullopt;
+    }
+    const auto distanceTo = [&](const Position& to) { return std::fabs(At(to.block, to.index).place - place); };
+    return indexOf(distanceTo(*after) < distanceTo(*before) ? *after : *before);
+}
+
+/// Whether what is drawn at a position would not be joined to what comes before.
+bool clsHistory::isBrokenBefore(const Position& position, bool showZero, bool exactly) const
+{
+    if (position.index == 0 && position.block == 0) {
+        return true;
+    }
+    const EntrySummary before = position.index == 0
+                                    ? m_blocks[position.block - 1].whole
+                                    : levelsOf(m_blocks[position.block], exactly).RunBefore(position.index);
+    return showZero ? before.shownBreaksBehind : before.breaksBehind;
+}
+
+/// Goes through a history column by column.
+class clsHistory::clsWalk {
+public:
+    clsWalk(const clsHistory& history, const Position& begin, bool exactly, const clsColumnBuilder& builder)
+        : m_history(history), m_at(begin), m_exactly(exactly), m_builder(builder)
+    {
+        note();
+    }
+    /// A column of all entries up to a place.
+    void Fill(ValueSummary& column, std::int64_t end)
+    {
+        m_builder.Begin(column);
+        while (m_next < end) {
+            step(end);
+            note();
+        }
+    }
+
+private:
+    /// To the end of the block at most.
+    void step(std::int64_t end)
+    {
+        const Block& block = m_history.m_blocks[m_at.block];
+        const bool isRest = m_history.lastOf(block) < end;
+        if (isRest && m_at.index == 0 && block.isClosed) {
+            m_builder.Add(block.whole);
+            m_at = {m_at.block + 1};
+            return;
+        }
+        const clsEntryLevels& levels = m_history.levelsOf(block, m_exactly);
+        const std::size_t behind =
+            isRest ? levels.Size() : levels.IndexOf(static_cast<std::uint32_t>(end - block.begin), m_at.index);
+        levels.Visit(
+            m_at.index, behind, [this](std::span<const PackedEntry> entries) { m_builder.Add(entries); },
+            [this](const EntrySummary& run, bool) {
+                m_builder.Add(run);
+                return true;
+            });
+        m_at.index = behind;
+    }
+    /// The place of the next entry.
+    void note()
+    {
+        while (m_at.block < m_history.m_blocks.size()) {
+            const Block& block = m_history.m_blocks[m_at.block];
+            if (m_at.index == 0) {
+                m_next = block.begin;
+                return;
+            }
+            if (m_at.index < block.levels.Size()) {
+                m_next = block.begin + m_history.levelsOf(block, m_exactly).TimeOf(m_at.index);
+                return;
+            }
+            m_at = {m_at.block + 1};
+        }
+        m_next = std::numeric_limits<std::int64_t>::max();
+    }
+
+    const clsHistory& m_history;
+    Position m_at;
+    bool m_exactly;
+    clsColumnBuilder m_builder;
+    std::int64_t m_next = 0;
+};
+
+std::vector<ValueSummary> clsHistory::Columns(const TimeWindow& window, bool showZero) const
+{
+    std::vector<ValueSummary> columns;
+    Columns(window, showZero, columns);
+    return columns;
+}
+
+void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const
+{
+    columns.assign(static_cast<std::size_t>(std::max(window.columns, 0)), {});
+    if (!(window.perDay > 0.0) || !std::isfinite(window.first)) {
+        return;
+    }
+    const auto beginOf = [&window](std::int32_t column) {
+        return firstTickAt((window.first + column) / window.perDay);
+    };
+    const std::int64_t begin = beginOf(0);
+    const bool exactly = mayReadAll(begin, beginOf(window.columns));
+    const Position at = find(begin, exactly);
+    clsWalk walk(*this, at, exactly, clsColumnBuilder(showZero, isBrokenBefore(at, showZero, exactly)));
+    for (std::int32_t i = 0; i < window.columns; ++i) {
+        walk.Fill(columns[static_cast<std::size_t>(i)], beginOf(i + 1));
+    }
+}
+
+namespace {
+
+/// Sums and where their times begin.
+struct Part {
+    EntrySums sums;
+    std::int64_t distances = 0, begin = 0;
+};
+
+void fillMoments(const std::vector<Part>& parts, const auto& wholeParts, Statistics& found)
+{
+    Int128 x = 0, t = 0;
+    const auto addUp = [&](const EntrySums& sums, std::int64_t distances, std::int64_t begin) {
+        x += sums.x;
+        t += sums.t + static_cast<Int128>(begin) * distances;
+    };
+    const auto forAll = [&](const auto& what) {
+        for (const Part& part : parts) {
+            what(part.sums, part.distances, part.begin);
+        }
+        wholeParts(what);
+    };
+    forAll(addUp);
+    const Int128 count = found.valid;
+    // About whole numbers near the means everything stays exact; what is left of the means is less than one.
+    const auto nearX = static_cast<std::int64_t>(x / count), nearT = static_cast<std::int64_t>(t / count);
+    const long double n = static_cast<long double>(found.valid);
+    const long double restX = static_cast<long double>(x - nearX * count) / n;
+    const long double restT = static_cast<long double>(t - nearT * count) / n;
+    long double xx = -restX * restX * n, tt = -restT * restT * n, xt = -restX * restT * n;
+    forAll([&](const EntrySums& sums, std::int64_t distances, std::int64_t begin) {
+        const EntrySums moved = sums.Moved(begin - nearT, nearX, distances);
+        xx += static_cast<long double>(moved.xx);
+        tt += static_cast<long double>(moved.tt);
+        xt += static_cast<long double>(moved.xt);
+    });
+    constexpr long double kTicksPerMinute = 600000.0L;
+    found.mean = static_cast<double>(static_cast<long double>(nearX) + restX);
+    found.deviation = found.valid > 1 ? static_cast<double>(std::sqrt(std::max(xx, 0.0L) / (n - 1))) : 0.0;
+    found.drift_perMinute = tt > 0.0L ? static_cast<double>(xt / tt * kTicksPerMinute) : 0.0;
+}
+
+} // namespace
+
+Statistics clsHistory::StatisticsOf(const PlaceRange& range) const
+{
+    Statistics found;
+    const Position first = find(firstTickAt(range.begin)), behind = find(firstTickBehind(range.end));
+    if (indexOf(first) >= indexOf(behind)) {
+        return found;
+    }
+    const auto isWhole = [&](std::size_t block) {
+        return m_blocks[block].isClosed && (block > first.block || first.index == 0) && block < behind.block;
+    };
+    std::vector<Part> parts;
+    EntrySummary all; // minimum and maximum
+    const auto count = [&](const EntrySummary& run) {
+        found.values += run.Entries() - run.gaps;
+        found.valid += run.distances;
+        all.minimum = std::min(all.minimum, run.minimum);
+        all.maximum = std::max(all.maximum, run.maximum);
+    };
+    std::int64_t from = 0, to = 0;
+    for (std::size_t i = first.block; i < m_blocks.size() && (i < behind.block || behind.index > 0); ++i) {
+        const Block& block = m_blocks[i];
+        if (i > behind.block) {
+            break;
+        }
+        if (isWhole(i)) {
+            from = i == first.block ? block.begin : from;
+            to = lastOf(block);
+            count(block.whole);
+            continue;
+        }
+        const clsEntryLevels& levels = levelsOf(block, true);
+        std::size_t begin = i == first.block ? first.index : 0;
+        std::size_t end = i == behind.block ? behind.index : levels.Size();
+        if (!levels.HasEntries()) { // there are sums of nodes only
+            end = end == levels.Size() ? end : end / clsEntryLevels::kNode * clsEntryLevels::kNode;
+            begin = std::min((begin + clsEntryLevels::kNode - 1) / clsEntryLevels::kNode * clsEntryLevels::kNode, end);
+        }
+        const EntrySummary run = levels.SummaryOf(begin, end);
+        count(run);
+        parts.push_back({levels.SumsOf(begin, end), run.distances, block.begin});
+        from = i == first.block ? block.begin + levels.TimeOf(std::min(begin, levels.Size() - 1)) : from;
+        to = end == levels.Size() ? lastOf(block) : block.begin + levels.TimeOf(std::max(end, std::size_t{1}) - 1);
+        found.isThinned = found.isThinned || block.isThinned || !levels.HasEntries();
+    }
+    if (found.valid > 0) {
+        found.minimum = all.minimum;
+        found.maximum = all.maximum;
+        const auto wholeParts = [&](const auto& what) {
+            for (std::size_t i = first.block; i < behind.block; ++i) {
+                if (isWhole(i)) {
+                    what(m_blocks[i].sums, m_blocks[i].whole.distances, m_blocks[i].begin);
+                }
+            }
+        };
+        fillMoments(parts, wholeParts, found);
+    }
+    const double seconds = static_cast<double>(to - from) / kTicksPerDay * kSecondsPerDay;
+    found.rate_perSecond = seconds > 0.0 ? static_cast<double>(found.values - 1) / seconds : 0.0;
+    return found;
+}
+
+/// Calls `onGap(range, reason)` for each gap of at least `shortest` days that touches a range; it returns whether to go
+/// on.
+template <class OnGap>
+void clsHistory::forEachGap(const PlaceRange& range, double shortest, OnGap onGap) const
+{
+    const std::int64_t begin = firstTickAt(range.begin), end = firstTickBehind(range.end);
+    const auto least = static_cast<std::int64_t>(std::clamp(std::ceil(shortest * kTicksPerDay - 1e-3), 0.0, 1e18));
+    const bool exactly = mayReadAll(begin, end);
+    std::optional<std::int64_t> from; // the last distance
+    bool isBroken = false, goesOn = true;
+    std::uint8_t reason = EntrySummary::kNoReason;
+    const auto tell = [&](std::int64_t gapBegin, std::int64_t gapEnd, std::uint8_t why) {
+        if (goesOn && gapEnd - gapBegin >= least && gapBegin < end && gapEnd >= begin) {
+            goesOn = onGap(HistoryGap{{placeOf(gapBegin), placeOf(gapEnd)}, ReasonOf(why)});
+        }
+    };
+    const auto take = [&](const EntrySummary& run, std::int64_t base) {
+        reason = run.reasonBefore == EntrySummary::kNoReason ? reason : run.reasonBefore;
+        isBroken = isBroken || run.breaksBefore;
+        if (run.distances == 0) {
+            return;
+        }
+        if (from && isBroken) {
+            tell(*from, base + run.firstDistance, reason);
+        }
+        if (run.breaksWithin) { // nothing finer is known, or it is too short
+            tell(base + run.longestFrom, base + run.longestFrom + run.longest, run.longestReason);
+        }
+        from = base + run.lastDistance;
+        isBroken = run.breaksBehind;
+        reason = run.reasonBehind;
+    };
+    const auto isEnough = [&](const EntrySummary& run) { return !run.breaksWithin || run.longest < least; };
+    Position at = lastDistanceBefore(find(begin, exactly)).value_or(Position());
+    for (; at.block < m_blocks.size() && goesOn && (!from || *from < end); at = {at.block + 1}) {
+        const Block& block = m_blocks[at.block];
+        if (at.index == 0 && block.isClosed && isEnough(block.whole)) {
+            take(block.whole, block.begin);
+            continue;
+        }
+        const auto onEntries = [&](std::span<const PackedEntry> entries) {
+            for (const PackedEntry& entry : entries) {
+                EntrySummary one;
+                one.Append(std::span(&entry, 1));
+                take(one, block.begin);
+            }
+        };
+        const auto onRun = [&](const EntrySummary& run, bool isFinest) {
+            const bool takes = isFinest || isEnough(run) || !goesOn || (from && *from >= end);
+            if (takes) {
+                take(run, block.begin);
+            }
+            return takes;
+        };
+        const clsEntryLevels& levels = levelsOf(block, exactly);
+        const std::size_t first = levels.HasEntries() ? at.index : 0;
+        levels.Visit(first, levels.Size(), onEntries, onRun);
+    }
+}
+
+std::vector<HistoryGap> clsHistory::GapsIn(const PlaceRange& range, double shortest) const
+{
+    std::vector<HistoryGap> gaps;
+    forEachGap(range, shortest, [&gaps](const HistoryGap& gap) {
+        gaps.push_back(gap);
+        return true;
+    });
+    return gaps;
+}
+
+std::optional<HistoryGap> clsHistory::GapAt(double place) const
+{
+    std::optional<HistoryGap> found;
+    forEachGap({place, place}, 0.0, [&found](const HistoryGap& gap) {
+        found = gap;
+        return false;
+    });
+    return found;
+}
