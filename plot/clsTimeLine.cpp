@@ -40,6 +40,7 @@ void clsTimeLine::step(double time, bool clockSet)
         time = m_lastTime;
     }
     const double before = m_lastTime, forward = time - before;
+    m_last = Last();
     m_lastTime = time;
     if (m_stretches.empty()) {
         m_stretches.push_back({time, 0.0});
@@ -52,8 +53,7 @@ void clsTimeLine::step(double time, bool clockSet)
         m_step = forward;
     }
     m_last = std::clamp(time + m_shift, m_last, std::max(m_last, kMostPlace));
-    m_floor = std::max(time, m_last - m_shift);
-    m_ceiling = m_last < kMostPlace - kUsual ? std::min(m_floor + kUsual, kEndOfDays) : m_floor;
+    m_usual = m_last == time + m_shift && m_last < kMostPlace - 1.0 ? kUsual : 0.0;
 }
 
 void clsTimeLine::beginStretch(double time, double place)

@@ -36,18 +36,17 @@ public:
         if (clockSet || !Continues(time)) {
             step(time, clockSet);
         }
-        return m_last;
+        return Last();
     }
     /// Takes up a time that follows the last one without anything special; otherwise false and no change.
     bool Continues(double time)
     {
-        if (!(time >= m_floor && time < m_ceiling)) {
+        const double step = time - m_lastTime;
+        if (!(step >= 0.0 && step < m_usual && time < kEndOfDays)) {
             return false;
         }
-        m_step = time - m_lastTime;
-        m_floor = m_lastTime = time;
-        m_ceiling = time + kUsual < kEndOfDays ? time + kUsual : kEndOfDays;
-        m_last = time + m_shift;
+        m_step = step;
+        m_lastTime = time;
         return true;
     }
 
@@ -69,14 +68,15 @@ public:
 private:
     static constexpr double kUsual = 0.03; ///< days; less than an hour
 
+    double Last() const { return m_usual > 0.0 ? m_lastTime + m_shift : m_last; }
     void step(double time, bool clockSet);
     void beginStretch(double time, double place);
 
     std::vector<Stretch> m_stretches;
-    double m_last = 0.0;                   ///< the last place
-    double m_lastTime = 0.0;               ///< the last time
-    double m_step = 0.0;                   ///< between the last two times
-    double m_shift = 0.0;                  ///< of the last stretch
-    double m_floor = 1.0, m_ceiling = 0.0; ///< times from and to which nothing special happens
+    double m_last = 0.0;     ///< the last place, as far as it does not follow from the time
+    double m_lastTime = 0.0; ///< the last time
+    double m_step = 0.0;     ///< between the last two times
+    double m_shift = 0.0;    ///< of the last stretch
+    double m_usual = 0.0;    ///< a shorter step is nothing special; 0 while places stand still
     std::int64_t m_settings = 0;
 };

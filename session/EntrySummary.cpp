@@ -156,15 +156,15 @@ void EntrySummary::Append(const EntrySummary& next)
 
 namespace {
 
-/// Adds up in `Wide`, which must be wide enough for the sum of all squares.
-template <class Wide>
+/// Adds up in `Wide`, which must be wide enough for the sum of all squares. `arePlain`: all of them are distances.
+template <class Wide, bool arePlain>
 EntrySums sumsOf(std::span<const PackedEntry> entries)
 {
     const std::uint32_t begin = entries.front().time;
     Wide xx = 0, tt = 0, xt = 0;
     std::int64_t x = 0, t = 0;
     for (const PackedEntry& entry : entries) {
-        const bool isDistance = KindOf(entry) == EntryKind::Distance;
+        const bool isDistance = arePlain || KindOf(entry) == EntryKind::Distance;
         const std::int64_t value = isDistance ? entry.value : 0, time = isDistance ? entry.time - begin : 0;
         x += value;
         t += time;
@@ -177,21 +177,18 @@ EntrySums sumsOf(std::span<const PackedEntry> entries)
 
 } // namespace
 
-void EntrySums::Add(std::span<const PackedEntry> entries)
+void EntrySums::Add(std::span<const PackedEntry> entries, const EntrySummary& run)
 {
-    if (entries.empty()) {
+    if (run.distances == 0) {
         return;
     }
     constexpr std::int32_t kSmall = 1 << 24; // a square has 48 bits, so 32768 of them fit
-    const auto isSmall = [](const PackedEntry& entry) {
-        return (entry.value < kSmall && entry.value > -kSmall) || KindOf(entry) != EntryKind::Distance;
-    };
     const std::uint32_t begin = entries.front().time;
-    const bool areSmall = entries.size() <= 32768 && entries.back().time - begin < kSmall &&
-                          std::all_of(entries.begin(), entries.end(), isSmall);
-    const auto distances =
-        std::ranges::count_if(entries, [](const PackedEntry& e) { return KindOf(e) == EntryKind::Distance; });
-    Add((areSmall ? sumsOf<std::int64_t>(entries) : sumsOf<Int128>(entries)).Moved(begin, 0, distances));
+    const bool areSmall = run.minimum > -kSmall && run.maximum < kSmall && entries.back().time - begin < kSmall;
+    const EntrySums sums = !areSmall       ? sumsOf<Int128, false>(entries)
+                           : run.IsPlain() ? sumsOf<std::int64_t, true>(entries)
+                                           : sumsOf<std::int64_t, false>(entries);
+    Add(sums.Moved(begin, 0, run.distances));
 }
 
 void EntrySums::Add(const EntrySums& other)
@@ -253,7 +250,7 @@ void clsColumnBuilder::add(std::int32_t first, std::int32_t last, std::int32_t m
     m_isBroken = false;
 }
 
-void clsColumnBuilder::Add(const EntrySummary& run)
+void clsColumnBuilder::addOfAnyKind(const EntrySummary& run)
 {
     const bool hasZero = m_showZero && run.zeros > 0;
     m_column->noEcho += run.noEcho + (m_showZero ? 0 : run.zeros);

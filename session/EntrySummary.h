@@ -47,7 +47,7 @@ struct EntrySummary {
     std::uint32_t begin = 0;                           ///< the time of its first entry
     std::uint32_t firstDistance = 0, lastDistance = 0; ///< times
     std::uint32_t longest = 0, longestFrom = 0;        ///< the longest gap between two of its distances, and its begin
-    std::uint16_t distances = 0, zeros = 0, noEcho = 0, tempError = 0, gaps = 0;
+    std::uint16_t distances = 0, zeros = 0, noEcho = 0, tempError = 0, gaps = 0; ///< entries of each kind
     /// Something lies before its first distance, behind its last one, between two of them.
     bool breaksBefore : 1 = false, breaksBehind : 1 = false, breaksWithin : 1 = false;
     /// The same of what is drawn when zeros are shown, and whether that begins and ends with a zero.
@@ -58,6 +58,7 @@ struct EntrySummary {
     std::uint8_t reasonBefore = kNoReason, reasonBehind = kNoReason, longestReason = kNoReason;
 
     std::uint32_t Entries() const { return std::uint32_t{distances} + zeros + noEcho + tempError + gaps; }
+    bool IsPlain() const { return distances == Entries(); }
     bool operator==(const EntrySummary&) const = default;
 
     void Append(std::span<const PackedEntry> entries);
@@ -77,7 +78,8 @@ struct EntrySums {
     std::int64_t x = 0, t = 0;
 
     bool operator==(const EntrySums&) const = default;
-    void Add(std::span<const PackedEntry> entries);
+    /// `run` is what the entries come down to.
+    void Add(std::span<const PackedEntry> entries, const EntrySummary& run);
     void Add(const EntrySums& other);
     /// As if `by` were added to the times, and `less_mm` taken off the lengths, of the `distances` that were added up.
     EntrySums Moved(std::int64_t by, std::int64_t less_mm, std::int64_t distances) const;
@@ -89,9 +91,20 @@ public:
     clsColumnBuilder(bool showZero, bool isBroken) : m_showZero(showZero), m_isBroken(isBroken) {}
     void Begin(ValueSummary& column) { m_column = &column; }
     void Add(std::span<const PackedEntry> entries);
-    void Add(const EntrySummary& run);
+    void Add(const EntrySummary& run)
+    {
+        if (run.IsPlain() && !m_isBroken && m_column->valid > 0) { // nearly always
+            m_column->minimum = run.minimum < m_column->minimum ? run.minimum : m_column->minimum;
+            m_column->maximum = run.maximum > m_column->maximum ? run.maximum : m_column->maximum;
+            m_column->valid += run.distances;
+            m_column->last = run.last;
+        } else {
+            addOfAnyKind(run);
+        }
+    }
 
 private:
+    void addOfAnyKind(const EntrySummary& run);
     void add(std::int32_t first, std::int32_t last, std::int32_t minimum, std::int32_t maximum, std::int64_t count);
 
     ValueSummary* m_column = nullptr;

@@ -57,7 +57,7 @@ void clsEntryLevels::endLeaf()
         for (const EntrySummary& leaf : std::span(m_leaves).last(kNode / kLeaf)) {
             node.Append(leaf);
         }
-        m_sums.emplace_back().Add(Entries().last(kNode));
+        m_sums.emplace_back().Add(Entries().last(kNode), node);
     }
 }
 
@@ -72,8 +72,8 @@ void clsEntryLevels::Finish()
         for (const EntrySummary& leaf : std::span(m_leaves).subspan(m_nodes.size() * (kNode / kLeaf))) {
             node.Append(leaf);
         }
+        m_sums.emplace_back().Add(Entries().subspan(m_size / kNode * kNode), node);
         m_nodes.push_back(node);
-        m_sums.emplace_back().Add(Entries().subspan(m_size / kNode * kNode));
     }
     m_entries.shrink_to_fit();
     m_leaves.shrink_to_fit();
@@ -163,7 +163,8 @@ EntrySums clsEntryLevels::SumsOf(std::size_t first, std::size_t behind) const
         if (first % kNode == 0 && end <= behind && first / kNode < m_sums.size()) {
             found.Add(m_sums[first / kNode]);
         } else if (HasEntries()) {
-            found.Add(Entries().subspan(first, std::min(end, behind) - first));
+            const std::size_t until = std::min(end, behind);
+            found.Add(Entries().subspan(first, until - first), SummaryOf(first, until));
         }
         first = end;
     }
