@@ -104,7 +104,7 @@ struct Program {
     }
     void Play(const std::string& file)
     {
-        recorder->ChooseFile = [&file] { return QString::fromStdString(file); };
+        recorder->ChooseFiles = [&file] { return QStringList{QString::fromStdString(file)}; };
         recorder->findChild<QPushButton*>("cmdPlay")->click();
     }
     std::uint64_t Points() { return window.findChild<XYChart*>("picGraph")->Series().Added(); }

@@ -320,7 +320,7 @@ private:
         save(*recorder, "recorder");
         press("cmdStop");
         window.findChild<QPushButton*>("cmdStart")->click();
-        recorder->ChooseFile = [this] { return recordingFile(); };
+        recorder->ChooseFiles = [this] { return QStringList{recordingFile()}; };
         runFor(kMoment_ms);
         press("cmdPlay");
         runFor(kMoment_ms);

@@ -108,6 +108,8 @@ public:
     /// Gives the files of the last recording another name, and their sidecars with them. A name that is taken gets a
     /// number; nothing is overwritten. Returns the reason when a file could not be renamed.
     std::error_code Rename(const std::string& name);
+    /// The files of the last recording, once it is complete.
+    const std::vector<std::filesystem::path>& Parts() const { return m_parts; }
 
     /// What the recorder is doing or did last; `RecorderIdle` before it has done anything.
     RecorderMode LastMode() const { return m_lastMode; }

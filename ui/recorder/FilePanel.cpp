@@ -2,6 +2,7 @@
 
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
+#include "store/modRecent.h"
 #include "ui/recorder/ProgressPanel.h"
 #include "ui/widgets/Localise.h"
 
@@ -47,6 +48,9 @@ void FilePanel::RecordingStarted(const std::filesystem::path& file)
 {
     m_recordedFile = QFile::decodeName(file.c_str());
     showFile(QStringLiteral("REC: %1 ").arg(m_recordedFile), m_recordedFile);
+    if (m_session->Recorder().Lines() == 0) { // else it is another part
+        modRecent::Add(m_settings->IniFile, file);
+    }
 }
 
 void FilePanel::Ticked()

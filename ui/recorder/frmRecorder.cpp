@@ -2,8 +2,9 @@
 
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
-#include "ui/recorder/LoadProgress.h"
+#include "store/modRecent.h"
 #include "ui/recorder/PlanPanel.h"
+#include "ui/recorder/Playing.h"
 #include "ui/recorder/ProgressPanel.h"
 #include "ui/widgets/FileErrors.h"
 #include "ui/widgets/FileFilter.h"
@@ -27,7 +28,6 @@
 
 namespace {
 
-constexpr char kPlayError[] = "Error in LoadData";
 constexpr double kWidth = 26.0; // of the window at least, in line heights
 
 void setChanged(QLabel* label, const QString& text, const QString& toolTip)
@@ -90,7 +90,7 @@ frmRecorder::frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSess
 {
     setObjectName(QStringLiteral("frmRecorder"));
     SetTextIds(this, TextId::TitleRecorder);
-    ChooseFile = [this] { return askForFile(); };
+    ChooseFiles = [this] { return askForFiles(); };
     ShowMessage = [](const QString&) {};
     lblState->setObjectName(QStringLiteral("lblState"));
     lblState->setWordWrap(true);
@@ -250,7 +250,7 @@ QString frmRecorder::newsText() const
     if (m_recorder.LastMode() == RecorderRecording) {
         return recordedText();
     }
-    return m_loaded ? loadedText() : text(TextId::RecorderReady);
+    return m_loaded ? LoadedText(*m_loaded, m_settings.Language) : text(TextId::RecorderReady);
 }
 
 QString frmRecorder::recordedText() const
@@ -265,22 +265,6 @@ QString frmRecorder::recordedText() const
         return text(TextId::RecorderSaved).arg(m_recorder.Lines());
     }
     return m_recorder.WaitsForTemperature() ? text(TextId::RecorderNoTemperature) : text(TextId::RecorderNoValue);
-}
-
-QString frmRecorder::loadedText() const
-{
-    switch (m_loaded->outcome) {
-    case modPlayback::Outcome::Unreadable:
-        if (m_loaded->failure) {
-            return text(TextId::RecorderNotReadable).arg(FileErrorText(m_loaded->failure, m_settings.Language));
-        }
-        return text(TextId::RecorderLineUnreadable).arg(m_loaded->lines + 1);
-    case modPlayback::Outcome::Cancelled:
-        return text(TextId::RecorderLoadCancelled).arg(m_loaded->lines);
-    case modPlayback::Outcome::Complete:
-        break;
-    }
-    return text(TextId::RecorderLoaded).arg(m_loaded->lines);
 }
 
 void frmRecorder::cmdRec_Click()
@@ -313,7 +297,9 @@ void frmRecorder::cmdStop_Click()
 
 void frmRecorder::rename(const QString& name)
 {
+    const std::filesystem::path before = m_recorder.Parts().front();
     const std::error_code error = m_recorder.Rename(QFile::encodeName(name).toStdString());
+    modRecent::Rename(m_settings.IniFile, before, m_recorder.Parts().front());
     if (error) {
         say(text(TextId::RecorderNotRenamed).arg(FileErrorText(error, m_settings.Language)));
     } else {
@@ -336,33 +322,28 @@ void frmRecorder::cmdPlay_Click()
     } const stoppedInEveryCase{*this};
     m_choosing = true;
     showRule();
-    const QString file = ChooseFile();
+    const QStringList files = ChooseFiles();
     // A measurement may have begun by itself while the file was chosen; a playback would run into it.
-    if (!file.isEmpty() && m_session.IsBusy()) {
-        ShowMessage(text(TextId::RecorderNotLoaded));
-    } else if (!file.isEmpty()) {
-        play(file);
-    }
+    PlayRecording(*this, m_session, m_settings, files, ShowMessage);
 }
 
-void frmRecorder::play(const QString& file)
+void frmRecorder::PlaybackBegins()
 {
-    ShowMessage({});
     m_startFailure.clear();
-    LoadProgress progress(*this, m_settings.Language);
-    m_loaded =
-        m_session.Play(QFile::encodeName(file).toStdString(), [&progress](double read) { return progress.GoOn(read); });
-    if (m_loaded->outcome != modPlayback::Outcome::Complete) {
-        ShowMessage(QString::fromLatin1(kPlayError));
-    }
+    ShowState();
 }
 
-QString frmRecorder::askForFile()
+void frmRecorder::PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& loaded)
+{
+    m_loaded = loaded;
+}
+
+QStringList frmRecorder::askForFiles()
 {
     const QString preset = m_recorder.FileName.empty() ? QFile::decodeName(m_recorder.NearestFolder().c_str())
                                                        : pathOf(m_recorder.FileName);
-    return QFileDialog::getOpenFileName(this, windowTitle(), preset,
-                                        FileFilter(text(TextId::FileTypesRecording), QStringLiteral("*.rec")));
+    return QFileDialog::getOpenFileNames(this, windowTitle(), preset,
+                                         FileFilter(text(TextId::FileTypesRecording), QStringLiteral("*.rec")));
 }
 
 /// While something runs, the operator cannot close the window; it says why.

@@ -7,6 +7,7 @@
 #include "texts/TextId.h"
 
 #include <QDialog>
+#include <QStringList>
 
 #include <cstdint>
 #include <functional>
@@ -37,11 +38,12 @@ public:
     void ShowState();
     /// Called with a message for the status bar that stays long enough to be read; an empty one clears it.
     std::function<void(const QString&)> ShowMessage;
-    /// Asks for a recording; returns an empty text when the user cancels.
-    std::function<QString()> ChooseFile;
+    /// Asks for the files of a recording; none when the user cancels.
+    std::function<QStringList()> ChooseFiles;
 
     void Ticked() override;
-    void PlaybackBegins() override { ShowState(); }
+    void PlaybackBegins() override;
+    void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
 
     /// Escape; does nothing while something runs.
     void reject() override;
@@ -59,16 +61,14 @@ private:
     QString stateText() const;
     QString newsText() const;
     QString recordedText() const;
-    QString loadedText() const;
     bool hasFile() const;
     bool mayClose();
     void say(const QString& word);
     void rename(const QString& name);
-    QString askForFile();
+    QStringList askForFiles();
     void cmdRec_Click();
     void cmdPlay_Click();
     void cmdStop_Click();
-    void play(const QString& file);
     QString text(TextId id) const;
 
     modGlobals::Settings& m_settings;

@@ -63,10 +63,10 @@ struct Watched : Desk {
     {
         Trigger("mnuRecorder");
         auto* recorder = window->findChild<frmRecorder*>();
-        recorder->ChooseFile = [&] {
-            return QString::fromStdString(folder.Write("played.rec",
-                                                       "20.11.2026 14:03:00,000; 1000 mm; 21 \xB0\x43\r\n"
-                                                       "20.11.2026 14:05:00,000; 5000 mm; 22 \xB0\x43\n"));
+        recorder->ChooseFiles = [&] {
+            const auto file = folder.Write("played.rec", "20.11.2026 14:03:00,000; 1000 mm; 21 \xB0\x43\r\n"
+                                                         "20.11.2026 14:05:00,000; 5000 mm; 22 \xB0\x43\n");
+            return QStringList{QString::fromStdString(file)};
         };
         FindIn(*recorder, "cmdPlay")->click();
     }

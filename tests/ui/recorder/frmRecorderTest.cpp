@@ -173,7 +173,7 @@ TEST(RecorderWindow, SaysWhatToMindAndWhyItStays)
     }
     EXPECT_EQ(notice(0), "");
     EXPECT_NE(figure("lblDuration") + figure("lblSize"), "");
-    bench.window.ChooseFile = [&] { return QString::fromStdString(bench.recorder.FileName); };
+    bench.window.ChooseFiles = [&] { return QStringList{QString::fromStdString(bench.recorder.FileName)}; };
     bench.After("cmdPlay");
     EXPECT_EQ(figure("lblDuration") + figure("lblSize"), "") << "not beside the name of another file";
 }
@@ -311,11 +311,11 @@ TEST(RecorderWindow, SaysWhyARecordingCannotBegin)
 TEST(RecorderWindow, SaysWhyAPlaybackCannotBegin)
 {
     Bench bench;
-    bench.window.ChooseFile = [&] { return QString::fromStdString(bench.folder.path / "none.rec"); };
+    bench.window.ChooseFiles = [&] { return QStringList{QString::fromStdString(bench.folder.path / "none.rec")}; };
     EXPECT_EQ(bench.After("cmdPlay"), "Cannot be read: File or folder is missing.");
-    bench.window.ChooseFile = [&] {
+    bench.window.ChooseFiles = [&] {
         bench.session.Loop().MeasureWhenConnected(); // the sensor has come back meanwhile
-        return QString::fromStdString(bench.folder.path / "none.rec");
+        return QStringList{QString::fromStdString(bench.folder.path / "none.rec")};
     };
     bench.Button("cmdPlay")->click();
     EXPECT_EQ(bench.message, "Not loaded: a measurement is running.");
@@ -327,7 +327,7 @@ TEST(RecorderWindow, LongLoadingCanBeCancelled)
     Bench bench;
     const auto file = bench.folder.Write("long.rec", linesOf(200000, "15.11.2026 12:00:00,000; 1234 mm; 23 C\r\n"));
     bench.host.slow = true;
-    bench.window.ChooseFile = [&] { return QString::fromStdString(file); };
+    bench.window.ChooseFiles = [&] { return QStringList{QString::fromStdString(file)}; };
     bool sawBar = false;
     QTimer cancel;
     QObject::connect(&cancel, &QTimer::timeout, [&] {
@@ -358,7 +358,7 @@ struct Player : Desk {
     {
         Trigger("mnuRecorder");
         auto* recorder = window->findChild<frmRecorder*>();
-        recorder->ChooseFile = [&] { return QString::fromStdString(file); };
+        recorder->ChooseFiles = [&] { return QStringList{QString::fromStdString(file)}; };
         FindIn(*recorder, "cmdPlay")->click();
         return Text("sbar_1");
     }
