@@ -64,7 +64,8 @@ void clsRecorder::StartRecording(const RecordPlan& plan)
     Mode = m_lastMode = RecorderRecording;
     m_lines = m_bytes = 0;
     m_part = {};
-    m_lastTime = 0.0;
+    m_partNumber = 1;
+    m_start = m_lastTime = 0.0;
     m_waitsForTemperature = false;
     m_duration_s = m_silence_s = 0.0;
     m_moments.clear();
@@ -173,6 +174,7 @@ void clsRecorder::beginPart(std::span<const Measurement> behind)
 {
     m_recording->writer.BeginPart(finished(behind));
     m_part = {};
+    ++m_partNumber;
     describe(behind);
 }
 
@@ -183,13 +185,25 @@ void clsRecorder::describe(std::span<const Measurement> behind)
         return;
     }
     m_part.start = behind.empty() ? m_now : behind.front().time;
+    m_start = m_partNumber == 1 ? *m_part.start : m_start;
     RecordingInfo info = Describe({.start = {}, .now = *m_part.start, .behind = behind});
+    nameRecording(info);
     m_recording->writer.Describe(std::move(info));
+}
+
+/// Each file says to which recording it belongs, however the files are called later.
+void clsRecorder::nameRecording(RecordingInfo& info) const
+{
+    if (m_start != 0.0) {
+        info.recordingStart = m_start;
+        info.part = m_partNumber;
+    }
 }
 
 void clsRecorder::DescribeAgain(RecordingInfo info)
 {
     if (Mode == RecorderRecording && m_part.start) {
+        nameRecording(info);
         m_recording->writer.Describe(std::move(info));
     }
 }
@@ -201,6 +215,7 @@ std::optional<RecordingInfo> clsRecorder::finished(std::span<const Measurement> 
         return {};
     }
     RecordingInfo info = Describe({m_part.start, behind.empty() ? m_now : behind.front().time, behind});
+    nameRecording(info);
     info.account.recorded = m_part.counts.recorded;
     info.account.passedOver = m_part.counts.passedOver;
     info.account.unwritten = m_part.counts.unwritten;

@@ -166,6 +166,7 @@ private:
     bool belongsHere(const Measurement& measurement, std::size_t size);
     void beginPart(std::span<const Measurement> behind);
     void describe(std::span<const Measurement> behind);
+    void nameRecording(RecordingInfo& info) const;
     std::optional<RecordingInfo> finished(std::span<const Measurement> behind) const;
     void count(const RecordCounts& counts);
     void passTime(double now);
@@ -182,6 +183,8 @@ private:
     RecordProgress m_progress;                  ///< of the last one, as last seen
     std::vector<std::filesystem::path> m_parts; ///< of the last recording
     Part m_part;
+    std::int32_t m_partNumber = 1;
+    double m_start = 0.0;    ///< of the first part; 0 before it is known
     double m_lastTime = 0.0; ///< in a line
     RecorderMode m_lastMode = RecorderIdle;
     std::int64_t m_lines = 0, m_bytes = 0; ///< handed over

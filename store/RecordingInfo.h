@@ -27,6 +27,9 @@ struct RecordingInfo {
     ParameterSet parameters;   ///< `DistanceUnit` and `OutputFormat` among them
     double start = 0.0;        ///< days since 1899-12-30, local time; 0 when it is not known
     std::optional<double> end; ///< empty while the recording runs, and for good when the program was killed
+    /// The start of the first file of this recording, and which of its files this is; 0 when that is not known.
+    double recordingStart = 0.0;
+    std::int32_t part = 0;
     /// How far local time was ahead of UTC at the start; empty: as this system's time zone says.
     std::optional<std::int32_t> offset_min;
     bool everyValue = true;       ///< false: one value a tick, at least for a while

@@ -160,6 +160,10 @@ ordered_json documentOf(const RecordingInfo& info)
     }
     document["start"] = info.start == 0.0 ? ordered_json() : moments.Text(info.start);
     document["end"] = nullptr; // its place
+    if (info.part > 0) {
+        document["recordingStart"] = moments.Text(info.recordingStart);
+        document["part"] = info.part;
+    }
     document["everyValue"] = info.everyValue;
     document["account"] = accountOf(info.account);
     ordered_json marks = marksOf(info.marks, moments);
@@ -321,6 +325,11 @@ RecordingInfo infoOf(const json& document)
     }
     if (const auto end = timeOf(valueOf(document, "end"))) {
         info.end = end->time;
+    }
+    if (const auto start = timeOf(valueOf(document, "recordingStart"))) {
+        constexpr std::int64_t kMostParts = std::numeric_limits<std::int32_t>::max();
+        info.recordingStart = start->time;
+        info.part = static_cast<std::int32_t>(wholeOf(valueOf(document, "part"), 1, kMostParts).value_or(0));
     }
     readFlag(valueOf(document, "everyValue"), info.everyValue);
     readAccount(valueOf(document, "account"), info.account);
