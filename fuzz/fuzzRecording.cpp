@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -110,7 +111,7 @@ void checkPlayback(const std::string& file, const std::vector<Line>& lines)
     std::string temperature;
     std::size_t shown = 0;
     std::vector<FileHandle> played;
-    const auto show = [&](const Measurement& record) {
+    const auto check = [&](const Measurement& record) {
         Require(shown < lines.size() && lines[shown].readable);
         const modRecordLine::RecordedValue& value = lines[shown].value;
         Require(record.time == value.time && record.value == record.value_mm);
@@ -121,8 +122,11 @@ void checkPlayback(const std::string& file, const std::vector<Line>& lines)
         ++shown;
         checkWriting(record, temperature);
     };
-    const modPlayback::Loaded loaded =
-        modPlayback::LoadData(file, set, {show, [](double) {}, [](double read) { return read <= 1.0; }}, played);
+    const auto show = [&](std::span<const Measurement> records, double) { std::ranges::for_each(records, check); };
+    clsHistory history;
+    const RecordPart whole{file, false};
+    const modPlayback::Loaded loaded = modPlayback::LoadData(
+        {&whole, 1}, set, {history, show, [](double) {}, [](double read) { return read <= 1.0; }}, played);
     const auto unreadable = std::ranges::find(lines, false, &Line::readable);
     Require(shown == static_cast<std::size_t>(unreadable - lines.begin()));
     Require((loaded.outcome == modPlayback::Outcome::Complete) == (unreadable == lines.end()));

@@ -5,6 +5,7 @@
 #include "sensor/modRVQComm.h"
 #include "texts/modFunctions.h"
 
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -325,17 +326,17 @@ void clsMeasurementLoop::pollAfterSilentSingle()
     }
 }
 
-void clsMeasurementLoop::Play(const Measurement& measurement)
+void clsMeasurementLoop::Play(std::span<const Measurement> measurements, double shift)
 {
-    m_shownUnit = measurement.unit;
-    if (!IsCharted(measurement, m_settings.ShowZeroValues)) {
-        breakCurve(measurement.time);
-        return;
+    for (const Measurement& measurement : measurements) {
+        m_shownUnit = measurement.unit;
+        if (!IsCharted(measurement, m_settings.ShowZeroValues)) {
+            breakCurve(measurement.time + shift);
+            continue;
+        }
+        m_inGap = false;
+        addPlayed(measurement.time + shift, measurement.value);
     }
-    m_inGap = false;
-    m_values.Add(measurement.value);
-    m_times.Add(measurement.time);
-    addPlayed(measurement.time, measurement.value);
 }
 
 /// Played points go on in pieces: a call for each of millions would take longer than reading them.
@@ -352,8 +353,26 @@ void clsMeasurementLoop::addPlayed(double time, double value)
 
 void clsMeasurementLoop::TellPlayed()
 {
-    m_listener.AddPlayedPoints(std::span(m_played).first(m_playedCount));
+    const auto points = std::span(m_played).first(m_playedCount);
+    noteNewest(points);
+    m_listener.AddPlayedPoints(points);
     m_playedCount = 0;
+}
+
+/// The histories hold no more than the last of them.
+void clsMeasurementLoop::noteNewest(std::span<const ChartPoint> points)
+{
+    const auto isValue = [](const ChartPoint& point) { return !std::isnan(point.y); };
+    std::size_t first = points.size();
+    for (std::int32_t values = 0; first > 0 && values < modGlobals::kHistoryLength; --first) {
+        values += isValue(points[first - 1]) ? 1 : 0;
+    }
+    for (const ChartPoint& point : points.subspan(first)) {
+        if (isValue(point)) {
+            m_values.Add(point.y);
+            m_times.Add(point.x);
+        }
+    }
 }
 
 void clsMeasurementLoop::showTexts(const Measurement& measurement)

@@ -67,10 +67,10 @@ public:
     void ChangePort();
     /// Applies the rate from the settings.
     void ChangeBaudrate();
-    /// Adds a measurement of a recording to the chart.
-    void Play(const Measurement& measurement);
+    /// Adds measurements of a recording to the chart; on its time axis each is later by `shift` than its time says.
+    void Play(std::span<const Measurement> measurements, double shift);
     /// The next measurement of the recording is not joined to those before.
-    void PlayGap(double time) { breakCurve(time); }
+    void PlayGap(double place) { breakCurve(place); }
     /// Fits an automatic value axis to the newest values.
     void FitRange();
 
@@ -134,6 +134,7 @@ private:
     void showShutDown(bool shutDown);
     void breakCurve(double time);
     void addPlayed(double time, double value);
+    void noteNewest(std::span<const ChartPoint> points);
     void readPort();
     void showRule();
     void advanceClock();

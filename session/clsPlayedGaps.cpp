@@ -3,6 +3,7 @@
 #include "base/Days.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -23,7 +24,7 @@ clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info)
     }
     for (const Gap& gap : info->gaps) {
         if (gap.to - gap.from >= kShortestListed) {
-            m_listed.push_back({gap.from, gap.to});
+            m_listed.push_back({gap.from, gap.to, gap.reason});
             m_shortest = std::min(m_shortest, gap.to - gap.from);
         }
         m_setBack = m_setBack || (gap.to < gap.from && gap.reason == GapReason::ClockChanged);
@@ -35,24 +36,35 @@ clsPlayedGaps::clsPlayedGaps(const RecordingInfo* info)
     }
 }
 
-bool clsPlayedGaps::isGap(double time) const
+void clsPlayedGaps::GoOn(const RecordingInfo* info)
+{
+    clsPlayedGaps next(info);
+    next.m_times = m_times;
+    next.m_next = m_next;
+    *this = std::move(next);
+}
+
+bool clsPlayedGaps::isGap(double time)
 {
     const double previous = m_times[static_cast<std::uint8_t>(m_next - 1)];
     const double step = time - previous;
     if (m_setBack && step < -kTolerance) {
-        return true; // nothing else lets time run backwards
+        m_reason = GapReason::ClockChanged; // nothing else lets time run backwards
+        return true;
     }
-    if (step >= m_shortest - 2 * kTolerance && isListed(previous, time)) {
+    const Listed* listed = step >= m_shortest - 2 * kTolerance ? listedBetween(previous, time) : nullptr;
+    m_reason = listed != nullptr ? listed->reason : GapReason::Stopped;
+    if (listed != nullptr) {
         return true;
     }
     return m_judgesSteps && step > kShortestJudged && standsOut(step);
 }
 
-/// Whether a listed gap lies between two lines.
-bool clsPlayedGaps::isListed(double from, double to) const
+/// A listed gap between two lines; null when there is none.
+const clsPlayedGaps::Listed* clsPlayedGaps::listedBetween(double from, double to) const
 {
     const auto found = std::ranges::lower_bound(m_listed, from - kTolerance, {}, &Listed::from);
-    return found != m_listed.end() && found->firstEnd <= to + kTolerance;
+    return found != m_listed.end() && found->firstEnd <= to + kTolerance ? &*found : nullptr;
 }
 
 /// Compares with the median without sorting: a step is longer than five times the median of others when it is longer

@@ -17,6 +17,8 @@ public:
     /// the last hundred. Where the list is complete it decides alone: single values that an operator has asked for
     /// belong together.
     explicit clsPlayedGaps(const RecordingInfo* info);
+    /// The recording goes on in another file with another sidecar, or none.
+    void GoOn(const RecordingInfo* info);
 
     /// Whether a gap lies between the line before and the line at `time`. Ask for each line in their order. Most lines
     /// are of the same second as the one before, which nearly always says enough.
@@ -26,6 +28,8 @@ public:
         m_times[m_next++] = time;
         return found;
     }
+    /// Why, after `LiesBefore` has found a gap. One that no sidecar lists counts as a stopped measurement.
+    GapReason Reason() const { return m_reason; }
 
 private:
     using Times = std::array<double, 256>; // more than a hundred: several lines may have the same time
@@ -36,17 +40,20 @@ private:
         return times;
     }
 
-    bool isGap(double time) const;
-    bool isListed(double from, double to) const;
-    bool standsOut(double step) const;
-
     struct Listed {
         double from = 0.0;
         double firstEnd = 0.0; ///< of this gap and all that begin later
+        GapReason reason = GapReason::NoEcho;
     };
+
+    bool isGap(double time);
+    const Listed* listedBetween(double from, double to) const;
+    bool standsOut(double step) const;
+
     std::vector<Listed> m_listed; ///< in the order of `from`
     bool m_judgesSteps = true;
     bool m_setBack = false;                                      ///< the clock was
+    GapReason m_reason = GapReason::Stopped;                     ///< of the last gap found
     bool m_trustsSeconds = true;                                 ///< no listed gap lies within a second
     double m_shortest = std::numeric_limits<double>::infinity(); ///< listed, in days
     Times m_times = noTimes(); ///< a ring; no number is longer or shorter than a time that has not come

@@ -225,9 +225,10 @@ void clsSession::Ticked()
     }
 }
 
-modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
+modPlayback::Loaded clsSession::Play(std::span<const RecordPart> parts,
                                      const std::function<bool(double fraction)>& goOn)
 {
+    const std::filesystem::path& file = parts.front().file;
     struct Playing {
         clsSession& session;
         ~Playing() ///< also when a listener throws
@@ -237,13 +238,15 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
         }
     } const playing{*this};
     m_recorder.StartPlaying(file);
-    m_played = std::make_unique<clsHistory>();
-    m_listeners.PlaybackBegins();
+    const auto before =
+        std::exchange(m_played, std::make_unique<clsHistory>(static_cast<std::size_t>(m_settings.History_MiB) << 20U));
+    m_listeners.PlaybackBegins(); // who looks at the history before turns to the new one
     m_loop.BeginPlaying();
     modPlayback::Loaded loaded =
-        modPlayback::LoadData(file, m_device.Parameters(),
-                              {.show = [this](const Measurement& measurement) { play(measurement); },
-                               .gap = [this](double time) { m_loop.PlayGap(time); },
+        modPlayback::LoadData(parts, m_device.Parameters(),
+                              {.history = *m_played,
+                               .show = [this](auto measurements, double shift) { m_loop.Play(measurements, shift); },
+                               .gap = [this](double place) { m_loop.PlayGap(place); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);
     m_loop.TellPlayed();
@@ -254,12 +257,6 @@ modPlayback::Loaded clsSession::Play(const std::filesystem::path& file,
     }
     m_listeners.PlaybackEnds(file, loaded);
     return loaded;
-}
-
-void clsSession::play(const Measurement& measurement)
-{
-    m_played->Add({&measurement, 1}, {});
-    m_loop.Play(measurement);
 }
 
 /// Values are measured again: the recording is no longer shown.

@@ -61,10 +61,15 @@ public:
     /// What recordings say about the program, the port and the clock: version, the port as the operator knows it, how
     /// far local time is ahead of UTC now. Only these are taken.
     std::function<RecordingInfo()> Origin;
-    /// Plays a recording in one pass: listeners get its points, and the texts of its last line at the end. `goOn` is
-    /// called now and then with the fraction read so far, 0..1; returning false ends the loading, and so does stopping
-    /// the recorder.
-    modPlayback::Loaded Play(const std::filesystem::path& file, const std::function<bool(double fraction)>& goOn);
+    /// Plays a recording, which may have several files, in one pass: listeners get its points, and the texts of its
+    /// last line at the end. `goOn` is called now and then with the fraction read so far, 0..1; returning false ends
+    /// the loading, and so does stopping the recorder.
+    modPlayback::Loaded Play(std::span<const RecordPart> parts, const std::function<bool(double fraction)>& goOn);
+    modPlayback::Loaded Play(const std::filesystem::path& file, const std::function<bool(double fraction)>& goOn)
+    {
+        const RecordPart whole{file, false};
+        return Play({&whole, 1}, goOn);
+    }
 
     /// Ends waits, recording and playback, and closes the port; nothing more is sent.
     void End();
@@ -119,7 +124,6 @@ private:
     void Measured(const Measurement& measurement, std::string_view temperature) override;
     void Ticked() override;
     void ResetChart() override;
-    void play(const Measurement& measurement);
     void passOver(std::ptrdiff_t number);
     void separateSensors(std::span<const Measurement> first);
 

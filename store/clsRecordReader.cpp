@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace {
 
@@ -13,19 +14,35 @@ constexpr std::size_t kBlock = std::size_t{1} << 16; // stays in the processor's
 
 } // namespace
 
-clsRecordReader::clsRecordReader(const std::filesystem::path& file)
-    // Non-blocking: a named pipe in the file's place must not hang the program.
-    : m_file(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)), m_buffer(kBlock + kLongestLine + 1)
+FileHandle clsRecordReader::Open(const std::filesystem::path& file)
 {
-    struct stat info {};
-    if (!m_file.IsOpen() || fstat(m_file.Descriptor(), &info) != 0) {
+    // Non-blocking: a named pipe in the file's place must not hang the program.
+    FileHandle handle(open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!handle.IsOpen()) {
         throw std::system_error(errno, std::generic_category(), file.string());
     }
+    return handle;
+}
+
+clsRecordReader::clsRecordReader(const std::filesystem::path& file) : clsRecordReader(Open(file)) {}
+
+clsRecordReader::clsRecordReader(FileHandle file) : clsRecordReader(file.Descriptor())
+{
+    m_own = std::move(file);
+}
+
+clsRecordReader::clsRecordReader(int descriptor, std::uint64_t offset, double date)
+    : m_descriptor(descriptor), m_position(offset), m_buffer(kBlock + kLongestLine + 1), m_parser(date)
+{
+    struct stat info {};
+    if (fstat(m_descriptor, &info) != 0) {
+        throw std::system_error(errno, std::generic_category(), "recording");
+    }
     if (!S_ISREG(info.st_mode)) {
-        throw std::system_error(std::make_error_code(std::errc::not_supported), file.string());
+        throw std::system_error(std::make_error_code(std::errc::not_supported), "recording");
     }
     m_size = static_cast<std::uint64_t>(info.st_size);
-    posix_fadvise(m_file.Descriptor(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    posix_fadvise(m_descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
 }
 
 double clsRecordReader::Fraction() const
@@ -46,6 +63,7 @@ RecordStep clsRecordReader::nextOfAnyKind()
         if (found != nullptr) {
             const auto size = static_cast<std::size_t>(static_cast<const char*>(found) - begin);
             m_begin += size + 1;
+            m_lineLength = size + 1;
             return take({begin, size});
         }
         searched = length;
@@ -56,6 +74,7 @@ RecordStep clsRecordReader::nextOfAnyKind()
         }
         if (!fill()) {
             m_begin = m_end;
+            m_lineLength = length;
             return length == 0 ? RecordStep::End : take({m_buffer.data(), length});
         }
     }
@@ -93,7 +112,8 @@ bool clsRecordReader::fill()
     m_begin = 0;
     ssize_t count = 0;
     do {
-        count = read(m_file.Descriptor(), m_buffer.data() + m_end, std::min(kBlock, m_buffer.size() - m_end));
+        count = pread(m_descriptor, m_buffer.data() + m_end, std::min(kBlock, m_buffer.size() - m_end),
+                      static_cast<off_t>(m_position));
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
         throw std::system_error(errno, std::generic_category(), "recording");

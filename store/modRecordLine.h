@@ -35,6 +35,11 @@ struct RecordedValue {
 /// Reads the lines of one recording in their order: a line without a date takes that of the line before.
 class clsLineParser {
 public:
+    /// `date` is that of the line before the first, in days since 1899-12-30.
+    explicit clsLineParser(double date = 0.0) : m_date(date) {}
+    /// The date of the last line.
+    double Date() const { return m_date; }
+
     /// Reads a line without its line end into `value`. False when it cannot be read: no second field, no blank or no
     /// comma in the first, anything but a time or a whole number where one belongs, a date outside the years 100 to
     /// 9999, or the remains of a cut-off line at the beginning.
@@ -104,7 +109,7 @@ private:
     double m_headTime = 0.0;
     std::string m_tail; ///< what follows the number, with the line end
     std::string m_dateText;
-    double m_date = 0.0;
+    double m_date;
 };
 
 } // namespace modRecordLine

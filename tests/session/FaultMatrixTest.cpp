@@ -238,9 +238,16 @@ bool isRecorded(FaultCell& cell)
         const bool inWords = distance == "TempError" && cell.device.Parameters().OutputFormat < FormatBinary;
         shown.push_back(inWords ? "No" : wordOf(distance));
     }
-    const auto show = [&](const Measurement& measurement) { played.push_back(wordOf(DistanceText(measurement, '.'))); };
-    const auto loaded = modPlayback::LoadData(cell.recorder.FileName, cell.device.Parameters(),
-                                              {show, [](double) {}, [](double) { return true; }}, cell.recorder.Played);
+    clsHistory history;
+    const auto show = [&](std::span<const Measurement> measurements, double) {
+        for (const Measurement& measurement : measurements) {
+            played.push_back(wordOf(DistanceText(measurement, '.')));
+        }
+    };
+    const RecordPart whole{cell.recorder.FileName, false};
+    const auto loaded =
+        modPlayback::LoadData({&whole, 1}, cell.device.Parameters(),
+                              {history, show, [](double) {}, [](double) { return true; }}, cell.recorder.Played);
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
 

@@ -263,8 +263,9 @@ void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
         XRange_ms(*axis.range_ms);
     }
     if (loaded.lines > 0) {
-        ShowTime(loaded.last);
-        TimeBegin(loaded.last - XRange_ms() / kMsPerDay); // a held span also ends at the last line
+        const double last = loaded.last + loaded.shift;
+        ShowTime(last);
+        TimeBegin(last - XRange_ms() / kMsPerDay); // a held span also ends at the last line
         TimeOrigin(axis.origin);
     }
 }

@@ -3,15 +3,29 @@
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "store/modRecent.h"
+#include "store/modRecordParts.h"
 #include "ui/recorder/LoadProgress.h"
 #include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Localise.h"
 
 #include <QFile>
 
+#include <filesystem>
+#include <vector>
+
 namespace {
 
 constexpr char kPlayError[] = "Error in LoadData";
+
+/// One file stands for its recording, several for themselves.
+std::vector<RecordPart> partsOf(const QStringList& files)
+{
+    std::vector<std::filesystem::path> paths;
+    for (const QString& file : files) {
+        paths.emplace_back(QFile::encodeName(file).toStdString());
+    }
+    return paths.size() == 1 ? modRecordParts::PartsOf(paths.front()) : modRecordParts::InOrder(paths);
+}
 
 } // namespace
 
@@ -27,14 +41,14 @@ bool PlayRecording(QWidget& owner, clsSession& session, const modGlobals::Settin
         return false;
     }
     showMessage({});
-    const std::filesystem::path file = QFile::encodeName(files.first()).toStdString();
+    const std::vector<RecordPart> parts = partsOf(files);
     LoadProgress progress(owner, settings.Language);
-    const modPlayback::Loaded loaded = session.Play(file, [&progress](double read) { return progress.GoOn(read); });
+    const modPlayback::Loaded loaded = session.Play(parts, [&progress](double read) { return progress.GoOn(read); });
     if (loaded.outcome != modPlayback::Outcome::Complete) {
         showMessage(QString::fromLatin1(kPlayError));
     }
     if (loaded.lines > 0) {
-        modRecent::Add(settings.IniFile, file);
+        modRecent::Add(settings.IniFile, parts.front().file);
     }
     return true;
 }
@@ -47,7 +61,7 @@ QString LoadedText(const modPlayback::Loaded& loaded, std::int32_t language)
         if (loaded.failure) {
             return text(TextId::RecorderNotReadable).arg(FileErrorText(loaded.failure, language));
         }
-        return text(TextId::RecorderLineUnreadable).arg(loaded.lines + 1);
+        return text(TextId::RecorderLineUnreadable).arg(loaded.line);
     case modPlayback::Outcome::Cancelled:
         return text(TextId::RecorderLoadCancelled).arg(loaded.lines);
     case modPlayback::Outcome::Complete:
