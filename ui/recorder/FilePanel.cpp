@@ -3,6 +3,7 @@
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 #include "store/modRecent.h"
+#include "ui/recorder/Playing.h"
 #include "ui/recorder/ProgressPanel.h"
 #include "ui/widgets/Localise.h"
 
@@ -31,7 +32,7 @@ void FilePanel::Follow(clsSession& session, const modGlobals::Settings& settings
 
 void FilePanel::Localise()
 {
-    if (!m_playedFile.isEmpty() && text() == m_playedFile) {
+    if (!m_playedFile.isEmpty() && text() == m_playedText) {
         explainPlayed();
     }
 }
@@ -139,19 +140,25 @@ void FilePanel::PlaybackBegins()
 void FilePanel::PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded)
 {
     m_playedFile = QFile::decodeName(file.c_str());
-    m_playedLines = loaded.lines;
+    m_played = loaded;
     explainPlayed();
 }
 
-/// Shows the file and whether the chart has all of it.
+/// Shows the file, and whether all of it could be read and the chart has all of it.
 void FilePanel::explainPlayed()
 {
-    QString toolTip = m_playedFile;
+    const auto text = [this](TextId id) { return Text(id, m_settings->Language); };
+    m_playedText =
+        m_played.files > 1 ? text(TextId::PlayedParts).arg(m_playedFile).arg(m_played.files - 1) : m_playedFile;
+    QString toolTip = m_playedText;
+    if (m_played.outcome != modPlayback::Outcome::Complete) {
+        toolTip += u'\n' + LoadedText(m_played, m_settings->Language);
+    }
     const std::int64_t shown = CountIncomplete ? CountIncomplete() : -1;
     if (shown >= 0) {
-        toolTip += u'\n' + Text(TextId::ToolTipLastPoints, m_settings->Language).arg(m_playedLines).arg(shown);
+        toolTip += u'\n' + text(TextId::ToolTipLastPoints).arg(m_played.lines).arg(shown);
     }
-    showFile(m_playedFile, toolTip);
+    showFile(m_playedText, toolTip);
 }
 
 void FilePanel::showFile(const QString& file, const QString& toolTip)

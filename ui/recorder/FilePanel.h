@@ -3,6 +3,7 @@
 #pragma once
 
 #include "session/SessionListener.h"
+#include "session/modPlayback.h"
 #include "ui/widgets/LineLabel.h"
 
 #include <QStringList>
@@ -53,8 +54,8 @@ private:
     std::int32_t m_ticks = 0;
     /// The running recording: duration, size, and name or warning. They are drawn in place of the text, which stays.
     QStringList m_figures;
-    bool m_isWarning = false;       ///< the last of them is
-    QString m_recordedFile;         ///< that is or was recorded last
-    QString m_playedFile;           ///< shown after the last playback
-    std::int64_t m_playedLines = 0; ///< of this file
+    bool m_isWarning = false;           ///< the last of them is
+    QString m_recordedFile;             ///< that is or was recorded last
+    QString m_playedFile, m_playedText; ///< shown after the last playback
+    modPlayback::Loaded m_played;       ///< what came of it
 };

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int kPumpEvery_ms = 40;
+constexpr int kPumpEvery_ms = 16;
 constexpr int kSteps = 1000;
 
 } // namespace

@@ -61,6 +61,9 @@ QString LoadedText(const modPlayback::Loaded& loaded, std::int32_t language)
         if (loaded.failure) {
             return text(TextId::RecorderNotReadable).arg(FileErrorText(loaded.failure, language));
         }
+        if (loaded.files > 1) {
+            return text(TextId::PlayedPartUnreadable).arg(loaded.unreadable + 1).arg(loaded.line);
+        }
         return text(TextId::RecorderLineUnreadable).arg(loaded.line);
     case modPlayback::Outcome::Cancelled:
         return text(TextId::RecorderLoadCancelled).arg(loaded.lines);
