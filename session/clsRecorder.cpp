@@ -388,7 +388,11 @@ std::error_code clsRecorder::Rename(const std::string& name)
     std::error_code first;
     for (std::filesystem::path& part : m_parts) {
         const bool isShown = FileName == part;
+        const std::filesystem::path before = part;
         const std::error_code error = renameBoth(part, name);
+        if (Renamed && part != before) {
+            Renamed(before, part);
+        }
         first = first ? first : error; // the others get their name all the same
         FileName = isShown ? part.string() : FileName;
     }

@@ -11,6 +11,8 @@ clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Setti
       m_history(static_cast<std::size_t>(settings.History_MiB) << 20U)
 {
     m_recorder.Describe = [this](const clsRecorder::Period& period) { return infoOfRecording(period); };
+    m_recorder.Renamed = [this](const auto& from, const auto& to) { m_marks.Renamed(from, to); };
+    m_marks.ChangePresent = [this](const MarkChange& change) { changeMarks(change); };
     m_recorder.Taking = [this](bool isFirst) { noteValues(isFirst); };
     m_listeners.Add(*this);
 }
@@ -68,6 +70,7 @@ void clsSession::ServeFiles(double now)
     if (m_recorder.Mode == RecorderRecording && m_recorder.FileName != before) {
         m_listeners.RecordingStarted(m_recorder.FileName);
     }
+    serveMarks();
     tellCounts();
     tellFailure();
     for (const auto& [file, error] : m_recorder.TakeLateFailures()) {
@@ -95,6 +98,7 @@ void clsSession::tellCounts()
 void clsSession::StartRecording(std::string_view name)
 {
     constexpr std::int64_t kMiB = std::int64_t{1} << 20;
+    m_marks.BeginRecording();
     m_recorder.StartRecording(
         {.name = std::string(name), .parts = m_settings.NewFile, .partBytes = m_settings.FileSize * kMiB});
     m_unrecorded.clear();
@@ -125,16 +129,33 @@ RecordingInfo clsSession::infoOfRecording(const clsRecorder::Period& period)
     if (!period.start) {
         m_file = origin();
         m_file.start = period.now;
+        m_marks.BeginFile(m_history.Times().PlaceOf(period.now));
         m_loop.Account().BeginRecording(behind);
         return m_file;
     }
     RecordingInfo info = m_file;
     info.end = period.now;
+    m_marks.EndFile(m_history.Times().PlaceOf(period.now));
     info.account = m_loop.Account().Recording(behind);
     info.gaps = m_loop.Account().RecordingGaps(behind);
     info.gapsDropped = m_loop.Account().RecordingGapLog().Dropped();
     info.longestDroppedGap_ms = m_loop.Account().RecordingGapLog().LongestDropped_ms();
     return info;
+}
+
+/// The file that is recorded now says what its marks are.
+void clsSession::changeMarks(const MarkChange& change)
+{
+    Apply(change, m_file.marks);
+    m_recorder.DescribeAgain(m_file);
+}
+
+void clsSession::serveMarks()
+{
+    for (const MarkOutcome& failure : m_marks.Serve()) {
+        const std::error_code why = failure.why ? failure.why : std::make_error_code(std::errc::bad_message);
+        m_listeners.RecordingNotClosed(failure.sidecar, why);
+    }
 }
 
 void clsSession::noteValues(bool areFirst)
@@ -158,6 +179,7 @@ void clsSession::followOrigin(bool isEmpty)
         now.simulated = m_file.simulated;
         now.everyValue = m_file.everyValue;
     }
+    now.marks = m_file.marks;
     now.start = m_file.start;
     now.offset_min = m_file.offset_min;
     if (now != m_file) {
@@ -249,6 +271,7 @@ modPlayback::Loaded clsSession::Play(std::span<const RecordPart> parts,
                                .gap = [this](double place) { m_loop.PlayGap(place); },
                                .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
                               m_recorder.Played);
+    m_marks.ShowPlayed(m_played->Times(), {&file, 1});
     m_loop.TellPlayed();
     m_listeners.PlaybackLoaded(loaded);
     m_loop.EndPlaying(loaded.end);
@@ -262,12 +285,8 @@ modPlayback::Loaded clsSession::Play(std::span<const RecordPart> parts,
 /// Values are measured again: the recording is no longer shown.
 void clsSession::ResetChart()
 {
+    m_marks.EndPlayed();
     m_played.reset();
-}
-
-void clsSession::SetMark(double place, std::string text)
-{
-    m_marks.push_back({place, std::move(text)});
 }
 
 void clsSession::End()

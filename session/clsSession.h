@@ -8,6 +8,7 @@
 #include "sensor/clsRVQ.h"
 #include "session/clsHistory.h"
 #include "session/clsListeners.h"
+#include "session/clsMarkKeeper.h"
 #include "session/clsMeasurementLoop.h"
 #include "session/clsRecorder.h"
 #include "session/modPlayback.h"
@@ -105,12 +106,19 @@ public:
     /// The unit of the values that are shown, an index for `UnitOf`.
     std::int32_t ShownUnit() const { return m_loop.ShownUnit(); }
     /// A note of the operator at a place of `Shown`. It goes into the sidecar of the recording that runs or is shown.
-    void SetMark(double place, std::string text);
-    struct Mark {
-        double place = 0.0; ///< on the time axis of `Shown`
-        std::string text;   ///< UTF-8
-    };
-    std::span<const Mark> Marks() const { return m_marks; }
+    MarkOutcome SetMark(double place, std::string_view text) { return m_marks.Set(Shown().Times(), place, text); }
+    /// The same for one of `Marks`. Both throw std::out_of_range when there is no such mark.
+    MarkOutcome ChangeMark(std::size_t mark, std::string_view text)
+    {
+        return m_marks.Change(Shown().Times(), mark, text);
+    }
+    MarkOutcome RemoveMark(std::size_t mark) { return m_marks.Remove(Shown().Times(), mark); }
+    /// The marks on `Shown`, in the order of their places, and a number that changes with them.
+    using Mark = clsMarks::Mark;
+    std::span<const Mark> Marks() const { return m_marks.Marks(); }
+    std::uint64_t MarksVersion() const { return m_marks.Version(); }
+    /// The recording in whose sidecar a mark at this place goes; empty while its name is not known yet.
+    std::optional<std::filesystem::path> RecordingAt(double place) const { return m_marks.RecordingAt(place); }
 
 private:
     void stepOperations();
@@ -118,6 +126,8 @@ private:
     void tellCounts();
     RecordingInfo origin() const;
     RecordingInfo infoOfRecording(const clsRecorder::Period& period);
+    void changeMarks(const MarkChange& change);
+    void serveMarks();
     void noteValues(bool areFirst);
     void followOrigin(bool isEmpty);
     void Sampled(std::span<const Measurement> samples, std::string_view temperature) override;
@@ -135,7 +145,7 @@ private:
     clsRecorder m_recorder;
     clsHistory m_history;
     std::unique_ptr<clsHistory> m_played; ///< the recording that is shown
-    std::vector<Mark> m_marks;
+    clsMarkKeeper m_marks{m_recorder};
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;

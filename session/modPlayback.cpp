@@ -32,8 +32,12 @@ std::pair<std::optional<RecordingInfo>, SidecarUse> sidecarOf(const std::filesys
         return {std::nullopt, SidecarUse::Missing};
     }
     std::error_code why;
-    auto info = modSidecar::Read(sidecar, why);
-    if (!info) {
+    loaded.info = modSidecar::Read(sidecar, why);
+    if (loaded.info && loaded.info->hasOnlyMarks) {
+        loaded.info.reset();
+        return; // it says nothing of the values
+    }
+    if (!loaded.info) {
         const bool isMissing = why == std::errc::no_such_file_or_directory;
         return {std::nullopt, isMissing ? SidecarUse::Missing : SidecarUse::Unreadable};
     }

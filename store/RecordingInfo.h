@@ -12,10 +12,19 @@
 
 /// A note of the operator.
 struct RecordingMark {
-    double time = 0.0; ///< days since 1899-12-30, local time
-    std::string text;  ///< UTF-8
+    double time = 0.0;         ///< days since 1899-12-30, local time
+    std::string text;          ///< UTF-8
+    bool isSecondTime = false; ///< of the two in the hour that a clock set back repeats
     bool operator==(const RecordingMark&) const = default;
 };
+
+/// One mark more, one less, or another text.
+struct MarkChange {
+    std::optional<RecordingMark> before, after;
+};
+/// Makes a change among the marks of a recording. A mark is found by its text and its time to the millisecond; when it
+/// is not there, nothing is taken away.
+void Apply(const MarkChange& change, std::vector<RecordingMark>& marks);
 
 struct RecordingInfo {
     std::string program, version; ///< UTF-8
@@ -38,5 +47,7 @@ struct RecordingInfo {
     std::int64_t gapsDropped = 0; ///< that are no longer among them, and the length of the longest of these
     double longestDroppedGap_ms = 0.0;
     std::vector<RecordingMark> marks;
+    /// Nothing but the marks and the time of the first line, as `start`, is known: the sidecar was made for them.
+    bool hasOnlyMarks = false;
     bool operator==(const RecordingInfo&) const = default;
 };

@@ -128,10 +128,12 @@ ordered_json gapsOf(const std::vector<Gap>& all, clsMoments& moments)
 
 ordered_json marksOf(const std::vector<RecordingMark>& all, const clsMoments& moments)
 {
+    clsMoments afterwards = moments;
+    afterwards.SetBack();
     ordered_json marks = ordered_json::array();
     for (const RecordingMark& mark : all) {
         ordered_json& entry = marks.emplace_back();
-        entry["time"] = moments.Text(mark.time);
+        entry["time"] = (mark.isSecondTime ? afterwards : moments).Text(mark.time);
         entry["text"] = mark.text;
     }
     return marks;
@@ -297,7 +299,9 @@ void readMarks(const json& marks, std::vector<RecordingMark>& list)
 {
     for (const json& entry : marks) {
         if (const auto time = timeOf(valueOf(entry, "time"))) {
-            list.push_back({time->time, {}});
+            const modAPI::UtcOffsets here = modAPI::UtcOffsetsOf(time->time);
+            const bool isSecond = time->offset_min == here.second_min && here.first_min != here.second_min;
+            list.push_back({time->time, {}, isSecond});
             readText(valueOf(entry, "text"), list.back().text);
         }
     }
@@ -338,7 +342,16 @@ RecordingInfo infoOf(const json& document)
     info.gapsDropped = wholeOf(valueOf(document, "gapsDropped"), 0, kMost).value_or(0);
     info.longestDroppedGap_ms = lengthOf(valueOf(document, "longestDroppedGap_ms"));
     readMarks(valueOf(document, "marks"), info.marks);
+    info.hasOnlyMarks = document.contains("marks") && document.size() <= 2 && info.start != 0.0;
     return info;
+}
+
+std::error_code replace(const std::filesystem::path& sidecar, const ordered_json& document)
+{
+    const std::string text = document.dump(kIndentation, ' ', false, ordered_json::error_handler_t::replace);
+    std::error_code why;
+    modFiles::Replace(sidecar, text + '\n', why, kLargest);
+    return why;
 }
 
 } // namespace
@@ -351,10 +364,28 @@ std::filesystem::path SidecarOf(const std::filesystem::path& recording)
 
 std::error_code Write(const std::filesystem::path& sidecar, const RecordingInfo& info)
 {
-    const std::string text = documentOf(info).dump(kIndentation, ' ', false, ordered_json::error_handler_t::replace);
+    return replace(sidecar, documentOf(info));
+}
+
+std::error_code WriteMarks(const std::filesystem::path& sidecar, const RecordingInfo& info)
+{
+    const clsMoments moments(info);
     std::error_code why;
-    modFiles::Replace(sidecar, text + '\n', why, kLargest);
-    return why;
+    const auto text = modFiles::ReadWhole(sidecar, why, kLargest);
+    if (!text && why != std::errc::no_such_file_or_directory) {
+        return why;
+    }
+    ordered_json document;
+    if (!text) {
+        document["start"] = moments.Text(info.start);
+    } else if (!isDeep(*text)) {
+        document = ordered_json::parse(*text, nullptr, false);
+    }
+    if (!document.is_object()) {
+        return std::make_error_code(std::errc::bad_message);
+    }
+    document["marks"] = marksOf(info.marks, moments);
+    return replace(sidecar, document);
 }
 
 std::optional<RecordingInfo> Read(const std::filesystem::path& sidecar, std::error_code& why)

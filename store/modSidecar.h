@@ -22,6 +22,10 @@ std::filesystem::path SidecarOf(const std::filesystem::path& recording);
 /// replaced, and a time outside the calendar is left out. May take seconds on a slow disk; any thread may call it.
 std::error_code Write(const std::filesystem::path& sidecar, const RecordingInfo& info);
 
+/// Replaces the marks in a sidecar by those of `info`, which was read from it, and leaves everything else as it is,
+/// even what this program does not know. Without a file, one is made that has only the marks and the start. As `Write`.
+std::error_code WriteMarks(const std::filesystem::path& sidecar, const RecordingInfo& info);
+
 /// Reads a sidecar. A key that is missing, or has no value that fits, leaves the default; unknown keys are ignored. No
 /// value, with the reason in `why`, when there is no such file, when it cannot be read, is too large, or is not JSON.
 /// The text of the unit and of the format outweigh the numbers among the parameters; the sensor is known if both are
