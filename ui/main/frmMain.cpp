@@ -78,6 +78,7 @@ void frmMain::followSession()
     fraLine->Follow(m_session, m_settings);
     picGraph->Follow(m_session, m_settings, m_help);
     picOverview->Follow(m_session, *picGraph);
+    picOverview->News = [this](const QString& message) { showNews(message); };
     fraStatistics->Follow(*picGraph);
     picGraph->Unkept = [this](const std::error_code& why) { pnlMessages->ShowFailure(unkeptText(why)); };
     pnlMessages->Follow(m_session, m_settings);

@@ -1,0 +1,33 @@
+// The picture of a whole history as a band of lowest and highest values, one column a pixel, with its gaps. It is drawn
+// anew only when it has to be.
+#pragma once
+
+#include "session/clsHistory.h"
+
+#include <QImage>
+#include <QSize>
+
+#include <cstdint>
+#include <vector>
+
+struct ChartColors;
+
+class OverviewBand {
+public:
+    /// Draws a stretch of a history in `size` units with `ratio` pixels per unit.
+    void Draw(const clsHistory& history, const PlaceRange& all, bool showZero, const QSize& size, double ratio,
+              const ChartColors& colors);
+    const QImage& Picture() const { return m_picture; }
+    /// The gaps that the picture shows, and where the line was lost, however short.
+    const std::vector<HistoryGap>& Gaps() const { return m_gaps; }
+
+private:
+    void findGaps(const clsHistory& history, const PlaceRange& all);
+    void drawGaps(QPainter& painter, const PlaceRange& all, const ChartColors& colors) const;
+    void drawColumns(QPainter& painter, const QColor& color) const;
+
+    QImage m_picture;
+    TimeWindow m_window;
+    std::vector<ValueSummary> m_columns;
+    std::vector<HistoryGap> m_gaps;
+};

@@ -1,0 +1,396 @@
+// What mouse, wheel and keys do on the overview, and what it tells those who cannot see it.
+#include "base/Days.h"
+#include "session/clsSession.h"
+#include "ui/chart/ChartPanel.h"
+#include "ui/chart/Overview.h"
+#include "ui/chart/PlaceText.h"
+#include "ui/chart/frmMark.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/Named.h"
+#include "ui/widgets/QtText.h"
+
+#include <QContextMenuEvent>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QToolTip>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+using modOverview::Part;
+
+namespace {
+
+constexpr double kReach = 5.0;    // units around a mark or a gap
+constexpr double kKeyStep = 0.25; // of the chart's window
+constexpr double kZoom = 1.25;    // for a notch of the wheel, or a key
+constexpr double kNotch = 120.0;  // of the wheel
+constexpr std::array kReasons{TextId::GapNoEcho,          TextId::GapDamage,  TextId::GapLineLost,
+                              TextId::GapTemperaturePoll, TextId::GapStopped, TextId::GapClockChanged};
+
+} // namespace
+
+void Overview::show(const PlaceRange& range)
+{
+    m_chart->ShowRange(range);
+    describe();
+    refresh();
+}
+
+void Overview::follow()
+{
+    m_chart->Freeze(false);
+    describe();
+    refresh();
+}
+
+void Overview::showAll()
+{
+    m_chart->Fit();
+    describe();
+    refresh();
+}
+
+void Overview::goTo(double place)
+{
+    const PlaceRange shown = m_chart->ShownRange();
+    show(modOverview::Moved(shown, place - (shown.begin + shown.end) / 2.0, all()));
+}
+
+void Overview::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || isEmpty()) {
+        event->ignore();
+        return;
+    }
+    Guarded([&] {
+        const double x = event->position().x();
+        const QRectF shown = frame();
+        Part part = modOverview::PartAt(x, shown.left(), shown.right());
+        if (part == Part::Outside) {
+            goTo(placeAt(x));
+            part = Part::Inside; // and it can be dragged from there
+        }
+        m_drag = Drag{part, placeAt(x), m_chart->ShownRange()};
+    });
+}
+
+void Overview::mouseMoveEvent(QMouseEvent* event)
+{
+    if (isEmpty()) {
+        unsetCursor();
+        return;
+    }
+    Guarded([&] {
+        const double x = event->position().x();
+        if (!m_drag) {
+            const QRectF shown = frame();
+            const Part part = modOverview::PartAt(x, shown.left(), shown.right());
+            setCursor(markAt(event->position()) ? Qt::PointingHandCursor
+                      : part == Part::Outside   ? Qt::ArrowCursor
+                      : part == Part::Inside    ? Qt::OpenHandCursor
+                                                : Qt::SizeHorCursor);
+            return;
+        }
+        if (m_drag->part == Part::Inside) {
+            setCursor(Qt::ClosedHandCursor);
+            show(modOverview::Moved(m_drag->range, placeAt(x) - m_drag->place, all()));
+        } else {
+            show(modOverview::Stretched(m_drag->range, m_drag->part, placeAt(x), all()));
+        }
+    });
+}
+
+void Overview::mouseReleaseEvent(QMouseEvent* /*event*/)
+{
+    Guarded([&] {
+        const bool hasMoved = m_drag && m_drag->part == Part::Inside && m_chart->ShownRange() != m_drag->range;
+        m_drag.reset();
+        unsetCursor();
+        if (hasMoved && isLive() && xOf(m_chart->ShownRange().end) >= band().right() - 1.0) {
+            follow(); // the newest value is in sight again
+        }
+    });
+}
+
+void Overview::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || isEmpty()) {
+        return;
+    }
+    Guarded([&] {
+        m_drag.reset();
+        if (const auto mark = markAt(event->position())) {
+            editMark(*mark);
+        } else {
+            showAll();
+        }
+    });
+}
+
+void Overview::wheelEvent(QWheelEvent* event)
+{
+    const double notches = event->angleDelta().y() / kNotch;
+    event->accept(); // the page does not scroll
+    if (isEmpty() || notches == 0.0) {
+        return;
+    }
+    Guarded([&] {
+        const PlaceRange shown = m_chart->ShownRange();
+        const double pointed = placeAt(event->position().x());
+        const bool isInside = pointed >= shown.begin && pointed <= shown.end;
+        show(modOverview::Zoomed(shown, isInside ? pointed : (shown.begin + shown.end) / 2.0, std::pow(kZoom, -notches),
+                                 all()));
+    });
+}
+
+void Overview::keyPressEvent(QKeyEvent* event)
+{
+    bool isTaken = false;
+    if (!isEmpty()) {
+        Guarded([&] { isTaken = markByKey(*event) || moveByKey(*event); });
+    }
+    if (!isTaken) {
+        QWidget::keyPressEvent(event);
+    }
+}
+
+bool Overview::moveByKey(const QKeyEvent& event)
+{
+    const PlaceRange shown = m_chart->ShownRange(), whole = all();
+    const double step = shown.Length() * kKeyStep, middle = (shown.begin + shown.end) / 2.0;
+    const bool stretches = event.modifiers().testFlag(Qt::ShiftModifier);
+    const auto move = [&](double days) { show(modOverview::Moved(shown, days, whole)); };
+    switch (event.key()) {
+    case Qt::Key_Left:
+    case Qt::Key_Right: {
+        const double days = event.key() == Qt::Key_Left ? -step : step;
+        if (stretches) {
+            show(modOverview::Stretched(shown, Part::End, std::min(shown.end, whole.end) + days, whole));
+        } else {
+            move(days);
+        }
+        break;
+    }
+    case Qt::Key_PageUp:
+        move(-shown.Length());
+        break;
+    case Qt::Key_PageDown:
+        move(shown.Length());
+        break;
+    case Qt::Key_Plus:
+    case Qt::Key_Minus:
+        show(modOverview::Zoomed(shown, middle, event.key() == Qt::Key_Plus ? 1.0 / kZoom : kZoom, whole));
+        break;
+    case Qt::Key_Home:
+        move(whole.begin - shown.begin);
+        break;
+    case Qt::Key_End:
+        if (isLive()) {
+            follow();
+        } else {
+            move(whole.end - shown.end);
+        }
+        break;
+    default:
+        return false;
+    }
+    return true;
+}
+
+bool Overview::markByKey(const QKeyEvent& event)
+{
+    if (event.modifiers() == Qt::ControlModifier && (event.key() == Qt::Key_Left || event.key() == Qt::Key_Right)) {
+        chooseMark(event.key() == Qt::Key_Left ? -1 : 1);
+        return true;
+    }
+    if (!m_mark) {
+        return false;
+    }
+    switch (event.key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_F2:
+        editMark(*m_mark);
+        return true;
+    case Qt::Key_Delete:
+        removeMark(*m_mark);
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Goes to the mark before or after the chosen one, or the middle of the chart's window.
+void Overview::chooseMark(int step)
+{
+    const auto marks = m_session->Marks();
+    if (marks.empty()) {
+        return;
+    }
+    const PlaceRange shown = m_chart->ShownRange();
+    const auto count = static_cast<std::ptrdiff_t>(marks.size());
+    std::ptrdiff_t next = 0;
+    if (m_mark) {
+        next = static_cast<std::ptrdiff_t>(*m_mark) + step;
+    } else {
+        const double middle = (shown.begin + shown.end) / 2.0;
+        const auto behind = std::ranges::lower_bound(marks, middle, {}, &clsSession::Mark::place);
+        next = behind - marks.begin() - (step < 0 ? 1 : 0);
+    }
+    m_mark = static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(next, 0, count - 1));
+    goTo(marks[*m_mark].place);
+    update();
+}
+
+void Overview::editMark(std::size_t mark)
+{
+    tell(EditMark(*window(), *m_session, mark, m_language));
+    refresh();
+}
+
+void Overview::removeMark(std::size_t mark)
+{
+    tell(RemoveMark(*m_session, mark, m_language));
+    m_mark.reset();
+    describe();
+    refresh();
+}
+
+void Overview::tell(const QString& message) const
+{
+    if (!message.isEmpty() && News) {
+        News(message);
+    }
+}
+
+void Overview::contextMenuEvent(QContextMenuEvent* event)
+{
+    Guarded([&] {
+        const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
+        const auto mark = isEmpty() ? std::nullopt : byKey ? m_mark : markAt(event->pos());
+        if (!mark) {
+            event->ignore();
+            return;
+        }
+        const std::uint64_t version = m_session->MarksVersion();
+        auto* menu = Named<QMenu>("mnuMark", this);
+        menu->setAttribute(Qt::WA_DeleteOnClose);
+        const auto item = [&](const char* name, TextId text, const std::function<void()>& act) {
+            auto* action = Named<QAction>(name, Text(text, m_language), menu);
+            menu->addAction(action);
+            connect(action, &QAction::triggered, this, [this, version, act] {
+                Guarded([&] {
+                    if (version == m_session->MarksVersion()) {
+                        act();
+                    }
+                });
+            });
+        };
+        item("mnuMarkGoTo", TextId::MenuMarkGoTo, [this, mark] { goTo(m_session->Marks()[*mark].place); });
+        item("mnuMarkEdit", TextId::MenuMarkEdit, [this, mark] { editMark(*mark); });
+        item("mnuMarkRemove", TextId::MenuMarkRemove, [this, mark] { removeMark(*mark); });
+        const double x = xOf(m_session->Marks()[*mark].place);
+        menu->popup(byKey ? mapToGlobal(QPoint(qRound(x), height() / 2)) : event->globalPos());
+    });
+}
+
+std::optional<std::size_t> Overview::markAt(const QPointF& point) const
+{
+    const QRectF area = band();
+    if (isEmpty() || point.y() < area.top() || point.y() > area.bottom()) {
+        return std::nullopt;
+    }
+    const auto marks = m_session->Marks();
+    std::optional<std::size_t> nearest;
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        const double distance = std::abs(xOf(marks[i].place) - point.x());
+        if (distance <= kReach && (!nearest || distance < std::abs(xOf(marks[*nearest].place) - point.x()))) {
+            nearest = i;
+        }
+    }
+    return nearest;
+}
+
+QString Overview::ExplanationAt(const QPointF& point) const
+{
+    if (isEmpty()) {
+        return {};
+    }
+    const clsHistory& shown = m_session->Shown();
+    if (const auto mark = markAt(point)) {
+        const clsSession::Mark& found = m_session->Marks()[*mark];
+        return Text(TextId::OverviewMark, m_language).arg(PlaceText(shown, found.place), FromUtf8(found.text));
+    }
+    for (const HistoryGap& gap : m_band.Gaps()) {
+        const bool isShort = gap.range.Length() < kReach / band().width() * all().Length();
+        const double reach = isShort ? kReach : 0.0;
+        if (point.x() >= xOf(gap.range.begin) - reach && point.x() <= xOf(gap.range.end) + reach) {
+            return Text(TextId::OverviewGap, m_language)
+                .arg(PlaceText(shown, gap.range.begin), PlaceText(shown, gap.range.end),
+                     Text(kReasons.at(static_cast<std::size_t>(gap.reason)), m_language));
+        }
+    }
+    return PlaceText(shown, placeAt(point.x())) + u'\n' + Text(TextId::ToolTipOverview, m_language);
+}
+
+bool Overview::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        Guarded([&] {
+            auto* help = static_cast<QHelpEvent*>(event);
+            QToolTip::showText(help->globalPos(), ExplanationAt(help->pos()).toHtmlEscaped().replace(u'\n', "<br>"),
+                               this);
+        });
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+void Overview::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) {
+        m_sinceDrawn.invalidate();
+        updateGeometry();
+        update();
+    }
+    QWidget::changeEvent(event);
+}
+
+void Overview::focusInEvent(QFocusEvent* event)
+{
+    Guarded([this] { describe(); });
+    QWidget::focusInEvent(event);
+}
+
+QString Overview::Description() const
+{
+    if (isEmpty()) {
+        return Text(TextId::ChartEmpty, m_language);
+    }
+    const clsHistory& history = m_session->Shown();
+    const PlaceRange range = history.Range(), shown = m_chart->ShownRange();
+    const auto clamped = [&](double place) { return PlaceText(history, std::clamp(place, range.begin, range.end)); };
+    QString text = Text(TextId::OverviewShown, m_language)
+                       .arg(clamped(range.begin), clamped(range.end), clamped(shown.begin), clamped(shown.end))
+                       .arg(m_session->Marks().size());
+    if (m_mark) {
+        const clsSession::Mark& mark = m_session->Marks()[*m_mark];
+        text = Text(TextId::OverviewMark, m_language).arg(PlaceText(history, mark.place), FromUtf8(mark.text)) + ". " +
+               text;
+    }
+    return text;
+}
+
+/// A screen reader says it when the operator comes here or has moved something, not with each value.
+void Overview::describe()
+{
+    if (m_session != nullptr) {
+        setAccessibleDescription(Description());
+    }
+}
