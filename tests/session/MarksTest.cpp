@@ -36,11 +36,15 @@ std::string linesAt(const std::vector<const char*>& times)
     return lines;
 }
 
+struct SilentLine : PlayedLine {
+    void sent(char /*command*/) override {}
+};
+
 /// A desk on which recordings are played.
 struct Player {
     TemporaryFolder folder;
     modGlobals::Settings settings;
-    clsSession session{std::make_unique<PlayedLine>(), settings, folder.path, '.'};
+    clsSession session{std::make_unique<SilentLine>(), settings, folder.path, '.'};
 
     modPlayback::Loaded Play(const std::filesystem::path& file)
     {

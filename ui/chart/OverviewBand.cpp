@@ -14,6 +14,7 @@ namespace {
 constexpr double kTint = 0.25;               // of the colour of the scales in the ground of a gap
 constexpr int kNarrowestGap = 2;             // pixels
 constexpr std::size_t kMostLookedInto = 256; // columns whose short gaps are looked at
+constexpr int kThinnest = 2;                 // of the band, pixels
 constexpr double kMargin = 0.06;             // above and below the band, of its height
 
 /// The rows of values in a picture.
@@ -123,10 +124,13 @@ void OverviewBand::drawColumns(QPainter& painter, const QColor& color) const
             top = std::min(top, rows(before));
             bottom = std::max(bottom, rows(before));
         } else if (column.joinsBefore && columnBefore >= 0) {
-            painter.drawLine(QPointF(columnBefore, rows(before)), QPointF(i, rows(column.first)));
+            const int from = static_cast<int>(std::lround(rows(before)));
+            const int to = static_cast<int>(std::lround(rows(column.first)));
+            painter.drawLine(columnBefore, from, i, to);
+            painter.drawLine(columnBefore, from + 1, i, to + 1); // as thick as a column is high
         }
         const int row = static_cast<int>(std::lround(top));
-        const int height = std::max(static_cast<int>(std::lround(bottom)) - row + 1, 2);
+        const int height = std::max(static_cast<int>(std::lround(bottom)) - row + 1, kThinnest);
         painter.fillRect(QRect(i, row, 1, height), color);
         before = column.last;
         columnBefore = i;
