@@ -42,7 +42,12 @@ constexpr WindowTopic kWindowTopics[] = {
 struct PartTopic {
     std::string_view part, topic;
 };
-constexpr PartTopic kPartTopics[] = {{"fraLine", "Account#line"}};
+constexpr PartTopic kPartTopics[] = {
+    {"fraLine", "Account#line"},
+    {"picGraph", "Looking"},
+    {"picOverview", "Looking#overview"},
+    {"fraStatistics", "Looking#statistics"},
+};
 
 /// The window that a control belongs to; a menu or an open list belongs to the window it is attached to.
 template <typename Widget>

@@ -9,7 +9,6 @@
 
 #include <QAbstractItemView>
 #include <QDir>
-#include <QGroupBox>
 #include <QLineEdit>
 #include <QMenu>
 #include <QRegularExpression>
@@ -217,15 +216,23 @@ TEST(ContextHelp, F1InABoxOpensTheSectionAboutIt)
     EXPECT_EQ(FindIn<QTextBrowser>(*viewer, "txtPage")->source().toString(), "qrc:/help/RVQSettings_de.htm#error");
 }
 
-TEST(ContextHelp, F1InTheFrameLineOpensThePageAboutItsFigures)
+TEST(ContextHelp, F1InAPartOfTheMainWindowOpensThePageAboutThatPart)
 {
-    StartUp start;
-    QGroupBox frame(&start.splash);
-    frame.setObjectName("fraLine");
-    QLabel figure(&frame);
-    PressKey(figure, Qt::Key_F1);
-    ASSERT_NE(start.Viewer(), nullptr);
-    EXPECT_EQ(start.Page()->source().toString(), "qrc:/help/Account_de.htm#line");
+    const std::pair<const char*, const char*> rows[] = {
+        {"fraLine", "Account_de.htm#line"},
+        {"picGraph", "Looking_de.htm"},
+        {"picOverview", "Looking_de.htm#overview"},
+        {"fraStatistics", "Looking_de.htm#statistics"},
+    };
+    for (const auto& [part, page] : rows) {
+        StartUp start;
+        QWidget frame(&start.splash);
+        frame.setObjectName(part);
+        QLabel figure(&frame);
+        PressKey(figure, Qt::Key_F1);
+        ASSERT_NE(start.Viewer(), nullptr) << part;
+        EXPECT_EQ(start.Page()->source().toString().toStdString(), std::string("qrc:/help/") + page);
+    }
 }
 
 TEST(HelpViewer, GoesBackAndForward)
