@@ -6,6 +6,7 @@
 #include "simulator/clsSimulatedSensor.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
+#include "ui/chart/ChartPanel.h"
 #include "ui/chart/frmChartSettings.h"
 #include "ui/help/Help.h"
 #include "ui/help/frmHelp.h"
@@ -33,6 +34,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPixmap>
 #include <QProgressDialog>
 #include <QPushButton>
@@ -45,6 +47,7 @@
 #include <cstdlib>
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -59,6 +62,7 @@ constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
 constexpr QSize kManualSize(720, 580); // as wide as the column of the manual, as high as the left side needs
+constexpr QSize kLookingSize(720, 640);
 
 void runFor(int ms)
 {
@@ -248,6 +252,7 @@ private:
         window.resize(kManualSize);
         runFor(kMoment_ms);
         save(window, "manual_main");
+        takeLooking(window, session);
         window.findChild<QAction*>("mnuOptionConsole")->trigger();
         runFor(kConsole_ms);
         for (QWidget* other : QApplication::topLevelWidgets()) {
@@ -269,6 +274,37 @@ private:
         save(about, "about");
         takeManual(window);
         window.close();
+    }
+
+    /// The chart, frozen, with both cursors and a mark.
+    void takeLooking(frmMain& window, clsSession& session) const
+    {
+        window.resize(kLookingSize);
+        runFor(kMoment_ms);
+        auto* chart = window.findChild<ChartPanel*>();
+        chart->Freeze(true);
+        const bool isGerman = m_settings.Language == LanguageGerman;
+        session.SetMark(chart->PlaceAt(pointAt(*chart, 0.85)), isGerman ? "Tor offen" : "gate open");
+        for (const auto& [cursor, share] : {std::pair(0, 0.3), std::pair(1, 0.7)}) {
+            pointAt(*chart, share);
+            chart->ToggleCursor(cursor);
+        }
+        runFor(kMoment_ms);
+        save(window, "looking");
+        chart->ToggleCursor(0);
+        chart->ToggleCursor(1);
+        chart->Freeze(false);
+        window.resize(kManualSize);
+    }
+
+    /// Moves the pointer to a share of the plot's width; returns where that is.
+    static double pointAt(ChartPanel& chart, double share)
+    {
+        const QRectF plot = chart.PlotArea();
+        const QPointF point(plot.left() + share * plot.width(), plot.center().y());
+        QMouseEvent move(QEvent::MouseMove, point, chart.mapToGlobal(point), Qt::NoButton, Qt::NoButton, {});
+        QApplication::sendEvent(&chart, &move);
+        return point.x();
     }
 
     /// The viewer, and every page of the manual at its full length.

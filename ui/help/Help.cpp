@@ -46,7 +46,7 @@ constexpr PartTopic kPartTopics[] = {
     {"fraLine", "Account#line"},
     {"picGraph", "Looking"},
     {"picOverview", "Looking#overview"},
-    {"fraStatistics", "Looking#statistics"},
+    {"fraStatistics", "Looking#reading"},
 };
 
 /// The window that a control belongs to; a menu or an open list belongs to the window it is attached to.

@@ -222,7 +222,7 @@ TEST(ContextHelp, F1InAPartOfTheMainWindowOpensThePageAboutThatPart)
         {"fraLine", "Account_de.htm#line"},
         {"picGraph", "Looking_de.htm"},
         {"picOverview", "Looking_de.htm#overview"},
-        {"fraStatistics", "Looking_de.htm#statistics"},
+        {"fraStatistics", "Looking_de.htm#reading"},
     };
     for (const auto& [part, page] : rows) {
         StartUp start;
