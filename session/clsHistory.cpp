@@ -86,7 +86,7 @@ void clsHistory::add(double time, std::int32_t value, bool clockSet)
         m_pending = GapReason::ClockChanged; // nothing is joined across it
     }
     const std::int64_t shift = TicksOf(m_times.Shift());
-    std::int64_t place = TicksOf(m_times.LastTime()) + shift;
+    std::int64_t place = std::min(TicksOf(m_times.LastTime()) + shift, TicksOf(clsTimeLine::kMostPlace));
     if (!m_blocks.empty()) {
         place = std::max(place, lastOf(m_blocks.back()));
     }

@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr double kMostPlace = 1.1 * clsTimeLine::kMostPlace; // no entry is there
+
 double placeOf(std::int64_t tick)
 {
     return static_cast<double>(tick) / clsHistory::kTicksPerDay;
@@ -14,16 +16,16 @@ double placeOf(std::int64_t tick)
 /// The first tick whose place is not before a point in time; a NaN is before everything.
 std::int64_t firstTickAt(double place)
 {
-    constexpr double kMost = 1.1 * clsTimeLine::kMostPlace;
-    if (!(place > -kMost)) {
-        place = -kMost;
+    if (!(place > -kMostPlace)) {
+        place = -kMostPlace;
     }
-    auto tick = static_cast<std::int64_t>(std::ceil(std::min(place, kMost) * clsHistory::kTicksPerDay));
+    place = std::min(place, kMostPlace);
+    auto tick = static_cast<std::int64_t>(std::ceil(place * clsHistory::kTicksPerDay));
     // The product is rounded: places decide.
     while (placeOf(tick - 1) >= place) {
         --tick;
     }
-    while (tick < static_cast<std::int64_t>(kMost * clsHistory::kTicksPerDay) && placeOf(tick) < place) {
+    while (placeOf(tick) < place) {
         ++tick;
     }
     return tick;
@@ -31,6 +33,7 @@ std::int64_t firstTickAt(double place)
 
 std::int64_t firstTickBehind(double place)
 {
+    place = std::min(place, kMostPlace);
     std::int64_t tick = firstTickAt(place);
     while (placeOf(tick) <= place) {
         ++tick;
