@@ -142,7 +142,7 @@ private:
     void begin();
     void take(const modRecordLine::RecordedValue& line);
     void breakCurve(GapReason reason);
-    void followShift();
+    void followShift(bool isGap);
     bool goOn();
 
     const ParameterSet& m_now;
@@ -241,13 +241,14 @@ void clsLoading::begin()
 inline void clsLoading::take(const modRecordLine::RecordedValue& line)
 {
     constexpr double kSteady = 0.5 / kSecondsPerDay;
-    if (m_gaps.LiesBefore(line.time, line.sameSecond) && m_loaded.lines > 0) {
+    const bool isGap = m_gaps.LiesBefore(line.time, line.sameSecond) && m_loaded.lines > 0;
+    if (isGap) {
         breakCurve(m_gaps.Reason());
     }
     m_number = numberOf(line);
     m_stage.history.AddPlayed(line.time, m_number);
     if (const double step = line.time - m_time; step < 0.0 || step > kSteady) {
-        followShift();
+        followShift(isGap);
     }
     m_time = line.time;
     Measurement& measurement = m_piece[m_held];
@@ -271,12 +272,14 @@ void clsLoading::breakCurve(GapReason reason)
 }
 
 /// The history's time axis knows whether the clock was set before a line that it has just taken up.
-void clsLoading::followShift()
+void clsLoading::followShift(bool isGap)
 {
-    const auto stretches = m_stage.history.Times().Stretches();
-    const double shift = stretches.empty() ? 0.0 : stretches.back().shift;
+    const double shift = m_stage.history.Times().Shift();
     if (shift != m_shift) {
         Tell();
+        if (!isGap) {
+            m_stage.gap(m_time + m_shift); // nothing is joined across it
+        }
         m_shift = shift;
     }
 }

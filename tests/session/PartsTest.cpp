@@ -131,6 +131,8 @@ TEST(RecordParts, ThatAreChosenComeInTheirOrder)
 }
 
 struct Shown {
+    explicit Shown(std::size_t mostBytes = clsHistory::kMostBytes) : history(mostBytes) {}
+
     std::string curve; ///< "v" for a value, "|" for a gap
     modPlayback::Loaded loaded;
     clsHistory history;
@@ -198,6 +200,67 @@ TEST(Playback, ReadsLinesAgainAsItHasReadThem)
             EXPECT_EQ(again.Offset(), all[i].offset);
         }
         EXPECT_EQ(again.Next(), RecordStep::End);
+    }
+}
+
+/// Lines of two files that together are three times too many for a history of a mebibyte.
+std::vector<RecordPart> longRecording(const TemporaryFolder& folder)
+{
+    constexpr int kLines = 200000;
+    std::string lines[2];
+    for (int i = 0; i < 2 * kLines; ++i) {
+        const double seconds = 0.05 * i + (i >= 50000 ? 60.0 : 0.0); // one gap
+        const std::int32_t value = i % 997 == 0 ? kMarkerNoEcho : 1000 + i % 1009;
+        lines[i / kLines] += modRecordLine::RecordLine({.value = 1.0 * value, .value_mm = value, .time = at(seconds)},
+                                                       i % 70000 < 10 ? "22 C" : kTemperature);
+    }
+    return {{folder.Write("a.rec", lines[0]), false}, {folder.Write("b.rec", lines[1]), true}};
+}
+
+TEST(Playback, BeyondTheBoundReadsItsSamplesFromTheFilesOrKnowsThatItCannot)
+{
+    const TemporaryFolder folder;
+    const auto parts = longRecording(folder);
+    Shown all, bounded(clsHistory::kLeastBytes);
+    play(parts, all);
+    play(parts, bounded);
+    EXPECT_LE(bounded.history.Bytes(), clsHistory::kLeastBytes);
+    ASSERT_EQ(bounded.history.Size(), all.history.Size());
+    const auto known = [&](std::size_t& unknown) {
+        for (std::size_t i = 0; i < all.history.Size(); i += 61) {
+            const HistoryEntry expected = all.history.At(i), entry = bounded.history.At(i);
+            unknown += entry.isKnown ? 0 : 1;
+            const bool isSame = entry.time == expected.time && entry.place == expected.place &&
+                                entry.value_mm == expected.value_mm && entry.kind == expected.kind &&
+                                entry.gap == expected.gap;
+            if (entry.isKnown && !isSame) {
+                return false;
+            }
+        }
+        return true;
+    };
+    std::size_t unknown = 0;
+    EXPECT_TRUE(known(unknown));
+    EXPECT_EQ(unknown, 0U);
+    for (const RecordPart& part : parts) {
+        std::filesystem::remove(part.file);
+    }
+    EXPECT_TRUE(known(unknown));
+    EXPECT_EQ(unknown, 0U) << "files that are gone are still open";
+    for (const bool isCut : {true, false}) {
+        const TemporaryFolder again;
+        const auto others = longRecording(again);
+        Shown other(clsHistory::kLeastBytes);
+        play(others, other);
+        if (isCut) {
+            std::filesystem::resize_file(others[0].file, 1000000);
+        } else {
+            std::fstream(others[0].file, std::ios::in | std::ios::out | std::ios::binary).seekp(26) << "9999";
+        }
+        const HistoryEntry second = other.history.At(isCut ? 100000 : 1);
+        EXPECT_FALSE(second.isKnown) << (isCut ? "cut" : "changed");
+        EXPECT_GT(other.history.Unreadable(), 0U);
+        EXPECT_TRUE(other.history.At(200500).isKnown) << "in the other file";
     }
 }
 
