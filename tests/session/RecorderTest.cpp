@@ -12,6 +12,7 @@
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -33,7 +34,7 @@ constexpr std::chrono::seconds kPatience{10};
 struct Played {
     std::vector<Measurement> values;
     std::string shown; ///< "v" for a value, "|" for a gap
-    clsHistory history;
+    std::unique_ptr<clsHistory> history = std::make_unique<clsHistory>();
     modPlayback::Loaded loaded;
 };
 
@@ -46,7 +47,7 @@ Played play(const std::filesystem::path& file, const ParameterSet& set, std::vec
     };
     const auto gap = [&](double) { played.shown += '|'; };
     const RecordPart whole{file, false};
-    played.loaded = LoadData({&whole, 1}, set, {played.history, show, gap, kGoOn}, open);
+    played.loaded = LoadData({&whole, 1}, set, {*played.history, show, gap, kGoOn}, open);
     return played;
 }
 
