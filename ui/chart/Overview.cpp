@@ -77,9 +77,6 @@ void Overview::refresh()
     const bool isDue = !m_sinceDrawn.isValid() || m_sinceDrawn.hasExpired(kRedrawEvery_ms) ||
                        now.history != m_drawn.history || now.marks != m_drawn.marks || now.size > 2 * m_drawn.size;
     if (now != m_drawn && isDue) {
-        if (now.history != m_drawn.history || now.marks != m_drawn.marks) {
-            m_mark.reset();
-        }
         m_sinceDrawn.invalidate(); // the band is drawn with the next paint event
         update();
     } else if (frame() != m_shownFrame) {
@@ -191,16 +188,17 @@ void Overview::drawSigns(QPainter& painter, const ChartColors& colors) const
         }
     }
     const auto marks = m_session->Marks();
+    const auto choice = chosen();
     double last = -kSign;
     for (std::size_t i = 0; i < marks.size(); ++i) {
         const double x = std::round(xOf(marks[i].place)) + 0.5;
-        if (x - last < 1.0 && m_mark != i) {
+        if (x - last < 1.0 && choice != i) {
             continue; // not to be told from the one before
         }
         last = x;
-        painter.setPen(QPen(colors.scale, m_mark == i ? 2.0 : 1.0));
+        painter.setPen(QPen(colors.scale, choice == i ? 2.0 : 1.0));
         painter.drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
-        painter.setBrush(m_mark == i ? colors.back : colors.scale);
+        painter.setBrush(choice == i ? colors.back : colors.scale);
         painter.drawPolygon(flag(x, area.top()));
     }
     painter.setBrush(Qt::NoBrush);

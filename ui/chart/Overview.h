@@ -93,6 +93,8 @@ private:
     bool moveByKey(const QKeyEvent& event);
     bool markByKey(const QKeyEvent& event);
     void chooseMark(int step);
+    /// The chosen mark, while the marks are those among which it was chosen.
+    std::optional<std::size_t> chosen() const;
     void editMark(std::size_t mark);
     void removeMark(std::size_t mark);
     void tell(const QString& message) const;
@@ -107,4 +109,5 @@ private:
     QRectF m_shownFrame;
     std::optional<Drag> m_drag;
     std::optional<std::size_t> m_mark; ///< that the keys have chosen
+    std::uint64_t m_markVersion = 0;   ///< the marks among which they have
 };

@@ -209,17 +209,18 @@ bool Overview::markByKey(const QKeyEvent& event)
         chooseMark(event.key() == Qt::Key_Left ? -1 : 1);
         return true;
     }
-    if (!m_mark) {
+    const auto mark = chosen();
+    if (!mark) {
         return false;
     }
     switch (event.key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
     case Qt::Key_F2:
-        editMark(*m_mark);
+        editMark(*mark);
         return true;
     case Qt::Key_Delete:
-        removeMark(*m_mark);
+        removeMark(*mark);
         return true;
     default:
         return false;
@@ -236,21 +237,33 @@ void Overview::chooseMark(int step)
     const PlaceRange shown = m_chart->ShownRange();
     const auto count = static_cast<std::ptrdiff_t>(marks.size());
     std::ptrdiff_t next = 0;
-    if (m_mark) {
-        next = static_cast<std::ptrdiff_t>(*m_mark) + step;
+    if (const auto mark = chosen()) {
+        next = static_cast<std::ptrdiff_t>(*mark) + step;
     } else {
         const double middle = (shown.begin + shown.end) / 2.0;
         const auto behind = std::ranges::lower_bound(marks, middle, {}, &clsSession::Mark::place);
         next = behind - marks.begin() - (step < 0 ? 1 : 0);
     }
     m_mark = static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(next, 0, count - 1));
+    m_markVersion = m_session->MarksVersion();
     goTo(marks[*m_mark].place);
     update();
 }
 
+std::optional<std::size_t> Overview::chosen() const
+{
+    return m_session != nullptr && m_markVersion == m_session->MarksVersion() ? m_mark : std::nullopt;
+}
+
 void Overview::editMark(std::size_t mark)
 {
+    const bool wasChosen = chosen() == mark;
+    const std::size_t count = m_session->Marks().size();
     tell(EditMark(*window(), *m_session, mark, m_language));
+    if (wasChosen && count == m_session->Marks().size()) {
+        m_markVersion = m_session->MarksVersion();
+    }
+    describe();
     refresh();
 }
 
@@ -273,7 +286,7 @@ void Overview::contextMenuEvent(QContextMenuEvent* event)
 {
     Guarded([&] {
         const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
-        const auto mark = isEmpty() ? std::nullopt : byKey ? m_mark : markAt(event->pos());
+        const auto mark = isEmpty() ? std::nullopt : byKey ? chosen() : markAt(event->pos());
         if (!mark) {
             event->ignore();
             return;
@@ -379,8 +392,8 @@ QString Overview::Description() const
     QString text = Text(TextId::OverviewShown, m_language)
                        .arg(clamped(range.begin), clamped(range.end), clamped(shown.begin), clamped(shown.end))
                        .arg(m_session->Marks().size());
-    if (m_mark) {
-        const clsSession::Mark& mark = m_session->Marks()[*m_mark];
+    if (const auto choice = chosen()) {
+        const clsSession::Mark& mark = m_session->Marks()[*choice];
         text = Text(TextId::OverviewMark, m_language).arg(PlaceText(history, mark.place), FromUtf8(mark.text)) + ". " +
                text;
     }

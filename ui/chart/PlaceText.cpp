@@ -17,7 +17,7 @@ QString PlaceText(const clsHistory& history, double place, bool withTenths)
     }
     const QDateTime dayZero(QDate(1899, 12, 30), QTime(0, 0), Qt::UTC);
     const double perUnit = withTenths ? 10.0 * kSecondsPerDay : kSecondsPerDay;
-    const auto milliseconds = static_cast<qint64>(std::floor(time * perUnit + 1e-3) * (kMsPerDay / perUnit));
+    const auto milliseconds = static_cast<qint64>(std::round(time * perUnit) * (kMsPerDay / perUnit));
     const QDateTime moment = dayZero.addMSecs(milliseconds);
     QString text = moment.toString(QStringLiteral("HH:mm:ss"));
     if (withTenths) {
