@@ -14,8 +14,8 @@ namespace {
 constexpr double kTint = 0.25;               // of the colour of the scales in the ground of a gap
 constexpr int kNarrowestGap = 2;             // pixels
 constexpr std::size_t kMostLookedInto = 256; // columns whose short gaps are looked at
-constexpr int kThinnest = 2;                 // of the band, pixels
-constexpr double kMargin = 0.06;             // above and below the band, of its height
+constexpr double kThinnest = 1.5;            // of the band, units
+constexpr double kMargin = 0.1;              // above and below the band, of its height
 
 /// The rows of values in a picture.
 struct Rows {
@@ -65,7 +65,7 @@ void OverviewBand::Draw(const clsHistory& history, const PlaceRange& all, bool s
     {
         QPainter painter(&m_picture);
         drawGaps(painter, all, colors);
-        drawColumns(painter, colors.curve);
+        drawColumns(painter, std::max(qRound(kThinnest * ratio), 2), colors.curve);
     }
     m_picture.setDevicePixelRatio(ratio);
 }
@@ -108,7 +108,7 @@ void OverviewBand::drawGaps(QPainter& painter, const PlaceRange& all, const Char
     }
 }
 
-void OverviewBand::drawColumns(QPainter& painter, const QColor& color) const
+void OverviewBand::drawColumns(QPainter& painter, int thinnest, const QColor& color) const
 {
     const Rows rows = rowsOf(m_columns, m_picture.height());
     painter.setPen(color);
@@ -126,11 +126,12 @@ void OverviewBand::drawColumns(QPainter& painter, const QColor& color) const
         } else if (column.joinsBefore && columnBefore >= 0) {
             const int from = static_cast<int>(std::lround(rows(before)));
             const int to = static_cast<int>(std::lround(rows(column.first)));
-            painter.drawLine(columnBefore, from, i, to);
-            painter.drawLine(columnBefore, from + 1, i, to + 1); // as thick as a column is high
+            for (int row = 0; row < thinnest; ++row) { // as thick as a column is high
+                painter.drawLine(columnBefore, from + row, i, to + row);
+            }
         }
         const int row = static_cast<int>(std::lround(top));
-        const int height = std::max(static_cast<int>(std::lround(bottom)) - row + 1, kThinnest);
+        const int height = std::max(static_cast<int>(std::lround(bottom)) - row + 1, thinnest);
         painter.fillRect(QRect(i, row, 1, height), color);
         before = column.last;
         columnBefore = i;

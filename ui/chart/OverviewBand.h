@@ -24,7 +24,7 @@ public:
 private:
     void findGaps(const clsHistory& history, const PlaceRange& all);
     void drawGaps(QPainter& painter, const PlaceRange& all, const ChartColors& colors) const;
-    void drawColumns(QPainter& painter, const QColor& color) const;
+    void drawColumns(QPainter& painter, int thinnest, const QColor& color) const;
 
     QImage m_picture;
     TimeWindow m_window;
