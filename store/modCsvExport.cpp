@@ -41,22 +41,23 @@ MeasurementKind kindOf(const modRecordLine::RecordedValue& value)
     return KindOf({.value = static_cast<double>(value.value_mm), .value_mm = value.value_mm});
 }
 
-void appendRow(std::string& table, const modRecordLine::RecordedValue& value, const Format& format)
+} // namespace
+
+void AppendRow(std::string& table, const Row& row, const Format& format)
 {
-    const MeasurementKind kind = kindOf(value);
-    appendField(table, IsoText(value.time, format.decimalSign), format.separator);
+    appendField(table, IsoText(row.time, format.decimalSign), format.separator);
     table += format.separator;
-    if (kind == MeasurementKind::Distance) {
-        table += std::to_string(value.value_mm);
+    if (row.kind == MeasurementKind::Distance) {
+        table += std::to_string(row.value_mm);
     }
     table += format.separator;
-    table += kind == MeasurementKind::Distance ? "OK" : NameOf(kind);
+    table += row.kind == MeasurementKind::Distance ? "OK" : NameOf(row.kind);
     table += format.separator;
-    appendField(table, celsius(value.temperature, format.decimalSign), format.separator);
+    appendField(table, celsius(row.temperature, format.decimalSign), format.separator);
     table += "\r\n";
 }
 
-std::string headerRow(std::string_view header, const Format& format)
+std::string HeaderRow(std::string_view header, const Format& format)
 {
     std::string row(format.byteOrderMark ? kByteOrderMark : std::string_view());
     for (const char c : header) {
@@ -65,19 +66,18 @@ std::string headerRow(std::string_view header, const Format& format)
     return row + "\r\n";
 }
 
-} // namespace
-
 Exported ExportCsv(const std::filesystem::path& recording, const Format& format, std::string_view header,
                    const Target& target)
 {
     clsRecordReader reader(recording);
     Exported exported;
-    std::string table = headerRow(header, format);
+    std::string table = HeaderRow(header, format);
     RecordStep step = RecordStep::End;
     std::uint64_t reported = 0;
     while ((step = reader.Next()) != RecordStep::End) {
         if (step == RecordStep::Value) {
-            appendRow(table, reader.Value(), format);
+            const modRecordLine::RecordedValue& value = reader.Value();
+            AppendRow(table, {value.time, kindOf(value), value.value_mm, value.temperature}, format);
             ++exported.rows;
         } else if (step == RecordStep::Unreadable) {
             ++exported.unreadable;

@@ -1,6 +1,8 @@
 // A recording as a table for spreadsheets and scripts.
 #pragma once
 
+#include "sensor/Measurement.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -39,5 +41,15 @@ struct Exported {
 /// std::system_error when the recording cannot be read.
 Exported ExportCsv(const std::filesystem::path& recording, const Format& format, std::string_view header,
                    const Target& target);
+
+// The parts of such a table, for values that come from elsewhere.
+struct Row {
+    double time = 0.0;
+    MeasurementKind kind = MeasurementKind::Distance;
+    std::int32_t value_mm = 0;
+    std::string_view temperature = {}; ///< as the sensor sends it
+};
+std::string HeaderRow(std::string_view header, const Format& format);
+void AppendRow(std::string& table, const Row& row, const Format& format);
 
 } // namespace modCsvExport
