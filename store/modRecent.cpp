@@ -70,9 +70,7 @@ std::vector<std::filesystem::path> Load(const std::filesystem::path& iniFile)
     const auto content = modIni::ReadContent(iniFile, ignored);
     std::vector<std::filesystem::path> recordings;
     for (std::string& path : content ? pathsIn(*content) : Paths()) {
-        if (std::filesystem::is_regular_file(path, ignored)) {
-            recordings.emplace_back(std::move(path));
-        }
+        recordings.emplace_back(std::move(path));
     }
     return recordings;
 }

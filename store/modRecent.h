@@ -11,7 +11,7 @@ namespace modRecent {
 /// The list holds no more.
 inline constexpr std::size_t kMost = 8;
 
-/// Newest first. A recording whose file is missing is left out but not forgotten: its disk may be back tomorrow.
+/// Newest first. A file may be missing: its disk may be back tomorrow.
 std::vector<std::filesystem::path> Load(const std::filesystem::path& iniFile);
 
 /// Puts a recording at the head of the list; nothing happens without `iniFile`. A path with a control character is not

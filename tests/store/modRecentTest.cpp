@@ -36,7 +36,7 @@ TEST(RecentRecordings, AreTheLastOnesEachOnceNewestFirst)
     EXPECT_EQ(listIn(ini), "98765413") << "the last " << modRecent::kMost;
     EXPECT_TRUE(TemporaryFolder::Read(ini).starts_with("[CHART]\nyMax=5\n[recent]\nfile1=")) << "the rest stays";
     std::filesystem::rename(folder.path / "9.rec", folder.path / "N.rec");
-    EXPECT_EQ(listIn(ini), "8765413") << "missing, not forgotten";
+    EXPECT_EQ(listIn(ini), "98765413") << "missing, not forgotten";
     EXPECT_FALSE(modRecent::Rename(ini, folder.path / "9.rec", folder.path / "N.rec"));
     EXPECT_EQ(listIn(ini), "N8765413");
     EXPECT_FALSE(modRecent::Clear(ini));
