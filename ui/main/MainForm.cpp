@@ -7,6 +7,7 @@
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/main/SensorPanel.h"
+#include "ui/main/ToolBar.h"
 #include "ui/recorder/FilePanel.h"
 #include "ui/widgets/KeptRoom.h"
 #include "ui/widgets/Localise.h"
@@ -20,9 +21,11 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
+#include <QToolButton>
 
 #include <array>
 #include <initializer_list>
+#include <tuple>
 
 namespace {
 
@@ -34,16 +37,17 @@ QMenu* subMenu(QMenu* created, const char* name)
     return created;
 }
 
-QAction* item(QWidget* menu, const char* name)
+QAction* item(QWidget* menu, const char* name, const QKeySequence& key = {})
 {
     auto* action = Named<QAction>(name, menu);
+    action->setShortcut(key);
     menu->addAction(action);
     return action;
 }
 
-QAction* checkedItem(QWidget* menu, const char* name)
+QAction* checkedItem(QWidget* menu, const char* name, const QKeySequence& key = {})
 {
-    QAction* action = item(menu, name);
+    QAction* action = item(menu, name, key);
     action->setCheckable(true);
     return action;
 }
@@ -59,6 +63,12 @@ void MainForm::BuildForm(QMainWindow& window)
 {
     auto* centre = new QWidget(&window);
     auto* left = Named<ScrollColumn>("scrLeft", centre);
+    scrLeft = left;
+    cmdPanel = Named<QToolButton>("cmdPanel", centre);
+    cmdPanel->setAutoRaise(true);
+    cmdPanel->setArrowType(Qt::LeftArrow);
+    cmdPanel->setIconSize(QSize(1, 1) * (window.fontMetrics().height() / 3)); // narrow: it fills a gap
+    cmdPanel->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
     auto* column = new QWidget;
     fraMeasurement = new MeasurementPanel(column);
     fraRVQ = new SensorPanel(column);
@@ -70,12 +80,17 @@ void MainForm::BuildForm(QMainWindow& window)
     frames->setSpacing(window.fontMetrics().height() / 5); // a badge of two lines fits a window 600 high
     for (QWidget* frame : std::initializer_list<QWidget*>{fraMeasurement, fraRVQ, fraComport, fraLine}) {
         frames->addWidget(frame);
+        QMargins tight = frame->layout()->contentsMargins(); // the tool bar has taken their room in a low window
+        tight.setTop(window.fontMetrics().height() / 3);
+        tight.setBottom(window.fontMetrics().height() / 3);
+        frame->layout()->setContentsMargins(tight);
     }
     frames->addStretch(1);
     left->setWidget(column);
     auto* sides = new QHBoxLayout(centre);
-    sides->setSpacing(window.fontMetrics().height());
+    sides->setSpacing(0);
     sides->addWidget(left);
+    sides->addWidget(cmdPanel);
     picOverview = Named<Overview>("picOverview", centre);
     fraStatistics = Named<StatisticsPanel>("fraStatistics", centre);
     auto* right = new QVBoxLayout;
@@ -87,6 +102,7 @@ void MainForm::BuildForm(QMainWindow& window)
     window.setCentralWidget(centre);
     buildMenus(window);
     buildStatusBar(window);
+    buildToolBar(window);
 }
 
 void MainForm::buildMenus(QMainWindow& window)
@@ -95,11 +111,17 @@ void MainForm::buildMenus(QMainWindow& window)
     mnuFile = subMenu(menus->addMenu(QString()), "mnuFile");
     mnuFileExport = item(mnuFile, "mnuFileExport");
     mnuFileExportChart = item(mnuFile, "mnuFileExportChart");
+    mnuFileExportVisible = item(mnuFile, "mnuFileExportVisible", Qt::CTRL | Qt::Key_E);
+    mnuFileCopyChart = item(mnuFile, "mnuFileCopyChart", QKeySequence::Copy);
+    bar(mnuFile, "mnuFileBarRecent");
+    mnuFileRecent = subMenu(mnuFile->addMenu(QString()), "mnuFileRecent");
+    mnuFileRecent->setToolTipsVisible(true); // the folder of each
+    mnuFileRecentClear = item(mnuFileRecent, "mnuFileRecentClear");
     bar(mnuFile, "mnuFileBar");
     mnuFileExit = item(mnuFile, "mnuFileExit");
     mnuFileExit->setShortcut(QKeySequence::Quit);
     mnuConfiguration = subMenu(menus->addMenu(QString()), "mnuConfiguration");
-    mnuConfigurationRVQ = item(mnuConfiguration, "mnuConfigurationRVQ");
+    mnuConfigurationRVQ = item(mnuConfiguration, "mnuConfigurationRVQ", Qt::CTRL | Qt::Key_Comma);
     mnuConfigurationDefault = subMenu(mnuConfiguration->addMenu(QString()), "mnuConfigurationDefault");
     mnuConfigurationDefaultSerial = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultSerial");
     mnuConfigurationDefaultProfibus = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultProfibus");
@@ -107,6 +129,7 @@ void MainForm::buildMenus(QMainWindow& window)
     oneOfTwo->addAction(mnuConfigurationDefaultSerial);
     oneOfTwo->addAction(mnuConfigurationDefaultProfibus);
     mnuRecorder = item(menus, "mnuRecorder");
+    buildViewMenu(window);
     mnuOptions = subMenu(menus->addMenu(QString()), "mnuOptions");
     mnuOptionLanguage = subMenu(mnuOptions->addMenu(QString()), "mnuOptionLanguage");
     mnuOptionLanguageDEEN = item(mnuOptionLanguage, "mnuOptionLanguageDEEN");
@@ -118,6 +141,54 @@ void MainForm::buildMenus(QMainWindow& window)
     bar(mnuHelp, "mnuHelpBar");
     mnuHelpAbout = item(mnuHelp, "mnuHelpAbout");
     mnuHelpAbout->setMenuRole(QAction::AboutRole);
+}
+
+void MainForm::buildViewMenu(QMainWindow& window)
+{
+    mnuView = subMenu(window.menuBar()->addMenu(QString()), "mnuView");
+    mnuViewFreeze = checkedItem(mnuView, "mnuViewFreeze", Qt::Key_P);
+    mnuViewFit = item(mnuView, "mnuViewFit", Qt::Key_Home);
+    mnuViewBack = item(mnuView, "mnuViewBack", Qt::ALT | Qt::Key_Left);
+    mnuViewForward = item(mnuView, "mnuViewForward", Qt::ALT | Qt::Key_Right);
+    bar(mnuView, "mnuViewBarSpans");
+    for (std::size_t i = 0; i < kViewSpans.size(); ++i) {
+        const auto digit = static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(i));
+        mnuViewSpan[i] = checkedItem(mnuView, kViewSpans[i].name, Qt::CTRL | digit);
+    }
+    bar(mnuView, "mnuViewBarCursors");
+    mnuViewCursorA = checkedItem(mnuView, "mnuViewCursorA", Qt::Key_A);
+    mnuViewCursorB = checkedItem(mnuView, "mnuViewCursorB", Qt::Key_B);
+    mnuViewMark = item(mnuView, "mnuViewMark", Qt::Key_M);
+    bar(mnuView, "mnuViewBarWindow");
+    mnuViewLargeDisplay = item(mnuView, "mnuViewLargeDisplay", Qt::Key_F11);
+    mnuViewPanel = checkedItem(mnuView, "mnuViewPanel", Qt::Key_F12);
+    mnuViewPanel->setChecked(true);
+}
+
+void MainForm::buildToolBar(QMainWindow& window)
+{
+    tlbMain = Named<ToolBar>("tlbMain", &window);
+    tlbRecord = Named<QAction>("tlbRecord", tlbMain);
+    tlbRecord->setShortcut(Qt::CTRL | Qt::Key_R);
+    tlbRecord->setCheckable(true);
+    tlbMain->Add(fraMeasurement->StartAction(), Symbol::Start, true);
+    tlbMain->Add(fraMeasurement->SingleAction(), Symbol::Single, true);
+    tlbMain->Add(*tlbRecord, Symbol::Record, true);
+    tlbMain->addSeparator();
+    tlbMain->Add(*mnuViewFreeze, Symbol::Freeze, true);
+    tlbMain->Add(*mnuViewFit, Symbol::Fit, true);
+    tlbMain->Add(*mnuViewCursorA, Symbol::CursorA);
+    tlbMain->Add(*mnuViewCursorB, Symbol::CursorB);
+    tlbMain->addSeparator();
+    for (QAction* span : mnuViewSpan) {
+        tlbMain->Add(*span, std::nullopt, true);
+    }
+    tlbMain->addSeparator();
+    tlbMain->Add(*mnuViewLargeDisplay, Symbol::LargeDisplay);
+    tlbMain->Add(*mnuConfigurationRVQ, Symbol::Settings);
+    tlbMain->Add(*mnuFileExportVisible, Symbol::Export);
+    window.addToolBar(tlbMain);
+    window.setContextMenuPolicy(Qt::NoContextMenu); // Qt's own menu would hide the tool bar
 }
 
 void MainForm::buildStatusBar(QMainWindow& window)
@@ -147,6 +218,10 @@ void MainForm::LocalisePanels(std::int32_t language) const
     mnuFile->setTitle(text(TextId::MenuFile));
     mnuFileExport->setText(text(TextId::MenuExportRecording));
     mnuFileExportChart->setText(text(TextId::MenuExportChart));
+    mnuFileExportVisible->setText(text(TextId::MenuExportVisible));
+    mnuFileCopyChart->setText(text(TextId::MenuCopyChart));
+    mnuFileRecent->setTitle(text(TextId::MenuRecent));
+    mnuFileRecentClear->setText(text(TextId::MenuRecentClear));
     mnuFileExit->setText(text(TextId::MenuFileExit));
     mnuConfiguration->setTitle(text(TextId::MenuConfiguration));
     mnuConfigurationRVQ->setText(text(TextId::MenuConfigurationSettings));
@@ -170,4 +245,52 @@ void MainForm::LocalisePanels(std::int32_t language) const
     picOverview->Localise(language);
     fraStatistics->Localise(language);
     pnlFile->Localise();
+    localiseView(language);
+}
+
+/// The View menu, and the words and tool tips of the tool bar.
+void MainForm::localiseView(std::int32_t language) const
+{
+    struct Row {
+        QAction* action;
+        TextId inMenu, onBar, toolTip;
+    };
+    const auto text = [language](TextId id) { return Text(id, language); };
+    mnuView->setTitle(text(TextId::MenuView));
+    for (const Row& row : {
+             Row{tlbRecord, TextId::BarRecord, TextId::BarRecord, TextId::ToolTipBarRecord},
+             Row{mnuViewFreeze, TextId::MenuViewFreeze, TextId::BarFreeze, TextId::ToolTipFreeze},
+             Row{mnuViewFit, TextId::MenuViewFit, TextId::BarFit, TextId::ToolTipFit},
+             Row{mnuViewBack, TextId::MenuViewBack, TextId::None, TextId::ToolTipViewBack},
+             Row{mnuViewForward, TextId::MenuViewForward, TextId::None, TextId::ToolTipViewForward},
+             Row{mnuViewMark, TextId::MenuViewMark, TextId::None, TextId::ToolTipMark},
+             Row{mnuViewLargeDisplay, TextId::MenuViewLargeDisplay, TextId::BarLargeDisplay,
+                 TextId::ToolTipBarLargeDisplay},
+             Row{mnuViewPanel, TextId::MenuViewPanel, TextId::None, TextId::ToolTipPanel},
+             Row{mnuConfigurationRVQ, TextId::MenuConfigurationSettings, TextId::BarSettings,
+                 TextId::ToolTipBarSettings},
+             Row{mnuFileExportVisible, TextId::MenuExportVisible, TextId::BarExport, TextId::ToolTipExportVisible},
+             Row{mnuFileCopyChart, TextId::MenuCopyChart, TextId::None, TextId::ToolTipCopyChart},
+         }) {
+        row.action->setText(text(row.inMenu));
+        row.action->setIconText(text(row.onBar));
+        row.action->setToolTip(text(row.toolTip));
+    }
+    for (std::size_t i = 0; i < kViewSpans.size(); ++i) {
+        const QString span = text(kViewSpans[i].words);
+        mnuViewSpan[i]->setText(text(TextId::MenuViewSpan).arg(span));
+        mnuViewSpan[i]->setIconText(span);
+        mnuViewSpan[i]->setToolTip(text(TextId::ToolTipSpan).arg(span).arg(i + 1));
+    }
+    for (const auto& [cursor, name, words] : {std::tuple(mnuViewCursorA, u'A', TextId::MenuViewCursorA),
+                                              std::tuple(mnuViewCursorB, u'B', TextId::MenuViewCursorB)}) {
+        cursor->setText(text(words));
+        cursor->setIconText(QString(name));
+        cursor->setToolTip(text(TextId::ToolTipCursor).arg(name));
+    }
+    cmdPanel->setAccessibleName(text(TextId::MenuViewPanel).remove(u'&'));
+    cmdPanel->setToolTip(text(TextId::ToolTipPanel));
+    tlbMain->setAccessibleName(text(TextId::TitleToolBar));
+    tlbMain->setWindowTitle(text(TextId::TitleToolBar));
+    tlbMain->Measure();
 }

@@ -15,6 +15,7 @@
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
 
+#include <QAction>
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QGridLayout>
@@ -22,12 +23,16 @@
 #include <QPushButton>
 
 #include <algorithm>
+#include <cmath>
 #include <initializer_list>
 #include <utility>
 
 namespace {
 
 constexpr double kValueFontScale = 2.2;
+constexpr QSize kUsualWindow(66, 43); // in line heights; the number has its usual size up to there
+constexpr double kMostGrowth = 2.5;   // of the number, else the column would take too much from the chart
+constexpr double kGrowthSteps = 8.0;  // as much as the letters between two sizes
 constexpr char kValueTemplate[] = "-000.00000000 mm"; // roughly the longest text
 
 struct Lamp {
@@ -101,8 +106,8 @@ void MeasurementPanel::build()
     lblLamp = Named<QLabel>("lblLamp", this);
     lblMeasCaption = Named<QLabel>("lblMeasCaption", this);
     lblMeasAge = Named<LineLabel>("lblMeasAge", this, Qt::ElideRight);
-    auto* roomOfValue = new KeptRoom(this);
-    lblMeasValue = Named<ValueLabel>("lblMeasValue", roomOfValue);
+    m_roomOfValue = new KeptRoom(this);
+    lblMeasValue = Named<ValueLabel>("lblMeasValue", m_roomOfValue);
     lblShutDown = Named<QLabel>("lblShutDown", this);
     lblBadge = Named<Badge>("lblBadge", this);
     // Deliberate: never visible. It has the age in one place for whoever looks for it by this name.
@@ -114,16 +119,16 @@ void MeasurementPanel::build()
     cmdStart = Named<QPushButton>("cmdStart", QStringLiteral("Start"), this);
     cmdSingleValue = Named<QPushButton>("cmdSingleValue", QStringLiteral("Single"), this);
     chkTempMeasurement = Named<QCheckBox>("chkTempMeasurement", this);
+    buildActions();
     style();
-    roomOfValue->Hold(*lblMeasValue);
-    // As wide as the longest text, so that nothing moves, not even with the first value.
-    roomOfValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
+    m_roomOfValue->Hold(*lblMeasValue);
+    FitNumber({});
 
     auto* grid = new QGridLayout(this);
     grid->addWidget(shpLamp, 0, 0);
     grid->addWidget(lblLamp, 0, 1);
     grid->addLayout(sideBySide({lblMeasCaption, lblMeasAge}), 1, 0, 1, 2);
-    grid->addWidget(roomOfValue, 2, 0, 1, 2);
+    grid->addWidget(m_roomOfValue, 2, 0, 1, 2);
     grid->addLayout(sideBySide({lblTempCaption, lblTempAge, lblTemperature}), 3, 0, 1, 2);
     auto* notes = sideBySide({lblShutDown, lblBadge});
     grid->addLayout(notes, 4, 0, 1, 2);
@@ -138,10 +143,6 @@ void MeasurementPanel::build()
 
 void MeasurementPanel::style()
 {
-    QFont large = lblMeasValue->font();
-    large.setPointSizeF(large.pointSizeF() * kValueFontScale);
-    large.setBold(true);
-    lblMeasValue->setFont(large);
     for (LineLabel* right : std::initializer_list<LineLabel*>{lblMeasValue, lblMeasAge, lblTemperature, lblTempAge}) {
         right->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     }
@@ -149,6 +150,51 @@ void MeasurementPanel::style()
     bold.setBold(true);
     lblShutDown->setFont(bold);
     lblShutDown->hide();
+}
+
+void MeasurementPanel::buildActions()
+{
+    tlbStart = Named<QAction>("tlbStart", QStringLiteral("Start"), this);
+    tlbSingle = Named<QAction>("tlbSingle", QStringLiteral("Single"), this);
+    for (const auto& [action, button] : {std::pair(tlbStart, cmdStart), std::pair(tlbSingle, cmdSingleValue)}) {
+        action->setEnabled(false);
+        connect(action, &QAction::triggered, button, &QPushButton::click);
+    }
+}
+
+void MeasurementPanel::KeysToActions(bool folded)
+{
+    m_folded = folded;
+    giveKeys();
+}
+
+/// A key that both had would be ambiguous, and a hidden button takes none.
+void MeasurementPanel::giveKeys()
+{
+    const auto give = [this](QPushButton& button, QAction& action, Qt::Key key) {
+        button.setShortcut(m_folded ? QKeySequence() : QKeySequence(key));
+        action.setShortcut(m_folded ? QKeySequence(key) : QKeySequence());
+    };
+    give(*cmdStart, *tlbStart, Qt::Key_F5);
+    give(*cmdSingleValue, *tlbSingle, Qt::Key_F6);
+}
+
+/// The number has its usual size in a window of the usual size. It grows in steps: each lays out the column anew.
+void MeasurementPanel::FitNumber(const QSize& windowSize)
+{
+    const QSizeF usual = QSizeF(kUsualWindow) * fontMetrics().height();
+    const double room = std::min(windowSize.width() / usual.width(), windowSize.height() / usual.height());
+    const double growth = std::floor(std::clamp(room, 1.0, kMostGrowth) * kGrowthSteps) / kGrowthSteps;
+    if (growth == m_growth) {
+        return;
+    }
+    m_growth = growth;
+    QFont large = font();
+    large.setPointSizeF(large.pointSizeF() * kValueFontScale * growth);
+    large.setBold(true);
+    m_roomOfValue->setFont(large);
+    // As wide as the longest text, so that nothing moves, not even with the first value.
+    m_roomOfValue->setMinimumWidth(lblMeasValue->fontMetrics().horizontalAdvance(QLatin1String(kValueTemplate)));
 }
 
 void MeasurementPanel::setTextIds()
@@ -166,8 +212,9 @@ void MeasurementPanel::setTextIds()
 
 void MeasurementPanel::Localise()
 {
-    cmdStart->setShortcut(Qt::Key_F5);
-    cmdSingleValue->setShortcut(Qt::Key_F6);
+    giveKeys();
+    tlbStart->setToolTip(Text(TextId::ToolTipStart, m_settings->Language));
+    tlbSingle->setToolTip(Text(TextId::ToolTipSingleValue, m_settings->Language));
     chkTempMeasurement->setShortcut(Qt::Key_F7);
     shpLamp->setAccessibleName(Text(TextId::AccessibleLamp, m_settings->Language));
     lblMeasValue->setAccessibleName(Text(TextId::CaptionMeasValue, m_settings->Language));
@@ -179,6 +226,7 @@ void MeasurementPanel::ShowLargeDisplay()
     if (m_textWindow == nullptr) {
         m_textWindow = new frmTextWindow(*window(), *m_settings);
         m_textWindow->ShowValue(lblMeasValue->text());
+        m_textWindow->ShowState(stateInWords());
         m_textWindow->ShowNote(noteOnLargeDisplay(lblMeasAge->text()), lblMeasValue->IsStale());
     }
     m_textWindow->show();
@@ -228,6 +276,8 @@ void MeasurementPanel::ShowRule(const ControlRule& rule)
         m_shownRule = rule;
         cmdStart->setEnabled(rule.Start);
         cmdSingleValue->setEnabled(rule.Single);
+        tlbStart->setEnabled(rule.Start);
+        tlbSingle->setEnabled(rule.Single);
     }
 }
 
@@ -255,7 +305,10 @@ void MeasurementPanel::ShowRunning(bool running)
     if (running != m_running) {
         m_running = running;
         cmdStart->setText(running ? QStringLiteral("Stop") : QStringLiteral("Start"));
-        cmdStart->setShortcut(Qt::Key_F5); // setting the text removes the shortcut
+        giveKeys(); // setting the text removes the shortcut
+        const QString toolTip = tlbStart->toolTip();
+        tlbStart->setText(cmdStart->text());
+        tlbStart->setToolTip(toolTip);
     }
 }
 
@@ -298,6 +351,7 @@ void MeasurementPanel::ShowAges()
     showAge(*lblTemperature, *lblTempAge, ofTemperature, m_temperatureOrigin);
     ShowText(*lblAge, ofDistance.isEmpty() ? ofTemperature : ofDistance);
     if (m_textWindow != nullptr) {
+        m_textWindow->ShowState(stateInWords());
         m_textWindow->ShowNote(noteOnLargeDisplay(ofDistance), lblMeasValue->IsStale());
     }
 }
@@ -325,6 +379,12 @@ void MeasurementPanel::showBadge()
         m_saidLanguage = m_settings->Language;
         lblBadge->ShowBadge(BadgeText(said, m_saidLanguage), lblMeasValue->parentWidget()->minimumWidth());
     }
+}
+
+/// Why the large display has no value.
+QString MeasurementPanel::stateInWords() const
+{
+    return lblShutDown->isHidden() ? lblLamp->text() : lblShutDown->text();
 }
 
 QString MeasurementPanel::noteOnLargeDisplay(const QString& age) const

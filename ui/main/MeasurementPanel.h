@@ -14,7 +14,9 @@
 
 class Badge;
 class LampShape;
+class KeptRoom;
 class LineLabel;
+class QAction;
 class QCheckBox;
 class QLabel;
 class QPushButton;
@@ -41,6 +43,14 @@ public:
     void ShowAges();
     /// Opens the large display.
     void ShowLargeDisplay();
+    /// What the buttons for start and stop and for a single value do, with their state, for other places.
+    QAction& StartAction() const { return *tlbStart; }
+    QAction& SingleAction() const { return *tlbSingle; }
+    bool IsRunning() const { return m_running; }
+    /// Has the actions take the buttons' keys, which do nothing while the frame is folded away.
+    void KeysToActions(bool folded);
+    /// Makes the number as large as the window allows: it grows with the window.
+    void FitNumber(const QSize& windowSize);
     /// Puts the focus on the start button.
     void FocusStart();
 
@@ -61,6 +71,9 @@ private:
     void showAge(LineLabel& value, LineLabel& line, const QString& age, const ValueOrigin& origin);
     void showBadge();
     QString noteOnLargeDisplay(const QString& age) const;
+    QString stateInWords() const;
+    void buildActions();
+    void giveKeys();
 
     clsSession* m_session = nullptr;
     const modGlobals::Settings* m_settings = nullptr;
@@ -72,9 +85,14 @@ private:
     std::int32_t m_shownDialogue = -1;
     std::optional<ControlRule> m_shownRule;
     QPointer<frmTextWindow> m_textWindow;
+    double m_growth = 0.0; ///< of the number
+    bool m_folded = false;
 
+    QAction* tlbStart = nullptr;
+    QAction* tlbSingle = nullptr;
     QLabel* lblMeasCaption = nullptr;
     LineLabel* lblMeasAge = nullptr;
+    KeptRoom* m_roomOfValue = nullptr;
     ValueLabel* lblMeasValue = nullptr;
     QLabel* lblTempCaption = nullptr;
     LineLabel* lblTemperature = nullptr;

@@ -56,6 +56,7 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
     followSession();
     localise();
     connectMenus();
+    connectView();
     connect(fraFirstSteps, &FirstSteps::tried, this, [this] { Guarded([this] { fraFirstSteps_Tried(); }); });
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
     if (!m_settings.UnreadFile.empty()) {
@@ -237,6 +238,7 @@ void frmMain::Ticked()
         m_settingsWindow->FollowDevice();
     }
     nameWindow();
+    followRecorder();
 }
 
 /// Two programs side by side are told apart by port and serial number.

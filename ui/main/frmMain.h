@@ -8,8 +8,10 @@
 #include "ui/console/frmConsole.h"
 #include "ui/main/MainForm.h"
 
+#include <QList>
 #include <QMainWindow>
 #include <QPointer>
+#include <QUrl>
 
 #include <cstdint>
 #include <functional>
@@ -60,6 +62,11 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void Echo(std::string_view received) override;
@@ -67,6 +74,7 @@ private:
     void ShowDialogue(std::int32_t commStatus) override { m_commStatus = commStatus; }
     void ShowRule(const ControlRule& rule) override;
     void Ticked() override;
+    void PlaybackBegins() override { followRecorder(); }
 
     void followSession();
     void connectMenus();
@@ -86,6 +94,19 @@ private:
     QString unkeptWarning() const;
     QString unkeptText(const std::error_code& why) const;
     void finishWriting();
+
+    // The view: menu, tool bar, left column, files dropped on the window (frmMainView.cpp).
+    void connectView();
+    void followView();
+    void followRecorder();
+    void fold(bool folded);
+    void openDropped(const QList<QUrl>& files);
+    void tlbRecord_Click();
+    void mnuFileExportVisible_Click();
+    void mnuFileCopyChart_Click();
+    void play(const QStringList& files);
+    void fillRecent();
+    void mnuFileRecentClear_Click();
 
     // What the menus do (frmMainMenus.cpp).
     void chooseDefaultDevice(std::string_view type);

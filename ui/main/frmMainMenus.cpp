@@ -18,13 +18,10 @@
 
 #include <QAction>
 #include <QMenu>
-#include <QShortcut>
 #include <QWhatsThis>
 
 void frmMain::connectMenus()
 {
-    connect(new QShortcut(QKeySequence(Qt::Key_F11), this), &QShortcut::activated, this,
-            [this] { Guarded([this] { fraMeasurement->ShowLargeDisplay(); }); });
     connectAction(mnuFileExport, &frmMain::mnuFileExport_Click);
     connectAction(mnuFileExportChart, &frmMain::mnuFileExportChart_Click);
     connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);

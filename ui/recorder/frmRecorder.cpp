@@ -83,6 +83,23 @@ QIcon symbolOf(Symbol symbol, const QWidget& button, int size)
 
 } // namespace
 
+std::error_code BeginRecording(clsSession& session, const QString& name)
+{
+    try {
+        session.StartRecording(QFile::encodeName(name).toStdString());
+    } catch (const std::overflow_error&) {
+        return std::make_error_code(std::errc::value_too_large); // all names are taken
+    } catch (const std::system_error& failure) {
+        return failure.code();
+    }
+    return {};
+}
+
+QString NotStartedText(const std::error_code& why, std::int32_t language)
+{
+    return Text(TextId::RecorderNotStarted, language).arg(FileErrorText(why, language));
+}
+
 frmRecorder::frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSession& session)
     : QDialog(&owner), m_settings(settings), m_session(session), m_recorder(session.Recorder()),
       lblMark(new QLabel(this)), lblState(new QLabel(this)), lblFile(new LineLabel(this, Qt::ElideMiddle)),
@@ -245,7 +262,7 @@ QString frmRecorder::stateText() const
 QString frmRecorder::newsText() const
 {
     if (m_startFailure) {
-        return text(TextId::RecorderNotStarted).arg(FileErrorText(m_startFailure, m_settings.Language));
+        return NotStartedText(m_startFailure, m_settings.Language);
     }
     if (m_recorder.LastMode() == RecorderRecording) {
         return recordedText();
@@ -267,17 +284,15 @@ QString frmRecorder::recordedText() const
     return m_recorder.WaitsForTemperature() ? text(TextId::RecorderNoTemperature) : text(TextId::RecorderNoValue);
 }
 
+void frmRecorder::StartOrStop()
+{
+    (m_recorder.Mode == RecorderRecording ? cmdStop : cmdRec)->click();
+}
+
 void frmRecorder::cmdRec_Click()
 {
     ShowMessage({});
-    m_startFailure.clear();
-    try {
-        m_session.StartRecording(QFile::encodeName(pnlPlan->Name()).toStdString());
-    } catch (const std::overflow_error&) {
-        m_startFailure = std::make_error_code(std::errc::value_too_large); // all names are taken
-    } catch (const std::system_error& failure) {
-        m_startFailure = failure.code();
-    }
+    m_startFailure = BeginRecording(m_session, pnlPlan->Name());
     if (m_startFailure) {
         NoteFault(newsText().toUtf8().constData());
         ShowState();

@@ -26,6 +26,11 @@ namespace modGlobals {
 struct Settings;
 }
 
+/// Begins a recording as the settings plan it, with a name or without; returns why it could not begin.
+std::error_code BeginRecording(clsSession& session, const QString& name);
+/// That reason in a sentence.
+QString NotStartedText(const std::error_code& why, std::int32_t language);
+
 class frmRecorder : public QDialog, public SessionListener {
     Q_OBJECT
 
@@ -34,6 +39,8 @@ public:
     frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSession& session);
     ~frmRecorder() override;
 
+    /// What the buttons for recording and stopping do.
+    void StartOrStop();
     /// Shows what the recorder does now.
     void ShowState();
     /// Called with a message for the status bar that stays long enough to be read; an empty one clears it.

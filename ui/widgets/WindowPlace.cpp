@@ -17,6 +17,18 @@ constexpr std::size_t kLongest = 1024;
 
 } // namespace
 
+bool KeptChoice(const std::string& name, bool fallback, const std::string& iniFile)
+{
+    return iniFile.empty() ? fallback : modIni::GetPrivateProfileIntA(kSection, name, fallback ? 1 : 0, iniFile) != 0;
+}
+
+void KeepChoice(const std::string& name, bool chosen, const std::string& iniFile)
+{
+    if (!iniFile.empty()) {
+        modIni::WritePrivateProfileStringA(kSection, name, chosen ? "1" : "0", iniFile);
+    }
+}
+
 WindowPlace::WindowPlace(QWidget& window, std::string iniFile)
     : QObject(&window), m_window(window), m_iniFile(std::move(iniFile))
 {

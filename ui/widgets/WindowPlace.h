@@ -7,6 +7,10 @@
 
 class QWidget;
 
+/// What the operator has chosen for a window, kept in the same section; `fallback` when nothing is kept.
+bool KeptChoice(const std::string& name, bool fallback, const std::string& iniFile);
+void KeepChoice(const std::string& name, bool chosen, const std::string& iniFile);
+
 class WindowPlace : public QObject {
     Q_OBJECT
 

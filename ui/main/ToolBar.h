@@ -1,0 +1,45 @@
+// The tool bar of the main window. It shows the actions of the menus and of the measurement; words stand beside the
+// pictures where the window is wide enough for them.
+#pragma once
+
+#include "ui/main/Icons.h"
+
+#include <QToolBar>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+class ToolBar : public QToolBar {
+    Q_OBJECT
+
+public:
+    explicit ToolBar(QWidget* parent);
+
+    /// Adds an action, with the picture if it has one. Those that are `important` get their words first.
+    void Add(QAction& action, std::optional<Symbol> symbol, bool important = false);
+    /// Another picture for an action.
+    void Show(QAction& action, Symbol symbol);
+    /// Call it when the words have changed.
+    void Measure();
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    enum Words : std::uint8_t { None, Important, All };
+
+    void setWords(Words words);
+    void fit();
+    void drawIcons();
+
+    struct Button {
+        QAction* action;
+        std::optional<Symbol> symbol;
+        bool important;
+    };
+    std::vector<Button> m_buttons;
+    int m_importantWidth = 0, m_allWidth = 0; ///< what the bar needs with these words
+    std::optional<Words> m_words;
+};
