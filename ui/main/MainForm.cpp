@@ -171,22 +171,22 @@ void MainForm::buildToolBar(QMainWindow& window)
     tlbRecord = Named<QAction>("tlbRecord", tlbMain);
     tlbRecord->setShortcut(Qt::CTRL | Qt::Key_R);
     tlbRecord->setCheckable(true);
-    tlbMain->Add(fraMeasurement->StartAction(), Symbol::Start, true);
-    tlbMain->Add(fraMeasurement->SingleAction(), Symbol::Single, true);
-    tlbMain->Add(*tlbRecord, Symbol::Record, true);
+    tlbMain->Add(fraMeasurement->StartAction(), Symbol::Start, ToolBar::Important);
+    tlbMain->Add(fraMeasurement->SingleAction(), Symbol::Single, ToolBar::Important);
+    tlbMain->Add(*tlbRecord, Symbol::Record, ToolBar::Important);
     tlbMain->addSeparator();
-    tlbMain->Add(*mnuViewFreeze, Symbol::Freeze, true);
-    tlbMain->Add(*mnuViewFit, Symbol::Fit, true);
-    tlbMain->Add(*mnuViewCursorA, Symbol::CursorA);
-    tlbMain->Add(*mnuViewCursorB, Symbol::CursorB);
+    tlbMain->Add(*mnuViewFreeze, Symbol::Freeze, ToolBar::Important);
+    tlbMain->Add(*mnuViewFit, Symbol::Fit, ToolBar::Important);
+    tlbMain->Add(*mnuViewCursorA, Symbol::CursorA, ToolBar::None);
+    tlbMain->Add(*mnuViewCursorB, Symbol::CursorB, ToolBar::None);
     tlbMain->addSeparator();
     for (QAction* span : mnuViewSpan) {
-        tlbMain->Add(*span, std::nullopt, true);
+        tlbMain->Add(*span, std::nullopt, ToolBar::Important);
     }
     tlbMain->addSeparator();
-    tlbMain->Add(*mnuViewLargeDisplay, Symbol::LargeDisplay);
-    tlbMain->Add(*mnuConfigurationRVQ, Symbol::Settings);
-    tlbMain->Add(*mnuFileExportVisible, Symbol::Export);
+    tlbMain->Add(*mnuViewLargeDisplay, Symbol::LargeDisplay, ToolBar::All);
+    tlbMain->Add(*mnuConfigurationRVQ, Symbol::Settings, ToolBar::All);
+    tlbMain->Add(*mnuFileExportVisible, Symbol::Export, ToolBar::All);
     window.addToolBar(tlbMain);
     window.setContextMenuPolicy(Qt::NoContextMenu); // Qt's own menu would hide the tool bar
 }
@@ -263,7 +263,7 @@ void MainForm::localiseView(std::int32_t language) const
              Row{mnuViewFit, TextId::MenuViewFit, TextId::BarFit, TextId::ToolTipFit},
              Row{mnuViewBack, TextId::MenuViewBack, TextId::None, TextId::ToolTipViewBack},
              Row{mnuViewForward, TextId::MenuViewForward, TextId::None, TextId::ToolTipViewForward},
-             Row{mnuViewMark, TextId::MenuViewMark, TextId::None, TextId::ToolTipMark},
+             Row{mnuViewMark, TextId::MenuViewMark, TextId::None, TextId::ToolTipViewMark},
              Row{mnuViewLargeDisplay, TextId::MenuViewLargeDisplay, TextId::BarLargeDisplay,
                  TextId::ToolTipBarLargeDisplay},
              Row{mnuViewPanel, TextId::MenuViewPanel, TextId::None, TextId::ToolTipPanel},

@@ -16,11 +16,11 @@ ToolBar::ToolBar(QWidget* parent) : QToolBar(parent)
     setIconSize(QSize(size, size));
 }
 
-void ToolBar::Add(QAction& action, std::optional<Symbol> symbol, bool important)
+void ToolBar::Add(QAction& action, std::optional<Symbol> symbol, Words words)
 {
     action.setIconVisibleInMenu(false);
     addAction(&action);
-    m_buttons.push_back({&action, symbol, important});
+    m_buttons.push_back({&action, symbol, words});
     if (symbol) {
         action.setIcon(IconOf(*symbol));
     }
@@ -44,7 +44,7 @@ void ToolBar::setWords(Words words)
     }
     m_words = words;
     for (const Button& button : m_buttons) {
-        const bool speaks = words == All || button.important;
+        const bool speaks = button.words != None && button.words <= words;
         button.action->setPriority(speaks ? QAction::NormalPriority : QAction::LowPriority);
     }
     setToolButtonStyle(words == None ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);

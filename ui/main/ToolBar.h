@@ -16,8 +16,12 @@ class ToolBar : public QToolBar {
 public:
     explicit ToolBar(QWidget* parent);
 
-    /// Adds an action, with the picture if it has one. Those that are `important` get their words first.
-    void Add(QAction& action, std::optional<Symbol> symbol, bool important = false);
+    /// How many of the buttons show their words beside the picture.
+    enum Words : std::uint8_t { None, Important, All };
+
+    /// Adds an action, with the picture if it has one, and says from when on it shows its words; with `None` it never
+    /// does.
+    void Add(QAction& action, std::optional<Symbol> symbol, Words words);
     /// Another picture for an action.
     void Show(QAction& action, Symbol symbol);
     /// Call it when the words have changed.
@@ -28,8 +32,6 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    enum Words : std::uint8_t { None, Important, All };
-
     void setWords(Words words);
     void fit();
     void drawIcons();
@@ -37,7 +39,7 @@ private:
     struct Button {
         QAction* action;
         std::optional<Symbol> symbol;
-        bool important;
+        Words words;
     };
     std::vector<Button> m_buttons;
     int m_importantWidth = 0, m_allWidth = 0; ///< what the bar needs with these words

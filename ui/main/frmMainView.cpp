@@ -5,6 +5,7 @@
 #include "store/modRecent.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/StatisticsPanel.h"
+#include "ui/chart/frmMark.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/main/ToolBar.h"
@@ -89,6 +90,7 @@ void frmMain::connectView()
     for (std::size_t i = 0; i < kViewSpans.size(); ++i) {
         act(mnuViewSpan[i], [this, i](bool) { picGraph->Span(kViewSpans[i].span_ms); });
     }
+    act(mnuViewMark, [this](bool) { showNews(AskForMark(*this, m_session, *picGraph, m_settings.Language)); });
     act(mnuViewLargeDisplay, [this](bool) { fraMeasurement->ShowLargeDisplay(); });
     act(mnuViewPanel, [this](bool shown) { fold(!shown); });
     connectAction(tlbRecord, &frmMain::tlbRecord_Click);

@@ -45,7 +45,6 @@ frmTextWindow::frmTextWindow(QWidget& owner, const modGlobals::Settings& setting
     SetTextIds(this, TextId::TitleLargeDisplay);
     lblValue->setObjectName(QStringLiteral("lblValue"));
     lblState->setObjectName(QStringLiteral("lblState"));
-    lblState->setAlignment(Qt::AlignCenter);
     lblValueAge->setObjectName(QStringLiteral("lblValueAge"));
     lblTest->setObjectName(QStringLiteral("lblTest"));
     lblTest->hide();
@@ -155,7 +154,7 @@ void frmTextWindow::fitState()
         letters.setPixelSize(std::max(letters.pixelSize() * room / wanted, QFontInfo(font()).pixelSize()));
     }
     lblState->setFont(letters);
-    lblState->setGeometry(0, 0, width(), heightOfValue());
+    lblState->setGeometry(pixels(kLeft_twips), 0, width() - pixels(kLeft_twips), heightOfValue());
 }
 
 void frmTextWindow::ShowNote(const QString& note, bool stale)
