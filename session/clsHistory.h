@@ -2,6 +2,7 @@
 // takes anything away. Only when the memory for it is full do the oldest samples go.
 #pragma once
 
+#include "plot/PlaceRange.h"
 #include "plot/ValueSummary.h"
 #include "plot/clsCurveColumns.h"
 #include "plot/clsTimeLine.h"
@@ -30,13 +31,6 @@ struct HistoryEntry {
     MeasurementKind kind = MeasurementKind::Distance; ///< only of a measurement
     bool isKnown = true;                              ///< false: it could not be read again from the recording
     std::optional<GapReason> gap{}; ///< set in the mark of a gap, which stands before the distance that ends it
-};
-
-/// A stretch of the time axis, by places.
-struct PlaceRange {
-    double begin = 0.0, end = 0.0;
-    double Length() const { return end - begin; } ///< days
-    bool operator==(const PlaceRange&) const = default;
 };
 
 /// Where there is no distance for a while, and why.
