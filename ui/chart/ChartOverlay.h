@@ -8,3 +8,5 @@
 class QPainter;
 
 void DrawOverlay(QPainter& painter, const ChartContent& content, const ChartLayout& layout, const ChartColors& colors);
+/// The value that the pointer reads; a picture in a file has no pointer.
+void DrawPointed(QPainter& painter, const ChartContent& content, const ChartLayout& layout, const ChartColors& colors);

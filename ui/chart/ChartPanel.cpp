@@ -4,6 +4,8 @@
 #include "sensor/Parameters.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
+#include "ui/chart/ChartAccess.h"
+#include "ui/chart/ChartHands.h"
 #include "ui/chart/frmChartSettings.h"
 #include "ui/chart/modChartGlobals.h"
 #include "ui/help/Help.h"
@@ -27,6 +29,8 @@ namespace {
 constexpr char kSeriesName[] = "RVQ"; // until the sensor's serial number is known
 /// At one point in a tick the room is enough, though some points may come early.
 constexpr std::int32_t kSpared_ms = 4 * clsMeasurementLoop::kInterval_ms;
+/// The series holds what the time axis spans, within these bounds; the history has the rest.
+constexpr std::int32_t kLeastInSeries_ms = 10000, kMostInSeries_ms = 600000;
 
 } // namespace
 
@@ -39,6 +43,8 @@ ChartPanel::ChartPanel(QWidget* parent) : XYChart(parent)
     YTitle(QStringLiteral("[ mm ]"));
     SeriesLabel(QLatin1String(kSeriesName));
     buildPopUp();
+    InstallChartAccess();
+    new ChartHands(*this);
 }
 
 ChartPanel::~ChartPanel()
@@ -57,6 +63,8 @@ void ChartPanel::Follow(clsSession& session, modGlobals::Settings& settings, con
     if (!settings.AutoScale) {
         YLimits(settings.yMin, settings.yMax);
     }
+    m_view.Span(settings.Span_ms / kMsPerDay);
+    followSpan();
     session.Listen(*this);
 }
 
@@ -71,7 +79,10 @@ void ChartPanel::buildPopUp()
     };
     mnuPopupShowZero = item("mnuPopupShowZero", [this] { mnuPopupShowZero_Click(); });
     mnuPopupShowZero->setCheckable(true);
-    mnuPopupFixedTime = item("mnuPopupFixedTime", [this] { HoldSpan(mnuPopupFixedTime->isChecked()); });
+    mnuPopupFixedTime = item("mnuPopupFixedTime", [this] {
+        HoldSpan(mnuPopupFixedTime->isChecked());
+        showOverlay();
+    });
     mnuPopupFixedTime->setCheckable(true);
     mnuPopUp->addSeparator()->setObjectName(QStringLiteral("mnuPopUpBar"));
     mnuPopUpYscaleSettings = item("mnuPopUpYscaleSettings", [this] { mnuPopUpYscaleSettings_Click(); });
@@ -115,7 +126,11 @@ void ChartPanel::mnuPopUpYscaleSettings_Click()
     if (m_chartSettings == nullptr) {
         m_chartSettings = new frmChartSettings(*window(), *m_settings, *this);
         m_chartSettings->setAttribute(Qt::WA_DeleteOnClose);
-        m_chartSettings->Applied = [this] { m_session->Loop().FitRange(); };
+        m_chartSettings->Applied = [this] {
+            m_view.Release(); // the dialog has given the axis its limits
+            showView();
+            m_session->Loop().FitRange();
+        };
         m_chartSettings->Unkept = Unkept;
     }
     m_chartSettings->show();
@@ -123,16 +138,11 @@ void ChartPanel::mnuPopUpYscaleSettings_Click()
     m_chartSettings->activateWindow();
 }
 
+/// What the series has lost is drawn from the history.
 std::int64_t ChartPanel::CountIncomplete()
 {
-    if (Series().HoldsAll()) {
-        return -1;
-    }
-    std::int64_t shown = 0;
-    for (const auto part : Points()) {
-        shown += std::ranges::count_if(part, [](const ChartPoint& point) { return !std::isnan(point.y); });
-    }
-    return shown;
+    const clsHistory& shown = m_session->Shown();
+    return shown.Forgotten() > 0 ? static_cast<std::int64_t>(shown.Size()) : -1;
 }
 
 /// Simulated points count until the chart is cleared, whatever is connected meanwhile.
@@ -144,16 +154,13 @@ void ChartPanel::Ticked()
     sayOrigin();
     nameSeries();
     followHistory();
-    emit Looked();
-}
-
-void ChartPanel::followHistory()
-{
-    const std::size_t unit = static_cast<std::size_t>(m_session->ShownUnit());
-    const clsHistory& shown = m_session->Shown();
-    if (&shown != Source() || Unit_mm() != UnitOf(static_cast<std::int32_t>(unit)).millimetres) {
-        Source(&shown, UnitOf(static_cast<std::int32_t>(unit)).millimetres);
+    m_view.Update(scene());
+    if (m_view.FollowsAll()) {
+        followSpan();
     }
+    m_reader.Update();
+    showOverlay();
+    emit Looked();
 }
 
 void ChartPanel::sayOrigin()
@@ -183,8 +190,14 @@ void ChartPanel::ResetChart()
     if (m_liveRange_ms) {
         XRange_ms(*m_liveRange_ms); // the range of a recording may be days
         m_liveRange_ms.reset();
+        forgetLooking(); // the recording goes
     }
-    InitChartData(XRange_ms() / clsMeasurementLoop::kInterval_ms - 1);
+    InitChartData(roomFor(XRange_ms()) - 1);
+}
+
+std::int32_t ChartPanel::roomFor(std::int32_t range_ms) const
+{
+    return std::clamp(range_ms, kLeastInSeries_ms, kMostInSeries_ms) / clsMeasurementLoop::kInterval_ms;
 }
 
 void ChartPanel::ShowUnit(std::string_view unit)
@@ -215,7 +228,7 @@ void ChartPanel::makeRoom(double time)
     }
     // The point behind the slot to be written is left out from then on.
     const double leftOut = series.XValue((series.StopIndex + 1) % size);
-    if (leftOut != 0.0 && leftOut > time - (XRange_ms() - kSpared_ms) / kMsPerDay) {
+    if (leftOut != 0.0 && leftOut > time - (std::min(XRange_ms(), kMostInSeries_ms) - kSpared_ms) / kMsPerDay) {
         series.Grow(std::min(2 * size, modChartGlobals::kMostPoints));
     }
 }
@@ -236,7 +249,8 @@ void ChartPanel::ShowChartTime(double time)
 /// The newest values decide the limits. A narrower range must not cut off values that are still shown.
 void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 {
-    if (const auto limits = m_axis.Fit(newest, ShownValues(), millimetres)) {
+    const auto limits = m_axis.Fit(newest, ShownValues(), millimetres);
+    if (limits && !m_holdsLimits) {
         YLimits(limits->front(), limits->back());
     }
 }
@@ -244,6 +258,7 @@ void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 void ChartPanel::PlaybackBegins()
 {
     m_origin = {};
+    forgetLooking();
     m_liveRange_ms = m_liveRange_ms.value_or(XRange_ms());
     InitChartData(modPlayback::kChartPoints - 1);
     m_settings->AutoScale = true;
@@ -268,41 +283,11 @@ void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
         TimeBegin(last - XRange_ms() / kMsPerDay); // a held span also ends at the last line
         TimeOrigin(axis.origin);
     }
+    followHistory();
+    emit Looked();
 }
 
 void ChartPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& /*loaded*/)
 {
     Redraw();
 }
-
-void ChartPanel::Freeze(bool freeze)
-{
-    Look(freeze && Source() != nullptr ? std::optional(ShownRange()) : std::nullopt);
-    emit Looked();
-}
-
-void ChartPanel::ShowRange(const PlaceRange& range)
-{
-    Look(range);
-    emit Looked();
-}
-
-void ChartPanel::Span(std::int32_t /*span_ms*/) {}
-
-void ChartPanel::Fit() {}
-
-void ChartPanel::Back() {}
-
-void ChartPanel::Forward() {}
-
-bool ChartPanel::CanGoBack() const
-{
-    return false;
-}
-
-bool ChartPanel::CanGoForward() const
-{
-    return false;
-}
-
-void ChartPanel::ToggleCursor(int /*cursor*/) {}

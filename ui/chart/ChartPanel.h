@@ -1,12 +1,15 @@
 // The chart of a session: it receives the points, keeps the value axis on the newest ones, and has its own menu and
-// settings window.
+// settings window. It can be looked into and read (ChartPanelLooking.cpp).
 #pragma once
 
 #include "plot/clsValueAxis.h"
+#include "plot/clsView.h"
 #include "session/SessionListener.h"
 #include "session/ValueOrigin.h"
+#include "ui/chart/ChartReader.h"
 #include "ui/chart/XYChart.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 
 #include <cstdint>
@@ -42,19 +45,49 @@ public:
     /// Stops the picture, while values go on coming, or follows them again.
     void Freeze(bool freeze);
     bool IsFrozen() const { return Look().has_value(); }
-    /// Shows a stretch of the history, and remembers the one before for `Back`.
+    /// Shows a stretch of the history. What changes within a moment is one step for `Back`.
     void ShowRange(const PlaceRange& range);
-    /// A span of the time axis in milliseconds, 0 for everything. It is remembered.
+    /// A span of the time axis in milliseconds, 0 for everything. It is remembered, except for a recording.
     void Span(std::int32_t span_ms);
     /// Shows everything, with the value axis fitted.
     void Fit();
     void Back();
     void Forward();
-    bool CanGoBack() const;
-    bool CanGoForward() const;
+    bool CanGoBack() const { return m_view.CanGoBack(); }
+    bool CanGoForward() const { return m_view.CanGoForward(); }
     /// Sets cursor A (0) or B (1), or takes it away.
     void ToggleCursor(int cursor);
-    bool HasCursor(int cursor) const { return Overlay().cursors.at(static_cast<std::size_t>(cursor)).has_value(); }
+    bool HasCursor(int cursor) const { return m_reader.Cursors().at(static_cast<std::size_t>(cursor)).has_value(); }
+
+    // The same for the hands (`ChartHands`).
+    /// What belongs to one step for `Back`: `New` begins one, `Same` goes on with it; the others begin one after a
+    /// pause, or after something else.
+    enum class Step { New, Same, Wheel, Keys, Range };
+    void ZoomTime(Step step, double place, double factor);
+    void ZoomValues(Step step, double value, double factor);
+    /// Moves the window, and held limits of the value axis, too.
+    void Move(Step step, double days, double values = 0.0);
+    /// After a movement; see `clsView::Settle`.
+    void Settle();
+    void ShowRectangle(const PlaceRange& range, double value, double otherValue);
+    void Point(std::optional<double> x);
+    void DragCursor(int cursor, double x);
+    /// Goes to another sample; see `ChartReader::Step`. Keeps it in sight and has it read aloud.
+    void StepSample(std::int32_t samples);
+    /// The keys and the pointer leave the sample that they read.
+    void StopReading();
+
+    // What is read.
+    const ChartReader& Reader() const { return m_reader; }
+    /// What lies between the cursors if both are set, else what is seen.
+    PlaceRange RangeOfStatistics() const;
+    std::int32_t ShownUnit() const;
+    /// Time and value, or the reason of the gap; empty for none.
+    QString ReadingText(const std::optional<ChartReader::Reading>& reading) const;
+    /// What the keys or the pointer read, else the newest value.
+    std::optional<ChartReader::Reading> ReadAloud() const;
+    /// What it shows, in a few sentences.
+    QString Describe() const;
 
     /// Called when the chart's settings could not be saved.
     std::function<void(const std::error_code&)> Unkept;
@@ -75,6 +108,8 @@ public:
 signals:
     /// What is shown, how, or between which cursors has changed; comes with the newest values, too.
     void Looked();
+    /// The pointer reads something else.
+    void Pointed();
 
 private:
     void makeRoom(double time);
@@ -82,6 +117,18 @@ private:
     void sayOrigin();
     void nameSeries();
     void followHistory();
+    void forgetLooking();
+    template <typename Change>
+    void look(Step step, Change change);
+    void begin(Step step);
+    clsView::Scene scene() const;
+    void showView();
+    void showLimits();
+    void followSpan();
+    void showOverlay();
+    QString note() const;
+    clsView::Limits shownLimits_mm() const;
+    std::int32_t roomFor(std::int32_t range_ms) const;
     void showPopUp(const QPoint& position);
     void mnuPopupShowZero_Click();
     void mnuPopUpYscaleSettings_Click();
@@ -96,6 +143,11 @@ private:
     std::int32_t m_language = 0;
     std::optional<std::int32_t> m_liveRange_ms; ///< the range before the first playback
     QPointer<frmChartSettings> m_chartSettings;
+    clsView m_view;
+    ChartReader m_reader{*this};
+    Step m_lastStep = Step::New;
+    QElapsedTimer m_sinceStep;
+    bool m_holdsLimits = false; ///< the value axis keeps those of the view
 
     QMenu* mnuPopUp = nullptr;
     QAction* mnuPopupShowZero = nullptr;

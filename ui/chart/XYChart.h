@@ -109,6 +109,7 @@ public:
     void Badge(const QString& text) { change(m_content.badge, text); }
     /// A text in the middle while no point is shown.
     void EmptyText(const QString& text) { change(m_emptyText, text); }
+    const QString& EmptyText() const { return m_emptyText; }
 
     /// What the next frame shows; first brings the limits and the read pointer of the series up to date. Valid until
     /// the chart changes.

@@ -45,7 +45,6 @@ struct PartTopic {
 constexpr PartTopic kPartTopics[] = {
     {"fraLine", "Account#line"},
     {"picGraph", "Looking"},
-    {"picOverview", "Looking#overview"},
     {"fraStatistics", "Looking#reading"},
 };
 
