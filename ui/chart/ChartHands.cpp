@@ -125,6 +125,9 @@ bool ChartHands::press(const QMouseEvent& event)
 void ChartHands::move(const QMouseEvent& event)
 {
     m_at = event.position();
+    if (!event.buttons().testFlag(Qt::LeftButton)) {
+        drop(); // also where somebody else has got the release
+    }
     const bool isFar = (m_at - m_from).manhattanLength() >= QApplication::startDragDistance();
     switch (m_grip) {
     case Grip::None:
@@ -145,6 +148,9 @@ void ChartHands::move(const QMouseEvent& event)
         break;
     case Grip::Rectangle:
         if (isFar || m_band->isVisible()) {
+            if (!m_band->isVisible()) {
+                m_chart.Hold(); // under the rectangle nothing moves
+            }
             const QRect plot = m_chart.PlotArea().toAlignedRect();
             m_band->setGeometry(QRectF(m_from, m_at).normalized().toRect() & plot);
             m_band->show();
@@ -185,6 +191,8 @@ void ChartHands::release()
         const double one = m_chart.PlaceAt(band.left()), other = m_chart.PlaceAt(band.right());
         m_chart.ShowRectangle({std::min(one, other), std::max(one, other)}, m_chart.ValueAt(band.top()),
                               m_chart.ValueAt(band.bottom()));
+    } else if (!band.isNull()) {
+        m_chart.Back(); // too small a rectangle
     }
 }
 
@@ -249,7 +257,7 @@ bool ChartHands::key(const QKeyEvent& event)
         m_chart.Freeze(false);
         return true;
     case Qt::Key_Escape:
-        if (m_grip == Grip::Moving) {
+        if (m_grip == Grip::Moving || m_band->isVisible()) {
             m_chart.Back();
         }
         drop();

@@ -47,7 +47,8 @@ public:
     bool IsFrozen() const { return Look().has_value(); }
     /// Shows a stretch of the history. What changes within a moment is one step for `Back`.
     void ShowRange(const PlaceRange& range);
-    /// A span of the time axis in milliseconds, 0 for everything. It is remembered, except for a recording.
+    /// A span of the time axis in milliseconds, 0 for everything. While measuring, it is remembered, as is any span
+    /// that is followed.
     void Span(std::int32_t span_ms);
     /// Shows everything, with the value axis fitted.
     void Fit();
@@ -69,6 +70,8 @@ public:
     void Move(Step step, double days, double values = 0.0);
     /// After a movement; see `clsView::Settle`.
     void Settle();
+    /// Stops the picture for what `ShowRectangle` is about to choose in it, or `Back` to give up.
+    void Hold();
     void ShowRectangle(const PlaceRange& range, double value, double otherValue);
     void Point(std::optional<double> x);
     void DragCursor(int cursor, double x);
@@ -124,6 +127,7 @@ private:
     clsView::Scene scene() const;
     void showView();
     void showLimits();
+    void rememberSpan();
     void followSpan();
     void showOverlay();
     QString note() const;

@@ -20,6 +20,7 @@
 namespace {
 
 constexpr qint64 kPause_ms = 700; // ends a run of the wheel
+constexpr std::int32_t kLeastRemembered_ms = 1000;
 
 constexpr std::array kGapTexts{TextId::NoEchoReason,      TextId::DamageReason,  TextId::LineLostReason,
                                TextId::TemperatureReason, TextId::StoppedReason, TextId::ClockChangedReason};
@@ -80,11 +81,21 @@ void ChartPanel::showView()
     if (!m_view.Look()) {
         followSpan();
     }
+    rememberSpan();
     Look(m_view.Look());
     showLimits();
     m_reader.Update();
     showOverlay();
     emit Looked();
+}
+
+/// The next start follows with it. What is too short to see anything move is not worth it.
+void ChartPanel::rememberSpan()
+{
+    const std::int32_t span_ms = m_view.FollowsAll() ? 0 : m_view.FollowedSpan_ms();
+    if (m_settings != nullptr && (span_ms == 0 || span_ms >= kLeastRemembered_ms)) {
+        m_settings->Span_ms = span_ms;
+    }
 }
 
 /// A recording has the span that playback has given it.
@@ -140,9 +151,6 @@ void ChartPanel::ShowRange(const PlaceRange& range)
 
 void ChartPanel::Span(std::int32_t span_ms)
 {
-    if (m_settings != nullptr && !m_liveRange_ms) {
-        m_settings->Span_ms = span_ms;
-    }
     look(Step::New, [&] { m_view.Span(span_ms / kMsPerDay); });
 }
 
@@ -196,12 +204,19 @@ void ChartPanel::Settle()
     look(Step::Same, [this] { m_view.Settle(); });
 }
 
+void ChartPanel::Hold()
+{
+    if (scene().all) {
+        look(Step::New, [this] { m_view.Freeze(); });
+    }
+}
+
 void ChartPanel::ShowRectangle(const PlaceRange& range, double value, double otherValue)
 {
     if (!scene().all) {
         return;
     }
-    look(Step::New, [&] {
+    look(Step::Same, [&] {
         m_view.Show(range);
         m_view.Hold({value * Unit_mm(), otherValue * Unit_mm()});
     });

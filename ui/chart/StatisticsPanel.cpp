@@ -67,6 +67,8 @@ FigureLabel* StatisticsPanel::addFigure(const char* name, TextId caption, TextId
     SetTextIds(words, caption, toolTip);
     SetTextIds(number, TextId::None, toolTip);
     auto* copy = Named<QAction>("mnuStatCopy", number);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
     number->addAction(copy);
     number->addAction(mnuStatCopyAll);
     connect(copy, &QAction::triggered, number, [number] { QApplication::clipboard()->setText(number->text()); });
@@ -238,7 +240,7 @@ int StatisticsPanel::place(int width, bool moves) const
             figure.name->setGeometry(left, top, name, line);
             figure.number->setGeometry(left + name + gap, top, figure.width, line);
         }
-        left += whole + 2 * gap;
+        left += whole + 3 * gap;
     }
     return top + line;
 }
