@@ -39,6 +39,15 @@ void clsCurveColumns::Update(const clsChartData& series, const TimeWindow& windo
     m_isShownOpen = m_spans.size() > before;
 }
 
+void clsCurveColumns::Take(const TimeWindow& window, std::vector<ColumnSpan>& spans)
+{
+    startOver({}, window, true);
+    m_generation = 0; // no series has it: the next Update starts over
+    m_isShownOpen = false;
+    m_lastPlace = window.columns;
+    m_spans.swap(spans);
+}
+
 std::int32_t clsCurveColumns::LastColumn() const
 {
     return static_cast<std::int32_t>(

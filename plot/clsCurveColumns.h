@@ -41,6 +41,9 @@ public:
     /// cover a value that the ring has just overwritten.
     void Update(const clsChartData& series, const TimeWindow& window, bool showZero);
 
+    /// Takes spans that are ready, in column order, the window's first column being 0. They are swapped in.
+    void Take(const TimeWindow& window, std::vector<ColumnSpan>& spans);
+
     /// The spans, all within the window.
     std::span<const ColumnSpan> Spans() const { return std::span(m_spans).subspan(m_begin); }
     /// The number that the spans give to the window's first column.
