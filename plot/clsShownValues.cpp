@@ -39,3 +39,12 @@ std::optional<clsShownValues::Split> clsShownValues::WithoutSpikes() const
     }
     return Split{{m_lowest[0].y, m_highest[0].y}, {-kNone, kNone}};
 }
+
+std::array<double, 2> clsShownValues::Split::Ends() const
+{
+    std::array<double, 2> ends = others;
+    for (const ChartPoint& spike : spikes) {
+        ends = {std::min(ends[0], spike.y), std::max(ends[1], spike.y)};
+    }
+    return ends;
+}

@@ -16,7 +16,7 @@ public:
     static constexpr std::size_t kMostSpikes = 5;
     static constexpr std::int64_t kFewestOthers = 20;
     static constexpr std::int64_t kOthersPerSpike = 10;
-    static constexpr double kFarAway = 10.0;   ///< ranges of the others
+    static constexpr double kFarAway = 10.0;     ///< ranges of the others
     static constexpr double kLeastRange = 0.002; ///< of their largest magnitude, so that equal values have a range
 
     void Add(const ChartPoint& point)
@@ -40,6 +40,8 @@ public:
         std::array<double, 2> others{};
         std::array<double, 2> spikeless{}; ///< a value outside these limits would be a spike, too
         std::vector<ChartPoint> spikes{};
+        /// The lowest and highest value, spikes included.
+        std::array<double, 2> Ends() const;
     };
     /// Empty without a value.
     std::optional<Split> WithoutSpikes() const;

@@ -194,6 +194,29 @@ void ComputeAxis(Axis& axis, std::int32_t divisions, char decimalSeparator)
     }
 }
 
+void ComputeExactAxis(Axis& axis, std::int32_t divisions, char decimalSeparator)
+{
+    const double step = RoundStep(axis.maximum - axis.minimum, divisions);
+    if (!isUsable(axis, step) || step < 0.0) {
+        return;
+    }
+    axis.pixelsPerUnit = (axis.pixelEnd - axis.pixelStart) / (axis.maximum - axis.minimum);
+    const bool isReversed = axis.reversed != 0;
+    const int decimals = LabelDecimals(step);
+    axis.tickValues.clear();
+    axis.tickPositions.clear();
+    axis.tickLabels.clear();
+    constexpr double kSame = 1e-9; // a limit on a step has its tick
+    const double last = std::floor(axis.maximum / step + kSame);
+    for (double count = std::ceil(axis.minimum / step - kSame); count <= last; ++count) {
+        const double value = count * step;
+        const double offset = isReversed ? value - axis.maximum : value - axis.minimum;
+        axis.tickValues.push_back(value);
+        axis.tickPositions.push_back(RoundHalfToEven(offset * axis.pixelsPerUnit).value_or(0));
+        axis.tickLabels.push_back(LabelText(value, decimals, decimalSeparator));
+    }
+}
+
 std::int32_t TimeStep(std::int32_t range_ms, std::int32_t& divisions)
 {
     divisions = std::max(divisions, 1);

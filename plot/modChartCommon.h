@@ -45,6 +45,10 @@ std::string TimeLabelText(double time);
 /// finite stays unchanged, its former ticks included.
 void ComputeAxis(Axis& axis, std::int32_t divisions, char decimalSeparator);
 
+/// The same for an axis that keeps its limits: the ticks lie on multiples of the step, wherever it begins. Their
+/// positions are pixels from the axis' start.
+void ComputeExactAxis(Axis& axis, std::int32_t divisions, char decimalSeparator);
+
 /// The step, in milliseconds, of a time axis of `range_ms` with fewer than `divisions` divisions; raises `divisions` to
 /// 1 if it is below. Throws std::overflow_error when the step does not fit 32 bits (over 20 days per division).
 std::int32_t TimeStep(std::int32_t range_ms, std::int32_t& divisions);

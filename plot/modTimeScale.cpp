@@ -22,15 +22,15 @@ constexpr std::int64_t kMinute = 60 * kSecond, kHour = 60 * kMinute, kDay = 24 *
 constexpr double kDaysOfMonth = 30.5, kDaysOfYear = 365.25;
 constexpr std::size_t kMostTicks = 200, kMostChanges = 20;
 
-constexpr std::int64_t kClockSteps[] = {
-    1,           2,           5,           10,           20,         50,         100,         200,
-    500,         1000,        2000,        5000,         kSecond,    2 * kSecond, 5 * kSecond, 10 * kSecond,
-    15 * kSecond, 30 * kSecond, kMinute,    2 * kMinute,  5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute,
-    kHour,       2 * kHour,   3 * kHour,   6 * kHour,    12 * kHour};
+constexpr std::int64_t kClockSteps[] = {1,       2,           5,           10,           20,           50,
+                                        100,     200,         500,         1000,         2000,         5000,
+                                        kSecond, 2 * kSecond, 5 * kSecond, 10 * kSecond, 15 * kSecond, 30 * kSecond,
+                                        kMinute, 2 * kMinute, 5 * kMinute, 10 * kMinute, 15 * kMinute, 30 * kMinute,
+                                        kHour,   2 * kHour,   3 * kHour,   6 * kHour,    12 * kHour};
 constexpr std::int64_t kDaySteps[] = {1, 2, 5, 10};
 constexpr std::int64_t kMonthSteps[] = {1, 2, 3, 6};
-constexpr double kDurationSteps_s[] = {1,    2,    5,    10,   15,    30,    60,    120,   300,   600,
-                                       900,  1800, 3600, 7200, 10800, 21600, 43200, 86400, 172800, 432000};
+constexpr double kDurationSteps_s[] = {1,   2,    5,    10,   15,    30,    60,    120,   300,    600,
+                                       900, 1800, 3600, 7200, 10800, 21600, 43200, 86400, 172800, 432000};
 
 /// A moment of the clock, split as its texts need it.
 struct Moment {
@@ -264,8 +264,9 @@ std::vector<ClockChange> ClockChanges(double begin, double end, const clsTimeLin
             return (forward_s < 0 ? "-" : "+") + FixedText(std::round(size / unit_s), 0, '.') + unit;
         };
         const bool isHours = std::fabs(std::remainder(size, 3600.0)) < 60.0 && size > 3000.0;
-        changes.push_back(
-            {change->begin, isHours ? text(3600.0, " h") : size >= 120.0 ? text(60.0, " min") : text(1.0, " s")});
+        changes.push_back({change->begin, isHours         ? text(3600.0, " h")
+                                          : size >= 120.0 ? text(60.0, " min")
+                                                          : text(1.0, " s")});
     }
     return changes;
 }

@@ -15,10 +15,11 @@ double columnAt(double place, double perDay)
     return std::floor(place * perDay + 1e-3);
 }
 
-/// The day from which the times of single points count.
+/// The place, about a day before, from which the times of single points count. It is the border of a column, so that
+/// columns are the same as those that count from day 0.
 double originOf(const clsHistoryCurve::View& view)
 {
-    return std::floor(view.begin) - 1.0;
+    return std::round((std::floor(view.begin) - 1.0) * view.perDay) / view.perDay;
 }
 
 TimeWindow windowOf(const clsHistoryCurve::View& view, double origin, double perColumn)
@@ -83,7 +84,7 @@ void clsHistoryCurve::walk(const clsHistory& history, const View& view)
 /// Columns that were in the last view, too, and have had no new entries since, are kept.
 void clsHistoryCurve::summarise(const clsHistory& history, const View& view)
 {
-    const Basis basis{&history,           view.perDay, history.Range().begin, history.Forgotten(), history.ThinnedBefore(),
+    const Basis basis{&history,     view.perDay, history.Range().begin, history.Forgotten(), history.ThinnedBefore(),
                       view.showZero};
     const TimeWindow window = windowOf(view, 0.0, 1.0);
     const double moved = window.first - m_window.first;

@@ -19,8 +19,8 @@ public:
 
     /// What is drawn of a history: places from `begin` on, in columns of pixels.
     struct View {
-        double begin = 0.0;   ///< the place at the left end
-        double perDay = 1.0;  ///< columns
+        double begin = 0.0;  ///< the place at the left end
+        double perDay = 1.0; ///< columns
         std::int32_t columns = 0;
         double unit_mm = 1.0;
         bool showZero = false;

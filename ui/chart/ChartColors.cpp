@@ -19,6 +19,28 @@ constexpr double kScaleShare = 0.85;
 constexpr double kMutedShare = 0.6;
 constexpr double kWatermarkShare = 0.1;
 
+constexpr double kVisible = 3.0; // WCAG's least contrast of what carries information
+constexpr double kExtreme = 19.0;
+
+/// A palette for people who need contrast has black and white only, in the windows as in the boxes. Ordinary ones have
+/// windows of another shade.
+bool isHighContrast(const QPalette& palette)
+{
+    return modGDIAPI::Contrast(palette.color(QPalette::Text), palette.color(QPalette::Base)) > kExtreme &&
+           modGDIAPI::Contrast(palette.color(QPalette::WindowText), palette.color(QPalette::Window)) > kExtreme;
+}
+
+/// As much of `color` on `ground` as it needs to be seen, but at least `share`.
+QColor visible(const QColor& color, const QColor& ground, double share)
+{
+    constexpr double kStep = 0.05;
+    QColor mixed = Mixed(color, ground, share);
+    for (double more = share + kStep; more < 1.0 && modGDIAPI::Contrast(mixed, ground) < kVisible; more += kStep) {
+        mixed = Mixed(color, ground, more);
+    }
+    return mixed;
+}
+
 } // namespace
 
 ChartColors ColorsOf(const ChartContent& content, const QPalette& palette)
@@ -40,5 +62,16 @@ ChartColors ColorsOf(const ChartContent& content, const QPalette& palette)
     colors.watermark = Mixed(scale, colors.back, kWatermarkShare);
     colors.curve = ColorOf(modGDIAPI::IsDark(colors.back) ? modChartGlobals::kCurveColorOnDark
                                                           : modChartGlobals::kCurveColorOnLight);
+    const QColor extreme = modGDIAPI::Contrast(Qt::black, colors.back) > modGDIAPI::Contrast(Qt::white, colors.back)
+                               ? QColor(Qt::black)
+                               : QColor(Qt::white);
+    if (modGDIAPI::Contrast(colors.curve, colors.back) < kVisible) {
+        colors.curve = extreme;
+    }
+    if (isHighContrast(palette)) {
+        colors.grid = visible(extreme, colors.back, kGridShare);
+        colors.axis = colors.scale = extreme;
+        colors.muted = Mixed(extreme, colors.back, kScaleShare);
+    }
     return colors;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/Days.h"
+#include "plot/clsChartData.h"
 #include "plot/modChartCommon.h"
 #include "session/clsHistory.h"
 #include "ui/chart/modChartGlobals.h"
@@ -39,12 +40,19 @@ struct ChartContent {
     std::optional<double> begin; ///< the time at the left end of the axis; empty until a time is shown or set
     double timeOrigin = 0.0;     ///< the time from which divisions in times of day are counted
     std::int32_t xRange_ms = modChartGlobals::kXRange_ms;
+    /// What can be looked into, and the length of the shown unit in it; none: only the newest points can be seen.
+    const clsHistory* history = nullptr;
+    double unit_mm = 1.0;
     /// The stretch of the history that is shown instead of the newest points, by places on the time axis.
     std::optional<PlaceRange> look;
+    bool lookFollows = false; ///< the stretch ends at the current time, because there is more than the points show
     bool timeScale = false, xReversed = false;
 
     modChartCommon::ValueRange limits; ///< equal before the first value
     bool autoScale = true, yReversed = false;
+    bool exactLimits = false; ///< the limits stay as they are, with the divisions on round values
+    /// Values that an automatic scale leaves out, at their places.
+    std::vector<ChartPoint> spikes;
     bool connectPoints = true, showZero = false;
 
     std::optional<std::int32_t> backColor, gridColor, scaleColor; ///< 0xBBGGRR
@@ -53,10 +61,13 @@ struct ChartContent {
     clsLabel xCaption = modChartGlobals::DefaultXCaption();
     clsLabel yCaption = modChartGlobals::DefaultYCaption();
     QString seriesLabel;
+    QString clockLabel = QStringLiteral("%1"); ///< where the clock was set, %1 being by how much
     QString badge; ///< says that the values are not live; has a line of its own above the plot
 
     ChartOverlayContent overlay;
 
+    /// Whether the time axis counts back from the current time; otherwise it shows times.
+    bool ShowsIntervals() const { return !timeScale && (!look || lookFollows); }
     /// The span of the time axis.
     double Span_ms() const { return look ? look->Length() * kMsPerDay : xRange_ms; }
 

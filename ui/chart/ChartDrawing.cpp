@@ -10,6 +10,8 @@
 #include <QPolygonF>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 
 using modGDIAPI::ColorOf;
 
@@ -20,6 +22,8 @@ void ChartDrawing::Draw(QPainter& painter, const clsChartData& series) const
     DrawTimeGrid(painter, ticks);
     DrawCurve(painter, series);
     DrawTimeLabels(painter, ticks);
+    DrawClockChanges(painter);
+    DrawSpikes(painter);
     DrawOverlay(painter, m_content, m_layout, m_colors);
 }
 
@@ -33,9 +37,9 @@ void ChartDrawing::DrawGround(QPainter& painter) const
     drawWatermark(painter);
     drawValueScale(painter);
     drawIntervalScale(painter);
-    const int thickness = m_layout.Hairline();
-    fill(painter, {plot.left() - thickness, plot.top(), thickness, plot.height()}, m_colors.axis);
-    fill(painter, {plot.left() - thickness, plot.bottom() + 1, plot.width() + thickness, thickness}, m_colors.axis);
+    for (const QRect& line : AxisLines()) {
+        fill(painter, line, m_colors.axis);
+    }
     drawTexts(painter);
 }
 
@@ -76,9 +80,13 @@ void ChartDrawing::drawTexts(QPainter& painter) const
     drawLabel(painter, m_content.yCaption,
               above.adjusted(std::max(scaleEnd - captionWidth - line / 2.0, 0.0), 0.0, 0.0, 0.0),
               Qt::AlignLeft | Qt::AlignVCenter);
-    if (!m_content.timeScale) {
+    if (m_content.ShowsIntervals()) {
         const QRectF below(plot.left(), plot.bottom() + 1.75 * line, plot.width(), line);
-        drawLabel(painter, m_content.xCaption, below, Qt::AlignCenter);
+        clsLabel caption = m_content.xCaption;
+        if (const QString format = m_layout.IntervalFormat(); !format.isEmpty() && !caption.Text.empty()) {
+            caption.Text = "[ " + format.toStdString() + " ]";
+        }
+        drawLabel(painter, caption, below, Qt::AlignCenter);
     }
     if (!m_content.seriesLabel.isEmpty()) {
         drawSeriesLabel(painter, above);
@@ -137,46 +145,178 @@ void ChartDrawing::drawWatermark(QPainter& painter) const
     }
 }
 
-void ChartDrawing::drawValueScale(QPainter& painter) const
+std::array<QRect, 2> ChartDrawing::AxisLines() const
 {
-    const double line = m_layout.Line();
-    const double ratio = m_layout.Ratio();
     const QRect& plot = m_layout.Plot();
     const int thickness = m_layout.Hairline();
+    return {QRect(plot.left() - thickness, plot.top(), thickness, plot.height()),
+            QRect(plot.left() - thickness, plot.bottom() + 1, plot.width() + thickness, thickness)};
+}
+
+QRect ChartDrawing::GridRow(const ChartLayout::Tick& tick) const
+{
+    const QRect& plot = m_layout.Plot();
+    const int thickness = m_layout.Hairline();
+    return {plot.left(), plot.top() + tick.position - thickness / 2, plot.width(), thickness};
+}
+
+QRect ChartDrawing::GridColumn(const ChartLayout::Tick& tick) const
+{
+    const QRect& plot = m_layout.Plot();
+    const int thickness = m_layout.Hairline();
+    return {plot.left() + m_layout.Mirrored(tick.position) - thickness / 2, plot.top(), thickness, plot.height()};
+}
+
+// Labels stand on whole pixels, so that their pictures can be kept.
+
+QRect ChartDrawing::ValueLabelBox(const ChartLayout::Tick& tick, double width) const
+{
+    const double line = m_layout.Line(), ratio = m_layout.Ratio();
+    const QRect& plot = m_layout.Plot();
+    const int height = static_cast<int>(std::ceil(line * ratio)), wide = static_cast<int>(std::ceil(width * ratio));
+    const int right = plot.left() - static_cast<int>(std::lround(line / 2.0 * ratio));
+    return {right - wide, plot.top() + tick.position - height / 2, wide, height};
+}
+
+QRect ChartDrawing::TimeLabelBox(const ChartLayout::Tick& tick, double width) const
+{
+    const double line = m_layout.Line(), ratio = m_layout.Ratio();
+    const QRect& plot = m_layout.Plot();
+    const int wide = static_cast<int>(std::ceil(width * ratio));
+    return {plot.left() + m_layout.Mirrored(tick.position) - wide / 2,
+            plot.bottom() + 1 + static_cast<int>(std::lround(line / 2.0 * ratio)), wide,
+            static_cast<int>(std::ceil(line * ratio))};
+}
+
+QRect ChartDrawing::BelowLabelBox(const ChartLayout::Tick& tick, double width) const
+{
+    const double ratio = m_layout.Ratio();
+    QRect box = TimeLabelBox(tick, width);
+    box.translate(0, static_cast<int>(std::lround(1.1 * m_layout.Line() * ratio)));
+    box.moveLeft(static_cast<int>(std::lround(tick.belowLeft * ratio)));
+    return box;
+}
+
+QRect ChartDrawing::ValueScaleArea() const
+{
+    const QRect& plot = m_layout.Plot();
+    const int line = static_cast<int>(std::ceil(m_layout.Line() * m_layout.Ratio()));
+    return {0, plot.top() - line / 2 - 1,
+            plot.left() - static_cast<int>(std::lround(m_layout.Line() / 2.0 * m_layout.Ratio())),
+            plot.height() + line / 2 + 2};
+}
+
+QRect ChartDrawing::TimeScaleArea() const
+{
+    const QRect first = TimeLabelBox({}, 0.0), second = BelowLabelBox({}, 0.0);
+    const bool hasSecond = m_content.history != nullptr && !m_content.ShowsIntervals();
+    return {0, first.top(), m_layout.Pixels().width(), (hasSecond ? second : first).bottom() + 1 - first.top()};
+}
+
+void ChartDrawing::drawIn(QPainter& painter, const QRect& pixels, const QString& text) const
+{
+    const double ratio = m_layout.Ratio();
+    painter.drawText(QRectF(pixels.x() / ratio, pixels.y() / ratio, pixels.width() / ratio, pixels.height() / ratio),
+                     Qt::AlignCenter | Qt::TextDontClip, text);
+}
+
+void ChartDrawing::drawValueScale(QPainter& painter) const
+{
     painter.setFont(m_layout.Font());
     painter.setPen(m_colors.scale);
+    const QFontMetricsF metrics(m_layout.Font());
     for (const ChartLayout::Tick& tick : m_layout.ValueTicks()) {
-        const int row = plot.top() + tick.position;
-        fill(painter, {plot.left(), row - thickness / 2, plot.width(), thickness}, m_colors.grid);
-        const QRectF box(0.0, row / ratio - line, plot.left() / ratio - line / 2.0, 2.0 * line);
-        painter.drawText(box, Qt::AlignRight | Qt::AlignVCenter, tick.text);
+        fill(painter, GridRow(tick), m_colors.grid);
+        drawIn(painter, ValueLabelBox(tick, metrics.horizontalAdvance(tick.text)), tick.text);
     }
 }
 
 void ChartDrawing::drawIntervalScale(QPainter& painter) const
 {
-    const QRect& plot = m_layout.Plot();
-    const int thickness = m_layout.Hairline();
     painter.setFont(m_layout.Font());
     painter.setPen(m_colors.scale);
     for (const ChartLayout::Tick& tick : m_layout.IntervalTicks()) {
-        const int column = plot.left() + m_layout.Mirrored(tick.position);
-        fill(painter, {column - thickness / 2, plot.top(), thickness, plot.height()}, m_colors.grid);
+        fill(painter, GridColumn(tick), m_colors.grid);
         drawXLabel(painter, tick);
     }
 }
 
 void ChartDrawing::drawXLabel(QPainter& painter, const ChartLayout::Tick& tick) const
 {
-    const double ratio = m_layout.Ratio();
-    const double line = m_layout.Line();
-    const QRect& plot = m_layout.Plot();
-    const double label = QFontMetricsF(m_layout.Font()).horizontalAdvance(tick.text);
-    const double centre = (plot.left() + m_layout.Mirrored(tick.position) + 0.5) / ratio;
-    if (centre - label / 2.0 >= 0.0 && centre + label / 2.0 <= m_layout.Size().width()) {
-        painter.drawText(QRectF(centre - label, (plot.bottom() + 1) / ratio + line / 2.0, 2.0 * label, line),
-                         Qt::AlignCenter, tick.text);
+    const QFontMetricsF metrics(m_layout.Font());
+    const QRect box = TimeLabelBox(tick, metrics.horizontalAdvance(tick.text));
+    if (box.left() >= 0 && box.right() < m_layout.Pixels().width()) {
+        drawIn(painter, box, tick.text);
     }
+    if (!tick.below.isEmpty()) {
+        drawIn(painter, BelowLabelBox(tick, metrics.horizontalAdvance(tick.below)), tick.below);
+    }
+}
+
+/// A dashed line at each, with how far the clock was put forward or back.
+void ChartDrawing::DrawClockChanges(QPainter& painter) const
+{
+    const std::vector<ChartLayout::Tick> changes = m_layout.ClockChanges();
+    if (changes.empty()) {
+        return;
+    }
+    const QRectF plot = m_layout.PlotArea();
+    const double line = m_layout.Line();
+    const QFontMetricsF metrics(m_layout.Font());
+    painter.setFont(m_layout.Font());
+    double end = 0.0;
+    for (const ChartLayout::Tick& change : changes) {
+        const double x = plot.left() + (m_layout.Mirrored(change.position) + 0.5) / m_layout.Ratio();
+        painter.setPen(QPen(m_colors.axis, 1.0, Qt::DashLine));
+        painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
+        const double width = metrics.horizontalAdvance(change.text) + line / 2.0;
+        const double left = x + width < plot.right() ? x : x - width;
+        const QRectF box(left, plot.bottom() - 1.25 * line, width, line);
+        if (left >= end || m_content.xReversed) {
+            painter.fillRect(box.adjusted(1.0, 0.0, -1.0, 0.0), m_colors.back);
+            painter.setPen(m_colors.scale);
+            painter.drawText(box, Qt::AlignCenter, change.text);
+            end = left + width;
+        }
+    }
+}
+
+/// An arrow at the edge beyond which each of them lies, and its number.
+void ChartDrawing::DrawSpikes(QPainter& painter) const
+{
+    const QRectF plot = m_layout.PlotArea();
+    if (m_content.spikes.empty() || plot.isEmpty()) {
+        return;
+    }
+    const double line = m_layout.Line(), side = line / 2.0;
+    const QFontMetricsF metrics(m_layout.Font());
+    painter.save();
+    painter.setFont(m_layout.Font());
+    painter.setRenderHint(QPainter::Antialiasing);
+    std::array<double, 2> taken{-1.0, -1.0}; // to where texts stand at the top and at the bottom
+    for (const ChartPoint& spike : m_content.spikes) {
+        const double x = m_layout.XOf(spike.x), y = m_layout.YOf(spike.y);
+        const bool isAbove = y<plot.top(), isBelow = y> plot.bottom();
+        if (x < plot.left() || x > plot.right() || !(isAbove || isBelow)) {
+            continue;
+        }
+        const double tip = isAbove ? plot.top() : plot.bottom(), base = isAbove ? tip + side : tip - side;
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(m_colors.curve);
+        painter.drawPolygon(QPolygonF{{QPointF(x, tip), QPointF(x - side / 2.0, base), QPointF(x + side / 2.0, base)}});
+        const QString text = m_layout.ValueText(spike.y);
+        const double width = metrics.horizontalAdvance(text) + line / 2.0;
+        const double left = x + side + width < plot.right() ? x + side : x - side - width;
+        double& end = taken.at(isAbove ? 0 : 1);
+        if (left >= end) {
+            const QRectF box(left, isAbove ? plot.top() + 1.0 : plot.bottom() - line - 1.0, width, line);
+            painter.fillRect(box, m_colors.back);
+            painter.setPen(m_colors.scale);
+            painter.drawText(box, Qt::AlignCenter, text);
+            end = left + width;
+        }
+    }
+    painter.restore();
 }
 
 void ChartDrawing::DrawTimeGrid(QPainter& painter, const std::vector<ChartLayout::Tick>& ticks) const
@@ -193,19 +333,14 @@ void ChartDrawing::DrawTimeLabels(QPainter& painter, const std::vector<ChartLayo
 {
     painter.setFont(m_layout.Font());
     painter.setPen(m_colors.scale);
-    QString before;
     for (const ChartLayout::Tick& tick : ticks) {
-        // Steps below a second would repeat the same text.
-        if (tick.text != before) {
-            drawXLabel(painter, tick);
-        }
-        before = tick.text;
+        drawXLabel(painter, tick);
     }
 }
 
 void ChartDrawing::DrawCurve(QPainter& painter, const clsChartData& series) const
 {
-    if (!m_content.begin || m_layout.Plot().isEmpty()) {
+    if (!(m_content.begin || m_content.look) || m_layout.Plot().isEmpty()) {
         return;
     }
     painter.save();
@@ -220,7 +355,12 @@ void ChartDrawing::DrawCurve(QPainter& painter, const clsChartData& series) cons
 void ChartDrawing::drawLines(QPainter& painter, const clsChartData& series) const
 {
     clsCurveColumns columns;
-    columns.Update(series, m_layout.FineWindow(), m_content.showZero);
+    clsHistoryCurve ofHistory;
+    if (m_content.look) {
+        ofHistory.ReduceTo(columns, *m_content.history, m_layout.HistoryView());
+    } else {
+        columns.Update(series, m_layout.FineWindow(), m_content.showZero);
+    }
     for (const auto& run : modCurveLines::LinesOf(columns, m_layout.Rows(), m_layout.Plot().height())) {
         QPolygonF line;
         for (const PlotPlace& place : run) {
@@ -233,10 +373,14 @@ void ChartDrawing::drawLines(QPainter& painter, const clsChartData& series) cons
 void ChartDrawing::drawDots(QPainter& painter, const clsChartData& series) const
 {
     QPolygonF dots;
-    for (const auto part : series.Readable()) {
+    clsHistoryCurve ofHistory;
+    const clsHistoryCurve::View view = m_layout.HistoryView();
+    const clsChartData& points = m_content.look ? ofHistory.Dots(*m_content.history, view) : series;
+    const TimeWindow window = m_content.look ? clsHistoryCurve::DotsWindow(view) : m_layout.Window();
+    for (const auto part : points.Readable()) {
         for (const ChartPoint& point : part) {
             if (const auto place =
-                    PlaceOf(point, m_layout.Window(), m_layout.Rows(), m_layout.Plot().height(), m_content.showZero)) {
+                    PlaceOf(point, window, m_layout.Rows(), m_layout.Plot().height(), m_content.showZero)) {
                 dots += pointAt(place->column + 0.5, place->row);
             }
         }

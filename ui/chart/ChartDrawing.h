@@ -5,6 +5,7 @@
 #include "ui/chart/ChartColors.h"
 #include "ui/chart/ChartLayout.h"
 
+#include <array>
 #include <vector>
 
 class QPainter;
@@ -30,6 +31,19 @@ public:
     /// what is joined and what is a gap.
     void DrawCurve(QPainter& painter, const clsChartData& series) const;
     void DrawTimeLabels(QPainter& painter, const std::vector<ChartLayout::Tick>& ticks) const;
+    /// Where the clock was set, and the values that the scale leaves out.
+    void DrawClockChanges(QPainter& painter) const;
+    void DrawSpikes(QPainter& painter) const;
+
+    // Where labels stand, and where scales are drawn anew; pixels.
+    QRect ValueLabelBox(const ChartLayout::Tick& tick, double width) const;
+    QRect TimeLabelBox(const ChartLayout::Tick& tick, double width) const;
+    QRect BelowLabelBox(const ChartLayout::Tick& tick, double width) const;
+    QRect GridRow(const ChartLayout::Tick& tick) const;
+    QRect GridColumn(const ChartLayout::Tick& tick) const;
+    std::array<QRect, 2> AxisLines() const;
+    QRect ValueScaleArea() const;
+    QRect TimeScaleArea() const;
 
 private:
     void drawLines(QPainter& painter, const clsChartData& series) const;
@@ -44,6 +58,7 @@ private:
     void drawValueScale(QPainter& painter) const;
     void drawIntervalScale(QPainter& painter) const;
     void drawXLabel(QPainter& painter, const ChartLayout::Tick& tick) const;
+    void drawIn(QPainter& painter, const QRect& pixels, const QString& text) const;
     void fill(QPainter& painter, const QRect& pixels, const QColor& color) const;
 
     const ChartContent& m_content;

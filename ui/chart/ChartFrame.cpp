@@ -3,6 +3,7 @@
 #include "ui/chart/ChartOverlay.h"
 #include "ui/chart/modGDIAPI.h"
 
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QPalette>
 
@@ -19,21 +20,189 @@ constexpr double kNewestWidth = 6.0;
 void ChartFrame::Prepare(const QFont& font, const QPalette& palette, const QSize& size, double ratio)
 {
     const bool isSized = m_layout && m_layout->Size() == size && m_layout->Ratio() == ratio;
-    if (m_isStale || !isSized) {
-        m_isStale = false;
-        m_columns = {};
-        m_curvePainter.Forget();
-        m_colors = ColorsOf(m_content, palette);
-        m_layout.emplace(m_content, font, size, ratio);
-        m_picture = QImage(m_layout->Pixels(), QImage::Format_RGB32);
-        m_picture.setDevicePixelRatio(ratio);
-        m_newest = newestDot(ratio);
-        if (!m_picture.isNull()) {
-            QPainter painter(&m_picture);
-            ChartDrawing(m_content, *m_layout, m_colors).DrawGround(painter);
-        }
+    if (m_isStale || !isSized || !rescale()) {
+        drawAnew(font, palette, size, ratio);
     }
     m_timeTicks = m_layout->TimeTicks();
+    if (m_timeTicks != m_labelledTicks && !m_layout->Plot().isEmpty()) {
+        drawTimeLabels(m_timeTicks);
+        m_labelledTicks = m_timeTicks;
+    }
+}
+
+void ChartFrame::drawAnew(const QFont& font, const QPalette& palette, const QSize& size, double ratio)
+{
+    m_isStale = false;
+    m_composed.reset();
+    // While somebody looks around, the plot does not jump with the width of the labels; it only becomes narrower.
+    const bool keepsRoom = m_layout && m_content.look && !m_content.lookFollows && m_layout->Font() == font;
+    const ChartLayout layout(m_content, font, size, ratio, keepsRoom ? m_layout->LabelRoom() : 0.0);
+    const ChartColors colors = ColorsOf(m_content, palette);
+    const Ground ground = groundOf(layout, colors);
+    const bool isKept = m_layout && ground == m_ground && !hasWatermark() && !layout.Plot().isEmpty();
+    if (isKept) {
+        m_curvePainter.Erase(raster());
+    }
+    m_ground = ground;
+    m_colors = colors;
+    m_layout.emplace(layout);
+    m_scaling = {m_content.limits, m_content.exactLimits};
+    isKept ? drawScales() : drawAll();
+}
+
+ChartFrame::Ground ChartFrame::groundOf(const ChartLayout& layout, const ChartColors& colors) const
+{
+    return {layout.Plot(),
+            layout.Font(),
+            layout.Size(),
+            layout.Ratio(),
+            colors,
+            m_content.header,
+            m_content.xCaption,
+            m_content.yCaption,
+            m_content.seriesLabel,
+            m_content.badge,
+            layout.IntervalFormat(),
+            m_content.xReversed,
+            m_content.ShowsIntervals(),
+            m_content.history != nullptr};
+}
+
+bool ChartFrame::hasWatermark() const
+{
+    return std::ranges::any_of(m_content.watermark, [](const clsLabel& label) { return !label.Text.empty(); });
+}
+
+void ChartFrame::drawAll()
+{
+    m_columns = {};
+    m_curvePainter.Forget();
+    m_labels.clear();
+    m_labelledTicks.clear();
+    if (m_picture.size() != m_layout->Pixels()) {
+        m_picture = QImage(m_layout->Pixels(), QImage::Format_RGB32);
+    }
+    m_picture.setDevicePixelRatio(m_layout->Ratio());
+    m_newest = newestDot(m_layout->Ratio());
+    m_valueTicks = m_layout->ValueTicks();
+    m_intervalTicks = m_layout->IntervalTicks();
+    if (!m_picture.isNull()) {
+        QPainter painter(&m_picture);
+        drawing().DrawGround(painter);
+    }
+}
+
+/// Takes up other limits of the value axis. Returns false when that changes more than its scale.
+bool ChartFrame::rescale()
+{
+    const Scaling scaling{m_content.limits, m_content.exactLimits};
+    if (scaling == m_scaling || m_layout->Plot().isEmpty()) {
+        return true;
+    }
+    const double room = m_layout->Rescale();
+    const bool isLooked = m_content.look && !m_content.lookFollows;
+    if (hasWatermark() || room > m_layout->LabelRoom() || (room != m_layout->LabelRoom() && !isLooked)) {
+        return false;
+    }
+    m_scaling = scaling;
+    m_composed.reset();
+    m_curvePainter.Erase(raster());
+    drawScales();
+    return true;
+}
+
+Raster ChartFrame::raster()
+{
+    return modGDIAPI::RasterOf(m_picture, m_layout->Plot(), m_content.xReversed);
+}
+
+/// Replaces the grid and the labels of the values and of the intervals; no curve and no lines of times may be drawn.
+void ChartFrame::drawScales()
+{
+    const ChartDrawing chart = drawing();
+    fill(chart.ValueScaleArea(), m_colors.back);
+    for (const ChartLayout::Tick& tick : m_valueTicks) {
+        fill(chart.GridRow(tick), m_colors.back);
+    }
+    for (const ChartLayout::Tick& tick : m_intervalTicks) {
+        fill(chart.GridColumn(tick), m_colors.back);
+    }
+    m_valueTicks = m_layout->ValueTicks();
+    for (const ChartLayout::Tick& tick : m_valueTicks) {
+        fill(chart.GridRow(tick), m_colors.grid);
+        put(chart.ValueLabelBox(tick, labelOf(tick.text).deviceIndependentSize().width()), tick.text);
+    }
+    m_intervalTicks = m_layout->IntervalTicks();
+    for (const ChartLayout::Tick& tick : m_intervalTicks) {
+        fill(chart.GridColumn(tick), m_colors.grid);
+    }
+    if (m_content.ShowsIntervals()) {
+        drawTimeLabels(m_intervalTicks);
+    }
+    for (const QRect& line : chart.AxisLines()) {
+        fill(line, m_colors.axis);
+    }
+}
+
+/// Replaces the labels of the time axis. The lines of times come with the curve.
+void ChartFrame::drawTimeLabels(const std::vector<ChartLayout::Tick>& ticks)
+{
+    const ChartDrawing chart = drawing();
+    fill(chart.TimeScaleArea(), m_colors.back);
+    for (const ChartLayout::Tick& tick : ticks) {
+        const QRect box = chart.TimeLabelBox(tick, labelOf(tick.text).deviceIndependentSize().width());
+        if (!tick.text.isEmpty() && box.left() >= 0 && box.right() < m_picture.width()) {
+            put(box, tick.text);
+        }
+        if (!tick.below.isEmpty()) {
+            put(chart.BelowLabelBox(tick, labelOf(tick.below).deviceIndependentSize().width()), tick.below);
+        }
+    }
+}
+
+/// The picture of a label, exactly as large as its box.
+const QImage& ChartFrame::labelOf(const QString& text)
+{
+    constexpr qsizetype kMostLabels = 1000;
+    if (m_labels.size() > kMostLabels) {
+        m_labels.clear();
+    }
+    auto found = m_labels.find(text);
+    if (found == m_labels.end()) {
+        const double ratio = m_layout->Ratio();
+        const double width = QFontMetricsF(m_layout->Font()).horizontalAdvance(text);
+        QImage label(std::max(static_cast<int>(std::ceil(width * ratio)), 1),
+                     static_cast<int>(std::ceil(m_layout->Line() * ratio)), QImage::Format_RGB32);
+        label.setDevicePixelRatio(ratio);
+        label.fill(m_colors.back);
+        QPainter painter(&label);
+        painter.setFont(m_layout->Font());
+        painter.setPen(m_colors.scale);
+        painter.drawText(QRectF(0.0, 0.0, label.width() / ratio, label.height() / ratio),
+                         Qt::AlignCenter | Qt::TextDontClip, text);
+        painter.end();
+        found = m_labels.insert(text, label);
+    }
+    return *found;
+}
+
+/// Copies the picture of a label; what lies outside the chart's picture is left out.
+void ChartFrame::put(const QRect& box, const QString& text)
+{
+    const QImage& label = labelOf(text);
+    const QRect part = QRect(box.topLeft(), label.size()) & m_picture.rect();
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+        const auto* from = reinterpret_cast<const QRgb*>(label.constScanLine(y - box.top())) + part.left() - box.left();
+        std::copy_n(from, part.width(), reinterpret_cast<QRgb*>(m_picture.scanLine(y)) + part.left());
+    }
+}
+
+void ChartFrame::fill(const QRect& pixels, const QColor& color)
+{
+    const QRect part = pixels & m_picture.rect();
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+        std::fill_n(reinterpret_cast<QRgb*>(m_picture.scanLine(y)) + part.left(), part.width(), color.rgb());
+    }
 }
 
 bool ChartFrame::Compose(const clsChartData& series)
@@ -41,35 +210,73 @@ bool ChartFrame::Compose(const clsChartData& series)
     if (m_layout->Plot().isEmpty()) {
         return false;
     }
-    const Raster raster = modGDIAPI::RasterOf(m_picture, m_layout->Plot(), m_content.xReversed);
+    const Raster raster = this->raster();
+    if (m_content.look) {
+        return composeHistory(raster);
+    }
     if (m_content.timeScale || !m_content.connectPoints || !m_content.begin) {
         m_curvePainter.Erase(raster);
     }
+    drawUprights(raster);
+    if (!m_content.begin) {
+        return false;
+    }
+    const CurvePen pen = curvePen();
+    if (!m_content.connectPoints) {
+        m_curvePainter.DrawDots(raster, series.Readable(), m_layout->Window(), m_layout->Rows(), pen,
+                                m_content.showZero);
+        return true;
+    }
+    m_columns.Update(series, m_layout->FineWindow(), m_content.showZero);
+    m_curvePainter.DrawLines(raster, m_columns, m_layout->Rows(), pen);
+    return !m_columns.Spans().empty();
+}
+
+void ChartFrame::drawUprights(const Raster& raster)
+{
     for (const ChartLayout::Tick& tick : m_timeTicks) {
         const int end = std::min(tick.position + m_layout->Hairline(), raster.width);
         for (int column = tick.position; column < end; ++column) {
             m_curvePainter.DrawUpright(raster, column, m_colors.grid.rgb());
         }
     }
-    if (!m_content.begin) {
-        return false;
+}
+
+CurvePen ChartFrame::curvePen() const
+{
+    const double width = m_content.connectPoints ? kLineWidth : ChartDrawing::kDotWidth;
+    return {width * m_layout->Ratio(), m_colors.curve.rgb()};
+}
+
+bool ChartFrame::composeHistory(const Raster& raster)
+{
+    const clsHistory& history = *m_content.history;
+    const clsHistoryCurve::View view = m_layout->HistoryView();
+    const Composed composed{view, m_layout->Rows(), history.Version()};
+    if (m_composed == composed) {
+        return m_hasCurve;
     }
-    const double ratio = m_layout->Ratio();
-    const std::uint32_t color = m_colors.curve.rgb();
-    if (!m_content.connectPoints) {
-        m_curvePainter.DrawDots(raster, series.Readable(), m_layout->Window(), m_layout->Rows(),
-                                {ChartDrawing::kDotWidth * ratio, color}, m_content.showZero);
-        return true;
+    m_composed = composed;
+    m_curvePainter.Erase(raster);
+    drawUprights(raster);
+    if (m_content.connectPoints) {
+        m_historyCurve.ReduceTo(m_columns, history, view);
+        m_curvePainter.DrawLines(raster, m_columns, m_layout->Rows(), curvePen());
+        m_hasCurve = !m_columns.Spans().empty();
+    } else {
+        const clsChartData& dots = m_historyCurve.Dots(history, view);
+        m_curvePainter.DrawDots(raster, dots.Readable(), clsHistoryCurve::DotsWindow(view), m_layout->Rows(),
+                                curvePen(), m_content.showZero);
+        m_hasCurve = m_historyCurve.ValuesOf(history, view).has_value();
     }
-    m_columns.Update(series, m_layout->FineWindow(), m_content.showZero);
-    m_curvePainter.DrawLines(raster, m_columns, m_layout->Rows(), {kLineWidth * ratio, color});
-    return !m_columns.Spans().empty();
+    return m_hasCurve;
 }
 
 void ChartFrame::Paint(QPainter& painter) const
 {
     painter.drawImage(QPointF(), m_picture);
-    ChartDrawing(m_content, *m_layout, m_colors).DrawTimeLabels(painter, m_timeTicks);
+    drawing().DrawClockChanges(painter);
+    drawing().DrawSpikes(painter);
 }
 
 void ChartFrame::PaintNewest(QPainter& painter, const ChartPoint& newest) const
@@ -121,18 +328,6 @@ QRect ChartFrame::CurveArea() const
     }
     const double reach = kNewestWidth + kLineWidth; // the dot may touch the edge
     return m_layout->PlotArea().adjusted(-reach, -reach, reach, reach).toAlignedRect();
-}
-
-double ChartFrame::ValueAt(double y) const
-{
-    const RowScale rows = m_layout ? m_layout->Rows() : RowScale();
-    return m_layout ? (y * m_layout->Ratio() - m_layout->Plot().top() - rows.offset) / rows.rowsPerUnit : 0.0;
-}
-
-double ChartFrame::YOf(double value) const
-{
-    const RowScale rows = m_layout ? m_layout->Rows() : RowScale();
-    return m_layout ? (m_layout->Plot().top() + rows.offset + value * rows.rowsPerUnit) / m_layout->Ratio() : 0.0;
 }
 
 void ChartFrame::PaintOverlay(QPainter& painter) const

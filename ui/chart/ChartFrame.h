@@ -4,9 +4,11 @@
 
 #include "plot/clsCurveColumns.h"
 #include "plot/clsCurvePainter.h"
+#include "session/clsHistoryCurve.h"
 #include "ui/chart/ChartDrawing.h"
 #include "ui/chart/ChartLayout.h"
 
+#include <QHash>
 #include <QImage>
 #include <QPixmap>
 #include <QRect>
@@ -31,7 +33,7 @@ public:
     /// as visible.
     bool Compose(const clsChartData& series);
     void Paint(QPainter& painter) const;
-    /// Draws a dot where the curve grows.
+    /// Draws a dot where the curve grows; `newest` is at its place on the time axis.
     void PaintNewest(QPainter& painter, const ChartPoint& newest) const;
     /// Draws a text in the middle of the plot.
     void PaintNote(QPainter& painter, const QString& text) const;
@@ -40,22 +42,71 @@ public:
     QRect CurveArea() const;
     /// The plot, and the values that lie at a height in it; units.
     QRectF PlotArea() const { return m_layout ? m_layout->PlotArea() : QRectF(); }
-    double ValueAt(double y) const;
-    double YOf(double value) const;
+    const std::optional<ChartLayout>& Layout() const { return m_layout; }
+    /// What it draws of the history.
+    clsHistoryCurve& HistoryCurve() { return m_historyCurve; }
     /// What lies over the curve.
     void PaintOverlay(QPainter& painter) const;
     const ChartColors& Colors() const { return m_colors; }
 
 private:
+    /// What the drawn value scale depends on, apart from what discards everything.
+    struct Scaling {
+        modChartCommon::ValueRange limits;
+        bool exact = false;
+        bool operator==(const Scaling&) const = default;
+    };
+    /// What everything but the scales and the curve depends on.
+    struct Ground {
+        QRect plot;
+        QFont font;
+        QSize size;
+        double ratio = 1.0;
+        ChartColors colors;
+        clsLabel header, xCaption, yCaption;
+        QString seriesLabel, badge, intervalFormat;
+        bool xReversed = false, intervals = false, hasHistory = false;
+        bool operator==(const Ground&) const = default;
+    };
+    /// What the drawn stretch of the history depends on.
+    struct Composed {
+        clsHistoryCurve::View view;
+        RowScale rows;
+        std::uint64_t version = 0;
+        bool operator==(const Composed&) const = default;
+    };
+
     QPixmap newestDot(double ratio) const;
+    Raster raster();
+    ChartDrawing drawing() const { return {m_content, *m_layout, m_colors}; }
+    Ground groundOf(const ChartLayout& layout, const ChartColors& colors) const;
+    bool hasWatermark() const;
+    void drawAnew(const QFont& font, const QPalette& palette, const QSize& size, double ratio);
+    void drawAll();
+    void drawScales();
+    bool rescale();
+    void drawTimeLabels(const std::vector<ChartLayout::Tick>& ticks);
+    const QImage& labelOf(const QString& text);
+    void put(const QRect& box, const QString& text);
+    void fill(const QRect& pixels, const QColor& color);
+    void drawUprights(const Raster& raster);
+    CurvePen curvePen() const;
+    bool composeHistory(const Raster& raster);
 
     const ChartContent& m_content;
     bool m_isStale = true;
     std::optional<ChartLayout> m_layout;
     ChartColors m_colors;
-    std::vector<ChartLayout::Tick> m_timeTicks;
-    QImage m_picture; ///< grid and scales; the curve is drawn on them and removed again
-    QPixmap m_newest; ///< the dot where the curve grows
+    Ground m_ground;
+    Scaling m_scaling;
+    std::vector<ChartLayout::Tick> m_valueTicks, m_intervalTicks; ///< as they are drawn
+    std::vector<ChartLayout::Tick> m_timeTicks, m_labelledTicks;
+    QHash<QString, QImage> m_labels; ///< pictures of the labels, on the background
+    QImage m_picture;                ///< grid and scales; the curve is drawn on them and removed again
+    QPixmap m_newest;                ///< the dot where the curve grows
     clsCurveColumns m_columns;
     clsCurvePainter m_curvePainter;
+    clsHistoryCurve m_historyCurve;
+    std::optional<Composed> m_composed;
+    bool m_hasCurve = false;
 };

@@ -1,6 +1,7 @@
 #include "ui/chart/ChartLayout.h"
 
 #include "base/Days.h"
+#include "plot/modTimeScale.h"
 #include "ui/chart/modGDIAPI.h"
 #include "ui/widgets/QtText.h"
 
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -17,6 +19,10 @@ constexpr double kWidthsPerDivision = 1.7; // widths of a label
 constexpr char kLeastValueLabel[] = "000.00";
 constexpr char kTimeLabel[] = "00:00:00";
 constexpr char kIntervalLabel[] = "-00000";
+constexpr char kDurationLabel[] = "-00:00:00";
+constexpr double kMostSeconds = 300.0;      // that an axis counts as plain seconds
+constexpr double kLongAxis_ms = 12 * 3.6e6; // from here on its divisions are those of a day
+constexpr std::int32_t kMostDivisions = 12;
 
 int toPixels(double units, double ratio)
 {
@@ -26,7 +32,7 @@ int toPixels(double units, double ratio)
 /// How many divisions have room, limited to what is easy to read.
 std::int32_t divisionsFor(double room, double perDivision)
 {
-    return static_cast<std::int32_t>(std::clamp(room / std::max(perDivision, 1.0), 2.0, 12.0));
+    return static_cast<std::int32_t>(std::clamp(room / std::max(perDivision, 1.0), 2.0, double{kMostDivisions}));
 }
 
 /// The small extra is more than the rounding of the product: the newest point must not drop off the right end.
@@ -37,10 +43,11 @@ double columnAt(double time, double perDay)
 
 } // namespace
 
-ChartLayout::ChartLayout(const ChartContent& content, const QFont& font, const QSize& size, double ratio)
+ChartLayout::ChartLayout(const ChartContent& content, const QFont& font, const QSize& size, double ratio,
+                         double leastLabels)
     : m_content(content), m_font(font), m_size(size),
       m_pixels(toPixels(size.width(), ratio), toPixels(size.height(), ratio)), m_ratio(ratio),
-      m_line(QFontMetricsF(font).height())
+      m_line(QFontMetricsF(font).height()), m_labelRoom(leastLabels)
 {
     placePlot();
 }
@@ -51,28 +58,44 @@ void ChartLayout::placePlot()
     const bool hasHeader = !m_content.header.Text.empty();
     const double header = hasHeader ? QFontMetricsF(FontOf(m_content.header)).height() + m_line / 2.0 : 0.0;
     const bool captions = !m_content.yCaption.Text.empty() || !m_content.seriesLabel.isEmpty();
-    const bool xCaption = !m_content.timeScale && !m_content.xCaption.Text.empty();
+    // The same room whether the axis counts back or shows times with their dates, so that the plot does not jump.
+    const bool twoLines =
+        m_content.history != nullptr || (m_content.ShowsIntervals() && !m_content.xCaption.Text.empty());
+    const bool hasTimes = m_content.history != nullptr || !m_content.ShowsIntervals();
     const double badge = m_content.badge.isEmpty() ? 0.0 : BadgeLine().bottom();
     const double top = badge + header + (captions ? 2.4 : 1.0) * m_line;
-    const double bottom = (xCaption ? 3.0 : 2.0) * m_line;
-    const double right = std::max(1.5 * m_line, m_content.timeScale ? widthOf(kTimeLabel) / 2.0 : 0.0);
+    const double bottom = (twoLines ? 3.0 : 2.0) * m_line;
+    const double right = std::max(1.5 * m_line, hasTimes ? widthOf(kTimeLabel) / 2.0 : 0.0);
     const int plotTop = toPixels(top, m_ratio);
     const int plotHeight = std::max(m_pixels.height() - plotTop - toPixels(bottom, m_ratio), 0);
     computeValueAxis(plotHeight);
+    m_labelRoom = std::max(m_labelRoom, computeLabels());
+    const int plotLeft = toPixels(m_labelRoom + 1.5 * m_line, m_ratio);
+    const int plotWidth = std::max(m_pixels.width() - plotLeft - toPixels(right, m_ratio), 0);
+    m_plot = QRect(plotLeft, plotTop, plotWidth, plotHeight);
+}
+
+double ChartLayout::computeLabels() const
+{
     double labels = widthOf(kLeastValueLabel);
     for (const std::string& text : m_valueAxis.tickLabels) {
         labels = std::max(labels, widthOf(FromUtf8(text)));
     }
-    const int plotLeft = toPixels(labels + 1.5 * m_line, m_ratio);
-    const int plotWidth = std::max(m_pixels.width() - plotLeft - toPixels(right, m_ratio), 0);
-    m_plot = QRect(plotLeft, plotTop, plotWidth, plotHeight);
+    return labels;
+}
+
+double ChartLayout::Rescale()
+{
+    m_valueAxis = {};
+    computeValueAxis(m_plot.height());
+    return computeLabels();
 }
 
 void ChartLayout::computeValueAxis(int height)
 {
     modChartCommon::ValueRange limits = m_content.HasLimits() ? m_content.limits : modChartCommon::ValueRange{0.0, 1.0};
     limits.divisions = divisionsFor(height, kRowsPerDivision * (m_line * m_ratio));
-    if (m_content.autoScale) {
+    if (m_content.autoScale && !m_content.exactLimits) {
         limits = modChartCommon::RoundLimits(limits);
         // Limits that lie on steps must not be lost to the last bit of a division.
         const double little = 1e-9 * modChartCommon::RoundStep(limits.upper - limits.lower, limits.divisions);
@@ -84,7 +107,8 @@ void ChartLayout::computeValueAxis(int height)
     m_valueAxis.reversed = m_content.yReversed ? 1 : 0;
     m_valueAxis.pixelStart = height - 1;
     m_valueAxis.pixelEnd = 0;
-    modChartCommon::ComputeAxis(m_valueAxis, limits.divisions, DecimalSeparator());
+    const auto compute = m_content.exactLimits ? modChartCommon::ComputeExactAxis : modChartCommon::ComputeAxis;
+    compute(m_valueAxis, limits.divisions, DecimalSeparator());
 }
 
 QRectF ChartLayout::PlotArea() const
@@ -118,10 +142,47 @@ TimeWindow ChartLayout::Window() const
 {
     TimeWindow window;
     window.columns = m_plot.width();
-    window.perDay = std::max(m_plot.width() - 1, 1) / (m_content.Span_ms() / kMsPerDay);
-    const double begin = m_content.look ? m_content.look->begin : m_content.begin.value_or(0.0);
-    window.first = columnAt(begin, window.perDay);
+    // As a float the span of a stretch that is moved does not change in its last bits, and its columns can be kept.
+    const double span_ms =
+        m_content.look ? static_cast<double>(static_cast<float>(m_content.Span_ms())) : m_content.Span_ms();
+    window.perDay = std::max(m_plot.width() - 1, 1) / (span_ms / kMsPerDay);
+    window.first = columnAt(begin(), window.perDay);
     return window;
+}
+
+double ChartLayout::begin() const
+{
+    return m_content.look ? m_content.look->begin : m_content.begin.value_or(0.0);
+}
+
+clsHistoryCurve::View ChartLayout::HistoryView() const
+{
+    const TimeWindow window = Window();
+    return {begin(), window.perDay, window.columns, m_content.unit_mm, m_content.showZero};
+}
+
+double ChartLayout::XOf(double place) const
+{
+    const double column = (place - begin()) * Window().perDay + 0.5;
+    return (m_plot.left() + (m_content.xReversed ? m_plot.width() - column : column)) / m_ratio;
+}
+
+double ChartLayout::PlaceAt(double x) const
+{
+    const double column = x * m_ratio - m_plot.left();
+    return begin() + ((m_content.xReversed ? m_plot.width() - column : column) - 0.5) / Window().perDay;
+}
+
+double ChartLayout::YOf(double value) const
+{
+    const RowScale rows = Rows();
+    return (m_plot.top() + rows.offset + value * rows.rowsPerUnit) / m_ratio;
+}
+
+double ChartLayout::ValueAt(double y) const
+{
+    const RowScale rows = Rows();
+    return (y * m_ratio - m_plot.top() - rows.offset) / rows.rowsPerUnit;
 }
 
 TimeWindow ChartLayout::FineWindow() const
@@ -153,50 +214,168 @@ std::vector<ChartLayout::Tick> ChartLayout::ValueTicks() const
     return ticks;
 }
 
+QString ChartLayout::ValueText(double value) const
+{
+    const auto& values = m_valueAxis.tickValues;
+    const double step = values.size() > 1 ? values[1] - values[0] : 1.0;
+    return FromUtf8(modChartCommon::LabelText(value, modChartCommon::LabelDecimals(step), DecimalSeparator()));
+}
+
 std::vector<ChartLayout::Tick> ChartLayout::IntervalTicks() const
 {
     std::vector<Tick> ticks;
-    if (m_content.timeScale) {
+    if (!m_content.ShowsIntervals()) {
         return ticks;
     }
     const double label = widthOf(kIntervalLabel) * m_ratio;
+    const std::int32_t divisions = divisionsFor(m_plot.width(), kWidthsPerDivision * label);
+    const auto positionOf = [&](double seconds) {
+        const double share = 1.0 + seconds * kMsPerSecond / m_content.Span_ms();
+        return static_cast<int>(std::lround(share * (m_plot.width() - 1)));
+    };
+    if (const double span_s = m_content.Span_ms() / kMsPerSecond; span_s > kMostSeconds) {
+        const std::int32_t fitting =
+            divisionsFor(m_plot.width(), kWidthsPerDivision * widthOf(kDurationLabel) * m_ratio);
+        const double step = modTimeScale::DurationStep(span_s, fitting);
+        for (double seconds = -std::floor(span_s / step) * step; seconds <= 0.0; seconds += step) {
+            ticks.push_back({positionOf(seconds), FromUtf8(modTimeScale::DurationText(seconds, span_s, step))});
+        }
+        return ticks;
+    }
     modChartCommon::Axis axis;
-    axis.minimum = -m_content.xRange_ms / kMsPerSecond;
+    axis.minimum = -m_content.Span_ms() / kMsPerSecond;
     axis.pixelEnd = m_plot.width() - 1;
-    modChartCommon::ComputeAxis(axis, divisionsFor(m_plot.width(), kWidthsPerDivision * label), DecimalSeparator());
+    modChartCommon::ComputeAxis(axis, divisions, DecimalSeparator());
     for (std::size_t i = 0; i < axis.tickValues.size(); ++i) {
         // The ticks stand at their times; the computation may have left out a piece at the far end.
-        const double share = 1.0 + axis.tickValues[i] * kMsPerSecond / m_content.xRange_ms;
-        ticks.push_back({static_cast<int>(std::lround(share * (m_plot.width() - 1))), FromUtf8(axis.tickLabels[i])});
+        ticks.push_back({positionOf(axis.tickValues[i]), FromUtf8(axis.tickLabels[i])});
     }
     return ticks;
 }
 
+QString ChartLayout::IntervalFormat() const
+{
+    const double span_s = m_content.Span_ms() / kMsPerSecond;
+    if (span_s <= kMostSeconds || !m_content.ShowsIntervals()) {
+        return {};
+    }
+    const std::int32_t fitting = divisionsFor(m_plot.width(), kWidthsPerDivision * widthOf(kDurationLabel) * m_ratio);
+    return FromUtf8(modTimeScale::DurationFormat(span_s, modTimeScale::DurationStep(span_s, fitting)));
+}
+
 std::vector<ChartLayout::Tick> ChartLayout::TimeTicks() const
 {
-    std::vector<Tick> ticks;
-    if (!m_content.timeScale || !m_content.begin || m_plot.isEmpty()) {
-        return ticks;
+    if (m_content.ShowsIntervals() || !(m_content.look || m_content.begin) || m_plot.isEmpty()) {
+        return {};
     }
-    const double begin = *m_content.begin;
-    const QString last = FromUtf8(modChartCommon::TimeLabelText(begin + m_content.xRange_ms / kMsPerDay));
+    const bool isLooked = m_content.look && !m_content.lookFollows;
+    const bool isLong = m_content.Span_ms() >= kLongAxis_ms;
+    std::vector<Tick> ticks = isLooked || isLong || !ClockChanges().empty() ? timesOfAnySpan() : timesOfDay();
+    makeRoom(ticks);
+    return ticks;
+}
+
+std::vector<ChartLayout::Tick> ChartLayout::timesOfDay() const
+{
+    std::vector<Tick> ticks;
+    const double begin = m_content.look ? m_content.history->Times().TimeOf(m_content.look->begin) : *m_content.begin;
+    const QString last = FromUtf8(modChartCommon::TimeLabelText(begin + m_content.Span_ms() / kMsPerDay));
     if (last == QLatin1String(modChartCommon::kInvalidRange)) {
         return {{m_plot.width() / 2, last}};
     }
     const double label = widthOf(kTimeLabel) * m_ratio;
     std::int32_t divisions = divisionsFor(m_plot.width(), kWidthsPerDivision * label);
-    const double step = modChartCommon::TimeStep(m_content.xRange_ms, divisions) / kMsPerDay;
-    const TimeWindow window = Window();
+    const auto span_ms = static_cast<std::int32_t>(std::lround(m_content.Span_ms()));
+    const double step = modChartCommon::TimeStep(span_ms, divisions) / kMsPerDay;
+    const double perDay = Window().perDay;
+    const double first = columnAt(begin, perDay);
+    QString before;
     for (double count = std::ceil((begin - m_content.timeOrigin) / step);
          ticks.size() <= static_cast<std::size_t>(divisions); count += 1.0) {
         const double time = m_content.timeOrigin + count * step;
-        const double column = columnAt(time, window.perDay) - window.first;
+        const double column = columnAt(time, perDay) - first;
         if (column >= m_plot.width()) {
             break;
         }
         if (column >= 0.0) {
-            ticks.push_back({static_cast<int>(column), FromUtf8(modChartCommon::TimeLabelText(time))});
+            // Steps below a second would repeat the same text.
+            const QString text = FromUtf8(modChartCommon::TimeLabelText(time));
+            ticks.push_back({static_cast<int>(column), text != before ? text : QString()});
+            before = text;
         }
     }
     return ticks;
+}
+
+std::vector<ChartLayout::Tick> ChartLayout::timesOfAnySpan() const
+{
+    // Wider labels have room for fewer divisions, which may have other labels.
+    modTimeScale::Step step = modTimeScale::StepFor(m_content.Span_ms(), kMostDivisions);
+    for (bool isSettled = false; !isSettled;) {
+        const double label = widthOf(FromUtf8(modTimeScale::WidestText(step))) * m_ratio;
+        const modTimeScale::Step fitting =
+            modTimeScale::StepFor(m_content.Span_ms(), divisionsFor(m_plot.width(), kWidthsPerDivision * label));
+        const bool isCoarser = fitting.unit > step.unit || (fitting.unit == step.unit && fitting.count > step.count);
+        isSettled = !isCoarser;
+        step = isCoarser ? fitting : step;
+    }
+    static const clsTimeLine kNoClockSet;
+    const clsTimeLine& times = m_content.look ? m_content.history->Times() : kNoClockSet;
+    const double end = begin() + m_content.Span_ms() / kMsPerDay;
+    const double perDay = Window().perDay;
+    std::vector<Tick> ticks;
+    for (const modTimeScale::Tick& tick : modTimeScale::TicksOf(begin(), end, times, step, DecimalSeparator())) {
+        const auto column = static_cast<int>(std::lround((tick.place - begin()) * perDay));
+        if (column < m_plot.width()) {
+            ticks.push_back({column, FromUtf8(tick.text), FromUtf8(tick.below)});
+        }
+    }
+    return ticks;
+}
+
+/// Leaves out labels that would run into the one before, and dates that would run into the next.
+void ChartLayout::makeRoom(std::vector<Tick>& ticks) const
+{
+    if (m_content.xReversed) {
+        std::ranges::reverse(ticks); // from left to right
+    }
+    const double gap = m_line / 2.0;
+    double end = -std::numeric_limits<double>::infinity();
+    for (Tick& tick : ticks) {
+        const double half = widthOf(tick.text) / 2.0, middle = Mirrored(tick.position) / m_ratio;
+        if (middle - half < end + gap) {
+            tick.text.clear();
+        } else {
+            end = middle + half;
+        }
+    }
+    double next = std::numeric_limits<double>::infinity();
+    const double left = -m_plot.left() / m_ratio, right = left + m_size.width();
+    for (auto tick = ticks.rbegin(); tick != ticks.rend(); ++tick) {
+        if (tick->below.isEmpty()) {
+            continue;
+        }
+        const double width = widthOf(tick->below);
+        const double wanted = Mirrored(tick->position) / m_ratio - width / 2.0;
+        const double begin = std::clamp(wanted, left + gap, std::max(right - width - gap, left + gap));
+        if (begin + width + gap > next) {
+            tick->below.clear();
+        } else {
+            next = begin;
+            tick->belowLeft = begin - left;
+        }
+    }
+}
+
+std::vector<ChartLayout::Tick> ChartLayout::ClockChanges() const
+{
+    std::vector<Tick> changes;
+    if (m_content.look && !m_plot.isEmpty()) {
+        const double end = begin() + m_content.Span_ms() / kMsPerDay;
+        for (const auto& change : modTimeScale::ClockChanges(begin(), end, m_content.history->Times())) {
+            const auto column = static_cast<int>(std::floor((change.place - begin()) * Window().perDay));
+            changes.push_back({std::min(column, m_plot.width() - 1), m_content.clockLabel.arg(FromUtf8(change.by))});
+        }
+    }
+    return changes;
 }

@@ -4,6 +4,7 @@
 
 #include "plot/clsCurvePainter.h"
 #include "plot/modChartCommon.h"
+#include "session/clsHistoryCurve.h"
 #include "ui/chart/ChartContent.h"
 
 #include <QFont>
@@ -11,19 +12,31 @@
 #include <QSize>
 #include <QString>
 
+#include <array>
 #include <vector>
 
 class ChartLayout {
 public:
-    /// A division: its column or row in the plot (pixels, columns not yet mirrored) and its label.
+    /// A division: its column or row in the plot (pixels, columns not yet mirrored) and its label. A label that has no
+    /// room is empty.
     struct Tick {
         int position = 0;
         QString text;
+        QString below{}; ///< in a line of its own below the labels of the time axis, from `belowLeft` on, units
+        double belowLeft = 0.0;
+        bool operator==(const Tick&) const = default;
     };
 
-    /// For a picture of `size` units with `ratio` pixels per unit. The content must outlive the layout. Only the ticks
-    /// of the time axis follow later changes of the content.
-    ChartLayout(const ChartContent& content, const QFont& font, const QSize& size, double ratio);
+    /// For a picture of `size` units with `ratio` pixels per unit, with room for value labels of at least
+    /// `leastLabels` units. The content must outlive the layout. Only the time axis follows later changes of the
+    /// content by itself.
+    ChartLayout(const ChartContent& content, const QFont& font, const QSize& size, double ratio,
+                double leastLabels = 0.0);
+
+    /// Takes up the present limits of the value axis. Returns the width that the labels need.
+    double Rescale();
+    /// The room for value labels, units.
+    double LabelRoom() const { return m_labelRoom; }
 
     const QSize& Size() const { return m_size; } ///< units
     QSize Pixels() const { return m_pixels; }
@@ -45,23 +58,46 @@ public:
     TimeWindow FineWindow() const;
     RowScale Rows() const;
 
+    /// The same columns of the history, while a stretch of it is shown.
+    clsHistoryCurve::View HistoryView() const;
+    /// Where a place on the time axis, or a time while the axis has no places, and a value lie; units.
+    double XOf(double place) const;
+    double PlaceAt(double x) const;
+    double YOf(double value) const;
+    double ValueAt(double y) const;
+
     /// Divisions of the value scale; without limits they have no labels.
     std::vector<Tick> ValueTicks() const;
-    /// The seconds before the right end; empty while the axis shows times of day.
+    /// The time before the right end: seconds, and beyond a few minutes as a clock shows them; empty while the axis
+    /// shows times.
     std::vector<Tick> IntervalTicks() const;
-    /// The round times of day within the span; empty while the axis shows seconds, and before a time is shown.
+    /// How the labels of the intervals are to be read; empty: they are seconds.
+    QString IntervalFormat() const;
+    /// The round times within the span; empty while the axis shows intervals, and before a time is shown.
     std::vector<Tick> TimeTicks() const;
+    /// Where the clock was set: its column and by how much.
+    std::vector<Tick> ClockChanges() const;
+    /// The lowest and highest value of the value scale.
+    std::array<double, 2> ValueEnds() const { return {m_valueAxis.minimum, m_valueAxis.maximum}; }
+    /// A value with as many decimals as the value scale has.
+    QString ValueText(double value) const;
 
 private:
     void placePlot();
     void computeValueAxis(int height);
+    double computeLabels() const;
     double widthOf(const QString& text) const;
+    double begin() const;
+    std::vector<Tick> timesOfDay() const;
+    std::vector<Tick> timesOfAnySpan() const;
+    void makeRoom(std::vector<Tick>& ticks) const;
 
     const ChartContent& m_content;
     QFont m_font;
     QSize m_size, m_pixels;
     double m_ratio;
     double m_line;
+    double m_labelRoom = 0.0;
     QRect m_plot;
     modChartCommon::Axis m_valueAxis;
 };

@@ -59,6 +59,7 @@ void ChartPanel::Follow(clsSession& session, modGlobals::Settings& settings, con
     m_session = &session;
     m_settings = &settings;
     m_help = &help;
+    TimeScale(settings.TimeOfDay);
     AutoScale(settings.AutoScale);
     if (!settings.AutoScale) {
         YLimits(settings.yMin, settings.yMax);
@@ -99,6 +100,7 @@ void ChartPanel::Localise(std::int32_t language)
     mnuPopupHelp->setText(Text(TextId::MenuHelp, language));
     setAccessibleName(Text(TextId::AccessibleChart, language));
     EmptyText(Text(TextId::ChartEmpty, language));
+    ClockLabel(Text(TextId::ChartClockSet, language));
     m_language = language;
     m_saidOrigin.reset();
     sayOrigin();
@@ -203,6 +205,9 @@ std::int32_t ChartPanel::roomFor(std::int32_t range_ms) const
 void ChartPanel::ShowUnit(std::string_view unit)
 {
     YTitle(QStringLiteral("[ %1 ]").arg(FromUtf8(unit)));
+    if (m_chartSettings != nullptr) {
+        m_chartSettings->ShowUnit();
+    }
 }
 
 void ChartPanel::AddChartPoint(double time, double value)
@@ -249,8 +254,9 @@ void ChartPanel::ShowChartTime(double time)
 /// The newest values decide the limits. A narrower range must not cut off values that are still shown.
 void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 {
-    const auto limits = m_axis.Fit(newest, ShownValues(), millimetres);
-    if (limits && !m_holdsLimits) {
+    const auto shown = FollowedValues();
+    Spikes(shown ? shown->spikes : std::vector<ChartPoint>());
+    if (const auto limits = m_axis.Fit(newest, shown, millimetres)) {
         YLimits(limits->front(), limits->back());
     }
 }

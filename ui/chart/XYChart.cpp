@@ -24,8 +24,12 @@ void XYChart::InitChartData(std::int32_t maximumIndex)
     m_held.reset();
     if (m_content.autoScale) {
         m_limitsGiven = false;
-        m_content.limits.lower = m_content.limits.upper = 0.0;
+        m_limits.lower = m_limits.upper = 0.0;
+        if (!m_look) {
+            m_content.limits = m_limits;
+        }
     }
+    m_spikes.clear();
     m_content.begin.reset();
     Redraw();
 }
@@ -121,23 +125,64 @@ void XYChart::YLimits(double minimum, double maximum)
         return;
     }
     m_limitsGiven = true;
-    change(m_content.limits, {minimum, maximum, m_content.limits.divisions});
+    m_limits.lower = minimum;
+    m_limits.upper = maximum;
+    if (!m_look && m_content.limits != m_limits) {
+        m_content.limits = m_limits;
+        update();
+    }
+}
+
+std::optional<std::array<double, 2>> XYChart::VisibleLimits() const
+{
+    if (!m_frame.Layout() || !m_content.HasLimits() || PlotArea().isEmpty()) {
+        return {};
+    }
+    return m_frame.Layout()->ValueEnds();
 }
 
 std::optional<std::array<double, 2>> XYChart::ShownValues()
 {
+    settle();
+    const auto found = valuesOf(m_content.look, m_frame.HistoryCurve());
+    return found ? std::optional(found->Ends()) : std::nullopt;
+}
+
+std::optional<clsShownValues::Split> XYChart::FollowedValues()
+{
+    settle();
+    return m_look ? valuesOf(followedPlaces(), m_followed) : valuesOf(m_content.look, m_frame.HistoryCurve());
+}
+
+std::optional<clsShownValues::Split> XYChart::valuesOf(const std::optional<PlaceRange>& places, clsHistoryCurve& curve)
+{
+    if (places) {
+        clsHistoryCurve::View view{places->begin, 1.0, 1000, m_content.unit_mm, m_content.showZero};
+        if (m_frame.Layout() && !m_frame.Layout()->Plot().isEmpty() && places == m_content.look) {
+            view = m_frame.Layout()->HistoryView();
+        } else {
+            view.perDay = view.columns / places->Length();
+        }
+        return curve.ValuesOf(*m_content.history, view);
+    }
     constexpr double kTolerance = 0.5 / kMsPerDay; // a point at an end is shown, whatever its last bits are
     const double begin = TimeBegin() - kTolerance;
     const double end = TimeBegin() + m_content.xRange_ms / kMsPerDay + kTolerance;
-    std::array<double, 2> found{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    clsShownValues found;
     for (const auto part : Points()) {
         for (const ChartPoint& point : part) {
             if (point.x >= begin && point.x <= end && IsShown(point, m_content.showZero)) {
-                found = {std::min(found[0], point.y), std::max(found[1], point.y)};
+                found.Add(point);
             }
         }
     }
-    return found[0] <= found[1] ? std::optional(found) : std::nullopt;
+    return found.WithoutSpikes();
+}
+
+void XYChart::Spikes(const std::vector<ChartPoint>& spikes)
+{
+    m_spikes = spikes;
+    update();
 }
 
 QSize XYChart::sizeHint() const
@@ -158,18 +203,21 @@ void XYChart::changeEvent(QEvent* event)
 
 void XYChart::paintEvent(QPaintEvent*)
 {
-    followShownValues();
+    settle();
+    fitLimits();
     m_frame.Prepare(font(), palette(), size(), devicePixelRatioF());
     Points(); // moves the read pointer
-    const bool hasCurve = m_frame.Compose(drawn()) && (m_content.connectPoints || ShownValues());
+    const bool hasCurve = m_frame.Compose(drawn()) && (m_content.connectPoints || m_content.look || ShownValues());
 
     QPainter painter(this);
     m_frame.Paint(painter);
-    if (hasCurve) {
-        const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
-        m_frame.PaintNewest(painter, {m_series.XValue(newest), m_series.YValue(newest)});
-    } else {
+    if (!hasCurve) {
         m_frame.PaintNote(painter, m_emptyText);
+    } else if (!m_look && m_series.Added() > 0) {
+        const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
+        const double time = m_series.XValue(newest);
+        const double place = m_content.look ? m_content.history->Times().PlaceOf(time) : time;
+        m_frame.PaintNewest(painter, {place, m_series.YValue(newest)});
     }
     m_frame.PaintOverlay(painter);
     if (hasFocus()) {
@@ -180,30 +228,102 @@ void XYChart::paintEvent(QPaintEvent*)
     }
 }
 
-/// The chart chooses limits by itself until some are given.
-void XYChart::followShownValues()
+/// Decides what the picture shows: the newest points, or a stretch of the history.
+void XYChart::settle()
 {
-    if (!m_content.autoScale || m_limitsGiven) {
+    const bool follows = !m_look || m_content.history == nullptr;
+    const std::optional<PlaceRange> look = follows ? followedPlaces() : m_look;
+    if (look.has_value() != m_content.look.has_value() || (follows && look.has_value()) != m_content.lookFollows) {
+        m_frame.Discard(); // another kind of time axis
+    }
+    m_content.look = look;
+    m_content.lookFollows = follows && look.has_value();
+}
+
+/// Where the history begins to show more than the points. The points decide as long as they reach back to the left end:
+/// a frame of them costs least.
+std::optional<PlaceRange> XYChart::followedPlaces() const
+{
+    constexpr double kNearly = 0.02; // of the span; points that come in time leave less than that open
+    const clsHistory* history = m_content.history;
+    if (history == nullptr || history->IsEmpty() || !m_content.begin || m_held) {
+        return {};
+    }
+    const double span = m_content.xRange_ms / kMsPerDay;
+    const double end = history->Times().PlaceOf(*m_content.begin + span);
+    const double first = history->Range().begin;
+    if (m_followAll) {
+        return PlaceRange{std::min(first, end - 1.0 / kSecondsPerDay), end};
+    }
+    const PlaceRange places{end - span, end};
+    const auto stretches = history->Times().Stretches();
+    const auto set = std::ranges::upper_bound(stretches, places.begin, {}, &clsTimeLine::Stretch::begin);
+    if (set != stretches.end() && set != stretches.begin() && set->begin <= places.end) {
+        return places;
+    }
+    const bool keepsAll = m_series.HoldsAll() && m_content.xRange_ms <= modChartGlobals::kXRange_ms;
+    if (keepsAll || first >= places.end) {
+        return {};
+    }
+    const std::int32_t size = m_series.Size();
+    const double beyond = m_series.HoldsAll() ? m_series.XValue(0) : m_series.XValue((m_series.StopIndex + 1) % size);
+    const double oldest = m_series.Added() == 0 ? places.end : history->Times().PlaceOf(beyond);
+    const double missing = oldest - std::max(places.begin, first);
+    return missing > kNearly * span ? std::optional(places) : std::nullopt;
+}
+
+/// The chart chooses limits by itself until some are given, and while it is looked into.
+void XYChart::fitLimits()
+{
+    const bool isLooked = m_look && m_content.history != nullptr;
+    if (isLooked) {
+        fitLooked();
+    } else if (m_content.autoScale && !m_limitsGiven) {
+        if (const auto shown = valuesOf(m_content.look, m_frame.HistoryCurve())) {
+            m_limits = modChartCommon::AutomaticRange(m_limits, shown->others);
+            m_spikes = shown->spikes;
+        }
+    }
+    m_content.exactLimits = isLooked && m_lookLimits;
+    m_content.limits = isLooked && m_lookedLimits ? *m_lookedLimits : m_limits;
+    m_content.spikes.clear();
+    if (!isLooked && m_content.autoScale) {
+        m_content.spikes = m_spikes;
+    }
+}
+
+/// A stretch of another length is fitted anew; while it is only moved, its limits change as those of a chart that
+/// follows.
+void XYChart::fitLooked()
+{
+    if (m_lookLimits) {
+        m_lookedLimits = Limits{m_lookLimits->front(), m_lookLimits->back()};
+        m_lookedLength = 0.0;
         return;
     }
-    if (const auto shown = ShownValues()) {
-        change(m_content.limits, modChartCommon::AutomaticRange(m_content.limits, *shown));
+    if (!m_content.autoScale) {
+        m_lookedLimits.reset();
+        return;
+    }
+    constexpr double kSame = 1e-6;
+    const double length = m_look->Length();
+    const bool isMoved = m_lookedLimits && std::fabs(length - m_lookedLength) <= kSame * length;
+    if (const auto seen = valuesOf(m_content.look, m_frame.HistoryCurve())) {
+        m_lookedLimits = modChartCommon::AutomaticRange(isMoved ? *m_lookedLimits : Limits{}, seen->Ends());
+        m_lookedLength = length;
     }
 }
 
 XYChart::Shown XYChart::NextFrame()
 {
-    followShownValues();
+    settle();
+    fitLimits();
     Points(); // moves the read pointer
     return {m_content, drawn()};
 }
 
 clsChartData& XYChart::drawn()
 {
-    if (m_content.look && m_source != nullptr) {
-        fillLooked();
-        return m_looked;
-    }
     return m_held ? *m_held : m_series;
 }
 
@@ -223,19 +343,51 @@ std::array<std::span<const ChartPoint>, 2> XYChart::Points()
 
 void XYChart::Source(const clsHistory* history, double unit_mm)
 {
-    m_source = history;
-    m_unit_mm = unit_mm;
-    update();
+    if (m_content.history != history || m_content.unit_mm != unit_mm) {
+        m_lookedLimits.reset();
+        m_content.history = history;
+        m_content.unit_mm = unit_mm;
+        settle();
+        Redraw();
+    }
 }
 
 void XYChart::Look(const std::optional<PlaceRange>& look)
 {
-    change(m_content.look, look);
+    constexpr double kShortest = 1.0 / kMsPerDay, kLongest = kEndOfDays - kFirstDay;
+    std::optional<PlaceRange> wanted = look;
+    if (wanted) {
+        if (!(wanted->begin >= kFirstDay && wanted->end < 2.0 * kEndOfDays) || wanted->Length() > kLongest) {
+            return;
+        }
+        const double missing = std::max(kShortest - wanted->Length(), 0.0);
+        wanted = PlaceRange{wanted->begin - missing / 2.0, wanted->end + missing / 2.0};
+    }
+    if (wanted != m_look) {
+        m_look = wanted;
+        settle();
+        update();
+    }
+}
+
+void XYChart::FollowAll(bool all)
+{
+    if (m_followAll != all) {
+        m_followAll = all;
+        settle();
+        update();
+    }
 }
 
 void XYChart::LookLimits(const std::optional<std::array<double, 2>>& limits)
 {
-    change(m_lookLimits, limits);
+    const bool isUsable = !limits || (modChartCommon::IsDrawable(limits->front()) &&
+                                      modChartCommon::IsDrawable(limits->back()) && limits->front() < limits->back());
+    if (isUsable && m_lookLimits != limits) {
+        m_lookLimits = limits;
+        m_lookedLimits.reset();
+        update();
+    }
 }
 
 void XYChart::Overlay(const ChartOverlayContent& overlay)
@@ -248,21 +400,9 @@ void XYChart::Overlay(const ChartOverlayContent& overlay)
 
 PlaceRange XYChart::ShownRange() const
 {
-    return m_content.look.value_or(PlaceRange{TimeBegin(), TimeBegin() + m_content.xRange_ms / kMsPerDay});
-}
-
-void XYChart::fillLooked()
-{
-    const std::size_t first = m_source->IndexAt(m_content.look->begin);
-    const std::size_t count = m_source->CountIn(*m_content.look);
-    m_looked.InitChartData(static_cast<std::int32_t>(count) + 1);
-    for (std::size_t i = first; i < first + count; ++i) {
-        const HistoryEntry entry = m_source->At(i);
-        const bool isDistance = !entry.gap && entry.kind == MeasurementKind::Distance;
-        m_looked.AddChartPoint(entry.place,
-                               isDistance ? entry.value_mm / m_unit_mm : std::numeric_limits<double>::quiet_NaN());
-    }
-    m_looked.StartIndex = 0;
+    const bool isLooked = m_look && m_content.history != nullptr;
+    return (isLooked ? m_look : followedPlaces())
+        .value_or(PlaceRange{TimeBegin(), TimeBegin() + m_content.xRange_ms / kMsPerDay});
 }
 
 QRectF XYChart::PlotArea() const
@@ -272,24 +412,20 @@ QRectF XYChart::PlotArea() const
 
 double XYChart::PlaceAt(double x) const
 {
-    const QRectF plot = PlotArea();
-    const PlaceRange range = ShownRange();
-    return range.begin + (x - plot.left()) / std::max(plot.width(), 1.0) * range.Length();
+    return m_frame.Layout() ? m_frame.Layout()->PlaceAt(x) : 0.0;
 }
 
 double XYChart::XOf(double place) const
 {
-    const QRectF plot = PlotArea();
-    const PlaceRange range = ShownRange();
-    return plot.left() + (place - range.begin) / range.Length() * plot.width();
+    return m_frame.Layout() ? m_frame.Layout()->XOf(place) : 0.0;
 }
 
 double XYChart::ValueAt(double y) const
 {
-    return m_frame.ValueAt(y);
+    return m_frame.Layout() ? m_frame.Layout()->ValueAt(y) : 0.0;
 }
 
 double XYChart::YOf(double value) const
 {
-    return m_frame.YOf(value);
+    return m_frame.Layout() ? m_frame.Layout()->YOf(value) : 0.0;
 }

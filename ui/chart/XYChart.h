@@ -3,6 +3,7 @@
 #pragma once
 
 #include "plot/clsChartData.h"
+#include "plot/clsShownValues.h"
 #include "ui/chart/ChartContent.h"
 #include "ui/chart/ChartFrame.h"
 #include "ui/chart/modChartGlobals.h"
@@ -68,12 +69,19 @@ public:
     void AutoScale(bool automatic) { change(m_content.autoScale, automatic); }
     /// The value axis. Limits are ignored when they are equal or have no place on a scale.
     void YLimits(double minimum, double maximum);
+    // The limits that are shown; an automatic scale draws them a little further out, see VisibleLimits.
     double YMinimum() const { return m_content.limits.lower; }
     double YMaximum() const { return m_content.limits.upper; }
     bool YReversed() const { return m_content.yReversed; }
     void YReversed(bool reversed) { change(m_content.yReversed, reversed); }
+    /// The ends of the value axis as they are drawn; empty before the first value.
+    std::optional<std::array<double, 2>> VisibleLimits() const;
     /// The lowest and highest value within the span of the time axis; empty when it shows none.
     std::optional<std::array<double, 2>> ShownValues();
+    /// The values that it shows or, while a stretch of the history is looked into, would show if it followed.
+    std::optional<clsShownValues::Split> FollowedValues();
+    /// Values that the limits leave out: an arrow at the edge names each of them while the chart follows.
+    void Spikes(const std::vector<ChartPoint>& spikes);
 
     /// Whether lines join the points; otherwise the chart shows dots.
     bool ConnectPoints() const { return m_content.connectPoints; }
@@ -107,6 +115,8 @@ public:
     /// A short text in an outlined box in the top left corner, outside the plot; empty for none.
     const QString& Badge() const { return m_content.badge; }
     void Badge(const QString& text) { change(m_content.badge, text); }
+    /// What the time axis says where the clock was set; %1 becomes by how much, such as "+1 h".
+    void ClockLabel(const QString& text) { change(m_content.clockLabel, text); }
     /// A text in the middle while no point is shown.
     void EmptyText(const QString& text) { change(m_emptyText, text); }
     const QString& EmptyText() const { return m_emptyText; }
@@ -122,17 +132,23 @@ public:
     std::array<std::span<const ChartPoint>, 2> Points();
 
     /// The history that can be looked into, and the length of the shown unit in millimetres; none: there is nothing to
-    /// look into. It must outlive its use.
+    /// look into. It must outlive its use. The chart that follows draws from it, too, when its span reaches further
+    /// back than the points, or the clock was set within it.
     void Source(const clsHistory* history, double unit_mm);
-    const clsHistory* Source() const { return m_source; }
-    double Unit_mm() const { return m_unit_mm; }
-    /// The stretch of the history that is shown instead of the newest points; none while the chart follows.
+    const clsHistory* Source() const { return m_content.history; }
+    double Unit_mm() const { return m_content.unit_mm; }
+    /// The stretch of the history that is shown instead of the newest points; none while the chart follows. A stretch
+    /// of less than 1 ms is widened; one without numbers is ignored.
     void Look(const std::optional<PlaceRange>& look);
-    const std::optional<PlaceRange>& Look() const { return m_content.look; }
+    const std::optional<PlaceRange>& Look() const { return m_look; }
+    /// While the chart follows, its time axis goes from the beginning of the history to the current time.
+    bool FollowAll() const { return m_followAll; }
+    void FollowAll(bool all);
     /// Limits that the value axis keeps while the chart is looked into; none: it fits what is seen.
     void LookLimits(const std::optional<std::array<double, 2>>& limits);
     const std::optional<std::array<double, 2>>& LookLimits() const { return m_lookLimits; }
-    /// The stretch of the time axis that the plot shows, following or not.
+    /// The stretch of the time axis that the plot shows, following or not. While it follows, places are times unless it
+    /// draws from the history.
     PlaceRange ShownRange() const;
     /// What is drawn over the curve.
     const ChartOverlayContent& Overlay() const { return m_content.overlay; }
@@ -162,20 +178,29 @@ private:
         }
     }
 
-    void followShownValues();
+    /// The two sets of limits of the value axis: of the chart that follows, and of what is looked at.
+    using Limits = modChartCommon::ValueRange;
+
+    void settle();
+    void fitLimits();
+    void fitLooked();
+    std::optional<PlaceRange> followedPlaces() const;
+    std::optional<clsShownValues::Split> valuesOf(const std::optional<PlaceRange>& places, clsHistoryCurve& curve);
     void updateCurve();
     clsChartData& drawn();
-    void fillLooked();
 
     clsChartData m_series;
     std::optional<clsChartData> m_held; ///< the series when the held span became full
-    const clsHistory* m_source = nullptr;
-    double m_unit_mm = 1.0;
+    std::optional<PlaceRange> m_look;
     std::optional<std::array<double, 2>> m_lookLimits;
-    clsChartData m_looked; ///< what is seen of the history
+    Limits m_limits;                      ///< of the chart that follows
+    std::optional<Limits> m_lookedLimits; ///< of what is looked at
+    double m_lookedLength = 0.0;          ///< the length of the stretch for which they were found
+    std::vector<ChartPoint> m_spikes;
+    clsHistoryCurve m_followed; ///< what would be shown
     ChartContent m_content;
     double m_currentTime = 0.0;
-    bool m_limitsGiven = false, m_holdSpan = false;
+    bool m_limitsGiven = false, m_holdSpan = false, m_followAll = false;
     QString m_emptyText;
     ChartFrame m_frame{m_content};
 };

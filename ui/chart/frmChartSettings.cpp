@@ -73,8 +73,8 @@ QGroupBox* frmChartSettings::buildValueAxis()
     optYScaleAuto = addButton<QRadioButton>("optYScaleAuto", TextId::OptionAutomatic);
     optYScaleManual = addButton<QRadioButton>("optYScaleManual", TextId::OptionManual);
     auto* grid = new QGridLayout(frame);
-    grid->addWidget(optYScaleAuto, 0, 0, 1, 2);
-    grid->addWidget(optYScaleManual, 1, 0, 1, 2);
+    grid->addWidget(optYScaleAuto, 0, 0, 1, 3);
+    grid->addWidget(optYScaleManual, 1, 0, 1, 3);
     for (const Limit limit : {modChartSettings::LimitMax, modChartSettings::LimitMin}) {
         auto* box = new NumberEdit(frame, m_decimalSeparator);
         box->setObjectName(QStringLiteral("txtParameter_%1").arg(limit));
@@ -89,7 +89,11 @@ QGroupBox* frmChartSettings::buildValueAxis()
         const int row = 2 + static_cast<int>(limit);
         grid->addWidget(caption, row, 0);
         grid->addWidget(box, row, 1);
+        auto* unit = new QLabel(frame);
+        unit->setObjectName(QStringLiteral("lblUnit_%1").arg(limit));
+        grid->addWidget(unit, row, 2);
         txtParameter.at(limit) = box;
+        lblUnit.at(limit) = unit;
     }
     grid->setColumnStretch(1, 1);
     return frame;
@@ -113,13 +117,26 @@ void frmChartSettings::ShowUpdatedSettings()
 {
     (m_chart.TimeScale() ? optxAxisTime : optxAxisInterval)->setChecked(true);
     (m_settings.AutoScale ? optYScaleAuto : optYScaleManual)->setChecked(true);
-    txtParameter[modChartSettings::LimitMax]->ShowText(
-        modChartSettings::LimitText(m_settings.yMax, m_decimalSeparator));
-    txtParameter[modChartSettings::LimitMin]->ShowText(
-        modChartSettings::LimitText(m_settings.yMin, m_decimalSeparator));
+    // While the scale is automatic, the boxes start from what is seen.
+    std::array limits{m_settings.yMin, m_settings.yMax};
+    if (const auto visible = m_chart.VisibleLimits(); visible && m_settings.AutoScale) {
+        limits = *visible;
+    }
+    txtParameter[modChartSettings::LimitMax]->ShowText(modChartSettings::LimitText(limits[1], m_decimalSeparator));
+    txtParameter[modChartSettings::LimitMin]->ShowText(modChartSettings::LimitText(limits[0], m_decimalSeparator));
+    ShowUnit();
     chkConnectPoints->setChecked(m_chart.ConnectPoints());
     chkNullWerte->setChecked(m_settings.ShowZeroValues);
     enableLimits();
+}
+
+void frmChartSettings::ShowUnit()
+{
+    QString unit = FromUtf8(m_chart.YCaption().Text);
+    unit = unit.remove(QLatin1Char('[')).remove(QLatin1Char(']')).trimmed();
+    for (QLabel* label : lblUnit) {
+        label->setText(unit);
+    }
 }
 
 void frmChartSettings::enableLimits()
@@ -154,18 +171,21 @@ bool frmChartSettings::apply()
     const modChartSettings::Applied applied = modChartSettings::Apply(
         m_settings.yMax, m_settings.yMin, {ToBytes(txtParameter[0]->text()), ToBytes(txtParameter[1]->text())},
         m_decimalSeparator);
-    m_settings.yMax = applied.yMax;
-    m_settings.yMin = applied.yMin;
-    for (std::size_t i = 0; i < txtParameter.size(); ++i) {
-        txtParameter[i]->ShowText(applied.texts[i]);
-    }
     m_settings.AutoScale = !optYScaleManual->isChecked();
+    if (!m_settings.AutoScale) {
+        m_settings.yMax = applied.yMax;
+        m_settings.yMin = applied.yMin;
+        for (std::size_t i = 0; i < txtParameter.size(); ++i) {
+            txtParameter[i]->ShowText(applied.texts[i]);
+        }
+    }
     m_chart.AutoScale(m_settings.AutoScale);
     if (!m_settings.AutoScale) {
         m_chart.YLimits(m_settings.yMin, m_settings.yMax);
     }
     m_settings.ShowZeroValues = chkNullWerte->isChecked();
-    m_chart.TimeScale(optxAxisTime->isChecked());
+    m_settings.TimeOfDay = optxAxisTime->isChecked();
+    m_chart.TimeScale(m_settings.TimeOfDay);
     m_chart.ConnectPoints(chkConnectPoints->isChecked());
     m_chart.ShowZeroValues(m_settings.ShowZeroValues);
     m_chart.Redraw();

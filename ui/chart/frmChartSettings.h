@@ -30,6 +30,8 @@ public:
 
     /// Shows the current settings; also called after a change made elsewhere.
     void ShowUpdatedSettings();
+    /// Shows the unit of the value axis beside the limits.
+    void ShowUnit();
     /// Called after settings were applied.
     std::function<void()> Applied;
     /// Called with the reason when they could not be saved.
@@ -54,6 +56,7 @@ private:
     QRadioButton* optYScaleAuto;
     QRadioButton* optYScaleManual;
     std::array<NumberEdit*, 2> txtParameter{};
+    std::array<QLabel*, 2> lblUnit{};
     QCheckBox* chkConnectPoints;
     QCheckBox* chkNullWerte;
     QPushButton* cmdOK;

@@ -9,6 +9,9 @@
 #include <QImage>
 #include <QPainter>
 
+#include <algorithm>
+#include <cmath>
+
 namespace modGDIAPI {
 
 QColor ColorOf(std::int32_t blueGreenRed)
@@ -30,6 +33,14 @@ bool IsDark(const QColor& color)
 
 namespace {
 
+double luminance(const QColor& color)
+{
+    const auto linear = [](double share) {
+        return share <= 0.04045 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
 /// Asking the system takes longer than the rest of a drawing, so it is asked once for each family.
 bool hasFamily(const QString& family)
 {
@@ -42,6 +53,12 @@ bool hasFamily(const QString& family)
 }
 
 } // namespace
+
+double Contrast(const QColor& a, const QColor& b)
+{
+    const double first = luminance(a), second = luminance(b);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+}
 
 QFont FontOf(const clsLabel& label, const QFont& base)
 {

@@ -24,6 +24,9 @@ QColor Mixed(const QColor& color, const QColor& ground, double share);
 /// Whether a colour is a dark ground.
 bool IsDark(const QColor& color);
 
+/// The contrast of two colours as WCAG 2 defines it, 1 to 21.
+double Contrast(const QColor& a, const QColor& b);
+
 /// The label's font. A family that is not installed is replaced by that of `base`, not by a chance substitute; a size
 /// of 0 becomes the size of `base`. If `base` has its size in pixels, so has the font.
 QFont FontOf(const clsLabel& label, const QFont& base);

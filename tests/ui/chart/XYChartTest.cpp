@@ -1,7 +1,10 @@
 // The painted chart, offscreen.
 #include "ui/chart/XYChart.h"
 
+#include "session/clsHistory.h"
+#include "ui/chart/ChartColors.h"
 #include "ui/chart/ChartPanel.h"
+#include "ui/chart/modGDIAPI.h"
 
 #include <QImage>
 
@@ -185,6 +188,162 @@ TEST(Chart, ColoursThatWereNotSetFollowADarkPalette)
     EXPECT_EQ(pictureOf(*chart).pixel(2, 2), 0xFF141414);
     chart->BackColor(0xFF0000);
     EXPECT_EQ(pictureOf(*chart).pixel(2, 2), 0xFF0000FF) << "blue, green, red";
+}
+
+/// A history of values in millimetres that come every 50 ms.
+void fill(clsHistory& history, int count, const std::function<double(int)>& valueOf)
+{
+    for (int i = 0; i < count; ++i) {
+        const double value = std::round(valueOf(i));
+        const Measurement sample{
+            .value = value, .value_mm = static_cast<std::int32_t>(value), .time = kNoon + i * 0.05 * kSecond};
+        history.Add({&sample, 1}, {});
+    }
+}
+
+double wave(int i)
+{
+    return 50 + 40 * std::sin(i * 0.05);
+}
+
+TEST(ChartLook, ShowsTheHistoryAsItCame)
+{
+    for (const bool lines : {true, false}) {
+        clsHistory history;
+        fill(history, 1200, wave);
+        const auto live = newChart(1300), look = newChart();
+        for (XYChart* chart : {live.get(), look.get()}) {
+            chart->TimeScale(true);
+            chart->ConnectPoints(lines);
+            chart->Source(&history, 1.0);
+        }
+        for (int i = 0; i < 1200; ++i) {
+            live->AddPoint(kNoon + i * 0.05 * kSecond, std::round(wave(i)));
+        }
+        look->Look(live->ShownRange());
+        const int expected = curvePixels(pictureOf(*live), 0.2, 0.9);
+        EXPECT_NEAR(curvePixels(pictureOf(*look), 0.2, 0.9), expected, expected / 50.0) << lines;
+        look->Source(nullptr, 1.0);
+        EXPECT_EQ(curvePixels(pictureOf(*look)), 0) << "there is nothing to look into";
+    }
+}
+
+/// A picture does not depend on what was shown before.
+TEST(ChartLook, PaintsEachFrameAsIfItWereTheFirst)
+{
+    clsHistory history;
+    fill(history, 20000, [](int i) { return i / 10 + wave(i); });
+    const auto kept = newChart();
+    kept->AutoScale(true);
+    kept->Source(&history, 1.0);
+    double begin = kNoon;
+    int frame = 0;
+    for (const auto& [moved, length] : {std::pair{0.0, 600.0}, std::pair{100.0, 600.0}, std::pair{-30.0, 300.0},
+                                        std::pair{10.0, 5.0}, std::pair{0.0, 0.002}, std::pair{0.0, 900.0}}) {
+        begin += moved * kSecond;
+        const PlaceRange range{begin, begin + length * kSecond};
+        kept->Look(range);
+        kept->ConnectPoints(frame++ % 3 != 1);
+        const QImage found = pictureOf(*kept);
+        const auto fresh = newChart();
+        fresh->AutoScale(true);
+        fresh->Source(&history, 1.0);
+        fresh->ConnectPoints(kept->ConnectPoints());
+        fresh->Look(range);
+        const std::array limits{kept->YMinimum(), kept->YMaximum()};
+        pictureOf(*fresh);
+        fresh->LookLimits(limits); // a stretch that was moved may have kept wider ones
+        kept->LookLimits(limits);
+        EXPECT_EQ(pictureOf(*kept).copy(100, 0, 360, 300), pictureOf(*fresh).copy(100, 0, 360, 300)) << length;
+        kept->LookLimits({});
+    }
+}
+
+TEST(ChartLook, FitsWhatIsSeenUnlessItIsHeld)
+{
+    clsHistory history;
+    fill(history, 1200, [](int i) { return i < 600 ? 1000 + i % 10 : 5000 + i % 10; });
+    const auto chart = newChart();
+    chart->AutoScale(true);
+    chart->Source(&history, 1.0);
+    chart->Look(PlaceRange{kNoon, kNoon + 29 * kSecond});
+    pictureOf(*chart);
+    EXPECT_GT(chart->YMinimum(), 900.0);
+    EXPECT_LT(chart->YMaximum(), 1100.0);
+    chart->Look(PlaceRange{kNoon, kNoon + 60 * kSecond});
+    pictureOf(*chart);
+    EXPECT_GT(chart->YMaximum(), 5000.0);
+    chart->LookLimits(std::array{2000.0, 4000.0});
+    pictureOf(*chart);
+    EXPECT_NEAR(chart->ValueAt(chart->PlotArea().bottom()), 2000.0, 10.0);
+    EXPECT_NEAR(chart->ValueAt(chart->PlotArea().top()), 4000.0, 10.0);
+    chart->LookLimits(std::array{2000.0, std::nan("")});
+    EXPECT_EQ(chart->LookLimits(), (std::array{2000.0, 4000.0})) << "no limits";
+    chart->Look({});
+    pictureOf(*chart);
+    EXPECT_EQ(chart->YMaximum(), 100.0) << "the chart that follows has its own";
+}
+
+TEST(ChartLook, FollowsTheHistoryWhereThePointsDoNotReach)
+{
+    clsHistory history;
+    fill(history, 4000, wave); // 200 s
+    const auto chart = newChart(1199);
+    chart->Source(&history, 1.0);
+    for (int i = 0; i < 4000; ++i) {
+        chart->AddPoint(kNoon + i * 0.05 * kSecond, std::round(wave(i)));
+    }
+    EXPECT_NEAR(chart->ShownRange().Length() / kSecond, 60.0, 1e-3);
+    chart->XRange_ms(180000);
+    EXPECT_GT(curvePixels(pictureOf(*chart), 0.25, 0.5), 100);
+    chart->FollowAll(true);
+    EXPECT_NEAR(chart->ShownRange().begin, kNoon, 1e-9);
+    EXPECT_GT(curvePixels(pictureOf(*chart), 0.25, 0.5), 100);
+}
+
+TEST(Chart, ASpikeLeavesTheAxisAlone)
+{
+    const auto chart = std::make_unique<XYChart>(nullptr);
+    chart->resize(500, 300);
+    for (int i = 0; i < 100; ++i) {
+        chart->AddPoint(kNoon + i * kSecond / 2, i == 60 ? 90000 : 1000 + i % 10);
+    }
+    const QImage marked = pictureOf(*chart);
+    EXPECT_LT(chart->YMaximum(), 1100.0);
+    EXPECT_EQ(chart->ShownValues(), (std::array{1000.0, 90000.0}));
+    chart->Spikes({});
+    EXPECT_FALSE(marked == pictureOf(*chart)) << "it was marked";
+}
+
+TEST(Chart, CurveAndInHighContrastTheGridCanBeSeen)
+{
+    struct Row {
+        const char* name;
+        QColor base, text, window;
+        std::optional<std::int32_t> back{};
+        bool isHigh = false;
+    };
+    for (const Row& row : {
+             Row{"light", Qt::white, Qt::black, QColor(0xEF, 0xEF, 0xEF)},
+             Row{"dark", QColor(0x1E, 0x1E, 0x1E), Qt::white, QColor(0x30, 0x30, 0x30)},
+             Row{"own ground", Qt::white, Qt::black, QColor(0xEF, 0xEF, 0xEF), 0x787878},
+             Row{"black", Qt::black, Qt::white, Qt::black, {}, true},
+             Row{"white", Qt::white, Qt::black, Qt::white, {}, true},
+         }) {
+        QPalette palette;
+        palette.setColor(QPalette::Base, row.base);
+        palette.setColor(QPalette::Text, row.text);
+        palette.setColor(QPalette::Window, row.window);
+        palette.setColor(QPalette::WindowText, row.text);
+        ChartContent content;
+        content.backColor = row.back;
+        const ChartColors colors = ColorsOf(content, palette);
+        EXPECT_GE(modGDIAPI::Contrast(colors.curve, colors.back), 3.0) << row.name;
+        EXPECT_EQ(modGDIAPI::Contrast(colors.grid, colors.back) >= 3.0, row.isHigh) << row.name;
+        EXPECT_EQ(modGDIAPI::Contrast(colors.scale, colors.back) > 20.0, row.isHigh) << row.name;
+    }
+    EXPECT_NEAR(modGDIAPI::Contrast(Qt::black, Qt::white), 21.0, 1e-6);
+    EXPECT_NEAR(modGDIAPI::Contrast(QColor(0x77, 0x77, 0x77), Qt::white), 4.48, 0.01);
 }
 
 } // namespace

@@ -339,6 +339,7 @@ TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
     auto* upper = FindIn<NumberEdit>(*dialog, "txtParameter_0");
     auto* lower = FindIn<NumberEdit>(*dialog, "txtParameter_1");
     EXPECT_FALSE(upper->isEnabled());
+    EXPECT_EQ(FindIn<QLabel>(*dialog, "lblUnit_0")->text(), "mm");
     button("optYScaleManual")->click();
     upper->ShowText("123456789");
     lower->ShowText("7");
@@ -348,7 +349,7 @@ TEST(ChartSettings, AppliesKeepsAndFollowsTheMenu)
     EXPECT_EQ(upper->text(), "255");
     EXPECT_EQ(chart->YMaximum(), 5000.0);
     EXPECT_EQ(chart->YMinimum(), 7.0);
-    EXPECT_TRUE(chart->TimeScale());
+    EXPECT_TRUE(chart->TimeScale() && main.settings.TimeOfDay);
     EXPECT_FALSE(chart->ConnectPoints());
     EXPECT_TRUE(main.settings.ShowZeroValues);
     main.Find<QAction>("mnuPopupShowZero")->setChecked(true);
