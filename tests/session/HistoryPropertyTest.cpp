@@ -90,7 +90,7 @@ void expectColumns(const clsHistory& history, const Walk& walk, const TimeWindow
     const std::vector<ValueSummary> columns = history.Columns(window, showZero);
     ASSERT_EQ(std::ssize(columns), window.columns);
     for (std::int32_t i = 0; i < window.columns; ++i) {
-        const double from = (window.first + i) / window.perDay, to = (window.first + i + 1) / window.perDay;
+        const double from = (window.first + i) / window.perDay, to = (window.first + (i + 1)) / window.perDay;
         ASSERT_EQ(textOf(columns[static_cast<std::size_t>(i)]), textOf(columnOf(walk, from, to, showZero)))
             << "column " << i << " of " << window.columns << ", " << window.perDay << " a day" << showZero;
     }
@@ -206,7 +206,7 @@ public:
     std::vector<Line> Make(std::size_t lines, std::size_t leastCalm = 1)
     {
         constexpr double kSteps[] = {0.0, 0.02 * kMs, kMs, kMs, kMs, 20 * kMs, 1000 * kMs};
-        constexpr std::int32_t kOften[] = {1000, 12345, 80000};
+        constexpr std::int32_t kOften[] = {1000, 12345, 80000, 600000000};
         std::vector<Line> series;
         double time = kBegin;
         const std::size_t calm = leastCalm + upTo(300);
@@ -214,7 +214,7 @@ public:
         for (std::size_t i = 0; i < lines; ++i) {
             step = oneOf(calm) ? kSteps[upTo(6)] : step;
             time += step;
-            Line line{{time, kOften[upTo(2)] + static_cast<std::int32_t>(upTo(100))}};
+            Line line{{time, kOften[upTo(m_most)] + static_cast<std::int32_t>(upTo(100))}};
             line.sample.value_mm = isRunning(calm) ? m_running : line.sample.value_mm;
             if (oneOf(calm)) {
                 constexpr std::int32_t kRare[] = {0, -1, 2147483646, -2147483647 - 1, -2147483640, kMarkerNoEcho};
@@ -245,6 +245,7 @@ private:
     }
 
     std::mt19937 m_random;
+    std::size_t m_most = upTo(3);
     std::int32_t m_running = 0;
     std::size_t m_left = 0;
 };

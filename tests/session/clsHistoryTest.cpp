@@ -3,7 +3,9 @@
 
 #include "tests/support/MeasuringSite.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -47,6 +49,48 @@ TEST(History, OutlivesWhatResetsTheChart)
     }
     EXPECT_EQ(measured, site.sampled);
     EXPECT_EQ(gaps, (std::vector{GapReason::Stopped, GapReason::LineLost}));
+}
+
+TEST(History, JoinsNothingAcrossWhatTheAccountAndTheClockSay)
+{
+    const double begin = MeasuringSite::kBegin;
+    const auto at = [begin](double seconds) { return begin + seconds / kSecondsPerDay; };
+    struct Row {
+        const char* name;
+        std::vector<double> seconds; ///< distances; the second one comes behind the gap
+        std::vector<Gap> gaps;
+        std::optional<GapReason> reason;
+        double length_s; ///< on the time axis
+    };
+    for (const Row& row : {
+             Row{"nothing", {1, 2, 3}, {}, std::nullopt, 0},
+             Row{"a silence", {1, 9, 10}, {{at(1), at(9), GapReason::NoEcho}}, GapReason::NoEcho, 8},
+             Row{"a lost line", {1, 9, 10}, {{at(1), at(9), GapReason::LineLost}}, GapReason::LineLost, 8},
+             Row{"a clock set back", {1, -3599, -3598}, {}, GapReason::ClockChanged, 0},
+             Row{"a clock set forward",
+                 {1, 7202, 7203},
+                 {{at(1), at(7202), GapReason::ClockChanged}},
+                 GapReason::ClockChanged,
+                 0.5},
+         }) {
+        SCOPED_TRACE(row.name);
+        clsHistory history;
+        std::vector<Measurement> samples{{1000.0, 1000, 0, 0, at(0.5)}};
+        for (const double seconds : row.seconds) {
+            samples.push_back({1000.0, 1000, 0, 0, at(seconds)});
+        }
+        history.Add(samples, row.gaps);
+        const ValueSummary all = history.Columns({std::floor(begin) - 100, 1.0, 200}).at(100);
+        EXPECT_EQ(all.valid, 4);
+        EXPECT_EQ(all.isWhole, !row.reason);
+        const auto gaps = history.GapsIn(history.Range(), 0.0);
+        ASSERT_EQ(gaps.size(), row.reason ? 1U : 0U);
+        if (row.reason) {
+            EXPECT_EQ(gaps.front().reason, *row.reason);
+            EXPECT_NEAR(gaps.front().range.Length() * kSecondsPerDay, row.length_s, 1e-3);
+        }
+        EXPECT_NEAR(history.At(history.Size() - 1).time, samples.back().time, 1e-9);
+    }
 }
 
 } // namespace
