@@ -269,7 +269,7 @@ private:
     /// What the session keeps on purpose.
     std::int64_t kept_KiB() const
     {
-        return static_cast<std::int64_t>(m_session.History().Size() * clsHistory::kEntryBytes / 1024);
+        return static_cast<std::int64_t>(m_session.History().Bytes() / 1024);
     }
 
     bool report(std::int64_t grown_KiB)
