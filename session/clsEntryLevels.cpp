@@ -1,23 +1,43 @@
 #include "session/clsEntryLevels.h"
 
-#include <iterator>
-#include <utility>
+#include <functional>
 
 namespace {
 
-/// The last of the runs that begins before a time; the first of them if there is none. `from` must not be behind it.
-std::size_t lastBefore(std::span<const EntrySummary> runs, std::uint32_t time, std::size_t from)
+/// How many of these begin before a time. Their times do not run backwards, and mostly they are even, so the search
+/// begins where that would be.
+template <class Item>
+std::size_t numberBefore(std::span<const Item> items, std::uint32_t time, auto begin)
 {
-    std::size_t low = from, high = from + 1;
-    for (std::size_t step = 1; high < runs.size() && runs[high].begin < time; step *= 2) {
-        low = high;
-        high = std::min(high + step, runs.size());
+    const auto isBefore = [&](std::size_t i) { return std::invoke(begin, items[i]) < time; };
+    std::size_t low = 0, high = items.size();
+    if (high > 2 && isBefore(0)) {
+        const std::uint32_t first = std::invoke(begin, items.front()), all = std::invoke(begin, items.back()) - first;
+        const std::size_t guess = time - first >= all ? high - 1 : std::uint64_t{time - first} * (high - 1) / all;
+        if (isBefore(guess)) {
+            low = guess + 1;
+            high = low < high && !isBefore(low) ? low : high;
+        } else {
+            high = guess;
+            low = isBefore(high - 1) ? high : 0;
+        }
     }
-    while (low + 1 < high) {
+    while (low < high) {
         const std::size_t middle = low + (high - low) / 2;
-        (runs[middle].begin < time ? low : high) = middle;
+        if (isBefore(middle)) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
     }
     return low;
+}
+
+/// The last of the runs from `from` on that begins before a time; the first of them if there is none.
+std::size_t lastBefore(std::span<const EntrySummary> runs, std::uint32_t time, std::size_t from, std::size_t most)
+{
+    const auto of = runs.subspan(from, std::min(most, runs.size() - from));
+    return from + std::max(numberBefore(of, time, &EntrySummary::begin), std::size_t{1}) - 1;
 }
 
 bool isDistance(const PackedEntry& entry)
@@ -100,18 +120,17 @@ std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
 {
     std::size_t first = from;
     if (!m_nodes.empty() && first / kNode < m_nodes.size()) {
-        const std::size_t node = lastBefore(m_nodes, time, first / kNode);
+        const std::size_t node = lastBefore(m_nodes, time, first / kNode, m_nodes.size());
         first = std::max(first, node * kNode);
     }
     if (first / kLeaf < m_leaves.size()) {
-        const std::size_t leaf = lastBefore(m_leaves, time, first / kLeaf);
+        const std::size_t leaf = lastBefore(m_leaves, time, first / kLeaf, m_leaves.size());
         first = std::max(first, leaf * kLeaf);
     }
     if (HasEntries()) {
-        const auto isBefore = [time](const PackedEntry& entry) { return entry.time < time; };
-        while (first < m_entries.size() && isBefore(m_entries[first])) { // twice, where leaves are still missing
+        while (first < m_entries.size() && m_entries[first].time < time) { // twice, where leaves are still missing
             const auto leaf = Entries().subspan(first, std::min(kLeaf, m_entries.size() - first));
-            first += static_cast<std::size_t>(std::ranges::partition_point(leaf, isBefore) - leaf.begin());
+            first += numberBefore(leaf, time, &PackedEntry::time);
         }
         return first;
     }
