@@ -261,6 +261,18 @@ public:
             .Print();
     }
 
+    void Memory() const
+    {
+        const double perSample = static_cast<double>(m_history.Bytes()) / m_samples;
+        TableRow row{.part = kPart,
+                     .what = "memory of the history, " + millions(m_samples),
+                     .ours = NumberText(perSample, 1) + " bytes a sample",
+                     .reference = "time and value as stored: 8 bytes",
+                     .ratio = perSample / 8.0,
+                     .aim = {}};
+        row.Aim("at most 12 bytes", perSample <= 12.0).Print();
+    }
+
     void Pointer()
     {
         constexpr int kPlaces = 2000;
@@ -398,6 +410,7 @@ int main(int argc, char** argv)
     bench.Frames("dragging", dragged);
     bench.Frames("zooming", zoomed);
     bench.Scales();
+    bench.Memory();
     bench.Pointer();
     bench.AnyStatistics();
     return 0;
