@@ -12,6 +12,7 @@ namespace {
 constexpr double kLeastLongest = 60.0 / kSecondsPerDay; // whatever there is, so much can be seen at once
 constexpr double kMargin = 0.1;                         // of everything that may be empty beside it
 constexpr double kInSight = 0.1;                        // of the window that must not be empty
+constexpr double kSlip = 0.02;                          // of the window, by which a hand may miss the newest value
 constexpr double kLeastAll_ms = 10000.0, kGrowth = 1.1;
 constexpr double kLeastHeight_mm = 1e-3, kMostHeight_mm = 1e10;
 
@@ -42,7 +43,7 @@ void clsView::Begin()
     m_back.clear();
     m_forward.clear();
     m_view.look.reset();
-    m_view.held_mm.reset();
+    Release();
 }
 
 double clsView::longest() const
@@ -76,6 +77,7 @@ double clsView::Behind() const
 
 void clsView::Keep()
 {
+    m_newest = m_scene.all ? m_scene.all->end : 0.0;
     m_forward.clear();
     if (m_back.empty() || m_back.back() != m_view) {
         m_back.push_back(m_view);
@@ -142,12 +144,26 @@ void clsView::Move(double days)
     Show(moved(Shown(), days));
 }
 
+void clsView::Follow()
+{
+    m_view.look.reset();
+    m_view.held_mm = m_view.followed_mm;
+}
+
+/// Values have come since the step began; they do not count.
 void clsView::Settle()
 {
-    if (m_view.look && m_scene.isLive && m_scene.all && m_view.look->end >= m_scene.all->end) {
-        m_view.span = m_view.look->Length();
-        Follow();
+    const auto& look = m_view.look;
+    if (!look || !m_scene.isLive || !m_scene.all ||
+        look->end < std::min(m_scene.all->end, m_newest) - kSlip * look->Length()) {
+        return;
     }
+    const bool wasFollowing = !m_back.empty() && !m_back.back().look;
+    m_view.span = wasFollowing ? m_back.back().span : look->Length();
+    if (wasFollowing) {
+        m_view.followed_mm = m_view.held_mm; // may have been moved, too
+    }
+    Follow();
 }
 
 void clsView::Span(double days)
@@ -182,7 +198,14 @@ void clsView::Hold(const Limits& limits_mm)
     if (modChartCommon::IsDrawable(lower) && modChartCommon::IsDrawable(upper) && upper - lower >= kLeastHeight_mm &&
         upper - lower <= kMostHeight_mm) {
         m_view.held_mm = {lower, upper};
+        m_view.followed_mm = m_view.look ? m_view.followed_mm : m_view.held_mm;
     }
+}
+
+void clsView::Release()
+{
+    m_view.held_mm.reset();
+    m_view.followed_mm.reset();
 }
 
 void clsView::ZoomValues(double value_mm, double factor, const Limits& shown_mm)

@@ -49,7 +49,8 @@ public:
     void Forward() { go(m_forward, m_back); }
 
     void Freeze() { m_view.look = Shown(); }
-    void Follow() { m_view.look.reset(); }
+    /// Limits that were chosen in what was looked at are not those of the newest values, and go.
+    void Follow();
     /// Looks at a stretch, at least `kShortest` long and with data in sight. What is not a stretch is ignored.
     void Show(const PlaceRange& range);
     /// Multiplies the length of the time axis; `place` stays where it is. While the newest values are followed, these
@@ -57,7 +58,7 @@ public:
     void Zoom(double place, double factor);
     /// Moves towards later times, as far as data stay in sight.
     void Move(double days);
-    /// After a movement: whoever has the newest value in sight again, follows it.
+    /// After a movement: whoever has the newest value in sight again, follows it. A slip does not count.
     void Settle();
     /// A length of the time axis in days, 0 for everything. The right end stays.
     void Span(double days);
@@ -65,15 +66,15 @@ public:
     void Fit();
 
     void Hold(const Limits& limits_mm);
-    void Release() { m_view.held_mm.reset(); }
+    void Release();
     /// Multiplies the height of the value axis, which now has the limits `shown_mm`; `value_mm` stays where it is.
     void ZoomValues(double value_mm, double factor, const Limits& shown_mm);
 
 private:
     struct View {
         std::optional<PlaceRange> look;
-        double span = 60.0 / kSecondsPerDay; ///< while it follows, days; 0: everything
-        std::optional<Limits> held_mm;
+        double span = 60.0 / kSecondsPerDay;        ///< while it follows, days; 0: everything
+        std::optional<Limits> held_mm, followed_mm; ///< the latter while it follows
         bool operator==(const View&) const = default;
     };
     using Views = std::vector<View>;
@@ -85,5 +86,6 @@ private:
 
     Scene m_scene;
     View m_view;
+    double m_newest = 0.0; ///< when the step began
     Views m_back, m_forward;
 };

@@ -159,8 +159,27 @@ TEST(View, HeldLimitsAreAHeightThatCanBeDrawn)
     }
     view.Hold({9, 1});
     EXPECT_EQ(view.Held_mm(), (clsView::Limits{1, 9}));
+    view.Freeze();
+    view.Hold({3, 5}); // in a rectangle
+    view.Follow();
+    EXPECT_EQ(view.Held_mm(), (clsView::Limits{1, 9})) << "as it was while it followed";
     view.Fit();
     EXPECT_FALSE(view.Held_mm());
+}
+
+TEST(View, ASlipOfTheHandGoesOnFollowing)
+{
+    clsView view = viewOf(true);
+    view.Fit();
+    view.Hold({0, 1000});
+    view.Keep();
+    view.Move(-0.5 * kSecond);
+    view.Hold({100, 1100});                                             // upwards
+    view.Update({.all = seconds(0, 650), .followed = seconds(0, 650)}); // meanwhile
+    view.Settle();
+    EXPECT_FALSE(view.Look());
+    EXPECT_TRUE(view.FollowsAll());
+    EXPECT_EQ(view.Held_mm(), (clsView::Limits{100, 1100}));
 }
 
 } // namespace

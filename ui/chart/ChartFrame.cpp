@@ -333,7 +333,7 @@ QRect ChartFrame::CurveArea() const
 void ChartFrame::PaintOverlay(QPainter& painter) const
 {
     if (m_layout) {
-        DrawOverlay(painter, m_content, *m_layout, m_colors);
         DrawPointed(painter, m_content, *m_layout, m_colors);
+        DrawOverlay(painter, m_content, *m_layout, m_colors);
     }
 }

@@ -81,7 +81,9 @@ bool ChartHands::handle(QEvent& event)
         m_chart.Fit();
         return true;
     case QEvent::Leave:
-        m_chart.Point({});
+        if (!m_chart.Reader().IsByKeys()) {
+            m_chart.Point({});
+        }
         return false;
     case QEvent::Wheel:
         event.accept();

@@ -14,7 +14,7 @@ constexpr std::size_t kMostPassed = 100000; // entries without a distance betwee
 
 bool isDistance(const HistoryEntry& entry)
 {
-    return !entry.gap && entry.kind == MeasurementKind::Distance;
+    return entry.isKnown && !entry.gap && entry.kind == MeasurementKind::Distance;
 }
 
 } // namespace
@@ -39,7 +39,7 @@ std::optional<ChartReader::Reading> ChartReader::nearest(double place) const
         return {};
     }
     const HistoryEntry entry = history()->At(*index);
-    return Reading{.place = entry.place, .value_mm = entry.value_mm};
+    return entry.isKnown ? std::optional(Reading{.place = entry.place, .value_mm = entry.value_mm}) : std::nullopt;
 }
 
 /// A gap is read as such unless the pointer is close to one of its ends.

@@ -33,6 +33,8 @@ public:
     /// Reads again.
     void Update();
     const std::optional<Reading>& Pointed() const { return m_pointed; }
+    /// Whether the keys have moved the pointer, wherever the mouse is.
+    bool IsByKeys() const { return m_place.has_value(); }
 
     /// Sets a cursor at the pointer, or without one on the newest value, or in the middle; or takes it away.
     void Toggle(int cursor);

@@ -237,7 +237,8 @@ int StatisticsPanel::place(int width, bool moves) const
             top += line;
         }
         if (moves) {
-            figure.name->setGeometry(left, top, name, line);
+            const int lower = fontMetrics().ascent() - figure.name->fontMetrics().ascent(); // on one base line
+            figure.name->setGeometry(left, top + lower, name, figure.name->sizeHint().height());
             figure.number->setGeometry(left + name + gap, top, figure.width, line);
         }
         left += whole + 3 * gap;

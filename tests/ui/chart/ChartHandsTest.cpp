@@ -14,16 +14,16 @@ namespace {
 
 constexpr double kDay_s = 86400.0;
 
-/// The main window with some values of a simulated sensor, ten seconds of the time axis, and the hands of an operator.
+/// The main window with some values of a simulated sensor, five seconds of the time axis, and the hands of an operator.
 struct Looking : MainDesk {
     ChartPanel& chart = *Find<ChartPanel>("picGraph");
 
     Looking()
     {
-        chart.Span(10000);
+        chart.Span(5000);
         EXPECT_TRUE(Connects());
         Find("cmdStart")->click();
-        EXPECT_TRUE(Until([this] { return chart.Source() != nullptr && chart.Source()->Size() >= 30; }));
+        EXPECT_TRUE(Until([this] { return chart.Source() != nullptr && chart.Source()->Size() >= 60; }));
         chart.grab(); // the plot has its place from now on
     }
     QPointF At(double share, double height = 0.5) const
@@ -75,7 +75,7 @@ TEST(Looking, TheMouseMovesThePictureWhileValuesGoOnComing)
     main.Turn(main.At(0.3), 120);
     main.Turn(main.At(0.3), 60); // a wheel of high resolution
     EXPECT_FALSE(chart.IsFrozen()) << "the newest value stays at the right end";
-    EXPECT_NEAR(main.Length_s(), 10.0 * std::pow(0.8, 1.5), 0.01);
+    EXPECT_NEAR(main.Length_s(), 5.0 * std::pow(0.8, 1.5), 0.01);
     EXPECT_NEAR(main.settings.Span_ms, main.Length_s() * 1000.0, 1.0);
 
     const double grasped = chart.PlaceAt(main.At(0.7).x());
@@ -148,6 +148,39 @@ TEST(Looking, KeysAndCursorsReadSampleBySample)
     chart.ToggleCursor(0);
     EXPECT_EQ(main.Text("lblCursorTime"), "–");
     EXPECT_NE(main.Text("lblStatCount"), "16") << "of what is seen";
+}
+
+TEST(Looking, ARecordingHasItsOwnViewAndLiveValuesTheirSpan)
+{
+    Desk desk;
+    desk.settings.Span_ms = 3600000;
+    desk.Open();
+    ChartPanel& chart = *desk.Find<ChartPanel>("picGraph");
+    EXPECT_EQ(chart.XRange_ms(), 3600000) << "as the program was left";
+    EXPECT_LE(chart.Series().Size(), 12000) << "the history has the rest";
+    chart.HoldSpan(true);
+    chart.Ticked();
+    EXPECT_EQ(chart.Overlay().note, "Time span held");
+    chart.HoldSpan(false);
+
+    desk.session->Play(desk.folder.Write("a.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\n"
+                                                  "15.11.2026 12:02:00,000; 2000 mm; 21 \xB0\x43\n"),
+                       [](double) { return true; });
+    const PlaceRange ofPlayback = chart.ShownRange();
+    EXPECT_NEAR(ofPlayback.Length() * kDay_s, 120.0, 1e-3);
+    chart.Span(10000);
+    ASSERT_TRUE(chart.IsFrozen());
+    EXPECT_NEAR(chart.ShownRange().Length() * kDay_s, 10.0, 1e-6);
+    EXPECT_EQ(chart.ShownRange().end, ofPlayback.end);
+    EXPECT_EQ(chart.Overlay().note, "") << "a recording does not go on";
+    chart.Back();
+    EXPECT_EQ(chart.ShownRange(), ofPlayback);
+    chart.ZoomTime(ChartPanel::Step::New, ofPlayback.begin, 0.5);
+    EXPECT_TRUE(chart.IsFrozen());
+    chart.ResetChart(); // a measurement begins
+    EXPECT_FALSE(chart.IsFrozen() || chart.CanGoBack());
+    EXPECT_EQ(chart.XRange_ms(), 3600000);
+    EXPECT_EQ(desk.settings.Span_ms, 3600000);
 }
 
 } // namespace
