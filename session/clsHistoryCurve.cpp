@@ -35,7 +35,7 @@ PlaceRange rangeOf(const clsHistoryCurve::View& view)
 
 bool isDistance(const HistoryEntry& entry)
 {
-    return !entry.gap && entry.kind == MeasurementKind::Distance;
+    return !entry.gap && entry.isKnown && entry.kind == MeasurementKind::Distance;
 }
 
 } // namespace

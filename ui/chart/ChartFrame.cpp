@@ -46,7 +46,7 @@ void ChartFrame::drawAnew(const QFont& font, const QPalette& palette, const QSiz
     m_ground = ground;
     m_colors = colors;
     m_layout.emplace(layout);
-    m_scaling = {m_content.limits, m_content.exactLimits};
+    m_scaling = scaling();
     isKept ? drawScales() : drawAll();
 }
 
@@ -92,19 +92,26 @@ void ChartFrame::drawAll()
     }
 }
 
-/// Takes up other limits of the value axis. Returns false when that changes more than its scale.
+ChartFrame::Scaling ChartFrame::scaling() const
+{
+    return {m_content.limits, m_content.exactLimits,
+            m_content.ShowsIntervals() ? std::round(m_content.Span_ms()) : 0.0};
+}
+
+/// Takes up other limits of the value axis, or another span. Returns false when that changes more than its scale.
 bool ChartFrame::rescale()
 {
-    const Scaling scaling{m_content.limits, m_content.exactLimits};
-    if (scaling == m_scaling || m_layout->Plot().isEmpty()) {
+    const Scaling present = scaling();
+    if (present == m_scaling || m_layout->Plot().isEmpty()) {
         return true;
     }
     const double room = m_layout->Rescale();
     const bool isLooked = m_content.look && !m_content.lookFollows;
-    if (hasWatermark() || room > m_layout->LabelRoom() || (room != m_layout->LabelRoom() && !isLooked)) {
+    if (hasWatermark() || m_layout->IntervalFormat() != m_ground.intervalFormat || room > m_layout->LabelRoom() ||
+        (room != m_layout->LabelRoom() && !isLooked)) {
         return false;
     }
-    m_scaling = scaling;
+    m_scaling = present;
     m_composed.reset();
     m_curvePainter.Erase(raster());
     drawScales();
@@ -252,7 +259,10 @@ bool ChartFrame::composeHistory(const Raster& raster)
 {
     const clsHistory& history = *m_content.history;
     const clsHistoryCurve::View view = m_layout->HistoryView();
-    const Composed composed{view, m_layout->Rows(), history.Version()};
+    Composed composed{view, m_layout->Rows(), {}, history.Forgotten(), history.ThinnedBefore()};
+    if (history.Range().end <= m_content.look->end) {
+        composed.version = history.Version();
+    }
     if (m_composed == composed) {
         return m_hasCurve;
     }

@@ -50,10 +50,11 @@ public:
     const ChartColors& Colors() const { return m_colors; }
 
 private:
-    /// What the drawn value scale depends on, apart from what discards everything.
+    /// What the drawn scales depend on, apart from what discards everything.
     struct Scaling {
         modChartCommon::ValueRange limits;
         bool exact = false;
+        double intervalSpan_ms = 0.0; ///< 0 while the axis shows times
         bool operator==(const Scaling&) const = default;
     };
     /// What everything but the scales and the curve depends on.
@@ -72,7 +73,10 @@ private:
     struct Composed {
         clsHistoryCurve::View view;
         RowScale rows;
-        std::uint64_t version = 0;
+        /// What has come to the history since does not matter while the stretch lies before it.
+        std::optional<std::uint64_t> version{};
+        std::int64_t forgotten = 0;
+        std::optional<double> thinnedBefore{};
         bool operator==(const Composed&) const = default;
     };
 
@@ -80,6 +84,7 @@ private:
     Raster raster();
     ChartDrawing drawing() const { return {m_content, *m_layout, m_colors}; }
     Ground groundOf(const ChartLayout& layout, const ChartColors& colors) const;
+    Scaling scaling() const;
     bool hasWatermark() const;
     void drawAnew(const QFont& font, const QPalette& palette, const QSize& size, double ratio);
     void drawAll();

@@ -233,7 +233,7 @@ std::vector<ChartLayout::Tick> ChartLayout::IntervalTicks() const
         const double share = 1.0 + seconds * kMsPerSecond / m_content.Span_ms();
         return static_cast<int>(std::lround(share * (m_plot.width() - 1)));
     };
-    if (const double span_s = m_content.Span_ms() / kMsPerSecond; span_s > kMostSeconds) {
+    if (const double span_s = intervalSpan_s(); span_s > kMostSeconds) {
         const std::int32_t fitting =
             divisionsFor(m_plot.width(), kWidthsPerDivision * widthOf(kDurationLabel) * m_ratio);
         const double step = modTimeScale::DurationStep(span_s, fitting);
@@ -253,9 +253,15 @@ std::vector<ChartLayout::Tick> ChartLayout::IntervalTicks() const
     return ticks;
 }
 
+/// To the millisecond: the last bits of a stretch's length must not change the labels.
+double ChartLayout::intervalSpan_s() const
+{
+    return std::round(m_content.Span_ms()) / kMsPerSecond;
+}
+
 QString ChartLayout::IntervalFormat() const
 {
-    const double span_s = m_content.Span_ms() / kMsPerSecond;
+    const double span_s = intervalSpan_s();
     if (span_s <= kMostSeconds || !m_content.ShowsIntervals()) {
         return {};
     }
@@ -269,7 +275,7 @@ std::vector<ChartLayout::Tick> ChartLayout::TimeTicks() const
         return {};
     }
     const bool isLooked = m_content.look && !m_content.lookFollows;
-    const bool isLong = m_content.Span_ms() >= kLongAxis_ms;
+    const bool isLong = std::round(m_content.Span_ms()) >= kLongAxis_ms;
     std::vector<Tick> ticks = isLooked || isLong || !ClockChanges().empty() ? timesOfAnySpan() : timesOfDay();
     makeRoom(ticks);
     return ticks;

@@ -211,9 +211,9 @@ void XYChart::paintEvent(QPaintEvent*)
 
     QPainter painter(this);
     m_frame.Paint(painter);
-    if (!hasCurve) {
+    if (!hasCurve && !m_look) {
         m_frame.PaintNote(painter, m_emptyText);
-    } else if (!m_look && m_series.Added() > 0) {
+    } else if (hasCurve && !m_look && m_series.Added() > 0) {
         const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
         const double time = m_series.XValue(newest);
         const double place = m_content.look ? m_content.history->Times().PlaceOf(time) : time;
