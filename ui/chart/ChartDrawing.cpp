@@ -15,6 +15,17 @@
 
 using modGDIAPI::ColorOf;
 
+namespace {
+
+/// Whole pixels for a length in units, which may have been made from whole pixels.
+int pixelsOf(double units, double ratio)
+{
+    constexpr double kRounding = 1e-6;
+    return static_cast<int>(std::ceil(units * ratio - kRounding));
+}
+
+} // namespace
+
 void ChartDrawing::Draw(QPainter& painter, const clsChartData& series) const
 {
     const std::vector<ChartLayout::Tick> ticks = m_layout.TimeTicks();
@@ -173,7 +184,7 @@ QRect ChartDrawing::ValueLabelBox(const ChartLayout::Tick& tick, double width) c
 {
     const double line = m_layout.Line(), ratio = m_layout.Ratio();
     const QRect& plot = m_layout.Plot();
-    const int height = static_cast<int>(std::ceil(line * ratio)), wide = static_cast<int>(std::ceil(width * ratio));
+    const int height = pixelsOf(line, ratio), wide = pixelsOf(width, ratio);
     const int right = plot.left() - static_cast<int>(std::lround(line / 2.0 * ratio));
     return {right - wide, plot.top() + tick.position - height / 2, wide, height};
 }
@@ -182,10 +193,9 @@ QRect ChartDrawing::TimeLabelBox(const ChartLayout::Tick& tick, double width) co
 {
     const double line = m_layout.Line(), ratio = m_layout.Ratio();
     const QRect& plot = m_layout.Plot();
-    const int wide = static_cast<int>(std::ceil(width * ratio));
+    const int wide = pixelsOf(width, ratio);
     return {plot.left() + m_layout.Mirrored(tick.position) - wide / 2,
-            plot.bottom() + 1 + static_cast<int>(std::lround(line / 2.0 * ratio)), wide,
-            static_cast<int>(std::ceil(line * ratio))};
+            plot.bottom() + 1 + static_cast<int>(std::lround(line / 2.0 * ratio)), wide, pixelsOf(line, ratio)};
 }
 
 QRect ChartDrawing::BelowLabelBox(const ChartLayout::Tick& tick, double width) const

@@ -65,7 +65,8 @@ ChartFrame::Ground ChartFrame::groundOf(const ChartLayout& layout, const ChartCo
             layout.IntervalFormat(),
             m_content.xReversed,
             m_content.ShowsIntervals(),
-            m_content.history != nullptr};
+            m_content.history != nullptr,
+            m_content.look.has_value()};
 }
 
 bool ChartFrame::hasWatermark() const
@@ -178,8 +179,8 @@ const QImage& ChartFrame::labelOf(const QString& text)
     if (found == m_labels.end()) {
         const double ratio = m_layout->Ratio();
         const double width = QFontMetricsF(m_layout->Font()).horizontalAdvance(text);
-        QImage label(std::max(static_cast<int>(std::ceil(width * ratio)), 1),
-                     static_cast<int>(std::ceil(m_layout->Line() * ratio)), QImage::Format_RGB32);
+        const QSize pixels = drawing().TimeLabelBox({}, width).size();
+        QImage label(std::max(pixels.width(), 1), pixels.height(), QImage::Format_RGB32);
         label.setDevicePixelRatio(ratio);
         label.fill(m_colors.back);
         QPainter painter(&label);

@@ -67,6 +67,7 @@ private:
         clsLabel header, xCaption, yCaption;
         QString seriesLabel, badge, intervalFormat;
         bool xReversed = false, intervals = false, hasHistory = false;
+        bool ofHistory = false; ///< the curve is
         bool operator==(const Ground&) const = default;
     };
     /// What the drawn stretch of the history depends on.
