@@ -123,6 +123,8 @@ public:
     }
     /// A playback begins: the points that follow are the lines of a recording.
     virtual void PlaybackBegins() {}
+    /// More of its lines are in the session's history; called many times a second.
+    virtual void PlaybackGoesOn() {}
     /// All lines, or all that can be read, have been reported, so the time axis can be placed. The texts of the last
     /// line follow.
     virtual void PlaybackLoaded(const modPlayback::Loaded& loaded) { static_cast<void>(loaded); }

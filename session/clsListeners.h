@@ -115,6 +115,10 @@ public:
     {
         tell([&](SessionListener& listener) { listener.PlaybackBegins(); });
     }
+    void PlaybackGoesOn() override
+    {
+        tell([](SessionListener& listener) { listener.PlaybackGoesOn(); });
+    }
     void PlaybackLoaded(const modPlayback::Loaded& loaded) override
     {
         tell([&](SessionListener& listener) { listener.PlaybackLoaded(loaded); });

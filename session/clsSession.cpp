@@ -264,12 +264,16 @@ modPlayback::Loaded clsSession::Play(std::span<const RecordPart> parts,
         std::exchange(m_played, std::make_unique<clsHistory>(static_cast<std::size_t>(m_settings.History_MiB) << 20U));
     m_listeners.PlaybackBegins(); // who looks at the history before turns to the new one
     m_loop.BeginPlaying();
+    const auto goesOn = [&](double read) {
+        m_listeners.PlaybackGoesOn(); // before events are handled: what is new can be painted with them
+        return goOn(read) && m_recorder.Mode == RecorderPlaying;
+    };
     modPlayback::Loaded loaded =
         modPlayback::LoadData(parts, m_device.Parameters(),
                               {.history = *m_played,
                                .show = [this](auto measurements, double shift) { m_loop.Play(measurements, shift); },
                                .gap = [this](double place) { m_loop.PlayGap(place); },
-                               .goOn = [&](double read) { return goOn(read) && m_recorder.Mode == RecorderPlaying; }},
+                               .goOn = goesOn},
                               m_recorder.Played);
     m_marks.ShowPlayed(m_played->Times(), {&file, 1});
     m_loop.TellPlayed();

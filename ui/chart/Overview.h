@@ -69,6 +69,7 @@ private:
     };
 
     void AddPlayedPoints(std::span<const ChartPoint> /*points*/) override { refresh(); }
+    void PlaybackGoesOn() override { refresh(); }
     void PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& /*loaded*/) override
     {
         refresh();

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kPumpEvery_ms = 16;
 constexpr int kSteps = 1000;
+constexpr double kFirstPump = 0.01; // of the file: something is seen at once
 
 } // namespace
 
@@ -28,9 +29,11 @@ LoadProgress::~LoadProgress()
 
 bool LoadProgress::GoOn(double fraction)
 {
-    if (m_sincePump.elapsed() < kPumpEvery_ms) {
+    const bool isFirst = !m_hasPumped && fraction >= kFirstPump;
+    if (!isFirst && m_sincePump.elapsed() < kPumpEvery_ms) {
         return true;
     }
+    m_hasPumped = true;
     m_sincePump.restart();
     if (m_bar == nullptr && m_total.elapsed() >= kPatience_ms && m_owner != nullptr) {
         showBar();

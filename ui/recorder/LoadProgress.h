@@ -30,4 +30,5 @@ private:
     std::int32_t m_language;
     QPointer<QProgressDialog> m_bar;
     QElapsedTimer m_total, m_sincePump;
+    bool m_hasPumped = false;
 };
