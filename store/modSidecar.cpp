@@ -330,10 +330,12 @@ RecordingInfo infoOf(const json& document)
     if (const auto end = timeOf(valueOf(document, "end"))) {
         info.end = end->time;
     }
-    if (const auto start = timeOf(valueOf(document, "recordingStart"))) {
-        constexpr std::int64_t kMostParts = std::numeric_limits<std::int32_t>::max();
-        info.recordingStart = start->time;
-        info.part = static_cast<std::int32_t>(wholeOf(valueOf(document, "part"), 1, kMostParts).value_or(0));
+    constexpr std::int64_t kMostParts = std::numeric_limits<std::int32_t>::max();
+    const auto recordingStart = timeOf(valueOf(document, "recordingStart"));
+    const auto part = wholeOf(valueOf(document, "part"), 1, kMostParts);
+    if (recordingStart && part) {
+        info.recordingStart = recordingStart->time;
+        info.part = static_cast<std::int32_t>(*part);
     }
     readFlag(valueOf(document, "everyValue"), info.everyValue);
     readAccount(valueOf(document, "account"), info.account);

@@ -48,6 +48,8 @@ RecordingInfo fullInfo()
     info.sensor.SWVersion = "\x81\xFF";
     info.start = timeOf(11, 20, 14, 3, 5, 250);
     info.end = timeOf(11, 20, 15, 0, 0, 0);
+    info.recordingStart = timeOf(11, 20, 13, 0, 0, 125);
+    info.part = 2;
     info.offset_min = 60;
     info.everyValue = false;
     info.parameters.DistanceUnit = 3;
