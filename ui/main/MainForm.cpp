@@ -116,7 +116,8 @@ void MainForm::buildMenus(QMainWindow& window)
     bar(mnuFile, "mnuFileBarRecent");
     mnuFileRecent = subMenu(mnuFile->addMenu(QString()), "mnuFileRecent");
     mnuFileRecent->setToolTipsVisible(true); // the folder of each
-    mnuFileRecentClear = item(mnuFileRecent, "mnuFileRecentClear");
+    mnuFileRecentClear = Named<QAction>("mnuFileRecentClear", &window); // the menu would delete it when it is cleared
+    mnuFileRecent->addAction(mnuFileRecentClear);
     bar(mnuFile, "mnuFileBar");
     mnuFileExit = item(mnuFile, "mnuFileExit");
     mnuFileExit->setShortcut(QKeySequence::Quit);

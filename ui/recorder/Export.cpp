@@ -29,6 +29,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -202,27 +203,18 @@ bool paintPdf(XYChart& chart, const QString& heading, QIODevice& device)
     return painter.end();
 }
 
-/// While it lives, a chart that follows stands still: what is exported is what was seen when the command was given.
+/// While it lives, the chart shows what was seen when the command was given, though it may have followed new values
+/// while the operator chose a file.
 class Standstill {
 public:
-    explicit Standstill(XYChart& chart) : m_chart(chart), m_follows(!chart.Look())
-    {
-        if (m_follows) {
-            m_chart.Look(m_chart.ShownRange());
-        }
-    }
-    ~Standstill()
-    {
-        if (m_follows) {
-            m_chart.Look(std::nullopt);
-        }
-    }
+    Standstill(XYChart& chart, const PlaceRange& seen) : m_chart(chart), m_before(chart.Look()) { m_chart.Look(seen); }
+    ~Standstill() { m_chart.Look(m_before); }
     Standstill(const Standstill&) = delete;
     Standstill& operator=(const Standstill&) = delete;
 
 private:
     XYChart& m_chart;
-    const bool m_follows;
+    const std::optional<PlaceRange> m_before;
 };
 
 /// "2026-11-20 14:03:05.250", or only its last part on the same day.
@@ -316,7 +308,6 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 
 QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& session, std::int32_t language)
 {
-    const Standstill standstill(chart);
     const PlaceRange range = chart.ShownRange();
     std::vector<TableKind> tables = tableKinds(language);
     QStringList names, suffixes;
@@ -342,6 +333,7 @@ QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& sessi
     const QString ending = QFileInfo(file).suffix().toLower();
     const bool isPicture = std::ranges::find(kPictureSuffixes, ending) != std::end(kPictureSuffixes);
     if (isPicture || suffixes[kind()] != QLatin1String("csv")) {
+        const Standstill standstill(chart, range);
         const QString why =
             WritePicture(chart, file, isPicture ? ending : suffixes[kind()], HeadingOf(chart, session, language));
         return why.isEmpty() ? file : cannotSave(file, FileErrorText(why, language), language);

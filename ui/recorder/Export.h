@@ -28,7 +28,8 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder, std::int32_t language);
 
 /// Asks for a file and saves what the chart shows of the history now, cursors or not: as a table, or as a picture with
-/// a heading. Returns the outcome in words; empty when the user cancels. The chart stands still meanwhile.
+/// a heading. New values that the chart follows while the user chooses a file change nothing. Returns the outcome in
+/// words; empty when the user cancels.
 QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& session, std::int32_t language);
 
 /// The same as a table, without questions.

@@ -39,6 +39,8 @@ struct ViewDesk : MainDesk {
     {
         QMimeData data;
         data.setUrls(files);
+        QDragEnterEvent enter(QPoint(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &enter);
         QDropEvent drop(QPointF(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(window.get(), &drop);
         QApplication::processEvents();
