@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 // A new chart has room for its range at one point per tick.
 static_assert(modChartGlobals::kPointInterval_ms == clsMeasurementLoop::kInterval_ms);
@@ -189,10 +190,8 @@ void ChartPanel::ResetChart()
 {
     m_origin = {.simulated = m_session != nullptr && m_session->IsSimulated()};
     sayOrigin();
-    if (m_liveRange_ms) {
-        XRange_ms(*m_liveRange_ms); // the range of a recording may be days
-        m_liveRange_ms.reset();
-        forgetLooking(); // the recording goes
+    if (std::exchange(m_isPlayed, false)) {
+        forgetLooking(); // the recording is gone, whose span may be days
     }
     InitChartData(roomFor(XRange_ms()) - 1);
 }
@@ -228,7 +227,7 @@ void ChartPanel::makeRoom(double time)
 {
     clsChartData& series = Series();
     const std::int32_t size = series.Size();
-    if (size >= modChartGlobals::kMostPoints || m_liveRange_ms) {
+    if (size >= modChartGlobals::kMostPoints || m_isPlayed) {
         return; // the room of a recording is large, and its range may be days
     }
     // The point behind the slot to be written is left out from then on.
@@ -265,7 +264,7 @@ void ChartPanel::PlaybackBegins()
 {
     m_origin = {};
     forgetLooking();
-    m_liveRange_ms = m_liveRange_ms.value_or(XRange_ms());
+    m_isPlayed = true;
     InitChartData(modPlayback::kChartPoints - 1);
     m_settings->AutoScale = true;
     AutoScale(true);

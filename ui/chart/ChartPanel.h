@@ -145,7 +145,7 @@ private:
     std::optional<ValueOrigin> m_saidOrigin;
     std::optional<std::string> m_namedSerial; ///< in the name of the series
     std::int32_t m_language = 0;
-    std::optional<std::int32_t> m_liveRange_ms; ///< the range before the first playback
+    bool m_isPlayed = false; ///< a recording is shown, or nothing after one, until a measurement begins
     QPointer<frmChartSettings> m_chartSettings;
     clsView m_view;
     ChartReader m_reader{*this};

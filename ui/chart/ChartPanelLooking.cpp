@@ -32,7 +32,7 @@ clsView::Scene ChartPanel::scene() const
     const bool hasData = Source() != nullptr && !Source()->IsEmpty();
     return {.all = hasData ? std::optional(Source()->Range()) : std::nullopt,
             .followed = ShownRange(),
-            .isLive = !m_liveRange_ms};
+            .isLive = !m_isPlayed};
 }
 
 void ChartPanel::followHistory()
@@ -48,13 +48,14 @@ void ChartPanel::followHistory()
     }
 }
 
-/// Call it before the history goes.
+/// The history may be gone already.
 void ChartPanel::forgetLooking()
 {
+    Source(nullptr, Unit_mm());
     m_view.Begin();
+    m_view.Update({.all = {}, .followed = ShownRange(), .isLive = !m_isPlayed});
     m_reader.Forget();
     showView();
-    Source(nullptr, Unit_mm());
 }
 
 void ChartPanel::begin(Step step)
@@ -101,7 +102,7 @@ void ChartPanel::rememberSpan()
 /// A recording has the span that playback has given it.
 void ChartPanel::followSpan()
 {
-    if (!m_liveRange_ms && XRange_ms() != m_view.FollowedSpan_ms()) {
+    if (!m_isPlayed && XRange_ms() != m_view.FollowedSpan_ms()) {
         XRange_ms(m_view.FollowedSpan_ms());
     }
 }
@@ -288,7 +289,7 @@ void ChartPanel::showOverlay()
 QString ChartPanel::note() const
 {
     if (IsFrozen()) {
-        return m_liveRange_ms
+        return m_isPlayed
                    ? QString()
                    : Text(TextId::NoteBehind, m_language).arg(FromUtf8(modReadingText::Roughly(m_view.Behind())));
     }
