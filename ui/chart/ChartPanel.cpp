@@ -4,8 +4,6 @@
 #include "sensor/Parameters.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
-#include "ui/chart/ChartAccess.h"
-#include "ui/chart/ChartHands.h"
 #include "ui/chart/frmChartSettings.h"
 #include "ui/chart/modChartGlobals.h"
 #include "ui/help/Help.h"
@@ -44,8 +42,6 @@ ChartPanel::ChartPanel(QWidget* parent) : XYChart(parent)
     YTitle(QStringLiteral("[ mm ]"));
     SeriesLabel(QLatin1String(kSeriesName));
     buildPopUp();
-    InstallChartAccess();
-    new ChartHands(*this);
 }
 
 ChartPanel::~ChartPanel()

@@ -1,5 +1,7 @@
 #include "ui/main/MainForm.h"
 
+#include "ui/chart/ChartAccess.h"
+#include "ui/chart/ChartHands.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/Overview.h"
 #include "ui/chart/StatisticsPanel.h"
@@ -75,6 +77,8 @@ void MainForm::BuildForm(QMainWindow& window)
     fraComport = new PortPanel(column);
     fraLine = new LinePanel(column);
     picGraph = Named<ChartPanel>("picGraph", centre);
+    new ChartHands(*picGraph);
+    InstallChartAccess();
     auto* frames = new QVBoxLayout(column);
     frames->setContentsMargins({});
     frames->setSpacing(window.fontMetrics().height() / 5); // a badge of two lines fits a window 600 high
