@@ -138,7 +138,8 @@ TEST(HistoryCurve, StaysExactWithinAMillisecond)
     curve.ReduceTo(reduced, history, view);
     ASSERT_EQ(curve.Dots(history, view).Added(), 10U);
     int i = 0;
-    for (const ChartPoint& dot : curve.Dots(history, view).Readable()[0]) {
+    const auto dots = curve.Dots(history, view).Readable();
+    for (const ChartPoint& dot : dots[0]) {
         const TimeWindow window = clsHistoryCurve::DotsWindow(view);
         EXPECT_NEAR(dot.x * window.perDay - window.first, 200.0 + 400.0 * i++, 5.0);
     }

@@ -213,7 +213,7 @@ QRect ChartDrawing::ValueScaleArea() const
     const int line = static_cast<int>(std::ceil(m_layout.Line() * m_layout.Ratio()));
     return {0, plot.top() - line / 2 - 1,
             plot.left() - static_cast<int>(std::lround(m_layout.Line() / 2.0 * m_layout.Ratio())),
-            plot.height() + line / 2 + 2};
+            plot.height() + line + 1};
 }
 
 QRect ChartDrawing::TimeScaleArea() const
