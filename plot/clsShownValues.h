@@ -42,6 +42,8 @@ public:
         std::vector<ChartPoint> spikes{};
         /// The lowest and highest value, spikes included.
         std::array<double, 2> Ends() const;
+        /// The same with nothing left out.
+        Split WithSpikes() const { return {Ends(), {-kNone, kNone}}; }
     };
     /// Empty without a value.
     std::optional<Split> WithoutSpikes() const;

@@ -20,6 +20,7 @@ using Unit = Step::Unit;
 constexpr std::int64_t kSecond = 10000; // in tenths of a millisecond, the finest that a clock's step has
 constexpr std::int64_t kMinute = 60 * kSecond, kHour = 60 * kMinute, kDay = 24 * kHour;
 constexpr double kDaysOfMonth = 30.5, kDaysOfYear = 365.25;
+constexpr double kLastBits = 1e-6;
 constexpr std::size_t kMostTicks = 200, kMostChanges = 20;
 
 constexpr std::int64_t kClockSteps[] = {1,       2,           5,           10,           20,           50,
@@ -173,7 +174,8 @@ Tick tickAt(const Moment& moment, const Step& step, char decimalSeparator)
 Step StepFor(double span_ms, std::int32_t divisions)
 {
     divisions = std::max(divisions, 1);
-    const double perDivision = span_ms * (static_cast<double>(kSecond) / 1000.0) / divisions; // tenths of a millisecond
+    // In tenths of a millisecond; a span that is a whole number of steps may be longer in its last bits.
+    const double perDivision = span_ms * (static_cast<double>(kSecond) / 1000.0) / divisions * (1.0 - kLastBits);
     for (const std::int64_t count : kClockSteps) {
         if (static_cast<double>(count) >= perDivision) {
             return {Unit::Clock, count};

@@ -1,5 +1,7 @@
 #include "session/clsHistoryCurve.h"
 
+#include "base/Days.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -8,6 +10,7 @@ namespace {
 
 constexpr double kNoValue = std::numeric_limits<double>::quiet_NaN();
 constexpr double kFine = clsHistoryCurve::kFineColumns;
+constexpr double kTick = 0.1 / kMsPerDay; // to which the places of entries are rounded
 
 /// The small extra is more than the rounding of the product.
 double columnAt(double place, double perDay)
@@ -71,7 +74,7 @@ void clsHistoryCurve::walk(const clsHistory& history, const View& view)
         if (i == begin) {
             clockSet = std::ranges::upper_bound(stretches, entry.place, {}, &clsTimeLine::Stretch::begin);
         }
-        for (; clockSet != stretches.end() && clockSet->begin <= entry.place; ++clockSet) {
+        for (; clockSet != stretches.end() && clockSet->begin <= entry.place + kTick; ++clockSet) {
             if (clockSet == stretches.begin() || std::prev(clockSet)->begin < clockSet->begin) {
                 add(clockSet->begin, kNoValue); // nothing is joined across it
             }
@@ -120,20 +123,27 @@ void clsHistoryCurve::summarise(const clsHistory& history, const View& view)
 }
 
 /// Each column of pixels covers its values from the lowest to the highest, in all of its finer columns; between two
-/// columns that a line joins, the curve goes straight.
-void clsHistoryCurve::joinColumns(const View& view)
+/// columns that a line joins, the curve goes straight. Nothing is joined where the clock was set.
+void clsHistoryCurve::joinColumns(const View& view, std::span<const clsTimeLine::Stretch> stretches)
 {
     m_spans.clear();
     constexpr std::int32_t kPerColumn = kFineColumns;
     const double unit = view.unit_mm;
     std::int32_t before = -1; // the last column with values
+    auto clockSet = std::ranges::upper_bound(stretches, view.begin, {}, &clsTimeLine::Stretch::begin);
+    const double end = rangeOf(view).end;
     for (std::int32_t i = 0; i < view.columns; ++i) {
         const ValueSummary& summary = m_columns[static_cast<std::size_t>(i)];
         if (summary.valid == 0) {
             continue;
         }
         const double first = summary.first / unit;
-        const bool joins = summary.joinsBefore && before >= 0;
+        bool joins = summary.joinsBefore && before >= 0;
+        for (; clockSet != stretches.end() && clockSet->begin <= end &&
+               columnAt(clockSet->begin, view.perDay) - m_window.first <= i;
+             ++clockSet) {
+            joins = joins && clockSet == stretches.begin();
+        }
         const double last = joins ? m_columns[static_cast<std::size_t>(before)].last / unit : first;
         if (joins) {
             const int pieces = (i - before - 1) * kPerColumn + 1;
@@ -165,7 +175,7 @@ void clsHistoryCurve::ReduceTo(clsCurveColumns& columns, const clsHistory& histo
         return;
     }
     summarise(history, view);
-    joinColumns(view);
+    joinColumns(view, history.Times().Stretches());
     columns.Take(windowOf(view, 0.0, kFine), m_spans);
 }
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 class clsHistoryCurve {
@@ -53,7 +54,7 @@ private:
     static bool isWalked(const clsHistory& history, const View& view);
     void walk(const clsHistory& history, const View& view);
     void summarise(const clsHistory& history, const View& view);
-    void joinColumns(const View& view);
+    void joinColumns(const View& view, std::span<const clsTimeLine::Stretch> stretches);
 
     // The last walk, and what it was made from.
     const clsHistory* m_walkedHistory = nullptr;

@@ -249,9 +249,13 @@ void ChartPanel::ShowChartTime(double time)
 /// The newest values decide the limits. A narrower range must not cut off values that are still shown.
 void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 {
-    const auto shown = FollowedValues();
+    auto shown = FollowedValues();
+    if (shown && m_liveRange_ms) {
+        shown = shown->WithSpikes(); // a recording is shown with all that it holds
+    }
     Spikes(shown ? shown->spikes : std::vector<ChartPoint>());
-    if (const auto limits = m_axis.Fit(newest, shown, millimetres)) {
+    const auto limits = m_axis.Fit(newest, shown, millimetres);
+    if (limits && !m_holdsLimits) {
         YLimits(limits->front(), limits->back());
     }
 }
