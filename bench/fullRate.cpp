@@ -267,10 +267,7 @@ private:
 
     const AccountFigures& account() { return m_session.Loop().Account().Figures(); }
     /// What the session keeps on purpose.
-    std::int64_t kept_KiB() const
-    {
-        return static_cast<std::int64_t>(m_session.History().Bytes() / 1024);
-    }
+    std::int64_t kept_KiB() const { return static_cast<std::int64_t>(m_session.History().Bytes() / 1024); }
 
     bool report(std::int64_t grown_KiB)
     {

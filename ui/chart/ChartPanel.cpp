@@ -250,7 +250,7 @@ void ChartPanel::ShowChartTime(double time)
 void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 {
     auto shown = FollowedValues();
-    if (shown && m_liveRange_ms) {
+    if (shown && m_isPlayed) {
         shown = shown->WithSpikes(); // a recording is shown with all that it holds
     }
     Spikes(shown ? shown->spikes : std::vector<ChartPoint>());

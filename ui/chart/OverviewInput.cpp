@@ -354,6 +354,10 @@ QString Overview::ExplanationAt(const QPointF& point) const
 
 bool Overview::event(QEvent* event)
 {
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Home) {
+        event->accept(); // here it is the beginning, in the rest of the window it fits the chart
+        return true;
+    }
     if (event->type() == QEvent::ToolTip) {
         Guarded([&] {
             auto* help = static_cast<QHelpEvent*>(event);
