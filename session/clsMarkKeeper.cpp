@@ -138,7 +138,7 @@ bool clsMarkKeeper::isSettled(std::size_t file) const
         return false;
     }
     return m_recorder.Mode != RecorderRecording || file < m_firstOfRecording ||
-           file - m_firstOfRecording + 1 < m_recorder.Parts().size();
+           file - m_firstOfRecording + 1 < m_recorder.RunningParts().size();
 }
 
 MarkOutcome clsMarkKeeper::write(const File& file, const MarkChange& change)
@@ -191,7 +191,7 @@ void clsMarkKeeper::Renamed(const std::filesystem::path& from, const std::filesy
 std::vector<MarkOutcome> clsMarkKeeper::Serve()
 {
     if (m_recorder.Mode == RecorderRecording) {
-        const auto parts = m_recorder.Parts();
+        const auto parts = m_recorder.RunningParts();
         for (std::size_t i = 0; i < parts.size() && m_firstOfRecording + i < m_session.files.size(); ++i) {
             File& file = m_session.files[m_firstOfRecording + i];
             file.recording = file.recording.empty() ? parts[i] : file.recording;
@@ -211,19 +211,19 @@ std::vector<MarkOutcome> clsMarkKeeper::Serve()
     return failures;
 }
 
-void clsMarkKeeper::ShowPlayed(const clsTimeLine& times, std::span<const std::filesystem::path> files)
+void clsMarkKeeper::ShowPlayed(const clsTimeLine& times, std::span<const RecordPart> parts)
 {
     Shelf shelf;
-    for (const std::filesystem::path& recording : files) {
-        const std::optional<double> firstLine = firstLineOf(recording);
+    for (const RecordPart& part : parts) {
+        const std::optional<double> firstLine = firstLineOf(part.file);
         if (!firstLine) {
             continue;
         }
         const double before = shelf.files.empty() ? times.PlaceOf(*firstLine) : shelf.files.back().begin;
-        shelf.files.push_back({recording, std::max(times.PlaceOf(*firstLine), before),
+        shelf.files.push_back({part.file, std::max(times.PlaceOf(*firstLine), before),
                                std::numeric_limits<double>::infinity(), firstLine});
         std::error_code unknown;
-        const auto info = modSidecar::Read(modSidecar::SidecarOf(recording), unknown);
+        const auto info = modSidecar::Read(modSidecar::SidecarOf(part.file), unknown);
         if (info && modSidecar::Belongs(*info, *firstLine)) {
             for (const RecordingMark& mark : info->marks) {
                 shelf.marks.Add(placeOf(times, mark), mark.text);

@@ -5,6 +5,7 @@
 #include "session/clsHistory.h"
 #include "session/clsMarks.h"
 #include "store/RecordingInfo.h"
+#include "store/modRecordParts.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -65,8 +66,8 @@ public:
     std::vector<MarkOutcome> Serve();
 
     // What is played.
-    /// The marks of a recording are shown instead of the session's. `files` are its parts in their order.
-    void ShowPlayed(const clsTimeLine& times, std::span<const std::filesystem::path> files);
+    /// The marks of a recording are shown instead of the session's. `parts` are its files in their order.
+    void ShowPlayed(const clsTimeLine& times, std::span<const RecordPart> parts);
     void EndPlayed();
 
 private:

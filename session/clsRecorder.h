@@ -110,9 +110,13 @@ public:
     std::error_code Rename(const std::string& name);
     /// Called with the old and the new name of each file that was renamed.
     std::function<void(const std::filesystem::path& from, const std::filesystem::path& to)> Renamed;
-    /// The files of the running recording that the disk has been told of so far, or of the last one with those that are
-    /// left of it.
-    std::vector<std::filesystem::path> Parts() const { return m_recording ? m_recording->writer.Parts() : m_parts; }
+    /// The files of the last recording, once it is complete.
+    const std::vector<std::filesystem::path>& Parts() const { return m_parts; }
+    /// The files of the running recording that exist so far; each but the last is complete.
+    std::vector<std::filesystem::path> RunningParts() const
+    {
+        return m_recording ? m_recording->writer.Parts() : std::vector<std::filesystem::path>();
+    }
 
     /// What the recorder is doing or did last; `RecorderIdle` before it has done anything.
     RecorderMode LastMode() const { return m_lastMode; }

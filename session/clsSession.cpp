@@ -275,7 +275,7 @@ modPlayback::Loaded clsSession::Play(std::span<const RecordPart> parts,
                                .gap = [this](double place) { m_loop.PlayGap(place); },
                                .goOn = goesOn},
                               m_recorder.Played);
-    m_marks.ShowPlayed(m_played->Times(), {&file, 1});
+    m_marks.ShowPlayed(m_played->Times(), parts);
     m_loop.TellPlayed();
     m_listeners.PlaybackLoaded(loaded);
     m_loop.EndPlaying(loaded.end);

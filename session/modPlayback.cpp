@@ -32,12 +32,11 @@ std::pair<std::optional<RecordingInfo>, SidecarUse> sidecarOf(const std::filesys
         return {std::nullopt, SidecarUse::Missing};
     }
     std::error_code why;
-    loaded.info = modSidecar::Read(sidecar, why);
-    if (loaded.info && loaded.info->hasOnlyMarks) {
-        loaded.info.reset();
-        return; // it says nothing of the values
+    auto info = modSidecar::Read(sidecar, why);
+    if (info && info->hasOnlyMarks) {
+        return {std::nullopt, SidecarUse::Missing}; // it says nothing of the values
     }
-    if (!loaded.info) {
+    if (!info) {
         const bool isMissing = why == std::errc::no_such_file_or_directory;
         return {std::nullopt, isMissing ? SidecarUse::Missing : SidecarUse::Unreadable};
     }

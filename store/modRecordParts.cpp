@@ -100,7 +100,7 @@ Known look(const std::filesystem::path& file)
     std::error_code missing;
     if (sidecar != file && known.first) {
         known.info = modSidecar::Read(sidecar, missing);
-        if (known.info && !modSidecar::Belongs(*known.info, *known.first)) {
+        if (known.info && (known.info->hasOnlyMarks || !modSidecar::Belongs(*known.info, *known.first))) {
             known.info.reset();
         }
     }

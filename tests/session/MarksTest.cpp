@@ -1,5 +1,6 @@
 // Marks of the operator, and the sidecars that keep them.
 #include "session/clsSession.h"
+#include "store/modRecordLine.h"
 #include "store/modSidecar.h"
 #include "tests/support/MeasuringSite.h"
 #include "tests/support/TimeZone.h"
@@ -27,11 +28,13 @@ std::string textsOf(const std::filesystem::path& recording)
     return texts;
 }
 
-std::string linesAt(const std::vector<const char*>& times)
+/// Lines at these seconds of a day.
+std::string linesAt(std::initializer_list<double> seconds, double day = 46346.0)
 {
     std::string lines;
-    for (const char* time : times) {
-        lines += std::string(time) + "; 1.000; 23 \xB0\x43\r\n";
+    for (const double second : seconds) {
+        lines +=
+            modRecordLine::RecordLine({.value = 1.0, .value_mm = 1000, .time = day + second / kSecondsPerDay}, "23 C");
     }
     return lines;
 }
@@ -109,7 +112,7 @@ TEST(Mark, GoesIntoTheSidecarOfTheFileThatHasItsTime)
     ASSERT_NO_FATAL_FAILURE(site.Run(1));
     session.Recorder().Stop();
     ASSERT_TRUE(session.FinishWriting(kPatience));
-    const auto first = site.folder.path / "run.rec", second = site.folder.path / "run-2.rec";
+    const auto first = site.folder.path / "run.rec", second = site.folder.path / "run (2).rec";
     ASSERT_TRUE(std::filesystem::exists(second)) << session.Recorder().FileName;
     ASSERT_NO_FATAL_FAILURE(site.Run(1));
     EXPECT_EQ(textsOf(first), "first;late;");
@@ -129,7 +132,7 @@ TEST(Mark, GoesIntoTheSidecarOfTheFileThatHasItsTime)
 TEST(Mark, OfAPlayedRecordingIsWrittenAtOnceAndComesBackWithIt)
 {
     Player player;
-    const auto file = player.folder.Write("a.rec", linesAt({"20.11.2026 14:00:00,000", "20.11.2026 14:00:09,000"}));
+    const auto file = player.folder.Write("a.rec", linesAt({50400, 50409}));
     player.Play(file);
     const double place = player.session.Shown().Range().begin + 4.0 / kSecondsPerDay;
     EXPECT_EQ(player.session.SetMark(place, "Tür").home, MarkHome::Sidecar);
@@ -147,7 +150,7 @@ TEST(Mark, OfAPlayedRecordingIsWrittenAtOnceAndComesBackWithIt)
 
 TEST(Mark, LeavesASidecarAsItIsExceptForTheMarks)
 {
-    const std::string lines = linesAt({"20.11.2026 14:00:00,000", "20.11.2026 14:00:09,000"});
+    const std::string lines = linesAt({50400, 50409});
     const std::string start = R"({"start": "2026-11-20T13:59:59.000+01:00", "from the future": [1, {"x": 2}], )";
     const std::tuple<const char*, std::string, MarkHome> rows[] = {
         {"with keys of a later version", start + R"("marks": [{"time": "2026-11-20T14:00:01.000+01:00"}]})",
@@ -185,8 +188,7 @@ TEST(Mark, InTheHourThatAutumnRepeatsKeepsItsPlace)
     const TimeZone zone("Europe/Berlin");
     for (const bool isSecond : {false, true}) {
         Player player;
-        const auto file = player.folder.Write("a.rec", linesAt({"25.10.2026 02:10:00,000", "25.10.2026 02:50:00,000",
-                                                                "25.10.2026 02:05:00,000", "25.10.2026 02:55:00,000"}));
+        const auto file = player.folder.Write("a.rec", linesAt({7800, 10200, 7500, 10500}, 46320.0));
         player.Play(file);
         const PlaceRange range = player.session.Shown().Range();
         const double place = isSecond ? range.end - 20.0 / 1440.0 : range.begin + 20.0 / 1440.0;
@@ -203,7 +205,7 @@ TEST(Mark, OfTheSessionStaysWhileARecordingIsShown)
     MeasuringSite site;
     ASSERT_NO_FATAL_FAILURE(site.Run(6));
     site.session.SetMark(site.session.Shown().Range().end, "mine");
-    const auto file = site.folder.Write("a.rec", linesAt({"20.11.2026 14:00:00,000"}));
+    const auto file = site.folder.Write("a.rec", linesAt({50400}));
     site.session.Loop().StartStop({}); // stops
     site.session.Play(file, [](double) { return true; });
     EXPECT_TRUE(site.session.Marks().empty());

@@ -45,6 +45,7 @@ struct PartTopic {
 constexpr PartTopic kPartTopics[] = {
     {"fraLine", "Account#line"},
     {"picGraph", "Looking"},
+    {"picOverview", "Looking#overview"},
     {"fraStatistics", "Looking#reading"},
 };
 

@@ -1,6 +1,8 @@
 // The overview below the chart, with a recording.
 #include "ui/chart/Overview.h"
 
+#include "base/Days.h"
+#include "store/modRecordLine.h"
 #include "tests/support/Desk.h"
 #include "ui/chart/ChartPanel.h"
 
@@ -14,6 +16,13 @@
 
 namespace {
 
+/// A line of a recording at a second of 2026-11-20.
+std::string lineAt(double second, std::int32_t value_mm)
+{
+    return modRecordLine::RecordLine(
+        {.value = value_mm / 1000.0, .value_mm = value_mm, .time = 46346.0 + second / kSecondsPerDay}, "23 C");
+}
+
 /// Shows 100 s with a gap from the 40th to the 60th.
 struct OverviewDesk : Desk {
     std::filesystem::path file;
@@ -24,9 +33,7 @@ struct OverviewDesk : Desk {
     {
         std::string lines;
         for (int second = 0; second <= 100; second += second == 40 ? 20 : 1) {
-            const std::string minute = std::to_string(second / 60), rest = std::to_string(second % 60);
-            lines += "20.11.2026 14:0" + minute + (rest.size() < 2 ? ":0" : ":") + rest + ",000; 1." +
-                     std::to_string(100 + second) + "; 23 \xB0\x43\r\n";
+            lines += lineAt(50400 + second, 1100 + second);
         }
         file = folder.Write("run.rec", lines);
         Open();
@@ -151,10 +158,7 @@ TEST(Overview, FollowsALoadingRecordingBeforeATwentiethIsRead)
     OverviewDesk desk;
     std::string lines;
     for (int i = 0; i < 400000; ++i) {
-        char line[64];
-        std::snprintf(line, sizeof line, "21.11.2026 %02d:%02d:%02d,%03d; 1.%03d; 23 \xB0\x43\r\n", i / 36000,
-                      i / 600 % 60, i / 10 % 60, i % 10 * 100, i % 1000);
-        lines += line;
+        lines += lineAt(i / 10.0, 1000 + i % 1000);
     }
     const auto large = desk.folder.Write("large.rec", lines);
     double seenAt = 2.0;
