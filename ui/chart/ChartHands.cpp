@@ -78,7 +78,11 @@ bool ChartHands::handle(QEvent& event)
         if (static_cast<const QMouseEvent&>(event).button() != Qt::LeftButton) {
             return false;
         }
-        m_chart.Fit();
+        if (static_cast<const QMouseEvent&>(event).position().x() < m_chart.PlotArea().left()) {
+            m_chart.ChooseLimits(); // on the value axis
+        } else {
+            m_chart.Fit();
+        }
         return true;
     case QEvent::Leave:
         if (!m_chart.Reader().IsByKeys()) {

@@ -138,6 +138,12 @@ void ChartPanel::mnuPopUpYscaleSettings_Click()
 }
 
 /// What the series has lost is drawn from the history.
+void ChartPanel::ChooseLimits()
+{
+    mnuPopUpYscaleSettings_Click();
+    m_chartSettings->ChooseLimits();
+}
+
 std::int64_t ChartPanel::CountIncomplete()
 {
     const clsHistory& shown = m_session->Shown();

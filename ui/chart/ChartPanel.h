@@ -60,6 +60,11 @@ public:
     void ToggleCursor(int cursor);
     bool HasCursor(int cursor) const { return m_reader.Cursors().at(static_cast<std::size_t>(cursor)).has_value(); }
 
+    /// Shows the minute around the largest jump of what is seen, with a cursor on either side of it. Says what it is.
+    QString ShowLargestJump();
+    /// Opens the settings with the limits of the value axis to be typed.
+    void ChooseLimits();
+
     // The same for the hands (`ChartHands`).
     /// What belongs to one step for `Back`: `New` begins one, `Same` goes on with it; the others begin one after a
     /// pause, or after something else.

@@ -2,6 +2,7 @@
 #include "base/Days.h"
 #include "sensor/Parameters.h"
 #include "session/clsSession.h"
+#include "session/modLargestJump.h"
 #include "session/modReadingText.h"
 #include "store/modGlobals.h"
 #include "ui/chart/ChartPanel.h"
@@ -21,6 +22,7 @@ namespace {
 
 constexpr qint64 kPause_ms = 700; // ends a run of the wheel
 constexpr std::int32_t kLeastRemembered_ms = 1000;
+constexpr double kAroundJump_s = 30.0;
 
 constexpr std::array kGapTexts{TextId::NoEchoReason,      TextId::DamageReason,  TextId::LineLostReason,
                                TextId::TemperatureReason, TextId::StoppedReason, TextId::ClockChangedReason};
@@ -228,6 +230,23 @@ void ChartPanel::ToggleCursor(int cursor)
     m_reader.Toggle(cursor);
     showOverlay();
     emit Looked();
+}
+
+QString ChartPanel::ShowLargestJump()
+{
+    const auto jump = scene().all ? modLargestJump::Find(*Source(), ShownRange()) : std::nullopt;
+    if (!jump) {
+        return Text(TextId::JumpNone, m_language);
+    }
+    m_reader.Set(jump->from, jump->to);
+    look(Step::New, [&] {
+        const double middle = (jump->from + jump->to) / 2.0;
+        m_view.Show({middle - kAroundJump_s / kSecondsPerDay, middle + kAroundJump_s / kSecondsPerDay});
+    });
+    const auto size_mm = static_cast<double>(jump->Size_mm());
+    return Text(TextId::JumpFound, m_language)
+        .arg(FromUtf8(modReadingText::Length(size_mm, ShownUnit(), 0, DecimalSeparator())),
+             FromUtf8(modReadingText::TimeOfDay(Source()->Times().TimeOf(jump->to), DecimalSeparator())));
 }
 
 void ChartPanel::DragCursor(int cursor, double x)

@@ -38,6 +38,8 @@ public:
 
     /// Sets a cursor at the pointer, or without one on the newest value, or in the middle; or takes it away.
     void Toggle(int cursor);
+    /// Sets both cursors on samples.
+    void Set(double a, double b) { m_cursors = {a, b}; }
     /// Moves a cursor to the sample nearest to x.
     void Drag(int cursor, double x);
     /// The cursor near enough to x to be grasped.

@@ -139,6 +139,14 @@ void frmChartSettings::ShowUnit()
     }
 }
 
+void frmChartSettings::ChooseLimits()
+{
+    optYScaleManual->setChecked(true);
+    enableLimits();
+    txtParameter[modChartSettings::LimitMax]->setFocus();
+    txtParameter[modChartSettings::LimitMax]->selectAll();
+}
+
 void frmChartSettings::enableLimits()
 {
     for (NumberEdit* box : txtParameter) {

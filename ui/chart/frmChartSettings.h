@@ -32,6 +32,8 @@ public:
     void ShowUpdatedSettings();
     /// Shows the unit of the value axis beside the limits.
     void ShowUnit();
+    /// Chooses a manual value axis, with the focus on its limits.
+    void ChooseLimits();
     /// Called after settings were applied.
     std::function<void()> Applied;
     /// Called with the reason when they could not be saved.

@@ -119,7 +119,7 @@ void MainForm::buildMenus(QMainWindow& window)
     mnuFileCopyChart = item(mnuFile, "mnuFileCopyChart", QKeySequence::Copy);
     bar(mnuFile, "mnuFileBarRecent");
     mnuFileRecent = subMenu(mnuFile->addMenu(QString()), "mnuFileRecent");
-    mnuFileRecent->setToolTipsVisible(true); // the folder of each
+    mnuFileRecent->setToolTipsVisible(true);                            // the folder of each
     mnuFileRecentClear = Named<QAction>("mnuFileRecentClear", &window); // the menu would delete it when it is cleared
     mnuFileRecent->addAction(mnuFileRecentClear);
     bar(mnuFile, "mnuFileBar");
@@ -164,6 +164,7 @@ void MainForm::buildViewMenu(QMainWindow& window)
     mnuViewCursorA = checkedItem(mnuView, "mnuViewCursorA", Qt::Key_A);
     mnuViewCursorB = checkedItem(mnuView, "mnuViewCursorB", Qt::Key_B);
     mnuViewMark = item(mnuView, "mnuViewMark", Qt::Key_M);
+    mnuViewJump = item(mnuView, "mnuViewJump", Qt::Key_J);
     bar(mnuView, "mnuViewBarWindow");
     mnuViewLargeDisplay = item(mnuView, "mnuViewLargeDisplay", Qt::Key_F11);
     mnuViewPanel = checkedItem(mnuView, "mnuViewPanel", Qt::Key_F12);
@@ -269,6 +270,7 @@ void MainForm::localiseView(std::int32_t language) const
              Row{mnuViewBack, TextId::MenuViewBack, TextId::None, TextId::ToolTipViewBack},
              Row{mnuViewForward, TextId::MenuViewForward, TextId::None, TextId::ToolTipViewForward},
              Row{mnuViewMark, TextId::MenuViewMark, TextId::None, TextId::ToolTipViewMark},
+             Row{mnuViewJump, TextId::MenuViewJump, TextId::None, TextId::ToolTipViewJump},
              Row{mnuViewLargeDisplay, TextId::MenuViewLargeDisplay, TextId::BarLargeDisplay,
                  TextId::ToolTipBarLargeDisplay},
              Row{mnuViewPanel, TextId::MenuViewPanel, TextId::None, TextId::ToolTipPanel},

@@ -81,6 +81,7 @@ protected:
     QAction* mnuViewCursorA = nullptr;
     QAction* mnuViewCursorB = nullptr;
     QAction* mnuViewMark = nullptr;
+    QAction* mnuViewJump = nullptr;
     QAction* mnuViewLargeDisplay = nullptr;
     QAction* mnuViewPanel = nullptr;
     QMenu* mnuOptions = nullptr;

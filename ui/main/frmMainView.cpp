@@ -91,6 +91,7 @@ void frmMain::connectView()
         act(mnuViewSpan[i], [this, i](bool) { picGraph->Span(kViewSpans[i].span_ms); });
     }
     act(mnuViewMark, [this](bool) { showNews(AskForMark(*this, m_session, *picGraph, m_settings.Language)); });
+    act(mnuViewJump, [this](bool) { showNews(picGraph->ShowLargestJump()); });
     act(mnuViewLargeDisplay, [this](bool) { fraMeasurement->ShowLargeDisplay(); });
     act(mnuViewPanel, [this](bool shown) { fold(!shown); });
     connectAction(tlbRecord, &frmMain::tlbRecord_Click);
@@ -120,6 +121,7 @@ void frmMain::followView()
     mnuViewCursorA->setChecked(picGraph->HasCursor(0));
     mnuViewCursorB->setChecked(picGraph->HasCursor(1));
     mnuViewMark->setEnabled(hasValues);
+    mnuViewJump->setEnabled(hasValues);
     for (std::size_t i = 0; i < kViewSpans.size(); ++i) {
         mnuViewSpan[i]->setChecked(!frozen && kViewSpans[i].span_ms == m_settings.Span_ms);
     }
