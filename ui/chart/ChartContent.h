@@ -46,6 +46,8 @@ struct ChartContent {
     /// The stretch of the history that is shown instead of the newest points, by places on the time axis.
     std::optional<PlaceRange> look;
     bool lookFollows = false; ///< the stretch ends at the current time, because there is more than the points show
+    static constexpr double kMostIntervals_ms = 300000.0; ///< of a recording, that are counted from its end
+    bool isRecorded = false;                              ///< the points are those of a recording
     bool timeScale = false, xReversed = false;
 
     modChartCommon::ValueRange limits; ///< equal before the first value
@@ -67,7 +69,12 @@ struct ChartContent {
     ChartOverlayContent overlay;
 
     /// Whether the time axis counts back from the current time; otherwise it shows times.
-    bool ShowsIntervals() const { return !timeScale && (!look || lookFollows); }
+    bool ShowsIntervals() const
+    {
+        // What was measured days ago is not so many hours before now.
+        const bool isLongAgo = isRecorded && Span_ms() > kMostIntervals_ms;
+        return !timeScale && (!look || lookFollows) && !isLongAgo;
+    }
     /// The span of the time axis.
     double Span_ms() const { return look ? look->Length() * kMsPerDay : xRange_ms; }
 

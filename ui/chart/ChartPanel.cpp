@@ -190,6 +190,7 @@ void ChartPanel::nameSeries()
 
 void ChartPanel::ResetChart()
 {
+    Recorded(false);
     m_origin = {.simulated = m_session != nullptr && m_session->IsSimulated()};
     sayOrigin();
     if (std::exchange(m_isPlayed, false)) {
@@ -282,6 +283,7 @@ void ChartPanel::PlaybackBegins()
 void ChartPanel::PlaybackLoaded(const modPlayback::Loaded& loaded)
 {
     m_origin = OriginOf(loaded);
+    Recorded(true);
     sayOrigin();
     nameSeries();
     const modPlayback::TimeAxis axis = modPlayback::TimeAxisOf(loaded);

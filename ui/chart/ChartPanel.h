@@ -50,6 +50,8 @@ public:
     /// A span of the time axis in milliseconds, 0 for everything. While measuring, it is remembered, as is any span
     /// that is followed.
     void Span(std::int32_t span_ms);
+    /// The span that is followed, 0 for everything; none while something else is looked at.
+    std::optional<std::int32_t> FollowedSpan_ms() const;
     /// Shows everything, with the value axis fitted.
     void Fit();
     void Back();

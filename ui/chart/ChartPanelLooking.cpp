@@ -157,6 +157,14 @@ void ChartPanel::Span(std::int32_t span_ms)
     look(Step::New, [&] { m_view.Span(span_ms / kMsPerDay); });
 }
 
+std::optional<std::int32_t> ChartPanel::FollowedSpan_ms() const
+{
+    if (m_isPlayed || IsFrozen()) {
+        return std::nullopt;
+    }
+    return m_view.FollowsAll() ? 0 : m_view.FollowedSpan_ms();
+}
+
 void ChartPanel::Fit()
 {
     look(Step::New, [this] { m_view.Fit(); });

@@ -60,6 +60,8 @@ public:
     /// Whether the time axis shows times of day; otherwise it shows seconds before its right end.
     bool TimeScale() const { return m_content.timeScale; }
     void TimeScale(bool timeOfDay) { change(m_content.timeScale, timeOfDay); }
+    /// Whether the points are those of a recording: a longer one shows times of day in any case.
+    void Recorded(bool recorded) { change(m_content.isRecorded, recorded); }
     bool XReversed() const { return m_content.xReversed; }
     void XReversed(bool reversed) { change(m_content.xReversed, reversed); }
 

@@ -123,7 +123,7 @@ void frmMain::followView()
     mnuViewMark->setEnabled(hasValues);
     mnuViewJump->setEnabled(hasValues);
     for (std::size_t i = 0; i < kViewSpans.size(); ++i) {
-        mnuViewSpan[i]->setChecked(!frozen && kViewSpans[i].span_ms == m_settings.Span_ms);
+        mnuViewSpan[i]->setChecked(kViewSpans[i].span_ms == picGraph->FollowedSpan_ms());
     }
     mnuFileExportVisible->setEnabled(hasValues && history->CountIn(picGraph->ShownRange()) > 0);
 }

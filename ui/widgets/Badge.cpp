@@ -63,6 +63,7 @@ void Badge::ShowBadge(const QString& text, int room)
 {
     m_room = room;
     ShowText(*this, text);
+    update(); // the box lies outside of what a label draws again
     setVisible(!text.isEmpty());
 }
 
