@@ -67,6 +67,9 @@ void clsCurvePainter::Forget()
 
 void clsCurvePainter::DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color)
 {
+    if (column < 0 || column >= raster.width) {
+        return;
+    }
     save(raster, column, {0, raster.height});
     m_saved[static_cast<std::size_t>(column)].isUpright = true;
     std::uint32_t* pixels = raster.pixels + column * raster.columnStep;

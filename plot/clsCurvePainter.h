@@ -49,7 +49,7 @@ public:
     void Erase(const Raster& raster);
     /// Forgets what was drawn and the columns it was drawn from, because the pixels are new.
     void Forget();
-    /// Draws a vertical line, one pixel wide; call Erase first.
+    /// Draws a vertical line, one pixel wide; call Erase first. Outside of the raster nothing is drawn.
     void DrawUpright(const Raster& raster, std::int32_t column, std::uint32_t color);
     /// Draws the curve as lines, also over vertical lines, and removes the lines drawn before: they need no Erase. The
     /// window of the columns is as wide as the raster, in fine columns, and begins with a whole pixel.

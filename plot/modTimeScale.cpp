@@ -230,6 +230,10 @@ std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, co
             if (!isOfCalendar(timeOf(moment)) || (isLast ? place > to : place >= to)) {
                 return;
             }
+            time = timeOf({moment.day, moment.fine + 1}); // the next one lies at least that much later
+            if (place < from) {
+                continue; // a moment is rounded, and a stretch may be as short as a few of them
+            }
             Tick tick = tickAt(moment, step, decimalSeparator);
             tick.place = place;
             if (tick.below == below) {
@@ -238,7 +242,6 @@ std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, co
                 below = tick.below;
             }
             ticks.push_back(std::move(tick));
-            time = timeOf({moment.day, moment.fine + 1}); // the next one lies at least that much later
         }
     };
     auto behind = std::ranges::upper_bound(stretches, begin, {}, &clsTimeLine::Stretch::begin);
