@@ -198,7 +198,9 @@ private:
     bool readAgain(const Block& block, clsEntryLevels& levels) const;
     const clsEntryLevels& levelsOf(const Block& block, bool exactly) const;
 
-    // Asking, in clsHistoryQueries.cpp.
+    // Asking, in clsHistoryQueries.cpp and clsHistoryStatistics.cpp.
+    static std::int64_t firstTickAt(double place);
+    static std::int64_t firstTickBehind(double place);
     std::int64_t lastOf(const Block& block) const;
     Position find(std::int64_t tick, bool exactly = true) const;
     std::size_t indexOf(const Position& position) const;

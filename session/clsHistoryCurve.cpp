@@ -202,7 +202,7 @@ std::optional<clsShownValues::Split> clsHistoryCurve::ValuesOf(const clsHistory&
         if (summary.valid > 0) {
             const double low = summary.minimum / view.unit_mm, high = summary.maximum / view.unit_mm;
             const std::array others = found ? found->others : std::array{low, high};
-            found = {{std::min(others[0], low), std::max(others[1], high)}};
+            found = clsShownValues::Split{.others = {std::min(others[0], low), std::max(others[1], high)}};
         }
     }
     if (found) {

@@ -2,7 +2,6 @@
 #include "session/clsHistory.h"
 
 #include <cmath>
-#include <utility>
 
 namespace {
 
@@ -13,14 +12,16 @@ double placeOf(std::int64_t tick)
     return static_cast<double>(tick) / clsHistory::kTicksPerDay;
 }
 
+} // namespace
+
 /// The first tick whose place is not before a point in time; a NaN is before everything.
-std::int64_t firstTickAt(double place)
+std::int64_t clsHistory::firstTickAt(double place)
 {
     if (!(place > -kMostPlace)) {
         place = -kMostPlace;
     }
     place = std::min(place, kMostPlace);
-    auto tick = static_cast<std::int64_t>(std::ceil(place * clsHistory::kTicksPerDay));
+    auto tick = static_cast<std::int64_t>(std::ceil(place * kTicksPerDay));
     // The product is rounded: places decide.
     while (placeOf(tick - 1) >= place) {
         --tick;
@@ -31,7 +32,7 @@ std::int64_t firstTickAt(double place)
     return tick;
 }
 
-std::int64_t firstTickBehind(double place)
+std::int64_t clsHistory::firstTickBehind(double place)
 {
     place = std::min(place, kMostPlace);
     std::int64_t tick = firstTickAt(place);
@@ -40,8 +41,6 @@ std::int64_t firstTickBehind(double place)
     }
     return tick;
 }
-
-} // namespace
 
 /// The place of the last entry.
 std::int64_t clsHistory::lastOf(const Block& block) const
@@ -240,110 +239,6 @@ void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<Va
     for (std::int32_t i = 0; i < window.columns; ++i) {
         walk.Fill(columns[static_cast<std::size_t>(i)], beginOf(i + 1));
     }
-}
-
-namespace {
-
-/// Sums and where their times begin.
-struct Part {
-    EntrySums sums;
-    std::int64_t distances = 0, begin = 0;
-};
-
-void fillMoments(const std::vector<Part>& parts, const auto& wholeParts, Statistics& found)
-{
-    Int128 x = 0, t = 0;
-    const auto addUp = [&](const EntrySums& sums, std::int64_t distances, std::int64_t begin) {
-        x += sums.x;
-        t += sums.t + static_cast<Int128>(begin) * distances;
-    };
-    const auto forAll = [&](const auto& what) {
-        for (const Part& part : parts) {
-            what(part.sums, part.distances, part.begin);
-        }
-        wholeParts(what);
-    };
-    forAll(addUp);
-    const Int128 count = found.valid;
-    // About whole numbers near the means everything stays exact; what is left of the means is less than one.
-    const auto nearX = static_cast<std::int64_t>(x / count), nearT = static_cast<std::int64_t>(t / count);
-    const long double n = static_cast<long double>(found.valid);
-    const long double restX = static_cast<long double>(x - nearX * count) / n;
-    const long double restT = static_cast<long double>(t - nearT * count) / n;
-    long double xx = -restX * restX * n, tt = -restT * restT * n, xt = -restX * restT * n;
-    forAll([&](const EntrySums& sums, std::int64_t distances, std::int64_t begin) {
-        const EntrySums moved = sums.Moved(begin - nearT, nearX, distances);
-        xx += static_cast<long double>(moved.xx);
-        tt += static_cast<long double>(moved.tt);
-        xt += static_cast<long double>(moved.xt);
-    });
-    constexpr long double kTicksPerMinute = 600000.0L;
-    found.mean = static_cast<double>(static_cast<long double>(nearX) + restX);
-    found.deviation = found.valid > 1 ? static_cast<double>(std::sqrt(std::max(xx, 0.0L) / (n - 1))) : 0.0;
-    found.drift_perMinute = tt > 0.0L ? static_cast<double>(xt / tt * kTicksPerMinute) : 0.0;
-}
-
-} // namespace
-
-Statistics clsHistory::StatisticsOf(const PlaceRange& range) const
-{
-    Statistics found;
-    const Position first = find(firstTickAt(range.begin)), behind = find(firstTickBehind(range.end));
-    if (indexOf(first) >= indexOf(behind)) {
-        return found;
-    }
-    const auto isWhole = [&](std::size_t block) {
-        return m_blocks[block].isClosed && (block > first.block || first.index == 0) && block < behind.block;
-    };
-    std::vector<Part> parts;
-    EntrySummary all; // minimum and maximum
-    const auto count = [&](const EntrySummary& run) {
-        found.values += run.Entries() - run.gaps;
-        found.valid += run.distances;
-        all.minimum = std::min(all.minimum, run.minimum);
-        all.maximum = std::max(all.maximum, run.maximum);
-    };
-    std::int64_t from = 0, to = 0;
-    for (std::size_t i = first.block; i < m_blocks.size() && (i < behind.block || behind.index > 0); ++i) {
-        const Block& block = m_blocks[i];
-        if (i > behind.block) {
-            break;
-        }
-        if (isWhole(i)) {
-            from = i == first.block ? block.begin : from;
-            to = lastOf(block);
-            count(block.whole);
-            continue;
-        }
-        const clsEntryLevels& levels = levelsOf(block, true);
-        std::size_t begin = i == first.block ? first.index : 0;
-        std::size_t end = i == behind.block ? behind.index : levels.Size();
-        if (!levels.HasEntries()) { // there are sums of nodes only
-            end = end == levels.Size() ? end : end / clsEntryLevels::kNode * clsEntryLevels::kNode;
-            begin = std::min((begin + clsEntryLevels::kNode - 1) / clsEntryLevels::kNode * clsEntryLevels::kNode, end);
-        }
-        const EntrySummary run = levels.SummaryOf(begin, end);
-        count(run);
-        parts.push_back({levels.SumsOf(begin, end), run.distances, block.begin});
-        from = i == first.block ? block.begin + levels.TimeOf(std::min(begin, levels.Size() - 1)) : from;
-        to = end == levels.Size() ? lastOf(block) : block.begin + levels.TimeOf(std::max(end, std::size_t{1}) - 1);
-        found.isThinned = found.isThinned || block.isThinned || !levels.HasEntries();
-    }
-    if (found.valid > 0) {
-        found.minimum = all.minimum;
-        found.maximum = all.maximum;
-        const auto wholeParts = [&](const auto& what) {
-            for (std::size_t i = first.block; i < behind.block; ++i) {
-                if (isWhole(i)) {
-                    what(m_blocks[i].sums, m_blocks[i].whole.distances, m_blocks[i].begin);
-                }
-            }
-        };
-        fillMoments(parts, wholeParts, found);
-    }
-    const double seconds = static_cast<double>(to - from) / kTicksPerDay * kSecondsPerDay;
-    found.rate_perSecond = seconds > 0.0 ? static_cast<double>(found.values - 1) / seconds : 0.0;
-    return found;
 }
 
 /// Calls `onGap(range, reason)` for each gap of at least `shortest` days that touches a range; it returns whether to go
