@@ -13,6 +13,7 @@
 #include "tests/support/TemporaryFolder.h"
 #include "ui/chart/XYChart.h"
 #include "ui/recorder/Export.h"
+#include "ui/recorder/ExportPicture.h"
 #include "ui/widgets/Localise.h"
 
 #include <QApplication>

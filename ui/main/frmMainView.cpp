@@ -11,6 +11,7 @@
 #include "ui/main/ToolBar.h"
 #include "ui/main/frmMain.h"
 #include "ui/recorder/Export.h"
+#include "ui/recorder/ExportPicture.h"
 #include "ui/recorder/Playing.h"
 #include "ui/recorder/frmRecorder.h"
 #include "ui/widgets/Guarded.h"

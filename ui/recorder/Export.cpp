@@ -2,12 +2,11 @@
 
 #include "base/IsoTime.h"
 #include "session/clsSession.h"
-#include "session/modAccountText.h"
 #include "session/modHistoryExport.h"
 #include "store/modGlobals.h"
 #include "texts/modFunctions.h"
 #include "ui/chart/ChartPanel.h"
-#include "ui/chart/ChartPicture.h"
+#include "ui/recorder/ExportPicture.h"
 #include "ui/recorder/LoadProgress.h"
 #include "ui/widgets/FileErrors.h"
 #include "ui/widgets/FileFilter.h"
@@ -17,17 +16,12 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QFontInfo>
-#include <QPageSize>
-#include <QPainter>
-#include <QPdfWriter>
 #include <QSaveFile>
-#include <QSvgGenerator>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <system_error>
@@ -36,13 +30,7 @@
 
 namespace {
 
-constexpr double kUnitsPerInch = 96.0;
-constexpr double kPointsPerInch = 72.0;
-constexpr int kPdfResolution = 1200; // dots per inch
-constexpr int kPngScale = 2;
-constexpr int kHeadingMargin = 8; // units
 constexpr std::array<const char*, 3> kPictureSuffixes{"png", "svg", "pdf"};
-constexpr double kSvgFineness = 4.0; // an SVG stays sharp when it is shown this many times larger
 
 struct TableKind {
     modCsvExport::Format format;
@@ -79,16 +67,18 @@ QString kindText(const TableKind& kind, std::int32_t language)
         .arg(QLatin1String(kind.separatorName), QChar::fromLatin1(kind.format.decimalSign));
 }
 
-/// A dialog for a file to be written, in the folder of the recording.
+/// A dialog for a file to be written.
 struct SaveDialog {
     QFileDialog dialog;
+    QStringList suffixes; ///< of the kinds
 
-    SaveDialog(QWidget& owner, const QString& title, const QStringList& kinds, const QString& suffix)
-        : dialog(&owner, title)
+    SaveDialog(QWidget& owner, const QString& title, const QStringList& kinds, const QStringList& suffixesOfKinds)
+        : dialog(&owner, title), suffixes(suffixesOfKinds)
     {
         dialog.setAcceptMode(QFileDialog::AcceptSave);
         dialog.setNameFilters(kinds);
-        dialog.setDefaultSuffix(suffix); // set before the dialog asks whether to overwrite
+        dialog.setDefaultSuffix(suffixes.constFirst()); // set before the dialog asks whether to overwrite
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, [this] { dialog.setDefaultSuffix(suffix()); });
     }
     /// Returns the file; empty when the user cancels.
     QString Ask(const QFileInfo& proposal)
@@ -102,6 +92,35 @@ struct SaveDialog {
     {
         return static_cast<std::size_t>(
             std::max<qsizetype>(dialog.nameFilters().indexOf(dialog.selectedNameFilter()), 0));
+    }
+    /// The suffix that decides how a file is written: its own if it is a picture's, else that of the chosen kind.
+    QString SuffixFor(const QString& file) const
+    {
+        const QString own = QFileInfo(file).suffix().toLower();
+        return std::ranges::find(kPictureSuffixes, own) != kPictureSuffixes.end() ? own : suffix();
+    }
+
+private:
+    QString suffix() const { return suffixes[static_cast<qsizetype>(Kind())]; }
+};
+
+/// Kinds of files for a `SaveDialog`, with their suffixes.
+struct Kinds {
+    QStringList names, suffixes;
+
+    void AddTables(const std::vector<TableKind>& tables, std::int32_t language)
+    {
+        for (const TableKind& kind : tables) {
+            names += kindText(kind, language);
+            suffixes += QStringLiteral("csv");
+        }
+    }
+    void AddPictures()
+    {
+        for (const char* suffix : kPictureSuffixes) {
+            suffixes += QLatin1String(suffix);
+            names += QStringLiteral("%1 (*.%2)").arg(suffixes.back().toUpper(), suffixes.back());
+        }
     }
 };
 
@@ -147,62 +166,6 @@ QString refusal(const QString& file, const clsRecorder& recorder, std::int32_t l
                : QString();
 }
 
-/// The heading above the chart, as wide as the chart; it takes as many lines as it needs.
-int headingHeight(const XYChart& chart, const QString& heading)
-{
-    const QRect room(0, 0, chart.width() - 2 * kHeadingMargin, QWIDGETSIZE_MAX);
-    return heading.isEmpty()
-               ? 0
-               : chart.fontMetrics().boundingRect(room, Qt::TextWordWrap, heading).height() + kHeadingMargin;
-}
-
-QSize pictureSize(const XYChart& chart, const QString& heading)
-{
-    return chart.size() + QSize(0, headingHeight(chart, heading));
-}
-
-void paintPicture(QPainter& painter, XYChart& chart, const QString& heading, double ratio)
-{
-    if (const int height = headingHeight(chart, heading); height > 0) {
-        painter.fillRect(0, 0, chart.width(), height, Qt::white);
-        QFont font = chart.font();
-        font.setPixelSize(std::max(QFontInfo(font).pixelSize(), 1)); // in the painter's units
-        painter.setFont(font);
-        painter.setPen(Qt::black);
-        painter.drawText(QRect(kHeadingMargin, kHeadingMargin, chart.width() - 2 * kHeadingMargin, height),
-                         Qt::TextWordWrap, heading);
-        painter.translate(0, height);
-    }
-    DrawChart(painter, chart, chart.size(), ratio);
-}
-
-bool paintSvg(XYChart& chart, const QString& heading, QIODevice& device)
-{
-    const QSize size = pictureSize(chart, heading);
-    QSvgGenerator svg;
-    svg.setOutputDevice(&device);
-    svg.setResolution(static_cast<int>(kUnitsPerInch));
-    svg.setSize(size);
-    svg.setViewBox(QRect(QPoint(), size));
-    QPainter painter(&svg);
-    paintPicture(painter, chart, heading, kSvgFineness);
-    return painter.end();
-}
-
-bool paintPdf(XYChart& chart, const QString& heading, QIODevice& device)
-{
-    QPdfWriter pdf(&device);
-    pdf.setPageSize(QPageSize(QSizeF(pictureSize(chart, heading)) * kPointsPerInch / kUnitsPerInch, QPageSize::Point,
-                              QString(), QPageSize::ExactMatch));
-    pdf.setPageMargins(QMarginsF());
-    pdf.setResolution(kPdfResolution);
-    QPainter painter(&pdf);
-    constexpr double kScale = kPdfResolution / kUnitsPerInch;
-    painter.scale(kScale, kScale);
-    paintPicture(painter, chart, heading, kScale);
-    return painter.end();
-}
-
 /// While it lives, the chart shows what was seen when the command was given, though it may have followed new values
 /// while the operator chose a file.
 class Standstill {
@@ -217,20 +180,6 @@ private:
     const std::optional<PlaceRange> m_before;
 };
 
-/// "2026-11-20 14:03:05.250", or only its last part on the same day.
-QString timeText(double time, bool withDay)
-{
-    const QString iso = FromUtf8(IsoText(time));
-    return withDay ? QString(iso).replace(u'T', u' ') : iso.section(u'T', 1);
-}
-
-/// A length in the chart's unit, to a tenth of a millimetre at least.
-QString lengthText(double millimetres, const UnitDef& unit)
-{
-    QString number = QString::number(millimetres / unit.millimetres, 'f', unit.decimals + 1);
-    return number.replace(u'.', QLatin1Char(DecimalSeparator())) + u' ' + FromUtf8(unit.name);
-}
-
 /// The names of the recording and of the time at which the range begins.
 QFileInfo proposalFor(const clsSession& session, const PlaceRange& range, const QString& suffix)
 {
@@ -240,6 +189,41 @@ QFileInfo proposalFor(const clsSession& session, const PlaceRange& range, const 
     const QString name = recording.completeBaseName();
     return QFileInfo(recording.absolutePath() + u'/' + (name.isEmpty() ? QStringLiteral("chart") : name) + u'_' + time +
                      u'.' + suffix);
+}
+
+/// Writes a table whose rows `convert` makes; returns the outcome in words. `whenEmpty` says that there is none.
+QString writeTable(QWidget& owner, const QString& table, const QString& whenEmpty, std::int32_t language,
+                   const std::function<modCsvExport::Exported(const modCsvExport::Target&)>& convert)
+{
+    QSaveFile file(table);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return cannotSave(table, FileErrorText(file.errorString(), language), language);
+    }
+    LoadProgress progress(owner, language);
+    const auto write = [&file](std::string_view piece) {
+        const auto size = static_cast<qint64>(piece.size());
+        return file.write(piece.data(), size) == size;
+    };
+    const modCsvExport::Exported exported =
+        convert({.write = write, .goOn = [&progress](double done) { return progress.GoOn(done); }});
+    if (exported.finished && exported.rows == 0) {
+        return whenEmpty;
+    }
+    if (!exported.finished && file.error() == QFileDevice::NoError) {
+        return {}; // cancelled
+    }
+    if (!exported.finished || !file.commit()) {
+        return cannotSave(table, FileErrorText(file.errorString(), language), language);
+    }
+    return Text(TextId::ExportDone, language).arg(exported.rows).arg(exported.unreadable);
+}
+
+/// Writes the chart; returns the file, or why it failed.
+QString savePicture(XYChart& chart, const QString& file, const QString& suffix, std::int32_t language,
+                    const QString& heading = {})
+{
+    const QString why = WritePicture(chart, file, suffix, heading);
+    return why.isEmpty() ? file : cannotSave(file, FileErrorText(why, language), language);
 }
 
 } // namespace
@@ -253,18 +237,16 @@ QString ExportRecording(QWidget& owner, const clsRecorder& recorder, std::int32_
     if (recording.isEmpty()) {
         return {};
     }
-    const std::vector<TableKind> kinds = tableKinds(language);
-    QStringList names;
-    for (const TableKind& kind : kinds) {
-        names += kindText(kind, language);
-    }
-    SaveDialog saving(owner, title, names, QStringLiteral("csv"));
+    const std::vector<TableKind> tables = tableKinds(language);
+    Kinds kinds;
+    kinds.AddTables(tables, language);
+    SaveDialog saving(owner, title, kinds.names, kinds.suffixes);
     const QString table = saving.Ask(withSuffix(recording, QStringLiteral("csv")));
     if (table.isEmpty()) {
         return {};
     }
     const QString refused = refusal(table, recorder, language);
-    return refused.isEmpty() ? WriteTable(owner, recording, table, kinds[saving.Kind()].format, language) : refused;
+    return refused.isEmpty() ? WriteTable(owner, recording, table, tables[saving.Kind()].format, language) : refused;
 }
 
 QString WriteTable(QWidget& owner, const QString& recording, const QString& table, const modCsvExport::Format& format,
@@ -275,68 +257,36 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
         // A recording must not be replaced by its own table.
         return cannotSave(table, Text(TextId::ExportOntoItself, language), language);
     }
-    QSaveFile file(table);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return cannotSave(table, FileErrorText(file.errorString(), language), language);
-    }
-    LoadProgress progress(owner, language);
-    const auto write = [&file](std::string_view piece) {
-        const auto size = static_cast<qint64>(piece.size());
-        return file.write(piece.data(), size) == size;
+    const auto convert = [&](const modCsvExport::Target& target) {
+        return modCsvExport::ExportCsv(pathOf(recording), format, Text(TextId::ExportColumns, language).toStdString(),
+                                       target);
     };
-    const auto goOn = [&progress](double read) { return progress.GoOn(read); };
-    modCsvExport::Exported exported;
     try {
-        exported =
-            modCsvExport::ExportCsv(pathOf(recording), format, Text(TextId::ExportColumns, language).toStdString(),
-                                    {.write = write, .goOn = goOn});
+        return writeTable(owner, table, Text(TextId::ExportNoLine, language).arg(recording), language, convert);
     } catch (const std::system_error& failure) {
         return Text(TextId::FailureNotRead, language).arg(recording, FileErrorText(failure.code(), language));
     }
-    if (exported.finished && exported.rows == 0) {
-        return Text(TextId::ExportNoLine, language).arg(recording);
-    }
-    const bool cancelled = !exported.finished && file.error() == QFileDevice::NoError;
-    if (cancelled) {
-        return {};
-    }
-    if (!exported.finished || !file.commit()) {
-        return cannotSave(table, FileErrorText(file.errorString(), language), language);
-    }
-    return Text(TextId::ExportDone, language).arg(exported.rows).arg(exported.unreadable);
 }
 
 QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& session, std::int32_t language)
 {
     const PlaceRange range = chart.ShownRange();
-    std::vector<TableKind> tables = tableKinds(language);
-    QStringList names, suffixes;
-    for (const TableKind& kind : tables) {
-        names += kindText(kind, language);
-        suffixes += QStringLiteral("csv");
-    }
-    for (const char* suffix : kPictureSuffixes) {
-        suffixes += QLatin1String(suffix);
-        names += QStringLiteral("%1 (*.%2)").arg(suffixes.back().toUpper(), suffixes.back());
-    }
-    SaveDialog saving(owner, titleOf(TextId::MenuExportVisible, language), names, suffixes[0]);
-    const auto kind = [&] { return static_cast<qsizetype>(saving.Kind()); };
-    QObject::connect(&saving.dialog, &QFileDialog::filterSelected, &saving.dialog,
-                     [&] { saving.dialog.setDefaultSuffix(suffixes[kind()]); });
-    const QString file = saving.Ask(proposalFor(session, range, suffixes[0]));
+    const std::vector<TableKind> tables = tableKinds(language);
+    Kinds kinds;
+    kinds.AddTables(tables, language);
+    kinds.AddPictures();
+    SaveDialog saving(owner, titleOf(TextId::MenuExportVisible, language), kinds.names, kinds.suffixes);
+    const QString file = saving.Ask(proposalFor(session, range, kinds.suffixes[0]));
     if (file.isEmpty()) {
         return {};
     }
     if (QString refused = refusal(file, session.Recorder(), language); !refused.isEmpty()) {
         return refused;
     }
-    const QString ending = QFileInfo(file).suffix().toLower();
-    const bool isPicture = std::ranges::find(kPictureSuffixes, ending) != std::end(kPictureSuffixes);
-    if (isPicture || suffixes[kind()] != QLatin1String("csv")) {
+    const QString suffix = saving.SuffixFor(file);
+    if (suffix != QLatin1String("csv")) {
         const Standstill standstill(chart, range);
-        const QString why =
-            WritePicture(chart, file, isPicture ? ending : suffixes[kind()], HeadingOf(chart, session, language));
-        return why.isEmpty() ? file : cannotSave(file, FileErrorText(why, language), language);
+        return savePicture(chart, file, suffix, language, HeadingOf(chart, session, language));
     }
     return WriteVisible(owner, range, session, file, tables[saving.Kind()].format, language);
 }
@@ -344,101 +294,26 @@ QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& sessi
 QString WriteVisible(QWidget& owner, const PlaceRange& range, const clsSession& session, const QString& table,
                      const modCsvExport::Format& format, std::int32_t language)
 {
-    QSaveFile file(table);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return cannotSave(table, FileErrorText(file.errorString(), language), language);
-    }
-    LoadProgress progress(owner, language);
     const clsHistory& history = session.Shown();
-    const auto write = [&file](std::string_view piece) {
-        const auto size = static_cast<qint64>(piece.size());
-        return file.write(piece.data(), size) == size;
-    };
-    // Meanwhile a measurement may begin by itself, which puts away the recording that was shown.
-    const auto goOn = [&](double done) { return progress.GoOn(done) && &session.Shown() == &history; };
-    const modCsvExport::Exported exported = modHistoryExport::ExportCsv(
-        history, range, format, Text(TextId::ExportColumns, language).toStdString(), {.write = write, .goOn = goOn});
-    if (exported.finished && exported.rows == 0) {
-        return Text(TextId::ExportNoValue, language);
-    }
-    if (!exported.finished && file.error() == QFileDevice::NoError) {
-        return {}; // cancelled
-    }
-    if (!exported.finished || !file.commit()) {
-        return cannotSave(table, FileErrorText(file.errorString(), language), language);
-    }
-    return Text(TextId::ExportDone, language).arg(exported.rows).arg(exported.unreadable);
-}
-
-QString HeadingOf(const XYChart& chart, const clsSession& session, std::int32_t language)
-{
-    const clsHistory& history = session.Shown();
-    const PlaceRange range = chart.ShownRange();
-    const double begin = history.Times().TimeOf(range.begin), end = history.Times().TimeOf(range.end);
-    const Statistics statistics = history.StatisticsOf(range);
-    const char separator = DecimalSeparator();
-    AccountFigures share;
-    share.received = statistics.values;
-    share.valid = statistics.valid;
-    QStringList lines{
-        QStringLiteral("%1   %2 – %3")
-            .arg(chart.SeriesLabel(), timeText(begin, true), timeText(end, std::floor(begin) != std::floor(end))),
-        Text(TextId::ExportHeading, language)
-            .arg(statistics.values)
-            .arg(FromUtf8(modAccountText::ValidShare(share, separator)))};
-    if (statistics.valid > 0) {
-        const UnitDef& unit = UnitOf(session.ShownUnit());
-        lines.back() +=
-            QStringLiteral(", ") + Text(TextId::ExportHeadingFigures, language)
-                                       .arg(lengthText(statistics.minimum, unit), lengthText(statistics.maximum, unit),
-                                            lengthText(statistics.mean, unit), lengthText(statistics.deviation, unit),
-                                            FromUtf8(modAccountText::Rate(statistics.rate_perSecond, separator)));
-    }
-    return lines.join(u'\n');
+    return writeTable(
+        owner, table, Text(TextId::ExportNoValue, language), language, [&](const modCsvExport::Target& target) {
+            // Meanwhile a measurement may begin by itself, which puts away the recording that was shown.
+            const auto goOn = [&](double done) { return target.goOn(done) && &session.Shown() == &history; };
+            return modHistoryExport::ExportCsv(history, range, format,
+                                               Text(TextId::ExportColumns, language).toStdString(),
+                                               {.write = target.write, .goOn = goOn});
+        });
 }
 
 QString ExportChart(QWidget& owner, XYChart& chart, const clsRecorder& recorder, std::int32_t language)
 {
-    const QString suffixes[] = {QStringLiteral("png"), QStringLiteral("svg"), QStringLiteral("pdf")};
-    QStringList kinds;
-    for (const QString& suffix : suffixes) {
-        kinds += QStringLiteral("%1 (*.%2)").arg(suffix.toUpper(), suffix);
-    }
-    SaveDialog saving(owner, titleOf(TextId::MenuExportChart, language), kinds, suffixes[0]);
-    QObject::connect(&saving.dialog, &QFileDialog::filterSelected, &saving.dialog,
-                     [&] { saving.dialog.setDefaultSuffix(suffixes[saving.Kind()]); });
-    const QString file = saving.Ask(withSuffix(lastRecording(recorder), suffixes[0]));
+    Kinds kinds;
+    kinds.AddPictures();
+    SaveDialog saving(owner, titleOf(TextId::MenuExportChart, language), kinds.names, kinds.suffixes);
+    const QString file = saving.Ask(withSuffix(lastRecording(recorder), kinds.suffixes[0]));
     if (file.isEmpty()) {
         return {};
     }
-    if (const QString refused = refusal(file, recorder, language); !refused.isEmpty()) {
-        return refused;
-    }
-    const QString ending = QFileInfo(file).suffix().toLower();
-    const bool known = std::ranges::find(suffixes, ending) != std::end(suffixes);
-    const QString why = WritePicture(chart, file, known ? ending : suffixes[saving.Kind()]);
-    return why.isEmpty() ? file : cannotSave(file, FileErrorText(why, language), language);
-}
-
-QImage PictureOf(XYChart& chart, const QString& heading)
-{
-    QImage image(pictureSize(chart, heading) * kPngScale, QImage::Format_RGB32);
-    QPainter painter(&image);
-    painter.scale(kPngScale, kPngScale);
-    paintPicture(painter, chart, heading, kPngScale);
-    return painter.end() ? image : QImage();
-}
-
-QString WritePicture(XYChart& chart, const QString& file, const QString& kind, const QString& heading)
-{
-    QSaveFile target(file);
-    const bool written = target.open(QIODevice::WriteOnly) &&
-                         (kind == QLatin1String("svg")   ? paintSvg(chart, heading, target)
-                          : kind == QLatin1String("pdf") ? paintPdf(chart, heading, target)
-                                                         : PictureOf(chart, heading).save(&target, "PNG"));
-    if (written && target.error() == QFileDevice::NoError && target.commit()) {
-        return {};
-    }
-    target.cancelWriting();
-    return target.errorString();
+    const QString refused = refusal(file, recorder, language);
+    return refused.isEmpty() ? savePicture(chart, file, saving.SuffixFor(file), language) : refused;
 }

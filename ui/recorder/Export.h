@@ -1,10 +1,9 @@
-// File > Export: a recording or what is seen of the history as a table, the chart as a picture. A file appears complete
-// or not at all.
+// File > Export: asks for a file and writes a recording, or what is seen of the history, as a table, or the chart as a
+// picture (`ExportPicture`). A file appears complete or not at all.
 #pragma once
 
 #include "store/modCsvExport.h"
 
-#include <QImage>
 #include <QString>
 
 #include <cstdint>
@@ -35,13 +34,3 @@ QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& sessi
 /// The same as a table, without questions.
 QString WriteVisible(QWidget& owner, const PlaceRange& range, const clsSession& session, const QString& table,
                      const modCsvExport::Format& format, std::int32_t language);
-
-/// What a picture says above the chart: the sensor, the span of time, the statistics; a line for each.
-QString HeadingOf(const XYChart& chart, const clsSession& session, std::int32_t language);
-
-/// Writes the chart to a file of the kind "svg", "pdf" or "png", below a heading if there is one. Returns why it
-/// failed; empty after a success.
-QString WritePicture(XYChart& chart, const QString& file, const QString& kind, const QString& heading = {});
-
-/// The chart as a "png" file has it.
-QImage PictureOf(XYChart& chart, const QString& heading = {});

@@ -3,7 +3,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 #include "ui/chart/XYChart.h"
-#include "ui/recorder/Export.h"
+#include "ui/recorder/ExportPicture.h"
 
 #include <QImage>
 #include <QImageReader>

@@ -5,6 +5,7 @@
 #include "ui/main/Icons.h"
 #include "ui/main/ToolBar.h"
 #include "ui/recorder/Export.h"
+#include "ui/recorder/ExportPicture.h"
 #include "ui/recorder/frmRecorder.h"
 
 #include <QApplication>

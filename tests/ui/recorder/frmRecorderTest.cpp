@@ -12,6 +12,7 @@
 #include "ui/chart/ChartPanel.h"
 #include "ui/main/ValueLabel.h"
 #include "ui/recorder/Export.h"
+#include "ui/recorder/ExportPicture.h"
 #include "ui/recorder/FilePanel.h"
 
 #include <QDialogButtonBox>
