@@ -1,10 +1,11 @@
 #include "ui/chart/FigureLabel.h"
 
+#include "ui/widgets/FocusMark.h"
+
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
-#include <QStyleOptionFocusRect>
-#include <QStylePainter>
+#include <QPainter>
 
 FigureLabel::FigureLabel(QWidget* parent) : LineLabel(parent)
 {
@@ -46,10 +47,7 @@ void FigureLabel::paintEvent(QPaintEvent* event)
 {
     LineLabel::paintEvent(event);
     if (hasFocus()) {
-        QStylePainter painter(this);
-        QStyleOptionFocusRect focus;
-        focus.initFrom(this);
-        focus.backgroundColor = palette().color(backgroundRole());
-        painter.drawPrimitive(QStyle::PE_FrameFocusRect, focus);
+        QPainter painter(this);
+        PaintFocus(painter, *this, rect(), palette().color(backgroundRole()));
     }
 }

@@ -1,8 +1,9 @@
 #include "ui/main/ValueLabel.h"
 
+#include "ui/widgets/FocusMark.h"
+
 #include <QKeyEvent>
-#include <QStyleOptionFocusRect>
-#include <QStylePainter>
+#include <QPainter>
 
 ValueLabel::ValueLabel(QWidget* parent) : LineLabel(parent)
 {
@@ -30,10 +31,7 @@ void ValueLabel::paintEvent(QPaintEvent* event)
 {
     LineLabel::paintEvent(event);
     if (hasFocus()) {
-        QStylePainter painter(this);
-        QStyleOptionFocusRect focus;
-        focus.initFrom(this);
-        focus.backgroundColor = palette().color(backgroundRole());
-        painter.drawPrimitive(QStyle::PE_FrameFocusRect, focus);
+        QPainter painter(this);
+        PaintFocus(painter, *this, rect(), palette().color(backgroundRole()));
     }
 }
