@@ -28,15 +28,6 @@ std::string modAccountText::Rate(double perSecond, char decimalSeparator)
     return FixedText(perSecond, 1, decimalSeparator) + " /s";
 }
 
-std::string modAccountText::ValidShare(const AccountFigures& figures, char decimalSeparator)
-{
-    if (figures.received <= 0) {
-        return {};
-    }
-    const std::int64_t thousandths = figures.valid * 1000 / figures.received;
-    return FixedText(static_cast<double>(thousandths) / 10.0, 1, decimalSeparator) + " %";
-}
-
 std::string modAccountText::Duration(double ms, char decimalSeparator)
 {
     if (ms < 10.0 * kMsPerSecond) {

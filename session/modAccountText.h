@@ -13,9 +13,6 @@ namespace modAccountText {
 
 /// "59.8 /s".
 std::string Rate(double perSecond, char decimalSeparator);
-/// The share of distances among the replies, "99.8 %"; empty without a reply. Cut, not rounded, so that it says 100.0 %
-/// only if no reply lacks a distance.
-std::string ValidShare(const AccountFigures& figures, char decimalSeparator);
 /// "50 ms", "14.2 s", "12.5 min", "3.0 h".
 std::string Duration(double ms, char decimalSeparator);
 /// All figures, since the start of measuring and lately, and the rates: a line for each, columns separated by tabs, as

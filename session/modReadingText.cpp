@@ -3,13 +3,19 @@
 #include "base/Days.h"
 #include "base/Numbers.h"
 #include "sensor/Parameters.h"
+#include "texts/modFunctions.h"
 
+#include <array>
 #include <cmath>
 
 namespace {
 
 constexpr double kSecondsPerHour = 3600.0;
-constexpr std::int64_t kMsPerSecond = 1000;
+constexpr double kMsPerSecond = 1000.0;
+
+/// In the order of `GapReason`.
+constexpr std::array kReasons{TextId::NoEchoReason,      TextId::DamageReason,  TextId::LineLostReason,
+                              TextId::TemperatureReason, TextId::StoppedReason, TextId::ClockChangedReason};
 
 /// "3 min 20 s"; the smaller figure is left out when it is 0.
 std::string twoFigures(std::int64_t figure, std::int64_t perLarger, const char* larger, const char* smaller)
@@ -40,8 +46,7 @@ std::string modReadingText::Share(std::int64_t part, std::int64_t whole, char de
     if (whole <= 0) {
         return "–";
     }
-    const double thousandths = std::floor(static_cast<double>(part) * 1000.0 / static_cast<double>(whole));
-    return FixedText(thousandths / 10.0, 1, decimalSeparator) + " %";
+    return FixedText(static_cast<double>(part * 1000 / whole) / 10.0, 1, decimalSeparator) + " %";
 }
 
 std::string modReadingText::Difference(double days, char decimalSeparator)
@@ -49,7 +54,7 @@ std::string modReadingText::Difference(double days, char decimalSeparator)
     const double seconds = days * kSecondsPerDay;
     const double size = std::fabs(seconds);
     if (size < 1.0) {
-        return FixedText(seconds * static_cast<double>(kMsPerSecond), 1, decimalSeparator) + " ms";
+        return FixedText(seconds * kMsPerSecond, 1, decimalSeparator) + " ms";
     }
     return size < kSecondsPerHour ? FixedText(seconds, 3, decimalSeparator) + " s"
                                   : FixedText(seconds / kSecondsPerHour, 4, decimalSeparator) + " h";
@@ -67,17 +72,26 @@ std::string modReadingText::Roughly(double days)
     return seconds < 86400 ? twoFigures(seconds / 60, 60, " h", " min") : twoFigures(seconds / 3600, 24, " d", " h");
 }
 
-std::string modReadingText::TimeOfDay(double time, char decimalSeparator)
+std::string modReadingText::TimeOfDay(double time, int decimals, char decimalSeparator)
 {
-    const double day = kMsPerDay;
-    const auto ms = static_cast<std::int64_t>(std::fmod(std::round((time - std::floor(time)) * day), day));
+    const std::int64_t perSecond = decimals == 0 ? 1 : decimals == 1 ? 10 : decimals == 2 ? 100 : 1000;
+    const double perDay = kSecondsPerDay * static_cast<double>(perSecond);
+    const auto units = static_cast<std::int64_t>(std::fmod(std::round((time - std::floor(time)) * perDay), perDay));
+    const std::int64_t seconds = units / perSecond;
     std::string text;
-    AppendPadded(text, ms / kMsPerSecond / 3600, 2);
+    AppendPadded(text, seconds / 3600, 2);
     text += ':';
-    AppendPadded(text, ms / kMsPerSecond / 60 % 60, 2);
+    AppendPadded(text, seconds / 60 % 60, 2);
     text += ':';
-    AppendPadded(text, ms / kMsPerSecond % 60, 2);
-    text += decimalSeparator;
-    AppendPadded(text, ms % kMsPerSecond, 3);
+    AppendPadded(text, seconds % 60, 2);
+    if (decimals > 0) {
+        text += decimalSeparator;
+        AppendPadded(text, units % perSecond, static_cast<std::size_t>(decimals));
+    }
     return text;
+}
+
+std::string modReadingText::Reason(GapReason reason, std::int32_t language)
+{
+    return std::string(modFunctions::GetText(kReasons.at(static_cast<std::size_t>(reason)), language));
 }

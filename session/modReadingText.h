@@ -2,6 +2,8 @@
 // times. UTF-8.
 #pragma once
 
+#include "sensor/AccountFigures.h"
+
 #include <cstdint>
 #include <string>
 
@@ -17,7 +19,9 @@ std::string Share(std::int64_t part, std::int64_t whole, char decimalSeparator);
 std::string Difference(double days, char decimalSeparator);
 /// A length of time in two whole figures: "12 s", "3 min 20 s", "1 h 5 min", "2 d 3 h".
 std::string Roughly(double days);
-/// The time of day to a millisecond, "12:03:01.250".
-std::string TimeOfDay(double time, char decimalSeparator);
+/// The time of day with so many decimals of a second (0..3), "12:03:01.250".
+std::string TimeOfDay(double time, int decimals, char decimalSeparator);
+/// Why there is no distance: "no echo".
+std::string Reason(GapReason reason, std::int32_t language);
 
 } // namespace modReadingText

@@ -226,11 +226,8 @@ TEST(Account, OfManyGapsTheLongestAreKept)
     EXPECT_GE(log.Gaps().size(), clsGapLog::kMost / 2) << "equal ones";
 }
 
-TEST(AccountText, CutsAShareAndPutsATimeIntoItsUnit)
+TEST(AccountText, PutsATimeIntoItsUnit)
 {
-    EXPECT_EQ(modAccountText::ValidShare({.received = 100000, .valid = 99999}, ','), "99,9 %") << "not 100";
-    EXPECT_EQ(modAccountText::ValidShare({.received = 3, .valid = 3}, '.'), "100.0 %");
-    EXPECT_EQ(modAccountText::ValidShare({}, '.'), "");
     for (const auto& [ms, text] : {std::pair{49.96, "49 ms"},
                                    {9999.9, "9999 ms"},
                                    {14250.0, "14,2 s"},

@@ -34,8 +34,8 @@ TEST(ReadingText, TimesAreReadable)
         EXPECT_EQ(modReadingText::Roughly(row.seconds * kSecond), row.roughly) << row.seconds;
     }
     EXPECT_EQ(modReadingText::Difference(-1.5 * kSecond, ','), "-1,500 s");
-    EXPECT_EQ(modReadingText::TimeOfDay(46000.5 + 61.25 * kSecond, ','), "12:01:01,250");
-    EXPECT_EQ(modReadingText::TimeOfDay(46000.9999999999, '.'), "00:00:00.000") << "the next day";
+    EXPECT_EQ(modReadingText::TimeOfDay(46000.5 + 61.25 * kSecond, 3, ','), "12:01:01,250");
+    EXPECT_EQ(modReadingText::TimeOfDay(46000.9999999999, 1, '.'), "00:00:00.0") << "the next day";
 }
 
 } // namespace

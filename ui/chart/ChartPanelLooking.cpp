@@ -6,12 +6,11 @@
 #include "session/modReadingText.h"
 #include "store/modGlobals.h"
 #include "ui/chart/ChartPanel.h"
+#include "ui/chart/PlaceText.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
 #include <QAccessible>
-#include <QDate>
-#include <QLocale>
 
 #include <algorithm>
 #include <array>
@@ -23,9 +22,6 @@ namespace {
 constexpr qint64 kPause_ms = 700; // ends a run of the wheel
 constexpr std::int32_t kLeastRemembered_ms = 1000;
 constexpr double kAroundJump_s = 30.0;
-
-constexpr std::array kGapTexts{TextId::NoEchoReason,      TextId::DamageReason,  TextId::LineLostReason,
-                               TextId::TemperatureReason, TextId::StoppedReason, TextId::ClockChangedReason};
 
 } // namespace
 
@@ -339,18 +335,11 @@ QString ChartPanel::ReadingText(const std::optional<ChartReader::Reading>& readi
     if (!reading || Source() == nullptr || Source()->IsEmpty()) {
         return {};
     }
-    const char separator = DecimalSeparator();
-    const double time = Source()->Times().TimeOf(reading->place);
-    QString text = FromUtf8(modReadingText::TimeOfDay(time, separator));
-    const PlaceRange all = Source()->Range();
-    if (std::floor(all.begin) != std::floor(all.end)) {
-        const QDate day = QDate(1899, 12, 30).addDays(static_cast<qint64>(std::floor(time)));
-        text.prepend(QLocale().toString(day, QLocale::ShortFormat) + u' ');
-    }
     const QString what =
-        reading->gap ? Text(kGapTexts.at(static_cast<std::size_t>(*reading->gap)), m_language)
-                     : FromUtf8(modReadingText::Length(reading->value_mm.value_or(0), ShownUnit(), 0, separator));
-    return text + QStringLiteral("   ") + what;
+        reading->gap
+            ? FromUtf8(modReadingText::Reason(*reading->gap, m_language))
+            : FromUtf8(modReadingText::Length(reading->value_mm.value_or(0), ShownUnit(), 0, DecimalSeparator()));
+    return PlaceText(*Source(), reading->place, 3) + QStringLiteral("   ") + what;
 }
 
 std::optional<ChartReader::Reading> ChartPanel::ReadAloud() const
@@ -382,7 +371,7 @@ QString ChartPanel::Describe() const
     const clsView::Limits limits = shownLimits_mm();
     const auto length = [&](double mm) { return FromUtf8(modReadingText::Length(mm, ShownUnit(), 0, separator)); };
     const auto clock = [&](double place) {
-        return FromUtf8(modReadingText::TimeOfDay(Source()->Times().TimeOf(place), separator));
+        return FromUtf8(modReadingText::TimeOfDay(Source()->Times().TimeOf(place), 3, separator));
     };
     const auto newest = Source()->NearestDistance(Source()->Range().end);
     return Text(IsFrozen() ? TextId::DescriptionLooking : TextId::DescriptionFollowing, m_language)

@@ -6,11 +6,11 @@
 #include "ui/chart/ChartContent.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/PlaceText.h"
+#include "ui/widgets/FocusMark.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 
 #include <QPainter>
-#include <QStyleOptionFocusRect>
 #include <QTimer>
 
 #include <algorithm>
@@ -165,11 +165,7 @@ void Overview::paintEvent(QPaintEvent* /*event*/)
         drawSigns(painter, colors);
         drawLabels(painter, colors);
         if (hasFocus()) {
-            QStyleOptionFocusRect option;
-            option.initFrom(this);
-            option.rect = rect().adjusted(1, 0, -1, 0);
-            option.backgroundColor = colors.back;
-            style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
+            PaintFocus(painter, *this, rect().adjusted(1, 0, -1, 0), colors.back);
         }
     });
 }
@@ -235,13 +231,13 @@ void Overview::drawLabels(QPainter& painter, const ChartColors& colors) const
     const PlaceRange range = shown.Range();
     const QRectF area = band();
     QRectF below(area.left(), area.bottom() + 1.0, area.width(), height() - area.bottom() - 1.0);
-    const QString begin = PlaceText(shown, range.begin, false), end = PlaceText(shown, range.end, false);
+    const QString begin = PlaceText(shown, range.begin, 0), end = PlaceText(shown, range.end, 0);
     painter.setPen(colors.scale);
     painter.drawText(below, Qt::AlignLeft | Qt::AlignVCenter, begin);
     painter.drawText(below, Qt::AlignRight | Qt::AlignVCenter, end);
     QString note;
     if (const auto before = shown.ThinnedBefore()) {
-        note = Text(TextId::OverviewThinned, m_language).arg(PlaceText(shown, *before, false));
+        note = Text(TextId::OverviewThinned, m_language).arg(PlaceText(shown, *before, 0));
     } else if (shown.Unreadable() > 0) {
         note = Text(TextId::OverviewUnread, m_language);
     }

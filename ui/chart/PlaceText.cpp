@@ -2,30 +2,28 @@
 
 #include "base/Days.h"
 #include "session/clsHistory.h"
+#include "session/modReadingText.h"
+#include "ui/widgets/QtText.h"
 
-#include <QDateTime>
+#include <QDate>
 #include <QLocale>
 
 #include <cmath>
 
-QString PlaceText(const clsHistory& history, double place, bool withTenths)
+QString PlaceText(const clsHistory& history, double place, int decimals)
 {
     const clsTimeLine& times = history.Times();
-    const double time = times.TimeOf(place);
-    if (!(time >= kFirstDay && time < kEndOfDays)) {
+    const double exactly = times.TimeOf(place);
+    if (!(exactly >= kFirstDay && exactly < kEndOfDays)) {
         return {};
     }
-    const QDateTime dayZero(QDate(1899, 12, 30), QTime(0, 0), Qt::UTC);
-    const double perUnit = withTenths ? 10.0 * kSecondsPerDay : kSecondsPerDay;
-    const auto milliseconds = static_cast<qint64>(std::round(time * perUnit) * (kMsPerDay / perUnit));
-    const QDateTime moment = dayZero.addMSecs(milliseconds);
-    QString text = moment.toString(QStringLiteral("HH:mm:ss"));
-    if (withTenths) {
-        text += QLocale().decimalPoint() + QString::number(moment.time().msec() / 100);
-    }
+    const double perDay = kSecondsPerDay * std::pow(10.0, decimals);
+    const double time = std::round(exactly * perDay) / perDay; // so that the day is that of the text
+    const QString text = FromUtf8(modReadingText::TimeOfDay(time, decimals, DecimalSeparator()));
     const PlaceRange range = history.Range();
     if (std::floor(times.TimeOf(range.begin)) == std::floor(times.TimeOf(range.end))) {
         return text;
     }
-    return QLocale().toString(moment.date(), QLocale::ShortFormat) + u' ' + text;
+    const QDate day = QDate(1899, 12, 30).addDays(static_cast<qint64>(std::floor(time)));
+    return QLocale().toString(day, QLocale::ShortFormat) + u' ' + text;
 }

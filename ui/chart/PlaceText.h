@@ -5,5 +5,5 @@
 
 class clsHistory;
 
-/// "13:05:10", with the day before it when the history runs through more than one, and tenths when `withTenths`.
-QString PlaceText(const clsHistory& history, double place, bool withTenths = true);
+/// "13:05:10.2", with so many decimals (0..3) and, when the history runs through more than one day, its day.
+QString PlaceText(const clsHistory& history, double place, int decimals = 1);

@@ -2,7 +2,9 @@
 
 #include "session/clsSession.h"
 #include "session/modAccountText.h"
+#include "session/modReadingText.h"
 #include "store/modGlobals.h"
+#include "ui/widgets/FocusMark.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/KeptRoom.h"
 #include "ui/widgets/LineLabel.h"
@@ -15,8 +17,7 @@
 #include <QClipboard>
 #include <QGridLayout>
 #include <QLabel>
-#include <QStyleOptionFocusRect>
-#include <QStylePainter>
+#include <QPainter>
 
 namespace {
 
@@ -110,8 +111,7 @@ void LinePanel::showFigures()
     ShowText(*lblReceivedRate, text(account.PerSecond(&AccountFigures::received)));
     const auto recorded = recordedRate();
     ShowText(*lblRecordedRate, recorded ? text(*recorded) : QStringLiteral("–"));
-    const std::string share = modAccountText::ValidShare(figures, separator);
-    ShowText(*lblValidShare, share.empty() ? QStringLiteral("–") : FromUtf8(share));
+    ShowText(*lblValidShare, FromUtf8(modReadingText::Share(figures.valid, figures.received, separator)));
     ShowText(*lblNoEcho, QString::number(figures.noEcho));
     ShowText(*lblDamaged, QString::number(figures.damaged));
     ShowText(*lblLongestGap, FromUtf8(modAccountText::Duration(figures.longestGap_ms, separator)));
@@ -135,11 +135,7 @@ void LinePanel::paintEvent(QPaintEvent* event)
 {
     QGroupBox::paintEvent(event);
     if (hasFocus()) {
-        QStylePainter painter(this);
-        QStyleOptionFocusRect focus;
-        focus.initFrom(this);
-        focus.rect = contentsRect();
-        focus.backgroundColor = palette().color(backgroundRole());
-        painter.drawPrimitive(QStyle::PE_FrameFocusRect, focus);
+        QPainter painter(this);
+        PaintFocus(painter, *this, contentsRect(), palette().color(backgroundRole()));
     }
 }
