@@ -40,7 +40,7 @@ void clsTimeLine::step(double time, bool clockSet)
         time = m_lastTime;
     }
     const double before = m_lastTime, forward = time - before;
-    m_last = Last();
+    m_last = last();
     m_lastTime = time;
     if (m_stretches.empty()) {
         m_stretches.push_back({time, 0.0});

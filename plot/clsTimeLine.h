@@ -36,7 +36,7 @@ public:
         if (clockSet || !Continues(time)) {
             step(time, clockSet);
         }
-        return Last();
+        return last();
     }
     /// Takes up a time that follows the last one without anything special; otherwise false and no change.
     bool Continues(double time)
@@ -68,7 +68,7 @@ public:
 private:
     static constexpr double kUsual = 0.03; ///< days; less than an hour
 
-    double Last() const { return m_usual > 0.0 ? m_lastTime + m_shift : m_last; }
+    double last() const { return m_usual > 0.0 ? m_lastTime + m_shift : m_last; }
     void step(double time, bool clockSet);
     void beginStretch(double time, double place);
 
