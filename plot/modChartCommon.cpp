@@ -207,9 +207,9 @@ void ComputeExactAxis(Axis& axis, std::int32_t divisions, char decimalSeparator)
     axis.tickPositions.clear();
     axis.tickLabels.clear();
     constexpr double kSame = 1e-9; // a limit on a step has its tick
-    const double last = std::floor(axis.maximum / step + kSame);
-    for (double count = std::ceil(axis.minimum / step - kSame); count <= last; ++count) {
-        const double value = count * step;
+    const double first = std::ceil(axis.minimum / step - kSame), last = std::floor(axis.maximum / step + kSame);
+    for (std::int32_t i = 0; i <= last - first; ++i) {
+        const double value = (first + i) * step;
         const double offset = isReversed ? value - axis.maximum : value - axis.minimum;
         axis.tickValues.push_back(value);
         axis.tickPositions.push_back(RoundHalfToEven(offset * axis.pixelsPerUnit).value_or(0));

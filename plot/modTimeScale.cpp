@@ -181,21 +181,21 @@ Step StepFor(double span_ms, std::int32_t divisions)
             return {Unit::Clock, count};
         }
     }
-    const double perDivision_days = perDivision / static_cast<double>(kDay);
+    const double divisionInDays = perDivision / static_cast<double>(kDay);
     for (const std::int64_t count : kDaySteps) {
-        if (static_cast<double>(count) >= perDivision_days) {
+        if (static_cast<double>(count) >= divisionInDays) {
             return {Unit::Day, count};
         }
     }
     for (const std::int64_t count : kMonthSteps) {
-        if (static_cast<double>(count) * kDaysOfMonth >= perDivision_days) {
+        if (static_cast<double>(count) * kDaysOfMonth >= divisionInDays) {
             return {Unit::Month, count};
         }
     }
     std::int64_t power = 1;
     for (; power < 10000; power *= 10) {
         for (const std::int64_t mantissa : {1, 2, 5}) {
-            if (static_cast<double>(mantissa * power) * kDaysOfYear >= perDivision_days) {
+            if (static_cast<double>(mantissa * power) * kDaysOfYear >= divisionInDays) {
                 return {Unit::Year, mantissa * power};
             }
         }
