@@ -5,7 +5,6 @@
 #include "plot/clsChartData.h"
 #include "plot/modChartCommon.h"
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>

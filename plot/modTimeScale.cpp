@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cmath>
 #include <iterator>
-#include <limits>
 #include <span>
 
 namespace modTimeScale {

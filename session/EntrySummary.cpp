@@ -1,7 +1,6 @@
 #include "session/EntrySummary.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace {
 

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <span>
 
 struct PackedEntry {

@@ -19,7 +19,6 @@
 #include <limits>
 #include <optional>
 #include <span>
-#include <utility>
 #include <vector>
 
 /// What the history holds: a measurement, or the mark of a gap.
@@ -61,7 +60,7 @@ struct RecordingSource {
 
 class clsHistory {
 public:
-    static constexpr std::size_t kEntryBytes = sizeof(PackedEntry), kBlockEntries = 16384;
+    static constexpr std::size_t kBlockEntries = 16384;
     static constexpr std::size_t kMostBytes = std::size_t{256} << 20U, kLeastBytes = std::size_t{1} << 20U;
     /// Times and places are kept to a tenth of a millisecond.
     static constexpr double kTicksPerDay = clsTimeLine::kTicksPerDay;

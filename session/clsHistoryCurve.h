@@ -6,7 +6,6 @@
 #include "plot/clsShownValues.h"
 #include "session/clsHistory.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>

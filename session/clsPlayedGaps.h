@@ -5,7 +5,6 @@
 #include "store/RecordingInfo.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <vector>

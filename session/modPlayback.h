@@ -9,7 +9,6 @@
 #include "store/modRecordParts.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <span>

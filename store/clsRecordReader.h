@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 enum class RecordStep : std::uint8_t {

@@ -1,7 +1,6 @@
 // A recording that goes on in other files, by the hour, the day or the size: which files belong together.
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <vector>
 

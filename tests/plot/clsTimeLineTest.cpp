@@ -1,10 +1,8 @@
 // The time axis where the clock was set: order of lines is order of time, and an hour more or less makes no hole.
 #include "plot/clsTimeLine.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <vector>
 
 namespace {
 

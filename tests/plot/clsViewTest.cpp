@@ -1,7 +1,6 @@
 // The ways from one view of the time axis to another, over ten minutes of values from noon on.
 #include "plot/clsView.h"
 
-#include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>

@@ -5,8 +5,6 @@
 #include <QObject>
 #include <QPointF>
 
-#include <optional>
-
 class ChartPanel;
 class QKeyEvent;
 class QMouseEvent;

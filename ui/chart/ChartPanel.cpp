@@ -17,7 +17,6 @@
 #include <QMenu>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 // A new chart has room for its range at one point per tick.

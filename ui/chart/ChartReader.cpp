@@ -2,7 +2,6 @@
 
 #include "ui/chart/XYChart.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 

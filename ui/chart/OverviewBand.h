@@ -7,7 +7,6 @@
 #include <QImage>
 #include <QSize>
 
-#include <cstdint>
 #include <vector>
 
 struct ChartColors;

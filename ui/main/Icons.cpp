@@ -2,7 +2,6 @@
 
 #include "ui/recorder/ProgressPanel.h"
 
-#include <QFontInfo>
 #include <QGuiApplication>
 #include <QIconEngine>
 #include <QImage>

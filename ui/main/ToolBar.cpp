@@ -4,8 +4,6 @@
 #include <QEvent>
 #include <QLayout>
 
-#include <algorithm>
-
 ToolBar::ToolBar(QWidget* parent) : QToolBar(parent)
 {
     setMovable(false);
