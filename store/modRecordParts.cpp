@@ -216,6 +216,7 @@ std::vector<RecordPart> PartsOf(const std::filesystem::path& file)
         return sorted(std::move(files));
     }
     std::vector<RecordPart> parts; // each goes on where the one before ended, whatever the clock says
+    parts.reserve(files.size());
     for (const Known& part : files) {
         parts.push_back({part.file, !parts.empty()});
     }
