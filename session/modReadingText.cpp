@@ -46,7 +46,8 @@ std::string modReadingText::Share(std::int64_t part, std::int64_t whole, char de
     if (whole <= 0) {
         return "–";
     }
-    return FixedText(static_cast<double>(part * 1000 / whole) / 10.0, 1, decimalSeparator) + " %";
+    const std::int64_t thousandths = part * 1000 / whole;
+    return FixedText(static_cast<double>(thousandths) / 10.0, 1, decimalSeparator) + " %";
 }
 
 std::string modReadingText::Difference(double days, char decimalSeparator)
