@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -30,38 +32,48 @@ public:
     /// Letters stand at the lower end, flags at the upper one below the note, so that none covers another.
     void DrawCursors()
     {
+        QRectF before;
         for (std::size_t i = 0; i < m_content.overlay.cursors.size(); ++i) {
             const auto& cursor = m_content.overlay.cursors[i];
             if (const auto x = cursor ? xOf(*cursor) : std::nullopt) {
                 drawUpright(*x, m_colors.scale, i == 0 ? Qt::SolidLine : Qt::DashLine);
                 const QString letter = QLatin1String(kLetters[i]);
-                const double width = std::max(m_metrics.horizontalAdvance(letter), m_metrics.height() * 0.7);
-                const QRectF box(*x - width / 2.0 - m_margin, m_plot.bottom() - m_metrics.height() - m_margin,
-                                 width + 2.0 * m_margin, m_metrics.height());
+                const double width =
+                    std::max(m_metrics.horizontalAdvance(letter), m_metrics.height() * 0.7) + 2.0 * m_margin;
+                const double last = std::max(m_plot.right() - width, m_plot.left());
+                QRectF box(std::clamp(*x - width / 2.0, m_plot.left(), last),
+                           m_plot.bottom() - m_metrics.height() - m_margin, width, m_metrics.height());
+                if (box.intersects(before)) {
+                    box.moveBottom(before.top() - m_margin);
+                }
                 drawBox(box, letter, m_colors.scale, m_colors.back);
+                before = box;
             }
         }
     }
 
+    /// The text of a mark ends before the next mark.
     void DrawMarks()
     {
-        const auto& marks = m_content.overlay.marks;
-        double free = -1.0; // where the text of the mark before has ended
-        for (const ChartOverlayContent::Mark& mark : marks) {
-            const auto x = xOf(mark.place);
-            if (!x) {
-                continue;
+        std::vector<std::pair<double, const ChartOverlayContent::Mark*>> seen;
+        for (const ChartOverlayContent::Mark& mark : m_content.overlay.marks) {
+            if (const auto x = xOf(mark.place)) {
+                seen.emplace_back(*x, &mark);
             }
-            drawUpright(*x, m_colors.axis, Qt::DotLine);
-            const double top = m_plot.top() + m_metrics.height() + 3.0 * m_margin;
-            drawFlag(*x, top);
-            const double left = *x + m_metrics.height() / 2.0 + m_margin;
-            const double most = std::min(kLettersPerMark * m_metrics.averageCharWidth(), m_plot.right() - left);
-            const QString text = m_metrics.elidedText(mark.text, Qt::ElideRight, most - 2.0 * m_margin);
+        }
+        std::ranges::sort(seen);
+        const double top = m_plot.top() + m_metrics.height() + 3.0 * m_margin;
+        for (std::size_t i = 0; i < seen.size(); ++i) {
+            const auto& [x, mark] = seen[i];
+            drawUpright(x, m_colors.axis, Qt::DotLine);
+            drawFlag(x, top);
+            const double left = x + m_metrics.height() / 2.0 + m_margin;
+            const double end = i + 1 < seen.size() ? seen[i + 1].first - m_margin : m_plot.right();
+            const double most = std::min(kLettersPerMark * m_metrics.averageCharWidth(), end - left);
+            const QString text = m_metrics.elidedText(mark->text, Qt::ElideRight, most - 2.0 * m_margin);
             const double width = m_metrics.horizontalAdvance(text) + 2.0 * m_margin;
-            if (left >= free && text.size() > 1 && width <= most) {
+            if (text.size() > 1 && width <= most) {
                 drawBox({left, top, width, m_metrics.height()}, text, m_colors.back, m_colors.scale);
-                free = left + width;
             }
         }
     }

@@ -45,6 +45,8 @@ public:
     /// Stops the picture, while values go on coming, or follows them again.
     void Freeze(bool freeze);
     bool IsFrozen() const { return Look().has_value(); }
+    /// A recording is shown, or nothing after one, until a measurement begins.
+    bool IsPlayed() const { return m_isPlayed; }
     /// Shows a stretch of the history. What changes within a moment is one step for `Back`.
     void ShowRange(const PlaceRange& range);
     /// A span of the time axis in milliseconds, 0 for everything. While measuring, it is remembered, as is any span
@@ -152,7 +154,7 @@ private:
     std::optional<ValueOrigin> m_saidOrigin;
     std::optional<std::string> m_namedSerial; ///< in the name of the series
     std::int32_t m_language = 0;
-    bool m_isPlayed = false; ///< a recording is shown, or nothing after one, until a measurement begins
+    bool m_isPlayed = false;
     QPointer<frmChartSettings> m_chartSettings;
     clsView m_view;
     ChartReader m_reader{*this};

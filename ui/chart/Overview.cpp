@@ -7,6 +7,7 @@
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/PlaceText.h"
 #include "ui/widgets/FocusMark.h"
+#include "ui/chart/modGDIAPI.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 
@@ -21,12 +22,27 @@ namespace {
 constexpr int kRedrawEvery_ms = 250;
 constexpr double kSign = 4.0;          // half the width of a sign, units
 constexpr double kGrip = 4.0;          // width of a handle, units
-constexpr float kVeil = 0.55F;         // over what the chart does not show
+constexpr double kVeil = 0.55;         // over what the chart does not show
+constexpr double kVisible = 3.0;       // the least contrast of the curve below it
 constexpr double kShortestAll_s = 1.0; // of the overview's axis
 
 QPolygonF flag(double x, double top)
 {
     return QPolygonF({{x - kSign, top}, {x + kSign, top}, {x, top + 1.6 * kSign}});
+}
+
+/// The ground's colour, as dense as the curve can bear.
+QColor veilOf(const ChartColors& colors)
+{
+    constexpr double kStep = 0.05;
+    double veil = kVeil;
+    while (veil > 0.0 &&
+           modGDIAPI::Contrast(modGDIAPI::Mixed(colors.curve, colors.back, 1.0 - veil), colors.back) < kVisible) {
+        veil -= kStep;
+    }
+    QColor color = colors.back;
+    color.setAlphaF(static_cast<float>(std::max(veil, 0.0)));
+    return color;
 }
 
 } // namespace
@@ -204,8 +220,7 @@ void Overview::drawSigns(QPainter& painter, const ChartColors& colors) const
 void Overview::drawFrame(QPainter& painter, const ChartColors& colors) const
 {
     const QRectF area = band(), shown = frame();
-    QColor veil = colors.back;
-    veil.setAlphaF(kVeil);
+    const QColor veil = veilOf(colors);
     painter.fillRect(QRectF(area.topLeft(), QPointF(shown.left(), area.bottom())), veil);
     painter.fillRect(QRectF(QPointF(shown.right(), area.top()), area.bottomRight()), veil);
     painter.setPen(colors.axis);
