@@ -15,6 +15,7 @@
 #include <QClipboard>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -22,6 +23,8 @@ namespace {
 
 constexpr qint64 kPause_ms = 250; // numbers that change faster cannot be read
 constexpr double kNameSize = 0.85;
+constexpr std::array<std::size_t, 5> kColumns{12, 6, 4, 3, 2}; // each divides the twelve numbers
+constexpr int kGapsBehind = 3;                                 // a number
 
 const QString kNothing = QStringLiteral("–");
 
@@ -39,7 +42,7 @@ StatisticsPanel::StatisticsPanel(QWidget* parent) : QFrame(parent)
             [this] { Guarded([this] { QApplication::clipboard()->setText(AsText()); }); });
     lblPointer = Named<LineLabel>("lblPointer", this, Qt::ElideRight);
     lblStatScope = Named<LineLabel>("lblStatScope", this, Qt::ElideRight);
-    lblStatScope->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    lblPointer->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     lblStatCount = addFigure("lblStatCount", TextId::CaptionStatCount, TextId::ToolTipStatCount);
     lblStatValid = addFigure("lblStatValid", TextId::CaptionStatValid, TextId::ToolTipStatValid);
     lblStatMinimum = addFigure("lblStatMinimum", TextId::CaptionStatMinimum, TextId::ToolTipStatMinimum);
@@ -195,7 +198,11 @@ void StatisticsPanel::showScope(bool isThinned)
 {
     const bool isBetween = m_chart->HasCursor(0) && m_chart->HasCursor(1);
     const QString scope = Text(isBetween ? TextId::ScopeCursors : TextId::ScopeVisible, m_language);
-    ShowText(*lblStatScope, isThinned ? Text(TextId::ScopeThinned, m_language).arg(scope) : scope);
+    const QString text = isThinned ? Text(TextId::ScopeThinned, m_language).arg(scope) : scope;
+    if (text != lblStatScope->text()) {
+        lblStatScope->setText(text);
+        place(width(), true);
+    }
 }
 
 void StatisticsPanel::show(FigureLabel& label, const QString& text)
@@ -219,29 +226,61 @@ QString StatisticsPanel::AsText() const
     return text;
 }
 
-/// Places the numbers line by line; returns the height.
+/// The widths of the names and of the numbers, if they stand in so many columns.
+std::vector<StatisticsPanel::Column> StatisticsPanel::columnsOf(std::size_t count) const
+{
+    std::vector<Column> columns(count);
+    for (std::size_t i = 0; i < m_figures.size(); ++i) {
+        Column& column = columns[i % count];
+        column.name = std::max(column.name, m_figures[i].name->sizeHint().width());
+        column.number = std::max(column.number, m_figures[i].width);
+    }
+    return columns;
+}
+
+/// As many columns as the width has room for; none if it has no room for two.
+std::vector<StatisticsPanel::Column> StatisticsPanel::columnsIn(int width, int gap) const
+{
+    for (const std::size_t count : kColumns) {
+        std::vector<Column> columns = columnsOf(count);
+        int wanted = -kGapsBehind * gap;
+        for (const Column& column : columns) {
+            wanted += column.name + column.number + (1 + kGapsBehind) * gap;
+        }
+        if (wanted <= width) {
+            return columns;
+        }
+    }
+    return {};
+}
+
+/// Places the numbers in columns, or in a narrow window one behind the other; returns the height.
 int StatisticsPanel::place(int width, bool moves) const
 {
     const int line = fontMetrics().height(), gap = line / 3;
-    const int pointer = std::max(width - 2 * gap, 0) * 3 / 5;
+    const int room = std::max(width - 2 * gap, 0);
+    const int scope = std::min(fontMetrics().horizontalAdvance(lblStatScope->text()) + 1, room * 3 / 5);
     if (moves) {
-        lblPointer->setGeometry(gap, 0, pointer, line);
-        lblStatScope->setGeometry(gap + pointer, 0, std::max(width - 2 * gap - pointer, 0), line);
+        lblStatScope->setGeometry(gap, gap, scope, line);
+        lblPointer->setGeometry(2 * gap + scope, gap, std::max(room - scope - gap, 0), line);
     }
-    int left = gap, top = line + gap / 2;
-    for (const Figure& figure : m_figures) {
-        const int name = figure.name->sizeHint().width();
-        const int whole = name + gap + figure.width;
-        if (left > gap && left + whole > width) {
+    const std::vector<Column> columns = columnsIn(room, gap);
+    int left = gap, top = gap + line + gap / 2;
+    for (std::size_t i = 0; i < m_figures.size(); ++i) {
+        const Figure& figure = m_figures[i];
+        const Column column =
+            columns.empty() ? Column{figure.name->sizeHint().width(), figure.width} : columns[i % columns.size()];
+        const int whole = column.name + gap + column.number;
+        if (left > gap && (columns.empty() ? left + whole > width : i % columns.size() == 0)) {
             left = gap;
             top += line;
         }
         if (moves) {
             const int lower = fontMetrics().ascent() - figure.name->fontMetrics().ascent(); // on one base line
-            figure.name->setGeometry(left, top + lower, name, figure.name->sizeHint().height());
-            figure.number->setGeometry(left + name + gap, top, figure.width, line);
+            figure.name->setGeometry(left, top + lower, column.name, figure.name->sizeHint().height());
+            figure.number->setGeometry(left + column.name + gap, top, column.number, line);
         }
-        left += whole + 3 * gap;
+        left += whole + kGapsBehind * gap;
     }
     return top + line;
 }

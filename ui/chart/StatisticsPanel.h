@@ -48,6 +48,10 @@ private:
         TextId caption;
         int width = 0; ///< the number has needed once
     };
+    /// The widths of what stands in it.
+    struct Column {
+        int name = 0, number = 0;
+    };
     /// What the shown numbers were made from.
     struct Source {
         const clsHistory* history = nullptr;
@@ -65,6 +69,8 @@ private:
     void showCursors();
     void show(FigureLabel& label, const QString& text);
     void showScope(bool isThinned);
+    std::vector<Column> columnsOf(std::size_t count) const;
+    std::vector<Column> columnsIn(int width, int gap) const;
     int place(int width, bool moves) const;
     void keepRoom();
 
