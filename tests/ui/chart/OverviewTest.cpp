@@ -5,6 +5,8 @@
 #include "store/modRecordLine.h"
 #include "tests/support/Desk.h"
 #include "ui/chart/ChartPanel.h"
+#include "ui/chart/PlaceText.h"
+#include "ui/chart/modGDIAPI.h"
 
 #include <QContextMenuEvent>
 #include <QDialog>
@@ -126,6 +128,35 @@ TEST(Overview, SaysWhatIsThere)
     for (const char* part : {"14:00:00", "14:01:40", "14:00:10", "14:00:30", "marks: 1"}) {
         EXPECT_NE(description.find(part), std::string::npos) << part << " in " << description;
     }
+}
+
+TEST(Overview, ADayEndsWithItsLastSecond)
+{
+    Desk desk;
+    const auto file = desk.folder.Write("day.rec", lineAt(86390.0, 1000) + lineAt(86399.95, 1001));
+    desk.Open();
+    desk.session->Play(file, [](double) { return true; });
+    const clsHistory& shown = desk.session->Shown();
+    EXPECT_EQ(PlaceText(shown, shown.Range().end, false).toStdString(), "23:59:59");
+    EXPECT_EQ(PlaceText(shown, shown.Range().end).toStdString(), "23:59:59.9");
+}
+
+TEST(Overview, WhatLiesBesideTheFrameCanBeSeen)
+{
+    const QPalette usual = QApplication::palette();
+    for (const QColor& ground : {QColor(Qt::white), QColor(30, 32, 35), QColor(Qt::black)}) {
+        QPalette palette(ground);
+        palette.setColor(QPalette::Base, ground);
+        QApplication::setPalette(palette);
+        const OverviewDesk desk;
+        const QImage picture = desk.overview->grab().toImage();
+        double most = 0.0;
+        for (int y = 4; y < desk.overview->height() / 2; ++y) {
+            most = std::max(most, modGDIAPI::Contrast(picture.pixelColor(desk.At(80).x(), y), ground));
+        }
+        EXPECT_GE(most, 2.9) << ground.name().toStdString(); // rounded
+    }
+    QApplication::setPalette(usual);
 }
 
 TEST(Overview, AMarkIsChosenEditedAndRemovedByKeys)
