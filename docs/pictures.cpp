@@ -63,6 +63,8 @@ constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
 constexpr QSize kManualSize(720, 580); // as wide as the column of the manual, as high as the left side needs
 constexpr QSize kLookingSize(720, 640);
+constexpr int kLooking_ms = 15000;
+constexpr int kBehind_ms = 5000;
 
 void runFor(int ms)
 {
@@ -280,20 +282,23 @@ private:
     void takeLooking(frmMain& window, clsSession& session) const
     {
         window.resize(kLookingSize);
-        runFor(kMoment_ms);
         auto* chart = window.findChild<ChartPanel*>();
+        chart->Span(kLooking_ms);
+        runFor(kMoment_ms);
         chart->Freeze(true);
         const bool isGerman = m_settings.Language == LanguageGerman;
-        session.SetMark(chart->PlaceAt(pointAt(*chart, 0.85)), isGerman ? "Tor offen" : "gate open");
-        for (const auto& [cursor, share] : {std::pair(0, 0.3), std::pair(1, 0.7)}) {
+        session.SetMark(chart->PlaceAt(pointAt(*chart, 0.35)), isGerman ? "Tor offen" : "gate open");
+        for (const auto& [cursor, share] : {std::pair(0, 0.2), std::pair(1, 0.8)}) {
             pointAt(*chart, share);
             chart->ToggleCursor(cursor);
         }
-        runFor(kMoment_ms);
+        pointAt(*chart, 0.6);
+        runFor(kBehind_ms);
         save(window, "looking");
         chart->ToggleCursor(0);
         chart->ToggleCursor(1);
         chart->Freeze(false);
+        chart->Span(modGlobals::Settings().Span_ms);
         window.resize(kManualSize);
     }
 
