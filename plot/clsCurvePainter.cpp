@@ -2,24 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace {
 
 constexpr std::int32_t kFine = clsCurvePainter::kFineColumns;
-constexpr std::uint32_t kOpaque = 256;
-constexpr double kOutside = 64.0; // rows beyond an edge, too far for any pen to reach into the picture
-
-/// `color` over `pixel`, with a share of 0 to 256.
-std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t share)
-{
-    constexpr std::uint32_t kRedBlue = 0x00FF00FF;
-    constexpr std::uint32_t kGreen = 0x0000FF00;
-    const std::uint32_t rest = kOpaque - share;
-    const std::uint32_t redBlue = ((pixel & kRedBlue) * rest + (color & kRedBlue) * share) >> 8U;
-    const std::uint32_t green = ((pixel & kGreen) * rest + (color & kGreen) * share) >> 8U;
-    return 0xFF000000U | (redBlue & kRedBlue) | (green & kGreen);
-}
 
 /// How much of each pixel of a square is covered by a disc in it, 0 to 256, row by row.
 std::vector<std::uint32_t> roundShares(std::int32_t side, double diameter)
@@ -82,7 +68,7 @@ void clsCurvePainter::DrawLines(const Raster& raster, const clsCurveColumns& col
                                 const CurvePen& pen)
 {
     const std::int32_t changedFrom = cover(columns, {columns.Epoch(), scale, pen.width, raster.width, raster.height});
-    const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
+    const std::int32_t reach = m_trace.Reach();
     const std::int32_t first = columns.FirstColumn() / kFine;
     const std::int32_t oldest = (columns.OldestColumn() - reach) / kFine;
     m_saved.resize(static_cast<std::size_t>(raster.width));
@@ -105,14 +91,14 @@ std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis&
         m_coverage.assign(static_cast<std::size_t>(basis.width), {});
         m_steps.assign(static_cast<std::size_t>(basis.height) + 2, 0.0F);
         m_coveredTo = first;
-        shapePen(basis.penWidth);
+        m_trace.Shape(basis.penWidth);
     }
     const std::int32_t begin = std::max(m_coveredTo, first);
     const std::int32_t end = first + basis.width;
     for (std::int32_t column = begin; column < end; ++column) {
         m_coverage[slotOf(column)].rows = {};
     }
-    const auto reach = static_cast<std::int32_t>(m_reach.size()) - 1;
+    const std::int32_t reach = m_trace.Reach();
     const std::span<const ColumnSpan> all = columns.Spans();
     std::size_t runBegin = all.size();
     // The spans are in column order, unless all of them are new.
@@ -123,7 +109,7 @@ std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis&
         for (runEnd = runBegin + 1; runEnd < all.size() && !all[runEnd].beginsRun;) {
             ++runEnd;
         }
-        traceRun(all.subspan(runBegin, runEnd - runBegin), basis.scale, basis.height);
+        m_trace.Trace(all.subspan(runBegin, runEnd - runBegin), basis.scale, basis.height);
         const std::int32_t firstFine = all[runBegin].column - reach;
         const std::int32_t last = std::min((all[runEnd - 1].column + reach) / kFine, end - 1);
         for (std::int32_t column = std::max(std::max(firstFine, 0) / kFine, begin); column <= last; ++column) {
@@ -135,60 +121,20 @@ std::int32_t clsCurvePainter::cover(const clsCurveColumns& columns, const Basis&
     return begin;
 }
 
-void clsCurvePainter::shapePen(double width)
-{
-    const double radius = width / 2.0;
-    const auto reach = static_cast<std::size_t>(radius * kFine);
-    m_reach.resize(reach + 1);
-    for (std::size_t i = 0; i <= reach; ++i) {
-        const double aside = static_cast<double>(i) / kFine;
-        m_reach[i] = static_cast<float>(std::sqrt(std::max(radius * radius - aside * aside, 0.0)));
-    }
-}
-
-/// The edges of one run, widened by the round pen: each fine column includes what the pen paints from its neighbours.
-void clsCurvePainter::traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height)
-{
-    constexpr float kNone = std::numeric_limits<float>::infinity();
-    const std::size_t reach = m_reach.size() - 1;
-    const std::size_t size = run.size() + 2 * reach;
-    m_rawTops.assign(size + 2 * reach, kNone);
-    m_rawBottoms.assign(size + 2 * reach, -kNone);
-    for (std::size_t i = 0; i < run.size(); ++i) {
-        const double a = scale.offset + run[i].low * scale.rowsPerUnit;
-        const double b = scale.offset + run[i].high * scale.rowsPerUnit;
-        // Clamped as doubles: a value millions of rows outside must not overflow the numbers below.
-        const double least = -kOutside;
-        const double most = height + kOutside;
-        m_rawTops[i + 2 * reach] = static_cast<float>(std::clamp(std::min(a, b), least, most));
-        m_rawBottoms[i + 2 * reach] = static_cast<float>(std::clamp(std::max(a, b), least, most));
-    }
-    m_tops.assign(size, kNone);
-    m_bottoms.assign(size, -kNone);
-    for (std::size_t shift = 0; shift <= 2 * reach; ++shift) {
-        const float up = m_reach[shift > reach ? shift - reach : reach - shift];
-        const float* rawTops = m_rawTops.data() + shift;
-        const float* rawBottoms = m_rawBottoms.data() + shift;
-        for (std::size_t i = 0; i < size; ++i) {
-            m_tops[i] = std::min(m_tops[i], rawTops[i] - up);
-            m_bottoms[i] = std::max(m_bottoms[i], rawBottoms[i] + up);
-        }
-    }
-}
-
 /// Adds up how much of each pixel the fine columns of the traced run cover. Each fine column marks in `m_steps` where
 /// its coverage begins and ends; the sum from the top down is the coverage itself.
 void clsCurvePainter::coverColumn(std::int32_t column, std::int32_t firstFine)
 {
     const auto height = static_cast<float>(m_basis.height);
+    const std::span<const float> tops = m_trace.Tops(), bottoms = m_trace.Bottoms();
     RowRange rows{m_basis.height, 0};
     for (std::int32_t fine = column * kFine; fine < (column + 1) * kFine; ++fine) {
         const std::int32_t i = fine - firstFine;
-        if (i < 0 || i >= static_cast<std::int32_t>(m_tops.size())) {
+        if (i < 0 || i >= static_cast<std::int32_t>(tops.size())) {
             continue;
         }
-        const float top = std::max(m_tops[static_cast<std::size_t>(i)], 0.0F);
-        const float bottom = std::min(m_bottoms[static_cast<std::size_t>(i)], height);
+        const float top = std::max(tops[static_cast<std::size_t>(i)], 0.0F);
+        const float bottom = std::min(bottoms[static_cast<std::size_t>(i)], height);
         if (top >= bottom) {
             continue;
         }
@@ -252,7 +198,7 @@ void clsCurvePainter::drawColumn(const Raster& raster, std::int32_t x, const Cov
         for (std::int32_t row = part.first; row < part.last; ++row) {
             const std::int32_t i = row - rows.first;
             pixels[row * raster.rowStep] =
-                blended(below[i * step], color, coverage.shares[static_cast<std::size_t>(i)]);
+                Blended(below[i * step], color, coverage.shares[static_cast<std::size_t>(i)]);
         }
     };
     SavedColumn& saved = m_saved[static_cast<std::size_t>(x)];
@@ -297,7 +243,7 @@ void clsCurvePainter::print(const Raster& raster, const Stamp& stamp, std::int32
         save(raster, x, {firstRow, lastRow});
         for (std::int32_t y = firstRow; y < lastRow; ++y) {
             std::uint32_t& pixel = raster.pixels[x * raster.columnStep + y * raster.rowStep];
-            pixel = blended(pixel, color, stamp.shares[static_cast<std::size_t>((y - top) * stamp.side + x - left)]);
+            pixel = Blended(pixel, color, stamp.shares[static_cast<std::size_t>((y - top) * stamp.side + x - left)]);
         }
     }
 }

@@ -3,7 +3,9 @@
 // picture scrolls, so a frame works them out for the newest columns only.
 #pragma once
 
+#include "plot/Raster.h"
 #include "plot/clsCurveColumns.h"
+#include "plot/clsPenTrace.h"
 
 #include <array>
 #include <cstddef>
@@ -11,20 +13,6 @@
 #include <optional>
 #include <span>
 #include <vector>
-
-/// A part of a picture of 32-bit pixels (0xffRRGGBB). Steps are counted in pixels; a step of -1 from the last column
-/// mirrors the drawing.
-struct Raster {
-    std::uint32_t* pixels = nullptr; ///< column 0, row 0
-    std::ptrdiff_t columnStep = 1, rowStep = 0;
-    std::int32_t width = 0, height = 0;
-};
-
-/// Where a value lies: row = offset + value * rowsPerUnit, counted from the top edge of row 0.
-struct RowScale {
-    double offset = 0.0, rowsPerUnit = 1.0;
-    bool operator==(const RowScale&) const = default;
-};
 
 /// A place in the plot, in pixels from its earliest time and from its top edge.
 struct PlotPlace {
@@ -35,15 +23,9 @@ struct PlotPlace {
 std::optional<PlotPlace> PlaceOf(const ChartPoint& point, const TimeWindow& window, const RowScale& scale,
                                  std::int32_t height, bool showZero);
 
-struct CurvePen {
-    double width = 1.5; ///< pixels
-    std::uint32_t color = 0xFF000000;
-};
-
 class clsCurvePainter {
 public:
-    /// Columns of the reduction per column of pixels.
-    static constexpr std::int32_t kFineColumns = 4;
+    static constexpr std::int32_t kFineColumns = clsPenTrace::kFineColumns;
 
     /// Removes everything that was drawn, so that the raster has its former pixels again.
     void Erase(const Raster& raster);
@@ -91,8 +73,6 @@ private:
     };
 
     std::int32_t cover(const clsCurveColumns& columns, const Basis& basis);
-    void shapePen(double width);
-    void traceRun(std::span<const ColumnSpan> run, const RowScale& scale, std::int32_t height);
     void coverColumn(std::int32_t column, std::int32_t firstFine);
     void keepShares(std::int32_t column, RowRange rows);
     void drawColumn(const Raster& raster, std::int32_t x, const Coverage& coverage, std::uint32_t color);
@@ -108,11 +88,6 @@ private:
     Basis m_basis;
     std::int32_t m_coveredTo = 0; ///< from this column on, the next frame works it out again
     std::vector<Coverage> m_coverage;
-    // Working space for a run.
-    std::vector<float> m_reach;   ///< how far the round pen reaches up, by its distance in fine columns
-    std::vector<float> m_rawTops; ///< a run's edges by fine column, with room for the pen's reach left and right
-    std::vector<float> m_rawBottoms;
-    std::vector<float> m_tops; ///< the same, widened by the pen
-    std::vector<float> m_bottoms;
+    clsPenTrace m_trace;
     std::vector<float> m_steps; ///< by row: how much the coverage changes there
 };

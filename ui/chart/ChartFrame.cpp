@@ -41,7 +41,7 @@ void ChartFrame::drawAnew(const QFont& font, const QPalette& palette, const QSiz
     const Ground ground = groundOf(layout, colors);
     const bool isKept = m_layout && ground == m_ground && !hasWatermark() && !layout.Plot().isEmpty();
     if (isKept) {
-        m_curvePainter.Erase(raster());
+        eraseCurve();
     }
     m_ground = ground;
     m_colors = colors;
@@ -78,6 +78,7 @@ void ChartFrame::drawAll()
 {
     m_columns = {};
     m_curvePainter.Forget();
+    m_sweep.Forget();
     m_labels.clear();
     m_labelledTicks.clear();
     if (m_picture.size() != m_layout->Pixels()) {
@@ -114,7 +115,9 @@ bool ChartFrame::rescale()
     }
     m_scaling = present;
     m_composed.reset();
-    m_curvePainter.Erase(raster());
+    if (!isSwept()) {
+        eraseCurve();
+    }
     drawScales();
     return true;
 }
@@ -256,6 +259,43 @@ CurvePen ChartFrame::curvePen() const
     return {width * m_layout->Ratio(), m_colors.curve.rgb()};
 }
 
+/// Leaves a plot that drawScales() may draw on.
+void ChartFrame::eraseCurve()
+{
+    m_sweep.Erase(raster(), m_colors.back.rgb());
+    m_curvePainter.Erase(raster());
+}
+
+/// Whether the curve of the history is drawn anew with each frame, together with all of its plain ground.
+bool ChartFrame::isSwept() const
+{
+    return m_content.look && m_content.connectPoints && !hasWatermark();
+}
+
+PlotGround ChartFrame::plotGround() const
+{
+    const QRect& plot = m_layout->Plot();
+    PlotGround ground{m_colors.back.rgb(), m_colors.grid.rgb(), {}, {}};
+    for (const ChartLayout::Tick& tick : m_valueTicks) {
+        const QRect row = drawing().GridRow(tick);
+        for (int y = row.top(); y <= row.bottom(); ++y) {
+            ground.rows.push_back(y - plot.top());
+        }
+    }
+    for (const ChartLayout::Tick& tick : m_intervalTicks) {
+        const QRect column = drawing().GridColumn(tick);
+        for (int x = column.left(); x <= column.right(); ++x) {
+            ground.columns.push_back(m_layout->Mirrored(x - plot.left()));
+        }
+    }
+    for (const ChartLayout::Tick& tick : m_timeTicks) {
+        for (int column = tick.position; column < tick.position + m_layout->Hairline(); ++column) {
+            ground.columns.push_back(column);
+        }
+    }
+    return ground;
+}
+
 bool ChartFrame::composeHistory(const Raster& raster)
 {
     const clsHistory& history = *m_content.history;
@@ -268,6 +308,12 @@ bool ChartFrame::composeHistory(const Raster& raster)
         return m_hasCurve;
     }
     m_composed = composed;
+    if (isSwept()) {
+        m_historyCurve.ReduceTo(m_columns, history, view);
+        m_sweep.Draw(raster, plotGround(), m_columns, m_layout->Rows(), curvePen());
+        m_hasCurve = !m_columns.Spans().empty();
+        return m_hasCurve;
+    }
     m_curvePainter.Erase(raster);
     drawUprights(raster);
     if (m_content.connectPoints) {

@@ -4,6 +4,7 @@
 
 #include "plot/clsCurveColumns.h"
 #include "plot/clsCurvePainter.h"
+#include "plot/clsCurveSweep.h"
 #include "session/clsHistoryCurve.h"
 #include "ui/chart/ChartDrawing.h"
 #include "ui/chart/ChartLayout.h"
@@ -97,7 +98,10 @@ private:
     void fill(const QRect& pixels, const QColor& color);
     void drawUprights(const Raster& raster);
     CurvePen curvePen() const;
+    void eraseCurve();
     bool composeHistory(const Raster& raster);
+    bool isSwept() const;
+    PlotGround plotGround() const;
 
     const ChartContent& m_content;
     bool m_isStale = true;
@@ -112,6 +116,7 @@ private:
     QPixmap m_newest;                ///< the dot where the curve grows
     clsCurveColumns m_columns;
     clsCurvePainter m_curvePainter;
+    clsCurveSweep m_sweep; ///< of what it has drawn, the other one knows nothing
     clsHistoryCurve m_historyCurve;
     std::optional<Composed> m_composed;
     bool m_hasCurve = false;
