@@ -141,6 +141,27 @@ std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
     return std::min((first / run + 1) * run, Size());
 }
 
+void clsEntryLevels::Prefetch(std::uint32_t time, std::uint32_t last) const
+{
+    const std::size_t size = Size();
+    if (size < kNode || time >= last) {
+        return;
+    }
+    const std::size_t guess = std::uint64_t{time} * (size - 1) / last;
+    const auto fetch = [](const auto& items, std::size_t first, std::size_t count) {
+        for (std::size_t i = first; i < std::min(first + count, items.size()); ++i) {
+            __builtin_prefetch(&items[i]);
+        }
+    };
+    constexpr std::size_t kEntriesOfLine = 8;
+    fetch(m_nodes, guess / kNode, m_nodes.size());
+    fetch(m_leaves, guess / kNode * (kNode / kLeaf), kNode / kLeaf);
+    for (std::size_t i = guess / kLeaf * kLeaf; i < std::min(guess / kLeaf * kLeaf + kLeaf, m_entries.size());
+         i += kEntriesOfLine) {
+        __builtin_prefetch(&m_entries[i]);
+    }
+}
+
 std::uint32_t clsEntryLevels::TimeOf(std::size_t index) const
 {
     return HasEntries()        ? m_entries[index].time

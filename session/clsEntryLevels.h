@@ -40,6 +40,8 @@ public:
     /// The first entry at or after a time; `Size()` if there is none. Without entries, the first of the first leaf or
     /// node that begins there. Search begins at `from`, which must not be behind it.
     std::size_t IndexOf(std::uint32_t time, std::size_t from = 0) const;
+    /// Has the memory fetched that `IndexOf` will probably look at for a time, if the times up to `last` are even.
+    void Prefetch(std::uint32_t time, std::uint32_t last) const;
     /// The time of an entry or, without entries, of its leaf's or node's first.
     std::uint32_t TimeOf(std::size_t index) const;
 

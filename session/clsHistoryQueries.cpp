@@ -236,8 +236,29 @@ void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<Va
     const bool exactly = mayReadAll(begin, beginOf(window.columns));
     const Position at = find(begin, exactly);
     clsWalk walk(*this, at, exactly, clsColumnBuilder(showZero, isBrokenBefore(at, showZero, exactly)));
+    // In a long history each border lies in memory of its own, which takes longer to come than a column to be filled.
+    constexpr std::int32_t kAhead = 8;
+    std::array<std::int64_t, kAhead> borders{};
+    std::size_t block = at.block;
+    const auto noteBorder = [&](std::int32_t column) {
+        const std::int64_t border = beginOf(column);
+        borders[static_cast<std::size_t>(column % kAhead)] = border;
+        while (block < m_blocks.size() && lastOf(m_blocks[block]) < border) {
+            ++block;
+        }
+        if (block < m_blocks.size() && m_blocks[block].isClosed && border > m_blocks[block].begin) {
+            const Block& of = m_blocks[block];
+            of.levels.Prefetch(static_cast<std::uint32_t>(border - of.begin), of.last);
+        }
+    };
+    for (std::int32_t i = 1; i < std::min(kAhead, window.columns + 1); ++i) {
+        noteBorder(i);
+    }
     for (std::int32_t i = 0; i < window.columns; ++i) {
-        walk.Fill(columns[static_cast<std::size_t>(i)], beginOf(i + 1));
+        if (i + kAhead <= window.columns) {
+            noteBorder(i + kAhead);
+        }
+        walk.Fill(columns[static_cast<std::size_t>(i)], borders[static_cast<std::size_t>((i + 1) % kAhead)]);
     }
 }
 
