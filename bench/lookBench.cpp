@@ -215,10 +215,9 @@ public:
         : m_samples(samples), m_history(kMemory), m_libraryPoints(std::min(samples, kLibraryPoints))
     {
         fill(m_history, samples);
-        m_chart.YLimits(kLower, kUpper);
-        m_chart.Source(&m_history, 1.0);
-        m_chart.ShowTime(m_history.Range().end);
-        show(m_chart);
+        fill(m_fewHistory, kFew);
+        lookInto(m_chart, m_history);
+        lookInto(m_fewChart, m_fewHistory);
 #ifdef ORVEX_HAS_QCUSTOMPLOT
         m_library = std::make_unique<LibraryPlot>(m_libraryPoints);
 #endif
@@ -326,11 +325,19 @@ private:
         }
     }
 
-    double frame(const PlaceRange& range)
+    static void lookInto(XYChart& chart, const clsHistory& history)
     {
-        return timed([this, &range] {
-            m_chart.Look(range);
-            m_chart.repaint();
+        chart.YLimits(kLower, kUpper);
+        chart.Source(&history, 1.0);
+        chart.ShowTime(history.Range().end);
+        show(chart);
+    }
+
+    static double frame(XYChart& chart, const PlaceRange& range)
+    {
+        return timed([&chart, &range] {
+            chart.Look(range);
+            chart.repaint();
         });
     }
 
@@ -355,12 +362,16 @@ private:
     void compare(const std::string& what, Move move, const Zoom& zoom)
     {
         const PlaceRange home = partOf(m_history.Range(), zoom.length);
-        std::vector<double> ours, few, library;
-        frame(home);
+        const PlaceRange homeOfFew = m_fewHistory.Range();
+        std::vector<double> ours, few, fewLooked, library;
+        frame(m_chart, home);
         requireCurve();
         for (int round = 0; round < 10; ++round) {
             for (int i = 0; i < 60; ++i) {
-                ours.push_back(frame(move(home, round * 60 + i)));
+                ours.push_back(frame(m_chart, move(home, round * 60 + i)));
+            }
+            for (int i = 0; i < 30; ++i) {
+                fewLooked.push_back(frame(m_fewChart, move(homeOfFew, round * 30 + i)));
             }
             for (int i = 0; i < 30; ++i) {
                 few.push_back(m_follower.FrameWithScales());
@@ -377,6 +388,9 @@ private:
         TimeRow(kPart, what, middle, std::to_string(kFew) + " points, scales redrawn", Median(few))
             .RatioAtMost(1.5)
             .Print();
+        TimeRow(kPart, what, middle, std::to_string(kFew) + " points, looked at as well", Median(fewLooked))
+            .RatioAtMost(1.5)
+            .Print();
         TimeRow(kPart, what + ", 99 of 100 frames", mostOf(ours), "half of them", middle).RatioAtMost(2.0).Print();
         if (!library.empty()) {
             TableRow row = TimeRow(kPart, what, middle, "QCustomPlot, " + millions(m_libraryPoints), Median(library));
@@ -386,8 +400,8 @@ private:
     }
 
     int m_samples;
-    clsHistory m_history;
-    XYChart m_chart{nullptr};
+    clsHistory m_history, m_fewHistory;
+    XYChart m_chart{nullptr}, m_fewChart{nullptr};
     Follower m_follower;
     int m_libraryPoints;
 #ifdef ORVEX_HAS_QCUSTOMPLOT
