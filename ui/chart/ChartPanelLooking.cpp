@@ -249,7 +249,7 @@ QString ChartPanel::ShowLargestJump()
     const auto size_mm = static_cast<double>(jump->Size_mm());
     return Text(TextId::JumpFound, m_language)
         .arg(FromUtf8(modReadingText::Length(size_mm, ShownUnit(), 0, DecimalSeparator())),
-             FromUtf8(modReadingText::TimeOfDay(Source()->Times().TimeOf(jump->to), DecimalSeparator())));
+             FromUtf8(modReadingText::TimeOfDay(Source()->Times().TimeOf(jump->to), 3, DecimalSeparator())));
 }
 
 void ChartPanel::DragCursor(int cursor, double x)
