@@ -84,23 +84,24 @@ public:
     /// Whether the sensor has shut down its laser. Called when it has changed.
     virtual void ShowShutDown(bool shutDown) { static_cast<void>(shutDown); }
 
-    // The curve.
+    // The curve. Its points lie at places on the time axis, as those of the session's history do: days since
+    // 1899-12-30, which are times as long as nobody sets the clock; see `clsTimeLine`.
     /// Clears the curve; a new run begins.
     virtual void ResetChart() {}
     /// The unit of the values that follow. Called when it has changed.
     virtual void ShowUnit(std::string_view unit) { static_cast<void>(unit); }
-    /// A point of the curve: days since 1899-12-30, value in the shown unit.
-    virtual void AddChartPoint(double time, double value)
+    /// A point of the curve, its value in the shown unit.
+    virtual void AddChartPoint(double place, double value)
     {
-        static_cast<void>(time);
+        static_cast<void>(place);
         static_cast<void>(value);
     }
-    /// There is no value at this time, and the curve is not joined across it.
-    virtual void AddChartGap(double time) { static_cast<void>(time); }
+    /// There is no value at this place, and the curve is not joined across it.
+    virtual void AddChartGap(double place) { static_cast<void>(place); }
     /// Points of a recording that is played, in order and in pieces of thousands; one without a value is a gap.
     virtual void AddPlayedPoints(std::span<const ChartPoint> points) { static_cast<void>(points); }
     /// The right end of the curve while measuring.
-    virtual void ShowChartTime(double time) { static_cast<void>(time); }
+    virtual void ShowChartTime(double place) { static_cast<void>(place); }
     /// Values of another unit or run follow: an automatic value axis starts afresh.
     virtual void ForgetRange() {}
     /// Fits an automatic value axis to the newest values. `millimetres` is the length of their unit.

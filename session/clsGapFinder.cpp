@@ -145,3 +145,20 @@ std::optional<double> clsGapFinder::usual(double share) const
     std::nth_element(sorted.begin(), at, sorted.begin() + static_cast<std::ptrdiff_t>(known));
     return *at;
 }
+
+std::span<const Gap> TakeEndedBy(const Measurement& sample, std::span<const Gap>& ended)
+{
+    const auto isOther = [&sample](const Gap& gap) { return gap.to != sample.time; };
+    if (ended.empty() || KindOf(sample) != MeasurementKind::Distance) {
+        return {};
+    }
+    const auto taken = static_cast<std::size_t>(std::ranges::find_if(ended, isOther) - ended.begin());
+    const std::span<const Gap> front = ended.first(taken);
+    ended = ended.subspan(taken);
+    return front;
+}
+
+bool IsClockSetIn(std::span<const Gap> gaps)
+{
+    return std::ranges::any_of(gaps, [](const Gap& gap) { return gap.reason == GapReason::ClockChanged; });
+}

@@ -2,11 +2,13 @@
 #pragma once
 
 #include "sensor/AccountFigures.h"
+#include "sensor/Measurement.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 /// A gap begins with the last distance before it and ends with the first one after it. There is one when something was
 /// noted that takes distances away, or when nothing has come for much longer than usual. The strongest reason counts:
@@ -56,3 +58,9 @@ private:
     std::array<double, kKnown> m_intervals{};
     std::size_t m_learned = 0;
 };
+
+/// Of the gaps that a row of samples has ended: takes those that this sample has ended off the front. Call it for each
+/// sample in turn.
+std::span<const Gap> TakeEndedBy(const Measurement& sample, std::span<const Gap>& ended);
+/// Whether the clock was set meanwhile.
+bool IsClockSetIn(std::span<const Gap> gaps);

@@ -1,5 +1,7 @@
 #include "session/clsHistory.h"
 
+#include "session/clsGapFinder.h"
+
 #include <utility>
 
 namespace {
@@ -28,18 +30,16 @@ clsHistory::clsHistory(std::size_t mostBytes)
 
 void clsHistory::Add(std::span<const Measurement> samples, std::span<const Gap> ended)
 {
-    auto gap = ended.begin();
     for (const Measurement& sample : samples) {
         const MeasurementKind kind = KindOf(sample);
-        bool clockSet = false;
-        for (; gap != ended.end() && gap->to == sample.time && kind == MeasurementKind::Distance; ++gap) {
-            clockSet = clockSet || gap->reason == GapReason::ClockChanged;
+        const std::span<const Gap> before = TakeEndedBy(sample, ended);
+        for (const Gap& gap : before) {
             const bool isSeen = m_open != nullptr && KindOf(m_open->Entries().back()) != EntryKind::Distance;
-            if (gap->reason != GapReason::NoEcho || !isSeen) {
-                AddGap(gap->reason);
+            if (gap.reason != GapReason::NoEcho || !isSeen) {
+                AddGap(gap.reason);
             }
         }
-        if (clockSet) {
+        if (IsClockSetIn(before)) {
             add(sample.time, valueOf(sample, kind), true);
         } else {
             AddPlayed(sample.time, valueOf(sample, kind));

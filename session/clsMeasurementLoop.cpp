@@ -5,6 +5,7 @@
 #include "sensor/modRVQComm.h"
 #include "texts/modFunctions.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -83,7 +84,8 @@ void clsMeasurementLoop::absorbClockJump(double now)
         m_device.ShiftClock(jump);
         m_account.ClockJumped(jump);
         m_previousTick = now;
-        breakCurve(now);
+        m_setSincePlaced += jump;
+        breakCurve(placeOf(now));
     }
 }
 
@@ -121,10 +123,12 @@ void clsMeasurementLoop::tellSamples()
         return;
     }
     m_account.Received(samples);
-    auto gap = m_account.Ended().begin();
+    std::span<const Gap> ended = m_account.Ended();
     for (const Measurement& sample : samples) {
-        for (; gap != m_account.Ended().end() && gap->to <= sample.time; ++gap) {
-            breakCurve(sample.time);
+        const std::span<const Gap> before = TakeEndedBy(sample, ended);
+        place(sample.time, IsClockSetIn(before));
+        if (!before.empty()) {
+            breakCurve(m_place);
         }
         draw(sample);
         m_account.Shown();
@@ -132,6 +136,24 @@ void clsMeasurementLoop::tellSamples()
     m_listener.Sampled(samples, m_device.sTemperature());
 }
 
+/// Takes a sample's time up. Nothing is joined across a clock that was set.
+void clsMeasurementLoop::place(double time, bool clockSet)
+{
+    const std::int64_t settings = m_timeLine.ClockSettings();
+    m_place = m_timeLine.Add(time, clockSet);
+    m_setSincePlaced = 0.0;
+    if (settings != m_timeLine.ClockSettings()) {
+        breakCurve(m_place);
+    }
+}
+
+/// The place of a moment after the last sample, as far as it is known how the clock has gone since.
+double clsMeasurementLoop::placeOf(double now) const
+{
+    return std::max(now - m_setSincePlaced + m_timeLine.Shift(), m_place);
+}
+
+/// A sample that was taken up.
 void clsMeasurementLoop::draw(const Measurement& sample)
 {
     if (sample.unit != m_shownUnit) {
@@ -140,14 +162,14 @@ void clsMeasurementLoop::draw(const Measurement& sample)
     }
     m_shownUnit = sample.unit;
     if (!IsCharted(sample, m_settings.ShowZeroValues)) {
-        breakCurve(sample.time);
+        breakCurve(m_place);
         return;
     }
     if (std::exchange(m_breaksAfterPlaying, false)) {
-        breakCurve(sample.time);
+        breakCurve(m_place);
     }
     m_inGap = false;
-    m_listener.AddChartPoint(sample.time, sample.value);
+    m_listener.AddChartPoint(m_place, sample.value);
 }
 
 void clsMeasurementLoop::readPort()
@@ -162,7 +184,7 @@ void clsMeasurementLoop::readPort()
 void clsMeasurementLoop::reopenPort()
 {
     tryPort();
-    breakCurve(m_device.CurrentTime());
+    breakCurve(placeOf(m_device.CurrentTime()));
     if (m_device.CommStatus() == DialogueMeasuring) {
         m_listener.ShowRunning(false);
         m_listener.ShowDistance({});
@@ -236,7 +258,7 @@ void clsMeasurementLoop::noAnswer()
     }
     status(TextId::StatusNoConnection);
     m_account.LineLost();
-    breakCurve(m_device.CurrentTime());
+    breakCurve(placeOf(m_device.CurrentTime()));
     if (m_device.CommStatus() == DialogueIdle) {
         m_listener.ShowTemperature({});
     } else if (m_device.CommStatus() == DialogueMeasuring && !m_measuring) {
@@ -340,11 +362,11 @@ void clsMeasurementLoop::Play(std::span<const Measurement> measurements, double 
 }
 
 /// Played points go on in pieces: a call for each of millions would take longer than reading them.
-void clsMeasurementLoop::addPlayed(double time, double value)
+void clsMeasurementLoop::addPlayed(double place, double value)
 {
     // In two stores: a whole point would be read back in one wide load, which stalls on them.
     ChartPoint& point = m_played[m_playedCount];
-    point.x = time;
+    point.x = place;
     point.y = value;
     if (++m_playedCount == m_played.size()) {
         TellPlayed();
@@ -412,15 +434,15 @@ void clsMeasurementLoop::EndPlaying(const std::optional<Measurement>& last)
 
 /// One mark keeps the curve from being joined across a gap of any length. After a playback the mark waits for the next
 /// value, because it takes the place of a played point.
-void clsMeasurementLoop::breakCurve(double time)
+void clsMeasurementLoop::breakCurve(double place)
 {
     if (m_breaksAfterPlaying || std::exchange(m_inGap, true)) {
         return;
     }
     if (m_playing) {
-        addPlayed(time, std::numeric_limits<double>::quiet_NaN());
+        addPlayed(place, std::numeric_limits<double>::quiet_NaN());
     } else {
-        m_listener.AddChartGap(time);
+        m_listener.AddChartGap(place);
     }
 }
 
@@ -457,7 +479,7 @@ void clsMeasurementLoop::advanceClock()
         return;
     }
     if (m_device.CommStatus() == DialogueMeasuring) {
-        m_listener.ShowChartTime(m_device.CurrentTime());
+        m_listener.ShowChartTime(placeOf(m_device.CurrentTime()));
     }
     m_listener.ShowStatus(PanelClock, modAPI::TimeOfDayText(m_device.CurrentTime()));
     m_clock_ms = 0.0;

@@ -5,6 +5,7 @@
 #include "base/Operation.h"
 #include "base/clsBackOff.h"
 #include "plot/clsFIFO.h"
+#include "plot/clsTimeLine.h"
 #include "sensor/Measurement.h"
 #include "sensor/clsRVQ.h"
 #include "sensor/modRVQComm.h"
@@ -132,8 +133,10 @@ private:
     void forgetHistory();
     void showTexts(const Measurement& measurement);
     void showShutDown(bool shutDown);
-    void breakCurve(double time);
-    void addPlayed(double time, double value);
+    void place(double time, bool clockSet);
+    double placeOf(double now) const;
+    void breakCurve(double place);
+    void addPlayed(double place, double value);
     void noteNewest(std::span<const ChartPoint> points);
     void readPort();
     void showRule();
@@ -169,6 +172,9 @@ private:
     std::int32_t m_knownOpening = -1; ///< of the port, at which the last configuration has come
     std::int64_t m_damagedBefore = 0; ///< of the device, as far as it is counted
     clsAccount m_account;
+    clsTimeLine m_timeLine;        ///< as the session's history has it: fed with the same samples and gaps
+    double m_place = 0.0;          ///< of the last sample
+    double m_setSincePlaced = 0.0; ///< days by which the clock was set since
     clsFIFO m_values;
     clsFIFO m_times;
 };

@@ -378,4 +378,47 @@ TEST(Account, TheLiveCurveIsNotJoinedAcrossAGapThatTheDialogueHasNotNoticed)
     EXPECT_EQ(site.account.Figures().lineLost, 0);
 }
 
+TEST(Session, TheLiveCurveLiesWhereTheHistoryHasItWhateverTheClockIsSetTo)
+{
+    struct Curve : SessionListener {
+        std::vector<double> places, ends;
+        void AddChartPoint(double place, double) override { places.push_back(place); }
+        void ShowChartTime(double place) override { ends.push_back(place); }
+    };
+    for (const double step_s : {-3600.0, -600.0, -1.0, -0.2, 3600.0, 300.0}) {
+        for (const bool isLost : {false, true}) {
+            const testing::ScopedTrace row(__FILE__, __LINE__, std::to_string(step_s) + (isLost ? ", line lost" : ""));
+            MeasuringSite site;
+            Curve curve;
+            site.session.Listen(curve);
+            ASSERT_TRUE(site.Measures(20));
+            for (int times = 0; times < 2; ++times) {
+                site.line->Pulled = isLost;
+                site.Run(isLost ? 5 : 0);
+                site.clock_days += step_s / kSecondsPerDay;
+                site.Run(isLost ? 5 : 0);
+                site.line->Pulled = false;
+                ASSERT_TRUE(site.Measures(20));
+            }
+            site.session.Leave(curve);
+            const clsHistory& history = site.session.History();
+            std::vector<double> expected;
+            for (std::size_t i = 0; i < history.Size(); ++i) {
+                const HistoryEntry entry = history.At(i);
+                if (!entry.gap && entry.kind == MeasurementKind::Distance) {
+                    expected.push_back(entry.place);
+                }
+            }
+            ASSERT_EQ(curve.places.size(), expected.size());
+            for (std::size_t i = 0; i < expected.size(); ++i) {
+                ASSERT_NEAR(curve.places[i], expected[i], 1e-8) << i;
+            }
+            EXPECT_TRUE(std::ranges::is_sorted(curve.places));
+            EXPECT_EQ(history.Times().Stretches().size(), 3U);
+            EXPECT_NEAR(curve.ends.back(), curve.places.back(), 1.0 / kSecondsPerDay) << "the axis ends there, too";
+            EXPECT_LT(history.Range().Length() * kSecondsPerDay, 80.0);
+        }
+    }
+}
+
 } // namespace
