@@ -20,7 +20,8 @@ constexpr std::int64_t kSecond = 10000; // in tenths of a millisecond, the fines
 constexpr std::int64_t kMinute = 60 * kSecond, kHour = 60 * kMinute, kDay = 24 * kHour;
 constexpr double kDaysOfMonth = 30.5, kDaysOfYear = 365.25;
 constexpr double kLastBits = 1e-6;
-constexpr std::size_t kMostTicks = 200, kMostChanges = 20;
+constexpr std::size_t kMostTicks = 200;
+constexpr std::ptrdiff_t kMostChanges = 5; // so many signs can be told apart
 
 constexpr std::int64_t kClockSteps[] = {1,       2,           5,           10,           20,           50,
                                         100,     200,         500,         1000,         2000,         5000,
@@ -168,6 +169,22 @@ Tick tickAt(const Moment& moment, const Step& step, char decimalSeparator)
     return tick;
 }
 
+std::string changeText(double forward_s)
+{
+    const double size = std::round(std::fabs(forward_s));
+    const double size_ms = std::max(std::round(std::fabs(forward_s) * 1000.0), 1.0);
+    const auto text = [forward_s](double count, const char* unit) {
+        return (forward_s < 0 ? "-" : "+") + FixedText(std::round(count), 0, '.') + unit;
+    };
+    if (size > 3000.0 && std::fabs(std::remainder(size, 3600.0)) < 60.0) {
+        return text(size / 3600.0, " h");
+    }
+    if (size >= 120.0) {
+        return text(size / 60.0, " min");
+    }
+    return size_ms < 1000.0 ? text(size_ms, " ms") : text(size, " s");
+}
+
 } // namespace
 
 Step StepFor(double span_ms, std::int32_t divisions)
@@ -221,6 +238,10 @@ std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, co
     std::vector<Tick> ticks;
     std::string below;
     const std::span<const clsTimeLine::Stretch> stretches = times.Stretches();
+    auto behind = std::ranges::upper_bound(stretches, begin, {}, &clsTimeLine::Stretch::begin);
+    const auto ofPlaces = std::ranges::upper_bound(behind, stretches.end(), end, {}, &clsTimeLine::Stretch::begin);
+    const bool isEven = ofPlaces - behind > kMostChanges;
+    const Step shown = isEven && step.unit == Unit::Clock ? Step{step.unit, std::max(step.count, kSecond)} : step;
     const auto ofPart = [&](double from, double to, bool isLast, double shift) {
         double time = from - shift;
         while (isOfCalendar(time) && ticks.size() < kMostTicks) {
@@ -233,7 +254,11 @@ std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, co
             if (place < from) {
                 continue; // a moment is rounded, and a stretch may be as short as a few of them
             }
-            Tick tick = tickAt(moment, step, decimalSeparator);
+            const double said = isEven ? times.TimeOf(place) : timeOf(moment);
+            if (!isOfCalendar(said)) {
+                return;
+            }
+            Tick tick = tickAt(isEven ? momentOf(said) : moment, shown, decimalSeparator);
             tick.place = place;
             if (tick.below == below) {
                 tick.below.clear();
@@ -243,7 +268,10 @@ std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, co
             ticks.push_back(std::move(tick));
         }
     };
-    auto behind = std::ranges::upper_bound(stretches, begin, {}, &clsTimeLine::Stretch::begin);
+    if (isEven) {
+        ofPart(begin, end, true, 0.0);
+        return ticks;
+    }
     double from = begin;
     double shift = stretches.empty() ? 0.0 : behind == stretches.begin() ? behind->shift : std::prev(behind)->shift;
     for (; behind != stretches.end() && behind->begin <= end && ticks.size() < kMostTicks; ++behind) {
@@ -261,16 +289,8 @@ std::vector<ClockChange> ClockChanges(double begin, double end, const clsTimeLin
     const std::span<const clsTimeLine::Stretch> stretches = times.Stretches();
     auto change = std::ranges::lower_bound(stretches, begin, {}, &clsTimeLine::Stretch::begin);
     change = change == stretches.begin() && change != stretches.end() ? std::next(change) : change;
-    for (; change != stretches.end() && change->begin <= end && changes.size() < kMostChanges; ++change) {
-        const double forward_s = std::round((std::prev(change)->shift - change->shift) * kSecondsPerDay);
-        const double size = std::fabs(forward_s);
-        const auto text = [&](double unit_s, const char* unit) {
-            return (forward_s < 0 ? "-" : "+") + FixedText(std::round(size / unit_s), 0, '.') + unit;
-        };
-        const bool isHours = std::fabs(std::remainder(size, 3600.0)) < 60.0 && size > 3000.0;
-        changes.push_back({change->begin, isHours         ? text(3600.0, " h")
-                                          : size >= 120.0 ? text(60.0, " min")
-                                                          : text(1.0, " s")});
+    for (; change != stretches.end() && change->begin <= end && std::ssize(changes) < kMostChanges; ++change) {
+        changes.push_back({change->begin, changeText((std::prev(change)->shift - change->shift) * kSecondsPerDay)});
     }
     return changes;
 }

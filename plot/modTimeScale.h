@@ -32,13 +32,14 @@ Step StepFor(double span_ms, std::int32_t divisions);
 std::string WidestText(const Step& step);
 
 /// The ticks from one place to another. In each stretch between two changes of the clock they stand at that stretch's
-/// times. None for times outside the years 100 to 9999.
+/// times. Where there are more changes than signs, they stand at even distances instead, with what the clock said
+/// there. None for times outside the years 100 to 9999.
 std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, const Step& step, char decimalSeparator);
 
-/// Where the clock was set, and by how much it was put forward.
+/// Where the clock was set, and by how much it was put forward; the first few.
 struct ClockChange {
     double place = 0.0;
-    std::string by; ///< "+1 h", "-1 h", "+3 min", "-12 s"
+    std::string by; ///< "+1 h", "-1 h", "+3 min", "-12 s", "-200 ms"
 };
 std::vector<ClockChange> ClockChanges(double begin, double end, const clsTimeLine& times);
 

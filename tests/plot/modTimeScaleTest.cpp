@@ -96,6 +96,25 @@ TEST(TimeScale, GoesOnWithTheClockThatWasSet)
     times.Add(at(10, 25, 3, 0, 1));
     times.Add(at(10, 25, 3, 5, 2), true);
     EXPECT_EQ(ClockChanges(end, end + 1.0, times).at(0).by, "+5 min");
+    times.Add(at(10, 25, 3, 5, 2, 500));
+    times.Add(at(10, 25, 3, 5, 2, 300));
+    EXPECT_EQ(ClockChanges(end, end + 1.0, times).at(1).by, "-700 ms") << "and the usual time between two values";
+}
+
+TEST(TimeScale, KeepsItsLabelsWhereTheClockIsSetAllTheTime)
+{
+    clsTimeLine everySecond, backwards;
+    double end = 0.0, start = 0.0;
+    for (int i = 0; i < 300; ++i) {
+        end = everySecond.Add(at(3, 1, 12) + (i % 2 == 0 ? i : i - 10) * kSecond);
+        const double place = backwards.Add(at(3, 1, 12) - i * kSecond);
+        start = i == 0 ? place : start;
+    }
+    EXPECT_EQ(ClockChanges(at(3, 1, 12), end, everySecond).size(), 5U);
+    const auto labels = TicksOf(at(3, 1, 12), end, everySecond, StepFor((end - at(3, 1, 12)) * kMsPerDay, 8), '.');
+    EXPECT_GE(labels.size(), 4U);
+    // 299 settings lie a millisecond apart.
+    EXPECT_EQ(ticksOf(start, start + 0.299 * kSecond, 4, backwards).substr(0, 29), "12:00:00[01.03.2026] 11:58:20");
 }
 
 TEST(DurationScale, CountsBackInMinutesHoursOrDays)
