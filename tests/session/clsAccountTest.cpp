@@ -414,7 +414,8 @@ TEST(Session, TheLiveCurveLiesWhereTheHistoryHasItWhateverTheClockIsSetTo)
                 ASSERT_NEAR(curve.places[i], expected[i], 1e-8) << i;
             }
             EXPECT_TRUE(std::ranges::is_sorted(curve.places));
-            EXPECT_EQ(history.Times().Stretches().size(), 3U);
+            const bool isHidden = isLost && std::fabs(step_s) < 10.0; // more time has passed meanwhile
+            EXPECT_EQ(history.Times().Stretches().size(), isHidden ? 1U : 3U);
             EXPECT_NEAR(curve.ends.back(), curve.places.back(), 1.0 / kSecondsPerDay) << "the axis ends there, too";
             EXPECT_LT(history.Range().Length() * kSecondsPerDay, 80.0);
         }

@@ -155,6 +155,13 @@ double ChartLayout::begin() const
     return m_content.look ? m_content.look->begin : m_content.begin.value_or(0.0);
 }
 
+/// The clock of what is shown.
+const clsTimeLine& ChartLayout::times() const
+{
+    static const clsTimeLine kNoClockSet;
+    return m_content.history != nullptr ? m_content.history->Times() : kNoClockSet;
+}
+
 clsHistoryCurve::View ChartLayout::HistoryView() const
 {
     const TimeWindow window = Window();
@@ -284,8 +291,8 @@ std::vector<ChartLayout::Tick> ChartLayout::TimeTicks() const
 std::vector<ChartLayout::Tick> ChartLayout::timesOfDay() const
 {
     std::vector<Tick> ticks;
-    const double begin = m_content.look ? m_content.history->Times().TimeOf(m_content.look->begin) : *m_content.begin;
-    const QString last = FromUtf8(modChartCommon::TimeLabelText(begin + m_content.Span_ms() / kMsPerDay));
+    const double from = times().TimeOf(begin()), shift = begin() - from; // no clock was set behind it
+    const QString last = FromUtf8(modChartCommon::TimeLabelText(from + m_content.Span_ms() / kMsPerDay));
     if (last == QLatin1String(modChartCommon::kInvalidRange)) {
         return {{m_plot.width() / 2, last}};
     }
@@ -294,12 +301,12 @@ std::vector<ChartLayout::Tick> ChartLayout::timesOfDay() const
     const auto span_ms = static_cast<std::int32_t>(std::lround(m_content.Span_ms()));
     const double step = modChartCommon::TimeStep(span_ms, divisions) / kMsPerDay;
     const double perDay = Window().perDay;
-    const double first = columnAt(begin, perDay);
+    const double first = columnAt(begin(), perDay);
     QString before;
-    for (double count = std::ceil((begin - m_content.timeOrigin) / step);
+    for (double count = std::ceil((from - m_content.timeOrigin) / step);
          ticks.size() <= static_cast<std::size_t>(divisions); count += 1.0) {
         const double time = m_content.timeOrigin + count * step;
-        const double column = columnAt(time, perDay) - first;
+        const double column = columnAt(time + shift, perDay) - first;
         if (column >= m_plot.width()) {
             break;
         }
@@ -325,12 +332,10 @@ std::vector<ChartLayout::Tick> ChartLayout::timesOfAnySpan() const
         isSettled = !isCoarser;
         step = isCoarser ? fitting : step;
     }
-    static const clsTimeLine kNoClockSet;
-    const clsTimeLine& times = m_content.look ? m_content.history->Times() : kNoClockSet;
     const double end = begin() + m_content.Span_ms() / kMsPerDay;
     const double perDay = Window().perDay;
     std::vector<Tick> ticks;
-    for (const modTimeScale::Tick& tick : modTimeScale::TicksOf(begin(), end, times, step, DecimalSeparator())) {
+    for (const modTimeScale::Tick& tick : modTimeScale::TicksOf(begin(), end, times(), step, DecimalSeparator())) {
         const auto column = static_cast<int>(std::lround((tick.place - begin()) * perDay));
         if (column < m_plot.width()) {
             ticks.push_back({column, FromUtf8(tick.text), FromUtf8(tick.below)});
@@ -376,9 +381,9 @@ void ChartLayout::makeRoom(std::vector<Tick>& ticks) const
 std::vector<ChartLayout::Tick> ChartLayout::ClockChanges() const
 {
     std::vector<Tick> changes;
-    if (m_content.look && !m_plot.isEmpty()) {
+    if (!m_plot.isEmpty()) {
         const double end = begin() + m_content.Span_ms() / kMsPerDay;
-        for (const auto& change : modTimeScale::ClockChanges(begin(), end, m_content.history->Times())) {
+        for (const auto& change : modTimeScale::ClockChanges(begin(), end, times())) {
             const auto column = static_cast<int>(std::floor((change.place - begin()) * Window().perDay));
             changes.push_back({std::min(column, m_plot.width() - 1), m_content.clockLabel.arg(FromUtf8(change.by))});
         }

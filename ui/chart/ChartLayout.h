@@ -88,6 +88,7 @@ private:
     double computeLabels() const;
     double widthOf(const QString& text) const;
     double begin() const;
+    const clsTimeLine& times() const;
     double intervalSpan_s() const;
     std::vector<Tick> timesOfDay() const;
     std::vector<Tick> timesOfAnySpan() const;

@@ -211,21 +211,21 @@ void ChartPanel::ShowUnit(std::string_view unit)
     }
 }
 
-void ChartPanel::AddChartPoint(double time, double value)
+void ChartPanel::AddChartPoint(double place, double value)
 {
     m_origin.simulated = m_origin.simulated || (m_session != nullptr && m_session->IsSimulated());
-    makeRoom(time);
-    AddPoint(time, value);
+    makeRoom(place);
+    AddPoint(place, value);
 }
 
-void ChartPanel::AddChartGap(double time)
+void ChartPanel::AddChartGap(double place)
 {
-    makeRoom(time);
-    AddGap(time);
+    makeRoom(place);
+    AddGap(place);
 }
 
 /// Without more room, values that come fast would overwrite points that the time axis still has to show.
-void ChartPanel::makeRoom(double time)
+void ChartPanel::makeRoom(double place)
 {
     clsChartData& series = Series();
     const std::int32_t size = series.Size();
@@ -234,7 +234,7 @@ void ChartPanel::makeRoom(double time)
     }
     // The point behind the slot to be written is left out from then on.
     const double leftOut = series.XValue((series.StopIndex + 1) % size);
-    if (leftOut != 0.0 && leftOut > time - (std::min(XRange_ms(), kMostInSeries_ms) - kSpared_ms) / kMsPerDay) {
+    if (leftOut != 0.0 && leftOut > place - (std::min(XRange_ms(), kMostInSeries_ms) - kSpared_ms) / kMsPerDay) {
         series.Grow(std::min(2 * size, modChartGlobals::kMostPoints));
     }
 }
@@ -247,9 +247,9 @@ void ChartPanel::AddPlayedPoints(std::span<const ChartPoint> points)
     }
 }
 
-void ChartPanel::ShowChartTime(double time)
+void ChartPanel::ShowChartTime(double place)
 {
-    ShowTime(time);
+    ShowTime(place);
 }
 
 /// The newest values decide the limits. A narrower range must not cut off values that are still shown.
@@ -269,8 +269,12 @@ void ChartPanel::FitValueAxis(const clsFIFO& newest, double millimetres)
 void ChartPanel::PlaybackBegins()
 {
     m_origin = {};
+    m_isPlayed = false; // the span of the recording before is not the chart's own
     forgetLooking();
     m_isPlayed = true;
+    if (m_view.FollowsAll()) {
+        XRange_ms(modChartGlobals::kXRange_ms);
+    }
     InitChartData(modPlayback::kChartPoints - 1);
     m_settings->AutoScale = true;
     AutoScale(true);

@@ -107,10 +107,10 @@ public:
     void Ticked() override;
     void ResetChart() override;
     void ShowUnit(std::string_view unit) override;
-    void AddChartPoint(double time, double value) override;
-    void AddChartGap(double time) override;
+    void AddChartPoint(double place, double value) override;
+    void AddChartGap(double place) override;
     void AddPlayedPoints(std::span<const ChartPoint> points) override;
-    void ShowChartTime(double time) override;
+    void ShowChartTime(double place) override;
     void ForgetRange() override { m_axis.Reset(); }
     void FitValueAxis(const clsFIFO& newest, double millimetres) override;
     void PlaybackBegins() override;
@@ -124,7 +124,7 @@ signals:
     void Pointed();
 
 private:
-    void makeRoom(double time);
+    void makeRoom(double place);
     void buildPopUp();
     void sayOrigin();
     void nameSeries();

@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -99,6 +101,8 @@ void ChartPanel::rememberSpan()
 /// A recording has the span that playback has given it.
 void ChartPanel::followSpan()
 {
+    constexpr std::int32_t kLongest_ms = std::numeric_limits<std::int32_t>::max();
+    FollowAll(!m_isPlayed && m_view.FollowsAll() && m_view.FollowedSpan_ms() == kLongest_ms);
     if (!m_isPlayed && XRange_ms() != m_view.FollowedSpan_ms()) {
         XRange_ms(m_view.FollowedSpan_ms());
     }

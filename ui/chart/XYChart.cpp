@@ -175,9 +175,7 @@ void XYChart::paintEvent(QPaintEvent*)
         m_frame.PaintNote(painter, m_emptyText);
     } else if (hasCurve && !m_look && m_series.Added() > 0) {
         const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
-        const double time = m_series.XValue(newest);
-        const double place = m_content.look ? m_content.history->Times().PlaceOf(time) : time;
-        m_frame.PaintNewest(painter, {place, m_series.YValue(newest)});
+        m_frame.PaintNewest(painter, {m_series.XValue(newest), m_series.YValue(newest)});
     }
     m_frame.PaintOverlay(painter);
     if (hasFocus()) {
@@ -191,11 +189,6 @@ XYChart::Shown XYChart::NextFrame()
     fitLimits();
     Points(); // moves the read pointer
     return {m_content, drawn()};
-}
-
-clsChartData& XYChart::drawn()
-{
-    return m_held ? *m_held : m_series;
 }
 
 std::array<std::span<const ChartPoint>, 2> XYChart::Points()

@@ -31,7 +31,8 @@ public:
     void InitChartData(std::int32_t maximumIndex);
     /// Discards all points and keeps the room.
     void Reset();
-    /// Adds a point (days since 1899-12-30, value in the shown unit) and shows its time as the current one.
+    // Times on the axis are places, days: see `clsTimeLine`. The labels are those of the history's clock there.
+    /// Adds a point (value in the shown unit) and shows its time as the current one.
     void AddPoint(double time, double value);
     /// Leaves a gap: what comes after `time` is not joined to what came before.
     void AddGap(double time);
@@ -134,8 +135,8 @@ public:
     std::array<std::span<const ChartPoint>, 2> Points();
 
     /// The history that can be looked into, and the length of the shown unit in millimetres; none: there is nothing to
-    /// look into. It must outlive its use. The chart that follows draws from it, too, when its span reaches further
-    /// back than the points, or the clock was set within it.
+    /// look into. It must outlive its use. The chart that follows, or holds its span, draws from it, too, when its span
+    /// reaches further back than the points.
     void Source(const clsHistory* history, double unit_mm);
     const clsHistory* Source() const { return m_content.history; }
     double Unit_mm() const { return m_content.unit_mm; }
@@ -149,8 +150,7 @@ public:
     /// Limits that the value axis keeps while the chart is looked into; none: it fits what is seen.
     void LookLimits(const std::optional<std::array<double, 2>>& limits);
     const std::optional<std::array<double, 2>>& LookLimits() const { return m_lookLimits; }
-    /// The stretch of the time axis that the plot shows, following or not. While it follows, places are times unless it
-    /// draws from the history.
+    /// The stretch of the time axis that the plot shows, following or not.
     PlaceRange ShownRange() const;
     /// What is drawn over the curve.
     const ChartOverlayContent& Overlay() const { return m_content.overlay; }
@@ -189,7 +189,8 @@ private:
     std::optional<PlaceRange> followedPlaces() const;
     std::optional<clsShownValues::Split> valuesOf(const std::optional<PlaceRange>& places, clsHistoryCurve& curve);
     void updateCurve();
-    clsChartData& drawn();
+    const clsChartData& drawn() const { return m_held ? *m_held : m_series; }
+    clsChartData& drawn() { return m_held ? *m_held : m_series; }
 
     clsChartData m_series;
     std::optional<clsChartData> m_held; ///< the series when the held span became full

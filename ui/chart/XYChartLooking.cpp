@@ -72,29 +72,24 @@ std::optional<PlaceRange> XYChart::followedPlaces() const
 {
     constexpr double kNearly = 0.02; // of the span; points that come in time leave less than that open
     const clsHistory* history = m_content.history;
-    if (history == nullptr || history->IsEmpty() || !m_content.begin || m_held) {
+    if (history == nullptr || history->IsEmpty() || !m_content.begin) {
         return {};
     }
     const double span = m_content.xRange_ms / kMsPerDay;
-    const double end = history->Times().PlaceOf(*m_content.begin + span);
+    const PlaceRange places{*m_content.begin, *m_content.begin + span};
     const double first = history->Range().begin;
-    if (m_followAll) {
-        return PlaceRange{std::min(first, end - 1.0 / kSecondsPerDay), end};
+    if (m_followAll && !m_holdSpan) {
+        return PlaceRange{std::min(first, places.end - 1.0 / kSecondsPerDay), places.end};
     }
-    const PlaceRange places{end - span, end};
-    const auto stretches = history->Times().Stretches();
-    const auto set = std::ranges::upper_bound(stretches, places.begin, {}, &clsTimeLine::Stretch::begin);
-    if (set != stretches.end() && set != stretches.begin() && set->begin <= places.end) {
-        return places;
-    }
-    const bool keepsAll = m_series.HoldsAll() && m_content.xRange_ms <= modChartGlobals::kXRange_ms;
+    const clsChartData& series = drawn();
+    const bool keepsAll = series.HoldsAll() && m_content.xRange_ms <= modChartGlobals::kXRange_ms;
     if (keepsAll || first >= places.end) {
         return {};
     }
-    const std::int32_t size = m_series.Size();
-    const double beyond = m_series.HoldsAll() ? m_series.XValue(0) : m_series.XValue((m_series.StopIndex + 1) % size);
-    const double oldest = m_series.Added() == 0 ? places.end : history->Times().PlaceOf(beyond);
-    const double missing = oldest - std::max(places.begin, first);
+    // The ring is full where the slot to be written is in use; what is in it is not shown any more.
+    const std::int32_t stop = series.StopIndex;
+    const double oldest = series.XValue(series.XValue(stop) != 0.0 ? (stop + 1) % series.Size() : 0);
+    const double missing = (series.Added() == 0 ? places.end : oldest) - std::max(places.begin, first);
     return missing > kNearly * span ? std::optional(places) : std::nullopt;
 }
 
