@@ -317,6 +317,19 @@ void MeasurementPanel::ShowShutDown(bool shutDown)
     lblShutDown->setVisible(shutDown);
 }
 
+/// What the recording before has left goes: the next one may have nothing to show.
+void MeasurementPanel::PlaybackBegins()
+{
+    if (m_distanceOrigin.recorded) {
+        ShowDistance({});
+        m_distanceOrigin = {};
+    }
+    if (m_temperatureOrigin.recorded) {
+        ShowTemperature({});
+        m_temperatureOrigin = {};
+    }
+}
+
 /// The values shown now come from the file, so they have no age.
 void MeasurementPanel::PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& loaded)
 {

@@ -60,6 +60,7 @@ public:
     void ShowTemperature(const std::string& temperature) override;
     void ShowRunning(bool running) override;
     void ShowShutDown(bool shutDown) override;
+    void PlaybackBegins() override;
     void PlaybackEnds(const std::filesystem::path& file, const modPlayback::Loaded& loaded) override;
 
 private:

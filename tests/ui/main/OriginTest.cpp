@@ -110,6 +110,16 @@ TEST(MainWindow, APlayedRecordingIsNotTakenForAMeasurement)
     main.window.reset();
 }
 
+TEST(MainWindow, NothingOfARecordingStaysWhenTheNextOneIsEmpty)
+{
+    Watched main;
+    main.Open();
+    main.Play();
+    ASSERT_EQ(main.Text("lblMeasValue") + '|' + main.BesideNumber(), "5.000 m|RECORDING of 20.11.2026 14:03");
+    main.session->Play(main.folder.Write("empty.rec", ""), [](double) { return true; });
+    EXPECT_EQ(main.Text("lblMeasValue") + main.Text("lblTemperature") + main.BesideNumber(), "");
+}
+
 TEST(MainWindow, ALiveDistanceIsNotCalledARecordingBecauseTheTemperatureIsOne)
 {
     Watched main;
