@@ -177,8 +177,15 @@ void clsView::Span(double days)
     if (days > 0.0) {
         Show({shown.end - days, shown.end});
     } else if (m_scene.all) {
-        Show(*m_scene.all);
+        showAll(*m_scene.all);
     }
+}
+
+/// A single value, or some at the same time, have one second around them.
+void clsView::showAll(const PlaceRange& all)
+{
+    constexpr double kAround = 0.5 / kSecondsPerDay;
+    Show(all.Length() > 0.0 ? all : PlaceRange{all.begin - kAround, all.end + kAround});
 }
 
 void clsView::Fit()
@@ -187,7 +194,7 @@ void clsView::Fit()
     if (!m_view.look && m_scene.isLive) {
         m_view.span = 0.0;
     } else if (m_scene.all) {
-        Show(*m_scene.all);
+        showAll(*m_scene.all);
     }
 }
 

@@ -79,6 +79,7 @@ private:
     };
     using Views = std::vector<View>;
 
+    void showAll(const PlaceRange& all);
     double longest() const;
     double resized(double length, double factor) const;
     bool canGo(const Views& list) const;

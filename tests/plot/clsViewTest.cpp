@@ -146,6 +146,16 @@ TEST(View, EverythingIsFollowedInSteps)
     EXPECT_EQ(view.FollowedSpan_ms(), std::numeric_limits<std::int32_t>::max()) << "a month";
 }
 
+TEST(View, ASingleValueHasASecondAroundIt)
+{
+    for (const bool isLive : {true, false}) {
+        clsView view = viewOf(isLive, 0.0);
+        view.Freeze();
+        view.Fit();
+        EXPECT_EQ(view.Look(), seconds(-0.5, 0.5)) << isLive;
+    }
+}
+
 TEST(View, HeldLimitsAreAHeightThatCanBeDrawn)
 {
     clsView view = viewOf(true);
