@@ -6,7 +6,6 @@
 #include "ui/widgets/QtText.h"
 
 #include <QDate>
-#include <QLocale>
 
 #include <cmath>
 
@@ -25,5 +24,5 @@ QString PlaceText(const clsHistory& history, double place, int decimals)
         return text;
     }
     const QDate day = QDate(1899, 12, 30).addDays(static_cast<qint64>(std::floor(time)));
-    return QLocale().toString(day, QLocale::ShortFormat) + u' ' + text;
+    return day.toString(QStringLiteral("dd.MM.yyyy ")) + text; // as in recordings
 }
