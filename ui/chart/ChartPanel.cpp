@@ -96,6 +96,7 @@ void ChartPanel::Localise(std::int32_t language)
     mnuPopupHelp->setText(Text(TextId::MenuHelp, language));
     setAccessibleName(Text(TextId::AccessibleChart, language));
     EmptyText(Text(TextId::ChartEmpty, language));
+    NoDistanceText(Text(TextId::ChartNoDistance, language));
     ClockLabel(Text(TextId::ChartClockSet, language));
     m_language = language;
     m_saidOrigin.reset();

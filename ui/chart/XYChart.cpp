@@ -171,15 +171,46 @@ void XYChart::paintEvent(QPaintEvent*)
 
     QPainter painter(this);
     m_frame.Paint(painter);
-    if (!hasCurve && !m_look) {
-        m_frame.PaintNote(painter, m_emptyText);
-    } else if (hasCurve && !m_look && m_series.Added() > 0) {
-        const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
-        m_frame.PaintNewest(painter, {m_series.XValue(newest), m_series.YValue(newest)});
-    }
+    hasCurve ? paintDot(painter) : paintInstead(painter);
     m_frame.PaintOverlay(painter);
     if (hasFocus()) {
         PaintFocus(painter, *this, rect(), m_frame.Colors().back);
+    }
+}
+
+/// Says why there is no curve.
+void XYChart::paintInstead(QPainter& painter)
+{
+    const clsHistory* history = m_content.history;
+    const PlaceRange shown = ShownRange();
+    if (history != nullptr && history->CountIn(shown) > 0) {
+        const auto nearest = history->NearestDistance((shown.begin + shown.end) / 2.0);
+        const double place = nearest ? history->At(*nearest).place : shown.end + 1.0;
+        if (place < shown.begin || place > shown.end) {
+            m_frame.PaintNote(painter, m_noDistanceText);
+            return;
+        }
+    }
+    if (!m_look) {
+        m_frame.PaintNote(painter, m_emptyText);
+    }
+}
+
+/// The newest value has a dot, and one that is alone in what is looked at: a line that short would not be seen.
+void XYChart::paintDot(QPainter& painter)
+{
+    if (m_look && m_content.look) {
+        const clsHistory& history = *m_content.history;
+        const std::size_t index = history.IndexAt(m_look->begin);
+        const HistoryEntry entry = history.CountIn(*m_look) == 1 ? history.At(index) : HistoryEntry{.isKnown = false};
+        if (entry.isKnown && !entry.gap && entry.kind == MeasurementKind::Distance) {
+            m_frame.PaintNewest(painter, {entry.place, entry.value_mm / m_content.unit_mm});
+        }
+        return;
+    }
+    if (m_series.Added() > 0) {
+        const std::int32_t newest = (m_series.StopIndex + m_series.Size() - 1) % m_series.Size();
+        m_frame.PaintNewest(painter, {m_series.XValue(newest), m_series.YValue(newest)});
     }
 }
 

@@ -123,6 +123,8 @@ public:
     /// A text in the middle while no point is shown.
     void EmptyText(const QString& text) { change(m_emptyText, text); }
     const QString& EmptyText() const { return m_emptyText; }
+    /// The same where values are shown, but no distance is among them.
+    void NoDistanceText(const QString& text) { change(m_noDistanceText, text); }
 
     /// What the next frame shows; first brings the limits and the read pointer of the series up to date. Valid until
     /// the chart changes.
@@ -187,6 +189,8 @@ private:
     void fitLimits();
     void fitLooked();
     std::optional<PlaceRange> followedPlaces() const;
+    void paintInstead(QPainter& painter);
+    void paintDot(QPainter& painter);
     std::optional<clsShownValues::Split> valuesOf(const std::optional<PlaceRange>& places, clsHistoryCurve& curve);
     void updateCurve();
     const clsChartData& drawn() const { return m_held ? *m_held : m_series; }
@@ -204,6 +208,6 @@ private:
     ChartContent m_content;
     double m_currentTime = 0.0;
     bool m_limitsGiven = false, m_holdSpan = false, m_followAll = false;
-    QString m_emptyText;
+    QString m_emptyText, m_noDistanceText;
     ChartFrame m_frame{m_content};
 };

@@ -73,6 +73,17 @@ TEST(View, EachCommandIsEnabledWhenItCanAct)
     EXPECT_EQ(main.Find("cmdStart")->text(), "Start");
 }
 
+TEST(View, ARecordingWithoutADistanceSaysWhyThereIsNoCursor)
+{
+    const ViewDesk main;
+    main.session->Play(main.folder.Write("noecho.rec", "20.11.2026 14:03:00,000; No Echo; 21 C\r\n"
+                                                       "20.11.2026 14:05:00,000; No Echo; 22 C\r\n"),
+                       [](double) { return true; });
+    main.Trigger("mnuViewCursorA");
+    EXPECT_FALSE(main.Find<QAction>("mnuViewCursorA")->isChecked());
+    EXPECT_EQ(main.Text("sbar_1"), "Cursor not set: there is no distance.");
+}
+
 TEST(View, ALetterGoesToAListOrABoxThatHasTheFocusAndToTheMenuOtherwise)
 {
     const ViewDesk main;
