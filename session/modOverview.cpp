@@ -48,4 +48,26 @@ PlaceRange Zoomed(const PlaceRange& range, double place, double factor, const Pl
     return Moved({place - share * length, place - share * length + length}, 0.0, all);
 }
 
+std::vector<HistoryGap> OpenGaps(const clsHistory& history, double shortest)
+{
+    std::vector<HistoryGap> gaps;
+    if (history.IsEmpty()) {
+        return gaps;
+    }
+    const PlaceRange all = history.Range();
+    const auto add = [&](const PlaceRange& range) {
+        if (range.Length() > 0.0 && range.Length() >= shortest) {
+            gaps.push_back({range, GapReason::NoEcho});
+        }
+    };
+    const auto first = history.NearestDistance(all.begin), last = history.NearestDistance(all.end);
+    if (!first || !last) {
+        add(all);
+        return gaps;
+    }
+    add({all.begin, history.At(*first).place});
+    add({history.At(*last).place, all.end});
+    return gaps;
+}
+
 } // namespace modOverview

@@ -4,6 +4,7 @@
 #include "session/clsHistory.h"
 
 #include <cstdint>
+#include <vector>
 
 namespace modOverview {
 
@@ -22,5 +23,9 @@ PlaceRange Moved(const PlaceRange& range, double days, const PlaceRange& all);
 PlaceRange Stretched(const PlaceRange& range, Part edge, double place, const PlaceRange& all);
 /// The stretch, `factor` times as long and not longer than `all`; what is at `place` stays there as far as it can.
 PlaceRange Zoomed(const PlaceRange& range, double place, double factor, const PlaceRange& all);
+
+/// Where there is no distance before the first one or after the last one, for at least `shortest` days: such a stretch
+/// lies between no two distances, so it is none of the gaps of the history itself.
+std::vector<HistoryGap> OpenGaps(const clsHistory& history, double shortest);
 
 } // namespace modOverview

@@ -3,7 +3,9 @@
 
 #include "base/Days.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
+#include <string>
 #include <tuple>
 
 using modOverview::Part;
@@ -50,5 +52,26 @@ TEST(OverviewFrame, StaysWithinEverything)
     for (const auto& [name, found, expected] : rows) {
         EXPECT_DOUBLE_EQ(found.begin, expected.begin) << name;
         EXPECT_DOUBLE_EQ(found.end, expected.end) << name;
+    }
+}
+
+TEST(OverviewGaps, AreOpenWhereNoDistanceEndsThem)
+{
+    struct Row {
+        const char *lines, *gaps; ///< a distance is "d", a missing echo "-"; "begin to end" in seconds
+    };
+    for (const Row& row : {Row{"", ""}, Row{"-", ""}, Row{"dddd", ""}, Row{"d--d", ""}, Row{"d-", ""},
+                           Row{"----", "0 to 3 "}, Row{"---d", "0 to 3 "}, Row{"--dd---", "0 to 2 3 to 6 "}}) {
+        clsHistory history;
+        double second = 0.0;
+        for (const char line : std::string(row.lines)) {
+            history.AddPlayed(46346.0 + second++ / kSecondsPerDay, line == 'd' ? 1000 : kMarkerNoEcho);
+        }
+        std::string found;
+        for (const HistoryGap& gap : modOverview::OpenGaps(history, 1.5 / kSecondsPerDay)) {
+            const auto secondOf = [](double place) { return std::lround((place - 46346.0) * kSecondsPerDay); };
+            found += std::to_string(secondOf(gap.range.begin)) + " to " + std::to_string(secondOf(gap.range.end)) + ' ';
+        }
+        EXPECT_EQ(found, row.gaps) << row.lines;
     }
 }

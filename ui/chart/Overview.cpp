@@ -113,9 +113,9 @@ bool Overview::isLive() const
 
 PlaceRange Overview::all() const
 {
-    PlaceRange range = m_session->Shown().Range();
-    range.end = std::max(range.end, range.begin + kShortestAll_s / kSecondsPerDay);
-    return range;
+    const PlaceRange range = m_session->Shown().Range();
+    const double missing = std::max(kShortestAll_s / kSecondsPerDay - range.Length(), 0.0);
+    return {range.begin - missing / 2.0, range.end + missing / 2.0};
 }
 
 /// Below the plot of the chart, which lies in the same column.
@@ -186,7 +186,7 @@ void Overview::paintEvent(QPaintEvent* /*event*/)
     });
 }
 
-/// A cross where the line was lost, a flag for each mark.
+/// The face of a clock where it was set, a cross where the line was lost, a flag for each mark.
 void Overview::drawSigns(QPainter& painter, const ChartColors& colors) const
 {
     const QRectF area = band();
@@ -198,6 +198,14 @@ void Overview::drawSigns(QPainter& painter, const ChartColors& colors) const
             painter.drawLine(centre - QPointF(kSign, kSign) * 0.8, centre + QPointF(kSign, kSign) * 0.8);
             painter.drawLine(centre - QPointF(kSign, -kSign) * 0.8, centre + QPointF(kSign, -kSign) * 0.8);
         }
+    }
+    painter.setPen(QPen(colors.scale, 1.0));
+    painter.setBrush(colors.back);
+    for (const modTimeScale::ClockChange& change : m_band.ClockChanges()) {
+        const QPointF centre(xOf(change.place), area.bottom() - kSign - 2.0);
+        painter.drawEllipse(centre, kSign, kSign);
+        painter.drawPolyline(
+            QPolygonF({centre - QPointF(0.0, 0.7 * kSign), centre, centre + QPointF(0.6 * kSign, 0.0)}));
     }
     const auto marks = m_session->Marks();
     const auto choice = chosen();

@@ -1,6 +1,7 @@
 #include "ui/chart/OverviewBand.h"
 
 #include "base/Days.h"
+#include "session/modOverview.h"
 #include "ui/chart/ChartColors.h"
 #include "ui/chart/modGDIAPI.h"
 
@@ -62,6 +63,7 @@ void OverviewBand::Draw(const clsHistory& history, const PlaceRange& all, bool s
     m_window.first = std::floor(all.begin * m_window.perDay);
     history.Columns(m_window, showZero, m_columns);
     findGaps(history, all);
+    findClockChanges(history.Times(), all, kApart * ratio / m_window.perDay);
     {
         QPainter painter(&m_picture);
         drawGaps(painter, all, colors);
@@ -90,6 +92,18 @@ void OverviewBand::findGaps(const clsHistory& history, const PlaceRange& all)
         }
     }
     m_gaps.insert(m_gaps.end(), shortOnes.begin(), shortOnes.end());
+    const auto open = modOverview::OpenGaps(history, column);
+    m_gaps.insert(m_gaps.end(), open.begin(), open.end());
+}
+
+void OverviewBand::findClockChanges(const clsTimeLine& times, const PlaceRange& all, double apart)
+{
+    m_clockChanges.clear();
+    auto changes = modTimeScale::ClockChanges(all.begin, all.end, times);
+    while (!changes.empty()) {
+        m_clockChanges.push_back(changes.front());
+        changes = modTimeScale::ClockChanges(changes.front().place + apart, all.end, times);
+    }
 }
 
 void OverviewBand::drawGaps(QPainter& painter, const PlaceRange& all, const ChartColors& colors) const

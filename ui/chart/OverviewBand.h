@@ -2,6 +2,7 @@
 // anew only when it has to be.
 #pragma once
 
+#include "plot/modTimeScale.h"
 #include "session/clsHistory.h"
 
 #include <QImage>
@@ -19,9 +20,13 @@ public:
     const QImage& Picture() const { return m_picture; }
     /// The gaps that the picture shows, and where the line was lost, however short.
     const std::vector<HistoryGap>& Gaps() const { return m_gaps; }
+    /// Where the clock was set, as far as the places are `kApart` units from each other.
+    const std::vector<modTimeScale::ClockChange>& ClockChanges() const { return m_clockChanges; }
+    static constexpr double kApart = 10.0;
 
 private:
     void findGaps(const clsHistory& history, const PlaceRange& all);
+    void findClockChanges(const clsTimeLine& times, const PlaceRange& all, double apart);
     void drawGaps(QPainter& painter, const PlaceRange& all, const ChartColors& colors) const;
     void drawColumns(QPainter& painter, int thinnest, const QColor& color) const;
 
@@ -29,4 +34,5 @@ private:
     TimeWindow m_window;
     std::vector<ValueSummary> m_columns;
     std::vector<HistoryGap> m_gaps;
+    std::vector<modTimeScale::ClockChange> m_clockChanges;
 };

@@ -206,6 +206,12 @@ QString Overview::ExplanationAt(const QPointF& point) const
         const clsSession::Mark& found = m_session->Marks()[*mark];
         return Text(TextId::OverviewMark, m_language).arg(PlaceText(shown, found.place), FromUtf8(found.text));
     }
+    for (const modTimeScale::ClockChange& change : m_band.ClockChanges()) {
+        if (std::abs(xOf(change.place) - point.x()) <= kReach) {
+            return PlaceText(shown, change.place) + u'\n' +
+                   Text(TextId::ChartClockSet, m_language).arg(FromUtf8(change.by));
+        }
+    }
     for (const HistoryGap& gap : m_band.Gaps()) {
         const bool isShort = gap.range.Length() < kReach / band().width() * all().Length();
         const double reach = isShort ? kReach : 0.0;

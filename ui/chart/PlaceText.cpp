@@ -17,7 +17,8 @@ QString PlaceText(const clsHistory& history, double place, int decimals)
         return {};
     }
     const double perDay = kSecondsPerDay * std::pow(10.0, decimals);
-    const double time = std::round(exactly * perDay) / perDay; // so that the day is that of the text
+    constexpr double kEarly_days = 1.0 / kMsPerDay; // recorded times may be so much too early
+    const double time = std::floor((exactly + kEarly_days) * perDay) / perDay; // cut: a day ends with its last second
     const QString text = FromUtf8(modReadingText::TimeOfDay(time, decimals, DecimalSeparator()));
     const PlaceRange range = history.Range();
     if (std::floor(times.TimeOf(range.begin)) == std::floor(times.TimeOf(range.end))) {

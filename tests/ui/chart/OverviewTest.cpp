@@ -137,8 +137,8 @@ TEST(Overview, ADayEndsWithItsLastSecond)
     desk.Open();
     desk.session->Play(file, [](double) { return true; });
     const clsHistory& shown = desk.session->Shown();
-    EXPECT_EQ(PlaceText(shown, shown.Range().end, false).toStdString(), "23:59:59");
-    EXPECT_EQ(PlaceText(shown, shown.Range().end).toStdString(), "23:59:59.9");
+    EXPECT_EQ(PlaceText(shown, shown.Range().end, 0).toStdString(), "23:59:59");
+    EXPECT_EQ(PlaceText(shown, shown.Range().end, 1).toStdString(), "23:59:59.9");
 }
 
 TEST(Overview, WhatLiesBesideTheFrameCanBeSeen)
@@ -157,6 +157,16 @@ TEST(Overview, WhatLiesBesideTheFrameCanBeSeen)
         EXPECT_GE(most, 2.9) << ground.name().toStdString(); // rounded
     }
     QApplication::setPalette(usual);
+}
+
+TEST(Overview, SaysWhereTheClockWasSetAndOnWhichDay)
+{
+    OverviewDesk desk;
+    const auto clock = desk.folder.Write("clock.rec", lineAt(86390, 1000) + lineAt(86395, 1000) + lineAt(86400, 1000) +
+                                                          lineAt(82805, 1000) + lineAt(82890, 1000));
+    desk.session->Play(clock, [](double) { return true; });
+    desk.overview->grab();
+    EXPECT_EQ(desk.Explanation(15.0), "21.11.2026 23:00:05.0\nclock -1 h");
 }
 
 TEST(Overview, AMarkIsChosenEditedAndRemovedByKeys)
