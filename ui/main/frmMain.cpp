@@ -190,8 +190,12 @@ void frmMain::offerFirstSteps()
         }
         return;
     }
-    if (++m_unconnectedTicks % kTicksBeforeOffer == 0) {
-        fraFirstSteps->setVisible(!picGraph->ShownValues().has_value());
+    const bool isDue = ++m_unconnectedTicks % kTicksBeforeOffer == 0;
+    if (isDue || fraFirstSteps->isVisible()) { // it leaves at once, over a recording without a distance, too
+        const clsHistory* history = picGraph->Source();
+        const bool hasValues =
+            picGraph->ShownValues().has_value() || (history != nullptr && history->CountIn(picGraph->ShownRange()) > 0);
+        fraFirstSteps->setVisible(!hasValues);
     }
     fraFirstSteps->Explain(pnlMessages->Failure());
 }
