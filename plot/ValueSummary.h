@@ -17,12 +17,13 @@ struct ValueSummary {
 };
 
 /// What the statistics say about a stretch of time. Lengths in millimetres; meaningless without enough distances:
-/// `valid` of at least 1 (minimum to mean), 2 (deviation, drift).
+/// `valid` of at least 1 (minimum to mean), 2 (deviation).
 struct Statistics {
     std::int64_t values = 0, valid = 0; ///< replies, and distances among them
     double minimum = 0.0, maximum = 0.0, mean = 0.0;
     double deviation = 0.0;       ///< standard deviation of the sample (n - 1)
+    bool hasDrift = false;        ///< the distances are not all at one time
     double drift_perMinute = 0.0; ///< slope of the line of least squares
-    double rate_perSecond = 0.0;  ///< replies
+    double rate_perSecond = 0.0;  ///< replies; 0 while all are at one time
     bool isThinned = false;       ///< a part of it is kept as lowest and highest value a second only
 };

@@ -151,10 +151,8 @@ void clsHistory::closeBlock()
 
 HistoryEntry clsHistory::At(std::size_t index) const
 {
-    const std::int64_t number = m_forgotten + static_cast<std::int64_t>(index);
-    const auto behind = std::ranges::upper_bound(m_blocks, number, {}, &Block::first);
-    const auto block = static_cast<std::size_t>(behind - m_blocks.begin()) - 1;
-    return At(block, static_cast<std::size_t>(number - m_blocks.at(block).first));
+    const Position position = positionOf(index);
+    return At(position.block, position.index);
 }
 
 HistoryEntry clsHistory::At(std::size_t block, std::size_t index) const

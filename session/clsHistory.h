@@ -123,6 +123,9 @@ public:
     std::size_t IndexAt(double place) const;
     /// The distance nearest to a place; none if there is no distance.
     std::optional<std::size_t> NearestDistance(double place) const;
+    /// The first distance behind an entry, and the last one before it, however far away; none if there is none.
+    std::optional<std::size_t> NextDistance(std::size_t index) const;
+    std::optional<std::size_t> PreviousDistance(std::size_t index) const;
     /// The columns of a window, first to last: each as a walk over all entries from its beginning to the next one's
     /// would find it. Without `showZero` a distance of 0 is not drawn, and nothing is joined across it.
     std::vector<ValueSummary> Columns(const TimeWindow& window, bool showZero = true) const;
@@ -203,6 +206,7 @@ private:
     std::int64_t lastOf(const Block& block) const;
     Position find(std::int64_t tick, bool exactly = true) const;
     std::size_t indexOf(const Position& position) const;
+    Position positionOf(std::size_t index) const;
     bool mayReadAll(std::int64_t from, std::int64_t to) const;
     bool isBrokenBefore(const Position& position, bool showZero, bool exactly) const;
     std::optional<Position> lastDistanceBefore(Position position) const;

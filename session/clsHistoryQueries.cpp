@@ -70,6 +70,18 @@ std::size_t clsHistory::indexOf(const Position& position) const
                : Size();
 }
 
+/// An index behind the newest entry gives the end.
+clsHistory::Position clsHistory::positionOf(std::size_t index) const
+{
+    if (index >= Size()) {
+        return {m_blocks.size()};
+    }
+    const std::int64_t number = m_forgotten + static_cast<std::int64_t>(index);
+    const auto behind = std::ranges::upper_bound(m_blocks, number, {}, &Block::first);
+    const auto block = static_cast<std::size_t>(behind - m_blocks.begin()) - 1;
+    return {block, static_cast<std::size_t>(number - m_blocks[block].first)};
+}
+
 /// Whether all blocks between two places that are not in memory can be read again and kept.
 bool clsHistory::mayReadAll(std::int64_t from, std::int64_t to) const
 {
@@ -137,6 +149,18 @@ std::optional<std::size_t> clsHistory::NearestDistance(double place) const
     }
     const auto distanceTo = [&](const Position& to) { return std::fabs(At(to.block, to.index).place - place); };
     return indexOf(distanceTo(*after) < distanceTo(*before) ? *after : *before);
+}
+
+std::optional<std::size_t> clsHistory::NextDistance(std::size_t index) const
+{
+    const auto found = index < Size() ? firstDistanceFrom(positionOf(index + 1)) : std::nullopt;
+    return found ? std::optional(indexOf(*found)) : std::nullopt;
+}
+
+std::optional<std::size_t> clsHistory::PreviousDistance(std::size_t index) const
+{
+    const auto found = lastDistanceBefore(positionOf(index));
+    return found ? std::optional(indexOf(*found)) : std::nullopt;
 }
 
 /// Whether what is drawn at a position would not be joined to what comes before.

@@ -42,6 +42,7 @@ void fillMoments(const std::vector<Part>& parts, const auto& wholeParts, Statist
     constexpr long double kTicksPerMinute = 600000.0L;
     found.mean = static_cast<double>(static_cast<long double>(nearX) + restX);
     found.deviation = found.valid > 1 ? static_cast<double>(std::sqrt(std::max(xx, 0.0L) / (n - 1))) : 0.0;
+    found.hasDrift = tt > 0.0L;
     found.drift_perMinute = tt > 0.0L ? static_cast<double>(xt / tt * kTicksPerMinute) : 0.0;
 }
 

@@ -27,12 +27,22 @@ std::string twoFigures(std::int64_t figure, std::int64_t perLarger, const char* 
     return text;
 }
 
+/// What is rounded to 0 has no sign.
+std::string number(double value, int decimals, char decimalSeparator)
+{
+    std::string text = FixedText(value, decimals, decimalSeparator);
+    if (text.starts_with('-') && text.find_first_of("123456789") == std::string::npos) {
+        text.erase(0, 1);
+    }
+    return text;
+}
+
 } // namespace
 
 std::string modReadingText::Length(double mm, std::int32_t unit, int moreDecimals, char decimalSeparator)
 {
     const UnitDef& shown = UnitOf(unit);
-    return FixedText(mm / shown.millimetres, shown.decimals + moreDecimals, decimalSeparator) + " " +
+    return number(mm / shown.millimetres, shown.decimals + moreDecimals, decimalSeparator) + " " +
            std::string(shown.name);
 }
 
@@ -55,7 +65,7 @@ std::string modReadingText::Difference(double days, char decimalSeparator)
     const double seconds = days * kSecondsPerDay;
     const double size = std::fabs(seconds);
     if (size < 1.0) {
-        return FixedText(seconds * kMsPerSecond, 1, decimalSeparator) + " ms";
+        return number(seconds * kMsPerSecond, 1, decimalSeparator) + " ms";
     }
     return size < kSecondsPerHour ? FixedText(seconds, 3, decimalSeparator) + " s"
                                   : FixedText(seconds / kSecondsPerHour, 4, decimalSeparator) + " h";

@@ -190,6 +190,17 @@ void expectNearest(const clsHistory& history, const Walk& walk, double place)
     }
     ASSERT_EQ(found.has_value(), std::isfinite(least));
     EXPECT_TRUE(!found || std::fabs(walk[*found].place - place) == least);
+
+    const std::size_t at = history.IndexAt(place);
+    std::optional<std::size_t> previous, next;
+    for (std::size_t i = 0; i < walk.size(); ++i) {
+        if (isDistance(walk[i])) {
+            previous = i < at ? i : previous;
+            next = i > at && !next ? i : next;
+        }
+    }
+    EXPECT_EQ(history.PreviousDistance(at), previous);
+    EXPECT_EQ(history.NextDistance(at), next);
 }
 
 /// A random series of so many lines, some of them after gaps.

@@ -14,6 +14,7 @@ TEST(ReadingText, NumbersHaveTheDecimalsOfTheirUnit)
     EXPECT_EQ(modReadingText::Length(2223.26, kMillimetres, 1, ','), "2223,3 mm");
     EXPECT_EQ(modReadingText::Length(-304.8, kFeet, 0, '.'), "-1.0000 ft");
     EXPECT_EQ(modReadingText::LengthPer(-12.0, "min", kMetres, ','), "-0,0120 m/min");
+    EXPECT_EQ(modReadingText::LengthPer(-0.01, "min", kMetres, '.'), "0.0000 m/min") << "no minus without a digit";
     EXPECT_EQ(modReadingText::Share(999, 1000, ','), "99,9 %");
     EXPECT_EQ(modReadingText::Share(19999, 20000, '.'), "99.9 %") << "100 % would say that none is missing";
     EXPECT_EQ(modReadingText::Share(0, 0, '.'), "–");

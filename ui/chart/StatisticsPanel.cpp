@@ -167,11 +167,11 @@ void StatisticsPanel::showStatistics(const Statistics& figures)
     show(*lblStatMean, length(figures.mean, 1, 1));
     show(*lblStatDeviation, length(figures.deviation, 1, 2));
     show(*lblStatPeak, length(figures.maximum - figures.minimum, 0, 1));
-    show(*lblStatDrift, figures.valid < 2
+    show(*lblStatDrift, !figures.hasDrift
                             ? kNothing
                             : FromUtf8(modReadingText::LengthPer(figures.drift_perMinute, "min", unit, separator)));
     show(*lblStatRate,
-         figures.values < 2 ? kNothing : FromUtf8(modAccountText::Rate(figures.rate_perSecond, separator)));
+         figures.rate_perSecond == 0.0 ? kNothing : FromUtf8(modAccountText::Rate(figures.rate_perSecond, separator)));
 }
 
 void StatisticsPanel::showCursors()
