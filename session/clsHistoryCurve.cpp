@@ -197,18 +197,17 @@ std::optional<clsShownValues::Split> clsHistoryCurve::ValuesOf(const clsHistory&
         return values.WithoutSpikes();
     }
     summarise(history, view);
-    std::optional<clsShownValues::Split> found;
+    double column = m_window.first + 0.5;
     for (const ValueSummary& summary : m_columns) {
         if (summary.valid > 0) {
-            const double low = summary.minimum / view.unit_mm, high = summary.maximum / view.unit_mm;
-            const std::array others = found ? found->others : std::array{low, high};
-            found = clsShownValues::Split{.others = {std::min(others[0], low), std::max(others[1], high)}};
+            values.Add({column / view.perDay, summary.minimum / view.unit_mm});
         }
+        if (summary.valid > 1) {
+            values.Add({column / view.perDay, summary.maximum / view.unit_mm});
+        }
+        column += 1.0;
     }
-    if (found) {
-        found->spikeless = {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
-    }
-    return found;
+    return values.WithoutSpikes();
 }
 
 TimeWindow clsHistoryCurve::DotsWindow(const View& view)

@@ -27,8 +27,8 @@ public:
         bool operator==(const View&) const = default;
     };
 
-    /// The lowest and highest value of a view in its unit; spikes are looked for where values are taken one by one.
-    /// Times are places on the axis.
+    /// The lowest and highest value of a view in its unit, and its spikes: among many values, those of the columns'
+    /// extremes. Times are places on the axis.
     std::optional<clsShownValues::Split> ValuesOf(const clsHistory& history, const View& view);
     /// The curve as columns of the reduction, kFineColumns in a column of pixels.
     void ReduceTo(clsCurveColumns& columns, const clsHistory& history, const View& view);

@@ -87,6 +87,20 @@ TEST(HistoryCurve, ShowsManyValuesAsAWalkOverAllOfThemWould)
     EXPECT_EQ(values.value().others, all);
 }
 
+TEST(HistoryCurve, ASpikeAmongManyValuesIsNoneOfTheOthers)
+{
+    clsHistory history;
+    fill(history, 0, 3000);
+    add(history, kNoon + 30 * kSecond, 900000);
+    fill(history, 3001, 6000);
+    const auto view = viewOf(kNoon, kNoon + 60 * kSecond);
+    const auto values = clsHistoryCurve().ValuesOf(history, view).value();
+    ASSERT_EQ(values.spikes.size(), 1U);
+    EXPECT_EQ(values.spikes[0].y, 90000.0);
+    EXPECT_NEAR(values.spikes[0].x, kNoon + 30 * kSecond, 1.0 / view.perDay);
+    EXPECT_LT(values.others[1], 200.0);
+}
+
 /// A curve that moves, and grows, is the one that is seen for the first time.
 TEST(HistoryCurve, MovesAndGrowsAsIfItWereSeenForTheFirstTime)
 {
