@@ -279,6 +279,7 @@ void ChartPanel::PlaybackBegins()
     InitChartData(modPlayback::kChartPoints - 1);
     m_settings->AutoScale = true;
     AutoScale(true);
+    showLimits();
     if (m_chartSettings != nullptr) {
         m_chartSettings->ShowUpdatedSettings();
     }

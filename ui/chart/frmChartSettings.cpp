@@ -117,17 +117,33 @@ void frmChartSettings::ShowUpdatedSettings()
 {
     (m_chart.TimeScale() ? optxAxisTime : optxAxisInterval)->setChecked(true);
     (m_settings.AutoScale ? optYScaleAuto : optYScaleManual)->setChecked(true);
-    // While the scale is automatic, the boxes start from what is seen.
+    // While the scale is automatic, or limits are held in the view, the boxes start from what is seen.
     std::array limits{m_settings.yMin, m_settings.yMax};
-    if (const auto visible = m_chart.VisibleLimits(); visible && m_settings.AutoScale) {
+    if (m_chart.LookLimits()) {
+        limits = *m_chart.LookLimits();
+    } else if (const auto visible = m_chart.VisibleLimits(); visible && m_settings.AutoScale) {
         limits = *visible;
     }
-    txtParameter[modChartSettings::LimitMax]->ShowText(modChartSettings::LimitText(limits[1], m_decimalSeparator));
-    txtParameter[modChartSettings::LimitMin]->ShowText(modChartSettings::LimitText(limits[0], m_decimalSeparator));
+    showLimit(modChartSettings::LimitMax, modChartSettings::LimitText(limits[1], m_decimalSeparator));
+    showLimit(modChartSettings::LimitMin, modChartSettings::LimitText(limits[0], m_decimalSeparator));
     ShowUnit();
     chkConnectPoints->setChecked(m_chart.ConnectPoints());
     chkNullWerte->setChecked(m_settings.ShowZeroValues);
     enableLimits();
+}
+
+void frmChartSettings::showLimit(std::size_t limit, const std::string& text)
+{
+    txtParameter.at(limit)->ShowText(text);
+    m_shownLimits.at(limit) = text;
+}
+
+/// Leaving a box may change its text, too.
+bool frmChartSettings::isTyped(std::size_t limit) const
+{
+    const std::string text = ToBytes(txtParameter.at(limit)->text()), &shown = m_shownLimits.at(limit);
+    const auto box = static_cast<modChartSettings::Limit>(limit);
+    return text != shown && text != modChartSettings::CheckedText(box, shown, m_decimalSeparator);
 }
 
 void frmChartSettings::ShowUnit()
@@ -166,6 +182,26 @@ void frmChartSettings::cmdApply_Click()
     apply();
 }
 
+/// Automatic limits that the boxes only show do not replace those that are kept for manual scaling.
+void frmChartSettings::applyLimits()
+{
+    std::array<std::optional<std::string>, 2> typed;
+    for (std::size_t i = 0; i < txtParameter.size(); ++i) {
+        if (optYScaleManual->isChecked() || isTyped(i)) {
+            typed[i] = ToBytes(txtParameter[i]->text());
+        }
+    }
+    const modChartSettings::Applied applied =
+        modChartSettings::Apply(m_settings.yMax, m_settings.yMin, typed, m_decimalSeparator);
+    m_settings.yMax = applied.yMax;
+    m_settings.yMin = applied.yMin;
+    for (std::size_t i = 0; i < txtParameter.size(); ++i) {
+        if (applied.texts[i]) {
+            showLimit(i, *applied.texts[i]);
+        }
+    }
+}
+
 /// Returns false, with the focus in the box at fault, when a text is not a number.
 bool frmChartSettings::apply()
 {
@@ -176,17 +212,8 @@ bool frmChartSettings::apply()
             return false;
         }
     }
-    const modChartSettings::Applied applied = modChartSettings::Apply(
-        m_settings.yMax, m_settings.yMin, {ToBytes(txtParameter[0]->text()), ToBytes(txtParameter[1]->text())},
-        m_decimalSeparator);
+    applyLimits();
     m_settings.AutoScale = !optYScaleManual->isChecked();
-    if (!m_settings.AutoScale) {
-        m_settings.yMax = applied.yMax;
-        m_settings.yMin = applied.yMin;
-        for (std::size_t i = 0; i < txtParameter.size(); ++i) {
-            txtParameter[i]->ShowText(applied.texts[i]);
-        }
-    }
     m_chart.AutoScale(m_settings.AutoScale);
     if (!m_settings.AutoScale) {
         m_chart.YLimits(m_settings.yMin, m_settings.yMax);

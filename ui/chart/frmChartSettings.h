@@ -6,7 +6,9 @@
 #include <QDialog>
 
 #include <array>
+#include <cstddef>
 #include <functional>
+#include <string>
 #include <system_error>
 
 class NumberEdit;
@@ -49,6 +51,9 @@ private:
     void cmdOK_Click();
     void cmdApply_Click();
     bool apply();
+    void applyLimits();
+    void showLimit(std::size_t limit, const std::string& text);
+    bool isTyped(std::size_t limit) const;
 
     modGlobals::Settings& m_settings;
     XYChart& m_chart;
@@ -58,6 +63,7 @@ private:
     QRadioButton* optYScaleAuto;
     QRadioButton* optYScaleManual;
     std::array<NumberEdit*, 2> txtParameter{};
+    std::array<std::string, 2> m_shownLimits; ///< what the boxes held before anybody typed
     std::array<QLabel*, 2> lblUnit{};
     QCheckBox* chkConnectPoints;
     QCheckBox* chkNullWerte;

@@ -40,11 +40,14 @@ std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparat
     return LimitText(std::clamp(value, 0.0, kLargestTyped), decimalSeparator);
 }
 
-Applied Apply(double yMax, double yMin, const std::array<std::string, 2>& typed, char decimalSeparator)
+Applied Apply(double yMax, double yMin, const std::array<std::optional<std::string>, 2>& typed, char decimalSeparator)
 {
     Applied applied{yMax, yMin, typed};
     for (const Limit limit : {LimitMax, LimitMin}) {
-        const auto value = CDbl(typed[limit], decimalSeparator);
+        if (!typed[limit]) {
+            continue;
+        }
+        const auto value = CDbl(*typed[limit], decimalSeparator);
         if (!value) {
             throw std::invalid_argument("a limit of the chart is no number");
         }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,10 +23,11 @@ std::string CheckedText(Limit limit, std::string_view typed, char decimalSeparat
 /// The result of applying: the new limits and what the boxes show.
 struct Applied {
     double yMax = 0.0, yMin = 0.0;
-    std::array<std::string, 2> texts;
+    std::array<std::optional<std::string>, 2> texts; ///< none: the box stays as it is
 };
-/// Applies both texts. A number beyond 99999999 leaves its limit unchanged and the box shows "255". An upper limit
-/// equal to the lower one is raised by 0.000001. Throws std::invalid_argument for a text that is not a number.
-Applied Apply(double yMax, double yMin, const std::array<std::string, 2>& typed, char decimalSeparator);
+/// Applies what was typed; a box without a text leaves its limit unchanged. A number beyond 99999999 leaves its limit
+/// unchanged and the box shows "255". An upper limit equal to the lower one is raised by 0.000001. Throws
+/// std::invalid_argument for a text that is not a number.
+Applied Apply(double yMax, double yMin, const std::array<std::optional<std::string>, 2>& typed, char decimalSeparator);
 
 } // namespace modChartSettings

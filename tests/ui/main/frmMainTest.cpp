@@ -2,6 +2,7 @@
 #include "ui/main/frmMain.h"
 
 #include "tests/support/Desk.h"
+#include "ui/chart/ChartPanel.h"
 #include "ui/chart/XYChart.h"
 #include "ui/chart/frmChartSettings.h"
 #include "ui/console/ConsoleText.h"
@@ -27,6 +28,7 @@
 
 #include <gtest/gtest.h>
 #include <numeric>
+#include <tuple>
 
 namespace {
 
@@ -411,6 +413,38 @@ TEST(MainWindow, SaysAtOnceThatTheSettingsCouldNotBeRead)
     main.settings.Comport = 9;
     EXPECT_TRUE(main.window->close());
     EXPECT_EQ(TemporaryFolder::Read(main.settings.UnreadFile), "\xFF\xFE[");
+}
+
+TEST(ChartSettings, BoxesShowWhatIsSeenAndKeepWhatIsTyped)
+{
+    MainDesk main;
+    main.settings.AutoScale = true;
+    main.settings.yMax = 4321.0;
+    auto* chart = main.Find<ChartPanel>("picGraph");
+    ASSERT_TRUE(main.Connects());
+    main.Find("cmdStart")->click();
+    ASSERT_TRUE(Until([&] { return chart->Source() != nullptr && chart->Source()->Size() > 5; }));
+    chart->grab();
+    main.Trigger("mnuPopUpYscaleSettings");
+    auto* dialog = main.window->findChild<frmChartSettings*>();
+    auto* upper = FindIn<NumberEdit>(*dialog, "txtParameter_0");
+    EXPECT_NE(upper->text(), "4321");
+    FindIn(*dialog, "cmdApply")->click();
+    EXPECT_EQ(main.settings.yMax, 4321.0) << "nobody has typed anything";
+    for (const auto& [typed, shown, kept] : {std::tuple("1234", "1234", 1234.0), {"123456789", "255", 1234.0}}) {
+        upper->ShowText(typed);
+        FindIn(*dialog, "cmdApply")->click();
+        EXPECT_TRUE(main.settings.AutoScale);
+        EXPECT_EQ(upper->text(), shown);
+        EXPECT_EQ(main.settings.yMax, kept);
+    }
+    main.settings.AutoScale = false;
+    dialog->ShowUpdatedSettings();
+    EXPECT_EQ(upper->text(), "1234");
+    chart->ZoomValues(ChartPanel::Step::New, 0.0, 0.5);
+    dialog->ShowUpdatedSettings();
+    EXPECT_NEAR(upper->text().toDouble(), chart->YMaximum(), 1e-6) << "held in the view";
+    EXPECT_NE(upper->text(), "1234");
 }
 
 TEST(MainWindow, SettingsThatCannotBeKeptAreToldWhenTheyAreAppliedAndBeforeTheEnd)
