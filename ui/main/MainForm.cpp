@@ -12,6 +12,7 @@
 #include "ui/main/ToolBar.h"
 #include "ui/recorder/FilePanel.h"
 #include "ui/widgets/KeptRoom.h"
+#include "ui/widgets/LineAccess.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
 #include "ui/widgets/ScrollColumn.h"
@@ -79,6 +80,7 @@ void MainForm::BuildForm(QMainWindow& window)
     picGraph = Named<ChartPanel>("picGraph", centre);
     new ChartHands(*picGraph);
     InstallChartAccess();
+    InstallLineAccess();
     auto* frames = new QVBoxLayout(column);
     frames->setContentsMargins({});
     frames->setSpacing(window.fontMetrics().height() / 5); // a badge of two lines fits a window 600 high

@@ -3,6 +3,7 @@
 #include "ui/main/frmTextWindow.h"
 #include "ui/widgets/LineLabel.h"
 
+#include <QAccessible>
 #include <QScreen>
 #include <QtTest/QTest>
 
@@ -43,6 +44,21 @@ TEST(LargeDisplay, SaysWhyThereIsNoValue)
     EXPECT_TRUE(Until([&] { return said() == "Connected, idle"; })) << said();
     EXPECT_GT(QFontInfo(state->font()).pixelSize(), 2 * QFontInfo(window.font()).pixelSize());
     EXPECT_LE(state->fontMetrics().horizontalAdvance(state->text()), window.width());
+}
+
+TEST(LargeDisplay, TheNumberIsReadAloudHereAndInTheMainWindow)
+{
+    const MainDesk main;
+    main.Trigger("mnuViewLargeDisplay");
+    ASSERT_TRUE(main.Connects());
+    main.Find("cmdStart")->click();
+    for (auto* label : {main.Find<QLabel>("lblMeasValue"), main.Find<QLabel>("lblValue")}) {
+        ASSERT_TRUE(Until([&] { return !label->text().isEmpty(); }));
+        const QAccessibleInterface* access = QAccessible::queryAccessibleInterface(label);
+        EXPECT_EQ(access->text(QAccessible::Value), label->text());
+        EXPECT_EQ(access->text(QAccessible::Name), label->accessibleName() + ' ' + label->text());
+        EXPECT_FALSE(label->accessibleName().isEmpty());
+    }
 }
 
 TEST(LargeDisplay, FillsTheScreenByKeyAndDoubleClickAndEscapeLeaves)
