@@ -9,6 +9,7 @@
 #include "session/clsHistory.h"
 #include "ui/chart/modChartGlobals.h"
 
+#include <QList>
 #include <QString>
 
 #include <array>
@@ -24,7 +25,7 @@ struct ChartOverlayContent {
         bool operator==(const Mark&) const = default;
     };
     std::array<std::optional<double>, 2> cursors{}; ///< places of A and B
-    std::vector<Mark> marks;
+    QList<Mark> marks;                              ///< in the order of their places; copies share it
     struct Point {
         double place = 0.0, value = 0.0; ///< on both axes
         bool operator==(const Point&) const = default;

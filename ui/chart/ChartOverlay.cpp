@@ -13,7 +13,14 @@ namespace {
 constexpr double kLineWidth = 1.0;
 constexpr double kDotRadius = 4.0;
 constexpr double kLettersPerMark = 20.0; // of a mark's text that has all the room
+constexpr double kMarkDistance = 3.0;    // marks that are closer look like one
 constexpr const char* kLetters[] = {"A", "B"};
+
+/// Counted from the left end of a window.
+double columnAt(double place, const TimeWindow& window)
+{
+    return std::floor(place * window.perDay + 1e-3) - window.first;
+}
 
 class Overlay {
 public:
@@ -56,12 +63,19 @@ public:
     void DrawMarks()
     {
         std::vector<std::pair<double, const ChartOverlayContent::Mark*>> seen;
-        for (const ChartOverlayContent::Mark& mark : m_content.overlay.marks) {
-            if (const auto x = xOf(mark.place)) {
-                seen.emplace_back(*x, &mark);
+        const auto& marks = m_content.overlay.marks;
+        const TimeWindow window = m_layout.Window();
+        const auto columnOf = [&](const ChartOverlayContent::Mark& mark) { return columnAt(mark.place, window); };
+        for (auto mark = std::ranges::lower_bound(marks, 0.0, {}, columnOf); mark != marks.end(); ++mark) {
+            const auto x = xOf(mark->place);
+            if (!x) {
+                break;
+            }
+            if (seen.empty() || std::fabs(*x - seen.back().first) >= kMarkDistance) {
+                seen.emplace_back(*x, &*mark);
             }
         }
-        std::ranges::sort(seen);
+        std::ranges::sort(seen); // a reversed axis begins with the last
         const double top = m_plot.top() + m_metrics.height() + 3.0 * m_margin;
         for (std::size_t i = 0; i < seen.size(); ++i) {
             const auto& [x, mark] = seen[i];
@@ -70,6 +84,9 @@ public:
             const double left = x + m_metrics.height() / 2.0 + m_margin;
             const double end = i + 1 < seen.size() ? seen[i + 1].first - m_margin : m_plot.right();
             const double most = std::min(kLettersPerMark * m_metrics.averageCharWidth(), end - left);
+            if (most <= 2.0 * m_margin) {
+                continue;
+            }
             const QString text = m_metrics.elidedText(mark->text, Qt::ElideRight, most - 2.0 * m_margin);
             const double width = m_metrics.horizontalAdvance(text) + 2.0 * m_margin;
             if (text.size() > 1 && width <= most) {
@@ -118,7 +135,7 @@ private:
     std::optional<double> xOf(double place) const
     {
         const TimeWindow window = m_layout.Window();
-        const double column = std::floor(place * window.perDay + 1e-3) - window.first;
+        const double column = columnAt(place, window);
         if (!(column >= 0.0 && column < m_layout.Plot().width())) {
             return {};
         }
