@@ -154,8 +154,9 @@ void ChartHands::move(const QMouseEvent& event)
         break;
     case Grip::Rectangle:
         if (isFar || m_band->isVisible()) {
-            if (!m_band->isVisible()) {
-                m_chart.Hold(); // under the rectangle nothing moves
+            if (!m_band->isVisible() && !m_chart.Hold()) { // under the rectangle nothing moves
+                m_grip = Grip::None;
+                break;
             }
             const QRect plot = m_chart.PlotArea().toAlignedRect();
             m_band->setGeometry(QRectF(m_from, m_at).normalized().toRect() & plot);
@@ -189,7 +190,7 @@ void ChartHands::release()
 {
     const Grip grip = m_grip;
     const QRectF band = m_band->isVisible() ? QRectF(m_band->geometry()) : QRectF();
-    drop();
+    m_grip = Grip::None;
     if (grip == Grip::Moving) {
         m_chart.Settle();
         point(m_at);
@@ -197,15 +198,16 @@ void ChartHands::release()
         const double one = m_chart.PlaceAt(band.left()), other = m_chart.PlaceAt(band.right());
         m_chart.ShowRectangle({std::min(one, other), std::max(one, other)}, m_chart.ValueAt(band.top()),
                               m_chart.ValueAt(band.bottom()));
-    } else if (!band.isNull()) {
-        m_chart.Back(); // too small a rectangle
     }
+    drop();
 }
 
+/// A rectangle that was given up, or was too small, leaves nothing behind.
 void ChartHands::drop()
 {
     m_grip = Grip::None;
     m_band->hide();
+    m_chart.LetGo();
     m_chart.unsetCursor();
 }
 
@@ -263,7 +265,7 @@ bool ChartHands::key(const QKeyEvent& event)
         m_chart.Freeze(false);
         return true;
     case Qt::Key_Escape:
-        if (m_grip == Grip::Moving || m_band->isVisible()) {
+        if (m_grip == Grip::Moving) {
             m_chart.Back();
         }
         drop();

@@ -60,8 +60,8 @@ public:
     void Forward();
     bool CanGoBack() const { return m_view.CanGoBack(); }
     bool CanGoForward() const { return m_view.CanGoForward(); }
-    /// Sets cursor A (0) or B (1), or takes it away.
-    void ToggleCursor(int cursor);
+    /// Sets cursor A (0) or B (1), or takes it away. Says so if there is no value to set it on.
+    QString ToggleCursor(int cursor);
     bool HasCursor(int cursor) const { return m_reader.Cursors().at(static_cast<std::size_t>(cursor)).has_value(); }
 
     /// Shows the minute around the largest jump of what is seen, with a cursor on either side of it. Says what it is.
@@ -79,8 +79,11 @@ public:
     void Move(Step step, double days, double values = 0.0);
     /// After a movement; see `clsView::Settle`.
     void Settle();
-    /// Stops the picture for what `ShowRectangle` is about to choose in it, or `Back` to give up.
-    void Hold();
+    /// Stops the picture for what `ShowRectangle` is about to choose in it, or `LetGo` to give up. Returns false, and
+    /// does nothing, while there is nothing to look into.
+    bool Hold();
+    /// The picture goes on if `Hold` has stopped it, and nothing has changed it since.
+    void LetGo();
     void ShowRectangle(const PlaceRange& range, double value, double otherValue);
     void Point(std::optional<double> x);
     void DragCursor(int cursor, double x);
@@ -139,6 +142,7 @@ private:
     void rememberSpan();
     void followSpan();
     void showOverlay();
+    void followMarks();
     QString note() const;
     clsView::Limits shownLimits_mm() const;
     std::int32_t roomFor(std::int32_t range_ms) const;
@@ -160,6 +164,9 @@ private:
     ChartReader m_reader{*this};
     Step m_lastStep = Step::New;
     QElapsedTimer m_sinceStep;
+    std::optional<PlaceRange> m_heldForRectangle; ///< the picture that `Hold` has stopped
+    QList<ChartOverlayContent::Mark> m_marks;     ///< the session's, for the overlay
+    std::optional<std::uint64_t> m_marksVersion;
     bool m_holdsLimits = false; ///< the value axis keeps those of the view
 
     QMenu* mnuPopUp = nullptr;

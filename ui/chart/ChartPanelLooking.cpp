@@ -214,10 +214,27 @@ void ChartPanel::Settle()
     look(Step::Same, [this] { m_view.Settle(); });
 }
 
-void ChartPanel::Hold()
+/// That is no step yet.
+bool ChartPanel::Hold()
 {
-    if (scene().all) {
-        look(Step::New, [this] { m_view.Freeze(); });
+    m_heldForRectangle.reset();
+    if (!scene().all) {
+        return false;
+    }
+    if (!IsFrozen()) {
+        m_view.Update(scene());
+        m_view.Freeze();
+        m_heldForRectangle = m_view.Look();
+        showView();
+    }
+    return true;
+}
+
+void ChartPanel::LetGo()
+{
+    if (const auto held = std::exchange(m_heldForRectangle, {}); held && held == m_view.Look()) {
+        m_view.Follow();
+        showView();
     }
 }
 
@@ -226,17 +243,19 @@ void ChartPanel::ShowRectangle(const PlaceRange& range, double value, double oth
     if (!scene().all) {
         return;
     }
-    look(Step::Same, [&] {
+    LetGo(); // so that the way back leads there
+    look(Step::New, [&] {
         m_view.Show(range);
         m_view.Hold({value * Unit_mm(), otherValue * Unit_mm()});
     });
 }
 
-void ChartPanel::ToggleCursor(int cursor)
+QString ChartPanel::ToggleCursor(int cursor)
 {
-    m_reader.Toggle(cursor);
+    const bool isDone = m_reader.Toggle(cursor);
     showOverlay();
     emit Looked();
+    return isDone ? QString() : Text(TextId::CursorNoValue, m_language);
 }
 
 QString ChartPanel::ShowLargestJump()
@@ -298,11 +317,8 @@ void ChartPanel::showOverlay()
 {
     ChartOverlayContent overlay;
     overlay.cursors = m_reader.Cursors();
-    if (m_session != nullptr) {
-        for (const auto& mark : m_session->Marks()) {
-            overlay.marks.push_back({mark.place, FromUtf8(mark.text)});
-        }
-    }
+    followMarks();
+    overlay.marks = m_marks;
     overlay.note = note();
     if (const auto& pointed = m_reader.Pointed(); pointed && pointed->value_mm) {
         overlay.pointed = {pointed->place, *pointed->value_mm / Unit_mm()};
@@ -311,15 +327,30 @@ void ChartPanel::showOverlay()
     emit Pointed();
 }
 
+/// There may be thousands, and the pointer moves often.
+void ChartPanel::followMarks()
+{
+    if (m_session == nullptr || m_marksVersion == m_session->MarksVersion()) {
+        return;
+    }
+    m_marksVersion = m_session->MarksVersion();
+    m_marks.clear();
+    for (const auto& mark : m_session->Marks()) {
+        m_marks.push_back({mark.place, FromUtf8(mark.text)});
+    }
+}
+
 /// A recording does not go on, so nothing falls behind.
 QString ChartPanel::note() const
 {
-    if (IsFrozen()) {
-        return m_isPlayed
-                   ? QString()
-                   : Text(TextId::NoteBehind, m_language).arg(FromUtf8(modReadingText::Roughly(m_view.Behind())));
+    QStringList notes;
+    if (IsFrozen() && !m_isPlayed) {
+        notes += Text(TextId::NoteBehind, m_language).arg(FromUtf8(modReadingText::Roughly(m_view.Behind())));
     }
-    return HoldSpan() ? Text(TextId::NoteSpanHeld, m_language) : QString();
+    if (HoldSpan()) {
+        notes += Text(TextId::NoteSpanHeld, m_language);
+    }
+    return notes.join(QStringLiteral(" – "));
 }
 
 PlaceRange ChartPanel::RangeOfStatistics() const

@@ -1,15 +1,15 @@
 #include "ui/chart/ChartReader.h"
 
+#include "base/Days.h"
 #include "ui/chart/XYChart.h"
 
 #include <cmath>
-#include <cstdlib>
 
 namespace {
 
-constexpr double kGraspWidth = 5.0;         // units on both sides of a cursor
-constexpr double kSnapWidth = 6.0;          // beside a gap or the ends, as far as a sample attracts the pointer
-constexpr std::size_t kMostPassed = 100000; // entries without a distance between two steps of the keys
+constexpr double kGraspWidth = 5.0;            // units on both sides of a cursor
+constexpr double kSnapWidth = 6.0;             // beside a gap or the ends, as far as a sample attracts the pointer
+constexpr double kTolerance = 0.5 / kMsPerDay; // what lies at an end is seen, whatever its last bits are
 
 bool isDistance(const HistoryEntry& entry)
 {
@@ -22,7 +22,7 @@ void ChartReader::Forget()
 {
     m_cursors = {};
     m_chosen.reset();
-    m_place.reset();
+    m_byKeys.reset();
     m_pointed.reset();
 }
 
@@ -31,14 +31,52 @@ const clsHistory* ChartReader::history() const
     return m_chart.Source() != nullptr && !m_chart.Source()->IsEmpty() ? m_chart.Source() : nullptr;
 }
 
-std::optional<ChartReader::Reading> ChartReader::nearest(double place) const
+std::optional<ChartReader::Reading> ChartReader::read(std::optional<std::size_t> index) const
 {
-    const auto index = history() != nullptr ? history()->NearestDistance(place) : std::nullopt;
     if (!index) {
         return {};
     }
     const HistoryEntry entry = history()->At(*index);
-    return entry.isKnown ? std::optional(Reading{.place = entry.place, .value_mm = entry.value_mm}) : std::nullopt;
+    return entry.isKnown ? std::optional(Reading{.place = entry.place,
+                                                 .value_mm = entry.value_mm,
+                                                 .number = history()->Forgotten() + static_cast<std::int64_t>(*index)})
+                         : std::nullopt;
+}
+
+std::optional<ChartReader::Reading> ChartReader::nearest(double place) const
+{
+    return history() != nullptr ? read(history()->NearestDistance(place)) : std::nullopt;
+}
+
+/// The sample itself, or what is nearest to it now: the history may have been thinned.
+std::optional<std::size_t> ChartReader::indexOf(const Reading& sample) const
+{
+    const std::int64_t index = sample.number - history()->Forgotten();
+    if (sample.number >= 0 && index >= 0 && index < static_cast<std::int64_t>(history()->Size())) {
+        const HistoryEntry entry = history()->At(static_cast<std::size_t>(index));
+        if (isDistance(entry) && entry.place == sample.place) {
+            return static_cast<std::size_t>(index);
+        }
+    }
+    return history()->NearestDistance(sample.place);
+}
+
+/// In an empty part the nearest sample may be far away; what is seen counts.
+std::optional<ChartReader::Reading> ChartReader::nearestSeen(const Reading& start) const
+{
+    const PlaceRange shown = m_chart.ShownRange();
+    const auto isSeen = [&](const std::optional<Reading>& sample) {
+        return sample && sample->place >= shown.begin - kTolerance && sample->place <= shown.end + kTolerance;
+    };
+    const auto nearestOfAll = read(indexOf(start));
+    if (isSeen(nearestOfAll)) {
+        return nearestOfAll;
+    }
+    const std::size_t at = history()->IndexAt(std::clamp(start.place, shown.begin, shown.end));
+    const auto before = read(history()->PreviousDistance(at));
+    const bool isItself = at < history()->Size() && isDistance(history()->At(at));
+    const auto after = read(isItself ? std::optional(at) : history()->NextDistance(at));
+    return isSeen(before) ? before : isSeen(after) ? after : std::nullopt;
 }
 
 /// A gap is read as such unless the pointer is close to one of its ends.
@@ -62,7 +100,7 @@ std::optional<ChartReader::Reading> ChartReader::readAt(double x) const
 void ChartReader::Point(std::optional<double> x)
 {
     m_x = x;
-    m_place.reset();
+    m_byKeys.reset();
     Update();
 }
 
@@ -72,8 +110,8 @@ void ChartReader::Update()
         m_pointed.reset();
     } else if (m_x) {
         m_pointed = readAt(*m_x);
-    } else if (m_place) {
-        m_pointed = nearest(*m_place);
+    } else if (m_byKeys) {
+        m_pointed = read(indexOf(*m_byKeys));
     } else {
         m_pointed.reset();
     }
@@ -81,33 +119,47 @@ void ChartReader::Update()
 
 /// Where a cursor is set, and where the keys begin: at the pointer, else at the newest value, or in the middle when
 /// that is not in sight.
-double ChartReader::startOfKeys() const
+ChartReader::Reading ChartReader::startOfKeys() const
 {
     if (m_pointed) {
-        return m_pointed->place;
+        return *m_pointed;
     }
     const PlaceRange shown = m_chart.ShownRange();
-    const bool isBehind = shown.end < history()->Range().end;
-    return isBehind ? (shown.begin + shown.end) / 2.0 : history()->Range().end;
+    const bool isBehind = shown.end + kTolerance < history()->Range().end;
+    return {.place = isBehind ? (shown.begin + shown.end) / 2.0 : history()->Range().end};
 }
 
-void ChartReader::Toggle(int cursor)
+void ChartReader::setCursor(int cursor, const Reading& sample)
+{
+    m_cursors.at(static_cast<std::size_t>(cursor)) = sample.place;
+    m_numbers.at(static_cast<std::size_t>(cursor)) = sample.number;
+    m_chosen = cursor;
+}
+
+ChartReader::Reading ChartReader::atCursor(std::size_t cursor) const
+{
+    return {.place = m_cursors.at(cursor).value_or(0.0), .number = m_numbers.at(cursor)};
+}
+
+bool ChartReader::Toggle(int cursor)
 {
     auto& place = m_cursors.at(static_cast<std::size_t>(cursor));
     if (place) {
         place.reset();
         m_chosen.reset();
-    } else if (const auto sample = history() != nullptr ? nearest(startOfKeys()) : std::nullopt) {
-        place = sample->place;
-        m_chosen = cursor;
+        return true;
     }
+    const auto sample = history() != nullptr ? nearestSeen(startOfKeys()) : std::nullopt;
+    if (sample) {
+        setCursor(cursor, *sample);
+    }
+    return sample.has_value();
 }
 
 void ChartReader::Drag(int cursor, double x)
 {
     if (const auto sample = nearest(m_chart.PlaceAt(x))) {
-        m_cursors.at(static_cast<std::size_t>(cursor)) = sample->place;
-        m_chosen = cursor;
+        setCursor(cursor, *sample);
     }
 }
 
@@ -127,8 +179,8 @@ std::optional<int> ChartReader::Near(double x) const
 
 std::optional<ChartReader::Reading> ChartReader::OfCursor(int cursor) const
 {
-    const auto& place = m_cursors.at(static_cast<std::size_t>(cursor));
-    return place ? nearest(*place) : std::nullopt;
+    const auto number = static_cast<std::size_t>(cursor);
+    return m_cursors.at(number) && history() != nullptr ? read(indexOf(atCursor(number))) : std::nullopt;
 }
 
 std::optional<ChartReader::Reading> ChartReader::Step(std::int32_t samples)
@@ -137,30 +189,18 @@ std::optional<ChartReader::Reading> ChartReader::Step(std::int32_t samples)
         return {};
     }
     const bool movesCursor = m_chosen && m_cursors.at(static_cast<std::size_t>(*m_chosen));
-    const double start = movesCursor ? *m_cursors.at(static_cast<std::size_t>(*m_chosen)) : startOfKeys();
-    auto index = history()->NearestDistance(start);
-    if (!index) {
-        return {};
+    auto index = indexOf(movesCursor ? atCursor(static_cast<std::size_t>(*m_chosen)) : startOfKeys());
+    for (auto next = index; next && samples != 0; samples += samples < 0 ? 1 : -1) {
+        next = samples < 0 ? history()->PreviousDistance(*index) : history()->NextDistance(*index);
+        index = next ? next : index;
     }
-    std::size_t passed = 0;
-    const std::size_t last = history()->Size() - 1;
-    std::int32_t left = std::abs(samples);
-    for (std::size_t next = *index; left > 0 && passed <= kMostPassed && next != (samples < 0 ? 0 : last);) {
-        next = samples < 0 ? next - 1 : next + 1;
-        ++passed;
-        if (isDistance(history()->At(next))) {
-            index = next;
-            passed = 0;
-            --left;
-        }
-    }
-    const HistoryEntry entry = history()->At(*index);
-    if (movesCursor) {
-        m_cursors.at(static_cast<std::size_t>(*m_chosen)) = entry.place;
-    } else {
+    const auto sample = read(index);
+    if (sample && movesCursor) {
+        setCursor(*m_chosen, *sample);
+    } else if (sample) {
         m_x.reset();
-        m_place = entry.place;
+        m_byKeys = sample;
     }
     Update();
-    return Reading{.place = entry.place, .value_mm = entry.value_mm};
+    return sample;
 }

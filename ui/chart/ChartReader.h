@@ -19,6 +19,7 @@ public:
         double place = 0.0;
         std::optional<std::int32_t> value_mm{};
         std::optional<GapReason> gap{};
+        std::int64_t number = -1; ///< of the sample since the history began: several may have one place
         bool operator==(const Reading&) const = default;
     };
 
@@ -34,12 +35,17 @@ public:
     void Update();
     const std::optional<Reading>& Pointed() const { return m_pointed; }
     /// Whether the keys have moved the pointer, wherever the mouse is.
-    bool IsByKeys() const { return m_place.has_value(); }
+    bool IsByKeys() const { return m_byKeys.has_value(); }
 
-    /// Sets a cursor at the pointer, or without one on the newest value, or in the middle; or takes it away.
-    void Toggle(int cursor);
+    /// Sets a cursor at the pointer, or without one on the newest value, or in the middle, always on a sample that is
+    /// seen; or takes it away. Returns false if no sample is seen.
+    bool Toggle(int cursor);
     /// Sets both cursors on samples.
-    void Set(double a, double b) { m_cursors = {a, b}; }
+    void Set(double a, double b)
+    {
+        m_cursors = {a, b};
+        m_numbers = {-1, -1};
+    }
     /// Moves a cursor to the sample nearest to x.
     void Drag(int cursor, double x);
     /// The cursor near enough to x to be grasped.
@@ -58,14 +64,20 @@ public:
 
 private:
     const clsHistory* history() const;
+    std::optional<Reading> read(std::optional<std::size_t> index) const;
     std::optional<Reading> nearest(double place) const;
+    std::optional<std::size_t> indexOf(const Reading& sample) const;
+    std::optional<Reading> nearestSeen(const Reading& start) const;
     std::optional<Reading> readAt(double x) const;
-    double startOfKeys() const;
+    Reading startOfKeys() const;
+    void setCursor(int cursor, const Reading& sample);
+    Reading atCursor(std::size_t cursor) const;
 
     const XYChart& m_chart;
-    std::optional<double> m_x;     ///< of the pointer
-    std::optional<double> m_place; ///< of the pointer that the keys move
+    std::optional<double> m_x;       ///< of the pointer
+    std::optional<Reading> m_byKeys; ///< where the pointer is that the keys move
     std::optional<Reading> m_pointed;
     std::array<std::optional<double>, kCursors> m_cursors{};
+    std::array<std::int64_t, kCursors> m_numbers{}; ///< of the samples on which the cursors stand
     std::optional<int> m_chosen;
 };

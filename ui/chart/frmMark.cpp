@@ -1,5 +1,6 @@
 #include "ui/chart/frmMark.h"
 
+#include "base/Days.h"
 #include "session/clsSession.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/PlaceText.h"
@@ -14,24 +15,12 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <initializer_list>
 #include <optional>
 #include <tuple>
 
 namespace {
-
-/// Where a new mark goes; none while there is nothing to mark.
-std::optional<double> placeOfNewMark(const clsHistory& shown, const ChartPanel& chart)
-{
-    if (shown.IsEmpty()) {
-        return std::nullopt;
-    }
-    const QPointF pointer = chart.mapFromGlobal(QCursor::pos());
-    if (chart.underMouse() && chart.PlotArea().contains(pointer)) {
-        return chart.PlaceAt(pointer.x());
-    }
-    return chart.Overlay().cursors[0].value_or(shown.Range().end);
-}
 
 QString homeText(const clsSession& session, double place, std::int32_t language)
 {
@@ -105,10 +94,34 @@ void frmMark::MarkText(const QString& text)
     txtMark->selectAll();
 }
 
+std::optional<double> PlaceOfNewMark(const clsHistory& shown, const ChartPanel& chart)
+{
+    if (shown.IsEmpty()) {
+        return std::nullopt;
+    }
+    const ChartReader& reader = chart.Reader();
+    if (reader.IsByKeys() && reader.Pointed()) {
+        return reader.Pointed()->place;
+    }
+    const QPointF pointer = chart.mapFromGlobal(QCursor::pos());
+    if (chart.underMouse() && chart.PlotArea().contains(pointer)) {
+        return chart.PlaceAt(pointer.x());
+    }
+    if (const auto& cursor = reader.Cursors().at(static_cast<std::size_t>(reader.Chosen().value_or(0)))) {
+        return cursor;
+    }
+    constexpr double kTolerance = 0.5 / kMsPerDay;
+    const PlaceRange seen = chart.ShownRange(), all = shown.Range();
+    if (all.end >= seen.begin - kTolerance && all.end <= seen.end + kTolerance) {
+        return all.end;
+    }
+    return std::clamp((seen.begin + seen.end) / 2.0, all.begin, all.end);
+}
+
 QString AskForMark(QWidget& owner, clsSession& session, const ChartPanel& chart, std::int32_t language)
 {
     const clsHistory* shown = &session.Shown();
-    const auto place = placeOfNewMark(*shown, chart);
+    const auto place = PlaceOfNewMark(*shown, chart);
     if (!place) {
         return Text(TextId::MarkNowhere, language);
     }

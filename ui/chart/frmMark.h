@@ -7,10 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 class ChartPanel;
 class QLabel;
 class QLineEdit;
+class clsHistory;
 class clsSession;
 
 class frmMark : public QDialog {
@@ -28,8 +30,11 @@ private:
     QLineEdit* txtMark;
 };
 
-/// Asks for the text of a mark and sets it at the time of the call: where the mouse points in the chart, else at cursor
-/// A, else at the newest value. Returns what there is to say about it; empty when all went well.
+/// Where a new mark goes: where the keys or the mouse point in the chart, else at the cursor that was moved last, else
+/// at the newest value if it is seen, else in the middle of what is seen. None while there is nothing to mark.
+std::optional<double> PlaceOfNewMark(const clsHistory& shown, const ChartPanel& chart);
+/// Asks for the text of a mark and sets it at `PlaceOfNewMark` at the time of the call. Returns what there is to say
+/// about it; empty when all went well.
 QString AskForMark(QWidget& owner, clsSession& session, const ChartPanel& chart, std::int32_t language);
 /// Asks for another text of one of the session's marks. As above.
 QString EditMark(QWidget& owner, clsSession& session, std::size_t mark, std::int32_t language);

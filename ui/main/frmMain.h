@@ -97,7 +97,6 @@ private:
 
     // The view: menu, tool bar, left column, files dropped on the window (frmMainView.cpp).
     void connectView();
-    void toggleCursor(int cursor, bool on);
     void followView();
     void followRecorder();
     void fold(bool folded);

@@ -86,8 +86,8 @@ void frmMain::connectView()
     act(mnuViewFit, [this](bool) { picGraph->Fit(); });
     act(mnuViewBack, [this](bool) { picGraph->Back(); });
     act(mnuViewForward, [this](bool) { picGraph->Forward(); });
-    act(mnuViewCursorA, [this](bool on) { toggleCursor(0, on); });
-    act(mnuViewCursorB, [this](bool on) { toggleCursor(1, on); });
+    act(mnuViewCursorA, [this](bool) { showNews(picGraph->ToggleCursor(0)); });
+    act(mnuViewCursorB, [this](bool) { showNews(picGraph->ToggleCursor(1)); });
     for (std::size_t i = 0; i < kViewSpans.size(); ++i) {
         act(mnuViewSpan[i], [this, i](bool) { picGraph->Span(kViewSpans[i].span_ms); });
     }
@@ -105,14 +105,6 @@ void frmMain::connectView()
     fold(KeptChoice(kFolded, false, m_settings.IniFile));
     followView();
     followRecorder();
-}
-
-void frmMain::toggleCursor(int cursor, bool on)
-{
-    picGraph->ToggleCursor(cursor);
-    if (on && !picGraph->HasCursor(cursor)) {
-        showNews(text(TextId::CursorNowhere));
-    }
 }
 
 /// Each command can be used when it can do something.

@@ -2,6 +2,7 @@
 #include "session/modReadingText.h"
 #include "tests/support/Desk.h"
 #include "ui/chart/ChartPanel.h"
+#include "ui/chart/frmMark.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -87,6 +88,10 @@ TEST(Looking, TheMouseMovesThePictureWhileValuesGoOnComing)
     EXPECT_TRUE(Until([&] { return chart.Source()->Size() > size + 25 && !chart.Overlay().note.startsWith("0 s"); }));
     EXPECT_EQ(chart.Look(), shown);
     EXPECT_TRUE(chart.Overlay().note.endsWith(" behind")) << chart.Overlay().note.toStdString();
+    chart.HoldSpan(true);
+    chart.Ticked();
+    EXPECT_TRUE(chart.Overlay().note.endsWith(" behind – Time span held")) << chart.Overlay().note.toStdString();
+    chart.HoldSpan(false);
 
     main.Drag(main.At(0.1, 0.2), main.At(0.5, 0.6), Qt::ControlModifier);
     const PlaceRange zoomed = chart.ShownRange();
@@ -102,6 +107,20 @@ TEST(Looking, TheMouseMovesThePictureWhileValuesGoOnComing)
     EXPECT_EQ(chart.Look(), shown);
     chart.Back();
     EXPECT_FALSE(chart.IsFrozen()) << "the drag was one step";
+
+    for (const bool isTooSmall : {true, false}) {
+        main.Mouse(QEvent::MouseButtonPress, main.At(0.5), Qt::ControlModifier);
+        main.Mouse(QEvent::MouseMove, main.At(0.7, 0.7), Qt::ControlModifier);
+        EXPECT_TRUE(chart.IsFrozen());
+        if (isTooSmall) {
+            main.Mouse(QEvent::MouseMove, main.At(0.5), Qt::ControlModifier);
+            main.Mouse(QEvent::MouseButtonRelease, main.At(0.5), Qt::ControlModifier);
+        } else {
+            main.Hover(main.At(0.6)); // the button was let go elsewhere
+        }
+        EXPECT_FALSE(chart.IsFrozen()) << "a rectangle that was given up leaves nothing behind";
+        EXPECT_TRUE(chart.CanGoForward());
+    }
 
     main.Drag(main.At(0.6), main.At(0.8));
     main.Drag(main.At(0.9), main.At(0.1));
@@ -148,6 +167,57 @@ TEST(Looking, KeysAndCursorsReadSampleBySample)
     chart.ToggleCursor(0);
     EXPECT_EQ(main.Text("lblCursorTime"), "–");
     EXPECT_NE(main.Text("lblStatCount"), "16") << "of what is seen";
+}
+
+/// Values at one time, a long pause, and others.
+TEST(Looking, CursorsAndMarksStandOnWhatIsSeen)
+{
+    Desk desk;
+    desk.Open();
+    ChartPanel& chart = *desk.Find<ChartPanel>("picGraph");
+    std::string lines;
+    for (const char* line : {"12:00:00,000; 1000", "12:00:00,000; 1001", "12:00:00,000; 1002", "12:10:00,000; 2000"}) {
+        lines += std::string("15.11.2026 ") + line + " mm; 21 \xB0\x43\n";
+    }
+    desk.session->Play(desk.folder.Write("a.rec", lines), [](double) { return true; });
+    const clsHistory& history = *chart.Source();
+    const PlaceRange all = history.Range();
+    const auto minute = [&](double minutes) { return all.begin + minutes * 60.0 / kDay_s; };
+    const auto marked = [&] { return PlaceOfNewMark(history, chart).value(); };
+    chart.grab();
+    chart.Point(chart.XOf(all.begin));
+    EXPECT_EQ(chart.ToggleCursor(0), "");
+    chart.StepSample(-9);
+    for (const int value_mm : {1001, 1002, 2000}) {
+        chart.StepSample(1);
+        EXPECT_EQ(chart.Reader().OfCursor(0)->value_mm, value_mm);
+    }
+    chart.StepSample(-1);
+    EXPECT_EQ(chart.Reader().OfCursor(0)->value_mm, 1002) << "the last one of that time";
+    chart.Point(chart.XOf(all.begin));
+    chart.ToggleCursor(1);
+    EXPECT_EQ(desk.Text("lblStatCount"), "3");
+    EXPECT_EQ(desk.Text("lblStatRate"), "–") << "at one time";
+    EXPECT_EQ(desk.Text("lblStatDrift"), "–");
+    chart.ToggleCursor(0);
+    chart.StopReading();
+    EXPECT_EQ(marked(), all.end);
+
+    chart.ToggleCursor(1);
+    chart.ShowRange({minute(4), minute(6)});
+    EXPECT_NEAR(marked(), minute(5), 1e-9);
+    EXPECT_EQ(chart.ToggleCursor(0), "There is no value in the visible range.");
+    EXPECT_FALSE(chart.HasCursor(0));
+    chart.ShowRange({minute(-1), minute(9)});
+    chart.grab();
+    chart.Point(chart.XOf(minute(8)));
+    chart.ToggleCursor(1);
+    EXPECT_EQ(chart.Reader().Cursors()[1], all.begin) << "not the one that is nearer, but out of sight";
+    chart.Point({});
+    EXPECT_EQ(marked(), all.begin) << "at the cursor";
+    chart.HoldSpan(true);
+    chart.Ticked();
+    EXPECT_EQ(chart.Overlay().note, "Time span held");
 }
 
 TEST(Looking, ARecordingHasItsOwnViewAndLiveValuesTheirSpan)
