@@ -162,11 +162,11 @@ TEST(Overview, WhatLiesBesideTheFrameCanBeSeen)
 TEST(Overview, SaysWhereTheClockWasSetAndOnWhichDay)
 {
     OverviewDesk desk;
-    const auto clock = desk.folder.Write("clock.rec", lineAt(86390, 1000) + lineAt(86395, 1000) + lineAt(86400, 1000) +
-                                                          lineAt(82805, 1000) + lineAt(82890, 1000));
+    const auto clock = desk.folder.Write("clock.rec", lineAt(0, 1000) + lineAt(93600, 1000) + lineAt(90005, 1000) +
+                                                          lineAt(2 * 93605 - 3600, 1000));
     desk.session->Play(clock, [](double) { return true; });
     desk.overview->grab();
-    EXPECT_EQ(desk.Explanation(15.0), "21.11.2026 23:00:05.0\nclock -1 h");
+    EXPECT_EQ(desk.Explanation(50), "21.11.2026 01:00:05.0\nclock -1 h");
 }
 
 TEST(Overview, AMarkIsChosenEditedAndRemovedByKeys)
