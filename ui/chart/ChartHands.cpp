@@ -190,16 +190,16 @@ void ChartHands::release()
 {
     const Grip grip = m_grip;
     const QRectF band = m_band->isVisible() ? QRectF(m_band->geometry()) : QRectF();
-    m_grip = Grip::None;
-    if (grip == Grip::Moving) {
-        m_chart.Settle();
-        point(m_at);
-    } else if (grip == Grip::Rectangle && band.width() > 2.0 && band.height() > 2.0) {
+    if (grip == Grip::Rectangle && band.width() > 2.0 && band.height() > 2.0) {
         const double one = m_chart.PlaceAt(band.left()), other = m_chart.PlaceAt(band.right());
         m_chart.ShowRectangle({std::min(one, other), std::max(one, other)}, m_chart.ValueAt(band.top()),
                               m_chart.ValueAt(band.bottom()));
     }
     drop();
+    if (grip == Grip::Moving) {
+        m_chart.Settle();
+        point(m_at);
+    }
 }
 
 /// A rectangle that was given up, or was too small, leaves nothing behind.
