@@ -12,6 +12,9 @@ struct ValueSummary {
     std::int32_t first = 0, last = 0;
     bool joinsBefore = false; ///< nothing lies between the first one and the distance before it: a line joins them
     bool isWhole = true;      ///< nothing lies between its distances: one line goes through all of them
+    /// Of some of its values only a summary is known, which lies in columns beside it, too: each of them has the lowest
+    /// and highest value of all, and `valid` counts them where they begin, and as one further on.
+    bool isCoarse = false;
 
     bool IsEmpty() const { return valid + noEcho + tempError + gaps == 0; }
 };

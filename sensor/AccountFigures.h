@@ -48,8 +48,9 @@ inline constexpr AccountCount kAccountCounts[] = {
     {"passedOver", &AccountFigures::passedOver}, {"unwritten", &AccountFigures::unwritten},
     {"lineLost", &AccountFigures::lineLost},     {"clockJumps", &AccountFigures::clockJumps}};
 
-/// Why there is no distance for a while.
-enum class GapReason : std::uint8_t { NoEcho, Damage, LineLost, TemperaturePoll, Stopped, ClockChanged };
+/// Why there is no distance for a while. Nothing but a recording that does not say why has gaps of an unknown reason,
+/// so accounts and sidecars know the others only.
+enum class GapReason : std::uint8_t { NoEcho, Damage, LineLost, TemperaturePoll, Stopped, ClockChanged, Unknown };
 
 /// No distance between two points in time, days since 1899-12-30, local time.
 struct Gap {

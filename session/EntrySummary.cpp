@@ -249,21 +249,43 @@ void clsColumnBuilder::add(std::int32_t first, std::int32_t last, std::int32_t m
     m_isBroken = false;
 }
 
-void clsColumnBuilder::addOfAnyKind(const EntrySummary& run)
+void clsColumnBuilder::Count(const EntrySummary& run)
 {
-    const bool hasZero = m_showZero && run.zeros > 0;
     m_column->noEcho += run.noEcho + (m_showZero ? 0 : run.zeros);
     m_column->tempError += run.tempError;
     m_column->gaps += run.gaps;
-    if (run.distances == 0 && !hasZero) {
+}
+
+void clsColumnBuilder::addShown(const EntrySummary& run, std::int32_t first, std::int64_t count)
+{
+    const bool hasZero = HasZero(run);
+    add(first, lastOf(run), hasZero ? std::min(run.minimum, 0) : run.minimum,
+        hasZero ? std::max(run.maximum, 0) : run.maximum, count);
+    m_column->isWhole = m_column->isWhole && !(m_showZero ? run.shownBreaksWithin : run.breaksWithin);
+}
+
+void clsColumnBuilder::addOfAnyKind(const EntrySummary& run)
+{
+    Count(run);
+    if (!IsShown(run)) {
         m_isBroken = m_isBroken || run.Entries() > 0;
         return;
     }
     m_isBroken = m_isBroken || (m_showZero ? run.shownBreaksBefore : run.breaksBefore);
-    const bool isWithin = m_showZero ? run.shownBreaksWithin : run.breaksWithin;
-    add(m_showZero && run.firstIsZero ? 0 : run.first, m_showZero && run.lastIsZero ? 0 : run.last,
-        hasZero ? std::min(run.minimum, 0) : run.minimum, hasZero ? std::max(run.maximum, 0) : run.maximum,
-        run.distances + (m_showZero ? std::int64_t{run.zeros} : 0));
-    m_column->isWhole = m_column->isWhole && !isWithin;
-    m_isBroken = m_showZero ? run.shownBreaksBehind : run.breaksBehind;
+    addShown(run, firstOf(run), countOf(run));
+    EndParts(run);
+}
+
+void clsColumnBuilder::AddFirstPart(const EntrySummary& run)
+{
+    m_isBroken = m_isBroken || (m_showZero ? run.shownBreaksBefore : run.breaksBefore);
+    addShown(run, firstOf(run), countOf(run));
+    m_column->isCoarse = true;
+}
+
+void clsColumnBuilder::AddPart(const EntrySummary& run, bool isBroken)
+{
+    m_isBroken = isBroken;
+    addShown(run, lastOf(run), 1);
+    m_column->isCoarse = true;
 }

@@ -18,7 +18,7 @@ struct PackedEntry {
 enum class EntryKind : std::uint8_t { Distance, Zero, NoEcho, TempError, Gap };
 
 /// The lowest numbers are the marks of gaps.
-inline constexpr std::int32_t kFirstGap = std::numeric_limits<std::int32_t>::min(), kLowestValue = kFirstGap + 6;
+inline constexpr std::int32_t kFirstGap = std::numeric_limits<std::int32_t>::min(), kLowestValue = kFirstGap + 7;
 
 inline std::int32_t PackedGap(GapReason reason)
 {
@@ -101,9 +101,25 @@ public:
             addOfAnyKind(run);
         }
     }
+    /// What of a run lies in a column, where it is not known how its values are spread over several columns: its first
+    /// part, with what lies before its first distance, or one that goes on. `EndParts` ends the run.
+    void AddFirstPart(const EntrySummary& run);
+    void AddPart(const EntrySummary& run, bool isBroken);
+    void EndParts(const EntrySummary& run) { m_isBroken = m_showZero ? run.shownBreaksBehind : run.breaksBehind; }
+    /// Counts what a run has besides what is drawn.
+    void Count(const EntrySummary& run);
+    bool IsShown(const EntrySummary& run) const { return run.distances > 0 || HasZero(run); }
+    bool HasZero(const EntrySummary& run) const { return m_showZero && run.zeros > 0; }
 
 private:
     void addOfAnyKind(const EntrySummary& run);
+    void addShown(const EntrySummary& run, std::int32_t first, std::int64_t count);
+    std::int32_t firstOf(const EntrySummary& run) const { return m_showZero && run.firstIsZero ? 0 : run.first; }
+    std::int32_t lastOf(const EntrySummary& run) const { return m_showZero && run.lastIsZero ? 0 : run.last; }
+    std::int64_t countOf(const EntrySummary& run) const
+    {
+        return run.distances + (m_showZero ? std::int64_t{run.zeros} : 0);
+    }
     void add(std::int32_t first, std::int32_t last, std::int32_t minimum, std::int32_t maximum, std::int64_t count);
 
     ValueSummary* m_column = nullptr;

@@ -170,6 +170,12 @@ std::uint32_t clsEntryLevels::TimeOf(std::size_t index) const
                                : 0;
 }
 
+std::size_t clsEntryLevels::RunAt(std::uint32_t time) const
+{
+    const std::span<const EntrySummary> runs = m_leaves.empty() ? m_nodes : m_leaves;
+    return runs.empty() ? 0 : lastBefore(runs, time, 0, runs.size()) * RunLength();
+}
+
 EntrySummary clsEntryLevels::SummaryOf(std::size_t first, std::size_t behind) const
 {
     EntrySummary found;

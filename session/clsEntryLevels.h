@@ -68,6 +68,10 @@ public:
             }
         }
     }
+    /// Without entries, how many each of the finest summaries has, the last one excepted; and the first entry of the
+    /// last of them that begins before a time, 0 if there is none.
+    std::size_t RunLength() const { return !m_leaves.empty() ? kLeaf : !m_nodes.empty() ? kNode : Size(); }
+    std::size_t RunAt(std::uint32_t time) const;
     /// What ends with the entry before an index, as fine as it is known; `index` must not be 0.
     EntrySummary RunBefore(std::size_t index) const;
     EntrySummary SummaryOf(std::size_t first, std::size_t behind) const;

@@ -30,6 +30,8 @@ int strengthOf(GapReason reason)
         return 4;
     case GapReason::ClockChanged:
         return 5;
+    case GapReason::Unknown:
+        break;
     }
     return 0;
 }

@@ -54,7 +54,8 @@ struct RecordedSample {
 struct RecordingSource {
     /// The position of the line that is being added. Asked now and then, within `AddPlayed`, while the recording loads.
     std::function<LinePosition()> where;
-    /// Appends the samples of so many lines from there on; false if they cannot be read. Asked at any later time.
+    /// Appends the samples of so many lines from there on, or fewer if the file has no more such lines; false if it
+    /// cannot be read now. Asked at any later time.
     std::function<bool(const LinePosition& from, std::size_t lines, std::vector<RecordedSample>& samples)> read;
 };
 
@@ -96,8 +97,8 @@ public:
     void EndFile() { closeBlock(); }
     /// All lines were added: `where` is not asked any more.
     void EndLoading();
-    /// Stretches of lines that could not be read again as they were, since the file has changed or is gone. What is
-    /// known of them is their summaries.
+    /// Stretches of lines that could not be read again as they were, since the file has changed or the disk has failed.
+    /// What is known of them is their summaries. A disk that has failed is asked again now and then.
     std::size_t Unreadable() const { return m_unreadable; }
     /// The memory that is used.
     std::size_t Bytes() const;
@@ -127,10 +128,14 @@ public:
     std::optional<std::size_t> NextDistance(std::size_t index) const;
     std::optional<std::size_t> PreviousDistance(std::size_t index) const;
     /// The columns of a window, first to last: each as a walk over all entries from its beginning to the next one's
-    /// would find it. Without `showZero` a distance of 0 is not drawn, and nothing is joined across it.
+    /// would find it. Without `showZero` a distance of 0 is not drawn, and nothing is joined across it. What is known
+    /// as a summary only is in each column in which its values may lie.
     std::vector<ValueSummary> Columns(const TimeWindow& window, bool showZero = true) const;
     /// The same into `columns`, whose memory is used again.
     void Columns(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const;
+    /// Whether so many columns of a range show stretches of a recording by their lowest and highest values only,
+    /// because more of them are in sight than can be read again at once.
+    bool IsCoarse(const PlaceRange& range, std::int32_t columns) const;
     Statistics StatisticsOf(const PlaceRange& range) const;
     /// Gaps of at least `shortest` days that touch a range, missing echoes included.
     std::vector<HistoryGap> GapsIn(const PlaceRange& range, double shortest) const;
@@ -162,8 +167,8 @@ private:
         std::int64_t first = 0;            ///< the number of its first entry among all that were ever added
         std::uint32_t last = 0;            ///< once it is closed, the time of its last entry
         bool isClosed = false, isThinned = false;
-        mutable bool isUnreadable = false;
-        EntrySummary whole; ///< once it is closed, as it was before it was thinned
+        mutable std::uint64_t readAt = 0; ///< do not read it before that many requests; 0: it can be read
+        EntrySummary whole;               ///< once it is closed, as it was before it was thinned
         EntrySums sums;
         clsEntryLevels levels;
         std::vector<MarkOfGap> marks;
@@ -197,7 +202,8 @@ private:
     void forgetOldest();
     static std::size_t bytesOf(const Block& block);
     const clsEntryLevels* entriesOf(const Block& block) const;
-    bool readAgain(const Block& block, clsEntryLevels& levels) const;
+    enum class Reading : std::uint8_t { Done, Failed, Changed };
+    Reading readAgain(const Block& block, clsEntryLevels& levels) const;
     const clsEntryLevels& levelsOf(const Block& block, bool exactly) const;
 
     // Asking, in clsHistoryQueries.cpp and clsHistoryStatistics.cpp.
@@ -205,6 +211,7 @@ private:
     static std::int64_t firstTickBehind(double place);
     std::int64_t lastOf(const Block& block) const;
     Position find(std::int64_t tick, bool exactly = true) const;
+    Position findRun(std::int64_t tick, bool exactly) const;
     std::size_t indexOf(const Position& position) const;
     Position positionOf(std::size_t index) const;
     bool mayReadAll(std::int64_t from, std::int64_t to) const;
@@ -233,4 +240,5 @@ private:
     std::optional<std::int64_t> m_thinnedTo;    ///< place
     mutable std::vector<ReadAgain> m_readAgain; ///< the one asked last is the first
     mutable std::size_t m_unreadable = 0;
+    mutable std::uint64_t m_requests = 0; ///< for blocks that had to be read again
 };

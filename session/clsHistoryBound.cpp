@@ -7,7 +7,8 @@
 namespace {
 
 constexpr std::int64_t kTicksPerSecond = 10000;
-constexpr std::size_t kOverhead = 128; // of the memory's administration, for the containers of a block
+constexpr std::uint64_t kRequestsUntilRetry = 500; // some seconds of looking and pointing
+constexpr std::size_t kOverhead = 128;             // of the memory's administration, for the containers of a block
 
 /// What of one second of a thinned block is kept. Values by their places among the entries.
 class clsSecond {
@@ -160,7 +161,7 @@ void clsHistory::forgetOldest()
     const Block& block = m_blocks.front();
     m_closedBytes -= bytesOf(block);
     m_forgotten += static_cast<std::int64_t>(block.levels.Size());
-    m_unreadable -= block.isUnreadable ? 1 : 0;
+    m_unreadable -= block.readAt > 0 ? 1 : 0;
     std::erase_if(m_readAgain, [&](const ReadAgain& read) { return read.first == block.first; });
     m_blocks.pop_front();
     for (std::size_t* count : {&m_thinned, &m_dropped[0], &m_dropped[1], &m_dropped[2]}) {
@@ -189,13 +190,20 @@ const clsEntryLevels* clsHistory::entriesOf(const Block& block) const
         std::rotate(m_readAgain.begin(), known, known + 1);
         return &m_readAgain.front().levels;
     }
+    if (++m_requests < block.readAt) {
+        return nullptr;
+    }
     if (m_readAgain.size() >= m_mostReadAgain) {
         m_readAgain.pop_back();
     }
     ReadAgain read{block.first, {}};
-    if (block.isUnreadable || !readAgain(block, read.levels)) {
-        m_unreadable += block.isUnreadable ? 0 : 1;
-        block.isUnreadable = true;
+    const Reading reading = readAgain(block, read.levels);
+    m_unreadable -= block.readAt > 0 ? 1 : 0;
+    block.readAt = reading == Reading::Done     ? 0
+                   : reading == Reading::Failed ? m_requests + kRequestsUntilRetry
+                                                : std::numeric_limits<std::uint64_t>::max();
+    if (reading != Reading::Done) {
+        ++m_unreadable;
         return nullptr;
     }
     m_readAgain.reserve(m_mostReadAgain);
@@ -203,15 +211,16 @@ const clsEntryLevels* clsHistory::entriesOf(const Block& block) const
     return &m_readAgain.front().levels;
 }
 
-/// False if the recording cannot be read, or is not what it was.
-bool clsHistory::readAgain(const Block& block, clsEntryLevels& levels) const
+clsHistory::Reading clsHistory::readAgain(const Block& block, clsEntryLevels& levels) const
 {
     const std::size_t lines = block.whole.Entries() - block.whole.gaps;
     std::vector<RecordedSample> samples;
     samples.reserve(lines);
-    if (!m_source.read || !block.position || !m_source.read(*block.position, lines, samples) ||
-        samples.size() != lines) {
-        return false;
+    if (!m_source.read || !block.position || !m_source.read(*block.position, lines, samples)) {
+        return Reading::Failed;
+    }
+    if (samples.size() != lines) {
+        return Reading::Changed;
     }
     levels.Reserve(block.levels.Size());
     auto mark = block.marks.begin();
@@ -221,7 +230,7 @@ bool clsHistory::readAgain(const Block& block, clsEntryLevels& levels) const
             last = std::max(last, TicksOf(sample.time) + block.shift - block.begin);
         }
         if (last > block.last) {
-            return false;
+            return Reading::Changed;
         }
         const auto time = static_cast<std::uint32_t>(last);
         if (mark != block.marks.end() && mark->index == levels.Size()) {
@@ -230,5 +239,7 @@ bool clsHistory::readAgain(const Block& block, clsEntryLevels& levels) const
         levels.Push({time, std::max(sample.value_mm, kLowestValue)});
     }
     levels.Finish();
-    return levels.SummaryOf(0, levels.Size()) == block.whole && levels.SumsOf(0, levels.Size()) == block.sums;
+    const bool isAsBefore =
+        levels.SummaryOf(0, levels.Size()) == block.whole && levels.SumsOf(0, levels.Size()) == block.sums;
+    return isAsBefore ? Reading::Done : Reading::Changed;
 }

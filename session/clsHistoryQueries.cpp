@@ -32,15 +32,26 @@ std::int64_t clsHistory::firstTickAt(double place)
     return tick;
 }
 
+/// The end of a range that was computed, as from a length, may lie a little before the place that is meant.
 std::int64_t clsHistory::firstTickBehind(double place)
 {
-    place = std::min(place, kMostPlace);
+    constexpr double kSlack = 0.25 / clsHistory::kTicksPerDay;
+    place = std::min(place + kSlack, kMostPlace);
     std::int64_t tick = firstTickAt(place);
     while (placeOf(tick) <= place) {
         ++tick;
     }
     return tick;
 }
+
+namespace {
+
+/// From the first to the last.
+struct PlacesOf {
+    std::int64_t first = 0, last = 0;
+};
+
+} // namespace
 
 /// The place of the last entry.
 std::int64_t clsHistory::lastOf(const Block& block) const
@@ -61,6 +72,35 @@ clsHistory::Position clsHistory::find(std::int64_t tick, bool exactly) const
         }
     }
     return at;
+}
+
+/// The same, but where there are summaries only, the begin of the one that may reach beyond the place.
+clsHistory::Position clsHistory::findRun(std::int64_t tick, bool exactly) const
+{
+    Position at = find(tick, false);
+    const bool isBehind = at.index == 0 && at.block > 0 && lastOf(m_blocks[at.block - 1]) >= tick;
+    at.block -= isBehind ? 1 : 0;
+    if (at.block == m_blocks.size() || tick <= m_blocks[at.block].begin) {
+        return at;
+    }
+    const Block& block = m_blocks[at.block];
+    const clsEntryLevels& levels = levelsOf(block, exactly);
+    if (levels.HasEntries()) {
+        return find(tick, exactly);
+    }
+    return {at.block, levels.RunAt(static_cast<std::uint32_t>(tick - block.begin))};
+}
+
+bool clsHistory::IsCoarse(const PlaceRange& range, std::int32_t columns) const
+{
+    const std::int64_t begin = firstTickAt(range.begin), end = firstTickBehind(range.end);
+    const double column = static_cast<double>(end - begin) / std::max(columns, 1);
+    const auto dropped = m_blocks.begin() + static_cast<std::ptrdiff_t>(m_dropped[0]);
+    const auto isSeenCoarse = [&](const Block& block) {
+        const double share = static_cast<double>(block.levels.RunLength()) / static_cast<double>(block.levels.Size());
+        return lastOf(block) >= begin && block.begin < end && block.last * std::min(share, 1.0) > 2.0 * column;
+    };
+    return !mayReadAll(begin, end) && std::any_of(m_blocks.begin(), dropped, isSeenCoarse);
 }
 
 std::size_t clsHistory::indexOf(const Position& position) const
@@ -178,22 +218,48 @@ bool clsHistory::isBrokenBefore(const Position& position, bool showZero, bool ex
 /// Goes through a history column by column.
 class clsHistory::clsWalk {
 public:
-    clsWalk(const clsHistory& history, const Position& begin, bool exactly, const clsColumnBuilder& builder)
-        : m_history(history), m_at(begin), m_exactly(exactly), m_builder(builder)
+    clsWalk(const clsHistory& history, std::int64_t begin, bool exactly, bool showZero)
+        : m_history(history), m_at(history.findRun(begin, exactly)), m_exactly(exactly), m_columnBegin(begin),
+          m_builder(showZero, history.isBrokenBefore(m_at, showZero, exactly))
     {
         note();
+        if (m_next < begin) {
+            enter(begin, showZero);
+            note();
+        }
     }
     /// A column of all entries up to a place.
     void Fill(ValueSummary& column, std::int64_t end)
     {
         m_builder.Begin(column);
+        if (m_spread) {
+            spread(end);
+        }
         while (m_next < end) {
             step(end);
             note();
         }
+        m_columnBegin = end;
     }
 
 private:
+    /// A run of which nothing finer is known, and the places between which its values lie: in two stretches with its
+    /// longest gap between them, or both times in the whole of it.
+    struct Spread {
+        EntrySummary run;
+        PlacesOf stretches[2];
+        bool isNew = true;
+
+        bool Touches(std::int64_t begin, std::int64_t end) const
+        {
+            return std::ranges::any_of(stretches, [=](const auto& of) { return of.first < end && of.last >= begin; });
+        }
+        std::int64_t First() const { return stretches[0].first; }
+        std::int64_t Last() const { return stretches[1].last; }
+        /// Whether nothing is joined at the begin of a column.
+        bool IsBrokenAt(std::int64_t begin) const { return stretches[0].last < begin && stretches[1].first >= begin; }
+    };
+
     /// To the end of the block at most.
     void step(std::int64_t end)
     {
@@ -207,13 +273,79 @@ private:
         const clsEntryLevels& levels = m_history.levelsOf(block, m_exactly);
         const std::size_t behind =
             isRest ? levels.Size() : levels.IndexOf(static_cast<std::uint32_t>(end - block.begin), m_at.index);
+        const std::size_t known = levels.HasEntries() || isRest ? behind : lastRun(levels, behind);
         levels.Visit(
-            m_at.index, behind, [this](std::span<const PackedEntry> entries) { m_builder.Add(entries); },
+            m_at.index, known, [this](std::span<const PackedEntry> entries) { m_builder.Add(entries); },
             [this](const EntrySummary& run, bool) {
                 m_builder.Add(run);
                 return true;
             });
         m_at.index = behind;
+        if (known < behind) {
+            beginRun(spreadOf(block, levels, known), end);
+        }
+    }
+    /// The last of the finest summaries before an index.
+    static std::size_t lastRun(const clsEntryLevels& levels, std::size_t behind)
+    {
+        return (behind - 1) / levels.RunLength() * levels.RunLength();
+    }
+    Spread spreadOf(const Block& block, const clsEntryLevels& levels, std::size_t first) const
+    {
+        const std::size_t behind = std::min(first + levels.RunLength(), levels.Size());
+        const EntrySummary run = behind - first == block.levels.Size() ? block.whole : levels.RunBefore(behind);
+        if (m_builder.HasZero(run)) {
+            const std::uint32_t last = behind < levels.Size() ? levels.TimeOf(behind) : block.last;
+            const PlacesOf all{block.begin + run.begin, block.begin + last};
+            return {run, {all, all}};
+        }
+        const PlacesOf all{block.begin + run.firstDistance, block.begin + run.lastDistance};
+        const std::int64_t gap = block.begin + run.longestFrom;
+        return run.breaksWithin ? Spread{run, {{all.first, gap}, {gap + run.longest, all.last}}}
+                                : Spread{run, {all, all}};
+    }
+    /// A run that begins in this column.
+    void beginRun(const Spread& spreading, std::int64_t end)
+    {
+        if (!m_builder.IsShown(spreading.run) || spreading.Last() < end) {
+            m_builder.Add(spreading.run);
+            return;
+        }
+        m_builder.Count(spreading.run);
+        m_spread = spreading;
+        spread(end);
+    }
+    /// What of a run lies in this column.
+    void spread(std::int64_t end)
+    {
+        if (m_spread->Touches(m_columnBegin, end)) {
+            if (std::exchange(m_spread->isNew, false)) {
+                m_builder.AddFirstPart(m_spread->run);
+            } else {
+                m_builder.AddPart(m_spread->run, m_spread->IsBrokenAt(m_columnBegin));
+            }
+        }
+        if (m_spread->Last() < end) {
+            m_builder.EndParts(m_spread->run);
+            m_spread.reset();
+        }
+    }
+    /// The run in which the first column begins.
+    void enter(std::int64_t begin, bool showZero)
+    {
+        const Block& block = m_history.m_blocks[m_at.block];
+        const clsEntryLevels& levels = m_history.levelsOf(block, m_exactly);
+        const Spread entered = spreadOf(block, levels, m_at.index);
+        m_at.index = std::min(m_at.index + levels.RunLength(), levels.Size());
+        if (m_builder.IsShown(entered.run) && entered.Last() >= begin) {
+            m_spread = entered;
+            m_spread->isNew = entered.First() >= begin;
+        } else {
+            m_builder = clsColumnBuilder(showZero, true);
+            if (m_builder.IsShown(entered.run)) {
+                m_builder.EndParts(entered.run);
+            }
+        }
     }
     /// The place of the next entry.
     void note()
@@ -236,8 +368,10 @@ private:
     const clsHistory& m_history;
     Position m_at;
     bool m_exactly;
+    std::int64_t m_columnBegin;
     clsColumnBuilder m_builder;
     std::int64_t m_next = 0;
+    std::optional<Spread> m_spread;
 };
 
 std::vector<ValueSummary> clsHistory::Columns(const TimeWindow& window, bool showZero) const
@@ -258,8 +392,8 @@ void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<Va
     };
     const std::int64_t begin = beginOf(0);
     const bool exactly = mayReadAll(begin, beginOf(window.columns));
+    clsWalk walk(*this, begin, exactly, showZero);
     const Position at = find(begin, exactly);
-    clsWalk walk(*this, at, exactly, clsColumnBuilder(showZero, isBrokenBefore(at, showZero, exactly)));
     // In a long history each border lies in memory of its own, which takes longer to come than a column to be filled.
     constexpr std::int32_t kAhead = 8;
     std::array<std::int64_t, kAhead> borders{};
@@ -341,6 +475,10 @@ void clsHistory::forEachGap(const PlaceRange& range, double shortest, OnGap onGa
             return takes;
         };
         const clsEntryLevels& levels = levelsOf(block, exactly);
+        if (!levels.HasEntries() && levels.RunLength() == levels.Size()) {
+            take(block.whole, block.begin); // nothing finer is left
+            continue;
+        }
         const std::size_t first = levels.HasEntries() ? at.index : 0;
         levels.Visit(first, levels.Size(), onEntries, onRun);
     }

@@ -53,7 +53,7 @@ bool clsPlayedGaps::isGap(double time)
         return true;
     }
     const Listed* listed = step >= m_shortest - 2 * kTolerance ? listedBetween(previous, time) : nullptr;
-    m_reason = listed != nullptr ? listed->reason : GapReason::Stopped;
+    m_reason = listed != nullptr ? listed->reason : GapReason::Unknown;
     if (listed != nullptr) {
         return true;
     }

@@ -27,7 +27,7 @@ public:
         m_times[m_next++] = time;
         return found;
     }
-    /// Why, after `LiesBefore` has found a gap. One that no sidecar lists counts as a stopped measurement.
+    /// Why, after `LiesBefore` has found a gap. `Unknown` if no sidecar lists it.
     GapReason Reason() const { return m_reason; }
 
 private:
@@ -52,7 +52,7 @@ private:
     std::vector<Listed> m_listed; ///< in the order of `from`
     bool m_judgesSteps = true;
     bool m_setBack = false;                                      ///< the clock was
-    GapReason m_reason = GapReason::Stopped;                     ///< of the last gap found
+    GapReason m_reason = GapReason::Unknown;                     ///< of the last gap found
     bool m_trustsSeconds = true;                                 ///< no listed gap lies within a second
     double m_shortest = std::numeric_limits<double>::infinity(); ///< listed, in days
     Times m_times = noTimes(); ///< a ring; no number is longer or shorter than a time that has not come

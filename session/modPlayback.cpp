@@ -71,12 +71,13 @@ public:
     }
     void Add(int descriptor) { m_descriptors.push_back(descriptor); }
 
+    /// False if the disk does not answer; fewer lines if they are not there any more.
     bool Read(const LinePosition& from, std::size_t lines, std::vector<RecordedSample>& samples) const
     {
         const auto key = [](const Dated& dated) { return std::pair(dated.position.file, dated.position.offset); };
         const auto found = std::ranges::lower_bound(m_dates, std::pair(from.file, from.offset), {}, key);
         if (found == m_dates.end() || key(*found) != std::pair(from.file, from.offset)) {
-            return false;
+            return true;
         }
         try {
             clsRecordReader reader(m_descriptors.at(from.file), from.offset, found->date);
@@ -84,9 +85,9 @@ public:
                 samples.push_back({reader.Value().time, numberOf(reader.Value())});
             }
         } catch (const std::system_error&) {
-            return false; // the disk is gone
+            return false;
         }
-        return lines == 0;
+        return true;
     }
 
 private:
@@ -215,7 +216,7 @@ void clsLoading::beginFile(const RecordPart& part, double first)
     m_gaps.GoOn(info ? &*info : nullptr);
     if (m_loaded.lines > 0) {
         if (!part.joinsBefore) {
-            breakCurve(GapReason::Stopped);
+            breakCurve(GapReason::Unknown);
         }
         return;
     }

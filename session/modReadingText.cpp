@@ -15,7 +15,8 @@ constexpr double kMsPerSecond = 1000.0;
 
 /// In the order of `GapReason`.
 constexpr std::array kReasons{TextId::NoEchoReason,      TextId::DamageReason,  TextId::LineLostReason,
-                              TextId::TemperatureReason, TextId::StoppedReason, TextId::ClockChangedReason};
+                              TextId::TemperatureReason, TextId::StoppedReason, TextId::ClockChangedReason,
+                              TextId::GapUnknown};
 
 /// "3 min 20 s"; the smaller figure is left out when it is 0.
 std::string twoFigures(std::int64_t figure, std::int64_t perLarger, const char* larger, const char* smaller)

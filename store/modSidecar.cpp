@@ -26,7 +26,7 @@ constexpr std::size_t kDeepest = 16;
 constexpr double kSlack = 5.0 / kSecondsPerDay;
 constexpr int kIndentation = 2;
 
-/// The words for `GapReason`, in its order.
+/// The words for `GapReason`, in its order; `Unknown` has none.
 constexpr std::array<std::string_view, 6> kReasons{"no echo",          "damage",  "line lost",
                                                    "temperature poll", "stopped", "clock changed"};
 

@@ -144,6 +144,7 @@ private:
     void showOverlay();
     void followMarks();
     QString note() const;
+    QString coarseNote() const;
     clsView::Limits shownLimits_mm() const;
     std::int32_t roomFor(std::int32_t range_ms) const;
     void showPopUp(const QPoint& position);

@@ -344,13 +344,24 @@ void ChartPanel::followMarks()
 QString ChartPanel::note() const
 {
     QStringList notes;
-    if (IsFrozen() && !m_isPlayed) {
-        notes += Text(TextId::NoteBehind, m_language).arg(FromUtf8(modReadingText::Roughly(m_view.Behind())));
+    if (IsFrozen()) {
+        notes += m_isPlayed
+                     ? coarseNote()
+                     : Text(TextId::NoteBehind, m_language).arg(FromUtf8(modReadingText::Roughly(m_view.Behind())));
     }
     if (HoldSpan()) {
         notes += Text(TextId::NoteSpanHeld, m_language);
     }
+    notes.removeAll(QString());
     return notes.join(QStringLiteral(" – "));
+}
+
+/// Stretches of a very long recording that are not read again while so much of it is seen.
+QString ChartPanel::coarseNote() const
+{
+    const auto columns = static_cast<std::int32_t>(PlotArea().width());
+    const bool isCoarse = columns > 0 && Source() != nullptr && Source()->IsCoarse(ShownRange(), columns);
+    return isCoarse ? Text(TextId::NoteCoarse, m_language) : QString();
 }
 
 PlaceRange ChartPanel::RangeOfStatistics() const
