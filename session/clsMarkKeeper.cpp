@@ -148,6 +148,11 @@ MarkOutcome clsMarkKeeper::write(const File& file, const MarkChange& change)
         return {.home = MarkHome::Unreadable, .sidecar = sidecar};
     }
     std::error_code why;
+    if (!std::filesystem::exists(file.recording, why)) {
+        return {.home = MarkHome::Gone,
+                .sidecar = sidecar,
+                .why = why ? why : std::make_error_code(std::errc::no_such_file_or_directory)};
+    }
     auto info = modSidecar::Read(sidecar, why);
     if (!info && why != std::errc::no_such_file_or_directory) {
         return {.home = MarkHome::Unreadable, .sidecar = sidecar};
@@ -186,6 +191,9 @@ void clsMarkKeeper::Renamed(const std::filesystem::path& from, const std::filesy
             file.recording = file.recording == from ? to : file.recording;
         }
     }
+    for (Waiting& waiting : m_waiting) {
+        waiting.played.recording = waiting.played.recording == from ? to : waiting.played.recording;
+    }
 }
 
 std::vector<MarkOutcome> clsMarkKeeper::Serve()
@@ -211,6 +219,12 @@ std::vector<MarkOutcome> clsMarkKeeper::Serve()
     return failures;
 }
 
+void clsMarkKeeper::BeginPlayed()
+{
+    m_played.emplace();
+    ++m_version;
+}
+
 void clsMarkKeeper::ShowPlayed(const clsTimeLine& times, std::span<const RecordPart> parts)
 {
     Shelf shelf;
@@ -233,8 +247,11 @@ void clsMarkKeeper::ShowPlayed(const clsTimeLine& times, std::span<const RecordP
     if (!shelf.files.empty()) {
         shelf.files.front().begin = -std::numeric_limits<double>::infinity();
     }
-    m_played = std::move(shelf);
+    std::swap(shelf, m_played ? *m_played : m_played.emplace());
     ++m_version;
+    for (const clsMarks::Mark& mark : shelf.marks.All()) { // set meanwhile
+        Set(times, mark.place, mark.text);
+    }
 }
 
 void clsMarkKeeper::EndPlayed()

@@ -24,6 +24,7 @@ class clsRecorder;
 enum class MarkHome : std::uint8_t {
     Sidecar,    ///< in the sidecar of a recording, or on its way there
     Session,    ///< nowhere else: no recording has its time
+    Gone,       ///< only here, because the recording is not there any more
     Foreign,    ///< only here, because the sidecar describes another recording
     Unreadable, ///< only here, because the sidecar is not one of ours
     Unwritten,  ///< only here, because the sidecar cannot be written
@@ -32,8 +33,8 @@ enum class MarkHome : std::uint8_t {
 
 struct MarkOutcome {
     MarkHome home = MarkHome::Session;
-    std::filesystem::path sidecar{}; ///< of `Foreign`, `Unreadable` and `Unwritten`
-    std::error_code why{};           ///< of `Unwritten`
+    std::filesystem::path sidecar{}; ///< of `Gone`, `Foreign`, `Unreadable` and `Unwritten`
+    std::error_code why{};           ///< of `Gone` and `Unwritten`
 };
 
 class clsMarkKeeper {
@@ -66,7 +67,10 @@ public:
     std::vector<MarkOutcome> Serve();
 
     // What is played.
-    /// The marks of a recording are shown instead of the session's. `parts` are its files in their order.
+    /// A recording is being loaded: none of the marks before are shown, but those that are set from now on.
+    void BeginPlayed();
+    /// The marks of a recording are shown instead of the session's. `parts` are its files in their order. Those that
+    /// were set while it was being loaded are its own.
     void ShowPlayed(const clsTimeLine& times, std::span<const RecordPart> parts);
     void EndPlayed();
 

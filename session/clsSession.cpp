@@ -260,9 +260,11 @@ modPlayback::Loaded clsSession::Play(std::span<const RecordPart> parts,
         }
     } const playing{*this};
     m_recorder.StartPlaying(file);
-    const auto before =
+    auto before =
         std::exchange(m_played, std::make_unique<clsHistory>(static_cast<std::size_t>(m_settings.History_MiB) << 20U));
+    m_marks.BeginPlayed();
     m_listeners.PlaybackBegins(); // who looks at the history before turns to the new one
+    before.reset();               // its memory is needed
     m_loop.BeginPlaying();
     const auto goesOn = [&](double read) {
         m_listeners.PlaybackGoesOn(); // before events are handled: what is new can be painted with them

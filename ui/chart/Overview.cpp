@@ -208,10 +208,14 @@ void Overview::drawSigns(QPainter& painter, const ChartColors& colors) const
             QPolygonF({centre - QPointF(0.0, 0.7 * kSign), centre, centre + QPointF(0.6 * kSign, 0.0)}));
     }
     const auto marks = m_session->Marks();
+    const PlaceRange range = all();
     const auto choice = chosen();
     double last = -kSign;
     for (std::size_t i = 0; i < marks.size(); ++i) {
         const double x = std::round(xOf(marks[i].place)) + 0.5;
+        if (marks[i].place < range.begin || marks[i].place > range.end) {
+            continue; // what it belongs to is not there yet
+        }
         if (x - last < 1.0 && choice != i) {
             continue; // not to be told from the one before
         }

@@ -35,6 +35,8 @@ QString outcomeText(const MarkOutcome& outcome, std::int32_t language)
 {
     const QString sidecar = FromUtf8(outcome.sidecar.filename().string());
     switch (outcome.home) {
+    case MarkHome::Gone:
+        return Text(TextId::MarkRecordingGone, language);
     case MarkHome::Foreign:
         return Text(TextId::MarkForeign, language).arg(sidecar);
     case MarkHome::Unreadable:
