@@ -112,7 +112,7 @@ void frmConsole::cmdSave_Click()
     }
     const QByteArray bytes = txtConsole->WholeText().toUtf8();
     QSaveFile file(name);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !CommitFile(file)) {
         const QString why = FileErrorText(file.errorString(), m_settings.Language);
         QMessageBox::warning(this, windowTitle(), Text(TextId::FailureNotSaved, m_settings.Language).arg(name, why));
     }

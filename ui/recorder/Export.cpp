@@ -212,7 +212,7 @@ QString writeTable(QWidget& owner, const QString& table, const QString& whenEmpt
     if (!exported.finished && file.error() == QFileDevice::NoError) {
         return {}; // cancelled
     }
-    if (!exported.finished || !file.commit()) {
+    if (!exported.finished || !CommitFile(file)) {
         return cannotSave(table, FileErrorText(file.errorString(), language), language);
     }
     return Text(TextId::ExportDone, language).arg(exported.rows).arg(exported.unreadable);
@@ -270,6 +270,7 @@ QString WriteTable(QWidget& owner, const QString& recording, const QString& tabl
 
 QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& session, std::int32_t language)
 {
+    const clsHistory* shown = &session.Shown();
     const PlaceRange range = chart.ShownRange();
     const std::vector<TableKind> tables = tableKinds(language);
     Kinds kinds;
@@ -279,6 +280,9 @@ QString ExportVisible(QWidget& owner, ChartPanel& chart, const clsSession& sessi
     const QString file = saving.Ask(proposalFor(session, range, kinds.suffixes[0]));
     if (file.isEmpty()) {
         return {};
+    }
+    if (shown != &session.Shown()) {
+        return Text(TextId::ExportGone, language); // another recording, or a measurement has begun
     }
     if (QString refused = refusal(file, session.Recorder(), language); !refused.isEmpty()) {
         return refused;

@@ -6,6 +6,7 @@
 #include "session/modReadingText.h"
 #include "ui/chart/ChartPicture.h"
 #include "ui/chart/XYChart.h"
+#include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
@@ -135,7 +136,7 @@ QString WritePicture(XYChart& chart, const QString& file, const QString& kind, c
                          (kind == QLatin1String("svg")   ? paintSvg(chart, heading, target)
                           : kind == QLatin1String("pdf") ? paintPdf(chart, heading, target)
                                                          : PictureOf(chart, heading).save(&target, "PNG"));
-    if (written && target.error() == QFileDevice::NoError && target.commit()) {
+    if (written && CommitFile(target)) {
         return {};
     }
     target.cancelWriting();

@@ -47,3 +47,8 @@ QString FileErrorText(const QString& words, std::int32_t language)
     }
     return words;
 }
+
+bool CommitFile(QSaveFile& file)
+{
+    return file.error() == QFileDevice::NoError && file.flush() && file.commit();
+}
