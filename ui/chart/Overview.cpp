@@ -6,8 +6,8 @@
 #include "ui/chart/ChartContent.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/PlaceText.h"
-#include "ui/widgets/FocusMark.h"
 #include "ui/chart/modGDIAPI.h"
+#include "ui/widgets/FocusMark.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 
