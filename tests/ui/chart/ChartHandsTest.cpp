@@ -196,7 +196,7 @@ TEST(Looking, CursorsAndMarksStandOnWhatIsSeen)
     EXPECT_EQ(chart.Reader().OfCursor(0)->value_mm, 1002) << "the last one of that time";
     chart.Point(chart.XOf(all.begin));
     chart.ToggleCursor(1);
-    EXPECT_EQ(desk.Text("lblStatCount"), "3");
+    EXPECT_TRUE(Until([&] { return desk.Text("lblStatCount") == "3"; })) << desk.Text("lblStatCount");
     EXPECT_EQ(desk.Text("lblStatRate"), "–") << "at one time";
     EXPECT_EQ(desk.Text("lblStatDrift"), "–");
     chart.ToggleCursor(0);
