@@ -2,11 +2,13 @@
 #include "session/clsSession.h"
 #include "store/modRecordLine.h"
 #include "store/modSidecar.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/MeasuringSite.h"
 #include "tests/support/TimeZone.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -148,6 +150,41 @@ TEST(Mark, OfAPlayedRecordingIsWrittenAtOnceAndComesBackWithIt)
     EXPECT_EQ(marksOf(file).size(), 0U);
 }
 
+TEST(Mark, OfARecordingThatIsGoneMakesNoSidecar)
+{
+    Player player;
+    const auto file = player.folder.Write("a.rec", linesAt({50400, 50409}));
+    player.Play(file);
+    std::filesystem::remove(file);
+    EXPECT_EQ(player.session.SetMark(player.session.Shown().Range().begin, "late").home, MarkHome::Gone);
+    EXPECT_FALSE(std::filesystem::exists(modSidecar::SidecarOf(file)));
+}
+
+TEST(Mark, BelongsToTheRecordingThatIsLoading)
+{
+    Player player;
+    const auto before = player.folder.Write("a.rec", linesAt({50400, 50409}));
+    player.Play(before);
+    player.session.SetMark(player.session.Shown().Range().begin, "of a");
+    std::string lines;
+    while (lines.size() < (std::size_t{1} << 19)) { // loading lets events be handled now and then
+        lines += linesAt({50400}, 46347.0);
+    }
+    const auto file = player.folder.Write("b.rec", lines);
+    bool isFirst = true;
+    player.session.Play(file, [&](double) {
+        if (std::exchange(isFirst, false)) {
+            EXPECT_TRUE(player.session.Marks().empty()) << "those of the recording before";
+            player.session.SetMark(player.session.Shown().Range().begin, "of b");
+        }
+        return true;
+    });
+    EXPECT_FALSE(isFirst);
+    EXPECT_EQ(player.session.Marks().size(), 1U);
+    EXPECT_EQ(textsOf(before), "of a;");
+    EXPECT_EQ(textsOf(file), "of b;");
+}
+
 TEST(Mark, LeavesASidecarAsItIsExceptForTheMarks)
 {
     const std::string lines = linesAt({50400, 50409});
@@ -177,7 +214,7 @@ TEST(Mark, LeavesASidecarAsItIsExceptForTheMarks)
     }
     Player player;
     player.Play(player.folder.Write("a.rec", lines));
-    std::filesystem::remove_all(player.folder.path);
+    const FullDisk full;
     const MarkOutcome outcome = player.session.SetMark(player.session.Shown().Range().end, "m");
     EXPECT_EQ(outcome.home, MarkHome::Unwritten);
     EXPECT_TRUE(outcome.why);

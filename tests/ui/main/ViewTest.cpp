@@ -1,6 +1,7 @@
 // The View menu and the tool bar of the main window, the left column, and what can be dropped on the window or taken
 // along from it.
 #include "tests/support/Desk.h"
+#include "tests/support/FullDisk.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/main/Icons.h"
 #include "ui/main/ToolBar.h"
@@ -307,6 +308,17 @@ TEST(Export, WritesTheVisibleRangeAndNothingElse)
               "There is no value in the visible range.");
     EXPECT_NE(write(all, folder + "/none/y.csv").find("cannot be saved"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(main.folder.path / "y.csv"));
+    {
+        const FullDisk full;
+        EXPECT_NE(write(all, folder + "/z.csv").find("cannot be saved"), std::string::npos);
+        EXPECT_NE(write(all, folder + "/x.csv").find("cannot be saved"), std::string::npos);
+        for (const char* kind : {"svg", "pdf", "png"}) {
+            EXPECT_NE(WritePicture(*main.chart, folder + "/z." + kind, kind), "") << kind;
+            EXPECT_FALSE(std::filesystem::exists(main.folder.path / (std::string("z.") + kind))) << kind;
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(main.folder.path / "z.csv"));
+    EXPECT_NE(TemporaryFolder::Read(main.folder.path / "x.csv"), "") << "what was there stays";
 
     main.chart->ShowRange(all);
     const QString heading = HeadingOf(*main.chart, *main.session, LanguageEnglish);
