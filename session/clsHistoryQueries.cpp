@@ -2,6 +2,7 @@
 #include "session/clsHistory.h"
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
