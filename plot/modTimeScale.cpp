@@ -20,6 +20,8 @@ constexpr std::int64_t kSecond = 10000; // in tenths of a millisecond, the fines
 constexpr std::int64_t kMinute = 60 * kSecond, kHour = 60 * kMinute, kDay = 24 * kHour;
 constexpr double kDaysOfMonth = 30.5, kDaysOfYear = 365.25;
 constexpr double kLastBits = 1e-6;
+constexpr double kRounded = 0.05 / kMsPerDay; // days, of a moment
+constexpr double kUnseen = 1e-4;              // of a stretch
 constexpr std::size_t kMostTicks = 200;
 constexpr std::ptrdiff_t kMostChanges = 5; // so many signs can be told apart
 
@@ -251,8 +253,9 @@ std::vector<Tick> TicksOf(double begin, double end, const clsTimeLine& times, co
                 return;
             }
             time = timeOf({moment.day, moment.fine + 1}); // the next one lies at least that much later
-            if (place < from) {
-                continue; // a moment is rounded, and a stretch may be as short as a few of them
+            // A moment is rounded, and a stretch may be as short as a few of them.
+            if (place < from - std::min(kRounded, kUnseen * (to - from))) {
+                continue;
             }
             const double said = isEven ? times.TimeOf(place) : timeOf(moment);
             if (!isOfCalendar(said)) {

@@ -82,7 +82,7 @@ TEST(View, ARecordingWithoutADistanceSaysWhyThereIsNoCursor)
                        [](double) { return true; });
     main.Trigger("mnuViewCursorA");
     EXPECT_FALSE(main.Find<QAction>("mnuViewCursorA")->isChecked());
-    EXPECT_EQ(main.Text("sbar_1"), "Cursor not set: there is no distance.");
+    EXPECT_EQ(main.Text("sbar_1"), "There is no value in the visible range.");
 }
 
 TEST(View, ALetterGoesToAListOrABoxThatHasTheFocusAndToTheMenuOtherwise)
