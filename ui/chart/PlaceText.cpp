@@ -7,6 +7,7 @@
 
 #include <QDate>
 
+#include <algorithm>
 #include <cmath>
 
 QString PlaceText(const clsHistory& history, double place, int decimals)
@@ -17,8 +18,9 @@ QString PlaceText(const clsHistory& history, double place, int decimals)
         return {};
     }
     const double perDay = kSecondsPerDay * std::pow(10.0, decimals);
-    constexpr double kEarly_days = 1.0 / kMsPerDay; // recorded times may be so much too early
-    const double time = std::floor((exactly + kEarly_days) * perDay) / perDay; // cut: a day ends with its last second
+    // Cut, so that a day ends with its last second; but recorded times may be a millisecond early.
+    const double early = std::min(1.0 / kMsPerDay, 0.5 / perDay);
+    const double time = std::floor((exactly + early) * perDay) / perDay;
     const QString text = FromUtf8(modReadingText::TimeOfDay(time, decimals, DecimalSeparator()));
     const PlaceRange range = history.Range();
     if (std::floor(times.TimeOf(range.begin)) == std::floor(times.TimeOf(range.end))) {

@@ -139,6 +139,7 @@ TEST(Overview, ADayEndsWithItsLastSecond)
     const clsHistory& shown = desk.session->Shown();
     EXPECT_EQ(PlaceText(shown, shown.Range().end, 0).toStdString(), "23:59:59");
     EXPECT_EQ(PlaceText(shown, shown.Range().end, 1).toStdString(), "23:59:59.9");
+    EXPECT_EQ(PlaceText(shown, shown.Range().end, 3).toStdString(), "23:59:59.950");
 }
 
 TEST(Overview, WhatLiesBesideTheFrameCanBeSeen)
