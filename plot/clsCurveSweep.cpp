@@ -107,7 +107,10 @@ void clsCurveSweep::collect(const clsCurveColumns& columns, const RowScale& scal
 /// Fine columns mostly have their edges in the same row as their neighbours in the column of pixels.
 void clsCurveSweep::add(Edge& edge, std::int32_t column, float row, std::int32_t sign)
 {
-    const auto parts = static_cast<std::int32_t>(row * static_cast<float>(kFineFull) + 0.5F);
+    // Cut, not by a function: rows are not negative, and this is asked for each column of each frame.
+    constexpr float kHalf = 0.5F;
+    const float fine = row * static_cast<float>(kFineFull) + kHalf;
+    const auto parts = static_cast<std::int32_t>(fine);
     const std::int32_t part = parts % kFineFull, whole = parts / kFineFull;
     if (edge.row != whole || edge.column != column) {
         end(edge);
