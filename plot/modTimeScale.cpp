@@ -176,7 +176,9 @@ std::string changeText(double forward_s)
     const double size = std::round(std::fabs(forward_s));
     const double size_ms = std::max(std::round(std::fabs(forward_s) * 1000.0), 1.0);
     const auto text = [forward_s](double count, const char* unit) {
-        return (forward_s < 0 ? "-" : "+") + FixedText(std::round(count), 0, '.') + unit;
+        std::string change(1, forward_s < 0 ? '-' : '+');
+        change += FixedText(std::round(count), 0, '.');
+        return change += unit;
     };
     if (size > 3000.0 && std::fabs(std::remainder(size, 3600.0)) < 60.0) {
         return text(size / 3600.0, " h");
@@ -230,7 +232,9 @@ std::string WidestText(const Step& step)
         return "00.00.";
     }
     if (step.count < kSecond) {
-        return "." + std::string(static_cast<std::size_t>(std::max(decimalsOf(step.count), 1)), '0');
+        std::string fraction(static_cast<std::size_t>(std::max(decimalsOf(step.count), 1)) + 1, '0');
+        fraction.front() = '.';
+        return fraction;
     }
     return step.count < kMinute ? "00:00:00" : "00:00";
 }

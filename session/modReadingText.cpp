@@ -23,7 +23,9 @@ std::string twoFigures(std::int64_t figure, std::int64_t perLarger, const char* 
 {
     std::string text = std::to_string(figure / perLarger) + larger;
     if (figure % perLarger != 0) {
-        text += " " + std::to_string(figure % perLarger) + smaller;
+        text += ' ';
+        text += std::to_string(figure % perLarger);
+        text += smaller;
     }
     return text;
 }

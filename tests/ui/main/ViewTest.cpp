@@ -270,9 +270,9 @@ TEST(View, RecentRecordingsArePlayedFromTheMenuAndMissingOnesAreGreyed)
     EXPECT_EQ(items(), "b&&c.rec|a.rec|&Clear List");
     std::filesystem::remove(main.folder.path / "a.rec");
     EXPECT_EQ(items(), "b&&c.rec|(a.rec)|&Clear List");
-    static_cast<SessionListener&>(*main.chart).ResetChart();
+    static_cast<SessionListener&>(*main.Find<ChartPanel>("picGraph")).ResetChart();
     menu->actions().front()->trigger();
-    EXPECT_EQ(main.chart->Series().Added(), 2U);
+    EXPECT_EQ(main.Find<ChartPanel>("picGraph")->Series().Added(), 2U);
     main.Trigger("mnuFileRecentClear");
     EXPECT_EQ(items(), "(&Clear List)");
     main.window.reset();
