@@ -47,8 +47,9 @@ struct ChartContent {
     /// The stretch of the history that is shown instead of the newest points, by places on the time axis.
     std::optional<PlaceRange> look;
     bool lookFollows = false; ///< the stretch ends at the current time, because there is more than the points show
-    static constexpr double kMostIntervals_ms = 300000.0; ///< of a recording, that are counted from its end
-    bool isRecorded = false;                              ///< the points are those of a recording
+    /// That an axis counts as plain seconds. A longer recording shows times of day.
+    static constexpr double kMostPlain_ms = 300000.0;
+    bool isRecorded = false; ///< the points are those of a recording
     bool timeScale = false, xReversed = false;
 
     modChartCommon::ValueRange limits; ///< equal before the first value
@@ -73,7 +74,7 @@ struct ChartContent {
     bool ShowsIntervals() const
     {
         // What was measured days ago is not so many hours before now.
-        const bool isLongAgo = isRecorded && Span_ms() > kMostIntervals_ms;
+        const bool isLongAgo = isRecorded && Span_ms() > kMostPlain_ms;
         return !timeScale && (!look || lookFollows) && !isLongAgo;
     }
     /// The span of the time axis.

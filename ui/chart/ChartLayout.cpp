@@ -20,7 +20,6 @@ constexpr char kLeastValueLabel[] = "000.00";
 constexpr char kTimeLabel[] = "00:00:00";
 constexpr char kIntervalLabel[] = "-00000";
 constexpr char kDurationLabel[] = "-00:00:00";
-constexpr double kMostSeconds = 300.0;      // that an axis counts as plain seconds
 constexpr double kLongAxis_ms = 12 * 3.6e6; // from here on its divisions are those of a day
 constexpr std::int32_t kMostDivisions = 12;
 
@@ -240,7 +239,7 @@ std::vector<ChartLayout::Tick> ChartLayout::IntervalTicks() const
         const double share = 1.0 + seconds * kMsPerSecond / m_content.Span_ms();
         return static_cast<int>(std::lround(share * (m_plot.width() - 1)));
     };
-    if (const double span_s = intervalSpan_s(); span_s > kMostSeconds) {
+    if (const double span_s = intervalSpan_s(); span_s * kMsPerSecond > ChartContent::kMostPlain_ms) {
         const std::int32_t fitting =
             divisionsFor(m_plot.width(), kWidthsPerDivision * widthOf(kDurationLabel) * m_ratio);
         const double step = modTimeScale::DurationStep(span_s, fitting);
@@ -269,7 +268,7 @@ double ChartLayout::intervalSpan_s() const
 QString ChartLayout::IntervalFormat() const
 {
     const double span_s = intervalSpan_s();
-    if (span_s <= kMostSeconds || !m_content.ShowsIntervals()) {
+    if (span_s * kMsPerSecond <= ChartContent::kMostPlain_ms || !m_content.ShowsIntervals()) {
         return {};
     }
     const std::int32_t fitting = divisionsFor(m_plot.width(), kWidthsPerDivision * widthOf(kDurationLabel) * m_ratio);

@@ -45,8 +45,6 @@ public:
     /// Stops the picture, while values go on coming, or follows them again.
     void Freeze(bool freeze);
     bool IsFrozen() const { return Look().has_value(); }
-    /// A recording is shown, or nothing after one, until a measurement begins.
-    bool IsPlayed() const { return m_isPlayed; }
     /// Shows a stretch of the history. What changes within a moment is one step for `Back`.
     void ShowRange(const PlaceRange& range);
     /// A span of the time axis in milliseconds, 0 for everything. While measuring, it is remembered, as is any span

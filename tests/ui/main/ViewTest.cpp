@@ -11,11 +11,13 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDialog>
 #include <QDropEvent>
 #include <QImage>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
+#include <QRadioButton>
 #include <QToolButton>
 
 #include <gtest/gtest.h>
@@ -246,6 +248,40 @@ TEST(View, ADroppedRecordingIsPlayedAndAnythingElseRefused)
     main.Find("cmdStart")->click();
     main.session->StartRecording();
     EXPECT_EQ(said({recording}), "Not loaded: a recording is running.");
+}
+
+TEST(View, ARecordingIsShownWithItsTimesUpToItsLargestJump)
+{
+    const ViewDesk main;
+    ASSERT_TRUE(main.Connects());
+    std::string lines;
+    for (int second = 0; second < 600; ++second) {
+        lines += QStringLiteral("20.11.2026 14:%1:%2,000; %3 mm; 21 C\r\n")
+                     .arg(second / 60, 2, 10, QChar(u'0'))
+                     .arg(second % 60, 2, 10, QChar(u'0'))
+                     .arg(1000 + second % 7 + (second > 400 ? 500 : 0))
+                     .toStdString();
+    }
+    EXPECT_TRUE(main.Find<QAction>("mnuViewSpan1min")->isChecked());
+    main.Drop({QUrl::fromLocalFile(QString::fromStdString(main.folder.Write("jump.rec", lines)))});
+    EXPECT_FALSE(main.Find<QAction>("mnuViewSpan1min")->isChecked()) << "it has its own span";
+    EXPECT_FALSE(main.chart->NextFrame().content.ShowsIntervals()) << "ten minutes of a day, not before now";
+    main.Trigger("mnuViewJump");
+    EXPECT_EQ(main.Text("sbar_1"), "Largest jump of the visible range: 0.501 m at 14:06:41.000");
+    EXPECT_EQ(main.Text("lblCursorTime"), "1.000 s");
+    EXPECT_NEAR(main.chart->ShownRange().Length() * 86400.0, 60.0, 1e-3);
+}
+
+TEST(View, ADoubleClickOnTheValueAxisAsksForItsLimits)
+{
+    const ViewDesk main;
+    main.Measure();
+    ASSERT_TRUE(Until([&] { return !main.chart->PlotArea().isEmpty(); }));
+    QTest::mouseDClick(main.chart, Qt::LeftButton, {}, QPoint(5, main.chart->height() / 2));
+    const auto* settings = main.chart->window()->findChild<QDialog*>("frmChartSettings");
+    ASSERT_NE(settings, nullptr);
+    EXPECT_TRUE(settings->findChild<QRadioButton*>("optYScaleManual")->isChecked());
+    EXPECT_TRUE(settings->findChild<QLineEdit*>("txtParameter_0")->isEnabled());
 }
 
 TEST(View, RecentRecordingsArePlayedFromTheMenuAndMissingOnesAreGreyed)
