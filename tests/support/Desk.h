@@ -56,10 +56,11 @@ inline bool CloseByFrame(QWidget& window)
     return byTheFrame.isAccepted();
 }
 
-/// Handles events until the condition holds, for at most ten seconds.
+/// Handles events until the condition holds, for at most half a minute: a machine that builds beside it may stop for
+/// many seconds.
 inline bool Until(const std::function<bool()>& condition)
 {
-    return QTest::qWaitFor(condition, 10000);
+    return QTest::qWaitFor(condition, 30000);
 }
 
 struct Desk {
