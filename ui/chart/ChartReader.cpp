@@ -94,7 +94,9 @@ std::optional<ChartReader::Reading> ChartReader::readAt(double x) const
         return Reading{.place = place, .gap = gap->reason};
     }
     const PlaceRange all = history()->Range();
-    return place >= all.begin && place <= all.end ? sample : std::nullopt;
+    // The samples here may be on a disk that no longer gives them; the nearest known one is hours away then.
+    const bool isKnown = history()->At(std::min(history()->IndexAt(place), history()->Size() - 1)).isKnown;
+    return isKnown && place >= all.begin && place <= all.end ? sample : std::nullopt;
 }
 
 void ChartReader::Point(std::optional<double> x)

@@ -111,11 +111,12 @@ QString HeadingOf(const XYChart& chart, const clsSession& session, std::int32_t 
         const auto length = [&](double mm) { // to a tenth of a millimetre at least
             return FromUtf8(modReadingText::Length(mm, session.ShownUnit(), 1, separator));
         };
-        lines.back() +=
-            QStringLiteral(", ") + Text(TextId::ExportHeadingFigures, language)
-                                       .arg(length(statistics.minimum), length(statistics.maximum),
-                                            length(statistics.mean), length(statistics.deviation),
-                                            FromUtf8(modAccountText::Rate(statistics.rate_perSecond, separator)));
+        const QString rate = statistics.rate_perSecond > 0.0 // none between values of one time
+                                 ? FromUtf8(modAccountText::Rate(statistics.rate_perSecond, separator))
+                                 : QStringLiteral("–");
+        lines.back() += QStringLiteral(", ") + Text(TextId::ExportHeadingFigures, language)
+                                                   .arg(length(statistics.minimum), length(statistics.maximum),
+                                                        length(statistics.mean), length(statistics.deviation), rate);
     }
     return lines.join(u'\n');
 }
