@@ -353,7 +353,8 @@ private:
     {
         while (m_at.block < m_history.m_blocks.size()) {
             const Block& block = m_history.m_blocks[m_at.block];
-            if (m_at.index == 0) {
+            // A thinned block may have lost its first entries; the memory of any other need not be asked.
+            if (m_at.index == 0 && !block.isThinned) {
                 m_next = block.begin;
                 return;
             }
