@@ -20,11 +20,12 @@
 namespace {
 
 constexpr int kRedrawEvery_ms = 250;
-constexpr double kSign = 4.0;          // half the width of a sign, units
-constexpr double kGrip = 4.0;          // width of a handle, units
-constexpr double kVeil = 0.55;         // over what the chart does not show
-constexpr double kVisible = 3.0;       // the least contrast of the curve below it
-constexpr double kShortestAll_s = 1.0; // of the overview's axis
+constexpr int kRedrawLoadingEvery_ms = 50; // a recording grows by millions of lines meanwhile
+constexpr double kSign = 4.0;              // half the width of a sign, units
+constexpr double kGrip = 4.0;              // width of a handle, units
+constexpr double kVeil = 0.55;             // over what the chart does not show
+constexpr double kVisible = 3.0;           // the least contrast of the curve below it
+constexpr double kShortestAll_s = 1.0;     // of the overview's axis
 
 QPolygonF flag(double x, double top)
 {
@@ -88,16 +89,38 @@ QSize Overview::sizeHint() const
 /// Has drawn anew what has changed: the frame at once, the band a few times a second.
 void Overview::refresh()
 {
-    const clsHistory& shown = m_session->Shown();
-    const Drawn now{&shown, shown.Version(), m_session->MarksVersion(), shown.Size(), m_chart->ShowZeroValues()};
-    const bool isDue = !m_sinceDrawn.isValid() || m_sinceDrawn.hasExpired(kRedrawEvery_ms) ||
-                       now.history != m_drawn.history || now.marks != m_drawn.marks || now.size > 2 * m_drawn.size;
+    const Drawn now = present();
+    const bool isDue = isDueAfter(kRedrawEvery_ms, now) || now.size > 2 * m_drawn.size;
     if (now != m_drawn && isDue) {
         m_sinceDrawn.invalidate(); // the band is drawn with the next paint event
         update();
     } else if (frame() != m_shownFrame) {
         update();
     }
+}
+
+/// Paints at once: a paint event would wait for the display, and the display for who loads to handle events again. By
+/// then a short recording is there.
+void Overview::PlaybackGoesOn()
+{
+    const Drawn now = present();
+    if (now != m_drawn && isDueAfter(kRedrawLoadingEvery_ms, now)) {
+        m_sinceDrawn.invalidate();
+        repaint();
+    }
+}
+
+Overview::Drawn Overview::present() const
+{
+    const clsHistory& shown = m_session->Shown();
+    return {&shown, shown.Version(), m_session->MarksVersion(), shown.Size(), m_chart->ShowZeroValues()};
+}
+
+/// Whether a band that has only grown is drawn anew.
+bool Overview::isDueAfter(int time_ms, const Drawn& now) const
+{
+    return !m_sinceDrawn.isValid() || m_sinceDrawn.hasExpired(time_ms) || now.history != m_drawn.history ||
+           now.marks != m_drawn.marks;
 }
 
 bool Overview::isEmpty() const
@@ -170,9 +193,8 @@ void Overview::paintEvent(QPaintEvent* /*event*/)
         const QSize size = area.size().toSize();
         const QSize pixels = (QSizeF(size) * devicePixelRatioF()).toSize();
         if (!m_sinceDrawn.isValid() || m_band.Picture().size() != pixels) {
-            const clsHistory& shown = m_session->Shown();
-            m_drawn = {&shown, shown.Version(), m_session->MarksVersion(), shown.Size(), m_chart->ShowZeroValues()};
-            m_band.Draw(shown, all(), m_drawn.showZero, size, devicePixelRatioF(), colors);
+            m_drawn = present();
+            m_band.Draw(m_session->Shown(), all(), m_drawn.showZero, size, devicePixelRatioF(), colors);
             m_sinceDrawn.start();
         }
         painter.drawImage(area.topLeft(), m_band.Picture());

@@ -68,14 +68,15 @@ private:
         PlaceRange range;   ///< of the chart then
     };
 
-    void AddPlayedPoints(std::span<const ChartPoint> /*points*/) override { refresh(); }
-    void PlaybackGoesOn() override { refresh(); }
+    void PlaybackGoesOn() override;
     void PlaybackEnds(const std::filesystem::path& /*file*/, const modPlayback::Loaded& /*loaded*/) override
     {
         refresh();
     }
 
     void refresh();
+    Drawn present() const;
+    bool isDueAfter(int time_ms, const Drawn& now) const;
     bool isEmpty() const;
     bool isLive() const;
     PlaceRange all() const;
