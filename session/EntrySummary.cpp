@@ -1,6 +1,7 @@
 #include "session/EntrySummary.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -226,6 +227,18 @@ void clsColumnBuilder::Add(std::span<const PackedEntry> entries)
                : kind == EntryKind::TempError ? m_column->tempError
                                               : m_column->noEcho);
             m_isBroken = true;
+        }
+    }
+}
+
+void clsColumnBuilder::End()
+{
+    for (const Part& part : std::span(m_parts).first(std::exchange(m_partCount, 0))) {
+        if (part.minimum < m_column->minimum || part.maximum > m_column->maximum) {
+            for (const PackedEntry& entry : part.entries) {
+                m_column->minimum = std::min(m_column->minimum, entry.value);
+                m_column->maximum = std::max(m_column->maximum, entry.value);
+            }
         }
     }
 }

@@ -6,6 +6,8 @@
 #include "sensor/AccountFigures.h"
 #include "sensor/Measurement.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -90,6 +92,21 @@ public:
     clsColumnBuilder(bool showZero, bool isBroken) : m_showZero(showZero), m_isBroken(isBroken) {}
     void Begin(ValueSummary& column) { m_column = &column; }
     void Add(std::span<const PackedEntry> entries);
+    /// The first part of a longer run, or its last one, which must last until `End`. Only if the run has lower or
+    /// higher values than the rest of the column, all of the part is looked at: it mostly has to come from far.
+    void AddPartOf(const EntrySummary& run, std::span<const PackedEntry> part, bool isFirst)
+    {
+        if (!run.IsPlain() || m_partCount == m_parts.size()) {
+            Add(part);
+            return;
+        }
+        const std::int32_t first = isFirst ? run.first : part.front().value,
+                           last = isFirst ? part.back().value : run.last;
+        add(first, last, first < last ? first : last, first < last ? last : first,
+            static_cast<std::int64_t>(part.size()));
+        m_parts[m_partCount++] = {part, run.minimum, run.maximum};
+    }
+    void End();
     void Add(const EntrySummary& run)
     {
         if (run.IsPlain() && !m_isBroken && m_column->valid > 0) { // nearly always
@@ -122,6 +139,13 @@ private:
     }
     void add(std::int32_t first, std::int32_t last, std::int32_t minimum, std::int32_t maximum, std::int64_t count);
 
+    struct Part {
+        std::span<const PackedEntry> entries;
+        std::int32_t minimum = 0, maximum = 0; ///< of all of its run
+    };
+
     ValueSummary* m_column = nullptr;
     bool m_showZero, m_isBroken;
+    std::array<Part, 2> m_parts; ///< a column begins and ends with one
+    std::size_t m_partCount = 0;
 };

@@ -40,6 +40,13 @@ std::size_t lastBefore(std::span<const EntrySummary> runs, std::uint32_t time, s
     return from + std::max(numberBefore(of, time, &EntrySummary::begin), std::size_t{1}) - 1;
 }
 
+void addUp(std::span<const EntrySummary> runs, EntrySummary& all)
+{
+    for (const EntrySummary& run : runs) {
+        all.Append(run);
+    }
+}
+
 bool isDistance(const PackedEntry& entry)
 {
     return KindOf(entry) == EntryKind::Distance;
@@ -53,18 +60,21 @@ void clsEntryLevels::Reserve(std::size_t entries)
     m_leaves.reserve((entries + kLeaf - 1) / kLeaf);
     m_nodes.reserve((entries + kNode - 1) / kNode);
     m_sums.reserve((entries + kNode - 1) / kNode);
+    m_groups.reserve((entries + kGroup - 1) / kGroup);
 }
 
 std::size_t clsEntryLevels::BytesFor(std::size_t entries)
 {
     return entries * sizeof(PackedEntry) + (entries + kLeaf - 1) / kLeaf * sizeof(EntrySummary) +
-           (entries + kNode - 1) / kNode * (sizeof(EntrySummary) + sizeof(EntrySums));
+           (entries + kNode - 1) / kNode * (sizeof(EntrySummary) + sizeof(EntrySums)) +
+           (entries + kGroup - 1) / kGroup * sizeof(EntrySummary);
 }
 
 std::size_t clsEntryLevels::Bytes() const
 {
     return m_entries.capacity() * sizeof(PackedEntry) +
-           (m_leaves.capacity() + m_nodes.capacity()) * sizeof(EntrySummary) + m_sums.capacity() * sizeof(EntrySums);
+           (m_leaves.capacity() + m_nodes.capacity() + m_groups.capacity()) * sizeof(EntrySummary) +
+           m_sums.capacity() * sizeof(EntrySums);
 }
 
 /// Also a part of a leaf, at the end.
@@ -74,10 +84,11 @@ void clsEntryLevels::endLeaf()
     m_leaves.emplace_back().Append(Entries().subspan((size - 1) / kLeaf * kLeaf));
     if (size % kNode == 0) {
         EntrySummary& node = m_nodes.emplace_back();
-        for (const EntrySummary& leaf : std::span(m_leaves).last(kNode / kLeaf)) {
-            node.Append(leaf);
-        }
+        addUp(std::span(m_leaves).last(kNode / kLeaf), node);
         m_sums.emplace_back().Add(Entries().last(kNode), node);
+    }
+    if (size % kGroup == 0) {
+        addUp(std::span(m_nodes).last(kGroup / kNode), m_groups.emplace_back());
     }
 }
 
@@ -89,16 +100,19 @@ void clsEntryLevels::Finish()
     }
     if (m_size % kNode != 0) {
         EntrySummary node;
-        for (const EntrySummary& leaf : std::span(m_leaves).subspan(m_nodes.size() * (kNode / kLeaf))) {
-            node.Append(leaf);
-        }
+        addUp(std::span(m_leaves).subspan(m_nodes.size() * (kNode / kLeaf)), node);
         m_sums.emplace_back().Add(Entries().subspan(m_size / kNode * kNode), node);
         m_nodes.push_back(node);
+    }
+    if (m_size % kGroup != 0) {
+        const std::size_t known = m_groups.size();
+        addUp(std::span(m_nodes).subspan(known * (kGroup / kNode)), m_groups.emplace_back());
     }
     m_entries.shrink_to_fit();
     m_leaves.shrink_to_fit();
     m_nodes.shrink_to_fit();
     m_sums.shrink_to_fit();
+    m_groups.shrink_to_fit();
 }
 
 bool clsEntryLevels::DropFinest()
@@ -109,6 +123,7 @@ bool clsEntryLevels::DropFinest()
         m_leaves = std::vector<EntrySummary>();
     } else if (!m_nodes.empty()) {
         m_nodes = std::vector<EntrySummary>();
+        m_groups = std::vector<EntrySummary>();
         m_sums = std::vector<EntrySums>();
     } else {
         return false;
@@ -119,18 +134,31 @@ bool clsEntryLevels::DropFinest()
 std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
 {
     std::size_t first = from;
-    if (!m_nodes.empty() && first / kNode < m_nodes.size()) {
-        const std::size_t node = lastBefore(m_nodes, time, first / kNode, m_nodes.size());
-        first = std::max(first, node * kNode);
+    // Each level narrows down where the next one is looked at. Behind the last complete summary all of it may be.
+    std::size_t most = m_nodes.size();
+    if (first / kGroup < m_groups.size()) {
+        const std::size_t group = lastBefore(m_groups, time, first / kGroup, m_groups.size());
+        first = std::max(first, group * kGroup);
+        most = group + 1 < m_groups.size() ? kGroup / kNode : most;
     }
+    std::size_t mostLeaves = m_leaves.size();
+    if (first / kNode < m_nodes.size()) {
+        const std::size_t node = lastBefore(m_nodes, time, first / kNode, most);
+        first = std::max(first, node * kNode);
+        mostLeaves = node + 1 < m_nodes.size() ? kNode / kLeaf : mostLeaves;
+    }
+    std::size_t leaf = m_leaves.size();
     if (first / kLeaf < m_leaves.size()) {
-        const std::size_t leaf = lastBefore(m_leaves, time, first / kLeaf, m_leaves.size());
+        leaf = lastBefore(m_leaves, time, first / kLeaf, mostLeaves);
         first = std::max(first, leaf * kLeaf);
     }
     if (HasEntries()) {
+        if (first == leaf * kLeaf && leaf + 1 < m_leaves.size() && m_leaves[leaf + 1].begin >= time) {
+            return indexInLeaf(time, leaf);
+        }
         while (first < m_entries.size() && m_entries[first].time < time) { // twice, where leaves are still missing
-            const auto leaf = Entries().subspan(first, std::min(kLeaf, m_entries.size() - first));
-            first += numberBefore(leaf, time, &PackedEntry::time);
+            const auto rest = Entries().subspan(first, std::min(kLeaf, m_entries.size() - first));
+            first += numberBefore(rest, time, &PackedEntry::time);
         }
         return first;
     }
@@ -141,6 +169,30 @@ std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
     return std::min((first / run + 1) * run, Size());
 }
 
+/// The first entry at or after a time, which is not behind the begin of the next leaf. Looks at as few entries as it
+/// can: in a long history each line of memory has to come from far.
+std::size_t clsEntryLevels::indexInLeaf(std::uint32_t time, std::size_t leaf) const
+{
+    std::size_t low = leaf * kLeaf, high = low + kLeaf;
+    const std::uint32_t begin = m_leaves[leaf].begin, all = m_leaves[leaf + 1].begin - begin;
+    if (time <= begin) {
+        return low;
+    }
+    const auto isBefore = [&](std::size_t i) { return m_entries[i].time < time; };
+    std::size_t at = low + std::uint64_t{time - begin} * kLeaf / all;
+    for (std::size_t step = 1; low < high; step *= 2) { // away from where it would be if times were even
+        at = std::clamp(at, low, high - 1);
+        if (isBefore(at)) {
+            low = at + 1;
+            at += step;
+        } else {
+            high = at;
+            at -= std::min(step, at);
+        }
+    }
+    return low;
+}
+
 void clsEntryLevels::Prefetch(std::uint32_t time, std::uint32_t last) const
 {
     const std::size_t size = Size();
@@ -148,18 +200,23 @@ void clsEntryLevels::Prefetch(std::uint32_t time, std::uint32_t last) const
         return;
     }
     const std::size_t guess = std::uint64_t{time} * (size - 1) / last;
-    const auto fetch = [](const auto& items, std::size_t first, std::size_t count) {
-        for (std::size_t i = first; i < std::min(first + count, items.size()); ++i) {
-            __builtin_prefetch(&items[i]);
+    // Inlined: else the compiler takes it for a function without any effect and leaves out the calls.
+    const auto fetch = [](const auto& items, std::size_t first, std::size_t count) __attribute__((always_inline))
+    {
+        constexpr std::size_t kLine = 64;
+        const std::size_t behind = std::min(first + count, items.size());
+        if (first < behind) {
+            const auto* const end = reinterpret_cast<const char*>(items.data() + behind);
+            for (const auto* at = reinterpret_cast<const char*>(items.data() + first); at < end; at += kLine) {
+                __builtin_prefetch(at);
+            }
+            __builtin_prefetch(end - 1);
         }
     };
-    constexpr std::size_t kEntriesOfLine = 8;
-    fetch(m_nodes, guess / kNode, m_nodes.size());
-    fetch(m_leaves, guess / kNode * (kNode / kLeaf), kNode / kLeaf);
-    for (std::size_t i = guess / kLeaf * kLeaf; i < std::min(guess / kLeaf * kLeaf + kLeaf, m_entries.size());
-         i += kEntriesOfLine) {
-        __builtin_prefetch(&m_entries[i]);
-    }
+    fetch(m_groups, 0, m_groups.size());
+    fetch(m_nodes, guess / kGroup * (kGroup / kNode), kGroup / kNode);
+    fetch(m_leaves, guess / kNode * (kNode / kLeaf), kNode / kLeaf + 1);
+    fetch(m_entries, guess - std::min<std::size_t>(guess, 2), 4);
 }
 
 std::uint32_t clsEntryLevels::TimeOf(std::size_t index) const

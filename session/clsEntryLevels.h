@@ -1,5 +1,5 @@
-// A run of entries and the summaries above them: of each 64, and of each 512 with sums. What is asked about a stretch
-// of them then costs little more than one of each level.
+// A run of entries and the summaries above them: of each 64, of each 512 with sums, and of each 4096. What is asked
+// about a stretch of them then costs little more than one of each level.
 #pragma once
 
 #include "session/EntrySummary.h"
@@ -12,7 +12,7 @@
 
 class clsEntryLevels {
 public:
-    static constexpr std::size_t kLeaf = 64, kNode = 512;
+    static constexpr std::size_t kLeaf = 64, kNode = 512, kGroup = 4096;
 
     /// Room for so many entries, and none for more.
     void Reserve(std::size_t entries);
@@ -45,16 +45,20 @@ public:
     /// The time of an entry or, without entries, of its leaf's or node's first.
     std::uint32_t TimeOf(std::size_t index) const;
 
-    /// Goes through a stretch in its order: `onEntries` for entries, `onRun(run, isFinest)` for runs of 64 and 512 that
-    /// lie in it wholly. It returns whether that is enough; if not, what the run consists of follows. The finest level
-    /// that is left has to be enough.
+    /// Goes through a stretch in its order: `onEntries` for entries of the same 64, `onRun(run, isFinest)` for runs of
+    /// 64, 512 and 4096 that lie in it wholly. It returns whether that is enough; if not, what the run consists of
+    /// follows. The finest level that is left has to be enough.
     template <class OnEntries, class OnRun>
     void Visit(std::size_t first, std::size_t behind, OnEntries onEntries, OnRun onRun) const
     {
         while (first < behind) {
             const std::size_t nodeEnd = std::min(first + kNode, Size()), leafEnd = std::min(first + kLeaf, Size());
-            if (first % kNode == 0 && first / kNode < m_nodes.size() && nodeEnd <= behind &&
-                onRun(m_nodes[first / kNode], m_leaves.empty())) {
+            const std::size_t groupEnd = std::min(first + kGroup, Size());
+            if (first % kGroup == 0 && first / kGroup < m_groups.size() && groupEnd <= behind &&
+                onRun(m_groups[first / kGroup], false)) {
+                first = groupEnd;
+            } else if (first % kNode == 0 && first / kNode < m_nodes.size() && nodeEnd <= behind &&
+                       onRun(m_nodes[first / kNode], m_leaves.empty())) {
                 first = nodeEnd;
             } else if (first % kLeaf == 0 && first / kLeaf < m_leaves.size() && leafEnd <= behind &&
                        onRun(m_leaves[first / kLeaf], !HasEntries())) {
@@ -67,6 +71,11 @@ public:
                 first = behind; // nothing so fine is left
             }
         }
+    }
+    /// The summary of the 64 entries to which one belongs; none while they are not complete.
+    const EntrySummary* LeafOf(std::size_t index) const
+    {
+        return index / kLeaf < m_leaves.size() ? &m_leaves[index / kLeaf] : nullptr;
     }
     /// Without entries, how many each of the finest summaries has, the last one excepted; and the first entry of the
     /// last of them that begins before a time, 0 if there is none.
@@ -82,9 +91,10 @@ public:
 
 private:
     void endLeaf();
+    std::size_t indexInLeaf(std::uint32_t time, std::size_t leaf) const;
 
     std::vector<PackedEntry> m_entries;
-    std::vector<EntrySummary> m_leaves, m_nodes;
+    std::vector<EntrySummary> m_leaves, m_nodes, m_groups;
     std::vector<EntrySums> m_sums; ///< of the nodes
     std::size_t m_size = 0;        ///< once it is finished
 };

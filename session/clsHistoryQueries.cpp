@@ -240,6 +240,7 @@ public:
             step(end);
             note();
         }
+        m_builder.End();
         m_columnBegin = end;
     }
 
@@ -272,11 +273,19 @@ private:
             return;
         }
         const clsEntryLevels& levels = m_history.levelsOf(block, m_exactly);
+        const bool isKept = &levels == &block.levels; // what was read again may go while the column is filled
         const std::size_t behind =
             isRest ? levels.Size() : levels.IndexOf(static_cast<std::uint32_t>(end - block.begin), m_at.index);
         const std::size_t known = levels.HasEntries() || isRest ? behind : lastRun(levels, behind);
         levels.Visit(
-            m_at.index, known, [this](std::span<const PackedEntry> entries) { m_builder.Add(entries); },
+            m_at.index, known,
+            [&](std::span<const PackedEntry> entries) {
+                constexpr std::size_t kLeaf = clsEntryLevels::kLeaf;
+                const auto first = static_cast<std::size_t>(entries.data() - levels.Entries().data());
+                const bool begins = first % kLeaf == 0, ends = (first + entries.size()) % kLeaf == 0;
+                const EntrySummary* leaf = isKept && begins != ends ? levels.LeafOf(first) : nullptr;
+                leaf != nullptr ? m_builder.AddPartOf(*leaf, entries, begins) : m_builder.Add(entries);
+            },
             [this](const EntrySummary& run, bool) {
                 m_builder.Add(run);
                 return true;
