@@ -76,74 +76,92 @@ void clsCurveSweep::prepare(const Raster& raster, const PlotGround& ground, std:
 
 void clsCurveSweep::collect(const clsCurveColumns& columns, const RowScale& scale, const Raster& raster)
 {
-    m_found.clear();
+    m_foundCount = 0;
+    m_begins.assign(static_cast<std::size_t>(m_height) + 2, 0);
     const std::span<const ColumnSpan> all = columns.Spans();
-    const auto height = static_cast<float>(m_height);
     for (std::size_t begin = 0, end = 0; begin < all.size(); begin = end) {
         for (end = begin + 1; end < all.size() && !all[end].beginsRun;) {
             ++end;
         }
         m_trace.Trace(all.subspan(begin, end - begin), scale, m_height);
-        const std::span<const float> tops = m_trace.Tops(), bottoms = m_trace.Bottoms();
+        cutIntoParts();
         const std::int32_t before = all[begin].column - columns.FirstColumn() - m_trace.Reach();
-        const std::int32_t first = std::max(-before, 0);
-        const std::int32_t behind = std::min(static_cast<std::int32_t>(tops.size()), m_width * kFine - before);
-        Edge top, bottom;
-        for (std::int32_t i = first; i < behind; ++i) {
-            const float upper = std::max(tops[static_cast<std::size_t>(i)], 0.0F);
-            const float lower = std::min(bottoms[static_cast<std::size_t>(i)], height);
-            if (upper < lower) {
-                const std::int32_t column = (before + i) / kFine;
-                const std::int32_t place = raster.columnStep < 0 ? m_width - 1 - column : column;
-                add(top, place, upper, 1);
-                add(bottom, place, lower, -1);
-            }
+        std::int32_t i = std::max(-before, 0);
+        const auto size = static_cast<std::int32_t>(m_tops.size());
+        const std::int32_t behind = std::min(size, m_width * kFine - before);
+        while (i < behind) {
+            const std::int32_t column = (before + i) / kFine;
+            const std::int32_t next = std::min((column + 1) * kFine - before, behind);
+            addColumn(raster.columnStep < 0 ? m_width - 1 - column : column, i, next);
+            i = next;
         }
-        this->end(top);
-        this->end(bottom);
     }
 }
 
-/// Fine columns mostly have their edges in the same row as their neighbours in the column of pixels.
-void clsCurveSweep::add(Edge& edge, std::int32_t column, float row, std::int32_t sign)
+/// The edges of the traced run within the picture, in parts of a row. Without any function in it, for millions of them.
+void clsCurveSweep::cutIntoParts()
 {
-    // Cut, not by a function: rows are not negative, and this is asked for each column of each frame.
-    constexpr float kHalf = 0.5F;
-    const float fine = row * static_cast<float>(kFineFull) + kHalf;
-    const auto parts = static_cast<std::int32_t>(fine);
+    constexpr float kHalf = 0.5F; // cut, not rounded: rows are not negative
+    constexpr auto kParts = static_cast<float>(kFineFull);
+    const std::span<const float> tops = m_trace.Tops(), bottoms = m_trace.Bottoms();
+    const auto height = static_cast<float>(m_height);
+    m_tops.resize(tops.size());
+    m_bottoms.resize(tops.size());
+    for (std::size_t i = 0; i < tops.size(); ++i) {
+        m_tops[i] = static_cast<std::int32_t>(std::max(tops[i], 0.0F) * kParts + kHalf);
+        m_bottoms[i] = static_cast<std::int32_t>(std::min(bottoms[i], height) * kParts + kHalf);
+    }
+    m_found.resize(std::max(m_found.size(), m_foundCount + 4 * tops.size())); // at most
+}
+
+/// The fine columns of a column of pixels.
+void clsCurveSweep::addColumn(std::int32_t column, std::int32_t first, std::int32_t behind)
+{
+    Edge top, bottom;
+    for (std::int32_t i = first; i < behind; ++i) {
+        const std::int32_t upper = m_tops[static_cast<std::size_t>(i)], lower = m_bottoms[static_cast<std::size_t>(i)];
+        if (upper < lower) {
+            add(top, column, upper, 1);
+            add(bottom, column, lower, -1);
+        }
+    }
+    end(top, column);
+    end(bottom, column);
+}
+
+/// Fine columns mostly have their edges in the same row as their neighbours in the column of pixels.
+inline void clsCurveSweep::add(Edge& edge, std::int32_t column, std::int32_t parts, std::int32_t sign)
+{
     const std::int32_t part = parts % kFineFull, whole = parts / kFineFull;
-    if (edge.row != whole || edge.column != column) {
-        end(edge);
-        edge = {whole, column, 0, 0};
+    if (edge.row != whole) {
+        end(edge, column);
+        edge = {whole, 0, 0};
     }
     edge.share += sign * (kFineFull - part);
     edge.rest += sign * part;
 }
 
-void clsCurveSweep::end(Edge& edge)
+inline void clsCurveSweep::end(const Edge& edge, std::int32_t column)
 {
-    change(edge.row, edge.column, edge.share);
-    change(edge.row + 1, edge.column, edge.rest);
+    change(edge.row, column, edge.share);
+    change(edge.row + 1, column, edge.rest);
 }
 
-void clsCurveSweep::change(std::int32_t row, std::int32_t column, std::int32_t share)
+inline void clsCurveSweep::change(std::int32_t row, std::int32_t column, std::int32_t share)
 {
     if (share != 0 && row < m_height) {
-        m_found.push_back({row, column, share});
+        m_found[m_foundCount++] = {row, column, share};
+        ++m_begins[static_cast<std::size_t>(row) + 2];
     }
 }
 
 void clsCurveSweep::sortChanges()
 {
-    m_begins.assign(static_cast<std::size_t>(m_height) + 2, 0);
-    for (const Change& change : m_found) {
-        ++m_begins[static_cast<std::size_t>(change.row) + 2];
-    }
     for (std::size_t row = 2; row < m_begins.size(); ++row) {
         m_begins[row] += m_begins[row - 1];
     }
-    m_changes.resize(m_found.size());
-    for (const Change& change : m_found) {
+    m_changes.resize(std::max(m_changes.size(), m_foundCount));
+    for (const Change& change : std::span(m_found).first(m_foundCount)) {
         m_changes[m_begins[static_cast<std::size_t>(change.row) + 1]++] = change;
     }
 }

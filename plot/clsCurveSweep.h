@@ -35,23 +35,27 @@ private:
     };
     /// The changes of an edge, which goes through a row and ends above the next one's bottom.
     struct Edge {
-        std::int32_t row = -1, column = 0, share = 0, rest = 0;
+        std::int32_t row = -1, share = 0, rest = 0;
     };
     enum class Filled : std::uint8_t { Unknown, Grid, Nothing, Partly, Wholly };
 
     void collect(const clsCurveColumns& columns, const RowScale& scale, const Raster& raster);
-    void add(Edge& edge, std::int32_t column, float row, std::int32_t sign);
+    void cutIntoParts();
+    void addColumn(std::int32_t column, std::int32_t first, std::int32_t behind);
+    void add(Edge& edge, std::int32_t column, std::int32_t parts, std::int32_t sign);
+    void end(const Edge& edge, std::int32_t column);
     void change(std::int32_t row, std::int32_t column, std::int32_t share);
-    void end(Edge& edge);
     void sortChanges();
     void prepare(const Raster& raster, const PlotGround& ground, std::uint32_t color);
     void takeChanges(std::int32_t row);
     void writeRow(std::uint32_t* pixels, std::int32_t row);
 
     clsPenTrace m_trace;
+    std::vector<std::int32_t> m_tops, m_bottoms; ///< of the traced run, in parts of a row: as many as a fine column has
     std::int32_t m_height = 0, m_width = 0;
     // What the curve changes, by row: those of a row end where the next one's begin.
-    std::vector<Change> m_found, m_changes;
+    std::vector<Change> m_found, m_changes; ///< with room for more
+    std::size_t m_foundCount = 0;
     std::vector<std::uint32_t> m_begins;
     // The row that is drawn: the sum of all changes down to it.
     std::vector<std::int32_t> m_shares;

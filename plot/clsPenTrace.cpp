@@ -23,24 +23,28 @@ void clsPenTrace::Trace(std::span<const ColumnSpan> run, const RowScale& scale, 
     const std::size_t size = run.size() + 2 * reach;
     m_rawTops.assign(size + 2 * reach, kNone);
     m_rawBottoms.assign(size + 2 * reach, -kNone);
+    const double least = -kOutside, most = height + kOutside;
     for (std::size_t i = 0; i < run.size(); ++i) {
         const double a = scale.offset + run[i].low * scale.rowsPerUnit;
         const double b = scale.offset + run[i].high * scale.rowsPerUnit;
-        // Clamped as doubles: a value millions of rows outside must not overflow the numbers below.
-        const double least = -kOutside;
-        const double most = height + kOutside;
-        m_rawTops[i + 2 * reach] = static_cast<float>(std::clamp(std::min(a, b), least, most));
-        m_rawBottoms[i + 2 * reach] = static_cast<float>(std::clamp(std::max(a, b), least, most));
+        // Clamped as doubles: a value millions of rows outside must not overflow the numbers below. Without branches,
+        // which nobody could foresee.
+        m_rawTops[i + 2 * reach] = static_cast<float>(std::min(std::max(std::min(a, b), least), most));
+        m_rawBottoms[i + 2 * reach] = static_cast<float>(std::min(std::max(std::max(a, b), least), most));
     }
     m_tops.assign(size, kNone);
     m_bottoms.assign(size, -kNone);
-    for (std::size_t shift = 0; shift <= 2 * reach; ++shift) {
-        const float up = m_reach[shift > reach ? shift - reach : reach - shift];
-        const float* rawTops = m_rawTops.data() + shift;
-        const float* rawBottoms = m_rawBottoms.data() + shift;
-        for (std::size_t i = 0; i < size; ++i) {
-            m_tops[i] = std::min(m_tops[i], rawTops[i] - up);
-            m_bottoms[i] = std::max(m_bottoms[i], rawBottoms[i] + up);
+    constexpr std::size_t kPiece = 512; // stays in the processor's nearest cache
+    for (std::size_t begin = 0; begin < size; begin += kPiece) {
+        const std::size_t end = std::min(begin + kPiece, size);
+        for (std::size_t shift = 0; shift <= 2 * reach; ++shift) {
+            const float up = m_reach[shift > reach ? shift - reach : reach - shift];
+            const float* rawTops = m_rawTops.data() + shift;
+            const float* rawBottoms = m_rawBottoms.data() + shift;
+            for (std::size_t i = begin; i < end; ++i) {
+                m_tops[i] = std::min(m_tops[i], rawTops[i] - up);
+                m_bottoms[i] = std::max(m_bottoms[i], rawBottoms[i] + up);
+            }
         }
     }
 }
