@@ -11,6 +11,7 @@
 #include "session/clsMarkKeeper.h"
 #include "session/clsMeasurementLoop.h"
 #include "session/clsRecorder.h"
+#include "session/clsWriteKeeper.h"
 #include "session/modPlayback.h"
 
 #include <chrono>
@@ -95,6 +96,9 @@ public:
 
     clsRVQ& Device() { return m_device; }
     const clsRVQ& Device() const { return m_device; }
+    /// Backups, the passport and the last write. Give it its places before the first connection.
+    clsWriteKeeper& Writes() { return m_writes; }
+    const clsWriteKeeper& Writes() const { return m_writes; }
     /// The operator's commands.
     clsMeasurementLoop& Loop() { return m_loop; }
     clsRecorder& Recorder() { return m_recorder; }
@@ -146,6 +150,7 @@ private:
     clsHistory m_history;
     std::unique_ptr<clsHistory> m_played; ///< the recording that is shown
     clsMarkKeeper m_marks{m_recorder};
+    clsWriteKeeper m_writes;
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;

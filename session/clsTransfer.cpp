@@ -50,8 +50,9 @@ std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorI
     return codes; // the echo parameters are never sent
 }
 
-clsTransfer::clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents)
-    : m_device(device), m_entry(entry), m_view(view), m_pumpEvents(std::move(pumpEvents))
+clsTransfer::clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents,
+                         clsWriteKeeper* keeper)
+    : m_device(device), m_entry(entry), m_view(view), m_pumpEvents(std::move(pumpEvents)), m_keeper(keeper)
 {}
 
 void clsTransfer::Download()
@@ -72,6 +73,26 @@ void clsTransfer::StoreInSensor()
 void clsTransfer::SetDefaults()
 {
     RunToEnd(SettingDefaults(), m_pumpEvents);
+}
+
+void clsTransfer::SendChosen(const ParameterSet& target, const std::vector<std::string>& codes)
+{
+    RunToEnd(SendingChosen(target, codes), m_pumpEvents);
+}
+
+void clsTransfer::UndoLast()
+{
+    RunToEnd(Undoing(), m_pumpEvents);
+}
+
+Operation<> clsTransfer::SendingChosen(const ParameterSet&, const std::vector<std::string>&)
+{
+    return running({TransferJob::Chosen});
+}
+
+Operation<> clsTransfer::Undoing()
+{
+    return running({TransferJob::Undo});
 }
 
 Operation<> clsTransfer::running(std::vector<TransferJob> jobs)

@@ -4,15 +4,21 @@
 
 #include "base/Operation.h"
 #include "sensor/modRVQComm.h"
+#include "session/WriteReport.h"
 #include "store/Configuration.h"
 #include "texts/TextId.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
-enum class TransferJob : std::uint8_t { Upload, Download, ReadBack, Store, Defaults };
+class clsWriteKeeper;
+
+/// `Chosen` sends some of a set's values, `Undo` those that lead back to the set before the last write.
+enum class TransferJob : std::uint8_t { Upload, Download, ReadBack, Store, Defaults, Chosen, Undo };
 
 /// The progress of a transfer.
 struct TransferProgress {
@@ -37,6 +43,10 @@ public:
     /// sensor disconnects and comes back.
     virtual void ShowFailure(TextId textId, TextId reasonTextId) = 0;
     virtual void ShowProgress(const TransferProgress& progress) = 0;
+    /// What has become of a write. It comes last, after the texts, and only with a keeper.
+    virtual void ShowReport(const WriteReport& report) = 0;
+    /// The set before a write cannot be saved as this file: whether to write nevertheless.
+    virtual bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) = 0;
     /// Asks in a box with Abort, Retry and Ignore. The box reports the failure, then the reason. It must close with
     /// Abort when the session ends.
     virtual FailureAnswer AskAboutFailure(TextId reasonTextId) = 0;
@@ -57,8 +67,11 @@ std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorI
 /// the sensor is running, or when the program ends.
 class clsTransfer {
 public:
-    /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer.
-    clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents);
+    /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer. With a keeper, every
+    /// write goes the full circle: the sensor's set is read and backed up before it, read again and compared after it,
+    /// reported to view and keeper, and can be undone. What the write itself sends, and says, stays the same.
+    clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents,
+                clsWriteKeeper* keeper = nullptr);
 
     /// Reads the sensor's set into the entry; a failure leaves the entry as it was.
     void Download();
@@ -72,11 +85,22 @@ public:
     /// Sets the sensor to its factory defaults ("000") and reads them back.
     void SetDefaults();
 
+    /// Sends the values that `target` has for the codes, in their order; other values of the sensor stay. The window's
+    /// fields stay as they are.
+    void SendChosen(const ParameterSet& target, const std::vector<std::string>& codes);
+    /// Sends what leads back to the set before the last write; does nothing when there is none for this sensor.
+    void UndoLast();
+    /// Ends an upload or the sending of chosen values after the value that is under way; the rest is not sent.
+    void Cancel() { m_isCancelled = true; }
+
     // The same as operations, for a session that is driven by ticks alone: one step after each tick.
     Operation<> Downloading() { return running({TransferJob::Download}); }
     Operation<> Uploading() { return running({TransferJob::Upload}); }
     Operation<> Storing() { return running({TransferJob::Store}); }
     Operation<> SettingDefaults() { return running({TransferJob::Defaults, TransferJob::ReadBack}); }
+
+    Operation<> SendingChosen(const ParameterSet& target, const std::vector<std::string>& codes);
+    Operation<> Undoing();
 
     bool IsBusy() const { return m_busy; }
 
@@ -95,6 +119,8 @@ private:
     Configuration& m_entry;
     TransferView& m_view;
     modRVQComm::PumpEvents m_pumpEvents;
+    clsWriteKeeper* m_keeper;
+    bool m_isCancelled = false;
     bool m_busy = false;
     std::int32_t m_opening = 0;     ///< the port's count of openings when the transfer began
     TextId m_reason = TextId::None; ///< why the last value was not accepted

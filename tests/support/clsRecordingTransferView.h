@@ -5,6 +5,7 @@
 #include "texts/TextId.h"
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -13,6 +14,8 @@ public:
     std::string told; ///< status texts, "!" for red, "!text:reason", "select", "fill" and "ask", in order
     std::deque<FailureAnswer> answers; ///< Abort when there are none left
     TransferProgress progress;
+    std::optional<WriteReport> report; ///< the last one
+    bool writesAnyway = true;          ///< without a backup
 
     std::string TakeTold() { return std::exchange(told, {}); }
     void ShowBusy(bool) override {}
@@ -20,6 +23,8 @@ public:
     void ShowFailed(bool failed) override { told += failed ? "! " : ""; }
     void ShowFailure(TextId id, TextId reason) override { told += "!" + number(id) + ":" + number(reason) + " "; }
     void ShowProgress(const TransferProgress& shown) override { progress = shown; }
+    void ShowReport(const WriteReport& shown) override { report = shown; }
+    bool MayWriteWithoutBackup(const std::filesystem::path&, std::error_code) override { return writesAnyway; }
     FailureAnswer AskAboutFailure(TextId reason) override
     {
         told += "ask " + number(reason) + " ";

@@ -82,7 +82,8 @@ void frmMain::mnuConfigurationRVQ_Click()
                               .help = m_help,
                               .programFolder = m_storage.programFolder,
                               .pumpEvents = PumpEvents,
-                              .tellUnkept = [this](const QString& message) { pnlMessages->ShowFailure(message); }});
+                              .tellUnkept = [this](const QString& message) { pnlMessages->ShowFailure(message); },
+                              .writes = &m_session.Writes()});
     m_inputBlock = std::make_unique<InputBlock>(*this, *m_settingsWindow);
     connect(m_settingsWindow.get(), &QDialog::finished, this, [this] { m_inputBlock.reset(); });
     m_settingsWindow->show();

@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QFrame>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -49,6 +50,7 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     auto* rows = new QVBoxLayout(&window);
     rows->addLayout(configuration);
     rows->addLayout(columns, 1);
+    rows->addWidget(buildUndoBar());
     rows->addLayout(buildStatus());
     rows->addLayout(buildButtons());
     SetTextIds(&window, TextId::TitleSettings);
@@ -205,16 +207,34 @@ QLabel* SettingsForm::mark(QGridLayout& grid, int row)
     return sign;
 }
 
+QWidget* SettingsForm::buildUndoBar()
+{
+    fraUndo = named<QFrame>("fraUndo");
+    lblUndo = named<QLabel>("lblUndo");
+    cmdUndo = named<QPushButton>("cmdUndo", TextId::ButtonUndo, TextId::ToolTipUndo);
+    auto* row = new QHBoxLayout(fraUndo);
+    row->addWidget(lblUndo, 1);
+    row->addWidget(cmdUndo);
+    fraUndo->hide();
+    return fraUndo;
+}
+
 QLayout* SettingsForm::buildStatus()
 {
     lblStatus = named<QLabel>("lblStatus");
     lblStatus->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may name a long path
+    lblReport = named<QLabel>("lblReport");
+    lblReport->setWordWrap(true);
+    lblReport->hide();
     lblUnstored = named<QLabel>("lblUnstored", TextId::CaptionUnstored);
     lblProgress = named<QLabel>("lblProgress");
     prgTransfer = named<QProgressBar>("prgTransfer");
     prgTransfer->setTextVisible(false);
     lblStatus->setMinimumHeight(prgTransfer->sizeHint().height()); // the row keeps its height
+    auto* rows = new QVBoxLayout;
     auto* row = new QHBoxLayout;
+    rows->addLayout(row);
+    rows->addWidget(lblReport);
     row->addWidget(lblStatus, 1);
     row->addWidget(lblUnstored);
     row->addWidget(lblProgress);
@@ -222,12 +242,14 @@ QLayout* SettingsForm::buildStatus()
     for (QWidget* widget : std::initializer_list<QWidget*>{lblUnstored, lblProgress, prgTransfer}) {
         widget->hide();
     }
-    return row;
+    return rows;
 }
 
 QLayout* SettingsForm::buildButtons()
 {
     auto* row = new QHBoxLayout;
+    cmdReview = named<QPushButton>("cmdReview", TextId::ButtonReview, TextId::ToolTipReview);
+    cmdCompare = named<QPushButton>("cmdCompare", TextId::ButtonCompare, TextId::ToolTipCompare);
     cmdDownload = named<QPushButton>("cmdDownload", TextId::ButtonDownload, TextId::ToolTipDownload);
     cmdUpload = named<QPushButton>("cmdUpload", TextId::ButtonUpload, TextId::ToolTipUpload);
     cmdSaveSettings = named<QPushButton>("cmdSaveSettings", TextId::ButtonStore, TextId::ToolTipStore);
@@ -236,7 +258,7 @@ QLayout* SettingsForm::buildButtons()
     cmdPrint = named<QPushButton>("cmdPrint", TextId::ButtonPrint, TextId::ToolTipPrint);
     cmdHelp = named<QPushButton>("cmdHelp", TextId::ButtonHelp);
     cmdClose = named<QPushButton>("cmdClose", TextId::ButtonClose);
-    for (QPushButton* button : {cmdDownload, cmdUpload, cmdSaveSettings, cmdSetDefaults}) {
+    for (QPushButton* button : {cmdReview, cmdDownload, cmdUpload, cmdSaveSettings, cmdSetDefaults, cmdCompare}) {
         row->addWidget(button);
     }
     row->addStretch(1);

@@ -13,6 +13,7 @@ class QGridLayout;
 class QGroupBox;
 class QCheckBox;
 class QComboBox;
+class QFrame;
 class QLabel;
 class QLayout;
 class QProgressBar;
@@ -49,6 +50,14 @@ protected:
     QLabel* lblUnstored = nullptr;
     QLabel* lblProgress = nullptr;
     QProgressBar* prgTransfer = nullptr;
+    /// What has become of the last write, in words.
+    QLabel* lblReport = nullptr;
+    /// The bar with the way back, after a write that has changed something.
+    QFrame* fraUndo = nullptr;
+    QLabel* lblUndo = nullptr;
+    QPushButton* cmdUndo = nullptr;
+    QPushButton* cmdReview = nullptr;
+    QPushButton* cmdCompare = nullptr;
     QPushButton* cmdLoad = nullptr;
     QPushButton* cmdSave = nullptr;
     QPushButton* cmdDelete = nullptr;
@@ -68,6 +77,7 @@ private:
     QGroupBox* buildSensorFrame();
     QGroupBox* buildFrame(const char* name, TextId id, SettingsSection section);
     QGroupBox* buildSwitchFrame();
+    QWidget* buildUndoBar();
     QLayout* buildStatus();
     QLayout* buildButtons();
     void addSection(QGridLayout& grid, SettingsSection section);

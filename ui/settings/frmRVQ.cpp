@@ -41,7 +41,7 @@ void takeDefaultType(Configuration& device, std::string_view defaultDevice)
 
 frmRVQ::frmRVQ(QWidget* owner, const Context& context)
     : QDialog(owner), m_context(context), m_decimalSeparator(DecimalSeparator()),
-      m_transfer(context.device, context.library.Device(), *this, context.pumpEvents)
+      m_transfer(context.device, context.library.Device(), *this, context.pumpEvents, context.writes)
 {
     setObjectName(QStringLiteral("frmRVQ"));
     BuildForm(*this, m_decimalSeparator);
@@ -118,6 +118,9 @@ void frmRVQ::connectControls()
     connectButton(cmdUpload, &frmRVQ::cmdUpload_Click);
     connectButton(cmdSaveSettings, &frmRVQ::cmdSaveSettings_Click);
     connectButton(cmdSetDefaults, &frmRVQ::cmdSetDefaults_Click);
+    connectButton(cmdReview, &frmRVQ::cmdReview_Click);
+    connectButton(cmdCompare, &frmRVQ::cmdCompare_Click);
+    connectButton(cmdUndo, &frmRVQ::cmdUndo_Click);
     connectButton(cmdPrint, &frmRVQ::cmdPrint_Click);
     connectButton(cmdHelp, &frmRVQ::cmdHelp_Click);
     connectButton(cmdClose, &frmRVQ::cmdClose_Click);
@@ -246,11 +249,12 @@ void frmRVQ::applyRule()
     for (const ParameterDef& row : ParameterTable()) {
         control[row]->setEnabled(rule.Controls[row]);
     }
-    for (QPushButton* button : {cmdUpload, cmdDownload, cmdSetDefaults, cmdSaveSettings}) {
+    for (QPushButton* button : {cmdReview, cmdUpload, cmdDownload, cmdSetDefaults, cmdSaveSettings, cmdUndo}) {
         button->setEnabled(rule.Transfer);
     }
     cmdDelete->setEnabled(rule.Delete);
-    for (QWidget* other : std::initializer_list<QWidget*>{cmbConfig, cmdLoad, cmdSave, cmdPrint, cmdHelp, cmdClose}) {
+    for (QWidget* other :
+         std::initializer_list<QWidget*>{cmbConfig, cmdLoad, cmdSave, cmdCompare, cmdPrint, cmdHelp, cmdClose}) {
         other->setEnabled(rule.Other);
     }
     ShowSwitches(m_serial);

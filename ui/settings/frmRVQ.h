@@ -39,6 +39,8 @@ public:
         modRVQComm::PumpEvents pumpEvents;
         /// Called with a text that says what could not be kept in "RVQ.ini".
         std::function<void(const QString&)> tellUnkept = {};
+        /// Backups, passport and the last write; null keeps none.
+        clsWriteKeeper* writes = nullptr;
     };
     using ChangedAnswer = RVQDialogs::ChangedAnswer;
     using Dialogs = RVQDialogs;
@@ -65,6 +67,8 @@ private:
     void ShowFailed(bool failed) override;
     void ShowFailure(TextId textId, TextId reasonTextId) override;
     void ShowProgress(const TransferProgress& progress) override;
+    void ShowReport(const WriteReport& report) override;
+    bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) override;
     FailureAnswer AskAboutFailure(TextId reasonTextId) override;
     void SelectDeviceEntry() override;
     void FillFromDeviceEntry() override;
@@ -106,6 +110,9 @@ private:
     void cmdUpload_Click();
     void cmdSaveSettings_Click();
     void cmdSetDefaults_Click();
+    void cmdReview_Click();
+    void cmdCompare_Click();
+    void cmdUndo_Click();
     void cmdPrint_Click();
     void cmdHelp_Click();
     void cmdClose_Click();

@@ -283,6 +283,13 @@ FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId)
     return Boxes.Failure(text(TextId::QuestionTransferFailure) + text(reasonTextId));
 }
 
+void frmRVQ::ShowReport(const WriteReport&) {}
+
+bool frmRVQ::MayWriteWithoutBackup(const std::filesystem::path&, std::error_code)
+{
+    return false;
+}
+
 void frmRVQ::SelectDeviceEntry()
 {
     FollowDevice();

@@ -1,0 +1,53 @@
+// Keeps what a write to the sensor must not lose: the set before it in a backup, the write itself in the sensor's
+// passport, and the last write for its undo. A transfer asks it before it writes and tells it afterwards.
+#pragma once
+
+#include "session/WriteReport.h"
+#include "store/Configuration.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+class clsWriteKeeper {
+public:
+    /// Where things are kept, and what a passport says about who wrote. An empty folder keeps nothing.
+    struct Places {
+        std::filesystem::path backups{};   ///< "BACKUP" in the program's folder
+        std::filesystem::path passports{}; ///< "PASSPORT" in the program's folder
+        std::string user{}, version{};     ///< UTF-8
+    };
+    void Keep(const Places& places) { m_places = places; }
+    const Places& Kept() const { return m_places; }
+
+    /// Saves the set of a sensor before it is written to, at the local time `now`. Returns the file; nothing, with the
+    /// reason in `why`, when it cannot be saved, and nothing without a reason when backups are not kept.
+    std::optional<std::filesystem::path> BackUp(const Configuration& before, double now, std::error_code& why);
+    /// Takes a finished write: into the passport, and as the one that Undo takes back.
+    void Note(const WriteReport& report, std::string_view port);
+    /// Takes what a connected sensor says of itself; another identity than before goes into its passport.
+    void NoteIdentity(const SensorIdentity& sensor, const ParameterSet& set, std::string_view port, double now);
+
+    /// The last write; null before the first one.
+    const WriteReport* Last() const { return m_last ? &*m_last : nullptr; }
+    /// The write that Undo takes back: the last one that has changed something in this sensor. Null when there is
+    /// none; dismissed by `ForgetUndo`.
+    const WriteReport* Undoable(std::string_view serialNo) const;
+    void ForgetUndo();
+    /// Changes with every note.
+    std::uint64_t Version() const { return m_version; }
+    /// Whether a single parameter of this sensor was changed in this session already, so that its set is backed up.
+    bool IsBackedUp(std::string_view serialNo) const { return m_backedUp == serialNo; }
+    /// Why the passport could not be written last; no error when it could.
+    std::error_code PassportFailure() const { return m_passportFailure; }
+
+private:
+    Places m_places;
+    std::optional<WriteReport> m_last, m_undo;
+    std::string m_backedUp; ///< serial number
+    std::uint64_t m_version = 0;
+    std::error_code m_passportFailure;
+};

@@ -1,0 +1,34 @@
+// Backups of a sensor's set: ordinary configurations in a folder for each serial number, named by date and time.
+#pragma once
+
+#include "store/Configuration.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace modBackup {
+
+/// One backup.
+struct Backup {
+    std::filesystem::path file{};
+    double time = 0.0; ///< local, days since 1899-12-30, from its name
+};
+
+/// The name of the folder or file of a serial number: what is no letter, digit, "-" or "_" becomes "_"; "unknown" when
+/// it is empty. One byte per character.
+std::string NameOf(std::string_view serialNo);
+
+/// Writes the set to `<folder>/<serial number>/<date and time>.rvq` at the local time `now`; never over another file.
+/// Nothing, with the reason in `why`, when that fails.
+std::optional<std::filesystem::path> Save(const Configuration& set, const std::filesystem::path& folder, double now,
+                                          std::error_code& why);
+/// The backups of a sensor, newest first. Files with other names are left out.
+std::vector<Backup> List(const std::filesystem::path& folder, std::string_view serialNo);
+/// Deletes all but the last one of each day among those that are older than a month.
+void Thin(const std::filesystem::path& folder, std::string_view serialNo, double now);
+
+} // namespace modBackup
