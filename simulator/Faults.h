@@ -22,6 +22,9 @@ struct Faults {
     double unplug = 0;
     double cutdump = 0;
     double announce = 0;
+    double forget = 0;
+    // Codes of one parameter each; empty: none.
+    std::string refused{}, ignored{}, rounded{};
 };
 
 struct FaultRow {
@@ -44,14 +47,28 @@ inline constexpr FaultRow kFaultRows[] = {
     {"unplug", &Faults::unplug, "chance per second that the line is pulled for 3 s"},
     {"cutdump", &Faults::cutdump, "chance that a configuration dump stops in its middle"},
     {"announce", &Faults::announce, "chance that \"RVQ ready\" breaks into an answer"},
+    {"forget", &Faults::forget, "chance per command that the stored values come back before it, unannounced"},
+};
+
+/// A fault of one parameter, given by its code.
+struct CodeFaultRow {
+    std::string_view name;
+    std::string Faults::*code;
+    std::string_view help;
+};
+
+inline constexpr CodeFaultRow kCodeFaultRows[] = {
+    {"refuse", &Faults::refused, "this parameter is refused, also 999 (store) and 000 (defaults)"},
+    {"ignore", &Faults::ignored, "this parameter is acknowledged but not taken, also 999 and 000"},
+    {"round", &Faults::rounded, "this parameter is acknowledged but rounded to tens"},
 };
 
 /// Whether an event with this rate happens now. A rate of 0 draws no random number, so a run without a fault stays the
 /// same whatever faults there are.
 bool Happens(double rate, std::mt19937_64& random);
 
-/// Sets one rate from "NAME=RATE" (0..1, decimal point whatever the locale). Returns an empty text, or a sentence that
-/// says what is wrong and leaves the faults as they were.
+/// Sets one rate from "NAME=RATE" (0..1, decimal point whatever the locale), or the code of a fault of one parameter
+/// from "NAME=CODE". Returns an empty text, or a sentence that says what is wrong and leaves the faults as they were.
 std::string ParseFault(std::string_view text, Faults& faults);
 
 } // namespace simulator

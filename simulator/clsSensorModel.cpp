@@ -15,6 +15,11 @@ constexpr std::size_t kWireLogLength = 1000;
 constexpr std::string_view kReady = "RVQ ready\r\n";
 constexpr std::int32_t kFactoryRateIndex = 3;
 
+std::int32_t roundedToTens(std::int32_t value)
+{
+    return (value + (value < 0 ? -5 : 5)) / 10 * 10;
+}
+
 std::size_t knownParameter(std::string_view code)
 {
     const auto place = FindParameter(code);
@@ -123,6 +128,9 @@ void clsSensorModel::SetParameter(std::string_view code, std::int32_t value)
 
 void clsSensorModel::execute(std::string_view command, double now_s)
 {
+    if (Happens(m_options.faults.forget, m_random)) {
+        LoseMemory();
+    }
     switch (command.front()) {
     case 'M':
         startMeasuring(now_s);
@@ -176,9 +184,13 @@ void clsSensorModel::executeFrame(std::string_view frame, double now_s)
 
 bool clsSensorModel::applyFrame(std::string_view code, std::string_view text)
 {
+    if (code == m_options.faults.refused) {
+        return false;
+    }
+    const bool isIgnored = code == m_options.faults.ignored;
     if (code == "999" || code == "000") {
-        if (!text.empty()) {
-            return false;
+        if (isIgnored || !text.empty()) {
+            return text.empty();
         }
         (code == "999" ? m_stored : m_current) = code == "999" ? m_current : FactoryValues();
         return true;
@@ -188,8 +200,8 @@ bool clsSensorModel::applyFrame(std::string_view code, std::string_view text)
         return false;
     }
     const auto value = ReadParameterText(kParameterRows[*place], text);
-    if (value) {
-        m_current[*place] = *value;
+    if (value && !isIgnored) {
+        m_current[*place] = code == m_options.faults.rounded ? roundedToTens(*value) : *value;
     }
     return value.has_value();
 }

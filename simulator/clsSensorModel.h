@@ -69,6 +69,8 @@ public:
     std::int32_t Parameter(std::string_view code) const;
     std::int32_t StoredParameter(std::string_view code) const;
     void SetParameter(std::string_view code, std::int32_t value);
+    /// The stored values come back, as after a restart, but nothing is announced.
+    void LoseMemory() { m_current = m_stored; }
 
     /// Replaces the scene by this distance, without noise; an empty value brings the scene back.
     void HoldDistance(std::optional<double> distance_mm) { m_heldDistance_mm = distance_mm; }

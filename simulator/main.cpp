@@ -82,6 +82,10 @@ void printHelp()
     for (const FaultRow& row : kFaultRows) {
         std::cout << "  " << std::left << std::setw(10) << row.name << " " << row.help << "\n";
     }
+    std::cout << "\nFaults of one parameter, given as NAME=CODE:\n";
+    for (const CodeFaultRow& row : kCodeFaultRows) {
+        std::cout << "  " << std::left << std::setw(10) << row.name << " " << row.help << "\n";
+    }
 }
 
 template <typename Number>
