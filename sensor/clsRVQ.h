@@ -261,6 +261,8 @@ public:
     /// What the sensor works with, as far as it has reported it.
     const ParameterSet& Parameters() const { return m_parameters; }
     const SensorIdentity& Identity() const { return m_identity; }
+    /// Whether the last dump held a value for the parameter; else `Parameters` has an older one.
+    bool IsInDump(const ParameterDef& row) const { return m_inDump[row]; }
 
 protected:
     // What the readers above return. Protected, not private: a test starts in the middle of a dialogue.
@@ -286,6 +288,7 @@ protected:
     bool m_unstoredChanges = false;
     ParameterSet m_parameters;
     SensorIdentity m_identity;
+    PerParameter<bool> m_inDump;
 
     void setRequest(std::string text);
 

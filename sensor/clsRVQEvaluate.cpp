@@ -332,6 +332,7 @@ void clsRVQ::readDump(std::string_view dump)
         m_tempStatus = Contains(m_sTemperature, "NOK") ? 0 : 1;
     }
     for (const ParameterDef& row : ParameterTable()) {
+        m_inDump[row] = false;
         if (row.group == ParameterGroup::EchoFilter && !HasEchoFilter(m_identity)) {
             continue;
         }
@@ -342,6 +343,7 @@ void clsRVQ::readDump(std::string_view dump)
         }
         if (const auto value = WholeNumber(DumpValue(dump, key))) {
             m_parameters.*row.value = *value;
+            m_inDump[row] = true;
         }
     }
     if (m_identity.DeviceType == kSerialType) {

@@ -42,6 +42,19 @@ private:
     clsRVQ& m_device;
 };
 
+/// Marks a question to the user for as long as it exists: no answer is expected from the sensor, so silence means
+/// nothing.
+class AskingScope {
+public:
+    explicit AskingScope(clsRVQ& device) : m_device(device) { device.Asking(true); }
+    ~AskingScope() { m_device.Asking(false); }
+    AskingScope(const AskingScope&) = delete;
+    AskingScope& operator=(const AskingScope&) = delete;
+
+private:
+    clsRVQ& m_device;
+};
+
 /// Starts continuous measurement.
 void StartMeasurement(clsRVQ& device);
 /// Stops continuous measurement; what is sent next waits for the pause that follows a stop.

@@ -15,11 +15,16 @@
 #include "texts/TextId.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
+
+class clsWriteCircle;
+class clsWriteKeeper;
 
 class clsMeasurementLoop {
 public:
@@ -36,6 +41,14 @@ public:
     /// Lets the front end handle its events for `kPass_ms` and returns the local time afterwards.
     using NextPass = std::function<double()>;
     static constexpr std::int32_t kPass_ms = 100;
+
+    /// From now on a changed setting goes the full circle: the sensor's set is backed up before the first one of a
+    /// session, and read and compared after each, while a measurement is still stopped for it. `keeper` must outlive
+    /// the loop.
+    void KeepWrites(clsWriteKeeper& keeper) { m_keeper = &keeper; }
+    /// Whether to change a setting although the set cannot be saved in this folder. When it is empty, the setting is
+    /// changed, and the report says that there is no backup.
+    std::function<bool(const std::filesystem::path& folder, std::error_code why)> MayChangeWithoutBackup;
 
     /// Lets the front end handle its events while a command waits for the answer to an idle poll; ticks continue
     /// meanwhile. When it is empty, commands do not wait.
@@ -125,6 +138,9 @@ private:
     void pollAfterSilentSingle();
     void askForUnit();
     Operation<bool> awaitingOpenAnswer(bool waits);
+    Operation<> changing(std::int32_t ParameterSet::*setting, std::int32_t value);
+    Operation<> changingInCircle(std::int32_t ParameterSet::*setting, std::int32_t value);
+    bool mayChange(clsWriteCircle& circle);
     void startStop(std::int32_t before);
     Operation<> requestingOne(int stepsPerPass);
     Operation<bool> passingUntilDistance(int stepsPerPass);
@@ -148,6 +164,7 @@ private:
     const modGlobals::Settings& m_settings;
     SessionListener& m_listener;
     char m_decimalSeparator;
+    clsWriteKeeper* m_keeper = nullptr;
 
     bool m_measuring = false;
     bool m_pollTemperature = false;

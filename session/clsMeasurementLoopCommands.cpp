@@ -1,6 +1,8 @@
 // What the operator's commands do to the dialogue with the sensor.
 #include "sensor/modRVQComm.h"
 #include "session/clsMeasurementLoop.h"
+#include "session/clsWriteCircle.h"
+#include "session/clsWriteKeeper.h"
 #include "texts/modFunctions.h"
 
 #include <utility>
@@ -181,18 +183,65 @@ Operation<> clsMeasurementLoop::ChangingSetting(std::int32_t ParameterSet::*sett
         isConnected = co_await waiting;
     }
     if (isConnected && m_device.CommStatus() != DialogueNone) {
-        const std::int32_t before = m_device.Parameters().*setting;
-        m_device.AssumeParameter(setting, value);
-        Operation<std::int32_t> changing = modRVQComm::ChangingParameter(m_device, std::string(RowOf(setting).code));
-        const std::int32_t verdict = co_await changing;
-        if (verdict != EventAcknowledged) {
-            m_device.AssumeParameter(setting, before);
-        }
+        Operation<> work = m_keeper == nullptr ? changing(setting, value) : changingInCircle(setting, value);
+        co_await work;
     }
     if (!m_device.Wait().Ended) {
         showSensorSettings();
         showRule();
     }
+}
+
+Operation<> clsMeasurementLoop::changing(std::int32_t ParameterSet::*setting, std::int32_t value)
+{
+    const std::int32_t before = m_device.Parameters().*setting;
+    m_device.AssumeParameter(setting, value);
+    Operation<std::int32_t> work = modRVQComm::ChangingParameter(m_device, std::string(RowOf(setting).code));
+    const std::int32_t verdict = co_await work;
+    if (verdict != EventAcknowledged) {
+        m_device.AssumeParameter(setting, before);
+    }
+}
+
+/// Sends the same, between stop and restart, and reads the sensor's set before the restart.
+Operation<> clsMeasurementLoop::changingInCircle(std::int32_t ParameterSet::*setting, std::int32_t value)
+{
+    const modRVQComm::WaitScope wait(m_device);
+    const std::int32_t opening = m_device.Openings();
+    const std::string code(RowOf(setting).code);
+    clsWriteCircle circle(m_device, WriteKind::Single);
+    ParameterSet values = m_device.Parameters();
+    values.*setting = value;
+    circle.Plan(values, {code});
+    // A question may have taken its time.
+    if (!mayChange(circle) || m_device.CommStatus() == DialogueNone || m_device.Openings() != opening) {
+        co_return;
+    }
+    const bool measuring = m_device.CommStatus() == DialogueMeasuring;
+    if (measuring) {
+        modRVQComm::StopMeasurement(m_device);
+    }
+    Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, values, code);
+    const std::int32_t verdict = co_await sending;
+    circle.Note(code, verdict);
+    Operation<bool> reading = circle.ReadingAfter();
+    co_await reading;
+    if (measuring && !m_device.Wait().Ended && m_device.PortIsOpen() && m_device.Openings() == opening) {
+        m_device.StartAfterVerdict(verdict);
+    }
+    const TextId silence = m_device.PortIsOpen() ? TextId::TransferNoResponse : TextId::StatusPortNotOpen;
+    const TextId unread = circle.IsContradictory() ? TextId::TransferContradictory : silence;
+    m_keeper->Note(circle.Report(verdict == EventRefused ? TextId::TransferInvalidCode : unread, false), circle.Port());
+}
+
+/// False when the operator does not want to do without a backup.
+bool clsMeasurementLoop::mayChange(clsWriteCircle& circle)
+{
+    if (circle.BackUp(*m_keeper) || !MayChangeWithoutBackup) {
+        return true;
+    }
+    const modRVQComm::AskingScope asking(m_device);
+    return MayChangeWithoutBackup(m_keeper->Kept().backups, circle.NoBackup()) && !m_device.Wait().Ended;
 }
 
 void clsMeasurementLoop::RequestSingleValue()

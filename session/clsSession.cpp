@@ -14,6 +14,7 @@ clsSession::clsSession(std::unique_ptr<SerialPort> port, const modGlobals::Setti
     m_recorder.Renamed = [this](const auto& from, const auto& to) { m_marks.Renamed(from, to); };
     m_marks.ChangePresent = [this](const MarkChange& change) { changeMarks(change); };
     m_recorder.Taking = [this](bool isFirst) { noteValues(isFirst); };
+    m_loop.KeepWrites(m_writes);
     m_listeners.Add(*this);
 }
 

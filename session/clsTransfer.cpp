@@ -85,8 +85,12 @@ void clsTransfer::UndoLast()
     RunToEnd(Undoing(), m_pumpEvents);
 }
 
-Operation<> clsTransfer::SendingChosen(const ParameterSet&, const std::vector<std::string>&)
+Operation<> clsTransfer::SendingChosen(const ParameterSet& target, const std::vector<std::string>& codes)
 {
+    if (!m_busy) {
+        m_target = target;
+        m_chosen = codes;
+    }
     return running({TransferJob::Chosen});
 }
 
@@ -118,20 +122,27 @@ Operation<> clsTransfer::running(std::vector<TransferJob> jobs)
     const modRVQComm::WaitScope wait(m_device);
     const bool measuring = m_device.CommStatus() == DialogueMeasuring;
     m_opening = m_device.Openings();
+    m_isCancelled = false;
+    m_reason = TextId::None;
     Operation<> waiting = modRVQComm::AwaitingOpenAnswer(m_device);
     co_await waiting;
     if (measuring && isSameSensor()) {
         modRVQComm::StopMeasurement(m_device);
     }
     bool finished = true;
-    for (const TransferJob job : jobs) {
-        Operation<bool> work = performing(job);
-        finished = co_await work;
-        if (!finished) {
-            break;
+    Operation<bool> beginning = beginningCircle(jobs.front());
+    if (co_await beginning) {
+        for (const TransferJob job : jobs) {
+            Operation<bool> work = performing(job);
+            finished = co_await work;
+            if (!finished) {
+                break;
+            }
         }
     }
-    if (measuring && finished && m_device.PortIsOpen() && isSameSensor()) {
+    Operation<> closing = closingCircle();
+    co_await closing;
+    if (measuring && finished && m_device.PortIsOpen() && isSameSensor() && !m_device.Wait().Ended) {
         modRVQComm::StartMeasurement(m_device);
     }
 }
@@ -148,7 +159,7 @@ Operation<bool> clsTransfer::performing(TransferJob job)
         co_await work;
         co_return !m_device.Wait().Ended;
     }
-    if (job == TransferJob::Upload) {
+    if (job == TransferJob::Upload || job == TransferJob::Chosen || job == TransferJob::Undo) {
         Operation<bool> work = sendingAll();
         if (!co_await work) {
             copySet(m_device, m_entry);
@@ -163,20 +174,25 @@ Operation<bool> clsTransfer::performing(TransferJob job)
     co_return !m_device.Wait().Ended;
 }
 
-/// False when the upload was aborted.
+/// False when the sending was aborted or cancelled.
 Operation<bool> clsTransfer::sendingAll()
 {
-    const std::vector<std::string_view> codes = UploadCodes(m_entry.Parameters, m_device.Identity());
+    const std::vector<std::string>& codes = m_circle->Codes();
     const auto steps = static_cast<std::int32_t>(codes.size()) + 1;
     for (std::size_t next = 0; next < codes.size();) {
+        if (m_isCancelled) {
+            m_reason = TextId::TransferCancelled;
+            co_return false;
+        }
         m_view.ShowProgress({static_cast<std::int32_t>(next) + 1, steps, ParameterOfCode(codes[next])->labelId});
-        Operation<FailureAnswer> sending = sendingOne(std::string(codes[next]));
+        Operation<FailureAnswer> sending = sendingOne(codes[next]);
         const FailureAnswer answer = co_await sending;
         switch (answer) {
         case FailureAnswer::Abort:
             co_return false;
         case FailureAnswer::Retry:
             next = 0;
+            m_circle->BeginAgain();
             break;
         case FailureAnswer::Ignore:
             ++next;
@@ -193,12 +209,14 @@ Operation<FailureAnswer> clsTransfer::sendingOne(std::string code)
 {
     const bool hadSome = m_device.UnstoredChanges();
     while (!m_device.Wait().Ended && isSameSensor()) {
-        Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_entry.Parameters, code);
+        m_circle->Watch();
+        Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_circle->Values(), code);
         const std::int32_t verdict = co_await sending;
+        m_circle->Note(code, verdict);
         if (verdict == EventAcknowledged) {
             co_return FailureAnswer::Ignore;
         }
-        const FailureAnswer answer = ask(verdict);
+        const FailureAnswer answer = ask(verdict, code);
         if (answer == FailureAnswer::Abort) {
             break;
         }
@@ -216,19 +234,20 @@ Operation<FailureAnswer> clsTransfer::sendingOne(std::string code)
     co_return FailureAnswer::Abort;
 }
 
-/// While the question is open no answer from the sensor is expected, so silence means nothing.
-FailureAnswer clsTransfer::ask(std::int32_t verdict)
+FailureAnswer clsTransfer::ask(std::int32_t verdict, const std::string& code)
 {
     if (m_device.Wait().Ended) {
         return FailureAnswer::Abort;
     }
-    struct Asking {
-        clsRVQ& device;
-        ~Asking() { device.Asking(false); }
-    } const asking{m_device};
-    m_device.Asking(true);
+    const modRVQComm::AskingScope asking(m_device);
     m_reason = verdict == EventNoAnswer ? whyNothingCame() : TextId::TransferInvalidCode;
-    return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextId::TransferNoResponse : TextId::TransferInvalidCode);
+    const ParameterDef* row = ParameterOfCode(code);
+    return m_view.AskAboutFailure(verdict == EventNoAnswer ? TextId::TransferNoResponse : TextId::TransferInvalidCode,
+                                  {.row = row,
+                                   .value = m_circle->Values().*row->value,
+                                   .isRefused = verdict != EventNoAnswer,
+                                   .sent = m_circle->Acknowledged(),
+                                   .total = m_circle->Codes().size()});
 }
 
 /// The port is closed, or it was closed and may now have another sensor behind it, or the sensor is silent.
@@ -251,22 +270,20 @@ Operation<> clsTransfer::readingSet(TransferJob job)
     if (m_device.Wait().Ended) {
         co_return;
     }
-    if (job != TransferJob::Upload) {
+    const bool isSent = job != TransferJob::Download && job != TransferJob::ReadBack;
+    if (!isSent) {
         m_view.ShowProgress({0, 0, TextId::TransferReading});
     }
-    m_device.ForgetEvents();
-    m_device.SendCommand(Request::Configuration);
-    Operation<std::int32_t> waiting = modRVQComm::AwaitingEvent(m_device, {EventConfiguration});
-    const std::int32_t event = co_await waiting;
-    if (event != EventConfiguration) {
-        if (job == TransferJob::Upload) {
+    Operation<bool> reading = readingDump(job);
+    if (!co_await reading) {
+        if (isSent) {
             copySet(m_device, m_entry);
         }
         if (job == TransferJob::ReadBack && !m_isTaken) {
             m_view.ShowFailed(true); // the front end already says that the command has failed
         } else if (!m_device.Wait().Ended) {
             m_view.ShowFailure(job == TransferJob::Download ? TextId::TransferNotRead : TextId::TransferNotReadBack,
-                               whyNothingCame());
+                               whyNotReadBack());
         }
         if (job == TransferJob::Download) {
             m_view.FillFromDeviceEntry();
@@ -274,10 +291,33 @@ Operation<> clsTransfer::readingSet(TransferJob job)
         co_return;
     }
     copySet(m_device, m_entry);
-    m_view.SelectDeviceEntry();
-    if (job != TransferJob::ReadBack) {
+    switch (job) {
+    case TransferJob::Chosen:
+        m_view.ShowStatusText(TextId::TransferChosenSent);
+        break;
+    case TransferJob::Undo:
+        m_view.ShowStatusText(TextId::TransferUndone);
+        break;
+    case TransferJob::ReadBack: // the command has said what it has done
+        m_view.SelectDeviceEntry();
+        break;
+    default:
+        m_view.SelectDeviceEntry();
         m_view.ShowStatusText(job == TransferJob::Download ? TextId::TransferDownloaded : TextId::TransferUploaded);
     }
+}
+
+/// True when the sensor's set has been read. With a keeper, what a write has left is read until it is beyond doubt.
+Operation<bool> clsTransfer::readingDump(TransferJob job)
+{
+    if (m_keeper != nullptr && job != TransferJob::Download) {
+        Operation<bool> reading = m_circle->ReadingAfter();
+        co_return co_await reading;
+    }
+    m_device.ForgetEvents();
+    m_device.SendCommand(Request::Configuration);
+    Operation<std::int32_t> waiting = modRVQComm::AwaitingEvent(m_device, {EventConfiguration});
+    co_return co_await waiting == EventConfiguration;
 }
 
 Operation<> clsTransfer::commanding(std::string code, TransferJob job)
@@ -286,8 +326,14 @@ Operation<> clsTransfer::commanding(std::string code, TransferJob job)
     m_view.ShowProgress({0, 0, store ? TextId::TransferStoring : TextId::TransferSettingDefaults});
     m_isTaken = false;
     if (isSameSensor()) {
-        Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_entry.Parameters, std::move(code));
-        m_isTaken = co_await sending == EventAcknowledged;
+        m_circle->Watch();
+        Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_entry.Parameters, code);
+        const std::int32_t verdict = co_await sending;
+        m_circle->Note(code, verdict);
+        m_isTaken = verdict == EventAcknowledged;
+        if (!m_isTaken) {
+            m_reason = verdict == EventNoAnswer ? whyNothingCame() : TextId::TransferInvalidCode;
+        }
     }
     m_view.ShowFailed(!m_isTaken);
     if (m_isTaken) {

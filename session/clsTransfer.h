@@ -5,11 +5,13 @@
 #include "base/Operation.h"
 #include "sensor/modRVQComm.h"
 #include "session/WriteReport.h"
+#include "session/clsWriteCircle.h"
 #include "store/Configuration.h"
 #include "texts/TextId.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -43,13 +45,14 @@ public:
     /// sensor disconnects and comes back.
     virtual void ShowFailure(TextId textId, TextId reasonTextId) = 0;
     virtual void ShowProgress(const TransferProgress& progress) = 0;
-    /// What has become of a write. It comes last, after the texts, and only with a keeper.
+    /// What has become of a write. It comes last, after the texts, once the keeper has noted it, and only with a
+    /// keeper. It must not wait: the measurement goes on afterwards.
     virtual void ShowReport(const WriteReport& report) = 0;
     /// The set before a write cannot be saved as this file: whether to write nevertheless.
     virtual bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) = 0;
-    /// Asks in a box with Abort, Retry and Ignore. The box reports the failure, then the reason. It must close with
-    /// Abort when the session ends.
-    virtual FailureAnswer AskAboutFailure(TextId reasonTextId) = 0;
+    /// Asks in a box with Abort, Retry and Ignore. The box reports the failure, then the reason; `failure` says which
+    /// value it is about and how far the sending has come. It must close with Abort when the session ends.
+    virtual FailureAnswer AskAboutFailure(TextId reasonTextId, const TransferFailure& failure) = 0;
     /// Selects the device entry's line as the user would: its values are shown, `cmdDelete` follows.
     virtual void SelectDeviceEntry() = 0;
     /// Selects the line without these effects, and fills the fields from the device entry.
@@ -62,14 +65,17 @@ public:
 /// logic of both switches is always sent.
 std::vector<std::string_view> UploadCodes(const ParameterSet& set, const SensorIdentity& sensor);
 
-/// Each of the four acts returns when it has ended, successfully or not; `pumpEvents` passes the time. A running
+/// Each act returns when it has ended, successfully or not; `pumpEvents` passes the time. A running
 /// measurement is stopped before and restarted afterwards. An act does nothing while another act or any other wait for
 /// the sensor is running, or when the program ends.
 class clsTransfer {
 public:
     /// `entry` is the sensor's entry in the list of configurations. All must outlive the transfer. With a keeper, every
     /// write goes the full circle: the sensor's set is read and backed up before it, read again and compared after it,
-    /// reported to view and keeper, and can be undone. What the write itself sends, and says, stays the same.
+    /// reported to view and keeper, and can be undone. What the write itself sends, and says, stays the same. Nothing
+    /// is written without the consent of the view when the backup fails, nor when another sensor answers than the one
+    /// that was known. A set that cannot be read before the write is taken as last reported. After a write the entry
+    /// has what was read back, however it has ended.
     clsTransfer(clsRVQ& device, Configuration& entry, TransferView& view, modRVQComm::PumpEvents pumpEvents,
                 clsWriteKeeper* keeper = nullptr);
 
@@ -85,10 +91,11 @@ public:
     /// Sets the sensor to its factory defaults ("000") and reads them back.
     void SetDefaults();
 
-    /// Sends the values that `target` has for the codes, in their order; other values of the sensor stay. The window's
-    /// fields stay as they are.
+    /// Sends the values that `target` has for the codes, in the order of an upload; other values of the sensor stay.
+    /// Codes without a value to send are left out. The window's fields stay as they are; the rest is as with `Upload`.
     void SendChosen(const ParameterSet& target, const std::vector<std::string>& codes);
-    /// Sends what leads back to the set before the last write; does nothing when there is none for this sensor.
+    /// Sends what leads back to the set before the last write, as `SendChosen` does; does nothing when there is no such
+    /// write to this sensor. When the sensor has these values already, nothing is sent and that write is forgotten.
     void UndoLast();
     /// Ends an upload or the sending of chosen values after the value that is under way; the rest is not sent.
     void Cancel() { m_isCancelled = true; }
@@ -110,16 +117,27 @@ private:
     Operation<bool> sendingAll();
     Operation<FailureAnswer> sendingOne(std::string code);
     Operation<> readingSet(TransferJob job);
+    Operation<bool> readingDump(TransferJob job);
     Operation<> commanding(std::string code, TransferJob job);
-    FailureAnswer ask(std::int32_t verdict);
+    FailureAnswer ask(std::int32_t verdict, const std::string& code);
     bool isSameSensor() const;
     TextId whyNothingCame() const;
+
+    // What goes around a write; clsTransferCircle.cpp.
+    Operation<bool> beginningCircle(TransferJob job);
+    bool isPlanned(TransferJob job);
+    bool mayWrite();
+    Operation<> closingCircle();
+    TextId whyNotReadBack() const;
 
     clsRVQ& m_device;
     Configuration& m_entry;
     TransferView& m_view;
     modRVQComm::PumpEvents m_pumpEvents;
     clsWriteKeeper* m_keeper;
+    ParameterSet m_target;             ///< of chosen values
+    std::vector<std::string> m_chosen; ///< codes
+    std::optional<clsWriteCircle> m_circle;
     bool m_isCancelled = false;
     bool m_busy = false;
     std::int32_t m_opening = 0;     ///< the port's count of openings when the transfer began

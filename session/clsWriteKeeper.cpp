@@ -2,6 +2,28 @@
 
 #include "store/modBackup.h"
 
+#include <algorithm>
+
+namespace {
+
+/// Whether the write has changed what the sensor works with. When nothing could be read back, every value that may have
+/// reached it counts.
+bool hasChanged(const WriteReport& report)
+{
+    if (!report.isSameSensor) {
+        return false;
+    }
+    if (report.isReadBack) {
+        return report.before != report.after;
+    }
+    const bool mayBe = std::ranges::any_of(report.values, [](const ValueReport& value) {
+        return value.outcome == ValueOutcome::Unknown || value.outcome == ValueOutcome::Unanswered;
+    });
+    return mayBe || report.kind == WriteKind::Defaults;
+}
+
+} // namespace
+
 std::optional<std::filesystem::path> clsWriteKeeper::BackUp(const Configuration& before, double now,
                                                             std::error_code& why)
 {
@@ -9,9 +31,19 @@ std::optional<std::filesystem::path> clsWriteKeeper::BackUp(const Configuration&
     if (m_places.backups.empty()) {
         return {};
     }
-    std::optional<std::filesystem::path> file = modBackup::Save(before, m_places.backups, now, why);
-    if (file) {
-        m_backedUp = before.Identity.SerialNo;
+    return modBackup::Save(before, m_places.backups, now, why);
+}
+
+std::optional<std::filesystem::path> clsWriteKeeper::BackUpFirst(const Configuration& before, double now,
+                                                                 std::error_code& why)
+{
+    why = {};
+    if (IsBackedUp(before.Identity.SerialNo)) {
+        return {};
+    }
+    std::optional<std::filesystem::path> file = BackUp(before, now, why);
+    if (!why) {
+        m_backedUp.insert(before.Identity.SerialNo);
     }
     return file;
 }
@@ -19,7 +51,9 @@ std::optional<std::filesystem::path> clsWriteKeeper::BackUp(const Configuration&
 void clsWriteKeeper::Note(const WriteReport& report, std::string_view)
 {
     m_last = report;
-    m_undo = report;
+    if (hasChanged(report)) {
+        m_undo[report.serialNo] = report;
+    }
     ++m_version;
 }
 
@@ -27,11 +61,12 @@ void clsWriteKeeper::NoteIdentity(const SensorIdentity&, const ParameterSet&, st
 
 const WriteReport* clsWriteKeeper::Undoable(std::string_view serialNo) const
 {
-    return m_undo && m_undo->serialNo == serialNo ? &*m_undo : nullptr;
+    const auto undo = m_undo.find(serialNo);
+    return undo == m_undo.end() ? nullptr : &undo->second;
 }
 
-void clsWriteKeeper::ForgetUndo()
+void clsWriteKeeper::ForgetUndo(std::string_view serialNo)
 {
-    m_undo.reset();
+    std::erase_if(m_undo, [&](const auto& undo) { return serialNo.empty() || undo.first == serialNo; });
     ++m_version;
 }

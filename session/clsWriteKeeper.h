@@ -7,7 +7,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -26,6 +29,9 @@ public:
     /// Saves the set of a sensor before it is written to, at the local time `now`. Returns the file; nothing, with the
     /// reason in `why`, when it cannot be saved, and nothing without a reason when backups are not kept.
     std::optional<std::filesystem::path> BackUp(const Configuration& before, double now, std::error_code& why);
+    /// The same before a single value is changed: only before the first one of this session for each sensor. Returns
+    /// nothing, without a reason, before the others.
+    std::optional<std::filesystem::path> BackUpFirst(const Configuration& before, double now, std::error_code& why);
     /// Takes a finished write: into the passport, and as the one that Undo takes back.
     void Note(const WriteReport& report, std::string_view port);
     /// Takes what a connected sensor says of itself; another identity than before goes into its passport.
@@ -33,21 +39,24 @@ public:
 
     /// The last write; null before the first one.
     const WriteReport* Last() const { return m_last ? &*m_last : nullptr; }
-    /// The write that Undo takes back: the last one that has changed something in this sensor. Null when there is
-    /// none; dismissed by `ForgetUndo`.
+    /// The write that Undo takes back: the last one that has changed something in this sensor, or may have. An undo is
+    /// such a write itself. Storing changes nothing that the sensor works with, so the write before it stays, as it
+    /// does when the sensor is disconnected or restarts. Null when there is none.
     const WriteReport* Undoable(std::string_view serialNo) const;
-    void ForgetUndo();
+    /// Dismisses it; for every sensor when no number is given.
+    void ForgetUndo(std::string_view serialNo = {});
     /// Changes with every note.
     std::uint64_t Version() const { return m_version; }
     /// Whether a single parameter of this sensor was changed in this session already, so that its set is backed up.
-    bool IsBackedUp(std::string_view serialNo) const { return m_backedUp == serialNo; }
+    bool IsBackedUp(std::string_view serialNo) const { return m_backedUp.contains(serialNo); }
     /// Why the passport could not be written last; no error when it could.
     std::error_code PassportFailure() const { return m_passportFailure; }
 
 private:
     Places m_places;
-    std::optional<WriteReport> m_last, m_undo;
-    std::string m_backedUp; ///< serial number
+    std::optional<WriteReport> m_last;
+    std::map<std::string, WriteReport, std::less<>> m_undo; ///< by serial number
+    std::set<std::string, std::less<>> m_backedUp;          ///< serial numbers
     std::uint64_t m_version = 0;
     std::error_code m_passportFailure;
 };

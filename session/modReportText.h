@@ -9,10 +9,16 @@
 
 namespace modReportText {
 
-/// One sentence: "Factory defaults applied, 14 values changed." or "Sent and verified: 1 value." "Verified" only when
+/// One sentence: "Factory defaults applied, 14 values changed." or "1 value sent and verified." "Verified" only when
 /// nothing differs.
-std::string Summary(const WriteReport& report, std::int32_t language);
-/// One line for each parameter that is not as it should be, or not stored yet: name, code, values with units.
+std::string Summary(const WriteReport& report, std::int32_t language, char decimalSeparator = '.');
+/// One line for each parameter that is not as it should be: name, code, values with units; without the one that
+/// `Summary` names. Then what was lost, and what is not stored or backed up.
 std::vector<std::string> Lines(const WriteReport& report, char decimalSeparator, std::int32_t language);
+
+/// "Offset (701)".
+std::string NameAndCode(const ParameterDef& row, std::int32_t language);
+/// What has failed, without a full stop: "Data Format (101) = ASCII+UNIT was refused; 3 of 25 sent, 22 not".
+std::string Refusal(const TransferFailure& failure, std::int32_t language, char decimalSeparator);
 
 } // namespace modReportText

@@ -14,6 +14,7 @@ public:
     std::string told; ///< status texts, "!" for red, "!text:reason", "select", "fill" and "ask", in order
     std::deque<FailureAnswer> answers; ///< Abort when there are none left
     TransferProgress progress;
+    TransferFailure failure;           ///< the last one that was asked about
     std::optional<WriteReport> report; ///< the last one
     bool writesAnyway = true;          ///< without a backup
 
@@ -25,8 +26,9 @@ public:
     void ShowProgress(const TransferProgress& shown) override { progress = shown; }
     void ShowReport(const WriteReport& shown) override { report = shown; }
     bool MayWriteWithoutBackup(const std::filesystem::path&, std::error_code) override { return writesAnyway; }
-    FailureAnswer AskAboutFailure(TextId reason) override
+    FailureAnswer AskAboutFailure(TextId reason, const TransferFailure& shown) override
     {
+        failure = shown;
         told += "ask " + number(reason) + " ";
         answers.push_back(FailureAnswer::Abort);
         const FailureAnswer answer = answers.front();

@@ -275,7 +275,7 @@ void frmRVQ::ShowProgress(const TransferProgress& progress)
     prgTransfer->show();
 }
 
-FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId)
+FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure&)
 {
     if (m_unloading) {
         return FailureAnswer::Abort;
