@@ -221,6 +221,7 @@ Operation<> clsMeasurementLoop::changingInCircle(std::int32_t ParameterSet::*set
     if (measuring) {
         modRVQComm::StopMeasurement(m_device);
     }
+    circle.Watch();
     Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, values, code);
     const std::int32_t verdict = co_await sending;
     circle.Note(code, verdict);
@@ -231,7 +232,10 @@ Operation<> clsMeasurementLoop::changingInCircle(std::int32_t ParameterSet::*set
     }
     const TextId silence = m_device.PortIsOpen() ? TextId::TransferNoResponse : TextId::StatusPortNotOpen;
     const TextId unread = circle.IsContradictory() ? TextId::TransferContradictory : silence;
-    m_keeper->Note(circle.Report(verdict == EventRefused ? TextId::TransferInvalidCode : unread, false), circle.Port());
+    const WriteReport report = circle.Report(verdict == EventRefused ? TextId::TransferInvalidCode : unread, false);
+    if (circle.IsSent()) {
+        m_keeper->Note(report, circle.Port());
+    }
 }
 
 /// False when the operator does not want to do without a backup.

@@ -31,7 +31,7 @@ clsWriteCircle::clsWriteCircle(clsRVQ& device, WriteKind kind)
       m_wasUnstored(device.UnstoredChanges()), m_holdsUnstored(m_wasUnstored)
 {
     m_report.kind = kind;
-    m_report.before = device.Parameters();
+    m_report.before = m_fresh = device.Parameters();
     m_report.serialNo = m_sensor.SerialNo;
 }
 
@@ -48,10 +48,13 @@ Operation<bool> clsWriteCircle::ReadingBefore()
     }
     m_report.isSameSensor = m_sensor.SerialNo.empty() || dump->serialNo == m_sensor.SerialNo;
     if (m_report.isSameSensor) {
-        m_report.before = dump->set;
+        m_fresh = dump->set;
+        // What is to be stored is what the operator knows of. A sensor that has lost it must not store without a word.
+        m_report.before = m_report.kind == WriteKind::Store && !m_sensor.SerialNo.empty() ? m_report.before : m_fresh;
         m_report.serialNo = dump->serialNo;
         m_sensor = m_device.Identity();
-        m_wasUnstored = m_holdsUnstored = m_device.UnstoredChanges();
+        Watch();
+        m_wasUnstored = m_holdsUnstored;
     }
     co_return true;
 }
@@ -87,14 +90,13 @@ Operation<std::optional<clsWriteCircle::Dump>> clsWriteCircle::reading(std::opti
         Operation<std::int32_t> waiting = modRVQComm::AwaitingEvent(m_device, {EventConfiguration});
         if (co_await waiting != EventConfiguration) {
             ++timeOuts;
-            continue;
+            Operation<bool> late = awaitingLateDump();
+            if (!co_await late) {
+                continue;
+            }
         }
         const Dump dump = takeDump();
         m_hasSeenOther = m_hasSeenOther || dump.serialNo != m_sensor.SerialNo;
-        if (timeOuts > 0) {
-            Operation<> late = awaitingLateDump();
-            co_await late;
-        }
         if (isAsExpected(dump, expected) || last == dump) {
             co_return dump;
         }
@@ -104,13 +106,19 @@ Operation<std::optional<clsWriteCircle::Dump>> clsWriteCircle::reading(std::opti
     co_return std::nullopt;
 }
 
-/// The answer to a request that was given up may still come, and would be taken for the answer to the next command.
-Operation<> clsWriteCircle::awaitingLateDump()
+/// The answer to a request that was given up may still come. It would be taken for the answer to the next command.
+Operation<bool> clsWriteCircle::awaitingLateDump()
 {
     const modRVQComm::AskingScope silenceIsNoFailure(m_device);
-    for (int i = 0; i < kLateSteps && m_device.TakeEvent() != EventConfiguration && !m_device.Wait().Ended; ++i) {
+    for (int i = 0; i < kLateSteps && m_device.PortIsOpen() && !m_device.Wait().Ended; ++i) {
         co_await NextStep{};
+        while (const auto event = m_device.TakeEvent()) {
+            if (*event == EventConfiguration) {
+                co_return true;
+            }
+        }
     }
+    co_return false;
 }
 
 clsWriteCircle::Dump clsWriteCircle::takeDump() const
@@ -119,7 +127,7 @@ clsWriteCircle::Dump clsWriteCircle::takeDump() const
     for (const ParameterDef& row : ParameterTable()) {
         dump.hasValue[row] = m_device.IsInDump(row);
         if (!dump.hasValue[row]) {
-            dump.set.*row.value = m_report.before.*row.value; // the device may have a value that was only sent
+            dump.set.*row.value = m_fresh.*row.value; // the device may have a value that was only sent
         }
     }
     return dump;
@@ -140,7 +148,7 @@ std::optional<ParameterSet> clsWriteCircle::expectedAfter() const
     if (verdictOf("000") == EventAcknowledged) {
         return std::nullopt;
     }
-    ParameterSet expected = m_report.before;
+    ParameterSet expected = m_fresh;
     for (const auto& [code, verdict] : m_verdicts) {
         if (const ParameterDef* row = ParameterOfCode(code); row != nullptr && verdict == EventAcknowledged) {
             expected.*row->value = sentValue(*row, m_values.*row->value);
@@ -158,7 +166,7 @@ void clsWriteCircle::Plan(const ParameterSet& values, std::vector<std::string> c
 bool clsWriteCircle::BackUp(clsWriteKeeper& keeper)
 {
     Configuration before;
-    before.Parameters = m_report.before;
+    before.Parameters = m_fresh;
     before.Identity = m_sensor;
     const double now = m_device.CurrentTime();
     const auto file = m_report.kind == WriteKind::Single ? keeper.BackUpFirst(before, now, m_report.noBackup)
@@ -172,10 +180,14 @@ void clsWriteCircle::Watch()
 {
     m_hasRestarted = m_hasRestarted || (m_holdsUnstored && !m_device.UnstoredChanges());
     m_holdsUnstored = m_device.UnstoredChanges();
+    m_mayReach = m_device.PortIsOpen();
 }
 
 void clsWriteCircle::Note(std::string_view code, std::int32_t verdict)
 {
+    if (verdict == EventNoAnswer && !m_mayReach) {
+        return; // it was not even sent
+    }
     if (verdict == EventAcknowledged) {
         m_holdsUnstored = m_device.UnstoredChanges(); // also right after "999"
     } else {

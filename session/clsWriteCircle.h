@@ -27,6 +27,8 @@ public:
     // in succession are the same, three times at most. They do not read when the port is closed.
 
     /// Reads the state before the write. False when nothing trustworthy has come; the dialogue then is where it was.
+    /// For a store, the report's state before stays what the device reported last: a sensor that has lost it meanwhile
+    /// stores something else than the operator knows of.
     Operation<bool> ReadingBefore();
     /// Reads the state after it. Another sensor's answer counts as read, with `IsSameSensor` false.
     Operation<bool> ReadingAfter();
@@ -37,14 +39,14 @@ public:
     const std::vector<std::string>& Codes() const { return m_codes; }
     /// Saves the state before. False when that fails; `NoBackup` and the report then have the reason.
     bool BackUp(clsWriteKeeper& keeper);
-    /// Looks for a restart of the sensor; call it before each frame.
+    /// Looks for a restart of the sensor, and at the port; call it before each frame.
     void Watch();
     /// Takes the verdict on a frame.
     void Note(std::string_view code, std::int32_t verdict);
     /// All frames are sent again from the first one.
     void BeginAgain() { m_verdicts.clear(); }
 
-    const ParameterSet& Before() const { return m_report.before; }
+    const ParameterSet& Before() const { return m_fresh; }
     const std::string& SerialNo() const { return m_report.serialNo; }
     std::string Port() const { return "COM " + std::to_string(m_device.CommComPort()); }
     std::error_code NoBackup() const { return m_report.noBackup; }
@@ -62,12 +64,12 @@ public:
 private:
     struct Dump {
         std::string serialNo;
-        ParameterSet set;            ///< with the state before where the dump has nothing
+        ParameterSet set;            ///< with the set before where the dump has nothing
         PerParameter<bool> hasValue; ///< in the dump
         bool operator==(const Dump&) const = default;
     };
     Operation<std::optional<Dump>> reading(std::optional<ParameterSet> expected);
-    Operation<> awaitingLateDump();
+    Operation<bool> awaitingLateDump();
     Dump takeDump() const;
     bool isAsExpected(const Dump& dump, const std::optional<ParameterSet>& expected) const;
     std::optional<ParameterSet> expectedAfter() const;
@@ -86,6 +88,7 @@ private:
     SensorIdentity m_sensor; ///< that is written to
     std::int32_t m_opening;  ///< of the port, at the begin
     WriteReport m_report;
+    ParameterSet m_fresh; ///< as read before the write
     ParameterSet m_values{};
     std::vector<std::string> m_codes;
     std::vector<std::pair<std::string, std::int32_t>> m_verdicts; ///< the last one on each frame that was sent
@@ -96,4 +99,5 @@ private:
     bool m_wasUnstored;          ///< before the write the sensor worked with values that were not stored
     bool m_holdsUnstored;        ///< the same now, unless it restarts
     bool m_hasRestarted = false;
+    bool m_mayReach = true; ///< the port was open when the last frame was sent
 };

@@ -23,6 +23,7 @@ struct Faults {
     double cutdump = 0;
     double announce = 0;
     double forget = 0;
+    double falsedump = 0;
     // Codes of one parameter each; empty: none.
     std::string refused{}, ignored{}, rounded{};
 };
@@ -48,6 +49,7 @@ inline constexpr FaultRow kFaultRows[] = {
     {"cutdump", &Faults::cutdump, "chance that a configuration dump stops in its middle"},
     {"announce", &Faults::announce, "chance that \"RVQ ready\" breaks into an answer"},
     {"forget", &Faults::forget, "chance per command that the stored values come back before it, unannounced"},
+    {"falsedump", &Faults::falsedump, "chance that one digit of a configuration dump is another one"},
 };
 
 /// A fault of one parameter, given by its code.

@@ -153,6 +153,9 @@ void clsSensorModel::execute(std::string_view command, double now_s)
         if (Happens(m_options.faults.cutdump, m_random)) {
             text.resize(text.size() / 2);
         }
+        if (Happens(m_options.faults.falsedump, m_random)) {
+            falsify(text);
+        }
         answer(std::move(text), now_s);
         break;
     }
@@ -235,6 +238,17 @@ std::string clsSensorModel::dump() const
         text += ": " + std::to_string(m_current[i]) + "\r\n";
     }
     return text + "end\r\n";
+}
+
+/// Another digit in a value of the list of parameters.
+void clsSensorModel::falsify(std::string& dump)
+{
+    std::vector<std::size_t> digits;
+    for (std::size_t at = dump.find("\r\n101: "); (at = dump.find(": ", at)) != std::string::npos; ++at) {
+        digits.push_back(dump.find_first_of("0123456789", at));
+    }
+    char& digit = dump[digits[std::uniform_int_distribution<std::size_t>(0, digits.size() - 1)(m_random)]];
+    digit = static_cast<char>('0' + (digit - '0' + 1) % 10);
 }
 
 bool clsSensorModel::isTemperatureGood() const

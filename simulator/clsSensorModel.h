@@ -101,6 +101,7 @@ private:
 
     void answer(std::string text, double now_s);
     std::string dump() const;
+    void falsify(std::string& dump);
     bool isTemperatureGood() const;
     bool hasParameter(const ParameterRow& row) const;
     Format format() const;

@@ -1,0 +1,7 @@
+#include "session/modReportText.h"
+#include "texts/modFunctions.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+} // namespace
