@@ -48,7 +48,7 @@ enum Event : std::int32_t {
 //   no dialogue (0)
 //   announcement                   0 -> C                               0 -> C
 //   dump, whole                    4, idle; buffer, request discarded   as early
-//   dump, begun                    0                                    -1, given up
+//   dump, begun                    0                                    -1, given up; 0 while the user is asked
 //   temperature in text            3; ends T; the state stays           as early
 //   " C," without the rest         0                                    -1, given up
 //   anything else                  0                                    0 -> X

@@ -252,7 +252,7 @@ bool clsRVQ::evaluateDump()
         m_eventNr = EventConfiguration;
         forgetRequest();
         m_inBuffer.clear();
-    } else if (pastDeadline()) {
+    } else if (pastDeadline() && !m_wait.Asking) {
         giveUpRequest();
     }
     return true;

@@ -42,8 +42,8 @@ private:
     clsRVQ& m_device;
 };
 
-/// Marks a question to the user for as long as it exists: no answer is expected from the sensor, so silence means
-/// nothing.
+/// Marks a question to the user for as long as it exists: silence of the sensor means nothing, and a dump that comes
+/// late is still one.
 class AskingScope {
 public:
     explicit AskingScope(clsRVQ& device) : m_device(device) { device.Asking(true); }

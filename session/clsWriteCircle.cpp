@@ -8,8 +8,9 @@
 
 namespace {
 
-constexpr int kReadings = 3;   // of a dump, until two are the same
-constexpr int kTimeOuts = 2;   // after which nobody is asked again
+constexpr int kReadings = 4;   // answered or not
+constexpr int kDumps = 3;      // of which two in succession have to be the same
+constexpr int kTimeOuts = 2;   // after which a sensor that has sent nothing at all is not asked again
 constexpr int kLateSteps = 20; // in which a dump comes that was given up
 
 /// The value that a frame carries: a list sends its default for a value that it does not hold.
@@ -83,18 +84,20 @@ Operation<std::optional<clsWriteCircle::Dump>> clsWriteCircle::reading(std::opti
 {
     std::optional<Dump> last;
     int timeOuts = 0;
+    bool isSilent = false;
+    m_isHeard = false;
     m_hasSeenOther = false;
-    for (int i = 0; i < kReadings && timeOuts < kTimeOuts && m_device.PortIsOpen() && !m_device.Wait().Ended; ++i) {
+    int dumps = 0;
+    for (int i = 0; i < kReadings && dumps < kDumps && !isSilent && m_device.PortIsOpen() && !m_device.Wait().Ended;
+         ++i) {
         m_device.ForgetEvents();
         m_device.SendCommand(Request::Configuration);
-        Operation<std::int32_t> waiting = modRVQComm::AwaitingEvent(m_device, {EventConfiguration});
-        if (co_await waiting != EventConfiguration) {
-            ++timeOuts;
-            Operation<bool> late = awaitingLateDump();
-            if (!co_await late) {
-                continue;
-            }
+        Operation<bool> waiting = awaitingDump();
+        if (!co_await waiting) {
+            isSilent = !m_isHeard && ++timeOuts == kTimeOuts;
+            continue;
         }
+        ++dumps;
         const Dump dump = takeDump();
         m_hasSeenOther = m_hasSeenOther || dump.serialNo != m_sensor.SerialNo;
         if (isAsExpected(dump, expected) || last == dump) {
@@ -106,17 +109,22 @@ Operation<std::optional<clsWriteCircle::Dump>> clsWriteCircle::reading(std::opti
     co_return std::nullopt;
 }
 
-/// The answer to a request that was given up may still come. It would be taken for the answer to the next command.
-Operation<bool> clsWriteCircle::awaitingLateDump()
+/// Waits beyond the deadline too: an answer that comes late would be taken for the answer to the next command.
+Operation<bool> clsWriteCircle::awaitingDump()
 {
     const modRVQComm::AskingScope silenceIsNoFailure(m_device);
-    for (int i = 0; i < kLateSteps && m_device.PortIsOpen() && !m_device.Wait().Ended; ++i) {
-        co_await NextStep{};
+    for (int late = 0; late < kLateSteps;) {
         while (const auto event = m_device.TakeEvent()) {
             if (*event == EventConfiguration) {
                 co_return true;
             }
         }
+        if (!m_device.PortIsOpen() || m_device.Wait().Ended) {
+            co_return false;
+        }
+        late += m_device.CurrentTime() > m_device.FailTime() ? 1 : 0;
+        co_await NextStep{};
+        m_isHeard = m_isHeard || !m_device.NewInData().empty();
     }
     co_return false;
 }

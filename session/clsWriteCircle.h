@@ -69,7 +69,7 @@ private:
         bool operator==(const Dump&) const = default;
     };
     Operation<std::optional<Dump>> reading(std::optional<ParameterSet> expected);
-    Operation<bool> awaitingLateDump();
+    Operation<bool> awaitingDump();
     Dump takeDump() const;
     bool isAsExpected(const Dump& dump, const std::optional<ParameterSet>& expected) const;
     std::optional<ParameterSet> expectedAfter() const;
@@ -95,6 +95,7 @@ private:
     PerParameter<bool> m_isReadBack{};
     bool m_isReadBackTried = false;
     bool m_isContradictory = false;
+    bool m_isHeard = false;      ///< the last reading brought any bytes
     bool m_hasSeenOther = false; ///< the last reading brought another serial number, damaged or true
     bool m_wasUnstored;          ///< before the write the sensor worked with values that were not stored
     bool m_holdsUnstored;        ///< the same now, unless it restarts

@@ -419,4 +419,72 @@ TEST(WriteCircle, EveryReportIsTrueAndUndoLeadsBack)
     RecordProperty("cells", cells);
 }
 
+TEST(WriteCircle, OneThresholdAndStoringItAreTwoFramesBesidesReading)
+{
+    CircleCell cell;
+    ParameterSet target = cell.device.Parameters();
+    target.S1OnThreshold = 12000;
+    cell.transfer.SendChosen(target, {"501"});
+    EXPECT_TRUE(cell.window.report->isUnstored);
+    cell.transfer.StoreInSensor();
+    EXPECT_FALSE(cell.window.report->isUnstored);
+    EXPECT_EQ(cell.TakeLog(), "C|501 12000\r|C|C|999 \r|C");
+    EXPECT_EQ(cell.sensor.StoredParameter("501"), 12000);
+
+    // Storing leaves the write before it to Undo, which does not touch what is stored; and it can be undone itself.
+    cell.transfer.UndoLast();
+    EXPECT_EQ(cell.sensor.Parameter("501"), 10000);
+    EXPECT_TRUE(cell.window.report->isUnstored);
+    EXPECT_EQ(cell.sensor.StoredParameter("501"), 12000);
+    cell.transfer.UndoLast();
+    EXPECT_EQ(cell.sensor.Parameter("501"), 12000);
+}
+
+TEST(WriteCircle, CancelLeavesTheRestUnsent)
+{
+    CircleCell cell;
+    cell.window.told.clear();
+    cell.OnStep = [&] {
+        if (cell.HasSent("301")) {
+            cell.transfer.Cancel();
+        }
+    };
+    sendChosen(cell);
+    EXPECT_EQ(cell.TakeLog(), "C|301 256\r|C");
+    EXPECT_EQ(cell.window.TakeTold(), "!1361:1732 ");
+    const WriteReport& report = *cell.window.report;
+    EXPECT_TRUE(report.isCancelled);
+    EXPECT_EQ(report.result, WriteResult::Failed);
+    EXPECT_EQ(report.sent, 1U);
+    EXPECT_EQ(report.values[0].outcome, ValueOutcome::Taken);
+    EXPECT_EQ(report.values[1].outcome, ValueOutcome::NotSent);
+}
+
+TEST(WriteCircle, WithoutABackupNothingIsSentUnlessItIsAllowed)
+{
+    for (const Act& act : kActs) {
+        for (const bool isAllowed : {false, true}) {
+            SCOPED_TRACE(act.name);
+            CircleCell cell;
+            act.prepare(cell);
+            const Memory before = cell.Now(), target = act.target(cell, before);
+            cell.sensor.ClearWireLog();
+            cell.keeper.Keep({.backups = cell.folder.path, .passports = {}, .user = {}, .version = {}});
+            cell.window.writesAnyway = isAllowed;
+            cell.window.report.reset();
+            {
+                const FullDisk full;
+                act.act(cell);
+            }
+            EXPECT_EQ(cell.Now(), isAllowed ? target : before);
+            EXPECT_EQ(cell.Frames() > 0, isAllowed);
+            if (const auto& report = cell.window.report) {
+                EXPECT_TRUE(report->noBackup);
+                EXPECT_EQ(report->result, isAllowed ? WriteResult::Verified : WriteResult::Failed);
+                EXPECT_EQ(report->reason, isAllowed ? TextId::None : TextId::TransferNoBackup);
+            }
+        }
+    }
+}
+
 } // namespace
