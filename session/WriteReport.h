@@ -25,7 +25,7 @@ enum class ValueOutcome : std::uint8_t {
     Unanswered, ///< sent, and no verdict came
     NotSent,    ///< cancelled, or the write ended before
     Unasked,    ///< not sent, and read back with another value than before
-    Unknown,    ///< acknowledged, and nothing could be read back
+    Unknown,    ///< acknowledged, and could not be read back
 };
 
 struct ValueReport {

@@ -6,20 +6,16 @@
 
 namespace {
 
-/// Whether the write has changed what the sensor works with. When nothing could be read back, every value that may have
-/// reached it counts.
+/// Whether the write has changed what the sensor works with. A value that was not read back may have reached it.
 bool hasChanged(const WriteReport& report)
 {
     if (!report.isSameSensor) {
         return false;
     }
-    if (report.isReadBack) {
-        return report.before != report.after;
-    }
     const bool mayBe = std::ranges::any_of(report.values, [](const ValueReport& value) {
-        return value.outcome == ValueOutcome::Unknown || value.outcome == ValueOutcome::Unanswered;
+        return !value.readBack && (value.outcome == ValueOutcome::Unknown || value.outcome == ValueOutcome::Unanswered);
     });
-    return mayBe || report.kind == WriteKind::Defaults;
+    return mayBe || (report.isReadBack ? report.before != report.after : report.kind == WriteKind::Defaults);
 }
 
 } // namespace

@@ -25,7 +25,7 @@ struct Faults {
     double forget = 0;
     double falsedump = 0;
     // Codes of one parameter each; empty: none.
-    std::string refused{}, ignored{}, rounded{};
+    std::string refused{}, ignored{}, rounded{}, omitted{};
 };
 
 struct FaultRow {
@@ -63,6 +63,7 @@ inline constexpr CodeFaultRow kCodeFaultRows[] = {
     {"refuse", &Faults::refused, "this parameter is refused, also 999 (store) and 000 (defaults)"},
     {"ignore", &Faults::ignored, "this parameter is acknowledged but not taken, also 999 and 000"},
     {"round", &Faults::rounded, "this parameter is acknowledged but rounded to tens"},
+    {"omit", &Faults::omitted, "this parameter is missing from the configuration dump"},
 };
 
 /// Whether an event with this rate happens now. A rate of 0 draws no random number, so a run without a fault stays the

@@ -231,7 +231,7 @@ std::string clsSensorModel::dump() const
     text += "Temperature: " + TemperatureText(m_temperature_C, isTemperatureGood()) + "\r\n";
     for (std::size_t i = 0; i < kParameterRows.size(); ++i) {
         const ParameterRow& row = kParameterRows[i];
-        if (!hasParameter(row)) {
+        if (!hasParameter(row) || row.code == m_options.faults.omitted) {
             continue;
         }
         text += m_options.isLegacyDump && row.code == "306" ? "3 06" : std::string(row.code);

@@ -1,6 +1,7 @@
 // The simulated sensor as seen from its line, with the time set by the tests.
 #include "simulator/clsSensorModel.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 #include <tuple>
@@ -110,13 +111,40 @@ TEST(SensorModel, FaultsShowOnTheLine)
     EXPECT_EQ(doubled[27], '\n');
 }
 
+TEST(SensorModel, FaultsOfOneParameterLeaveTheOthersAlone)
+{
+    using Row = std::tuple<const char*, std::string_view, std::string_view, std::int32_t>;
+    for (const auto& [fault, sent, answered, value] :
+         {Row{"refuse=701", "701 57\r", "Error 701\r\n", 3}, Row{"ignore=701", "701 57\r", "OK 701\r\n", 3},
+          Row{"round=701", "701 -57\r", "OK 701\r\n", -60}, Row{"refuse=802", "701 57\r", "OK 701\r\n", 57},
+          Row{"ignore=000", "000 \r", "OK 000\r\n", 3}, Row{"refuse=000", "000 \r", "Error 000\r\n", 3},
+          Row{"forget=1", "X", "Sensor ready\r\n", 0}}) {
+        Bench bench;
+        bench.sensor.SetParameter("701", 3);
+        ASSERT_EQ(ParseFault(fault, bench.sensor.Faults()), "");
+        EXPECT_EQ(bench.Ask(sent), answered) << fault;
+        EXPECT_EQ(bench.sensor.Parameter("701"), value) << fault;
+    }
+    Bench bench;
+    const std::string dump = bench.Ask("C", 2);
+    bench.sensor.Faults().falsedump = 1;
+    const std::string falsified = bench.Ask("C", 2);
+    EXPECT_EQ(std::ranges::mismatch(dump, falsified).in1 == dump.end(), false);
+    EXPECT_EQ(falsified.size(), dump.size());
+    bench.sensor.Faults() = {};
+    bench.sensor.Faults().omitted = "701";
+    EXPECT_EQ(bench.Ask("C", 2).find("701:"), std::string::npos);
+}
+
 TEST(SensorFaults, BadTextsAreRefusedAndGoodOnesTaken)
 {
-    for (const char* text : {"", "silence", "=1", "noise=1", "silence=", "silence=1,5", "silence=1.1", "silence=-0.1",
-                             "silence=nan", "silence=0x1", "silence= 1", "Silence=1"}) {
+    for (const char* text :
+         {"", "silence", "=1", "noise=1", "silence=", "silence=1,5", "silence=1.1", "silence=-0.1", "silence=nan",
+          "silence=0x1", "silence= 1", "Silence=1", "refuse=", "refuse=700", "ignore=70"}) {
         Faults faults;
         EXPECT_NE(ParseFault(text, faults), "") << text;
         EXPECT_EQ(faults.silence, 0) << text;
+        EXPECT_EQ(faults.refused + faults.ignored, "") << text;
     }
     Faults faults;
     EXPECT_EQ(ParseFault("garbage=0.25", faults), "");
