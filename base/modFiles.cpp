@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
@@ -137,16 +138,6 @@ Place placeOf(const std::filesystem::path& file)
     return place;
 }
 
-/// A rename is safe only when the folder has reached the disk too.
-void syncFolder(const std::filesystem::path& folder)
-{
-    const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) {
-        fsync(fd);
-        close(fd);
-    }
-}
-
 } // namespace
 
 std::optional<std::string> ReadWhole(const std::filesystem::path& file, std::error_code& why, std::size_t largest)
@@ -230,7 +221,7 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes, std::err
         unlink(temporary.c_str());
         return false;
     }
-    syncFolder(target.parent_path());
+    SyncFolder(target.parent_path());
     return true;
 }
 
@@ -238,6 +229,55 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes)
 {
     std::error_code why;
     return Replace(file, bytes, why);
+}
+
+void SyncFolder(const std::filesystem::path& folder)
+{
+    const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        fsync(fd);
+        close(fd);
+    }
+}
+
+bool MakeFolder(const std::filesystem::path& folder, std::error_code& why)
+{
+    why.clear();
+    if (std::filesystem::is_directory(folder, why)) {
+        return true;
+    }
+    const std::filesystem::path above = folder.parent_path();
+    if (above != folder && !above.empty() && !MakeFolder(above, why)) {
+        return false;
+    }
+    std::filesystem::create_directory(folder, why); // another program may just have made it: no error
+    if (!why && !std::filesystem::is_directory(folder, why) && !why) {
+        why = std::make_error_code(std::errc::not_a_directory);
+    }
+    if (!why) {
+        SyncFolder(above);
+    }
+    return !why;
+}
+
+bool MoveToNewName(const std::filesystem::path& file, const std::filesystem::path& name, std::error_code& why)
+{
+    why.clear();
+    if (renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) != 0) {
+        why = lastError();
+    }
+    if (why == std::errc::invalid_argument || why == std::errc::function_not_supported) {
+        why.clear(); // not every file system can; where it cannot, it mostly has links
+        if (link(file.c_str(), name.c_str()) != 0) {
+            why = lastError();
+        } else {
+            unlink(file.c_str());
+        }
+    }
+    if (!why) {
+        SyncFolder(name.parent_path());
+    }
+    return !why;
 }
 
 FolderLock::FolderLock(const std::filesystem::path& file)

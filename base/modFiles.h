@@ -31,6 +31,13 @@ bool Replace(const std::filesystem::path& file, std::string_view bytes, std::err
              std::size_t largest = kLargestFile);
 bool Replace(const std::filesystem::path& file, std::string_view bytes);
 
+/// Creates a folder with those above it that are missing, so that a power cut does not take them away again.
+bool MakeFolder(const std::filesystem::path& folder, std::error_code& why);
+/// Gives a file another name in the same folder, never that of another file: `why` is then EEXIST.
+bool MoveToNewName(const std::filesystem::path& file, const std::filesystem::path& name, std::error_code& why);
+/// A new name in a folder is safe only when the folder has reached the disk, too.
+void SyncFolder(const std::filesystem::path& folder);
+
 /// While it exists, no other program that takes the same lock changes files of the folder. It locks the folder itself:
 /// a lock on a file would be lost with the rename, and a lock file could not be created in a write-protected folder.
 /// When the lock cannot be had within a second, because another program hangs or the file system has no locks, the

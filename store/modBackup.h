@@ -19,16 +19,17 @@ struct Backup {
 };
 
 /// The name of the folder or file of a serial number: what is no letter, digit, "-" or "_" becomes "_"; "unknown" when
-/// it is empty. One byte per character.
+/// it is empty; cut where no file could have it. One byte per character.
 std::string NameOf(std::string_view serialNo);
 
-/// Writes the set to `<folder>/<serial number>/<date and time>.rvq` at the local time `now`; never over another file.
-/// Nothing, with the reason in `why`, when that fails.
+/// Writes the set to `<folder>/<serial number>/2026-11-22 14-03-05.rvq` at the local time `now`; " (2)" and so on joins
+/// the name when there is such a file already. It appears whole or not at all. Its description is the serial number
+/// with date and time, which need no language. Nothing, with the reason in `why`, when that fails.
 std::optional<std::filesystem::path> Save(const Configuration& set, const std::filesystem::path& folder, double now,
                                           std::error_code& why);
 /// The backups of a sensor, newest first. Files with other names are left out.
 std::vector<Backup> List(const std::filesystem::path& folder, std::string_view serialNo);
-/// Deletes all but the last one of each day among those that are older than a month.
+/// Deletes all but the last one of each day among those that are more than 31 days older than `now`.
 void Thin(const std::filesystem::path& folder, std::string_view serialNo, double now);
 
 } // namespace modBackup
