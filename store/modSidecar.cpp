@@ -1,43 +1,31 @@
 #include "store/modSidecar.h"
 
-#include "base/CodePage.h"
 #include "base/Days.h"
 #include "base/IsoTime.h"
 #include "base/modAPI.h"
 #include "base/modFiles.h"
 #include "sensor/Fields.h"
 #include "sensor/Parameters.h"
+#include "store/JsonValues.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
 namespace modSidecar {
 
 namespace {
 
-using nlohmann::json;
-using nlohmann::ordered_json; // keeps the order of its keys, but finds one slowly: for writing only
+using namespace JsonValues;
 
-constexpr std::size_t kDeepest = 16;
 constexpr double kSlack = 5.0 / kSecondsPerDay;
 constexpr int kIndentation = 2;
 
 /// The words for `GapReason`, in its order; `Unknown` has none.
 constexpr std::array<std::string_view, 6> kReasons{"no echo",          "damage",  "line lost",
                                                    "temperature poll", "stopped", "clock changed"};
-
-struct SensorText {
-    const char* key;
-    std::string SensorIdentity::*text;
-};
-constexpr SensorText kSensorTexts[] = {
-    {"type", &SensorIdentity::DeviceType},   {"serial", &SensorIdentity::SerialNo},
-    {"version", &SensorIdentity::SWVersion}, {"build", &SensorIdentity::SWBuild},
-    {"date", &SensorIdentity::SWDate},       {"attenuator", &SensorIdentity::Attenuator}};
 
 bool isSetBack(const Gap& gap)
 {
@@ -74,15 +62,6 @@ private:
     bool m_isSecond = false;
     std::optional<std::int32_t> m_elsewhere;
 };
-
-ordered_json sensorOf(const SensorIdentity& identity)
-{
-    ordered_json sensor;
-    for (const auto& [key, text] : kSensorTexts) {
-        sensor[key] = Utf8Of(identity.*text);
-    }
-    return sensor;
-}
 
 ordered_json parametersOf(const RecordingInfo& info)
 {
@@ -143,7 +122,7 @@ void addSensor(const RecordingInfo& info, ordered_json& document)
 {
     const std::int32_t format = info.parameters.OutputFormat;
     const bool hasFormat = format >= 0 && format < std::ssize(kOutputFormatTexts);
-    document["sensor"] = sensorOf(info.sensor);
+    document["sensor"] = SensorOf(info.sensor);
     document["parameters"] = parametersOf(info);
     document["unit"] = UnitOf(info.parameters.DistanceUnit).name;
     document["format"] = kOutputFormatTexts.at(static_cast<std::size_t>(hasFormat ? format : 0));
@@ -181,57 +160,11 @@ ordered_json documentOf(const RecordingInfo& info)
 
 // Reading. A value of a wrong type is as good as none.
 
-/// Whether brackets are nested deeper than any sidecar needs.
-bool isDeep(std::string_view text)
-{
-    std::size_t depth = 0;
-    bool isText = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (isText && c == '\\') {
-            ++i;
-        } else if (c == '"') {
-            isText = !isText;
-        } else if (!isText && (c == '[' || c == '{')) {
-            if (++depth > kDeepest) {
-                return true;
-            }
-        } else if (!isText && (c == ']' || c == '}') && depth > 0) {
-            --depth;
-        }
-    }
-    return false;
-}
-
-/// The value of a key; null, which fits nothing, when there is none.
-const json& valueOf(const json& object, const char* key)
-{
-    static const json none;
-    const auto found = object.find(key); // the end in what is not an object
-    return found == object.end() ? none : *found;
-}
-
-void readText(const json& value, std::string& text)
-{
-    if (const auto* found = value.get_ptr<const json::string_t*>()) {
-        text = *found;
-    }
-}
-
 void readFlag(const json& value, bool& flag)
 {
     if (const auto* found = value.get_ptr<const json::boolean_t*>()) {
         flag = *found;
     }
-}
-
-/// A whole number between two others.
-std::optional<std::int64_t> wholeOf(const json& value, std::int64_t least, std::int64_t most)
-{
-    const auto* number = value.get_ptr<const json::number_integer_t*>();
-    // A number above 63 bits is kept without a sign, and would read as a negative one.
-    const bool fits = number != nullptr && (*number >= 0 || !value.is_number_unsigned());
-    return fits && *number >= least && *number <= most ? std::optional(*number) : std::nullopt;
 }
 
 /// The index of a text in a list; empty when the list lacks it.
@@ -249,26 +182,6 @@ std::optional<IsoTime> timeOf(const json& value)
     return text == nullptr ? std::nullopt : TimeOfIso(*text);
 }
 
-void readSensor(const json& sensor, SensorIdentity& identity)
-{
-    for (const auto& [key, member] : kSensorTexts) {
-        std::string text = Utf8Of(identity.*member);
-        readText(valueOf(sensor, key), text);
-        identity.*member = CodePageBytes(text);
-    }
-}
-
-void readParameters(const json& parameters, ParameterSet& set)
-{
-    for (const ParameterDef& row : ParameterTable()) {
-        const bool isIndex = !row.wireTexts.empty();
-        const std::int64_t least = isIndex ? 0 : std::numeric_limits<std::int32_t>::min();
-        const std::int64_t most = isIndex ? std::ssize(row.wireTexts) - 1 : std::numeric_limits<std::int32_t>::max();
-        const json& value = valueOf(parameters, std::string(row.code).c_str());
-        set.*row.value = static_cast<std::int32_t>(wholeOf(value, least, most).value_or(set.*row.value));
-    }
-}
-
 double lengthOf(const json& value)
 {
     return value.is_number() ? std::max(0.0, value.get<double>()) : 0.0;
@@ -278,18 +191,18 @@ void readAccount(const json& account, AccountFigures& figures)
 {
     for (const auto& [key, member] : kAccountCounts) {
         constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-        figures.*member = wholeOf(valueOf(account, key), 0, kMost).value_or(figures.*member);
+        figures.*member = WholeOf(ValueOf(account, key), 0, kMost).value_or(figures.*member);
     }
-    figures.longestGap_ms = lengthOf(valueOf(account, "longestGap_ms"));
+    figures.longestGap_ms = lengthOf(ValueOf(account, "longestGap_ms"));
 }
 
 void readGaps(const json& gaps, std::vector<Gap>& list)
 {
     for (const json& entry : gaps) {
-        const auto from = timeOf(valueOf(entry, "from")), to = timeOf(valueOf(entry, "to"));
+        const auto from = timeOf(ValueOf(entry, "from")), to = timeOf(ValueOf(entry, "to"));
         if (from && to && list.size() < kMostGaps) {
             // An unknown reason, of a later version perhaps, leaves the first; the gap counts.
-            const auto reason = static_cast<GapReason>(indexOf(valueOf(entry, "reason"), kReasons).value_or(0));
+            const auto reason = static_cast<GapReason>(indexOf(ValueOf(entry, "reason"), kReasons).value_or(0));
             list.push_back({from->time, to->time, reason});
         }
     }
@@ -298,11 +211,11 @@ void readGaps(const json& gaps, std::vector<Gap>& list)
 void readMarks(const json& marks, std::vector<RecordingMark>& list)
 {
     for (const json& entry : marks) {
-        if (const auto time = timeOf(valueOf(entry, "time"))) {
+        if (const auto time = timeOf(ValueOf(entry, "time"))) {
             const modAPI::UtcOffsets here = modAPI::UtcOffsetsOf(time->time);
             const bool isSecond = time->offset_min == here.second_min && here.first_min != here.second_min;
             list.push_back({time->time, {}, isSecond});
-            readText(valueOf(entry, "text"), list.back().text);
+            ReadText(ValueOf(entry, "text"), list.back().text);
         }
     }
 }
@@ -310,40 +223,40 @@ void readMarks(const json& marks, std::vector<RecordingMark>& list)
 RecordingInfo infoOf(const json& document)
 {
     RecordingInfo info;
-    readText(valueOf(document, "program"), info.program);
-    readText(valueOf(document, "version"), info.version);
-    readText(valueOf(document, "port"), info.port);
-    readFlag(valueOf(document, "simulated"), info.simulated);
-    readSensor(valueOf(document, "sensor"), info.sensor);
-    readParameters(valueOf(document, "parameters"), info.parameters);
+    ReadText(ValueOf(document, "program"), info.program);
+    ReadText(ValueOf(document, "version"), info.version);
+    ReadText(ValueOf(document, "port"), info.port);
+    readFlag(ValueOf(document, "simulated"), info.simulated);
+    ReadSensor(ValueOf(document, "sensor"), info.sensor);
+    ReadParameters(ValueOf(document, "parameters"), info.parameters);
     std::array<std::string_view, kUnits.size()> units{};
     std::ranges::transform(kUnits, units.begin(), &UnitDef::name);
-    const auto unit = indexOf(valueOf(document, "unit"), units);
-    const auto format = indexOf(valueOf(document, "format"), kOutputFormatTexts);
+    const auto unit = indexOf(ValueOf(document, "unit"), units);
+    const auto format = indexOf(ValueOf(document, "format"), kOutputFormatTexts);
     info.isSensorKnown = unit && format;
     info.parameters.DistanceUnit = unit.value_or(info.parameters.DistanceUnit);
     info.parameters.OutputFormat = format.value_or(info.parameters.OutputFormat);
-    if (const auto start = timeOf(valueOf(document, "start"))) {
+    if (const auto start = timeOf(ValueOf(document, "start"))) {
         info.start = start->time;
         info.offset_min = start->offset_min;
     }
-    if (const auto end = timeOf(valueOf(document, "end"))) {
+    if (const auto end = timeOf(ValueOf(document, "end"))) {
         info.end = end->time;
     }
     constexpr std::int64_t kMostParts = std::numeric_limits<std::int32_t>::max();
-    const auto recordingStart = timeOf(valueOf(document, "recordingStart"));
-    const auto part = wholeOf(valueOf(document, "part"), 1, kMostParts);
+    const auto recordingStart = timeOf(ValueOf(document, "recordingStart"));
+    const auto part = WholeOf(ValueOf(document, "part"), 1, kMostParts);
     if (recordingStart && part) {
         info.recordingStart = recordingStart->time;
         info.part = static_cast<std::int32_t>(*part);
     }
-    readFlag(valueOf(document, "everyValue"), info.everyValue);
-    readAccount(valueOf(document, "account"), info.account);
-    readGaps(valueOf(document, "gaps"), info.gaps);
+    readFlag(ValueOf(document, "everyValue"), info.everyValue);
+    readAccount(ValueOf(document, "account"), info.account);
+    readGaps(ValueOf(document, "gaps"), info.gaps);
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-    info.gapsDropped = wholeOf(valueOf(document, "gapsDropped"), 0, kMost).value_or(0);
-    info.longestDroppedGap_ms = lengthOf(valueOf(document, "longestDroppedGap_ms"));
-    readMarks(valueOf(document, "marks"), info.marks);
+    info.gapsDropped = WholeOf(ValueOf(document, "gapsDropped"), 0, kMost).value_or(0);
+    info.longestDroppedGap_ms = lengthOf(ValueOf(document, "longestDroppedGap_ms"));
+    readMarks(ValueOf(document, "marks"), info.marks);
     info.hasOnlyMarks = document.contains("marks") && document.size() <= 2 && info.start != 0.0;
     return info;
 }
@@ -380,7 +293,7 @@ std::error_code WriteMarks(const std::filesystem::path& sidecar, const Recording
     ordered_json document;
     if (!text) {
         document["start"] = moments.Text(info.start);
-    } else if (!isDeep(*text)) {
+    } else if (!IsDeep(*text)) {
         document = ordered_json::parse(*text, nullptr, false);
     }
     if (!document.is_object()) {
@@ -397,7 +310,7 @@ std::optional<RecordingInfo> Read(const std::filesystem::path& sidecar, std::err
         return std::nullopt;
     }
     why = std::make_error_code(std::errc::bad_message);
-    if (isDeep(*text)) {
+    if (IsDeep(*text)) {
         return std::nullopt;
     }
     const json document = json::parse(*text, nullptr, false);
