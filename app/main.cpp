@@ -307,6 +307,10 @@ int runProgram(const Options& options)
         info.offset_min = modAPI::UtcOffsetNow_min();
         return info;
     };
+    session.Writes().Keep({.backups = folder / "BACKUP",
+                           .passports = folder / "PASSPORT",
+                           .user = modAPI::UserName(),
+                           .version = QApplication::applicationVersion().toStdString()});
     frmMain window(settings, session, devices, {library, folder}, help);
     window.StartSimulatedSensor = startSensor;
     if (output) {

@@ -23,17 +23,24 @@ namespace {
 
 using namespace std::chrono;
 
+/// What the user database has of the user; empty when he is not in it.
+std::string userEntry(char* passwd::*text)
+{
+    std::array<char, 4096> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found != nullptr && found->*text != nullptr ? found->*text : "";
+}
+
 /// The home folder from the environment, else from the user database; empty when neither has one.
 std::filesystem::path homeFolder()
 {
     if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
         return home;
     }
-    std::array<char, 4096> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found);
-    return found != nullptr && *found->pw_dir == '/' ? found->pw_dir : "";
+    const std::string home = userEntry(&passwd::pw_dir);
+    return home.starts_with('/') ? home : "";
 }
 
 /// The package manager owns everything below /usr; not even root's files belong there.
@@ -165,6 +172,13 @@ std::string GetOSName()
         }
     }
     return "Linux";
+}
+
+std::string UserName()
+{
+    const std::string name = userEntry(&passwd::pw_name);
+    const char* asked = std::getenv("USER");
+    return name.empty() && asked != nullptr ? asked : name;
 }
 
 std::filesystem::path UserDataFolder()

@@ -55,6 +55,9 @@ struct SystemVersion {
 /// it belongs to the operations of this module.
 std::string_view WindowsName(const SystemVersion& version);
 
+/// The name under which the user has logged in, UTF-8; empty when the system knows none.
+std::string UserName();
+
 /// The name of the operating system that the program runs on: the distribution's own, for example
 /// "Debian GNU/Linux 12 (bookworm)", or "Linux" when it gives none.
 std::string GetOSName();

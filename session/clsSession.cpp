@@ -27,7 +27,21 @@ void clsSession::Tick(double now)
 {
     if (m_recorder.Mode != RecorderPlaying) {
         m_loop.Tick(now);
+        noteIdentity(now);
         stepOperations();
+    }
+}
+
+/// A connection has read the sensor's dump, or a dump is of another sensor.
+void clsSession::noteIdentity(double now)
+{
+    const bool isKnown = m_device.CommStatus() != DialogueNone && m_loop.IsSensorKnown();
+    const bool isNoted = m_noted && m_notedOpening == m_device.Openings() &&
+                         clsWriteKeeper::IsSameIdentity(*m_noted, m_device.Identity());
+    if (isKnown && !isNoted) {
+        m_noted = m_device.Identity();
+        m_notedOpening = m_device.Openings();
+        m_writes.NoteIdentity(*m_noted, m_device.Parameters(), Origin ? Origin().port : std::string(), now);
     }
 }
 

@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <system_error>
@@ -128,6 +129,7 @@ private:
     void stepOperations();
     void tellFailure();
     void tellCounts();
+    void noteIdentity(double now);
     RecordingInfo origin() const;
     RecordingInfo infoOfRecording(const clsRecorder::Period& period);
     void changeMarks(const MarkChange& change);
@@ -151,6 +153,8 @@ private:
     std::unique_ptr<clsHistory> m_played; ///< the recording that is shown
     clsMarkKeeper m_marks{m_recorder};
     clsWriteKeeper m_writes;
+    std::optional<SensorIdentity> m_noted; ///< the identity that the keeper was told last
+    std::int32_t m_notedOpening = -1;      ///< the port's count of openings then
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;

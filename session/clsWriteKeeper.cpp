@@ -27,7 +27,11 @@ std::optional<std::filesystem::path> clsWriteKeeper::BackUp(const Configuration&
     if (m_places.backups.empty()) {
         return {};
     }
-    return modBackup::Save(before, m_places.backups, now, why);
+    std::optional<std::filesystem::path> file = modBackup::Save(before, m_places.backups, now, why);
+    if (file) {
+        modBackup::Thin(m_places.backups, before.Identity.SerialNo, now);
+    }
+    return file;
 }
 
 std::optional<std::filesystem::path> clsWriteKeeper::BackUpFirst(const Configuration& before, double now,
@@ -44,16 +48,15 @@ std::optional<std::filesystem::path> clsWriteKeeper::BackUpFirst(const Configura
     return file;
 }
 
-void clsWriteKeeper::Note(const WriteReport& report, std::string_view)
+void clsWriteKeeper::Note(const WriteReport& report, std::string_view port)
 {
+    notePassport(report, port);
     m_last = report;
     if (hasChanged(report)) {
         m_undo[report.serialNo] = report;
     }
     ++m_version;
 }
-
-void clsWriteKeeper::NoteIdentity(const SensorIdentity&, const ParameterSet&, std::string_view, double) {}
 
 const WriteReport* clsWriteKeeper::Undoable(std::string_view serialNo) const
 {

@@ -4,8 +4,11 @@
 
 #include "session/WriteReport.h"
 #include "store/Configuration.h"
+#include "store/modPassport.h"
 
+#include <chrono>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -34,7 +37,9 @@ public:
     std::optional<std::filesystem::path> BackUpFirst(const Configuration& before, double now, std::error_code& why);
     /// Takes a finished write: into the passport, and as the one that Undo takes back.
     void Note(const WriteReport& report, std::string_view port);
-    /// Takes what a connected sensor says of itself; another identity than before goes into its passport.
+    /// Takes what a connected sensor says of itself; another identity than its passport has goes into it, and so does
+    /// a sensor in the place of another one on the same port. What changes by itself, as the hardware's state does with
+    /// the laser, is no other identity. Call it when a dump was read: it takes milliseconds at most.
     void NoteIdentity(const SensorIdentity& sensor, const ParameterSet& set, std::string_view port, double now);
 
     /// The last write; null before the first one.
@@ -49,14 +54,30 @@ public:
     std::uint64_t Version() const { return m_version; }
     /// Whether a single parameter of this sensor was changed in this session already, so that its set is backed up.
     bool IsBackedUp(std::string_view serialNo) const { return m_backedUp.contains(serialNo); }
-    /// Why the passport could not be written last; no error when it could.
+    /// Whether two sensors say the same of themselves, apart from the state of the hardware.
+    static bool IsSameIdentity(const SensorIdentity& one, const SensorIdentity& other);
+    /// Why the passport could not be written last; no error when it could. What could not be written follows with the
+    /// next note.
     std::error_code PassportFailure() const { return m_passportFailure; }
 
 private:
+    // The passport (clsWriteKeeperPassport.cpp).
+    void notePassport(const WriteReport& report, std::string_view port);
+    void keepEntry(std::string_view serialNo, modPassport::Entry entry, std::chrono::milliseconds patience);
+
+    struct Unwritten {
+        std::string serialNo;
+        modPassport::Entry entry;
+    };
+
     Places m_places;
     std::optional<WriteReport> m_last;
     std::map<std::string, WriteReport, std::less<>> m_undo; ///< by serial number
     std::set<std::string, std::less<>> m_backedUp;          ///< serial numbers
     std::uint64_t m_version = 0;
     std::error_code m_passportFailure;
+    std::deque<Unwritten> m_unwritten;             ///< waits for the next note
+    std::map<std::string, SensorIdentity> m_known; ///< the newest in each passport, by the name of the file
+    std::string m_port;                            ///< of the last connection
+    std::optional<std::string> m_portSensor;       ///< its serial number
 };

@@ -1,0 +1,110 @@
+// What goes into a sensor's passport, and when.
+#include "base/CodePage.h"
+#include "session/clsWriteKeeper.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
+namespace {
+
+using modPassport::Entry;
+using modPassport::Event;
+
+/// More are not kept while a passport cannot be written.
+constexpr std::size_t kMostUnwritten = 100;
+/// How long another program's lock is waited for: an identity is noted in a tick, a write while the operator waits.
+constexpr std::chrono::milliseconds kTickPatience(20), kWritePatience(500);
+
+/// In the order of `WriteKind` and of `WriteResult`.
+constexpr std::array<Event, 5> kEvents{Event::Send, Event::Store, Event::Defaults, Event::Undo, Event::Single};
+constexpr std::array<const char*, 3> kResults{"verified", "differs", "failed"};
+
+SensorIdentity withoutHardware(SensorIdentity identity)
+{
+    identity.HWPointer.clear();
+    return identity;
+}
+
+Entry passportEntryOf(const WriteReport& report)
+{
+    Entry entry{.time = report.time, .event = kEvents.at(static_cast<std::size_t>(report.kind))};
+    for (const ValueReport& value : report.values) {
+        modPassport::Change change{std::string(value.row->code), modPassport::WireText(*value.row, value.before),
+                                   modPassport::WireText(*value.row, value.wanted)};
+        if (value.readBack) {
+            change.readBack = modPassport::WireText(*value.row, *value.readBack);
+        }
+        entry.changes.push_back(std::move(change));
+    }
+    entry.result = kResults.at(static_cast<std::size_t>(report.result));
+    if (report.isReadBack && report.isSameSensor) {
+        entry.set = report.after;
+    }
+    return entry;
+}
+
+} // namespace
+
+bool clsWriteKeeper::IsSameIdentity(const SensorIdentity& one, const SensorIdentity& other)
+{
+    return one.SerialNo == other.SerialNo && one.DeviceType == other.DeviceType && one.Attenuator == other.Attenuator &&
+           one.SWVersion == other.SWVersion && one.SWBuild == other.SWBuild && one.SWDate == other.SWDate;
+}
+
+void clsWriteKeeper::notePassport(const WriteReport& report, std::string_view port)
+{
+    Entry entry = passportEntryOf(report);
+    entry.port = port.empty() ? m_port : port;
+    keepEntry(report.serialNo, std::move(entry), kWritePatience);
+}
+
+void clsWriteKeeper::NoteIdentity(const SensorIdentity& sensor, const ParameterSet& set, std::string_view port,
+                                  double now)
+{
+    const bool isReplaced = m_portSensor && m_port == port && *m_portSensor != sensor.SerialNo;
+    const std::string before = std::exchange(m_portSensor, sensor.SerialNo).value_or("");
+    m_port = port;
+    if (m_places.passports.empty()) {
+        return;
+    }
+    const std::filesystem::path file = modPassport::FileOf(m_places.passports, sensor.SerialNo);
+    auto known = m_known.find(file.filename().string());
+    if (known == m_known.end()) {
+        if (const auto newest = modPassport::Newest(file, Event::Identity)) {
+            known = m_known.emplace(file.filename().string(), newest->identity).first;
+        }
+    }
+    if (!isReplaced && known != m_known.end() && IsSameIdentity(known->second, sensor)) {
+        return;
+    }
+    m_known[file.filename().string()] = sensor;
+    Entry entry{.time = now, .event = Event::Identity, .port = m_port, .set = set};
+    entry.identity = withoutHardware(sensor);
+    entry.replaced = isReplaced ? Utf8Of(before) : std::string();
+    keepEntry(sensor.SerialNo, std::move(entry), kTickPatience);
+    ++m_version;
+}
+
+/// What a full disk or a lock has kept from the passport goes first: the lines are in the order of time.
+void clsWriteKeeper::keepEntry(std::string_view serialNo, Entry entry, std::chrono::milliseconds patience)
+{
+    m_passportFailure.clear();
+    if (m_places.passports.empty()) {
+        return;
+    }
+    entry.user = m_places.user;
+    entry.version = m_places.version;
+    m_unwritten.push_back({std::string(serialNo), std::move(entry)});
+    if (m_unwritten.size() > kMostUnwritten) {
+        m_unwritten.pop_front();
+    }
+    while (!m_unwritten.empty() && !m_passportFailure) {
+        const Unwritten& oldest = m_unwritten.front();
+        m_passportFailure = modPassport::Append(m_places.passports, oldest.serialNo, oldest.entry, patience);
+        if (!m_passportFailure) {
+            m_unwritten.pop_front();
+        }
+    }
+}
