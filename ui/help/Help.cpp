@@ -31,6 +31,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmChartSettings", "ChartSettings"},
     {"frmRecorder", "Recorder"},
     {"frmRVQ", "RVQSettings"},
+    {"frmPassport", "RVQSettings"},
     {"frmSheet", "RVQSettings#print"},
     {"dlgFailure", "RVQSettings#error"},
     {"dlgOverwrite", "RVQSettings#config"},

@@ -129,6 +129,7 @@ void MainForm::buildMenus(QMainWindow& window)
     mnuFileExit->setShortcut(QKeySequence::Quit);
     mnuConfiguration = subMenu(menus->addMenu(QString()), "mnuConfiguration");
     mnuConfigurationRVQ = item(mnuConfiguration, "mnuConfigurationRVQ", Qt::CTRL | Qt::Key_Comma);
+    mnuConfigurationPassport = item(mnuConfiguration, "mnuConfigurationPassport");
     mnuConfigurationDefault = subMenu(mnuConfiguration->addMenu(QString()), "mnuConfigurationDefault");
     mnuConfigurationDefaultSerial = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultSerial");
     mnuConfigurationDefaultProfibus = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultProfibus");
@@ -233,6 +234,7 @@ void MainForm::LocalisePanels(std::int32_t language) const
     mnuFileExit->setText(text(TextId::MenuFileExit));
     mnuConfiguration->setTitle(text(TextId::MenuConfiguration));
     mnuConfigurationRVQ->setText(text(TextId::MenuConfigurationSettings));
+    mnuConfigurationPassport->setText(text(TextId::MenuConfigurationPassport));
     mnuConfigurationDefault->setTitle(text(TextId::MenuDefaultDevice));
     mnuConfigurationDefaultSerial->setText(text(TextId::MenuDefaultSerial));
     mnuConfigurationDefaultProfibus->setText(text(TextId::MenuDefaultProfibus));

@@ -57,6 +57,7 @@ protected:
     QAction* mnuFileExit = nullptr;
     QMenu* mnuConfiguration = nullptr;
     QAction* mnuConfigurationRVQ = nullptr;
+    QAction* mnuConfigurationPassport = nullptr;
     QMenu* mnuConfigurationDefault = nullptr;
     QAction* mnuConfigurationDefaultSerial = nullptr;
     QAction* mnuConfigurationDefaultProfibus = nullptr;

@@ -15,8 +15,10 @@
 #include "ui/main/SensorPanel.h"
 #include "ui/recorder/FilePanel.h"
 #include "ui/recorder/frmRecorder.h"
+#include "ui/settings/frmPassport.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/widgets/Badge.h"
+#include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
@@ -117,6 +119,9 @@ void frmMain::closeEvent(QCloseEvent* event)
         m_session.Loop().Unload();
         if (m_recorderWindow != nullptr) {
             m_recorderWindow->close();
+        }
+        if (m_passportWindow != nullptr) {
+            m_passportWindow->close();
         }
         m_session.End();
         if (m_settingsWindow != nullptr) {
@@ -243,6 +248,16 @@ void frmMain::Ticked()
     }
     nameWindow();
     followRecorder();
+    tellPassport();
+}
+
+/// A passport that cannot be written stops nothing; it is said once.
+void frmMain::tellPassport()
+{
+    const std::error_code why = m_session.Writes().PassportFailure();
+    if (std::exchange(m_passportFailure, why) != why && why) {
+        pnlMessages->ShowFailure(text(TextId::PassportNotWritten).arg(FileErrorText(why, m_settings.Language)));
+    }
 }
 
 /// Two programs side by side are told apart by port and serial number.

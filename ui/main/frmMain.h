@@ -28,6 +28,7 @@ class PortWatch;
 class QTimer;
 class clsConfigLibrary;
 class clsSession;
+class frmPassport;
 class frmRecorder;
 class frmRVQ;
 
@@ -84,6 +85,7 @@ private:
     void followSimulation();
     void timer_Tick();
     void explainFailure();
+    void tellPassport();
     void noteFailure();
     void offerFirstSteps();
     void fraFirstSteps_Tried();
@@ -115,6 +117,7 @@ private:
     void mnuFileExportChart_Click();
     void mnuFileExit_Click();
     void mnuConfigurationRVQ_Click();
+    void mnuConfigurationPassport_Click();
     void mnuConfigurationDefaultSerial_Click();
     void mnuConfigurationDefaultProfibus_Click();
     void mnuRecorder_Click();
@@ -153,6 +156,8 @@ private:
     PortWatch* m_portWatch;
     FirstSteps* fraFirstSteps = nullptr;
     QPointer<frmRecorder> m_recorderWindow;
+    QPointer<frmPassport> m_passportWindow;
+    std::error_code m_passportFailure; ///< that was told last
     std::unique_ptr<frmRVQ> m_settingsWindow;
     std::unique_ptr<InputBlock> m_inputBlock; ///< while the settings window is open
 };

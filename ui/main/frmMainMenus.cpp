@@ -10,6 +10,7 @@
 #include "ui/main/frmMain.h"
 #include "ui/recorder/Export.h"
 #include "ui/recorder/frmRecorder.h"
+#include "ui/settings/frmPassport.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
@@ -26,6 +27,7 @@ void frmMain::connectMenus()
     connectAction(mnuFileExportChart, &frmMain::mnuFileExportChart_Click);
     connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);
     connectAction(mnuConfigurationRVQ, &frmMain::mnuConfigurationRVQ_Click);
+    connectAction(mnuConfigurationPassport, &frmMain::mnuConfigurationPassport_Click);
     connectAction(mnuConfigurationDefaultSerial, &frmMain::mnuConfigurationDefaultSerial_Click);
     connectAction(mnuConfigurationDefaultProfibus, &frmMain::mnuConfigurationDefaultProfibus_Click);
     connectAction(mnuRecorder, &frmMain::mnuRecorder_Click);
@@ -87,6 +89,17 @@ void frmMain::mnuConfigurationRVQ_Click()
     m_inputBlock = std::make_unique<InputBlock>(*this, *m_settingsWindow);
     connect(m_settingsWindow.get(), &QDialog::finished, this, [this] { m_inputBlock.reset(); });
     m_settingsWindow->show();
+}
+
+void frmMain::mnuConfigurationPassport_Click()
+{
+    if (m_passportWindow == nullptr) {
+        m_passportWindow = new frmPassport(*this, {m_session.Device(), m_session.Writes(), m_settings});
+        m_passportWindow->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_passportWindow->show();
+    m_passportWindow->raise();
+    m_passportWindow->activateWindow();
 }
 
 void frmMain::mnuConfigurationDefaultSerial_Click()

@@ -197,7 +197,7 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     program.Find<QAbstractButton>("cmdSimulatedSensor")->click();
     emit program.Find<ValueLabel>("lblMeasValue")->clicked();
     for (const char* action :
-         {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder", "mnuConfigurationRVQ"}) {
+         {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder", "mnuConfigurationPassport", "mnuConfigurationRVQ"}) {
         program.Trigger(action);
     }
     program.help.ShowHelpTopic(window, "Main");
@@ -208,7 +208,7 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     Program::LookAtAll(seen);
     lookAtBoxes(*program.Find<frmRVQ>("frmRVQ"), GetParam(), seen);
     EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "frmAbout", "frmChartSettings",
-                                           "frmConsole", "frmHelp", "frmMain", "frmRVQ", "frmRecorder", "frmSheet",
+                                           "frmConsole", "frmHelp", "frmMain", "frmPassport", "frmRVQ", "frmRecorder", "frmSheet",
                                            "frmSplash", "frmTextWindow"}));
     window.close();
 }
