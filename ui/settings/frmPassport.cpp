@@ -36,7 +36,7 @@
 namespace {
 
 constexpr int kFollow_ms = 500;
-constexpr int kWidth = 52, kHeight = 30, kDetailLines = 5; // in line heights
+constexpr int kWidth = 52, kHeight = 30, kDetailLines = 8; // in line heights
 
 QString nameOf(const std::filesystem::path& passport)
 {
