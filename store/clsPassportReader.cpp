@@ -1,12 +1,11 @@
 #include "store/clsPassportReader.h"
 
-#include "store/modPassport.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -71,7 +70,7 @@ bool clsPassportReader::Step(const Take& take)
         passOn(bytes, 0, take);
         return false;
     }
-    if (m_restBytes <= modPassport::kLongestLine) {
+    if (m_restBytes <= kLongestLine) {
         m_rest = std::move(bytes);
     }
     return true;
@@ -83,13 +82,13 @@ bool clsPassportReader::passOn(std::string_view line, std::int64_t offset, const
     if (m_restBytes == 0) {
         return true;
     }
-    const bool isWhole = m_restBytes <= modPassport::kLongestLine;
+    const bool isWhole = m_restBytes <= kLongestLine;
     return take(isWhole ? line : std::string_view(), {offset, m_restBytes});
 }
 
 std::string clsPassportReader::LineAt(const Place& place) const
 {
-    if (!m_file.IsOpen() || place.length > modPassport::kLongestLine) {
+    if (!m_file.IsOpen() || place.length > kLongestLine) {
         return {};
     }
     std::string line = bytesAt(m_file.Descriptor(), place.offset, place.length);

@@ -15,6 +15,8 @@
 
 class clsPassportReader {
 public:
+    /// Longer lines are not kept in memory; as `modPassport` has it.
+    static constexpr std::size_t kLongestLine = std::size_t{1} << 20;
     /// Where a line is. The file only grows, so a place stays.
     struct Place {
         std::int64_t offset = 0;

@@ -24,6 +24,7 @@ namespace {
 
 using namespace JsonValues;
 
+static_assert(kLongestLine == clsPassportReader::kLongestLine);
 constexpr std::string_view kEnding = ".jsonl";
 constexpr std::int64_t kNewestWithin = std::int64_t{1} << 22;
 constexpr std::size_t kBlock = std::size_t{1} << 16;
