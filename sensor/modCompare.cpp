@@ -3,12 +3,38 @@
 #include "sensor/Fields.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
+bool isNumber(const ParameterDef& row)
+{
+    return row.control == ControlKind::Number;
+}
+
+bool isWithin(const ParameterDef& row, std::int32_t value)
+{
+    return isNumber(row) ? value >= row.limits.minimum && value <= row.limits.maximum
+                         : value >= 0 && value < ValueCount(row);
+}
+
 std::optional<std::int32_t> valueIn(const ParameterSet& set, const ParameterDef& row)
 {
-    return IsShown(row, IsSerial(set)) ? std::optional(set.*row.value) : std::nullopt;
+    const bool none = row.value == &ParameterSet::RainFilter && set.RainFilter == -1;
+    return IsShown(row, IsSerial(set)) && !none ? std::optional(set.*row.value) : std::nullopt;
+}
+
+/// A new set has no rain filter, and no node address; a sensor that has a rain filter comes with it switched off.
+std::optional<std::int32_t> factoryValue(const ParameterDef& row)
+{
+    const std::int32_t value = row.missingKeyValue.value_or(row.defaultValue);
+    return isWithin(row, value) ? std::optional(value) : std::nullopt;
+}
+
+bool keepsDistance(const ParameterDef& row, const ParameterSet& set)
+{
+    return row.apart.partner == nullptr ||
+           std::abs(std::int64_t{set.*row.apart.partner} - set.*row.value) >= row.apart.least;
 }
 
 } // namespace
@@ -17,7 +43,7 @@ std::vector<ComparedRow> Compare(const ParameterSet& left, const ParameterSet& r
 {
     std::vector<ComparedRow> rows;
     for (const ParameterDef* row : RowsByControl()) {
-        ComparedRow compared{row, valueIn(left, *row), valueIn(right, *row), row->defaultValue};
+        const ComparedRow compared{row, valueIn(left, *row), valueIn(right, *row), factoryValue(*row)};
         if (compared.left || compared.right) {
             rows.push_back(compared);
         }
@@ -28,8 +54,44 @@ std::vector<ComparedRow> Compare(const ParameterSet& left, const ParameterSet& r
 
 std::string ShownValue(const ParameterDef& row, std::int32_t value, char decimalSeparator, std::int32_t language)
 {
-    return row.control == ControlKind::Number ? NumberText(row, value, decimalSeparator)
-                                              : ValueName(row, value, language);
+    if (isNumber(row)) {
+        return NumberText(row, value, decimalSeparator);
+    }
+    std::string name = ValueName(row, value, language);
+    if (name.empty()) {
+        return std::to_string(value);
+    }
+    const std::string unit = WithUnit(row, {});
+    if (!row.unit.empty() && name.ends_with(unit)) {
+        name.resize(name.size() - unit.size());
+    }
+    return name;
+}
+
+TextId GroupOf(const ParameterDef& row)
+{
+    switch (row.section) {
+    case SettingsSection::Interface:
+        return TextId::FrameInterface;
+    case SettingsSection::Measurement:
+        return TextId::FrameMeasurementSettings;
+    case SettingsSection::Correction:
+        return TextId::FrameCorrection;
+    case SettingsSection::RainAndEcho:
+        return TextId::FrameRainFilter;
+    default:
+        return TextId::FrameSwitches;
+    }
+}
+
+ParameterSet FactorySet(const ParameterSet& like)
+{
+    ParameterSet set;
+    set.NodeAddress = like.NodeAddress;
+    if (like.RainFilter != -1) {
+        set.RainFilter = factoryValue(RowOf(&ParameterSet::RainFilter)).value_or(-1);
+    }
+    return set;
 }
 
 std::vector<std::string> CodesThatLead(const ParameterSet& current, const ParameterSet& target,
@@ -49,4 +111,19 @@ std::vector<std::string> CodesThatLead(const ParameterSet& current, const Parame
         codes.emplace_back(row->code);
     }
     return codes;
+}
+
+SendObstacle ObstacleOf(const ParameterDef& row, const ParameterSet& current, const ParameterSet& target,
+                        const SensorIdentity& sensor)
+{
+    if (!IsReported(row, current, sensor)) {
+        return SendObstacle::NotInSensor;
+    }
+    if (row.editable == EditableWhen::Never || (row.editable == EditableWhen::Serial && !IsSerial(current))) {
+        return SendObstacle::ReadOnly;
+    }
+    if (!valueIn(target, row)) {
+        return SendObstacle::NoValue;
+    }
+    return isWithin(row, target.*row.value) && keepsDistance(row, target) ? SendObstacle::None : SendObstacle::NotValid;
 }
