@@ -130,6 +130,7 @@ void MainForm::buildMenus(QMainWindow& window)
     mnuConfiguration = subMenu(menus->addMenu(QString()), "mnuConfiguration");
     mnuConfigurationRVQ = item(mnuConfiguration, "mnuConfigurationRVQ", Qt::CTRL | Qt::Key_Comma);
     mnuConfigurationPassport = item(mnuConfiguration, "mnuConfigurationPassport");
+    mnuConfigurationCompare = item(mnuConfiguration, "mnuConfigurationCompare");
     mnuConfigurationDefault = subMenu(mnuConfiguration->addMenu(QString()), "mnuConfigurationDefault");
     mnuConfigurationDefaultSerial = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultSerial");
     mnuConfigurationDefaultProfibus = checkedItem(mnuConfigurationDefault, "mnuConfigurationDefaultProfibus");
@@ -235,6 +236,7 @@ void MainForm::LocalisePanels(std::int32_t language) const
     mnuConfiguration->setTitle(text(TextId::MenuConfiguration));
     mnuConfigurationRVQ->setText(text(TextId::MenuConfigurationSettings));
     mnuConfigurationPassport->setText(text(TextId::MenuConfigurationPassport));
+    mnuConfigurationCompare->setText(text(TextId::MenuCompare));
     mnuConfigurationDefault->setTitle(text(TextId::MenuDefaultDevice));
     mnuConfigurationDefaultSerial->setText(text(TextId::MenuDefaultSerial));
     mnuConfigurationDefaultProfibus->setText(text(TextId::MenuDefaultProfibus));

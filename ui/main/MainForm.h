@@ -58,6 +58,7 @@ protected:
     QMenu* mnuConfiguration = nullptr;
     QAction* mnuConfigurationRVQ = nullptr;
     QAction* mnuConfigurationPassport = nullptr;
+    QAction* mnuConfigurationCompare = nullptr;
     QMenu* mnuConfigurationDefault = nullptr;
     QAction* mnuConfigurationDefaultSerial = nullptr;
     QAction* mnuConfigurationDefaultProfibus = nullptr;

@@ -16,6 +16,7 @@
 #include "ui/recorder/FilePanel.h"
 #include "ui/recorder/frmRecorder.h"
 #include "ui/settings/frmPassport.h"
+#include "ui/settings/frmCompare.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/widgets/Badge.h"
 #include "ui/widgets/FileErrors.h"
@@ -126,6 +127,9 @@ void frmMain::closeEvent(QCloseEvent* event)
         m_session.End();
         if (m_settingsWindow != nullptr) {
             m_settingsWindow->Unload();
+        }
+        if (m_compareWindow != nullptr) {
+            m_compareWindow->FollowDevice();
         }
         if (mnuOptionConsole->isChecked()) {
             m_console.CloseConsole();

@@ -29,6 +29,7 @@ class QTimer;
 class clsConfigLibrary;
 class clsSession;
 class frmPassport;
+class frmCompare;
 class frmRecorder;
 class frmRVQ;
 
@@ -118,6 +119,7 @@ private:
     void mnuFileExit_Click();
     void mnuConfigurationRVQ_Click();
     void mnuConfigurationPassport_Click();
+    void mnuConfigurationCompare_Click();
     void mnuConfigurationDefaultSerial_Click();
     void mnuConfigurationDefaultProfibus_Click();
     void mnuRecorder_Click();
@@ -158,6 +160,7 @@ private:
     QPointer<frmRecorder> m_recorderWindow;
     QPointer<frmPassport> m_passportWindow;
     std::error_code m_passportFailure; ///< that was told last
+    QPointer<frmCompare> m_compareWindow;
     std::unique_ptr<frmRVQ> m_settingsWindow;
     std::unique_ptr<InputBlock> m_inputBlock; ///< while the settings window is open
 };

@@ -11,6 +11,7 @@
 #include "ui/recorder/Export.h"
 #include "ui/recorder/frmRecorder.h"
 #include "ui/settings/frmPassport.h"
+#include "ui/settings/frmCompare.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
@@ -28,6 +29,7 @@ void frmMain::connectMenus()
     connectAction(mnuFileExit, &frmMain::mnuFileExit_Click);
     connectAction(mnuConfigurationRVQ, &frmMain::mnuConfigurationRVQ_Click);
     connectAction(mnuConfigurationPassport, &frmMain::mnuConfigurationPassport_Click);
+    connectAction(mnuConfigurationCompare, &frmMain::mnuConfigurationCompare_Click);
     connectAction(mnuConfigurationDefaultSerial, &frmMain::mnuConfigurationDefaultSerial_Click);
     connectAction(mnuConfigurationDefaultProfibus, &frmMain::mnuConfigurationDefaultProfibus_Click);
     connectAction(mnuRecorder, &frmMain::mnuRecorder_Click);
@@ -100,6 +102,21 @@ void frmMain::mnuConfigurationPassport_Click()
     m_passportWindow->show();
     m_passportWindow->raise();
     m_passportWindow->activateWindow();
+void frmMain::mnuConfigurationCompare_Click()
+{
+    if (m_compareWindow == nullptr) {
+        m_compareWindow = new frmCompare(this, {.settings = m_settings,
+                                                .help = m_help,
+                                                .device = &m_session.Device(),
+                                                .library = &m_storage.library,
+                                                .programFolder = m_storage.programFolder,
+                                                .pumpEvents = PumpEvents,
+                                                .writes = &m_session.Writes()});
+        m_compareWindow->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_compareWindow->show();
+    m_compareWindow->raise();
+    m_compareWindow->activateWindow();
 }
 
 void frmMain::mnuConfigurationDefaultSerial_Click()

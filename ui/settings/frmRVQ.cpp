@@ -119,6 +119,7 @@ void frmRVQ::connectControls()
     connectButton(cmdSaveSettings, &frmRVQ::cmdSaveSettings_Click);
     connectButton(cmdSetDefaults, &frmRVQ::cmdSetDefaults_Click);
     connectButton(cmdReview, &frmRVQ::cmdReview_Click);
+    cmdReview->setDefault(true); // a number box keeps Enter for itself
     connectButton(cmdCompare, &frmRVQ::cmdCompare_Click);
     connectButton(cmdUndo, &frmRVQ::cmdUndo_Click);
     connectButton(cmdPrint, &frmRVQ::cmdPrint_Click);

@@ -7,16 +7,19 @@
 #include "texts/TextId.h"
 #include "ui/settings/RVQBoxes.h"
 #include "ui/settings/SettingsForm.h"
+#include "ui/settings/frmCompare.h"
 
 #include <QDialog>
 #include <QPointer>
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 
 class Help;
+class InputBlock;
 class QMessageBox;
 class clsConfigLibrary;
 struct UnwrittenFile;
@@ -110,6 +113,9 @@ private:
     void cmdUpload_Click();
     void cmdSaveSettings_Click();
     void cmdSetDefaults_Click();
+    frmCompare::EditedSet edited() const;
+    frmCompare& newComparison();
+    void open(frmCompare& comparison);
     void cmdReview_Click();
     void cmdCompare_Click();
     void cmdUndo_Click();
@@ -132,4 +138,6 @@ private:
     State m_followed;                   ///< as the last tick found it
     QPointer<QWidget> m_focus;          ///< where it was before a transfer
     QMessageBox* m_question = nullptr;
+    QPointer<frmCompare> m_comparison;
+    std::unique_ptr<InputBlock> m_inputBlock; ///< while a comparison is open
 };

@@ -273,6 +273,9 @@ void frmRVQ::ShowProgress(const TransferProgress& progress)
         progress.steps > 0 ? text(TextId::TransferStep).arg(progress.step).arg(progress.steps).arg(what) : what);
     lblProgress->show();
     prgTransfer->show();
+    if (m_comparison != nullptr) {
+        m_comparison->ShowProgress(progress);
+    }
 }
 
 FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure&)

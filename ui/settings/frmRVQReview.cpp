@@ -1,9 +1,67 @@
 // What the settings window does around a write: review, comparison and the way back.
+#include "store/clsConfigLibrary.h"
+#include "store/modGlobals.h"
 #include "ui/settings/frmRVQ.h"
+#include "ui/widgets/InputGuards.h"
+#include "ui/widgets/Localise.h"
 
-void frmRVQ::cmdReview_Click() {}
+/// What an upload would send, and the numbers that it would leave out. The boxes stay as they are.
+frmCompare::EditedSet frmRVQ::edited() const
+{
+    const bool isConnected = m_context.device.CommStatus() != DialogueNone;
+    frmCompare::EditedSet edited{isConnected ? m_context.device.Parameters() : selected().Parameters};
+    const CopyOutcomes outcomes = CopyForSaving(edited.set, shown());
+    for (const ParameterDef& row : ParameterTable()) {
+        if (outcomes[row] == CopyOutcome::Refused) {
+            edited.refused.push_back(&row);
+        }
+    }
+    return edited;
+}
 
-void frmRVQ::cmdCompare_Click() {}
+frmCompare& frmRVQ::newComparison()
+{
+    delete m_comparison;
+    m_comparison = new frmCompare(
+        this, {.settings = m_context.settings,
+               .help = m_context.help,
+               .device = &m_context.device,
+               .library = &m_context.library,
+               .programFolder = m_context.programFolder,
+               .window = [this] { return edited(); },
+               .writes = m_context.writes,
+               .send = [this](const ParameterSet& target,
+                              const std::vector<std::string>& codes) { m_transfer.SendChosen(target, codes); },
+               .cancel = [this] { m_transfer.Cancel(); }});
+    return *m_comparison;
+}
+
+/// This window takes no input meanwhile, so that what is compared does not change.
+void frmRVQ::open(frmCompare& comparison)
+{
+    m_inputBlock = std::make_unique<InputBlock>(*this, comparison);
+    comparison.setAttribute(Qt::WA_DeleteOnClose);
+    connect(&comparison, &QDialog::finished, this, [this] { m_inputBlock.reset(); });
+    connect(this, &QDialog::finished, &comparison, &frmCompare::reject);
+    comparison.show();
+}
+
+void frmRVQ::cmdReview_Click()
+{
+    frmCompare& comparison = newComparison();
+    if (comparison.Review(frmCompare::SetKind::Window) && comparison.Differing() > 0) {
+        open(comparison);
+        return;
+    }
+    delete m_comparison;
+    ShowFailed(false);
+    ShowStatusText(TextId::CompareNothing);
+}
+
+void frmRVQ::cmdCompare_Click()
+{
+    open(newComparison());
+}
 
 void frmRVQ::cmdUndo_Click()
 {
