@@ -11,7 +11,7 @@
 
 struct CompareLine {
     const ParameterDef* row = nullptr; ///< null: a heading, which has nothing but a name
-    QString name, code, unit, left, right, factory;
+    QString name{}, code{}, unit{}, left{}, right{}, factory{};
     bool differs = false;
     bool canBeSent = false;
     bool isTicked = false;
