@@ -198,6 +198,8 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     emit program.Find<ValueLabel>("lblMeasValue")->clicked();
     for (const char* action :
          {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder", "mnuConfigurationPassport", "mnuConfigurationRVQ"}) {
+    for (const char* action : {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder",
+                               "mnuConfigurationCompare", "mnuConfigurationRVQ"}) {
         program.Trigger(action);
     }
     program.help.ShowHelpTopic(window, "Main");
@@ -210,6 +212,8 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "frmAbout", "frmChartSettings",
                                            "frmConsole", "frmHelp", "frmMain", "frmPassport", "frmRVQ", "frmRecorder", "frmSheet",
                                            "frmSplash", "frmTextWindow"}));
+                                           "frmCompare", "frmConsole", "frmHelp", "frmMain", "frmRVQ", "frmRecorder",
+                                           "frmSheet", "frmSplash", "frmTextWindow"}));
     window.close();
 }
 
