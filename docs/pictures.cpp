@@ -18,6 +18,7 @@
 #include "ui/main/frmTextWindow.h"
 #include "ui/recorder/LoadProgress.h"
 #include "ui/recorder/frmRecorder.h"
+#include "ui/settings/frmCompare.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/settings/frmSheet.h"
 #include "ui/widgets/Localise.h"
@@ -400,6 +401,7 @@ private:
         settings->findChild<QCheckBox*>("chkAnalogOutput")->click();
         runFor(kMoment_ms);
         save(*settings, "settings_edited");
+        takeComparisons(*settings);
         settings->findChild<QPushButton*>("cmdUpload")->click();
         runFor(kDownload_ms);
         save(*settings, "settings_sent");
@@ -412,6 +414,20 @@ private:
         };
         settings->findChild<QPushButton*>("cmdPrint")->click();
         settings->close();
+    }
+
+    void takeComparisons(const frmRVQ& settings) const
+    {
+        settings.findChild<QPushButton*>("cmdReview")->click();
+        runFor(kMoment_ms);
+        auto* review = settings.findChild<frmCompare*>();
+        save(*review, "review");
+        review->Choose(frmCompare::SetKind::Sensor, frmCompare::SetKind::Factory);
+        review->findChild<QCheckBox*>("chkOnlyDifferences")->click();
+        runFor(kMoment_ms);
+        save(*review, "compare");
+        review->close();
+        runFor(kMoment_ms);
     }
 
     void takeSettingsBoxes(const frmRVQ& settings) const

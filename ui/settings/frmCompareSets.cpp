@@ -251,7 +251,8 @@ void frmCompare::FollowDevice()
         for (QComboBox* list : m_lists) {
             static_cast<QStandardItemModel*>(list->model())->item(item)->setEnabled(now.isConnected);
         }
-        const bool shows = kindOf(Left) == SetKind::Sensor || kindOf(Right) == SetKind::Sensor;
+        const int sensor = itemOf(SetKind::Sensor, 0);
+        const bool shows = m_sides[Left].item == sensor || m_sides[Right].item == sensor;
         if (shows && now.isConnected && now.serialNo != m_serialNo) {
             tell(text(TextId::CompareOtherSensor));
         }

@@ -21,6 +21,7 @@ frmCompare::EditedSet frmRVQ::edited() const
 
 frmCompare& frmRVQ::newComparison()
 {
+    m_inputBlock.reset();
     delete m_comparison;
     m_comparison = new frmCompare(
         this, {.settings = m_context.settings,
