@@ -251,8 +251,7 @@ void frmCompare::FollowDevice()
         for (QComboBox* list : m_lists) {
             static_cast<QStandardItemModel*>(list->model())->item(item)->setEnabled(now.isConnected);
         }
-        const int sensor = itemOf(SetKind::Sensor, 0);
-        const bool shows = m_sides[Left].item == sensor || m_sides[Right].item == sensor;
+        const bool shows = m_sides[Left].item == item || m_sides[Right].item == item;
         if (shows && now.isConnected && now.serialNo != m_serialNo) {
             tell(text(TextId::CompareOtherSensor));
         }

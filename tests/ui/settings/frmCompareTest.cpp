@@ -212,6 +212,7 @@ TEST(CompareWindow, SendsExactlyWhatIsTicked)
 {
     Sending on;
     ASSERT_TRUE(on.window->Review(Kind::Window));
+    EXPECT_EQ(on.Told(), "");
     EXPECT_EQ(on.Rows(), "[x] 302 25 ≠ 100; [x] 701 0 ≠ 12; 802 1013 ≠ not valid; [x] 504 1000 ≠ 5000; "
                          "354 1000 ≠ 1001; ");
     auto* table = on.Find<QTableView>("tblCompare");
