@@ -70,7 +70,7 @@ QVariant CompareModel::data(const QModelIndex& index, int role) const
         }
         return {};
     case Qt::ToolTipRole:
-        return line.toolTip;
+        return line.toolTip.isEmpty() && column == ColumnName ? line.name : line.toolTip; // it may be cut off
     case Qt::FontRole: {
         QFont font;
         font.setBold(line.row == nullptr || (line.differs && (column == ColumnLeft || column == ColumnRight)));

@@ -41,7 +41,7 @@ void frmCompare::buildForm()
     rows->addWidget(lblStatus);
     rows->addLayout(buildProgress());
     rows->addLayout(buildButtons());
-    resize(QSize(42, 32) * fontMetrics().height());
+    resize(QSize(52, 36) * fontMetrics().height()); // fits 800 x 600
 }
 
 QLayout* frmCompare::buildChoice()
