@@ -7,6 +7,7 @@
 #include "ui/console/clsConsole.h"
 #include "ui/console/frmConsole.h"
 #include "ui/main/MainForm.h"
+#include "ui/settings/frmCompare.h"
 
 #include <QList>
 #include <QMainWindow>
@@ -20,6 +21,7 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 class FirstSteps;
 class Help;
@@ -29,7 +31,6 @@ class QTimer;
 class clsConfigLibrary;
 class clsSession;
 class frmPassport;
-class frmCompare;
 class frmRecorder;
 class frmRVQ;
 
@@ -120,6 +121,7 @@ private:
     void mnuConfigurationRVQ_Click();
     void mnuConfigurationPassport_Click();
     void mnuConfigurationCompare_Click();
+    frmCompare& openComparison(const std::vector<frmCompare::NamedSet>& states);
     void mnuConfigurationDefaultSerial_Click();
     void mnuConfigurationDefaultProfibus_Click();
     void mnuRecorder_Click();

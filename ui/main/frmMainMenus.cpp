@@ -10,8 +10,8 @@
 #include "ui/main/frmMain.h"
 #include "ui/recorder/Export.h"
 #include "ui/recorder/frmRecorder.h"
-#include "ui/settings/frmPassport.h"
 #include "ui/settings/frmCompare.h"
+#include "ui/settings/frmPassport.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
@@ -98,18 +98,38 @@ void frmMain::mnuConfigurationPassport_Click()
     if (m_passportWindow == nullptr) {
         m_passportWindow = new frmPassport(*this, {m_session.Device(), m_session.Writes(), m_settings});
         m_passportWindow->setAttribute(Qt::WA_DeleteOnClose);
+        m_passportWindow->Compare = [this](const Configuration& state, const QString& name) {
+            using Kind = frmCompare::SetKind;
+            frmCompare& window = openComparison({{name, state.Parameters}});
+            window.Choose(Kind::Sensor, Kind::State) || window.Choose(Kind::Factory, Kind::State);
+        };
+        m_passportWindow->Restore = [this](const Configuration& state) {
+            openComparison({{FromBytes(state.Description), state.Parameters}}).Review(frmCompare::SetKind::State);
+        };
     }
     m_passportWindow->show();
     m_passportWindow->raise();
     m_passportWindow->activateWindow();
+}
+
 void frmMain::mnuConfigurationCompare_Click()
 {
+    openComparison({});
+}
+
+/// An open comparison comes to the front; with states of its caller it is opened anew, unless it is sending.
+frmCompare& frmMain::openComparison(const std::vector<frmCompare::NamedSet>& states)
+{
+    if (m_compareWindow != nullptr && !states.empty() && !m_compareWindow->IsSending()) {
+        delete m_compareWindow;
+    }
     if (m_compareWindow == nullptr) {
         m_compareWindow = new frmCompare(this, {.settings = m_settings,
                                                 .help = m_help,
                                                 .device = &m_session.Device(),
                                                 .library = &m_storage.library,
                                                 .programFolder = m_storage.programFolder,
+                                                .states = states,
                                                 .pumpEvents = PumpEvents,
                                                 .writes = &m_session.Writes()});
         m_compareWindow->setAttribute(Qt::WA_DeleteOnClose);
@@ -117,6 +137,7 @@ void frmMain::mnuConfigurationCompare_Click()
     m_compareWindow->show();
     m_compareWindow->raise();
     m_compareWindow->activateWindow();
+    return *m_compareWindow;
 }
 
 void frmMain::mnuConfigurationDefaultSerial_Click()
