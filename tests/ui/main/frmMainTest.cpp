@@ -245,11 +245,11 @@ TEST(MainWindow, SensorSettingsGoToTheSensorAndOnlyFromTheOperator)
     ASSERT_TRUE(sees("M"));
     EXPECT_EQ(sent.find("30"), std::string::npos) << "reading the settings sends none back";
     average->click();
-    EXPECT_TRUE(sees("S304 1\rM")) << sent;
+    EXPECT_TRUE(sees("S304 1\rCM")) << sent;
     laser->click();
     EXPECT_TRUE(sees(laser->isChecked() ? "SPM" : "SOM")) << sent;
     Choose(*depth, 2);
-    EXPECT_TRUE(sees("S301 64\rM")) << sent;
+    EXPECT_TRUE(sees("S301 64\rCM")) << sent;
     EXPECT_EQ(depth->currentIndex(), 2);
     EXPECT_TRUE(average->isChecked());
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasValue").empty(); }));
