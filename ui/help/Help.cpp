@@ -38,6 +38,8 @@ constexpr WindowTopic kWindowTopics[] = {
     {"dlgFailure", "RVQSettings#error"},
     {"dlgOverwrite", "RVQSettings#config"},
     {"dlgChanged", "RVQSettings#config"},
+    {"dlgUnsent", "RVQSettings#work"},
+    {"dlgWithoutBackup", "RVQSettings#transfer"},
     {"frmHelp", "Help"},
 };
 

@@ -1,8 +1,10 @@
 #include "ui/settings/RVQBoxes.h"
 
 #include "store/modGlobals.h"
+#include "ui/help/Help.h"
 #include "ui/settings/frmSheet.h"
 #include "ui/widgets/FileFilter.h"
+#include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 
 #include <QFile>
@@ -20,36 +22,70 @@ std::string bytesOf(const QString& path)
     return QFile::encodeName(path).toStdString();
 }
 
-FailureAnswer askAboutFailure(QWidget& window, std::int32_t language, const QString& question,
-                              QMessageBox*& openQuestion)
+/// Shows a box whose end the window can bring about.
+void ask(QMessageBox& box, QMessageBox*& openQuestion)
+{
+    openQuestion = &box;
+    box.exec();
+    openQuestion = nullptr;
+}
+
+FailureAnswer askAboutFailure(QWidget& window, std::int32_t language, const Help& help, const QString& question,
+                              const QString& details, QMessageBox*& openQuestion)
 {
     QMessageBox box(QMessageBox::Warning, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
                     &window);
     box.setObjectName(QStringLiteral("dlgFailure"));
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(details);
     QPushButton* abort = box.addButton(Text(TextId::ButtonAbort, language), QMessageBox::RejectRole);
     QPushButton* retry = box.addButton(Text(TextId::ButtonRetry, language), QMessageBox::AcceptRole);
     const QAbstractButton* ignore = box.addButton(Text(TextId::ButtonIgnore, language), QMessageBox::DestructiveRole);
+    QPushButton* explain = box.addButton(Text(TextId::ButtonHelp, language), QMessageBox::HelpRole);
+    explain->disconnect(); // it would close the box
+    QObject::connect(explain, &QPushButton::clicked, &box,
+                     [&] { Guarded([&] { help.ShowHelpTopic(box, "RVQSettings#error"); }); });
     box.setDefaultButton(retry);
     box.setEscapeButton(abort);
-    openQuestion = &box;
-    box.exec();
-    openQuestion = nullptr;
+    ask(box, openQuestion);
     if (box.clickedButton() == ignore) {
         return FailureAnswer::Ignore;
     }
     return box.clickedButton() == retry ? FailureAnswer::Retry : FailureAnswer::Abort;
 }
 
-bool askToOverwrite(QWidget& window, std::int32_t language, const QString& question)
+RVQDialogs::UnsentAnswer askAboutUnsent(QWidget& window, std::int32_t language, const QString& question, bool canSend,
+                                        QMessageBox*& openQuestion)
 {
     QMessageBox box(QMessageBox::Question, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
                     &window);
-    box.setObjectName(QStringLiteral("dlgOverwrite"));
+    box.setObjectName(QStringLiteral("dlgUnsent"));
+    box.setTextFormat(Qt::PlainText);
+    QPushButton* send = box.addButton(Text(TextId::ButtonReview, language), QMessageBox::AcceptRole);
+    const QAbstractButton* discard = box.addButton(Text(TextId::ButtonDiscard, language), QMessageBox::DestructiveRole);
+    QPushButton* keep = box.addButton(Text(TextId::ButtonKeepEditing, language), QMessageBox::RejectRole);
+    send->setEnabled(canSend);
+    box.setDefaultButton(keep);
+    box.setEscapeButton(keep);
+    ask(box, openQuestion);
+    if (box.clickedButton() == send) {
+        return RVQDialogs::UnsentAnswer::Send;
+    }
+    return box.clickedButton() == discard ? RVQDialogs::UnsentAnswer::Discard : RVQDialogs::UnsentAnswer::KeepEditing;
+}
+
+/// Closed by the window, the answer is no.
+bool askYesOrNo(QWidget& window, std::int32_t language, const char* name, const QString& question,
+                QMessageBox*& openQuestion)
+{
+    QMessageBox box(QMessageBox::Question, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
+                    &window);
+    box.setObjectName(QLatin1String(name));
     const QAbstractButton* yes = box.addButton(Text(TextId::ButtonYes, language), QMessageBox::YesRole);
     QPushButton* no = box.addButton(Text(TextId::ButtonNo, language), QMessageBox::NoRole);
     box.setDefaultButton(no);
     box.setEscapeButton(no);
-    box.exec();
+    ask(box, openQuestion);
     return box.clickedButton() == yes;
 }
 
@@ -72,7 +108,7 @@ RVQDialogs::ChangedAnswer askAboutChange(QWidget& window, std::int32_t language,
 
 } // namespace
 
-RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion)
+RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, const Help& help, QMessageBox*& openQuestion)
 {
     RVQDialogs boxes;
     boxes.FileToLoad = [&window, &settings](const std::string& folder) {
@@ -94,14 +130,20 @@ RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMess
                                                      QLineEdit::Normal, proposal, &accepted);
         return accepted ? answer : QString();
     };
-    boxes.Overwrite = [&window, &settings](const QString& question) {
-        return askToOverwrite(window, settings.Language, question);
+    boxes.Overwrite = [&window, &settings, &openQuestion](const QString& question) {
+        return askYesOrNo(window, settings.Language, "dlgOverwrite", question, openQuestion);
+    };
+    boxes.WithoutBackup = [&window, &settings, &openQuestion](const QString& question) {
+        return askYesOrNo(window, settings.Language, "dlgWithoutBackup", question, openQuestion);
     };
     boxes.Changed = [&window, &settings](const QString& question) {
         return askAboutChange(window, settings.Language, question);
     };
-    boxes.Failure = [&window, &settings, &openQuestion](const QString& question) {
-        return askAboutFailure(window, settings.Language, question, openQuestion);
+    boxes.Failure = [&window, &settings, &help, &openQuestion](const QString& question, const QString& details) {
+        return askAboutFailure(window, settings.Language, help, question, details, openQuestion);
+    };
+    boxes.Unsent = [&window, &settings, &openQuestion](const QString& question, bool canSend) {
+        return askAboutUnsent(window, settings.Language, question, canSend, openQuestion);
     };
     boxes.OpenSheet = [&window, &settings](const std::string& sheet) { frmSheet::Open(window, settings, sheet); };
     return boxes;

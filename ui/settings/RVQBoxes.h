@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 
+class Help;
 class QMessageBox;
 class QWidget;
 
@@ -20,15 +21,20 @@ struct Settings;
 /// means that the user has cancelled.
 struct RVQDialogs {
     enum class ChangedAnswer : std::uint8_t { Cancel, KeepMine, TakeOther };
+    /// `Send` opens the review.
+    enum class UnsentAnswer : std::uint8_t { KeepEditing, Discard, Send };
 
     std::function<std::string(const std::string& folder)> FileToLoad;
     std::function<std::string(const std::string& proposal)> FileToSave;
     std::function<QString(const QString& proposal)> Description;
     std::function<bool(const QString& question)> Overwrite;
     std::function<ChangedAnswer(const QString& question)> Changed;
-    std::function<FailureAnswer(const QString& question)> Failure;
+    std::function<FailureAnswer(const QString& question, const QString& details)> Failure;
+    std::function<UnsentAnswer(const QString& question, bool canSend)> Unsent;
+    std::function<bool(const QString& question)> WithoutBackup;
     std::function<void(const std::string& sheet)> OpenSheet;
 };
 
 /// The real boxes over a window. `openQuestion` points to the open question, if there is one.
-RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, QMessageBox*& openQuestion);
+RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, const Help& help,
+                    QMessageBox*& openQuestion);

@@ -1,15 +1,18 @@
 #include "ui/settings/SettingsForm.h"
 
 #include "sensor/Fields.h"
+#include "ui/widgets/LineLabel.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
 #include "ui/widgets/QtText.h"
+#include "ui/widgets/ScrollFrames.h"
 #include "ui/widgets/SelectableLine.h"
+#include "ui/widgets/UndoBar.h"
+#include "ui/widgets/WrappedLabel.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QFrame>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -21,8 +24,16 @@
 
 namespace {
 
-constexpr char kDiffers[] = "≠";
-constexpr int kUnitColumn = 2, kMarkColumn = 3;
+constexpr char kDiffers[] = "≠", kNote[] = "!";
+constexpr int kUnitColumn = 2, kMarkColumn = 3, kNoteColumn = 4;
+
+/// A hidden sign keeps its room, so that nothing moves when it comes.
+void keepRoom(QWidget& sign, bool keep)
+{
+    QSizePolicy policy = sign.sizePolicy();
+    policy.setRetainSizeWhenHidden(keep);
+    sign.setSizePolicy(policy);
+}
 
 } // namespace
 
@@ -31,7 +42,27 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     m_window = &window;
     m_decimalSeparator = decimalSeparator;
     QLayout* configuration = buildConfigurationRow(); // first: the tab key follows the order of creation
-    auto* columns = new QHBoxLayout;
+    auto* rows = new QVBoxLayout(&window);
+    rows->addLayout(configuration);
+    rows->addWidget(buildFrames(), 1);
+    fraUndo = new UndoBar(&window);
+    lblNote = new LineLabel(&window, Qt::ElideRight);
+    lblNote->setObjectName(QStringLiteral("lblNote"));
+    lblNote->setMinimumHeight(window.fontMetrics().height()); // the frames stay where they are
+    rows->addWidget(lblNote);
+    rows->addLayout(buildStatus());
+    rows->addWidget(fraUndo);
+    rows->addLayout(buildButtons());
+    chooseDefaultButton();
+    SetTextIds(&window, TextId::TitleSettings);
+}
+
+/// The frames, which are scrolled in a low or narrow window; everything else stays in sight.
+QWidget* SettingsForm::buildFrames()
+{
+    auto* frames = new QWidget(m_window);
+    auto* columns = new QHBoxLayout(frames);
+    columns->setContentsMargins({});
     auto* left = new QVBoxLayout;
     left->addWidget(buildSensorFrame());
     left->addWidget(buildFrame("fraInterface", TextId::FrameInterface, SettingsSection::Interface));
@@ -47,13 +78,9 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     for (QVBoxLayout* column : {left, middle, right}) {
         columns->addLayout(column, 1);
     }
-    auto* rows = new QVBoxLayout(&window);
-    rows->addLayout(configuration);
-    rows->addLayout(columns, 1);
-    rows->addWidget(buildUndoBar());
-    rows->addLayout(buildStatus());
-    rows->addLayout(buildButtons());
-    SetTextIds(&window, TextId::TitleSettings);
+    scrSettings = named<ScrollFrames>("scrSettings");
+    scrSettings->setWidget(frames);
+    return scrSettings;
 }
 
 template <typename Widget>
@@ -69,9 +96,10 @@ QGridLayout* SettingsForm::frame(QWidget* around) const
 {
     auto* grid = new QGridLayout(around);
     grid->setColumnStretch(1, 1);
-    // Reserves room for units and marks, so that the boxes line up and nothing moves when a mark appears.
+    // Reserves room for units and signs, so that the boxes of all frames line up.
     grid->setColumnMinimumWidth(kUnitColumn, m_window->fontMetrics().horizontalAdvance(QStringLiteral("hPa")));
     grid->setColumnMinimumWidth(kMarkColumn, m_window->fontMetrics().horizontalAdvance(QString::fromUtf8(kDiffers)));
+    grid->setColumnMinimumWidth(kNoteColumn, m_window->fontMetrics().horizontalAdvance(QLatin1String(kNote)));
     grid->setVerticalSpacing(m_window->fontMetrics().height() / 4);
     return grid;
 }
@@ -158,15 +186,20 @@ void SettingsForm::addParameter(QGridLayout& grid, const ParameterDef& row)
     if (row.control == ControlKind::Number) {
         grid.addWidget(new QLabel(FromUtf8(row.unit), m_window), line, kUnitColumn);
     }
-    differenceMark[row] = mark(grid, line);
+    differenceMark[row] = mark(grid, line, kMarkColumn, kDiffers);
+    noteMark[row] = mark(grid, line, kNoteColumn, kNote);
 }
 
 QWidget* SettingsForm::newControl(const ParameterDef& row)
 {
     const std::string name = ControlName(row);
     switch (row.control) {
-    case ControlKind::List:
-        return named<QComboBox>(name);
+    case ControlKind::List: {
+        auto* list = named<QComboBox>(name);
+        list->setSizeAdjustPolicy(QComboBox::AdjustToContents);        // also when the language is switched
+        list->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed); // its own minimum is that of an empty list
+        return list;
+    }
     case ControlKind::Check:
         return named<QCheckBox>(name, row.labelId);
     case ControlKind::Label:
@@ -195,36 +228,25 @@ QLabel* SettingsForm::caption(TextId id, QWidget* buddy)
     return text;
 }
 
-QLabel* SettingsForm::mark(QGridLayout& grid, int row)
+QLabel* SettingsForm::mark(QGridLayout& grid, int row, int column, const char* shown)
 {
-    auto* sign = new QLabel(QString::fromUtf8(kDiffers), m_window);
+    auto* sign = new QLabel(QString::fromUtf8(shown), m_window);
     QFont bold = sign->font();
     bold.setBold(true);
     sign->setFont(bold);
     sign->setForegroundRole(QPalette::Link);
+    keepRoom(*sign, true);
     sign->hide();
-    grid.addWidget(sign, row, kMarkColumn);
+    grid.addWidget(sign, row, column);
     return sign;
-}
-
-QWidget* SettingsForm::buildUndoBar()
-{
-    fraUndo = named<QFrame>("fraUndo");
-    lblUndo = named<QLabel>("lblUndo");
-    cmdUndo = named<QPushButton>("cmdUndo", TextId::ButtonUndo, TextId::ToolTipUndo);
-    auto* row = new QHBoxLayout(fraUndo);
-    row->addWidget(lblUndo, 1);
-    row->addWidget(cmdUndo);
-    fraUndo->hide();
-    return fraUndo;
 }
 
 QLayout* SettingsForm::buildStatus()
 {
     lblStatus = named<QLabel>("lblStatus");
     lblStatus->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may name a long path
-    lblReport = named<QLabel>("lblReport");
-    lblReport->setWordWrap(true);
+    lblReport = named<WrappedLabel>("lblReport");
+    lblReport->setTextInteractionFlags(Qt::TextSelectableByMouse);
     lblReport->hide();
     lblUnstored = named<QLabel>("lblUnstored", TextId::CaptionUnstored);
     lblProgress = named<QLabel>("lblProgress");
@@ -247,28 +269,43 @@ QLayout* SettingsForm::buildStatus()
 
 QLayout* SettingsForm::buildButtons()
 {
-    auto* row = new QHBoxLayout;
     cmdReview = named<QPushButton>("cmdReview", TextId::ButtonReview, TextId::ToolTipReview);
-    cmdCompare = named<QPushButton>("cmdCompare", TextId::ButtonCompare, TextId::ToolTipCompare);
     cmdDownload = named<QPushButton>("cmdDownload", TextId::ButtonDownload, TextId::ToolTipDownload);
     cmdUpload = named<QPushButton>("cmdUpload", TextId::ButtonUpload, TextId::ToolTipUpload);
     cmdSaveSettings = named<QPushButton>("cmdSaveSettings", TextId::ButtonStore, TextId::ToolTipStore);
     cmdSetDefaults =
         named<QPushButton>("cmdSetDefaults", TextId::ButtonFactoryDefaults, TextId::ToolTipFactoryDefaults);
+    cmdCompare = named<QPushButton>("cmdCompare", TextId::ButtonCompare, TextId::ToolTipCompare);
     cmdPrint = named<QPushButton>("cmdPrint", TextId::ButtonPrint, TextId::ToolTipPrint);
     cmdHelp = named<QPushButton>("cmdHelp", TextId::ButtonHelp);
     cmdClose = named<QPushButton>("cmdClose", TextId::ButtonClose);
-    for (QPushButton* button : {cmdReview, cmdDownload, cmdUpload, cmdSaveSettings, cmdSetDefaults, cmdCompare}) {
-        row->addWidget(button);
+    auto* sensor = new QHBoxLayout;
+    for (QPushButton* button : {cmdReview, cmdDownload, cmdUpload, cmdSaveSettings, cmdSetDefaults}) {
+        sensor->addWidget(button);
     }
-    row->addStretch(1);
+    sensor->addStretch(1);
+    auto* others = new QHBoxLayout;
+    others->addWidget(cmdCompare);
+    others->addStretch(1);
     for (QPushButton* button : {cmdPrint, cmdHelp, cmdClose}) {
-        row->addWidget(button);
+        others->addWidget(button);
     }
+    auto* rows = new QVBoxLayout;
+    rows->addLayout(sensor);
+    rows->addLayout(others);
+    return rows;
+}
+
+/// Enter reviews, unless it belongs to a box, or to a button with the focus that does not write to the sensor.
+void SettingsForm::chooseDefaultButton()
+{
     for (auto* button : m_window->findChildren<QPushButton*>()) {
-        button->setAutoDefault(false); // Enter belongs to the boxes
+        button->setAutoDefault(false);
     }
-    return row;
+    for (QPushButton* harmless : {cmdLoad, cmdSave, cmdCompare, cmdPrint, cmdHelp, cmdClose}) {
+        harmless->setAutoDefault(true);
+    }
+    cmdReview->setDefault(true);
 }
 
 void SettingsForm::ShowSwitches(bool show)
@@ -280,7 +317,26 @@ void SettingsForm::ShowSwitches(bool show)
                 item->widget()->setVisible(show);
             }
         }
+        for (const int column : {kMarkColumn, kNoteColumn}) { // they are shown by others
+            if (const QLayoutItem* item = m_switchGrid->itemAtPosition(row, column)) {
+                keepRoom(*item->widget(), show);
+            }
+        }
     }
+}
+
+QSize SettingsForm::WholeSize() const
+{
+    for (auto* box : m_window->findChildren<QGroupBox*>()) {
+        box->layout()->invalidate(); // what has changed since the layouts were built waits for events otherwise
+        box->updateGeometry();
+    }
+    QLayout* frames = scrSettings->widget()->layout();
+    frames->invalidate();
+    frames->activate();
+    scrSettings->updateGeometry();
+    m_window->layout()->invalidate();
+    return m_window->sizeHint();
 }
 
 NumberEdit* SettingsForm::BoxOf(const ParameterDef& row) const
@@ -318,6 +374,7 @@ void SettingsForm::LocaliseParameters(std::int32_t language)
         }
     }
     cmbConfig->setAccessibleName(Text(TextId::CaptionConfiguration, language));
+    lblReport->setAccessibleName(Text(TextId::AccessibleReport, language));
     // A button without a mnemonic in its caption gets a key that the tool tip names.
     for (const auto& [button, key] : {std::pair(cmdLoad, Qt::Key_O), {cmdSave, Qt::Key_S}, {cmdDelete, Qt::Key_D}}) {
         if (!button->text().contains(u'&')) {

@@ -4,21 +4,25 @@
 #include "sensor/Parameters.h"
 #include "texts/TextId.h"
 
+#include <QSize>
+
 #include <cstdint>
 #include <string_view>
 
+class LineLabel;
 class NumberEdit;
 class QDialog;
 class QGridLayout;
 class QGroupBox;
 class QCheckBox;
 class QComboBox;
-class QFrame;
 class QLabel;
 class QLayout;
 class QProgressBar;
 class QPushButton;
 class QWidget;
+class ScrollFrames;
+class UndoBar;
 
 class SettingsForm {
 protected:
@@ -29,6 +33,8 @@ protected:
 
     /// Shows or hides the switches. For a sensor without switches the frame ends above the list of Q2's logic.
     void ShowSwitches(bool show);
+    /// The size in which nothing has to be scrolled, also before the window is shown.
+    QSize WholeSize() const;
     NumberEdit* BoxOf(const ParameterDef& row) const;
     QComboBox* ListOf(const ParameterDef& row) const;
     QCheckBox* CheckOf(const ParameterDef& row) const;
@@ -46,6 +52,11 @@ protected:
     QLabel* lblS2Logic = nullptr;
     /// The mark beside each control, for a value that differs from the sensor's.
     PerParameter<QLabel*> differenceMark;
+    /// The sign beside each control, for what its tool tip says: a warning, or what has become of the value.
+    PerParameter<QLabel*> noteMark;
+    ScrollFrames* scrSettings = nullptr;
+    /// The first of these in words.
+    LineLabel* lblNote = nullptr;
     QLabel* lblStatus = nullptr;
     QLabel* lblUnstored = nullptr;
     QLabel* lblProgress = nullptr;
@@ -53,9 +64,7 @@ protected:
     /// What has become of the last write, in words.
     QLabel* lblReport = nullptr;
     /// The bar with the way back, after a write that has changed something.
-    QFrame* fraUndo = nullptr;
-    QLabel* lblUndo = nullptr;
-    QPushButton* cmdUndo = nullptr;
+    UndoBar* fraUndo = nullptr;
     QPushButton* cmdReview = nullptr;
     QPushButton* cmdCompare = nullptr;
     QPushButton* cmdLoad = nullptr;
@@ -77,16 +86,17 @@ private:
     QGroupBox* buildSensorFrame();
     QGroupBox* buildFrame(const char* name, TextId id, SettingsSection section);
     QGroupBox* buildSwitchFrame();
-    QWidget* buildUndoBar();
+    QWidget* buildFrames();
     QLayout* buildStatus();
     QLayout* buildButtons();
+    void chooseDefaultButton();
     void addSection(QGridLayout& grid, SettingsSection section);
     void addParameter(QGridLayout& grid, const ParameterDef& row);
     QWidget* newControl(const ParameterDef& row);
     void localiseList(const ParameterDef& row, std::int32_t language);
     void addInformation(QGridLayout& grid, const char* name, TextId captionId, QLabel*& value);
     QLabel* caption(TextId id, QWidget* buddy);
-    QLabel* mark(QGridLayout& grid, int row);
+    QLabel* mark(QGridLayout& grid, int row, int column, const char* sign);
 
     QDialog* m_window = nullptr;
     QGridLayout* m_switchGrid = nullptr;

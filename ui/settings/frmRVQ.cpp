@@ -1,6 +1,7 @@
 #include "ui/settings/frmRVQ.h"
 
 #include "sensor/Parameters.h"
+#include "session/clsWriteKeeper.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
 #include "ui/help/Help.h"
@@ -11,6 +12,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
 #include "ui/widgets/QtText.h"
+#include "ui/widgets/UndoBar.h"
 #include "ui/widgets/WindowPlace.h"
 
 #include <QCheckBox>
@@ -21,7 +23,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QSignalBlocker>
+#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
@@ -45,13 +47,20 @@ frmRVQ::frmRVQ(QWidget* owner, const Context& context)
 {
     setObjectName(QStringLiteral("frmRVQ"));
     BuildForm(*this, m_decimalSeparator);
-    new WindowPlace(*this, m_context.settings.IniFile);
-    Boxes = RVQBoxes(*this, m_context.settings, m_question);
+    Boxes = RVQBoxes(*this, m_context.settings, m_context.help, m_question);
     KeepWheelFromLists(*this);
     fillConfigurations();
     localise();
     connectControls();
+    connectEdits();
     cmbConfig_Click(kDevice);
+    m_history.Start(content());
+    m_reportTime = m_context.writes != nullptr && m_context.writes->Last() != nullptr
+                       ? m_context.writes->Last()->time
+                       : m_reportTime; // the window reports what is written from now on
+    // All of the frames where the screen has room for them; Qt itself would take two thirds of it at most.
+    resize(WholeSize().boundedTo(screen()->availableSize()));
+    new WindowPlace(*this, m_context.settings.IniFile);
 }
 
 frmRVQ::~frmRVQ() = default;
@@ -85,7 +94,7 @@ void frmRVQ::changeEvent(QEvent* event)
 
 void frmRVQ::reject()
 {
-    if (!m_transfer.IsBusy()) {
+    if (!m_transfer.IsBusy() && mayDiscardEdits()) {
         QDialog::reject();
     }
 }
@@ -93,7 +102,7 @@ void frmRVQ::reject()
 /// Refuses the close box during a transfer, but not the end of the session: the main window then ends the wait.
 void frmRVQ::closeEvent(QCloseEvent* event)
 {
-    event->setAccepted(!m_transfer.IsBusy() || !event->spontaneous());
+    event->setAccepted(!event->spontaneous() || (!m_transfer.IsBusy() && mayDiscardEdits()));
     if (event->isAccepted()) {
         QDialog::reject();
     }
@@ -110,7 +119,7 @@ void frmRVQ::Unload()
 
 void frmRVQ::connectControls()
 {
-    connect(cmbConfig, &QComboBox::activated, this, [this](int index) { Guarded([&] { cmbConfig_Click(index); }); });
+    connect(cmbConfig, &QComboBox::activated, this, [this](int line) { Guarded([&] { chooseConfiguration(line); }); });
     connectButton(cmdLoad, &frmRVQ::cmdLoad_Click);
     connectButton(cmdSave, &frmRVQ::cmdSave_Click);
     connectButton(cmdDelete, &frmRVQ::cmdDelete_Click);
@@ -121,24 +130,10 @@ void frmRVQ::connectControls()
     connectButton(cmdReview, &frmRVQ::cmdReview_Click);
     cmdReview->setDefault(true); // a number box keeps Enter for itself
     connectButton(cmdCompare, &frmRVQ::cmdCompare_Click);
-    connectButton(cmdUndo, &frmRVQ::cmdUndo_Click);
+    connect(fraUndo, &UndoBar::undone, this, [this] { Guarded([this] { cmdUndo_Click(); }); });
     connectButton(cmdPrint, &frmRVQ::cmdPrint_Click);
     connectButton(cmdHelp, &frmRVQ::cmdHelp_Click);
     connectButton(cmdClose, &frmRVQ::cmdClose_Click);
-    const auto edited = [this] { Guarded([this] { applyRule(); }); };
-    for (const ParameterDef& row : ParameterTable()) {
-        if (row.control == ControlKind::Number) {
-            BoxOf(row)->Check = [this, &row](const std::string& typed) {
-                return CheckedText(row, typed, m_decimalSeparator);
-            };
-            BoxOf(row)->Words = [this](TextId id) { return text(id); };
-            connect(BoxOf(row), &QLineEdit::textChanged, this, edited);
-        } else if (row.control == ControlKind::Check) {
-            connect(CheckOf(row), &QCheckBox::clicked, this, edited);
-        } else if (row.control == ControlKind::List) {
-            connect(ListOf(row), &QComboBox::activated, this, edited);
-        }
-    }
 }
 
 void frmRVQ::connectButton(const QPushButton* button, void (frmRVQ::*act)())
@@ -155,6 +150,7 @@ void frmRVQ::localise()
         showSource(text(TextId::DeviceEntry));
     }
     showStatus(statusText());
+    showReport();
     applyRule();
 }
 
@@ -182,21 +178,11 @@ void frmRVQ::cmbConfig_Click(int index)
 
 void frmRVQ::fill(const Configuration& configuration)
 {
-    const ShownSettings values = ShownOf(configuration.Parameters, m_decimalSeparator);
-    m_serial = values.serial;
-    for (const ParameterDef& row : ParameterTable()) {
-        const QSignalBlocker silent(control[row]);
-        if (row.control == ControlKind::Number) {
-            BoxOf(row)->ShowText(values.texts[row]);
-        } else if (row.control == ControlKind::Check) {
-            CheckOf(row)->setChecked(values.choices[row] == 1);
-        } else if (row.control == ControlKind::List) {
-            ListOf(row)->setCurrentIndex(values.choices[row]);
-        }
-    }
-    m_shownChoices = values.choices;
-    const bool isDevice = cmbConfig->currentIndex() == kDevice;
-    showSource(isDevice ? text(TextId::DeviceEntry) : QFile::decodeName(configuration.FileName.c_str()));
+    showValues(ShownOf(configuration.Parameters, m_decimalSeparator));
+    m_line = cmbConfig->currentIndex();
+    m_settled = shown();
+    m_notes = {};
+    showSource(m_line == kDevice ? text(TextId::DeviceEntry) : QFile::decodeName(configuration.FileName.c_str()));
     applyRule();
 }
 
@@ -250,7 +236,7 @@ void frmRVQ::applyRule()
     for (const ParameterDef& row : ParameterTable()) {
         control[row]->setEnabled(rule.Controls[row]);
     }
-    for (QPushButton* button : {cmdReview, cmdUpload, cmdDownload, cmdSetDefaults, cmdSaveSettings, cmdUndo}) {
+    for (QPushButton* button : {cmdReview, cmdUpload, cmdDownload, cmdSetDefaults, cmdSaveSettings}) {
         button->setEnabled(rule.Transfer);
     }
     cmdDelete->setEnabled(rule.Delete);
@@ -268,9 +254,11 @@ void frmRVQ::applyRule()
     markDifferences();
 }
 
-/// Every shown value that differs from the sensor's has a sign beside it and the sensor's value in its tool tip.
+/// Every shown value that differs from the sensor's has a sign beside it and the sensor's value in its tool tip. So has
+/// every field with a note.
 void frmRVQ::markDifferences()
 {
+    warnOf(shown());
     PerParameter<QString> inSensor;
     if (m_context.device.CommStatus() != DialogueNone && !m_transfer.IsBusy()) {
         for (const Difference& difference :
@@ -283,10 +271,12 @@ void frmRVQ::markDifferences()
         const QString& difference = inSensor[row];
         differenceMark[row]->setVisible(!difference.isEmpty());
         differenceMark[row]->setToolTip(difference);
-        const QString range = row.control == ControlKind::Number ? rangeText(row) : QString();
-        const bool both = !difference.isEmpty() && !range.isEmpty();
-        control[row]->setToolTip(both ? range + u'\n' + difference : range + difference);
+        QStringList lines{row.control == ControlKind::Number ? rangeText(row) : QString(), difference};
+        lines += notesOf(row);
+        lines.removeAll(QString());
+        control[row]->setToolTip(lines.join(u'\n'));
     }
+    showNotes();
     lblUnstored->setVisible(m_context.device.UnstoredChanges() && m_context.device.CommStatus() != DialogueNone &&
                             !m_transfer.IsBusy());
 }
@@ -317,6 +307,7 @@ frmRVQ::State frmRVQ::stateOf(const clsRVQ& device) const
 void frmRVQ::FollowDevice()
 {
     showInformation();
+    followWrites();
     const State now = stateOf(m_context.device);
     if (now != m_followed) {
         m_followed = now;

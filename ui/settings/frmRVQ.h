@@ -3,8 +3,10 @@
 #pragma once
 
 #include "sensor/Fields.h"
+#include "sensor/modChecks.h"
 #include "session/clsTransfer.h"
 #include "texts/TextId.h"
+#include "ui/settings/FieldHistory.h"
 #include "ui/settings/RVQBoxes.h"
 #include "ui/settings/SettingsForm.h"
 #include "ui/settings/frmCompare.h"
@@ -15,8 +17,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 class Help;
 class InputBlock;
@@ -46,6 +50,7 @@ public:
         clsWriteKeeper* writes = nullptr;
     };
     using ChangedAnswer = RVQDialogs::ChangedAnswer;
+    using UnsentAnswer = RVQDialogs::UnsentAnswer;
     using Dialogs = RVQDialogs;
 
     frmRVQ(QWidget* owner, const Context& context);
@@ -54,9 +59,12 @@ public:
     Dialogs Boxes;
     /// Called in every tick: connection, marks and enabled controls follow the device.
     void FollowDevice();
+    /// Whether the main window may close; asks when edits would be lost. It need not ask during a transfer, which the
+    /// close ends.
+    bool MayClose();
     /// Called when the main window closes: boxes close with Abort, and this window closes too.
     void Unload();
-    /// Closes the window; refused while a transfer runs.
+    /// Closes the window, after a question when edits would be lost; refused while a transfer runs.
     void reject() override;
 
 protected:
@@ -93,6 +101,29 @@ private:
     };
     State stateOf(const clsRVQ& device) const;
     void showInformation();
+
+    // Edits, what stands at the fields, and the report of a write (frmRVQEdits.cpp).
+    void connectEdits();
+    void edited();
+    void showValues(const ShownSettings& values);
+    FieldHistory::Content content() const;
+    void showContent(const FieldHistory::Content& content, bool isFilled);
+    std::vector<const ParameterDef*> edits() const;
+    void settle(const ParameterDef& row);
+    bool mayDiscardEdits();
+    void chooseConfiguration(int line);
+    std::string checked(const ParameterDef& row, const std::string& typed);
+    void warnOf(const ShownSettings& values);
+    QStringList notesOf(const ParameterDef& row) const;
+    void showNotes();
+    void followWrites();
+    void takeReport(const WriteReport& report);
+    void showReport();
+    QString outcomeText(const ValueReport& value) const;
+    QString valueText(const ParameterDef& row, std::int32_t value) const;
+    QString failureDetails(const ParameterDef& row, std::int32_t value, std::size_t sent, std::size_t total,
+                           TextId reasonTextId) const;
+
     QString rangeText(const ParameterDef& row) const;
     QString statusText() const;
     void saveAs(const std::string& path, const std::string& description);
@@ -123,6 +154,8 @@ private:
     void cmdHelp_Click();
     void cmdClose_Click();
 
+    static constexpr int kDeviceLine = 0;
+
     Context m_context;
     char m_decimalSeparator;
     clsTransfer m_transfer;
@@ -130,7 +163,21 @@ private:
     bool m_begun = false;
     bool m_unloading = false;
     PerParameter<std::int32_t>
-        m_shownChoices; ///< as filled: a caption cannot be edited, and is saved and sent as it was
+        m_shownChoices;       ///< as filled: a caption cannot be edited, and is saved and sent as it was
+    int m_line = kDeviceLine; ///< of the list, as filled
+    /// What is neither to be sent nor to be saved: as filled, as sent or as saved, whichever came last.
+    ShownSettings m_settled;
+    FieldHistory m_history;
+    struct Note {
+        BeyondLimit beyond = BeyondLimit::No;
+        std::string typed, shown; ///< moved to a limit; valid as long as this is shown
+        std::vector<Warning> warnings;
+        std::optional<ValueReport> outcome; ///< until the field is edited or filled
+    };
+    PerParameter<Note> m_notes;
+    std::optional<WriteReport> m_report; ///< as shown
+    double m_reportTime = 0.0;           ///< of the last report that was taken
+    TransferProgress m_progress;
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;
     /// The failure of a transfer, as passed to `ShowFailure`; it is shown again when the connection is back.
     std::pair<TextId, TextId> m_failure;

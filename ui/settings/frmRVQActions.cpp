@@ -13,24 +13,38 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QProgressBar>
+
+#include <algorithm>
+#include <filesystem>
 
 namespace {
 
 constexpr std::size_t kDevice = clsConfigLibrary::kDeviceLine;
+
+/// A name without the ending of a configuration gets it.
+std::string withEnding(std::string path)
+{
+    const QString ending = QStringLiteral(".rvq");
+    const bool lacksIt = !path.empty() && !QFile::decodeName(path.c_str()).endsWith(ending, Qt::CaseInsensitive);
+    return lacksIt ? path + ending.toStdString() : path;
+}
 
 } // namespace
 
 void frmRVQ::cmdLoad_Click()
 {
     const std::string path = Boxes.FileToLoad(m_context.programFolder);
-    if (path.empty()) {
+    if (path.empty() || !mayDiscardEdits()) {
         return;
     }
     if (const auto line = m_context.library.Import(path)) {
+        const FieldHistory::Content before = content();
         cmbConfig->addItem(FromBytes(m_context.library.Entry(*line).Description));
         cmbConfig_Click(static_cast<int>(*line));
+        m_history.Chosen(before, content());
         showKept(*line);
     }
 }
@@ -43,7 +57,8 @@ void frmRVQ::cmdSave_Click()
     if (description.trimmed().isEmpty()) {
         description = text(TextId::DescriptionDefault); // even after a cancel; saving continues
     }
-    const std::string path = Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName);
+    const std::string path =
+        withEnding(Boxes.FileToSave(isDevice ? m_context.programFolder + '/' : selected().FileName));
     if (!path.empty() && mayWrite(path)) {
         saveAs(path, ToBytes(description));
     }
@@ -75,6 +90,7 @@ void frmRVQ::takeOther(std::size_t line)
     if (m_context.library.ReadAgain(line)) {
         cmbConfig->setItemText(static_cast<int>(line), FromBytes(m_context.library.Entry(line).Description));
         fill(m_context.library.Entry(line));
+        m_history.Start(content());
     }
 }
 
@@ -84,12 +100,20 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
     const std::size_t line = m_context.library.FindOrAdd(path);
     const bool isNew = m_context.library.Size() > before;
     Configuration& entry = m_context.library.Entry(line);
-    showOutcomes(CopyForSaving(entry.Parameters, shown()));
+    const CopyOutcomes outcomes = CopyForSaving(entry.Parameters, shown());
+    showOutcomes(outcomes);
     entry.Identity.DeviceType = TypeName(IsSerial(entry.Parameters));
     const QString shownPath = QFile::decodeName(path.c_str());
     const UnwrittenFile unwritten = m_context.library.Store(line, description);
     showUnwritten(unwritten);
     if (!unwritten.why) {
+        for (const ParameterDef& row : ParameterTable()) {
+            if (outcomes[row] != CopyOutcome::Refused) {
+                settle(row);
+            }
+        }
+        showStatus(text(TextId::StatusSavedAs).arg(QFileInfo(shownPath).fileName()));
+        lblStatus->setToolTip(shownPath);
         showKept(line);
     }
     showSource(shownPath);
@@ -97,6 +121,7 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
         // The fields are not filled again, so that a "255" stays visible.
         cmbConfig->addItem(FromBytes(description));
         cmbConfig->setCurrentIndex(cmbConfig->count() - 1);
+        m_line = cmbConfig->currentIndex();
     } else {
         // Deliberate: the current line, even when the file belongs to another one.
         cmbConfig->setItemText(cmbConfig->currentIndex(), FromBytes(description));
@@ -106,18 +131,24 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
 
 void frmRVQ::cmdDelete_Click()
 {
+    if (!mayDiscardEdits()) {
+        return;
+    }
     const int line = cmbConfig->currentIndex();
     UnwrittenFile unwritten;
     if (const auto above = m_context.library.Delete(static_cast<std::size_t>(line), unwritten)) {
         cmbConfig->removeItem(line);
         cmbConfig_Click(static_cast<int>(*above));
+        m_history.Start(content());
         showUnwritten(unwritten);
     }
 }
 
 void frmRVQ::cmdDownload_Click()
 {
-    m_transfer.Download();
+    if (mayDiscardEdits()) {
+        m_transfer.Download();
+    }
 }
 
 void frmRVQ::cmdUpload_Click()
@@ -133,7 +164,9 @@ void frmRVQ::cmdSaveSettings_Click()
 
 void frmRVQ::cmdSetDefaults_Click()
 {
-    m_transfer.SetDefaults();
+    if (mayDiscardEdits()) {
+        m_transfer.SetDefaults();
+    }
 }
 
 void frmRVQ::cmdPrint_Click()
@@ -210,6 +243,9 @@ void frmRVQ::ShowBusy(bool busy)
 {
     if (busy) {
         m_focus = focusWidget();
+        m_progress = {};
+        m_report.reset();
+        showReport();
     } else {
         lblProgress->hide();
         prgTransfer->hide();
@@ -266,6 +302,7 @@ void frmRVQ::ShowFailed(bool failed)
 
 void frmRVQ::ShowProgress(const TransferProgress& progress)
 {
+    m_progress = progress;
     const QString what = text(progress.textId).trimmed();
     prgTransfer->setRange(0, progress.steps);
     prgTransfer->setValue(progress.step);
@@ -283,24 +320,40 @@ FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure
     if (m_unloading) {
         return FailureAnswer::Abort;
     }
-    return Boxes.Failure(text(TextId::QuestionTransferFailure) + text(reasonTextId));
+    const QString question = text(TextId::QuestionTransferFailure) + text(reasonTextId);
+    const auto rows = ParameterTable();
+    const auto row = std::ranges::find(rows, m_progress.textId, &ParameterDef::labelId);
+    if (row == rows.end()) {
+        return Boxes.Failure(question, text(TextId::DetailAnswers));
+    }
+    const auto sent = static_cast<std::size_t>(std::max(m_progress.step - 1, 0));
+    const auto total = static_cast<std::size_t>(std::max(m_progress.steps - 1, 0));
+    return Boxes.Failure(
+        question, failureDetails(*row, m_context.library.Device().Parameters.*row->value, sent, total, reasonTextId));
 }
 
-void frmRVQ::ShowReport(const WriteReport&) {}
-
-bool frmRVQ::MayWriteWithoutBackup(const std::filesystem::path&, std::error_code)
+void frmRVQ::ShowReport(const WriteReport& report)
 {
-    return false;
+    takeReport(report);
+}
+
+bool frmRVQ::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)
+{
+    const QString reason = text(TextId::FailureNotWritten)
+                               .arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_context.settings.Language));
+    return !m_unloading && Boxes.WithoutBackup(text(TextId::QuestionNoBackup).arg(reason));
 }
 
 void frmRVQ::SelectDeviceEntry()
 {
     FollowDevice();
     cmbConfig_Click(kDevice);
+    m_history.Start(content());
 }
 
 void frmRVQ::FillFromDeviceEntry()
 {
     cmbConfig->setCurrentIndex(kDevice);
     fill(m_context.library.Device());
+    m_history.Start(content());
 }

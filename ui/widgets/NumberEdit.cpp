@@ -91,7 +91,7 @@ private:
     {
         const auto number = PastedNumber(ToBytes(simpleForm(input)), m_box.m_decimalSeparator, m_box.m_groupSeparator);
         if (!number) {
-            m_box.explain(kAtOnce_ms);
+            m_box.explain(m_box.noNumber(), kAtOnce_ms);
         }
         input = number ? FromBytes(*number) : m_shown;
         position = static_cast<int>(input.size());
@@ -115,6 +115,23 @@ void NumberEdit::ShowText(const std::string& text)
     m_before = this->text();
     m_filter->Shown(m_before);
     setValidator(m_filter);
+}
+
+void NumberEdit::Explain(const QString& words)
+{
+    explain(words, kAfterClick_ms);
+}
+
+bool NumberEdit::event(QEvent* event)
+{
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo)) {
+            event->ignore();
+            return true;
+        }
+    }
+    return QLineEdit::event(event);
 }
 
 void NumberEdit::keyPressEvent(QKeyEvent* event)
@@ -161,7 +178,7 @@ void NumberEdit::check(int explainAfter_ms)
             ShowText(Check(ToBytes(text())));
         } else {
             ShowText(ToBytes(m_before));
-            explain(explainAfter_ms);
+            explain(noNumber(), explainAfter_ms);
         }
     });
 }
@@ -171,12 +188,17 @@ bool NumberEdit::isNumber(const QString& text) const
     return CDbl(ToBytes(text.left(kLongestNumber)), m_decimalSeparator).has_value();
 }
 
-void NumberEdit::explain(int after_ms)
+void NumberEdit::explain(const QString& words, int after_ms)
 {
-    const auto show = [this] {
-        if (Words && isVisible()) {
-            QToolTip::showText(mapToGlobal(rect().bottomLeft()), Words(TextId::ToolTipNoNumber), this);
+    const auto show = [this, words] {
+        if (!words.isEmpty() && isVisible()) {
+            QToolTip::showText(mapToGlobal(rect().bottomLeft()), words, this);
         }
     };
     QTimer::singleShot(after_ms, this, [show] { Guarded(show); });
+}
+
+QString NumberEdit::noNumber() const
+{
+    return Words ? Words(TextId::ToolTipNoNumber) : QString();
 }

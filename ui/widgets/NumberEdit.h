@@ -22,8 +22,12 @@ public:
     std::function<QString(TextId id)> Words;
     /// Shows any text, unfiltered. A text that is not a number comes back to it.
     void ShowText(const std::string& text);
+    /// Says something in a tool tip at the box, after the click that may have left it.
+    void Explain(const QString& words);
 
 protected:
+    /// Undo and redo belong to the window, which knows all of its boxes.
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void inputMethodEvent(QInputMethodEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
@@ -34,7 +38,8 @@ private:
 
     void check(int explainAfter_ms);
     bool isNumber(const QString& text) const;
-    void explain(int after_ms);
+    void explain(const QString& words, int after_ms);
+    QString noNumber() const;
 
     char m_decimalSeparator, m_groupSeparator;
     Filter* m_filter;

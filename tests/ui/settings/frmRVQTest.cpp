@@ -1,14 +1,18 @@
 // The settings window, offscreen, with the simulated sensor on a real line.
 #include "ui/settings/frmRVQ.h"
 
+#include "session/clsWriteKeeper.h"
 #include "store/modIni.h"
 #include "tests/support/Desk.h"
 #include "tests/support/SensorOnLine.h"
+#include "ui/widgets/LineLabel.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
+#include "ui/widgets/ScrollFrames.h"
 
 #include <QClipboard>
 #include <QLocale>
+#include <QToolButton>
 #include <QToolTip>
 
 #include <gtest/gtest.h>
@@ -24,28 +28,38 @@ struct Editor {
     Help help{line.settings, folder};
     std::string fileAnswer, sheet, unkept;
     QString description = "Press 4";
-    std::vector<QString> questions;
+    std::vector<QString> questions, details;
+    frmRVQ::UnsentAnswer unsentAnswer = frmRVQ::UnsentAnswer::Discard;
+    clsWriteKeeper writes; ///< told by the tests themselves: the transfers have none
     std::unique_ptr<frmRVQ> window;
 
-    explicit Editor(simulator::SensorOptions options = {}) : line(std::move(options)), library(folder / "RVQ.ini")
+    explicit Editor(bool keepsWrites) : Editor(simulator::SensorOptions{}, keepsWrites) {}
+    explicit Editor(simulator::SensorOptions options = {}, bool keepsWrites = false)
+        : line(std::move(options)), library(folder / "RVQ.ini")
     {
         EXPECT_TRUE(line.Configured());
-        window = std::make_unique<frmRVQ>(
-            nullptr, frmRVQ::Context{line.device, library, line.settings, help, folder,
-                                     [this] {
-                                         line.Tick();
-                                         window->FollowDevice();
-                                     },
-                                     [this](const QString& told) { unkept = told.toStdString(); }});
+        window = std::make_unique<frmRVQ>(nullptr,
+                                          frmRVQ::Context{line.device, library, line.settings, help, folder,
+                                                          [this] {
+                                                              line.Tick();
+                                                              window->FollowDevice();
+                                                          },
+                                                          [this](const QString& told) { unkept = told.toStdString(); },
+                                                          keepsWrites ? &writes : nullptr});
         window->Boxes.FileToLoad = window->Boxes.FileToSave = [this](const std::string&) { return fileAnswer; };
         window->Boxes.Description = [this](const QString&) { return description; };
         window->Boxes.Overwrite = [this](const QString& question) {
             questions.push_back(question);
             return false;
         };
-        window->Boxes.Failure = [this](const QString& question) {
+        window->Boxes.Failure = [this](const QString& question, const QString& about) {
             questions.push_back(question);
+            details.push_back(about);
             return FailureAnswer::Abort;
+        };
+        window->Boxes.Unsent = [this](const QString& question, bool) {
+            questions.push_back(question);
+            return unsentAnswer;
         };
         window->Boxes.OpenSheet = [this](const std::string& file) { sheet = file; };
         window->show();
@@ -65,12 +79,20 @@ struct Editor {
     std::string Status() const { return Find<QLabel>("lblStatus")->text().toStdString(); }
     NumberEdit& Box(int i) const { return *Find<NumberEdit>("txtParameter_" + std::to_string(i)); }
     std::string Typed(int i) const { return Box(i).text().toStdString(); }
-    std::ptrdiff_t Marks() const
+    std::ptrdiff_t Marks(const char* sign = "≠") const
     {
-        return std::ranges::count_if(window->findChildren<QLabel*>(), [](const QLabel* label) {
-            return label->isVisible() && label->text() == QStringLiteral("≠");
+        return std::ranges::count_if(window->findChildren<QLabel*>(), [&](const QLabel* label) {
+            return label->isVisible() && label->text() == QString::fromUtf8(sign);
         });
     }
+    std::string Note() const { return Find<QLabel>("lblNote")->text().toStdString(); }
+    void Type(int i, const char* text) const
+    {
+        Box(i).setFocus();
+        Box(i).selectAll();
+        QTest::keyClicks(&Box(i), text);
+    }
+    void PressControl(Qt::Key key) const { QTest::keyClick(window.get(), key, Qt::ControlModifier); }
 };
 
 TEST(SettingsWindow, ReadsEditsSendsAndStores)
@@ -145,8 +167,12 @@ TEST(SettingsWindow, SaysThatAFileCannotBeWrittenUntilOneIs)
     Editor editor;
     editor.ClickAndAnswer("cmdSave", "missing/x.rvq");
     EXPECT_EQ(editor.Status(), editor.fileAnswer + " cannot be written: File or folder is missing.");
-    editor.ClickAndAnswer("cmdSave", "x.rvq");
-    EXPECT_EQ(editor.Status(), "");
+    editor.ClickAndAnswer("cmdSave", "x.5");
+    EXPECT_EQ(editor.Status(), "Saved as x.5.rvq");
+    EXPECT_EQ(editor.Find<QLabel>("lblStatus")->toolTip().toStdString(), editor.folder / "x.5.rvq");
+    editor.ClickAndAnswer("cmdSave", "y.RVQ");
+    EXPECT_EQ(editor.Status(), "Saved as y.RVQ");
+    EXPECT_TRUE(std::filesystem::exists(editor.folder / "x.5.rvq"));
 }
 
 TEST(SettingsWindow, GivesADescriptionToAConfigurationThatHasNone)
@@ -303,6 +329,8 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     editor.Click("cmdUpload");
     ASSERT_EQ(editor.questions.size(), 1U);
     EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
+    const QString sentNone = "Data Format (101) = ASCII+UNIT was not answered. 0 of 24 sent, 24 not.\n\nAbort: nothing";
+    EXPECT_TRUE(editor.details[0].startsWith(sentNone)) << qPrintable(editor.details[0]);
     const std::string unsent = "Configuration not sent completely: No response from Orvex";
     EXPECT_EQ(editor.Status(), unsent);
     EXPECT_NE(editor.Find<QLabel>("lblStatus")->palette().color(QPalette::WindowText), Qt::black);
@@ -316,7 +344,7 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     QApplication::sendEvent(editor.window.get(), &german);
     EXPECT_EQ(editor.Status(), "Konfiguration nicht vollständig gesendet: Keine Antwort vom Orvex");
     editor.line.settings.Language = LanguageEnglish;
-    editor.window->Boxes.Failure = [&](const QString&) {
+    editor.window->Boxes.Failure = [&](const QString&, const QString&) {
         for (int i = 0; i < 200; ++i) { // the question stays open for seconds
             editor.line.Tick();
         }
@@ -331,7 +359,7 @@ TEST(SettingsWindow, AnUploadEndsWithTheSensorThatItWasMeantFor)
     Editor editor;
     editor.line.sensor.Faults().refusal = 1.0;
     int questions = 0;
-    editor.window->Boxes.Failure = [&](const QString&) {
+    editor.window->Boxes.Failure = [&](const QString&, const QString&) {
         if (++questions > 1) {
             return FailureAnswer::Abort;
         }
@@ -369,6 +397,271 @@ TEST(SettingsWindow, EnterChecksABox)
     editor.Box(2).setText("");
     PressKey(editor.Box(2), Qt::Key_Return);
     EXPECT_EQ(editor.Box(2).text(), "20" + QLocale().decimalPoint() + "0");
+}
+
+TEST(SettingsWindow, AsksBeforeEditsAreLostAndOnlyThen)
+{
+    using enum frmRVQ::UnsentAnswer;
+    struct Way {
+        const char* name;
+        std::function<void(Editor&)> go;
+        std::function<bool(Editor&)> hasGone;
+    };
+    const auto isClosed = [](Editor& editor) { return !editor.window->isVisible(); };
+    const auto isReadAnew = [](Editor& editor) { return editor.Typed(0) == "0"; };
+    const Way ways[] = {
+        {"Escape", [](Editor& editor) { PressKey(*editor.window, Qt::Key_Escape); }, isClosed},
+        {"frame", [](Editor& editor) { CloseByFrame(*editor.window); }, isClosed},
+        {"Close", [](Editor& editor) { editor.Click("cmdClose"); }, isClosed},
+        {"Download", [](Editor& editor) { editor.Click("cmdDownload"); }, isReadAnew},
+        {"defaults", [](Editor& editor) { editor.Click("cmdSetDefaults"); }, isReadAnew},
+        {"list", [](Editor& editor) { Choose(*editor.Find<QComboBox>("cmbConfig"), 1); }, isReadAnew},
+        {"import", [](Editor& editor) { editor.ClickAndAnswer("cmdLoad", "x.rvq"); }, isReadAnew},
+    };
+    Editor first;
+    first.ClickAndAnswer("cmdSave", "x.rvq");
+    const std::string file = TemporaryFolder::Read(first.fileAnswer);
+    for (const Way& way : ways) {
+        Editor editor;
+        editor.own.Write("x.rvq", file);
+        editor.ClickAndAnswer("cmdLoad", "x.rvq");
+        Choose(*editor.Find<QComboBox>("cmbConfig"), 0);
+        editor.Box(0).setText("5");
+        editor.Box(0).setText("0 "); // no other value than before
+        EXPECT_TRUE(editor.window->MayClose());
+        EXPECT_TRUE(editor.questions.empty()) << way.name;
+
+        editor.Box(0).setText("77");
+        editor.unsentAnswer = KeepEditing;
+        way.go(editor);
+        ASSERT_EQ(editor.questions.size(), 1U) << way.name;
+        EXPECT_TRUE(editor.questions[0].startsWith("Changed, but neither sent nor saved:\nOffset\n")) << way.name;
+        EXPECT_FALSE(way.hasGone(editor)) << way.name;
+        EXPECT_EQ(editor.Typed(0), "77") << way.name;
+        EXPECT_EQ(editor.Find<QComboBox>("cmbConfig")->currentIndex(), 0) << way.name;
+        EXPECT_FALSE(editor.window->MayClose()) << way.name;
+
+        editor.unsentAnswer = Discard;
+        way.go(editor);
+        EXPECT_EQ(editor.questions.size(), 3U) << way.name;
+        EXPECT_TRUE(way.hasGone(editor)) << way.name;
+    }
+    for (const char* button : {"cmdUpload", "cmdSave"}) {
+        Editor editor;
+        editor.Box(0).setText("77");
+        editor.ClickAndAnswer(button, "x.rvq");
+        EXPECT_TRUE(editor.window->MayClose());
+        editor.Box(5).setText("9995"); // refused: it is neither sent nor saved
+        if (button == std::string("cmdSave")) {
+            editor.Click(button);
+            editor.unsentAnswer = KeepEditing;
+            EXPECT_FALSE(editor.window->MayClose());
+        }
+    }
+}
+
+TEST(SettingsWindow, TakesEditsBackOverAllFieldsAndAcrossAnotherConfiguration)
+{
+    Editor editor;
+    editor.ClickAndAnswer("cmdSave", "x.rvq");
+    Choose(*editor.Find<QComboBox>("cmbConfig"), 0);
+    editor.window->activateWindow();
+    QApplication::processEvents();
+    auto* blanking = editor.Find<QCheckBox>("chkBlanking");
+    auto* depth = editor.Find<QComboBox>("cmbAverageDepth");
+    const int depthBefore = depth->currentIndex();
+    const bool wasBlanking = blanking->isChecked();
+    std::vector<std::string> states;
+    const auto state = [&] {
+        return editor.Typed(0) + " " + editor.Typed(3) + (blanking->isChecked() == wasBlanking ? " = " : " x ") +
+               std::to_string(depth->currentIndex() - depthBefore) + " in " +
+               editor.Find<QComboBox>("cmbConfig")->currentText().toStdString();
+    };
+    const auto did = [&] { states.push_back(state()); };
+    did();
+    editor.Type(0, "12");
+    did();
+    editor.Type(3, "5000"); // leaving the box moves it to its limit: still one step
+    blanking->setFocus();
+    did();
+    EXPECT_EQ(editor.Typed(3), "1200");
+    blanking->click();
+    did();
+    Choose(*depth, 0);
+    did();
+    Choose(*editor.Find<QComboBox>("cmbConfig"), 1);
+    did();
+    editor.Type(0, "34");
+    did();
+    for (auto expected = states.rbegin() + 1; expected != states.rend(); ++expected) {
+        editor.PressControl(Qt::Key_Z);
+        EXPECT_EQ(state(), *expected);
+    }
+    for (auto expected = states.begin() + 1; expected != states.end(); ++expected) {
+        editor.PressControl(Qt::Key_Y);
+        EXPECT_EQ(state(), *expected);
+    }
+    editor.PressControl(Qt::Key_Z);
+    editor.PressControl(Qt::Key_Z);
+    editor.questions.clear();
+    editor.window->MayClose();
+    ASSERT_EQ(editor.questions.size(), 1U) << "what was edited before is edited again";
+    EXPECT_TRUE(editor.questions[0].contains("\nAverage Depth, Nearfield blanking, Offset, Air Pressure\n"))
+        << qPrintable(editor.questions[0]);
+    editor.Click("cmdDownload");
+    editor.PressControl(Qt::Key_Z);
+    EXPECT_EQ(state(), states[0]) << "reading begins anew";
+}
+
+TEST(SettingsWindow, SaysAtTheFieldWhatWasMovedAndWhatLooksWrong)
+{
+    Editor editor;
+    const QPoint place = editor.Box(7).mapTo(editor.window.get(), QPoint());
+    EXPECT_EQ(editor.Marks("!"), 0);
+    EXPECT_EQ(editor.Note(), "");
+    editor.Type(3, "5000");
+    PressKey(editor.Box(3), Qt::Key_Return);
+    EXPECT_EQ(editor.Note(), "Air Pressure: 5000 → 1200 hPa, the upper limit");
+    EXPECT_EQ(editor.Marks("!"), 1);
+    EXPECT_NE(editor.Box(3).toolTip().indexOf("the upper limit"), -1);
+    EXPECT_EQ(editor.Box(3).accessibleDescription(), "5000 → 1200 hPa, the upper limit");
+    editor.Type(3, "1100");
+    EXPECT_EQ(editor.Note(), "");
+
+    editor.Box(4).setText("9000"); // below 9900
+    EXPECT_EQ(editor.Note(), "ON-Threshold Q1: With positive switching logic the ON threshold belongs above the OFF "
+                             "threshold");
+    editor.Box(7).setText("-5");
+    EXPECT_EQ(editor.Marks("!"), 2);
+    EXPECT_NE(editor.Find<QLabel>("lblNote")->toolTip().indexOf("OFF-Threshold Q2: "), -1);
+    QApplication::processEvents();
+    EXPECT_EQ(editor.Box(7).mapTo(editor.window.get(), QPoint()), place) << "signs move no field";
+    editor.line.settings.Language = LanguageGerman;
+    LocaliseOpenWindows(LanguageGerman);
+    EXPECT_TRUE(editor.Note().starts_with("EIN-Schwelle Q1: Bei positiver")) << editor.Note();
+    editor.Click("cmdUpload");
+    EXPECT_EQ(editor.line.device.Parameters().S1OnThreshold, 9000) << "a warning prevents nothing";
+}
+
+/// A write of three offsets and what became of it, as a transfer reports it.
+WriteReport writeTo(const clsRVQ& device, ValueOutcome outcome, std::optional<std::int32_t> readBack)
+{
+    WriteReport report;
+    report.serialNo = device.Identity().SerialNo;
+    report.time = device.CurrentTime();
+    report.before = report.after = device.Parameters();
+    report.values = {{&RowOf(&ParameterSet::Offset), 0, 77, readBack, outcome},
+                     {&RowOf(&ParameterSet::AirPressure), 1013, 1100, 1100, ValueOutcome::Taken}};
+    report.after.AirPressure = 1100;
+    report.after.Offset = readBack.value_or(0);
+    report.frames = report.sent = 2;
+    report.isReadBack = true;
+    report.result = WriteResult::Differs;
+    return report;
+}
+
+TEST(SettingsWindow, MarksWhatAWriteHasNotReachedUntilTheFieldIsEdited)
+{
+    using enum ValueOutcome;
+    struct Row {
+        ValueOutcome outcome;
+        std::optional<std::int32_t> readBack;
+        const char* note;
+        bool isSent;
+    };
+    for (const Row& row :
+         {Row{Taken, 77, "", true}, Row{Rounded, 80, "Offset: The sensor has made 80 mm of it", true},
+          Row{Ignored, 0, "Offset: Acknowledged by the sensor, but not taken; it still has 0 mm", true},
+          Row{Refused, 0, "Offset: Refused by the sensor", false},
+          Row{Unanswered, {}, "Offset: Sent, but the sensor has not answered", false},
+          Row{NotSent, 0, "Offset: Not sent", false}}) {
+        Editor editor(true);
+        editor.Box(0).setText("77");
+        editor.Box(3).setText("1100");
+        editor.writes.Note(writeTo(editor.line.device, row.outcome, row.readBack), "COM 1");
+        editor.window->FollowDevice();
+        EXPECT_EQ(editor.Note(), row.note);
+        EXPECT_EQ(editor.Marks("!"), *row.note == '\0' ? 0 : 1) << row.note;
+        editor.unsentAnswer = frmRVQ::UnsentAnswer::KeepEditing;
+        EXPECT_EQ(editor.window->MayClose(), row.isSent) << row.note;
+        EXPECT_EQ(editor.Typed(0), "77") << row.note;
+        editor.Box(0).setText("78");
+        EXPECT_EQ(editor.Note(), "");
+    }
+}
+
+TEST(SettingsWindow, TheBarOffersTheWayBackInTheSensorThatWasWrittenTo)
+{
+    Editor editor(true);
+    const auto* bar = editor.Find<QWidget>("fraUndo");
+    EXPECT_FALSE(bar->isVisible());
+    WriteReport write = writeTo(editor.line.device, ValueOutcome::Taken, 77);
+    editor.writes.Note(write, "COM 1");
+    editor.window->FollowDevice();
+    EXPECT_TRUE(bar->isVisible());
+    EXPECT_TRUE(editor.Find("cmdUndo")->isEnabled());
+    editor.line.device.Identity().SerialNo += "X";
+    editor.window->FollowDevice();
+    EXPECT_FALSE(bar->isVisible()) << "another sensor";
+    editor.line.device.Identity().SerialNo = write.serialNo;
+    editor.window->FollowDevice();
+    EXPECT_TRUE(bar->isVisible());
+    editor.line.device.CommStatus() = DialogueNone;
+    editor.window->FollowDevice();
+    EXPECT_FALSE(editor.Find("cmdUndo")->isEnabled());
+    editor.Find<QToolButton>("cmdDismissUndo")->click();
+    EXPECT_FALSE(bar->isVisible());
+    editor.window->FollowDevice();
+    EXPECT_FALSE(bar->isVisible());
+
+    editor.Box(0).setText("77");
+    editor.Box(3).setText("1100");
+    editor.writes.Note(write, "COM 1");
+    write.kind = WriteKind::Undo;
+    write.before.Offset = 77;
+    write.before.AirPressure = 1100;
+    write.values = {{&RowOf(&ParameterSet::Offset), 77, 5, 5, ValueOutcome::Taken},
+                    {&RowOf(&ParameterSet::AirPressure), 1100, 1013, 1013, ValueOutcome::Taken}};
+    write.after.Offset = 5;
+    write.after.AirPressure = 1013;
+    write.time += 1.0;
+    editor.Box(3).setText("1111"); // edited again since
+    editor.writes.Note(write, "COM 1");
+    editor.window->FollowDevice();
+    EXPECT_EQ(editor.Typed(0), "5") << "a field that shows what was taken back follows";
+    EXPECT_EQ(editor.Typed(3), "1111");
+}
+
+TEST(SettingsWindow, FitsASmallScreenAndScrollsToWhatHasTheFocus)
+{
+    for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
+        Editor editor;
+        editor.line.settings.Language = language;
+        LocaliseOpenWindows(language);
+        EXPECT_LE(editor.window->minimumSizeHint().width(), 800) << language;
+        EXPECT_LE(editor.window->minimumSizeHint().height(), 480) << language; // full HD at 2x, with frame and panels
+        editor.window->resize(800, 480);
+        QApplication::processEvents();
+        EXPECT_EQ(editor.window->size(), QSize(800, 480));
+        const auto* area = editor.Find<ScrollFrames>("scrSettings");
+        editor.window->activateWindow();
+        auto* last = editor.Find<QComboBox>("cmbRainFilter");
+        const auto isInSight = [&] {
+            return area->viewport()->rect().contains(QRect(last->mapTo(area->viewport(), QPoint()), last->size()));
+        };
+        editor.Box(5).setFocus();
+        for (int i = 0; i < 40 && !last->hasFocus(); ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        }
+        EXPECT_TRUE(last->hasFocus());
+        EXPECT_TRUE(isInSight()) << language;
+        for (const char* button : {"cmdReview", "cmdSetDefaults", "cmdCompare", "cmdClose"}) {
+            const QWidget* shown = editor.Find(button);
+            EXPECT_TRUE(
+                editor.window->rect().contains(QRect(shown->mapTo(editor.window.get(), QPoint()), shown->size())))
+                << button;
+        }
+    }
 }
 
 } // namespace

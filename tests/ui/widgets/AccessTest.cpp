@@ -161,8 +161,11 @@ struct Program : Desk {
 /// The questions of the settings window, and what a long recording shows while it is loaded.
 void lookAtBoxes(const frmRVQ& window, std::int32_t language, std::set<std::string>& seen)
 {
-    for (const auto& ask : {std::function([&] { window.Boxes.Failure(QStringLiteral("?")); }),
-                            std::function([&] { window.Boxes.Overwrite(QStringLiteral("?")); })}) {
+    const QString question = QStringLiteral("?");
+    for (const auto& ask : {std::function([&] { window.Boxes.Failure(question, question); }),
+                            std::function([&] { window.Boxes.Unsent(question, true); }),
+                            std::function([&] { window.Boxes.WithoutBackup(question); }),
+                            std::function([&] { window.Boxes.Overwrite(question); })}) {
         QTimer::singleShot(0, &window, [&seen] {
             Program::LookAtAll(seen);
             QApplication::activeModalWidget()->close();
@@ -207,8 +210,9 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     sheet.show();
     Program::LookAtAll(seen);
     lookAtBoxes(*program.Find<frmRVQ>("frmRVQ"), GetParam(), seen);
-    EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "frmAbout", "frmChartSettings",
-                                           "frmCompare", "frmConsole", "frmHelp", "frmMain", "frmPassport", "frmRVQ",
+    EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "dlgUnsent", "dlgWithoutBackup",
+                                           "frmAbout", "frmChartSettings", "frmCompare", "frmConsole", "frmHelp",
+                                           "frmMain", "frmPassport", "frmRVQ",
                                            "frmRecorder", "frmSheet", "frmSplash", "frmTextWindow"}));
     window.close();
 }
