@@ -16,6 +16,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
 #include "ui/widgets/ScrollColumn.h"
+#include "ui/widgets/UndoBar.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -77,6 +78,7 @@ void MainForm::BuildForm(QMainWindow& window)
     fraRVQ = new SensorPanel(column);
     fraComport = new PortPanel(column);
     fraLine = new LinePanel(column);
+    fraUndo = new UndoBar(centre);
     picGraph = Named<ChartPanel>("picGraph", centre);
     new ChartHands(*picGraph);
     InstallChartAccess();
@@ -101,6 +103,7 @@ void MainForm::BuildForm(QMainWindow& window)
     fraStatistics = Named<StatisticsPanel>("fraStatistics", centre);
     auto* right = new QVBoxLayout;
     right->setSpacing(0);
+    right->addWidget(fraUndo);
     right->addWidget(picGraph, 1);
     right->addWidget(picOverview);
     right->addWidget(fraStatistics);

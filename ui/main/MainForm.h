@@ -23,6 +23,7 @@ class QWidget;
 class SensorPanel;
 class StatisticsPanel;
 class ToolBar;
+class UndoBar;
 
 class MainForm {
 protected:
@@ -37,6 +38,7 @@ protected:
     LinePanel* fraLine = nullptr;
     QWidget* scrLeft = nullptr;      ///< the column with these frames
     QToolButton* cmdPanel = nullptr; ///< folds it away
+    UndoBar* fraUndo = nullptr;      ///< above the chart
     ChartPanel* picGraph = nullptr;
     Overview* picOverview = nullptr;
     StatisticsPanel* fraStatistics = nullptr;

@@ -3,6 +3,7 @@
 #include "base/modAPI.h"
 #include "port/modPComm.h"
 #include "session/clsSession.h"
+#include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/Overview.h"
@@ -13,6 +14,7 @@
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/main/SensorPanel.h"
+#include "ui/main/UndoRun.h"
 #include "ui/recorder/FilePanel.h"
 #include "ui/recorder/frmRecorder.h"
 #include "ui/settings/frmCompare.h"
@@ -56,6 +58,8 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
     resize((QSize(66, 43) * fontMetrics().height()).boundedTo(screen()->availableSize()));
     new WindowPlace(*this, m_settings.IniFile);
     chooseDefaultDevice(m_settings.DefaultDevice.c_str());
+    m_undoRun =
+        std::make_unique<UndoRun>(*this, m_session, m_storage.library.Device(), m_settings, m_help, *pnlMessages);
     followSession();
     localise();
     connectMenus();
@@ -108,6 +112,12 @@ void frmMain::MeasureWhenConnected()
 
 void frmMain::closeEvent(QCloseEvent* event)
 {
+    bool mayClose = true;
+    Guarded([&] { mayClose = !event->spontaneous() || m_settingsWindow == nullptr || m_settingsWindow->MayClose(); });
+    if (!mayClose) {
+        event->ignore();
+        return;
+    }
     bool keeps = true;
     Guarded([&] { keeps = keepsSettings(); });
     if (!keeps) {
@@ -125,6 +135,7 @@ void frmMain::closeEvent(QCloseEvent* event)
             m_passportWindow->close();
         }
         m_session.End();
+        m_undoRun->Unload();
         if (m_settingsWindow != nullptr) {
             m_settingsWindow->Unload();
         }
@@ -252,6 +263,7 @@ void frmMain::Ticked()
     }
     nameWindow();
     followRecorder();
+    followWrites();
     tellPassport();
 }
 

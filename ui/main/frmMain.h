@@ -28,6 +28,7 @@ class Help;
 class InputBlock;
 class PortWatch;
 class QTimer;
+class UndoRun;
 class clsConfigLibrary;
 class clsSession;
 class frmPassport;
@@ -103,6 +104,7 @@ private:
     void connectView();
     void followView();
     void followRecorder();
+    void followWrites();
     void fold(bool folded);
     void openDropped(const QList<QUrl>& files);
     void tlbRecord_Click();
@@ -118,6 +120,7 @@ private:
     void mnuFileExport_Click();
     void mnuFileExportChart_Click();
     void mnuFileExit_Click();
+    void cmdUndo_Click();
     void mnuConfigurationRVQ_Click();
     void mnuConfigurationPassport_Click();
     void mnuConfigurationCompare_Click();
@@ -164,5 +167,6 @@ private:
     std::error_code m_passportFailure; ///< that was told last
     QPointer<frmCompare> m_compareWindow;
     std::unique_ptr<frmRVQ> m_settingsWindow;
+    std::unique_ptr<UndoRun> m_undoRun;
     std::unique_ptr<InputBlock> m_inputBlock; ///< while the settings window is open
 };

@@ -64,7 +64,9 @@ void frmMain::showNews(const QString& message)
 
 void frmMain::mnuFileExit_Click()
 {
-    close();
+    if (m_settingsWindow == nullptr || m_settingsWindow->MayClose()) {
+        close();
+    }
 }
 
 void frmMain::chooseDefaultDevice(std::string_view type)

@@ -9,6 +9,7 @@
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/main/ToolBar.h"
+#include "ui/main/UndoRun.h"
 #include "ui/main/frmMain.h"
 #include "ui/recorder/Export.h"
 #include "ui/recorder/ExportPicture.h"
@@ -16,6 +17,7 @@
 #include "ui/recorder/frmRecorder.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/UndoBar.h"
 #include "ui/widgets/WindowPlace.h"
 
 #include <QAbstractItemView>
@@ -95,6 +97,7 @@ void frmMain::connectView()
     act(mnuViewJump, [this](bool) { showNews(picGraph->ShowLargestJump()); });
     act(mnuViewLargeDisplay, [this](bool) { fraMeasurement->ShowLargeDisplay(); });
     act(mnuViewPanel, [this](bool shown) { fold(!shown); });
+    connect(fraUndo, &UndoBar::undone, this, [this] { Guarded([this] { cmdUndo_Click(); }); });
     connectAction(tlbRecord, &frmMain::tlbRecord_Click);
     connectAction(mnuFileExportVisible, &frmMain::mnuFileExportVisible_Click);
     connectAction(mnuFileCopyChart, &frmMain::mnuFileCopyChart_Click);
@@ -127,6 +130,19 @@ void frmMain::followView()
         mnuViewSpan[i]->setChecked(kViewSpans[i].span_ms == picGraph->FollowedSpan_ms());
     }
     mnuFileExportVisible->setEnabled(hasValues && history->CountIn(picGraph->ShownRange()) > 0);
+}
+
+/// The bar with the way back after a write. A wait for the sensor disables its button.
+void frmMain::followWrites()
+{
+    const clsRVQ& device = m_session.Device();
+    const bool isUsable = device.CommStatus() != DialogueNone && !device.Wait().Running;
+    fraUndo->Follow(m_session.Writes(), device.Identity().SerialNo, isUsable, m_settings.Language);
+}
+
+void frmMain::cmdUndo_Click()
+{
+    m_undoRun->Undo();
 }
 
 /// The button for recording follows the rules of the recorder's window.

@@ -490,6 +490,48 @@ struct SettingsDesk : MainDesk {
     }
 };
 
+TEST(MainWindow, AsksBeforeItClosesOverEditsThatWereNeitherSentNorSaved)
+{
+    using enum frmRVQ::UnsentAnswer;
+    const SettingsDesk main;
+    auto* settings = main.Find<frmRVQ>("frmRVQ");
+    int questions = 0;
+    frmRVQ::UnsentAnswer answer = KeepEditing;
+    settings->Boxes.Unsent = [&](const QString&, bool canSend) {
+        ++questions;
+        EXPECT_TRUE(canSend);
+        return answer;
+    };
+    FindIn<QLineEdit>(*settings, "txtParameter_0")->setText("77");
+    EXPECT_FALSE(CloseByFrame(*main.window));
+    main.Trigger("mnuFileExit");
+    EXPECT_EQ(questions, 2);
+    EXPECT_TRUE(main.window->isVisible() && settings->isVisible());
+    answer = Discard;
+    EXPECT_TRUE(CloseByFrame(*main.window));
+    EXPECT_EQ(questions, 3);
+}
+
+TEST(MainWindow, TheBarWithTheWayBackComesWithAWriteAndGoesWhenItIsDismissed)
+{
+    const MainDesk main;
+    ASSERT_TRUE(main.Connects());
+    const auto* bar = main.Find<QWidget>("fraUndo");
+    EXPECT_FALSE(bar->isVisible());
+    WriteReport write;
+    write.serialNo = main.session->SerialNo();
+    write.before = write.after = main.session->Device().Parameters();
+    write.after.Offset = 77;
+    write.values = {{&RowOf(&ParameterSet::Offset), 0, 77, 77, ValueOutcome::Taken}};
+    write.isReadBack = true;
+    write.result = WriteResult::Verified;
+    main.session->Writes().Note(write, "COM 1");
+    EXPECT_TRUE(Until([&] { return bar->isVisible() && main.Find("cmdUndo")->isEnabled(); }));
+    main.Find<QAbstractButton>("cmdDismissUndo")->click();
+    EXPECT_FALSE(bar->isVisible());
+    EXPECT_EQ(main.session->Writes().Undoable(write.serialNo), nullptr);
+}
+
 TEST(MainWindow, TakesNoInputBehindTheSettingsWindow)
 {
     const SettingsDesk main;

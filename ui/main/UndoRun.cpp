@@ -1,0 +1,70 @@
+#include "ui/main/UndoRun.h"
+
+#include "session/clsSession.h"
+#include "session/modReportText.h"
+#include "store/modGlobals.h"
+#include "ui/main/MessagePanel.h"
+#include "ui/widgets/FileErrors.h"
+#include "ui/widgets/Localise.h"
+#include "ui/widgets/QtText.h"
+#include "ui/widgets/Waiting.h"
+
+#include <QFile>
+#include <QMessageBox>
+
+UndoRun::UndoRun(QWidget& window, clsSession& session, Configuration& entry, const modGlobals::Settings& settings,
+                 const Help& help, MessagePanel& messages)
+    : m_settings(settings), m_messages(messages), m_boxes(RVQBoxes(window, settings, help, m_question)),
+      m_transfer(session.Device(), entry, *this, PumpEvents, &session.Writes())
+{}
+
+void UndoRun::Unload()
+{
+    m_unloading = true;
+    if (m_question != nullptr) {
+        m_question->reject();
+    }
+}
+
+void UndoRun::ShowStatusText(TextId textId)
+{
+    if (textId != TextId::None) {
+        m_messages.ShowMessage(text(textId));
+    }
+}
+
+void UndoRun::ShowFailure(TextId textId, TextId reasonTextId)
+{
+    m_messages.ShowFailure(text(textId).arg(text(reasonTextId)));
+}
+
+void UndoRun::ShowProgress(const TransferProgress& progress)
+{
+    const QString what = text(progress.textId).trimmed();
+    m_messages.ShowMessage(
+        progress.steps > 0 ? text(TextId::TransferStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+}
+
+void UndoRun::ShowReport(const WriteReport& report)
+{
+    m_messages.ShowMessage(FromUtf8(modReportText::Summary(report, m_settings.Language)));
+}
+
+bool UndoRun::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)
+{
+    const QString reason =
+        text(TextId::FailureNotWritten).arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_settings.Language));
+    return !m_unloading && m_boxes.WithoutBackup(text(TextId::QuestionNoBackup).arg(reason));
+}
+
+FailureAnswer UndoRun::AskAboutFailure(TextId reasonTextId)
+{
+    return m_unloading ? FailureAnswer::Abort
+                       : m_boxes.Failure(text(TextId::QuestionTransferFailure) + text(reasonTextId),
+                                         text(TextId::DetailAnswers));
+}
+
+QString UndoRun::text(TextId id) const
+{
+    return Text(id, m_settings.Language);
+}
