@@ -11,7 +11,7 @@ namespace modReportText {
 
 /// One sentence: "Factory defaults applied, 14 values changed." or "1 value sent and verified." "Verified" only when
 /// nothing differs.
-std::string Summary(const WriteReport& report, std::int32_t language, char decimalSeparator = '.');
+std::string Summary(const WriteReport& report, std::int32_t language, char decimalSeparator);
 /// One line for each parameter that is not as it should be: name, code, values with units; without the one that
 /// `Summary` names. Then what was lost, and what is not stored or backed up.
 std::vector<std::string> Lines(const WriteReport& report, char decimalSeparator, std::int32_t language);

@@ -4,12 +4,10 @@
 #include "session/modReportText.h"
 #include "store/modGlobals.h"
 #include "ui/main/MessagePanel.h"
-#include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
 
-#include <QFile>
 #include <QMessageBox>
 
 UndoRun::UndoRun(QWidget& window, clsSession& session, Configuration& entry, const modGlobals::Settings& settings,
@@ -47,21 +45,17 @@ void UndoRun::ShowProgress(const TransferProgress& progress)
 
 void UndoRun::ShowReport(const WriteReport& report)
 {
-    m_messages.ShowMessage(FromUtf8(modReportText::Summary(report, m_settings.Language)));
+    m_messages.ShowMessage(FromUtf8(modReportText::Summary(report, m_settings.Language, DecimalSeparator())));
 }
 
 bool UndoRun::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)
 {
-    const QString reason =
-        text(TextId::FailureNotWritten).arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_settings.Language));
-    return !m_unloading && m_boxes.WithoutBackup(text(TextId::QuestionNoBackup).arg(reason));
+    return !m_unloading && AskAboutBackup(m_boxes, file, why, m_settings.Language);
 }
 
-FailureAnswer UndoRun::AskAboutFailure(TextId reasonTextId)
+FailureAnswer UndoRun::AskAboutFailure(TextId reasonTextId, const TransferFailure& failure)
 {
-    return m_unloading ? FailureAnswer::Abort
-                       : m_boxes.Failure(text(TextId::QuestionTransferFailure) + text(reasonTextId),
-                                         text(TextId::DetailAnswers));
+    return m_unloading ? FailureAnswer::Abort : ::AskAboutFailure(m_boxes, reasonTextId, failure, m_settings.Language);
 }
 
 QString UndoRun::text(TextId id) const

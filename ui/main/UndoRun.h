@@ -33,7 +33,7 @@ private:
     void ShowProgress(const TransferProgress& progress) override;
     void ShowReport(const WriteReport& report) override;
     bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) override;
-    FailureAnswer AskAboutFailure(TextId reasonTextId) override;
+    FailureAnswer AskAboutFailure(TextId reasonTextId, const TransferFailure& failure) override;
     void SelectDeviceEntry() override {}
     void FillFromDeviceEntry() override {}
 

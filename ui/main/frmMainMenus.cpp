@@ -1,5 +1,6 @@
 // What the menus of the main window do, and the windows that open from it.
 #include "session/clsSession.h"
+#include "store/Configuration.h"
 #include "store/modGlobals.h"
 #include "texts/modFunctions.h"
 #include "ui/chart/ChartPanel.h"
@@ -16,6 +17,7 @@
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
 
 #include <QAction>

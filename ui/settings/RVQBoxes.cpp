@@ -1,11 +1,14 @@
 #include "ui/settings/RVQBoxes.h"
 
+#include "session/modReportText.h"
 #include "store/modGlobals.h"
 #include "ui/help/Help.h"
 #include "ui/settings/frmSheet.h"
+#include "ui/widgets/FileErrors.h"
 #include "ui/widgets/FileFilter.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/QtText.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -147,4 +150,24 @@ RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, const
     };
     boxes.OpenSheet = [&window, &settings](const std::string& sheet) { frmSheet::Open(window, settings, sheet); };
     return boxes;
+}
+
+FailureAnswer AskAboutFailure(const RVQDialogs& boxes, TextId reasonTextId, const TransferFailure& failure,
+                              std::int32_t language)
+{
+    const QString question = Text(TextId::QuestionTransferFailure, language) + Text(reasonTextId, language);
+    const QString answers = Text(TextId::DetailAnswers, language);
+    if (failure.row == nullptr) {
+        return boxes.Failure(question, answers);
+    }
+    const std::string what = modReportText::Refusal(failure, language, DecimalSeparator());
+    return boxes.Failure(question, FromUtf8(what) + QStringLiteral("\n\n") + answers);
+}
+
+bool AskAboutBackup(const RVQDialogs& boxes, const std::filesystem::path& file, std::error_code why,
+                    std::int32_t language)
+{
+    const QString reason =
+        Text(TextId::FailureNotWritten, language).arg(QFile::decodeName(file.c_str()), FileErrorText(why, language));
+    return boxes.WithoutBackup(Text(TextId::QuestionNoBackup, language).arg(reason));
 }

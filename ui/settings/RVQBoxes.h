@@ -6,8 +6,10 @@
 #include <QString>
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
+#include <system_error>
 
 class Help;
 class QMessageBox;
@@ -38,3 +40,10 @@ struct RVQDialogs {
 /// The real boxes over a window. `openQuestion` points to the open question, if there is one.
 RVQDialogs RVQBoxes(QWidget& window, const modGlobals::Settings& settings, const Help& help,
                     QMessageBox*& openQuestion);
+
+/// A transfer's question about a value, with what has failed and what each answer does.
+FailureAnswer AskAboutFailure(const RVQDialogs& boxes, TextId reasonTextId, const TransferFailure& failure,
+                              std::int32_t language);
+/// A transfer's question whether to write although the values before cannot be kept in this file.
+bool AskAboutBackup(const RVQDialogs& boxes, const std::filesystem::path& file, std::error_code why,
+                    std::int32_t language);

@@ -2,18 +2,15 @@
 
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
-#include "ui/settings/RVQBoxes.h"
-#include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Localise.h"
 
-#include <QFile>
 #include <QMessageBox>
-#include <QPushButton>
 
 #include <utility>
 
 TransferBox::TransferBox(Context context)
     : m_context(std::move(context)),
+      m_boxes(RVQBoxes(m_context.window, m_context.settings, m_context.help, m_question)),
       m_transfer(m_context.device, m_context.library.Device(), *this, m_context.pumpEvents, m_context.writes)
 {}
 
@@ -36,28 +33,14 @@ void TransferBox::ShowProgress(const TransferProgress& progress)
 
 bool TransferBox::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)
 {
-    const QString question = text(TextId::QuestionNoBackup)
-                                 .arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_context.settings.Language));
-    QMessageBox box(QMessageBox::Warning, text(TextId::TitleWarning), question, QMessageBox::NoButton,
-                    &m_context.window);
-    box.setObjectName(QStringLiteral("dlgSendWithoutBackup"));
-    const QAbstractButton* yes = box.addButton(text(TextId::ButtonYes), QMessageBox::YesRole);
-    QPushButton* no = box.addButton(text(TextId::ButtonNo), QMessageBox::NoRole);
-    box.setDefaultButton(no);
-    box.setEscapeButton(no);
-    m_question = &box;
-    box.exec();
-    m_question = nullptr;
-    return box.clickedButton() == yes;
+    return !m_context.device.Wait().Ended && AskAboutBackup(m_boxes, file, why, m_context.settings.Language);
 }
 
-FailureAnswer TransferBox::AskAboutFailure(TextId reasonTextId)
+FailureAnswer TransferBox::AskAboutFailure(TextId reasonTextId, const TransferFailure& failure)
 {
-    if (m_context.device.Wait().Ended) {
-        return FailureAnswer::Abort;
-    }
-    const RVQDialogs boxes = RVQBoxes(m_context.window, m_context.settings, m_question);
-    return boxes.Failure(text(TextId::QuestionTransferFailure) + text(reasonTextId));
+    return m_context.device.Wait().Ended
+               ? FailureAnswer::Abort
+               : ::AskAboutFailure(m_boxes, reasonTextId, failure, m_context.settings.Language);
 }
 
 QString TransferBox::text(TextId id) const

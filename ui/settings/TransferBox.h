@@ -3,6 +3,7 @@
 #pragma once
 
 #include "session/clsTransfer.h"
+#include "ui/settings/RVQBoxes.h"
 
 #include <QPointer>
 #include <QString>
@@ -11,6 +12,7 @@
 #include <string>
 #include <vector>
 
+class Help;
 class QMessageBox;
 class QWidget;
 class clsConfigLibrary;
@@ -26,6 +28,7 @@ public:
         clsRVQ& device;
         clsConfigLibrary& library;
         const modGlobals::Settings& settings;
+        const Help& help;
         modRVQComm::PumpEvents pumpEvents;
         clsWriteKeeper* writes = nullptr;
         std::function<void(const TransferProgress&)> showProgress;
@@ -50,12 +53,13 @@ private:
     void ShowProgress(const TransferProgress& progress) override;
     void ShowReport(const WriteReport&) override {} // the window takes it from the keeper
     bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) override;
-    FailureAnswer AskAboutFailure(TextId reasonTextId) override;
+    FailureAnswer AskAboutFailure(TextId reasonTextId, const TransferFailure& failure) override;
     void SelectDeviceEntry() override {}
     void FillFromDeviceEntry() override {}
     QString text(TextId id) const;
 
     Context m_context;
     QMessageBox* m_question = nullptr;
+    RVQDialogs m_boxes;
     clsTransfer m_transfer;
 };

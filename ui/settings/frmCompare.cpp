@@ -46,6 +46,7 @@ frmCompare::frmCompare(QWidget* owner, const Context& context)
                                  .device = *m_context.device,
                                  .library = *m_context.library,
                                  .settings = m_context.settings,
+                                 .help = m_context.help,
                                  .pumpEvents = m_context.pumpEvents,
                                  .writes = m_context.writes,
                                  .showProgress = [this](const TransferProgress& progress) { ShowProgress(progress); },
@@ -58,7 +59,7 @@ frmCompare::frmCompare(QWidget* owner, const Context& context)
     buildForm();
     new WindowPlace(*this, m_context.settings.IniFile);
     QMessageBox* none = nullptr;
-    Boxes.FileToLoad = RVQBoxes(*this, m_context.settings, none).FileToLoad;
+    Boxes.FileToLoad = RVQBoxes(*this, m_context.settings, m_context.help, none).FileToLoad;
     Boxes.OpenSheet = [this](const std::string& sheet) { frmSheet::Open(*this, m_context.settings, sheet); };
     Boxes.FileToSave = [this](const std::string& proposal) {
         return QFile::encodeName(

@@ -169,7 +169,7 @@ void frmCompare::takeReport(const WriteReport* report)
 
 void frmCompare::showReport(const WriteReport& report)
 {
-    QStringList lines{FromUtf8(modReportText::Summary(report, m_context.settings.Language))};
+    QStringList lines{FromUtf8(modReportText::Summary(report, m_context.settings.Language, m_decimalSeparator))};
     for (const std::string& line : modReportText::Lines(report, m_decimalSeparator, m_context.settings.Language)) {
         lines += FromUtf8(line);
     }

@@ -121,9 +121,6 @@ private:
     void showReport();
     QString outcomeText(const ValueReport& value) const;
     QString valueText(const ParameterDef& row, std::int32_t value) const;
-    QString failureDetails(const ParameterDef& row, std::int32_t value, std::size_t sent, std::size_t total,
-                           TextId reasonTextId) const;
-
     QString rangeText(const ParameterDef& row) const;
     QString statusText() const;
     void saveAs(const std::string& path, const std::string& description);
@@ -144,7 +141,7 @@ private:
     void cmdUpload_Click();
     void cmdSaveSettings_Click();
     void cmdSetDefaults_Click();
-    frmCompare::EditedSet edited() const;
+    frmCompare::EditedSet editedSet() const;
     frmCompare& newComparison();
     void open(frmCompare& comparison);
     void cmdReview_Click();
@@ -177,7 +174,6 @@ private:
     PerParameter<Note> m_notes;
     std::optional<WriteReport> m_report; ///< as shown
     double m_reportTime = 0.0;           ///< of the last report that was taken
-    TransferProgress m_progress;
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;
     /// The failure of a transfer, as passed to `ShowFailure`; it is shown again when the connection is back.
     std::pair<TextId, TextId> m_failure;

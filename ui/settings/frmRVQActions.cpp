@@ -243,7 +243,6 @@ void frmRVQ::ShowBusy(bool busy)
 {
     if (busy) {
         m_focus = focusWidget();
-        m_progress = {};
         m_report.reset();
         showReport();
     } else {
@@ -302,7 +301,6 @@ void frmRVQ::ShowFailed(bool failed)
 
 void frmRVQ::ShowProgress(const TransferProgress& progress)
 {
-    m_progress = progress;
     const QString what = text(progress.textId).trimmed();
     prgTransfer->setRange(0, progress.steps);
     prgTransfer->setValue(progress.step);
@@ -315,21 +313,10 @@ void frmRVQ::ShowProgress(const TransferProgress& progress)
     }
 }
 
-FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure&)
+FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure& failure)
 {
-    if (m_unloading) {
-        return FailureAnswer::Abort;
-    }
-    const QString question = text(TextId::QuestionTransferFailure) + text(reasonTextId);
-    const auto rows = ParameterTable();
-    const auto row = std::ranges::find(rows, m_progress.textId, &ParameterDef::labelId);
-    if (row == rows.end()) {
-        return Boxes.Failure(question, text(TextId::DetailAnswers));
-    }
-    const auto sent = static_cast<std::size_t>(std::max(m_progress.step - 1, 0));
-    const auto total = static_cast<std::size_t>(std::max(m_progress.steps - 1, 0));
-    return Boxes.Failure(
-        question, failureDetails(*row, m_context.library.Device().Parameters.*row->value, sent, total, reasonTextId));
+    return m_unloading ? FailureAnswer::Abort
+                       : ::AskAboutFailure(Boxes, reasonTextId, failure, m_context.settings.Language);
 }
 
 void frmRVQ::ShowReport(const WriteReport& report)
@@ -339,9 +326,7 @@ void frmRVQ::ShowReport(const WriteReport& report)
 
 bool frmRVQ::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)
 {
-    const QString reason = text(TextId::FailureNotWritten)
-                               .arg(QFile::decodeName(file.c_str()), FileErrorText(why, m_context.settings.Language));
-    return !m_unloading && Boxes.WithoutBackup(text(TextId::QuestionNoBackup).arg(reason));
+    return !m_unloading && AskAboutBackup(Boxes, file, why, m_context.settings.Language);
 }
 
 void frmRVQ::SelectDeviceEntry()

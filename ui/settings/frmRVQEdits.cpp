@@ -363,7 +363,7 @@ void frmRVQ::showReport()
 {
     QStringList lines;
     if (m_report) {
-        lines += FromUtf8(modReportText::Summary(*m_report, m_context.settings.Language));
+        lines += FromUtf8(modReportText::Summary(*m_report, m_context.settings.Language, m_decimalSeparator));
         for (const std::string& line :
              modReportText::Lines(*m_report, m_decimalSeparator, m_context.settings.Language)) {
             lines += FromUtf8(line);
@@ -405,15 +405,4 @@ QString frmRVQ::valueText(const ParameterDef& row, std::int32_t value) const
 {
     return FromUtf8(isNumber(row) ? WithUnit(row, NumberText(row, value, m_decimalSeparator))
                                   : ValueName(row, value, m_context.settings.Language));
-}
-
-/// What the box about a failure says besides its question: which value, how far the sending has come, and what each
-/// answer does.
-QString frmRVQ::failureDetails(const ParameterDef& row, std::int32_t value, std::size_t sent, std::size_t total,
-                               TextId reasonTextId) const
-{
-    const TextId what = reasonTextId == TextId::TransferInvalidCode ? TextId::DetailRefused : TextId::DetailUnanswered;
-    return text(what).arg(text(row.labelId).trimmed(), FromUtf8(row.code), valueText(row, value)) + u' ' +
-           text(TextId::DetailCounts).arg(sent).arg(total).arg(total - sent) + QStringLiteral("\n\n") +
-           text(TextId::DetailAnswers);
 }

@@ -6,7 +6,7 @@
 #include "ui/widgets/Localise.h"
 
 /// What an upload would send, and the numbers that it would leave out. The boxes stay as they are.
-frmCompare::EditedSet frmRVQ::edited() const
+frmCompare::EditedSet frmRVQ::editedSet() const
 {
     const bool isConnected = m_context.device.CommStatus() != DialogueNone;
     frmCompare::EditedSet edited{isConnected ? m_context.device.Parameters() : selected().Parameters};
@@ -29,7 +29,7 @@ frmCompare& frmRVQ::newComparison()
                .device = &m_context.device,
                .library = &m_context.library,
                .programFolder = m_context.programFolder,
-               .window = [this] { return edited(); },
+               .window = [this] { return editedSet(); },
                .writes = m_context.writes,
                .send = [this](const ParameterSet& target,
                               const std::vector<std::string>& codes) { m_transfer.SendChosen(target, codes); },

@@ -62,7 +62,7 @@ void UndoBar::showText()
     if (write == nullptr) {
         return;
     }
-    QString what = FromUtf8(modReportText::Summary(*write, m_language));
+    QString what = FromUtf8(modReportText::Summary(*write, m_language, DecimalSeparator()));
     const WriteReport* last = m_writes->Last();
     if (write->kind == WriteKind::Store || (last != nullptr && last->kind == WriteKind::Store)) {
         what += u' ' + Text(TextId::NoteStoredStays, m_language);
