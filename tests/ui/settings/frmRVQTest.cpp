@@ -329,7 +329,7 @@ TEST(SettingsWindow, FailuresAreToldAndLeaveTheWindowUsable)
     editor.Click("cmdUpload");
     ASSERT_EQ(editor.questions.size(), 1U);
     EXPECT_EQ(editor.questions[0], "See Manual 5.4. Configuration error No response from Orvex");
-    const QString sentNone = "Data Format (101) = ASCII+UNIT was not answered. 0 of 24 sent, 24 not.\n\nAbort: nothing";
+    const QString sentNone = "Data Format (101) = ASCII+UNIT got no answer; 0 of 24 sent, 24 not\n\nAbort: nothing";
     EXPECT_TRUE(editor.details[0].startsWith(sentNone)) << qPrintable(editor.details[0]);
     const std::string unsent = "Configuration not sent completely: No response from Orvex";
     EXPECT_EQ(editor.Status(), unsent);
