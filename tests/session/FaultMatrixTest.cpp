@@ -5,6 +5,7 @@
 #include "tests/support/FaultCell.h"
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -232,6 +233,7 @@ bool isRecorded(FaultCell& cell)
 {
     const bool goesOn = cell.recorder.Mode == RecorderRecording && cell.recorder.Lines() > cell.linesBefore;
     cell.recorder.Stop();
+    EXPECT_TRUE(cell.recorder.FinishWriting(std::chrono::minutes(1))) << "a slow disk is not the fault";
     std::vector<std::string> shown, played;
     for (const std::string& distance : cell.view.distances) {
         // A temperature error that the sensor sends as a word is recorded as no echo.
