@@ -25,7 +25,8 @@ std::string joined(const Lines& lines, std::string_view separator, std::string (
 std::string onOneLine(const std::string& field)
 {
     std::string text = field;
-    std::ranges::replace_if(text, [](char c) { return c == '\t' || c == '\r' || c == '\n'; }, ' ');
+    std::ranges::replace_if(
+        text, [](char c) { return c == '\t' || c == '\r' || c == '\n'; }, ' ');
     return text;
 }
 

@@ -72,19 +72,19 @@ TEST(Compare, NamesWhatKeepsAValueFromBeingSent)
         const SensorIdentity& sensor;
         SendObstacle obstacle;
     };
-    for (const Row& row : {Row{"701", serial, target, plain, SendObstacle::None},
-                           Row{"505", serial, target, plain, SendObstacle::None},
-                           Row{"502", serial, target, plain, SendObstacle::NotValid},
-                           Row{"802", serial, target, plain, SendObstacle::NotValid},
-                           Row{"302", serial, target, plain, SendObstacle::NotValid},
-                           Row{"352", serial, target, plain, SendObstacle::NotInSensor},
-                           Row{"352", serial, target, withEcho, SendObstacle::ReadOnly},
-                           Row{"351", serial, target, withEcho, SendObstacle::NoValue},
-                           Row{"501", profibus, target, plain, SendObstacle::NotInSensor},
-                           Row{"603", profibus, target, plain, SendObstacle::ReadOnly},
-                           Row{"610", serial, profibus, plain, SendObstacle::NotInSensor},
-                           Row{"610", profibus, serial, plain, SendObstacle::NoValue},
-                           Row{"610", profibus, profibus, plain, SendObstacle::None}}) {
+    for (const Row& row :
+         {Row{"701", serial, target, plain, SendObstacle::None}, Row{"505", serial, target, plain, SendObstacle::None},
+          Row{"502", serial, target, plain, SendObstacle::NotValid},
+          Row{"802", serial, target, plain, SendObstacle::NotValid},
+          Row{"302", serial, target, plain, SendObstacle::NotValid},
+          Row{"352", serial, target, plain, SendObstacle::NotInSensor},
+          Row{"352", serial, target, withEcho, SendObstacle::ReadOnly},
+          Row{"351", serial, target, withEcho, SendObstacle::NoValue},
+          Row{"501", profibus, target, plain, SendObstacle::NotInSensor},
+          Row{"603", profibus, target, plain, SendObstacle::ReadOnly},
+          Row{"610", serial, profibus, plain, SendObstacle::NotInSensor},
+          Row{"610", profibus, serial, plain, SendObstacle::NoValue},
+          Row{"610", profibus, profibus, plain, SendObstacle::None}}) {
         EXPECT_EQ(ObstacleOf(*ParameterOfCode(row.code), row.current, row.target, row.sensor), row.obstacle)
             << row.code << " of a " << TypeName(IsSerial(row.current));
     }

@@ -71,7 +71,7 @@ frmPassport::frmPassport(QWidget& owner, const Context& context)
     auto* following = new QTimer(this);
     connect(following, &QTimer::timeout, this, [this] { Guarded([this] { Follow(); }); });
     following->start(kFollow_ms);
-    open();
+    openPassport();
     tblPassport->setFocus();
 }
 
@@ -98,7 +98,7 @@ QWidget* frmPassport::buildChoices()
     row->addWidget(lblParameter);
     row->addWidget(cmbParameter);
     row->addStretch(1);
-    connect(cmbSensor, &QComboBox::activated, this, [this] { Guarded([this] { open(); }); });
+    connect(cmbSensor, &QComboBox::activated, this, [this] { Guarded([this] { openPassport(); }); });
     connect(cmbParameter, &QComboBox::activated, this, [this] { Guarded([this] { cmbParameter_Click(); }); });
     return choices;
 }
@@ -252,7 +252,7 @@ void frmPassport::fillParameters()
     cmbParameter->setCurrentIndex(std::max(index, 0));
 }
 
-void frmPassport::open()
+void frmPassport::openPassport()
 {
     m_news.clear();
     m_model->Open(chosenFile());
@@ -288,7 +288,7 @@ void frmPassport::Follow()
     if (m_version != m_context.writes.Version()) {
         m_version = m_context.writes.Version();
         fillSensors();
-        open();
+        openPassport();
     }
     showRule();
 }

@@ -57,7 +57,7 @@ private:
     void localise();
     void fillSensors();
     void fillParameters();
-    void open();
+    void openPassport();
     void readOn();
     void showEntry();
     void showNews();

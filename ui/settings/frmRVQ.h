@@ -143,7 +143,7 @@ private:
     void cmdSetDefaults_Click();
     frmCompare::EditedSet editedSet() const;
     frmCompare& newComparison();
-    void open(frmCompare& comparison);
+    void openComparison(frmCompare& comparison);
     void cmdReview_Click();
     void cmdCompare_Click();
     void cmdUndo_Click();

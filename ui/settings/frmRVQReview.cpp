@@ -38,7 +38,7 @@ frmCompare& frmRVQ::newComparison()
 }
 
 /// This window takes no input meanwhile, so that what is compared does not change.
-void frmRVQ::open(frmCompare& comparison)
+void frmRVQ::openComparison(frmCompare& comparison)
 {
     m_inputBlock = std::make_unique<InputBlock>(*this, comparison);
     comparison.setAttribute(Qt::WA_DeleteOnClose);
@@ -51,7 +51,7 @@ void frmRVQ::cmdReview_Click()
 {
     frmCompare& comparison = newComparison();
     if (comparison.Review(frmCompare::SetKind::Window) && comparison.Differing() > 0) {
-        open(comparison);
+        openComparison(comparison);
         return;
     }
     delete m_comparison;
@@ -61,7 +61,7 @@ void frmRVQ::cmdReview_Click()
 
 void frmRVQ::cmdCompare_Click()
 {
-    open(newComparison());
+    openComparison(newComparison());
 }
 
 void frmRVQ::cmdUndo_Click()

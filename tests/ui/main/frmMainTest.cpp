@@ -492,7 +492,7 @@ struct SettingsDesk : MainDesk {
 
 TEST(MainWindow, AsksBeforeItClosesOverEditsThatWereNeitherSentNorSaved)
 {
-    using enum frmRVQ::UnsentAnswer;
+    using enum RVQDialogs::UnsentAnswer;
     const SettingsDesk main;
     auto* settings = main.Find<frmRVQ>("frmRVQ");
     int questions = 0;

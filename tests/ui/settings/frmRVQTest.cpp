@@ -401,7 +401,7 @@ TEST(SettingsWindow, EnterChecksABox)
 
 TEST(SettingsWindow, AsksBeforeEditsAreLostAndOnlyThen)
 {
-    using enum frmRVQ::UnsentAnswer;
+    using enum RVQDialogs::UnsentAnswer;
     struct Way {
         const char* name;
         std::function<void(Editor&)> go;

@@ -212,8 +212,8 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     lookAtBoxes(*program.Find<frmRVQ>("frmRVQ"), GetParam(), seen);
     EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "dlgUnsent", "dlgWithoutBackup",
                                            "frmAbout", "frmChartSettings", "frmCompare", "frmConsole", "frmHelp",
-                                           "frmMain", "frmPassport", "frmRVQ",
-                                           "frmRecorder", "frmSheet", "frmSplash", "frmTextWindow"}));
+                                           "frmMain", "frmPassport", "frmRVQ", "frmRecorder", "frmSheet", "frmSplash",
+                                           "frmTextWindow"}));
     window.close();
 }
 
