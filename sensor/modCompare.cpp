@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -94,6 +95,17 @@ ParameterSet FactorySet(const ParameterSet& like)
     return set;
 }
 
+std::vector<std::string> CodesInOrder(std::vector<const ParameterDef*> rows)
+{
+    std::ranges::sort(rows, {}, &ParameterDef::codeId);
+    std::vector<std::string> codes;
+    codes.reserve(rows.size());
+    for (const ParameterDef* row : rows) {
+        codes.emplace_back(row->code);
+    }
+    return codes;
+}
+
 std::vector<std::string> CodesThatLead(const ParameterSet& current, const ParameterSet& target,
                                        const SensorIdentity& sensor)
 {
@@ -105,12 +117,7 @@ std::vector<std::string> CodesThatLead(const ParameterSet& current, const Parame
             rows.push_back(&row);
         }
     }
-    std::ranges::sort(rows, {}, &ParameterDef::codeId);
-    std::vector<std::string> codes;
-    for (const ParameterDef* row : rows) {
-        codes.emplace_back(row->code);
-    }
-    return codes;
+    return CodesInOrder(std::move(rows));
 }
 
 SendObstacle ObstacleOf(const ParameterDef& row, const ParameterSet& current, const ParameterSet& target,

@@ -31,6 +31,9 @@ std::string ShownValue(const ParameterDef& row, std::int32_t value, char decimal
 /// has no rain filter.
 ParameterSet FactorySet(const ParameterSet& like);
 
+/// The codes of these parameters in the order of an upload.
+std::vector<std::string> CodesInOrder(std::vector<const ParameterDef*> rows);
+
 /// The codes, in the order of an upload, of the parameters that differ and that this sensor has: what leads it from
 /// `current` to `target`. Unlike an upload, it has the thresholds of Q2 while the analog output takes their place, and
 /// the echo parameters of a sensor that has them.

@@ -31,12 +31,7 @@ std::vector<std::string> inOrder(const std::vector<std::string>& codes, const Pa
             rows.push_back(row);
         }
     }
-    std::ranges::sort(rows, {}, &ParameterDef::codeId);
-    std::vector<std::string> ordered;
-    for (const ParameterDef* row : rows) {
-        ordered.emplace_back(row->code);
-    }
-    return ordered;
+    return CodesInOrder(std::move(rows));
 }
 
 } // namespace

@@ -178,7 +178,7 @@ namespace modReportText {
 std::string Summary(const WriteReport& report, std::int32_t language, char decimalSeparator)
 {
     const Words words{decimalSeparator, language};
-    const auto sentence = [](std::string text) { return text.ends_with('.') ? text : text + '.'; };
+    const auto sentence = [](const std::string& text) { return text.ends_with('.') ? text : text + '.'; };
     if (!report.isSameSensor) {
         const bool isUntouched = report.reason == TextId::TransferOtherSensor;
         return isUntouched ? sentence(filled(TextId::TransferNothingSent, language, {words.Text(report.reason)}))

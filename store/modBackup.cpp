@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::string_view kEnding = ".rvq";
 constexpr std::size_t kTimeLength = 19, kLongestName = 100;
-constexpr double kMonth_days = 31.0;
+constexpr double kMonth = 31.0; // days
 constexpr std::int32_t kMostInOneSecond = 1000;
 
 /// "2026-11-22 14:03:05".
@@ -147,7 +147,7 @@ void Thin(const std::filesystem::path& folder, std::string_view serialNo, double
     double kept = std::floor(now) + 1.0; // the day whose last backup stays
     for (const Backup& backup : List(folder, serialNo)) {
         const double day = std::floor(backup.time);
-        if (day == kept && day < std::floor(now) - kMonth_days) {
+        if (day == kept && day < std::floor(now) - kMonth) {
             std::error_code ignored;
             std::filesystem::remove(backup.file, ignored);
         }
