@@ -3,12 +3,14 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <chrono>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -111,6 +113,7 @@ TEST(SimulatedSensor, LogSaysWhatWasSentAndWhetherAnybodyHeardIt)
         }
         // The program has gone, and the sensor goes on, however many it has sent by now.
         for (std::int64_t first = 0, last = 0; first == 0 || last < first + 30;) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10)); // each look takes the sensor's lock
             sensor.With([&](const clsSensorModel& model) {
                 last = model.JustSent().empty() ? last : model.JustSent().back().number;
                 first = first == 0 ? last : first;
