@@ -18,12 +18,15 @@
 #include "ui/main/frmTextWindow.h"
 #include "ui/recorder/LoadProgress.h"
 #include "ui/recorder/frmRecorder.h"
+#include "ui/settings/RVQBoxes.h"
 #include "ui/settings/frmCompare.h"
+#include "ui/settings/frmPassport.h"
 #include "ui/settings/frmRVQ.h"
 #include "ui/settings/frmSheet.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/OutlinedStyle.h"
 #include "ui/widgets/QtText.h"
+#include "ui/widgets/UndoBar.h"
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -41,6 +44,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QTableView>
 #include <QTextBrowser>
 #include <QTimer>
 
@@ -63,7 +67,11 @@ constexpr int kDownload_ms = 3000;
 constexpr int kConsole_ms = 3000;
 constexpr int kRecording_ms = 6000;
 constexpr QSize kManualSize(720, 580); // as wide as the column of the manual, as high as the left side needs
+constexpr QSize kPassportSize(720, 360);
+constexpr int kBarWidth = 424;
+constexpr QSize kCompareSize(720, 400);
 constexpr QSize kLookingSize(720, 640);
+constexpr int kReading_ms = 1000;
 constexpr int kLooking_ms = 15000;
 constexpr int kBehind_ms = 5000;
 
@@ -247,6 +255,8 @@ private:
         m_devices.Override(1, sensor.Path());
         const std::filesystem::path folder = m_folder.toStdString();
         clsSession session(std::make_unique<clsPosixPort>(m_devices), m_settings, folder / "REC", DecimalSeparator());
+        const std::string passports = m_settings.Language == LanguageGerman ? "PASSPORT_de" : "PASSPORT_en";
+        session.Writes().Keep({folder / "BACKUP", folder / passports, "operator", ORVEX_VERSION});
         frmMain window(m_settings, session, m_devices, {m_library, folder}, m_help);
         window.MeasureWhenConnected();
         window.show();
@@ -267,6 +277,7 @@ private:
         takeRecorder(window);
         takeFileQuestions(window);
         takeSettings(window);
+        takePassport(window);
         takeLargeDisplay(window, "large");
         window.findChild<QAction*>("mnuPopUpYscaleSettings")->trigger();
         runFor(kMoment_ms);
@@ -391,20 +402,27 @@ private:
         window.findChild<QAction*>("mnuConfigurationRVQ")->trigger();
         runFor(kBeginning_ms);
         auto* settings = window.findChild<frmRVQ*>();
+        settings->resize(settings->sizeHint()); // the screen may be smaller
         save(*settings, "settings_reading");
         runFor(kDownload_ms);
         save(*settings, "settings");
         takeSettingsBoxes(*settings);
-        // Values that differ from the sensor's; the sensor refuses one of them when it is sent.
+        // Values that differ from the sensor's; an ON threshold below its OFF threshold is warned of.
         settings->findChild<QLineEdit*>("txtParameter_0")->setText(QStringLiteral("25"));
-        settings->findChild<QLineEdit*>("txtParameter_12")->setText(QStringLiteral("300"));
-        settings->findChild<QCheckBox*>("chkAnalogOutput")->click();
+        settings->findChild<QLineEdit*>("txtParameter_4")->setText(QStringLiteral("9500"));
+        settings->findChild<QCheckBox*>("chkMovingAverage")->click();
         runFor(kMoment_ms);
         save(*settings, "settings_edited");
         takeComparisons(*settings);
-        settings->findChild<QPushButton*>("cmdUpload")->click();
+        settings->findChild<QPushButton*>("cmdReview")->click();
+        settings->findChild<frmCompare*>()->findChild<QPushButton*>("cmdSendChosen")->click();
         runFor(kDownload_ms);
         save(*settings, "settings_sent");
+        auto* bar = settings->findChild<UndoBar*>();
+        bar->resize(kBarWidth, bar->height()); // as wide as the column of the manual
+        save(*bar, "undo");
+        settings->findChild<QPushButton*>("cmdSaveSettings")->click();
+        runFor(kDownload_ms);
         settings->findChild<QPushButton*>("cmdPrint")->setFocus();
         settings->Boxes.OpenSheet = [&](const std::string& file) {
             frmSheet sheet(*settings, m_settings, file);
@@ -416,11 +434,26 @@ private:
         settings->close();
     }
 
+    /// What the settings window has written before.
+    void takePassport(const frmMain& window) const
+    {
+        window.findChild<QAction*>("mnuConfigurationPassport")->trigger();
+        runFor(kMoment_ms);
+        auto* passport = window.findChild<frmPassport*>();
+        passport->resize(kPassportSize);
+        runFor(kReading_ms);
+        passport->findChild<QTableView*>("tblPassport")->selectRow(1);
+        runFor(kMoment_ms);
+        save(*passport, "passport");
+        passport->close();
+    }
+
     void takeComparisons(const frmRVQ& settings) const
     {
         settings.findChild<QPushButton*>("cmdReview")->click();
         runFor(kMoment_ms);
         auto* review = settings.findChild<frmCompare*>();
+        review->resize(kCompareSize);
         save(*review, "review");
         review->Choose(frmCompare::SetKind::Sensor, frmCompare::SetKind::Factory);
         review->findChild<QCheckBox*>("chkOnlyDifferences")->click();
@@ -437,8 +470,8 @@ private:
                                  Text(TextId::QuestionOverwrite, m_settings.Language);
         takeBox("box_overwrite", [&] { settings.Boxes.Overwrite(question); });
         takeBox("box_failure", [&] {
-            settings.Boxes.Failure(Text(TextId::QuestionTransferFailure, m_settings.Language) +
-                                   Text(TextId::TransferNoResponse, m_settings.Language));
+            AskAboutFailure(settings.Boxes, TextId::TransferInvalidCode,
+                            {&RowOf(&ParameterSet::OutputFormat), 1, true, 3, 25}, m_settings.Language);
         });
         takeBox("box_description",
                 [&] { settings.Boxes.Description(Text(TextId::DescriptionProposal, m_settings.Language)); });
