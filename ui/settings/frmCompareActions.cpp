@@ -267,5 +267,5 @@ void frmCompare::cmdSave_Click()
 
 void frmCompare::cmdHelp_Click()
 {
-    m_context.help.ShowHelpTopic(*this, "RVQSettings");
+    m_context.help.ShowHelpTopic(*this, "RVQSettings#compare");
 }
