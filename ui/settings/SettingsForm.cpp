@@ -1,6 +1,7 @@
 #include "ui/settings/SettingsForm.h"
 
 #include "sensor/Fields.h"
+#include "ui/widgets/FrameColumns.h"
 #include "ui/widgets/LineLabel.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/NumberEdit.h"
@@ -45,39 +46,27 @@ void SettingsForm::BuildForm(QDialog& window, char decimalSeparator)
     auto* rows = new QVBoxLayout(&window);
     rows->addLayout(configuration);
     rows->addWidget(buildFrames(), 1);
-    fraUndo = new UndoBar(&window);
     lblNote = new LineLabel(&window, Qt::ElideRight);
     lblNote->setObjectName(QStringLiteral("lblNote"));
-    lblNote->setMinimumHeight(window.fontMetrics().height()); // the frames stay where they are
+    lblNote->hide();
     rows->addWidget(lblNote);
     rows->addLayout(buildStatus());
-    rows->addWidget(fraUndo);
     rows->addLayout(buildButtons());
     chooseDefaultButton();
     SetTextIds(&window, TextId::TitleSettings);
 }
 
-/// The frames, which are scrolled in a low or narrow window; everything else stays in sight.
+/// The frames, in fewer columns in a narrow window, and scrolled in a low one; everything else stays in sight.
 QWidget* SettingsForm::buildFrames()
 {
     auto* frames = new QWidget(m_window);
-    auto* columns = new QHBoxLayout(frames);
-    columns->setContentsMargins({});
-    auto* left = new QVBoxLayout;
-    left->addWidget(buildSensorFrame());
-    left->addWidget(buildFrame("fraInterface", TextId::FrameInterface, SettingsSection::Interface));
-    left->addStretch(1);
-    auto* middle = new QVBoxLayout;
-    middle->addWidget(buildFrame("fraMeasurement", TextId::FrameMeasurementSettings, SettingsSection::Measurement));
-    middle->addWidget(buildFrame("fraCorrection", TextId::FrameCorrection, SettingsSection::Correction));
-    middle->addStretch(1);
-    auto* right = new QVBoxLayout;
-    right->addWidget(buildSwitchFrame());
-    right->addWidget(buildFrame("fraRainFilter", TextId::FrameRainFilter, SettingsSection::RainAndEcho));
-    right->addStretch(1);
-    for (QVBoxLayout* column : {left, middle, right}) {
-        columns->addLayout(column, 1);
-    }
+    auto* columns = new FrameColumns(frames, {{0, 2, 4}, {0, 4}, {0}});
+    columns->addWidget(buildSensorFrame());
+    columns->addWidget(buildFrame("fraInterface", TextId::FrameInterface, SettingsSection::Interface));
+    columns->addWidget(buildFrame("fraMeasurement", TextId::FrameMeasurementSettings, SettingsSection::Measurement));
+    columns->addWidget(buildFrame("fraCorrection", TextId::FrameCorrection, SettingsSection::Correction));
+    columns->addWidget(buildSwitchFrame());
+    columns->addWidget(buildFrame("fraRainFilter", TextId::FrameRainFilter, SettingsSection::RainAndEcho));
     scrSettings = named<ScrollFrames>("scrSettings");
     scrSettings->setWidget(frames);
     return scrSettings;
@@ -253,10 +242,12 @@ QLayout* SettingsForm::buildStatus()
     prgTransfer = named<QProgressBar>("prgTransfer");
     prgTransfer->setTextVisible(false);
     lblStatus->setMinimumHeight(prgTransfer->sizeHint().height()); // the row keeps its height
+    fraUndo = new UndoBar(m_window);
     auto* rows = new QVBoxLayout;
     auto* row = new QHBoxLayout;
     rows->addLayout(row);
-    rows->addWidget(lblReport);
+    rows->addWidget(fraUndo);
+    rows->addWidget(lblReport); // it goes on where the bar ends
     row->addWidget(lblStatus, 1);
     row->addWidget(lblUnstored);
     row->addWidget(lblProgress);
@@ -336,7 +327,8 @@ QSize SettingsForm::WholeSize() const
     frames->activate();
     scrSettings->updateGeometry();
     m_window->layout()->invalidate();
-    return m_window->sizeHint();
+    const int noteRow = lblNote->isHidden() ? lblNote->sizeHint().height() + m_window->layout()->spacing() : 0;
+    return m_window->sizeHint() + QSize(0, noteRow);
 }
 
 NumberEdit* SettingsForm::BoxOf(const ParameterDef& row) const

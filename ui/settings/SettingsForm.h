@@ -23,6 +23,7 @@ class QPushButton;
 class QWidget;
 class ScrollFrames;
 class UndoBar;
+class WrappedLabel;
 
 class SettingsForm {
 protected:
@@ -33,7 +34,7 @@ protected:
 
     /// Shows or hides the switches. For a sensor without switches the frame ends above the list of Q2's logic.
     void ShowSwitches(bool show);
-    /// The size in which nothing has to be scrolled, also before the window is shown.
+    /// The size in which nothing has to be scrolled, with room for a note, also before the window is shown.
     QSize WholeSize() const;
     NumberEdit* BoxOf(const ParameterDef& row) const;
     QComboBox* ListOf(const ParameterDef& row) const;
@@ -55,14 +56,14 @@ protected:
     /// The sign beside each control, for what its tool tip says: a warning, or what has become of the value.
     PerParameter<QLabel*> noteMark;
     ScrollFrames* scrSettings = nullptr;
-    /// The first of these in words.
+    /// The first of these in words; hidden when there is none.
     LineLabel* lblNote = nullptr;
     QLabel* lblStatus = nullptr;
     QLabel* lblUnstored = nullptr;
     QLabel* lblProgress = nullptr;
     QProgressBar* prgTransfer = nullptr;
-    /// What has become of the last write, in words.
-    QLabel* lblReport = nullptr;
+    /// What has become of the last write, in words; without its first sentence while the bar says it.
+    WrappedLabel* lblReport = nullptr;
     /// The bar with the way back, after a write that has changed something.
     UndoBar* fraUndo = nullptr;
     QPushButton* cmdReview = nullptr;

@@ -118,6 +118,7 @@ private:
     void showNotes();
     void followWrites();
     void takeReport(const WriteReport& report);
+    bool isSaidByBar() const;
     void showReport();
     QString outcomeText(const ValueReport& value) const;
     QString valueText(const ParameterDef& row, std::int32_t value) const;
@@ -173,6 +174,7 @@ private:
     };
     PerParameter<Note> m_notes;
     std::optional<WriteReport> m_report; ///< as shown
+    bool m_isSaidByBar = false;          ///< when it was shown
     double m_reportTime = 0.0;           ///< of the last report that was taken
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;
     /// The failure of a transfer, as passed to `ShowFailure`; it is shown again when the connection is back.

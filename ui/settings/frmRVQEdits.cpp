@@ -13,6 +13,7 @@
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/ScrollFrames.h"
 #include "ui/widgets/UndoBar.h"
+#include "ui/widgets/WrappedLabel.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -27,7 +28,8 @@
 
 namespace {
 
-constexpr std::size_t kReportLines = 4, kNamedFields = 8;
+constexpr std::size_t kNamedFields = 8;
+constexpr int kReportRows = 4;
 
 bool isNumber(const ParameterDef& row)
 {
@@ -312,6 +314,7 @@ void frmRVQ::showNotes()
         }
     }
     ShowText(*lblNote, all.isEmpty() ? QString() : all.front());
+    lblNote->setVisible(!all.isEmpty());
     lblNote->setToolTip(all.join(u'\n'));
 }
 
@@ -326,6 +329,9 @@ void frmRVQ::followWrites()
     const WriteReport* last = m_context.writes->Last();
     if (last != nullptr && last->time != m_reportTime && !m_transfer.IsBusy()) {
         takeReport(*last); // another window has written
+    }
+    if (isSaidByBar() != m_isSaidByBar) {
+        showReport();
     }
 }
 
@@ -359,8 +365,19 @@ void frmRVQ::takeReport(const WriteReport& report)
     applyRule();
 }
 
+/// Whether the bar shows the first sentence of the report.
+bool frmRVQ::isSaidByBar() const
+{
+    if (!m_report || m_context.writes == nullptr || fraUndo->isHidden()) {
+        return false;
+    }
+    const WriteReport* undoable = m_context.writes->Undoable(m_context.device.Identity().SerialNo);
+    return undoable != nullptr && undoable->time == m_report->time;
+}
+
 void frmRVQ::showReport()
 {
+    m_isSaidByBar = isSaidByBar();
     QStringList lines;
     if (m_report) {
         lines += FromUtf8(modReportText::Summary(*m_report, m_context.settings.Language, m_decimalSeparator));
@@ -370,14 +387,12 @@ void frmRVQ::showReport()
         }
     }
     lines.removeAll(QString());
-    lblReport->setToolTip(lines.join(u'\n'));
-    const auto most = static_cast<qsizetype>(kReportLines);
-    if (lines.size() > most) {
-        const qsizetype left = lines.size() - most + 1;
-        lines.resize(most - 1);
-        lines += text(TextId::ListMore).arg(left);
+    QString whole = lines.join(u'\n').toHtmlEscaped(); // as rich text, so that it is wrapped
+    lblReport->setToolTip(whole.replace(u'\n', QStringLiteral("<br>")));
+    if (m_isSaidByBar) {
+        lines.removeFirst();
     }
-    lblReport->setText(lines.join(u'\n'));
+    lblReport->ShowLines(lines, kReportRows, text(TextId::ListMore));
     lblReport->setVisible(!lines.isEmpty());
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QLabel>
+#include <QStringList>
 
 class WrappedLabel : public QLabel {
 public:
@@ -12,6 +13,18 @@ public:
     QSize sizeHint() const override { return {0, heightForWidth(width())}; }
     QSize minimumSizeHint() const override { return sizeHint(); }
 
+    /// Shows as many of the lines as there is room for in so many rows, and then `more` with the number of the others
+    /// for its %1. A line that has not room enough ends with dots.
+    void ShowLines(const QStringList& lines, int mostRows, const QString& more);
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QString cut(const QString& line, int mostRows, int& rows) const;
+    void fitLines();
+
+    QStringList m_lines; ///< that are fitted to the width
+    int m_mostRows = 0;
+    QString m_more;
 };

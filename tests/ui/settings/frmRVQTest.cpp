@@ -11,7 +11,9 @@
 #include "ui/widgets/ScrollFrames.h"
 
 #include <QClipboard>
+#include <QGroupBox>
 #include <QLocale>
+#include <QScrollBar>
 #include <QToolButton>
 #include <QToolTip>
 
@@ -64,6 +66,9 @@ struct Editor {
         window->Boxes.OpenSheet = [this](const std::string& file) { sheet = file; };
         window->show();
         QApplication::processEvents();
+        for (const auto button : {Qt::LeftButton, Qt::MiddleButton, Qt::RightButton}) {
+            QTest::mouseRelease(window.get(), button); // another test may have left it pressed
+        }
     }
     template <typename Widget = QPushButton>
     Widget* Find(const std::string& name) const
@@ -516,6 +521,7 @@ TEST(SettingsWindow, TakesEditsBackOverAllFieldsAndAcrossAnotherConfiguration)
 TEST(SettingsWindow, SaysAtTheFieldWhatWasMovedAndWhatLooksWrong)
 {
     Editor editor;
+    editor.window->resize(1100, 700); // nothing has to be scrolled
     const QPoint place = editor.Box(7).mapTo(editor.window.get(), QPoint());
     EXPECT_EQ(editor.Marks("!"), 0);
     EXPECT_EQ(editor.Note(), "");
@@ -600,9 +606,13 @@ TEST(SettingsWindow, TheBarOffersTheWayBackInTheSensorThatWasWrittenTo)
     editor.window->FollowDevice();
     EXPECT_TRUE(bar->isVisible());
     EXPECT_TRUE(editor.Find("cmdUndo")->isEnabled());
+    const auto* report = editor.Find<QLabel>("lblReport");
+    const QString sentence = editor.Find<QLabel>("lblUndo")->text();
+    EXPECT_FALSE(report->isVisible()) << "it would say the same again";
     editor.line.device.Identity().SerialNo += "X";
     editor.window->FollowDevice();
     EXPECT_FALSE(bar->isVisible()) << "another sensor";
+    EXPECT_TRUE(report->isVisible());
     editor.line.device.Identity().SerialNo = write.serialNo;
     editor.window->FollowDevice();
     EXPECT_TRUE(bar->isVisible());
@@ -613,6 +623,8 @@ TEST(SettingsWindow, TheBarOffersTheWayBackInTheSensorThatWasWrittenTo)
     EXPECT_FALSE(bar->isVisible());
     editor.window->FollowDevice();
     EXPECT_FALSE(bar->isVisible());
+    QApplication::processEvents();
+    EXPECT_EQ(report->text(), sentence);
 
     editor.Box(0).setText("77");
     editor.Box(3).setText("1100");
@@ -632,6 +644,98 @@ TEST(SettingsWindow, TheBarOffersTheWayBackInTheSensorThatWasWrittenTo)
     EXPECT_EQ(editor.Typed(3), "1111");
 }
 
+bool isInSight(const ScrollFrames& area, const QWidget& control)
+{
+    return area.viewport()->rect().contains(QRect(control.mapTo(area.viewport(), QPoint()), control.size()));
+}
+
+/// Whether no frame is cut or lies upon another one, and none has to be scrolled sideways.
+void expectWholeFrames(const ScrollFrames& area, const std::string& what)
+{
+    EXPECT_EQ(area.horizontalScrollBar()->maximum(), 0) << what;
+    const auto frames = area.findChildren<QGroupBox*>();
+    for (const QGroupBox* frame : frames) {
+        const QString name = frame->objectName();
+        EXPECT_TRUE(frame->size().expandedTo(frame->minimumSizeHint()) == frame->size()) << what << qPrintable(name);
+        EXPECT_TRUE(area.widget()->rect().contains(frame->geometry())) << what << qPrintable(name);
+        for (const QGroupBox* other : frames) {
+            EXPECT_TRUE(frame == other || !frame->geometry().intersects(other->geometry())) << what << qPrintable(name);
+        }
+    }
+}
+
+TEST(SettingsWindow, HasAsManyColumnsAsThereIsRoomForAndKeepsWhatIsDoneInThem)
+{
+    for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
+        Editor editor;
+        editor.line.settings.Language = language;
+        LocaliseOpenWindows(language);
+        const auto* area = editor.Find<ScrollFrames>("scrSettings");
+        const auto columns = [area] {
+            std::set<int> lefts;
+            for (const QGroupBox* frame : area->findChildren<QGroupBox*>()) {
+                lefts.insert(frame->x());
+            }
+            return lefts.size();
+        };
+        std::vector<QString> order;
+        editor.window->activateWindow();
+        auto& edited = *editor.Find<QComboBox>("cmbRainFilter");
+        editor.Box(5).setText("12");
+        for (const auto& [width, count] :
+             {std::pair(1366, 3U), {1040, 3U}, {960, 2U}, {760, 2U}, {670, 1U}, {1366, 3U}}) {
+            const std::string what = std::to_string(width) + " in " + std::to_string(language) + ": ";
+            edited.setFocus();
+            editor.window->resize(width, 500);
+            QApplication::processEvents();
+            EXPECT_EQ(columns(), count) << what;
+            expectWholeFrames(*area, what);
+            EXPECT_TRUE(edited.hasFocus()) << what;
+            EXPECT_TRUE(isInSight(*area, edited)) << what;
+            EXPECT_EQ(editor.Typed(5), "12") << what;
+            std::vector<QString> now;
+            for (int i = 0; i < 60; ++i) {
+                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+                now.push_back(QApplication::focusWidget()->objectName());
+            }
+            order = order.empty() ? now : order;
+            EXPECT_EQ(now, order) << what;
+        }
+    }
+}
+
+/// A report of many long lines leaves the fields their room, and nothing in it is cut silently.
+TEST(SettingsWindow, ALongReportLeavesRoomForTheFields)
+{
+    for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
+        Editor editor(true);
+        editor.line.settings.Language = language;
+        LocaliseOpenWindows(language);
+        editor.window->resize(800, 560);
+        WriteReport write = writeTo(editor.line.device, ValueOutcome::Ignored, 0);
+        for (const ParameterDef& row : ParameterTable()) {
+            write.values.push_back({&row, 0, 77, 33, ValueOutcome::Taken});
+        }
+        for (const bool hasMany : {false, true}) {
+            for (ValueReport& value : write.values) {
+                value.outcome = hasMany ? ValueOutcome::Rounded : value.outcome;
+            }
+            write.isUnstored = true;
+            write.noBackup = std::make_error_code(std::errc::no_space_on_device);
+            write.time += 1.0;
+            editor.writes.Note(write, "COM 1");
+            editor.window->FollowDevice();
+            QApplication::processEvents();
+            const auto* report = editor.Find<QLabel>("lblReport");
+            EXPECT_LE(report->height(), 4 * report->fontMetrics().lineSpacing()) << hasMany;
+            EXPECT_GT(report->toolTip().size(), report->text().size()) << hasMany;
+            EXPECT_NE(report->text().indexOf(u'…'), -1) << hasMany;
+            EXPECT_GE(editor.Find<ScrollFrames>("scrSettings")->height(), 250) << hasMany;
+            editor.Find<QToolButton>("cmdDismissUndo")->click();
+        }
+    }
+}
+
 TEST(SettingsWindow, FitsASmallScreenAndScrollsToWhatHasTheFocus)
 {
     for (const std::int32_t language : {LanguageGerman, LanguageEnglish}) {
@@ -645,16 +749,19 @@ TEST(SettingsWindow, FitsASmallScreenAndScrollsToWhatHasTheFocus)
         EXPECT_EQ(editor.window->size(), QSize(800, 480));
         const auto* area = editor.Find<ScrollFrames>("scrSettings");
         editor.window->activateWindow();
-        auto* last = editor.Find<QComboBox>("cmbRainFilter");
-        const auto isInSight = [&] {
-            return area->viewport()->rect().contains(QRect(last->mapTo(area->viewport(), QPoint()), last->size()));
-        };
-        editor.Box(5).setFocus();
+        editor.Find<QComboBox>("cmbConfig")->setFocus();
+        const auto* last = editor.Find<QComboBox>("cmbRainFilter");
         for (int i = 0; i < 40 && !last->hasFocus(); ++i) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            const QWidget* focus = QApplication::focusWidget();
+            EXPECT_TRUE(!area->isAncestorOf(focus) || isInSight(*area, *focus)) << qPrintable(focus->objectName());
         }
         EXPECT_TRUE(last->hasFocus());
-        EXPECT_TRUE(isInSight()) << language;
+        editor.Find("cmdReview")->setFocus();
+        area->verticalScrollBar()->setValue(0);
+        EXPECT_FALSE(isInSight(*area, editor.Box(3))) << language;
+        editor.Box(3).setFocus(Qt::ShortcutFocusReason);
+        EXPECT_TRUE(isInSight(*area, editor.Box(3))) << language;
         for (const char* button : {"cmdReview", "cmdSetDefaults", "cmdCompare", "cmdClose"}) {
             const QWidget* shown = editor.Find(button);
             EXPECT_TRUE(
