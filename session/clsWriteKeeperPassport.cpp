@@ -100,11 +100,18 @@ void clsWriteKeeper::keepEntry(std::string_view serialNo, Entry entry, std::chro
     if (m_unwritten.size() > kMostUnwritten) {
         m_unwritten.pop_front();
     }
-    while (!m_unwritten.empty() && !m_passportFailure) {
-        const Unwritten& oldest = m_unwritten.front();
-        m_passportFailure = modPassport::Append(m_places.passports, oldest.serialNo, oldest.entry, patience);
-        if (!m_passportFailure) {
-            m_unwritten.pop_front();
+    std::set<std::string, std::less<>> blocked; // the passports of other sensors can be written nevertheless
+    for (auto next = m_unwritten.begin(); next != m_unwritten.end();) {
+        std::error_code why;
+        if (!blocked.contains(next->serialNo)) {
+            why = modPassport::Append(m_places.passports, next->serialNo, next->entry, patience);
+            if (!why) {
+                next = m_unwritten.erase(next);
+                continue;
+            }
+            blocked.insert(next->serialNo);
+            m_passportFailure = why;
         }
+        ++next;
     }
 }

@@ -122,6 +122,21 @@ TEST(PassportKeeping, WhatFindsNoRoomIsToldAndFollowsInOrder)
     EXPECT_EQ(entries[2].event, modPassport::Event::Undo);
 }
 
+TEST(PassportKeeping, APassportThatCannotBeWrittenKeepsNoOther)
+{
+    Keeping keeping;
+    const auto file = modPassport::FileOf(keeping.folder.path / "PASSPORT", "11");
+    std::filesystem::create_directories(file);
+    keeping.Connect("11");
+    keeping.Connect("12", "4.2", "off", "COM 2");
+    EXPECT_TRUE(keeping.keeper.PassportFailure()) << "of the other sensor";
+    EXPECT_EQ(keeping.Entries("12").size(), 1U);
+    std::filesystem::remove(file);
+    keeping.keeper.Note(reportOf(WriteKind::Send, WriteResult::Verified), "");
+    EXPECT_FALSE(keeping.keeper.PassportFailure());
+    EXPECT_EQ(keeping.Entries("11").size(), 2U);
+}
+
 TEST(PassportKeeping, ASessionNotesItsSensorOnceHoweverOftenItsLaserIsSwitched)
 {
     MeasuringSite site;
