@@ -246,7 +246,8 @@ void clsWriteCircle::fillValues()
     for (const ParameterDef* row : rows) {
         const ValueReport value = valueReport(*row);
         const bool isNamed = value.outcome == ValueOutcome::Refused || value.outcome == ValueOutcome::Unanswered ||
-                             value.outcome == ValueOutcome::Rounded || value.outcome == ValueOutcome::Unasked;
+                             value.outcome == ValueOutcome::Rounded || value.outcome == ValueOutcome::Unasked ||
+                             value.outcome == ValueOutcome::Unknown;
         if (value.wanted != value.before || isNamed) {
             m_report.values.push_back(value);
         }
