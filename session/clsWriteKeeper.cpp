@@ -6,14 +6,13 @@
 
 namespace {
 
-/// Whether the write has changed what the sensor works with. A value that was not read back may have reached it.
+/// Whether the write has changed what the sensor works with. A value that was not read back, as when another sensor has
+/// taken its place meanwhile, may have reached it.
 bool hasChanged(const WriteReport& report)
 {
-    if (!report.isSameSensor) {
-        return false;
-    }
     const bool mayBe = std::ranges::any_of(report.values, [](const ValueReport& value) {
-        return !value.readBack && (value.outcome == ValueOutcome::Unknown || value.outcome == ValueOutcome::Unanswered);
+        return value.wanted != value.before && !value.readBack &&
+               (value.outcome == ValueOutcome::Unknown || value.outcome == ValueOutcome::Unanswered);
     });
     return mayBe || (report.isReadBack ? report.before != report.after : report.kind == WriteKind::Defaults);
 }
