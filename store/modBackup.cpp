@@ -83,8 +83,16 @@ std::string NameOf(std::string_view serialNo)
     const auto isKept = [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
     };
-    std::string name(serialNo.substr(0, kLongestName));
-    std::ranges::replace_if(name, std::not_fn(isKept), '_');
+    constexpr std::string_view kHex = "0123456789ABCDEF";
+    std::string name;
+    for (const char c : serialNo) {
+        const auto byte = static_cast<std::uint8_t>(c);
+        const std::string kept = isKept(c) ? std::string(1, c) : std::string{'%', kHex[byte >> 4U], kHex[byte & 0xFU]};
+        if (name.size() + kept.size() > kLongestName) {
+            break;
+        }
+        name += kept;
+    }
     return name.empty() ? "unknown" : name;
 }
 

@@ -18,8 +18,9 @@ struct Backup {
     double time = 0.0; ///< local, days since 1899-12-30, from its name
 };
 
-/// The name of the folder or file of a serial number: what is no letter, digit, "-" or "_" becomes "_"; "unknown" when
-/// it is empty; cut where no file could have it. One byte per character.
+/// The name of the folder or file of a serial number: what is no letter, digit, "-" or "_" becomes "%" and two
+/// hexadecimal digits, so that two sensors do not share it; "unknown" when it is empty; cut where no file could have
+/// it. One byte per character.
 std::string NameOf(std::string_view serialNo);
 
 /// Writes the set to `<folder>/<serial number>/2026-11-22 14-03-05.rvq` at the local time `now`; " (2)" and so on joins

@@ -79,8 +79,11 @@ TEST(Backup, NoSerialNumberLeadsOutOfTheFolder)
         std::string serialNo, name;
     };
     for (const Row& row :
-         {Row{"", "unknown"}, Row{"..", "__"}, Row{"/etc/x", "_etc_x"}, Row{"a-B_9", "a-B_9"},
-          Row{std::string("\0\n\xFF ", 4), "____"}, Row{std::string(5000, '7'), std::string(100, '7')}}) {
+         {Row{"", "unknown"}, Row{"..", "%2E%2E"}, Row{"/etc/x", "%2Fetc%2Fx"}, Row{"12%2F3", "12%252F3"},
+          Row{"a-B_9", "a-B_9"}, Row{std::string("\0\n\xFF ", 4), "%00%0A%FF%20"},
+          Row{std::string(200, '/'),
+              "%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F%2F"},
+          Row{std::string(5000, '7'), std::string(100, '7')}}) {
         EXPECT_EQ(modBackup::NameOf(row.serialNo), row.name);
         Backups backups;
         const auto file = modBackup::Save(setOf(row.serialNo, 0), backups.folder, timeOf(1, 1, 0), backups.why);
