@@ -48,7 +48,7 @@ TEST(ReportText, SaysWhatWasDoneAndVerifiedOnlyThen)
         {reportOf(WriteKind::Defaults, 1, 1, Differs), "Factory defaults acknowledged, no value changed."},
         {reportOf(WriteKind::Undo, 1, 1, Verified, {offset}), "1 value restored and verified."},
         {reportOf(WriteKind::Undo, 0, 0, Verified), "Nothing to undo: the sensor has these values already."},
-        {reportOf(WriteKind::Store, 1, 1, Verified), "Stored in the sensor, values unchanged."},
+        {reportOf(WriteKind::Store, 1, 1, Verified), "Storing acknowledged, values unchanged."},
     };
     for (const auto& [report, text] : rows) {
         EXPECT_EQ(textOf(report), text);
