@@ -302,6 +302,7 @@ void clsMeasurementLoop::newTemperature()
 void clsMeasurementLoop::newConfiguration()
 {
     m_knownOpening = m_device.Openings();
+    ++m_dumps;
     showSensorSettings();
     showShutDown(m_device.Identity().HWPointer.find("shutdown") != std::string::npos);
     status(TextId::StatusNewConfiguration);

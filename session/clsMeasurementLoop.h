@@ -113,6 +113,8 @@ public:
     bool IsTemperaturePending() const { return m_temperaturePending; }
     /// Whether the sensor has reported its configuration since the port was opened.
     bool IsSensorKnown() const { return m_knownOpening == m_device.Openings(); }
+    /// How many configurations the sensor has sent.
+    std::uint64_t Dumps() const { return m_dumps; }
     /// What has become of everything that the sensor has sent since the measurement was started.
     clsAccount& Account() { return m_account; }
     const clsAccount& Account() const { return m_account; }
@@ -186,6 +188,7 @@ private:
     std::int32_t m_shownDialogue = -1;
     std::int32_t m_toldUnit = -1;
     bool m_toldShutDown = false;
+    std::uint64_t m_dumps = 0;
     std::int32_t m_knownOpening = -1; ///< of the port, at which the last configuration has come
     std::int64_t m_damagedBefore = 0; ///< of the device, as far as it is counted
     clsAccount m_account;

@@ -32,16 +32,18 @@ void clsSession::Tick(double now)
     }
 }
 
-/// A connection has read the sensor's dump, or a dump is of another sensor.
+/// The sensor has sent its dump. What a write reads is compared by the write itself; it counts as one when it is over.
 void clsSession::noteIdentity(double now)
 {
+    if (m_device.Wait().Running) {
+        return;
+    }
+    if (std::exchange(m_undoOpening, m_device.Openings()) != m_device.Openings()) {
+        m_writes.ForgetUndo({});
+    }
     const bool isKnown = m_device.CommStatus() != DialogueNone && m_loop.IsSensorKnown();
-    const bool isNoted = m_noted && m_notedOpening == m_device.Openings() &&
-                         clsWriteKeeper::IsSameIdentity(*m_noted, m_device.Identity());
-    if (isKnown && !isNoted) {
-        m_noted = m_device.Identity();
-        m_notedOpening = m_device.Openings();
-        m_writes.NoteIdentity(*m_noted, m_device.Parameters(), Origin ? Origin().port : std::string(), now);
+    if (isKnown && std::exchange(m_notedDumps, m_loop.Dumps()) != m_loop.Dumps()) {
+        m_writes.NoteIdentity(m_device.Identity(), m_device.Parameters(), Origin ? Origin().port : std::string(), now);
     }
 }
 

@@ -153,8 +153,8 @@ private:
     std::unique_ptr<clsHistory> m_played; ///< the recording that is shown
     clsMarkKeeper m_marks{m_recorder};
     clsWriteKeeper m_writes;
-    std::optional<SensorIdentity> m_noted; ///< the identity that the keeper was told last
-    std::int32_t m_notedOpening = -1;      ///< the port's count of openings then
+    std::uint64_t m_notedDumps = 0; ///< so many dumps were there when the keeper was told last
+    std::int32_t m_undoOpening = 0; ///< the port's count of openings when its undo was looked at
     std::deque<Operation<>> m_operations;
     bool m_isStepping = false;
     bool m_isSimulated = false;

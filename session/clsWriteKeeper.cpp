@@ -65,6 +65,11 @@ const WriteReport* clsWriteKeeper::Undoable(std::string_view serialNo) const
 
 void clsWriteKeeper::ForgetUndo(std::string_view serialNo)
 {
-    std::erase_if(m_undo, [&](const auto& undo) { return serialNo.empty() || undo.first == serialNo; });
+    m_version += std::erase_if(m_undo, [&](const auto& undo) { return undo.first == serialNo; });
+}
+
+void clsWriteKeeper::ForgetAllUndo()
+{
+    m_undo.clear();
     ++m_version;
 }

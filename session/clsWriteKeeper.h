@@ -35,11 +35,14 @@ public:
     /// The same before a single value is changed: only before the first one of this session for each sensor. Returns
     /// nothing, without a reason, before the others.
     std::optional<std::filesystem::path> BackUpFirst(const Configuration& before, double now, std::error_code& why);
-    /// Takes a finished write: into the passport, and as the one that Undo takes back.
+    /// Takes a finished write: into the passport, and as the one that Undo takes back. `port` counts as long as no
+    /// identity was noted with the operator's name for it.
     void Note(const WriteReport& report, std::string_view port);
     /// Takes what a connected sensor says of itself; another identity than its passport has goes into it, and so does
-    /// a sensor in the place of another one on the same port. What changes by itself, as the hardware's state does with
-    /// the laser, is no other identity. Call it when a dump was read: it takes milliseconds at most.
+    /// a sensor in the place of another one on the same port, also after a restart of the program. A dump has no
+    /// checksum: where a sensor is known already, on this port or by this number, another identity waits for the next
+    /// dump that says the same. What changes by itself, as the hardware's state does with the laser, is no other
+    /// identity. Call it for each dump: the first one on a port looks into all passports.
     void NoteIdentity(const SensorIdentity& sensor, const ParameterSet& set, std::string_view port, double now);
 
     /// The last write; null before the first one.
@@ -48,8 +51,10 @@ public:
     /// such a write itself. Storing changes nothing that the sensor works with, so the write before it stays, as it
     /// does when the sensor is disconnected or restarts. Null when there is none.
     const WriteReport* Undoable(std::string_view serialNo) const;
-    /// Dismisses it; for every sensor when no number is given.
-    void ForgetUndo(std::string_view serialNo = {});
+    /// Dismisses it. Whatever does not say its number may be another sensor as soon as the port was closed.
+    void ForgetUndo(std::string_view serialNo);
+    /// Dismisses it for every sensor.
+    void ForgetAllUndo();
     /// Changes with every note.
     std::uint64_t Version() const { return m_version; }
     /// Whether a single parameter of this sensor was changed in this session already, so that its set is backed up.
@@ -63,6 +68,7 @@ public:
 private:
     // The passport (clsWriteKeeperPassport.cpp).
     void notePassport(const WriteReport& report, std::string_view port);
+    const std::string* sensorOn(const std::string& port);
     void keepEntry(std::string_view serialNo, modPassport::Entry entry, std::chrono::milliseconds patience);
 
     struct Unwritten {
@@ -79,5 +85,7 @@ private:
     std::deque<Unwritten> m_unwritten;             ///< waits for the next note
     std::map<std::string, SensorIdentity> m_known; ///< the newest in each passport, by the name of the file
     std::string m_port;                            ///< of the last connection
-    std::optional<std::string> m_portSensor;       ///< its serial number
+    /// The serial number of the last sensor on each port; nothing where there was none.
+    std::map<std::string, std::optional<std::string>> m_portSensors;
+    std::optional<SensorIdentity> m_doubtful; ///< waits for the next dump
 };

@@ -56,19 +56,19 @@ bool clsWriteKeeper::IsSameIdentity(const SensorIdentity& one, const SensorIdent
 void clsWriteKeeper::notePassport(const WriteReport& report, std::string_view port)
 {
     Entry entry = passportEntryOf(report);
-    entry.port = port.empty() ? m_port : port;
+    entry.port = m_port.empty() ? port : m_port;
     keepEntry(report.serialNo, std::move(entry), kWritePatience);
 }
 
 void clsWriteKeeper::NoteIdentity(const SensorIdentity& sensor, const ParameterSet& set, std::string_view port,
                                   double now)
 {
-    const bool isReplaced = m_portSensor && m_port == port && *m_portSensor != sensor.SerialNo;
-    const std::string before = std::exchange(m_portSensor, sensor.SerialNo).value_or("");
     m_port = port;
     if (m_places.passports.empty()) {
         return;
     }
+    const std::string* before = sensorOn(m_port);
+    const bool isReplaced = before != nullptr && *before != sensor.SerialNo;
     const std::filesystem::path file = modPassport::FileOf(m_places.passports, sensor.SerialNo);
     auto known = m_known.find(file.filename().string());
     if (known == m_known.end()) {
@@ -76,15 +76,38 @@ void clsWriteKeeper::NoteIdentity(const SensorIdentity& sensor, const ParameterS
             known = m_known.emplace(file.filename().string(), newest->identity).first;
         }
     }
+    const auto doubtful = std::exchange(m_doubtful, std::nullopt);
     if (!isReplaced && known != m_known.end() && IsSameIdentity(known->second, sensor)) {
+        m_portSensors[m_port] = sensor.SerialNo;
+        return;
+    }
+    const bool isRepeated = doubtful && IsSameIdentity(*doubtful, sensor);
+    if ((before != nullptr || known != m_known.end()) && !isRepeated) {
+        m_doubtful = sensor;
         return;
     }
     m_known[file.filename().string()] = sensor;
     Entry entry{.time = now, .event = Event::Identity, .port = m_port, .set = set};
     entry.identity = withoutHardware(sensor);
-    entry.replaced = isReplaced ? Utf8Of(before) : std::string();
+    entry.replaced = isReplaced ? Utf8Of(*before) : std::string();
+    m_portSensors[m_port] = sensor.SerialNo;
     keepEntry(sensor.SerialNo, std::move(entry), kTickPatience);
     ++m_version;
+}
+
+/// The serial number of the sensor that was on a port last, in this session or by the passports; null when none was.
+const std::string* clsWriteKeeper::sensorOn(const std::string& port)
+{
+    const auto [last, isFirst] = m_portSensors.try_emplace(port);
+    double time = 0.0;
+    for (const auto& file : isFirst ? modPassport::List(m_places.passports) : std::vector<std::filesystem::path>()) {
+        const auto newest = modPassport::Newest(file, Event::Identity);
+        if (newest && newest->port == port && newest->time >= time) {
+            time = newest->time;
+            last->second = newest->identity.SerialNo;
+        }
+    }
+    return last->second ? &*last->second : nullptr;
 }
 
 /// What a full disk or a lock has kept from the passport goes first: the lines are in the order of time.

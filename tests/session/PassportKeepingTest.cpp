@@ -1,4 +1,5 @@
 // What a session notes in the passport of its sensor, and what it does not.
+#include "sensor/modRVQComm.h"
 #include "session/clsWriteKeeper.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/MeasuringSite.h"
@@ -12,6 +13,7 @@ constexpr double kNow = 46000.5;
 struct Keeping {
     TemporaryFolder folder;
     clsWriteKeeper keeper;
+    double now = kNow;
 
     Keeping() { Begin(); }
     /// The program is started again.
@@ -27,7 +29,7 @@ struct Keeping {
         sensor.SerialNo = serialNo;
         sensor.SWVersion = version;
         sensor.HWPointer = hardware;
-        keeper.NoteIdentity(sensor, {}, port, kNow);
+        keeper.NoteIdentity(sensor, {}, port, now += 0.001);
     }
     std::vector<modPassport::Entry> Entries(std::string_view serialNo) const
     {
@@ -57,20 +59,41 @@ TEST(PassportKeeping, OnlyAnotherIdentityOrAnotherSensorOnThePortMakesALine)
              {false, "11", "4.3", "off", "COM 1", 2, ""},
              {false, "12\xDC", "4.3", "off", "COM 1", 1, "11"},
              {false, "11", "4.3", "off", "COM 1", 3, "12Ü"},
-             {true, "12\xDC", "4.3", "off", "COM 1", 1, "11"},
-             {false, "12\xDC", "4.3", "off", "COM 2", 1, "11"},
-             {false, "13", "4.3", "off", "COM 1", 1, ""},
+             {true, "12\xDC", "4.3", "off", "COM 1", 2, "11"},
+             {false, "12\xDC", "4.3", "off", "COM 2", 2, "11"},
+             {false, "13", "4.3", "off", "COM 1", 1, "12Ü"},
          }) {
         if (step.starts) {
             keeping.Begin();
         }
-        keeping.Connect(step.serialNo, step.version, step.hardware, step.port);
+        for (int dump = 0; dump < 2; ++dump) {
+            keeping.Connect(step.serialNo, step.version, step.hardware, step.port);
+        }
         const auto entries = keeping.Entries(step.serialNo);
         const std::string where = std::string(step.serialNo) + ' ' + step.version + ' ' + step.port;
         ASSERT_EQ(entries.size(), step.lines) << where;
         EXPECT_EQ(entries.back().replaced, step.replaced) << where;
         EXPECT_EQ(entries.back().identity.SWVersion, step.version) << where;
     }
+}
+
+TEST(PassportKeeping, ADamagedDumpIsNoOtherSensor)
+{
+    Keeping keeping;
+    keeping.Connect("4711");
+    for (const bool starts : {false, true}) {
+        if (starts) {
+            keeping.Begin();
+        }
+        keeping.Connect("4712");
+        keeping.Connect("4711", "4.8");
+        keeping.Connect("4711");
+        keeping.Connect("4712");
+        EXPECT_EQ(modPassport::List(keeping.folder.path / "PASSPORT").size(), 1U);
+        EXPECT_EQ(keeping.Entries("4711").size(), 1U);
+    }
+    keeping.Connect("4712");
+    EXPECT_EQ(keeping.Entries("4712").size(), 1U) << "two dumps agree";
 }
 
 WriteReport reportOf(WriteKind kind, WriteResult result)
@@ -96,7 +119,8 @@ TEST(PassportKeeping, AWriteIsNotedWithWhatBecameOfIt)
                                                    {"101", "ASCII+UNIT", "BINARY", std::nullopt}};
     EXPECT_EQ(entries[1].changes, changes);
     EXPECT_EQ(entries[1].event, modPassport::Event::Defaults);
-    EXPECT_EQ(entries[1].result + entries[1].user + entries[1].version + entries[1].port, "differsanna1.0COM 3");
+    EXPECT_EQ(entries[1].result + entries[1].user + entries[1].version + entries[1].port, "differsanna1.0COM 1")
+        << "as the identity has it";
     ASSERT_TRUE(entries[1].set);
     EXPECT_EQ(entries[1].set->Offset, 14);
     EXPECT_EQ(entries[2].result + entries[2].port, "failedCOM 1");
@@ -153,6 +177,26 @@ TEST(PassportKeeping, ASessionNotesItsSensorOnceHoweverOftenItsLaserIsSwitched)
         site.session.Device().SwitchLaser(on);
         site.Run(2);
     }
+    // What a write reads is not noted before the write itself knows it to be true; nor is a port that was opened again
+    // a reason to undo what a sensor without a number was sent.
+    {
+        const modRVQComm::WaitScope wait(site.session.Device());
+        for (const char* serialNo : {"004799", "004799", "004711"}) {
+            site.line->model.SetSerialNo(serialNo);
+            site.session.Device().SendCommand(Request::Configuration);
+            site.Run(2);
+            EXPECT_EQ(site.session.Device().Identity().SerialNo, serialNo);
+        }
+    }
+    WriteReport write = reportOf(WriteKind::Send, WriteResult::Verified);
+    write.serialNo.clear();
+    site.session.Writes().Keep({});
+    site.session.Writes().Note(write, "");
+    site.Run(1);
+    EXPECT_NE(site.session.Writes().Undoable(""), nullptr);
+    site.session.Loop().ChangePort();
+    site.Run(2);
+    EXPECT_EQ(site.session.Writes().Undoable(""), nullptr);
     const auto files = modPassport::List(site.folder.path / "PASSPORT");
     ASSERT_EQ(files.size(), 1U);
     std::vector<std::string> ports;
