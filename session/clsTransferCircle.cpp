@@ -114,6 +114,10 @@ Operation<> clsTransfer::closingCircle()
     if (!m_circle || m_keeper == nullptr) {
         co_return;
     }
+    if (!m_circle->IsSent() && !m_device.Wait().Ended) { // what the window wanted to send is not in the sensor
+        m_entry.Parameters = m_device.Parameters();
+        m_entry.Identity = m_device.Identity();
+    }
     const bool isTouched = m_circle->IsSent() || m_circle->Codes().empty(); // with no codes, nothing had to be undone
     if (isTouched && !m_circle->IsReadBackTried() && m_circle->IsSameSensor() && !m_device.Wait().Ended) {
         m_view.ShowProgress({0, 0, TextId::TransferReading});
