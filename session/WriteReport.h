@@ -64,7 +64,7 @@ struct WriteReport {
     std::size_t sent = 0;           ///< of them taken
     bool isReadBack = false;        ///< the sensor has said what it works with now
     bool isSameSensor = true;       ///< else another one answered before the end, and nothing is said about it
-    bool hasRestarted = false;      ///< it has lost what it had not stored, as far as its announcement or values say
+    bool hasRestarted = false;      ///< it has lost what it had not stored, as its announcement says
     bool isCancelled = false;       ///< by the operator
     bool isUnstored = false;        ///< something that it works with is not stored in it yet
     TextId reason = TextId::None;   ///< why it failed; None when it has not

@@ -192,6 +192,7 @@ Operation<bool> clsTransfer::sendingAll()
             co_return false;
         case FailureAnswer::Retry:
             next = 0;
+            m_reason = TextId::None;
             m_circle->BeginAgain();
             break;
         case FailureAnswer::Ignore:
@@ -208,12 +209,14 @@ Operation<bool> clsTransfer::sendingAll()
 Operation<FailureAnswer> clsTransfer::sendingOne(std::string code)
 {
     const bool hadSome = m_device.UnstoredChanges();
+    const TextId reason = m_reason; // of a value that was ignored before
     while (!m_device.Wait().Ended && isSameSensor()) {
         m_circle->Watch();
         Operation<std::int32_t> sending = modRVQComm::SendingValueOf(m_device, m_circle->Values(), code);
         const std::int32_t verdict = co_await sending;
         m_circle->Note(code, verdict);
         if (verdict == EventAcknowledged) {
+            m_reason = reason; // what has failed before, of this value, counts no more
             co_return FailureAnswer::Ignore;
         }
         const FailureAnswer answer = ask(verdict, code);

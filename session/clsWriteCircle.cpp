@@ -196,6 +196,7 @@ void clsWriteCircle::Note(std::string_view code, std::int32_t verdict)
     if (verdict == EventNoAnswer && !m_mayReach) {
         return; // it was not even sent
     }
+    m_isSent = true;
     if (verdict == EventAcknowledged) {
         m_holdsUnstored = m_device.UnstoredChanges(); // also right after "999"
     } else {
@@ -231,7 +232,9 @@ WriteReport clsWriteCircle::Report(TextId reason, bool isCancelled)
     m_report.sent = countSent();
     m_report.result = resultOf();
     m_report.reason = m_report.result == WriteResult::Failed ? reason : TextId::None;
-    m_report.isUnstored = m_report.isSameSensor && m_holdsUnstored && !m_report.hasRestarted;
+    const bool isUntouched =
+        m_report.isReadBack && m_report.after == m_report.before && !m_wasUnstored && !hasSet(ValueOutcome::Unknown);
+    m_report.isUnstored = m_report.isSameSensor && m_holdsUnstored && !m_report.hasRestarted && !isUntouched;
     return m_report;
 }
 
@@ -300,21 +303,17 @@ bool clsWriteCircle::hasSet(ValueOutcome outcome) const
     return std::ranges::any_of(m_report.values, [&](const ValueReport& value) { return value.outcome == outcome; });
 }
 
-/// An announcement says so, unless the values show that nothing was lost. Without one, values say so that were all
-/// acknowledged and are all as before; a single one may just as well have been ignored.
+/// An announcement says so, unless the values show that nothing was lost. Without one nothing proves it: values that
+/// are as before may just as well have been ignored.
 bool clsWriteCircle::hasLostValues() const
 {
-    if (!m_report.isReadBack) {
+    if (!m_hasRestarted || !m_report.isReadBack) {
         return m_hasRestarted;
     }
     const bool hasKept = hasSet(ValueOutcome::Taken), hasIgnored = hasSet(ValueOutcome::Ignored);
     const bool hasOther = hasSet(ValueOutcome::Unasked) || hasSet(ValueOutcome::Rounded);
-    if (m_hasRestarted) {
-        const bool isNoProof = m_report.kind == WriteKind::Defaults && m_wasUnstored; // it may be what was stored
-        return hasIgnored || hasOther || isNoProof || (!hasKept && m_report.kind != WriteKind::Store);
-    }
-    const auto ignored = std::ranges::count(m_report.values, ValueOutcome::Ignored, &ValueReport::outcome);
-    return ignored >= 2 && !hasKept && !hasSet(ValueOutcome::Rounded);
+    const bool isNoProof = m_report.kind == WriteKind::Defaults && m_wasUnstored; // it may be what was stored
+    return hasIgnored || hasOther || isNoProof || (!hasKept && m_report.kind != WriteKind::Store);
 }
 
 /// Whether values that have changed are the factory defaults; the acknowledgement may have been lost. After a restart

@@ -53,7 +53,7 @@ public:
     bool IsSameSensor() const { return m_report.isSameSensor; }
     bool IsReadBackTried() const { return m_isReadBackTried; }
     /// Whether any frame has gone out.
-    bool IsSent() const { return !m_verdicts.empty(); }
+    bool IsSent() const { return m_isSent; }
     std::size_t Acknowledged() const;
     /// The sensor has answered every reading, but each time something else.
     bool IsContradictory() const { return m_isContradictory; }
@@ -93,6 +93,7 @@ private:
     std::vector<std::string> m_codes;
     std::vector<std::pair<std::string, std::int32_t>> m_verdicts; ///< the last one on each frame that was sent
     PerParameter<bool> m_isReadBack{};
+    bool m_isSent = false;
     bool m_isReadBackTried = false;
     bool m_isContradictory = false;
     bool m_isHeard = false;      ///< the last reading brought any bytes

@@ -85,6 +85,7 @@ struct CircleCell : SensorOnLine {
     {
         return std::ranges::any_of(sensor.WireLog(), [&](const auto& command) { return command.starts_with(code); });
     }
+    bool HasAsked() const { return window.told.find("ask") != std::string::npos; }
     std::size_t Frames() const
     {
         return static_cast<std::size_t>(
@@ -184,6 +185,14 @@ void plugInAnother(C& c)
 const Trouble kTroubles[] = {
     {"nothing", true, false, [](C&, const Act&) {}},
     {"ignores one", false, false, [](C& c, const Act& act) { c.sensor.Faults().ignored = act.code; }},
+    {"ignores all", false, false,
+     [](C& c, const Act&) {
+         c.OnStep = [&c, before = c.Now()] {
+             for (const auto& [code, value] : before) {
+                 c.sensor.SetParameter(code, value);
+             }
+         };
+     }},
     {"rounds one", false, false, [](C& c, const Act& act) { c.sensor.Faults().rounded = act.code; }},
     {"refuses one", false, false, [](C& c, const Act& act) { c.sensor.Faults().refused = act.code; }},
     {"refuses one, ignored", false, false,
@@ -323,9 +332,7 @@ std::string untruth(const WriteReport& report, C& cell, const Memory& target, co
             return code + " has changed and is not named";
         }
     }
-    const bool isStored = report.kind != WriteKind::Store || cell.Stored() == memory || trouble.isMild ||
-                          cell.sensor.Faults().ignored == "999"; // which nobody can read back
-    if (report.result == WriteResult::Verified && (memory != target || !isStored || trouble.isOther)) {
+    if (report.result == WriteResult::Verified && (memory != target || trouble.isOther)) {
         const bool isOverBefore = trouble.isOther && report.isReadBack && report.isSameSensor && memory == target;
         if (!isOverBefore) {
             return "is called verified";
@@ -337,8 +344,9 @@ std::string untruth(const WriteReport& report, C& cell, const Memory& target, co
     if (report.hasRestarted && !trouble.losesMemory) {
         return "is called restarted";
     }
-    const bool isUnstored = cell.Stored() != memory && cell.sensor.Faults().ignored != "999";
-    if (report.isReadBack && isUnstored && !report.isUnstored && !trouble.isAnnounced) {
+    // Whether an acknowledged storing was done, nobody can read back; its text claims no more.
+    const bool isStoring = report.kind == WriteKind::Store && report.sent == report.frames;
+    if (report.isReadBack && cell.Stored() != memory && !isStoring && !report.isUnstored && !trouble.isAnnounced) {
         return "says nothing of what is not stored";
     }
     if (!report.isSameSensor && !trouble.isOther) {
@@ -462,6 +470,52 @@ TEST(WriteCircle, OneThresholdAndStoringItAreTwoFramesBesidesReading)
     EXPECT_EQ(cell.sensor.StoredParameter("501"), 12000);
     cell.transfer.UndoLast();
     EXPECT_EQ(cell.sensor.Parameter("501"), 12000);
+}
+
+TEST(WriteCircle, AFailureThatWasRetriedIsNoReason)
+{
+    CircleCell cell;
+    cell.sensor.Faults().refused = "301";
+    cell.window.answers = {FailureAnswer::Retry, FailureAnswer::Retry};
+    cell.OnStep = [&] {
+        if (cell.HasAsked()) {
+            cell.sensor.Faults() = {.cutdump = 1};
+        }
+    };
+    sendChosen(cell);
+    EXPECT_EQ(cell.window.report->sent, 3U);
+    EXPECT_FALSE(cell.window.report->isReadBack);
+    EXPECT_EQ(cell.window.report->reason, TextId::TransferNoResponse);
+}
+
+TEST(WriteCircle, WhatWasSentBeforeARestartIsNotForgotten)
+{
+    CircleCell cell;
+    bool isStruck = false;
+    cell.OnStep = [&] {
+        if (!isStruck && cell.HasSent("701")) {
+            isStruck = true;
+            cell.PowerOn();
+            cell.sensor.Faults().silence = 1;
+            cell.window.answers = {FailureAnswer::Retry};
+        }
+        if (isStruck && !cell.device.UnstoredChanges()) {
+            cell.Unplug();
+        }
+    };
+    sendChosen(cell);
+    ASSERT_NE(cell.keeper.Last(), nullptr);
+    EXPECT_EQ(cell.keeper.Last()->result, WriteResult::Failed);
+}
+
+TEST(WriteCircle, WhenNothingWasSentTheEntryHasTheSensorsValues)
+{
+    CircleCell cell;
+    cell.entry.Parameters = changed(cell.device.Parameters());
+    plugInAnother(cell);
+    cell.transfer.Upload();
+    EXPECT_EQ(cell.Frames(), 0U);
+    EXPECT_EQ(memoryOf(cell.entry.Parameters), cell.Now());
 }
 
 TEST(WriteCircle, CancelLeavesTheRestUnsent)
