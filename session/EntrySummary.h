@@ -106,6 +106,12 @@ public:
             static_cast<std::int64_t>(part.size()));
         m_parts[m_partCount++] = {part, run.minimum, run.maximum};
     }
+    /// A whole column of `count` drawn values, without anything else that it has.
+    void AddOutline(std::int32_t first, std::int32_t last, std::int32_t minimum, std::int32_t maximum,
+                    std::int64_t count)
+    {
+        add(first, last, minimum, maximum, count);
+    }
     void End();
     void Add(const EntrySummary& run)
     {

@@ -1,6 +1,7 @@
 #include "session/clsEntryLevels.h"
 
 #include <functional>
+#include <limits>
 
 namespace {
 
@@ -52,6 +53,12 @@ bool isDistance(const PackedEntry& entry)
     return KindOf(entry) == EntryKind::Distance;
 }
 
+/// Where an entry of a time is if the times up to `last` are even.
+std::size_t guessOf(std::uint32_t time, std::uint32_t last, std::size_t size)
+{
+    return time >= last ? size - 1 : std::uint64_t{time} * (size - 1) / last;
+}
+
 } // namespace
 
 void clsEntryLevels::Reserve(std::size_t entries)
@@ -67,14 +74,16 @@ std::size_t clsEntryLevels::BytesFor(std::size_t entries)
 {
     return entries * sizeof(PackedEntry) + (entries + kLeaf - 1) / kLeaf * sizeof(EntrySummary) +
            (entries + kNode - 1) / kNode * (sizeof(EntrySummary) + sizeof(EntrySums)) +
-           (entries + kGroup - 1) / kGroup * sizeof(EntrySummary);
+           (entries + kGroup - 1) / kGroup * sizeof(EntrySummary) +
+           ((entries + kLeaf - 1) / kLeaf + (entries + kNode - 1) / kNode + (entries + kGroup - 1) / kGroup) *
+               sizeof(Outline);
 }
 
 std::size_t clsEntryLevels::Bytes() const
 {
     return m_entries.capacity() * sizeof(PackedEntry) +
            (m_leaves.capacity() + m_nodes.capacity() + m_groups.capacity()) * sizeof(EntrySummary) +
-           m_sums.capacity() * sizeof(EntrySums);
+           m_sums.capacity() * sizeof(EntrySums) + m_outlines.capacity() * sizeof(Outline);
 }
 
 /// Also a part of a leaf, at the end.
@@ -113,12 +122,19 @@ void clsEntryLevels::Finish()
     m_nodes.shrink_to_fit();
     m_sums.shrink_to_fit();
     m_groups.shrink_to_fit();
+    m_outlines.reserve(m_groups.size() + m_nodes.size() + m_leaves.size());
+    for (const auto* runs : {&m_groups, &m_nodes, &m_leaves}) {
+        for (const EntrySummary& run : *runs) {
+            m_outlines.push_back({run.begin, run.minimum, run.maximum});
+        }
+    }
 }
 
 bool clsEntryLevels::DropFinest()
 {
     if (HasEntries()) {
         m_entries = std::vector<PackedEntry>(); // gives the memory back, as {} does not
+        m_outlines = std::vector<Outline>();
     } else if (!m_leaves.empty()) {
         m_leaves = std::vector<EntrySummary>();
     } else if (!m_nodes.empty()) {
@@ -154,7 +170,7 @@ std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
     }
     if (HasEntries()) {
         if (first == leaf * kLeaf && leaf + 1 < m_leaves.size() && m_leaves[leaf + 1].begin >= time) {
-            return indexInLeaf(time, leaf);
+            return indexInLeaf(time, leaf, m_leaves[leaf].begin, m_leaves[leaf + 1].begin);
         }
         while (first < m_entries.size() && m_entries[first].time < time) { // twice, where leaves are still missing
             const auto rest = Entries().subspan(first, std::min(kLeaf, m_entries.size() - first));
@@ -171,10 +187,11 @@ std::size_t clsEntryLevels::IndexOf(std::uint32_t time, std::size_t from) const
 
 /// The first entry at or after a time, which is not behind the begin of the next leaf. Looks at as few entries as it
 /// can: in a long history each line of memory has to come from far.
-std::size_t clsEntryLevels::indexInLeaf(std::uint32_t time, std::size_t leaf) const
+std::size_t clsEntryLevels::indexInLeaf(std::uint32_t time, std::size_t leaf, std::uint32_t begin,
+                                        std::uint32_t next) const
 {
     std::size_t low = leaf * kLeaf, high = low + kLeaf;
-    const std::uint32_t begin = m_leaves[leaf].begin, all = m_leaves[leaf + 1].begin - begin;
+    const std::uint32_t all = next - begin;
     if (time <= begin) {
         return low;
     }
@@ -193,30 +210,124 @@ std::size_t clsEntryLevels::indexInLeaf(std::uint32_t time, std::size_t leaf) co
     return low;
 }
 
+std::size_t clsEntryLevels::OutlinedIndexOf(std::uint32_t time, std::uint32_t last) const
+{
+    constexpr std::size_t kNear = 4;
+    const auto leaves = leafOutlines();
+    const auto isBefore = [&](std::size_t leaf) { return leaf < leaves.size() && leaves[leaf].begin < time; };
+    std::size_t leaf = std::min(guessOf(time, last, Size()) / kLeaf, leaves.size() - 1);
+    for (std::size_t steps = 0; steps < kNear && isBefore(leaf + 1); ++steps) {
+        ++leaf;
+    }
+    for (std::size_t steps = 0; steps < kNear && leaf > 0 && !isBefore(leaf); ++steps) {
+        --leaf;
+    }
+    if (isBefore(leaf + 1) || (leaf > 0 && !isBefore(leaf))) { // not even
+        const auto behind = std::ranges::lower_bound(leaves, time, {}, &Outline::begin);
+        leaf = static_cast<std::size_t>(std::max(behind - leaves.begin(), std::ptrdiff_t{1})) - 1;
+    }
+    if (leaf + 1 < leaves.size()) {
+        return indexInLeaf(time, leaf, leaves[leaf].begin, leaves[leaf + 1].begin);
+    }
+    return leaf * kLeaf + numberBefore(Entries().subspan(leaf * kLeaf), time, &PackedEntry::time);
+}
+
+void clsEntryLevels::Widen(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const
+{
+    const auto leaves = leafOutlines();
+    const Outline *const groups = m_outlines.data(), *const nodes = groups + m_groups.size();
+    const std::size_t begin = (first + kLeaf - 1) / kLeaf;
+    const std::size_t end = behind == Size() ? leaves.size() : behind / kLeaf;
+    const auto take = [&](const Outline& run) {
+        low = std::min(low, run.minimum);
+        high = std::max(high, run.maximum);
+    };
+    for (std::size_t leaf = begin; leaf < end;) {
+        constexpr std::size_t kOfGroup = kGroup / kLeaf, kOfNode = kNode / kLeaf;
+        if (leaf % kOfGroup == 0 && std::min(leaf + kOfGroup, leaves.size()) <= end) {
+            take(groups[leaf / kOfGroup]);
+            leaf += kOfGroup;
+        } else if (leaf % kOfNode == 0 && std::min(leaf + kOfNode, leaves.size()) <= end) {
+            take(nodes[leaf / kOfNode]);
+            leaf += kOfNode;
+        } else {
+            take(leaves[leaf]);
+            ++leaf;
+        }
+    }
+    if (begin > end) { // within one of them
+        widenByEntries(first, behind, low, high);
+        return;
+    }
+    widenByEntries(first, std::min(begin * kLeaf, behind), low, high);
+    widenByEntries(end * kLeaf, behind, low, high);
+}
+
+/// Of one leaf. Its entries are looked at only if it has lower or higher values than are known.
+void clsEntryLevels::widenByEntries(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const
+{
+    if (first >= behind) {
+        return;
+    }
+    const Outline& leaf = leafOutlines()[first / kLeaf];
+    if (leaf.minimum >= low && leaf.maximum <= high) {
+        return;
+    }
+    // Without branches, for as many at once as the processor can take.
+    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min(),
+                           kMost = std::numeric_limits<std::int32_t>::max();
+    std::int32_t lowest = low, highest = high;
+    for (const PackedEntry& entry : Entries().subspan(first, behind - first)) {
+        const std::int32_t value = entry.value;
+        const bool isOther =
+            (value == 0) | (value == kMarkerNoEcho) | (value == kMarkerTempError) | (value < kLowestValue);
+        lowest = std::min(lowest, isOther ? kMost : value);
+        highest = std::max(highest, isOther ? kLeast : value);
+    }
+    low = lowest;
+    high = highest;
+}
+
+namespace {
+
+// Inlined: else the compiler takes it for a function without any effect and leaves out the calls.
+template <class Item>
+[[gnu::always_inline]] inline void fetch(std::span<Item> items, std::size_t first, std::size_t count)
+{
+    constexpr std::size_t kLine = 64;
+    const std::size_t behind = std::min(first + count, items.size());
+    if (first < behind) {
+        const auto* const end = reinterpret_cast<const char*>(items.data() + behind);
+        for (const auto* at = reinterpret_cast<const char*>(items.data() + first); at < end; at += kLine) {
+            __builtin_prefetch(at);
+        }
+        __builtin_prefetch(end - 1);
+    }
+}
+
+} // namespace
+
+void clsEntryLevels::PrefetchOutlines(std::uint32_t time, std::uint32_t last) const
+{
+    const std::size_t guess = guessOf(time, last, Size());
+    const std::span<const Outline> all(m_outlines);
+    fetch(all, guess / kGroup * (kGroup / kNode) + m_groups.size(), kGroup / kNode);
+    fetch(all, guess / kNode * (kNode / kLeaf) + m_groups.size() + m_nodes.size(), kNode / kLeaf + 1);
+    fetch(all, 0, m_groups.size());
+    fetch(Entries(), guess - std::min<std::size_t>(guess, 2), 4);
+}
+
 void clsEntryLevels::Prefetch(std::uint32_t time, std::uint32_t last) const
 {
     const std::size_t size = Size();
     if (size < kNode || time >= last) {
         return;
     }
-    const std::size_t guess = std::uint64_t{time} * (size - 1) / last;
-    // Inlined: else the compiler takes it for a function without any effect and leaves out the calls.
-    const auto fetch = [](const auto& items, std::size_t first, std::size_t count) __attribute__((always_inline))
-    {
-        constexpr std::size_t kLine = 64;
-        const std::size_t behind = std::min(first + count, items.size());
-        if (first < behind) {
-            const auto* const end = reinterpret_cast<const char*>(items.data() + behind);
-            for (const auto* at = reinterpret_cast<const char*>(items.data() + first); at < end; at += kLine) {
-                __builtin_prefetch(at);
-            }
-            __builtin_prefetch(end - 1);
-        }
-    };
-    fetch(m_groups, 0, m_groups.size());
-    fetch(m_nodes, guess / kGroup * (kGroup / kNode), kGroup / kNode);
-    fetch(m_leaves, guess / kNode * (kNode / kLeaf), kNode / kLeaf + 1);
-    fetch(m_entries, guess - std::min<std::size_t>(guess, 2), 4);
+    const std::size_t guess = guessOf(time, last, size);
+    fetch(std::span(m_groups), 0, m_groups.size());
+    fetch(std::span(m_nodes), guess / kGroup * (kGroup / kNode), kGroup / kNode);
+    fetch(std::span(m_leaves), guess / kNode * (kNode / kLeaf), kNode / kLeaf + 1);
+    fetch(Entries(), guess - std::min<std::size_t>(guess, 2), 4);
 }
 
 std::uint32_t clsEntryLevels::TimeOf(std::size_t index) const

@@ -1,5 +1,6 @@
 // A run of entries and the summaries above them: of each 64, of each 512 with sums, and of each 4096. What is asked
-// about a stretch of them then costs little more than one of each level.
+// about a stretch of them then costs little more than one of each level. For pictures, times and extremes of all runs
+// lie close together besides: in a long history each line of memory has to come from far.
 #pragma once
 
 #include "session/EntrySummary.h"
@@ -36,6 +37,14 @@ public:
     std::size_t Bytes() const;
     /// Bytes for so many entries.
     static std::size_t BytesFor(std::size_t entries);
+
+    /// For a finished run with entries: the first entry at or after a time, and the lowest and highest distance of a
+    /// stretch, which `low` and `high` take up. `last` is about the last time.
+    bool HasOutlines() const { return !m_outlines.empty(); }
+    std::size_t OutlinedIndexOf(std::uint32_t time, std::uint32_t last) const;
+    void Widen(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const;
+    /// Has the memory fetched that these will probably look at for a time, if the times up to `last` are even.
+    void PrefetchOutlines(std::uint32_t time, std::uint32_t last) const;
 
     /// The first entry at or after a time; `Size()` if there is none. Without entries, the first of the first leaf or
     /// node that begins there. Search begins at `from`, which must not be behind it.
@@ -90,11 +99,23 @@ public:
     std::size_t FirstDistanceFrom(std::size_t index) const;
 
 private:
+    /// What a picture has to know of 64, 512 or 4096 entries.
+    struct Outline {
+        std::uint32_t begin = 0;
+        std::int32_t minimum = 0, maximum = 0; ///< of the distances
+    };
+
     void endLeaf();
-    std::size_t indexInLeaf(std::uint32_t time, std::size_t leaf) const;
+    std::size_t indexInLeaf(std::uint32_t time, std::size_t leaf, std::uint32_t begin, std::uint32_t next) const;
+    std::span<const Outline> leafOutlines() const
+    {
+        return std::span(m_outlines).subspan(m_groups.size() + m_nodes.size());
+    }
+    void widenByEntries(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const;
 
     std::vector<PackedEntry> m_entries;
     std::vector<EntrySummary> m_leaves, m_nodes, m_groups;
-    std::vector<EntrySums> m_sums; ///< of the nodes
-    std::size_t m_size = 0;        ///< once it is finished
+    std::vector<EntrySums> m_sums;   ///< of the nodes
+    std::vector<Outline> m_outlines; ///< of groups, nodes and leaves, once it is finished and while it has entries
+    std::size_t m_size = 0;          ///< once it is finished
 };

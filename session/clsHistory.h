@@ -133,6 +133,9 @@ public:
     std::vector<ValueSummary> Columns(const TimeWindow& window, bool showZero = true) const;
     /// The same into `columns`, whose memory is used again.
     void Columns(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const;
+    /// The same for a picture, which costs less: of each column only whether it has no, one or more values that are
+    /// drawn, the lowest, highest, first and last of them, whether it is joined and whether it is coarse.
+    void Outlines(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const;
     /// Whether so many columns of a range show stretches of a recording by their lowest and highest values only,
     /// because more of them are in sight than can be read again at once.
     bool IsCoarse(const PlaceRange& range, std::int32_t columns) const;
@@ -182,6 +185,7 @@ private:
         clsEntryLevels levels;
     };
     class clsWalk;
+    enum class Wanted : std::uint8_t { All, Outline };
 
     // Adding, in clsHistory.cpp.
     std::int64_t added() const
@@ -212,6 +216,7 @@ private:
     std::int64_t lastOf(const Block& block) const;
     Position find(std::int64_t tick, bool exactly = true) const;
     Position findRun(std::int64_t tick, bool exactly) const;
+    void fill(const TimeWindow& window, bool showZero, Wanted wanted, std::vector<ValueSummary>& columns) const;
     std::size_t indexOf(const Position& position) const;
     Position positionOf(std::size_t index) const;
     bool mayReadAll(std::int64_t from, std::int64_t to) const;

@@ -110,7 +110,7 @@ void clsHistoryCurve::summarise(const clsHistory& history, const View& view)
     m_columns.resize(static_cast<std::size_t>(window.columns));
     const auto fetch = [&](std::int32_t first, std::int32_t behind) {
         if (first < behind) {
-            history.Columns({window.first + first, window.perDay, behind - first}, view.showZero, m_missing);
+            history.Outlines({window.first + first, window.perDay, behind - first}, view.showZero, m_missing);
             std::ranges::copy(m_missing, m_columns.begin() + first);
         }
     };
@@ -221,7 +221,7 @@ const clsChartData& clsHistoryCurve::Dots(const clsHistory& history, const View&
         walk(history, view);
         return m_points;
     }
-    history.Columns(windowOf(view, 0.0, kFine), view.showZero, m_missing);
+    history.Outlines(windowOf(view, 0.0, kFine), view.showZero, m_missing);
     const TimeWindow window = windowOf(view, originOf(view), kFine);
     m_dots.InitChartData(static_cast<std::int32_t>(4 * m_missing.size()) + 1);
     double column = window.first + 0.5;

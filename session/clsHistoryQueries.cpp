@@ -219,9 +219,9 @@ bool clsHistory::isBrokenBefore(const Position& position, bool showZero, bool ex
 /// Goes through a history column by column.
 class clsHistory::clsWalk {
 public:
-    clsWalk(const clsHistory& history, std::int64_t begin, bool exactly, bool showZero)
-        : m_history(history), m_at(history.findRun(begin, exactly)), m_exactly(exactly), m_columnBegin(begin),
-          m_builder(showZero, history.isBrokenBefore(m_at, showZero, exactly))
+    clsWalk(const clsHistory& history, std::int64_t begin, bool exactly, bool showZero, Wanted wanted)
+        : m_history(history), m_at(history.findRun(begin, exactly)), m_exactly(exactly), m_showZero(showZero),
+          m_wanted(wanted), m_columnBegin(begin), m_builder(showZero, history.isBrokenBefore(m_at, showZero, exactly))
     {
         note();
         if (m_next < begin) {
@@ -235,6 +235,8 @@ public:
         m_builder.Begin(column);
         if (m_spread) {
             spread(end);
+        } else if (m_wanted == Wanted::Outline && m_next < end && outline(end)) {
+            note();
         }
         while (m_next < end) {
             step(end);
@@ -262,6 +264,52 @@ private:
         bool IsBrokenAt(std::int64_t begin) const { return stretches[0].last < begin && stretches[1].first >= begin; }
     };
 
+    /// A column that begins and ends with a distance, from blocks with all of their entries. What else it has does not
+    /// show. Returns false for any other.
+    bool outline(std::int64_t end)
+    {
+        const auto& blocks = m_history.m_blocks;
+        std::size_t number = m_at.block;
+        while (number < blocks.size() && m_history.lastOf(blocks[number]) < end) {
+            ++number;
+        }
+        if (number == blocks.size() || blocks[number].begin >= end) {
+            return false;
+        }
+        const Block &from = blocks[m_at.block], &to = blocks[number];
+        const bool isKnownAsWhole = from.isThinned && m_at.index == 0; // with a first distance that is gone
+        if (isKnownAsWhole || !from.levels.HasOutlines() || !to.levels.HasOutlines()) {
+            return false;
+        }
+        const std::size_t behind = to.levels.OutlinedIndexOf(static_cast<std::uint32_t>(end - to.begin), to.last);
+        if (behind == 0 || (number == m_at.block && behind <= m_at.index)) {
+            return false;
+        }
+        const PackedEntry first = from.levels.Entries()[m_at.index], last = to.levels.Entries()[behind - 1];
+        if (KindOf(first) != EntryKind::Distance || KindOf(last) != EntryKind::Distance) {
+            return false;
+        }
+        std::int32_t low = std::min(first.value, last.value), high = std::max(first.value, last.value);
+        for (std::size_t i = m_at.block; i <= number; ++i) {
+            const EntrySummary& whole = blocks[i].whole;
+            if (m_showZero && whole.zeros > 0) {
+                return false;
+            }
+            if (i > m_at.block && i < number) {
+                low = std::min(low, whole.minimum);
+                high = std::max(high, whole.maximum);
+            }
+        }
+        const bool isOne = number == m_at.block;
+        from.levels.Widen(m_at.index, isOne ? behind : from.levels.Size(), low, high);
+        if (!isOne) {
+            to.levels.Widen(0, behind, low, high);
+        }
+        const bool isSingle = isOne && behind == m_at.index + 1;
+        m_builder.AddOutline(first.value, last.value, low, high, isSingle ? 1 : 2);
+        m_at = {number, behind};
+        return true;
+    }
     /// To the end of the block at most.
     void step(std::int64_t end)
     {
@@ -378,7 +426,8 @@ private:
 
     const clsHistory& m_history;
     Position m_at;
-    bool m_exactly;
+    bool m_exactly, m_showZero;
+    Wanted m_wanted;
     std::int64_t m_columnBegin;
     clsColumnBuilder m_builder;
     std::int64_t m_next = 0;
@@ -394,6 +443,16 @@ std::vector<ValueSummary> clsHistory::Columns(const TimeWindow& window, bool sho
 
 void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const
 {
+    fill(window, showZero, Wanted::All, columns);
+}
+
+void clsHistory::Outlines(const TimeWindow& window, bool showZero, std::vector<ValueSummary>& columns) const
+{
+    fill(window, showZero, Wanted::Outline, columns);
+}
+
+void clsHistory::fill(const TimeWindow& window, bool showZero, Wanted wanted, std::vector<ValueSummary>& columns) const
+{
     columns.assign(static_cast<std::size_t>(std::max(window.columns, 0)), {});
     if (!(window.perDay > 0.0) || !std::isfinite(window.first)) {
         return;
@@ -403,7 +462,7 @@ void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<Va
     };
     const std::int64_t begin = beginOf(0);
     const bool exactly = mayReadAll(begin, beginOf(window.columns));
-    clsWalk walk(*this, begin, exactly, showZero);
+    clsWalk walk(*this, begin, exactly, showZero, wanted);
     const Position at = find(begin, exactly);
     // In a long history each border lies in memory of its own, which takes longer to come than a column to be filled.
     constexpr std::int32_t kAhead = 8;
@@ -417,7 +476,12 @@ void clsHistory::Columns(const TimeWindow& window, bool showZero, std::vector<Va
         }
         if (block < m_blocks.size() && m_blocks[block].isClosed && border > m_blocks[block].begin) {
             const Block& of = m_blocks[block];
-            of.levels.Prefetch(static_cast<std::uint32_t>(border - of.begin), of.last);
+            const auto time = static_cast<std::uint32_t>(border - of.begin);
+            if (wanted == Wanted::Outline && of.levels.HasOutlines()) {
+                of.levels.PrefetchOutlines(time, of.last);
+            } else {
+                of.levels.Prefetch(time, of.last);
+            }
         }
     };
     for (std::int32_t i = 1; i < std::min(kAhead, window.columns + 1); ++i) {

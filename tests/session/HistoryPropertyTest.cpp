@@ -59,9 +59,12 @@ TEST(HistoryProperty, ThinsTheOldestToTheLowestAndHighestOfEachSecond)
     // Columns of 2 ms end between the begin of a block and what is left of its first second.
     const TimeWindow narrow{std::floor(kBegin * perSecond * 500.0), perSecond * 500.0, kSamples / 2};
     const auto few = history.Columns(narrow), every = all.Columns(narrow);
+    std::vector<ValueSummary> outlines;
+    history.Outlines(narrow, false, outlines);
     for (std::size_t i = 0; i < every.size(); ++i) {
         ASSERT_TRUE(few[i].valid == 0 || (few[i].minimum >= every[i].minimum && few[i].maximum <= every[i].maximum))
             << i;
+        ASSERT_EQ(outlineOf(outlines[i]), outlineOf(few[i])) << i;
     }
     const auto gaps = history.GapsIn(all.Range(), 0.0);
     EXPECT_EQ(std::ranges::count(gaps, GapReason::LineLost, &HistoryGap::reason), 6);

@@ -97,13 +97,30 @@ inline std::string textOf(const ValueSummary& c)
     return text;
 }
 
+/// What a picture shows of it.
+inline std::string outlineOf(const ValueSummary& c)
+{
+    std::string text;
+    for (const std::int64_t number :
+         {std::min<std::int64_t>(c.valid, 2), std::int64_t{c.minimum}, std::int64_t{c.maximum}, std::int64_t{c.first},
+          std::int64_t{c.last}, std::int64_t{c.joinsBefore}, std::int64_t{c.isCoarse}}) {
+        text += std::to_string(number) + " ";
+    }
+    return text;
+}
+
 inline void expectColumns(const clsHistory& history, const Walk& walk, const TimeWindow& window, bool showZero)
 {
     const std::vector<ValueSummary> columns = history.Columns(window, showZero);
+    std::vector<ValueSummary> outlines;
+    history.Outlines(window, showZero, outlines);
     ASSERT_EQ(std::ssize(columns), window.columns);
+    ASSERT_EQ(std::ssize(outlines), window.columns);
     for (std::int32_t i = 0; i < window.columns; ++i) {
         const double from = (window.first + i) / window.perDay, to = (window.first + (i + 1)) / window.perDay;
         ASSERT_EQ(textOf(columns[static_cast<std::size_t>(i)]), textOf(columnOf(walk, from, to, showZero)))
+            << "column " << i << " of " << window.columns << ", " << window.perDay << " a day" << showZero;
+        ASSERT_EQ(outlineOf(outlines[static_cast<std::size_t>(i)]), outlineOf(columns[static_cast<std::size_t>(i)]))
             << "column " << i << " of " << window.columns << ", " << window.perDay << " a day" << showZero;
     }
 }
