@@ -64,7 +64,9 @@ public:
     /// Switches the marker laser. A running measurement is stopped before and restarted afterwards.
     void SwitchRedLaser(bool on);
     /// Sends a parameter with a new value, also between stop and restart. A refused value is taken back, and the old
-    /// one is shown.
+    /// one is shown. Deliberate: the sensor's set is not read before. When another sensor has taken the place of the
+    /// known one without the port being closed, the backup is the known one's, and the other one gets the value; the
+    /// report says so.
     void ChangeSetting(std::int32_t ParameterSet::*setting, std::int32_t value,
                        const modRVQComm::PumpEvents& pumpEvents);
     // The same commands as operations, for a session that is driven by ticks alone: one step after each tick.
