@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 
@@ -112,6 +113,20 @@ std::optional<modPassport::Entry> PassportModel::EntryAt(int row) const
         m_readBytes = place.length;
     }
     return m_read.emplace(line, modPassport::EntryOf(m_reader->LineAt(place))).first->second;
+}
+
+std::optional<std::int64_t> PassportModel::PlaceAt(int row) const
+{
+    return row < 0 || row >= rowCount() ? std::nullopt
+                                        : std::optional(m_lines[m_shown[static_cast<std::size_t>(row)]].place.offset);
+}
+
+int PassportModel::RowAt(std::int64_t place) const
+{
+    const auto found = std::ranges::lower_bound(m_shown, place, std::greater(),
+                                                [this](std::size_t line) { return m_lines[line].place.offset; });
+    const bool isThere = found != m_shown.end() && m_lines[*found].place.offset == place;
+    return isThere ? static_cast<int>(found - m_shown.begin()) : -1;
 }
 
 int PassportModel::rowCount(const QModelIndex& parent) const

@@ -10,6 +10,7 @@
 
 #include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -35,6 +36,10 @@ public:
 
     /// What a row says; nothing when the file has it no more.
     std::optional<modPassport::Entry> EntryAt(int row) const;
+    /// Where a row is in the file, which only grows; nothing when there is no such row.
+    std::optional<std::int64_t> PlaceAt(int row) const;
+    /// The row at a place; -1 when it is not shown, or not read yet.
+    int RowAt(std::int64_t place) const;
     std::size_t Entries() const { return m_lines.size(); }
     std::size_t Unreadable() const { return m_unreadable; }
     /// The parameters that have changed in some entry.

@@ -15,6 +15,8 @@
 #include "ui/widgets/WindowPlace.h"
 
 #include <QComboBox>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -26,6 +28,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSaveFile>
+#include <QScopedValueRollback>
 #include <QSplitter>
 #include <QTableView>
 #include <QTimer>
@@ -36,6 +39,7 @@
 namespace {
 
 constexpr int kFollow_ms = 500;
+constexpr qint64 kPiece_ms = 20;
 constexpr int kWidth = 52, kHeight = 30, kDetailLines = 8; // in line heights
 
 QString nameOf(const std::filesystem::path& passport)
@@ -252,9 +256,10 @@ void frmPassport::fillParameters()
     cmbParameter->setCurrentIndex(std::max(index, 0));
 }
 
-void frmPassport::openPassport()
+void frmPassport::openPassport(std::optional<std::int64_t> kept)
 {
     m_news.clear();
+    m_kept = kept;
     m_model->Open(chosenFile());
     m_reading->start(0);
     readOn();
@@ -265,8 +270,12 @@ void frmPassport::readOn()
     if (!m_model->ReadOn()) {
         m_reading->stop();
     }
-    if (!tblPassport->currentIndex().isValid() && m_model->rowCount() > 0) {
-        tblPassport->selectRow(0);
+    const int kept = m_kept ? m_model->RowAt(*m_kept) : -1;
+    if (kept >= 0 || !m_reading->isActive() || tblPassport->currentIndex().isValid()) {
+        m_kept.reset();
+    }
+    if (!m_kept && !tblPassport->currentIndex().isValid() && m_model->rowCount() > 0) {
+        tblPassport->selectRow(std::max(kept, 0));
     }
     if (m_listed != m_model->Changed() && !m_reading->isActive()) {
         fillParameters();
@@ -287,10 +296,20 @@ void frmPassport::Follow()
 {
     if (m_version != m_context.writes.Version()) {
         m_version = m_context.writes.Version();
+        const std::filesystem::path file = chosenFile();
+        const auto kept = m_kept ? m_kept : m_model->PlaceAt(tblPassport->currentIndex().row());
         fillSensors();
-        openPassport();
+        openPassport(file == chosenFile() ? kept : std::nullopt);
     }
     showRule();
+}
+
+void frmPassport::reject()
+{
+    m_closesAfterwards = m_isExporting;
+    if (!m_isExporting) {
+        QDialog::reject();
+    }
 }
 
 void frmPassport::showEntry()
@@ -329,10 +348,11 @@ void frmPassport::showNews()
 
 void frmPassport::showRule()
 {
-    const bool hasState = chosenState().has_value();
+    const auto entry = chosenEntry();
+    const bool hasState = entry && entry->set;
     cmdCompare->setEnabled(Compare && hasState);
     cmdRestore->setEnabled(Restore && hasState && isConnected() && !m_context.device.Wait().Running);
-    cmdExport->setEnabled(m_model->rowCount() > 0);
+    cmdExport->setEnabled(m_model->rowCount() > 0 && !m_isExporting);
 }
 
 std::filesystem::path frmPassport::chosenFile() const
@@ -396,17 +416,37 @@ void frmPassport::cmdExport_Click()
     const QString proposal =
         QFile::decodeName(chosenFile().parent_path().c_str()) + u'/' + nameOf(chosenFile()) + QStringLiteral(".txt");
     const QString file = ChooseFile(proposal);
-    if (!file.isEmpty()) {
-        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    if (file.isEmpty()) {
+        return;
+    }
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    {
+        const QScopedValueRollback exporting(m_isExporting, true);
+        showRule();
         m_news = exportTo(QFileInfo(file).suffix().isEmpty() ? file + QStringLiteral(".txt") : file);
-        QGuiApplication::restoreOverrideCursor();
-        showNews();
+    }
+    QGuiApplication::restoreOverrideCursor();
+    showNews();
+    showRule();
+    if (m_closesAfterwards) {
+        reject();
     }
 }
 
-/// Writes the shown entries, oldest first; returns the outcome in words.
-QString frmPassport::exportTo(const QString& file) const
+/// Writes the shown entries, oldest first; returns the outcome in words. With a long passport, the windows
+/// handle their events meanwhile, and this one may be closed, which ends it.
+QString frmPassport::exportTo(const QString& file)
 {
+    const PassportText::Style style = m_style;
+    QElapsedTimer sinceEvents;
+    sinceEvents.start();
+    const auto goesOn = [&] {
+        if (sinceEvents.elapsed() > kPiece_ms) {
+            QCoreApplication::processEvents();
+            sinceEvents.start();
+        }
+        return !m_closesAfterwards;
+    };
     const auto failed = [&](const QString& why) {
         return text(TextId::FailureNotSaved).arg(file, FileErrorText(why, m_style.language));
     };
@@ -422,13 +462,19 @@ QString frmPassport::exportTo(const QString& file) const
     const auto has = [&](const modPassport::Change& change) { return change.code == only->code; };
     int written = 0;
     const modPassport::ReadOutcome outcome = modPassport::Read(chosenFile(), [&](const modPassport::Entry& entry) {
+        if (!goesOn()) {
+            return false;
+        }
         if (only != nullptr && !std::ranges::any_of(entry.changes, has)) {
             return true;
         }
         ++written;
-        const QByteArray line = PassportText::Whole(entry, m_style).toUtf8() + '\n';
+        const QByteArray line = PassportText::Whole(entry, style).toUtf8() + '\n';
         return target.write(line) == line.size();
     });
+    if (m_closesAfterwards) {
+        return {};
+    }
     if (outcome.why) {
         return text(TextId::PassportUnread).arg(FileErrorText(outcome.why, m_style.language));
     }

@@ -45,6 +45,8 @@ public:
     std::function<QString(const QString& proposal)> ChooseFile;
     /// Follows connection and passports; the window does so by itself twice a second.
     void Follow();
+    /// While an export is written, it cancels that first, and the window closes when it has ended.
+    void reject() override;
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -57,7 +59,7 @@ private:
     void localise();
     void fillSensors();
     void fillParameters();
-    void openPassport();
+    void openPassport(std::optional<std::int64_t> kept = {});
     void readOn();
     void showEntry();
     void showNews();
@@ -71,16 +73,18 @@ private:
     void cmdCompare_Click();
     void cmdRestore_Click();
     void cmdExport_Click();
-    QString exportTo(const QString& file) const;
+    QString exportTo(const QString& file);
     QString text(TextId id) const;
 
     Context m_context;
     PassportModel* m_model;
     QTimer* m_reading;
     PassportText::Style m_style;
-    std::uint64_t m_version = 0;   ///< of what is shown
-    PassportModel::Codes m_listed; ///< the changed parameters that the list begins with
-    QString m_news;                ///< what became of the export
+    std::uint64_t m_version = 0;        ///< of what is shown
+    PassportModel::Codes m_listed;      ///< the changed parameters that the list begins with
+    std::optional<std::int64_t> m_kept; ///< the place of the row to be chosen once it is read
+    bool m_isExporting = false, m_closesAfterwards = false;
+    QString m_news; ///< what became of the export
 
     QLabel *lblSensor = nullptr, *lblParameter = nullptr, *lblState = nullptr;
     QComboBox *cmbSensor = nullptr, *cmbParameter = nullptr;
