@@ -33,6 +33,7 @@ public:
         clsWriteKeeper* writes = nullptr;
         std::function<void(const TransferProgress&)> showProgress;
         std::function<void(const QString&)> showFailure;
+        std::function<void(const WriteReport&)> showReport;
     };
     /// Everything referred to must outlive the object.
     explicit TransferBox(Context context);
@@ -51,7 +52,7 @@ private:
     void ShowFailed(bool) override {}
     void ShowFailure(TextId textId, TextId reasonTextId) override;
     void ShowProgress(const TransferProgress& progress) override;
-    void ShowReport(const WriteReport&) override {} // the window takes it from the keeper
+    void ShowReport(const WriteReport& report) override { m_context.showReport(report); }
     bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) override;
     FailureAnswer AskAboutFailure(TextId reasonTextId, const TransferFailure& failure) override;
     void SelectDeviceEntry() override {}

@@ -50,7 +50,8 @@ frmCompare::frmCompare(QWidget* owner, const Context& context)
                                  .pumpEvents = m_context.pumpEvents,
                                  .writes = m_context.writes,
                                  .showProgress = [this](const TransferProgress& progress) { ShowProgress(progress); },
-                                 .showFailure = [this](const QString& failure) { tell(failure); }});
+                                 .showFailure = [this](const QString& failure) { tell(failure); },
+                                 .showReport = [this](const WriteReport& report) { ShowReport(report); }});
         m_context.send = [this](const ParameterSet& target, const std::vector<std::string>& codes) {
             m_own->Send(target, codes);
         };
@@ -62,10 +63,12 @@ frmCompare::frmCompare(QWidget* owner, const Context& context)
     Boxes.FileToLoad = RVQBoxes(*this, m_context.settings, m_context.help, none).FileToLoad;
     Boxes.OpenSheet = [this](const std::string& sheet) { frmSheet::Open(*this, m_context.settings, sheet); };
     Boxes.FileToSave = [this](const std::string& proposal) {
-        return QFile::encodeName(
-                   QFileDialog::getSaveFileName(this, QString(), QFile::decodeName(proposal.c_str()),
-                                                FileFilter(text(TextId::CompareCsvType), QStringLiteral("*.csv"))))
-            .toStdString();
+        QFileDialog box(this, QString(), QFile::decodeName(proposal.c_str()),
+                        FileFilter(text(TextId::CompareCsvType), QStringLiteral("*.csv")));
+        box.setAcceptMode(QFileDialog::AcceptSave);
+        box.setDefaultSuffix(QStringLiteral("csv"));
+        const bool isChosen = box.exec() == Accepted && !box.selectedFiles().isEmpty();
+        return isChosen ? QFile::encodeName(box.selectedFiles().front()).toStdString() : std::string();
     };
     KeepWheelFromLists(*this);
     offerSets();
@@ -122,6 +125,14 @@ void frmCompare::connectButton(const QPushButton* button, void (frmCompare::*act
 /// Enter in a list, in the search or on the check box must not send: nobody means that there.
 bool frmCompare::eventFilter(QObject* watched, QEvent* event)
 {
+    const bool isList = watched == cmbLeft || watched == cmbRight;
+    if (isList && (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::KeyPress)) {
+        Guarded([this] {
+            if (offerBackups()) { // it may be about to open
+                showSides();
+            }
+        });
+    }
     if (event->type() != QEvent::KeyPress) {
         return QDialog::eventFilter(watched, event);
     }

@@ -67,7 +67,7 @@ public:
         std::function<EditedSet()> window{}; ///< what the settings window holds
         std::vector<NamedSet> states{};      ///< any sets that the caller has, such as states of a passport
         modRVQComm::PumpEvents pumpEvents{}; ///< passes the time while values are sent
-        clsWriteKeeper* writes = nullptr;    ///< its backups are offered, and its report is shown after sending
+        clsWriteKeeper* writes = nullptr;    ///< its backups are offered
         /// Sends in the caller's way instead; returns when that has ended. `cancel` then ends it earlier.
         Sender send{};
         std::function<void()> cancel{};
@@ -92,6 +92,8 @@ public:
     int Differing() const;
     /// While values are sent; for a caller that sends.
     void ShowProgress(const TransferProgress& progress);
+    /// What became of what was sent, or why nothing was; the same.
+    void ShowReport(const WriteReport& report);
     bool IsSending() const { return m_isSending; }
     /// Follows the sensor; a timer of the window calls it.
     void FollowDevice();
@@ -129,6 +131,10 @@ private:
     // Which sets there are, and which are compared (frmCompareSets.cpp).
     void offerSets();
     void offer(Offered offered);
+    std::vector<Offered> backups() const;
+    bool offerBackups();
+    void fillLists();
+    void enableSensor();
     QString nameOf(const Offered& offered) const;
     int itemOf(SetKind kind, int number) const;
     SetKind kindOf(SideIndex side) const;
@@ -159,10 +165,11 @@ private:
     TextId whyNotNow() const;
     std::vector<std::string> tickedCodes() const;
     int hiddenTicks() const;
+    const ParameterDef* tooClose(const std::vector<std::string>& codes) const;
     void cmdSendChosen_Click();
     void send(const std::vector<std::string>& codes);
-    void takeReport(const WriteReport* report);
-    void showReport(const WriteReport& report);
+    void takeReport();
+    void tellReport(const WriteReport& report);
     void cmdCancel_Click();
     void copy(bool selected);
     void cmdCopy_Click() { copy(false); }
@@ -181,11 +188,13 @@ private:
     CompareModel* m_model;
     bool m_isSending = false;
     bool m_closesAfterwards = false;
+    std::optional<WriteReport> m_report; ///< of what is being sent
     struct Followed {
         bool isConnected = false, isBusy = false;
         std::string serialNo{};
         bool operator==(const Followed&) const = default;
     } m_followed;
+    std::optional<std::pair<std::uint64_t, std::string>> m_offeredFor; ///< what the backups were listed for
 
     std::array<QComboBox*, 2> m_lists{};
     QComboBox* cmbLeft = nullptr;

@@ -103,6 +103,29 @@ TextId frmCompare::whyNotNow() const
     return wait.Running || wait.InTick || wait.Ended ? TextId::CompareBusy : TextId::None;
 }
 
+/// A value that would be too close to its partner in the sensor, of which the other side has another one; null when
+/// there is none.
+const ParameterDef* frmCompare::tooClose(const std::vector<std::string>& codes) const
+{
+    const ParameterSet& current = m_sides[Left].edited.set;
+    const SensorIdentity& sensor = m_context.device->Identity();
+    ParameterSet result = current;
+    for (const std::string& code : codes) {
+        const ParameterDef& row = *ParameterOfCode(code);
+        result.*row.value = m_sides[Right].edited.set.*row.value;
+    }
+    const auto isInvalid = [&](const ParameterDef& row, const ParameterSet& set) {
+        return ObstacleOf(row, current, set, sensor) == SendObstacle::NotValid;
+    };
+    for (const ParameterDef& row : ParameterTable()) {
+        const bool isTicked = std::ranges::find(codes, row.code) != codes.end();
+        if (isInvalid(row, result) && (isTicked || !isInvalid(row, current))) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
 void frmCompare::cmdSendChosen_Click()
 {
     if (m_isSending || !offersTicks()) {
@@ -118,24 +141,23 @@ void frmCompare::cmdSendChosen_Click()
         tell(text(TextId::CompareHiddenTicks).arg(hidden));
         return;
     }
-    if (const auto codes = tickedCodes(); !codes.empty()) {
+    const auto codes = tickedCodes();
+    if (const ParameterDef* row = tooClose(codes)) {
+        tell(text(TextId::CompareTooClose).arg(text(row->labelId).trimmed()));
+    } else if (!codes.empty()) {
         send(codes);
     }
 }
 
 void frmCompare::send(const std::vector<std::string>& codes)
 {
-    const auto lastTime = [this] {
-        const bool has = m_context.writes != nullptr && m_context.writes->Last() != nullptr;
-        return has ? std::optional(m_context.writes->Last()->time) : std::nullopt;
-    };
-    const auto before = lastTime();
     const ParameterSet target = m_sides[Right].edited.set;
     tell({});
     lblReport->hide();
     prgTransfer->setRange(0, 0);
     lblProgress->clear();
     m_closesAfterwards = false;
+    m_report.reset();
     {
         const QScopedValueRollback sending(m_isSending, true);
         applyRule();
@@ -143,20 +165,27 @@ void frmCompare::send(const std::vector<std::string>& codes)
         cmdCancel->setFocus();
         m_context.send(target, codes);
     }
-    takeReport(lastTime() != before ? m_context.writes->Last() : nullptr);
+    takeReport();
 }
 
-void frmCompare::takeReport(const WriteReport* report)
+void frmCompare::ShowReport(const WriteReport& report)
 {
-    const bool isVerified = report != nullptr && report->result == WriteResult::Verified;
+    if (m_isSending) {
+        m_report = report;
+    }
+}
+
+void frmCompare::takeReport()
+{
+    const bool isVerified = m_report && m_report->result == WriteResult::Verified;
     if (m_closesAfterwards || isVerified) {
         applyRule();
         done(isVerified ? Accepted : Rejected);
         return;
     }
-    if (report != nullptr) {
-        showReport(*report);
-        for (const ValueReport& value : report->values) {
+    if (m_report) {
+        tellReport(*m_report);
+        for (const ValueReport& value : m_report->values) {
             const bool isUnsent = value.outcome == ValueOutcome::NotSent || value.outcome == ValueOutcome::Refused ||
                                   value.outcome == ValueOutcome::Unanswered;
             m_ticked[*value.row] = m_ticked[*value.row] && isUnsent;
@@ -167,13 +196,14 @@ void frmCompare::takeReport(const WriteReport* report)
     tblCompare->setFocus();
 }
 
-void frmCompare::showReport(const WriteReport& report)
+void frmCompare::tellReport(const WriteReport& report)
 {
     QStringList lines{FromUtf8(modReportText::Summary(report, m_context.settings.Language, m_decimalSeparator))};
     for (const std::string& line : modReportText::Lines(report, m_decimalSeparator, m_context.settings.Language)) {
         lines += FromUtf8(line);
     }
     lblReport->setToolTip(lines.join(u'\n'));
+    lblReport->setAccessibleDescription(lines.join(u'\n'));
     if (lines.size() > static_cast<qsizetype>(kMostReportLines)) {
         lines = lines.mid(0, kMostReportLines) << QStringLiteral("…");
     }

@@ -10,6 +10,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
@@ -17,6 +18,7 @@
 #include <QTableView>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -36,9 +38,7 @@ QString timeText(double time)
 
 void frmCompare::offerSets()
 {
-    for (QComboBox* list : m_lists) {
-        list->addItem(QString()); // asks for another file; it stays the last one
-    }
+    fillLists();
     if (m_context.device != nullptr) {
         offer({.kind = SetKind::Sensor});
     }
@@ -53,12 +53,104 @@ void frmCompare::offerSets()
         const Configuration& entry = m_context.library->Entry(line);
         offer({SetKind::Configuration, FromBytes(entry.Description), entry.FileName, entry.Parameters});
     }
-    if (m_context.writes == nullptr || m_context.device == nullptr) {
-        return;
+    offerBackups();
+}
+
+/// All that there are: those of the connected sensor first, the others with their serial numbers.
+std::vector<frmCompare::Offered> frmCompare::backups() const
+{
+    std::vector<Offered> found;
+    const std::filesystem::path folder =
+        m_context.writes == nullptr ? std::filesystem::path() : m_context.writes->Kept().backups;
+    if (folder.empty()) {
+        return found;
     }
-    const std::string& serialNo = m_context.device->Identity().SerialNo;
-    for (const modBackup::Backup& backup : modBackup::List(m_context.writes->Kept().backups, serialNo)) {
-        offer({.kind = SetKind::Backup, .name = timeText(backup.time), .file = backup.file});
+    const bool isKnown = m_context.device != nullptr && !m_context.device->Identity().SerialNo.empty();
+    const std::string own = isKnown ? modBackup::NameOf(m_context.device->Identity().SerialNo) : std::string();
+    std::vector<std::string> sensors;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (modBackup::NameOf(name) == name) { // else it is none of ours
+            sensors.push_back(name);
+        }
+    }
+    std::ranges::sort(sensors, {}, [&](const std::string& name) { return std::pair(name != own, name); });
+    for (const std::string& name : sensors) {
+        const QString prefix = name == own ? QString() : FromBytes(name) + QStringLiteral(", ");
+        for (const modBackup::Backup& backup : modBackup::List(folder, name)) {
+            found.push_back({.kind = SetKind::Backup, .name = prefix + timeText(backup.time), .file = backup.file});
+        }
+    }
+    return found;
+}
+
+/// Lists the backups anew, before the files that the operator has added. A shown one stays even when its file has gone.
+/// False when nothing has changed.
+bool frmCompare::offerBackups()
+{
+    const auto isBackup = [](const Offered& offered) { return offered.kind == SetKind::Backup; };
+    const auto isSame = [](const Offered& one, const Offered& other) {
+        return one.file == other.file && one.name == other.name;
+    };
+    std::vector<Offered> found = backups();
+    for (const Side& side : m_sides) {
+        const Offered* shown = side.item < 0 ? nullptr : &m_offered[static_cast<std::size_t>(side.item)];
+        if (shown != nullptr && isBackup(*shown) &&
+            std::ranges::find(found, shown->file, &Offered::file) == found.end()) {
+            found.push_back(*shown);
+        }
+    }
+    std::vector<Offered> before;
+    std::ranges::copy_if(m_offered, std::back_inserter(before), isBackup);
+    if (std::ranges::equal(before, found, isSame)) {
+        return false;
+    }
+    std::vector<Offered> all;
+    const auto take = [&](bool isFile) {
+        std::ranges::copy_if(m_offered, std::back_inserter(all), [&](const Offered& offered) {
+            return !isBackup(offered) && (offered.kind == SetKind::File) == isFile;
+        });
+    };
+    take(false);
+    const std::size_t first = all.size();
+    all.insert(all.end(), found.begin(), found.end());
+    take(true);
+    for (Side& side : m_sides) {
+        const auto item = static_cast<std::size_t>(std::max(side.item, 0));
+        if (side.item >= 0 && isBackup(m_offered[item])) {
+            side.item = static_cast<int>(std::ranges::find(all, m_offered[item].file, &Offered::file) - all.begin());
+        } else if (item >= first) { // a file
+            side.item += static_cast<int>(found.size()) - static_cast<int>(before.size());
+        }
+    }
+    m_offered = std::move(all);
+    fillLists();
+    return true;
+}
+
+/// The item after the sets asks for another file.
+void frmCompare::fillLists()
+{
+    for (const SideIndex side : {Left, Right}) {
+        m_lists[side]->clear();
+        for (const Offered& offered : m_offered) {
+            m_lists[side]->addItem(nameOf(offered));
+            m_lists[side]->setItemData(m_lists[side]->count() - 1, fileName(offered.file), Qt::ToolTipRole);
+        }
+        m_lists[side]->addItem(text(TextId::CompareOtherFile));
+        m_lists[side]->setCurrentIndex(m_sides[side].item);
+    }
+    enableSensor();
+}
+
+void frmCompare::enableSensor()
+{
+    if (const int item = itemOf(SetKind::Sensor, 0); item >= 0) {
+        for (QComboBox* list : m_lists) {
+            static_cast<QStandardItemModel*>(list->model())->item(item)->setEnabled(isConnected());
+        }
     }
 }
 
@@ -244,13 +336,21 @@ void frmCompare::FollowDevice()
         reject();
         return;
     }
+    const std::pair offeredFor(m_context.writes == nullptr ? 0 : m_context.writes->Version(),
+                               device.Identity().SerialNo);
+    const bool isListOpen =
+        std::ranges::any_of(m_lists, [](const QComboBox* list) { return list->view()->isVisible(); });
+    if (m_offeredFor != offeredFor && !m_isSending && !isListOpen) {
+        m_offeredFor = offeredFor;
+        if (offerBackups()) {
+            showSides();
+        }
+    }
     const Followed now{isConnected(), device.Wait().Running, device.Identity().SerialNo};
     if (now != m_followed) {
         m_followed = now;
         const int item = itemOf(SetKind::Sensor, 0);
-        for (QComboBox* list : m_lists) {
-            static_cast<QStandardItemModel*>(list->model())->item(item)->setEnabled(now.isConnected);
-        }
+        enableSensor();
         const bool shows = m_sides[Left].item == item || m_sides[Right].item == item;
         if (shows && now.isConnected && now.serialNo != m_serialNo) {
             tell(text(TextId::CompareOtherSensor));
