@@ -55,9 +55,7 @@ frmRVQ::frmRVQ(QWidget* owner, const Context& context)
     connectEdits();
     cmbConfig_Click(kDevice);
     m_history.Start(content());
-    m_reportTime = m_context.writes != nullptr && m_context.writes->Last() != nullptr
-                       ? m_context.writes->Last()->time
-                       : m_reportTime; // the window reports what is written from now on
+    m_notedTime = timeOfNoted(); // the window reports what is written from now on
     // All of the frames where the screen has room for them; Qt itself would take two thirds of it at most.
     resize(WholeSize().boundedTo(screen()->availableSize()));
     new WindowPlace(*this, m_context.settings.IniFile);
@@ -94,7 +92,7 @@ void frmRVQ::changeEvent(QEvent* event)
 
 void frmRVQ::reject()
 {
-    if (!m_transfer.IsBusy() && mayDiscardEdits()) {
+    if (!m_transfer.IsBusy() && mayDiscardEdits([this] { reject(); })) {
         QDialog::reject();
     }
 }
@@ -102,7 +100,7 @@ void frmRVQ::reject()
 /// Refuses the close box during a transfer, but not the end of the session: the main window then ends the wait.
 void frmRVQ::closeEvent(QCloseEvent* event)
 {
-    event->setAccepted(!event->spontaneous() || (!m_transfer.IsBusy() && mayDiscardEdits()));
+    event->setAccepted(!event->spontaneous() || (!m_transfer.IsBusy() && mayDiscardEdits([this] { reject(); })));
     if (event->isAccepted()) {
         QDialog::reject();
     }

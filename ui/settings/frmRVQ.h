@@ -60,8 +60,8 @@ public:
     /// Called in every tick: connection, marks and enabled controls follow the device.
     void FollowDevice();
     /// Whether the main window may close; asks when edits would be lost. It need not ask during a transfer, which the
-    /// close ends.
-    bool MayClose();
+    /// close ends. When the operator wants to send them first, `closeAgain` is called once all are sent.
+    bool MayClose(std::function<void()> closeAgain = {});
     /// Called when the main window closes: boxes close with Abort, and this window closes too.
     void Unload();
     /// Closes the window, after a question when edits would be lost; refused while a transfer runs.
@@ -110,13 +110,14 @@ private:
     void showContent(const FieldHistory::Content& content, bool isFilled);
     std::vector<const ParameterDef*> edits() const;
     void settle(const ParameterDef& row);
-    bool mayDiscardEdits();
+    bool mayDiscardEdits(std::function<void()> then);
     void chooseConfiguration(int line);
     std::string checked(const ParameterDef& row, const std::string& typed);
     void warnOf(const ShownSettings& values);
     QStringList notesOf(const ParameterDef& row) const;
     void showNotes();
     void followWrites();
+    std::optional<double> timeOfNoted() const;
     void takeReport(const WriteReport& report);
     bool isSaidByBar() const;
     void showReport();
@@ -136,6 +137,7 @@ private:
 
     void cmbConfig_Click(int index);
     void cmdLoad_Click();
+    void import(const std::string& path);
     void cmdSave_Click();
     void cmdDelete_Click();
     void cmdDownload_Click();
@@ -175,7 +177,7 @@ private:
     PerParameter<Note> m_notes;
     std::optional<WriteReport> m_report; ///< as shown
     bool m_isSaidByBar = false;          ///< when it was shown
-    double m_reportTime = 0.0;           ///< of the last report that was taken
+    std::optional<double> m_notedTime;   ///< of the keeper's last write when a report was taken
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;
     /// The failure of a transfer, as passed to `ShowFailure`; it is shown again when the connection is back.
     std::pair<TextId, TextId> m_failure;
@@ -184,5 +186,6 @@ private:
     QPointer<QWidget> m_focus;          ///< where it was before a transfer
     QMessageBox* m_question = nullptr;
     QPointer<frmCompare> m_comparison;
+    std::function<void()> m_afterSending;     ///< what the operator wanted before the comparison was opened
     std::unique_ptr<InputBlock> m_inputBlock; ///< while a comparison is open
 };

@@ -37,7 +37,14 @@ std::string withEnding(std::string path)
 void frmRVQ::cmdLoad_Click()
 {
     const std::string path = Boxes.FileToLoad(m_context.programFolder);
-    if (path.empty() || !mayDiscardEdits()) {
+    if (!path.empty()) {
+        import(path);
+    }
+}
+
+void frmRVQ::import(const std::string& path)
+{
+    if (!mayDiscardEdits([this, path] { import(path); })) {
         return;
     }
     if (const auto line = m_context.library.Import(path)) {
@@ -131,7 +138,7 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
 
 void frmRVQ::cmdDelete_Click()
 {
-    if (!mayDiscardEdits()) {
+    if (!mayDiscardEdits([this] { cmdDelete_Click(); })) {
         return;
     }
     const int line = cmbConfig->currentIndex();
@@ -146,7 +153,7 @@ void frmRVQ::cmdDelete_Click()
 
 void frmRVQ::cmdDownload_Click()
 {
-    if (mayDiscardEdits()) {
+    if (mayDiscardEdits([this] { cmdDownload_Click(); })) {
         m_transfer.Download();
     }
 }
@@ -164,7 +171,7 @@ void frmRVQ::cmdSaveSettings_Click()
 
 void frmRVQ::cmdSetDefaults_Click()
 {
-    if (mayDiscardEdits()) {
+    if (mayDiscardEdits([this] { cmdSetDefaults_Click(); })) {
         m_transfer.SetDefaults();
     }
 }
@@ -322,6 +329,9 @@ FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure
 void frmRVQ::ShowReport(const WriteReport& report)
 {
     takeReport(report);
+    if (m_comparison != nullptr) {
+        m_comparison->ShowReport(report);
+    }
 }
 
 bool frmRVQ::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)

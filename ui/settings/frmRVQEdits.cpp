@@ -199,8 +199,9 @@ void frmRVQ::settle(const ParameterDef& row)
     m_settled.choices[row] = now.choices[row];
 }
 
-/// Asks when there are edits. What is sent is no edit any more; what then remains is kept.
-bool frmRVQ::mayDiscardEdits()
+/// Asks when there are edits. Sending them takes a window of its own: `then` runs when it has closed and no edit is
+/// left.
+bool frmRVQ::mayDiscardEdits(std::function<void()> then)
 {
     const std::vector<const ParameterDef*> edited = edits();
     if (edited.empty() || m_unloading) {
@@ -221,21 +222,22 @@ bool frmRVQ::mayDiscardEdits()
         return true;
     case UnsentAnswer::Send:
         cmdReview_Click();
+        m_afterSending = std::move(then);
         return edits().empty();
     }
     return false;
 }
 
-bool frmRVQ::MayClose()
+bool frmRVQ::MayClose(std::function<void()> closeAgain)
 {
-    return !isVisible() || m_transfer.IsBusy() || mayDiscardEdits();
+    return !isVisible() || m_transfer.IsBusy() || mayDiscardEdits(std::move(closeAgain));
 }
 
 /// The user has chosen a line of the list.
 void frmRVQ::chooseConfiguration(int line)
 {
     cmbConfig->setCurrentIndex(m_line); // as long as its values are shown
-    if (!mayDiscardEdits()) {
+    if (!mayDiscardEdits([this, line] { chooseConfiguration(line); })) {
         return;
     }
     const FieldHistory::Content before = content();
@@ -327,7 +329,7 @@ void frmRVQ::followWrites()
     const bool isUsable = device.CommStatus() != DialogueNone && !device.Wait().Running && !m_transfer.IsBusy();
     fraUndo->Follow(*m_context.writes, device.Identity().SerialNo, isUsable, m_context.settings.Language);
     const WriteReport* last = m_context.writes->Last();
-    if (last != nullptr && last->time != m_reportTime && !m_transfer.IsBusy()) {
+    if (last != nullptr && last->time != m_notedTime && !m_transfer.IsBusy()) {
         takeReport(*last); // another window has written
     }
     if (isSaidByBar() != m_isSaidByBar) {
@@ -335,20 +337,29 @@ void frmRVQ::followWrites()
     }
 }
 
+/// When the last write ended that the keeper knows of; a write that sent nothing is none.
+std::optional<double> frmRVQ::timeOfNoted() const
+{
+    const WriteReport* last = m_context.writes == nullptr ? nullptr : m_context.writes->Last();
+    return last == nullptr ? std::nullopt : std::optional(last->time);
+}
+
 /// Shows what became of a write. What the sensor has got is no edit any more, and what it has got back follows.
 void frmRVQ::takeReport(const WriteReport& report)
 {
-    m_reportTime = report.time;
+    m_notedTime = timeOfNoted();
     m_report = report;
     ShownSettings now = shown();
     const bool isUndone = report.kind == WriteKind::Undo && m_line == kDeviceLine && m_serial == IsSerial(report.after);
     const ShownSettings after = ShownOf(report.after, m_decimalSeparator),
                         before = ShownOf(report.before, m_decimalSeparator);
+    std::vector<const ParameterDef*> followed;
     for (const ValueReport& value : report.values) {
         const ParameterDef& row = *value.row;
         if (isUndone && report.isReadBack && !differs(row, now, before)) {
             now.texts[row] = after.texts[row];
             now.choices[row] = after.choices[row];
+            followed.push_back(&row);
         }
         m_notes[row].outcome = isMarked(value.outcome) ? std::optional(value) : std::nullopt;
     }
@@ -358,6 +369,9 @@ void frmRVQ::takeReport(const WriteReport& report)
         if (isSent(value.outcome) && typed.*value.row->value == value.wanted) {
             settle(*value.row);
         }
+    }
+    for (const ParameterDef* row : followed) {
+        settle(*row); // also when the sensor has rounded it
     }
     m_history.Edited(content());
     m_history.EndTyping();
@@ -387,6 +401,7 @@ void frmRVQ::showReport()
         }
     }
     lines.removeAll(QString());
+    lblReport->setAccessibleDescription(lines.join(u'\n'));
     QString whole = lines.join(u'\n').toHtmlEscaped(); // as rich text, so that it is wrapped
     lblReport->setToolTip(whole.replace(u'\n', QStringLiteral("<br>")));
     if (m_isSaidByBar) {

@@ -2,8 +2,13 @@
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
 #include "ui/settings/frmRVQ.h"
+#include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
+
+#include <QTimer>
+
+#include <utility>
 
 /// What an upload would send, and the numbers that it would leave out. The boxes stay as they are.
 frmCompare::EditedSet frmRVQ::editedSet() const
@@ -22,6 +27,7 @@ frmCompare::EditedSet frmRVQ::editedSet() const
 frmCompare& frmRVQ::newComparison()
 {
     m_inputBlock.reset();
+    m_afterSending = nullptr;
     delete m_comparison;
     m_comparison = new frmCompare(
         this, {.settings = m_context.settings,
@@ -42,7 +48,17 @@ void frmRVQ::openComparison(frmCompare& comparison)
 {
     m_inputBlock = std::make_unique<InputBlock>(*this, comparison);
     comparison.setAttribute(Qt::WA_DeleteOnClose);
-    connect(&comparison, &QDialog::finished, this, [this] { m_inputBlock.reset(); });
+    connect(&comparison, &QDialog::finished, this, [this] {
+        m_inputBlock.reset();
+        // Only after the comparison is done with its own click.
+        QTimer::singleShot(0, this, [this, then = std::exchange(m_afterSending, nullptr)] {
+            Guarded([&] {
+                if (then && edits().empty()) {
+                    then();
+                }
+            });
+        });
+    });
     connect(this, &QDialog::finished, &comparison, &frmCompare::reject);
     comparison.show();
 }
@@ -55,6 +71,9 @@ void frmRVQ::cmdReview_Click()
         return;
     }
     delete m_comparison;
+    for (const ParameterDef* row : edits()) {
+        settle(*row); // the sensor has it already
+    }
     ShowFailed(false);
     ShowStatusText(TextId::CompareNothing);
 }
