@@ -2,6 +2,7 @@
 
 #include "base/modAPI.h"
 #include "session/clsSession.h"
+#include "session/modReportText.h"
 #include "store/modGlobals.h"
 #include "store/modSidecar.h"
 #include "ui/widgets/FileErrors.h"
@@ -53,6 +54,27 @@ void MessagePanel::ShowFailure(const QString& message)
     NoteFault(message.toUtf8().constData());
 }
 
+void MessagePanel::ShowReport(const WriteReport& report)
+{
+    QStringList parts{FromUtf8(modReportText::Summary(report, m_settings->Language, DecimalSeparator()))};
+    const auto lines = modReportText::Lines(report, DecimalSeparator(), m_settings->Language);
+    if (!lines.empty()) {
+        parts += FromUtf8(lines.front());
+    }
+    ShowMessage(parts.join(u' '));
+    setRed(report.result != WriteResult::Verified);
+}
+
+void MessagePanel::setRed(bool red)
+{
+    QPalette colors;
+    if (red) {
+        const bool dark = QPalette().color(QPalette::Window).lightness() < 128;
+        colors.setColor(QPalette::WindowText, dark ? QColor(255, 120, 120) : QColor(190, 0, 0));
+    }
+    setPalette(colors);
+}
+
 void MessagePanel::RecordingFailed(const std::error_code& why)
 {
     ShowFailure(Text(TextId::RecorderEnded, m_settings->Language).arg(FileErrorText(why, m_settings->Language)));
@@ -78,6 +100,7 @@ void MessagePanel::ShowStatus(const QString& message, double time)
 {
     if (text() != message && m_stays.hasExpired()) {
         setText(message);
+        setRed(false);
     }
     note(message, time);
 }
@@ -86,6 +109,7 @@ void MessagePanel::ShowMessage(const QString& message, double time)
 {
     m_stays.setRemainingTime(message.isEmpty() ? 0 : kStays_ms);
     setText(message);
+    setRed(false);
     note(message, time);
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 class clsSession;
+struct WriteReport;
 
 namespace modGlobals {
 struct Settings;
@@ -31,6 +32,8 @@ public:
     void ShowMessage(const QString& message);
     /// The same, and notes it as a fault.
     void ShowFailure(const QString& message);
+    /// Shows what became of a write to the sensor; in red unless it is verified.
+    void ShowReport(const WriteReport& report);
 
     void ShowStatus(StatusPanel panel, std::string_view text) override;
     void RecordingFailed(const std::error_code& why) override;
@@ -51,6 +54,7 @@ private:
     clsSession* m_session = nullptr;
     const modGlobals::Settings* m_settings = nullptr;
     void note(const QString& message, double time);
+    void setRed(bool red);
 
     QDeadlineTimer m_stays; ///< the message stays until then
     QString m_failure;

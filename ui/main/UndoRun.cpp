@@ -1,11 +1,9 @@
 #include "ui/main/UndoRun.h"
 
 #include "session/clsSession.h"
-#include "session/modReportText.h"
 #include "store/modGlobals.h"
 #include "ui/main/MessagePanel.h"
 #include "ui/widgets/Localise.h"
-#include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
 
 #include <QMessageBox>
@@ -45,7 +43,7 @@ void UndoRun::ShowProgress(const TransferProgress& progress)
 
 void UndoRun::ShowReport(const WriteReport& report)
 {
-    m_messages.ShowMessage(FromUtf8(modReportText::Summary(report, m_settings.Language, DecimalSeparator())));
+    m_messages.ShowReport(report);
 }
 
 bool UndoRun::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)

@@ -24,6 +24,8 @@ public:
     void Undo() { m_transfer.UndoLast(); }
     /// Called when the main window closes: a question closes with Abort, and none is asked any more.
     void Unload();
+    /// Also asks for the single parameters of the main window.
+    bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) override;
 
 private:
     void ShowBusy(bool) override {}
@@ -32,7 +34,6 @@ private:
     void ShowFailure(TextId textId, TextId reasonTextId) override;
     void ShowProgress(const TransferProgress& progress) override;
     void ShowReport(const WriteReport& report) override;
-    bool MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why) override;
     FailureAnswer AskAboutFailure(TextId reasonTextId, const TransferFailure& failure) override;
     void SelectDeviceEntry() override {}
     void FillFromDeviceEntry() override {}

@@ -80,6 +80,9 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
 void frmMain::followSession()
 {
     m_session.Loop().PumpEvents = PumpEvents;
+    m_session.Loop().MayChangeWithoutBackup = [this](const std::filesystem::path& folder, std::error_code why) {
+        return m_undoRun->MayWriteWithoutBackup(folder, why);
+    };
     fraMeasurement->Follow(m_session, m_settings);
     fraRVQ->Follow(m_session);
     fraComport->Follow(m_session, m_settings, m_devices);
@@ -101,6 +104,7 @@ frmMain::~frmMain()
     FaultNoted = nullptr;
     m_portWatch->Stop();
     m_session.End();
+    m_session.Loop().MayChangeWithoutBackup = nullptr;
     Guarded([this] { finishWriting(); });
     m_session.Leave(*this);
 }
@@ -113,7 +117,10 @@ void frmMain::MeasureWhenConnected()
 void frmMain::closeEvent(QCloseEvent* event)
 {
     bool mayClose = true;
-    Guarded([&] { mayClose = !event->spontaneous() || m_settingsWindow == nullptr || m_settingsWindow->MayClose(); });
+    Guarded([&] {
+        mayClose =
+            !event->spontaneous() || m_settingsWindow == nullptr || m_settingsWindow->MayClose([this] { close(); });
+    });
     if (!mayClose) {
         event->ignore();
         return;

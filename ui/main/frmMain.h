@@ -124,7 +124,7 @@ private:
     void mnuConfigurationRVQ_Click();
     void mnuConfigurationPassport_Click();
     void mnuConfigurationCompare_Click();
-    frmCompare& openComparison(const std::vector<frmCompare::NamedSet>& states);
+    frmCompare* openComparison(const std::vector<frmCompare::NamedSet>& states);
     void mnuConfigurationDefaultSerial_Click();
     void mnuConfigurationDefaultProfibus_Click();
     void mnuRecorder_Click();
@@ -165,6 +165,7 @@ private:
     QPointer<frmRecorder> m_recorderWindow;
     QPointer<frmPassport> m_passportWindow;
     std::error_code m_passportFailure; ///< that was told last
+    std::optional<double> m_toldWrite; ///< the time of the last write that was told
     QPointer<frmCompare> m_compareWindow;
     std::unique_ptr<frmRVQ> m_settingsWindow;
     std::unique_ptr<UndoRun> m_undoRun;

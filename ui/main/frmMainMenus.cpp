@@ -66,7 +66,7 @@ void frmMain::showNews(const QString& message)
 
 void frmMain::mnuFileExit_Click()
 {
-    if (m_settingsWindow == nullptr || m_settingsWindow->MayClose()) {
+    if (m_settingsWindow == nullptr || m_settingsWindow->MayClose([this] { close(); })) {
         close();
     }
 }
@@ -104,11 +104,14 @@ void frmMain::mnuConfigurationPassport_Click()
         m_passportWindow->setAttribute(Qt::WA_DeleteOnClose);
         m_passportWindow->Compare = [this](const Configuration& state, const QString& name) {
             using Kind = frmCompare::SetKind;
-            frmCompare& window = openComparison({{name, state.Parameters}});
-            window.Choose(Kind::Sensor, Kind::State) || window.Choose(Kind::Factory, Kind::State);
+            if (frmCompare* window = openComparison({{name, state.Parameters}})) {
+                window->Choose(Kind::Sensor, Kind::State) || window->Choose(Kind::Factory, Kind::State);
+            }
         };
         m_passportWindow->Restore = [this](const Configuration& state) {
-            openComparison({{FromBytes(state.Description), state.Parameters}}).Review(frmCompare::SetKind::State);
+            if (frmCompare* window = openComparison({{FromBytes(state.Description), state.Parameters}})) {
+                window->Review(frmCompare::SetKind::State);
+            }
         };
     }
     m_passportWindow->show();
@@ -121,10 +124,15 @@ void frmMain::mnuConfigurationCompare_Click()
     openComparison({});
 }
 
-/// An open comparison comes to the front; with states of its caller it is opened anew, unless it is sending.
-frmCompare& frmMain::openComparison(const std::vector<frmCompare::NamedSet>& states)
+/// An open comparison comes to the front; with states of its caller it is opened anew. Null, with a message, when it
+/// cannot be: it is sending.
+frmCompare* frmMain::openComparison(const std::vector<frmCompare::NamedSet>& states)
 {
-    if (m_compareWindow != nullptr && !states.empty() && !m_compareWindow->IsSending()) {
+    if (m_compareWindow != nullptr && !states.empty()) {
+        if (m_compareWindow->IsSending()) {
+            showNews(text(TextId::CompareStillSending));
+            return nullptr;
+        }
         delete m_compareWindow;
     }
     if (m_compareWindow == nullptr) {
@@ -141,7 +149,7 @@ frmCompare& frmMain::openComparison(const std::vector<frmCompare::NamedSet>& sta
     m_compareWindow->show();
     m_compareWindow->raise();
     m_compareWindow->activateWindow();
-    return *m_compareWindow;
+    return m_compareWindow;
 }
 
 void frmMain::mnuConfigurationDefaultSerial_Click()

@@ -38,6 +38,7 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -132,12 +133,16 @@ void frmMain::followView()
     mnuFileExportVisible->setEnabled(hasValues && history->CountIn(picGraph->ShownRange()) > 0);
 }
 
-/// The bar with the way back after a write. A wait for the sensor disables its button.
+/// What became of the last write, and the bar with the way back. A wait for the sensor disables its button.
 void frmMain::followWrites()
 {
     const clsRVQ& device = m_session.Device();
     const bool isUsable = device.CommStatus() != DialogueNone && !device.Wait().Running;
     fraUndo->Follow(m_session.Writes(), device.Identity().SerialNo, isUsable, m_settings.Language);
+    const WriteReport* last = m_session.Writes().Last();
+    if (last != nullptr && std::exchange(m_toldWrite, last->time) != last->time) {
+        pnlMessages->ShowReport(*last);
+    }
 }
 
 void frmMain::cmdUndo_Click()

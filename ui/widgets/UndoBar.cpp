@@ -36,7 +36,7 @@ UndoBar::UndoBar(QWidget* parent)
     connect(cmdUndo, &QPushButton::clicked, this, &UndoBar::undone);
     connect(cmdDismissUndo, &QToolButton::clicked, this, [this] {
         Guarded([this] {
-            m_writes->ForgetAllUndo();
+            m_writes->ForgetUndo(m_serialNo);
             showText();
         });
     });
