@@ -7,6 +7,7 @@
 #include "ui/chart/frmChartSettings.h"
 #include "ui/console/ConsoleText.h"
 #include "ui/main/LampShape.h"
+#include "ui/main/MessagePanel.h"
 #include "ui/main/ValueLabel.h"
 #include "ui/main/frmAbout.h"
 #include "ui/main/frmTextWindow.h"
@@ -19,6 +20,7 @@
 #include <QImage>
 #include <QLocale>
 #include <QMenu>
+#include <QMessageBox>
 #include <QRegularExpression>
 #include <QTextBrowser>
 #include <QTimer>
@@ -253,6 +255,37 @@ TEST(MainWindow, SensorSettingsGoToTheSensorAndOnlyFromTheOperator)
     EXPECT_EQ(depth->currentIndex(), 2);
     EXPECT_TRUE(average->isChecked());
     ASSERT_TRUE(Until([&] { return !main.Text("lblMeasValue").empty(); }));
+}
+
+TEST(MainWindow, AsksBeforeItChangesAValueThatCannotBeBackedUp)
+{
+    MainDesk main;
+    auto* average = main.Find<QCheckBox>("chkMovingAverage");
+    ASSERT_TRUE(Until([&] { return main.Text("lblTemperature") == "23 C,  OK" && average->isEnabled(); }));
+    main.folder.Write("BACKUP", "a file where a folder should be");
+    main.session->Writes().Keep({.backups = main.folder.path / "BACKUP"});
+    QString answer;
+    int questions = 0;
+    QTimer answering;
+    QObject::connect(&answering, &QTimer::timeout, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        for (QAbstractButton* button : box == nullptr ? QList<QAbstractButton*>() : box->buttons()) {
+            if (box->objectName() == "dlgWithoutBackup" && button->text() == answer) {
+                ++questions;
+                button->click();
+                return;
+            }
+        }
+    });
+    answering.start(10);
+    for (const bool isAllowed : {false, true}) {
+        answer = Text(isAllowed ? TextId::ButtonYes : TextId::ButtonNo, LanguageEnglish);
+        const bool before = average->isChecked();
+        average->click();
+        EXPECT_EQ(average->isChecked() != before, isAllowed);
+        EXPECT_EQ((main.session->Writes().Last() != nullptr), isAllowed);
+    }
+    EXPECT_EQ(questions, 2);
 }
 
 TEST(MainWindow, AValueThatIsNoLongerTrueSaysItsAge)
@@ -524,9 +557,24 @@ TEST(MainWindow, TheBarWithTheWayBackComesWithAWriteAndGoesWhenItIsDismissed)
     write.after.Offset = 77;
     write.values = {{&RowOf(&ParameterSet::Offset), 0, 77, 77, ValueOutcome::Taken}};
     write.isReadBack = true;
+    write.frames = write.sent = 1;
     write.result = WriteResult::Verified;
     main.session->Writes().Note(write, "COM 1");
     EXPECT_TRUE(Until([&] { return bar->isVisible() && main.Find("cmdUndo")->isEnabled(); }));
+    const auto* messages = main.window->findChild<MessagePanel*>();
+    ASSERT_NE(messages, nullptr);
+    const auto isRed = [&] { return messages->palette().windowText().color().red() > 100; };
+    EXPECT_EQ(messages->text().toStdString(), "1 value sent and verified.");
+    EXPECT_FALSE(isRed());
+    write.time = 1.0;
+    write.values[0].outcome = ValueOutcome::Ignored;
+    write.values[0].readBack = 0;
+    write.result = WriteResult::Differs;
+    main.session->Writes().Note(write, "COM 1");
+    EXPECT_TRUE(Until(isRed));
+    EXPECT_EQ(messages->text().toStdString(),
+              "1 value is not as wanted. Offset (701): 77 mm acknowledged, but the sensor "
+              "still reports 0 mm.");
     main.Find<QAbstractButton>("cmdDismissUndo")->click();
     EXPECT_FALSE(bar->isVisible());
     EXPECT_EQ(main.session->Writes().Undoable(write.serialNo), nullptr);

@@ -1,11 +1,14 @@
 // The comparison, offscreen: with files alone, and with the simulated sensor on a real line.
 #include "ui/settings/frmCompare.h"
 
+#include "base/modAPI.h"
 #include "base/modFiles.h"
 #include "session/clsTransfer.h"
 #include "session/clsWriteKeeper.h"
+#include "store/modBackup.h"
 #include "store/modConfigFile.h"
 #include "tests/support/Desk.h"
+#include "tests/support/OpenRVQ.h"
 #include "tests/support/SensorOnLine.h"
 #include "ui/settings/frmRVQ.h"
 
@@ -119,6 +122,39 @@ TEST(CompareWindow, PutsTwoFilesSideBySideWithoutASensor)
     EXPECT_NE(on.Rows().find("501 10000 ≠ –; "), std::string::npos);
 }
 
+TEST(CompareWindow, OffersTheBackupsOfEverySensorAsTheyCome)
+{
+    Comparison on;
+    OpenRVQ device;
+    device.Identity().SerialNo = "12";
+    on.writes.Keep({.backups = on.folder.path / "BACKUP"});
+    const auto backUp = [&](const char* serialNo, int minute) {
+        Configuration set;
+        set.Identity.SerialNo = serialNo;
+        set.Description = "x";
+        std::error_code why;
+        EXPECT_TRUE(
+            modBackup::Save(set, on.writes.Kept().backups, modAPI::DateTimeOf({2026, 11, 22, 14, minute, 5, 0}), why));
+    };
+    backUp("11", 1);
+    on.Open({.settings = on.settings, .help = on.help, .device = &device, .writes = &on.writes});
+    on.ChooseFile("cmbLeft", on.File("a.rvq", {}));
+    auto* list = on.Find<QComboBox>("cmbRight");
+    Choose(*list, list->findText("Backup 11, 2026-11-22 14:01:05"));
+    backUp("12", 2);
+    PressKey(*list, Qt::Key_Shift); // before it opens
+    EXPECT_EQ(on.Choices(), "a.rvq|Backup 11, 2026-11-22 14:01:05");
+    QStringList backups;
+    for (int i = 0; i < list->count(); ++i) {
+        backups += list->itemText(i);
+    }
+    EXPECT_EQ(backups.filter("Backup"), (QStringList{"Backup 2026-11-22 14:02:05", "Backup 11, 2026-11-22 14:01:05"}));
+    EXPECT_EQ(backups.last(), "Another file …");
+    device.Identity().SerialNo = "11";
+    on.window->FollowDevice();
+    EXPECT_EQ(on.Choices(), "a.rvq|Backup 2026-11-22 14:01:05");
+}
+
 TEST(CompareWindow, FindsANameInEitherLanguageACodeAndAKey)
 {
     Comparison on;
@@ -204,7 +240,7 @@ struct Sending : Comparison {
         report.result = result;
         report.values = {{&RowOf(&ParameterSet::Offset), 0, 12, 12, offset},
                          {&RowOf(&ParameterSet::TimeOut), 1, 3, 1, ValueOutcome::NotSent}};
-        writes.Note(report, "");
+        window->ShowReport(report);
     }
 };
 
@@ -266,7 +302,16 @@ TEST(CompareWindow, SendsNothingAtTheWrongMomentAndSaysWhy)
           Row{"Nothing sent: the sensor is busy. Try again in a moment.",
               [](Sending& on) { on.wait.emplace(on.line.device); }},
           Row{"Nothing sent: the search has hidden ticked values (2). Check them, then send.",
-              [](Sending& on) { on.Find<QLineEdit>("txtSearch")->setText("701"); }}}) {
+              [](Sending& on) { on.Find<QLineEdit>("txtSearch")->setText("701"); }},
+          Row{"Nothing sent: OFF-Threshold Q1 would be too close to its partner. Tick both.", [](Sending& on) {
+                  on.edited.set.S1OnThreshold = 9905; // the sensor has 9900
+                  on.edited.set.S1OffThreshold = 9805;
+                  ASSERT_TRUE(on.window->Review(Kind::Window));
+                  auto* table = on.Find<QTableView>("tblCompare");
+                  const QModelIndex start = table->model()->index(0, CompareModel::ColumnCode);
+                  table->selectRow(table->model()->match(start, Qt::DisplayRole, "502").value(0).row());
+                  PressKey(*table, Qt::Key_Space);
+              }}}) {
         Sending on;
         ASSERT_TRUE(on.window->Review(Kind::Window));
         row.spoil(on);
@@ -315,7 +360,16 @@ TEST(CompareWindow, ClosesAfterAVerifiedSendAndElseKeepsTheUnsentTicked)
     EXPECT_EQ(on.Find("cmdSendChosen")->text().toStdString(), "&Send 2 Values") << on.Rows();
     EXPECT_NE(on.Rows().find("[ ] 701"), std::string::npos) << "sent, though in vain";
 
-    on.meanwhile = [&] { on.writes.Note({.time = 2.0, .result = WriteResult::Verified}, ""); };
+    on.meanwhile = [&] {
+        WriteReport nothing{.frames = 1, .reason = TextId::TransferNoBackup};
+        nothing.values = {{&RowOf(&ParameterSet::TimeOut), 1, 3}};
+        on.window->ShowReport(nothing);
+    };
+    on.Find("cmdSendChosen")->click();
+    EXPECT_EQ(on.Find<QLabel>("lblReport")->text().toStdString(),
+              "Nothing sent: The values could not be backed up.\nTimeOut (302) = 100 % was not sent.");
+
+    on.meanwhile = [&] { on.window->ShowReport({.result = WriteResult::Verified}); };
     on.Find("cmdSendChosen")->click();
     EXPECT_FALSE(on.window->isVisible());
 }

@@ -10,6 +10,7 @@
 
 #include <QPlainTextEdit>
 #include <QTableView>
+#include <QTimer>
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -178,6 +179,16 @@ TEST(PassportWindow, ShowsTheNewestOfALongPassportAtOnceAndTheOthersByAndBy)
     EXPECT_EQ(bureau.Table()->model()->index(0, PassportModel::ColumnEvent).data().toString(), "Undone");
     EXPECT_TRUE(Until([&] { return bureau.Table()->model()->rowCount() == kLines; }));
     EXPECT_EQ(bureau.Table()->model()->index(kLines - 1, PassportModel::ColumnEvent).data().toString(), "Connected");
+
+    bureau.window->show();
+    bureau.window->ChooseFile = [&](const QString&) { return FromUtf8((bureau.own.path / "export.txt").string()); };
+    QTimer::singleShot(0, bureau.window.get(), [&] {
+        EXPECT_FALSE(bureau.Find("cmdExport")->isEnabled()) << "the export is under way";
+        bureau.window->close();
+    });
+    bureau.Find("cmdExport")->click();
+    EXPECT_FALSE(bureau.window->isVisible());
+    EXPECT_FALSE(std::filesystem::exists(bureau.own.path / "export.txt")) << "closing ends it";
 }
 
 TEST(PassportWindow, FollowsWhatIsWrittenWhileItIsOpen)
@@ -191,6 +202,11 @@ TEST(PassportWindow, FollowsWhatIsWrittenWhileItIsOpen)
     bureau.window->Follow();
     EXPECT_TRUE(Until([&] { return bureau.Table()->model()->rowCount() == 1; }));
     EXPECT_EQ(bureau.Column(PassportModel::ColumnChanges), QStringList{"SN <b>12</b>, Serial"});
+    sensor.SWVersion = "2";
+    bureau.writes.NoteIdentity(sensor, {}, "COM 1", modAPI::LocalTime());
+    bureau.window->Follow();
+    EXPECT_TRUE(Until([&] { return bureau.Table()->model()->rowCount() == 2; }));
+    EXPECT_EQ(bureau.Table()->currentIndex().row(), 1) << "the chosen entry stays chosen";
 }
 
 } // namespace

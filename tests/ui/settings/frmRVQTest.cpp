@@ -32,7 +32,7 @@ struct Editor {
     QString description = "Press 4";
     std::vector<QString> questions, details;
     frmRVQ::UnsentAnswer unsentAnswer = frmRVQ::UnsentAnswer::Discard;
-    clsWriteKeeper writes; ///< told by the tests themselves: the transfers have none
+    clsWriteKeeper writes;
     std::unique_ptr<frmRVQ> window;
 
     explicit Editor(bool keepsWrites) : Editor(simulator::SensorOptions{}, keepsWrites) {}
@@ -632,7 +632,7 @@ TEST(SettingsWindow, TheBarOffersTheWayBackInTheSensorThatWasWrittenTo)
     write.kind = WriteKind::Undo;
     write.before.Offset = 77;
     write.before.AirPressure = 1100;
-    write.values = {{&RowOf(&ParameterSet::Offset), 77, 5, 5, ValueOutcome::Taken},
+    write.values = {{&RowOf(&ParameterSet::Offset), 77, 4, 5, ValueOutcome::Rounded},
                     {&RowOf(&ParameterSet::AirPressure), 1100, 1013, 1013, ValueOutcome::Taken}};
     write.after.Offset = 5;
     write.after.AirPressure = 1013;
@@ -642,6 +642,52 @@ TEST(SettingsWindow, TheBarOffersTheWayBackInTheSensorThatWasWrittenTo)
     editor.window->FollowDevice();
     EXPECT_EQ(editor.Typed(0), "5") << "a field that shows what was taken back follows";
     EXPECT_EQ(editor.Typed(3), "1111");
+    editor.window->MayClose();
+    EXPECT_TRUE(editor.questions.back().contains("\nAir Pressure\n")) << "what has followed is no edit";
+}
+
+TEST(SettingsWindow, AWriteThatSentNothingBringsNoOlderReportBack)
+{
+    Editor editor(true);
+    WriteReport undo = writeTo(editor.line.device, ValueOutcome::Taken, 0);
+    undo.kind = WriteKind::Undo;
+    undo.before.Offset = 77;
+    undo.values = {{&RowOf(&ParameterSet::Offset), 77, 0, 0, ValueOutcome::Taken}};
+    editor.writes.Note(undo, "COM 1");
+    editor.window->FollowDevice();
+    editor.own.Write("BACKUP", "");
+    editor.writes.Keep({.backups = editor.folder / "BACKUP"});
+    editor.window->Boxes.WithoutBackup = [](const QString&) { return false; };
+    editor.Box(0).setText("77");
+    editor.Click("cmdUpload");
+    editor.window->FollowDevice();
+    EXPECT_EQ(editor.Typed(0), "77");
+    EXPECT_TRUE(editor.Find<QLabel>("lblReport")->text().startsWith("Nothing sent: "));
+    editor.unsentAnswer = frmRVQ::UnsentAnswer::KeepEditing;
+    EXPECT_FALSE(editor.window->MayClose());
+}
+
+TEST(SettingsWindow, SendingTheEditsFirstThenDoesWhatWasAskedFor)
+{
+    Editor editor(true);
+    editor.unsentAnswer = frmRVQ::UnsentAnswer::Send;
+    editor.Box(0).setText("77");
+    const auto review = [&] {
+        editor.Click("cmdClose");
+        return editor.window->findChild<frmCompare*>();
+    };
+    PressKey(*review(), Qt::Key_Escape);
+    QTest::qWait(1);
+    EXPECT_TRUE(editor.window->isVisible()) << "nothing was sent";
+    FindIn(*review(), "cmdSendChosen")->click();
+    EXPECT_EQ(editor.line.device.Parameters().Offset, 77);
+    EXPECT_TRUE(Until([&] { return !editor.window->isVisible(); }));
+
+    editor.window->show();
+    editor.line.device.AssumeParameter(&ParameterSet::Offset, 78);
+    editor.Box(0).setText("78");
+    EXPECT_EQ(review(), nullptr) << "the sensor has it already";
+    EXPECT_FALSE(editor.window->isVisible());
 }
 
 bool isInSight(const ScrollFrames& area, const QWidget& control)
