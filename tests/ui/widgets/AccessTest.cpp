@@ -155,7 +155,12 @@ struct Program : Desk {
     }
 
     /// Lays out what a tick has just shown.
-    static void settle() { QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); }
+    static void settle()
+    {
+        for (int i = 0; i < 3; ++i) { // a text that wraps asks for its height once it has its width
+            QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        }
+    }
 };
 
 /// The questions of the settings window, and what a long recording shows while it is loaded.
@@ -206,6 +211,18 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     program.help.ShowHelpTopic(window, "Main");
     EXPECT_TRUE(Until([&] { return !program.Text("lblMeasValue").empty(); }));
     EXPECT_FALSE(firstSteps->isVisible());
+    WriteReport write;
+    write.serialNo = program.session->SerialNo();
+    write.before = write.after = program.session->Device().Parameters();
+    write.after.Offset += 77;
+    write.values = {{&RowOf(&ParameterSet::Offset), 0, 77, 77, ValueOutcome::Taken}};
+    write.frames = write.sent = 1;
+    write.isReadBack = true;
+    write.result = WriteResult::Verified;
+    program.session->Writes().Note(write, "COM 1");
+    for (const QWidget* bar : window.findChildren<QWidget*>("fraUndo")) {
+        EXPECT_TRUE(Until([&] { return bar->isVisible(); }));
+    }
     frmSheet sheet(window, program.settings, "");
     sheet.show();
     Program::LookAtAll(seen);
