@@ -67,9 +67,3 @@ void clsWriteKeeper::ForgetUndo(std::string_view serialNo)
 {
     m_version += std::erase_if(m_undo, [&](const auto& undo) { return undo.first == serialNo; });
 }
-
-void clsWriteKeeper::ForgetAllUndo()
-{
-    m_undo.clear();
-    ++m_version;
-}

@@ -53,8 +53,6 @@ public:
     const WriteReport* Undoable(std::string_view serialNo) const;
     /// Dismisses it. Whatever does not say its number may be another sensor as soon as the port was closed.
     void ForgetUndo(std::string_view serialNo);
-    /// Dismisses it for every sensor.
-    void ForgetAllUndo();
     /// Changes with every note.
     std::uint64_t Version() const { return m_version; }
     /// Whether a single parameter of this sensor was changed in this session already, so that its set is backed up.

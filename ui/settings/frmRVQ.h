@@ -120,6 +120,7 @@ private:
     std::optional<double> timeOfNoted() const;
     void takeReport(const WriteReport& report);
     bool isSaidByBar() const;
+    void activateComparison();
     void showReport();
     QString outcomeText(const ValueReport& value) const;
     QString valueText(const ParameterDef& row, std::int32_t value) const;
@@ -176,6 +177,7 @@ private:
     };
     PerParameter<Note> m_notes;
     std::optional<WriteReport> m_report; ///< as shown
+    QStringList m_notValid;              ///< what the last upload left out, in words
     bool m_isSaidByBar = false;          ///< when it was shown
     std::optional<double> m_notedTime;   ///< of the keeper's last write when a report was taken
     TextId m_statusId = TextId::None, m_reasonId = TextId::None;

@@ -1,4 +1,5 @@
 // What the buttons of the settings window do, and what a transfer shows.
+#include "session/modReportText.h"
 #include "store/Printout.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
@@ -160,7 +161,18 @@ void frmRVQ::cmdDownload_Click()
 
 void frmRVQ::cmdUpload_Click()
 {
-    showOutcomes(CopyInto(m_context.library.Device().Parameters, shown()));
+    const ShownSettings typed = shown();
+    const ParameterSet& entry = m_context.library.Device().Parameters;
+    const CopyOutcomes outcomes = CopyInto(m_context.library.Device().Parameters, typed);
+    m_notValid.clear();
+    for (const ParameterDef& row : ParameterTable()) {
+        if (outcomes[row] == CopyOutcome::Refused) {
+            const std::string name = modReportText::NameAndCode(row, m_context.settings.Language);
+            m_notValid += text(TextId::ReportLineNotValid)
+                              .arg(FromUtf8(name), FromBytes(typed.texts[row]), valueText(row, entry.*row.value));
+        }
+    }
+    showOutcomes(outcomes);
     m_transfer.Upload();
 }
 
@@ -322,8 +334,11 @@ void frmRVQ::ShowProgress(const TransferProgress& progress)
 
 FailureAnswer frmRVQ::AskAboutFailure(TextId reasonTextId, const TransferFailure& failure)
 {
-    return m_unloading ? FailureAnswer::Abort
-                       : ::AskAboutFailure(Boxes, reasonTextId, failure, m_context.settings.Language);
+    const FailureAnswer answer = m_unloading
+                                     ? FailureAnswer::Abort
+                                     : ::AskAboutFailure(Boxes, reasonTextId, failure, m_context.settings.Language);
+    activateComparison();
+    return answer;
 }
 
 void frmRVQ::ShowReport(const WriteReport& report)
@@ -336,7 +351,17 @@ void frmRVQ::ShowReport(const WriteReport& report)
 
 bool frmRVQ::MayWriteWithoutBackup(const std::filesystem::path& file, std::error_code why)
 {
-    return !m_unloading && AskAboutBackup(Boxes, file, why, m_context.settings.Language);
+    const bool may = !m_unloading && AskAboutBackup(Boxes, file, why, m_context.settings.Language);
+    activateComparison();
+    return may;
+}
+
+/// The keys go back to the review that is sending, not to this window, which takes no input meanwhile.
+void frmRVQ::activateComparison()
+{
+    if (m_comparison != nullptr) {
+        m_comparison->activateWindow();
+    }
 }
 
 void frmRVQ::SelectDeviceEntry()

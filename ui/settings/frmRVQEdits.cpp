@@ -6,6 +6,7 @@
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
 #include "ui/settings/frmRVQ.h"
+#include "ui/widgets/FileErrors.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/LineLabel.h"
 #include "ui/widgets/Localise.h"
@@ -347,6 +348,9 @@ std::optional<double> frmRVQ::timeOfNoted() const
 /// Shows what became of a write. What the sensor has got is no edit any more, and what it has got back follows.
 void frmRVQ::takeReport(const WriteReport& report)
 {
+    if (report.kind != WriteKind::Send || !m_transfer.IsBusy()) {
+        m_notValid.clear();
+    }
     m_notedTime = timeOfNoted();
     m_report = report;
     ShownSettings now = shown();
@@ -395,10 +399,16 @@ void frmRVQ::showReport()
     QStringList lines;
     if (m_report) {
         lines += FromUtf8(modReportText::Summary(*m_report, m_context.settings.Language, m_decimalSeparator));
+        lines += m_notValid;
         for (const std::string& line :
              modReportText::Lines(*m_report, m_decimalSeparator, m_context.settings.Language)) {
             lines += FromUtf8(line);
         }
+    }
+    if (const std::error_code why =
+            m_context.writes != nullptr ? m_context.writes->PassportFailure() : std::error_code();
+        m_report && why) {
+        lines += text(TextId::PassportNotWritten).arg(FileErrorText(why, m_context.settings.Language));
     }
     lines.removeAll(QString());
     lblReport->setAccessibleDescription(lines.join(u'\n'));

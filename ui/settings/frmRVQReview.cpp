@@ -29,17 +29,19 @@ frmCompare& frmRVQ::newComparison()
     m_inputBlock.reset();
     m_afterSending = nullptr;
     delete m_comparison;
-    m_comparison = new frmCompare(
-        this, {.settings = m_context.settings,
-               .help = m_context.help,
-               .device = &m_context.device,
-               .library = &m_context.library,
-               .programFolder = m_context.programFolder,
-               .window = [this] { return editedSet(); },
-               .writes = m_context.writes,
-               .send = [this](const ParameterSet& target,
-                              const std::vector<std::string>& codes) { m_transfer.SendChosen(target, codes); },
-               .cancel = [this] { m_transfer.Cancel(); }});
+    m_comparison = new frmCompare(this, {.settings = m_context.settings,
+                                         .help = m_context.help,
+                                         .device = &m_context.device,
+                                         .library = &m_context.library,
+                                         .programFolder = m_context.programFolder,
+                                         .window = [this] { return editedSet(); },
+                                         .writes = m_context.writes,
+                                         .send =
+                                             [this](const ParameterSet& target, const std::vector<std::string>& codes) {
+                                                 m_notValid.clear();
+                                                 m_transfer.SendChosen(target, codes);
+                                             },
+                                         .cancel = [this] { m_transfer.Cancel(); }});
     return *m_comparison;
 }
 
