@@ -203,7 +203,9 @@ TEST(PassportWindow, FollowsWhatIsWrittenWhileItIsOpen)
     EXPECT_TRUE(Until([&] { return bureau.Table()->model()->rowCount() == 1; }));
     EXPECT_EQ(bureau.Column(PassportModel::ColumnChanges), QStringList{"SN <b>12</b>, Serial"});
     sensor.SWVersion = "2";
-    bureau.writes.NoteIdentity(sensor, {}, "COM 1", modAPI::LocalTime());
+    for (int dump = 0; dump < 2; ++dump) { // one alone may be damaged
+        bureau.writes.NoteIdentity(sensor, {}, "COM 1", modAPI::LocalTime());
+    }
     bureau.window->Follow();
     EXPECT_TRUE(Until([&] { return bureau.Table()->model()->rowCount() == 2; }));
     EXPECT_EQ(bureau.Table()->currentIndex().row(), 1) << "the chosen entry stays chosen";

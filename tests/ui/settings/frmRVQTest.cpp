@@ -667,6 +667,18 @@ TEST(SettingsWindow, AWriteThatSentNothingBringsNoOlderReportBack)
     EXPECT_FALSE(editor.window->MayClose());
 }
 
+TEST(SettingsWindow, AnUploadNamesWhatItLeavesOut)
+{
+    Editor editor(true);
+    const auto report = [&] { return editor.Find<QLabel>("lblReport")->accessibleDescription().toStdString(); };
+    const std::string leftOut = "Air Pressure (802): 5000 is not valid and was not sent; the sensor keeps 1013 hPa.";
+    editor.Box(3).setText("5000");
+    editor.Click("cmdUpload");
+    EXPECT_NE(report().find(leftOut), std::string::npos) << report();
+    editor.Click("cmdSaveSettings");
+    EXPECT_EQ(report().find(leftOut), std::string::npos) << "that was the upload";
+}
+
 TEST(SettingsWindow, SendingTheEditsFirstThenDoesWhatWasAskedFor)
 {
     Editor editor(true);
