@@ -60,12 +60,14 @@ struct WriteReport {
     /// Every parameter that was to change, has changed or was refused, in the order of codes. For factory defaults,
     /// `wanted` is what was read back.
     std::vector<ValueReport> values{};
-    std::size_t frames = 0;         ///< to be sent
-    std::size_t sent = 0;           ///< of them taken
-    bool isReadBack = false;        ///< the sensor has said what it works with now
-    bool isSameSensor = true;       ///< else another one answered before the end, and nothing is said about it
-    bool hasRestarted = false;      ///< it has lost what it had not stored, as its announcement says
-    bool isCancelled = false;       ///< by the operator
+    std::size_t frames = 0;    ///< to be sent
+    std::size_t sent = 0;      ///< of them taken
+    bool isReadBack = false;   ///< the sensor has said what it works with now
+    bool isSameSensor = true;  ///< else another one answered before the end, and nothing is said about it
+    bool hasRestarted = false; ///< it has lost what it had not stored, as its announcement says
+    bool isCancelled = false;  ///< by the operator
+    /// What it worked with when it last had nothing that was not stored, as far as this session knows; else `before`.
+    std::optional<ParameterSet> stored{};
     bool isUnstored = false;        ///< something that it works with is not stored in it yet
     TextId reason = TextId::None;   ///< why it failed; None when it has not
     std::filesystem::path backup{}; ///< the file with `before`; empty when there is none

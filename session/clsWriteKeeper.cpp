@@ -3,6 +3,7 @@
 #include "store/modBackup.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -47,14 +48,19 @@ std::optional<std::filesystem::path> clsWriteKeeper::BackUpFirst(const Configura
     return file;
 }
 
-void clsWriteKeeper::Note(const WriteReport& report, std::string_view port)
+const WriteReport& clsWriteKeeper::Note(WriteReport report, std::string_view port)
 {
     notePassport(report, port);
-    m_last = report;
+    if (!report.isUnstored) {
+        m_stored.erase(report.serialNo);
+    } else {
+        report.stored = m_stored.try_emplace(report.serialNo, report.before).first->second;
+    }
     if (hasChanged(report)) {
         m_undo[report.serialNo] = report;
     }
     ++m_version;
+    return m_last.emplace(std::move(report));
 }
 
 const WriteReport* clsWriteKeeper::Undoable(std::string_view serialNo) const

@@ -37,7 +37,8 @@ public:
     std::optional<std::filesystem::path> BackUpFirst(const Configuration& before, double now, std::error_code& why);
     /// Takes a finished write: into the passport, and as the one that Undo takes back. `port` counts as long as no
     /// identity was noted with the operator's name for it.
-    void Note(const WriteReport& report, std::string_view port);
+    /// Returns the report with what it knows of earlier writes; valid until the next one.
+    const WriteReport& Note(WriteReport report, std::string_view port);
     /// Takes what a connected sensor says of itself; another identity than its passport has goes into it, and so does
     /// a sensor in the place of another one on the same port, also after a restart of the program. A dump has no
     /// checksum: where a sensor is known already, on this port or by this number, another identity waits for the next
@@ -77,7 +78,9 @@ private:
     Places m_places;
     std::optional<WriteReport> m_last;
     std::map<std::string, WriteReport, std::less<>> m_undo; ///< by serial number
-    std::set<std::string, std::less<>> m_backedUp;          ///< serial numbers
+    /// By serial number, while something is not stored: what the sensor worked with before that.
+    std::map<std::string, ParameterSet, std::less<>> m_stored;
+    std::set<std::string, std::less<>> m_backedUp; ///< serial numbers
     std::uint64_t m_version = 0;
     std::error_code m_passportFailure;
     std::deque<Unwritten> m_unwritten;             ///< waits for the next note

@@ -31,6 +31,9 @@ Entry passportEntryOf(const WriteReport& report)
 {
     Entry entry{.time = report.time, .event = kEvents.at(static_cast<std::size_t>(report.kind))};
     for (const ValueReport& value : report.values) {
+        if (value.outcome == ValueOutcome::NotSent) {
+            continue; // the sensor has never seen it
+        }
         modPassport::Change change{std::string(value.row->code), modPassport::WireText(*value.row, value.before),
                                    modPassport::WireText(*value.row, value.wanted)};
         if (value.readBack) {

@@ -155,17 +155,22 @@ std::string lineOf(const ValueReport& value, const Words& words)
     return {};
 }
 
-/// The values of this write that are in the sensor and not stored, by name.
+/// What the sensor works with and has not stored, by name.
 std::string unstored(const WriteReport& report, const Words& words)
 {
     if (report.kind == WriteKind::Undo && report.frames > 0) {
         return words.Text(TextId::ReportLineUndoUnstored);
     }
-    std::string names;
-    for (const ValueReport& value : report.values) {
-        if (value.readBack && value.readBack != value.before) {
-            names += (names.empty() ? "" : ", ") + modReportText::NameAndCode(*value.row, words.language);
+    const ParameterSet& stored = report.stored ? *report.stored : report.before;
+    std::vector<const ParameterDef*> rows;
+    for (const ParameterDef& row : ParameterTable()) {
+        if (report.isReadBack && report.after.*row.value != stored.*row.value) {
+            rows.push_back(&row);
         }
+    }
+    std::string names;
+    for (const std::string& code : CodesInOrder(std::move(rows))) {
+        names += (names.empty() ? "" : ", ") + modReportText::NameAndCode(*ParameterOfCode(code), words.language);
     }
     return names.empty() ? words.Text(TextId::ReportLineUnstoredOthers)
                          : filled(TextId::ReportLineUnstored, words.language, {names});

@@ -1,5 +1,6 @@
 #include "session/modReportText.h"
 
+#include "session/clsWriteKeeper.h"
 #include "texts/modFunctions.h"
 
 #include <gtest/gtest.h>
@@ -100,6 +101,31 @@ TEST(ReportText, SaysWhereTheSendingEndedAndWhatDidNotGo)
     EXPECT_EQ(textOf(report), "Not stored in the sensor: No response from Orvex.");
     report.isSameSensor = false;
     EXPECT_EQ(textOf(report), "Another sensor answers; what became of the write is unknown.");
+}
+
+TEST(ReportText, NamesAllThatIsNotStoredWhicheverWriteHasChangedIt)
+{
+    clsWriteKeeper keeper;
+    ParameterSet set;
+    const auto told = [&](std::int32_t ParameterSet::*which, std::int32_t value, bool isUnstored = true) {
+        WriteReport report;
+        report.serialNo = "1";
+        report.before = set;
+        set.*which = value;
+        report.after = set;
+        report.frames = report.sent = 1;
+        report.isReadBack = true;
+        report.isUnstored = isUnstored;
+        report.result = WriteResult::Verified;
+        const auto lines = modReportText::Lines(keeper.Note(report, ""), '.', LanguageEnglish);
+        return lines.empty() ? "" : lines.back();
+    };
+    const std::string begin = "Not stored in the sensor yet: ", first = "ON-Threshold Q1 (501)";
+    EXPECT_EQ(told(&ParameterSet::S1OnThreshold, 9007), begin + first + ".");
+    EXPECT_EQ(told(&ParameterSet::Offset, 12), begin + first + ", Offset (701).");
+    EXPECT_EQ(told(&ParameterSet::Offset, 0), begin + first + ".") << "as it is stored";
+    EXPECT_EQ(told(&ParameterSet::Offset, 0, false), "");
+    EXPECT_EQ(told(&ParameterSet::Offset, 5), begin + "Offset (701).");
 }
 
 } // namespace

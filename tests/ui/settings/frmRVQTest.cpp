@@ -773,6 +773,7 @@ TEST(SettingsWindow, ALongReportLeavesRoomForTheFields)
         WriteReport write = writeTo(editor.line.device, ValueOutcome::Ignored, 0);
         for (const ParameterDef& row : ParameterTable()) {
             write.values.push_back({&row, 0, 77, 33, ValueOutcome::Taken});
+            write.after.*row.value = 33;
         }
         for (const bool hasMany : {false, true}) {
             for (ValueReport& value : write.values) {
