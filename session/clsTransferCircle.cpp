@@ -130,7 +130,7 @@ Operation<> clsTransfer::closingCircle()
     const bool isCancelled = m_reason == TextId::TransferCancelled;
     WriteReport report = m_circle->Report(m_reason != TextId::None ? m_reason : whyNotReadBack(), isCancelled);
     if (m_circle->IsSent()) {
-        report = m_keeper->Note(std::move(report), m_circle->Port());
+        report = m_keeper->Note(report, m_circle->Port());
     }
     if (!m_device.Wait().Ended) {
         m_view.ShowReport(report);
