@@ -274,7 +274,8 @@ TEST(MainWindow, ShowsARecordingWhateverWindowIsOpen)
     main.sensor.Replug();
     main.session->StartRecording();
     EXPECT_TRUE(Until(isRed));
-    EXPECT_TRUE(Until([&] { return std::filesystem::remove(main.session->Recorder().FileName); })) << "once it is there";
+    EXPECT_TRUE(Until([&] { return std::filesystem::remove(main.session->Recorder().FileName); }))
+        << "once it is there";
     EXPECT_TRUE(Until([&] { return main.session->Recorder().Mode == RecorderIdle && !isRed(); })) << "a failure too";
 }
 
