@@ -113,6 +113,11 @@ QLayout* frmChartSettings::buildButtons()
     return row;
 }
 
+frmChartSettings::~frmChartSettings()
+{
+    SilenceNumberEdits(*this);
+}
+
 void frmChartSettings::ShowUpdatedSettings()
 {
     (m_chart.TimeScale() ? optxAxisTime : optxAxisInterval)->setChecked(true);

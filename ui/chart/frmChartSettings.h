@@ -29,6 +29,7 @@ class frmChartSettings : public QDialog {
 public:
     /// Both must outlive the window.
     frmChartSettings(QWidget& owner, modGlobals::Settings& settings, XYChart& chart);
+    ~frmChartSettings() override;
 
     /// Shows the current settings; also called after a change made elsewhere.
     void ShowUpdatedSettings();

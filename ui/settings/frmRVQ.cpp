@@ -61,7 +61,10 @@ frmRVQ::frmRVQ(QWidget* owner, const Context& context)
     new WindowPlace(*this, m_context.settings.IniFile);
 }
 
-frmRVQ::~frmRVQ() = default;
+frmRVQ::~frmRVQ()
+{
+    SilenceNumberEdits(*this);
+}
 
 void frmRVQ::showEvent(QShowEvent* event)
 {

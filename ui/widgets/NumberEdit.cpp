@@ -202,3 +202,11 @@ QString NumberEdit::noNumber() const
 {
     return Words ? Words(TextId::ToolTipNoNumber) : QString();
 }
+
+void SilenceNumberEdits(QWidget& window)
+{
+    for (NumberEdit* box : window.findChildren<NumberEdit*>()) {
+        box->Check = nullptr;
+        box->blockSignals(true);
+    }
+}

@@ -46,3 +46,6 @@ private:
     bool m_typing = false; ///< a key causes the present change
     QString m_before;      ///< the text before it was edited
 };
+
+/// For the destructor of a window whose boxes call it: they go after its members, and a box that goes loses the focus.
+void SilenceNumberEdits(QWidget& window);
