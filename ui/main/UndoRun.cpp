@@ -36,9 +36,7 @@ void UndoRun::ShowFailure(TextId textId, TextId reasonTextId)
 
 void UndoRun::ShowProgress(const TransferProgress& progress)
 {
-    const QString what = text(progress.textId).trimmed();
-    m_messages.ShowMessage(
-        progress.steps > 0 ? text(TextId::TransferStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+    m_messages.ShowMessage(ProgressText(progress, m_settings.Language));
 }
 
 void UndoRun::ShowReport(const WriteReport& report)

@@ -171,3 +171,10 @@ bool AskAboutBackup(const RVQDialogs& boxes, const std::filesystem::path& file, 
         Text(TextId::FailureNotWritten, language).arg(QFile::decodeName(file.c_str()), FileErrorText(why, language));
     return boxes.WithoutBackup(Text(TextId::QuestionNoBackup, language).arg(reason));
 }
+
+QString ProgressText(const TransferProgress& progress, std::int32_t language)
+{
+    const QString what = Text(progress.textId, language).trimmed();
+    return progress.steps > 0 ? Text(TextId::TransferStep, language).arg(progress.step).arg(progress.steps).arg(what)
+                              : what;
+}

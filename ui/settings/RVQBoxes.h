@@ -47,3 +47,6 @@ FailureAnswer AskAboutFailure(const RVQDialogs& boxes, TextId reasonTextId, cons
 /// A transfer's question whether to write although the values before cannot be kept in this file.
 bool AskAboutBackup(const RVQDialogs& boxes, const std::filesystem::path& file, std::error_code why,
                     std::int32_t language);
+
+/// What a transfer is doing, and how far it is.
+QString ProgressText(const TransferProgress& progress, std::int32_t language);

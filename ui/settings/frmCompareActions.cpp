@@ -7,6 +7,7 @@
 #include "store/modCompareText.h"
 #include "store/modGlobals.h"
 #include "ui/help/Help.h"
+#include "ui/settings/RVQBoxes.h"
 #include "ui/settings/TransferBox.h"
 #include "ui/settings/frmCompare.h"
 #include "ui/widgets/FileErrors.h"
@@ -213,11 +214,9 @@ void frmCompare::tellReport(const WriteReport& report)
 
 void frmCompare::ShowProgress(const TransferProgress& progress)
 {
-    const QString what = text(progress.textId).trimmed();
     prgTransfer->setRange(0, progress.steps);
     prgTransfer->setValue(progress.step);
-    lblProgress->setText(
-        progress.steps > 0 ? text(TextId::TransferStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+    lblProgress->setText(ProgressText(progress, m_context.settings.Language));
 }
 
 void frmCompare::cmdCancel_Click()

@@ -320,11 +320,9 @@ void frmRVQ::ShowFailed(bool failed)
 
 void frmRVQ::ShowProgress(const TransferProgress& progress)
 {
-    const QString what = text(progress.textId).trimmed();
     prgTransfer->setRange(0, progress.steps);
     prgTransfer->setValue(progress.step);
-    lblProgress->setText(
-        progress.steps > 0 ? text(TextId::TransferStep).arg(progress.step).arg(progress.steps).arg(what) : what);
+    lblProgress->setText(ProgressText(progress, m_context.settings.Language));
     lblProgress->show();
     prgTransfer->show();
     if (m_comparison != nullptr) {
