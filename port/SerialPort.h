@@ -1,5 +1,5 @@
 // The serial port as the sensor's driver sees it. Calls address a port by its number, whatever stands behind the
-// number: a terminal device, a script in a test, some day a network bridge. No call blocks.
+// number: a terminal device, a line over the network, a script in a test. No call blocks.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,21 @@ enum LineError : std::int32_t {
 /// The rates that a port can be set to, in bit/s.
 inline constexpr std::int32_t kPortRates[] = {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
 
-enum class OpenProblem : std::uint8_t { None, NoDevice, Busy, NoPermission, NotATerminal, Other };
+enum class OpenProblem : std::uint8_t {
+    None,
+    NoDevice,
+    Busy,
+    NoPermission,
+    NotATerminal,
+    Other,
+    // Of lines over the network.
+    NoAddress,      ///< the text in the place of the device is no address
+    NoHost,         ///< nobody knows the host's name
+    Refused,        ///< the host answers, and nothing listens there
+    TimedOut,       ///< the host does not answer
+    NoRfc2217,      ///< a server does, but it does not let the line be set
+    ConnectionLost, ///< it was there and has ended
+};
 
 /// Why an opening failed.
 struct OpenFailure {
@@ -67,7 +81,8 @@ public:
     /// Takes an opening that is under way a step further and returns how far it is. Call it in every tick until it
     /// ends.
     virtual PortState State(std::int32_t port) = 0;
-    /// Why the last completed opening failed; problem None after a success.
+    /// Why the last completed opening failed, or why the line it opened has ended by itself as far as that is known;
+    /// problem None after a success.
     virtual OpenFailure LastFailure(std::int32_t port) const
     {
         static_cast<void>(port);
@@ -92,5 +107,11 @@ public:
     {
         static_cast<void>(port);
         return false;
+    }
+    /// How much later an answer comes than over a cable, in milliseconds: the round trip to where the line begins.
+    virtual std::int32_t Delay_ms(std::int32_t port) const
+    {
+        static_cast<void>(port);
+        return 0;
     }
 };

@@ -159,6 +159,18 @@ QString OpenFailureText(const OpenFailure& failure, std::int32_t language)
         return Text(TextId::PortNoPermission, language).arg(device, QString::fromStdString(failure.group));
     case OpenProblem::NotATerminal:
         return Text(TextId::PortNotSerial, language).arg(device);
+    case OpenProblem::NoAddress:
+        return Text(TextId::PortNoAddress, language).arg(device);
+    case OpenProblem::NoHost:
+        return Text(TextId::PortNoHost, language).arg(device);
+    case OpenProblem::Refused:
+        return Text(TextId::PortRefused, language).arg(device);
+    case OpenProblem::TimedOut:
+        return Text(TextId::PortTimedOut, language).arg(device);
+    case OpenProblem::NoRfc2217:
+        return Text(TextId::PortNoRfc2217, language).arg(device);
+    case OpenProblem::ConnectionLost:
+        return Text(TextId::PortConnectionLost, language).arg(device);
     case OpenProblem::Other:
         return Text(TextId::PortOtherFailure, language).arg(device, QString::fromStdString(failure.reason));
     }
