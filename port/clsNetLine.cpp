@@ -22,7 +22,7 @@ struct SocketOption {
 /// small buffer keeps commands from piling up in the system meanwhile.
 constexpr SocketOption kSocketOptions[] = {{IPPROTO_TCP, TCP_NODELAY, 1},  {SOL_SOCKET, SO_KEEPALIVE, 1},
                                            {IPPROTO_TCP, TCP_KEEPIDLE, 5}, {IPPROTO_TCP, TCP_KEEPINTVL, 3},
-                                           {IPPROTO_TCP, TCP_KEEPCNT, 3},  {IPPROTO_TCP, TCP_USER_TIMEOUT, 15000},
+                                           {IPPROTO_TCP, TCP_KEEPCNT, 3},  {IPPROTO_TCP, TCP_USER_TIMEOUT, 14000},
                                            {SOL_SOCKET, SO_SNDBUF, 4096}};
 
 bool isTemporary(int error)

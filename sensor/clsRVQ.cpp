@@ -9,8 +9,9 @@
 
 namespace {
 
-constexpr std::int32_t kMargin_ms = 500; // added to every answer time
-constexpr std::size_t kSentFrames = 64;  // more than an upload sends
+constexpr std::int32_t kMargin_ms = 500;     // added to every answer time
+constexpr std::int32_t kMostDelay_ms = 2000; // a line that takes longer counts as silent
+constexpr std::size_t kSentFrames = 64;      // more than an upload sends
 
 } // namespace
 
@@ -200,7 +201,7 @@ void clsRVQ::SendCommand(std::string_view Command)
     m_due.clear();
     m_reported = false;
     // Deliberate: counted from the stored time, so the pause after a stop is part of the answer time.
-    m_pending.deadline = m_currentTime + (wait_ms + kMargin_ms) / kMsPerDay;
+    setDeadline(wait_ms + kMargin_ms);
 }
 
 void clsRVQ::setRequest(std::string text)
@@ -292,4 +293,15 @@ std::int32_t clsRVQ::effectiveRate() const
 {
     const std::int32_t rate = CommBaudrate();
     return rate > 0 ? rate : m_lastRate;
+}
+
+/// The round trip of the line, up to a bound.
+double clsRVQ::delay_ms() const
+{
+    return m_port == nullptr ? 0.0 : std::clamp(m_port->Delay_ms(m_commComPort), 0, kMostDelay_ms);
+}
+
+void clsRVQ::setDeadline(double wait_ms)
+{
+    m_pending.deadline = m_currentTime + (wait_ms + delay_ms()) / kMsPerDay;
 }

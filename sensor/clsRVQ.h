@@ -83,9 +83,10 @@ enum Event : std::int32_t {
 //
 // Given up: request and buffer are discarded. Step back: both stay for the session's StepBack; the second time they are
 // given up. Back to polling: both are discarded; if it happens again without a request -> T. A distance sets the
-// deadline to 3 s from now. No follow-up goes out while a wait runs; past the deadline, the request is given up
-// instead. An announcement in any state says that the sensor works with what it has stored. All other changes of state
-// are acts of the session: StartMeasurement, StopMeasurement, StepBack, ResumeIdle, EndSingleOutput, ForgetDialogue.
+// deadline to 3 s from now. Over a line with a delay every deadline is later by it. No follow-up goes out while a wait
+// runs; past the deadline, the request is given up instead. An announcement in any state says that the sensor works
+// with what it has stored. All other changes of state are acts of the session: StartMeasurement, StopMeasurement,
+// StepBack, ResumeIdle, EndSingleOutput, ForgetDialogue.
 
 /// The dialogue with the connected sensor.
 /// Points in time are days since 1899-12-30, local time.
@@ -366,6 +367,8 @@ private:
     bool hasPaused() const;
     bool isWholeAnswerToT() const;
     std::int32_t effectiveRate() const;
+    double delay_ms() const;
+    void setDeadline(double wait_ms);
 
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;

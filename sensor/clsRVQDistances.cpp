@@ -65,7 +65,7 @@ void clsRVQ::evaluateTempErr()
 void clsRVQ::evaluateDistance()
 {
     if (isPending(Request::Start)) {
-        m_pending.deadline = m_currentTime + kDistanceTime_ms / kMsPerDay;
+        setDeadline(kDistanceTime_ms);
         setRequest("m");
     }
     if (m_parameters.OutputFormat == FormatBinary) {
@@ -145,10 +145,11 @@ void clsRVQ::takeBinaryDistance()
     }
 }
 
-/// Nothing has come for a whole tick, so everything that was sent is there.
+/// Nothing has come for a whole tick, so everything that was sent is there. A network may part what the line has sent
+/// in one piece, by about its delay.
 bool clsRVQ::hasPaused() const
 {
-    return m_newInData.empty() && m_currentTime - m_lastArrival >= kPause_ms / kMsPerDay;
+    return m_newInData.empty() && m_currentTime - m_lastArrival >= (kPause_ms + delay_ms()) / kMsPerDay;
 }
 
 /// Lines in another unit or format have another shape, so the memory of earlier ones is dropped.
@@ -372,5 +373,5 @@ void clsRVQ::acceptDistance(double value, std::int32_t value_mm)
     m_measValue_mm = value_mm;
     m_eventNr = EventDistance;
     m_newDistance = true;
-    m_pending.deadline = m_currentTime + kDistanceTime_ms / kMsPerDay;
+    setDeadline(kDistanceTime_ms);
 }

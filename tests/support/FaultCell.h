@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-enum class Strike : std::uint8_t { Line, Unplug, Replug, OtherFormat, Restart };
+enum class Strike : std::uint8_t { Line, Unplug, Replug, OtherFormat, Restart, Delay };
 
 /// What goes wrong with the sensor or its line during an operation.
 struct LineFault {
@@ -42,6 +42,7 @@ inline constexpr LineFault kFaults[] = {
     {"restart", nullptr, 0, Strike::Restart, 1},
     {"no echo", &simulator::Faults::noecho, 1, Strike::Line, 1},
     {"too hot", &simulator::Faults::temperr, 1, Strike::Line, 1},
+    {"200 ms delay", nullptr, 0, Strike::Delay, 1},
 };
 
 struct FaultCell : SensorOnLine {
@@ -62,6 +63,7 @@ struct FaultCell : SensorOnLine {
     {
         sensor.SetParameter("101", format);
         sensor.HoldDistance(3300.0);
+        delay_s = fault.strike == Strike::Delay ? 0.2 : 0.0; // from the beginning to the end
         view.OnMeasured = [this](const Measurement& measured, std::string_view temperature) {
             recorder.Record(measured, temperature);
         };
@@ -102,7 +104,7 @@ struct FaultCell : SensorOnLine {
             sensor.SetParameter("101", format == FormatBinaryCrc ? FormatAsciiUnit : FormatBinaryCrc);
         } else if (fault.strike == Strike::Restart) {
             PowerOn();
-        } else if (fault.strike != Strike::Line) {
+        } else if (fault.strike == Strike::Unplug || fault.strike == Strike::Replug) {
             Unplug();
         }
         if (fault.strike == Strike::Replug) {

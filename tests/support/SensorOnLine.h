@@ -12,13 +12,14 @@
 
 #include <chrono>
 #include <cmath>
+#include <deque>
 #include <functional>
 #include <poll.h>
 #include <stdexcept>
 #include <thread>
 
 struct SensorOnLine {
-    /// Every byte arrives within the call that sends it, so no byte takes time of the clock.
+    /// Every byte arrives within the call that sends it, so no byte takes time of the clock but `delay_s`.
     struct Port : clsPosixPort {
         SensorOnLine& line;
 
@@ -31,12 +32,14 @@ struct SensorOnLine {
             }
             return taken;
         }
+        std::int32_t Delay_ms(std::int32_t) const override { return static_cast<std::int32_t>(line.delay_s * 2000.0); }
     };
 
     static constexpr std::int32_t kRate = 38400;
 
     double beat_s = clsMeasurementLoop::kInterval_ms / 1000.0; ///< between two ticks
     double sensorPace = 1.0;                                   ///< rate of the sensor's clock; below 1 it is slow
+    double delay_s = 0.0;                                      ///< of the line, in either direction
     simulator::clsSensorModel sensor;
     simulator::clsPseudoTerminal terminal{{}, kRate};
     modPComm::PortDevices devices;
@@ -78,9 +81,9 @@ struct SensorOnLine {
 
     void Tick()
     {
-        sensor.Receive(std::exchange(m_sent, {}), m_sensor_s);
+        sensor.Receive(carry(m_toSensor, std::exchange(m_sent, {})), m_sensor_s);
         pass(beat_s);
-        deliver(sensor.Transmit(m_sensor_s));
+        deliver(carry(m_toProgram, sensor.Transmit(m_sensor_s)));
         loop.Tick(ScriptedSensor::kStart + m_now_s / kSecondsPerDay);
     }
     void Unplug()
@@ -108,6 +111,12 @@ struct SensorOnLine {
     }
 
 private:
+    /// Bytes that the line has not delivered yet.
+    struct Underway {
+        double due_s;
+        std::string bytes;
+    };
+
     static simulator::SensorOptions fast(simulator::SensorOptions options)
     {
         options.lineRate = kRate;
@@ -117,6 +126,17 @@ private:
     {
         m_now_s += seconds;
         m_sensor_s += seconds * sensorPace;
+    }
+    /// Puts bytes on their way; returns what is at its end now.
+    std::string carry(std::deque<Underway>& way, std::string bytes)
+    {
+        way.push_back({m_now_s + delay_s, std::move(bytes)});
+        std::string arrived;
+        while (!way.empty() && way.front().due_s <= m_now_s) {
+            arrived += way.front().bytes;
+            way.pop_front();
+        }
+        return arrived;
     }
     void takeSent(std::size_t count)
     {
@@ -144,5 +164,6 @@ private:
 
     static constexpr int kPatience_ms = 20000; // real time; it runs out only if the system does not carry the bytes
     std::string m_sent;                        // by the program, and not yet taken by the sensor
+    std::deque<Underway> m_toSensor, m_toProgram;
     double m_now_s = 0.0, m_sensor_s = 0.0;
 };
