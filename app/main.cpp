@@ -4,7 +4,8 @@
 #include "base/Days.h"
 #include "base/Numbers.h"
 #include "base/modAPI.h"
-#include "port/clsPosixPort.h"
+#include "port/clsPorts.h"
+#include "port/modLineUrl.h"
 #include "port/modPComm.h"
 #include "sensor/Parameters.h"
 #include "session/clsSession.h"
@@ -97,7 +98,13 @@ void readPorts(const QStringList& values, Options& options)
             refuse(QStringLiteral("--port takes N=DEVICE with N from 1 to %1, not \"%2\"")
                        .arg(QString::number(modPComm::kPortCount), value));
         }
-        options.ports.emplace_back(port, bytesOf(value.mid(sign + 1)));
+        const std::string device = bytesOf(value.mid(sign + 1));
+        if (modLineUrl::IsUrl(device) && !modLineUrl::Parse(device)) {
+            refuse(QStringLiteral("--port: \"%1\" is not the address of a line; expected tcp://host:port or "
+                                  "rfc2217://host:port")
+                       .arg(value.mid(sign + 1)));
+        }
+        options.ports.emplace_back(port, device);
     }
 }
 
@@ -128,7 +135,10 @@ Options readOptions(const QStringList& arguments)
     const QCommandLineOption demo("demo",
                                   "Put a simulated sensor on COM 1 for this run and measure; no settings are kept.");
     const QCommandLineOption folder("folder", "Keep settings and recordings in <DIR>.", "DIR");
-    const QCommandLineOption port("port", "Use a device for port number N for this run (repeatable).", "N=DEVICE");
+    const QCommandLineOption port("port",
+                                  "Use a device, or a line tcp://host:port or rfc2217://host:port, for port "
+                                  "number N for this run (repeatable).",
+                                  "N=DEVICE");
     const QCommandLineOption language("language", "Language of the texts: de or en.", "de|en");
     const QCommandLineOption connect("connect", "Skip the start-up window and connect with the stored settings.");
     const QCommandLineOption screenshot("screenshot", "Save a picture of the main window as <FILE> and end.", "FILE");
@@ -297,7 +307,7 @@ int runProgram(const Options& options)
     }
     clsConfigLibrary library(iniFile);
     library.Build();
-    clsSession session(std::make_unique<clsPosixPort>(devices), settings, folder / "REC", DecimalSeparator());
+    clsSession session(std::make_unique<clsPorts>(devices), settings, folder / "REC", DecimalSeparator());
     session.Origin = [&] {
         RecordingInfo info;
         info.program = QApplication::applicationName().toStdString();

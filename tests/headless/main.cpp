@@ -1,7 +1,7 @@
 // A headless session as a program: connects to a sensor, prints its parameters, measures and records.
 //   orvex_headless DEVICE FOLDER COUNT
 #include "base/modAPI.h"
-#include "port/clsPosixPort.h"
+#include "port/clsPorts.h"
 #include "session/clsSession.h"
 #include "store/modGlobals.h"
 
@@ -56,13 +56,14 @@ void waitForTick(clsSession& session, double due_s)
 
 int main(int argc, char** argv)
 {
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // a script follows it
     if (argc != 4) {
         return 2;
     }
     modPComm::PortDevices devices;
     devices.Override(1, argv[1]);
     const modGlobals::Settings settings{.Baudrate = 9600};
-    clsSession session(std::make_unique<clsPosixPort>(devices), settings, argv[2], '.');
+    clsSession session(std::make_unique<clsPorts>(devices), settings, argv[2], '.');
     Face face(session, std::atol(argv[3]));
     for (int tick = 0; tick < 1200 && !face.IsDone(); ++tick) { // a minute
         const double due_s = modAPI::UpTime_s() + clsMeasurementLoop::kInterval_ms / 1000.0;

@@ -1,5 +1,6 @@
 #include "ui/widgets/PortList.h"
 
+#include "port/modLineUrl.h"
 #include "port/modPComm.h"
 #include "sensor/Parameters.h"
 #include "ui/widgets/QtText.h"
@@ -64,12 +65,14 @@ private:
     }
 };
 
-/// Returns the second text, which only an existing device has.
+/// Returns the second text, which only an existing device and a line over the network have.
 QString describePort(QComboBox& list, std::int32_t port, const QString& device)
 {
     QString described = device;
     QString second;
-    if (!device.isEmpty() && QFile::exists(device)) {
+    if (modLineUrl::IsUrl(device.toStdString())) {
+        second = device;
+    } else if (!device.isEmpty() && QFile::exists(device)) {
         const std::string maker = modPComm::MakerOf(QFile::encodeName(device).toStdString());
         described += maker.empty() ? QString() : QStringLiteral(" – ") + FromUtf8(maker);
         second = described;
