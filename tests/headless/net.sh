@@ -7,8 +7,9 @@ folder=$(mktemp -d)
 "$2" --link "$folder/sensor" --values 60 --count >/dev/null &
 sensor=$!
 server=
+program=
 ser2net=$3
-trap 'kill $sensor $server; rm -r "$folder"' EXIT
+trap 'kill $sensor $server $program; rm -r "$folder"' EXIT
 while [ ! -e "$folder/sensor" ]; do
     kill -0 $sensor
     sleep 0.1
@@ -45,6 +46,7 @@ for line in tcp: rfc2217:'telnet(rfc2217),'; do
     [ "$before" -lt 120 ]
     serve "${line#*:}"
     wait $program # ends well only when all values have come
+    program=
     cat "$folder/server"
     [ "$(grep -cE '^[0-9]{3} -?[0-9]+$' "$folder/said")" -ge 29 ]
     [ "$(grep -c ' mm; ' "$folder/$scheme/SAVE0001.rec")" -eq "$(tail -1 "$folder/said" | sed 's/.*: //')" ]
