@@ -62,6 +62,7 @@ TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
     Splash splash;
     const std::string device = splash.folder.path / "sensor";
     splash.devices.Override(2, device);
+    splash.devices.Override(7, "tcp://[::1]:4001");
     auto& ports = splash.List("cmbComPort");
     splash.window.show();
     ports.setCurrentIndex(1);
@@ -76,6 +77,7 @@ TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
         EXPECT_EQ(data(Qt::UserRole), isThere ? device : "") << "beside the port";
         EXPECT_EQ(data(Qt::AccessibleDescriptionRole), isThere ? device : "");
         EXPECT_EQ(data(Qt::ToolTipRole), device);
+        EXPECT_EQ(ports.itemData(6, Qt::UserRole), "tcp://[::1]:4001") << "whether it answers or not";
         ports.hidePopup();
     }
     EXPECT_EQ(changes.count(), 0) << "the port is the same";
