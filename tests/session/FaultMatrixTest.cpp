@@ -79,7 +79,7 @@ const Operation kOperations[] = {
     {"stop", true, false, 9, "D N D DN DN  DN D DN  DN  DN Dn P L  DN D D D D",
      [](C& c) { c.loop.StartStop({}); },
      [](C& c) { return hasPolled(c) && !c.view.running && !c.sensor.IsMeasuring(); }},
-    {"single", false, false, 9, "D N D D  D   D  D DUn DUn D  D  P L  N  N D D D",
+    {"single", false, false, 9, "D N D D  D   D  D DUN DUN D  D  P L  N  N D D D",
      [](C& c) { c.loop.RequestSingleValue(); }, hasDistance},
     {"temperature", true, false, 9, "D N D D  DN  D  D DN  DN  D  Dn P DL N  N D D D",
      [](C& c) { c.view.temperature.clear(), c.loop.PollTemperature(true); },
@@ -102,7 +102,7 @@ const Operation kOperations[] = {
      [](C& c) { c.transfer.StoreInSensor(); },
      [](C& c) { return !c.device.UnstoredChanges() && c.window.told == "1271 " &&
                        c.sensor.StoredParameter("701") == c.sensor.Parameter("701"); }},
-    {"defaults", true, true, 8, "D F F D  DF  F  D DF  DF  F  D  F F  D  D D D D",
+    {"defaults", true, true, 8, "D F F DF DF  F  D DF  DF  F  D  F F  D  D D D D",
      [](C& c) { c.transfer.SetDefaults(); },
      [](C& c) { return hasUnstored(c) && c.window.told == "1272 select " && c.sensor.Parameter("701") == 0; }},
     {"recording", true, false, 9, "D N D D  DN  D  D DN  DN  D  D  P DL N  N D D D",
@@ -137,6 +137,9 @@ std::optional<Ending> saidOf(const FaultCell& cell)
     const std::string told = withoutReasons(cell.window.told);
     if (std::ranges::find(kRed, told) != std::end(kRed)) {
         return kFailed;
+    }
+    if (told.find("ask") != std::string::npos && told.ends_with("! ")) {
+        return kFailed; // the values are sent, and cannot be read back
     }
     if (told.find("ask") != std::string::npos) {
         return told.ends_with("1292 ") ? kNoConnection : kRefused;
@@ -250,6 +253,15 @@ bool isRecorded(FaultCell& cell)
     const auto loaded =
         modPlayback::LoadData({&whole, 1}, cell.device.Parameters(),
                               {history, show, [](double) {}, [](double) { return true; }}, cell.recorder.Played);
+    if (played != shown || !goesOn) {
+        std::string a, b;
+        for (auto& w : shown)
+            a += w + ' ';
+        for (auto& w : played)
+            b += w + ' ';
+        ADD_FAILURE() << "goesOn " << goesOn << " lines " << cell.recorder.Lines() << "\nSHOWN " << a << "\nPLAYED "
+                      << b << " outcome " << int(loaded.outcome);
+    }
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
 
@@ -334,7 +346,8 @@ TEST_P(FaultMatrix, EveryOperationUnderEveryFaultEndsAndLeavesAProgramThatWorks)
     for (std::size_t row = 0; row < std::size(kOperations); ++row) {
         for (std::size_t column = 0; column < std::size(kFaults); ++column) {
             const Result& cell = matrix[row][column] =
-                play(kOperations[row], column, GetParam(), row * kSeedsPerOperation + column);
+                play(kOperations[row], column, GetParam(),
+                     row * kSeedsPerOperation + column + (std::getenv("SEEDS") ? std::stoul(std::getenv("SEEDS")) : 0));
             EXPECT_EQ(cell.complaint, "") << kOperations[row].name << " x " << kFaults[column].name << ", " << format
                                           << ", " << cell.seconds << " s";
         }

@@ -5,6 +5,7 @@
 #include "base/Days.h"
 #include "session/clsRecorder.h"
 #include "session/clsTransfer.h"
+#include "store/modRecordLine.h"
 #include "tests/support/SensorOnLine.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/clsRecordingTransferView.h"
@@ -66,6 +67,9 @@ struct FaultCell : SensorOnLine {
         delay_s = fault.strike == Strike::Delay ? 0.2 : 0.0; // from the beginning to the end
         view.OnMeasured = [this](const Measurement& measured, std::string_view temperature) {
             recorder.Record(measured, temperature);
+            if (!modRecordLine::HasTemperature(temperature)) {
+                view.distances.pop_back(); // a line needs a temperature; such values are counted as unwritten
+            }
         };
     }
 
