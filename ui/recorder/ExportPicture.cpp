@@ -10,6 +10,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
+#include <QBuffer>
 #include <QFontInfo>
 #include <QPageSize>
 #include <QPainter>
@@ -92,6 +93,14 @@ QString timeText(double time, bool withDay)
     return withDay ? QString(iso).replace(u'T', u' ') : iso.section(u'T', 1);
 }
 
+/// By way of the memory: Qt's encoder loses its own memory when a disk is full.
+bool writePng(const QImage& image, QIODevice& target)
+{
+    QByteArray png;
+    QBuffer buffer(&png);
+    return buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG") && target.write(png) == png.size();
+}
+
 } // namespace
 
 QString HeadingOf(const XYChart& chart, const clsSession& session, std::int32_t language)
@@ -136,7 +145,7 @@ QString WritePicture(XYChart& chart, const QString& file, const QString& kind, c
     const bool written = target.open(QIODevice::WriteOnly) &&
                          (kind == QLatin1String("svg")   ? paintSvg(chart, heading, target)
                           : kind == QLatin1String("pdf") ? paintPdf(chart, heading, target)
-                                                         : PictureOf(chart, heading).save(&target, "PNG"));
+                                                         : writePng(PictureOf(chart, heading), target));
     if (written && CommitFile(target)) {
         return {};
     }
