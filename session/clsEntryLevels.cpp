@@ -122,19 +122,42 @@ void clsEntryLevels::Finish()
     m_nodes.shrink_to_fit();
     m_sums.shrink_to_fit();
     m_groups.shrink_to_fit();
-    m_outlines.reserve(m_groups.size() + m_nodes.size() + m_leaves.size());
+    fillOutlines();
+}
+
+void clsEntryLevels::fillOutlines()
+{
+    constexpr std::size_t kOfRun = kGroup / kNode;
+    static_assert(kOfRun == kNode / kLeaf && kMost / kGroup <= kOfRun);
+    m_outlines.resize(m_groups.size() + m_nodes.size() + m_leaves.size());
+    auto of = std::span(m_outlines);
     for (const auto* runs : {&m_groups, &m_nodes, &m_leaves}) {
-        for (const EntrySummary& run : *runs) {
-            m_outlines.push_back({run.begin, run.minimum, run.maximum});
+        const std::size_t size = runs->size();
+        for (std::size_t i = 0; i < size; ++i) {
+            const EntrySummary& run = (*runs)[i];
+            of[i].begin = run.begin;
+            of[i].next = i + 1 < size ? (*runs)[i + 1].begin : std::numeric_limits<std::uint32_t>::max();
+            of[i].own = {run.minimum, run.maximum};
+            if (i % kOfRun != 0) {
+                of[i].before = of[i - 1].before;
+                of[i].before.Take(of[i - 1].own);
+            }
         }
+        for (std::size_t i = size; i-- > 1;) {
+            if (i % kOfRun != 0) {
+                of[i - 1].behind = of[i].behind;
+                of[i - 1].behind.Take(of[i].own);
+            }
+        }
+        of = of.subspan(size);
     }
 }
 
 bool clsEntryLevels::DropFinest()
 {
     if (HasEntries()) {
-        m_entries = std::vector<PackedEntry>(); // gives the memory back, as {} does not
-        m_outlines = std::vector<Outline>();
+        m_entries = decltype(m_entries)(); // gives the memory back, as {} does not
+        m_outlines = decltype(m_outlines)();
     } else if (!m_leaves.empty()) {
         m_leaves = std::vector<EntrySummary>();
     } else if (!m_nodes.empty()) {
@@ -214,78 +237,91 @@ std::size_t clsEntryLevels::OutlinedIndexOf(std::uint32_t time, std::uint32_t la
 {
     constexpr std::size_t kNear = 4;
     const auto leaves = leafOutlines();
-    const auto isBefore = [&](std::size_t leaf) { return leaf < leaves.size() && leaves[leaf].begin < time; };
     std::size_t leaf = std::min(guessOf(time, last, Size()) / kLeaf, leaves.size() - 1);
-    for (std::size_t steps = 0; steps < kNear && isBefore(leaf + 1); ++steps) {
+    for (std::size_t steps = 0; steps < kNear && leaves[leaf].next < time; ++steps) {
         ++leaf;
     }
-    for (std::size_t steps = 0; steps < kNear && leaf > 0 && !isBefore(leaf); ++steps) {
+    for (std::size_t steps = 0; steps < kNear && leaf > 0 && leaves[leaf].begin >= time; ++steps) {
         --leaf;
     }
-    if (isBefore(leaf + 1) || (leaf > 0 && !isBefore(leaf))) { // not even
+    if (leaves[leaf].next < time || (leaf > 0 && leaves[leaf].begin >= time)) { // not even
         const auto behind = std::ranges::lower_bound(leaves, time, {}, &Outline::begin);
         leaf = static_cast<std::size_t>(std::max(behind - leaves.begin(), std::ptrdiff_t{1})) - 1;
     }
     if (leaf + 1 < leaves.size()) {
-        return indexInLeaf(time, leaf, leaves[leaf].begin, leaves[leaf + 1].begin);
+        return indexInLeaf(time, leaf, leaves[leaf].begin, leaves[leaf].next);
     }
     return leaf * kLeaf + numberBefore(Entries().subspan(leaf * kLeaf), time, &PackedEntry::time);
 }
 
-void clsEntryLevels::Widen(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const
+void clsEntryLevels::Widen(std::size_t first, std::size_t behind, Extremes& all) const
 {
-    const auto leaves = leafOutlines();
-    const Outline *const groups = m_outlines.data(), *const nodes = groups + m_groups.size();
-    const std::size_t begin = (first + kLeaf - 1) / kLeaf;
-    const std::size_t end = behind == Size() ? leaves.size() : behind / kLeaf;
-    const auto take = [&](const Outline& run) {
-        low = std::min(low, run.minimum);
-        high = std::max(high, run.maximum);
-    };
-    for (std::size_t leaf = begin; leaf < end;) {
-        constexpr std::size_t kOfGroup = kGroup / kLeaf, kOfNode = kNode / kLeaf;
-        if (leaf % kOfGroup == 0 && std::min(leaf + kOfGroup, leaves.size()) <= end) {
-            take(groups[leaf / kOfGroup]);
-            leaf += kOfGroup;
-        } else if (leaf % kOfNode == 0 && std::min(leaf + kOfNode, leaves.size()) <= end) {
-            take(nodes[leaf / kOfNode]);
-            leaf += kOfNode;
-        } else {
-            take(leaves[leaf]);
-            ++leaf;
+    const std::size_t leaf = first / kLeaf, last = (behind - 1) / kLeaf;
+    if (leaf < last) {
+        widenBetween(leaf, last, all);
+        widenByLeaf(first, (leaf + 1) * kLeaf, all);
+        first = last * kLeaf;
+    }
+    widenByLeaf(first, behind, all);
+}
+
+/// The outermost leaves come last: the more is known, the fewer entries are looked at.
+void clsEntryLevels::WidenAcross(const clsEntryLevels& from, std::size_t first, const clsEntryLevels& to,
+                                 std::size_t behind, Extremes& all)
+{
+    const std::size_t last = behind - 1;
+    all.Take(from.leafOutlines()[first / kLeaf].behind);
+    all.Take(from.nodeOutlines()[first / kNode].behind);
+    all.Take(from.groupOutlines()[first / kGroup].behind);
+    all.Take(to.leafOutlines()[last / kLeaf].before);
+    all.Take(to.nodeOutlines()[last / kNode].before);
+    all.Take(to.groupOutlines()[last / kGroup].before);
+    from.widenByLeaf(first, std::min((first / kLeaf + 1) * kLeaf, from.Size()), all);
+    to.widenByLeaf(last / kLeaf * kLeaf, behind, all);
+}
+
+/// By all that lies between two leaves.
+void clsEntryLevels::widenBetween(std::size_t leaf, std::size_t last, Extremes& all) const
+{
+    constexpr std::size_t kOfRun = kNode / kLeaf;
+    auto runs = leafOutlines();
+    for (const auto& above : {nodeOutlines(), groupOutlines()}) {
+        if (leaf / kOfRun == last / kOfRun) {
+            break;
         }
+        all.Take(runs[leaf].behind);
+        all.Take(runs[last].before);
+        leaf /= kOfRun;
+        last /= kOfRun;
+        runs = above;
     }
-    if (begin > end) { // within one of them
-        widenByEntries(first, behind, low, high);
-        return;
+    for (std::size_t i = leaf + 1; i < last; ++i) {
+        all.Take(runs[i].own);
     }
-    widenByEntries(first, std::min(begin * kLeaf, behind), low, high);
-    widenByEntries(end * kLeaf, behind, low, high);
 }
 
 /// Of one leaf. Its entries are looked at only if it has lower or higher values than are known.
-void clsEntryLevels::widenByEntries(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const
+void clsEntryLevels::widenByLeaf(std::size_t first, std::size_t behind, Extremes& all) const
 {
-    if (first >= behind) {
+    const Extremes& leaf = leafOutlines()[first / kLeaf].own;
+    if (leaf.low >= all.low && leaf.high <= all.high) {
         return;
     }
-    const Outline& leaf = leafOutlines()[first / kLeaf];
-    if (leaf.minimum >= low && leaf.maximum <= high) {
+    if (first % kLeaf == 0 && (behind - first == kLeaf || behind == Size())) {
+        all.Take(leaf);
         return;
     }
     // Without branches, for as many at once as the processor can take.
-    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min(),
-                           kMost = std::numeric_limits<std::int32_t>::max();
-    std::int32_t lowest = low, highest = high;
+    Extremes found = all;
+    constexpr Extremes kNone;
     for (const PackedEntry& entry : Entries().subspan(first, behind - first)) {
         const std::int32_t value = entry.value;
         const bool isOther =
             (value == 0) | (value == kMarkerNoEcho) | (value == kMarkerTempError) | (value < kLowestValue);
-        lowest = std::min(lowest, isOther ? kMost : value);
-        highest = std::max(highest, isOther ? kLeast : value);
+        found.low = std::min(found.low, isOther ? kNone.low : value);
+        found.high = std::max(found.high, isOther ? kNone.high : value);
     }
-    low = lowest;
-    high = highest;
+    all = found;
 }
 
 namespace {
@@ -310,10 +346,9 @@ template <class Item>
 void clsEntryLevels::PrefetchOutlines(std::uint32_t time, std::uint32_t last) const
 {
     const std::size_t guess = guessOf(time, last, Size());
-    const std::span<const Outline> all(m_outlines);
-    fetch(all, guess / kGroup * (kGroup / kNode) + m_groups.size(), kGroup / kNode);
-    fetch(all, guess / kNode * (kNode / kLeaf) + m_groups.size() + m_nodes.size(), kNode / kLeaf + 1);
-    fetch(all, 0, m_groups.size());
+    fetch(groupOutlines(), guess / kGroup, 1);
+    fetch(nodeOutlines(), guess / kNode, 1);
+    fetch(leafOutlines(), guess / kLeaf, 1);
     fetch(Entries(), guess - std::min<std::size_t>(guess, 2), 4);
 }
 

@@ -1,21 +1,24 @@
 // A run of entries and the summaries above them: of each 64, of each 512 with sums, and of each 4096. What is asked
-// about a stretch of them then costs little more than one of each level. For pictures, times and extremes of all runs
-// lie close together besides: in a long history each line of memory has to come from far.
+// about a stretch of them then costs little more than one of each level. For pictures, each run knows its extremes and
+// those of its neighbours besides: in a long history each line of memory has to come from far.
 #pragma once
 
+#include "base/clsLargePages.h"
 #include "session/EntrySummary.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <vector>
 
 class clsEntryLevels {
 public:
     static constexpr std::size_t kLeaf = 64, kNode = 512, kGroup = 4096;
+    static constexpr std::size_t kMost = 4 * kGroup; ///< entries, in a long history nearly always as many
 
-    /// Room for so many entries, and none for more.
+    /// Room for so many entries, at most `kMost`, and none for more.
     void Reserve(std::size_t entries);
     std::size_t Room() const { return m_entries.capacity() - m_entries.size(); }
     /// Times must not run backwards. There must be room.
@@ -38,11 +41,22 @@ public:
     /// Bytes for so many entries.
     static std::size_t BytesFor(std::size_t entries);
 
+    struct Extremes {
+        std::int32_t low = std::numeric_limits<std::int32_t>::max(), high = std::numeric_limits<std::int32_t>::min();
+        void Take(const Extremes& other)
+        {
+            low = std::min(low, other.low);
+            high = std::max(high, other.high);
+        }
+    };
     /// For a finished run with entries: the first entry at or after a time, and the lowest and highest distance of a
-    /// stretch, which `low` and `high` take up. `last` is about the last time.
+    /// stretch that is not empty, which `all` takes up. `last` is about the last time.
     bool HasOutlines() const { return !m_outlines.empty(); }
     std::size_t OutlinedIndexOf(std::uint32_t time, std::uint32_t last) const;
-    void Widen(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const;
+    void Widen(std::size_t first, std::size_t behind, Extremes& all) const;
+    /// The same from an entry of one run to before one of a later run; what lies between these runs is not theirs.
+    static void WidenAcross(const clsEntryLevels& from, std::size_t first, const clsEntryLevels& to, std::size_t behind,
+                            Extremes& all);
     /// Has the memory fetched that these will probably look at for a time, if the times up to `last` are even.
     void PrefetchOutlines(std::uint32_t time, std::uint32_t last) const;
 
@@ -99,23 +113,38 @@ public:
     std::size_t FirstDistanceFrom(std::size_t index) const;
 
 private:
-    /// What a picture has to know of 64, 512 or 4096 entries.
-    struct Outline {
-        std::uint32_t begin = 0;
-        std::int32_t minimum = 0, maximum = 0; ///< of the distances
+    /// What a picture has to know of 64, 512 or 4096 entries, in half a line of memory: where two columns meet, the
+    /// outlines there have the rest of both.
+    struct alignas(32) Outline {
+        std::uint32_t begin = 0, next = 0; ///< the times of its first entry and of the next one's; the last has none
+        Extremes own;                      ///< of its distances
+        Extremes before, behind; ///< of those of the same node, group or block that come before it, and behind it
     };
 
     void endLeaf();
     std::size_t indexInLeaf(std::uint32_t time, std::size_t leaf, std::uint32_t begin, std::uint32_t next) const;
+    void fillOutlines();
+    std::size_t groups() const { return (m_size + kGroup - 1) / kGroup; } ///< of a finished run
+    std::span<const Outline> groupOutlines() const { return std::span(m_outlines).first(groups()); }
+    std::span<const Outline> nodeOutlines() const
+    {
+        return std::span(m_outlines).subspan(groups(), (m_size + kNode - 1) / kNode);
+    }
     std::span<const Outline> leafOutlines() const
     {
-        return std::span(m_outlines).subspan(m_groups.size() + m_nodes.size());
+        return std::span(m_outlines).subspan(groups() + (m_size + kNode - 1) / kNode);
     }
-    void widenByEntries(std::size_t first, std::size_t behind, std::int32_t& low, std::int32_t& high) const;
+    void widenBetween(std::size_t leaf, std::size_t last, Extremes& all) const;
+    void widenByLeaf(std::size_t first, std::size_t behind, Extremes& all) const;
 
-    std::vector<PackedEntry> m_entries;
+    template <class Item, std::size_t count>
+    using Array = std::vector<Item, LargePageAllocator<Item, count>>;
+
+    // What a picture looks at comes first.
+    std::size_t m_size = 0; ///< once it is finished
+    Array<PackedEntry, kMost> m_entries;
+    /// Of groups, nodes and leaves, once it is finished and while it has entries.
+    Array<Outline, kMost / kGroup + kMost / kNode + kMost / kLeaf> m_outlines;
     std::vector<EntrySummary> m_leaves, m_nodes, m_groups;
-    std::vector<EntrySums> m_sums;   ///< of the nodes
-    std::vector<Outline> m_outlines; ///< of groups, nodes and leaves, once it is finished and while it has entries
-    std::size_t m_size = 0;          ///< once it is finished
+    std::vector<EntrySums> m_sums; ///< of the nodes
 };

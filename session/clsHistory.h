@@ -61,7 +61,7 @@ struct RecordingSource {
 
 class clsHistory {
 public:
-    static constexpr std::size_t kBlockEntries = 16384;
+    static constexpr std::size_t kBlockEntries = clsEntryLevels::kMost;
     static constexpr std::size_t kMostBytes = std::size_t{256} << 20U, kLeastBytes = std::size_t{1} << 20U;
     /// Times and places are kept to a tenth of a millisecond.
     static constexpr double kTicksPerDay = clsTimeLine::kTicksPerDay;
@@ -164,16 +164,17 @@ private:
         std::uint16_t index = 0;
         GapReason reason = GapReason::NoEcho;
     };
-    /// Entries of one stretch of the time axis. All but the last block are closed.
-    struct Block {
-        std::int64_t begin = 0, shift = 0; ///< ticks: the place of its first entry, and how far places are before times
-        std::int64_t first = 0;            ///< the number of its first entry among all that were ever added
-        std::uint32_t last = 0;            ///< once it is closed, the time of its last entry
+    /// Entries of one stretch of the time axis. All but the last block are closed. What a picture looks at comes first.
+    struct alignas(64) Block {
+        std::int64_t begin = 0; ///< the place of its first entry, ticks
+        std::uint32_t last = 0; ///< once it is closed, the time of its last entry
         bool isClosed = false, isThinned = false;
-        mutable std::uint64_t readAt = 0; ///< do not read it before that many requests; 0: it can be read
-        EntrySummary whole;               ///< once it is closed, as it was before it was thinned
-        EntrySums sums;
+        EntrySummary whole; ///< once it is closed, as it was before it was thinned
         clsEntryLevels levels;
+        std::int64_t shift = 0;           ///< how far places are before times, ticks
+        std::int64_t first = 0;           ///< the number of its first entry among all that were ever added
+        mutable std::uint64_t readAt = 0; ///< do not read it before that many requests; 0: it can be read
+        EntrySums sums;
         std::vector<MarkOfGap> marks;
         std::optional<LinePosition> position; ///< of its first line
     };

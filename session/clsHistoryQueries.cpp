@@ -289,24 +289,24 @@ private:
         if (KindOf(first) != EntryKind::Distance || KindOf(last) != EntryKind::Distance) {
             return false;
         }
-        std::int32_t low = std::min(first.value, last.value), high = std::max(first.value, last.value);
+        clsEntryLevels::Extremes all{std::min(first.value, last.value), std::max(first.value, last.value)};
         for (std::size_t i = m_at.block; i <= number; ++i) {
             const EntrySummary& whole = blocks[i].whole;
             if (m_showZero && whole.zeros > 0) {
                 return false;
             }
             if (i > m_at.block && i < number) {
-                low = std::min(low, whole.minimum);
-                high = std::max(high, whole.maximum);
+                all.Take({whole.minimum, whole.maximum});
             }
         }
         const bool isOne = number == m_at.block;
-        from.levels.Widen(m_at.index, isOne ? behind : from.levels.Size(), low, high);
-        if (!isOne) {
-            to.levels.Widen(0, behind, low, high);
+        if (isOne) {
+            from.levels.Widen(m_at.index, behind, all);
+        } else {
+            clsEntryLevels::WidenAcross(from.levels, m_at.index, to.levels, behind, all);
         }
         const bool isSingle = isOne && behind == m_at.index + 1;
-        m_builder.AddOutline(first.value, last.value, low, high, isSingle ? 1 : 2);
+        m_builder.AddOutline(first.value, last.value, all.low, all.high, isSingle ? 1 : 2);
         m_at = {number, behind};
         return true;
     }
@@ -465,14 +465,22 @@ void clsHistory::fill(const TimeWindow& window, bool showZero, Wanted wanted, st
     clsWalk walk(*this, begin, exactly, showZero, wanted);
     const Position at = find(begin, exactly);
     // In a long history each border lies in memory of its own, which takes longer to come than a column to be filled.
-    constexpr std::int32_t kAhead = 8;
+    constexpr std::int32_t kAhead = 12;
+    constexpr std::size_t kBlocksAhead = 3;
     std::array<std::int64_t, kAhead> borders{};
     std::size_t block = at.block;
+    const auto fetchBlock = [&](std::size_t number) {
+        if (number < m_blocks.size()) {
+            __builtin_prefetch(&m_blocks[number]);
+            __builtin_prefetch(&m_blocks[number].levels);
+        }
+    };
     const auto noteBorder = [&](std::int32_t column) {
         const std::int64_t border = beginOf(column);
         borders[static_cast<std::size_t>(column % kAhead)] = border;
         while (block < m_blocks.size() && lastOf(m_blocks[block]) < border) {
             ++block;
+            fetchBlock(block + kBlocksAhead);
         }
         if (block < m_blocks.size() && m_blocks[block].isClosed && border > m_blocks[block].begin) {
             const Block& of = m_blocks[block];

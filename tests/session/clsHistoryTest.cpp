@@ -1,11 +1,13 @@
 // The session's memory: what is added comes back, and what outlives what.
 #include "session/clsHistory.h"
 
+#include "tests/support/HistoryWalk.h"
 #include "tests/support/MeasuringSite.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <optional>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -90,6 +92,30 @@ TEST(History, JoinsNothingAcrossWhatTheAccountAndTheClockSay)
             EXPECT_NEAR(gaps.front().range.Length() * kSecondsPerDay, row.length_s, 1e-3);
         }
         EXPECT_NEAR(history.At(history.Size() - 1).time, samples.back().time, 1e-9);
+    }
+}
+
+/// Each level of the summaries has a part in columns of some width, and any of them may have the lowest or highest
+/// value.
+TEST(History, OutlinesOfLongColumnsAreThoseOfTheirEntries)
+{
+    using namespace history_walk;
+    std::mt19937 random(4);
+    clsHistory history;
+    for (int i = 0; i < 150000; ++i) {
+        const bool hasEcho = random() % 50 != 0;
+        history.AddPlayed(kBegin + i * 10 * kMs,
+                          hasEcho ? 1 + static_cast<std::int32_t>(random() % 3000000) : kMarkerNoEcho);
+    }
+    std::vector<ValueSummary> outlines;
+    for (const int entries : {20, 90, 300, 800, 3000, 6000, 14000, 21000, 40000}) {
+        const double perDay = kMsPerDay / (entries * 10.0) * (1.0 + 1e-3 * static_cast<double>(random() % 10));
+        const TimeWindow window{std::floor(kBegin * perDay), perDay, 150000 / entries};
+        const std::vector<ValueSummary> columns = history.Columns(window);
+        history.Outlines(window, false, outlines);
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            ASSERT_EQ(outlineOf(outlines[i]), outlineOf(columns[i])) << "column " << i << " of " << entries;
+        }
     }
 }
 
