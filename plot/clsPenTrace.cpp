@@ -32,18 +32,24 @@ void clsPenTrace::Trace(std::span<const ColumnSpan> run, const RowScale& scale, 
         m_rawTops[i + 2 * reach] = static_cast<float>(std::min(std::max(std::min(a, b), least), most));
         m_rawBottoms[i + 2 * reach] = static_cast<float>(std::min(std::max(std::max(a, b), least), most));
     }
-    m_tops.assign(size, kNone);
-    m_bottoms.assign(size, -kNone);
+    m_tops.resize(size);
+    m_bottoms.resize(size);
     constexpr std::size_t kPiece = 512; // stays in the processor's nearest cache
     for (std::size_t begin = 0; begin < size; begin += kPiece) {
         const std::size_t end = std::min(begin + kPiece, size);
-        for (std::size_t shift = 0; shift <= 2 * reach; ++shift) {
-            const float up = m_reach[shift > reach ? shift - reach : reach - shift];
-            const float* rawTops = m_rawTops.data() + shift;
-            const float* rawBottoms = m_rawBottoms.data() + shift;
+        const float* tops = m_rawTops.data() + reach;
+        const float* bottoms = m_rawBottoms.data() + reach;
+        for (std::size_t i = begin; i < end; ++i) {
+            m_tops[i] = tops[i] - m_reach[0];
+            m_bottoms[i] = bottoms[i] + m_reach[0];
+        }
+        for (std::size_t aside = 1; aside <= reach; ++aside) {
+            const float up = m_reach[aside];
+            const float *topsLeft = tops - aside, *topsRight = tops + aside;
+            const float *bottomsLeft = bottoms - aside, *bottomsRight = bottoms + aside;
             for (std::size_t i = begin; i < end; ++i) {
-                m_tops[i] = std::min(m_tops[i], rawTops[i] - up);
-                m_bottoms[i] = std::max(m_bottoms[i], rawBottoms[i] + up);
+                m_tops[i] = std::min(m_tops[i], std::min(topsLeft[i], topsRight[i]) - up);
+                m_bottoms[i] = std::max(m_bottoms[i], std::max(bottomsLeft[i], bottomsRight[i]) + up);
             }
         }
     }
