@@ -19,15 +19,27 @@ std::uint32_t* firstOf(const Raster& raster)
 void clsCurveSweep::Draw(const Raster& raster, const PlotGround& ground, const clsCurveColumns& columns,
                          const RowScale& scale, const CurvePen& pen)
 {
+    Begin(raster, ground, columns, scale, pen);
+    DrawTo(raster, raster.height);
+}
+
+void clsCurveSweep::Begin(const Raster& raster, const PlotGround& ground, const clsCurveColumns& columns,
+                          const RowScale& scale, const CurvePen& pen)
+{
+    m_lastColumns.swap(m_columns);
     m_trace.Shape(pen.width);
     prepare(raster, ground, pen.color);
     collect(columns, scale, raster);
     sortChanges();
-    for (std::int32_t row = 0; row < m_height; ++row) {
-        takeChanges(row);
-        writeRow(firstOf(raster) + row * raster.rowStep, row);
+    m_row = 0;
+}
+
+void clsCurveSweep::DrawTo(const Raster& raster, std::int32_t behind)
+{
+    for (behind = std::min(behind, m_height); m_row < behind; ++m_row) {
+        takeChanges(m_row);
+        writeRow(firstOf(raster) + m_row * raster.rowStep, m_row);
     }
-    m_lastColumns = m_columns;
 }
 
 void clsCurveSweep::Erase(const Raster& raster, std::uint32_t color)

@@ -23,6 +23,10 @@ public:
     /// last ones or these. The window of the columns is as wide as the raster, in fine columns.
     void Draw(const Raster& raster, const PlotGround& ground, const clsCurveColumns& columns, const RowScale& scale,
               const CurvePen& pen);
+    /// The same in two steps: all but the drawing, and then down to a row, as often as one likes.
+    void Begin(const Raster& raster, const PlotGround& ground, const clsCurveColumns& columns, const RowScale& scale,
+               const CurvePen& pen);
+    void DrawTo(const Raster& raster, std::int32_t behind);
     /// Fills the plot with one colour if something is drawn there.
     void Erase(const Raster& raster, std::uint32_t color);
     /// The pixels are new.
@@ -57,7 +61,8 @@ private:
     std::vector<Change> m_found, m_changes; ///< with room for more
     std::size_t m_foundCount = 0;
     std::vector<std::uint32_t> m_begins;
-    // The row that is drawn: the sum of all changes down to it.
+    // The row that is drawn next: the sum of all changes down to it.
+    std::int32_t m_row = 0;
     std::vector<std::int32_t> m_shares;
     std::vector<std::uint32_t> m_line;
     std::int32_t m_covered = 0, m_full = 0; ///< columns of it

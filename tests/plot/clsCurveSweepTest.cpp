@@ -114,6 +114,23 @@ TEST(CurveSweep, EachFrameIsWhatThePainterOfTheGrowingCurveDraws)
     }
 }
 
+TEST(CurveSweep, APictureInSeveralStepsIsTheSame)
+{
+    std::mt19937 random(9);
+    clsCurveSweep once, inSteps;
+    Picture atOnce(false), stepwise(false);
+    for (int frame = 0; frame < 20; ++frame) {
+        const Curve curve(random, 1.0, true, 20.0);
+        const PlotGround ground = groundOf(random);
+        once.Draw(atOnce.Plot(), ground, curve.Columns(), {}, kPen);
+        inSteps.Begin(stepwise.Plot(), ground, curve.Columns(), {}, kPen);
+        for (std::int32_t behind = -5; behind < kHeight + 17; behind += 17) { // from above the plot to below it
+            inSteps.DrawTo(stepwise.Plot(), behind);
+        }
+        ASSERT_EQ(stepwise.Difference(atOnce), 0) << "frame " << frame;
+    }
+}
+
 TEST(CurveSweep, ErasesAllOfItAndThenDrawsOnNewPixels)
 {
     std::mt19937 random(8);

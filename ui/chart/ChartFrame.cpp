@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -310,7 +311,8 @@ bool ChartFrame::composeHistory(const Raster& raster)
     m_composed = composed;
     if (isSwept()) {
         m_historyCurve.ReduceTo(m_columns, history, view);
-        m_sweep.Draw(raster, plotGround(), m_columns, m_layout->Rows(), curvePen());
+        m_sweep.Begin(raster, plotGround(), m_columns, m_layout->Rows(), curvePen());
+        m_isSweeping = true;
         m_hasCurve = !m_columns.Spans().empty();
         return m_hasCurve;
     }
@@ -329,9 +331,28 @@ bool ChartFrame::composeHistory(const Raster& raster)
     return m_hasCurve;
 }
 
-void ChartFrame::Paint(QPainter& painter) const
+/// In parts that are still in the processor's near caches when they are copied.
+void ChartFrame::paintSwept(QPainter& painter)
 {
-    painter.drawImage(QPointF(), m_picture);
+    constexpr int kRows = 32;
+    for (QRect part(0, 0, m_picture.width(), kRows); part.top() < m_picture.height(); part.translate(0, kRows)) {
+        m_sweep.DrawTo(raster(), part.bottom() + 1 - m_layout->Plot().top());
+        painter.drawImage(part.topLeft(), m_picture, part & m_picture.rect());
+    }
+}
+
+void ChartFrame::Paint(QPainter& painter)
+{
+    if (std::exchange(m_isSweeping, false)) {
+        if (m_layout->Ratio() == 1.0) {
+            paintSwept(painter);
+        } else { // parts of it would not end between two pixels
+            m_sweep.DrawTo(raster(), m_layout->Plot().height());
+            painter.drawImage(QPointF(), m_picture);
+        }
+    } else {
+        painter.drawImage(QPointF(), m_picture);
+    }
     drawing().DrawClockChanges(painter);
     drawing().DrawSpikes(painter);
 }

@@ -33,7 +33,8 @@ public:
     /// on its oldest point. Returns whether any of the curve may be visible; dots are not checked and always count
     /// as visible.
     bool Compose(const clsChartData& series);
-    void Paint(QPainter& painter) const;
+    /// Once after each `Compose`, which may leave the last step of the drawing to it.
+    void Paint(QPainter& painter);
     /// Draws a dot where the curve grows; `newest` is at its place on the time axis.
     void PaintNewest(QPainter& painter, const ChartPoint& newest) const;
     /// Draws a text in the middle of the plot.
@@ -101,6 +102,7 @@ private:
     void eraseCurve();
     bool composeHistory(const Raster& raster);
     bool isSwept() const;
+    void paintSwept(QPainter& painter);
     PlotGround plotGround() const;
 
     const ChartContent& m_content;
@@ -120,4 +122,5 @@ private:
     clsHistoryCurve m_historyCurve;
     std::optional<Composed> m_composed;
     bool m_hasCurve = false;
+    bool m_isSweeping = false; ///< the curve of the history is not drawn yet
 };
