@@ -296,12 +296,12 @@ std::int32_t clsRVQ::effectiveRate() const
 }
 
 /// The round trip of the line, up to a bound.
-double clsRVQ::delay_ms() const
+double clsRVQ::Delay_ms() const
 {
     return m_port == nullptr ? 0.0 : std::clamp(m_port->Delay_ms(m_commComPort), 0, kMostDelay_ms);
 }
 
 void clsRVQ::setDeadline(double wait_ms)
 {
-    m_pending.deadline = m_currentTime + (wait_ms + delay_ms()) / kMsPerDay;
+    m_pending.deadline = m_currentTime + (wait_ms + Delay_ms()) / kMsPerDay;
 }

@@ -130,6 +130,8 @@ public:
     std::int32_t CommBaudrate() const;
     /// Sets the port's rate in bit/s; a rate that is not among `kPortRates` is ignored.
     void CommBaudrate(std::int32_t rate);
+    /// How much later an answer comes than over a cable, in milliseconds; 0 for a closed port.
+    double Delay_ms() const;
     /// The line errors since the last call, as `LineError` bits.
     std::int32_t PortStatus() const;
     /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without errors. No window
@@ -196,6 +198,9 @@ public:
     void StepBack();
     /// A sensor with single output was started for one value; `found` says whether it has come.
     void EndSingleOutput(bool found);
+    /// Without a dialogue: nothing is sent for so long, counted from now. What a sensor says meanwhile, it says on its
+    /// own.
+    void ListenFor(std::int32_t ms) { setDeadline(ms); }
     /// The sensor is there after all; the silence after a command had been taken for a lost connection.
     void ResumeIdle() { m_commStatus = DialogueIdle; }
     /// Discards what an earlier device has left: half a line or an open question means nothing for the present one.
@@ -367,7 +372,6 @@ private:
     bool hasPaused() const;
     bool isWholeAnswerToT() const;
     std::int32_t effectiveRate() const;
-    double delay_ms() const;
     void setDeadline(double wait_ms);
 
     SerialPort* m_port = nullptr;

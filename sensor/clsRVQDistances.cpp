@@ -149,7 +149,7 @@ void clsRVQ::takeBinaryDistance()
 /// in one piece, by about its delay.
 bool clsRVQ::hasPaused() const
 {
-    return m_newInData.empty() && m_currentTime - m_lastArrival >= (kPause_ms + delay_ms()) / kMsPerDay;
+    return m_newInData.empty() && m_currentTime - m_lastArrival >= (kPause_ms + Delay_ms()) / kMsPerDay;
 }
 
 /// Lines in another unit or format have another shape, so the memory of earlier ones is dropped.

@@ -195,6 +195,9 @@ void clsMeasurementLoop::reopenPort()
         status(TextId::StatusPortNotOpen);
     }
     m_device.ForgetDialogue();
+    if (m_device.PortIsOpen() && ListenFirst_ms > 0) {
+        m_device.ListenFor(ListenFirst_ms);
+    }
 }
 
 /// Only one opening runs at a time; one that takes several ticks is followed to its end. A port that does not open, or

@@ -57,6 +57,9 @@ public:
     /// Starts or stops continuous measurement. A sensor with single output is asked for one value instead; the wait for
     /// it takes at most 41 passes.
     void StartStop(const NextPass& nextPass);
+    /// For so many milliseconds after the port was opened nothing is sent, so that a sensor that measures on its own can
+    /// be heard: the first probe ends its measurement.
+    std::int32_t ListenFirst_ms = 0;
     /// Starts measuring as soon as the sensor answers, as after a lost connection.
     void MeasureWhenConnected() { m_measuring = true; }
     /// Asks for one value; it arrives in a later tick.

@@ -50,4 +50,20 @@ std::string_view GetText(TextId id, std::int32_t language)
     return {};
 }
 
+std::string Filled(std::string_view text, std::initializer_list<std::string_view> parts)
+{
+    std::string filled;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool mayBePlace = text[at] == '%' && at + 1 < text.size() && text[at + 1] > '0';
+        const auto number = static_cast<std::size_t>(mayBePlace ? text[at + 1] - '1' : 9);
+        if (number < parts.size()) {
+            filled += parts.begin()[number];
+            ++at;
+        } else {
+            filled += text[at];
+        }
+    }
+    return filled;
+}
+
 } // namespace modFunctions

@@ -4,6 +4,8 @@
 #include "texts/TextId.h"
 
 #include <cstdint>
+#include <initializer_list>
+#include <string>
 #include <string_view>
 
 /// Added to the text ids of a language.
@@ -17,5 +19,9 @@ std::string_view GetText(TextId id, std::int32_t language);
 
 /// The text (UTF-8) that is the same in both languages, such as a name; empty for any other.
 std::string_view NeutralText(TextId id);
+
+/// A text with its places "%1" to "%9" filled. What fills one is not searched for places again; a place without a part
+/// stays.
+std::string Filled(std::string_view text, std::initializer_list<std::string_view> parts);
 
 } // namespace modFunctions

@@ -1,6 +1,7 @@
 #include "ui/main/MessagePanel.h"
 
 #include "base/modAPI.h"
+#include "port/modOpenFailure.h"
 #include "session/clsSession.h"
 #include "session/modReportText.h"
 #include "store/modGlobals.h"
@@ -146,33 +147,5 @@ void MessagePanel::note(const QString& message, double time)
 
 QString OpenFailureText(const OpenFailure& failure, std::int32_t language)
 {
-    const QString device = QFile::decodeName(failure.device.c_str());
-    switch (failure.problem) {
-    case OpenProblem::None:
-        break;
-    case OpenProblem::NoDevice:
-        return device.isEmpty() ? Text(TextId::PortWithoutDevice, language)
-                                : Text(TextId::PortDeviceMissing, language).arg(device);
-    case OpenProblem::Busy:
-        return Text(TextId::PortBusy, language).arg(device);
-    case OpenProblem::NoPermission:
-        return Text(TextId::PortNoPermission, language).arg(device, QString::fromStdString(failure.group));
-    case OpenProblem::NotATerminal:
-        return Text(TextId::PortNotSerial, language).arg(device);
-    case OpenProblem::NoAddress:
-        return Text(TextId::PortNoAddress, language).arg(device);
-    case OpenProblem::NoHost:
-        return Text(TextId::PortNoHost, language).arg(device);
-    case OpenProblem::Refused:
-        return Text(TextId::PortRefused, language).arg(device);
-    case OpenProblem::TimedOut:
-        return Text(TextId::PortTimedOut, language).arg(device);
-    case OpenProblem::NoRfc2217:
-        return Text(TextId::PortNoRfc2217, language).arg(device);
-    case OpenProblem::ConnectionLost:
-        return Text(TextId::PortConnectionLost, language).arg(device);
-    case OpenProblem::Other:
-        return Text(TextId::PortOtherFailure, language).arg(device, QString::fromStdString(failure.reason));
-    }
-    return {};
+    return FromUtf8(modOpenFailure::Text(failure, language));
 }

@@ -61,7 +61,7 @@ TEST(Texts, EveryTextIsShownSomewhere)
 #undef TEXT
     };
     static const QRegularExpression use("\\bTextId::(\\w+)"), noCode("//[^\n]*");
-    for (const char* folder : {"app", "sensor", "session", "store", "ui"}) {
+    for (const char* folder : {"app", "cli", "port", "sensor", "session", "store", "texts", "ui"}) {
         for (QDirIterator files(QDir(ORVEX_SOURCE_DIR).filePath(folder), {"*.cpp", "*.h", "*.inc"}, QDir::Files,
                                 QDirIterator::Subdirectories);
              files.hasNext();) {

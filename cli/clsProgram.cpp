@@ -1,0 +1,190 @@
+#include "cli/clsProgram.h"
+
+#include "base/Numbers.h"
+#include "base/modAPI.h"
+#include "cli/modPortName.h"
+#include "cli/modSignals.h"
+#include "port/SerialPort.h"
+#include "texts/modErrorText.h"
+#include "texts/modFunctions.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+constexpr OptionDef kGlobalOptions[] = {
+    {"port", 'p', "PORT", "a number, a device, a stable name, tcp://host:port or rfc2217://host:port"},
+    {"baud", 'b', "RATE", "bit/s, 1200 to 115200"},
+    {"folder", 0, "DIR", "settings and recordings are in DIR"},
+    {"language", 0, "de|en", "language of messages and reports"},
+    {"quiet", 'q', "", "say faults only"},
+    {"help", 'h', "", "print help and end"},
+    {"version", 'V', "", "print the version and end"},
+};
+
+/// The first of the variables that is set counts, as everywhere else.
+std::int32_t languageOfUser()
+{
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        if (const char* value = std::getenv(variable); value != nullptr && *value != '\0') {
+            return std::string_view(value).starts_with("de") ? LanguageGerman : LanguageEnglish;
+        }
+    }
+    return LanguageEnglish;
+}
+
+std::int32_t readLanguage(std::string_view code)
+{
+    if (code != "de" && code != "en") {
+        throw UsageError("--language takes de or en");
+    }
+    return code == "de" ? LanguageGerman : LanguageEnglish;
+}
+
+std::int32_t readRate(std::string_view text)
+{
+    const std::int32_t rate = WholeNumber(text).value_or(0);
+    if (std::ranges::find(kPortRates, rate) == std::end(kPortRates)) {
+        throw UsageError("--baud takes 1200, 2400, 4800, 9600, 19200, 38400, 57600 or 115200");
+    }
+    return rate;
+}
+
+/// A terminal or a pipe that takes no more must not hold up the program, and nothing can be said about it.
+void writeLine(std::string line)
+{
+    line += '\n';
+    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, line.data(), line.size());
+}
+
+} // namespace
+
+std::string_view ProgramVersion()
+{
+    return ORVEX_VERSION;
+}
+
+std::span<const OptionDef> GlobalOptions()
+{
+    return kGlobalOptions;
+}
+
+clsProgram::clsProgram(const clsArguments& global)
+    : m_output(STDOUT_FILENO), m_isQuiet(global.Has("quiet")), m_progress(!m_isQuiet), m_language(languageOfUser()),
+      m_wantedFolder(global.Value("folder").value_or(""))
+{
+    if (const auto language = global.Value("language")) {
+        m_language = readLanguage(*language);
+    }
+    if (const auto baud = global.Value("baud")) {
+        m_baud = readRate(*baud);
+    }
+    for (const std::string_view port : global.Values("port")) {
+        m_ports.emplace_back(port);
+    }
+}
+
+void clsProgram::Say(std::string_view line)
+{
+    m_progress.End();
+    writeLine("rvqctl: " + std::string(line));
+}
+
+void clsProgram::Note(std::string_view line)
+{
+    if (!m_isQuiet) {
+        m_progress.End();
+        writeLine(std::string(line));
+    }
+}
+
+std::string clsProgram::Text(TextId id, std::initializer_list<std::string_view> parts) const
+{
+    return modFunctions::Filled(modFunctions::GetText(id, m_language), parts);
+}
+
+std::string clsProgram::FileError(const std::error_code& why) const
+{
+    return modErrorText::Of(why, m_language);
+}
+
+/// If the folder belonged to another user and others could write there, they could choose what the program reads.
+const std::filesystem::path& clsProgram::Folder()
+{
+    if (!m_folder.empty()) {
+        return m_folder;
+    }
+    m_folder = modAPI::ProgramFolder(m_wantedFolder);
+    if (m_folder.empty()) {
+        throw UsageError("you have no home folder for the files; name a folder with --folder");
+    }
+    if (modAPI::OthersMayChange(m_folder)) {
+        throw UsageError("the folder " + m_folder.string() +
+                         " belongs to another user, and others may write there; name another one with --folder");
+    }
+    return m_folder;
+}
+
+void clsProgram::prepare()
+{
+    if (std::exchange(m_isPrepared, true)) {
+        return;
+    }
+    const std::string iniFile = Folder() / "RVQ.ini";
+    m_settings = modGlobals::LoadGlobalSettings(iniFile, '.');
+    m_settings.Language = m_language;
+    m_settings.Baudrate = m_baud.value_or(m_settings.Baudrate);
+    m_devices.Use(
+        [ports = modGlobals::ConfiguredPorts(iniFile)](std::string_view key) mutable { return ports.DeviceOf(key); });
+    if (!m_ports.empty()) {
+        m_settings.Comport = modPortName::NumberOf(m_ports.back(), m_devices);
+    }
+}
+
+modGlobals::Settings& clsProgram::Settings()
+{
+    prepare();
+    return m_settings;
+}
+
+modPComm::PortDevices& clsProgram::Devices()
+{
+    prepare();
+    return m_devices;
+}
+
+std::string clsProgram::PortName()
+{
+    const std::int32_t number = Settings().Comport;
+    const std::string device = m_devices.DeviceOf(number);
+    const bool isNamed = !m_ports.empty() && !WholeNumber(m_ports.back());
+    return isNamed ? device : "COM " + std::to_string(number) + (device.empty() ? "" : " (" + device + ")");
+}
+
+int clsProgram::Finish(int code)
+{
+    constexpr double kPatience_s = 2.0; // of somebody who has asked the program to end
+    m_progress.End();
+    double end_s = 0.0;
+    m_output.Finish([&] {
+        if (end_s == 0.0 && modSignals::EndIsWanted()) {
+            end_s = modAPI::UpTime_s() + kPatience_s;
+        }
+        return end_s == 0.0 || modAPI::UpTime_s() < end_s;
+    });
+    if (m_output.HasNoReader()) {
+        return code == ExitFailed ? static_cast<int>(ExitDone) : code;
+    }
+    if (m_output.Failure()) {
+        Say(Text(TextId::OutputFailed, {FileError(m_output.Failure())}));
+        return ExitFailed;
+    }
+    if (m_output.Dropped() > 0 || m_output.Waiting() > 0) {
+        Say(Text(TextId::OutputIncomplete));
+        return ExitFailed;
+    }
+    return code;
+}

@@ -1,0 +1,47 @@
+#include "cli/clsProgress.h"
+
+#include "base/modAPI.h"
+#include "cli/modTerminal.h"
+
+#include <unistd.h>
+
+namespace {
+
+constexpr double kAfter_s = 1.0;
+constexpr double kAgain_s = 0.2;
+
+} // namespace
+
+clsProgress::clsProgress(bool wanted) : m_isPossible(wanted && modTerminal::CanMoveCursor(STDERR_FILENO)) {}
+
+void clsProgress::Show(std::string_view text)
+{
+    if (!m_isPossible) {
+        return;
+    }
+    const double now_s = modAPI::UpTime_s();
+    m_begin_s = m_begin_s == 0.0 ? now_s : m_begin_s;
+    const bool isTimely = now_s - m_begin_s >= kAfter_s && now_s - m_shown_s >= kAgain_s;
+    if (isTimely && (!m_isShown || m_text != text)) {
+        m_text = text;
+        m_shown_s = now_s;
+        const std::size_t columns = modTerminal::SizeOf(STDERR_FILENO).columns;
+        write("\r" + std::string(modTerminal::Cut(text, columns - 1)) + "\033[K");
+        m_isShown = m_isPossible;
+    }
+}
+
+void clsProgress::End()
+{
+    m_begin_s = 0.0;
+    if (m_isShown) {
+        m_isShown = false;
+        write("\r\033[K");
+    }
+}
+
+/// A terminal that has vanished gets nothing more.
+void clsProgress::write(std::string_view text)
+{
+    m_isPossible = ::write(STDERR_FILENO, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}

@@ -1,0 +1,93 @@
+// Runs one session without a window: connects, gives it its ticks, and leaves the sensor as it was found. What ends a
+// run in order is a signal, a limit of time, the command itself, or an output that nobody reads any more.
+#pragma once
+
+#include "base/Operation.h"
+#include "session/SessionListener.h"
+#include "session/clsSession.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+class clsProgram;
+
+/// Why a run has ended.
+enum class RunEnd : std::uint8_t {
+    Done,           ///< the command has what it wanted
+    TimeOver,       ///< its limit has passed
+    Stopped,        ///< SIGINT, SIGTERM or SIGHUP
+    OutputClosed,   ///< nobody reads the output, or it has failed: `clsProgram::Finish` knows
+    ConnectionLost, ///< only for a run that does not wait for the line to come back
+};
+
+class clsSensorRun : private SessionListener {
+public:
+    /// What a command needs of its session.
+    struct Options {
+        /// Backups before writes, and passports, are kept in the program's folder: for commands that write.
+        bool keepsWrites = false;
+        /// Where recordings are made; empty: "REC" in the program's folder.
+        std::filesystem::path recordings{};
+    };
+
+    /// Makes the session, with port and rate of `program.Settings()`; see there. Nothing is opened yet.
+    explicit clsSensorRun(clsProgram& program) : clsSensorRun(program, Options{}) {}
+    clsSensorRun(clsProgram& program, const Options& options);
+    /// Leaves the sensor, see `Leave`.
+    ~clsSensorRun() override;
+    clsSensorRun(const clsSensorRun&) = delete;
+    clsSensorRun& operator=(const clsSensorRun&) = delete;
+
+    clsSession& Session() { return m_session; }
+    clsRVQ& Device() { return m_session.Device(); }
+
+    /// Opens the port, listens whether the sensor measures on its own, and waits until it has sent its configuration;
+    /// the sensor then is idle. Returns `ExitDone`; else the reason was said, or the program is to end, and the code is
+    /// what to end with.
+    int Connect();
+    /// Whether the sensor was measuring when it was found. It will be again once it is left.
+    bool WasMeasuring() const { return m_wasMeasuring; }
+
+    /// Gives ticks until `isDone`, asked after each tick, says so, or something else ends the run. The sensor's ticks
+    /// go on through a lost connection, which is said once, unless the run does not wait for it.
+    RunEnd Until(const std::function<bool()>& isDone, std::optional<double> limit_s = std::nullopt,
+                 bool waitsForLine = true);
+    /// Starts an operation of the session and gives ticks until it has ended.
+    RunEnd Perform(Operation<> operation, std::optional<double> limit_s = std::nullopt);
+    /// Starts continuous measurement. With single output of the sensor, one value.
+    RunEnd StartMeasuring() { return Perform(m_session.Loop().StartingOrStopping()); }
+    /// Whether the sensor is there now.
+    bool IsConnected() { return Device().CommStatus() != DialogueNone; }
+
+    /// Ends what runs, leaves the sensor measuring or not as it was found, and closes the port; says so when the sensor
+    /// cannot be reached. Returns whether the sensor is as it was found. The destructor calls it.
+    bool Leave();
+    /// The code for an end: a run that the operator ends when it may end at any time is done.
+    static int CodeOf(RunEnd end, bool mayEndAnyTime);
+
+private:
+    void tick();
+    void waitForTick(double due_s);
+    RunEnd whyEnded() const;
+    void noteLine();
+    int sayWhyNot();
+    bool isAnswered();
+    bool stops();
+    bool resumes();
+    void tickWhile(const std::function<bool()>& goOn, double limit_s);
+    void tickFor(double seconds);
+    double patience_s();
+    void Echo(std::string_view received) override;
+
+    clsProgram& m_program;
+    clsSession m_session;
+    std::string m_heard; ///< before anything was sent
+    std::int64_t m_bytes = 0;
+    bool m_wasFound = false, m_wasMeasuring = false, m_isLineLost = false, m_isLeft = false;
+};
+
+/// Whether bytes that a sensor has sent without being asked are measurements, given its output format.
+bool AreMeasurements(std::string_view bytes, std::int32_t outputFormat);

@@ -1,0 +1,181 @@
+#include "cli/modCommands.h"
+
+#include "cli/Temperature.h"
+#include "cli/clsProgram.h"
+#include "cli/modSignals.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <iterator>
+#include <vector>
+
+namespace modCommands {
+
+namespace {
+
+constexpr std::size_t kColumn = 26;
+
+/// A command is a row here and a file of its own.
+constexpr Command kCommands[] = {
+    {.name = "temperature",
+     .operands = "",
+     .summary = "Print the temperature of the sensor",
+     .options = {},
+     .run = RunTemperature},
+};
+
+void addRow(std::string& text, std::string first, std::string_view second)
+{
+    first.insert(0, "  ");
+    first.resize(std::max(first.size() + 2, kColumn), ' ');
+    text += first;
+    text += second;
+    text += '\n';
+}
+
+std::string nameOf(const OptionDef& option)
+{
+    std::string name = option.letter == 0 ? "    " : std::string{'-', option.letter, ',', ' '};
+    name += "--" + std::string(option.name);
+    if (!option.value.empty()) {
+        name += ' ' + std::string(option.value);
+    }
+    return name;
+}
+
+void addOptions(std::string& text, std::span<const OptionDef> options)
+{
+    for (const OptionDef& option : options) {
+        addRow(text, nameOf(option), option.help);
+    }
+}
+
+const Command* commandOf(std::string_view name)
+{
+    const auto found = std::ranges::find(Table(), name, &Command::name);
+    return found == Table().end() ? nullptr : &*found;
+}
+
+std::vector<OptionDef> allOptionsOf(const Command& command)
+{
+    std::vector<OptionDef> options(command.options.begin(), command.options.end());
+    options.insert(options.end(), GlobalOptions().begin(), GlobalOptions().end());
+    return options;
+}
+
+int print(std::string_view text)
+{
+    const bool isDone = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    return isDone ? ExitDone : ExitFailed;
+}
+
+int refuse(std::string_view why, const Command* command)
+{
+    std::fprintf(stderr, "rvqctl: %s\nTry rvqctl %s%s--help.\n", std::string(why).c_str(),
+                 command == nullptr ? "" : std::string(command->name).c_str(), command == nullptr ? "" : " ");
+    return ExitUsage;
+}
+
+/// What is done before any command: with `--help` and `--version` there is none.
+std::optional<int> answerAtOnce(const clsArguments& arguments, const Command* command)
+{
+    if (arguments.Has("help")) {
+        return print(command == nullptr ? Help() : Help(*command));
+    }
+    if (arguments.Has("version")) {
+        return print(std::string(kProgramName) + " " + std::string(ProgramVersion()) + "\n");
+    }
+    return std::nullopt;
+}
+
+int run(const Command& command, const clsArguments& arguments)
+{
+    if (arguments.Operands().size() > command.mostOperands) {
+        throw UsageError("what is \"" + std::string(arguments.Operands()[command.mostOperands]) + "\"?");
+    }
+    modSignals::Watch();
+    clsProgram program(arguments);
+    int code = ExitFailed;
+    try {
+        code = command.run(program, arguments);
+    } catch (const UsageError&) {
+        throw;
+    } catch (const std::exception& fault) {
+        program.Say(fault.what());
+    }
+    return program.Finish(code);
+}
+
+} // namespace
+
+std::span<const Command> Table()
+{
+    return kCommands;
+}
+
+std::string Help()
+{
+    std::string text = "Usage: rvqctl [OPTION]... COMMAND [ARGUMENT]...\n"
+                       "Measures with laser distance sensors and reads and changes their settings, without a window.\n"
+                       "\nCommands:\n";
+    for (const Command& command : Table()) {
+        addRow(text, std::string(command.name), command.summary);
+    }
+    text += "\nOptions of every command:\n";
+    addOptions(text, GlobalOptions());
+    text += "\nWithout --port and --baud, the port and the rate of RVQ.ini in the program's folder are used.\n"
+            "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 no connection, 4 refused or differs.\n";
+    return text;
+}
+
+std::string Help(const Command& command)
+{
+    std::string text = "Usage: rvqctl " + std::string(command.name) + " [OPTION]...";
+    if (!command.operands.empty()) {
+        text += ' ' + std::string(command.operands);
+    }
+    text += '\n' + std::string(command.summary) + ".\n";
+    if (!command.options.empty()) {
+        text += '\n';
+        addOptions(text, command.options);
+    }
+    text += "\nOptions of every command:\n";
+    addOptions(text, GlobalOptions());
+    if (!command.more.empty()) {
+        text += '\n' + std::string(command.more) + '\n';
+    }
+    return text;
+}
+
+int Run(std::span<const std::string_view> words)
+{
+    const Command* command = nullptr;
+    try {
+        const clsArguments global(words, GlobalOptions(), true);
+        if (const auto code = answerAtOnce(global, nullptr)) {
+            return *code;
+        }
+        if (global.Read() == words.size()) {
+            throw UsageError("a command is missing");
+        }
+        const std::string_view name = words[global.Read()];
+        command = commandOf(name);
+        if (command == nullptr) {
+            throw UsageError("there is no command \"" + std::string(name) + "\"");
+        }
+        // The options may stand on both sides of the command.
+        std::vector<std::string_view> others(words.begin(), words.end());
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(global.Read()));
+        const clsArguments arguments(others, allOptionsOf(*command));
+        const auto code = answerAtOnce(arguments, command);
+        return code ? *code : run(*command, arguments);
+    } catch (const UsageError& wrong) {
+        return refuse(wrong.what(), command);
+    } catch (const std::exception& fault) {
+        std::fprintf(stderr, "rvqctl: %s\n", fault.what());
+        return ExitFailed;
+    }
+}
+
+} // namespace modCommands

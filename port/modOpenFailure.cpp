@@ -1,0 +1,50 @@
+#include "port/modOpenFailure.h"
+
+#include "texts/modFunctions.h"
+
+#include <string_view>
+
+namespace modOpenFailure {
+
+namespace {
+
+TextId textOf(const OpenFailure& failure)
+{
+    switch (failure.problem) {
+    case OpenProblem::None:
+        break;
+    case OpenProblem::NoDevice:
+        return failure.device.empty() ? TextId::PortWithoutDevice : TextId::PortDeviceMissing;
+    case OpenProblem::Busy:
+        return TextId::PortBusy;
+    case OpenProblem::NoPermission:
+        return TextId::PortNoPermission;
+    case OpenProblem::NotATerminal:
+        return TextId::PortNotSerial;
+    case OpenProblem::NoAddress:
+        return TextId::PortNoAddress;
+    case OpenProblem::NoHost:
+        return TextId::PortNoHost;
+    case OpenProblem::Refused:
+        return TextId::PortRefused;
+    case OpenProblem::TimedOut:
+        return TextId::PortTimedOut;
+    case OpenProblem::NoRfc2217:
+        return TextId::PortNoRfc2217;
+    case OpenProblem::ConnectionLost:
+        return TextId::PortConnectionLost;
+    case OpenProblem::Other:
+        return TextId::PortOtherFailure;
+    }
+    return TextId::None;
+}
+
+} // namespace
+
+std::string Text(const OpenFailure& failure, std::int32_t language)
+{
+    const std::string& detail = failure.problem == OpenProblem::NoPermission ? failure.group : failure.reason;
+    return modFunctions::Filled(modFunctions::GetText(textOf(failure), language), {failure.device, detail});
+}
+
+} // namespace modOpenFailure
