@@ -7,7 +7,6 @@ namespace {
 
 constexpr double kAnswer_s = 5.0;
 
-/// The text that an idle poll brings.
 class TemperatureListener : public SessionListener {
 public:
     void ShowTemperature(const std::string& text) override { Text = text; }
@@ -24,11 +23,16 @@ int RunTemperature(clsProgram& program, const clsArguments& /*arguments*/)
     }
     TemperatureListener listener;
     run.Session().Listen(listener);
+    run.Device().SendCommand(Request::Temperature);
     const RunEnd end = run.Until([&] { return !listener.Text.empty(); }, kAnswer_s, false);
     run.Session().Leave(listener);
-    if (end != RunEnd::Done) {
-        return end == RunEnd::Stopped ? ExitFailed : ExitNoConnection;
+    const bool isLeft = run.Leave();
+    if (end == RunEnd::TimeOver) {
+        program.Say(program.Text(TextId::NoValueCame, {program.PortName()}));
+        return ExitNoConnection;
     }
-    program.Print(listener.Text);
-    return run.Leave() ? ExitDone : ExitFailed;
+    if (end == RunEnd::Done) {
+        program.Print(listener.Text);
+    }
+    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitFailed;
 }

@@ -156,6 +156,39 @@ RunEnd clsSensorRun::Perform(Operation<> operation, std::optional<double> limit_
     return Until([this] { return m_session.Operations() == 0; }, limit_s, false);
 }
 
+RunEnd clsSensorRun::Measure(const std::function<bool()>& isDone, std::optional<double> limit_s)
+{
+    const double end_s = modAPI::UpTime_s() + limit_s.value_or(0.0);
+    while (true) {
+        const bool isSingle = Device().Parameters().OutputMode == OutputSingle;
+        m_session.Start(m_session.Loop().StartingOrStopping());
+        bool isOver = false;
+        const RunEnd end = Until(
+            [&] {
+                isOver = isDone();
+                return isOver || (isSingle && IsConnected() && m_session.Operations() == 0);
+            },
+            limit_s ? std::optional(std::max(end_s - modAPI::UpTime_s(), 0.0)) : std::nullopt);
+        if (isOver || end != RunEnd::Done) {
+            return end;
+        }
+    }
+}
+
+void clsSensorRun::SayLosses()
+{
+    const AccountFigures& figures = m_session.Loop().Account().Figures();
+    if (figures.damaged + figures.lineLost > 0) {
+        m_program.Note(m_program.Text(TextId::MeasuringLosses,
+                                      {std::to_string(figures.damaged), std::to_string(figures.lineLost)}));
+    }
+}
+
+void clsSensorRun::FinishRecording()
+{
+    m_session.FinishWriting(kPatienceWithDisk);
+}
+
 RunEnd clsSensorRun::whyEnded() const
 {
     if (modSignals::EndIsWanted()) {
@@ -223,7 +256,7 @@ bool clsSensorRun::Leave()
         }
     }
     m_session.End();
-    m_session.FinishWriting(kPatienceWithDisk);
+    FinishRecording();
     return isRestored;
 }
 

@@ -57,14 +57,18 @@ public:
                  bool waitsForLine = true);
     /// Starts an operation of the session and gives ticks until it has ended.
     RunEnd Perform(Operation<> operation, std::optional<double> limit_s = std::nullopt);
-    /// Starts continuous measurement. With single output of the sensor, one value.
-    RunEnd StartMeasuring() { return Perform(m_session.Loop().StartingOrStopping()); }
+    /// Measures until `isDone`, as `Until`. A sensor with single output is started anew for each value.
+    RunEnd Measure(const std::function<bool()>& isDone, std::optional<double> limit_s = std::nullopt);
     /// Whether the sensor is there now.
     bool IsConnected() { return Device().CommStatus() != DialogueNone; }
 
     /// Ends what runs, leaves the sensor measuring or not as it was found, and closes the port; says so when the sensor
     /// cannot be reached. Returns whether the sensor is as it was found. The destructor calls it.
     bool Leave();
+    /// Says what was lost or damaged since the measurement was started, if anything was.
+    void SayLosses();
+    /// Waits until a recording that has ended is on the disk.
+    void FinishRecording();
     /// The code for an end: a run that the operator ends when it may end at any time is done.
     static int CodeOf(RunEnd end, bool mayEndAnyTime);
 

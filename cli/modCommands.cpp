@@ -1,5 +1,9 @@
 #include "cli/modCommands.h"
 
+#include "cli/Laser.h"
+#include "cli/Measure.h"
+#include "cli/Play.h"
+#include "cli/Record.h"
 #include "cli/Temperature.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
@@ -18,11 +22,42 @@ constexpr std::size_t kColumn = 26;
 
 /// A command is a row here and a file of its own.
 constexpr Command kCommands[] = {
+    {.name = "measure",
+     .operands = "",
+     .summary = "Measure and print the values",
+     .options = kMeasureOptions,
+     .run = RunMeasure,
+     .more = kMeasureMore},
+    {.name = "single",
+     .operands = "",
+     .summary = "Ask for one value and print it",
+     .options = kSingleOptions,
+     .run = RunSingle},
     {.name = "temperature",
      .operands = "",
      .summary = "Print the temperature of the sensor",
      .options = {},
      .run = RunTemperature},
+    {.name = "laser",
+     .operands = "on|off",
+     .summary = "Switch the marker laser",
+     .options = {},
+     .mostOperands = 1,
+     .run = RunLaser},
+    {.name = "record",
+     .operands = "[FILE|NAME]",
+     .summary = "Measure and record",
+     .options = kRecordOptions,
+     .mostOperands = 1,
+     .run = RunRecord,
+     .more = kRecordMore},
+    {.name = "play",
+     .operands = "FILE...",
+     .summary = "Print a recording or its statistics",
+     .options = kPlayOptions,
+     .mostOperands = kAnyNumber,
+     .run = RunPlay,
+     .more = kPlayMore},
 };
 
 void addRow(std::string& text, std::string first, std::string_view second)
