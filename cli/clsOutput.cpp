@@ -35,15 +35,30 @@ clsOutput::clsOutput(int descriptor, std::size_t mostWaiting) : m_descriptor(des
 
 void clsOutput::Print(std::string_view line)
 {
-    if (!IsOpen()) {
-        return;
+    if (mayAdd(line.size() + 1)) {
+        m_waiting += line;
+        m_waiting += '\n';
     }
-    if (Waiting() + line.size() + 1 > m_mostWaiting) {
-        ++m_dropped;
-        return;
+}
+
+void clsOutput::Write(std::string_view text)
+{
+    if (mayAdd(text.size())) {
+        m_waiting += text;
     }
-    m_waiting += line;
-    m_waiting += '\n';
+}
+
+bool clsOutput::mayAdd(std::size_t size)
+{
+    const bool fits = Waiting() + size <= m_mostWaiting;
+    m_dropped += fits || !IsOpen() ? 0 : 1;
+    return fits && IsOpen();
+}
+
+void clsOutput::Discard()
+{
+    m_waiting.clear();
+    m_written = 0;
 }
 
 /// A descriptor that is shared with others is not made non-blocking, so it is asked before each write.

@@ -21,6 +21,10 @@ public:
 
     /// A line and its end; whole or, when too much waits, not at all.
     void Print(std::string_view line);
+    /// Text without a line's end, by the same rule.
+    void Write(std::string_view text);
+    /// Drops what waits, and does not count it.
+    void Discard();
     /// Writes what can be written without waiting. Call it in every tick.
     void Serve();
     /// Waits until everything is written, as long as `goOn`, which is asked now and then, says so.
@@ -40,6 +44,7 @@ public:
 private:
     enum class Kind : std::uint8_t { File, Owned, Shared, Socket };
 
+    bool mayAdd(std::size_t size);
     bool hasRoom(int timeout_ms) const;
     void lookForReader();
 

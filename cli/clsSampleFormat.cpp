@@ -23,7 +23,9 @@ std::string_view keyOf(MeasurementKind kind)
     return "distance";
 }
 
-std::optional<std::int32_t> unitOf(const clsArguments& arguments)
+} // namespace
+
+std::optional<std::int32_t> UnitOptionOf(const clsArguments& arguments)
 {
     const auto name = arguments.Value(kUnitOption.name);
     if (!name) {
@@ -35,8 +37,6 @@ std::optional<std::int32_t> unitOf(const clsArguments& arguments)
     }
     return static_cast<std::int32_t>(found - kUnits.begin());
 }
-
-} // namespace
 
 OutputKind OutputKindOf(const clsArguments& arguments)
 {
@@ -51,7 +51,7 @@ OutputKind OutputKindOf(const clsArguments& arguments)
 }
 
 clsSampleFormat::clsSampleFormat(const clsArguments& arguments, Offset offset)
-    : clsSampleFormat(OutputKindOf(arguments), unitOf(arguments), std::move(offset))
+    : clsSampleFormat(OutputKindOf(arguments), UnitOptionOf(arguments), std::move(offset))
 {}
 
 clsSampleFormat::clsSampleFormat(OutputKind kind, std::optional<std::int32_t> unit, Offset offset)

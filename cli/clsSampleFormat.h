@@ -20,6 +20,9 @@ inline constexpr OptionDef kUnitOption{"unit", 'u', "UNIT", "mm, m, in, ft, yd, 
 /// What `--format` says. Throws UsageError.
 OutputKind OutputKindOf(const clsArguments& arguments);
 
+/// What `--unit` says, an index of `UnitOf`; empty without it. Throws UsageError.
+std::optional<std::int32_t> UnitOptionOf(const clsArguments& arguments);
+
 class clsSampleFormat {
 public:
     /// How far local time is ahead of UTC at a time, in minutes.

@@ -208,7 +208,7 @@ void clsSensorRun::tick()
 void clsSensorRun::noteLine()
 {
     const bool isLost = m_wasFound && !m_isLeft && !IsConnected();
-    if (std::exchange(m_isLineLost, isLost) != isLost) {
+    if (std::exchange(m_isLineLost, isLost) != isLost && SaysLine) {
         m_program.Note(m_program.Text(isLost ? TextId::LineInterrupted : TextId::LineIsBack, {m_program.PortName()}));
     }
 }

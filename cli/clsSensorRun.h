@@ -72,6 +72,9 @@ public:
     /// The code for an end: a run that the operator ends when it may end at any time is done.
     static int CodeOf(RunEnd end, bool mayEndAnyTime);
 
+    /// Whether a line that is lost, or back, is said.
+    bool SaysLine = true;
+
 private:
     void tick();
     void waitForTick(double due_s);

@@ -5,6 +5,7 @@
 #include "cli/Play.h"
 #include "cli/Record.h"
 #include "cli/Temperature.h"
+#include "cli/Watch.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
 
@@ -28,6 +29,12 @@ constexpr Command kCommands[] = {
      .options = kMeasureOptions,
      .run = RunMeasure,
      .more = kMeasureMore},
+    {.name = "watch",
+     .operands = "",
+     .summary = "Show the measurement live on the terminal",
+     .options = kWatchOptions,
+     .run = RunWatch,
+     .more = kWatchMore},
     {.name = "single",
      .operands = "",
      .summary = "Ask for one value and print it",

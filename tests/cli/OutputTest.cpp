@@ -1,0 +1,100 @@
+// Standard output towards readers that are slow, stop, or go.
+#include "cli/clsOutput.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+struct Channel {
+    const char* name;
+    bool isSocket;
+};
+constexpr Channel kChannels[] = {{"pipe", false}, {"socket", true}};
+
+bool isNonBlocking(int descriptor)
+{
+    return (fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
+}
+
+TEST(Output, WaitsForNobodyAndLosesNothing)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    for (const Channel& channel : kChannels) {
+        int ends[2];
+        ASSERT_EQ(channel.isSocket ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends) : pipe(ends), 0);
+        clsOutput output(ends[1]);
+        const std::string line(999, 'x');
+        constexpr std::size_t kLines = 2000; // more than either takes
+        for (std::size_t i = 0; i < kLines; ++i) {
+            output.Print(line);
+            output.Serve();
+        }
+        EXPECT_GT(output.Waiting(), 0U) << channel.name;
+        EXPECT_FALSE(isNonBlocking(ends[1])) << "others have this " << channel.name << ", too";
+        std::string read_(kLines * 1000, '\0');
+        std::size_t count = 0;
+        while (count < read_.size()) {
+            const ssize_t now = read(ends[0], read_.data() + count, read_.size() - count);
+            ASSERT_GT(now, 0);
+            count += static_cast<std::size_t>(now);
+            output.Serve();
+        }
+        EXPECT_EQ(read_.find_first_not_of("x\n"), std::string::npos);
+        EXPECT_EQ(read_.find('\n', 999 * 1000 + 999), 1000U * 999 + 999);
+        EXPECT_EQ(output.Waiting(), 0U);
+        EXPECT_EQ(output.Dropped(), 0);
+        close(ends[0]);
+        output.Print("for nobody");
+        output.Serve();
+        EXPECT_TRUE(output.HasNoReader()) << channel.name;
+        close(ends[1]);
+    }
+}
+
+TEST(Output, CountsTheWholeLinesThatItHasNoRoomFor)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    clsOutput output(ends[1], 25);
+    for (const char* line : {"123456789", "123456789", "123456789", "1234"}) {
+        output.Print(line);
+    }
+    EXPECT_EQ(output.Dropped(), 1);
+    output.Finish([] { return true; });
+    std::string bytes(100, '\0');
+    bytes.resize(static_cast<std::size_t>(read(ends[0], bytes.data(), bytes.size())));
+    EXPECT_EQ(bytes, "123456789\n123456789\n1234\n");
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(Output, SeesThatItsReaderHasGoneWithoutWriting)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    clsOutput output(ends[1]);
+    close(ends[0]);
+    for (int tick = 0; tick < 20; ++tick) {
+        output.Serve();
+    }
+    EXPECT_TRUE(output.HasNoReader());
+    close(ends[1]);
+}
+
+TEST(Output, SaysWhyItEnds)
+{
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    clsOutput output(full);
+    output.Print("x");
+    output.Serve();
+    EXPECT_EQ(output.Failure(), std::errc::no_space_on_device);
+    EXPECT_FALSE(output.HasNoReader());
+    close(full);
+}
+
+} // namespace
