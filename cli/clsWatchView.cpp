@@ -106,7 +106,7 @@ std::vector<std::string> clsWatchView::Lines(const WatchState& state, const modT
     std::vector<std::optional<double>> shown(
         m_slots.end() - static_cast<std::ptrdiff_t>(std::min(columns, m_slots.size())), m_slots.end());
     if (const auto range = modSparkline::RangeOf(shown)) {
-        const std::string low = length(range->lowest) + " ", high = " " + length(range->highest);
+        const std::string low = length(range->lowest) + ' ', high = std::string(1, ' ') + length(range->highest);
         const bool isDistance = KindOf(*m_newest) == MeasurementKind::Distance;
         const std::size_t ends = low.size() + high.size();
         if (isDistance && columns > ends) {
