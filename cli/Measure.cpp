@@ -112,7 +112,7 @@ int RunMeasure(clsProgram& program, const clsArguments& arguments)
     const std::int64_t most = mostOf(arguments);
     const std::optional<double> limit_s = LimitOf(arguments);
     program.Settings().History_MiB = modGlobals::kLeastHistory_MiB;
-    clsSensorRun run(program);
+    clsSensorRun run(program, {.joinsMeasurement = true});
     MeasuredLines lines(program, run.Session(), arguments, arguments.Has("every"), most);
     if (const int code = run.Connect(); code != ExitDone) {
         return code;

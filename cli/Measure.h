@@ -17,10 +17,9 @@ inline constexpr OptionDef kMeasureOptions[] = {
     kUnitOption,
 };
 inline constexpr char kMeasureMore[] =
-    "It ends after -n values or --for a time, with Ctrl+C, or when nobody reads its output any more. A sensor that "
-    "was\n"
-    "measuring goes on measuring. A lost line is waited for. What a reader does not take waits in memory (32 MiB);\n"
-    "if that does not suffice, the program says so and fails.";
+    "It ends after -n values or --for a time, with Ctrl+C, or when nobody reads its output any more. A sensor that\n"
+    "was measuring goes on, without an interruption if it names the unit in its lines. A lost line is waited for.\n"
+    "What a reader does not take waits in memory (32 MiB); beyond that, the program says so and fails.";
 inline constexpr OptionDef kSingleOptions[] = {kFormatOption, kUnitOption};
 
 /// Seconds of `--for`; empty without it. Throws UsageError.

@@ -126,6 +126,7 @@ int RunRecord(clsProgram& program, const clsArguments& arguments)
     program.Settings().EveryValue = true;
     program.Settings().History_MiB = modGlobals::kLeastHistory_MiB;
     clsSensorRun run(program, {.recordings = target.folder});
+    run.EndsWithOutput = false;
     Recording recording;
     run.Session().Listen(recording);
     int code = run.Connect();

@@ -106,7 +106,7 @@ int RunWatch(clsProgram& program, const clsArguments& arguments)
                                     .hasColours = modTerminal::HasColours(STDOUT_FILENO),
                                     .isAscii = isAsciiOnly()};
     program.Settings().History_MiB = modGlobals::kLeastHistory_MiB;
-    clsSensorRun run(program);
+    clsSensorRun run(program, {.joinsMeasurement = true});
     if (const int code = run.Connect(); code != ExitDone) {
         return code;
     }

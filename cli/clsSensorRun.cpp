@@ -1,5 +1,6 @@
 #include "cli/clsSensorRun.h"
 
+#include "base/Numbers.h"
 #include "base/modAPI.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
@@ -40,9 +41,24 @@ bool AreMeasurements(std::string_view bytes, std::int32_t outputFormat)
     return isWhole && (hasNumber || bytes.find("Echo") != bytes.npos || bytes.find("TempErr") != bytes.npos);
 }
 
+bool HoldsLineWithUnit(std::string_view bytes)
+{
+    for (std::size_t end = 0; (end = bytes.find("\r\n")) != bytes.npos; bytes.remove_prefix(end + 2)) {
+        const std::string_view line = Trimmed(bytes.substr(0, end));
+        const std::size_t blank = line.find(' ');
+        const bool isUnit =
+            blank != line.npos && std::ranges::find(kUnits, line.substr(blank + 1), &UnitDef::name) != kUnits.end();
+        if (isUnit && CDbl(line.substr(0, blank), '.')) {
+            return true;
+        }
+    }
+    return false;
+}
+
 clsSensorRun::clsSensorRun(clsProgram& program, const Options& options)
-    : m_program(program), m_session(std::make_unique<clsPorts>(program.Devices()), program.Settings(),
-                                    options.recordings.empty() ? program.Folder() / "REC" : options.recordings, '.')
+    : m_program(program), m_joins(options.joinsMeasurement),
+      m_session(std::make_unique<clsPorts>(program.Devices()), program.Settings(),
+                options.recordings.empty() ? program.Folder() / "REC" : options.recordings, '.')
 {
     m_session.Origin = [this] {
         RecordingInfo info;
@@ -88,9 +104,12 @@ int clsSensorRun::Connect()
             return !Device().PortIsOpening();
         }
         limit_s = limit_s.value_or(modAPI::UpTime_s() + patience_s());
-        return isAnswered() || modAPI::UpTime_s() > *limit_s;
+        return isAnswered() || join() || modAPI::UpTime_s() > *limit_s;
     };
     const RunEnd end = Until(isOver);
+    if (m_wasMeasuring) {
+        return ExitDone;
+    }
     if (end != RunEnd::Done && !m_heard.empty()) {
         // The probe may have ended its measurement; what it was like is known when it has answered.
         tickWhile([this] { return Device().PortIsOpen() && !isAnswered(); }, patience_s());
@@ -104,6 +123,20 @@ int clsSensorRun::Connect()
     m_wasMeasuring = AreMeasurements(m_heard, Device().Parameters().OutputFormat) &&
                      Device().Parameters().OutputMode != OutputSingle;
     return end == RunEnd::Done ? ExitDone : ExitFailed;
+}
+
+/// A start changes nothing for a sensor that measures; a probe would end its measurement.
+bool clsSensorRun::join()
+{
+    const bool hasAsked = Device().CommStatus() != DialogueNone || Device().Pending() != Request::None;
+    if (!m_joins || hasAsked || !HoldsLineWithUnit(m_heard)) {
+        return false;
+    }
+    Device().AssumeParameter(&ParameterSet::OutputFormat, FormatAsciiUnit);
+    Device().ResumeIdle();
+    m_session.Loop().ListenFirst_ms = 0;
+    m_wasFound = m_wasMeasuring = true;
+    return true;
 }
 
 double clsSensorRun::patience_s()
@@ -194,7 +227,7 @@ RunEnd clsSensorRun::whyEnded() const
     if (modSignals::EndIsWanted()) {
         return RunEnd::Stopped;
     }
-    return m_program.Out().IsOpen() ? RunEnd::Done : RunEnd::OutputClosed;
+    return m_program.Out().IsOpen() || !EndsWithOutput ? RunEnd::Done : RunEnd::OutputClosed;
 }
 
 void clsSensorRun::tick()

@@ -29,6 +29,10 @@ public:
     struct Options {
         /// Backups before writes, and passports, are kept in the program's folder: for commands that write.
         bool keepsWrites = false;
+        /// A sensor that measures on its own and names the unit in its lines is not asked anything: its measurement
+        /// goes on without an interruption, and the session does not know which sensor it is. For commands that want
+        /// its values only.
+        bool joinsMeasurement = false;
         /// Where recordings are made; empty: "REC" in the program's folder.
         std::filesystem::path recordings{};
     };
@@ -45,8 +49,8 @@ public:
     clsRVQ& Device() { return m_session.Device(); }
 
     /// Opens the port, listens whether the sensor measures on its own, and waits until it has sent its configuration;
-    /// the sensor then is idle. Returns `ExitDone`; else the reason was said, or the program is to end, and the code is
-    /// what to end with.
+    /// the sensor then is idle, or its measurement can be joined by `Measure`. Returns `ExitDone`; else the reason was
+    /// said, or the program is to end, and the code is what to end with.
     int Connect();
     /// Whether the sensor was measuring when it was found. It will be again once it is left.
     bool WasMeasuring() const { return m_wasMeasuring; }
@@ -74,6 +78,8 @@ public:
 
     /// Whether a line that is lost, or back, is said.
     bool SaysLine = true;
+    /// Whether a run ends when nobody reads the output any more; not if something else is what counts.
+    bool EndsWithOutput = true;
 
 private:
     void tick();
@@ -82,6 +88,7 @@ private:
     void noteLine();
     int sayWhyNot();
     bool isAnswered();
+    bool join();
     bool stops();
     bool resumes();
     void tickWhile(const std::function<bool()>& goOn, double limit_s);
@@ -90,6 +97,7 @@ private:
     void Echo(std::string_view received) override;
 
     clsProgram& m_program;
+    bool m_joins;
     clsSession m_session;
     std::string m_heard; ///< before anything was sent
     std::int64_t m_bytes = 0;
@@ -98,3 +106,5 @@ private:
 
 /// Whether bytes that a sensor has sent without being asked are measurements, given its output format.
 bool AreMeasurements(std::string_view bytes, std::int32_t outputFormat);
+/// Whether there is a whole line with a distance and its unit among them.
+bool HoldsLineWithUnit(std::string_view bytes);

@@ -14,8 +14,8 @@
 /// What a line needs besides the values.
 struct WatchState {
     std::string port{}, sensor{}, temperature{}; ///< UTF-8
-    std::int32_t dialogue = 0;             ///< as `clsRVQ::CommStatus`
-    double perSecond = 0.0;                ///< replies
+    std::int32_t dialogue = 0;                   ///< as `clsRVQ::CommStatus`
+    double perSecond = 0.0;                      ///< replies
     AccountFigures account{};
 };
 

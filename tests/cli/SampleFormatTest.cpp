@@ -81,6 +81,18 @@ TEST(SensorRun, TellsMeasurementsFromOtherThingsThatASensorSaysByItself)
     }
 }
 
+TEST(SensorRun, JoinsAMeasurementWhoseLinesNameTheirUnit)
+{
+    for (const char* bytes :
+         {"       1.234 m\r\n", "4 m\r\n", ".234 m\r\n   4.1 ft\r\n   1.", "No Echo\r\n 1234 mm\r\n"}) {
+        EXPECT_TRUE(HoldsLineWithUnit(bytes)) << bytes;
+    }
+    for (const char* bytes :
+         {"", "   1.234\r\n", "   1.234 m", "   1.234 km\r\n", "Version: 2 m\r\n", "m\r\n", " m\r\n", "1.2 x m\r\n"}) {
+        EXPECT_FALSE(HoldsLineWithUnit(bytes)) << bytes;
+    }
+}
+
 TEST(Sparkline, SpansTheRangeOfItsValues)
 {
     using Values = std::vector<std::optional<double>>;
