@@ -134,3 +134,23 @@ SendObstacle ObstacleOf(const ParameterDef& row, const ParameterSet& current, co
     }
     return isWithin(row, target.*row.value) && keepsDistance(row, target) ? SendObstacle::None : SendObstacle::NotValid;
 }
+
+const ParameterDef* TooClose(const ParameterSet& current, const ParameterSet& target,
+                             const std::vector<std::string>& codes, const SensorIdentity& sensor)
+{
+    ParameterSet result = current;
+    for (const std::string& code : codes) {
+        const ParameterDef& row = *ParameterOfCode(code);
+        result.*row.value = target.*row.value;
+    }
+    const auto isInvalid = [&](const ParameterDef& row, const ParameterSet& set) {
+        return ObstacleOf(row, current, set, sensor) == SendObstacle::NotValid;
+    };
+    for (const ParameterDef& row : ParameterTable()) {
+        const bool isSent = std::ranges::find(codes, row.code) != codes.end();
+        if (isInvalid(row, result) && (isSent || !isInvalid(row, current))) {
+            return &row;
+        }
+    }
+    return nullptr;
+}

@@ -51,3 +51,8 @@ enum class SendObstacle : std::uint8_t {
 
 SendObstacle ObstacleOf(const ParameterDef& row, const ParameterSet& current, const ParameterSet& target,
                         const SensorIdentity& sensor);
+
+/// A value that would be too close to its partner once the sensor has these values of `target`, of whose partner it
+/// keeps its own; null when there is none.
+const ParameterDef* TooClose(const ParameterSet& current, const ParameterSet& target,
+                             const std::vector<std::string>& codes, const SensorIdentity& sensor);

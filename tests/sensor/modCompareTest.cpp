@@ -90,4 +90,24 @@ TEST(Compare, NamesWhatKeepsAValueFromBeingSent)
     }
 }
 
+TEST(Compare, FindsWhatWouldBeTooCloseInTheSensor)
+{
+    ParameterSet current, target;
+    target.S1OnThreshold = current.S1OffThreshold + 5;
+    target.S1OffThreshold = target.S1OnThreshold - 20;
+    target.AirPressure = 5000;
+    ParameterSet close = current; // a sensor that has such values already is not kept from others
+    close.S1OffThreshold = close.S1OnThreshold;
+    struct Row {
+        std::vector<std::string> codes;
+        const ParameterSet& current;
+        const char* found;
+    };
+    for (const Row& row : {Row{{"501"}, current, "502"}, Row{{"501", "502"}, current, ""}, Row{{"502"}, current, ""},
+                           Row{{"701", "802"}, current, "802"}, Row{{"701"}, close, ""}}) {
+        const ParameterDef* found = TooClose(row.current, target, row.codes, {});
+        EXPECT_EQ(found == nullptr ? "" : found->code, row.found) << row.codes.front() << ' ' << row.codes.size();
+    }
+}
+
 } // namespace

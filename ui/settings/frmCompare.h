@@ -165,7 +165,6 @@ private:
     TextId whyNotNow() const;
     std::vector<std::string> tickedCodes() const;
     int hiddenTicks() const;
-    const ParameterDef* tooClose(const std::vector<std::string>& codes) const;
     void cmdSendChosen_Click();
     void send(const std::vector<std::string>& codes);
     void takeReport();

@@ -104,29 +104,6 @@ TextId frmCompare::whyNotNow() const
     return wait.Running || wait.InTick || wait.Ended ? TextId::CompareBusy : TextId::None;
 }
 
-/// A value that would be too close to its partner in the sensor, of which the other side has another one; null when
-/// there is none.
-const ParameterDef* frmCompare::tooClose(const std::vector<std::string>& codes) const
-{
-    const ParameterSet& current = m_sides[Left].edited.set;
-    const SensorIdentity& sensor = m_context.device->Identity();
-    ParameterSet result = current;
-    for (const std::string& code : codes) {
-        const ParameterDef& row = *ParameterOfCode(code);
-        result.*row.value = m_sides[Right].edited.set.*row.value;
-    }
-    const auto isInvalid = [&](const ParameterDef& row, const ParameterSet& set) {
-        return ObstacleOf(row, current, set, sensor) == SendObstacle::NotValid;
-    };
-    for (const ParameterDef& row : ParameterTable()) {
-        const bool isTicked = std::ranges::find(codes, row.code) != codes.end();
-        if (isInvalid(row, result) && (isTicked || !isInvalid(row, current))) {
-            return &row;
-        }
-    }
-    return nullptr;
-}
-
 void frmCompare::cmdSendChosen_Click()
 {
     if (m_isSending || !offersTicks()) {
@@ -143,7 +120,9 @@ void frmCompare::cmdSendChosen_Click()
         return;
     }
     const auto codes = tickedCodes();
-    if (const ParameterDef* row = tooClose(codes)) {
+    const ParameterDef* row =
+        TooClose(m_sides[Left].edited.set, m_sides[Right].edited.set, codes, m_context.device->Identity());
+    if (row != nullptr) {
         tell(text(TextId::CompareTooClose).arg(text(row->labelId).trimmed()));
     } else if (!codes.empty()) {
         send(codes);
