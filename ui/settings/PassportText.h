@@ -1,7 +1,8 @@
-// An entry of a passport in words, for the window and for its export.
+// An entry of a passport in words, as the window shows it.
 #pragma once
 
-#include "store/modPassport.h"
+#include "session/modPassportText.h"
+#include "ui/widgets/QtText.h"
 
 #include <QString>
 #include <QStringList>
@@ -10,24 +11,35 @@
 
 namespace PassportText {
 
-/// What the texts depend on.
-struct Style {
-    char decimalSeparator = '.';
-    std::int32_t language = 0;
-};
+using Style = modPassportText::Style;
 
-/// "22.11.2026 14:03:05".
-QString Time(double time);
-QString EventName(modPassport::Event event, std::int32_t language);
-/// "ON-Threshold Q1 (421)".
-QString ParameterName(const ParameterDef& row, std::int32_t language);
-/// "ON-Threshold Q1 (421): 1000 → 1200 mm", and what was read back where that is something else.
-QString ChangeText(const modPassport::Change& change, const Style& style);
-/// One for each change; of an identity, what the sensor says of itself.
-QStringList Lines(const modPassport::Entry& entry, const Style& style);
-/// "verified", "differs", "failed"; empty without a result.
-QString Result(const modPassport::Entry& entry, std::int32_t language);
-/// The whole entry, its first line with time, event, user, version, port and result, for text files and the reader.
-QString Whole(const modPassport::Entry& entry, const Style& style);
+inline QString Time(double time)
+{
+    return FromUtf8(modPassportText::Time(time));
+}
+inline QString EventName(modPassport::Event event, std::int32_t language)
+{
+    return FromUtf8(modPassportText::EventName(event, language));
+}
+inline QString ChangeText(const modPassport::Change& change, const Style& style)
+{
+    return FromUtf8(modPassportText::ChangeText(change, style));
+}
+inline QStringList Lines(const modPassport::Entry& entry, const Style& style)
+{
+    QStringList lines;
+    for (const std::string& line : modPassportText::Lines(entry, style)) {
+        lines += FromUtf8(line);
+    }
+    return lines;
+}
+inline QString Result(const modPassport::Entry& entry, std::int32_t language)
+{
+    return FromUtf8(modPassportText::Result(entry, language));
+}
+inline QString Whole(const modPassport::Entry& entry, const Style& style)
+{
+    return FromUtf8(modPassportText::Whole(entry, style));
+}
 
 } // namespace PassportText

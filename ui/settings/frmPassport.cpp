@@ -4,6 +4,7 @@
 #include "sensor/Fields.h"
 #include "sensor/clsRVQ.h"
 #include "session/clsWriteKeeper.h"
+#include "session/modReportText.h"
 #include "store/modBackup.h"
 #include "store/modGlobals.h"
 #include "ui/widgets/FileErrors.h"
@@ -248,7 +249,8 @@ void frmPassport::fillParameters()
         }
         for (const ParameterDef* row : RowsByControl()) {
             if (m_listed.test(static_cast<std::size_t>(row - ParameterTable().data())) == hasChanged) {
-                cmbParameter->addItem(PassportText::ParameterName(*row, m_style.language), FromUtf8(row->code));
+                cmbParameter->addItem(FromUtf8(modReportText::NameAndCode(*row, m_style.language)),
+                                      FromUtf8(row->code));
             }
         }
     }

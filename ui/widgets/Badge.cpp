@@ -1,6 +1,7 @@
 #include "ui/widgets/Badge.h"
 
 #include "base/Days.h"
+#include "session/modPassportText.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/QtText.h"
 
@@ -8,12 +9,9 @@
 #include <QPainter>
 #include <QStringList>
 
-#include <algorithm>
 #include <cmath>
 
 namespace {
-
-constexpr qsizetype kLongestSerial = 20;
 
 /// To the minute, as in the lines of the recording.
 QString minuteText(double time)
@@ -27,13 +25,7 @@ QString minuteText(double time)
 
 QString SerialText(const std::string& serial, std::int32_t language)
 {
-    QString number = FromBytes(serial).simplified();
-    std::replace_if(
-        number.begin(), number.end(), [](QChar c) { return !c.isPrint(); }, QChar(u'?'));
-    if (number.size() > kLongestSerial) {
-        number = number.left(kLongestSerial - 1) + QChar(u'…');
-    }
-    return number.isEmpty() ? number : Text(TextId::SerialNumber, language).arg(number);
+    return FromUtf8(modPassportText::SerialText(serial, language));
 }
 
 QString BadgeText(const ValueOrigin& origin, std::int32_t language)
