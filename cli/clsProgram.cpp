@@ -89,6 +89,7 @@ clsProgram::clsProgram(const clsArguments& global)
 
 void clsProgram::Say(std::string_view line)
 {
+    m_output.Serve(); // on a terminal, data that comes first stands first
     m_progress.End();
     writeLine("rvqctl: " + std::string(line));
 }
@@ -96,6 +97,7 @@ void clsProgram::Say(std::string_view line)
 void clsProgram::Note(std::string_view line)
 {
     if (!m_isQuiet) {
+        m_output.Serve();
         m_progress.End();
         writeLine(std::string(line));
     }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cctype>
 #include <chrono>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -220,6 +221,21 @@ void clsSensorRun::SayLosses()
 void clsSensorRun::FinishRecording()
 {
     m_session.FinishWriting(kPatienceWithDisk);
+}
+
+RunEnd clsSensorRun::PerformWhole(Operation<> operation, const std::function<void()>& cancel)
+{
+    m_session.Start(std::move(operation));
+    RunEnd end = RunEnd::Done;
+    const auto goOn = [&] {
+        if (end == RunEnd::Done && modSignals::EndIsWanted()) {
+            end = RunEnd::Stopped;
+            cancel();
+        }
+        return m_session.Operations() > 0;
+    };
+    tickWhile(goOn, std::numeric_limits<double>::infinity());
+    return end;
 }
 
 RunEnd clsSensorRun::whyEnded() const

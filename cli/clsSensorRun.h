@@ -63,6 +63,9 @@ public:
     RunEnd Perform(Operation<> operation, std::optional<double> limit_s = std::nullopt);
     /// Measures until `isDone`, as `Until`. A sensor with single output is started anew for each value.
     RunEnd Measure(const std::function<bool()>& isDone, std::optional<double> limit_s = std::nullopt);
+    /// The same for an operation that must not be cut off, such as a write: when the operator asks the program to end,
+    /// it calls `cancel` once, and the operation then ends by itself. A lost connection ends it too, by itself.
+    RunEnd PerformWhole(Operation<> operation, const std::function<void()>& cancel);
     /// Whether the sensor is there now.
     bool IsConnected() { return Device().CommStatus() != DialogueNone; }
 

@@ -1,9 +1,16 @@
 #include "cli/modCommands.h"
 
+#include "cli/Apply.h"
+#include "cli/Backup.h"
+#include "cli/Diff.h"
+#include "cli/Get.h"
+#include "cli/Info.h"
 #include "cli/Laser.h"
 #include "cli/Measure.h"
+#include "cli/Passport.h"
 #include "cli/Play.h"
 #include "cli/Record.h"
+#include "cli/Set.h"
 #include "cli/Temperature.h"
 #include "cli/Watch.h"
 #include "cli/clsProgram.h"
@@ -20,6 +27,13 @@ namespace modCommands {
 namespace {
 
 constexpr std::size_t kColumn = 26;
+
+constexpr std::string_view kNames =
+    "NAME is a code such as 701, or a name as the settings window or a file has it, in\n"
+    "German or English. rvqctl get --list names them all.";
+constexpr std::string_view kWriting =
+    "The values before are backed up in the folder BACKUP of the program's folder. What is in the\n"
+    "sensor afterwards is read back and reported. Exit code 4: it is not what was wanted.";
 
 /// A command is a row here and a file of its own.
 constexpr Command kCommands[] = {
@@ -65,6 +79,57 @@ constexpr Command kCommands[] = {
      .mostOperands = kAnyNumber,
      .run = RunPlay,
      .more = kPlayMore},
+    {.name = "info",
+     .operands = "",
+     .summary = "Say which sensor is connected, and how",
+     .options = kInfoOptions,
+     .run = RunInfo},
+    {.name = "get",
+     .operands = "[NAME]...",
+     .summary = "Print parameters of the sensor, all or the named ones",
+     .options = kGetOptions,
+     .mostOperands = kAnyNumber,
+     .run = RunGet,
+     .more = kNames},
+    {.name = "set",
+     .operands = "NAME=VALUE...",
+     .summary = "Change parameters of the sensor",
+     .options = kSetOptions,
+     .mostOperands = kAnyNumber,
+     .run = RunSet,
+     .more = kNames},
+    {.name = "diff",
+     .operands = "[FILE]",
+     .summary = "Compare the sensor with a configuration, a backup or its factory defaults",
+     .options = kDiffOptions,
+     .mostOperands = 1,
+     .run = RunDiff,
+     .more = "Exit code 4: they differ."},
+    {.name = "apply",
+     .operands = "FILE",
+     .summary = "Send what differs from a configuration",
+     .options = kApplyOptions,
+     .mostOperands = 1,
+     .run = RunApply,
+     .more = kWriting},
+    {.name = "backup",
+     .operands = "[FILE]",
+     .summary = "Save the values of the sensor, in FILE or in the folder BACKUP",
+     .options = kBackupOptions,
+     .mostOperands = 1,
+     .run = RunBackup},
+    {.name = "restore",
+     .operands = "[FILE]",
+     .summary = "Send what differs from a backup, the last one of this sensor or FILE",
+     .options = kApplyOptions,
+     .mostOperands = 1,
+     .run = RunRestore,
+     .more = kWriting},
+    {.name = "passport",
+     .operands = "",
+     .summary = "Print what was written to a sensor, newest first",
+     .options = kPassportOptions,
+     .run = RunPassport},
 };
 
 void addRow(std::string& text, std::string first, std::string_view second)

@@ -25,17 +25,9 @@ std::string plain(std::string_view text)
     return PlainText(text, kLongest);
 }
 
-/// The text with its places filled, which come in order.
 std::string filled(TextId id, std::int32_t language, std::initializer_list<std::string_view> values)
 {
-    std::string_view text = modFunctions::GetText(id, language);
-    std::string result;
-    for (const std::string_view value : values) {
-        const std::size_t at = text.find('%');
-        result.append(text.substr(0, at)).append(value);
-        text.remove_prefix(at + 2);
-    }
-    return result.append(text);
+    return modFunctions::Filled(modFunctions::GetText(id, language), values);
 }
 
 /// A value without its unit; what is no value of the parameter as it stands in the file.

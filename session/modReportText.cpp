@@ -114,9 +114,12 @@ std::string verified(const WriteReport& report, std::int32_t language)
         return report.frames == 0 ? std::string(modFunctions::GetText(TextId::ReportNothingToUndo, language))
                                   : counted(TextId::ReportUndoneOne, TextId::ReportUndone, report.frames, language);
     default:
-        return changed == report.frames ? counted(TextId::ReportSentOne, TextId::ReportSent, report.frames, language)
-                                        : filled(TextId::ReportSentChanged, language,
-                                                 {std::to_string(report.frames), std::to_string(changed)});
+        if (changed == report.frames) {
+            return counted(TextId::ReportSentOne, TextId::ReportSent, report.frames, language);
+        }
+        return report.frames == 1 ? std::string(modFunctions::GetText(TextId::ReportSentOneSame, language))
+                                  : filled(TextId::ReportSentChanged, language,
+                                           {std::to_string(report.frames), std::to_string(changed)});
     }
 }
 

@@ -1,0 +1,33 @@
+// What is to be sent to a sensor, and whether it may: the checks that the fields and the comparison of the windows
+// make.
+#pragma once
+
+#include "sensor/Parameters.h"
+
+#include <string>
+#include <vector>
+
+class clsProgram;
+
+namespace modPlan {
+
+struct Plan {
+    ParameterSet target;
+    std::vector<std::string> codes{}; ///< in the order of an upload
+    bool isRefused = false;           ///< some value may not be sent, which was said: nothing is sent
+};
+
+/// Sends what these rows have in `target`. Each one that the sensor has not got, that cannot be changed, or that is too
+/// close to its partner is refused.
+Plan OfValues(clsProgram& program, const ParameterSet& current, const ParameterSet& target,
+              const std::vector<const ParameterDef*>& rows, const SensorIdentity& sensor);
+
+/// Leads the sensor from `current` to `target`. What a sensor of this type has not got, or what nothing can change, is
+/// left out, which is said; a value outside its limits or too close to its partner is refused.
+Plan Leading(clsProgram& program, const ParameterSet& current, const ParameterSet& target,
+             const SensorIdentity& sensor);
+
+/// "Offset (701): 0 → 5 mm", one line for each code.
+std::vector<std::string> Lines(clsProgram& program, const ParameterSet& current, const Plan& plan);
+
+} // namespace modPlan
