@@ -116,7 +116,7 @@ void printJson(clsProgram& program, std::span<const ComparedRow> rows, const std
 
 int RunDiff(clsProgram& program, const clsArguments& arguments)
 {
-    const modRows::Format format = modRows::FormatOf(arguments);
+    const OutputKind format = modRows::FormatOf(arguments);
     checkUsage(arguments);
     // A file that is none need not wait for a sensor.
     if (!arguments.Operands().empty() && !ReadConfiguration(program, arguments.Operands().front())) {
@@ -141,9 +141,9 @@ int RunDiff(clsProgram& program, const clsArguments& arguments)
         std::erase_if(rows, [](const ComparedRow& row) { return !row.Differs(); });
     }
     const std::string serial = PlainText(Utf8Of(sensor.SerialNo), kLongestSerial);
-    if (format == modRows::Format::Json) {
+    if (format == OutputKind::Json) {
         printJson(program, rows, serial, other->name);
-    } else if (format == modRows::Format::Csv) {
+    } else if (format == OutputKind::Csv) {
         printCsv(program, rows);
     } else {
         printText(program, rows, columns(program, program.Text(TextId::CompareSensor, {serial}), other->name));

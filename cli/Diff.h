@@ -4,7 +4,7 @@
 #include "cli/modRows.h"
 
 inline constexpr OptionDef kDiffOptions[] = {
-    modRows::kFormatOption,
+    kFormatOption,
     modRows::kJsonOption,
     {"factory", 0, "", "compare with the factory defaults"},
     {"backup", 0, "", "compare with the last backup of this sensor"},

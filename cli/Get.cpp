@@ -53,7 +53,7 @@ void printJson(clsProgram& program, const RowList& rows, const ParameterSet& set
 }
 
 /// What there is, and what may be set.
-int list(clsProgram& program, const RowList& rows, modRows::Format format)
+int list(clsProgram& program, const RowList& rows, OutputKind format)
 {
     modRows::Rows lines;
     std::vector<std::string> objects;
@@ -67,9 +67,9 @@ int list(clsProgram& program, const RowList& rows, modRows::Format format)
                                            {"name", modRows::Quoted(name)},
                                            {"values", modRows::Quoted(allowed)}}));
     }
-    if (format == modRows::Format::Json) {
+    if (format == OutputKind::Json) {
         program.Print(modRows::Array(objects));
-    } else if (format == modRows::Format::Csv) {
+    } else if (format == OutputKind::Csv) {
         lines.insert(lines.begin(), {"code", "key", "name", "values"});
         modRows::PrintCsv(program, lines);
     } else {
@@ -105,7 +105,7 @@ bool hasAll(clsProgram& program, const RowList& rows, const ParameterSet& set, c
 
 int RunGet(clsProgram& program, const clsArguments& arguments)
 {
-    const modRows::Format format = modRows::FormatOf(arguments);
+    const OutputKind format = modRows::FormatOf(arguments);
     const RowList named = ParametersOf(arguments.Operands(), {}, {});
     if (arguments.Has("list")) {
         return list(program, arguments.Operands().empty() ? allRows() : named, format);
@@ -126,10 +126,10 @@ int RunGet(clsProgram& program, const clsArguments& arguments)
         for (const ParameterDef* row : rows) {
             program.Print(DataValue(*row, set.*row->value));
         }
-    } else if (format == modRows::Format::Json) {
+    } else if (format == OutputKind::Json) {
         printJson(program, rows, set, sensor);
     } else {
-        (format == modRows::Format::Csv ? printCsv : printText)(program, rows, set);
+        (format == OutputKind::Csv ? printCsv : printText)(program, rows, set);
     }
     return run.Leave() ? ExitDone : ExitFailed;
 }

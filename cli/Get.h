@@ -4,7 +4,7 @@
 #include "cli/modRows.h"
 
 inline constexpr OptionDef kGetOptions[] = {
-    modRows::kFormatOption,
+    kFormatOption,
     modRows::kJsonOption,
     {"bare", 0, "", "the values alone, one a line, without units"},
     {"list", 'l', "", "no sensor: codes, names and what may be set"},

@@ -31,13 +31,9 @@ std::string joined(const std::vector<std::string>& parts)
 
 } // namespace
 
-Format FormatOf(const clsArguments& arguments)
+OutputKind FormatOf(const clsArguments& arguments)
 {
-    const std::string_view name = arguments.Value("format").value_or(arguments.Has("json") ? "json" : "text");
-    if (name != "text" && name != "csv" && name != "json") {
-        throw UsageError("--format takes text, csv or json");
-    }
-    return name == "text" ? Format::Text : name == "csv" ? Format::Csv : Format::Json;
+    return arguments.Has("json") ? OutputKind::Json : OutputKindOf(arguments);
 }
 
 void PrintText(clsProgram& program, const Rows& rows)

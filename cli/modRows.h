@@ -2,8 +2,8 @@
 #pragma once
 
 #include "cli/clsArguments.h"
+#include "cli/clsSampleFormat.h"
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,13 +13,10 @@ class clsProgram;
 
 namespace modRows {
 
-enum class Format : std::uint8_t { Text, Csv, Json };
-
-inline constexpr OptionDef kFormatOption = {"format", 'f', "text|csv|json", "form of the output; text by default"};
 inline constexpr OptionDef kJsonOption = {"json", 0, "", "the same as --format json"};
 
-/// The form that the two options ask for. Throws UsageError.
-Format FormatOf(const clsArguments& arguments);
+/// The form that `kFormatOption` and this one ask for. Throws UsageError.
+OutputKind FormatOf(const clsArguments& arguments);
 
 using Rows = std::vector<std::vector<std::string>>; ///< UTF-8
 
