@@ -226,6 +226,7 @@ void clsSensorRun::FinishRecording()
 RunEnd clsSensorRun::PerformWhole(Operation<> operation, const std::function<void()>& cancel)
 {
     m_session.Start(std::move(operation));
+    const bool saysLine = std::exchange(SaysLine, false); // silence while the operator is asked is no loss
     RunEnd end = RunEnd::Done;
     const auto goOn = [&] {
         if (end == RunEnd::Done && modSignals::EndIsWanted()) {
@@ -235,6 +236,7 @@ RunEnd clsSensorRun::PerformWhole(Operation<> operation, const std::function<voi
         return m_session.Operations() > 0;
     };
     tickWhile(goOn, std::numeric_limits<double>::infinity());
+    SaysLine = saysLine;
     return end;
 }
 

@@ -5,7 +5,9 @@
 #include "cli/modQuestion.h"
 #include "session/modReportText.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -95,14 +97,10 @@ int clsWriting::tellReport()
         return ExitNoConnection;
     }
     const int code = codeOf(*m_report);
-    const std::string summary = modReportText::Summary(*m_report, m_program.Language(), '.');
-    if (code == ExitDone) {
-        m_program.Note(summary);
-    } else {
-        m_program.Say(summary);
-    }
-    for (const std::string& line : modReportText::Lines(*m_report, '.', m_program.Language())) {
-        m_program.Note(line);
+    std::vector<std::string> lines{modReportText::Summary(*m_report, m_program.Language(), '.')};
+    std::ranges::move(modReportText::Lines(*m_report, '.', m_program.Language()), std::back_inserter(lines));
+    for (const std::string& line : lines) {
+        code == ExitDone ? m_program.Note(line) : m_program.Say(line);
     }
     return code;
 }

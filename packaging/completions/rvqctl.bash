@@ -62,7 +62,10 @@ _rvqctl() {
         -u) prev=--unit ;;
     esac
     case $prev in
-        --port) mapfile -t COMPREPLY < <(compgen -W "$(_rvqctl_ports)" -- "$cur") ;;
+        --port)
+            mapfile -t COMPREPLY < <(compgen -W "$(_rvqctl_ports)" -- "$cur")
+            [[ ${COMPREPLY[*]} != *:// ]] || compopt -o nospace 2>/dev/null
+            ;;
         --folder) compopt -o dirnames 2>/dev/null ;;
         --baud) mapfile -t COMPREPLY < <(compgen -W "1200 2400 4800 9600 19200 38400 57600 115200" -- "$cur") ;;
         --unit) mapfile -t COMPREPLY < <(compgen -W "mm m in ft yd mi nm" -- "$cur") ;;
