@@ -49,6 +49,9 @@ std::optional<std::filesystem::path> save(clsProgram& program, Configuration& se
 
 int RunBackup(clsProgram& program, const clsArguments& arguments)
 {
+    if (!arguments.Operands().empty() && arguments.Operands().front().empty()) {
+        throw UsageError("the name of the file is empty");
+    }
     if (!arguments.Operands().empty() && !mayWrite(program, arguments.Operands().front(), arguments.Has("force"))) {
         return ExitFailed;
     }

@@ -64,6 +64,7 @@ std::string Quoted(std::string_view text)
 std::string Object(const std::vector<std::pair<std::string_view, std::string>>& members)
 {
     std::vector<std::string> parts;
+    parts.reserve(members.size());
     for (const auto& [key, value] : members) {
         parts.push_back(Quoted(key) + ":" + value);
     }

@@ -23,12 +23,14 @@ _rvqctl_takes_value() {
     "$@" --help 2>/dev/null | grep -Eq -- "^  (-.,|   ) $option ([A-Z]|[a-z0-9]+\|)"
 }
 
+# Stable names and addresses where rvqctl lists the ports, else what usual devices there are.
 _rvqctl_ports() {
-    local device
+    local names device
+    names=$("$1" ports --json 2>/dev/null | sed -nE 's/^ *"(stableName|address)": "(.+)",?$/\2/p')
     for device in /dev/serial/by-id/* /dev/ttyUSB* /dev/ttyACM* /dev/ttyS[0-3]; do
-        [ ! -e "$device" ] || echo "$device"
+        [ -n "$names" ] || [ ! -e "$device" ] || echo "$device"
     done
-    printf '%s\n' tcp:// rfc2217://
+    printf '%s\n' $names tcp:// rfc2217://
 }
 
 _rvqctl_names() {
@@ -63,7 +65,7 @@ _rvqctl() {
     esac
     case $prev in
         --port)
-            mapfile -t COMPREPLY < <(compgen -W "$(_rvqctl_ports)" -- "$cur")
+            mapfile -t COMPREPLY < <(compgen -W "$(_rvqctl_ports "$program")" -- "$cur")
             [[ ${COMPREPLY[*]} != *:// ]] || compopt -o nospace 2>/dev/null
             ;;
         --folder) compopt -o dirnames 2>/dev/null ;;

@@ -194,6 +194,23 @@ check_measuring() {
     ! grep -q $'\033' "$work/out" || fail "$last: moves the cursor without a terminal"
 }
 
+offers() { "$rvqctl" --help | grep -q "^  $1 "; }
+
+check_finding() {
+    if offers ports; then
+        run 0 ports --json
+        prints '^\['
+    fi
+    if offers find; then
+        run 0 find --json
+        prints '"baud":9600,"serial":"004711"'
+    fi
+    if offers traffic; then
+        run 0 traffic --for 3s --format json
+        prints '^\{'
+    fi
+}
+
 # What comes from the terminal of the sensor within a second: nothing unless it measures.
 heard() { timeout 1 cat "$work/sensor" || true; }
 
@@ -350,7 +367,7 @@ interrupted() {
 
 # --- all at the same time ------------------------------------------------------------------------------------------
 
-parts=(without_sensor with_faults with_false_dumps interrupted "on_line terminal check_colours check_left_as_found")
+parts=(without_sensor with_faults with_false_dumps interrupted "on_line terminal check_colours check_left_as_found check_finding")
 lines=(terminal raw rfc2217)
 [ -x "$ser2net" ] || { echo "ser2net is not installed: no lines over the network" && lines=(terminal); }
 for line in "${lines[@]}"; do
