@@ -1,7 +1,7 @@
 #include "store/modGlobals.h"
 
 #include "base/Numbers.h"
-#include "store/modIni.h"
+#include "port/modPComm.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,6 +14,8 @@ constexpr char kGeneral[] = "GENERAL";
 constexpr char kChart[] = "CHART";
 constexpr char kRecorder[] = "RECORDER";
 constexpr char kPorts[] = "PORTS";
+constexpr char kDevices[] = "DEVICES";
+constexpr std::string_view kPortKey = "COM";
 constexpr std::size_t kLongestPath = 4096;
 constexpr std::size_t kLongestNumber = 63; // characters
 
@@ -78,9 +80,9 @@ void keep(modIni::Content& content, const KeptKey& key, const std::string& value
 {
     const std::optional<std::string> inFile = content.Value(key.section, key.key);
     const bool isSame = inFile && saysTheSame(key, *inFile, value);
-    const bool isMine = known == nullptr || !inFile || inFile == known->inFile || value != known->value;
+    const bool isMine = known == nullptr || inFile == known->inFile || value != known->value;
     if (!isSame && !isMine) {
-        return; // another program has changed it, and this one has not
+        return; // somebody else has changed or removed it, and this program has not
     }
     if (!isSame) {
         content.Put(key.section, {key.key, value});
@@ -91,6 +93,39 @@ void keep(modIni::Content& content, const KeptKey& key, const std::string& value
 }
 
 } // namespace
+
+KnownDevices::KnownDevices(const modIni::Content& content)
+{
+    for (const modIni::Entry& entry : content.Section(kDevices)) {
+        const auto number =
+            entry.key.size() > kPortKey.size() ? WholeNumber(entry.key.substr(kPortKey.size())) : std::nullopt;
+        const std::string_view name = Trimmed(std::string_view(entry.value).substr(0, kLongestPath));
+        if (number && *number >= 1 && *number <= modPComm::kPortCount && !name.empty()) {
+            m_names.emplace(*number, name); // as everywhere, the first of two lines counts
+        }
+    }
+}
+
+std::string KnownDevices::Of(std::int32_t port) const
+{
+    const auto known = m_names.find(port);
+    return known == m_names.end() ? std::string() : known->second;
+}
+
+void KnownDevices::Remember(std::int32_t port, const std::string& stableName)
+{
+    if (Of(port) != stableName) {
+        m_names[port] = stableName;
+        m_changed.insert(port);
+    }
+}
+
+void KnownDevices::Put(modIni::Content& content) const
+{
+    for (const std::int32_t port : m_changed) {
+        content.Put(kDevices, {std::string(kPortKey) + std::to_string(port), Of(port)});
+    }
+}
 
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
 {
@@ -116,6 +151,7 @@ Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator)
     settings.EveryValue = whole(*content, kRecorder, "EveryValue", 1) != 0;
     settings.NewFile = std::clamp(whole(*content, kRecorder, "NewFile", settings.NewFile), 0, kLastNewFile);
     settings.FileSize = std::clamp(whole(*content, kRecorder, "FileSize", settings.FileSize), 1, kLargestFileSize);
+    settings.Devices = KnownDevices(*content);
     settings.Keys = knownOf(*content, settings);
     return settings;
 }
@@ -133,10 +169,12 @@ std::error_code SaveGlobalSettings(Settings& settings)
         if (keys.empty()) {
             keys = knownOf(content, settings);
         }
+        settings.Devices.Put(content);
     };
     std::error_code why;
     if (modIni::Change(settings.IniFile, edit, why)) {
         settings.Keys = std::move(keys);
+        settings.Devices.HasBeenPut();
     }
     return why;
 }

@@ -2,11 +2,14 @@
 #pragma once
 
 #include "sensor/Parameters.h"
+#include "store/modIni.h"
 #include "texts/modFunctions.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -23,6 +26,25 @@ inline constexpr std::int32_t kLastNewFile = 3;
 inline constexpr std::int32_t kLargestFileSize = 9999;
 /// The bounds of `History_MiB`.
 inline constexpr std::int32_t kLeastHistory_MiB = 1, kMostHistory_MiB = 65536;
+
+/// Which device each port number led to when the operator connected to it, by its stable name: the section "DEVICES".
+class KnownDevices {
+public:
+    KnownDevices() = default;
+    explicit KnownDevices(const modIni::Content& content);
+
+    /// Empty when it is not known.
+    std::string Of(std::int32_t port) const;
+    /// It is written with the settings.
+    void Remember(std::int32_t port, const std::string& stableName);
+    /// Writes what was remembered since the last time; nothing else.
+    void Put(modIni::Content& content) const;
+    void HasBeenPut() { m_changed.clear(); }
+
+private:
+    std::map<std::int32_t, std::string> m_names;
+    std::set<std::int32_t> m_changed;
+};
 
 struct Settings {
     std::string IniFile = {};           ///< full path; empty: nothing is kept
@@ -41,6 +63,8 @@ struct Settings {
     std::int32_t NewFile = 0;       ///< when a recording goes on in another file: an index of `RecordParts`
     std::int32_t FileSize = 100;    ///< MiB, when it does so by size
 
+    KnownDevices Devices = {};
+
     /// A key's text in the file and the value that came of it, when it was last read or written.
     struct Known {
         std::optional<std::string> inFile;
@@ -55,9 +79,10 @@ struct Settings {
 /// read is not written in this run, even if it can be read later: the defaults in use are nobody's settings.
 Settings LoadGlobalSettings(const std::string& iniFile, char decimalSeparator);
 
-/// Writes what has changed in the sections "GENERAL", "CHART" and "RECORDER" since the settings were read or written,
-/// in one step. A key that another program has changed meanwhile keeps that value, unless it was changed here too.
-/// Returns the reason when the file could not be written; none without `IniFile`, when nothing is to be kept.
+/// Writes what has changed in the sections "GENERAL", "CHART", "RECORDER" and "DEVICES" since the settings were read or
+/// written, in one step. A key that another program or a person has changed or removed meanwhile stays so, unless it
+/// was changed here too. Keys that the file never had are added. Returns the reason when the file could not be written;
+/// none without `IniFile`, when nothing is to be kept.
 std::error_code SaveGlobalSettings(Settings& settings);
 
 /// The section "PORTS" of a file. Lists of ports ask for each of them, and a closed port asks twenty times a second:

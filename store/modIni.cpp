@@ -137,6 +137,18 @@ std::optional<std::string> Content::Value(std::string_view section, std::string_
     return value ? std::optional<std::string>(*value) : std::nullopt;
 }
 
+std::vector<Entry> Content::Section(std::string_view section) const
+{
+    std::vector<Entry> entries;
+    walkSection(m_bytes, section, [&](const Line& line) {
+        if (line.kind == LineKind::Entry) {
+            entries.push_back({std::string(line.name), std::string(line.value)});
+        }
+        return true;
+    });
+    return entries;
+}
+
 /// Creates or replaces one entry.
 void Content::Put(std::string_view section, const Entry& entry)
 {
@@ -220,14 +232,10 @@ std::string GetPrivateProfileStringA(std::string_view section, std::string_view 
 
 std::string GetPrivateProfileSectionA(std::string_view section, std::size_t size, const std::filesystem::path& file)
 {
-    const Content content = contentOf(file);
     std::string entries;
-    walkSection(content.Bytes(), section, [&](const Line& line) {
-        if (line.kind == LineKind::Entry) {
-            entries.append(line.name).append("=").append(line.value).append(1, '\0');
-        }
-        return true;
-    });
+    for (const Entry& entry : contentOf(file).Section(section)) {
+        entries.append(entry.key).append("=").append(entry.value).append(1, '\0');
+    }
     return cut(std::move(entries), size - 2);
 }
 

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace modIni {
 
@@ -59,6 +60,8 @@ public:
     explicit Content(std::string bytes) : m_bytes(std::move(bytes)) {}
 
     std::optional<std::string> Value(std::string_view section, std::string_view key) const;
+    /// All entries of the first section of that name, in their order.
+    std::vector<Entry> Section(std::string_view section) const;
     void Put(std::string_view section, const Entry& entry);
     const std::string& Bytes() const { return m_bytes; }
 

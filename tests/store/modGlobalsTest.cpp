@@ -77,6 +77,37 @@ TEST(GlobalSettings, TwoProgramsWriteOnlyWhatTheyHaveChanged)
     EXPECT_EQ(load().yMax, 200.0) << "both have changed it: the later change counts";
 }
 
+TEST(GlobalSettings, WhatHappensToTheFileMeanwhileStays)
+{
+    const TemporaryFolder folder;
+    const std::string before = "[GENERAL]\r\nComport=1\r\nLanguage=0\r\n[DEVICES]\r\nCOM3=a\r\nCOM999=b\r\n";
+    const std::string wide = "\xFF\xFE[\0G\0"s;
+    struct Row {
+        const char* what;
+        std::string now, after;
+        bool isSaved = true;
+    };
+    // One key, and one device, are changed here.
+    const std::string ours = "Comport=7\r\n", device = "[DEVICES]\r\nCOM5=c\r\n";
+    for (const Row& row :
+         {Row{"a key removed by hand", "[GENERAL]\r\nComport=1\r\n", "[GENERAL]\r\n" + ours + device},
+          Row{"our key removed by hand", "[GENERAL]\r\nLanguage=0\r\n", "[GENERAL]\r\nLanguage=0\r\n" + ours + device},
+          Row{"another one's device", "[GENERAL]\r\nComport=1\r\n[DEVICES]\r\nCOM3=d\r\n",
+              "[GENERAL]\r\n" + ours + "[DEVICES]\r\nCOM3=d\r\nCOM5=c\r\n"},
+          Row{"garbage", "\x01\xFE=\xFF\r\n[[[", "\x01\xFE=\xFF\r\n[[[\r\n[GENERAL]\r\n" + ours + device},
+          Row{"garbage that is no text", wide, wide, false}, Row{"nothing", "", "[GENERAL]\r\n" + ours + device}}) {
+        const std::string file = folder.Write("RVQ.ini", before);
+        modGlobals::Settings settings = modGlobals::LoadGlobalSettings(file, '.');
+        EXPECT_EQ(settings.Devices.Of(3), "a");
+        ASSERT_FALSE(modGlobals::SaveGlobalSettings(settings)) << "adds the keys that the file never had";
+        settings.Comport = 7;
+        settings.Devices.Remember(5, "c");
+        folder.Write("RVQ.ini", row.now);
+        EXPECT_EQ(!modGlobals::SaveGlobalSettings(settings), row.isSaved) << row.what;
+        EXPECT_EQ(TemporaryFolder::Read(file), row.after) << row.what;
+    }
+}
+
 TEST(GlobalSettings, WhatCouldNotBeReadIsNotWritten)
 {
     const TemporaryFolder folder;
