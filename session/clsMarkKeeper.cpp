@@ -2,6 +2,7 @@
 
 #include "base/Days.h"
 #include "base/modAPI.h"
+#include "base/modFiles.h"
 #include "session/clsRecorder.h"
 #include "store/clsRecordReader.h"
 #include "store/modSidecar.h"
@@ -153,6 +154,7 @@ MarkOutcome clsMarkKeeper::write(const File& file, const MarkChange& change)
                 .sidecar = sidecar,
                 .why = why ? why : std::make_error_code(std::errc::no_such_file_or_directory)};
     }
+    const modFiles::FolderLock lock(sidecar); // another program may be setting a mark in the same file
     auto info = modSidecar::Read(sidecar, why);
     if (!info && why != std::errc::no_such_file_or_directory) {
         return {.home = MarkHome::Unreadable, .sidecar = sidecar};
