@@ -34,12 +34,19 @@ enum class OpenProblem : std::uint8_t {
     ConnectionLost, ///< it was there and has ended
 };
 
+/// Another program that has a port open.
+struct PortUser {
+    std::int32_t process = 0; ///< 0: not known
+    std::string name = {};    ///< of the program, as the system shortens it
+};
+
 /// Why an opening failed.
 struct OpenFailure {
     OpenProblem problem = OpenProblem::None;
     std::string device; ///< empty: the port number has no device
     std::string group;  ///< with NoPermission: the group whose members may open the device
     std::string reason; ///< with Other: the system's message
+    PortUser user = {}; ///< with Busy: who has the device, if the system tells
 };
 
 enum class PortState : std::uint8_t {

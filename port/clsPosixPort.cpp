@@ -1,5 +1,7 @@
 #include "port/clsPosixPort.h"
 
+#include "port/modPortScan.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -50,6 +52,12 @@ bool membersMayOpen(const struct stat& device)
     return device.st_gid != 0 && (device.st_mode & 0060U) == 0060U;
 }
 
+OpenFailure busyFailure(const std::string& device)
+{
+    const auto users = modPortScan::UsersOf({device});
+    return {OpenProblem::Busy, device, {}, {}, users.empty() ? PortUser() : users.begin()->second};
+}
+
 OpenFailure failureOf(int error, const std::string& device, const struct stat& info)
 {
     switch (error) {
@@ -61,7 +69,7 @@ OpenFailure failureOf(int error, const std::string& device, const struct stat& i
         return {OpenProblem::NoDevice, device, {}, {}};
     case EBUSY:
     case EWOULDBLOCK:
-        return {OpenProblem::Busy, device, {}, {}};
+        return busyFailure(device);
     case EACCES:
     case EPERM:
         if (membersMayOpen(info)) {

@@ -1,5 +1,6 @@
 #include "port/modOpenFailure.h"
 
+#include "port/modPortScan.h"
 #include "texts/modFunctions.h"
 
 #include <string_view>
@@ -16,7 +17,7 @@ TextId textOf(const OpenFailure& failure)
     case OpenProblem::NoDevice:
         return failure.device.empty() ? TextId::PortWithoutDevice : TextId::PortDeviceMissing;
     case OpenProblem::Busy:
-        return TextId::PortBusy;
+        return failure.user.process == 0 ? TextId::PortBusy : TextId::PortBusyBy;
     case OpenProblem::NoPermission:
         return TextId::PortNoPermission;
     case OpenProblem::NotATerminal:
@@ -43,7 +44,10 @@ TextId textOf(const OpenFailure& failure)
 
 std::string Text(const OpenFailure& failure, std::int32_t language)
 {
-    const std::string& detail = failure.problem == OpenProblem::NoPermission ? failure.group : failure.reason;
+    const bool isBusy = failure.problem == OpenProblem::Busy;
+    const std::string detail = isBusy                                         ? modPortScan::InWords(failure.user)
+                               : failure.problem == OpenProblem::NoPermission ? failure.group
+                                                                              : failure.reason;
     return modFunctions::Filled(modFunctions::GetText(textOf(failure), language), {failure.device, detail});
 }
 

@@ -1,23 +1,9 @@
 #include "port/modPComm.h"
 
-#include <fstream>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 namespace modPComm {
-
-namespace {
-
-std::string firstLine(const std::filesystem::path& file)
-{
-    std::ifstream stream(file);
-    std::string line;
-    std::getline(stream, line);
-    return line;
-}
-
-} // namespace
 
 std::string UsualDevice(std::int32_t port)
 {
@@ -57,23 +43,6 @@ std::string PortDevices::DeviceOf(std::int32_t port) const
     }
     std::string device = m_configured ? m_configured("COM" + std::to_string(port)) : std::string();
     return device.empty() ? UsualDevice(port) : device;
-}
-
-std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system)
-{
-    // The plug with maker and product is some folders above the port; how many depends on the driver.
-    std::error_code error;
-    const auto node = std::filesystem::canonical(device, error); // the target of a by-id link
-    auto folder = std::filesystem::canonical(system / "class/tty" / node.filename() / "device", error);
-    for (; !error && folder.has_relative_path() && folder != system; folder = folder.parent_path()) {
-        std::string name = firstLine(folder / "manufacturer");
-        const std::string product = firstLine(folder / "product");
-        name.append(name.empty() || product.empty() ? "" : " ").append(product);
-        if (!name.empty()) {
-            return name;
-        }
-    }
-    return {};
 }
 
 } // namespace modPComm

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -28,6 +27,8 @@ public:
     /// The same for a simulated sensor of the program's own.
     void Simulate(std::int32_t port, const std::string& device);
     std::string DeviceOf(std::int32_t port) const;
+    /// Whether the device was set for this run.
+    bool IsOverridden(std::int32_t port) const { return m_overrides.contains(port); }
     /// Whether the port leads to the simulated sensor.
     bool IsSimulated(std::int32_t port) const;
 
@@ -36,9 +37,5 @@ private:
     std::map<std::int32_t, std::string> m_overrides;
     std::string m_simulated;
 };
-
-/// Maker and product of what is plugged in behind a device, in its own words (UTF-8), for example "FTDI FT232R USB
-/// UART"; empty when the system does not know. `system` is where the kernel shows its devices.
-std::string MakerOf(const std::filesystem::path& device, const std::filesystem::path& system = "/sys");
 
 } // namespace modPComm

@@ -201,23 +201,4 @@ TEST(PosixPort, TellsThatTheDevicesHaveChanged)
     EXPECT_TRUE(line.port.DevicesChanged(2)) << "another permission";
 }
 
-TEST(MakerOf, LooksUpToThePlugAndNoFurther)
-{
-    namespace fs = std::filesystem;
-    const TemporaryFolder folder;
-    const fs::path& system = folder.path;
-    const fs::path plug = system / "devices/usb1/1-2";
-    fs::create_directories(plug / "1-2:1.0/ttyUSB7");
-    fs::create_directories(system / "class/tty/ttyUSB7");
-    fs::create_symlink(plug / "1-2:1.0/ttyUSB7", system / "class/tty/ttyUSB7/device");
-    fs::create_symlink(folder.Write("ttyUSB7", ""), system / "usb-converter-by-id");
-    folder.Write("product", "of the whole system\n");
-    EXPECT_EQ(modPComm::MakerOf(system / "ttyUSB7", system), "");
-    std::ofstream(plug / "product") << "USB UART\n";
-    EXPECT_EQ(modPComm::MakerOf(system / "ttyUSB7", system), "USB UART");
-    std::ofstream(plug / "manufacturer") << "Maker & Sons\n";
-    EXPECT_EQ(modPComm::MakerOf(system / "usb-converter-by-id", system), "Maker & Sons USB UART");
-    EXPECT_EQ(modPComm::MakerOf("/dev/does-not-exist", system), "");
-}
-
 } // namespace

@@ -1,6 +1,7 @@
 #include "ui/main/SensorPanel.h"
 
 #include "session/clsSession.h"
+#include "session/modPortMemory.h"
 #include "store/modGlobals.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
@@ -104,13 +105,14 @@ void PortPanel::Follow(clsSession& session, modGlobals::Settings& settings, cons
     m_devices = &devices;
     settings.Comport = cmbComPort->Fill(devices, settings.Comport);
     settings.Baudrate = FillBaudrates(*cmbBaudrate, settings.Baudrate);
-    connect(cmbComPort, &QComboBox::activated, this, [this](int index) { Guarded([&] { cmbComPort_Click(index); }); });
+    connect(cmbComPort, &QComboBox::activated, this, [this] { Guarded([this] { cmbComPort_Click(); }); });
     connect(cmbBaudrate, &QComboBox::activated, this,
             [this](int index) { Guarded([&] { cmbBaudrate_Click(index); }); });
 }
 
 void PortPanel::Localise(std::int32_t language)
 {
+    cmbComPort->Localise(language);
     cmbComPort->setAccessibleName(Text(TextId::ToolTipPort, language));
     cmbBaudrate->setAccessibleName(Text(TextId::ToolTipBaudrate, language));
 }
@@ -121,10 +123,12 @@ void PortPanel::Choose(std::int32_t port)
     m_session->Loop().ChangePort();
 }
 
-void PortPanel::cmbComPort_Click(int index)
+void PortPanel::cmbComPort_Click()
 {
-    m_settings->Comport = index + 1;
+    m_settings->Comport = cmbComPort->Port();
+    modPortMemory::Remember(m_settings->Comport, *m_devices, m_settings->Devices);
     m_session->Loop().ChangePort();
+    emit chosen();
 }
 
 void PortPanel::cmbBaudrate_Click(int index)

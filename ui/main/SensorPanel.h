@@ -46,7 +46,7 @@ private:
     QCheckBox* chkRedLaser;
 };
 
-/// Port number and rate; a change takes effect at once and is stored in the settings.
+/// Port number and rate; a change takes effect at once and is stored in the settings, with the device behind the port.
 class PortPanel : public QGroupBox {
     Q_OBJECT
 
@@ -60,8 +60,12 @@ public:
     /// Changes to another port as if the operator had chosen it.
     void Choose(std::int32_t port);
 
+signals:
+    /// The operator has chosen a port, perhaps the same one again.
+    void chosen();
+
 private:
-    void cmbComPort_Click(int index);
+    void cmbComPort_Click();
     void cmbBaudrate_Click(int index);
 
     clsSession* m_session = nullptr;

@@ -3,6 +3,7 @@
 #include "base/modAPI.h"
 #include "port/modPComm.h"
 #include "session/clsSession.h"
+#include "session/modPortMemory.h"
 #include "store/clsConfigLibrary.h"
 #include "store/modGlobals.h"
 #include "ui/chart/ChartPanel.h"
@@ -25,7 +26,7 @@
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/InputGuards.h"
 #include "ui/widgets/Localise.h"
-#include "ui/widgets/PortList.h"
+#include "ui/widgets/PortModel.h"
 #include "ui/widgets/PortWatch.h"
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/Waiting.h"
@@ -64,6 +65,7 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
     localise();
     connectMenus();
     connectView();
+    connect(fraComport, &PortPanel::chosen, this, [this] { m_openedPort = {}; });
     connect(fraFirstSteps, &FirstSteps::tried, this, [this] { Guarded([this] { fraFirstSteps_Tried(); }); });
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
     if (!m_settings.UnreadFile.empty()) {
@@ -195,9 +197,25 @@ void frmMain::timer_Tick()
 void frmMain::explainFailure()
 {
     const clsRVQ& device = m_session.Device();
-    const QString why = device.PortIsOpen() ? QString() : OpenFailureText(device.LastFailure(), m_settings.Language);
+    followPort();
+    const QString why =
+        device.PortIsOpen() ? m_portWarning : OpenFailureText(device.LastFailure(), m_settings.Language);
     if (pnlMessages->Explain(why)) {
         noteFailure();
+    }
+}
+
+/// When the port opens, it says if there is another device behind its number than last time.
+void frmMain::followPort()
+{
+    const OpenedPort opened{m_session.Device().PortIsOpen() ? m_settings.Comport : 0, m_settings.Language};
+    if (std::exchange(m_openedPort, opened) == opened || opened.port == 0) {
+        return;
+    }
+    modPortMemory::Learn(opened.port, m_devices, m_settings.Devices);
+    const std::string warning = modPortMemory::Warning(opened.port, m_devices, m_settings.Devices, m_settings.Language);
+    if (m_portWarning = FromUtf8(warning); !m_portWarning.isEmpty()) {
+        pnlMessages->ShowMessage(m_portWarning);
     }
 }
 

@@ -89,6 +89,7 @@ private:
     void timer_Tick();
     void explainFailure();
     void tellPassport();
+    void followPort();
     void noteFailure();
     void offerFirstSteps();
     void fraFirstSteps_Tried();
@@ -152,7 +153,14 @@ private:
         std::int32_t language = -1;
         bool operator==(const TitleFacts&) const = default;
     };
-    TitleFacts m_named;          ///< in the title
+    TitleFacts m_named; ///< in the title
+    struct OpenedPort {
+        std::int32_t port = 0; ///< 0: closed
+        std::int32_t language = -1;
+        bool operator==(const OpenedPort&) const = default;
+    };
+    OpenedPort m_openedPort;     ///< when its device was last compared with the one it had before
+    QString m_portWarning;       ///< that it is another one
     QString m_unkept;            ///< the warning given to panel 2
     bool m_closesUnkept = false; ///< the next close ends the program even if the settings cannot be saved
     std::int32_t m_unconnectedTicks = 0;

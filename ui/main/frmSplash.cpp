@@ -2,6 +2,7 @@
 
 #include "port/modPComm.h"
 #include "sensor/clsRVQ.h"
+#include "session/modPortMemory.h"
 #include "texts/modFunctions.h"
 #include "ui/help/Help.h"
 #include "ui/widgets/Guarded.h"
@@ -9,6 +10,7 @@
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/PortList.h"
 #include "ui/widgets/QtText.h"
+#include "ui/widgets/WrappedLabel.h"
 
 #include <QComboBox>
 #include <QGridLayout>
@@ -29,7 +31,7 @@ QLabel* captionLabel(QWidget* parent, const char* name, TextId id)
 } // namespace
 
 frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices& devices, Help& help)
-    : m_settings(settings), m_help(help)
+    : m_settings(settings), m_devices(devices), m_help(help)
 {
     setObjectName(QStringLiteral("frmSplash"));
     SetTextIds(this, TextId::TitleSplash);
@@ -46,7 +48,8 @@ frmSplash::frmSplash(modGlobals::Settings& settings, const modPComm::PortDevices
     cmbLanguage->setCurrentIndex(settings.Language / LanguageEnglish);
     cmbComPort->Fill(devices, settings.Comport);
     m_settings.Baudrate = FillBaudrates(*cmbBaudrate, settings.Baudrate);
-    LocaliseForm(*this, settings.Language);
+    localise();
+    connect(cmbComPort, &QComboBox::currentIndexChanged, this, [this] { Guarded([this] { warnOfPort(); }); });
     connect(cmbLanguage, &QComboBox::activated, this,
             [this](int index) { Guarded([&] { cmbLanguage_Click(index); }); });
     cmdOK->setDefault(true);
@@ -77,6 +80,9 @@ QLayout* frmSplash::buildChoices()
                     2);
     addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", TextId::CaptionPort);
     addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", TextId::CaptionBaudrate);
+    lblPortWarning = new WrappedLabel(this);
+    lblPortWarning->setObjectName(QStringLiteral("lblPortWarning"));
+    grid->addWidget(lblPortWarning, grid->rowCount(), 0, 1, 2);
     return grid;
 }
 
@@ -112,17 +118,35 @@ QPushButton* frmSplash::addButton(const char* name, TextId captionId, void (frmS
     return button;
 }
 
+void frmSplash::localise()
+{
+    LocaliseForm(*this, m_settings.Language);
+    cmbComPort->Localise(m_settings.Language);
+    warnOfPort();
+}
+
+/// The number that is chosen may lead to another device than last time.
+void frmSplash::warnOfPort()
+{
+    const std::string warning =
+        modPortMemory::Warning(cmbComPort->Port(), m_devices, m_settings.Devices, m_settings.Language);
+    lblPortWarning->setText(FromUtf8(warning));
+    lblPortWarning->setVisible(!warning.empty());
+}
+
 void frmSplash::cmbLanguage_Click(int index)
 {
     m_settings.Language = index * LanguageEnglish;
     m_help.SetHelpFile();
     LocaliseOpenWindows(m_settings.Language);
+    localise();
 }
 
 void frmSplash::cmdOK_Click()
 {
     m_settings.Baudrate = RateOfIndex(cmbBaudrate->currentIndex());
-    m_settings.Comport = cmbComPort->currentIndex() + 1;
+    m_settings.Comport = cmbComPort->Port();
+    modPortMemory::Remember(m_settings.Comport, m_devices, m_settings.Devices);
     modGlobals::SaveGlobalSettings(m_settings);
     accept();
 }

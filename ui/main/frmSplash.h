@@ -10,6 +10,7 @@ class Help;
 class PortList;
 class QComboBox;
 class QGridLayout;
+class QLabel;
 class QPushButton;
 
 namespace modPComm {
@@ -32,16 +33,20 @@ private:
     QLayout* buildButtons();
     QPushButton* addButton(const char* name, TextId captionId, void (frmSplash::*clicked)());
     void addChoice(QGridLayout& grid, const char* label, QComboBox& box, const char* list, TextId captionId);
+    void localise();
+    void warnOfPort();
     void cmbLanguage_Click(int index);
     void cmdOK_Click();
     void cmdExit_Click();
     void cmdHelp_Click();
 
     modGlobals::Settings& m_settings;
+    const modPComm::PortDevices& m_devices;
     Help& m_help;
     QComboBox* cmbLanguage;
     PortList* cmbComPort;
     QComboBox* cmbBaudrate;
+    QLabel* lblPortWarning;
     QPushButton* cmdOK;
     QPushButton* cmdExit;
     QPushButton* cmdHelp;

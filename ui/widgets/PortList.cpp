@@ -1,147 +1,152 @@
 #include "ui/widgets/PortList.h"
 
-#include "port/modLineUrl.h"
 #include "port/modPComm.h"
+#include "port/modPortEntries.h"
 #include "sensor/Parameters.h"
+#include "ui/widgets/Guarded.h"
+#include "ui/widgets/PortModel.h"
+#include "ui/widgets/PortView.h"
 #include "ui/widgets/QtText.h"
 
-#include <QAbstractItemView>
-#include <QFile>
-#include <QPainter>
+#include <QKeyEvent>
 #include <QSignalBlocker>
-#include <QStyle>
-#include <QStyledItemDelegate>
-#include <QVariant>
+#include <QTimer>
 
-#include <algorithm>
+#include <chrono>
 
 namespace {
 
-constexpr std::int32_t kSecondText = Qt::UserRole;
 constexpr int kShownPorts = 24;
 constexpr int kPortNameLength = 7; ///< "COM 255"
-
-/// Draws a second, lighter text beside that of an item.
-class SecondTextDelegate : public QStyledItemDelegate {
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
-    {
-        QStyledItemDelegate::paint(painter, option, index);
-        const QRect room = option.rect.adjusted(start(option), 0, -gap(option), 0);
-        const bool selected = option.state.testFlag(QStyle::State_Selected);
-        QColor color = option.palette.color(selected ? QPalette::HighlightedText : QPalette::Text);
-        color.setAlphaF(0.65F);
-        painter->save();
-        painter->setFont(option.font);
-        painter->setPen(color);
-        painter->drawText(room, Qt::AlignVCenter | Qt::TextSingleLine, index.data(kSecondText).toString());
-        painter->restore();
-    }
-
-    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
-    {
-        const QSize first = QStyledItemDelegate::sizeHint(option, index);
-        const QString second = index.data(kSecondText).toString();
-        return {second.isEmpty() ? first.width() : std::max(first.width(), WidthWith(second, option)), first.height()};
-    }
-
-    /// The width of an item with this second text; with an empty text, of an item without one.
-    static int WidthWith(const QString& second, const QStyleOptionViewItem& option)
-    {
-        return start(option) + option.fontMetrics.horizontalAdvance(second) + gap(option);
-    }
-
-private:
-    static int gap(const QStyleOptionViewItem& option) { return option.fontMetrics.height() / 2; }
-
-    /// After the longest port name, so that the second texts form a column.
-    static int start(const QStyleOptionViewItem& option)
-    {
-        QFont bold = option.font;
-        bold.setBold(true);
-        return QFontMetrics(bold).horizontalAdvance(PortName(modPComm::kPortCount)) + 3 * gap(option);
-    }
-};
-
-/// Returns the second text, which only an existing device and a line over the network have.
-QString describePort(QComboBox& list, std::int32_t port, const QString& device)
-{
-    QString described = device;
-    QString second;
-    if (modLineUrl::IsUrl(device.toStdString())) {
-        second = device;
-    } else if (!device.isEmpty() && QFile::exists(device)) {
-        const std::string maker = modPComm::MakerOf(QFile::encodeName(device).toStdString());
-        described += maker.empty() ? QString() : QStringLiteral(" – ") + FromUtf8(maker);
-        second = described;
-    }
-    QFont standsOut = list.font();
-    standsOut.setBold(true);
-    // All at once: the list reports each change to its view and to listeners of the window.
-    list.model()->setItemData(list.model()->index(port - 1, 0),
-                              {{Qt::DisplayRole, PortName(port)},
-                               {Qt::FontRole, second.isEmpty() ? QVariant() : standsOut},
-                               {kSecondText, second},
-                               {Qt::AccessibleDescriptionRole, second},
-                               {Qt::ToolTipRole, described}});
-    return second;
-}
+constexpr int kLooksEvery_ms = 500;
+constexpr int kLooksPerUsers = 4;
 
 } // namespace
 
-QString PortName(std::int32_t port)
+PortList::PortList(QWidget* parent) : QComboBox(parent), m_ports(new PortModel(this)), m_timer(new QTimer(this))
 {
-    return QStringLiteral("COM %1").arg(port);
+    setMaxVisibleItems(kShownPorts);
+    setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else all 255 texts are measured
+    setMinimumContentsLength(kPortNameLength);
+    setIconSize({0, 0}); // room for an icon would make the list higher than its neighbours
+    setModel(m_ports);
+    m_timer->setInterval(kLooksEvery_ms);
+    connect(m_timer, &QTimer::timeout, this, [this] { Guarded([this] { follow(); }); });
 }
 
 std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t selected)
 {
     const QSignalBlocker silent(*this);
     m_devices = &devices;
-    if (count() == 0) {
-        setMaxVisibleItems(kShownPorts);
-        setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // else all 255 texts are measured
-        setMinimumContentsLength(kPortNameLength);
-        setIconSize({0, 0}); // room for an icon would make the list higher than its neighbours
-        QStringList names;   // added at once, because the list reports each addition to its view
-        for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-            names += PortName(port);
-        }
-        addItems(names);
+    setCurrentIndex(m_ports->RowOf(selected >= 1 && selected <= modPComm::kPortCount ? selected : 1));
+    return Port();
+}
+
+void PortList::Localise(std::int32_t language)
+{
+    m_language = language;
+    m_ports->Localise(language);
+    if (m_list != nullptr) {
+        m_list->Localise(language);
     }
-    setCurrentIndex(selected >= 1 && selected <= modPComm::kPortCount ? selected - 1 : 0);
-    return currentIndex() + 1;
+}
+
+std::int32_t PortList::Port() const
+{
+    return m_ports->PortAt(currentIndex());
 }
 
 void PortList::showPopup()
 {
-    describePorts();
+    if (m_list == nullptr) {
+        m_list = new PortView(*m_ports);
+        setView(m_list); // it belongs to the list now
+        m_list->Localise(m_language);
+        m_list->installEventFilter(this); // comes before the filter of the list, which takes Escape
+    }
+    sort();
+    m_list->ClearSearch();
+    m_list->FitWidth();
+    askForUsers();
+    m_looks = 0;
+    m_timer->start();
     QComboBox::showPopup();
+    if (!m_ports->IsThere(currentIndex())) {
+        m_list->scrollToTop(); // what could be chosen instead
+    }
 }
 
-void PortList::describePorts()
+void PortList::hidePopup()
+{
+    m_timer->stop();
+    QComboBox::hidePopup();
+    if (m_list != nullptr) {
+        m_list->ClearSearch();
+    }
+}
+
+bool PortList::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_list && event->type() == QEvent::KeyPress && m_list->TakeKey(static_cast<QKeyEvent&>(*event))) {
+        return true;
+    }
+    return QComboBox::eventFilter(watched, event);
+}
+
+/// A text that is typed into the closed list opens it: choosing with every letter would try one port after another.
+void PortList::keyPressEvent(QKeyEvent* event)
+{
+    const bool isText = !event->text().isEmpty() && event->text().front().isLetterOrNumber() &&
+                        (event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) == Qt::NoModifier;
+    if (isText) {
+        showPopup();
+        m_list->TakeKey(*event);
+        return;
+    }
+    if (event->key() != Qt::Key_Space) {
+        sort(); // the arrows go from one existing device to the next
+    }
+    QComboBox::keyPressEvent(event);
+}
+
+/// The port stays the same, whatever row it has.
+void PortList::sort()
 {
     if (m_devices == nullptr) {
         return;
     }
-    const QSignalBlocker silent(*this); // the port stays the same, whatever text is beside it
-    if (dynamic_cast<SecondTextDelegate*>(itemDelegate()) == nullptr) {
-        setItemDelegate(new SecondTextDelegate(this));
-        view()->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    const QSignalBlocker silent(*this);
+    const std::int32_t port = Port();
+    m_seen = modPortScan::Look(m_root);
+    m_ports->Sort(modPortEntries::Entries(*m_devices, m_root));
+    setCurrentIndex(m_ports->RowOf(port));
+}
+
+/// Takes in what has changed while the list is open.
+void PortList::follow()
+{
+    if (const auto seen = modPortScan::Look(m_root); seen != m_seen && m_devices != nullptr) {
+        m_seen = seen;
+        m_list->KeepingPlace([this] {
+            const QSignalBlocker silent(*this);
+            m_ports->Renew(modPortEntries::Entries(*m_devices, m_root));
+        });
+        m_looks = 0;
     }
-    QStyleOptionViewItem option;
-    option.initFrom(this);
-    // Asking the view would make it measure each of the 255 items.
-    int widest = SecondTextDelegate::WidthWith({}, option);
-    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
-        const QString second = describePort(*this, port, QFile::decodeName(m_devices->DeviceOf(port).c_str()));
-        if (!second.isEmpty()) {
-            widest = std::max(widest, SecondTextDelegate::WidthWith(second, option));
-        }
+    using namespace std::chrono_literals;
+    if (m_users.valid() && m_users.wait_for(0s) == std::future_status::ready) {
+        m_list->KeepingPlace([this] { m_ports->Tell(m_users.get()); });
     }
-    view()->setMinimumWidth(widest + 2 * style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    if (m_looks++ % kLooksPerUsers == 0) {
+        askForUsers();
+    }
+}
+
+void PortList::askForUsers()
+{
+    if (!m_users.valid()) {
+        m_users = std::async(std::launch::async, modPortScan::UsersOf, m_ports->Devices(), m_root);
+    }
 }
 
 std::int32_t FillBaudrates(QComboBox& list, std::int32_t selected)

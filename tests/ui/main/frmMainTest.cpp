@@ -132,6 +132,24 @@ TEST(MainWindow, SaysWhyAPortCannotBeOpened)
     EXPECT_NE(toolTip().find(" Comport not open"), std::string::npos) << "with an open port: what was, and when";
 }
 
+TEST(MainWindow, SaysThatANumberLeadsToAnotherDeviceUntilItIsChosenAgain)
+{
+    MainDesk main;
+    main.devices.Use([&](std::string_view key) { return key == "COM3" ? main.sensor.Path() : std::string(); });
+    main.settings.Devices.Remember(3, "/dev/serial/by-id/usb-Maker_UART_A1-if00-port0");
+    main.settings.Comport = 3;
+    main.Open();
+    ASSERT_TRUE(main.Connects());
+    const std::string warning =
+        "COM 3 now leads to another device: " + main.sensor.Path() + ". Last time it was Maker UART A1.";
+    EXPECT_EQ(main.Text("sbar_1"), warning) << "for some seconds";
+    const auto toolTip = [&] { return main.Find<QLabel>("sbar_1")->toolTip().toStdString(); };
+    EXPECT_TRUE(toolTip().starts_with(warning + "\n"));
+    Choose(*main.Find<QComboBox>("cmbComPort"), 2);
+    EXPECT_TRUE(Until([&] { return !toolTip().starts_with(warning); }));
+    EXPECT_EQ(main.settings.Devices.Of(3), main.sensor.Path());
+}
+
 TEST(MainWindow, ThePortOfTheSimulatedSensorIsNotKept)
 {
     MainDesk main;

@@ -72,15 +72,34 @@ TEST(StartUpWindow, ListOfPortsLooksForDevicesEachTimeItOpens)
         isThere ? std::filesystem::create_symlink("/dev/null", device)
                 : static_cast<void>(std::filesystem::remove(device));
         ports.showPopup();
-        const auto data = [&](int role) { return ports.itemData(1, role).toString().toStdString(); };
-        EXPECT_EQ(ports.itemData(1, Qt::FontRole).value<QFont>().bold(), isThere);
+        const int row = ports.findText("COM 2");
+        const auto data = [&](int role) { return ports.itemData(row, role).toString().toStdString(); };
+        EXPECT_EQ(ports.itemData(row, Qt::FontRole).value<QFont>().bold(), isThere);
+        EXPECT_EQ(ports.currentText(), "COM 2");
         EXPECT_EQ(data(Qt::UserRole), isThere ? device : "") << "beside the port";
         EXPECT_EQ(data(Qt::AccessibleDescriptionRole), isThere ? device : "");
-        EXPECT_EQ(data(Qt::ToolTipRole), device);
-        EXPECT_EQ(ports.itemData(6, Qt::UserRole), "tcp://[::1]:4001") << "whether it answers or not";
+        EXPECT_EQ(data(Qt::ToolTipRole), isThere ? device + "\n/dev/null" : device);
+        EXPECT_EQ(ports.itemData(ports.findText("COM 7"), Qt::UserRole), "tcp://[::1]:4001")
+            << "whether it answers or not";
         ports.hidePopup();
     }
     EXPECT_EQ(changes.count(), 0) << "the port is the same";
+}
+
+TEST(StartUpWindow, SaysThatANumberLeadsToAnotherDeviceUntilItIsConfirmed)
+{
+    Splash splash;
+    splash.devices.Use([](std::string_view key) { return std::string(key == "COM7" ? "/dev/null" : ""); });
+    splash.settings.Devices.Remember(7, "/dev/serial/by-id/usb-Maker_UART_A1-if00-port0");
+    splash.settings.Language = LanguageEnglish;
+    splash.window.show();
+    const auto* warning = FindIn<QLabel>(splash.window, "lblPortWarning");
+    EXPECT_FALSE(warning->isVisible());
+    Choose(splash.List("cmbComPort"), 6);
+    EXPECT_TRUE(warning->isVisible());
+    EXPECT_EQ(warning->text(), "COM 7 now leads to another device: /dev/null. Last time it was Maker UART A1.");
+    splash.Click("cmdOK");
+    EXPECT_EQ(modGlobals::LoadGlobalSettings(splash.file, '.').Devices.Of(7), "/dev/null");
 }
 
 TEST(StartUpWindow, ExitAndCloseBoxRejectWithoutSavingAndEscapeDoesNothing)
