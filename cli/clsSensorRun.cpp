@@ -7,6 +7,7 @@
 #include "port/clsPorts.h"
 #include "port/modOpenFailure.h"
 #include "sensor/Parameters.h"
+#include "session/modPortMemory.h"
 
 #include <algorithm>
 #include <cctype>
@@ -116,6 +117,9 @@ int clsSensorRun::Connect()
         tickWhile([this] { return Device().PortIsOpen() && !isAnswered(); }, patience_s());
     }
     m_program.Progress().End();
+    if (Device().PortIsOpen()) {
+        warnOfPort();
+    }
     m_wasFound = isAnswered();
     if (!m_wasFound) {
         return end == RunEnd::Done ? sayWhyNot() : static_cast<int>(ExitFailed);
@@ -138,6 +142,17 @@ bool clsSensorRun::join()
     m_session.Loop().ListenFirst_ms = 0;
     m_wasFound = m_wasMeasuring = true;
     return true;
+}
+
+/// The number may lead to another device than the one that the operator has connected to in a window.
+void clsSensorRun::warnOfPort()
+{
+    const modGlobals::Settings& settings = m_program.Settings();
+    const std::string warning =
+        modPortMemory::Warning(settings.Comport, m_program.Devices(), settings.Devices, m_program.Language());
+    if (!warning.empty()) {
+        m_program.Note(warning);
+    }
 }
 
 double clsSensorRun::patience_s()

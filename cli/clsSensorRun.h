@@ -96,6 +96,7 @@ private:
     bool resumes();
     void tickWhile(const std::function<bool()>& goOn, double limit_s);
     void tickFor(double seconds);
+    void warnOfPort();
     double patience_s();
     void Echo(std::string_view received) override;
 

@@ -9,6 +9,7 @@
 #include "cli/Measure.h"
 #include "cli/Passport.h"
 #include "cli/Play.h"
+#include "cli/PortsCommand.h"
 #include "cli/Record.h"
 #include "cli/Set.h"
 #include "cli/Temperature.h"
@@ -37,6 +38,11 @@ constexpr std::string_view kWriting =
 
 /// A command is a row here and a file of its own.
 constexpr Command kCommands[] = {
+    {.name = "ports",
+     .operands = "",
+     .summary = "List the serial devices and the lines over the network",
+     .options = kPortsOptions,
+     .run = RunPorts},
     {.name = "measure",
      .operands = "",
      .summary = "Measure and print the values",
