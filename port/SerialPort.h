@@ -115,6 +115,12 @@ public:
         static_cast<void>(port);
         return false;
     }
+    /// Whether the rate that is set is that of the line. A raw line over the network has the rate of its server.
+    virtual bool HasRate(std::int32_t port) const
+    {
+        static_cast<void>(port);
+        return true;
+    }
     /// How much later an answer comes than over a cable, in milliseconds: the round trip to where the line begins.
     virtual std::int32_t Delay_ms(std::int32_t port) const
     {

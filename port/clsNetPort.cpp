@@ -117,6 +117,12 @@ bool clsNetPort::HasVanished(std::int32_t port) const
     return line != nullptr && line->HasVanished();
 }
 
+bool clsNetPort::HasRate(std::int32_t port) const
+{
+    const auto url = modLineUrl::Parse(m_devices.DeviceOf(port));
+    return url && url->protocol == modLineUrl::Protocol::Rfc2217;
+}
+
 std::int32_t clsNetPort::Delay_ms(std::int32_t port) const
 {
     const clsNetLine* line = lineOf(port);

@@ -39,6 +39,7 @@ public:
     bool DevicesChanged(std::int32_t port) const override;
     int ArrivalHandle(std::int32_t port) const override;
     bool HasVanished(std::int32_t port) const override;
+    bool HasRate(std::int32_t port) const override;
     std::int32_t Delay_ms(std::int32_t port) const override;
 
 private:
