@@ -1,0 +1,74 @@
+#include "session/modCandidates.h"
+
+#include "port/modLineUrl.h"
+#include "port/modPComm.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace modCandidates {
+
+namespace {
+
+enum class Kind : std::uint8_t { PluggedIn, Device, Network, None };
+
+/// Looks at the name alone and at what the system says about it; nothing is opened.
+Kind kindOf(const std::string& device)
+{
+    if (modLineUrl::IsUrl(device)) {
+        return modLineUrl::Parse(device) ? Kind::Network : Kind::None;
+    }
+    std::error_code error;
+    if (device.empty() || !std::filesystem::is_character_file(device, error)) {
+        return Kind::None;
+    }
+    return modPComm::MakerOf(device).empty() ? Kind::Device : Kind::PluggedIn;
+}
+
+/// The same for all names of a device.
+std::string identityOf(const std::string& device, Kind kind)
+{
+    std::error_code error;
+    const auto node = std::filesystem::canonical(device, error);
+    return kind == Kind::Network || error ? device : node.string();
+}
+
+} // namespace
+
+std::string NameOf(std::int32_t port, const modPComm::PortDevices& devices)
+{
+    const std::string device = devices.DeviceOf(port);
+    return "COM " + std::to_string(port) + (device.empty() ? std::string() : " (" + device + ")");
+}
+
+std::vector<FindCandidate> Known(const modPComm::PortDevices& devices, std::int32_t own)
+{
+    std::vector<std::pair<Kind, FindCandidate>> found;
+    std::set<std::string> seen;
+    const auto add = [&](std::int32_t port) {
+        const std::string device = devices.DeviceOf(port);
+        const Kind kind = kindOf(device);
+        if (kind != Kind::None && !devices.IsSimulated(port) && seen.insert(identityOf(device, kind)).second) {
+            found.emplace_back(kind, FindCandidate{port, NameOf(port, devices), port == own});
+        }
+    };
+    if (own > 0) {
+        add(own); // before another number of the same device
+    }
+    for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
+        add(port);
+    }
+    std::ranges::stable_sort(found, [](const auto& one, const auto& other) {
+        return std::pair(one.first, one.second.port) < std::pair(other.first, other.second.port);
+    });
+    std::vector<FindCandidate> candidates;
+    for (auto& [kind, candidate] : found) {
+        candidates.push_back(std::move(candidate));
+    }
+    return candidates;
+}
+
+} // namespace modCandidates
