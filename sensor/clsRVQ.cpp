@@ -109,6 +109,11 @@ void clsRVQ::CommBaudrate(std::int32_t rate)
     }
 }
 
+bool clsRVQ::PortHasRate() const
+{
+    return m_port != nullptr && m_port->HasRate(m_commComPort);
+}
+
 std::int32_t clsRVQ::PortStatus() const
 {
     return m_port == nullptr ? 0 : m_port->sio_data_status(m_commComPort);

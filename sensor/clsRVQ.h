@@ -132,6 +132,8 @@ public:
     void CommBaudrate(std::int32_t rate);
     /// How much later an answer comes than over a cable, in milliseconds; 0 for a closed port.
     double Delay_ms() const;
+    /// Whether the rate of the port is that of the line; see `SerialPort::HasRate`.
+    bool PortHasRate() const;
     /// The line errors since the last call, as `LineError` bits.
     std::int32_t PortStatus() const;
     /// The same as text, "Parity Error|Framing Error|Overrun Error|Overflow Error"; empty without errors. No window

@@ -56,6 +56,13 @@ public:
     }
     /// Called whenever the rule changes.
     virtual void ShowRule(const ControlRule& rule) { static_cast<void>(rule); }
+    /// The sensor has been found at another rate than that of the settings, in bit/s: the one that it was set to before
+    /// it fell silent. The line has that rate now; a front end that keeps the settings takes it over.
+    virtual void RateFollowed(std::int32_t former, std::int32_t rate)
+    {
+        static_cast<void>(former);
+        static_cast<void>(rate);
+    }
     /// The averaging and laser settings that the sensor has reported. Show them without sending them back.
     virtual void ShowSensorSettings(const SensorSettings& settings) { static_cast<void>(settings); }
     /// Called at the end of a tick.

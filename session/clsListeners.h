@@ -35,6 +35,10 @@ public:
     {
         tell([&](SessionListener& listener) { listener.ShowRule(rule); });
     }
+    void RateFollowed(std::int32_t former, std::int32_t rate) override
+    {
+        tell([&](SessionListener& listener) { listener.RateFollowed(former, rate); });
+    }
     void ShowSensorSettings(const SensorSettings& settings) override
     {
         tell([&](SessionListener& listener) { listener.ShowSensorSettings(settings); });

@@ -41,7 +41,8 @@ void clsMeasurementLoop::Tick(double now)
         }
         if (m_device.PortIsOpen()) {
             m_backOff.Lasts();
-        } else {
+            followRate();
+        } else if (!m_resting) {
             reopenPort();
         }
     }
@@ -217,8 +218,37 @@ void clsMeasurementLoop::tryPort()
     }
     if (m_backOff.IsDue()) {
         m_backOff.Tried();
-        m_device.OpenComPort(m_settings.Comport, m_settings.Baudrate);
+        m_device.OpenComPort(m_settings.Comport, m_rates.RateFor(m_settings.Baudrate));
     }
+}
+
+/// A sensor that has fallen silent may have restarted with another rate than the line's, the one that it was set to.
+/// Then both are tried in turn. The operator's own choice of a rate ends that.
+void clsMeasurementLoop::followRate()
+{
+    if (m_device.Wait().Running || !m_device.PortHasRate()) {
+        return;
+    }
+    m_rates.RateFor(m_settings.Baudrate);
+    if (m_device.CommStatus() != DialogueNone) {
+        const ParameterDef& row = RowOf(&ParameterSet::Baudrate);
+        const bool isKnown = IsSensorKnown() && m_dumps != m_choiceDumps && m_device.IsInDump(row);
+        if (isKnown && m_rates.Connected(RateOfIndex(m_device.Parameters().Baudrate))) {
+            m_listener.RateFollowed(m_rates.Chosen(), m_rates.Rate());
+        }
+    } else if (m_device.Pending() != Request::Configuration) {
+        if (const auto rate = m_rates.Silent(m_device.Pending() == Request::None)) {
+            m_device.CommBaudrate(*rate);
+            m_device.ForgetDialogue(); // asks at once
+        }
+    }
+}
+
+/// What the sensor has said before the operator chose does not count: else his choice would not last.
+void clsMeasurementLoop::forgetRates()
+{
+    m_rates.Forget();
+    m_choiceDumps = m_dumps;
 }
 
 void clsMeasurementLoop::dispatch()

@@ -11,6 +11,7 @@
 #include "sensor/modRVQComm.h"
 #include "session/SessionListener.h"
 #include "session/clsAccount.h"
+#include "session/clsRateFollower.h"
 #include "store/modGlobals.h"
 #include "texts/TextId.h"
 
@@ -86,6 +87,8 @@ public:
     void ChangePort();
     /// Applies the rate from the settings.
     void ChangeBaudrate();
+    /// Closes the port and leaves it to somebody else until it ends; for a port without a sensor.
+    void Rest(bool rest);
     /// Adds measurements of a recording to the chart; on its time axis each is later by `shift` than its time says.
     void Play(std::span<const Measurement> measurements, double shift);
     /// The next measurement of the recording is not joined to those before.
@@ -133,6 +136,8 @@ private:
     void watchLine(double now);
     void reopenPort();
     void tryPort();
+    void followRate();
+    void forgetRates();
     void evaluate();
     void dispatch();
     void noAnswer();
@@ -182,6 +187,9 @@ private:
     std::int32_t m_shownUnit = -1;
     clsBackOff m_backOff{kInterval_ms};
     std::int32_t m_triedPort = 0;
+    clsRateFollower m_rates{kInterval_ms};
+    std::uint64_t m_choiceDumps = 0; ///< so many dumps were there when the operator chose port or rate
+    bool m_resting = false;
     bool m_passing = false; ///< the passes read the port, not the tick
     bool m_inGap = true;
     bool m_playing = false;

@@ -268,12 +268,24 @@ Operation<> clsMeasurementLoop::RequestingSingleValue(bool waits)
 void clsMeasurementLoop::ChangePort()
 {
     m_device.CloseComPort();
+    forgetRates();
     m_backOff.Restart(); // the operator's choice is tried at once, even if it is the same port
     reopenPort();
 }
 
+void clsMeasurementLoop::Rest(bool rest)
+{
+    if (rest && !m_resting) {
+        m_device.CloseComPort();
+        m_device.ForgetDialogue();
+    }
+    m_resting = rest;
+    m_backOff.Restart();
+}
+
 void clsMeasurementLoop::ChangeBaudrate()
 {
+    forgetRates();
     m_device.CommBaudrate(m_settings.Baudrate);
 }
 

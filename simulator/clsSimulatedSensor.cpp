@@ -71,6 +71,11 @@ void clsSimulatedSensor::With(const std::function<void(clsSensorModel&)>& use)
     wake();
 }
 
+void clsSimulatedSensor::Restart()
+{
+    With([this](clsSensorModel& model) { model.PowerOn(Now_s()); });
+}
+
 void clsSimulatedSensor::Unplug()
 {
     {

@@ -33,6 +33,8 @@ public:
     /// Lets the caller read or change the model while the sensor stands still. The callback must not call this object.
     void With(const std::function<void(clsSensorModel&)>& use);
 
+    /// Switches the sensor off and on again. A stored rate counts from then on.
+    void Restart();
     /// Pulls the line until Replug: whoever has it open sees a hang-up within some milliseconds.
     void Unplug();
     /// Does nothing while the line is plugged in. Throws std::runtime_error like the constructor.

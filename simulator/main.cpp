@@ -78,7 +78,8 @@ void printHelp()
                  "  --values HZ          values per second (0.1..1000), whatever the averaging depth\n"
                  "  --count              the distance counts the values, 1 mm each, and shows no scene\n"
                  "  --log FILE           write every value with its number and the time of its last byte\n"
-                 "  --help, --version\n\nFaults:\n";
+                 "  --help, --version\n\nSIGUSR1 switches the sensor off and on: it then works with what it has "
+                 "stored.\n\nFaults:\n";
     for (const FaultRow& row : kFaultRows) {
         std::cout << "  " << std::left << std::setw(10) << row.name << " " << row.help << "\n";
     }
@@ -207,17 +208,20 @@ int main(int argc, char* argv[])
         return *status;
     }
     // Blocked before the sensor's thread exists, so that the signals wait for sigwait here and interrupt nothing.
-    sigset_t endSignals;
-    sigemptyset(&endSignals);
-    sigaddset(&endSignals, SIGHUP);
-    sigaddset(&endSignals, SIGINT);
-    sigaddset(&endSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    sigaddset(&signals, SIGHUP);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     try {
-        const clsSimulatedSensor sensor(arguments.sensor, arguments.link, arguments.log);
+        clsSimulatedSensor sensor(arguments.sensor, arguments.link, arguments.log);
         std::cout << sensor.Path() << std::endl;
         int received = 0;
-        sigwait(&endSignals, &received);
+        while (sigwait(&signals, &received) == 0 && received == SIGUSR1) {
+            sensor.Restart();
+        }
     } catch (const std::exception& error) {
         std::cerr << "rvqsim: " << error.what() << "\n";
         return 1;

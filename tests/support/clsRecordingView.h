@@ -24,6 +24,7 @@ public:
     std::pair<double, double> limits;
     SensorSettings sensor;
     std::int32_t resets = 0, gaps = 0;
+    std::vector<std::pair<std::int32_t, std::int32_t>> followed; ///< rates, the former one first
 
     void ShowDistance(const std::string& text) override
     {
@@ -42,6 +43,7 @@ public:
         shown = text;
     }
     void ShowDialogue(std::int32_t commStatus) override { dialogue = commStatus; }
+    void RateFollowed(std::int32_t former, std::int32_t rate) override { followed.emplace_back(former, rate); }
     void ShowRunning(bool isRunning) override { running = isRunning; }
     void ShowShutDown(bool isShutDown) override { shutDown = isShutDown; }
     void ShowRule(const ControlRule& shown) override { rule = shown; }
