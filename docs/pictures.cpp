@@ -13,6 +13,7 @@
 #include "ui/help/modHTMLHelp.h"
 #include "ui/main/ValueLabel.h"
 #include "ui/main/frmAbout.h"
+#include "ui/main/frmFind.h"
 #include "ui/main/frmMain.h"
 #include "ui/main/frmSplash.h"
 #include "ui/main/frmTextWindow.h"
@@ -60,6 +61,7 @@ constexpr char kNoDevice[] = "/dev/ttyUSB9";
 constexpr int kWithoutSensor_ms = 3000;
 constexpr int kMeasuring_ms = 20000;
 constexpr int kMoment_ms = 200;
+constexpr int kSearch_ms = 4000; // longer than a search of one port that has a sensor
 constexpr int kBeginning_ms = 30;
 constexpr QSize kUsualSize(800, 600);
 constexpr QSize kLargeDisplay(420, 140);
@@ -170,6 +172,13 @@ private:
         splash.show();
         runFor(kMoment_ms);
         save(splash, "splash");
+        const simulator::clsSimulatedSensor sensor({.lineRate = 19200});
+        modPComm::PortDevices devices;
+        devices.Override(33, sensor.Path());
+        frmFind search(splash, m_settings.Language, devices, {{33, "COM 33 (/dev/ttyUSB0)", false}});
+        search.show();
+        runFor(kSearch_ms);
+        save(search, "find");
     }
 
     /// A box that is open while `ask` runs and closes once its picture is taken.

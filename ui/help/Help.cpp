@@ -26,6 +26,7 @@ struct WindowTopic {
 constexpr WindowTopic kWindowTopics[] = {
     {"frmMain", "Main"},
     {"frmSplash", "Splash"},
+    {"frmFind", "Splash"},
     {"frmConsole", "Console"},
     {"frmTextWindow", "LargeDisplay"},
     {"frmChartSettings", "ChartSettings"},

@@ -1,6 +1,7 @@
 #include "ui/main/FirstSteps.h"
 
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/Named.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -9,7 +10,8 @@
 #include <algorithm>
 
 FirstSteps::FirstSteps(QWidget& chart)
-    : QFrame(&chart), lblFirstSteps(new QLabel(this)), cmdSimulatedSensor(new QPushButton(this))
+    : QFrame(&chart), lblFirstSteps(new QLabel(this)), cmdFindSensor(Named<QPushButton>("cmdFindSensor", this)),
+      cmdSimulatedSensor(new QPushButton(this))
 {
     setObjectName(QStringLiteral("fraFirstSteps"));
     setFrameShape(QFrame::StyledPanel);
@@ -19,13 +21,18 @@ FirstSteps::FirstSteps(QWidget& chart)
     lblFirstSteps->setAlignment(Qt::AlignCenter);
     lblFirstSteps->setMinimumWidth(fontMetrics().averageCharWidth() * 24);
     cmdSimulatedSensor->setObjectName(QStringLiteral("cmdSimulatedSensor"));
+    connect(cmdFindSensor, &QPushButton::clicked, this, &FirstSteps::searched);
     connect(cmdSimulatedSensor, &QPushButton::clicked, this, &FirstSteps::tried);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(QMargins(1, 1, 1, 1) * fontMetrics().height());
     column->setSpacing(fontMetrics().height());
     column->addWidget(lblFirstSteps);
-    column->addWidget(cmdSimulatedSensor, 0, Qt::AlignHCenter);
+    auto* buttons = new QVBoxLayout; // in a row they would be cut off in a small chart
+    for (QPushButton* button : {cmdFindSensor, cmdSimulatedSensor}) {
+        buttons->addWidget(button, 0, Qt::AlignHCenter);
+    }
+    column->addLayout(buttons);
     auto* middle = new QGridLayout(&chart);
     // Roughly the room that the scales of an empty chart take, so that the sheet stands in the middle of the plot.
     middle->setContentsMargins(QMargins(4, 2, 1, 3) * fontMetrics().height());
@@ -50,6 +57,8 @@ void FirstSteps::Explain(const QString& failure)
 void FirstSteps::Localise(std::int32_t language)
 {
     m_language = language;
+    cmdFindSensor->setText(Text(TextId::ButtonFind, language));
+    cmdFindSensor->setToolTip(Text(TextId::ToolTipFind, language));
     cmdSimulatedSensor->setText(Text(TextId::ButtonSimulatedSensor, language));
     showText();
 }

@@ -1,4 +1,5 @@
-// Shown in an empty chart without a connection: how to connect, and a button for the simulated sensor. A small sheet in
+// Shown in an empty chart without a connection: how to connect, and buttons that
+// look for the sensor and start the simulated one. A small sheet in
 // the middle of the chart.
 #pragma once
 
@@ -25,6 +26,7 @@ public:
     QSize sizeHint() const override;
 
 signals:
+    void searched();
     void tried();
 
 private:
@@ -33,5 +35,6 @@ private:
     std::int32_t m_language = 0;
     QString m_failure;
     QLabel* lblFirstSteps;
+    QPushButton* cmdFindSensor;
     QPushButton* cmdSimulatedSensor;
 };

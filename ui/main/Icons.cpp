@@ -19,7 +19,7 @@ constexpr double kGrid = 16.0; // the pictures are drawn on so many units
 constexpr double kStroke = 1.5;
 
 /// The names that themes use for them; none for what only this program has.
-constexpr std::array<const char*, 11> kThemeNames{"media-playback-start",
+constexpr std::array<const char*, 12> kThemeNames{"media-playback-start",
                                                   "media-playback-stop",
                                                   "",
                                                   "media-record",
@@ -29,7 +29,8 @@ constexpr std::array<const char*, 11> kThemeNames{"media-playback-start",
                                                   "",
                                                   "view-fullscreen",
                                                   "preferences-system",
-                                                  "document-save-as"};
+                                                  "document-save-as",
+                                                  "edit-find"};
 
 void drawTriangle(QPainter& painter, double left, double right)
 {
@@ -89,6 +90,12 @@ void drawArrowIntoTray(QPainter& painter)
     painter.drawPolyline(QPolygonF({{2.0, 10.0}, {2.0, 14.0}, {14.0, 14.0}, {14.0, 10.0}}));
 }
 
+void drawLens(QPainter& painter)
+{
+    painter.drawEllipse(QRectF(2.0, 2.0, 8.5, 8.5));
+    painter.drawLine(QPointF(9.75, 9.75), QPointF(14.0, 14.0));
+}
+
 void drawDisplay(QPainter& painter)
 {
     painter.drawRect(QRectF(1.5, 3.0, 13.0, 10.0));
@@ -123,6 +130,8 @@ void draw(QPainter& painter, Symbol symbol)
         return drawSliders(painter);
     case Symbol::Export:
         return drawArrowIntoTray(painter);
+    case Symbol::Find:
+        return drawLens(painter);
     }
 }
 

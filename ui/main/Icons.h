@@ -17,7 +17,8 @@ enum class Symbol : std::uint8_t {
     CursorB,
     LargeDisplay,
     Settings,
-    Export
+    Export,
+    Find
 };
 
 /// Our own pictures follow the palette and are sharp at any size. One of the theme is chosen for the present palette:

@@ -8,6 +8,7 @@
 #include "ui/main/LinePanel.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
+#include "ui/main/RateBar.h"
 #include "ui/main/SensorPanel.h"
 #include "ui/main/ToolBar.h"
 #include "ui/recorder/FilePanel.h"
@@ -79,6 +80,7 @@ void MainForm::BuildForm(QMainWindow& window)
     fraComport = new PortPanel(column);
     fraLine = new LinePanel(column);
     fraUndo = new UndoBar(centre);
+    fraRate = new RateBar(centre);
     picGraph = Named<ChartPanel>("picGraph", centre);
     new ChartHands(*picGraph);
     InstallChartAccess();
@@ -103,6 +105,7 @@ void MainForm::BuildForm(QMainWindow& window)
     fraStatistics = Named<StatisticsPanel>("fraStatistics", centre);
     auto* right = new QVBoxLayout;
     right->setSpacing(0);
+    right->addWidget(fraRate);
     right->addWidget(fraUndo);
     right->addWidget(picGraph, 1);
     right->addWidget(picOverview);
@@ -255,6 +258,7 @@ void MainForm::LocalisePanels(std::int32_t language) const
     fraMeasurement->Localise();
     fraRVQ->Localise();
     fraComport->Localise(language);
+    fraRate->Localise(language);
     fraLine->Localise();
     picGraph->Localise(language);
     picOverview->Localise(language);

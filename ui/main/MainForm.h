@@ -20,6 +20,7 @@ class QMainWindow;
 class QMenu;
 class QToolButton;
 class QWidget;
+class RateBar;
 class SensorPanel;
 class StatisticsPanel;
 class ToolBar;
@@ -39,6 +40,7 @@ protected:
     QWidget* scrLeft = nullptr;      ///< the column with these frames
     QToolButton* cmdPanel = nullptr; ///< folds it away
     UndoBar* fraUndo = nullptr;      ///< above the chart
+    RateBar* fraRate = nullptr;
     ChartPanel* picGraph = nullptr;
     Overview* picOverview = nullptr;
     StatisticsPanel* fraStatistics = nullptr;

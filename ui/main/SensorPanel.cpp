@@ -3,6 +3,7 @@
 #include "session/clsSession.h"
 #include "session/modPortMemory.h"
 #include "store/modGlobals.h"
+#include "ui/main/Icons.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
@@ -14,6 +15,7 @@
 #include <QComboBox>
 #include <QGridLayout>
 #include <QLabel>
+#include <QToolButton>
 
 SensorPanel::SensorPanel(QWidget* parent)
     : QGroupBox(parent), lblAverageDepth(Named<QLabel>("lblAverageDepth", this)),
@@ -87,15 +89,20 @@ void SensorPanel::ShowSensorSettings(const SensorSettings& settings)
 
 PortPanel::PortPanel(QWidget* parent)
     : QGroupBox(parent), cmbComPort(Named<PortList>("cmbComPort", this)),
-      cmbBaudrate(Named<QComboBox>("cmbBaudrate", this))
+      cmbBaudrate(Named<QComboBox>("cmbBaudrate", this)), cmdFindPort(Named<QToolButton>("cmdFindPort", this))
 {
     setObjectName(QStringLiteral("fraComport"));
     auto* row = new QHBoxLayout(this);
     row->addWidget(cmbComPort, 1);
+    row->addWidget(cmdFindPort);
     row->addWidget(cmbBaudrate, 1);
+    cmdFindPort->setIcon(DrawnIconOf(Symbol::Find));
+    cmdFindPort->setAutoRaise(true);
+    connect(cmdFindPort, &QToolButton::clicked, this, &PortPanel::findWanted);
     SetTextIds(this, TextId::FrameSerialInterface);
     SetTextIds(cmbComPort, TextId::None, TextId::ToolTipPort);
     SetTextIds(cmbBaudrate, TextId::None, TextId::ToolTipBaudrate);
+    SetTextIds(cmdFindPort, TextId::None, TextId::ToolTipFind);
 }
 
 void PortPanel::Follow(clsSession& session, modGlobals::Settings& settings, const modPComm::PortDevices& devices)
@@ -115,12 +122,27 @@ void PortPanel::Localise(std::int32_t language)
     cmbComPort->Localise(language);
     cmbComPort->setAccessibleName(Text(TextId::ToolTipPort, language));
     cmbBaudrate->setAccessibleName(Text(TextId::ToolTipBaudrate, language));
+    cmdFindPort->setAccessibleName(Text(TextId::ToolTipFind, language));
 }
 
-void PortPanel::Choose(std::int32_t port)
+void PortPanel::Choose(std::int32_t port, std::int32_t rate)
 {
-    m_settings->Comport = cmbComPort->Fill(*m_devices, port);
-    m_session->Loop().ChangePort();
+    cmbComPort->Fill(*m_devices, port);
+    if (rate != 0) {
+        TakeOverRate(rate);
+    }
+    cmbComPort_Click();
+}
+
+void PortPanel::ChooseRate(std::int32_t rate)
+{
+    TakeOverRate(rate);
+    m_session->Loop().ChangeBaudrate();
+}
+
+void PortPanel::TakeOverRate(std::int32_t rate)
+{
+    m_settings->Baudrate = FillBaudrates(*cmbBaudrate, rate);
 }
 
 void PortPanel::cmbComPort_Click()

@@ -12,6 +12,7 @@ class PortList;
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QToolButton;
 class clsSession;
 
 namespace modGlobals {
@@ -57,8 +58,14 @@ public:
     void Follow(clsSession& session, modGlobals::Settings& settings, const modPComm::PortDevices& devices);
     /// Sets the accessible names in a language.
     void Localise(std::int32_t language);
-    /// Changes to another port as if the operator had chosen it.
-    void Choose(std::int32_t port);
+    /// Changes to another port as if the operator had chosen it; and to another rate, unless it is 0.
+    void Choose(std::int32_t port, std::int32_t rate = 0);
+    /// Changes the rate: as if the operator had chosen it, or because the line has it already.
+    void ChooseRate(std::int32_t rate);
+    void TakeOverRate(std::int32_t rate);
+
+signals:
+    void findWanted();
 
 signals:
     /// The operator has chosen a port, perhaps the same one again.
@@ -73,4 +80,5 @@ private:
     const modPComm::PortDevices* m_devices = nullptr;
     PortList* cmbComPort;
     QComboBox* cmbBaudrate;
+    QToolButton* cmdFindPort;
 };

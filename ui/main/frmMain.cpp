@@ -14,6 +14,7 @@
 #include "ui/main/LinePanel.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
+#include "ui/main/RateBar.h"
 #include "ui/main/SensorPanel.h"
 #include "ui/main/UndoRun.h"
 #include "ui/recorder/FilePanel.h"
@@ -65,7 +66,7 @@ frmMain::frmMain(modGlobals::Settings& settings, clsSession& session, const modP
     localise();
     connectMenus();
     connectView();
-    connect(fraComport, &PortPanel::chosen, this, [this] { m_openedPort = {}; });
+    connectPort();
     connect(fraFirstSteps, &FirstSteps::tried, this, [this] { Guarded([this] { fraFirstSteps_Tried(); }); });
     FaultNoted = [this](const char* fault) { m_console.Important(ToBytes(QString::fromUtf8(fault))); };
     if (!m_settings.UnreadFile.empty()) {
@@ -289,6 +290,7 @@ void frmMain::Ticked()
     nameWindow();
     followRecorder();
     followWrites();
+    fraRate->Follow(m_settings.Comport, m_settings.Baudrate);
     tellPassport();
 }
 

@@ -77,6 +77,7 @@ private:
     void ShowStatus(StatusPanel panel, std::string_view text) override;
     void ShowDialogue(std::int32_t commStatus) override { m_commStatus = commStatus; }
     void ShowRule(const ControlRule& rule) override;
+    void RateFollowed(std::int32_t former, std::int32_t rate) override;
     void Ticked() override;
     void PlaybackBegins() override { followRecorder(); }
 
@@ -93,6 +94,11 @@ private:
     void noteFailure();
     void offerFirstSteps();
     void fraFirstSteps_Tried();
+
+    // The way to the sensor (frmMainPort.cpp).
+    void connectPort();
+    void findSensor();
+    void cmdRateBack_Click();
 
     // The settings at the program's end (frmMainSettings.cpp).
     bool keepsSettings();

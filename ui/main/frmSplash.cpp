@@ -2,9 +2,11 @@
 
 #include "port/modPComm.h"
 #include "sensor/clsRVQ.h"
+#include "session/modCandidates.h"
 #include "session/modPortMemory.h"
 #include "texts/modFunctions.h"
 #include "ui/help/Help.h"
+#include "ui/main/frmFind.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Heading.h"
 #include "ui/widgets/Localise.h"
@@ -80,6 +82,10 @@ QLayout* frmSplash::buildChoices()
                     2);
     addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", TextId::CaptionPort);
     addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", TextId::CaptionBaudrate);
+    cmdFind = addButton("cmdFind", TextId::ButtonFind, &frmSplash::cmdFind_Click);
+    SetTextIds(cmdFind, TextId::ButtonFind, TextId::ToolTipFind);
+    cmdFind->setAutoDefault(false);
+    grid->addWidget(cmdFind, grid->rowCount(), 1);
     lblPortWarning = new WrappedLabel(this);
     lblPortWarning->setObjectName(QStringLiteral("lblPortWarning"));
     grid->addWidget(lblPortWarning, grid->rowCount(), 0, 1, 2);
@@ -149,6 +155,20 @@ void frmSplash::cmdOK_Click()
     modPortMemory::Remember(m_settings.Comport, m_devices, m_settings.Devices);
     modGlobals::SaveGlobalSettings(m_settings);
     accept();
+}
+
+/// What was chosen is connected to at once.
+void frmSplash::cmdFind_Click()
+{
+    frmFind window(*this, m_settings.Language, m_devices, modCandidates::Known(m_devices, 0));
+    if (window.exec() != QDialog::Accepted) {
+        return;
+    }
+    cmbComPort->Fill(m_devices, window.Chosen()->port);
+    if (window.Chosen()->rate != 0) {
+        FillBaudrates(*cmbBaudrate, window.Chosen()->rate);
+    }
+    cmdOK_Click();
 }
 
 void frmSplash::cmdExit_Click()

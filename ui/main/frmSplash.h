@@ -38,6 +38,7 @@ private:
     void cmbLanguage_Click(int index);
     void cmdOK_Click();
     void cmdExit_Click();
+    void cmdFind_Click();
     void cmdHelp_Click();
 
     modGlobals::Settings& m_settings;
@@ -47,6 +48,7 @@ private:
     PortList* cmbComPort;
     QComboBox* cmbBaudrate;
     QLabel* lblPortWarning;
+    QPushButton* cmdFind;
     QPushButton* cmdOK;
     QPushButton* cmdExit;
     QPushButton* cmdHelp;

@@ -1,7 +1,9 @@
 // Every window in both languages, as it is for users who work by keyboard, use a screen reader, or just read: each
 // control has a name, no two actions of a window have the same mnemonic, and no text is cut off.
 #include "tests/support/Desk.h"
+#include "ui/main/RateBar.h"
 #include "ui/main/ValueLabel.h"
+#include "ui/main/frmFind.h"
 #include "ui/main/frmSplash.h"
 #include "ui/recorder/LoadProgress.h"
 #include "ui/settings/frmRVQ.h"
@@ -223,14 +225,19 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     for (const QWidget* bar : window.findChildren<QWidget*>("fraUndo")) {
         EXPECT_TRUE(Until([&] { return bar->isVisible(); }));
     }
+    auto* rateBar = program.Find<RateBar>("fraRate");
+    rateBar->Tell(38400, program.settings.Baudrate);
+    EXPECT_TRUE(rateBar->isVisible());
+    frmFind find(window, GetParam(), program.devices, {});
+    find.show();
     frmSheet sheet(window, program.settings, "");
     sheet.show();
     Program::LookAtAll(seen);
     lookAtBoxes(*program.Find<frmRVQ>("frmRVQ"), GetParam(), seen);
     EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "dlgUnsent", "dlgWithoutBackup",
-                                           "frmAbout", "frmChartSettings", "frmCompare", "frmConsole", "frmHelp",
-                                           "frmMain", "frmPassport", "frmRVQ", "frmRecorder", "frmSheet", "frmSplash",
-                                           "frmTextWindow"}));
+                                           "frmAbout", "frmChartSettings", "frmCompare", "frmConsole", "frmFind",
+                                           "frmHelp", "frmMain", "frmPassport", "frmRVQ", "frmRecorder", "frmSheet",
+                                           "frmSplash", "frmTextWindow"}));
     window.close();
 }
 
