@@ -95,6 +95,11 @@ void clsSensorRun::Echo(std::string_view received)
     }
 }
 
+void clsSensorRun::RateFollowed(std::int32_t /*former*/, std::int32_t rate)
+{
+    m_program.Note(m_program.Text(TextId::RateFollowed, {std::to_string(rate)}));
+}
+
 int clsSensorRun::Connect()
 {
     const std::string connecting = m_program.Text(TextId::PortConnecting, {m_program.PortName()});

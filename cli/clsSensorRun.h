@@ -99,6 +99,7 @@ private:
     void warnOfPort();
     double patience_s();
     void Echo(std::string_view received) override;
+    void RateFollowed(std::int32_t former, std::int32_t rate) override;
 
     clsProgram& m_program;
     bool m_joins;

@@ -3,6 +3,7 @@
 #include "cli/Apply.h"
 #include "cli/Backup.h"
 #include "cli/Diff.h"
+#include "cli/Find.h"
 #include "cli/Get.h"
 #include "cli/Info.h"
 #include "cli/Laser.h"
@@ -43,6 +44,12 @@ constexpr Command kCommands[] = {
      .summary = "List the serial devices and the lines over the network",
      .options = kPortsOptions,
      .run = RunPorts},
+    {.name = "find",
+     .operands = "",
+     .summary = "Look for sensors, on the ports named with --port or on all",
+     .options = kFindOptions,
+     .run = RunFind,
+     .more = "Listens before it asks; a sensor that measures is recognised by its values and not stopped."},
     {.name = "measure",
      .operands = "",
      .summary = "Measure and print the values",

@@ -1,0 +1,109 @@
+#include "cli/Find.h"
+
+#include "base/CodePage.h"
+#include "base/modAPI.h"
+#include "cli/clsProgram.h"
+#include "cli/modPortName.h"
+#include "cli/modSignals.h"
+#include "cli/modTerminal.h"
+#include "port/clsPorts.h"
+#include "sensor/ValueLists.h"
+#include "session/clsFinder.h"
+#include "session/modCandidates.h"
+#include "session/modFindText.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr double kStep_s = 0.025;
+
+/// The ports that were asked for, under numbers of their own: a device that has none gets the last one, and the next
+/// such device would take its place.
+std::vector<FindCandidate> namedPorts(clsProgram& program)
+{
+    modPComm::PortDevices& devices = program.Devices();
+    std::vector<FindCandidate> candidates;
+    std::int32_t free = modPComm::kPortCount;
+    for (const std::string& typed : program.Ports()) {
+        std::int32_t port = modPortName::NumberOf(typed, devices);
+        if (port == modPComm::kPortCount) {
+            devices.Override(--free, devices.DeviceOf(port));
+            port = free;
+        }
+        const auto isListed = [&](const FindCandidate& other) {
+            return devices.DeviceOf(other.port) == devices.DeviceOf(port);
+        };
+        if (std::ranges::none_of(candidates, isListed)) {
+            const bool isNumber = typed == std::to_string(port);
+            candidates.push_back({port, isNumber ? modCandidates::NameOf(port, devices) : devices.DeviceOf(port)});
+        }
+    }
+    return candidates;
+}
+
+ordered_json jsonOf(const FoundSensor& sensor, clsProgram& program)
+{
+    ordered_json json{{"port", program.Devices().DeviceOf(sensor.port)}, {"name", sensor.name}};
+    json["baud"] = sensor.rate > 0 ? ordered_json(sensor.rate) : ordered_json();
+    json["serial"] = sensor.serialNo.empty() ? ordered_json() : ordered_json(Utf8Of(sensor.serialNo));
+    json["version"] = sensor.version.empty() ? ordered_json() : ordered_json(Utf8Of(sensor.version));
+    json["measuring"] =
+        sensor.format ? ordered_json(kOutputFormatTexts.at(static_cast<std::size_t>(*sensor.format))) : ordered_json();
+    return json;
+}
+
+void print(const std::vector<FoundSensor>& found, bool asJson, clsProgram& program)
+{
+    if (!asJson) {
+        for (const FoundSensor& sensor : found) {
+            program.Print(modFindText::FoundText(sensor, program.Language()));
+        }
+        return;
+    }
+    ordered_json list = ordered_json::array();
+    for (const FoundSensor& sensor : found) {
+        list.push_back(jsonOf(sensor, program));
+    }
+    program.Print(list.dump(-1, ' ', false, ordered_json::error_handler_t::replace)); // a device may have any name
+}
+
+} // namespace
+
+int RunFind(clsProgram& program, const clsArguments& arguments)
+{
+    const bool isNamed = !program.Ports().empty();
+    const bool saysAll = isNamed || modTerminal::CanMoveCursor(STDERR_FILENO);
+    clsPorts ports(program.Devices());
+    clsFinder finder(ports, isNamed ? namedPorts(program) : modCandidates::Known(program.Devices(), 0),
+                     [&](const FindStep& step) {
+                         const std::string text = modFindText::StepText(step, program.Language());
+                         if (step.event < FindEvent::NotOpened) {
+                             program.Progress().Show(text);
+                         } else if (!text.empty() && saysAll && (isNamed || modFindText::IsOutcome(step))) {
+                             program.Note(text);
+                         }
+                     });
+    bool isStopped = false;
+    while (!finder.Step(modAPI::UpTime_s())) {
+        program.Out().Serve();
+        isStopped = modSignals::EndIsWanted();
+        if (isStopped || !program.Out().IsOpen()) {
+            finder.Cancel();
+            break;
+        }
+        modAPI::WaitForArrival(-1, kStep_s);
+    }
+    program.Progress().End();
+    print(finder.Found(), arguments.Has("json"), program);
+    if (!finder.Found().empty()) {
+        return ExitDone;
+    }
+    program.Say(modFindText::ResultText(0, isStopped, program.Language()));
+    return isStopped ? ExitFailed : ExitNoConnection;
+}
