@@ -18,7 +18,7 @@ constexpr bool areRowsInOrder()
             return false;
         }
     }
-    return std::size(kRequests) == static_cast<std::size_t>(Request::Parameter) + 1;
+    return std::size(kRequests) == static_cast<std::size_t>(Request::ByHand) + 1;
 }
 static_assert(areRowsInOrder());
 

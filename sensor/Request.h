@@ -23,6 +23,7 @@ enum class Request : std::uint8_t {
     Store,     ///< stores the parameters permanently
     Defaults,  ///< sets the factory defaults
     Parameter, ///< any other frame, and any text that the program does not know
+    ByHand,    ///< such a text that the operator has typed: it may have any answer or none
 };
 
 /// What silence means once the deadline has passed.
@@ -61,6 +62,7 @@ inline constexpr RequestDef kRequests[] = {
     {Request::Store, "999 \r", 3000, {Silence::GiveUp, Silence::StepBack, Silence::StepBack}},
     {Request::Defaults, "000 \r", 3000, {Silence::GiveUp, Silence::StepBack, Silence::StepBack}},
     {Request::Parameter, "", 1500, {Silence::GiveUp, Silence::StepBack, Silence::StepBack}},
+    {Request::ByHand, "", 1500, {Silence::Done, Silence::Done, Silence::Done}},
 };
 
 constexpr const RequestDef& RowOf(Request request)

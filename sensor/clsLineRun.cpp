@@ -129,7 +129,8 @@ clsLineRun::Found clsLineRun::TakeSamples(std::string_view bytes, double now, co
         if (m_hasRun || isZero(line)) {
             lookAt(start, end, look);
         } else if (!takeMarker(line, end + kLineEnd.size(), look)) {
-            noteFirst(line, look.samples.TimeOf(end + kLineEnd.size()), look.samples.Size(), look);
+            const std::size_t next = end + kLineEnd.size();
+            noteFirst({line, look.samples.TimeOf(next), look.samples.PositionOf(next)}, look.samples.Size(), look);
         }
         start = end + kLineEnd.size();
     }
@@ -201,10 +202,10 @@ clsLineRun::Verdict clsLineRun::lookAtPair(std::size_t first, std::size_t second
     }
     const bool isFirst = std::exchange(m_isFirst, false);
     const std::size_t before = look.samples.Size();
-    const double time = look.samples.TimeOf(look.found.consumed);
+    const Passed passed{line, look.samples.TimeOf(look.found.consumed), look.samples.PositionOf(look.found.consumed)};
     const Verdict verdict = lookAt(look.found.consumed, second, look);
     m_isFirst = isFirst;
-    noteFirst(line, time, before, look);
+    noteFirst(passed, before, look);
     return verdict;
 }
 
@@ -222,13 +223,13 @@ void clsLineRun::noteShort(std::size_t start, std::size_t lineEnd, Look& look)
     } else if (line && !look.isForeign(bytes)) {
         const bool isFirst = std::exchange(m_isFirst, false);
         settle(shape, line->value, look);
-        m_waiting.push_back({line->value, shape, look.samples.TimeOf(end), isFirst});
+        wait({line->value, shape, look.samples.TimeOf(end), isFirst, look.samples.PositionOf(end)}, look);
         if (isAlikeBoth) {
             m_waiting.back().isFirst = false;
             settle(shape, line->value, look);
         }
     } else if (!line && !takeMarker(bytes, end, look)) {
-        noteFirst(bytes, 0.0, look.samples.Size(), look);
+        noteFirst({bytes, 0.0, look.samples.PositionOf(end)}, look.samples.Size(), look);
     }
     if (isAlikeBoth) {
         m_hasRun = true;
@@ -246,17 +247,31 @@ clsLineRun::Shape clsLineRun::shapeOf(const modReplySteps::DistanceLine& line, s
 }
 
 /// What becomes of a line with which no run begins. The first one of all may be a part of a line: it is no loss.
-void clsLineRun::noteFirst(std::string_view bytes, double time, std::size_t at, Look& look)
+void clsLineRun::noteFirst(const Passed& line, std::size_t at, Look& look)
 {
     const bool isFirst = std::exchange(m_isFirst, false);
-    if (!Trimmed(bytes).empty() && !look.isForeign(bytes) && !takeFirst(bytes, time, at, look) && !isFirst) {
-        look.found.damaged += repliesIn(bytes.size());
+    if (Trimmed(line.bytes).empty()) {
+        return;
+    }
+    if (look.isForeign(line.bytes)) {
+        look.samples.Tell(line.position, TrafficKind::LateAnswer);
+    } else if (!takeFirst(line, at, look) && !isFirst) {
+        look.found.damaged += repliesIn(line.bytes.size());
+        look.samples.Tell(line.position, TrafficKind::Damaged);
     }
 }
 
-/// The sample of a line in front of another one, if it is whole or the two are alike. It goes in front of that one's.
-bool clsLineRun::takeFirst(std::string_view bytes, double time, std::size_t at, Look& look)
+/// The next line decides.
+void clsLineRun::wait(Waiting line, Look& look)
 {
+    look.samples.Tell(line.position, TrafficKind::Waiting);
+    m_waiting.push_back(std::move(line));
+}
+
+/// The sample of a line in front of another one, if it is whole or the two are alike. It goes in front of that one's.
+bool clsLineRun::takeFirst(const Passed& passed, std::size_t at, Look& look)
+{
+    const auto& [bytes, time, position] = passed;
     const auto line = modReplySteps::ReadDistanceLine(bytes);
     std::optional<Measurement> sample;
     if (markerIn(bytes)) {
@@ -268,6 +283,7 @@ bool clsLineRun::takeFirst(std::string_view bytes, double time, std::size_t at, 
     }
     if (sample) {
         look.samples.Insert(at, *sample);
+        look.samples.Tell(position, *sample);
     }
     return sample.has_value();
 }
@@ -290,10 +306,12 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
     // A verdict may be a bare number, and a distance may equal the number of a command.
     const bool isOfRun = line && m_hasRun && isAlike(m_shape, shape);
     if (!isOfRun && look.isForeign(bytes)) {
+        look.samples.Tell(look.samples.PositionOf(end), TrafficKind::LateAnswer);
         return Verdict::Damaged; // no distance is lost
     }
     if (!line) {
         look.found.damaged += repliesIn(bytes.size());
+        look.samples.Tell(look.samples.PositionOf(end), TrafficKind::Damaged);
         return Verdict::Damaged;
     }
     if (line->value == 0.0) {
@@ -301,7 +319,11 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
         return Verdict::None;
     }
     const double time = look.samples.TimeOf(end);
-    const Verdict verdict = judge({.line = {std::string(text), line->value}, .shape = shape, .time = time}, look);
+    const Verdict verdict = judge({.line = {std::string(text), line->value},
+                                   .shape = shape,
+                                   .time = time,
+                                   .position = look.samples.PositionOf(end)},
+                                  look);
     if (verdict == Verdict::Counts) {
         m_form.Learn(bytes, *line);
     }
@@ -312,18 +334,21 @@ clsLineRun::Verdict clsLineRun::lookAt(std::size_t start, std::size_t lineEnd, L
 /// samples stay in order; but not for ever, as a sensor may go on sending 0.
 void clsLineRun::takeZero(std::string_view text, Shape shape, std::size_t end, bool isFirst, Look& look)
 {
+    const std::int64_t position = look.samples.PositionOf(end);
     if (!text.substr(text.find_first_not_of("+-")).starts_with('0')) {
         ++look.found.damaged;
+        look.samples.Tell(position, TrafficKind::Damaged);
         return;
     }
     const double time = look.samples.TimeOf(end);
     if (holdsSample() && m_waiting.size() < kMostWaiting) {
-        m_waiting.push_back({0.0, std::move(shape), time, false});
+        wait({0.0, std::move(shape), time, false, position}, look);
         return;
     }
     if (holdsSample()) {
         m_held->isGivenUp = true;
         ++look.found.damaged;
+        look.samples.Tell(m_held->position, TrafficKind::Damaged);
     }
     const bool isKnown = m_hasRun ? isAlike(m_shape, shape) : shape.isPadded && shape.length >= kShortestSingleLine;
     if (settle(shape, 0.0, look)) {
@@ -332,7 +357,7 @@ void clsLineRun::takeZero(std::string_view text, Shape shape, std::size_t end, b
     if (isKnown || (m_zeros && isAlike(*m_zeros, shape))) {
         look.samples.Add(0.0, 0, end);
     } else {
-        m_waiting.push_back({0.0, std::move(shape), time, isFirst});
+        wait({0.0, std::move(shape), time, isFirst, position}, look);
     }
 }
 
@@ -353,8 +378,12 @@ bool clsLineRun::settle(const Shape& shape, double value, Look& look)
         isSample = isAccepted && sample;
         if (isSample) {
             look.samples.Add(*sample);
+            look.samples.Tell(line.position, *sample);
         } else if (!line.isFirst) {
             ++look.found.damaged;
+            look.samples.Tell(line.position, TrafficKind::Damaged);
+        } else {
+            look.samples.Tell(line.position, TrafficKind::Unexplained);
         }
     }
     m_waiting.clear();
@@ -396,6 +425,7 @@ clsLineRun::Verdict clsLineRun::judge(Seen seen, Look& look)
         if (seen.isOtherShape && !look.found.isNewShape) {
             look.found.isNewShape = true;
             look.found.newShapeAt = look.samples.Size();
+            look.found.newShapeEnd = m_held->position;
         }
         releaseHeld(look);
         // If lines of one unit and as many decimals change their length, they are not padded after all.
@@ -408,6 +438,7 @@ clsLineRun::Verdict clsLineRun::judge(Seen seen, Look& look)
     }
     dropHeld(look);
     settle(seen.shape, seen.line.value, look);
+    look.samples.Tell(seen.position, TrafficKind::Waiting);
     m_held = std::move(seen);
     return Verdict::Held;
 }
@@ -433,8 +464,10 @@ void clsLineRun::addSample(const Seen& seen, Look& look)
 {
     if (const auto sample = look.samples.MeasurementOf(seen.line.value, seen.shape.unitIndex, seen.time)) {
         look.samples.Add(*sample);
+        look.samples.Tell(seen.position, *sample);
     } else {
         ++look.found.damaged; // noise
+        look.samples.Tell(seen.position, TrafficKind::Damaged);
     }
 }
 
@@ -445,6 +478,7 @@ void clsLineRun::releaseHeld(Look& look)
         addSample(*m_held, look);
     } else {
         look.found.damaged += m_held->isGivenUp ? 0 : 1;
+        look.samples.Tell(m_held->position, TrafficKind::Damaged);
     }
     settle(m_held->shape, m_held->line.value, look);
     if (!m_held->isStale && !m_held->isOfThisLook) {
@@ -457,6 +491,7 @@ void clsLineRun::dropHeld(Look& look)
 {
     if (m_held) {
         look.found.damaged += m_held->isGivenUp ? 0 : 1;
+        look.samples.Tell(m_held->position, TrafficKind::Damaged);
         m_held.reset();
         settle(m_shape, 0.0, look);
     }

@@ -25,9 +25,10 @@ public:
         std::size_t consumed = 0;
         std::optional<Line> held; ///< held back by the look before, and confirmed since
         std::optional<Line> newest;
-        std::int32_t damaged = 0;   ///< lines that were given up
-        bool isNewShape = false;    ///< the lines now have another number of decimals or another unit
-        std::size_t newShapeAt = 0; ///< the first such sample
+        std::int32_t damaged = 0;     ///< lines that were given up
+        bool isNewShape = false;      ///< the lines now have another number of decimals or another unit
+        std::size_t newShapeAt = 0;   ///< the first such sample
+        std::int64_t newShapeEnd = 0; ///< the position behind its line
     };
     /// Whether a line is known to be something other than a distance.
     using Foreign = std::function<bool(std::string_view line)>;
@@ -77,6 +78,7 @@ private:
         Line line;
         Shape shape;
         double time = 0.0;         ///< when its last byte arrived
+        std::int64_t position = 0; ///< behind it
         bool isOtherShape = false; ///< not only in its length
         bool isOfThisLook = true;
         bool isStale = false;      ///< a command has been sent since
@@ -89,6 +91,7 @@ private:
         Shape shape;
         double time = 0.0;
         bool isFirst = false; ///< perhaps a part of a line
+        std::int64_t position = 0;
         bool IsLike(double next) const;
     };
     enum class Verdict : std::uint8_t { None, Counts, Held, Damaged };
@@ -105,8 +108,15 @@ private:
     std::int32_t repliesIn(std::size_t line) const;
     bool takeAlike(Look& look, bool hadRun);
     Verdict lookAtPair(std::size_t first, std::size_t second, bool hadRun, Look& look);
-    void noteFirst(std::string_view bytes, double time, std::size_t at, Look& look);
-    bool takeFirst(std::string_view bytes, double time, std::size_t at, Look& look);
+    /// A line that was looked at: without its end, when it has come, and the position behind it.
+    struct Passed {
+        std::string_view bytes;
+        double time = 0.0;
+        std::int64_t position = 0;
+    };
+    void noteFirst(const Passed& line, std::size_t at, Look& look);
+    bool takeFirst(const Passed& line, std::size_t at, Look& look);
+    void wait(Waiting line, Look& look);
     Verdict lookAt(std::size_t start, std::size_t lineEnd, Look& look);
     bool takeMarker(std::string_view bytes, std::size_t end, Look& look);
     void takeZero(std::string_view text, Shape shape, std::size_t end, bool isFirst, Look& look);

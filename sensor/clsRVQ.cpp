@@ -64,6 +64,9 @@ void clsRVQ::ContinueOpening()
     m_unsent.clear();
     m_collected.clear();
     CommBaudrate(rate);
+    if (m_traffic != nullptr) {
+        m_traffic->Opened(rate, m_currentTime);
+    }
 }
 
 void clsRVQ::CloseComPort()
@@ -71,6 +74,7 @@ void clsRVQ::CloseComPort()
     if (m_port != nullptr && (m_portIsOpen || PortIsOpening())) {
         m_port->sio_close(m_commComPort);
     }
+    settleAll(TrafficKind::Unexplained);
     m_queue.clear(); // meant for that device
     m_collected.clear();
     m_quietUntil = 0.0;
@@ -78,6 +82,9 @@ void clsRVQ::CloseComPort()
     m_openingRate.reset();
     if (std::exchange(m_portIsOpen, false)) {
         m_journal.Append(EventNoAnswer); // a wait must see this even if the port is open again by then
+        if (m_traffic != nullptr) {
+            m_traffic->Closed(m_currentTime);
+        }
     }
 }
 
@@ -102,6 +109,9 @@ void clsRVQ::CommBaudrate(std::int32_t rate)
         return;
     }
     m_lastRate = rate;
+    if (m_traffic != nullptr) {
+        m_traffic->ByteTime(byteTime());
+    }
     if (PortIsOpening()) {
         m_openingRate = rate;
     } else if (m_port != nullptr) {
@@ -170,6 +180,9 @@ std::size_t clsRVQ::Collect(double now)
     const auto count = static_cast<std::size_t>(std::clamp(taken, 0, waiting));
     m_collected.resize(before + count);
     m_arrivals.Append(count, now);
+    if (m_traffic != nullptr) {
+        m_traffic->Received(std::string_view(m_collected).substr(before), now);
+    }
     if (m_collected.size() > kMaxPending) { // nobody has read for long
         noteGivenUp(m_inBuffer.size() + m_collected.size() - kMaxPending);
         m_collected.erase(0, m_collected.size() - kMaxPending);
@@ -189,13 +202,18 @@ void clsRVQ::SendCommand(std::string_view Command)
     const std::int32_t wait_ms = AnswerTime_ms(Command, effectiveRate());
     // The caller may have handed in a view of LastCommand itself.
     std::string command(Command);
-    m_queue.push_back(command);
+    settleAll(TrafficKind::Discarded);
+    const bool isByHand = std::exchange(m_nextIsByHand, false);
+    m_queue.push_back({command, isByHand});
     sendQueue();
     m_eventNr = EventNone;
     if (command.size() > 3 && command.back() == '\r') {
         noteSentFrame(command.substr(0, command.size() - 1));
     }
     setRequest(std::move(command));
+    if (isByHand && isPending(Request::Parameter)) {
+        m_pending.request = Request::ByHand;
+    }
     // What has come or waits belongs to what the command ends: it is neither passed on nor a loss.
     m_inBuffer.clear();
     m_frames.Restart();
@@ -225,14 +243,15 @@ void clsRVQ::forgetRequest()
 void clsRVQ::sendQueue()
 {
     while (!m_queue.empty() && m_currentTime >= m_quietUntil) {
-        const std::string command = std::move(m_queue.front());
+        const auto [command, isByHand] = std::move(m_queue.front());
         m_queue.pop_front();
         if (m_port == nullptr || !m_portIsOpen) {
             continue;
         }
         m_port->sio_flush(m_commComPort, 0);
+        settleAll(TrafficKind::Discarded);
         m_collected.clear();
-        sendBytes(command);
+        sendBytes(command, isByHand);
         if (RequestOf(command) == Request::Stop) {
             pauseAfterStop();
         }
@@ -264,7 +283,7 @@ void clsRVQ::CurrentTime(double now)
 
 /// Half a frame and the next command would be another frame to the sensor. So what has begun is finished first, and
 /// what cannot begin is not kept: a start that is sent late might follow its own stop.
-void clsRVQ::sendBytes(std::string_view bytes)
+void clsRVQ::sendBytes(std::string_view bytes, bool isByHand)
 {
     sendRest();
     if (!m_unsent.empty()) {
@@ -273,6 +292,10 @@ void clsRVQ::sendBytes(std::string_view bytes)
     const std::int32_t taken = m_port->sio_write(m_commComPort, bytes);
     if (taken > 0) {
         m_unsent = bytes.substr(std::min(bytes.size(), static_cast<std::size_t>(taken)));
+        if (m_traffic != nullptr) {
+            m_traffic->Sent(bytes.substr(0, bytes.size() - m_unsent.size()),
+                            isByHand ? TrafficKind::SentByHand : TrafficKind::Sent, RequestOf(bytes), m_currentTime);
+        }
     }
 }
 
@@ -282,6 +305,10 @@ void clsRVQ::sendRest()
         return;
     }
     const std::int32_t taken = m_port->sio_write(m_commComPort, m_unsent);
+    if (m_traffic != nullptr && taken > 0) {
+        const std::string_view sent = std::string_view(m_unsent).substr(0, static_cast<std::size_t>(taken));
+        m_traffic->Sent(sent, TrafficKind::SentRest, Request::None, m_currentTime);
+    }
     m_unsent.erase(0, taken < 0 ? m_unsent.size() : static_cast<std::size_t>(taken));
 }
 

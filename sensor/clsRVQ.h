@@ -11,6 +11,7 @@
 #include "sensor/clsFrameStep.h"
 #include "sensor/clsLineRun.h"
 #include "sensor/clsSampleList.h"
+#include "sensor/clsTraffic.h"
 
 #include <cstdint>
 #include <deque>
@@ -54,6 +55,8 @@ enum Event : std::int32_t {
 //   anything else                  0                                    0 -> X
 //
 //   idle (1)
+//   a text typed by hand under     as below                             as below, but what is no reply: 0, back to
+//   way                                                                 polling
 //   G under way, no announcement   2 ends G; 7; else 0                  2 ends G; 7; else -1: step back without the
 //                                                                       buffer (lines, at the deadline itself), given
 //                                                                       up (binary)
@@ -170,6 +173,12 @@ public:
     void SendCommand(std::string_view Command);
     /// Sends a request that has a fixed text.
     void SendCommand(Request request) { SendCommand(RowOf(request).text); }
+    /// The next command is one that the operator has typed. If the program does not know it, it may have any answer or
+    /// none: neither counts as a lost connection.
+    void MarkNextByHand() { m_nextIsByHand = true; }
+
+    /// From now on the traffic is noted there, together with what each piece means; null ends that.
+    void Watch(clsTraffic* traffic);
 
     // What a session does to the dialogue, one operation for each reason. Nothing else changes the state of the
     // dialogue.
@@ -363,10 +372,21 @@ private:
     void sendFollowUp(Request request);
     void sendQueue();
     void pauseAfterStop();
-    void sendBytes(std::string_view bytes);
+    void sendBytes(std::string_view bytes, bool isByHand);
     void sendRest();
     void noteSentFrame(std::string text);
     void boundInBuffer();
+
+    // What the traffic is told (clsRVQTraffic.cpp). A range lies in the buffer.
+    void note(std::size_t begin, std::size_t end, TrafficKind kind);
+    void noteView(std::string_view part, TrafficKind kind);
+    void noteLineWith(std::string_view text, TrafficKind kind);
+    void noteAnnouncement();
+    void settle(std::size_t end, TrafficKind kind);
+    void settleAll(TrafficKind kind);
+    std::size_t cutTexts();
+    void rejectDistances(std::int64_t end);
+    TrafficKind lostKind() const { return expectsDistances() ? TrafficKind::Damaged : TrafficKind::Unexplained; }
 
     bool hasBinaryFormat() const { return IsBinary(m_parameters.OutputFormat); }
     bool owesNothing() const { return m_commStatus == DialogueMeasuring && m_parameters.OutputMode == OutputSingle; }
@@ -374,7 +394,10 @@ private:
     bool hasPaused() const;
     bool isWholeAnswerToT() const;
     std::int32_t effectiveRate() const;
+    double byteTime() const { return kBitsPerByte / m_lastRate / kSecondsPerDay; }
     void setDeadline(double wait_ms);
+
+    static constexpr double kBitsPerByte = 10.0;
 
     SerialPort* m_port = nullptr;
     PauseFunction m_pause;
@@ -395,7 +418,13 @@ private:
     double m_lastArrival = 0.0;
     double m_quietUntil = 0.0;         // the pause after a stop
     std::optional<double> m_openPause; // days; of a stop sent between two ticks, whose time is not known
-    std::deque<std::string> m_queue;   // commands that wait for it
+    struct Queued {
+        std::string command;
+        bool isByHand = false;
+    };
+    std::deque<Queued> m_queue; // commands that wait for it
+    bool m_nextIsByHand = false;
+    clsTraffic* m_traffic = nullptr;
     Mismatch m_mismatch = Mismatch::None;
     bool m_reported = false; // an evaluation has reported its outcome and nothing has been sent since
 };

@@ -56,7 +56,7 @@ void clsRVQ::evaluateTempErr()
     acceptDistance(kTempErrValue, kMarkerTempError);
     m_tempStatus = 0;
     if (hasBinaryFormat()) {
-        const std::size_t open = modReplySteps::CutTexts(m_inBuffer);
+        const std::size_t open = cutTexts();
         noteSkipped(m_inBuffer.size() - open); // frames around the text
     }
     m_inBuffer.erase(0, isWhole && !hasBinaryFormat() ? m_inBuffer.rfind(kLineEnd) + kLineEnd.size() : m_inBuffer.npos);
@@ -107,18 +107,23 @@ void clsRVQ::noteLines(const clsLineRun::Found& found, std::size_t before)
     m_damagedReplies += found.damaged;
     if (m_unitInDoubt) {
         m_damagedReplies += m_samples.DropDistances(before);
+        rejectDistances(m_samples.PositionOf(0));
     } else if (found.isNewShape && m_parameters.OutputFormat == FormatAscii) {
         m_unitInDoubt = true;
         m_damagedReplies += m_samples.DropDistances(found.newShapeAt);
+        rejectDistances(found.newShapeEnd);
     }
 }
 
 void clsRVQ::takeBinaryDistance()
 {
     followFormat();
-    const std::size_t open = modReplySteps::CutTexts(m_inBuffer); // a late verdict or any other text is not a distance
+    const std::size_t open = cutTexts(); // a late verdict or any other text is not a distance
     const bool paused = hasPaused();
-    if (paused) {
+    if (paused && open > 0) {
+        if (m_traffic != nullptr) {
+            m_traffic->Cut(positionOf(m_inBuffer.size() - open), positionOf(m_inBuffer.size()));
+        }
         m_inBuffer.resize(m_inBuffer.size() - open);
     }
     const std::string_view frames = std::string_view(m_inBuffer).substr(0, m_inBuffer.size() - (paused ? 0 : open));
@@ -126,6 +131,7 @@ void clsRVQ::takeBinaryDistance()
     const std::size_t before = m_samples.Total();
     const clsFrameStep::Found found = m_frames.Take(frames, paused, m_samples);
     m_inBuffer.erase(0, found.consumed);
+    settle(0, TrafficKind::Damaged);
     // A frame whose lowest byte is 0 keeps the step, but is no sample unless it continues a row. It cannot begin one:
     // bytes of 0 look alike in every step, and a line without a sensor sends them, too. So it counts as damaged.
     const auto taken = static_cast<std::int64_t>(found.consumed / modReplySteps::kFrameSize);
@@ -229,6 +235,7 @@ void clsRVQ::takeCrcDistance()
             giveUpRequest();
         } else {
             m_inBuffer.erase(0, good);
+            settle(0, TrafficKind::DamagedCrc);
             reportCrcError(good);
         }
         return;
@@ -240,12 +247,14 @@ void clsRVQ::takeCrcDistance()
         }
         if (!inStep.value_or(false)) {
             m_inBuffer.erase(0, 1);
+            settle(0, TrafficKind::DamagedCrc);
             reportCrcError(1);
             return;
         }
     }
     takeCrcFrames(0, found.consumed / modReplySteps::kCrcFrameSize);
     m_inBuffer.erase(0, found.consumed);
+    settle(0, TrafficKind::DamagedCrc);
     if (found.newest_mm) {
         acceptCrcDistance(*found.newest_mm);
     }
@@ -306,6 +315,7 @@ bool clsRVQ::expectsDistances() const
 /// Such bytes will not become a reply any more.
 void clsRVQ::noteGivenUp(std::size_t bytes)
 {
+    settle(bytes, lostKind());
     if (expectsDistances()) {
         noteSkipped(bytes);
     }
@@ -322,6 +332,7 @@ void clsRVQ::EvaluateBehindDamage()
     if (isPending(Request::Temperature)) {
         const std::size_t good = modReplySteps::FirstCrcTemperature(m_inBuffer);
         if (good != std::string::npos) {
+            settle(good, TrafficKind::DamagedCrc);
             m_inBuffer.erase(0, good);
             takeBinaryTemperature();
             m_journal.Append(m_eventNr);
@@ -338,6 +349,7 @@ void clsRVQ::EvaluateBehindDamage()
     }
     noteSkipped(found.consumed - end);
     m_inBuffer.erase(0, found.consumed);
+    settle(0, TrafficKind::DamagedCrc);
     if (found.newest_mm) {
         acceptCrcDistance(*found.newest_mm);
         m_outOfStep = found.crcError;
@@ -359,9 +371,13 @@ std::int64_t clsRVQ::positionOf(std::size_t index) const
 /// Samples of the bytes in the buffer follow.
 void clsRVQ::beginSamples()
 {
-    constexpr double kBitsPerByte = 10.0;
+    if (m_traffic != nullptr) {
+        m_traffic->Between(m_parameters.OutputFormat == FormatBinaryCrc ? TrafficKind::DamagedCrc
+                           : hasBinaryFormat()                          ? TrafficKind::Damaged
+                                                                        : TrafficKind::Unexplained);
+    }
     m_samples.LookAt({.position = positionOf(0),
-                      .byteTime = kBitsPerByte / m_lastRate / kSecondsPerDay,
+                      .byteTime = byteTime(),
                       .now = m_currentTime,
                       .unit = m_parameters.DistanceUnit,
                       .format = m_parameters.OutputFormat});

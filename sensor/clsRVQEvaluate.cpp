@@ -34,6 +34,7 @@ void clsRVQ::EvaluateInBuffer()
     if (modReplySteps::HoldsAnnouncement(m_inBuffer)) {
         m_mismatch = Mismatch::None;
         m_unstoredChanges = false; // a restarted sensor works with what it has stored
+        noteAnnouncement();
     }
     if (m_inBuffer.empty()) {
         followUp = evaluateSilence();
@@ -48,6 +49,7 @@ void clsRVQ::EvaluateInBuffer()
         sendFollowUp(followUp);
     }
     boundInBuffer();
+    settle(0, TrafficKind::Unexplained);
     if (m_eventNr == EventNoAnswer || (m_eventNr >= EventTemperature && m_eventNr <= EventRefused)) {
         m_journal.Append(m_eventNr);
     }
@@ -163,6 +165,8 @@ bool clsRVQ::isWholeAnswerToT() const
 /// An "O" or an "E" has come. It may be the start of a dump, so the bytes stay until the deadline.
 Request clsRVQ::evaluateVerdict(std::int32_t event)
 {
+    noteLineWith(event == EventAcknowledged ? "O" : "E",
+                 event == EventAcknowledged ? TrafficKind::Acknowledged : TrafficKind::Refused);
     if (!pastDeadline()) {
         m_eventNr = event;
         return Request::None;
@@ -186,6 +190,9 @@ Request clsRVQ::evaluateUnreadable()
 {
     if (isPending(Request::Stop)) {
         return Request::Configuration;
+    }
+    if (isPending(Request::ByHand) && !modReplySteps::HoldsAnnouncement(m_inBuffer)) {
+        return returnToPolling(); // whatever it is, it is shown; the operator knows what it means
     }
     if (!isPending(Request::None) || modReplySteps::HoldsAnnouncement(m_inBuffer)) {
         // The bytes stay: once the loop has fallen back to no dialogue, an announcement among them is understood.
@@ -215,6 +222,7 @@ Request clsRVQ::evaluateMeasuring()
         return Request::None;
     }
     if (isPending(Request::Stop)) {
+        settle(m_inBuffer.size(), TrafficKind::Discarded);
         m_inBuffer.clear(); // still in flight after the stop, which nobody wants any more: no loss
         return evaluateSilence();
     }
@@ -247,6 +255,8 @@ bool clsRVQ::evaluateDump()
         return false;
     }
     if (!dump.text.empty()) {
+        const std::string_view all(m_inBuffer);
+        noteView(all.substr(static_cast<std::size_t>(dump.text.data() - all.data())), TrafficKind::Configuration);
         readDump(dump.text);
         m_commStatus = DialogueIdle;
         m_eventNr = EventConfiguration;
@@ -276,6 +286,8 @@ bool clsRVQ::takeTextTemperature()
     if (reply.consumed == 0) {
         return false;
     }
+    settle(static_cast<std::size_t>(reply.text.data() - m_inBuffer.data()), TrafficKind::Discarded);
+    note(0, reply.consumed, TrafficKind::Temperature);
     m_sTemperature = textOf(reply.text);
     m_tempStatus = Contains(m_sTemperature, "NOK") ? 0 : 1;
     m_inBuffer.erase(0, reply.consumed);
@@ -303,6 +315,7 @@ void clsRVQ::evaluateAnswerToT()
 void clsRVQ::takeBinaryTemperature()
 {
     const auto reply = modReplySteps::StepBinaryTemperature(m_inBuffer, m_parameters.OutputFormat == FormatBinaryCrc);
+    note(0, reply.consumed, reply.crcError ? TrafficKind::DamagedCrc : TrafficKind::Temperature);
     m_inBuffer.erase(0, reply.consumed);
     if (reply.crcError) {
         m_eventNr = EventCrcError;
@@ -387,6 +400,7 @@ void clsRVQ::sendFollowUp(Request request)
 {
     if (!m_wait.Running) {
         const std::int32_t event = m_eventNr;
+        settle(m_inBuffer.size(), TrafficKind::Unexplained);
         SendCommand(request);
         m_eventNr = event; // a send clears it, but an unanswered start has to be reported
     } else if (pastDeadline()) {

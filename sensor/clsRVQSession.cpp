@@ -10,6 +10,9 @@ void clsRVQ::ShiftClock(double days)
     m_readTempTime += days;
     m_lastArrival += days;
     m_arrivals.ShiftClock(days, m_currentTime + days);
+    if (m_traffic != nullptr) {
+        m_traffic->ShiftClock(days, m_currentTime + days);
+    }
     m_quietUntil += days;
     m_lines.ShiftClock(days);
     for (SentFrame& frame : m_sentFrames) {
@@ -80,6 +83,7 @@ void clsRVQ::EndSingleOutput(bool found)
 void clsRVQ::ForgetDialogue()
 {
     m_commStatus = DialogueNone;
+    settle(m_inBuffer.size(), TrafficKind::Unexplained);
     m_inBuffer.clear();
     forgetRequest();
     m_pending.deadline = m_currentTime;

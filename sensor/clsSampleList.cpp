@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr std::int64_t kTempErrSize = 8; // "TempErr!"
+
 /// As `RoundHalfToEven`, and faster where nothing is to be decided.
 std::optional<std::int32_t> rounded(double value)
 {
@@ -92,6 +94,7 @@ void clsSampleList::Add(const Measurement& sample)
 void clsSampleList::Add(double value, std::int32_t value_mm, std::size_t end)
 {
     Add({value, value_mm, m_source.unit, m_source.format, TimeOf(end)});
+    Tell(PositionOf(end), m_list[m_size - 1]);
 }
 
 std::optional<Measurement> clsSampleList::MeasurementOf(double value, std::optional<std::int32_t> unit,
@@ -107,6 +110,12 @@ std::optional<Measurement> clsSampleList::MeasurementOf(double value, std::optio
 
 void clsSampleList::AddTempError(std::size_t end)
 {
+    if (m_traffic != nullptr && IsBinary(m_source.format)) {
+        const std::int64_t position = PositionOf(end);
+        m_traffic->Means(position - kTempErrSize, position, TrafficKind::TempError);
+        Add({kTempErrValue, kMarkerTempError, m_source.unit, m_source.format, TimeOf(end)});
+        return;
+    }
     Add(kTempErrValue, kMarkerTempError, end);
 }
 
@@ -126,6 +135,11 @@ std::int32_t clsSampleList::AddLines(double first, double second, std::optional<
         if (const auto sample = MeasurementOf(value, unit, TimeOf(at))) {
             Add(*sample);
             ++added;
+            if (m_traffic != nullptr) {
+                m_traffic->Replies(PositionOf(at - size), size, {&*sample, 1});
+            }
+        } else {
+            Tell(PositionOf(at), TrafficKind::Damaged);
         }
     }
     return added;
@@ -133,6 +147,8 @@ std::int32_t clsSampleList::AddLines(double first, double second, std::optional<
 
 void clsSampleList::AddFrames(std::string_view bytes, std::size_t at, std::size_t count, std::size_t size)
 {
+    const std::size_t before = m_size;
+    const std::int64_t begin = PositionOf(at);
     const auto step = static_cast<std::int64_t>(size);
     std::int64_t position = m_source.position + static_cast<std::int64_t>(at + size);
     while (count > 0) {
@@ -154,5 +170,8 @@ void clsSampleList::AddFrames(std::string_view bytes, std::size_t at, std::size_
         }
         m_arrivals.Tell((sample - 1)->time);
         count -= several;
+    }
+    if (m_traffic != nullptr) {
+        m_traffic->Replies(begin, size, All().subspan(before));
     }
 }

@@ -4,6 +4,7 @@
 
 #include "sensor/Measurement.h"
 #include "sensor/clsArrivals.h"
+#include "sensor/clsTraffic.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -55,6 +56,23 @@ public:
     /// Adds consecutive binary frames that begin at `at`, each with `size` bytes, of which the first four count.
     void AddFrames(std::string_view bytes, std::size_t at, std::size_t count, std::size_t size);
 
+    /// What is found is told to the traffic, too; null ends that.
+    void Watch(clsTraffic* traffic) { m_traffic = traffic; }
+    std::int64_t PositionOf(std::size_t end) const { return m_source.position + static_cast<std::int64_t>(end); }
+    /// The line that ends at this position is a measurement, or something else.
+    void Tell(std::int64_t position, const Measurement& sample) const
+    {
+        if (m_traffic != nullptr) {
+            m_traffic->Replies(position, 0, {&sample, 1});
+        }
+    }
+    void Tell(std::int64_t position, TrafficKind kind) const
+    {
+        if (m_traffic != nullptr) {
+            m_traffic->LineMeans(position, kind);
+        }
+    }
+
 private:
     Measurement* grow(std::size_t count);
     void findStretch(std::int64_t position);
@@ -66,4 +84,5 @@ private:
     Source m_source;
     double m_millimetres = 1000.0; // in the unit of the source
     clsArrivals::Stretch m_stretch;
+    clsTraffic* m_traffic = nullptr;
 };

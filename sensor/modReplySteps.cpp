@@ -223,17 +223,21 @@ std::size_t FirstCrcTemperature(std::string_view bytes)
     return at + kCrcTemperatureSize <= bytes.size() ? at : std::string_view::npos;
 }
 
-std::size_t CutTexts(std::string& bytes)
+std::size_t CutTexts(std::string& bytes, const std::function<void(std::size_t at, std::size_t size)>& cut)
 {
     constexpr std::size_t kShortest = 4; // the highest byte of a frame is not text: at most three in a row are
     if (holdsText(bytes)) {
         std::size_t kept = 0;
         std::size_t textAt = 0; // in the kept bytes: where the current text begins
-        for (const char byte : bytes) {
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            const char byte = bytes[i];
             bytes[kept++] = byte;
             if (!isTextByte(byte)) {
                 textAt = kept;
             } else if (byte == '\n' && kept - textAt >= kShortest && bytes[kept - 2] == '\r') {
+                if (cut) {
+                    cut(i + 1 - (kept - textAt), kept - textAt);
+                }
                 kept = textAt;
             }
         }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -98,8 +99,8 @@ std::size_t FirstCrcFrame(std::string_view bytes);
 std::size_t FirstCrcTemperature(std::string_view bytes);
 
 /// Cuts texts out of binary distances: lines of four characters or more, including the line end, which no run of frames
-/// can contain. Returns how many bytes at the end may be the start of such a line.
-std::size_t CutTexts(std::string& bytes);
+/// can contain. Returns how many bytes at the end may be the start of such a line. `cut` is told where each text was.
+std::size_t CutTexts(std::string& bytes, const std::function<void(std::size_t at, std::size_t size)>& cut = {});
 
 struct DumpSpan {
     bool begun = false;    ///< "Type:" has come
