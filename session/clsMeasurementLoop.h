@@ -58,8 +58,8 @@ public:
     /// Starts or stops continuous measurement. A sensor with single output is asked for one value instead; the wait for
     /// it takes at most 41 passes.
     void StartStop(const NextPass& nextPass);
-    /// For so many milliseconds after the port was opened nothing is sent, so that a sensor that measures on its own can
-    /// be heard: the first probe ends its measurement.
+    /// For so many milliseconds after the port was opened nothing is sent, so that a sensor that measures on its own
+    /// can be heard: the first probe ends its measurement.
     std::int32_t ListenFirst_ms = 0;
     /// Starts measuring as soon as the sensor answers, as after a lost connection.
     void MeasureWhenConnected() { m_measuring = true; }
@@ -80,6 +80,12 @@ public:
     Operation<> RequestingSingleValue(bool waits = true);
     Operation<> SwitchingRedLaser(bool on, bool waits = true);
     Operation<> ChangingSetting(std::int32_t ParameterSet::*setting, std::int32_t value, bool waits = true);
+
+    /// A measuring sensor takes only the stop by hand: it hears nothing else, or answers among its values.
+    bool MayBeSentByHand(std::string_view typed) const;
+    /// Sends what the operator has typed (see `modHandSending`) once no answer is open. Start, stop and laser do what
+    /// the buttons do. After a frame the configuration is read again, since it may have changed a parameter.
+    Operation<> SendingByHand(std::string typed);
 
     /// Whether temperatures are read during a measurement.
     void PollTemperature(bool poll) { m_pollTemperature = poll; }
@@ -155,6 +161,7 @@ private:
     bool mayChange(clsWriteCircle& circle);
     void startStop(std::int32_t before);
     Operation<> requestingOne(int stepsPerPass);
+    Operation<> sendingFrame(std::string bytes);
     Operation<bool> passingUntilDistance(int stepsPerPass);
     bool passBringsDistance();
     void showSensorSettings();

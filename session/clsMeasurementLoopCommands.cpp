@@ -3,6 +3,7 @@
 #include "session/clsMeasurementLoop.h"
 #include "session/clsWriteCircle.h"
 #include "session/clsWriteKeeper.h"
+#include "session/modHandSending.h"
 #include "texts/modFunctions.h"
 
 #include <utility>
@@ -138,6 +139,67 @@ bool clsMeasurementLoop::passBringsDistance()
     readPort();
     evaluate();
     return m_device.NewDistance();
+}
+
+bool clsMeasurementLoop::MayBeSentByHand(std::string_view typed) const
+{
+    const bool measures = m_measuring || m_device.CommStatus() == DialogueMeasuring;
+    return !measures || typed == RowOf(Request::Stop).text;
+}
+
+Operation<> clsMeasurementLoop::SendingByHand(std::string typed)
+{
+    Operation<bool> waiting = awaitingOpenAnswer(true);
+    if (!co_await waiting || !m_device.PortIsOpen() || !MayBeSentByHand(typed)) {
+        co_return;
+    }
+    const std::string bytes = modHandSending::BytesOf(typed);
+    const Request request = RequestOf(bytes);
+    const std::int32_t state = m_device.CommStatus();
+    m_device.MarkNextByHand();
+    if (modHandSending::IsFrame(typed)) {
+        Operation<> sending = sendingFrame(bytes);
+        co_await sending;
+    } else if (request == Request::Start && state == DialogueIdle && m_device.Parameters().OutputMode == OutputSingle) {
+        Operation<> requesting = requestingOne(kStepsPerPass);
+        co_await requesting;
+    } else if ((request == Request::Start && state == DialogueIdle) ||
+               (request == Request::Stop && state == DialogueMeasuring)) {
+        startStop(state);
+    } else if ((request == Request::LaserOn || request == Request::LaserOff) && state != DialogueNone) {
+        m_device.SwitchLaser(request == Request::LaserOn);
+        showSensorSettings();
+    } else {
+        m_device.SendCommand(bytes);
+    }
+    showRule();
+}
+
+/// The verdict comes, or its time passes; then the sensor says itself what it works with now.
+Operation<> clsMeasurementLoop::sendingFrame(std::string bytes)
+{
+    const modRVQComm::WaitScope wait(m_device);
+    const std::int32_t opening = m_device.Openings();
+    m_device.ForgetEvents();
+    m_device.SendCommand(bytes);
+    const auto isOpen = [&] {
+        return m_device.PortIsOpen() && m_device.Openings() == opening && !m_device.Wait().Ended;
+    };
+    std::optional<std::int32_t> event;
+    while (isOpen() && !event && m_device.LastCommand() == bytes) {
+        co_await NextStep{};
+        event = m_device.TakeEvent();
+    }
+    if (isOpen() && event == EventAcknowledged) {
+        m_device.TakeVerdict(m_device.Parameters(), std::string_view(bytes).substr(0, 3), EventAcknowledged);
+    }
+    if (!isOpen() || m_device.CommStatus() == DialogueNone) {
+        co_return; // the configuration is read when the sensor answers again
+    }
+    m_device.ForgetEvents();
+    m_device.SendCommand(Request::Configuration);
+    Operation<std::int32_t> reading = modRVQComm::AwaitingEvent(m_device, {EventConfiguration});
+    co_await reading;
 }
 
 void clsMeasurementLoop::SwitchRedLaser(bool on)

@@ -1,5 +1,7 @@
 #include "session/clsSession.h"
 
+#include "session/modHandSending.h"
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -310,6 +312,34 @@ void clsSession::ResetChart()
 {
     m_marks.EndPlayed();
     m_played.reset();
+}
+
+void clsSession::WatchTraffic(bool on)
+{
+    if (on == (m_traffic != nullptr)) {
+        return;
+    }
+    m_device.Watch(nullptr);
+    m_traffic = on ? std::make_unique<clsTraffic>() : nullptr;
+    m_device.Watch(m_traffic.get());
+}
+
+TextId clsSession::ObstacleByHand(std::string_view typed) const
+{
+    if (!m_device.PortIsOpen()) {
+        return TextId::HandNoPort;
+    }
+    if (m_device.Wait().Running || !m_operations.empty() || m_recorder.Mode == RecorderPlaying) {
+        return TextId::HandBusy;
+    }
+    return m_loop.MayBeSentByHand(typed) ? TextId::None : TextId::HandMeasuring;
+}
+
+void clsSession::SendByHand(std::string_view typed)
+{
+    if (modHandSending::ProblemOf(typed) == TextId::None && ObstacleByHand(typed) == TextId::None) {
+        Start(m_loop.SendingByHand(std::string(typed)));
+    }
 }
 
 void clsSession::End()

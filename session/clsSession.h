@@ -6,6 +6,7 @@
 #include "base/Operation.h"
 #include "port/SerialPort.h"
 #include "sensor/clsRVQ.h"
+#include "sensor/clsTraffic.h"
 #include "session/clsHistory.h"
 #include "session/clsListeners.h"
 #include "session/clsMarkKeeper.h"
@@ -95,6 +96,17 @@ public:
         return m_device.CommStatus() == DialogueNone ? std::string_view() : m_device.Identity().SerialNo;
     }
 
+    /// From now on the traffic of the line is noted, or not any longer: then what was noted is forgotten. Nothing is
+    /// noted before somebody asks for it.
+    void WatchTraffic(bool on);
+    /// Null while it is not noted.
+    const clsTraffic* Traffic() const { return m_traffic.get(); }
+    clsTraffic* Traffic() { return m_traffic.get(); }
+    /// Why a text cannot be sent by hand now; None when it can.
+    TextId ObstacleByHand(std::string_view typed) const;
+    /// Sends it, see `clsMeasurementLoop::SendingByHand`. Does nothing while there is an obstacle or a problem.
+    void SendByHand(std::string_view typed);
+
     clsRVQ& Device() { return m_device; }
     const clsRVQ& Device() const { return m_device; }
     /// Backups, the passport and the last write. Give it its places before the first connection.
@@ -145,6 +157,7 @@ private:
 
     const modGlobals::Settings& m_settings;
     std::unique_ptr<SerialPort> m_port;
+    std::unique_ptr<clsTraffic> m_traffic;
     clsListeners m_listeners;
     clsRVQ m_device;
     clsMeasurementLoop m_loop;

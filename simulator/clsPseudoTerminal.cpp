@@ -233,7 +233,7 @@ bool clsPseudoTerminal::isHungUp() const
 bool clsPseudoTerminal::hasOtherRate(std::int32_t bitsPerSecond) const
 {
     termios settings{};
-    if (!IsPlugged() || tcgetattr(m_ownEnd, &settings) != 0) {
+    if (bitsPerSecond == kAnyRate || !IsPlugged() || tcgetattr(m_ownEnd, &settings) != 0) {
         return false;
     }
     const speed_t code = cfgetospeed(&settings);

@@ -10,6 +10,8 @@ namespace simulator {
 
 class clsPseudoTerminal {
 public:
+    static constexpr std::int32_t kAnyRate = 0; ///< of a line that scrambles nothing
+
     /// Opens a terminal, raw and set to the rate in bit/s, and points the link (empty: none) at it. An existing
     /// symbolic link is replaced. Throws std::runtime_error when the system has no terminal to give, when the link
     /// cannot be made or when its path is taken by anything but a symbolic link.

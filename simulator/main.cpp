@@ -1,5 +1,6 @@
 // rvqsim: a simulated sensor on a pseudo-terminal, for any program that talks to a serial port.
 #include "simulator/clsSimulatedSensor.h"
+#include "simulator/modReplayRun.h"
 
 #include <algorithm>
 #include <charconv>
@@ -23,7 +24,8 @@ constexpr int kBadArguments = 2;
 
 struct Arguments {
     SensorOptions sensor;
-    std::string link, log;
+    std::string link, log, replay;
+    bool isOfSensor = false; ///< an option of the simulated sensor was given
 };
 
 constexpr double kLowestRate = 0.1;   // values per second
@@ -42,6 +44,7 @@ enum Choice : int {
     Values,
     Count,
     Log,
+    Replay,
     Help,
     Version
 };
@@ -58,6 +61,7 @@ constexpr option kOptions[] = {{"link", required_argument, nullptr, Link},
                                {"values", required_argument, nullptr, Values},
                                {"count", no_argument, nullptr, Count},
                                {"log", required_argument, nullptr, Log},
+                               {"replay", required_argument, nullptr, Replay},
                                {"help", no_argument, nullptr, Help},
                                {"version", no_argument, nullptr, Version},
                                {nullptr, 0, nullptr, 0}};
@@ -78,6 +82,7 @@ void printHelp()
                  "  --values HZ          values per second (0.1..1000), whatever the averaging depth\n"
                  "  --count              the distance counts the values, 1 mm each, and shows no scene\n"
                  "  --log FILE           write every value with its number and the time of its last byte\n"
+                 "  --replay FILE        say what a file of recorded line traffic has; only --link goes with it\n"
                  "  --help, --version\n\nSIGUSR1 switches the sensor off and on: it then works with what it has "
                  "stored.\n\nFaults:\n";
     for (const FaultRow& row : kFaultRows) {
@@ -165,6 +170,9 @@ std::string takeOption(int choice, const std::string& text, Arguments& arguments
     case Log:
         arguments.log = text;
         return text.empty() ? "the log needs a path" : "";
+    case Replay:
+        arguments.replay = text;
+        return text.empty() ? "the recording needs a path" : "";
     default: // Seed
         sensor.seed = wholeNumber<std::uint64_t>(text).value_or(0);
         return wholeNumber<std::uint64_t>(text) ? "" : "the seed is a whole number, not \"" + text + "\"";
@@ -186,11 +194,16 @@ std::optional<int> readArguments(int argc, char* argv[], Arguments& arguments)
         if (choice == '?') {
             return kBadArguments; // getopt has said why
         }
+        arguments.isOfSensor = arguments.isOfSensor || (choice != Link && choice != Replay);
         const std::string wrong = takeOption(choice, optarg != nullptr ? optarg : "", arguments);
         if (!wrong.empty()) {
             std::cerr << "rvqsim: " << wrong << "\n";
             return kBadArguments;
         }
+    }
+    if (!arguments.replay.empty() && arguments.isOfSensor) {
+        std::cerr << "rvqsim: only --link goes with --replay\n";
+        return kBadArguments;
     }
     if (optind < argc) {
         std::cerr << "rvqsim: what is \"" << argv[optind] << "\"? (--help)\n";
@@ -208,14 +221,18 @@ int main(int argc, char* argv[])
         return *status;
     }
     // Blocked before the sensor's thread exists, so that the signals wait for sigwait here and interrupt nothing.
-    sigset_t signals;
-    sigemptyset(&signals);
+    sigset_t endSignals;
+    sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGHUP);
+    sigaddset(&endSignals, SIGINT);
+    sigaddset(&endSignals, SIGTERM);
+    sigset_t signals = endSignals;
     sigaddset(&signals, SIGUSR1);
-    sigaddset(&signals, SIGHUP);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     try {
+        if (!arguments.replay.empty()) {
+            return PlayRecording(arguments.replay, arguments.link, endSignals);
+        }
         clsSimulatedSensor sensor(arguments.sensor, arguments.link, arguments.log);
         std::cout << sensor.Path() << std::endl;
         int received = 0;
