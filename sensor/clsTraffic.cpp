@@ -1,9 +1,12 @@
 #include "sensor/clsTraffic.h"
 
+#include "base/Days.h"
+
 #include <algorithm>
 
 namespace {
 
+constexpr double kLongestTick_s = 1.0;
 constexpr std::uint64_t kLookBack = 256; // entries; no more than that wait
 
 /// Copies bytes into a ring at a running number.
@@ -37,6 +40,14 @@ TrafficEntry meaningOf(const Measurement& measurement)
             .detail = static_cast<std::uint8_t>(measurement.unit)};
 }
 
+/// What the program does has the time of its tick, and bytes may have come since then. A clock that was set is another
+/// matter.
+double notBeforeNewest(const clsTraffic& traffic, double now)
+{
+    const double newest = traffic.First() == traffic.End() ? now : traffic.At(traffic.End() - 1).time;
+    return newest - now < kLongestTick_s / kSecondsPerDay ? std::max(now, newest) : now;
+}
+
 } // namespace
 
 clsTraffic::clsTraffic() : m_entries(kMostEntries), m_received(kReceivedBytes, '\0'), m_sent(kSentBytes, '\0') {}
@@ -68,12 +79,12 @@ void clsTraffic::Begin(std::int64_t position)
 
 void clsTraffic::Opened(std::int32_t rate, double now)
 {
-    append(TrafficKind::Opened, now).value = rate;
+    append(TrafficKind::Opened, notBeforeNewest(*this, now)).value = rate;
 }
 
 void clsTraffic::Closed(double now)
 {
-    append(TrafficKind::Closed, now);
+    append(TrafficKind::Closed, notBeforeNewest(*this, now));
 }
 
 void clsTraffic::Sent(std::string_view bytes, TrafficKind kind, Request request, double now)
@@ -81,7 +92,7 @@ void clsTraffic::Sent(std::string_view bytes, TrafficKind kind, Request request,
     for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), kMostBytes))) {
         const std::string_view piece = bytes.substr(0, kMostBytes);
         put(m_sent, m_sentBytes % kSentBytes, piece);
-        TrafficEntry& entry = append(kind, now);
+        TrafficEntry& entry = append(kind, notBeforeNewest(*this, now));
         entry.at = static_cast<std::uint32_t>(m_sentBytes);
         entry.length = static_cast<std::uint16_t>(piece.size());
         entry.detail = static_cast<std::uint8_t>(request);

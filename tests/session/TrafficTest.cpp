@@ -85,7 +85,11 @@ TEST_P(Traffic, ARecordingPlayedGivesTheSameSession)
 INSTANTIATE_TEST_SUITE_P(Formats, Traffic,
                          testing::Values(Case{FormatAscii, 0, 0}, Case{FormatAscii, 0.002, 0.002},
                                          Case{FormatAsciiUnit, 0.002, 0.002}, Case{FormatBinary, 0, 0},
-                                         Case{FormatBinary, 0.002, 0.002}, Case{FormatBinaryCrc, 0.002, 0.002}));
+                                         Case{FormatBinary, 0.002, 0.002}, Case{FormatBinaryCrc, 0.002, 0.002}),
+                         [](const auto& play) {
+                             return "Format" + std::to_string(play.param.format) +
+                                    (play.param.lost > 0 ? "Damaged" : "Clean");
+                         });
 
 TEST(TrafficList, SaysWhatWasAskedAndAnsweredAndWhenTheLineWasCut)
 {
