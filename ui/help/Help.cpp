@@ -28,6 +28,7 @@ constexpr WindowTopic kWindowTopics[] = {
     {"frmSplash", "Splash"},
     {"frmFind", "Splash"},
     {"frmConsole", "Console"},
+    {"frmTraffic", "Console"},
     {"frmTextWindow", "LargeDisplay"},
     {"frmChartSettings", "ChartSettings"},
     {"frmRecorder", "Recorder"},

@@ -149,6 +149,7 @@ void MainForm::buildMenus(QMainWindow& window)
     mnuOptionLanguage = subMenu(mnuOptions->addMenu(QString()), "mnuOptionLanguage");
     mnuOptionLanguageDEEN = item(mnuOptionLanguage, "mnuOptionLanguageDEEN");
     mnuOptionConsole = checkedItem(mnuOptions, "mnuOptionConsole");
+    mnuOptionsTraffic = item(mnuOptions, "mnuOptionsTraffic", Qt::CTRL | Qt::Key_L);
     mnuHelp = subMenu(menus->addMenu(QString()), "mnuHelp");
     mnuHelpContents = item(mnuHelp, "mnuHelpContents");
     mnuHelpWhatsThis = item(mnuHelp, "mnuHelpWhatsThis");
@@ -251,6 +252,7 @@ void MainForm::LocalisePanels(std::int32_t language) const
     mnuOptionLanguage->setTitle(text(TextId::MenuLanguage));
     mnuOptionLanguageDEEN->setText(text(TextId::MenuLanguageSwitch));
     mnuOptionConsole->setText(text(TextId::MenuOptionsConsole));
+    mnuOptionsTraffic->setText(text(TextId::MenuTraffic));
     mnuHelp->setTitle(text(TextId::MenuHelp));
     mnuHelpContents->setText(text(TextId::MenuHelpContents));
     mnuHelpWhatsThis->setText(text(TextId::MenuHelpWhatsThis));

@@ -94,6 +94,7 @@ protected:
     QMenu* mnuOptionLanguage = nullptr;
     QAction* mnuOptionLanguageDEEN = nullptr;
     QAction* mnuOptionConsole = nullptr;
+    QAction* mnuOptionsTraffic = nullptr;
     QMenu* mnuHelp = nullptr;
     QAction* mnuHelpContents = nullptr;
     QAction* mnuHelpWhatsThis = nullptr;

@@ -34,6 +34,7 @@ class clsSession;
 class frmPassport;
 class frmRecorder;
 class frmRVQ;
+class frmTraffic;
 
 namespace modGlobals {
 struct Settings;
@@ -137,6 +138,7 @@ private:
     void mnuRecorder_Click();
     void mnuOptionLanguageDEEN_Click();
     void mnuOptionConsole_Click();
+    void mnuOptionsTraffic_Click();
     void mnuHelpContents_Click();
     void mnuHelpWhatsThis_Click();
     void mnuHelpAbout_Click();
@@ -178,6 +180,7 @@ private:
     FirstSteps* fraFirstSteps = nullptr;
     QPointer<frmRecorder> m_recorderWindow;
     QPointer<frmPassport> m_passportWindow;
+    QPointer<frmTraffic> m_trafficWindow;
     std::error_code m_passportFailure; ///< that was told last
     std::optional<double> m_toldWrite; ///< the time of the last write that was told
     QPointer<frmCompare> m_compareWindow;

@@ -4,6 +4,7 @@
 #include "store/modGlobals.h"
 #include "texts/modFunctions.h"
 #include "ui/chart/ChartPanel.h"
+#include "ui/console/frmTraffic.h"
 #include "ui/help/Help.h"
 #include "ui/main/MeasurementPanel.h"
 #include "ui/main/MessagePanel.h"
@@ -37,6 +38,7 @@ void frmMain::connectMenus()
     connectAction(mnuRecorder, &frmMain::mnuRecorder_Click);
     connectAction(mnuOptionLanguageDEEN, &frmMain::mnuOptionLanguageDEEN_Click);
     connectAction(mnuOptionConsole, &frmMain::mnuOptionConsole_Click);
+    connectAction(mnuOptionsTraffic, &frmMain::mnuOptionsTraffic_Click);
     connectAction(mnuHelpContents, &frmMain::mnuHelpContents_Click);
     connectAction(mnuHelpWhatsThis, &frmMain::mnuHelpWhatsThis_Click);
     connectAction(mnuHelpAbout, &frmMain::mnuHelpAbout_Click);
@@ -190,6 +192,17 @@ void frmMain::mnuOptionConsole_Click()
     } else {
         m_console.CloseConsole();
     }
+}
+
+void frmMain::mnuOptionsTraffic_Click()
+{
+    if (m_trafficWindow == nullptr) {
+        m_trafficWindow = new frmTraffic(*this, m_session, m_settings);
+        m_trafficWindow->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_trafficWindow->show();
+    m_trafficWindow->raise();
+    m_trafficWindow->activateWindow();
 }
 
 void frmMain::mnuHelpContents_Click()

@@ -206,7 +206,7 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     Program::LookAtAll(seen);
     program.Find<QAbstractButton>("cmdSimulatedSensor")->click();
     emit program.Find<ValueLabel>("lblMeasValue")->clicked();
-    for (const char* action : {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuHelpAbout", "mnuRecorder",
+    for (const char* action : {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuOptionsTraffic", "mnuHelpAbout", "mnuRecorder",
                                "mnuConfigurationCompare", "mnuConfigurationPassport", "mnuConfigurationRVQ"}) {
         program.Trigger(action);
     }
@@ -237,7 +237,7 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     EXPECT_EQ(seen, (std::set<std::string>{"dlgFailure", "dlgLoading", "dlgOverwrite", "dlgUnsent", "dlgWithoutBackup",
                                            "frmAbout", "frmChartSettings", "frmCompare", "frmConsole", "frmFind",
                                            "frmHelp", "frmMain", "frmPassport", "frmRVQ", "frmRecorder", "frmSheet",
-                                           "frmSplash", "frmTextWindow"}));
+                                           "frmSplash", "frmTextWindow", "frmTraffic"}));
     window.close();
 }
 
