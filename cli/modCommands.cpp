@@ -14,6 +14,7 @@
 #include "cli/Record.h"
 #include "cli/Set.h"
 #include "cli/Temperature.h"
+#include "cli/TrafficCommand.h"
 #include "cli/Watch.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
@@ -92,6 +93,12 @@ constexpr Command kCommands[] = {
      .mostOperands = kAnyNumber,
      .run = RunPlay,
      .more = kPlayMore},
+    {.name = "traffic",
+     .operands = "",
+     .summary = "Print what goes over the line",
+     .options = kTrafficOptions,
+     .run = RunTraffic,
+     .more = kTrafficMore},
     {.name = "info",
      .operands = "",
      .summary = "Say which sensor is connected, and how",

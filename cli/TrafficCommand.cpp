@@ -1,0 +1,233 @@
+#include "cli/TrafficCommand.h"
+
+#include "base/IsoTime.h"
+#include "base/modAPI.h"
+#include "cli/clsProgram.h"
+#include "cli/clsSensorRun.h"
+#include "cli/modDuration.h"
+#include "cli/modSignals.h"
+#include "port/clsPorts.h"
+#include "port/modOpenFailure.h"
+#include "sensor/Parameters.h"
+#include "sensor/modReplySteps.h"
+#include "session/modTrafficText.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+namespace {
+
+constexpr double kListen_s = 1.0;      // longer than the longest time between two values
+constexpr double kSettled_s = 0.25;    // later bytes may change what an entry means
+constexpr double kMostSettled_s = 2.0; // of a distance that waits for others
+constexpr std::size_t kMostHeard = 4096;
+
+/// While it listens, what the program sends goes nowhere.
+class ListeningPorts : public clsPorts {
+public:
+    using clsPorts::clsPorts;
+    bool Listens = true;
+
+    std::int32_t sio_flush(std::int32_t port, std::int32_t function) override
+    {
+        return Listens ? 0 : clsPorts::sio_flush(port, function);
+    }
+    std::int32_t sio_write(std::int32_t port, std::span<const char> bytes) override
+    {
+        return Listens ? static_cast<std::int32_t>(bytes.size()) : clsPorts::sio_write(port, bytes);
+    }
+};
+
+std::int32_t formatOf(std::string_view heard)
+{
+    const bool isText =
+        std::ranges::all_of(heard, [](char c) { return (c >= ' ' && c <= '~') || c == '\r' || c == '\n'; });
+    if (isText) {
+        return FormatAsciiUnit;
+    }
+    return modReplySteps::FirstCrcFrame(heard) == heard.npos ? FormatBinary : FormatBinaryCrc;
+}
+
+std::string inQuotes(std::string_view text)
+{
+    std::string all = "\"";
+    for (const char byte : text) {
+        all += byte == '"' || byte == '\\' ? std::string{'\\', byte} : std::string(1, byte);
+    }
+    return all + '"';
+}
+
+class Watching : public SessionListener {
+public:
+    Watching(clsProgram& program, bool asJson, bool onlyListens)
+        : m_program(program), m_asJson(asJson), m_onlyListens(onlyListens),
+          m_session(takePorts(program), program.Settings(), program.Folder() / "REC", '.')
+    {
+        m_session.Listen(*this);
+        m_session.WatchTraffic(true);
+    }
+    ~Watching() override { m_session.Leave(*this); }
+    Watching(const Watching&) = delete;
+    Watching& operator=(const Watching&) = delete;
+
+    int Run(std::optional<double> limit_s);
+
+private:
+    void Echo(std::string_view received) override
+    {
+        m_heard += received.substr(0, kMostHeard - std::min(kMostHeard, m_heard.size()));
+    }
+    std::unique_ptr<SerialPort> takePorts(clsProgram& program)
+    {
+        auto ports = std::make_unique<ListeningPorts>(program.Devices());
+        m_ports = ports.get();
+        return ports;
+    }
+    clsRVQ& device() { return m_session.Device(); }
+    bool hasFailed();
+    void decide(double now_s);
+    void join();
+    void print(bool all);
+    std::string lineOf(const TrafficEntry& entry) const;
+    void waitForTick(double due_s);
+
+    clsProgram& m_program;
+    bool m_asJson, m_onlyListens;
+    ListeningPorts* m_ports = nullptr;
+    clsSession m_session;
+    std::string m_heard; ///< since the port was opened, or since the dialogue was lost
+    std::optional<double> m_opened_s;
+    bool m_wasOpen = false, m_isDecided = false;
+    std::uint64_t m_printed = 0;
+};
+
+int Watching::Run(std::optional<double> limit_s)
+{
+    if (!m_asJson) {
+        std::string header = modTrafficText::FileHeader(std::string(kProgramName) + ' ' + std::string(ProgramVersion()),
+                                                        m_program.Language());
+        header.pop_back();
+        m_program.Print(header);
+    }
+    const double begin_s = modAPI::UpTime_s();
+    while (!modSignals::EndIsWanted() && m_program.Out().IsOpen()) {
+        const double now_s = modAPI::UpTime_s();
+        if (limit_s && now_s >= begin_s + *limit_s) {
+            break;
+        }
+        m_session.Tick(modAPI::LocalTime());
+        if (hasFailed()) {
+            m_program.Say(modOpenFailure::Text(device().LastFailure(), m_program.Language()));
+            return ExitNoConnection;
+        }
+        decide(now_s);
+        print(false);
+        m_program.Out().Serve();
+        waitForTick(now_s + clsMeasurementLoop::kInterval_ms / 1000.0);
+    }
+    m_session.End();
+    print(true);
+    return ExitDone;
+}
+
+/// A port that has been open comes back by itself.
+bool Watching::hasFailed()
+{
+    m_wasOpen = m_wasOpen || device().PortIsOpen();
+    return !m_wasOpen && !device().PortIsOpening();
+}
+
+/// Whether the sensor measures shows within the first second. Then the dialogue counts as measuring, as often as it
+/// gives that up, and the line stays as it is.
+void Watching::decide(double now_s)
+{
+    if (!device().PortIsOpen()) {
+        m_opened_s.reset();
+        m_heard.clear();
+        m_isDecided = false;
+        m_ports->Listens = true;
+        return;
+    }
+    m_opened_s = m_opened_s.value_or(now_s);
+    const bool listens = m_ports->Listens && now_s >= *m_opened_s + kListen_s;
+    if (!listens || device().CommStatus() == DialogueMeasuring) {
+        return;
+    }
+    if (AreMeasurements(m_heard, formatOf(m_heard))) {
+        join();
+    } else if (!m_onlyListens && !m_isDecided) {
+        m_ports->Listens = false;
+        device().ForgetDialogue();
+    }
+}
+
+void Watching::join()
+{
+    if (!std::exchange(m_isDecided, true)) {
+        m_program.Note(m_program.Text(TextId::TrafficListening));
+    }
+    device().AssumeParameter(&ParameterSet::OutputFormat, formatOf(m_heard));
+    device().ForgetDialogue();
+    device().StartMeasurement(); // goes nowhere
+    m_heard.clear();
+}
+
+void Watching::print(bool all)
+{
+    const clsTraffic& traffic = *m_session.Traffic();
+    const double now = modAPI::LocalTime();
+    for (m_printed = std::max(m_printed, traffic.First()); m_printed < traffic.End(); ++m_printed) {
+        const TrafficEntry& entry = traffic.At(m_printed);
+        const double age_s = (now - entry.time) * kSecondsPerDay;
+        const double least_s = entry.kind == TrafficKind::Waiting ? kMostSettled_s : kSettled_s;
+        if (!all && age_s >= 0.0 && age_s < least_s) {
+            return;
+        }
+        if (!m_ports->Listens || !IsToSensor(entry.kind)) {
+            m_program.Print(lineOf(entry));
+        }
+    }
+}
+
+std::string Watching::lineOf(const TrafficEntry& entry) const
+{
+    const clsTraffic& traffic = *m_session.Traffic();
+    const modTrafficText::Style style{m_program.Language(), '.'};
+    if (!m_asJson) {
+        return modTrafficText::FileLine(traffic, entry, style);
+    }
+    const std::string bytes = traffic.BytesOf(entry);
+    return "{\"time\":\"" + IsoText(entry.time) + IsoOffset(modAPI::UtcOffsetsOf(entry.time).first_min) +
+           "\",\"direction\":\"" + modTrafficText::Direction(entry.kind) + "\",\"hex\":\"" +
+           modTrafficText::Hex(bytes) + "\",\"text\":" + inQuotes(modTrafficText::Text(bytes)) +
+           ",\"meaning\":" + inQuotes(modTrafficText::Meaning(traffic, entry, style)) + '}';
+}
+
+void Watching::waitForTick(double due_s)
+{
+    bool watches = true;
+    for (double rest_s = 0.0; (rest_s = due_s - modAPI::UpTime_s()) > 0.0;) {
+        if (modAPI::WaitForArrival(watches ? device().ArrivalHandle() : -1, rest_s)) {
+            watches = m_session.Collect(modAPI::LocalTime()) > 0;
+        }
+    }
+}
+
+} // namespace
+
+int RunTraffic(clsProgram& program, const clsArguments& arguments)
+{
+    std::optional<double> limit_s;
+    if (const auto text = arguments.Value("for")) {
+        limit_s = modDuration::Seconds(*text);
+        if (!limit_s) {
+            throw UsageError("--for takes a time: 500ms, 10s, 5min, 1h");
+        }
+    }
+    const std::string_view format = arguments.Value("format").value_or("text");
+    if (format != "text" && format != "json") {
+        throw UsageError("--format takes text or json");
+    }
+    return Watching(program, format == "json", arguments.Has("listen")).Run(limit_s);
+}
