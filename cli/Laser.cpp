@@ -39,5 +39,5 @@ int RunLaser(clsProgram& program, const clsArguments& arguments)
         program.Say(program.Text(TextId::LaserRefused, {program.PortName(), Utf8Of(state)}));
         return ExitRefused;
     }
-    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitFailed;
+    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitNoConnection;
 }

@@ -133,7 +133,7 @@ int RunMeasure(clsProgram& program, const clsArguments& arguments)
     if (end == RunEnd::TimeOver && !isHere) {
         return ExitNoConnection;
     }
-    return isLeft ? clsSensorRun::CodeOf(end, most == std::numeric_limits<std::int64_t>::max()) : ExitFailed;
+    return isLeft ? clsSensorRun::CodeOf(end, most == std::numeric_limits<std::int64_t>::max()) : ExitNoConnection;
 }
 
 int RunSingle(clsProgram& program, const clsArguments& arguments)
@@ -151,5 +151,5 @@ int RunSingle(clsProgram& program, const clsArguments& arguments)
         program.Say(program.Text(TextId::NoValueCame, {program.PortName()}));
         return ExitNoConnection;
     }
-    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitFailed;
+    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitNoConnection;
 }

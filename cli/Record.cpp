@@ -156,5 +156,5 @@ int RunRecord(clsProgram& program, const clsArguments& arguments)
         sayFailure(program, recording);
         code = ExitFailed;
     }
-    return isLeft ? code : static_cast<int>(ExitFailed);
+    return isLeft ? code : static_cast<int>(ExitNoConnection);
 }

@@ -34,5 +34,5 @@ int RunTemperature(clsProgram& program, const clsArguments& /*arguments*/)
     if (end == RunEnd::Done) {
         program.Print(listener.Text);
     }
-    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitFailed;
+    return isLeft ? clsSensorRun::CodeOf(end, false) : ExitNoConnection;
 }

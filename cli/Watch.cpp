@@ -120,5 +120,5 @@ int RunWatch(clsProgram& program, const clsArguments& arguments)
         limit_s);
     watcher.End();
     const bool isLeft = run.Leave();
-    return isLeft ? clsSensorRun::CodeOf(end, true) : ExitFailed;
+    return isLeft ? clsSensorRun::CodeOf(end, true) : ExitNoConnection;
 }

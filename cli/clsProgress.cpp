@@ -26,7 +26,9 @@ void clsProgress::Show(std::string_view text)
         m_text = text;
         m_shown_s = now_s;
         const std::size_t columns = modTerminal::SizeOf(STDERR_FILENO).columns;
-        write("\r" + std::string(modTerminal::Cut(text, columns - 1)) + "\033[K");
+        std::string line(1, '\r');
+        line += modTerminal::Cut(text, columns - 1);
+        write(line + "\033[K");
         m_isShown = m_isPossible;
     }
 }
