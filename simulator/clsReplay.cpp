@@ -72,7 +72,8 @@ std::optional<double> timeOf(std::string_view text)
         return std::nullopt;
     }
     const auto days = std::chrono::sys_days(day).time_since_epoch().count();
-    return static_cast<double>(days) * 86400.0 + hour * 3600.0 + (minute - offset_min) * 60.0 + second + numberAt(text, 20, 3) / 1000.0;
+    return static_cast<double>(days) * 86400.0 + hour * 3600.0 + (minute - offset_min) * 60.0 + second +
+           numberAt(text, 20, 3) / 1000.0;
 }
 
 std::optional<std::string> bytesOf(std::string_view line)

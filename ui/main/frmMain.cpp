@@ -9,6 +9,7 @@
 #include "ui/chart/ChartPanel.h"
 #include "ui/chart/Overview.h"
 #include "ui/chart/StatisticsPanel.h"
+#include "ui/console/frmTraffic.h"
 #include "ui/help/Help.h"
 #include "ui/main/FirstSteps.h"
 #include "ui/main/LinePanel.h"
@@ -143,6 +144,9 @@ void frmMain::closeEvent(QCloseEvent* event)
         }
         if (m_passportWindow != nullptr) {
             m_passportWindow->close();
+        }
+        if (m_trafficWindow != nullptr) {
+            m_trafficWindow->close();
         }
         m_session.End();
         m_undoRun->Unload();

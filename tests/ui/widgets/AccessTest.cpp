@@ -206,8 +206,9 @@ TEST_P(Access, EveryWindowNamesItsControlsHasDistinctMnemonicsAndCutsNoText)
     Program::LookAtAll(seen);
     program.Find<QAbstractButton>("cmdSimulatedSensor")->click();
     emit program.Find<ValueLabel>("lblMeasValue")->clicked();
-    for (const char* action : {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuOptionsTraffic", "mnuHelpAbout", "mnuRecorder",
-                               "mnuConfigurationCompare", "mnuConfigurationPassport", "mnuConfigurationRVQ"}) {
+    for (const char* action :
+         {"mnuPopUpYscaleSettings", "mnuOptionConsole", "mnuOptionsTraffic", "mnuHelpAbout", "mnuRecorder",
+          "mnuConfigurationCompare", "mnuConfigurationPassport", "mnuConfigurationRVQ"}) {
         program.Trigger(action);
     }
     program.help.ShowHelpTopic(window, "Main");
