@@ -26,7 +26,7 @@ FirstSteps::FirstSteps(QWidget& chart)
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(QMargins(1, 1, 1, 1) * fontMetrics().height());
-    column->setSpacing(fontMetrics().height());
+    column->setSpacing(fontMetrics().height() / 2);
     column->addWidget(lblFirstSteps);
     auto* buttons = new QVBoxLayout; // in a row they would be cut off in a small chart
     for (QPushButton* button : {cmdFindSensor, cmdSimulatedSensor}) {
