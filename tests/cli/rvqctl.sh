@@ -213,19 +213,21 @@ check_finding() {
 
 # What comes from the terminal of the sensor within a second: nothing unless it measures.
 heard() { timeout 1 cat "$work/sensor" || true; }
+measures() { [ -n "$(heard)" ]; }
 
 check_left_as_found() {
-    [ -z "$(heard)" ] || fail "the sensor measures, which it did not before"
+    ! measures || fail "the sensor measures, which it did not before"
     printf M >"$work/sensor"
+    await measures
     run 0 info --json
     prints '"measuring":true'
-    [ -n "$(heard)" ] || fail "the sensor was measuring and does no more"
+    measures || fail "the sensor was measuring and does no more"
     interrupt_measuring
-    [ -n "$(heard)" ] || fail "SIGINT: the sensor was measuring and does no more"
+    measures || fail "SIGINT: the sensor was measuring and does no more"
     printf S >"$work/sensor"
     heard >/dev/null # what was sent before
     interrupt_measuring
-    [ -z "$(heard)" ] || fail "SIGINT: the sensor goes on measuring"
+    ! measures || fail "SIGINT: the sensor goes on measuring"
 }
 
 # $1 is a setting for the environment. What a terminal gets goes to "out".
@@ -374,7 +376,12 @@ for line in "${lines[@]}"; do
     parts+=("on_line $line check_writing check_refusals" "on_line $line check_reading check_measuring")
 done
 declare -A running
-trap 'kill "${running[@]}" 2>/dev/null; wait; rm -rf "$folder"' EXIT
+finish() {
+    [ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true
+    wait || true
+    rm -rf "$folder"
+}
+trap finish EXIT
 for part in "${parts[@]}"; do
     mkdir "$folder/$part"
     (
