@@ -48,7 +48,7 @@ int lead(clsProgram& program, const clsArguments& arguments, std::optional<std::
         code = isDry ? printPlan(program, set, plan) : writing.Write(plan.target, plan.codes);
     }
     const bool isRestored = run.Leave();
-    return code == ExitDone && !isRestored ? static_cast<int>(ExitFailed) : code;
+    return code == ExitDone && !isRestored ? static_cast<int>(ExitNoConnection) : code;
 }
 
 } // namespace

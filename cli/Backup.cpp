@@ -72,5 +72,5 @@ int RunBackup(clsProgram& program, const clsArguments& arguments)
         return ExitFailed;
     }
     program.Print(file->string());
-    return run.Leave() ? ExitDone : ExitFailed;
+    return run.Leave() ? ExitDone : ExitNoConnection;
 }

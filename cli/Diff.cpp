@@ -150,7 +150,7 @@ int RunDiff(clsProgram& program, const clsArguments& arguments)
     }
     program.Note(program.Text(TextId::CompareSummary, {std::to_string(differing), std::to_string(compared)}));
     if (!run.Leave()) {
-        return ExitFailed;
+        return ExitNoConnection;
     }
     return differing > 0 ? ExitRefused : ExitDone;
 }

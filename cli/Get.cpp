@@ -131,5 +131,5 @@ int RunGet(clsProgram& program, const clsArguments& arguments)
     } else {
         (format == OutputKind::Csv ? printCsv : printText)(program, rows, set);
     }
-    return run.Leave() ? ExitDone : ExitFailed;
+    return run.Leave() ? ExitDone : ExitNoConnection;
 }

@@ -68,5 +68,5 @@ int RunInfo(clsProgram& program, const clsArguments& arguments)
         return code;
     }
     (arguments.Has("json") ? printJson : printText)(program, run);
-    return run.Leave() ? ExitDone : ExitFailed;
+    return run.Leave() ? ExitDone : ExitNoConnection;
 }

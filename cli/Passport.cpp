@@ -58,7 +58,7 @@ int RunPassport(clsProgram& program, const clsArguments& arguments)
     if (const auto number = arguments.Value("serial")) {
         serial = CodePageBytes(*number);
     } else if (!(serial = connectedSerial(program, code))) {
-        return code == ExitDone ? static_cast<int>(ExitFailed) : code;
+        return code == ExitDone ? static_cast<int>(ExitNoConnection) : code;
     }
     const std::filesystem::path file = modPassport::FileOf(program.Folder() / "PASSPORT", *serial);
     clsPassportReader reader(file);

@@ -94,5 +94,5 @@ int RunSet(clsProgram& program, const clsArguments& arguments)
     const modPlan::Plan plan = modPlan::OfValues(program, set, target, *rows, run.Device().Identity());
     code = plan.isRefused ? static_cast<int>(ExitRefused) : writing.Write(plan.target, plan.codes);
     const bool isRestored = run.Leave();
-    return code == ExitDone && !isRestored ? static_cast<int>(ExitFailed) : code;
+    return code == ExitDone && !isRestored ? static_cast<int>(ExitNoConnection) : code;
 }
