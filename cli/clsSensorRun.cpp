@@ -114,6 +114,9 @@ int clsSensorRun::Connect()
         return isAnswered() || join() || modAPI::UpTime_s() > *limit_s;
     };
     const RunEnd end = Until(isOver);
+    if (Device().PortIsOpen()) {
+        warnOfPort();
+    }
     if (m_wasMeasuring) {
         return ExitDone;
     }
@@ -122,9 +125,6 @@ int clsSensorRun::Connect()
         tickWhile([this] { return Device().PortIsOpen() && !isAnswered(); }, patience_s());
     }
     m_program.Progress().End();
-    if (Device().PortIsOpen()) {
-        warnOfPort();
-    }
     m_wasFound = isAnswered();
     if (!m_wasFound) {
         return end == RunEnd::Done ? sayWhyNot() : static_cast<int>(ExitFailed);

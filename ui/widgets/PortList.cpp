@@ -62,7 +62,6 @@ void PortList::showPopup()
         m_list = new PortView(*m_ports);
         setView(m_list); // it belongs to the list now
         m_list->Localise(m_language);
-        m_list->installEventFilter(this); // comes before the filter of the list, which takes Escape
     }
     sort();
     m_list->ClearSearch();
@@ -71,6 +70,7 @@ void PortList::showPopup()
     m_looks = 0;
     m_timer->start();
     QComboBox::showPopup();
+    m_list->installEventFilter(this); // comes before the filter of the list, which takes Escape
     if (!m_ports->IsThere(currentIndex())) {
         m_list->scrollToTop(); // what could be chosen instead
     }
@@ -87,6 +87,11 @@ void PortList::hidePopup()
 
 bool PortList::eventFilter(QObject* watched, QEvent* event)
 {
+    const bool asksForKey = watched == m_list && event->type() == QEvent::ShortcutOverride;
+    if (asksForKey && m_list->IsSearching() && static_cast<QKeyEvent&>(*event).key() == Qt::Key_Escape) {
+        event->accept(); // else the list closes before the key comes
+        return true;
+    }
     if (watched == m_list && event->type() == QEvent::KeyPress && m_list->TakeKey(static_cast<QKeyEvent&>(*event))) {
         return true;
     }

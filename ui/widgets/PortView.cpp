@@ -160,6 +160,26 @@ void PortView::FitWidth()
     setMinimumWidth(widest + 2 * style()->pixelMetric(QStyle::PM_ScrollBarExtent));
 }
 
+QModelIndex PortView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    const int last = m_ports.rowCount() - 1;
+    const int to = action == MoveHome ? 0 : action == MoveEnd ? last : QListView::moveCursor(action, modifiers).row();
+    const int step = action == MoveHome || action == MoveDown || action == MoveNext || action == MovePageDown ? 1 : -1;
+    for (const int direction : {step, -step}) {
+        for (int row = to; row >= 0 && row <= last; row += direction) {
+            if (isChoice(row)) {
+                return m_ports.index(row);
+            }
+        }
+    }
+    return {};
+}
+
+bool PortView::isChoice(int row) const
+{
+    return !isRowHidden(row) && m_ports.index(row).flags().testFlag(Qt::ItemIsEnabled);
+}
+
 void PortView::resizeEvent(QResizeEvent* event)
 {
     QListView::resizeEvent(event);

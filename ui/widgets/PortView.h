@@ -19,6 +19,7 @@ public:
     void ClearSearch() { search({}); }
     /// What a key does to the search; false for a key that is none of it.
     bool TakeKey(const QKeyEvent& key);
+    bool IsSearching() const { return !m_typed.isEmpty(); }
     /// Asks all rows for their width and takes the largest, within reason.
     void FitWidth();
 
@@ -33,10 +34,13 @@ public:
     }
 
 protected:
+    /// Passes over headings and hidden rows.
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
+    bool isChoice(int row) const;
     QModelIndex anchor() const;
     void keep(const QModelIndex& row, int top);
     void search(const QString& typed);
