@@ -2,6 +2,7 @@
 
 #include "port/modLineUrl.h"
 #include "port/modPComm.h"
+#include "port/modPortScan.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -21,11 +22,11 @@ Kind kindOf(const std::string& device)
     if (modLineUrl::IsUrl(device)) {
         return modLineUrl::Parse(device) ? Kind::Network : Kind::None;
     }
-    std::error_code error;
-    if (device.empty() || !std::filesystem::is_character_file(device, error)) {
+    const auto there = modPortScan::DeviceAt(device);
+    if (!there) {
         return Kind::None;
     }
-    return modPComm::MakerOf(device).empty() ? Kind::Device : Kind::PluggedIn;
+    return there->position.starts_with("usb") ? Kind::PluggedIn : Kind::Device;
 }
 
 /// The same for all names of a device.

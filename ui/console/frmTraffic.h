@@ -59,7 +59,7 @@ private:
     const modGlobals::Settings& m_settings;
     TrafficModel* m_model;
     bool m_isAtEnd = true; ///< of the list, where the operator has left it
-    QString m_news; ///< what became of the last search or file
+    QString m_news;        ///< what became of the last search or file
 
     QLabel *lblDirection = nullptr, *lblKind = nullptr, *lblHand = nullptr, *lblState = nullptr;
     QComboBox *cmbDirection = nullptr, *cmbKind = nullptr;

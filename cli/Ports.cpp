@@ -1,4 +1,4 @@
-#include "cli/PortsCommand.h"
+#include "cli/Ports.h"
 
 #include "cli/clsProgram.h"
 #include "port/modPortEntries.h"

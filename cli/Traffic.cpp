@@ -1,4 +1,4 @@
-#include "cli/TrafficCommand.h"
+#include "cli/Traffic.h"
 
 #include "base/IsoTime.h"
 #include "base/modAPI.h"
