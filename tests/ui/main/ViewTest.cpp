@@ -99,6 +99,7 @@ TEST(View, ALetterGoesToAListOrABoxThatHasTheFocusAndToTheMenuOtherwise)
         control->setFocus();
         QTest::keyClick(control, Qt::Key_P);
         EXPECT_FALSE(main.chart->IsFrozen()) << control->metaObject()->className();
+        list->hidePopup(); // a letter begins a search in the list
     }
     EXPECT_EQ(box.text().toLower(), "p");
     for (QWidget* control : std::initializer_list<QWidget*>{main.chart, main.Find("cmdStart")}) {
