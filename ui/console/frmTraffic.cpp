@@ -36,8 +36,8 @@
 namespace {
 
 constexpr int kFollow_ms = 250;
-constexpr int kWidth = 52, kHeight = 30; // in line heights
-constexpr int kHexCharacters = 30, kTextCharacters = 20;
+constexpr int kWidth = 56, kHeight = 30; // in line heights
+constexpr int kHexCharacters = 22, kTextCharacters = 17;
 
 /// Shows the wait cursor as long as it exists.
 class WaitCursor {

@@ -117,7 +117,7 @@ TEST(MainWindow, ChangedBaudRateIsFollowedAndOneClickLeadsBack)
     main.sensor.Restart();
     const auto* bar = main.Find<QWidget>("fraRate");
     ASSERT_TRUE(Until([&] { return bar->isVisible(); }));
-    EXPECT_EQ(main.Text("lblRate"), "The sensor answers at 19200 bit/s now.");
+    EXPECT_EQ(main.Text("lblRate"), "The sensor answers at 19200 now.");
     EXPECT_EQ(main.Find<QComboBox>("cmbBaudrate")->currentText(), "19200");
     EXPECT_EQ(main.settings.Baudrate, 19200);
     QTest::qWait(4 * clsMeasurementLoop::kInterval_ms);
