@@ -26,9 +26,9 @@ struct WindowTopic {
 constexpr WindowTopic kWindowTopics[] = {
     {"frmMain", "Main"},
     {"frmSplash", "Splash"},
-    {"frmFind", "Splash"},
+    {"frmFind", "Splash#find"},
     {"frmConsole", "Console"},
-    {"frmTraffic", "Console"},
+    {"frmTraffic", "Traffic"},
     {"frmTextWindow", "LargeDisplay"},
     {"frmChartSettings", "ChartSettings"},
     {"frmRecorder", "Recorder"},

@@ -206,14 +206,22 @@ TEST(HelpViewer, TheSectionThatTheRefusalNamesIsFoundByItsNumber)
 
 TEST(ContextHelp, F1InABoxOpensTheSectionAboutIt)
 {
-    StartUp start;
-    QDialog box(&start.splash);
-    box.setObjectName("dlgFailure");
-    box.show();
-    PressKey(box, Qt::Key_F1);
-    auto* viewer = box.findChild<frmHelp*>();
-    ASSERT_NE(viewer, nullptr);
-    EXPECT_EQ(FindIn<QTextBrowser>(*viewer, "txtPage")->source().toString(), "qrc:/help/RVQSettings_de.htm#error");
+    const std::pair<const char*, const char*> rows[] = {
+        {"dlgFailure", "RVQSettings_de.htm#error"},
+        {"frmFind", "Splash_de.htm#find"},
+        {"frmTraffic", "Traffic_de.htm"},
+    };
+    for (const auto& [name, page] : rows) {
+        StartUp start;
+        QDialog box(&start.splash);
+        box.setObjectName(name);
+        box.show();
+        PressKey(box, Qt::Key_F1);
+        auto* viewer = box.findChild<frmHelp*>();
+        ASSERT_NE(viewer, nullptr) << name;
+        EXPECT_EQ(FindIn<QTextBrowser>(*viewer, "txtPage")->source().toString().toStdString(),
+                  std::string("qrc:/help/") + page);
+    }
 }
 
 TEST(ContextHelp, F1InAPartOfTheMainWindowOpensThePageAboutThatPart)
