@@ -253,15 +253,6 @@ bool isRecorded(FaultCell& cell)
     const auto loaded =
         modPlayback::LoadData({&whole, 1}, cell.device.Parameters(),
                               {history, show, [](double) {}, [](double) { return true; }}, cell.recorder.Played);
-    if (played != shown || !goesOn) {
-        std::string a, b;
-        for (auto& w : shown)
-            a += w + ' ';
-        for (auto& w : played)
-            b += w + ' ';
-        ADD_FAILURE() << "goesOn " << goesOn << " lines " << cell.recorder.Lines() << "\nSHOWN " << a << "\nPLAYED "
-                      << b << " outcome " << int(loaded.outcome);
-    }
     return goesOn && !cell.recorder.Failure() && loaded.outcome == modPlayback::Outcome::Complete && played == shown;
 }
 
@@ -346,8 +337,7 @@ TEST_P(FaultMatrix, EveryOperationUnderEveryFaultEndsAndLeavesAProgramThatWorks)
     for (std::size_t row = 0; row < std::size(kOperations); ++row) {
         for (std::size_t column = 0; column < std::size(kFaults); ++column) {
             const Result& cell = matrix[row][column] =
-                play(kOperations[row], column, GetParam(),
-                     row * kSeedsPerOperation + column + (std::getenv("SEEDS") ? std::stoul(std::getenv("SEEDS")) : 0));
+                play(kOperations[row], column, GetParam(), row * kSeedsPerOperation + column);
             EXPECT_EQ(cell.complaint, "") << kOperations[row].name << " x " << kFaults[column].name << ", " << format
                                           << ", " << cell.seconds << " s";
         }
