@@ -98,7 +98,8 @@ struct Desk {
 struct MainDesk : Desk {
     simulator::clsSimulatedSensor sensor;
 
-    explicit MainDesk(const simulator::SensorOptions& options = {}) : sensor(options)
+    /// Its terminal has a name of its own: the number of one that is unplugged is another test's next.
+    explicit MainDesk(const simulator::SensorOptions& options = {}) : sensor(options, folder.path / "sensor")
     {
         devices.Override(1, sensor.Path());
         Open();

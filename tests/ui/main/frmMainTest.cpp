@@ -25,6 +25,7 @@
 #include <QWheelEvent>
 #include <QtTest/QTest>
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <tuple>
@@ -140,14 +141,14 @@ TEST(MainWindow, SaysThatANumberLeadsToAnotherDeviceUntilItIsChosenAgain)
     main.settings.Comport = 3;
     main.Open();
     ASSERT_TRUE(main.Connects());
-    const std::string warning =
-        "COM 3 now leads to another device: " + main.sensor.Path() + ". Last time it was Maker UART A1.";
+    const std::string terminal = std::filesystem::canonical(main.sensor.Path());
+    const std::string warning = "COM 3 now leads to another device: " + terminal + ". Last time it was Maker UART A1.";
     EXPECT_EQ(main.Text("sbar_1"), warning) << "for some seconds";
     const auto toolTip = [&] { return main.Find<QLabel>("sbar_1")->toolTip().toStdString(); };
     EXPECT_TRUE(toolTip().starts_with(warning + "\n"));
     Choose(*main.Find<QComboBox>("cmbComPort"), 2);
     EXPECT_TRUE(Until([&] { return !toolTip().starts_with(warning); }));
-    EXPECT_EQ(main.settings.Devices.Of(3), main.sensor.Path());
+    EXPECT_EQ(main.settings.Devices.Of(3), terminal);
 }
 
 TEST(MainWindow, ThePortOfTheSimulatedSensorIsNotKept)
