@@ -1,5 +1,7 @@
 #include "cli/clsOutput.h"
 
+#include "base/modAPI.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -115,4 +117,10 @@ void clsOutput::Finish(const std::function<bool()>& goOn)
             hasRoom(kPatience_ms);
         }
     }
+}
+
+void clsOutput::FinishWithin(double seconds)
+{
+    const double end_s = modAPI::UpTime_s() + seconds;
+    Finish([end_s] { return modAPI::UpTime_s() < end_s; });
 }

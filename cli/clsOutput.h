@@ -1,5 +1,5 @@
-// Standard output: lines that go out with the next `Serve`. It never waits while a measurement runs: what a slow reader
-// has not taken yet stays in memory.
+// Standard output or standard error: lines that go out with the next `Serve`. It never waits while a measurement runs:
+// what a slow reader has not taken yet stays in memory.
 #pragma once
 
 #include "base/FileHandle.h"
@@ -29,6 +29,8 @@ public:
     void Serve();
     /// Waits until everything is written, as long as `goOn`, which is asked now and then, says so.
     void Finish(const std::function<bool()>& goOn);
+    /// The same for so many seconds at most.
+    void FinishWithin(double seconds);
 
     /// Whether anything more can be written.
     bool IsOpen() const { return !m_failure; }

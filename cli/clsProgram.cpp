@@ -15,6 +15,9 @@
 
 namespace {
 
+constexpr double kPatience_s = 2.0; // with readers, at the end: with that of the data once the program is to end
+constexpr std::size_t kMostMessages = 65536; // bytes that wait for a terminal or a pipe that takes no more
+
 constexpr OptionDef kGlobalOptions[] = {
     {"port", 'p', "PORT", "a number, a device, a stable name, tcp://host:port or rfc2217://host:port"},
     {"baud", 'b', "RATE", "bit/s, 1200 to 115200"},
@@ -53,13 +56,6 @@ std::int32_t readRate(std::string_view text)
     return rate;
 }
 
-/// A terminal or a pipe that takes no more must not hold up the program, and nothing can be said about it.
-void writeLine(std::string line)
-{
-    line += '\n';
-    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, line.data(), line.size());
-}
-
 } // namespace
 
 std::string_view ProgramVersion()
@@ -73,7 +69,8 @@ std::span<const OptionDef> GlobalOptions()
 }
 
 clsProgram::clsProgram(const clsArguments& global)
-    : m_output(STDOUT_FILENO), m_isQuiet(global.Has("quiet")), m_progress(!m_isQuiet), m_language(languageOfUser()),
+    : m_output(STDOUT_FILENO), m_messages(STDERR_FILENO, kMostMessages), m_isQuiet(global.Has("quiet")),
+      m_progress(m_messages, !m_isQuiet), m_language(languageOfUser()),
       m_wantedFolder(global.Value("folder").value_or(""))
 {
     if (const auto language = global.Value("language")) {
@@ -91,7 +88,8 @@ void clsProgram::Say(std::string_view line)
 {
     m_output.Serve(); // on a terminal, data that comes first stands first
     m_progress.End();
-    writeLine("rvqctl: " + std::string(line));
+    m_messages.Print("rvqctl: " + std::string(line));
+    m_messages.Serve();
 }
 
 void clsProgram::Note(std::string_view line)
@@ -99,8 +97,15 @@ void clsProgram::Note(std::string_view line)
     if (!m_isQuiet) {
         m_output.Serve();
         m_progress.End();
-        writeLine(std::string(line));
+        m_messages.Print(line);
+        m_messages.Serve();
     }
+}
+
+void clsProgram::Serve()
+{
+    m_output.Serve();
+    m_messages.Serve();
 }
 
 std::string clsProgram::Text(TextId id, std::initializer_list<std::string_view> parts) const
@@ -168,15 +173,22 @@ std::string clsProgram::PortName()
 
 int clsProgram::Finish(int code)
 {
-    constexpr double kPatience_s = 2.0; // of somebody who has asked the program to end
     m_progress.End();
     double end_s = 0.0;
     m_output.Finish([&] {
+        m_messages.Serve();
         if (end_s == 0.0 && modSignals::EndIsWanted()) {
             end_s = modAPI::UpTime_s() + kPatience_s;
         }
         return end_s == 0.0 || modAPI::UpTime_s() < end_s;
     });
+    code = codeFor(code);
+    m_messages.FinishWithin(kPatience_s);
+    return code;
+}
+
+int clsProgram::codeFor(int code)
+{
     if (m_output.HasNoReader()) {
         return code == ExitFailed ? static_cast<int>(ExitDone) : code;
     }

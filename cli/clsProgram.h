@@ -34,10 +34,15 @@ public:
     clsOutput& Out() { return m_output; }
     /// A line of data: the same as `Out().Print`.
     void Print(std::string_view line) { m_output.Print(line); }
-    /// A line on standard error, for faults and refusals.
+    /// A line on standard error, for faults and refusals. It waits for nobody: what does not go out follows with
+    /// `Serve`.
     void Say(std::string_view line);
     /// The same for what is good to know; not with --quiet.
     void Note(std::string_view line);
+    /// Writes what both outputs take without waiting. Call it in every tick.
+    void Serve();
+    /// Standard error, for what is no whole line.
+    clsOutput& Messages() { return m_messages; }
     /// What is under way, for work that may take longer than a second.
     clsProgress& Progress() { return m_progress; }
 
@@ -62,14 +67,15 @@ public:
     std::string PortName();
     bool IsQuiet() const { return m_isQuiet; }
 
-    /// Ends the output. Returns the code to end with: `code`, unless something could not be printed. A reader that has
-    /// gone has what it wanted: then the result is `ExitDone`, or `code` if that is no failure of printing.
+    /// Ends both outputs. Returns the code to end with: `code`, unless something could not be printed. A reader that
+    /// has gone has what it wanted, so that `ExitOutputClosed` becomes `ExitDone`; what else has failed has failed.
     int Finish(int code);
 
 private:
     void prepare();
+    int codeFor(int code);
 
-    clsOutput m_output;
+    clsOutput m_output, m_messages;
     bool m_isQuiet;
     clsProgress m_progress;
     std::int32_t m_language;

@@ -1,6 +1,7 @@
 #include "cli/clsProgress.h"
 
 #include "base/modAPI.h"
+#include "cli/clsOutput.h"
 #include "cli/modTerminal.h"
 
 #include <unistd.h>
@@ -12,11 +13,13 @@ constexpr double kAgain_s = 0.2;
 
 } // namespace
 
-clsProgress::clsProgress(bool wanted) : m_isPossible(wanted && modTerminal::CanMoveCursor(STDERR_FILENO)) {}
+clsProgress::clsProgress(clsOutput& output, bool wanted)
+    : m_output(output), m_isPossible(wanted && modTerminal::CanMoveCursor(STDERR_FILENO))
+{}
 
 void clsProgress::Show(std::string_view text)
 {
-    if (!m_isPossible) {
+    if (!m_isPossible || m_output.Waiting() > 0) {
         return;
     }
     const double now_s = modAPI::UpTime_s();
@@ -45,5 +48,7 @@ void clsProgress::End()
 /// A terminal that has vanished gets nothing more.
 void clsProgress::write(std::string_view text)
 {
-    m_isPossible = ::write(STDERR_FILENO, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    m_output.Write(text);
+    m_output.Serve();
+    m_isPossible = m_output.IsOpen();
 }

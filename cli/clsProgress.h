@@ -4,10 +4,12 @@
 #include <string>
 #include <string_view>
 
+class clsOutput;
+
 class clsProgress {
 public:
-    /// `wanted`: false shows nothing.
-    explicit clsProgress(bool wanted);
+    /// `output` is standard error, which must outlive it. `wanted`: false shows nothing.
+    clsProgress(clsOutput& output, bool wanted);
     ~clsProgress() { End(); }
     clsProgress(const clsProgress&) = delete;
     clsProgress& operator=(const clsProgress&) = delete;
@@ -20,6 +22,7 @@ public:
 private:
     void write(std::string_view text);
 
+    clsOutput& m_output;
     bool m_isPossible;
     bool m_isShown = false;
     double m_begin_s = 0.0; ///< 0: no work is under way

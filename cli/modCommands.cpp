@@ -23,6 +23,7 @@
 #include <cstdio>
 #include <exception>
 #include <iterator>
+#include <unistd.h>
 #include <vector>
 
 namespace modCommands {
@@ -197,10 +198,19 @@ int print(std::string_view text)
     return isDone ? ExitDone : ExitFailed;
 }
 
+/// Without a program, as for wrong usage. A pipe that takes no more is not waited for.
+void say(std::string_view text)
+{
+    constexpr double kPatience_s = 2.0;
+    clsOutput messages(STDERR_FILENO);
+    messages.Write(text);
+    messages.FinishWithin(kPatience_s);
+}
+
 int refuse(std::string_view why, const Command* command)
 {
-    std::fprintf(stderr, "rvqctl: %s\nTry rvqctl %s%s--help.\n", std::string(why).c_str(),
-                 command == nullptr ? "" : std::string(command->name).c_str(), command == nullptr ? "" : " ");
+    const std::string name = command == nullptr ? std::string() : std::string(command->name) + ' ';
+    say("rvqctl: " + std::string(why) + "\nTry rvqctl " + name + "--help.\n");
     return ExitUsage;
 }
 
@@ -300,7 +310,7 @@ int Run(std::span<const std::string_view> words)
     } catch (const UsageError& wrong) {
         return refuse(wrong.what(), command);
     } catch (const std::exception& fault) {
-        std::fprintf(stderr, "rvqctl: %s\n", fault.what());
+        say(std::string("rvqctl: ") + fault.what() + '\n');
         return ExitFailed;
     }
 }

@@ -16,9 +16,10 @@ namespace {
 
 constexpr int kLook_ms = 200; // for a signal
 
-void show(std::string_view text)
+void show(clsProgram& program, std::string_view text)
 {
-    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
+    program.Messages().Write(text);
+    program.Messages().Finish([] { return !modSignals::EndIsWanted(); });
 }
 
 /// A line of the terminal, which hands over whole lines; nothing at its end.
@@ -71,10 +72,10 @@ std::size_t Ask(clsProgram& program, TextId question)
     const std::string letters = lettersOf(text);
     program.Progress().End();
     while (true) {
-        show(text);
+        show(program, text);
         const auto line = readLine();
         if (!line) {
-            show("\n");
+            show(program, "\n");
             return 0;
         }
         const std::size_t first = line->find_first_not_of(" \t");
