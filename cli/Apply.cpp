@@ -25,6 +25,7 @@ int lead(clsProgram& program, const clsArguments& arguments, std::optional<std::
     }
     const bool isDry = arguments.Has("dry-run");
     clsSensorRun run(program, {.keepsWrites = !isDry});
+    run.EndsWithOutput = false;
     clsWriting writing(program, run, arguments);
     ParameterSet set;
     int code = run.Connect();

@@ -56,6 +56,7 @@ int RunBackup(clsProgram& program, const clsArguments& arguments)
         return ExitFailed;
     }
     clsSensorRun run(program);
+    run.EndsWithOutput = false;
     Configuration set;
     int code = run.Connect();
     code = code == ExitDone ? ReadSet(program, run, set.Parameters) : code;

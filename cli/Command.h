@@ -11,6 +11,7 @@ class clsProgram;
 
 /// How the program ends. Scripts rely on these numbers.
 enum ExitCode : int {
+    ExitOutputClosed = -1, ///< nobody reads the output, or it has failed: `clsProgram::Finish` makes a code of it
     ExitDone = 0,
     ExitFailed = 1,
     ExitUsage = 2,

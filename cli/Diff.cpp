@@ -123,6 +123,7 @@ int RunDiff(clsProgram& program, const clsArguments& arguments)
         return ExitFailed;
     }
     clsSensorRun run(program);
+    run.EndsWithOutput = false;
     ParameterSet set;
     int code = run.Connect();
     code = code == ExitDone ? ReadSet(program, run, set) : code;

@@ -19,6 +19,7 @@ int RunLaser(clsProgram& program, const clsArguments& arguments)
     }
     const std::string_view wanted = arguments.Operands()[0];
     clsSensorRun run(program);
+    run.EndsWithOutput = false;
     if (const int code = run.Connect(); code != ExitDone) {
         return code;
     }

@@ -83,6 +83,7 @@ int RunSet(clsProgram& program, const clsArguments& arguments)
         return ExitRefused; // it needs no sensor to know that
     }
     clsSensorRun run(program, {.keepsWrites = true});
+    run.EndsWithOutput = false;
     clsWriting writing(program, run, arguments);
     int code = run.Connect();
     code = code == ExitDone ? ReadSet(program, run, set) : code;

@@ -190,7 +190,7 @@ int clsProgram::Finish(int code)
 int clsProgram::codeFor(int code)
 {
     if (m_output.HasNoReader()) {
-        return code == ExitFailed ? static_cast<int>(ExitDone) : code;
+        return code == ExitOutputClosed ? static_cast<int>(ExitDone) : code;
     }
     if (m_output.Failure()) {
         Say(Text(TextId::OutputFailed, {FileError(m_output.Failure())}));

@@ -1,5 +1,7 @@
 // Standard output towards readers that are slow, stop, or go.
+#include "base/modAPI.h"
 #include "cli/clsOutput.h"
+#include "cli/clsProgram.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -95,6 +97,66 @@ TEST(Output, SaysWhyItEnds)
     EXPECT_EQ(output.Failure(), std::errc::no_space_on_device);
     EXPECT_FALSE(output.HasNoReader());
     close(full);
+}
+
+/// Puts a pipe in the place of standard output or standard error.
+class StandInPipe {
+public:
+    explicit StandInPipe(int descriptor) : m_descriptor(descriptor), m_own(dup(descriptor))
+    {
+        EXPECT_EQ(pipe(m_ends), 0);
+        dup2(m_ends[1], descriptor);
+    }
+    ~StandInPipe()
+    {
+        dup2(m_own, m_descriptor);
+        for (const int end : {m_own, m_ends[0], m_ends[1]}) {
+            close(end);
+        }
+    }
+    StandInPipe(const StandInPipe&) = delete;
+    StandInPipe& operator=(const StandInPipe&) = delete;
+
+    void Fill()
+    {
+        fcntl(m_ends[1], F_SETFL, O_NONBLOCK);
+        while (write(m_ends[1], "x", 1) == 1) {
+        }
+        fcntl(m_ends[1], F_SETFL, 0);
+    }
+    void CloseReader() { close(std::exchange(m_ends[0], -1)); }
+
+private:
+    int m_descriptor, m_own;
+    int m_ends[2]{};
+};
+
+TEST(Program, IsNotHeldUpByMessagesThatNobodyReads)
+{
+    StandInPipe messages(STDERR_FILENO);
+    messages.Fill();
+    clsProgram program(clsArguments({}, GlobalOptions(), true));
+    const double begin_s = modAPI::UpTime_s();
+    program.Say("a line");
+    program.Note("another");
+    program.Serve();
+    EXPECT_LT(modAPI::UpTime_s() - begin_s, 1.0);
+    EXPECT_EQ(program.Finish(ExitRefused), ExitRefused);
+    EXPECT_LT(modAPI::UpTime_s() - begin_s, 10.0);
+}
+
+TEST(Program, AReaderThatHasGoneExcusesOnlyACommandThatEndedForIt)
+{
+    for (const auto& [code, ended] : {std::pair(ExitOutputClosed, ExitDone),
+                                      {ExitFailed, ExitFailed},
+                                      {ExitRefused, ExitRefused},
+                                      {ExitNoConnection, ExitNoConnection}}) {
+        StandInPipe data(STDOUT_FILENO);
+        data.CloseReader();
+        clsProgram program(clsArguments({}, GlobalOptions(), true));
+        program.Print("for nobody");
+        EXPECT_EQ(program.Finish(code), ended);
+    }
 }
 
 } // namespace
