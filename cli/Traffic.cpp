@@ -9,6 +9,7 @@
 #include "port/clsPorts.h"
 #include "port/modOpenFailure.h"
 #include "sensor/Parameters.h"
+#include "sensor/modHearing.h"
 #include "sensor/modReplySteps.h"
 #include "session/modTrafficText.h"
 
@@ -154,7 +155,7 @@ void Watching::decide(double now_s)
     if (!listens || device().CommStatus() == DialogueMeasuring) {
         return;
     }
-    if (AreMeasurements(m_heard, formatOf(m_heard))) {
+    if (modHearing::HeardIn(m_heard, true).format) {
         join();
     } else if (!m_onlyListens && !m_isDecided) {
         m_ports->Listens = false;

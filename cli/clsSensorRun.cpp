@@ -1,16 +1,18 @@
 #include "cli/clsSensorRun.h"
 
-#include "base/Numbers.h"
 #include "base/modAPI.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
+#include "port/SerialPort.h"
 #include "port/clsPorts.h"
 #include "port/modOpenFailure.h"
 #include "sensor/Parameters.h"
+#include "sensor/clsLineRun.h"
+#include "sensor/modHearing.h"
+#include "sensor/modReplySteps.h"
 #include "session/modPortMemory.h"
 
 #include <algorithm>
-#include <cctype>
 #include <chrono>
 #include <limits>
 #include <memory>
@@ -19,38 +21,28 @@ namespace {
 
 /// Longer than the longest time between two values: 1024 of them are averaged.
 constexpr std::int32_t kListen_ms = 850;
+constexpr double kMostListening_s = 2.5; // with values that are too few to be believed
 /// From an open port to the configuration, without the time that the dump itself takes: two attempts.
 constexpr double kAnswer_s = 6.0;
 constexpr double kQuiet_s = 0.2; ///< a sensor that was stopped says nothing for so long
 constexpr int kStops = 3;
 constexpr double kOperation_s = 10.0; ///< what is under way when the program is to end
+constexpr double kSilence_s = 0.7;    ///< with an open question: no answer comes
+constexpr int kStarts = 3;
+constexpr double kValue_s = 1.2; ///< from a start to the first value
 constexpr std::size_t kMostHeard = 4096;
 constexpr std::chrono::seconds kPatienceWithDisk{10};
-constexpr std::size_t kBinaryFrame = 4;
 
 } // namespace
 
-bool AreMeasurements(std::string_view bytes, std::int32_t outputFormat)
+bool CanBeJoined(std::string_view heard)
 {
-    if (bytes.find("ready") != bytes.npos) {
-        return false; // it was switched on
+    if (modHearing::HeardIn(heard, false).format != FormatAsciiUnit) {
+        return false;
     }
-    if (IsBinary(outputFormat)) {
-        return bytes.size() >= kBinaryFrame;
-    }
-    const bool isWhole = bytes.find('\r') != bytes.npos || bytes.find('\n') != bytes.npos;
-    const bool hasNumber = std::ranges::any_of(bytes, [](unsigned char c) { return std::isdigit(c) != 0; });
-    return isWhole && (hasNumber || bytes.find("Echo") != bytes.npos || bytes.find("TempErr") != bytes.npos);
-}
-
-bool HoldsLineWithUnit(std::string_view bytes)
-{
-    for (std::size_t end = 0; (end = bytes.find("\r\n")) != bytes.npos; bytes.remove_prefix(end + 2)) {
-        const std::string_view line = Trimmed(bytes.substr(0, end));
-        const std::size_t blank = line.find(' ');
-        const bool isUnit =
-            blank != line.npos && std::ranges::find(kUnits, line.substr(blank + 1), &UnitDef::name) != kUnits.end();
-        if (isUnit && CDbl(line.substr(0, blank), '.')) {
+    const std::size_t least = clsLineRun().UsualSize();
+    for (std::size_t end = 0; (end = heard.find("\r\n")) != heard.npos; heard.remove_prefix(end + 2)) {
+        if (end + 2 >= least && modReplySteps::ReadDistanceLine(heard.substr(0, end))) {
             return true;
         }
     }
@@ -89,10 +81,27 @@ clsSensorRun::~clsSensorRun()
 void clsSensorRun::Echo(std::string_view received)
 {
     m_bytes += static_cast<std::int64_t>(received.size());
-    if (!m_wasFound && Device().CommStatus() == DialogueNone && Device().Pending() == Request::None &&
-        m_heard.size() < kMostHeard) {
+    m_lastByte_s = modAPI::UpTime_s();
+    if (hears() && m_heard.size() < kMostHeard) {
         m_heard += received;
     }
+}
+
+/// The first values of a slow sensor are too few to know it by: the probe, which would end its measurement, waits for
+/// more.
+void clsSensorRun::listenOn()
+{
+    const bool isNew = m_heard.size() > std::exchange(m_judged, m_heard.size());
+    const bool mayWait = modAPI::UpTime_s() < m_opened_s + kMostListening_s;
+    if (hears() && isNew && mayWait && !hearing().format && hearing().isPromising) {
+        Device().ListenFor(kListen_ms);
+        m_isHeldBack = true;
+    }
+}
+
+modHearing::Heard clsSensorRun::hearing() const
+{
+    return modHearing::HeardIn(m_heard, !m_hasLineErrors);
 }
 
 void clsSensorRun::RateFollowed(std::int32_t /*former*/, std::int32_t rate)
@@ -110,7 +119,11 @@ int clsSensorRun::Connect()
             limit_s.reset();
             return !Device().PortIsOpening();
         }
-        limit_s = limit_s.value_or(modAPI::UpTime_s() + patience_s());
+        if (!limit_s) {
+            m_opened_s = modAPI::UpTime_s();
+        }
+        listenOn();
+        limit_s = m_opened_s + patience_s();
         return isAnswered() || join() || modAPI::UpTime_s() > *limit_s;
     };
     const RunEnd end = Until(isOver);
@@ -120,26 +133,34 @@ int clsSensorRun::Connect()
     if (m_wasMeasuring) {
         return ExitDone;
     }
-    if (end != RunEnd::Done && !m_heard.empty()) {
-        // The probe may have ended its measurement; what it was like is known when it has answered.
-        tickWhile([this] { return Device().PortIsOpen() && !isAnswered(); }, patience_s());
+    m_format = hearing().format;
+    if (end != RunEnd::Done && m_hasAsked) {
+        takeAnswer();
     }
     m_program.Progress().End();
     m_wasFound = isAnswered();
-    if (!m_wasFound) {
-        return end == RunEnd::Done ? sayWhyNot() : static_cast<int>(ExitFailed);
-    }
+    m_wasMeasuring = m_format && m_hasAsked && !(m_wasFound && Device().Parameters().OutputMode == OutputSingle);
     m_session.Loop().ListenFirst_ms = 0;
-    m_wasMeasuring = AreMeasurements(m_heard, Device().Parameters().OutputFormat) &&
-                     Device().Parameters().OutputMode != OutputSingle;
-    return end == RunEnd::Done ? ExitDone : ExitFailed;
+    return end == RunEnd::Done && !m_wasFound ? sayWhyNot() : CodeOf(end, false);
+}
+
+/// The program is to end, but it has asked. The probe may have ended a measurement: what it was like is known when the
+/// sensor has answered. And what comes after the port is closed would be the first that the next program hears.
+void clsSensorRun::takeAnswer()
+{
+    const double begin_s = modAPI::UpTime_s();
+    const double silence_s = kSilence_s + Device().Delay_ms() / 1000.0;
+    const auto goOn = [&] {
+        const bool isSilent = modAPI::UpTime_s() - std::max(m_lastByte_s, begin_s) > silence_s;
+        return Device().PortIsOpen() && !isAnswered() && (m_format || !isSilent);
+    };
+    tickWhile(goOn, patience_s());
 }
 
 /// A start changes nothing for a sensor that measures; a probe would end its measurement.
 bool clsSensorRun::join()
 {
-    const bool hasAsked = Device().CommStatus() != DialogueNone || Device().Pending() != Request::None;
-    if (!m_joins || hasAsked || !HoldsLineWithUnit(m_heard)) {
+    if (!m_joins || m_hasAsked || !CanBeJoined(m_heard)) {
         return false;
     }
     Device().AssumeParameter(&ParameterSet::OutputFormat, FormatAsciiUnit);
@@ -163,7 +184,7 @@ void clsSensorRun::warnOfPort()
 double clsSensorRun::patience_s()
 {
     const std::int32_t dump_ms = AnswerTime_ms(RowOf(Request::Configuration).text, m_program.Settings().Baudrate);
-    return kAnswer_s + (2 * dump_ms + 2 * Device().Delay_ms()) / 1000.0;
+    return kAnswer_s + (m_isHeldBack ? kMostListening_s : 0.0) + (2 * dump_ms + 2 * Device().Delay_ms()) / 1000.0;
 }
 
 bool clsSensorRun::isAnswered()
@@ -175,9 +196,10 @@ int clsSensorRun::sayWhyNot()
 {
     const std::string why =
         Device().PortIsOpen() ? std::string() : modOpenFailure::Text(Device().LastFailure(), m_program.Language());
-    m_program.Say(why.empty() ? m_program.Text(TextId::PortNoAnswer,
-                                               {m_program.PortName(), std::to_string(m_program.Settings().Baudrate)})
-                              : why);
+    const std::string rate = std::to_string(m_program.Settings().Baudrate);
+    m_program.Say(!why.empty()     ? why
+                  : m_wasMeasuring ? m_program.Text(TextId::SensorOnlyHeard, {m_program.PortName()})
+                                   : m_program.Text(TextId::PortNoAnswer, {m_program.PortName(), rate}));
     return ExitNoConnection;
 }
 
@@ -272,8 +294,11 @@ void clsSensorRun::tick()
 {
     m_session.ServeFiles(modAPI::LocalTime());
     m_session.Tick(modAPI::LocalTime());
+    m_hasAsked = m_hasAsked || Device().Pending() != Request::None;
+    const bool hasErrors = (Device().PortStatus() & LineErrorFraming) != 0;
+    m_hasLineErrors = m_hasLineErrors || (hears() && m_bytes > 0 && hasErrors);
     noteLine();
-    m_program.Out().Serve();
+    m_program.Serve();
 }
 
 void clsSensorRun::noteLine()
@@ -317,7 +342,7 @@ bool clsSensorRun::Leave()
     }
     m_program.Progress().End();
     bool isRestored = true;
-    if (m_wasFound) {
+    if (m_wasFound || m_wasMeasuring) {
         m_session.Recorder().Stop();
         tickWhile([this] { return IsConnected() && m_session.Operations() > 0; }, kOperation_s);
         isRestored = m_wasMeasuring ? resumes() : stops();
@@ -335,6 +360,7 @@ bool clsSensorRun::Leave()
 bool clsSensorRun::stops()
 {
     if (!m_session.Loop().IsMeasuring() && Device().CommStatus() == DialogueIdle) {
+        tickWhile([this] { return Device().PortIsOpen() && Device().Pending() != Request::None; }, kOperation_s);
         return true;
     }
     const double quiet_s = kQuiet_s + Device().Delay_ms() / 1000.0;
@@ -350,16 +376,25 @@ bool clsSensorRun::stops()
     return false;
 }
 
+/// A start may get lost on the line, so the sensor counts as measuring when its values come. Without a dialogue it is
+/// started all the same: the probe has stopped it.
 bool clsSensorRun::resumes()
 {
-    if (!IsConnected()) {
-        return false;
+    m_heard.clear();
+    for (int attempt = 0; attempt < kStarts && Device().PortIsOpen(); ++attempt) {
+        if (Device().CommStatus() != DialogueMeasuring || attempt > 0) {
+            if (!m_wasFound) {
+                Device().AssumeParameter(&ParameterSet::OutputFormat, *m_format);
+            }
+            Device().StartMeasurement();
+        }
+        const auto measures = [this] { return hearing().format || hearing().isPromising; };
+        tickWhile([&] { return Device().PortIsOpen() && !measures(); }, kValue_s + Device().Delay_ms() / 1000.0);
+        if (measures()) {
+            return true;
+        }
     }
-    if (Device().CommStatus() == DialogueIdle) {
-        Device().StartMeasurement();
-    }
-    tickFor(kQuiet_s + Device().Delay_ms() / 1000.0);
-    return true;
+    return false;
 }
 
 int clsSensorRun::CodeOf(RunEnd end, bool mayEndAnyTime)
@@ -367,8 +402,9 @@ int clsSensorRun::CodeOf(RunEnd end, bool mayEndAnyTime)
     switch (end) {
     case RunEnd::Done:
     case RunEnd::TimeOver:
-    case RunEnd::OutputClosed: // `clsProgram::Finish` says whether that is a failure
         return ExitDone;
+    case RunEnd::OutputClosed:
+        return ExitOutputClosed;
     case RunEnd::Stopped:
         return mayEndAnyTime ? ExitDone : ExitFailed;
     case RunEnd::ConnectionLost:

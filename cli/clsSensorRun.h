@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/Operation.h"
+#include "sensor/modHearing.h"
 #include "session/SessionListener.h"
 #include "session/clsSession.h"
 
@@ -50,7 +51,8 @@ public:
 
     /// Opens the port, listens whether the sensor measures on its own, and waits until it has sent its configuration;
     /// the sensor then is idle, or its measurement can be joined by `Measure`. Returns `ExitDone`; else the reason was
-    /// said, or the program is to end, and the code is what to end with.
+    /// said, or the program is to end, and the code is what to end with. When it is to end before anything was sent,
+    /// nothing is.
     int Connect();
     /// Whether the sensor was measuring when it was found. It will be again once it is left.
     bool WasMeasuring() const { return m_wasMeasuring; }
@@ -69,8 +71,9 @@ public:
     /// Whether the sensor is there now.
     bool IsConnected() { return Device().CommStatus() != DialogueNone; }
 
-    /// Ends what runs, leaves the sensor measuring or not as it was found, and closes the port; says so when the sensor
-    /// cannot be reached. Returns whether the sensor is as it was found. The destructor calls it.
+    /// Ends what runs, leaves the sensor measuring or not as it was found, and closes the port; one that was heard
+    /// measuring is started again also if it has not answered. Says so when that fails. Returns whether the sensor is
+    /// as it was found. The destructor calls it.
     bool Leave();
     /// Says what was lost or damaged since the measurement was started, if anything was.
     void SayLosses();
@@ -92,6 +95,11 @@ private:
     int sayWhyNot();
     bool isAnswered();
     bool join();
+    void listenOn();
+    void takeAnswer();
+    /// What comes now, the sensor says on its own: before the first question, and when it was set going again.
+    bool hears() const { return !m_hasAsked || m_isLeft; }
+    modHearing::Heard hearing() const;
     bool stops();
     bool resumes();
     void tickWhile(const std::function<bool()>& goOn, double limit_s);
@@ -104,12 +112,15 @@ private:
     clsProgram& m_program;
     bool m_joins;
     clsSession m_session;
-    std::string m_heard; ///< before anything was sent
+    std::string m_heard;                  ///< see `hears`
+    std::size_t m_judged = 0;             ///< of `m_heard`
+    std::optional<std::int32_t> m_format; ///< of the values that were heard before anything was sent
     std::int64_t m_bytes = 0;
+    double m_opened_s = 0.0, m_lastByte_s = 0.0;
+    bool m_hasAsked = false, m_hasLineErrors = false, m_isHeldBack = false;
     bool m_wasFound = false, m_wasMeasuring = false, m_isLineLost = false, m_isLeft = false;
 };
 
-/// Whether bytes that a sensor has sent without being asked are measurements, given its output format.
-bool AreMeasurements(std::string_view bytes, std::int32_t outputFormat);
-/// Whether there is a whole line with a distance and its unit among them.
-bool HoldsLineWithUnit(std::string_view bytes);
+/// Whether bytes that a sensor has sent without being asked are a measurement that the dialogue takes up as it is: its
+/// lines name their unit, and are so long that one that comes alone counts.
+bool CanBeJoined(std::string_view heard);

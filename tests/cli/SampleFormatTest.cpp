@@ -59,37 +59,16 @@ TEST(SampleFormat, EveryKindHasItsLineInEveryForm)
     }
 }
 
-TEST(SensorRun, TellsMeasurementsFromOtherThingsThatASensorSaysByItself)
+TEST(SensorRun, JoinsOnlyAMeasurementThatTheDialogueTakesAsItIs)
 {
-    constexpr std::int32_t kText = 1, kBinary = 2;
-    const struct {
-        const char* bytes;
-        std::int32_t format;
-        bool areMeasurements;
-    } kRows[] = {{"       1.234 m\r\n", kText, true},
-                 {".234 m\r\n", kText, true},
-                 {"No Echo\r\n", kText, true},
-                 {"TempErr!\r\n", kText, true},
-                 {"", kText, false},
-                 {"\xff\xfe", kText, false},
-                 {"RVQ ready\r\n", kText, false},
-                 {"RVQ ready\r\n", kBinary, false},
-                 {"abcd", kBinary, true},
-                 {"x", kBinary, false}};
-    for (const auto& row : kRows) {
-        EXPECT_EQ(AreMeasurements(row.bytes, row.format), row.areMeasurements) << row.bytes;
+    for (const char* heard : {"       1.234 m\r\n       1.235 m\r\n",
+                              ".234 m\r\n       1.234 m\r\n       1.235 m\r\n   ", "No Echo\r\n      1.234 m\r\n"}) {
+        EXPECT_TRUE(CanBeJoined(heard)) << heard;
     }
-}
-
-TEST(SensorRun, JoinsAMeasurementWhoseLinesNameTheirUnit)
-{
-    for (const char* bytes :
-         {"       1.234 m\r\n", "4 m\r\n", ".234 m\r\n   4.1 ft\r\n   1.", "No Echo\r\n 1234 mm\r\n"}) {
-        EXPECT_TRUE(HoldsLineWithUnit(bytes)) << bytes;
-    }
-    for (const char* bytes :
-         {"", "   1.234\r\n", "   1.234 m", "   1.234 km\r\n", "Version: 2 m\r\n", "m\r\n", " m\r\n", "1.2 x m\r\n"}) {
-        EXPECT_FALSE(HoldsLineWithUnit(bytes)) << bytes;
+    for (const char* heard : {"", "       1.234 m\r\n", "       1.234\r\n       1.235\r\n",
+                              "   1.234 m\r\n   1.235 m\r\n", "       1.234 km\r\n       1.235 km\r\n",
+                              "311: 0\r\n351: 0\r\n401: 1000\r\n", "23 C,  OK\r\n23 C,  OK\r\n"}) {
+        EXPECT_FALSE(CanBeJoined(heard)) << heard;
     }
 }
 
