@@ -29,6 +29,9 @@ Target targetOf(const clsArguments& arguments)
         if (target.name.find('/') != std::string::npos) {
             const std::filesystem::path path = target.name;
             target = {std::filesystem::absolute(path.parent_path()), path.filename()};
+            if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+                target.name.clear(); // a device or a folder
+            }
         }
         if (target.name.ends_with(kSuffix)) {
             target.name.erase(target.name.size() - kSuffix.size());
@@ -38,6 +41,18 @@ Target targetOf(const clsArguments& arguments)
         }
     }
     return target;
+}
+
+/// A folder that is not there is more likely a typing error than a wish. False: it was said.
+bool isThere(clsProgram& program, const std::filesystem::path& folder)
+{
+    std::error_code why;
+    if (folder.empty() || std::filesystem::is_directory(folder, why)) {
+        return true;
+    }
+    why = why ? why : std::make_error_code(std::errc::not_a_directory);
+    program.Say(program.Text(TextId::FailureNotWritten, {folder.native(), program.FileError(why)}));
+    return false;
 }
 
 void readSplit(const clsArguments& arguments, modGlobals::Settings& settings)
@@ -76,6 +91,11 @@ void printAccount(clsProgram& program, const AccountFigures& figures)
 
 class Recording : public SessionListener {
 public:
+    explicit Recording(clsSession& session) : m_session(session) { m_session.Listen(*this); }
+    ~Recording() override { m_session.Leave(*this); }
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
+
     void RecordingFailed(const std::error_code& why) override { Failure = why; }
     void RecordingNotClosed(const std::filesystem::path& file, const std::error_code& why) override
     {
@@ -84,6 +104,9 @@ public:
     }
     std::error_code Failure;
     std::filesystem::path File; ///< an earlier one that could not be closed
+
+private:
+    clsSession& m_session;
 };
 
 void sayFailure(clsProgram& program, const Recording& recording)
@@ -103,17 +126,21 @@ AccountFigures finish(clsSensorRun& run)
     return session.Loop().Account().Figures();
 }
 
-int report(clsProgram& program, const clsSession& session, const AccountFigures& figures)
+/// `failure`: why the recording has ended by itself; it was said.
+int report(clsProgram& program, const clsSession& session, const AccountFigures& figures,
+           const std::error_code& failure)
 {
     if (session.Recorder().Parts().empty()) {
-        program.Say(program.Text(TextId::RecorderNoValue));
+        if (!failure) {
+            program.Say(program.Text(TextId::RecorderNoValue));
+        }
         return ExitFailed;
     }
     for (const std::filesystem::path& file : session.Recorder().Parts()) {
         program.Print(file.native());
     }
     printAccount(program, figures);
-    return ExitDone;
+    return failure ? ExitFailed : ExitDone;
 }
 
 } // namespace
@@ -123,12 +150,14 @@ int RunRecord(clsProgram& program, const clsArguments& arguments)
     const std::optional<double> limit_s = LimitOf(arguments);
     const Target target = targetOf(arguments);
     readSplit(arguments, program.Settings());
+    if (!isThere(program, target.folder)) {
+        return ExitFailed;
+    }
     program.Settings().EveryValue = true;
     program.Settings().History_MiB = modGlobals::kLeastHistory_MiB;
     clsSensorRun run(program, {.recordings = target.folder});
     run.EndsWithOutput = false;
-    Recording recording;
-    run.Session().Listen(recording);
+    Recording recording(run.Session());
     int code = run.Connect();
     if (code == ExitDone) {
         try {
@@ -139,7 +168,6 @@ int RunRecord(clsProgram& program, const clsArguments& arguments)
         }
     }
     if (code != ExitDone) {
-        run.Session().Leave(recording);
         return code;
     }
     const auto isOver = [&] {
@@ -149,12 +177,10 @@ int RunRecord(clsProgram& program, const clsArguments& arguments)
     };
     run.Measure(isOver, limit_s);
     const AccountFigures figures = finish(run);
-    run.Session().Leave(recording);
     const bool isLeft = run.Leave();
-    code = report(program, run.Session(), figures);
     if (recording.Failure) {
         sayFailure(program, recording);
-        code = ExitFailed;
     }
+    code = report(program, run.Session(), figures, recording.Failure);
     return isLeft ? code : static_cast<int>(ExitNoConnection);
 }
