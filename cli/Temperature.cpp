@@ -9,8 +9,16 @@ constexpr double kAnswer_s = 5.0;
 
 class TemperatureListener : public SessionListener {
 public:
+    explicit TemperatureListener(clsSession& session) : m_session(session) { m_session.Listen(*this); }
+    ~TemperatureListener() override { m_session.Leave(*this); }
+    TemperatureListener(const TemperatureListener&) = delete;
+    TemperatureListener& operator=(const TemperatureListener&) = delete;
+
     void ShowTemperature(const std::string& text) override { Text = text; }
     std::string Text;
+
+private:
+    clsSession& m_session;
 };
 
 } // namespace
@@ -21,11 +29,9 @@ int RunTemperature(clsProgram& program, const clsArguments& /*arguments*/)
     if (const int code = run.Connect(); code != ExitDone) {
         return code;
     }
-    TemperatureListener listener;
-    run.Session().Listen(listener);
+    TemperatureListener listener(run.Session());
     run.Device().SendCommand(Request::Temperature);
     const RunEnd end = run.Until([&] { return !listener.Text.empty(); }, kAnswer_s, false);
-    run.Session().Leave(listener);
     const bool isLeft = run.Leave();
     if (end == RunEnd::TimeOver) {
         program.Say(program.Text(TextId::NoValueCame, {program.PortName()}));
