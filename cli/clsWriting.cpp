@@ -102,6 +102,9 @@ int clsWriting::tellReport()
     for (const std::string& line : lines) {
         code == ExitDone ? m_program.Note(line) : m_program.Say(line);
     }
+    if (const std::error_code why = m_run.Session().Writes().PassportFailure()) {
+        m_program.Say(m_program.Text(TextId::PassportNotWritten, {m_program.FileError(why)}));
+    }
     return code;
 }
 
