@@ -87,7 +87,7 @@ std::int64_t mostOf(const clsArguments& arguments)
     }
     const std::int32_t number = WholeNumber(*text).value_or(0);
     if (number < 1) {
-        throw UsageError("-n takes a number from 1 on");
+        throw UsageError("-n takes a number from 1 to 2147483647");
     }
     return number;
 }
