@@ -182,6 +182,8 @@ check_measuring() {
     prints 'Laser Marker +On'
     run 0 laser off
     run 0 record --for 1s "$work/record.rec"
+    run 1 record --for 1s "$work/missing/record"
+    [ ! -e "$work/missing" ] || fail "$last: makes a folder"
     run 0 play "$work/record.rec" --format json
     prints '^\{'
     # Nobody reads on: the program ends by itself and well.
@@ -189,9 +191,31 @@ check_measuring() {
         head -n 2 >"$work/out"
     last="measure | head" && prints_lines 2
     [ "$(cat "$work/code")" -eq 0 ] || fail "measure | head: ended with $(cat "$work/code")"
+    # A command that acts does so for nobody, too, and its failure stays one.
+    without_reader 0 set Offset=7
+    has 701 7
+    without_reader 0 backup "$work/unread.rvq"
+    [ -s "$work/unread.rvq" ] || fail "$last: no file"
+    without_reader 1 backup /nowhere/unread.rvq
+    without_reader 0 info
     run 0 watch --for 2s
     prints '[0-9] m'
     ! grep -q $'\033' "$work/out" || fail "$last: moves the cursor without a terminal"
+}
+
+# Expects this code of rvqctl when the reader of its output has gone before it begins.
+without_reader() {
+    local expected=$1 code
+    shift
+    (
+        sleep 0.3
+        code=0
+        timeout -k 5 60 "$rvqctl" --folder "$work/folder" --port "$port" "$@" 2>"$work/err" || code=$?
+        echo "$code" >"$work/code"
+    ) | true
+    code=$(cat "$work/code")
+    last="rvqctl $* | true"
+    [ "$code" -eq "$expected" ] || fail "$last: ended with $code, not $expected"
 }
 
 offers() { "$rvqctl" --help | grep -q "^  $1 "; }
@@ -214,6 +238,15 @@ check_finding() {
 # What comes from the terminal of the sensor within a second: nothing unless it measures.
 heard() { timeout 1 cat "$work/sensor" || true; }
 measures() { [ -n "$(heard)" ]; }
+
+# The first one ends while the sensor still answers it; the rest is no measurement of which the second one hears.
+check_rest_of_answer() {
+    timeout --preserve-status -s INT -k 20 1.1 env --default-signal=INT \
+        "$rvqctl" --folder "$work/folder" --port "$port" get >"$work/out" 2>"$work/err" || true
+    run 0 info --json
+    prints '"measuring":false'
+    ! measures || fail "$last: sets an idle sensor measuring"
+}
 
 check_left_as_found() {
     ! measures || fail "the sensor measures, which it did not before"
@@ -329,6 +362,17 @@ with_faults() {
     has 801 27.0
 }
 
+# Its configuration never comes whole; the sensor measures on all the same.
+without_dump() {
+    start_sensor "$work/sensor" --fault cutdump=1
+    port=$work/sensor
+    printf M >"$work/sensor"
+    await measures
+    run 3 info
+    says 'the sensor is measuring, but'
+    measures || fail "$last: the sensor was measuring and does no more"
+}
+
 with_false_dumps() {
     start_sensor "$work/false" --fault falsedump=0.3 --seed 7
     port=$work/false
@@ -369,7 +413,7 @@ interrupted() {
 
 # --- all at the same time ------------------------------------------------------------------------------------------
 
-parts=(without_sensor with_faults with_false_dumps interrupted "on_line terminal check_colours check_left_as_found check_finding")
+parts=(without_sensor with_faults with_false_dumps interrupted "on_line terminal check_colours check_rest_of_answer check_left_as_found check_finding" without_dump)
 lines=(terminal raw rfc2217)
 [ -x "$ser2net" ] || { echo "ser2net is not installed: no lines over the network" && lines=(terminal); }
 for line in "${lines[@]}"; do
