@@ -10,10 +10,10 @@ struct Range {
     std::uint32_t first, last;
 };
 /// Controls, signs without a shape, private characters, and what is no character; all of them as code points.
-constexpr std::array kUnprintable{Range{0x00, 0x1F},     Range{0x7F, 0x9F},     Range{0xAD, 0xAD},
-                                  Range{0x200B, 0x200F}, Range{0x2028, 0x202E}, Range{0x2060, 0x206F},
-                                  Range{0xD800, 0xF8FF}, Range{0xFDD0, 0xFDEF}, Range{0xFEFF, 0xFEFF},
-                                  Range{0xFFF0, 0xFFFB}, Range{0xFFFE, 0xFFFF}, Range{0xE0000, 0x10FFFF}};
+constexpr std::array kUnprintable{
+    Range{0x00, 0x1F},     Range{0x7F, 0x9F},     Range{0xAD, 0xAD},       Range{0x061C, 0x061C}, Range{0x200B, 0x200F},
+    Range{0x2028, 0x202E}, Range{0x2060, 0x206F}, Range{0xD800, 0xF8FF},   Range{0xFDD0, 0xFDEF}, Range{0xFEFF, 0xFEFF},
+    Range{0xFFF0, 0xFFFB}, Range{0xFFFE, 0xFFFF}, Range{0xE0000, 0x10FFFF}};
 
 struct Sign {
     std::size_t bytes; ///< 1 for a byte that begins no sign
@@ -87,6 +87,22 @@ std::string PlainText(std::string_view utf8, std::size_t longest)
     if (signs > longest) {
         text.resize(cut);
         text += "…";
+    }
+    return text;
+}
+
+std::string Printable(std::string_view utf8)
+{
+    if (std::ranges::all_of(utf8, [](char c) { return c >= ' ' && c <= '~'; })) {
+        return std::string(utf8);
+    }
+    std::string text;
+    while (!utf8.empty()) {
+        const char head = utf8.front();
+        const bool isGap = head == '\n' || head == '\t';
+        const Sign sign = isGap ? Sign{1, true} : signOf(utf8);
+        text += head == '\t' ? " " : sign.isPrintable ? utf8.substr(0, sign.bytes) : "?";
+        utf8.remove_prefix(sign.bytes);
     }
     return text;
 }

@@ -72,6 +72,6 @@ int RunBackup(clsProgram& program, const clsArguments& arguments)
         program.Say(program.Text(TextId::FailureNotWritten, {place.string(), program.FileError(why)}));
         return ExitFailed;
     }
-    program.Print(file->string());
+    program.PrintData(file->string());
     return run.Leave() ? ExitDone : ExitNoConnection;
 }

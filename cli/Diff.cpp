@@ -107,9 +107,9 @@ void printJson(clsProgram& program, std::span<const ComparedRow> rows, const std
                                            {"factory", json(row, compared.factory)},
                                            {"differs", modRows::Truth(compared.Differs())}}));
     }
-    program.Print(modRows::Object({{"serial", modRows::Quoted(serial)},
-                                   {"other", modRows::Quoted(other)},
-                                   {"parameters", modRows::Array(objects)}}));
+    program.PrintData(modRows::Object({{"serial", modRows::Quoted(serial)},
+                                       {"other", modRows::Quoted(other)},
+                                       {"parameters", modRows::Array(objects)}}));
 }
 
 } // namespace

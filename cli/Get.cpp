@@ -49,7 +49,8 @@ void printJson(clsProgram& program, const RowList& rows, const ParameterSet& set
                                               {"unit", modRows::Quoted(row->unit)}}));
     }
     const std::string serial = PlainText(Utf8Of(sensor.SerialNo), kLongestSerial);
-    program.Print(modRows::Object({{"serial", modRows::Quoted(serial)}, {"parameters", modRows::Array(parameters)}}));
+    program.PrintData(
+        modRows::Object({{"serial", modRows::Quoted(serial)}, {"parameters", modRows::Array(parameters)}}));
 }
 
 /// What there is, and what may be set.
@@ -68,7 +69,7 @@ int list(clsProgram& program, const RowList& rows, OutputKind format)
                                            {"values", modRows::Quoted(allowed)}}));
     }
     if (format == OutputKind::Json) {
-        program.Print(modRows::Array(objects));
+        program.PrintData(modRows::Array(objects));
     } else if (format == OutputKind::Csv) {
         lines.insert(lines.begin(), {"code", "key", "name", "values"});
         modRows::PrintCsv(program, lines);

@@ -47,16 +47,16 @@ void printJson(clsProgram& program, clsSensorRun& run)
 {
     const SensorIdentity& sensor = run.Device().Identity();
     const auto quoted = [](const std::string& bytes) { return modRows::Quoted(plain(bytes)); };
-    program.Print(modRows::Object({{"serial", quoted(sensor.SerialNo)},
-                                   {"type", quoted(sensor.DeviceType)},
-                                   {"version", quoted(sensor.SWVersion)},
-                                   {"build", quoted(sensor.SWBuild)},
-                                   {"date", quoted(sensor.SWDate)},
-                                   {"attenuator", quoted(sensor.Attenuator)},
-                                   {"port", modRows::Quoted(program.PortName())},
-                                   {"baud", std::to_string(run.Device().CommBaudrate())},
-                                   {"laser", modRows::Truth(isLaserOn(sensor))},
-                                   {"measuring", modRows::Truth(run.WasMeasuring())}}));
+    program.PrintData(modRows::Object({{"serial", quoted(sensor.SerialNo)},
+                                       {"type", quoted(sensor.DeviceType)},
+                                       {"version", quoted(sensor.SWVersion)},
+                                       {"build", quoted(sensor.SWBuild)},
+                                       {"date", quoted(sensor.SWDate)},
+                                       {"attenuator", quoted(sensor.Attenuator)},
+                                       {"port", modRows::Quoted(program.PortName())},
+                                       {"baud", std::to_string(run.Device().CommBaudrate())},
+                                       {"laser", modRows::Truth(isLaserOn(sensor))},
+                                       {"measuring", modRows::Truth(run.WasMeasuring())}}));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "cli/Laser.h"
 
 #include "base/CodePage.h"
+#include "base/PlainText.h"
 #include "cli/clsProgram.h"
 #include "cli/clsSensorRun.h"
 
@@ -9,6 +10,7 @@
 namespace {
 
 constexpr double kDump_s = 12.0; ///< at the lowest rate it takes half of it
+constexpr std::size_t kLongestState = 40;
 
 } // namespace
 
@@ -37,7 +39,7 @@ int RunLaser(clsProgram& program, const clsArguments& arguments)
         return ExitNoConnection;
     }
     if (end == RunEnd::Done && state != wanted) {
-        program.Say(program.Text(TextId::LaserRefused, {program.PortName(), Utf8Of(state)}));
+        program.Say(program.Text(TextId::LaserRefused, {program.PortName(), PlainText(Utf8Of(state), kLongestState)}));
         return ExitRefused;
     }
     return isLeft ? clsSensorRun::CodeOf(end, false) : ExitNoConnection;

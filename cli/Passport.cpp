@@ -70,7 +70,11 @@ int RunPassport(clsProgram& program, const clsArguments& arguments)
         const auto entry = modPassport::EntryOf(line);
         unreadable += entry ? 0 : 1;
         if (entry) {
-            program.Print(isJson ? std::string(line) : modPassportText::Whole(*entry, {'.', program.Language()}));
+            if (isJson) {
+                program.PrintData(line);
+            } else {
+                program.Print(modPassportText::Whole(*entry, {'.', program.Language()}));
+            }
             ++entries;
         }
         return entries < most;

@@ -137,7 +137,7 @@ int report(clsProgram& program, const clsSession& session, const AccountFigures&
         return ExitFailed;
     }
     for (const std::filesystem::path& file : session.Recorder().Parts()) {
-        program.Print(file.native());
+        program.PrintData(file.native());
     }
     printAccount(program, figures);
     return failure ? ExitFailed : ExitDone;

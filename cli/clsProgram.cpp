@@ -1,6 +1,7 @@
 #include "cli/clsProgram.h"
 
 #include "base/Numbers.h"
+#include "base/PlainText.h"
 #include "base/modAPI.h"
 #include "cli/modPortName.h"
 #include "cli/modSignals.h"
@@ -84,11 +85,16 @@ clsProgram::clsProgram(const clsArguments& global)
     }
 }
 
+void clsProgram::Print(std::string_view line)
+{
+    m_output.Print(Printable(line));
+}
+
 void clsProgram::Say(std::string_view line)
 {
     m_output.Serve(); // on a terminal, data that comes first stands first
     m_progress.End();
-    m_messages.Print("rvqctl: " + std::string(line));
+    m_messages.Print("rvqctl: " + Printable(line));
     m_messages.Serve();
 }
 
@@ -97,7 +103,7 @@ void clsProgram::Note(std::string_view line)
     if (!m_isQuiet) {
         m_output.Serve();
         m_progress.End();
-        m_messages.Print(line);
+        m_messages.Print(Printable(line));
         m_messages.Serve();
     }
 }

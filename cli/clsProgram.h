@@ -32,8 +32,11 @@ public:
     explicit clsProgram(const clsArguments& global);
 
     clsOutput& Out() { return m_output; }
-    /// A line of data: the same as `Out().Print`.
-    void Print(std::string_view line) { m_output.Print(line); }
+    /// A line to be read by a person. As everywhere below, what cannot be printed becomes "?": no control sequence of a
+    /// sensor, a file or a name reaches a terminal.
+    void Print(std::string_view line);
+    /// A line for programs, as it is: CSV, JSON, and the name of a file.
+    void PrintData(std::string_view line) { m_output.Print(line); }
     /// A line on standard error, for faults and refusals. It waits for nobody: what does not go out follows with
     /// `Serve`.
     void Say(std::string_view line);

@@ -1,5 +1,6 @@
 #include "cli/clsProgress.h"
 
+#include "base/PlainText.h"
 #include "base/modAPI.h"
 #include "cli/clsOutput.h"
 #include "cli/modTerminal.h"
@@ -30,7 +31,8 @@ void clsProgress::Show(std::string_view text)
         m_shown_s = now_s;
         const std::size_t columns = modTerminal::SizeOf(STDERR_FILENO).columns;
         std::string line(1, '\r');
-        line += modTerminal::Cut(text, columns - 1);
+        const std::string plain = Printable(text);
+        line += modTerminal::Cut(plain, columns - 1);
         write(line + "\033[K");
         m_isShown = m_isPossible;
     }

@@ -1,5 +1,6 @@
 #include "cli/clsWatchView.h"
 
+#include "base/PlainText.h"
 #include "cli/clsSampleFormat.h"
 #include "cli/modSparkline.h"
 #include "sensor/Request.h"
@@ -123,7 +124,7 @@ std::vector<std::string> clsWatchView::Lines(const WatchState& state, const modT
     for (const std::string& part : {state.temperature, state.sensor, state.port}) {
         rest += part.empty() ? "" : "  " + part;
     }
-    const std::string whole = cut(connection + rest);
+    const std::string whole = cut(Printable(connection + rest));
     const std::size_t word = std::min(connection.size(), whole.size());
     lines.push_back(painted(whole.substr(0, word), stateColour(state.dialogue)) + whole.substr(word));
     lines.resize(std::min(lines.size(), std::max<std::size_t>(size.rows, 1)));

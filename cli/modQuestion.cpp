@@ -1,5 +1,6 @@
 #include "cli/modQuestion.h"
 
+#include "base/PlainText.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
 
@@ -18,7 +19,7 @@ constexpr int kLook_ms = 200; // for a signal
 
 void show(clsProgram& program, std::string_view text)
 {
-    program.Messages().Write(text);
+    program.Messages().Write(Printable(text));
     program.Messages().Finish([] { return !modSignals::EndIsWanted(); });
 }
 

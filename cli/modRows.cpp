@@ -11,11 +11,11 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-void printLines(clsProgram& program, std::string_view text)
+void printLines(clsProgram& program, std::string_view text, void (clsProgram::*print)(std::string_view))
 {
     while (!text.empty()) {
         const std::size_t end = text.find(kLineEnd);
-        program.Print(text.substr(0, end));
+        (program.*print)(text.substr(0, end));
         text.remove_prefix(end + kLineEnd.size());
     }
 }
@@ -38,12 +38,12 @@ OutputKind FormatOf(const clsArguments& arguments)
 
 void PrintText(clsProgram& program, const Rows& rows)
 {
-    printLines(program, modCompareText::Aligned(rows));
+    printLines(program, modCompareText::Aligned(rows), &clsProgram::Print);
 }
 
 void PrintCsv(clsProgram& program, const Rows& rows)
 {
-    printLines(program, modCompareText::Csv(rows));
+    printLines(program, modCompareText::Csv(rows), &clsProgram::PrintData);
 }
 
 std::string Quoted(std::string_view text)

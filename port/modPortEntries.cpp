@@ -1,5 +1,6 @@
 #include "port/modPortEntries.h"
 
+#include "base/PlainText.h"
 #include "port/modLineUrl.h"
 
 #include <algorithm>
@@ -11,16 +12,19 @@ namespace modPortEntries {
 
 namespace {
 
+constexpr std::size_t kLongestAddress = 300;
+
 PortEntry entryOf(std::int32_t port, const modPComm::PortDevices& devices, const std::filesystem::path& root,
                   std::map<std::string, modPortScan::Device>& scanned)
 {
     PortEntry entry{port, PortPart::Other, devices.DeviceOf(port), {}};
-    if (modLineUrl::IsUrl(entry.address)) {
+    const std::string address = std::exchange(entry.address, PlainText(entry.address, kLongestAddress));
+    if (modLineUrl::IsUrl(address)) {
         entry.part = PortPart::Network;
         return entry;
     }
-    const auto known = scanned.find(entry.address);
-    auto device = known != scanned.end() ? known->second : modPortScan::DeviceAt(entry.address, root);
+    const auto known = scanned.find(address);
+    auto device = known != scanned.end() ? known->second : modPortScan::DeviceAt(address, root);
     if (device) {
         entry.part = PortPart::Present;
         entry.device = std::move(*device);

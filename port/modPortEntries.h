@@ -19,7 +19,7 @@ enum class PortPart : std::uint8_t { Present, Network, Other };
 struct PortEntry {
     std::int32_t port = 0; ///< 0: no number leads to this device
     PortPart part = PortPart::Other;
-    std::string address;        ///< the device or the line that the number is set to; empty: none
+    std::string address;        ///< what the number is set to, to be shown (`PlainText`); empty: nothing
     modPortScan::Device device; ///< of the part Present
 };
 

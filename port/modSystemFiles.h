@@ -22,7 +22,7 @@ std::filesystem::path EndOf(const std::filesystem::path& name, const std::filesy
 /// The first bytes of a regular file.
 std::string HeadOf(const std::filesystem::path& file, std::size_t most);
 
-/// The first line as UTF-8 without control characters, as windows and terminals can show it.
+/// The first line as UTF-8 as windows and terminals can show it (`PlainText`).
 std::string OneLine(std::string_view bytes);
 
 /// The first line of a file in a folder.

@@ -1,6 +1,7 @@
 #include "session/modFindText.h"
 
 #include "base/CodePage.h"
+#include "base/PlainText.h"
 #include "port/modOpenFailure.h"
 #include "sensor/ValueLists.h"
 #include "texts/modFunctions.h"
@@ -11,6 +12,8 @@
 namespace modFindText {
 
 namespace {
+
+constexpr std::size_t kLongestName = 300, kLongestFromSensor = 60;
 
 TextId textOf(FindEvent event)
 {
@@ -45,10 +48,16 @@ std::string filled(TextId id, std::int32_t language, std::initializer_list<std::
     return modFunctions::Filled(modFunctions::GetText(id, language), parts);
 }
 
+std::string fromSensor(const std::string& bytes)
+{
+    return PlainText(Utf8Of(bytes), kLongestFromSensor);
+}
+
 /// The port, and the rate where it matters.
 std::string placeOf(const std::string& name, std::int32_t rate)
 {
-    return rate > 0 ? name + ", " + std::to_string(rate) + " bit/s" : name;
+    const std::string plain = PlainText(name, kLongestName);
+    return rate > 0 ? plain + ", " + std::to_string(rate) + " bit/s" : plain;
 }
 
 } // namespace
@@ -62,7 +71,7 @@ bool IsOutcome(const FindStep& step)
 std::string StepText(const FindStep& step, std::int32_t language)
 {
     if (step.event == FindEvent::NotOpened) {
-        return step.name + ": " + modOpenFailure::Text(step.failure, language);
+        return Printable(step.name + ": " + modOpenFailure::Text(step.failure, language));
     }
     const std::int32_t rate = IsOutcome(step) ? 0 : step.rate; // which matters only while it is tried
     return filled(textOf(step.event), language, {placeOf(step.name, rate)});
@@ -78,7 +87,7 @@ std::string FoundText(const FoundSensor& sensor, std::int32_t language)
     if (sensor.serialNo.empty() && sensor.version.empty()) {
         return filled(TextId::FindUnknown, language, {place});
     }
-    return filled(TextId::FindKnown, language, {place, Utf8Of(sensor.serialNo), Utf8Of(sensor.version)});
+    return filled(TextId::FindKnown, language, {place, fromSensor(sensor.serialNo), fromSensor(sensor.version)});
 }
 
 std::string ResultText(std::size_t found, bool isStopped, std::int32_t language)
