@@ -2,9 +2,10 @@
 
 #include "base/IsoTime.h"
 #include "base/modAPI.h"
+#include "cli/Measure.h"
 #include "cli/clsProgram.h"
 #include "cli/clsSensorRun.h"
-#include "cli/modDuration.h"
+#include "cli/modRows.h"
 #include "cli/modSignals.h"
 #include "port/clsPorts.h"
 #include "port/modOpenFailure.h"
@@ -23,12 +24,13 @@ constexpr double kListen_s = 1.0;      // longer than the longest time between t
 constexpr double kSettled_s = 0.25;    // later bytes may change what an entry means
 constexpr double kMostSettled_s = 2.0; // of a distance that waits for others
 constexpr std::size_t kMostHeard = 4096;
+constexpr std::size_t kMuch = 1U << 20U; // that waits to be written
 
 /// While it listens, what the program sends goes nowhere.
 class ListeningPorts : public clsPorts {
 public:
     using clsPorts::clsPorts;
-    bool Listens = true;
+    bool Listens = true, IsCleanLine = true; ///< since they were set
 
     std::int32_t sio_flush(std::int32_t port, std::int32_t function) override
     {
@@ -38,26 +40,13 @@ public:
     {
         return Listens ? static_cast<std::int32_t>(bytes.size()) : clsPorts::sio_write(port, bytes);
     }
+    std::int32_t sio_data_status(std::int32_t port) override
+    {
+        const std::int32_t errors = clsPorts::sio_data_status(port);
+        IsCleanLine = IsCleanLine && (errors & LineErrorFraming) == 0;
+        return errors;
+    }
 };
-
-std::int32_t formatOf(std::string_view heard)
-{
-    const bool isText =
-        std::ranges::all_of(heard, [](char c) { return (c >= ' ' && c <= '~') || c == '\r' || c == '\n'; });
-    if (isText) {
-        return FormatAsciiUnit;
-    }
-    return modReplySteps::FirstCrcFrame(heard) == heard.npos ? FormatBinary : FormatBinaryCrc;
-}
-
-std::string inQuotes(std::string_view text)
-{
-    std::string all = "\"";
-    for (const char byte : text) {
-        all += byte == '"' || byte == '\\' ? std::string{'\\', byte} : std::string(1, byte);
-    }
-    return all + '"';
-}
 
 class Watching : public SessionListener {
 public:
@@ -77,7 +66,8 @@ public:
 private:
     void Echo(std::string_view received) override
     {
-        m_heard += received.substr(0, kMostHeard - std::min(kMostHeard, m_heard.size()));
+        m_heard += received;
+        m_heard.erase(0, m_heard.size() - std::min(m_heard.size(), kMostHeard));
     }
     std::unique_ptr<SerialPort> takePorts(clsProgram& program)
     {
@@ -87,8 +77,10 @@ private:
     }
     clsRVQ& device() { return m_session.Device(); }
     bool hasFailed();
+    void noteLine();
     void decide(double now_s);
-    void join();
+    void join(std::int32_t format);
+    void note(TextId id);
     void print(bool all);
     std::string lineOf(const TrafficEntry& entry) const;
     void waitForTick(double due_s);
@@ -99,7 +91,8 @@ private:
     clsSession m_session;
     std::string m_heard; ///< since the port was opened, or since the dialogue was lost
     std::optional<double> m_opened_s;
-    bool m_wasOpen = false, m_isDecided = false;
+    bool m_wasOpen = false, m_isLost = false;
+    TextId m_said = TextId::None; ///< of a line that was not quiet
     std::uint64_t m_printed = 0;
 };
 
@@ -109,7 +102,7 @@ int Watching::Run(std::optional<double> limit_s)
         std::string header = modTrafficText::FileHeader(std::string(kProgramName) + ' ' + std::string(ProgramVersion()),
                                                         m_program.Language());
         header.pop_back();
-        m_program.Print(header);
+        m_program.PrintData(header);
     }
     const double begin_s = modAPI::UpTime_s();
     while (!modSignals::EndIsWanted() && m_program.Out().IsOpen()) {
@@ -122,6 +115,7 @@ int Watching::Run(std::optional<double> limit_s)
             m_program.Say(modOpenFailure::Text(device().LastFailure(), m_program.Language()));
             return ExitNoConnection;
         }
+        noteLine();
         decide(now_s);
         print(false);
         m_program.Out().Serve();
@@ -129,7 +123,7 @@ int Watching::Run(std::optional<double> limit_s)
     }
     m_session.End();
     print(true);
-    return ExitDone;
+    return m_isLost ? ExitNoConnection : ExitDone;
 }
 
 /// A port that has been open comes back by itself.
@@ -139,15 +133,23 @@ bool Watching::hasFailed()
     return !m_wasOpen && !device().PortIsOpening();
 }
 
+void Watching::noteLine()
+{
+    const bool isLost = m_wasOpen && !device().PortIsOpen();
+    if (std::exchange(m_isLost, isLost) != isLost) {
+        m_program.Note(m_program.Text(isLost ? TextId::LineInterrupted : TextId::LineIsBack, {m_program.PortName()}));
+    }
+}
+
 /// Whether the sensor measures shows within the first second. Then the dialogue counts as measuring, as often as it
-/// gives that up, and the line stays as it is.
+/// gives that up, and the line stays as it is. So does one on which anything else is heard: it may be another device's.
 void Watching::decide(double now_s)
 {
     if (!device().PortIsOpen()) {
         m_opened_s.reset();
         m_heard.clear();
-        m_isDecided = false;
-        m_ports->Listens = true;
+        m_said = TextId::None;
+        m_ports->Listens = m_ports->IsCleanLine = true;
         return;
     }
     m_opened_s = m_opened_s.value_or(now_s);
@@ -155,20 +157,31 @@ void Watching::decide(double now_s)
     if (!listens || device().CommStatus() == DialogueMeasuring) {
         return;
     }
-    if (modHearing::HeardIn(m_heard, true).format) {
-        join();
-    } else if (!m_onlyListens && !m_isDecided) {
+    const modHearing::Heard heard = modHearing::HeardIn(m_heard, m_ports->IsCleanLine);
+    const bool isFree = m_heard.empty() || modReplySteps::HoldsAnnouncement(m_heard);
+    if (heard.format) {
+        note(TextId::TrafficListening);
+        join(*heard.format);
+    } else if (heard.isPromising || (isFree && m_onlyListens)) {
+        return; // it shows later
+    } else if (isFree && m_said == TextId::None) {
         m_ports->Listens = false;
         device().ForgetDialogue();
+    } else if (m_said == TextId::None) {
+        note(TextId::CliTrafficForeign);
     }
 }
 
-void Watching::join()
+void Watching::note(TextId id)
 {
-    if (!std::exchange(m_isDecided, true)) {
-        m_program.Note(m_program.Text(TextId::TrafficListening));
+    if (std::exchange(m_said, id) != id) {
+        m_program.Note(m_program.Text(id));
     }
-    device().AssumeParameter(&ParameterSet::OutputFormat, formatOf(m_heard));
+}
+
+void Watching::join(std::int32_t format)
+{
+    device().AssumeParameter(&ParameterSet::OutputFormat, format);
     device().ForgetDialogue();
     device().StartMeasurement(); // goes nowhere
     m_heard.clear();
@@ -186,7 +199,10 @@ void Watching::print(bool all)
             return;
         }
         if (!m_ports->Listens || !IsToSensor(entry.kind)) {
-            m_program.Print(lineOf(entry));
+            m_program.PrintData(lineOf(entry));
+            if (m_program.Out().Waiting() > kMuch) {
+                m_program.Out().Serve();
+            }
         }
     }
 }
@@ -201,8 +217,8 @@ std::string Watching::lineOf(const TrafficEntry& entry) const
     const std::string bytes = traffic.BytesOf(entry);
     return "{\"time\":\"" + IsoText(entry.time) + IsoOffset(modAPI::UtcOffsetsOf(entry.time).first_min) +
            "\",\"direction\":\"" + modTrafficText::Direction(entry.kind) + "\",\"hex\":\"" +
-           modTrafficText::Hex(bytes) + "\",\"text\":" + inQuotes(modTrafficText::Text(bytes)) +
-           ",\"meaning\":" + inQuotes(modTrafficText::Meaning(traffic, entry, style)) + '}';
+           modTrafficText::Hex(bytes) + "\",\"text\":" + modRows::Quoted(modTrafficText::Text(bytes)) +
+           ",\"meaning\":" + modRows::Quoted(modTrafficText::Meaning(traffic, entry, style)) + '}';
 }
 
 void Watching::waitForTick(double due_s)
@@ -219,13 +235,7 @@ void Watching::waitForTick(double due_s)
 
 int RunTraffic(clsProgram& program, const clsArguments& arguments)
 {
-    std::optional<double> limit_s;
-    if (const auto text = arguments.Value("for")) {
-        limit_s = modDuration::Seconds(*text);
-        if (!limit_s) {
-            throw UsageError("--for takes a time: 500ms, 10s, 5min, 1h");
-        }
-    }
+    const std::optional<double> limit_s = LimitOf(arguments);
     const std::string_view format = arguments.Value("format").value_or("text");
     if (format != "text" && format != "json") {
         throw UsageError("--format takes text or json");

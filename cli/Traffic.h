@@ -11,8 +11,8 @@ inline constexpr OptionDef kTrafficOptions[] = {
     {"listen", 0, "", "send nothing, even if the line is quiet"},
 };
 inline constexpr std::string_view kTrafficMore =
-    "A sensor that measures is left alone: nothing is sent to it. On a quiet line the program asks for the sensor as\n"
-    "it always does, unless --listen is given. Text is a file that rvqsim --replay plays.";
+    "Nothing is sent to a sensor that measures, nor where anything else is heard. On a quiet line the program asks for\n"
+    "the sensor as it always does, unless --listen is given. Text is a file that rvqsim --replay plays.";
 
 /// Prints what goes over the line and what it means.
 int RunTraffic(clsProgram& program, const clsArguments& arguments);
