@@ -1,12 +1,11 @@
 #include "cli/Ports.h"
 
 #include "cli/clsProgram.h"
+#include "cli/modRows.h"
 #include "port/modPortEntries.h"
 
-#include <algorithm>
-#include <array>
-#include <iterator>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,22 +16,12 @@ using modPortEntries::PortPart;
 using nlohmann::ordered_json;
 using Users = std::map<std::string, PortUser>;
 
-constexpr std::size_t kColumns = 8;
-using Line = std::array<std::string, kColumns>;
-
 std::string orDash(std::string text)
 {
     return text.empty() ? "-" : text;
 }
 
-/// How many places a text takes in a terminal, as far as each character takes one.
-std::size_t widthOf(const std::string& text)
-{
-    return static_cast<std::size_t>(
-        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
-}
-
-Line lineOf(const PortEntry& entry, const Users& users)
+std::vector<std::string> rowOf(const clsProgram& program, const PortEntry& entry, const Users& users)
 {
     const modPortScan::Device& device = entry.device;
     const std::string port = entry.port == 0 ? "-" : "COM " + std::to_string(entry.port);
@@ -40,35 +29,28 @@ Line lineOf(const PortEntry& entry, const Users& users)
         return {port, entry.address, "-", "-", "-", "-", "-", "-"};
     }
     const auto user = users.find(device.device);
-    const std::string group = device.othersMay ? "everyone" : device.groupMay ? device.group : device.owner;
+    const std::string group = device.groupMay ? device.group : device.owner;
     return {port,
             device.device,
             orDash(modPortScan::ModelOf(device)),
             orDash(device.serialNumber),
-            group,
-            device.mayUse ? "yes" : "no",
+            device.othersMay ? program.Text(TextId::CliPortEveryone) : group,
+            program.Text(device.mayUse ? TextId::CliYes : TextId::CliNo),
             user == users.end() ? "-" : modPortScan::InWords(user->second),
             device.StableName()};
 }
 
 void print(clsProgram& program, const std::vector<PortEntry>& entries, const Users& users)
 {
-    std::vector<Line> lines{{"PORT", "DEVICE", "MODEL", "SERIAL", "FOR", "YOU", "IN USE BY", "NAME"}};
-    std::ranges::transform(entries, std::back_inserter(lines),
-                           [&](const PortEntry& entry) { return lineOf(entry, users); });
-    std::array<std::size_t, kColumns> widths{};
-    for (const Line& line : lines) {
-        for (std::size_t i = 0; i < kColumns; ++i) {
-            widths[i] = std::max(widths[i], widthOf(line[i]));
-        }
+    modRows::Rows rows(1);
+    std::istringstream names(program.Text(TextId::CliPortColumns));
+    for (std::string name; std::getline(names, name, '|');) {
+        rows.front().push_back(name);
     }
-    for (const Line& line : lines) {
-        std::string text;
-        for (std::size_t i = 0; i + 1 < kColumns; ++i) {
-            text += line[i] + std::string(widths[i] - widthOf(line[i]) + 2, ' ');
-        }
-        program.Print(text + line.back());
+    for (const PortEntry& entry : entries) {
+        rows.push_back(rowOf(program, entry, users));
     }
+    modRows::PrintText(program, rows);
 }
 
 ordered_json jsonOf(const PortEntry& entry, const Users& users)
@@ -114,7 +96,7 @@ int RunPorts(clsProgram& program, const clsArguments& arguments)
         for (const PortEntry& entry : entries) {
             all.push_back(jsonOf(entry, users));
         }
-        program.Print(all.dump(2, ' ', false, ordered_json::error_handler_t::replace));
+        program.PrintData(all.dump(2, ' ', false, ordered_json::error_handler_t::replace));
     } else if (entries.empty()) {
         program.Note(program.Text(TextId::PortsNone));
     } else {
