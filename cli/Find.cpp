@@ -30,18 +30,24 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
     modPComm::PortDevices& devices = program.Devices();
     std::vector<FindCandidate> candidates;
     std::int32_t free = modPComm::kPortCount;
+    const auto isNamed = [&](std::int32_t number) {
+        return std::ranges::find(program.Ports(), std::to_string(number)) != program.Ports().end();
+    };
     for (const std::string& typed : program.Ports()) {
         std::int32_t port = modPortName::NumberOf(typed, devices);
-        if (port == modPComm::kPortCount) {
-            devices.Override(--free, devices.DeviceOf(port));
+        if (port == modPComm::kPortCount && !isNamed(port)) {
+            do {
+                --free;
+            } while (isNamed(free));
+            devices.Override(free, devices.DeviceOf(port));
             port = free;
         }
         const auto isListed = [&](const FindCandidate& other) {
             return devices.DeviceOf(other.port) == devices.DeviceOf(port);
         };
         if (std::ranges::none_of(candidates, isListed)) {
-            const bool isNumber = typed == std::to_string(port);
-            candidates.push_back({port, isNumber ? modCandidates::NameOf(port, devices) : devices.DeviceOf(port)});
+            candidates.push_back(
+                {port, typed == std::to_string(port) ? modCandidates::NameOf(port, devices) : devices.DeviceOf(port)});
         }
     }
     return candidates;
@@ -70,7 +76,7 @@ void print(const std::vector<FoundSensor>& found, bool asJson, clsProgram& progr
     for (const FoundSensor& sensor : found) {
         list.push_back(jsonOf(sensor, program));
     }
-    program.Print(list.dump(-1, ' ', false, ordered_json::error_handler_t::replace)); // a device may have any name
+    program.PrintData(list.dump(-1, ' ', false, ordered_json::error_handler_t::replace)); // a device may have any name
 }
 
 } // namespace
@@ -79,9 +85,11 @@ int RunFind(clsProgram& program, const clsArguments& arguments)
 {
     const bool isNamed = !program.Ports().empty();
     const bool saysAll = isNamed || modTerminal::CanMoveCursor(STDERR_FILENO);
+    bool isAnyOpened = !isNamed; // of all ports there are, those that are others' do not count
     clsPorts ports(program.Devices());
     clsFinder finder(ports, isNamed ? namedPorts(program) : modCandidates::Known(program.Devices(), 0),
                      [&](const FindStep& step) {
+                         isAnyOpened = isAnyOpened || step.event == FindEvent::Listening;
                          const std::string text = modFindText::StepText(step, program.Language());
                          if (step.event < FindEvent::NotOpened) {
                              program.Progress().Show(text);
@@ -104,6 +112,7 @@ int RunFind(clsProgram& program, const clsArguments& arguments)
     if (!finder.Found().empty()) {
         return ExitDone;
     }
-    program.Say(modFindText::ResultText(0, isStopped, program.Language()));
+    program.Say(isAnyOpened || isStopped ? modFindText::ResultText(0, isStopped, program.Language())
+                                         : program.Text(TextId::CliFindNotOpened));
     return isStopped ? ExitFailed : ExitNoConnection;
 }
