@@ -26,7 +26,7 @@ _rvqctl_takes_value() {
 # Stable names and addresses where rvqctl lists the ports, else what usual devices there are.
 _rvqctl_ports() {
     local names device
-    names=$("$1" ports --json 2>/dev/null | sed -nE 's/^ *"(stableName|address)": "(.+)",?$/\2/p')
+    names=$("$1" ports --json 2>/dev/null | sed -nE 's/^ *"(stableName|url)": "(.+)",?$/\2/p')
     for device in /dev/serial/by-id/* /dev/ttyUSB* /dev/ttyACM* /dev/ttyS[0-3]; do
         [ -n "$names" ] || [ ! -e "$device" ] || echo "$device"
     done

@@ -46,4 +46,11 @@ expect "Offset" get Off
 expect "S1OnThreshold= S1OffThreshold=" set S1O
 expect "on off" -b 9600 laser ""
 expect "9600" --baud 96
+# A line over the network that has a number: the settings are beside the program.
+folder=$(mktemp -d)
+trap 'rm -r "$folder"' EXIT
+cp "$rvqctl" "$folder/rvqctl"
+rvqctl=$folder/rvqctl
+printf '[PORTS]\nCOM2=tcp://crane:4001\n' >"$folder/RVQ.ini"
+expect "tcp://crane:4001" -p tcp://cr
 exit $failed
