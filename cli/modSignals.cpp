@@ -70,6 +70,12 @@ extern "C" void stopProgram(int signal)
     errno = before;
 }
 
+extern "C" void endAtOnce(int signal)
+{
+    restore();
+    actAsUsual(signal);
+}
+
 extern "C" void passOver(int) {}
 
 void handle(int signal, void (*handler)(int))
@@ -94,6 +100,9 @@ void Watch()
     }
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
         handle(signal, passOver);
+    }
+    for (const int signal : {SIGQUIT, SIGABRT}) {
+        handle(signal, endAtOnce);
     }
     handle(SIGWINCH, noteRedraw);
     handle(SIGTSTP, stopProgram);

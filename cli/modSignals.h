@@ -11,7 +11,7 @@ void Watch();
 /// it at once; before that it calls what `AtSuddenEnd` has named.
 bool EndIsWanted();
 /// A function that may run inside a signal handler, to put a terminal back as it was: also before the program is
-/// stopped (SIGTSTP). Null: none.
+/// stopped (SIGTSTP) or gives up (SIGQUIT, SIGABRT). Null: none.
 void AtSuddenEnd(void (*restore)());
 
 /// Whether the terminal has another size, or the program goes on after it was stopped, since the last call.
