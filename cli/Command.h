@@ -27,6 +27,7 @@ struct Command {
     std::size_t mostOperands = 0; ///< further ones are an error; `kAnyNumber` for a list
     /// Does the work and returns an `ExitCode`. May throw UsageError for arguments that do not fit together.
     int (*run)(clsProgram& program, const clsArguments& arguments);
+    bool takesPorts = false; ///< several of them
     std::string_view more{}; ///< further lines of its help
 };
 inline constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);

@@ -1,5 +1,6 @@
 #include "cli/modCommands.h"
 
+#include "base/PlainText.h"
 #include "cli/Apply.h"
 #include "cli/Backup.h"
 #include "cli/Diff.h"
@@ -51,6 +52,7 @@ constexpr Command kCommands[] = {
      .summary = "Look for sensors, on the ports named with --port or on all",
      .options = kFindOptions,
      .run = RunFind,
+     .takesPorts = true,
      .more = "Listens before it asks; a sensor that measures is recognised by its values and not stopped."},
     {.name = "measure",
      .operands = "",
@@ -210,7 +212,7 @@ void say(std::string_view text)
 int refuse(std::string_view why, const Command* command)
 {
     const std::string name = command == nullptr ? std::string() : std::string(command->name) + ' ';
-    say("rvqctl: " + std::string(why) + "\nTry rvqctl " + name + "--help.\n");
+    say("rvqctl: " + Printable(why) + "\nTry rvqctl " + name + "--help.\n");
     return ExitUsage;
 }
 
@@ -230,6 +232,9 @@ int run(const Command& command, const clsArguments& arguments)
 {
     if (arguments.Operands().size() > command.mostOperands) {
         throw UsageError("what is \"" + std::string(arguments.Operands()[command.mostOperands]) + "\"?");
+    }
+    if (!command.takesPorts && arguments.Values("port").size() > 1) {
+        throw UsageError("one --port only");
     }
     modSignals::Watch();
     clsProgram program(arguments);
@@ -310,7 +315,7 @@ int Run(std::span<const std::string_view> words)
     } catch (const UsageError& wrong) {
         return refuse(wrong.what(), command);
     } catch (const std::exception& fault) {
-        say(std::string("rvqctl: ") + fault.what() + '\n');
+        say("rvqctl: " + Printable(fault.what()) + '\n');
         return ExitFailed;
     }
 }
