@@ -135,7 +135,7 @@ void Player::show(std::span<const Measurement> measurements, double shift)
     if (!std::exchange(m_hasFirst, true)) {
         const double first = measurements.front().time;
         m_from = m_bounds.from ? m_bounds.from->TimeIn(first) : -std::numeric_limits<double>::infinity();
-        m_to = m_bounds.to ? m_bounds.to->TimeIn(first) : std::numeric_limits<double>::infinity();
+        m_to = m_bounds.to ? m_bounds.to->EndIn(first, m_from) : std::numeric_limits<double>::infinity();
         m_unit = measurements.front().unit;
         m_foreign_min = foreignOffset(m_parts.front().file, first);
     }

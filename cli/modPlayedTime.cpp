@@ -4,6 +4,7 @@
 #include "base/IsoTime.h"
 #include "cli/modDuration.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -20,6 +21,12 @@ double PlayedTime::TimeIn(double first) const
         break;
     }
     return days;
+}
+
+double PlayedTime::EndIn(double first, double from) const
+{
+    const double end = TimeIn(first);
+    return kind == Kind::TimeOfDay && end < std::max(first, from) ? end + 1.0 : end;
 }
 
 std::optional<PlayedTime> Parse(std::string_view text)

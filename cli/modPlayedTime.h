@@ -13,6 +13,8 @@ struct PlayedTime {
 
     /// The local time of a recording that begins at `first`.
     double TimeIn(double first) const;
+    /// The same for the end of a part that begins at `from`: a time of day that is over by then is of the next day.
+    double EndIn(double first, double from) const;
 };
 
 /// "2026-11-20T14:03:05.250", also with a blank for the T and without seconds; "14:03", "14:03:05.25"; "90s", "5min".

@@ -103,6 +103,19 @@ TEST(PlayedTimes, CountFromTheBeginningTheDayOrTheCalendar)
     }
 }
 
+TEST(PlayedTimes, TheEndIsBehindTheBeginning)
+{
+    const double first = 46000.5; // noon
+    const struct {
+        const char *from, *to;
+        double hours;
+    } kRows[] = {{"23:00", "01:00", 13}, {"13:00", "14:00", 2}, {"0.1s", "11:00", 23}, {"2h", "1h", 1}};
+    for (const auto& row : kRows) {
+        const double from = modPlayedTime::Parse(row.from)->TimeIn(first);
+        EXPECT_NEAR((modPlayedTime::Parse(row.to)->EndIn(first, from) - first) * 24.0, row.hours, 1e-6) << row.to;
+    }
+}
+
 TEST(PortNames, LeadToTheNumberThatTheDeviceHas)
 {
     TemporaryFolder folder;
