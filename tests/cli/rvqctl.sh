@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the commands of rvqctl against the simulated sensor, over a terminal, a raw line and RFC 2217 at the same time,
 # and against sensors with faults; checks what they print and the code they end with. $1 is rvqctl, $2 rvqsim, $3
-# ser2net; without the last one the lines over the network are left out.
+# ser2net; without the last one the lines over the network are left out, and if nothing else fails the code is 77.
 set -euo pipefail
 
 rvqctl=$(realpath "$1")
@@ -9,6 +9,7 @@ rvqsim=$(realpath "$2")
 ser2net=${3:-}
 export LC_ALL=C.UTF-8
 unset NO_COLOR LC_MESSAGES LANG
+esc=$'\033'
 folder=$(mktemp -d)
 
 # --- what the parts below share; each part is a process of its own with a folder of its own -------------------------
@@ -218,21 +219,17 @@ without_reader() {
     [ "$code" -eq "$expected" ] || fail "$last: ended with $code, not $expected"
 }
 
-offers() { "$rvqctl" --help | grep -q "^  $1 "; }
-
 check_finding() {
-    if offers ports; then
-        run 0 ports --json
-        prints '^\['
-    fi
-    if offers find; then
-        run 0 find --json
-        prints '"baud":9600,"serial":"004711"'
-    fi
-    if offers traffic; then
-        run 0 traffic --for 3s --format json
-        prints '^\{'
-    fi
+    run 0 ports --json
+    prints '^\['
+    run 0 --language de ports
+    ! grep -q '^PORT ' "$work/out" || fail "$last: is not German"
+    run 0 find --json
+    prints "\"port\":\"$port\".*\"baud\":$rate,\"serial\":\"004711\""
+    run 0 traffic --for 4s --format json
+    prints '"direction":">","hex":"43".*'
+    prints '"text":"Serial-No: '
+    ! grep -v '^{.*}$' "$work/out" || fail "$last: a line is no object"
 }
 
 # What comes from the terminal of the sensor within a second: nothing unless it measures.
@@ -279,6 +276,15 @@ check_colours() {
     ! grep -Eq "$colour" "$work/out" || fail "$last: colours"
 }
 
+# Ctrl+\ ends it at once, but gives the terminal back.
+check_sudden_end() {
+    (ulimit -c 0 && TERM=xterm script -qec "timeout --foreground -s QUIT 4 env --default-signal=QUIT '$rvqctl' \
+        --folder '$work/folder' --port '$port' watch" /dev/null </dev/null >"$work/out" 2>&1) || true
+    last="watch, SIGQUIT"
+    prints $'\033\\[\\?1049h'
+    prints $'\033\\[\\?1049l'
+}
+
 interrupt_measuring() {
     local code=0
     timeout --preserve-status -s INT -k 20 4 env --default-signal=INT \
@@ -290,12 +296,12 @@ interrupt_measuring() {
 
 # $1 is the line, the rest are the checks, over a line and a sensor of their own.
 on_line() {
-    local line=$1 check
+    local line=$1 check rate=9600
     shift
     start_sensor "$work/sensor"
     case $line in
         terminal) port=$work/sensor ;;
-        raw) serve "" "$work/sensor" && port=tcp://127.0.0.1:$tcp ;;
+        raw) serve "" "$work/sensor" && port=tcp://127.0.0.1:$tcp rate=null ;; # the server has the rate
         rfc2217) serve "telnet(rfc2217)," "$work/sensor" && port=rfc2217://127.0.0.1:$tcp ;;
     esac
     for check in "$@"; do
@@ -385,6 +391,52 @@ with_false_dumps() {
     has 701 "$try"
 }
 
+# Whatever a sensor, the settings or an operand says, no control character but the end of a line reaches the terminal.
+hostile() {
+    start_sensor "$work/sensor"
+    port=$work/sensor
+    run 0 traffic --for 4s
+    cp "$work/out" "$work/traffic"
+    kill "$sensor" && wait "$sensor" || true
+    rm -f "$work/sensor"
+    # ESC ] BEL and, as one byte, CSI, in the serial number and in what the temperature and the laser are said to be.
+    sed -E 's/30 30 34 37 31 31/1B 5D 07 9B 34 31/; s/6F 66 66 0D 0A/6F 1B 5B 33 31 6D 0D 0A/g' "$work/traffic" \
+        >"$work/hostile"
+    printf '%s\n' '2026-11-20T10:00:00.000+00:00 > 54' '2026-11-20T10:00:00.100+00:00 < 1B 5B 33 31 6D 33 20 43 2C 20 20 4F 4B 0D 0A' \
+        >>"$work/hostile"
+    start_sensor "$work/sensor" --replay "$work/hostile"
+    mkdir -p "$work/folder"
+    printf '[PORTS]\nCOM7=tcp://\033]0;x\007h:1\nCOM8=/dev/\033[31mx\n' >"$work/folder/RVQ.ini"
+    local words
+    for words in info get "diff --factory" find "laser on" temperature "watch --for 1s" single passport backup \
+        "passport --serial 4$esc[31m7" "get 7$esc[31m" "set 701=$esc[31m" ports "nonsense$esc[31m" "play $esc[31m" \
+        "--port $esc[31m info" "--port 8 info" "--port 7 find"; do
+        # shellcheck disable=SC2086 # several words
+        timeout -k 5 60 "$rvqctl" --folder "$work/folder" --port "$port" $words >"$work/out" 2>"$work/err" </dev/null ||
+            true
+        last="rvqctl $words"
+        ! LC_ALL=C grep -aP '[\x00-\x09\x0B-\x1F\x7F]|\xC2[\x80-\x9F]' "$work/out" "$work/err" >/dev/null ||
+            fail "$last: prints a control character"
+        case $words in
+            info | find | temperature | ports) grep -q '?' "$work/out" "$work/err" || fail "$last: is not hostile" ;;
+        esac
+    done
+    run 2 --port "$port" info # two of them
+    says 'one --port'
+}
+
+# Another device, which sends text or something for once: no byte goes to it.
+foreign() {
+    local link=$work/line
+    printf '%s\n' '# Orvex traffic 1' '2026-11-20T10:00:00.000+00:00 < 68 65 6C 6C 6F 0D 0A' \
+        '2026-11-20T10:00:00.500+00:00 < 77 6F 72 6C 64 0D 0A' '2026-11-20T10:00:03.000+00:00 < 21 0D 0A' >"$work/foreign"
+    start_sensor "$link" --replay "$work/foreign"
+    port=$link
+    run 0 traffic --for 4s
+    says 'only listens'
+    ! grep -q ' > ' "$work/out" || fail "$last: has sent something"
+}
+
 has_backup() { find "$work/folder/BACKUP" -name '*.rvq' 2>/dev/null | grep -q .; }
 
 # Ctrl+C in the middle of a write: it ends after the value under way, and the report says what is in the sensor.
@@ -413,11 +465,12 @@ interrupted() {
 
 # --- all at the same time ------------------------------------------------------------------------------------------
 
-parts=(without_sensor with_faults with_false_dumps interrupted "on_line terminal check_colours check_rest_of_answer check_left_as_found check_finding" without_dump)
+parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end check_rest_of_answer")
 lines=(terminal raw rfc2217)
-[ -x "$ser2net" ] || { echo "ser2net is not installed: no lines over the network" && lines=(terminal); }
+[ -x "$ser2net" ] || lines=(terminal)
 for line in "${lines[@]}"; do
-    parts+=("on_line $line check_writing check_refusals" "on_line $line check_reading check_measuring")
+    parts+=("on_line $line check_writing check_refusals" "on_line $line check_reading check_measuring"
+        "on_line $line check_colours check_finding check_left_as_found")
 done
 declare -A running
 finish() {
@@ -449,4 +502,8 @@ for part in "${parts[@]}"; do
     fi
 done
 running=()
+if [ "$failed" -eq 0 ] && [ ${#lines[@]} -eq 1 ]; then
+    echo "ser2net is not installed: no lines over the network"
+    exit 77
+fi
 exit $failed
