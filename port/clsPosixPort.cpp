@@ -54,8 +54,7 @@ bool membersMayOpen(const struct stat& device)
 
 OpenFailure busyFailure(const std::string& device)
 {
-    const auto users = modPortScan::UsersOf({device});
-    return {OpenProblem::Busy, device, {}, {}, users.empty() ? PortUser() : users.begin()->second};
+    return {OpenProblem::Busy, device, {}, {}, modPortScan::LockerOf(device).value_or(PortUser())};
 }
 
 OpenFailure failureOf(int error, const std::string& device, const struct stat& info)

@@ -44,13 +44,17 @@ std::optional<Device> DeviceAt(const std::string& name, const std::filesystem::p
 std::map<std::string, PortUser> UsersOf(const std::vector<std::string>& devices,
                                         const std::filesystem::path& root = kRoot);
 
+/// Which other program has locked a device, in the system's list of locks or with a lock file. Quick, but a program
+/// that has opened the device without a lock is only known to `UsersOf`.
+std::optional<PortUser> LockerOf(const std::string& device, const std::filesystem::path& root = kRoot);
+
 /// "Maker Product", without a word twice; empty when the device does not say.
 std::string ModelOf(const Device& device);
 /// What tells a device from others: model with serial number or position, else its stable name.
 std::string InWords(const Device& device);
 /// The same for the stable name of a device that need not be there.
 std::string InWords(std::string_view stableName);
-/// "minicom (PID 812)".
+/// "terminal (PID 812)".
 std::string InWords(const PortUser& user);
 
 /// Times of folders that change when a device comes or goes, to be compared.

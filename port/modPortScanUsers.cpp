@@ -65,6 +65,20 @@ std::int32_t lockFileOwner(const Node& node, const fs::path& root)
     return isThere && process != getpid() ? process : 0;
 }
 
+/// The process that has locked the device; 0: none.
+std::int32_t lockerOf(const Node& node, const std::string& locks, const fs::path& root)
+{
+    const std::int32_t process = lockHolder(node, locks);
+    return process == 0 ? lockFileOwner(node, root) : process;
+}
+
+std::optional<Node> nodeOf(const std::string& device, const fs::path& root)
+{
+    Node node{EndOf(device, root).string()};
+    const bool isThere = !node.device.empty() && stat(Inside(root, node.device).c_str(), &node.info) == 0;
+    return isThere ? std::optional(std::move(node)) : std::nullopt;
+}
+
 /// The nodes among the open files of all processes that this user may look into.
 std::map<std::string, std::int32_t> openersOf(const std::vector<Node>& nodes, const fs::path& root)
 {
@@ -102,16 +116,14 @@ std::map<std::string, PortUser> UsersOf(const std::vector<std::string>& devices,
     std::map<std::string, PortUser> users;
     std::vector<Node> others;
     for (const std::string& device : devices) {
-        Node node{EndOf(device, root).string()};
-        if (node.device.empty() || stat(Inside(root, node.device).c_str(), &node.info) != 0) {
+        std::optional<Node> node = nodeOf(device, root);
+        if (!node) {
             continue;
         }
-        std::int32_t process = lockHolder(node, locks);
-        process = process == 0 ? lockFileOwner(node, root) : process;
-        if (process != 0) {
-            users.emplace(node.device, userOf(process, root));
-        } else if (!isPseudoTerminal(node)) {
-            others.push_back(std::move(node));
+        if (const std::int32_t process = lockerOf(*node, locks, root); process != 0) {
+            users.emplace(node->device, userOf(process, root));
+        } else if (!isPseudoTerminal(*node)) {
+            others.push_back(std::move(*node));
         }
     }
     if (!others.empty()) {
@@ -120,6 +132,13 @@ std::map<std::string, PortUser> UsersOf(const std::vector<std::string>& devices,
         }
     }
     return users;
+}
+
+std::optional<PortUser> LockerOf(const std::string& device, const std::filesystem::path& root)
+{
+    const std::optional<Node> node = nodeOf(device, root);
+    const std::int32_t process = node ? lockerOf(*node, HeadOf(root / "proc/locks", kMostLocks), root) : 0;
+    return process != 0 ? std::optional(userOf(process, root)) : std::nullopt;
 }
 
 std::string InWords(const PortUser& user)

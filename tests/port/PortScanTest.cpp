@@ -117,6 +117,11 @@ TEST(PortScan, TellsWhoHasADevice)
     }
     EXPECT_EQ(users, (std::vector{"/dev/ttyUSB0 other RVQ (PID 71)"s, "/dev/ttyUSB1 terminal (PID 72)"s,
                                   "/dev/ttyUSB2 probe (PID 73)"s}));
+    using Row = std::pair<const char*, std::int32_t>;
+    for (const auto& [device, process] : {Row{"/dev/ttyUSB0", 71}, Row{"/dev/ttyUSB1", 72}, Row{"/dev/ttyUSB2", 0},
+                                          Row{"/dev/ttyUSB3", 0}, Row{"/dev/ttyUSB9", 0}}) {
+        EXPECT_EQ(modPortScan::LockerOf(device, system.root).value_or(PortUser()).process, process) << device;
+    }
 }
 
 struct Ports {
