@@ -55,10 +55,10 @@ bool isOurs(std::uint8_t option)
     return option == OptionBinary || option == OptionNoGoAhead || option == OptionLine;
 }
 
-/// What the server may do. It may not echo, for instance.
+/// What the server may do. It may not echo, for instance. Some also say that they know the line's option.
 bool isTheirs(std::uint8_t option)
 {
-    return option == OptionBinary || option == OptionNoGoAhead;
+    return option == OptionBinary || option == OptionNoGoAhead || option == OptionLine;
 }
 
 void appendEscaped(std::string_view bytes, std::string& to)
@@ -202,9 +202,10 @@ void clsTelnet::negotiate(std::uint8_t verb, std::uint8_t option)
 /// option out do not change carriage returns either.
 void clsTelnet::agree()
 {
-    if (std::exchange(m_agreement, Agreement::Agreed) == Agreement::Agreed) {
+    if (m_agreement != Agreement::Open) {
         return;
     }
+    m_agreement = Agreement::Agreed;
     for (const auto& [command, value] : kCharacterFormat) {
         set(command, {&value, 1});
     }

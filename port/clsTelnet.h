@@ -15,7 +15,7 @@ public:
     enum class Agreement : std::uint8_t {
         Open,    ///< the server has not said yet whether it lets the line be set
         Agreed,  ///< it does; the character format has been asked for
-        Refused, ///< it does not
+        Refused, ///< it does not, whatever it says later
     };
 
     /// Says what a connection begins with.
