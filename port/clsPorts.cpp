@@ -9,6 +9,12 @@ std::int32_t clsPorts::sio_open(std::int32_t port)
     return of(port).sio_open(port);
 }
 
+bool clsPorts::HasRate(std::int32_t port) const
+{
+    const bool isNet = !m_isNet.contains(port) && modLineUrl::IsUrl(m_devices.DeviceOf(port));
+    return isNet ? m_net.HasRate(port) : of(port).HasRate(port);
+}
+
 SerialPort& clsPorts::of(std::int32_t port)
 {
     const auto isNet = m_isNet.find(port);

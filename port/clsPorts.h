@@ -41,7 +41,8 @@ public:
     bool DevicesChanged(std::int32_t port) const override { return of(port).DevicesChanged(port); }
     int ArrivalHandle(std::int32_t port) const override { return of(port).ArrivalHandle(port); }
     bool HasVanished(std::int32_t port) const override { return of(port).HasVanished(port); }
-    bool HasRate(std::int32_t port) const override { return of(port).HasRate(port); }
+    /// Of a port that was never opened: as what stands behind the number has it.
+    bool HasRate(std::int32_t port) const override;
     std::int32_t Delay_ms(std::int32_t port) const override { return of(port).Delay_ms(port); }
 
 private:
