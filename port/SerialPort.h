@@ -28,6 +28,8 @@ enum class OpenProblem : std::uint8_t {
     // Of lines over the network.
     NoAddress,      ///< the text in the place of the device is no address
     NoHost,         ///< nobody knows the host's name
+    NameUnresolved, ///< the name cannot be asked for now
+    NoRoute,        ///< the network does not lead to the host
     Refused,        ///< the host answers, and nothing listens there
     TimedOut,       ///< the host does not answer
     NoRfc2217,      ///< a server does, but it does not let the line be set

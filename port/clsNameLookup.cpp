@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <netdb.h>
 #include <system_error>
@@ -9,6 +10,8 @@
 #include <utility>
 
 namespace {
+
+constexpr double kKept_s = 60.0; // an answer that nobody has taken
 
 /// With `flags` AI_NUMERICHOST it answers at once.
 HostAnswer ask(const std::string& host, const std::string& port, int flags)
@@ -20,10 +23,12 @@ HostAnswer ask(const std::string& host, const std::string& port, int flags)
     HostAnswer answer;
     const int error = getaddrinfo(host.c_str(), port.c_str(), &wanted, &found);
     if (error != 0) {
-        const bool isUnknown = error == EAI_NONAME || error == EAI_NODATA || error == EAI_ADDRFAMILY;
-        answer.reason = isUnknown             ? std::string()
-                        : error == EAI_SYSTEM ? std::generic_category().message(errno)
-                                              : gai_strerror(error);
+        if (error == EAI_AGAIN || error == EAI_FAIL) {
+            answer.problem = OpenProblem::NameUnresolved;
+        } else if (error != EAI_NONAME && error != EAI_NODATA && error != EAI_ADDRFAMILY) {
+            answer.problem = OpenProblem::Other;
+            answer.reason = error == EAI_SYSTEM ? std::generic_category().message(errno) : gai_strerror(error);
+        }
         return answer;
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, freeaddrinfo);
@@ -43,24 +48,36 @@ HostAnswer clsNameLookup::AskSystem(const std::string& host, const std::string& 
     return ask(host, port, 0);
 }
 
-void clsNameLookup::Ask(const std::string& host, const std::string& port)
+void clsNameLookup::Ask(const std::string& host, const std::string& port, double now_s)
 {
     using namespace std::chrono_literals;
     std::string asked = host + ' ' + port;
-    if (m_answer.valid() && m_asked == asked && m_answer.wait_for(0s) != std::future_status::ready) {
-        return;
+    if (m_answer.valid() && m_asked == asked) { // not taken yet
+        const bool isOpen = m_answer.wait_for(0s) != std::future_status::ready;
+        if (isOpen || now_s - m_open_s <= kKept_s) {
+            m_open_s = isOpen ? now_s : m_open_s;
+            return;
+        }
     }
     m_asked = std::move(asked);
-    std::promise<HostAnswer> promise;
-    m_answer = promise.get_future();
+    m_open_s = now_s;
     if (HostAnswer known = ask(host, port, AI_NUMERICHOST); !known.addresses.empty()) {
+        std::promise<HostAnswer> promise;
         promise.set_value(std::move(known));
+        m_answer = promise.get_future();
         return;
     }
-    // The thread owns all that it uses: it may outlive the line and even end with the program.
-    std::thread([resolve = m_resolve, host, port, promise = std::move(promise)]() mutable {
-        promise.set_value(resolve(host, port));
-    }).detach();
+    // The thread owns all that it uses: it may outlive the line and even end with the program. What is thrown in it
+    // goes into the answer.
+    std::packaged_task<HostAnswer()> task([resolve = m_resolve, host, port] { return resolve(host, port); });
+    m_answer = task.get_future();
+    try {
+        std::thread(std::move(task)).detach();
+    } catch (const std::system_error&) {
+        std::promise<HostAnswer> promise;
+        promise.set_value({.problem = OpenProblem::NameUnresolved});
+        m_answer = promise.get_future();
+    }
 }
 
 std::optional<HostAnswer> clsNameLookup::Take()
@@ -69,5 +86,9 @@ std::optional<HostAnswer> clsNameLookup::Take()
     if (!m_answer.valid() || m_answer.wait_for(0s) != std::future_status::ready) {
         return std::nullopt;
     }
-    return m_answer.get();
+    try {
+        return m_answer.get();
+    } catch (const std::exception& problem) { // the lookup has failed in the thread
+        return HostAnswer{.problem = OpenProblem::Other, .reason = problem.what()};
+    }
 }

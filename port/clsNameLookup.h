@@ -2,6 +2,8 @@
 // nothing waits for.
 #pragma once
 
+#include "port/SerialPort.h"
+
 #include <functional>
 #include <future>
 #include <optional>
@@ -15,8 +17,9 @@ struct HostAddress {
 };
 
 struct HostAnswer {
-    std::vector<HostAddress> addresses; ///< empty: there is none
-    std::string reason;                 ///< the system's message, if the answer is not that the host does not exist
+    std::vector<HostAddress> addresses = {};   ///< empty: there is none
+    OpenProblem problem = OpenProblem::NoHost; ///< why there are none
+    std::string reason = {};                   ///< with Other: the system's message
 };
 
 class clsNameLookup {
@@ -29,13 +32,15 @@ public:
     explicit clsNameLookup(Resolve resolve = AskSystem) : m_resolve(std::move(resolve)) {}
 
     /// Asks for a host. A question for it that is still open is not asked again, so that a name server that is down
-    /// costs one thread, however often the line is tried.
-    void Ask(const std::string& host, const std::string& port);
+    /// costs one thread, however often the line is tried. An answer that came after the last attempt has given up
+    /// serves this one, unless that was long ago. `now_s` counts from any moment.
+    void Ask(const std::string& host, const std::string& port, double now_s);
     /// The answer, once; empty until it has come.
     std::optional<HostAnswer> Take();
 
 private:
     Resolve m_resolve;
     std::string m_asked;
+    double m_open_s = 0.0; ///< then the question was open
     std::future<HostAnswer> m_answer;
 };

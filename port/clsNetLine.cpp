@@ -54,7 +54,7 @@ clsNetLine::clsNetLine(modLineUrl::LineUrl url, clsNameLookup& lookup, double no
     if (m_url.protocol == modLineUrl::Protocol::Rfc2217) {
         m_telnet.emplace();
     }
-    m_lookup.Ask(m_url.host, m_url.port);
+    m_lookup.Ask(m_url.host, m_url.port, now_s);
     Step(now_s);
 }
 
@@ -90,7 +90,7 @@ void clsNetLine::resolve(double now_s)
         return;
     }
     if (answer->addresses.empty()) {
-        end(answer->reason.empty() ? OpenProblem::NoHost : OpenProblem::Other, answer->reason);
+        end(answer->problem, answer->reason);
         return;
     }
     m_addresses = std::move(answer->addresses);
@@ -163,11 +163,13 @@ void clsNetLine::followAgreement()
     }
 }
 
-/// Bytes that are not taken now keep their place in the system.
+/// Bytes that are not taken now keep their place in the system. A server that does not read its answers is not read, so
+/// that they do not pile up here.
 void clsNetLine::takeArrived()
 {
     std::array<char, 4096> piece{};
-    for (int pieces = 0; m_fd >= 0 && m_received.size() < kMostReceived && pieces < kPiecesPerLook; ++pieces) {
+    const auto hasRoom = [&] { return m_received.size() < kMostReceived && outgoing().size() <= kMostOutgoing; };
+    for (int pieces = 0; m_fd >= 0 && hasRoom() && pieces < kPiecesPerLook; ++pieces) {
         const ssize_t count = recv(m_fd, piece.data(), std::min(piece.size(), kMostReceived - m_received.size()), 0);
         if (count > 0 && m_telnet) {
             m_telnet->Receive({piece.data(), static_cast<std::size_t>(count)}, m_received);
@@ -297,6 +299,12 @@ void clsNetLine::endBy(int error)
         break;
     case ETIMEDOUT:
         end(OpenProblem::TimedOut);
+        break;
+    case EHOSTUNREACH:
+    case ENETUNREACH:
+    case EHOSTDOWN:
+    case ENETDOWN:
+        end(OpenProblem::NoRoute);
         break;
     default:
         end(OpenProblem::Other, std::generic_category().message(error));

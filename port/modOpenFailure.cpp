@@ -26,6 +26,10 @@ TextId textOf(const OpenFailure& failure)
         return TextId::PortNoAddress;
     case OpenProblem::NoHost:
         return TextId::PortNoHost;
+    case OpenProblem::NameUnresolved:
+        return TextId::PortNameUnresolved;
+    case OpenProblem::NoRoute:
+        return TextId::PortNoRoute;
     case OpenProblem::Refused:
         return TextId::PortRefused;
     case OpenProblem::TimedOut:

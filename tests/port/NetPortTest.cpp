@@ -3,14 +3,17 @@
 #include "port/clsPorts.h"
 #include "port/clsTelnet.h"
 #include "port/modLineUrl.h"
+#include "port/modOpenFailure.h"
 #include "sensor/clsRVQ.h"
 #include "tests/support/clsLoopbackServer.h"
 #include "tests/support/clsScriptedPort.h"
+#include "texts/modFunctions.h"
 
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
+#include <stdexcept>
 #include <thread>
 
 using namespace std::string_literals;
@@ -72,6 +75,7 @@ TEST(Telnet, TakesTheLineOutOfWhatTheServerSends)
          "a\xFF\xFD\x18\xFF\xFD\x18"s
          "b",
          "ab", "\xFF\xFC\x18", 0},
+        {"line that the server offers, twice", "\xFF\xFB\x2C\xFF\xFB\x2C", "", "\xFF\xFD\x2C", 0},
         {"echo and a terminal that nobody has", "\xFF\xFB\x01\xFF\xFD\x1F", "", "\xFF\xFE\x01\xFF\xFC\x1F", 0},
         {"what was asked for", "\xFF\xFB\x00\xFF\xFD\x00\xFF\xFB\x03"s, "", "", 0},
         {"commands without meaning",
@@ -105,6 +109,21 @@ TEST(Telnet, TakesTheLineOutOfWhatTheServerSends)
             EXPECT_EQ(telnet.TakeLineErrors(), row.errors) << row.name;
         }
     }
+}
+
+TEST(Telnet, ARefusalIsFinalAndAServerCannotKeepItTalking)
+{
+    clsTelnet telnet;
+    std::string data, storm;
+    for (int i = 0; i < 1000; ++i) {
+        storm += kDoLine + kDontLine + "\xFF\xFB\x2C\xFF\xFC\x2C";
+    }
+    telnet.Receive(kDontLine + kDoLine, data);
+    EXPECT_EQ(telnet.Agreed(), clsTelnet::Agreement::Refused);
+    telnet = {};
+    telnet.Receive(storm, data);
+    EXPECT_EQ(telnet.Agreed(), clsTelnet::Agreement::Refused);
+    EXPECT_LT(telnet.Outgoing().size(), 100U);
 }
 
 TEST(Telnet, BelievesTheServerAboutTheLastRateOnly)
@@ -243,10 +262,20 @@ TEST(NetPort, SaysWhyItCannotOpen)
     EXPECT_TRUE(nonsense.Reaches(PortState::Closed));
     EXPECT_EQ(nonsense.port.LastFailure(1).problem, OpenProblem::Refused);
 
-    NetLine unknown("tcp://no.such.host:1", [](const std::string&, const std::string&) { return HostAnswer(); });
-    unknown.port.sio_open(1);
-    EXPECT_TRUE(unknown.Reaches(PortState::Closed));
-    EXPECT_EQ(unknown.port.LastFailure(1).problem, OpenProblem::NoHost);
+    using Lookup = std::pair<clsNameLookup::Resolve, OpenProblem>;
+    const Lookup kLookups[] = {
+        {[](const std::string&, const std::string&) { return HostAnswer(); }, OpenProblem::NoHost},
+        {[](const std::string&, const std::string&) { return HostAnswer{.problem = OpenProblem::NameUnresolved}; },
+         OpenProblem::NameUnresolved},
+        {[](const std::string&, const std::string&) -> HostAnswer { throw std::runtime_error("no memory"); },
+         OpenProblem::Other}};
+    for (const auto& [resolve, problem] : kLookups) {
+        NetLine line("tcp://no.such.host:1", resolve);
+        line.port.sio_open(1);
+        EXPECT_TRUE(line.Reaches(PortState::Closed));
+        EXPECT_EQ(line.port.LastFailure(1).problem, problem);
+        EXPECT_NE(modOpenFailure::Text(line.port.LastFailure(1), LanguageGerman), "");
+    }
 }
 
 TEST(NetPort, ANameThatResolvesSlowlyKeepsNobody)
@@ -277,6 +306,32 @@ TEST(NetPort, ANameThatResolvesSlowlyKeepsNobody)
     server->answers = true;
     EXPECT_TRUE(NetLine::Until([&] { return server->hasAnswered.load(); }));
     EXPECT_EQ(server->questions, 1);
+}
+
+TEST(NetPort, AnAnswerBetweenTwoAttemptsServesTheNextUnlessItIsOld)
+{
+    using Row = std::pair<double, int>;
+    for (const auto& [pause_s, questions] : {Row{5.0, 1}, Row{3600.0, 2}}) {
+        clsLoopbackServer server;
+        std::atomic<int> asked = 0, answered = 0;
+        NetLine line("tcp://slow.example:1", [&](const std::string&, const std::string&) {
+            const bool isFirst = ++asked == 1;
+            NetLine::Until([&] { return !isFirst || answered > 0; });
+            ++answered;
+            return clsNameLookup::AskSystem("127.0.0.1", server.Port());
+        });
+        line.port.sio_open(1);
+        line.now_s += clsNetLine::kOpening_s + 1;
+        EXPECT_EQ(line.port.State(1), PortState::Closed);
+        line.port.sio_close(1);
+        answered = 1;
+        EXPECT_TRUE(NetLine::Until([&] { return answered == 2; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // from the resolver's end to its answer
+        line.now_s += pause_s;
+        line.port.sio_open(1);
+        EXPECT_TRUE(line.Reaches(PortState::Open)) << pause_s;
+        EXPECT_EQ(asked, questions) << pause_s;
+    }
 }
 
 TEST(NetPort, TriesEachAddressOfAHost)
@@ -363,6 +418,8 @@ TEST(Ports, ANumberLeadsToWhatStandsBehindIt)
     modPComm::PortDevices devices;
     devices.Override(1, "tcp://127.0.0.1:" + server.Port());
     clsPorts ports(devices);
+    EXPECT_FALSE(ports.HasRate(1)) << "before it was ever opened";
+    EXPECT_TRUE(ports.HasRate(2));
     EXPECT_EQ(ports.sio_open(1), 0);
     EXPECT_TRUE(NetLine::Until([&] { return ports.State(1) == PortState::Open; }));
     devices.Override(1, "/dev/null");
