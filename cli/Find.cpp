@@ -46,8 +46,9 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
             return devices.DeviceOf(other.port) == devices.DeviceOf(port);
         };
         if (std::ranges::none_of(candidates, isListed)) {
-            candidates.push_back(
-                {port, typed == std::to_string(port) ? modCandidates::NameOf(port, devices) : devices.DeviceOf(port)});
+            const bool isNumber = typed == std::to_string(port);
+            const std::string device = devices.DeviceOf(port);
+            candidates.push_back({port, isNumber ? modCandidates::NameOf(port, devices) : device, false, device});
         }
     }
     return candidates;

@@ -1,9 +1,12 @@
 #include "session/clsFinder.h"
 
+#include "port/modPortScan.h"
 #include "sensor/modHearing.h"
 #include "sensor/modReplySteps.h"
 
 #include <algorithm>
+#include <chrono>
+#include <future>
 #include <string_view>
 #include <utility>
 
@@ -26,11 +29,46 @@ constexpr std::size_t kMostHeard = 8192; // bytes
 constexpr double kMostDelay_s = 1.0;
 constexpr std::size_t kLongestText = 64;
 constexpr std::string_view kQuestion = "C";
+constexpr std::string_view kDumpBegin = "Type:";
+
+/// What may be a dump: it begins with a line, or behind the echo of the question. "Content-Type:" begins none.
+std::string_view fromDump(std::string_view heard)
+{
+    for (std::size_t at = heard.find(kDumpBegin); at != std::string_view::npos; at = heard.find(kDumpBegin, at + 1)) {
+        if (at == 0 || heard[at - 1] == '\n' || heard.substr(0, at) == kQuestion) {
+            return heard.substr(at);
+        }
+    }
+    return {};
+}
+
+/// A line of text arrives only at the right rate; anything else may come from a sensor at another one.
+bool holdsTextLine(std::string_view heard)
+{
+    const auto isShown = [](char byte) { return byte > ' ' && byte <= '~'; };
+    for (std::size_t end = heard.find('\n'); end != std::string_view::npos; end = heard.find('\n')) {
+        const std::string_view line = heard.substr(0, end);
+        const bool isText = std::ranges::all_of(
+            line, [&](char byte) { return isShown(byte) || byte == ' ' || byte == '\t' || byte == '\r'; });
+        if (isText && std::ranges::any_of(line, isShown)) {
+            return true;
+        }
+        heard.remove_prefix(end + 1);
+    }
+    return false;
+}
 
 } // namespace
 
-clsFinder::clsFinder(SerialPort& port, std::vector<FindCandidate> candidates, Tell tell)
-    : m_port(port), m_candidates(std::move(candidates)), m_tell(std::move(tell)), m_work(finding())
+std::optional<PortUser> clsFinder::AskSystem(const std::string& device)
+{
+    const auto users = modPortScan::UsersOf({device});
+    return users.empty() ? std::nullopt : std::optional(users.begin()->second);
+}
+
+clsFinder::clsFinder(SerialPort& port, std::vector<FindCandidate> candidates, Tell tell, UserOf userOf)
+    : m_port(port), m_candidates(std::move(candidates)), m_tell(std::move(tell)), m_userOf(std::move(userOf)),
+      m_work(finding())
 {}
 
 bool clsFinder::Step(double now_s)
@@ -47,6 +85,10 @@ Operation<> clsFinder::finding()
     for (m_at = 0; m_at < m_candidates.size(); ++m_at) {
         if (candidate().isOwn) {
             tell(FindEvent::Own);
+            continue;
+        }
+        Operation<bool> look = lookingForUser();
+        if (co_await look) {
             continue;
         }
         Operation<> search = searching();
@@ -84,6 +126,27 @@ Operation<> clsFinder::searching()
     }
 }
 
+/// True when another program has the device. The system keeps out neither root nor anybody from a device whose user has
+/// not locked it, and opening it would set the line under that program's feet.
+Operation<bool> clsFinder::lookingForUser()
+{
+    using namespace std::chrono_literals;
+    if (candidate().device.empty()) {
+        co_return false;
+    }
+    // Where no thread can start, the answer is worked out in `get`.
+    std::future<std::optional<PortUser>> answer =
+        std::async(std::launch::async | std::launch::deferred, m_userOf, candidate().device);
+    while (answer.wait_for(0s) == std::future_status::timeout) {
+        co_await NextStep{};
+    }
+    const std::optional<PortUser> user = answer.get();
+    if (user) {
+        tellNotOpened({OpenProblem::Busy, candidate().device, {}, {}, *user});
+    }
+    co_return user.has_value();
+}
+
 Operation<bool> clsFinder::opening()
 {
     const std::int32_t port = candidate().port;
@@ -99,27 +162,27 @@ Operation<bool> clsFinder::opening()
     if (state == PortState::Open) {
         co_return true;
     }
-    FindStep step{FindEvent::NotOpened, candidate().name, 0, m_port.LastFailure(port), m_at};
-    if (state == PortState::Opening) {
-        step.failure = {OpenProblem::TimedOut, candidate().name, {}, {}};
-    }
-    m_tell(step);
+    tellNotOpened(state == PortState::Opening ? OpenFailure{OpenProblem::TimedOut, candidate().name, {}, {}}
+                                              : m_port.LastFailure(port));
     co_return false;
 }
 
-/// Silence is the same at every rate; bytes that say nothing may be values at another one.
+/// Silence is the same at every rate; bytes that say nothing may be values at another one. Silence behind them does not
+/// make the line a quiet one: whatever has sent them is still there.
 Operation<clsFinder::Sound> clsFinder::hearing(const std::vector<std::int32_t>& rates)
 {
     Sound sound = Sound::Bytes;
+    bool isMute = true;
     double limit_s = kFirstRate_s;
     for (const std::int32_t rate : rates) {
         Operation<Sound> listen = listeningAt(rate, std::exchange(limit_s, kOtherRate_s));
         sound = co_await listen;
-        if (sound != Sound::Bytes) {
-            break;
+        isMute = isMute && m_heard.empty();
+        if (sound != Sound::Bytes && (sound != Sound::Quiet || isMute)) {
+            co_return sound;
         }
     }
-    co_return sound;
+    co_return isMute ? Sound::Quiet : Sound::Bytes;
 }
 
 Operation<clsFinder::Sound> clsFinder::listeningAt(std::int32_t rate, double limit_s)
@@ -137,7 +200,7 @@ Operation<clsFinder::Sound> clsFinder::listeningAt(std::int32_t rate, double lim
             co_return Sound::Values;
         }
         if (m_now_s - m_lastArrival_s >= kQuiet_s + delay_s()) {
-            co_return Sound::Quiet;
+            co_return m_heard.empty() ? Sound::Quiet : Sound::Bytes;
         }
         const bool saysNothing =
             m_heard.size() >= kManyBytes && !m_isPromising && m_now_s - m_firstArrival_s >= kSure_s;
@@ -158,11 +221,14 @@ Operation<> clsFinder::asking(std::vector<std::int32_t> rates)
             Operation<Answer> ask = askingAt(rate);
             answer = co_await ask;
             const bool isSensor = answer == Answer::Cut || answer == Answer::Dump || answer == Answer::Values;
-            outcome = isSensor ? FindEvent::Found : answer == Answer::Echo ? FindEvent::OnlyEcho : outcome;
+            outcome = isSensor                    ? FindEvent::Found
+                      : answer == Answer::Echo    ? FindEvent::OnlyEcho
+                      : answer == Answer::Foreign ? FindEvent::OtherAnswer
+                                                  : outcome;
         }
-        if (outcome == FindEvent::Found || answer == Answer::Gone) {
+        if (outcome == FindEvent::Found || outcome == FindEvent::OtherAnswer || answer == Answer::Gone) {
             outcome = answer == Answer::Gone ? FindEvent::Vanished : outcome;
-            break;
+            break; // no further question to what is no sensor
         }
     }
     if (outcome == FindEvent::Found) {
@@ -184,7 +250,7 @@ Operation<clsFinder::Answer> clsFinder::askingAt(std::int32_t rate)
         if (!takeArrived()) {
             co_return Answer::Gone;
         }
-        const modReplySteps::DumpSpan dump = modReplySteps::FindDump(m_heard);
+        const modReplySteps::DumpSpan dump = modReplySteps::FindDump(fromDump(m_heard));
         if (!dump.text.empty()) {
             noteDump(dump.text);
             co_return Answer::Dump;
@@ -199,7 +265,10 @@ Operation<clsFinder::Answer> clsFinder::askingAt(std::int32_t rate)
         const double wait_s = isAnswered ? kPause_s : kAnswer_s + bits_s;
         const double since_s = isAnswered ? m_lastArrival_s : m_begun_s;
         if (m_now_s - since_s >= wait_s + delay_s() || isTimeUp()) {
-            co_return isAnswered ? Answer::Cut : m_heard == kQuestion ? Answer::Echo : Answer::None;
+            co_return isAnswered     ? Answer::Cut
+            : m_heard == kQuestion   ? Answer::Echo
+            : holdsTextLine(m_heard) ? Answer::Foreign
+                                     : Answer::None;
         }
     }
 }
@@ -255,9 +324,15 @@ void clsFinder::tell(FindEvent event)
     m_tell({event, candidate().name, m_rate, {}, m_at});
 }
 
+void clsFinder::tellNotOpened(OpenFailure failure)
+{
+    m_tell({FindEvent::NotOpened, candidate().name, 0, std::move(failure), m_at});
+}
+
 void clsFinder::noteFound()
 {
-    m_found.push_back({candidate().port, candidate().name, m_rate, m_format, m_serialNo, m_version});
+    m_found.push_back(
+        {candidate().port, candidate().name, m_rate, m_format, m_serialNo, m_version, candidate().hasNumber});
     tell(FindEvent::Found);
 }
 

@@ -15,8 +15,10 @@
 /// A port to look at.
 struct FindCandidate {
     std::int32_t port = 0;
-    std::string name;   ///< as the user knows it, UTF-8
-    bool isOwn = false; ///< this program uses it: it is named and passed over
+    std::string name;        ///< as the user knows it, UTF-8
+    bool isOwn = false;      ///< this program uses it: it is named and passed over
+    std::string device = {}; ///< its user is asked for before it is opened; empty: not asked
+    bool hasNumber = true;   ///< false: `port` leads to the device only as long as the search runs
 };
 
 enum class FindEvent : std::uint8_t {
@@ -28,8 +30,9 @@ enum class FindEvent : std::uint8_t {
     // What came of a port. `Found` may be followed by another port, not by another event of this one.
     NotOpened,
     NoAnswer,
-    OnlyEcho,   ///< what is sent comes back, and nothing else
-    OtherBytes, ///< something sends that is no sensor; nothing was sent there
+    OnlyEcho,    ///< what is sent comes back, and nothing else
+    OtherBytes,  ///< something sends that is not recognised; nothing was sent there
+    OtherAnswer, ///< the same, but it was silent until it was asked
     Vanished,
     Own,
     Found,
@@ -49,6 +52,7 @@ struct FoundSensor {
     std::int32_t rate = 0;              ///< in bit/s; 0: the line has none to set
     std::optional<std::int32_t> format; ///< of the values that it sends by itself; such a sensor is not asked anything
     std::string serialNo, version;      ///< one byte a character; empty: not known
+    bool hasNumber = true;              ///< as of the candidate
 };
 
 class clsFinder {
@@ -56,10 +60,15 @@ public:
     static constexpr double kPort_s = 10.0; ///< for one port, at most
 
     using Tell = std::function<void(const FindStep&)>;
+    using UserOf = std::function<std::optional<PortUser>(const std::string& device)>;
 
-    /// `port` must outlive the finder and belong to nobody else. It is opened for one candidate after the other, and
-    /// closed after each. `tell` hears each step.
-    clsFinder(SerialPort& port, std::vector<FindCandidate> candidates, Tell tell);
+    /// Which other program has a device open. Takes some tens of milliseconds.
+    static std::optional<PortUser> AskSystem(const std::string& device);
+
+    /// `port` must outlive the finder and belong to nobody else. It is opened for one candidate after the other, unless
+    /// `userOf` says that another program has it, and closed after each. `tell` hears each step; `userOf` runs in a
+    /// thread.
+    clsFinder(SerialPort& port, std::vector<FindCandidate> candidates, Tell tell, UserOf userOf = AskSystem);
 
     /// Goes on at `now_s`, counted from any moment. True when it is over.
     bool Step(double now_s);
@@ -74,10 +83,11 @@ private:
     /// What listening to a line has shown.
     enum class Sound : std::uint8_t { Quiet, Values, Bytes, Announcement, Gone };
     /// What came of a question.
-    enum class Answer : std::uint8_t { None, Echo, Cut, Dump, Values, Gone };
+    enum class Answer : std::uint8_t { None, Echo, Foreign, Cut, Dump, Values, Gone };
 
     Operation<> finding();
     Operation<> searching();
+    Operation<bool> lookingForUser();
     Operation<bool> opening();
     Operation<> asking(std::vector<std::int32_t> rates);
     Operation<Answer> askingAt(std::int32_t rate);
@@ -88,6 +98,7 @@ private:
     bool takeArrived();
     bool hearsValues();
     void tell(FindEvent event);
+    void tellNotOpened(OpenFailure failure);
     void noteFound();
     void noteDump(std::string_view dump);
     const FindCandidate& candidate() const { return m_candidates[m_at]; }
@@ -97,6 +108,7 @@ private:
     SerialPort& m_port;
     std::vector<FindCandidate> m_candidates;
     Tell m_tell;
+    UserOf m_userOf;
     std::vector<FoundSensor> m_found;
     double m_now_s = 0.0;
 

@@ -37,6 +37,17 @@ std::string identityOf(const std::string& device, Kind kind)
     return kind == Kind::Network || error ? device : node.string();
 }
 
+/// A number without a device; 0 when there is none. The last number is not given: it stands for a device that was
+/// named.
+std::int32_t freeNumber(const modPComm::PortDevices& devices)
+{
+    std::int32_t port = modPComm::kPortCount - 1;
+    while (port > 0 && !devices.DeviceOf(port).empty()) {
+        --port;
+    }
+    return port;
+}
+
 } // namespace
 
 std::string NameOf(std::int32_t port, const modPComm::PortDevices& devices)
@@ -45,7 +56,7 @@ std::string NameOf(std::int32_t port, const modPComm::PortDevices& devices)
     return "COM " + std::to_string(port) + (device.empty() ? std::string() : " (" + device + ")");
 }
 
-std::vector<FindCandidate> Known(const modPComm::PortDevices& devices, std::int32_t own)
+std::vector<FindCandidate> Known(modPComm::PortDevices& devices, std::int32_t own)
 {
     std::vector<std::pair<Kind, FindCandidate>> found;
     std::set<std::string> seen;
@@ -53,7 +64,7 @@ std::vector<FindCandidate> Known(const modPComm::PortDevices& devices, std::int3
         const std::string device = devices.DeviceOf(port);
         const Kind kind = kindOf(device);
         if (kind != Kind::None && !devices.IsSimulated(port) && seen.insert(identityOf(device, kind)).second) {
-            found.emplace_back(kind, FindCandidate{port, NameOf(port, devices), port == own});
+            found.emplace_back(kind, FindCandidate{port, NameOf(port, devices), port == own, device});
         }
     };
     if (own > 0) {
@@ -61,6 +72,14 @@ std::vector<FindCandidate> Known(const modPComm::PortDevices& devices, std::int3
     }
     for (std::int32_t port = 1; port <= modPComm::kPortCount; ++port) {
         add(port);
+    }
+    for (const modPortScan::Device& device : modPortScan::Scan()) {
+        const Kind kind = kindOf(device.device);
+        const std::int32_t port = freeNumber(devices);
+        if (kind != Kind::None && port > 0 && seen.insert(identityOf(device.device, kind)).second) {
+            devices.Override(port, device.device);
+            found.emplace_back(kind, FindCandidate{port, device.device, false, device.device, false});
+        }
     }
     std::ranges::stable_sort(found, [](const auto& one, const auto& other) {
         return std::pair(one.first, one.second.port) < std::pair(other.first, other.second.port);

@@ -32,6 +32,8 @@ TextId textOf(FindEvent event)
         return TextId::FindOnlyEcho;
     case FindEvent::OtherBytes:
         return TextId::FindOtherBytes;
+    case FindEvent::OtherAnswer:
+        return TextId::FindOtherAnswer;
     case FindEvent::Vanished:
         return TextId::FindVanished;
     case FindEvent::Own:

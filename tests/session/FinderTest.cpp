@@ -6,10 +6,12 @@
 #include "texts/modFunctions.h"
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -23,6 +25,7 @@ struct Line {
     OpenProblem problem = OpenProblem::None;
     bool isOpening = false; ///< for ever
     bool echoes = false;
+    std::string answer{}; ///< to each question
     bool hasRate = true;
     double delay_s = 0.0;
     std::function<std::string(double)> chatter{}; ///< of something else, by the time
@@ -74,7 +77,7 @@ public:
         Line& line = all.at(port);
         const std::string sent(bytes.data(), bytes.size());
         line.sent += sent;
-        line.waiting += line.echoes ? sent : "";
+        line.waiting += (line.echoes ? sent : "") + line.answer;
         if (line.sensor) {
             line.sensor->Receive(isAtItsRate(line) ? sent : scrambled(sent), now_s);
         }
@@ -238,10 +241,20 @@ TEST(Finder, LinesWithoutASensorSayWhatTheyAre)
         FindEvent outcome;
         bool isAsked;
     };
+    const auto once = [](std::string bytes) {
+        return [bytes](double now_s) mutable { return now_s >= 0.5 ? std::exchange(bytes, {}) : std::string(); };
+    };
+    const auto asked = [](std::string answer) { return Line{.answer = std::move(answer)}; };
     Row rows[] = {{"silent", {}, FindEvent::NoAnswer, true},
                   {"silent, far away", {.delay_s = 0.9}, FindEvent::NoAnswer, true},
                   {"echo", {.echoes = true}, FindEvent::OnlyEcho, true},
                   {"another device", {.chatter = each(1.0, position)}, FindEvent::OtherBytes, false},
+                  {"one that has spoken once", {.chatter = once("scale 12.3 kg")}, FindEvent::OtherBytes, false},
+                  {"one that has shown a value once", {.chatter = once("1.234 m\r\n")}, FindEvent::OtherBytes, false},
+                  {"a menu", asked("C\r\nlogin: "), FindEvent::OtherAnswer, true},
+                  {"a web page", asked("HTTP/1.1 400\r\nContent-Type: text/html\r\n\r\n<p>the end</p>\r\n"),
+                   FindEvent::OtherAnswer, true},
+                  {"line noise after the question", asked("\xA5"), FindEvent::NoAnswer, true},
                   {"noise", {.chatter = each(0.1, "\xA5\x00\x3C\x11\xF0\x0D\x0A"s)}, FindEvent::OtherBytes, false},
                   {"zeros", {.chatter = each(0.05, std::string(12, '\0'))}, FindEvent::OtherBytes, false},
                   {"busy", {.problem = OpenProblem::Busy}, FindEvent::NotOpened, false},
@@ -257,6 +270,7 @@ TEST(Finder, LinesWithoutASensorSayWhatTheyAre)
         EXPECT_TRUE(modFindText::IsOutcome(search.steps.back())) << row.name;
         EXPECT_NE(modFindText::StepText(search.steps.back(), LanguageEnglish), "") << row.name;
         EXPECT_EQ(!search.lines.all[1].sent.empty(), row.isAsked) << row.name;
+        EXPECT_TRUE(row.outcome != FindEvent::OtherAnswer || search.lines.all[1].sent == "C") << row.name;
         EXPECT_FALSE(search.lines.all[1].isOpen) << row.name;
         EXPECT_LE(search.longest_s, clsFinder::kPort_s) << row.name;
     }
@@ -303,6 +317,29 @@ TEST(Finder, GoesThroughAllPortsAndLeavesItsOwnAlone)
     EXPECT_EQ(found[1].port, 4);
     EXPECT_EQ(search.lines.all[2].openings, 0);
     EXPECT_EQ(std::ranges::count(search.steps, FindEvent::Own, &FindStep::event), 1);
+}
+
+TEST(Finder, NeverOpensAPortThatAnotherProgramHas)
+{
+    Search search;
+    search.AddSensor(9600, Format::AsciiUnit, false);
+    search.AddSensor(9600, Format::AsciiUnit, false);
+    const auto here = std::this_thread::get_id();
+    clsFinder finder(
+        search.lines, {{1, "COM 1", false, "/dev/one"}, {2, "COM 2", false, "/dev/two"}},
+        [&](const FindStep& step) { search.steps.push_back(step); },
+        [&](const std::string& device) {
+            EXPECT_NE(std::this_thread::get_id(), here) << "the window would wait";
+            return device == "/dev/one" ? std::optional(PortUser{812, "terminal"}) : std::nullopt;
+        });
+    while (!finder.Step(search.lines.now_s += Search::kStep_s)) {
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    EXPECT_EQ(search.lines.all[1].openings, 0);
+    EXPECT_EQ(modFindText::StepText(search.steps.front(), LanguageEnglish),
+              "COM 1: The device /dev/one is in use by terminal (PID 812).");
+    ASSERT_EQ(finder.Found().size(), 1u);
+    EXPECT_EQ(finder.Found()[0].port, 2);
 }
 
 TEST(Finder, CanBeCancelledAtEachStepAndClosesThePort)

@@ -2,6 +2,7 @@
 
 #include "base/modAPI.h"
 #include "session/modFindText.h"
+#include "texts/modFunctions.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
@@ -14,6 +15,8 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <algorithm>
+#include <string>
 #include <utility>
 
 namespace {
@@ -39,6 +42,7 @@ frmFind::frmFind(QWidget& owner, std::int32_t language, const modPComm::PortDevi
     connect(cmdFindUse, &QPushButton::clicked, this, [this] { Guarded([this] { cmdFindUse_Click(); }); });
     connect(cmdFindClose, &QPushButton::clicked, this, &QDialog::reject);
     connect(lstFound, &QListWidget::itemActivated, this, [this] { Guarded([this] { cmdFindUse_Click(); }); });
+    connect(lstFound, &QListWidget::currentRowChanged, this, [this] { Guarded([this] { showChoice(); }); });
     begin();
 }
 
@@ -48,7 +52,6 @@ void frmFind::buildForm()
     SetTextIds(cmdFindUse, TextId::ButtonFindUse);
     SetTextIds(cmdFindClose, TextId::ButtonClose);
     lblFound->setBuddy(lstFound);
-    SetTextIds(lblFindNote, TextId::NoteFindMeasuring);
     lblFindNote->hide();
     txtFindSteps->setReadOnly(true);
     txtFindSteps->setTabChangesFocus(true);
@@ -80,6 +83,7 @@ void frmFind::begin()
     m_finder.emplace(m_ports, m_candidates, [this](const FindStep& step) { showStep(step); });
     cmdFindStop->setText(Text(TextId::ButtonStop, m_language));
     showFound();
+    showChoice();
     step();
     m_timer->start(kStep_ms);
 }
@@ -109,13 +113,31 @@ void frmFind::showFound()
     for (auto i = static_cast<std::size_t>(lstFound->count()); i < found.size(); ++i) {
         lstFound->addItem(FromUtf8(modFindText::FoundText(found[i], m_language)));
         txtFindSteps->appendPlainText(FromUtf8(modFindText::FoundText(found[i], m_language)));
-        lblFindNote->setVisible(lblFindNote->isVisibleTo(this) || found[i].format);
-        if (lstFound->currentRow() < 0) {
-            lstFound->setCurrentRow(0); // one click takes it
+        const int chosen = lstFound->currentRow();
+        if (chosen < 0 || (found[i].hasNumber && !found[static_cast<std::size_t>(chosen)].hasNumber)) {
+            lstFound->setCurrentRow(static_cast<int>(i)); // one click takes it
         }
+        showChoice();
     }
     ShowText(*lblFound, Text(TextId::FindCount, m_language).arg(found.size()));
-    cmdFindUse->setEnabled(!found.empty());
+}
+
+/// A device without a number has one only for this search, so the program could not come back to it.
+void frmFind::showChoice()
+{
+    const std::vector<FoundSensor>& found = m_finder->Found();
+    const int row = lstFound->currentRow();
+    const FoundSensor* chosen = row < 0 ? nullptr : &found.at(static_cast<std::size_t>(row));
+    const bool isUsable = chosen != nullptr && chosen->hasNumber;
+    const bool isMeasuring = std::ranges::any_of(found, [](const FoundSensor& sensor) { return sensor.format; });
+    cmdFindUse->setEnabled(isUsable);
+    lblFindNote->setVisible(isMeasuring || (chosen != nullptr && !isUsable));
+    if (chosen != nullptr && !isUsable) {
+        const std::string text = modFunctions::GetText(TextId::FindNoNumber, m_language);
+        ShowText(*lblFindNote, FromUtf8(modFunctions::Filled(text, {chosen->name, std::to_string(chosen->port)})));
+    } else if (isMeasuring) {
+        ShowText(*lblFindNote, Text(TextId::NoteFindMeasuring, m_language));
+    }
 }
 
 void frmFind::end(bool isStopped)
@@ -139,7 +161,7 @@ void frmFind::cmdFindStop_Click()
 void frmFind::cmdFindUse_Click()
 {
     const int row = lstFound->currentRow();
-    if (row < 0) {
+    if (row < 0 || !cmdFindUse->isEnabled()) {
         return;
     }
     m_finder->Cancel();

@@ -37,6 +37,7 @@ private:
     void step();
     void showStep(const FindStep& step);
     void showFound();
+    void showChoice();
     void end(bool isStopped);
     void cmdFindStop_Click();
     void cmdFindUse_Click();

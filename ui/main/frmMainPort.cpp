@@ -32,8 +32,9 @@ void frmMain::findSensor()
         m_portWatch->Stop(); // its descriptor goes; the next tick renews it
         m_session.Loop().Rest(true);
     }
-    frmFind window(*this, m_settings.Language, m_devices,
-                   modCandidates::Known(m_devices, isConnected ? m_settings.Comport : 0));
+    modPComm::PortDevices searched = m_devices; // with numbers that are given for the search alone
+    frmFind window(*this, m_settings.Language, searched,
+                   modCandidates::Known(searched, isConnected ? m_settings.Comport : 0));
     window.exec();
     m_session.Loop().Rest(false);
     if (window.Chosen() && !device.Wait().Ended) {

@@ -160,7 +160,8 @@ void frmSplash::cmdOK_Click()
 /// What was chosen is connected to at once.
 void frmSplash::cmdFind_Click()
 {
-    frmFind window(*this, m_settings.Language, m_devices, modCandidates::Known(m_devices, 0));
+    modPComm::PortDevices searched = m_devices; // with numbers that are given for the search alone
+    frmFind window(*this, m_settings.Language, searched, modCandidates::Known(searched, 0));
     if (window.exec() != QDialog::Accepted) {
         return;
     }
