@@ -131,9 +131,9 @@ int TrafficModel::Find(const QString& text, int row, bool backwards) const
     const int rows = rowCount();
     for (int step = 0; step < rows; ++step) {
         const int at = ((backwards ? row - step : row + step) % rows + rows) % rows;
-        const TrafficEntry& entry = m_traffic.At(m_shown[static_cast<std::size_t>(at)]);
+        const TrafficEntry* entry = entryOf(at);
         for (const int column : {ColumnText, ColumnHex, ColumnMeaning}) {
-            if (textAt(entry, column).contains(text, Qt::CaseInsensitive)) {
+            if (entry != nullptr && textAt(*entry, column).contains(text, Qt::CaseInsensitive)) {
                 return at;
             }
         }
@@ -143,8 +143,15 @@ int TrafficModel::Find(const QString& text, int row, bool backwards) const
 
 QString TrafficModel::LineAt(int row) const
 {
-    const TrafficEntry& entry = m_traffic.At(m_shown[static_cast<std::size_t>(row)]);
-    return FromUtf8(modTrafficText::FileLine(m_traffic, entry, m_style));
+    const TrafficEntry* entry = entryOf(row);
+    return entry == nullptr ? QString() : FromUtf8(modTrafficText::FileLine(m_traffic, *entry, m_style));
+}
+
+/// Null when the ring has let it go since the last `Follow`: its place now holds one of the newest.
+const TrafficEntry* TrafficModel::entryOf(int row) const
+{
+    const std::uint64_t number = m_shown[static_cast<std::size_t>(row)];
+    return number < m_traffic.First() ? nullptr : &m_traffic.At(number);
 }
 
 int TrafficModel::rowCount(const QModelIndex& parent) const
@@ -162,20 +169,19 @@ QVariant TrafficModel::data(const QModelIndex& index, int role) const
     if (!index.isValid() || index.row() >= rowCount()) {
         return {};
     }
-    const std::uint64_t number = m_shown[static_cast<std::size_t>(index.row())];
-    if (number < m_traffic.First()) {
-        return {}; // it has gone since the last look
+    const TrafficEntry* entry = entryOf(index.row());
+    if (entry == nullptr) {
+        return {};
     }
-    const TrafficEntry& entry = m_traffic.At(number);
     const bool isBytes = index.column() == ColumnText || index.column() == ColumnHex;
     switch (role) {
     case Qt::DisplayRole:
-        return textAt(entry, index.column());
+        return textAt(*entry, index.column());
     case Qt::ToolTipRole:
-        return isBytes ? textAt(entry, index.column()) : QString();
+        return isBytes ? textAt(*entry, index.column()) : QString();
     case Qt::FontRole:
         return isBytes ? QVariant(m_bytesFont)
-                       : (entry.kind == TrafficKind::SentByHand ? QVariant(m_handFont) : QVariant());
+                       : (entry->kind == TrafficKind::SentByHand ? QVariant(m_handFont) : QVariant());
     default:
         return {};
     }

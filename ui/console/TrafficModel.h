@@ -35,7 +35,7 @@ public:
     /// The next row from `row` on, or back from it, with this text in one of its columns, in any case; -1 when there is
     /// none. The search goes on at the other end.
     int Find(const QString& text, int row, bool backwards) const;
-    /// The line of a row as a file has it.
+    /// The line of a row as a file has it; empty when the ring has let it go.
     QString LineAt(int row) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -45,6 +45,7 @@ public:
 
 private:
     bool isShown(const TrafficEntry& entry) const;
+    const TrafficEntry* entryOf(int row) const;
     QString textAt(const TrafficEntry& entry, int column) const;
     int dropGone();
     void takeAnew(std::uint64_t firstChanged);

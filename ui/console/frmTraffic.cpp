@@ -247,11 +247,16 @@ void frmTraffic::filter()
     showState();
 }
 
-/// The list follows its end unless it was scrolled up; then its rows stay where they are.
 void frmTraffic::Follow()
 {
+    follow(chkPause->isChecked());
+}
+
+/// The list follows its end unless it was scrolled up; then its rows stay where they are. While paused it only lets go
+/// what the ring no longer has.
+void frmTraffic::follow(bool isPaused)
+{
     QScrollBar* bar = tblTraffic->verticalScrollBar();
-    const bool isPaused = chkPause->isChecked();
     const std::uint64_t changed = isPaused ? m_session.Traffic()->End() : m_session.Traffic()->TakeChanged();
     const int before = bar->value(), rows = m_model->rowCount();
     const int gone = m_model->Follow(isPaused, changed);
@@ -298,6 +303,7 @@ void frmTraffic::find(bool backwards)
         return;
     }
     const WaitCursor waiting;
+    follow(true);
     const QModelIndex present = tblTraffic->currentIndex();
     const int from = present.isValid() ? present.row() + (backwards ? -1 : 1) : 0;
     const int row = m_model->Find(txtSearch->text(), from, backwards);
@@ -312,6 +318,7 @@ void frmTraffic::find(bool backwards)
 void frmTraffic::cmdCopy_Click()
 {
     const WaitCursor waiting;
+    follow(true);
     QModelIndexList chosen = tblTraffic->selectionModel()->selectedRows();
     std::sort(chosen.begin(), chosen.end());
     QString lines;

@@ -47,6 +47,7 @@ private:
     void localise();
     void fill(QComboBox& list, TextId choices) const;
     void filter();
+    void follow(bool isPaused);
     void showState();
     void showHand();
     void find(bool backwards);

@@ -114,6 +114,28 @@ TEST(TrafficWindow, CopiesTheChosenRowsAndSavesEverything)
     EXPECT_TRUE(desk.In<QLabel>("lblState")->text().contains("cannot be saved"));
 }
 
+/// Between two looks of the list new entries take the places of the oldest ones.
+TEST(TrafficWindow, CopiesAndFindsOnlyWhatAFullRingStillHas)
+{
+    const TrafficDesk desk;
+    clsTraffic& traffic = *desk.session->Traffic();
+    const auto opened = [&](int entries, std::int32_t rate) {
+        for (int i = 0; i < entries; ++i) {
+            traffic.Opened(rate, 46000.5);
+        }
+    };
+    opened(clsTraffic::kMostEntries, 1200);
+    desk.traffic->Follow();
+    opened(5, 9600);
+    auto* model = qobject_cast<TrafficModel*>(desk.Table()->model());
+    EXPECT_EQ(model->LineAt(0), "");
+    EXPECT_EQ(model->Find("9600", 0, false), -1);
+    desk.In("cmdCopy")->click();
+    const QString copied = QApplication::clipboard()->text();
+    EXPECT_EQ(copied.count("1200"), static_cast<int>(clsTraffic::kMostEntries) - 5);
+    EXPECT_EQ(copied.count("9600"), 0);
+}
+
 TEST(TrafficWindow, SendsByHandOnlyWhenSwitchedOnAndSaysWhyNot)
 {
     TrafficDesk desk;
