@@ -178,7 +178,7 @@ QVariant TrafficModel::data(const QModelIndex& index, int role) const
     case Qt::DisplayRole:
         return textAt(*entry, index.column());
     case Qt::ToolTipRole:
-        return isBytes ? textAt(*entry, index.column()) : QString();
+        return isBytes ? PlainToolTip(textAt(*entry, index.column())) : QString();
     case Qt::FontRole:
         return isBytes ? QVariant(m_bytesFont)
                        : (entry->kind == TrafficKind::SentByHand ? QVariant(m_handFont) : QVariant());

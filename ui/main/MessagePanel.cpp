@@ -126,7 +126,7 @@ bool MessagePanel::Explain(const QString& failure)
     for (const auto& [message, time] : m_notes) {
         lines += time + u' ' + message;
     }
-    setToolTip(lines.join(u'\n'));
+    setToolTip(PlainToolTip(lines.join(u'\n')));
     return isNew;
 }
 

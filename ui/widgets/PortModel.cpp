@@ -196,7 +196,7 @@ QVariant PortModel::data(const QModelIndex& index, int role) const
         return texts.join(QStringLiteral(", "));
     }
     case Qt::ToolTipRole:
-        return toolTip(row);
+        return PlainToolTip(toolTip(row));
     default:
         return {};
     }

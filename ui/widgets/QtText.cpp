@@ -3,12 +3,18 @@
 #include "base/CodePage.h"
 
 #include <QLocale>
+#include <QTextDocument>
 
 char DecimalSeparator()
 {
     const QString point = QLocale().decimalPoint();
     const char separator = point.isEmpty() ? '\0' : point.front().toLatin1();
     return separator != '\0' ? separator : '.'; // some scripts have their own sign, which no text here can hold
+}
+
+QString PlainToolTip(const QString& text)
+{
+    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
 }
 
 QString FromBytes(std::string_view bytes)

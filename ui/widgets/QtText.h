@@ -12,6 +12,10 @@ QString FromBytes(std::string_view bytes);
 /// The way back; a character that the code page lacks becomes "?".
 std::string ToBytes(const QString& text);
 
+/// A text for a tool tip that is shown as it is, although a sensor, a device or somebody else may have written tags
+/// into it.
+QString PlainToolTip(const QString& text);
+
 /// The decimal separator of the user's locale, one byte.
 char DecimalSeparator();
 

@@ -1,5 +1,7 @@
 #include "ui/widgets/SelectableLine.h"
 
+#include "ui/widgets/QtText.h"
+
 #include <QEvent>
 #include <QPainter>
 #include <QStyle>
@@ -32,7 +34,7 @@ QSize SelectableLine::minimumSizeHint() const
 bool SelectableLine::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip) {
-        setToolTip(isCut() ? text().toHtmlEscaped() : QString());
+        setToolTip(isCut() ? PlainToolTip(text()) : QString());
     }
     return QLabel::event(event);
 }

@@ -136,6 +136,18 @@ TEST(TrafficWindow, CopiesAndFindsOnlyWhatAFullRingStillHas)
     EXPECT_EQ(copied.count("9600"), 0);
 }
 
+/// What a sensor says is no markup.
+TEST(TrafficWindow, ToolTipsShowTagsAsTheyCame)
+{
+    TrafficDesk desk;
+    clsTraffic& traffic = *desk.session->Traffic();
+    traffic.Sent("<img src='x'>", TrafficKind::Sent, Request::Parameter, 46000.5);
+    desk.traffic->Follow();
+    const auto toolTip =
+        desk.Table()->model()->index(desk.Rows() - 1, TrafficModel::ColumnText).data(Qt::ToolTipRole).toString();
+    EXPECT_TRUE(toolTip.contains("&lt;img")) << qPrintable(toolTip);
+}
+
 TEST(TrafficWindow, SendsByHandOnlyWhenSwitchedOnAndSaysWhyNot)
 {
     TrafficDesk desk;
