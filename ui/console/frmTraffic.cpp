@@ -283,15 +283,21 @@ void frmTraffic::showState()
     ShowText(*lblState, parts.join(u' '));
 }
 
+/// In UTF-8: in the code page a character that it lacks would be a question mark, which can be sent.
+std::string frmTraffic::typed() const
+{
+    return txtHand->text().toStdString();
+}
+
 /// Why nothing can be sent, or what will be.
 void frmTraffic::showHand()
 {
     const bool isOn = chkHand->isChecked();
-    const std::string typed = ToBytes(txtHand->text());
-    TextId problem = modHandSending::ProblemOf(typed);
-    problem = problem == TextId::None ? m_session.ObstacleByHand(typed) : problem;
-    const TextId will = modHandSending::IsFrame(typed) ? TextId::HandWillRead : TextId::HandWillSend;
-    const QString sent = FromUtf8(modTrafficText::Text(modHandSending::BytesOf(typed)));
+    const std::string command = typed();
+    TextId problem = modHandSending::ProblemOf(command);
+    problem = problem == TextId::None ? m_session.ObstacleByHand(command) : problem;
+    const TextId will = modHandSending::IsFrame(command) ? TextId::HandWillRead : TextId::HandWillSend;
+    const QString sent = FromUtf8(modTrafficText::Text(modHandSending::BytesOf(command)));
     txtHand->setEnabled(isOn);
     cmdSend->setEnabled(isOn && problem == TextId::None);
     ShowText(*lblHand, !isOn ? QString() : problem == TextId::None ? text(will).arg(sent) : text(problem));
@@ -360,10 +366,10 @@ void frmTraffic::cmdSave_Click()
 
 void frmTraffic::cmdSend_Click()
 {
-    const std::string typed = ToBytes(txtHand->text());
-    if (chkHand->isChecked() && modHandSending::ProblemOf(typed) == TextId::None &&
-        m_session.ObstacleByHand(typed) == TextId::None) {
-        m_session.SendByHand(typed);
+    const std::string command = typed();
+    if (chkHand->isChecked() && modHandSending::ProblemOf(command) == TextId::None &&
+        m_session.ObstacleByHand(command) == TextId::None) {
+        m_session.SendByHand(command);
         txtHand->selectAll();
     }
     showHand();

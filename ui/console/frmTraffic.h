@@ -8,6 +8,7 @@
 #include <QDialog>
 
 #include <functional>
+#include <string>
 
 class QCheckBox;
 class QComboBox;
@@ -50,6 +51,7 @@ private:
     void follow(bool isPaused);
     void showState();
     void showHand();
+    std::string typed() const;
     void find(bool backwards);
     void cmdCopy_Click();
     void cmdSave_Click();

@@ -159,7 +159,7 @@ TEST(TrafficWindow, SendsByHandOnlyWhenSwitchedOnAndSaysWhyNot)
     emit text->returnPressed();
     desk.In<QCheckBox>("chkHand")->click();
     for (const auto& [typed, why] : {std::pair("70177", "A frame is three digits"), std::pair("\u00E4", "Only letters"),
-                                     std::pair("", "Type a command")}) {
+                                     std::pair("301 6\u2603", "Only letters"), std::pair("", "Type a command")}) {
         text->setText(typed);
         EXPECT_FALSE(desk.In("cmdSend")->isEnabled()) << typed;
         EXPECT_TRUE(desk.Hand().startsWith(why)) << typed;
