@@ -15,6 +15,7 @@ namespace {
 constexpr double kPatience_s = 2.0; // a sensor forgets a frame that is not finished
 constexpr std::size_t kLongestFrame = 64;
 constexpr std::size_t kLongestNews = 40;
+constexpr std::string_view kAside = "T";          // a measuring sensor answers it among its values
 constexpr std::string_view kPolls[] = {"T", "X"}; // what programs ask by their own clock
 
 [[noreturn]] void fail(std::size_t line, std::string_view what)
@@ -238,10 +239,13 @@ void clsReplay::take(const std::string& request, double now_s)
 
 void clsReplay::release(std::size_t request, double now_s)
 {
-    m_due.clear();
+    if (m_requests[request].text != kAside) {
+        m_due.clear();
+    }
     for (const Answer& answer : m_requests[request].answers) {
         m_due.push_back({now_s + answer.after_s, answer.bytes});
     }
+    std::ranges::stable_sort(m_due, {}, &Answer::after_s);
 }
 
 std::string clsReplay::TakeDue(double now_s)

@@ -28,7 +28,8 @@ public:
     /// What the program sends. A request that is the next one of the recording releases what followed it there. For
     /// another one, in this order: polls in front of it that the program has not made are passed over; what was asked
     /// before is answered as it was last, and the recording stays where it is; what is asked later is gone to, and what
-    /// lies between is left out; anything else gets no answer. Each request that has an answer ends the one before.
+    /// lies between is left out; anything else gets no answer. Each request that has an answer ends the one
+    /// before, except the question for the temperature: what is still due comes between what follows it, by its time.
     void Receive(std::string_view bytes, double now_s);
     /// What is due by now.
     std::string TakeDue(double now_s);

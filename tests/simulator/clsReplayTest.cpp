@@ -96,6 +96,20 @@ TEST(Replay, AnAnsweredRequestEndsTheOneBefore)
     EXPECT_EQ(replay.TakeDue(31.0), "hi");
 }
 
+/// A temperature that is asked for earlier than then costs none of the values that are still due.
+TEST(Replay, AnEarlierTemperatureComesAmongTheValues)
+{
+    clsReplay replay = replayOf(recordingOf({"00.000 > 4D", "00.100 < 31", "02.000 < 32", "03.000 > 54", "03.100 < 74",
+                                             "03.500 < 33", "05.000 < 34", "06.000 > 53"}));
+    replay.Start(0.0);
+    replay.Receive("M", 10.0);
+    replay.Receive("T", 11.0);
+    EXPECT_EQ(replay.TakeDue(11.2), "1t");
+    EXPECT_EQ(replay.TakeDue(12.1), "32");
+    replay.Receive("S", 12.2);
+    EXPECT_EQ(replay.TakeDue(20.0), "");
+}
+
 TEST(Replay, RefusesAFileThatIsNoRecordingAndNamesTheLine)
 {
     const std::pair<std::string, const char*> rows[] = {
