@@ -98,6 +98,7 @@ void clsTraffic::Sent(std::string_view bytes, TrafficKind kind, Request request,
         entry.detail = static_cast<std::uint8_t>(request);
         m_sentBytes += piece.size();
     }
+    dropOverwritten(true);
 }
 
 void clsTraffic::Received(std::string_view bytes, double now)
@@ -106,19 +107,25 @@ void clsTraffic::Received(std::string_view bytes, double now)
     m_newest += static_cast<std::int64_t>(bytes.size());
     m_arrivals.Append(bytes.size(), now);
     m_now = now;
-    dropOverwritten();
+    dropOverwritten(false);
 }
 
-/// The oldest entries go when their bytes are no longer there.
-void clsTraffic::dropOverwritten()
+/// An entry goes when its bytes are no longer there, and what is older with it. Each direction has bytes of its own, so
+/// one may have lost them although an older entry of the other has not.
+void clsTraffic::dropOverwritten(bool isSent)
 {
-    for (; m_first < m_end; ++m_first) {
-        const TrafficEntry& oldest = At(m_first);
-        const std::uint64_t newest = IsFromSensor(oldest.kind) ? static_cast<std::uint64_t>(m_newest) : m_sentBytes;
-        const std::size_t kept = IsFromSensor(oldest.kind) ? kReceivedBytes : kSentBytes;
-        if (oldest.length == 0 || static_cast<std::uint32_t>(newest) - oldest.at <= kept) {
+    const std::uint64_t newest = isSent ? m_sentBytes : static_cast<std::uint64_t>(m_newest);
+    const std::size_t kept = isSent ? kSentBytes : kReceivedBytes;
+    std::uint64_t& oldest = isSent ? m_oldestSent : m_oldestReceived;
+    for (oldest = std::max(oldest, m_first); oldest < m_end; ++oldest) {
+        const TrafficEntry& entry = At(oldest);
+        if (isSent ? !IsToSensor(entry.kind) : !IsFromSensor(entry.kind)) {
+            continue;
+        }
+        if (static_cast<std::uint32_t>(newest) - entry.at <= kept) {
             break;
         }
+        m_first = oldest + 1;
     }
 }
 

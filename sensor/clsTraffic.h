@@ -124,16 +124,17 @@ private:
     Range withoutCuts(Range range) const;
     std::int64_t lineBegin(std::int64_t end) const;
     char byteAt(std::int64_t position) const { return m_received[static_cast<std::size_t>(position) % kReceivedBytes]; }
-    void dropOverwritten();
+    void dropOverwritten(bool isSent);
 
     std::vector<TrafficEntry> m_entries;
     std::string m_received, m_sent;
     std::uint64_t m_first = 0, m_end = 0;
     std::uint64_t m_changed = 0;
     std::uint64_t m_sentBytes = 0;
-    std::int64_t m_base = 0;   ///< where the known bytes begin
-    std::int64_t m_cursor = 0; ///< up to which they were told
-    std::int64_t m_newest = 0; ///< where they end
+    std::uint64_t m_oldestSent = 0, m_oldestReceived = 0; ///< where each direction was looked through up to
+    std::int64_t m_base = 0;                              ///< where the known bytes begin
+    std::int64_t m_cursor = 0;                            ///< up to which they were told
+    std::int64_t m_newest = 0;                            ///< where they end
     std::vector<Range> m_cuts;
     TrafficKind m_between = TrafficKind::Unexplained;
     clsArrivals m_arrivals;

@@ -130,6 +130,34 @@ TEST(TrafficRing, KeepsTheNewestEntriesWithTheirOwnBytes)
     }
 }
 
+/// A long upload overwrites its beginning while the answers are still there, and the other way round. What stands at
+/// the top keeps nothing.
+TEST(TrafficRing, AnEntryGoesWithItsBytesWhateverIsOlder)
+{
+    for (const bool isSent : {true, false}) {
+        clsTraffic traffic;
+        traffic.Begin(0);
+        traffic.Opened(38400, 1.0);
+        traffic.Received("1\n", 1.0);
+        traffic.Settle(2, TrafficKind::Unexplained);
+        traffic.Sent("T", TrafficKind::Sent, Request::Temperature, 1.0);
+        const std::string piece(clsTraffic::kMostBytes, 'x');
+        std::int64_t end = 2;
+        for (std::size_t i = 0; i < 80000; ++i) {
+            if (isSent) {
+                traffic.Sent(piece, TrafficKind::Sent, Request::Parameter, 1.0);
+            } else {
+                traffic.Received(piece, 1.0);
+                traffic.Means(end, end + 64, TrafficKind::Refused);
+                end += 64;
+            }
+        }
+        const std::size_t kept = isSent ? clsTraffic::kSentBytes : clsTraffic::kReceivedBytes;
+        EXPECT_EQ(traffic.End() - traffic.First(), kept / piece.size()) << isSent;
+        EXPECT_EQ(traffic.BytesOf(traffic.At(traffic.First())), piece) << isSent;
+    }
+}
+
 TEST(TrafficFile, HasOneLineForAnEntryWithoutControlCharacters)
 {
     clsTraffic traffic;
