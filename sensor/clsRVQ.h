@@ -174,8 +174,8 @@ public:
     /// Sends a request that has a fixed text.
     void SendCommand(Request request) { SendCommand(RowOf(request).text); }
     /// The next command is one that the operator has typed. If the program does not know it, it may have any answer or
-    /// none: neither counts as a lost connection.
-    void MarkNextByHand() { m_nextIsByHand = true; }
+    /// none: neither counts as a lost connection. False takes it back, if nothing was sent.
+    void MarkNextByHand(bool isByHand) { m_nextIsByHand = isByHand; }
 
     /// From now on the traffic is noted there, together with what each piece means; null ends that.
     void Watch(clsTraffic* traffic);

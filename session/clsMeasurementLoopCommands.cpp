@@ -156,7 +156,7 @@ Operation<> clsMeasurementLoop::SendingByHand(std::string typed)
     const std::string bytes = modHandSending::BytesOf(typed);
     const Request request = RequestOf(bytes);
     const std::int32_t state = m_device.CommStatus();
-    m_device.MarkNextByHand();
+    m_device.MarkNextByHand(true);
     if (modHandSending::IsFrame(typed)) {
         Operation<> sending = sendingFrame(bytes);
         co_await sending;
@@ -172,6 +172,7 @@ Operation<> clsMeasurementLoop::SendingByHand(std::string typed)
     } else {
         m_device.SendCommand(bytes);
     }
+    m_device.MarkNextByHand(false);
     showRule();
 }
 
