@@ -1,6 +1,7 @@
 #include "ui/main/frmSplash.h"
 
 #include "port/modPComm.h"
+#include "port/modPortScan.h"
 #include "sensor/clsRVQ.h"
 #include "session/modCandidates.h"
 #include "session/modPortMemory.h"
@@ -19,6 +20,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+
+#include <utility>
 
 namespace {
 
@@ -128,16 +131,24 @@ void frmSplash::localise()
 {
     LocaliseForm(*this, m_settings.Language);
     cmbComPort->Localise(m_settings.Language);
+    m_warnings.clear();
     warnOfPort();
 }
 
 /// The number that is chosen may lead to another device than last time.
 void frmSplash::warnOfPort()
 {
-    const std::string warning =
-        modPortMemory::Warning(cmbComPort->Port(), m_devices, m_settings.Devices, m_settings.Language);
-    lblPortWarning->setText(FromUtf8(warning));
-    lblPortWarning->setVisible(!warning.empty());
+    if (auto seen = modPortScan::Look(); seen != m_seen) {
+        m_seen = std::move(seen);
+        m_warnings.clear();
+    }
+    const auto [known, isNew] = m_warnings.try_emplace(cmbComPort->Port());
+    if (isNew) {
+        known->second =
+            FromUtf8(modPortMemory::Warning(known->first, m_devices, m_settings.Devices, m_settings.Language));
+    }
+    lblPortWarning->setText(known->second);
+    lblPortWarning->setVisible(!known->second.isEmpty());
 }
 
 void frmSplash::cmbLanguage_Click(int index)

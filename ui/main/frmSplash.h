@@ -5,6 +5,11 @@
 #include "texts/TextId.h"
 
 #include <QDialog>
+#include <QString>
+
+#include <cstdint>
+#include <map>
+#include <vector>
 
 class Help;
 class PortList;
@@ -48,6 +53,8 @@ private:
     PortList* cmbComPort;
     QComboBox* cmbBaudrate;
     QLabel* lblPortWarning;
+    std::vector<std::int64_t> m_seen;           ///< `modPortScan::Look` when the warnings were made
+    std::map<std::int32_t, QString> m_warnings; ///< by port: an arrow key must not search the system each time
     QPushButton* cmdFind;
     QPushButton* cmdOK;
     QPushButton* cmdExit;

@@ -38,6 +38,7 @@ std::int32_t PortList::Fill(const modPComm::PortDevices& devices, std::int32_t s
 {
     const QSignalBlocker silent(*this);
     m_devices = &devices;
+    m_seen.clear(); // numbers may lead elsewhere now
     setCurrentIndex(m_ports->RowOf(selected >= 1 && selected <= modPComm::kPortCount ? selected : 1));
     return Port();
 }
@@ -79,6 +80,7 @@ void PortList::showPopup()
 void PortList::hidePopup()
 {
     m_timer->stop();
+    m_seen.clear(); // devices that have gone are still in it
     QComboBox::hidePopup();
     if (m_list != nullptr) {
         m_list->ClearSearch();
@@ -108,7 +110,7 @@ void PortList::keyPressEvent(QKeyEvent* event)
         m_list->TakeKey(*event);
         return;
     }
-    if (event->key() != Qt::Key_Space) {
+    if (event->key() != Qt::Key_Space && modPortScan::Look(m_root) != m_seen) {
         sort(); // the arrows go from one existing device to the next
     }
     QComboBox::keyPressEvent(event);

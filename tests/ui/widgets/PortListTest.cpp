@@ -76,6 +76,25 @@ TEST(PortList, ShowsWhatIsThereFirstAndKeepsThePort)
     EXPECT_EQ(open.View().currentIndex().row(), 1) << "a heading cannot be chosen";
 }
 
+/// The arrow keys of the closed list know what has come and gone meanwhile, also while it was open.
+TEST(PortList, ArrowKeysGoFromOneExistingDeviceToTheNext)
+{
+    OpenList open;
+    open.list.Fill(open.devices, 33);
+    for (const char* name : {"ttyUSB0", "ttyUSB1", "ttyUSB2"}) {
+        open.system.AddUsb(name, 3, {"Maker", "UART", name});
+    }
+    PressKey(open.list, Qt::Key_Down);
+    EXPECT_EQ(open.list.Port(), 34);
+    open.list.showPopup();
+    open.system.Unplug("ttyUSB2");
+    ASSERT_TRUE(Until([&] { return open.Details(3).ends_with("no longer there"); }));
+    open.list.hidePopup();
+    open.system.AddUsb("ttyACM0", 5, {"Maker", "UART", "C3"});
+    PressKey(open.list, Qt::Key_Down);
+    EXPECT_EQ(open.list.Port(), 65);
+}
+
 TEST(PortList, WhatIsTypedNarrowsItAndEnterChooses)
 {
     OpenList open;
