@@ -85,8 +85,8 @@ QLayout* frmSplash::buildChoices()
                     2);
     addChoice(*grid, "lblComPort", *cmbComPort, "cmbComPort", TextId::CaptionPort);
     addChoice(*grid, "lblBaudrate", *cmbBaudrate, "cmbBaudrate", TextId::CaptionBaudrate);
-    cmdFind = addButton("cmdFind", TextId::ButtonFind, &frmSplash::cmdFind_Click);
-    SetTextIds(cmdFind, TextId::ButtonFind, TextId::ToolTipFind);
+    cmdFind = addButton("cmdFind", TextId::ButtonSplashFind, &frmSplash::cmdFind_Click);
+    SetTextIds(cmdFind, TextId::ButtonSplashFind, TextId::ToolTipFind);
     cmdFind->setAutoDefault(false);
     grid->addWidget(cmdFind, grid->rowCount(), 1);
     lblPortWarning = new WrappedLabel(this);
