@@ -2,6 +2,7 @@
 // second, with and without the window, in turns of one run. And of a session alone, with and without the ring.
 // orvex_bench_traffic [SECONDS], 6 by default: how long a turn takes; three turns each.
 #include "base/modAPI.h"
+#include "bench/Table.h"
 #include "port/clsPosixPort.h"
 #include "session/clsSession.h"
 #include "simulator/clsSimulatedSensor.h"
@@ -32,6 +33,7 @@ constexpr int kTurns = 3;
 constexpr int kSettle_ms = 1500;
 constexpr double kBegin = 46000.5;
 constexpr int kValuesPerTick = 25, kTicks = 40000;
+constexpr std::uint64_t kLeastEntries = 400; // a second
 
 double threadTime_s()
 {
@@ -93,6 +95,9 @@ double sessionCost_ns(bool watched)
 
 int main(int argc, char** argv)
 {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
     QApplication application(argc, argv);
     const int seconds = argc > 1 ? std::max(std::atoi(argv[1]), 1) : 6;
     std::array<double, kTurns> without{}, with{}, closed{}, open{};
@@ -100,9 +105,8 @@ int main(int argc, char** argv)
         without[static_cast<std::size_t>(turn)] = sessionCost_ns(false);
         with[static_cast<std::size_t>(turn)] = sessionCost_ns(true);
     }
-    std::printf("session, ns a value: %.0f without the ring, %.0f with it, ratio %.2f\n", least(without), least(with),
-                least(with) / least(without));
-    std::printf("memory of the ring: %.1f MiB\n", static_cast<double>(clsTraffic::kMemory) / (1 << 20));
+    TimeRow("traffic", "a value for the session, noted", least(with) * 1e-9, "not noted", least(without) * 1e-9)
+        .Print();
 
     const TemporaryFolder folder;
     simulator::clsSimulatedSensor sensor({.lineRate = 38400, .format = simulator::Format::Binary, .values_Hz = 500});
@@ -130,12 +134,20 @@ int main(int argc, char** argv)
         window.findChild<QAction*>("mnuOptionsTraffic")->trigger();
         auto* traffic = window.findChild<frmTraffic*>();
         turnOf(open[turn]);
-        std::printf("turn %zu: %.1f ms closed, %.1f ms open a second, %llu entries\n", turn + 1,
-                    closed[turn] * 1000 / seconds, open[turn] * 1000 / seconds,
-                    static_cast<unsigned long long>(session.Traffic()->End()));
+        if (session.Traffic()->End() < static_cast<std::uint64_t>(seconds) * kLeastEntries) {
+            std::fprintf(stderr, "the window has not seen the values\n");
+            return 1;
+        }
         traffic->close();
     }
-    std::printf("program at 500 values/s, ms a second: %.1f closed, %.1f open, ratio %.2f (at most 1.5)\n",
-                least(closed) * 1000 / seconds, least(open) * 1000 / seconds, least(open) / least(closed));
+    const auto use = [seconds](const auto& times) { return NumberText(least(times) / seconds * 100, 1) + " %"; };
+    TableRow{.part = "traffic",
+             .what = "processor use, measuring, 500 values/s, window open",
+             .ours = use(open) + " of a core",
+             .reference = "closed: " + use(closed),
+             .ratio = least(open) / least(closed),
+             .aim = {}}
+        .RatioAtMost(1.5)
+        .Print();
     return 0;
 }
