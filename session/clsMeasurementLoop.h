@@ -51,6 +51,10 @@ public:
     /// changed, and the report says that there is no backup.
     std::function<bool(const std::filesystem::path& folder, std::error_code why)> MayChangeWithoutBackup;
 
+    /// For so many milliseconds after the port was opened nothing is sent, so that a sensor that measures on its own
+    /// can be heard: the first probe ends its measurement.
+    std::int32_t ListenFirst_ms = 0;
+
     /// Lets the front end handle its events while a command waits for the answer to an idle poll; ticks continue
     /// meanwhile. When it is empty, commands do not wait.
     modRVQComm::PumpEvents PumpEvents;
@@ -58,9 +62,6 @@ public:
     /// Starts or stops continuous measurement. A sensor with single output is asked for one value instead; the wait for
     /// it takes at most 41 passes.
     void StartStop(const NextPass& nextPass);
-    /// For so many milliseconds after the port was opened nothing is sent, so that a sensor that measures on its own
-    /// can be heard: the first probe ends its measurement.
-    std::int32_t ListenFirst_ms = 0;
     /// Starts measuring as soon as the sensor answers, as after a lost connection.
     void MeasureWhenConnected() { m_measuring = true; }
     /// Asks for one value; it arrives in a later tick.

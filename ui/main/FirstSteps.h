@@ -1,6 +1,5 @@
-// Shown in an empty chart without a connection: how to connect, and buttons that
-// look for the sensor and start the simulated one. A small sheet in
-// the middle of the chart.
+// Shown in an empty chart without a connection: how to connect, and buttons that look for the sensor and start the
+// simulated one. A small sheet in the middle of the chart.
 #pragma once
 
 #include <QFrame>
