@@ -11,7 +11,8 @@ inline constexpr OptionDef kTrafficOptions[] = {
     {"listen", 0, "", "send nothing, even if the line is quiet"},
 };
 inline constexpr std::string_view kTrafficMore =
-    "Nothing is sent to a sensor that measures, nor where anything else is heard. On a quiet line the program asks for\n"
+    "Nothing is sent to a sensor that measures, nor where anything else is heard. On a quiet line the program asks "
+    "for\n"
     "the sensor as it always does, unless --listen is given. Text is a file that rvqsim --replay plays.";
 
 /// Prints what goes over the line and what it means.
