@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -129,11 +130,12 @@ void frmFind::showChoice()
     const int row = lstFound->currentRow();
     const FoundSensor* chosen = row < 0 ? nullptr : &found.at(static_cast<std::size_t>(row));
     const bool isUsable = chosen != nullptr && chosen->hasNumber;
-    const bool isMeasuring = std::ranges::any_of(found, [](const FoundSensor& sensor) { return sensor.format; });
+    const bool isMeasuring =
+        std::ranges::any_of(found, [](const FoundSensor& sensor) { return sensor.format.has_value(); });
     cmdFindUse->setEnabled(isUsable);
     lblFindNote->setVisible(isMeasuring || (chosen != nullptr && !isUsable));
     if (chosen != nullptr && !isUsable) {
-        const std::string text = modFunctions::GetText(TextId::FindNoNumber, m_language);
+        const std::string_view text = modFunctions::GetText(TextId::FindNoNumber, m_language);
         ShowText(*lblFindNote, FromUtf8(modFunctions::Filled(text, {chosen->name, std::to_string(chosen->port)})));
     } else if (isMeasuring) {
         ShowText(*lblFindNote, Text(TextId::NoteFindMeasuring, m_language));
