@@ -147,6 +147,7 @@ TEST(Program, IsNotHeldUpByMessagesThatNobodyReads)
 
 TEST(Program, AReaderThatHasGoneExcusesOnlyACommandThatEndedForIt)
 {
+    std::signal(SIGPIPE, SIG_IGN);
     for (const auto& [code, ended] : {std::pair(ExitOutputClosed, ExitDone),
                                       {ExitFailed, ExitFailed},
                                       {ExitRefused, ExitRefused},

@@ -463,7 +463,7 @@ interrupted() {
 
 # --- all at the same time ------------------------------------------------------------------------------------------
 
-parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end check_rest_of_answer")
+parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end" "on_line terminal check_rest_of_answer")
 lines=(terminal raw rfc2217)
 [ -x "$ser2net" ] || lines=(terminal)
 for line in "${lines[@]}"; do
