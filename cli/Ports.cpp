@@ -16,7 +16,7 @@ using modPortEntries::PortPart;
 using nlohmann::ordered_json;
 using Users = std::map<std::string, PortUser>;
 
-std::string orDash(std::string text)
+std::string orDash(const std::string& text)
 {
     return text.empty() ? "-" : text;
 }
@@ -87,6 +87,7 @@ int RunPorts(clsProgram& program, const clsArguments& arguments)
     std::vector<PortEntry> entries = modPortEntries::Entries(program.Devices());
     std::erase_if(entries, [](const PortEntry& entry) { return entry.part == PortPart::Other; });
     std::vector<std::string> names;
+    names.reserve(entries.size());
     for (const PortEntry& entry : entries) {
         names.push_back(entry.device.device);
     }

@@ -85,6 +85,7 @@ std::vector<FindCandidate> Known(modPComm::PortDevices& devices, std::int32_t ow
         return std::pair(one.first, one.second.port) < std::pair(other.first, other.second.port);
     });
     std::vector<FindCandidate> candidates;
+    candidates.reserve(found.size());
     for (auto& [kind, candidate] : found) {
         candidates.push_back(std::move(candidate));
     }
