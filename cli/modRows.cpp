@@ -68,12 +68,16 @@ std::string Object(const std::vector<std::pair<std::string_view, std::string>>& 
     for (const auto& [key, value] : members) {
         parts.push_back(Quoted(key) + ":" + value);
     }
-    return "{" + joined(parts) + "}";
+    std::string object(1, '{');
+    object += joined(parts);
+    return object += '}';
 }
 
 std::string Array(const std::vector<std::string>& values)
 {
-    return "[" + joined(values) + "]";
+    std::string array(1, '[');
+    array += joined(values);
+    return array += ']';
 }
 
 } // namespace modRows
