@@ -233,8 +233,10 @@ void clsMeasurementLoop::followRate()
     if (m_device.CommStatus() != DialogueNone) {
         const ParameterDef& row = RowOf(&ParameterSet::Baudrate);
         const bool isKnown = IsSensorKnown() && m_dumps != m_choiceDumps && m_device.IsInDump(row);
-        if (isKnown && m_rates.Connected(RateOfIndex(m_device.Parameters().Baudrate))) {
-            m_listener.RateFollowed(m_rates.Chosen(), m_rates.Rate());
+        const auto former =
+            isKnown ? m_rates.Connected(RateOfIndex(m_device.Parameters().Baudrate)) : std::optional<std::int32_t>();
+        if (former) {
+            m_listener.RateFollowed(*former, m_rates.Rate());
         }
     } else if (m_device.Pending() != Request::Configuration) {
         if (const auto rate = m_rates.Silent(m_device.Pending() == Request::None)) {

@@ -6,16 +6,17 @@ std::int32_t clsRateFollower::RateFor(std::int32_t chosen)
 {
     if (chosen != m_chosen) { // perhaps because the settings have followed, too
         Forget();
-        m_chosen = chosen;
+        m_chosen = m_known = chosen;
     }
     return Rate();
 }
 
-bool clsRateFollower::Connected(std::int32_t sensor)
+std::optional<std::int32_t> clsRateFollower::Connected(std::int32_t sensor)
 {
     m_silence = 0;
     m_expected = sensor != 0 && sensor != Rate() ? sensor : 0;
-    return m_followed != 0 && !std::exchange(m_isTold, true);
+    const std::int32_t former = std::exchange(m_known, Rate());
+    return former == m_known ? std::nullopt : std::optional(former);
 }
 
 std::optional<std::int32_t> clsRateFollower::Silent(bool isBetween)
@@ -30,6 +31,5 @@ std::optional<std::int32_t> clsRateFollower::Silent(bool isBetween)
     m_silence = 0;
     const std::int32_t next = std::exchange(m_expected, Rate());
     m_followed = next == m_chosen ? 0 : next;
-    m_isTold = false;
     return next;
 }

@@ -15,17 +15,15 @@ public:
     /// The operator has chosen a port or a rate: what was known does not count any more.
     void Forget() { m_expected = m_followed = m_chosen = m_silence = 0; }
 
-    /// A sensor is connected that says, or has acknowledged, that it is set to `sensor` bit/s; 0: not known. Returns
-    /// whether it was found at another rate than the one chosen; once.
-    bool Connected(std::int32_t sensor);
+    /// A sensor is connected that says, or has acknowledged, that it is set to `sensor` bit/s; 0: not known. Returns the
+    /// rate that the operator has known of, if it is another than the line's; once for each change.
+    std::optional<std::int32_t> Connected(std::int32_t sensor);
     /// A tick without a sensor. `isBetween`: no question is under way. Returns the rate to look at from now on, if it
     /// changes.
     std::optional<std::int32_t> Silent(bool isBetween);
 
     /// The rate of the line.
     std::int32_t Rate() const { return m_followed != 0 ? m_followed : m_chosen; }
-    /// The one in the settings.
-    std::int32_t Chosen() const { return m_chosen; }
 
 private:
     /// At one rate: two questions and the time for their answers.
@@ -37,6 +35,6 @@ private:
     std::int32_t m_chosen = 0;   ///< bit/s
     std::int32_t m_expected = 0; ///< another rate at which the sensor may be; 0: none
     std::int32_t m_followed = 0; ///< the rate of the line if it is not the chosen one
-    bool m_isTold = false;       ///< `m_followed` was reported
+    std::int32_t m_known = 0;    ///< what the operator has chosen, or was told last
     std::int32_t m_silence = 0;  ///< ticks at this rate
 };

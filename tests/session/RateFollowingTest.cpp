@@ -55,6 +55,10 @@ TEST(RateFollowing, SensorIsFoundAtTheRateThatItWasSetTo)
         ASSERT_TRUE(line.Until([&] { return line.device.CommStatus() == DialogueIdle; }));
         EXPECT_EQ(line.device.CommBaudrate(), kAfter) << "also when the port is opened again";
         EXPECT_EQ(line.view.followed.size(), 1u) << "it is told once";
+        line.Set(kBefore, true);
+        line.PowerOn();
+        ASSERT_TRUE(line.LosesAndFindsIt());
+        EXPECT_EQ(line.view.followed, (Followed{{kBefore, kAfter}, {kAfter, kBefore}})) << "each change";
     }
 }
 
