@@ -1,5 +1,6 @@
 #include "app/Termination.h"
 
+#include "base/modAPI.h"
 #include "ui/widgets/Guarded.h"
 
 #include <QSocketNotifier>
@@ -22,20 +23,6 @@ extern "C" void noteSignal(int)
 
 extern "C" void passOver(int) {}
 
-/// Sets the handler. A signal that was already ignored when the program started stays ignored.
-void handle(int signal, void (*handler)(int))
-{
-    struct sigaction action {};
-    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
-        return;
-    }
-    action = {};
-    action.sa_handler = handler;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    sigaction(signal, &action, nullptr);
-}
-
 } // namespace
 
 void WatchForTermination(QObject& context, const std::function<void()>& end)
@@ -51,7 +38,7 @@ void WatchForTermination(QObject& context, const std::function<void()>& end)
         }
     });
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        handle(signal, noteSignal);
+        modAPI::HandleSignal(signal, noteSignal);
     }
 }
 
@@ -59,6 +46,6 @@ void SurviveFailedWrites()
 {
     // Handled, not ignored: programs started from here would inherit an ignored signal.
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
-        handle(signal, passOver);
+        modAPI::HandleSignal(signal, passOver);
     }
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -118,6 +119,29 @@ bool WaitForArrival(int descriptor, double seconds)
     const double whole = std::floor(std::max(seconds, 0.0));
     const timespec limit{static_cast<std::time_t>(whole), static_cast<long>((std::max(seconds, 0.0) - whole) * 1e9)};
     return ppoll(&arrival, 1, &limit, nullptr) > 0;
+}
+
+void CollectUntil(double due_s, const std::function<int()>& descriptor, const std::function<bool()>& collect)
+{
+    bool watches = true;
+    for (double rest_s = 0.0; (rest_s = due_s - UpTime_s()) > 0.0;) {
+        if (WaitForArrival(watches ? descriptor() : -1, rest_s)) {
+            watches = collect();
+        }
+    }
+}
+
+void HandleSignal(int signal, void (*handler)(int))
+{
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+        return;
+    }
+    action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
 }
 
 std::string TimeOfDayText(double dateTime)

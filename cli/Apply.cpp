@@ -28,8 +28,7 @@ int lead(clsProgram& program, const clsArguments& arguments, std::optional<std::
     run.EndsWithOutput = false;
     clsWriting writing(program, run, arguments);
     ParameterSet set;
-    int code = run.Connect();
-    code = code == ExitDone ? ReadSet(program, run, set) : code;
+    int code = ConnectAndRead(program, run, set);
     if (code != ExitDone) {
         return code;
     }

@@ -58,8 +58,7 @@ int RunBackup(clsProgram& program, const clsArguments& arguments)
     clsSensorRun run(program);
     run.EndsWithOutput = false;
     Configuration set;
-    int code = run.Connect();
-    code = code == ExitDone ? ReadSet(program, run, set.Parameters) : code;
+    int code = ConnectAndRead(program, run, set.Parameters);
     if (code != ExitDone) {
         return code;
     }

@@ -125,8 +125,7 @@ int RunDiff(clsProgram& program, const clsArguments& arguments)
     clsSensorRun run(program);
     run.EndsWithOutput = false;
     ParameterSet set;
-    int code = run.Connect();
-    code = code == ExitDone ? ReadSet(program, run, set) : code;
+    int code = ConnectAndRead(program, run, set);
     if (code != ExitDone) {
         return code;
     }

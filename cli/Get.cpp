@@ -113,8 +113,7 @@ int RunGet(clsProgram& program, const clsArguments& arguments)
     }
     clsSensorRun run(program);
     ParameterSet set;
-    int code = run.Connect();
-    code = code == ExitDone ? ReadSet(program, run, set) : code;
+    int code = ConnectAndRead(program, run, set);
     if (code != ExitDone) {
         return code;
     }

@@ -85,8 +85,7 @@ int RunSet(clsProgram& program, const clsArguments& arguments)
     clsSensorRun run(program, {.keepsWrites = true});
     run.EndsWithOutput = false;
     clsWriting writing(program, run, arguments);
-    int code = run.Connect();
-    code = code == ExitDone ? ReadSet(program, run, set) : code;
+    int code = ConnectAndRead(program, run, set);
     if (code != ExitDone) {
         return code;
     }

@@ -223,12 +223,8 @@ std::string Watching::lineOf(const TrafficEntry& entry) const
 
 void Watching::waitForTick(double due_s)
 {
-    bool watches = true;
-    for (double rest_s = 0.0; (rest_s = due_s - modAPI::UpTime_s()) > 0.0;) {
-        if (modAPI::WaitForArrival(watches ? device().ArrivalHandle() : -1, rest_s)) {
-            watches = m_session.Collect(modAPI::LocalTime()) > 0;
-        }
-    }
+    modAPI::CollectUntil(
+        due_s, [this] { return device().ArrivalHandle(); }, [this] { return m_session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 } // namespace

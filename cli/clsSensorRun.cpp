@@ -312,12 +312,8 @@ void clsSensorRun::noteLine()
 /// Bytes get their time when they arrive; a line that brings none is left alone until the tick.
 void clsSensorRun::waitForTick(double due_s)
 {
-    bool watches = true;
-    for (double rest_s = 0.0; (rest_s = due_s - modAPI::UpTime_s()) > 0.0;) {
-        if (modAPI::WaitForArrival(watches ? Device().ArrivalHandle() : -1, rest_s)) {
-            watches = m_session.Collect(modAPI::LocalTime()) > 0;
-        }
-    }
+    modAPI::CollectUntil(
+        due_s, [this] { return Device().ArrivalHandle(); }, [this] { return m_session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 void clsSensorRun::tickWhile(const std::function<bool()>& goOn, double limit_s)

@@ -30,8 +30,11 @@ Operation<> reading(clsRVQ& device, ParameterSet& set, Outcome& outcome)
 
 } // namespace
 
-int ReadSet(clsProgram& program, clsSensorRun& run, ParameterSet& set)
+int ConnectAndRead(clsProgram& program, clsSensorRun& run, ParameterSet& set)
 {
+    if (const int code = run.Connect(); code != ExitDone) {
+        return code;
+    }
     program.Progress().Show(program.Text(TextId::TransferReading));
     Outcome outcome = Outcome::Silent;
     const RunEnd end = run.PerformWhole(reading(run.Device(), set, outcome), [] {});

@@ -10,9 +10,9 @@
 class clsProgram;
 class clsSensorRun;
 
-/// Reads the set of a sensor that is connected into `set`, until two dumps in succession are the same: a dump has no
-/// checksum. Returns `ExitDone`; else the reason was said, and the code is what to end with.
-int ReadSet(clsProgram& program, clsSensorRun& run, ParameterSet& set);
+/// Connects and reads the sensor's set into `set`, until two dumps in succession are the same: a dump has no checksum.
+/// Returns `ExitDone`; else the reason was said, and the code is what to end with.
+int ConnectAndRead(clsProgram& program, clsSensorRun& run, ParameterSet& set);
 
 /// The configuration in a file. Nothing, with the reason said, when it is none or cannot be read.
 std::optional<Configuration> ReadConfiguration(clsProgram& program, const std::filesystem::path& file);

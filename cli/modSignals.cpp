@@ -1,5 +1,7 @@
 #include "cli/modSignals.h"
 
+#include "base/modAPI.h"
+
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -78,34 +80,21 @@ extern "C" void endAtOnce(int signal)
 
 extern "C" void passOver(int) {}
 
-void handle(int signal, void (*handler)(int))
-{
-    struct sigaction action {};
-    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
-        return;
-    }
-    action = {};
-    action.sa_handler = handler;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    sigaction(signal, &action, nullptr);
-}
-
 } // namespace
 
 void Watch()
 {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        handle(signal, noteEnd);
+        modAPI::HandleSignal(signal, noteEnd);
     }
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
-        handle(signal, passOver);
+        modAPI::HandleSignal(signal, passOver);
     }
     for (const int signal : {SIGQUIT, SIGABRT}) {
-        handle(signal, endAtOnce);
+        modAPI::HandleSignal(signal, endAtOnce);
     }
-    handle(SIGWINCH, noteRedraw);
-    handle(SIGTSTP, stopProgram);
+    modAPI::HandleSignal(SIGWINCH, noteRedraw);
+    modAPI::HandleSignal(SIGTSTP, stopProgram);
 }
 
 bool EndIsWanted()

@@ -44,12 +44,8 @@ private:
 /// Until the next tick is due. Bytes get their time when they arrive; a line that brings none is left alone until then.
 void waitForTick(clsSession& session, double due_s)
 {
-    bool watches = true;
-    for (double rest_s = 0.0; (rest_s = due_s - modAPI::UpTime_s()) > 0.0;) {
-        if (modAPI::WaitForArrival(watches ? session.Device().ArrivalHandle() : -1, rest_s)) {
-            watches = session.Collect(modAPI::LocalTime()) > 0;
-        }
-    }
+    modAPI::CollectUntil(
+        due_s, [&session] { return session.Device().ArrivalHandle(); }, [&session] { return session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 #include "ui/main/RateBar.h"
 
+#include "ui/widgets/BarLayout.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
 #include "ui/widgets/WrappedLabel.h"
 
-#include <QHBoxLayout>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -13,22 +13,9 @@ RateBar::RateBar(QWidget* parent)
       cmdRateBack(Named<QPushButton>("cmdRateBack", this)), cmdDismissRate(Named<QToolButton>("cmdDismissRate", this))
 {
     setObjectName(QStringLiteral("fraRate"));
-    setFrameShape(QFrame::StyledPanel);
-    setAutoFillBackground(true);
-    setBackgroundRole(QPalette::AlternateBase);
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    cmdRateBack->setAutoDefault(false);
-    cmdDismissRate->setAutoRaise(true);
-    cmdDismissRate->setText(QStringLiteral("✕"));
+    LayOutBar(*this, *lblRate, *cmdRateBack, *cmdDismissRate);
     SetTextIds(cmdRateBack, TextId::None, TextId::ToolTipRateBack);
     SetTextIds(cmdDismissRate, TextId::None, TextId::ToolTipDismissRate);
-    auto* row = new QHBoxLayout(this);
-    const int gap = fontMetrics().height() / 4;
-    row->setContentsMargins(2 * gap, gap, gap, gap);
-    row->addWidget(lblRate, 1);
-    row->addWidget(cmdRateBack);
-    row->addWidget(cmdDismissRate);
-    hide();
     connect(cmdRateBack, &QPushButton::clicked, this, &RateBar::back);
     connect(cmdDismissRate, &QToolButton::clicked, this, &QWidget::hide);
 }

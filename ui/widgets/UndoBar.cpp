@@ -2,13 +2,13 @@
 
 #include "session/clsWriteKeeper.h"
 #include "session/modReportText.h"
+#include "ui/widgets/BarLayout.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
 #include "ui/widgets/Named.h"
 #include "ui/widgets/QtText.h"
 #include "ui/widgets/WrappedLabel.h"
 
-#include <QHBoxLayout>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -17,22 +17,9 @@ UndoBar::UndoBar(QWidget* parent)
       cmdDismissUndo(Named<QToolButton>("cmdDismissUndo", this))
 {
     setObjectName(QStringLiteral("fraUndo"));
-    setFrameShape(QFrame::StyledPanel);
-    setAutoFillBackground(true);
-    setBackgroundRole(QPalette::AlternateBase);
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    cmdUndo->setAutoDefault(false);
-    cmdDismissUndo->setAutoRaise(true);
-    cmdDismissUndo->setText(QStringLiteral("✕"));
+    LayOutBar(*this, *lblUndo, *cmdUndo, *cmdDismissUndo);
     SetTextIds(cmdUndo, TextId::ButtonUndo, TextId::ToolTipUndo);
     SetTextIds(cmdDismissUndo, TextId::None, TextId::ToolTipDismissUndo);
-    auto* row = new QHBoxLayout(this);
-    const int gap = fontMetrics().height() / 4;
-    row->setContentsMargins(2 * gap, gap, gap, gap);
-    row->addWidget(lblUndo, 1);
-    row->addWidget(cmdUndo);
-    row->addWidget(cmdDismissUndo);
-    hide();
     connect(cmdUndo, &QPushButton::clicked, this, &UndoBar::undone);
     connect(cmdDismissUndo, &QToolButton::clicked, this, [this] {
         Guarded([this] {
