@@ -41,9 +41,9 @@ double UpTime_s();
 /// Waits until bytes have arrived at a descriptor, or something has happened to it, but for `seconds` at most. -1 only
 /// lets the time pass. Returns whether it is worth a look.
 bool WaitForArrival(int descriptor, double seconds);
-/// Lets time pass until `UpTime_s` is `due_s`, and calls `collect` when bytes have arrived at what `descriptor` returns, so
-/// that they get the time of their arrival. After a call that returns false, which has found none, only the time passes: a
-/// line that has ended would be worth a look all the time.
+/// Lets time pass until `UpTime_s` is `due_s`, and calls `collect` when bytes have arrived at what `descriptor`
+/// returns, so that they get the time of their arrival. After a call that returns false, which has found none, only the
+/// time passes: a line that has ended would be worth a look all the time.
 void CollectUntil(double due_s, const std::function<int()>& descriptor, const std::function<bool()>& collect);
 /// Sets what a signal does. One that was ignored when the program started stays ignored.
 void HandleSignal(int signal, void (*handler)(int));
