@@ -114,7 +114,10 @@ void frmConsole::cmdSave_Click()
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !CommitFile(file)) {
         const QString why = FileErrorText(file.errorString(), m_settings.Language);
-        QMessageBox::warning(this, windowTitle(), Text(TextId::FailureNotSaved, m_settings.Language).arg(name, why));
+        QMessageBox box(QMessageBox::Warning, windowTitle(),
+                        Text(TextId::FailureNotSaved, m_settings.Language).arg(name, why), QMessageBox::Ok, this);
+        box.setTextFormat(Qt::PlainText);
+        box.exec();
     }
 }
 

@@ -17,6 +17,7 @@
 #include "ui/recorder/frmRecorder.h"
 #include "ui/widgets/Guarded.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/QtText.h"
 #include "ui/widgets/UndoBar.h"
 #include "ui/widgets/WindowPlace.h"
 
@@ -284,7 +285,7 @@ void frmMain::fillRecent()
     for (const std::filesystem::path& file : modRecent::Load(m_settings.IniFile)) {
         const QString name = QFile::decodeName(file.c_str());
         QAction* item = mnuFileRecent->addAction(QFileInfo(name).fileName().replace(u'&', QStringLiteral("&&")));
-        item->setToolTip(QDir::toNativeSeparators(name));
+        item->setToolTip(PlainToolTip(QDir::toNativeSeparators(name)));
         item->setEnabled(QFileInfo::exists(name));
         connect(item, &QAction::triggered, this, [this, name] { Guarded([&] { play({name}); }); });
     }

@@ -6,6 +6,7 @@
 #include "ui/recorder/Playing.h"
 #include "ui/recorder/ProgressPanel.h"
 #include "ui/widgets/Localise.h"
+#include "ui/widgets/QtText.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -90,7 +91,7 @@ void FilePanel::showFigures(const RecordTexts& texts)
     m_figures = {texts.duration, texts.size, m_isWarning ? wrong.first() : QFileInfo(m_recordedFile).fileName()};
     QStringList more{m_recordedFile, texts.state, texts.rate, texts.free};
     more.removeAll({});
-    setToolTip((more + texts.warnings).join(u'\n'));
+    setToolTip(PlainToolTip((more + texts.warnings).join(u'\n')));
     const auto text = [this](TextId id) { return Text(id, m_settings->Language); };
     QStringList spoken = m_figures;
     if (m_isWarning) {
@@ -164,5 +165,5 @@ void FilePanel::explainPlayed()
 void FilePanel::showFile(const QString& file, const QString& toolTip)
 {
     setText(file);
-    setToolTip(toolTip);
+    setToolTip(PlainToolTip(toolTip));
 }

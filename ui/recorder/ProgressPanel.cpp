@@ -107,6 +107,7 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     lblSign->setFixedSize(line, line);
     lblNotice->setObjectName(QStringLiteral("lblNotice"));
     lblNotice->setWordWrap(true);
+    lblNotice->setTextFormat(Qt::PlainText);
     lblNotice->setMinimumHeight(2 * line);
     lblNotice->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     auto* notice = new QHBoxLayout;
@@ -147,7 +148,7 @@ void ProgressPanel::Show(const clsRecorder& recorder, std::int32_t language)
     const QString words = notice.join(u'\n');
     if (lblNotice->text() != words) {
         lblNotice->setText(words);
-        lblSign->setToolTip(words);
+        lblSign->setToolTip(PlainToolTip(words));
         lblSign->setPixmap(words.isEmpty() ? QPixmap() : WarningSign(*this, lblSign->width()));
     }
 }

@@ -30,8 +30,9 @@ namespace {
 
 constexpr double kWidth = 26.0; // of the window at least, in line heights
 
-void setChanged(QLabel* label, const QString& text, const QString& toolTip)
+void setChanged(QLabel* label, const QString& text, const QString& whole)
 {
+    const QString toolTip = PlainToolTip(whole);
     if (label->text() != text || label->toolTip() != toolTip) {
         label->setText(text);
         label->setToolTip(toolTip);
@@ -111,6 +112,7 @@ frmRecorder::frmRecorder(QWidget& owner, modGlobals::Settings& settings, clsSess
     ShowMessage = [](const QString&) {};
     lblState->setObjectName(QStringLiteral("lblState"));
     lblState->setWordWrap(true);
+    lblState->setTextFormat(Qt::PlainText);
     lblState->setMinimumHeight(2 * fontMetrics().height()); // the longer texts need two lines
     lblState->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     QFont bold = lblState->font();

@@ -1,5 +1,7 @@
 #include "ui/settings/CompareModel.h"
 
+#include "ui/widgets/QtText.h"
+
 #include <QFont>
 
 #include <utility>
@@ -70,7 +72,8 @@ QVariant CompareModel::data(const QModelIndex& index, int role) const
         }
         return {};
     case Qt::ToolTipRole:
-        return line.toolTip.isEmpty() && column == ColumnName ? line.name : line.toolTip; // it may be cut off
+        return PlainToolTip(line.toolTip.isEmpty() && column == ColumnName ? line.name
+                                                                           : line.toolTip); // can be cut off
     case Qt::FontRole: {
         QFont font;
         font.setBold(line.row == nullptr || (line.differs && (column == ColumnLeft || column == ColumnRight)));
@@ -88,7 +91,8 @@ QVariant CompareModel::headerData(int section, Qt::Orientation orientation, int 
     if (orientation != Qt::Horizontal || (role != Qt::DisplayRole && role != Qt::ToolTipRole)) {
         return {};
     }
-    return m_columns.value(section);
+    const QString caption = m_columns.value(section);
+    return role == Qt::ToolTipRole ? PlainToolTip(caption) : caption;
 }
 
 Qt::ItemFlags CompareModel::flags(const QModelIndex& index) const

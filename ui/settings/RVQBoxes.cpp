@@ -84,6 +84,7 @@ bool askYesOrNo(QWidget& window, std::int32_t language, const char* name, const 
     QMessageBox box(QMessageBox::Question, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
                     &window);
     box.setObjectName(QLatin1String(name));
+    box.setTextFormat(Qt::PlainText);
     const QAbstractButton* yes = box.addButton(Text(TextId::ButtonYes, language), QMessageBox::YesRole);
     QPushButton* no = box.addButton(Text(TextId::ButtonNo, language), QMessageBox::NoRole);
     box.setDefaultButton(no);
@@ -97,6 +98,7 @@ RVQDialogs::ChangedAnswer askAboutChange(QWidget& window, std::int32_t language,
     QMessageBox box(QMessageBox::Question, Text(TextId::TitleWarning, language), question, QMessageBox::NoButton,
                     &window);
     box.setObjectName(QStringLiteral("dlgChanged"));
+    box.setTextFormat(Qt::PlainText);
     const QAbstractButton* mine = box.addButton(Text(TextId::ButtonKeepMine, language), QMessageBox::YesRole);
     const QAbstractButton* other = box.addButton(Text(TextId::ButtonTakeOther, language), QMessageBox::NoRole);
     QPushButton* cancel = box.addButton(Text(TextId::ButtonCancel, language), QMessageBox::RejectRole);

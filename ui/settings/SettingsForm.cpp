@@ -101,6 +101,7 @@ QLayout* SettingsForm::buildConfigurationRow()
     auto* text = named<QLabel>("lblConfig", TextId::CaptionConfiguration);
     text->setBuddy(cmbConfig);
     lblSource = named<QLabel>("lblSource");
+    lblSource->setTextFormat(Qt::PlainText);                                // a file may be named like a tag
     lblSource->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long path must not widen the window
     cmdLoad = named<QPushButton>("cmdLoad", TextId::ButtonImport, TextId::ToolTipImport);
     cmdSave = named<QPushButton>("cmdSave", TextId::ButtonSave, TextId::ToolTipSave);
@@ -233,6 +234,7 @@ QLabel* SettingsForm::mark(QGridLayout& grid, int row, int column, const char* s
 QLayout* SettingsForm::buildStatus()
 {
     lblStatus = named<QLabel>("lblStatus");
+    lblStatus->setTextFormat(Qt::PlainText);
     lblStatus->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may name a long path
     lblReport = named<WrappedLabel>("lblReport");
     lblReport->setTextInteractionFlags(Qt::TextSelectableByMouse);

@@ -182,7 +182,7 @@ void frmCompare::tellReport(const WriteReport& report)
     for (const std::string& line : modReportText::Lines(report, m_decimalSeparator, m_context.settings.Language)) {
         lines += FromUtf8(line);
     }
-    lblReport->setToolTip(lines.join(u'\n'));
+    lblReport->setToolTip(PlainToolTip(lines.join(u'\n')));
     lblReport->setAccessibleDescription(lines.join(u'\n'));
     if (lines.size() > static_cast<qsizetype>(kMostReportLines)) {
         lines = lines.mid(0, kMostReportLines) << QStringLiteral("…");

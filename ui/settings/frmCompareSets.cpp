@@ -137,7 +137,8 @@ void frmCompare::fillLists()
         m_lists[side]->clear();
         for (const Offered& offered : m_offered) {
             m_lists[side]->addItem(nameOf(offered));
-            m_lists[side]->setItemData(m_lists[side]->count() - 1, fileName(offered.file), Qt::ToolTipRole);
+            m_lists[side]->setItemData(m_lists[side]->count() - 1, PlainToolTip(fileName(offered.file)),
+                                       Qt::ToolTipRole);
         }
         m_lists[side]->addItem(text(TextId::CompareOtherFile));
         m_lists[side]->setCurrentIndex(m_sides[side].item);
@@ -159,7 +160,7 @@ void frmCompare::offer(Offered offered)
     for (QComboBox* list : m_lists) {
         const int item = list->count() - 1;
         list->insertItem(item, nameOf(offered));
-        list->setItemData(item, fileName(offered.file), Qt::ToolTipRole);
+        list->setItemData(item, PlainToolTip(fileName(offered.file)), Qt::ToolTipRole);
     }
     m_offered.push_back(std::move(offered));
 }
@@ -301,7 +302,7 @@ void frmCompare::showSides()
 {
     for (const SideIndex side : {Left, Right}) {
         m_lists[side]->setCurrentIndex(m_sides[side].item);
-        m_lists[side]->setToolTip(m_lists[side]->currentText());
+        m_lists[side]->setToolTip(PlainToolTip(m_lists[side]->currentText()));
     }
     compare();
 }

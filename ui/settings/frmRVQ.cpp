@@ -191,7 +191,7 @@ void frmRVQ::fill(const Configuration& configuration)
 void frmRVQ::showSource(const QString& source)
 {
     lblSource->setText(source);
-    lblSource->setToolTip(source);
+    lblSource->setToolTip(PlainToolTip(source));
 }
 
 ShownSettings frmRVQ::shown() const
@@ -271,11 +271,11 @@ void frmRVQ::markDifferences()
     for (const ParameterDef& row : ParameterTable()) {
         const QString& difference = inSensor[row];
         differenceMark[row]->setVisible(!difference.isEmpty());
-        differenceMark[row]->setToolTip(difference);
+        differenceMark[row]->setToolTip(PlainToolTip(difference));
         QStringList lines{row.control == ControlKind::Number ? rangeText(row) : QString(), difference};
         lines += notesOf(row);
         lines.removeAll(QString());
-        control[row]->setToolTip(lines.join(u'\n'));
+        control[row]->setToolTip(PlainToolTip(lines.join(u'\n')));
     }
     showNotes();
     lblUnstored->setVisible(m_context.device.UnstoredChanges() && m_context.device.CommStatus() != DialogueNone &&

@@ -121,7 +121,7 @@ void frmRVQ::saveAs(const std::string& path, const std::string& description)
             }
         }
         showStatus(text(TextId::StatusSavedAs).arg(QFileInfo(shownPath).fileName()));
-        lblStatus->setToolTip(shownPath);
+        lblStatus->setToolTip(PlainToolTip(shownPath));
         showKept(line);
     }
     showSource(shownPath);
@@ -305,7 +305,7 @@ QString frmRVQ::statusText() const
 void frmRVQ::showStatus(const QString& status)
 {
     lblStatus->setText(status);
-    lblStatus->setToolTip(status);
+    lblStatus->setToolTip(PlainToolTip(status));
 }
 
 void frmRVQ::ShowFailed(bool failed)

@@ -306,7 +306,7 @@ void frmRVQ::showNotes()
     for (const ParameterDef* row : RowsByControl()) {
         const QString notes = notesOf(*row).join(u'\n');
         noteMark[*row]->setVisible(!notes.isEmpty());
-        noteMark[*row]->setToolTip(notes);
+        noteMark[*row]->setToolTip(PlainToolTip(notes));
         noteMark[*row]->setAccessibleName(text(TextId::AccessibleNote));
         noteMark[*row]->setAccessibleDescription(notes);
         control[*row]->setAccessibleDescription(notes);
@@ -318,7 +318,7 @@ void frmRVQ::showNotes()
     }
     ShowText(*lblNote, all.isEmpty() ? QString() : all.front());
     lblNote->setVisible(!all.isEmpty());
-    lblNote->setToolTip(all.join(u'\n'));
+    lblNote->setToolTip(PlainToolTip(all.join(u'\n')));
 }
 
 void frmRVQ::followWrites()

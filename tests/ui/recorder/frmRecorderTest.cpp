@@ -20,6 +20,7 @@
 #include <QFileDialog>
 #include <QImage>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QRegularExpression>
@@ -385,6 +386,24 @@ TEST(MainWindow, ShowsAPlayedRecording)
     EXPECT_EQ(window.Chart()->TimeOrigin(), 46341.0);
     EXPECT_LT(window.Chart()->YMinimum(), window.Chart()->ShownValues().value().front());
     EXPECT_GT(window.Chart()->YMaximum(), window.Chart()->ShownValues().value().back());
+}
+
+/// In the status bar, the recorder and the list of recent files.
+TEST(MainWindow, ToolTipsShowAFileThatIsNamedLikeATag)
+{
+    Player window;
+    window.settings.IniFile = window.folder.path / "RVQ.ini";
+    const auto file = window.folder.Write("<b>a.rec", "15.11.2026 12:00:00,000; 1000 mm; 21 \xB0\x43\r\n");
+    EXPECT_EQ(window.Play(file), "");
+    auto* recent = window.Find<QMenu>("mnuFileRecent");
+    emit recent->aboutToShow();
+    QStringList toolTips{recent->actions().front()->toolTip()};
+    for (const QWidget* widget : QApplication::allWidgets()) {
+        toolTips += widget->toolTip();
+    }
+    toolTips = toolTips.filter("a.rec");
+    EXPECT_EQ(toolTips.size(), 3);
+    EXPECT_EQ(toolTips.filter("&lt;b&gt;a.rec").size(), 3) << qPrintable(toolTips.join(u'\n'));
 }
 
 TEST(MainWindow, PlaysInTheUnitOfTheSidecarAndSaysWhenItIsIgnored)

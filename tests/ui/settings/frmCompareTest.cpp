@@ -120,6 +120,15 @@ TEST(CompareWindow, PutsTwoFilesSideBySideWithoutASensor)
     on.ChooseFile("cmbRight", on.File("p.rvq", profibus));
     EXPECT_NE(on.Rows().find("610 – ≠ 7; "), std::string::npos);
     EXPECT_NE(on.Rows().find("501 10000 ≠ –; "), std::string::npos);
+
+    on.ChooseFile("cmbRight", on.File("<i>.rvq", b));
+    const auto* box = on.Find<QComboBox>("cmbRight");
+    for (const QVariant& toolTip : {box->itemData(box->currentIndex(), Qt::ToolTipRole), QVariant(box->toolTip()),
+                                    on.Find<QTableView>("tblCompare")
+                                        ->model()
+                                        ->headerData(CompareModel::ColumnRight, Qt::Horizontal, Qt::ToolTipRole)}) {
+        EXPECT_TRUE(toolTip.toString().contains("&lt;i&gt;.rvq")) << "no tag: " << qPrintable(toolTip.toString());
+    }
 }
 
 TEST(CompareWindow, OffersTheBackupsOfEverySensorAsTheyCome)
