@@ -215,17 +215,19 @@ void frmTraffic::localise()
     txtSearch->setAccessibleName(text(TextId::AccessibleTrafficSearch));
     txtHand->setAccessibleName(text(TextId::AccessibleHandText));
     tblTraffic->setAccessibleName(text(TextId::AccessibleTraffic));
-    const auto widthOf = [this](const QString& sample) {
-        return fontMetrics().horizontalAdvance(sample) + fontMetrics().height();
+    QFont bold = font(); // as what was sent by hand
+    bold.setBold(true);
+    const auto widthOf = [this](const QString& sample, const QFont& sampleFont) {
+        return QFontMetrics(sampleFont).horizontalAdvance(sample) + fontMetrics().height();
     };
     int directions = 0;
     for (const QString& name : text(TextId::TrafficDirections).split(u'|')) {
-        directions = std::max(directions, widthOf(name));
+        directions = std::max(directions, widthOf(name, bold));
     }
-    tblTraffic->setColumnWidth(TrafficModel::ColumnTime, widthOf(QStringLiteral("00:00:00.000")));
+    tblTraffic->setColumnWidth(TrafficModel::ColumnTime, widthOf(QStringLiteral("00:00:00.000"), bold));
     tblTraffic->setColumnWidth(TrafficModel::ColumnDirection, directions);
-    tblTraffic->setColumnWidth(TrafficModel::ColumnText, widthOf(QString(kTextCharacters, u'0')));
-    tblTraffic->setColumnWidth(TrafficModel::ColumnHex, widthOf(QString(kHexCharacters, u'0')));
+    tblTraffic->setColumnWidth(TrafficModel::ColumnText, widthOf(QString(kTextCharacters, u'0'), font()));
+    tblTraffic->setColumnWidth(TrafficModel::ColumnHex, widthOf(QString(kHexCharacters, u'0'), font()));
     showState();
     showHand();
 }
