@@ -63,10 +63,13 @@ void KeptRoom::keepUp()
     }
 }
 
+/// A layout may give this its new size before the parent has it: the parent's frame is then still in the wrong place.
 void KeptRoom::drawGround(QPainter& painter)
 {
     const double scale = devicePixelRatio();
-    if (m_ground.isNull() || m_ground.devicePixelRatio() != scale) {
+    const QSize parent = parentWidget()->size();
+    if (m_ground.isNull() || m_ground.devicePixelRatio() != scale || m_groundParent != parent) {
+        m_groundParent = parent;
         m_ground = QPixmap(static_cast<int>(std::ceil(width() * scale)), static_cast<int>(std::ceil(height() * scale)));
         m_ground.setDevicePixelRatio(scale);
         m_ground.fill(palette().color(QPalette::Window)); // at a fractional scale a last row may be left out

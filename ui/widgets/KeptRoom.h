@@ -34,4 +34,5 @@ private:
     qsizetype m_length = 0; ///< of the longest text measured so far
     QSize m_room;
     QPixmap m_ground;
+    QSize m_groundParent; ///< the parent's size in that picture
 };

@@ -2,6 +2,7 @@
 #include "ui/widgets/KeptRoom.h"
 #include "ui/widgets/LineLabel.h"
 
+#include <QFrame>
 #include <QPalette>
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@ struct OneLabel {
     OneLabel(Qt::TextElideMode mode, Qt::Alignment alignment) : label(&room, mode)
     {
         label.setAlignment(alignment);
+        window.setFrameShape(QFrame::Box);
         room.Hold(label);
         room.setGeometry(5, 5, 120, 30);
         window.resize(130, 40);
@@ -21,7 +23,7 @@ struct OneLabel {
     }
     QImage Picture() { return window.grab().toImage(); }
 
-    QWidget window;
+    QFrame window;
     KeptRoom room{&window};
     LineLabel label;
 };
@@ -37,6 +39,7 @@ TEST(StatusBar, ATextIsDrawnAsIfItHadAlwaysBeenThere)
         {"a larger font", [](OneLabel& shown) { shown.window.setFont(QFont(shown.window.font().family(), 14)); }},
         {"disabled", [](OneLabel& shown) { shown.window.setEnabled(false); }},
         {"light on dark", [](OneLabel& shown) { shown.window.setPalette(QPalette(Qt::darkBlue)); }},
+        {"the window's frame elsewhere", [](OneLabel& shown) { shown.window.resize(90, 40); }},
     };
     for (const auto& [mode, alignment] :
          {std::pair(Qt::ElideRight, Qt::AlignLeft), std::pair(Qt::ElideNone, Qt::AlignRight)}) {
