@@ -1,26 +1,17 @@
 // What rvqctl costs: the time to its help beside that of another program, and processor use and memory while it prints
 // 60 values a second, beside the bare loop of a session over the same seconds. Sensors are simulated by rvqsim.
 // orvex_bench_cli [SECONDS], 20 by default: how long processor use is watched, three times.
+#include "bench/Process.h"
 #include "bench/Table.h"
 
-#include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <spawn.h>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
-#include <utility>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
@@ -29,74 +20,11 @@ constexpr double kSettle_s = 5.0; // until both are measuring
 constexpr double kMostResident_MiB = 10.0;
 constexpr char kRate[] = "38400";
 
-double secondsOf(clockid_t clock)
+/// A new file for a program's output.
+int fileOf(const std::string& name)
 {
-    timespec time{};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    return open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
 }
-
-void sleepFor(double seconds)
-{
-    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-}
-
-/// A program with its output in a file, which runs as long as this object exists or until it ends by itself.
-class Process {
-public:
-    Process(std::vector<std::string> arguments, const std::string& output)
-    {
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        std::vector<char*> list;
-        for (std::string& argument : arguments) {
-            list.push_back(argument.data());
-        }
-        list.push_back(nullptr);
-        const int failure = posix_spawn(&m_pid, list[0], &actions, nullptr, list.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (failure != 0) {
-            throw std::runtime_error("cannot start " + arguments[0]);
-        }
-    }
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-    ~Process()
-    {
-        if (m_pid > 0) { // else it would be our own group
-            kill(m_pid, SIGKILL);
-            Wait();
-        }
-    }
-    void Wait()
-    {
-        if (m_pid > 0) {
-            waitpid(std::exchange(m_pid, 0), nullptr, 0);
-        }
-    }
-    double Used_s() const
-    {
-        clockid_t clock{};
-        if (clock_getcpuclockid(m_pid, &clock) != 0) {
-            throw std::runtime_error("a program has ended by itself");
-        }
-        return secondsOf(clock);
-    }
-    double MostResident_MiB() const
-    {
-        std::ifstream file("/proc/" + std::to_string(m_pid) + "/status");
-        for (std::string line; std::getline(file, line);) {
-            if (line.starts_with("VmHWM:")) {
-                return std::strtod(line.c_str() + 6, nullptr) / 1024.0;
-            }
-        }
-        throw std::runtime_error("a program has ended by itself");
-    }
-
-private:
-    pid_t m_pid = 0;
-};
 
 class Bench {
 public:
@@ -134,21 +62,22 @@ public:
         double values = 0.0;
         for (int i = 0; i < kWatches; ++i) {
             const std::string line = m_folder + "/ours", bareLine = m_folder + "/bare";
-            const Process sensor(sensorOf(line), "/dev/null"), bareSensor(sensorOf(bareLine), "/dev/null");
-            waitFor(line);
-            waitFor(bareLine);
+            const Process sensor(sensorOf(line), fileOf("/dev/null")),
+                bareSensor(sensorOf(bareLine), fileOf("/dev/null"));
+            WaitForFile(line);
+            WaitForFile(bareLine);
             const Process program({m_bin + "rvqctl", "--folder", m_folder, "--port", line, "--baud", kRate, "-q",
                                    "measure", "--every", "--format", "csv"},
-                                  m_folder + "/values");
-            const Process bare({m_bin + "orvex_bench_bare", bareLine, kRate, m_folder}, "/dev/null");
-            sleepFor(kSettle_s);
+                                  fileOf(m_folder + "/values"));
+            const Process bare({m_bin + "orvex_bench_bare", bareLine, kRate, m_folder}, fileOf("/dev/null"));
+            SleepFor(kSettle_s);
             const double before_s = program.Used_s(), bareBefore_s = bare.Used_s();
             const auto linesBefore = lines();
-            sleepFor(seconds);
+            SleepFor(seconds);
             ours_s.push_back(program.Used_s() - before_s);
             bare_s.push_back(bare.Used_s() - bareBefore_s);
-            ours_MiB.push_back(program.MostResident_MiB());
-            bare_MiB.push_back(bare.MostResident_MiB());
+            ours_MiB.push_back(program.Memory_KiB("status", "VmHWM:") / 1024.0);
+            bare_MiB.push_back(bare.Memory_KiB("status", "VmHWM:") / 1024.0);
             values = static_cast<double>(lines() - linesBefore) / seconds;
         }
         const std::string state = "measuring, " + NumberText(values, 1) + " values/s printed";
@@ -175,19 +104,13 @@ public:
 private:
     static double timeOf(const std::vector<std::string>& arguments)
     {
-        const double before_s = secondsOf(CLOCK_MONOTONIC);
-        Process(arguments, "/dev/null").Wait();
-        return secondsOf(CLOCK_MONOTONIC) - before_s;
+        const double before_s = SecondsOf(CLOCK_MONOTONIC);
+        Process(arguments, fileOf("/dev/null")).Wait();
+        return SecondsOf(CLOCK_MONOTONIC) - before_s;
     }
     std::vector<std::string> sensorOf(const std::string& link) const
     {
         return {m_bin + "rvqsim", "--link", link, "--rate", kRate, "--values", "60"};
-    }
-    static void waitFor(const std::string& file)
-    {
-        for (int i = 0; i < 100 && !std::filesystem::exists(file); ++i) {
-            sleepFor(0.05);
-        }
     }
     std::int64_t lines() const
     {

@@ -2,32 +2,26 @@
 // the time from starting the process to the first painted window, resident memory, and processor use, idle and
 // measuring. The sensor is simulated by rvqsim in a process of its own. All files are in a folder that is deleted after
 // the run. orvex_bench_program [SECONDS], 20 by default: how long processor use is watched, three times.
+#include "bench/Process.h"
 #include "bench/Table.h"
 
 #include <QTemporaryDir>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <poll.h>
-#include <spawn.h>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
@@ -37,54 +31,15 @@ constexpr int kWatches = 3;
 constexpr int kSettle_s = 5; // until the program has read the sensor's parameters and is measuring
 constexpr int kPatience_ms = 30000;
 
-double secondsOf(clockid_t clock)
-{
-    timespec time{};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-void sleepFor(double seconds)
-{
-    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-}
-
-/// A program that runs as long as this object exists.
-class Process {
+/// A program with a witness in it, which prints when the window is painted.
+class Program {
 public:
-    explicit Process(std::vector<std::string> arguments)
-    {
-        int ends[2];
-        if (pipe(ends) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-        m_output = ends[0];
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, ends[0]);
-        std::vector<char*> list;
-        for (std::string& argument : arguments) {
-            list.push_back(argument.data());
-        }
-        list.push_back(nullptr);
-        m_started_s = secondsOf(CLOCK_MONOTONIC);
-        const int failure = posix_spawn(&m_pid, list[0], &actions, nullptr, list.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        close(ends[1]);
-        if (failure != 0) {
-            close(m_output);
-            throw std::runtime_error("cannot start " + arguments[0]);
-        }
-    }
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-    ~Process()
-    {
-        kill(m_pid, SIGTERM);
-        close(m_output);
-        waitpid(m_pid, nullptr, 0);
-    }
+    explicit Program(std::vector<std::string> arguments)
+        : m_pipe(makePipe()), m_started_s(SecondsOf(CLOCK_MONOTONIC)), m_process(std::move(arguments), m_pipe[1])
+    {}
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    ~Program() { close(m_pipe[0]); }
 
     /// Waits for the witness: returns the seconds from the start to the painted window, and sets that window's size.
     double Painted(std::array<std::string, 2>& size)
@@ -102,9 +57,9 @@ public:
     {
         int lines = 0;
         std::array<char, 4096> bytes{};
-        pollfd look{m_output, POLLIN, 0};
+        pollfd look{m_pipe[0], POLLIN, 0};
         while (poll(&look, 1, 0) > 0) {
-            const ssize_t count = read(m_output, bytes.data(), bytes.size());
+            const ssize_t count = read(m_pipe[0], bytes.data(), bytes.size());
             if (count <= 0) {
                 break;
             }
@@ -112,42 +67,33 @@ public:
         }
         return lines;
     }
-    /// The processor time of all its threads.
-    double Used_s() const
-    {
-        clockid_t clock{};
-        if (clock_getcpuclockid(m_pid, &clock) != 0) {
-            throw std::runtime_error("a program has ended by itself");
-        }
-        return secondsOf(clock);
-    }
-    double Resident_KiB() const
-    {
-        std::ifstream file("/proc/" + std::to_string(m_pid) + "/smaps_rollup");
-        for (std::string line; std::getline(file, line);) {
-            if (line.starts_with("Rss:")) {
-                return std::strtod(line.c_str() + 4, nullptr);
-            }
-        }
-        throw std::runtime_error("a program has ended by itself");
-    }
+    double Used_s() const { return m_process.Used_s(); }
+    double Resident_KiB() const { return m_process.Memory_KiB("smaps_rollup", "Rss:"); }
 
 private:
+    static std::array<int, 2> makePipe()
+    {
+        std::array<int, 2> ends{};
+        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+        return ends;
+    }
     std::string nextLine()
     {
         std::string line;
-        pollfd look{m_output, POLLIN, 0};
+        pollfd look{m_pipe[0], POLLIN, 0};
         for (char byte = 0; byte != '\n'; line += byte) {
-            if (poll(&look, 1, kPatience_ms) <= 0 || read(m_output, &byte, 1) != 1) {
+            if (poll(&look, 1, kPatience_ms) <= 0 || read(m_pipe[0], &byte, 1) != 1) {
                 throw std::runtime_error("a program ended or hung before its window was painted");
             }
         }
         return line;
     }
 
-    pid_t m_pid = 0;
-    int m_output = -1;
-    double m_started_s = 0.0;
+    std::array<int, 2> m_pipe;
+    double m_started_s;
+    Process m_process;
 };
 
 /// Where the programs are and with which arguments they start.
@@ -161,14 +107,14 @@ public:
         setenv("QT_PLUGIN_PATH", (m_bin + "../bench-plugins").c_str(), 1);
         setenv("QT_LOGGING_RULES", "*.warning=false", 1);
         watchFor("");
-        Process program(programArguments());
+        Program program(programArguments());
         program.Painted(m_size); // its settings file is written when it ends
     }
 
     /// The first window is the start-up window or, with an option, the main window.
     void CompareStarts()
     {
-        const Process sensor(sensorArguments());
+        const Program sensor(sensorArguments());
         waitForSensor();
         compareStart("from the start to the first painted window", startArguments());
         compareStart("from the start to the painted main window, with --connect", programArguments());
@@ -200,10 +146,10 @@ public:
         for (int i = 0; i < kWatches; ++i) {
             MeasuringProgram usual(*this, "usual", kUsual_Hz);
             MeasuringProgram fast(*this, "fast", kFast_Hz);
-            sleepFor(kSettle_s);
+            SleepFor(kSettle_s);
             const double usualBefore_s = usual.program->Used_s();
             const double fastBefore_s = fast.program->Used_s();
-            sleepFor(seconds);
+            SleepFor(seconds);
             usual_s.push_back(usual.program->Used_s() - usualBefore_s);
             fast_s.push_back(fast.program->Used_s() - fastBefore_s);
             if (usual.program->Lines() == 0 || fast.program->Lines() == 0) {
@@ -218,7 +164,7 @@ public:
 private:
     /// The program that measures, with a sensor and a folder of its own.
     struct MeasuringProgram {
-        std::optional<Process> sensor, program;
+        std::optional<Program> sensor, program;
 
         MeasuringProgram(const Bench& bench, const std::string& name, double values_Hz)
         {
@@ -228,7 +174,7 @@ private:
             std::ofstream(folder + "/RVQ.ini") << "[GENERAL]\r\nBaudrate=38400\r\n";
             sensor.emplace(std::vector<std::string>{bench.m_bin + "rvqsim", "--link", line, "--rate", "38400",
                                                     "--values", NumberText(values_Hz, 0)});
-            waitFor(line);
+            WaitForFile(line);
             watchFor("cmdStart");
             program.emplace(std::vector<std::string>{bench.m_bin + "RVQ", "--folder", folder, "--port", "1=" + line,
                                                      "--language", "en", "--connect", "--print"});
@@ -247,8 +193,8 @@ private:
         std::vector<double> ours, bare, text;
         std::array<std::string, 2> size;
         const auto start = [&size](std::vector<double>& times, const std::vector<std::string>& program) {
-            sleepFor(kPause_s);
-            times.push_back(Process(program).Painted(size));
+            SleepFor(kPause_s);
+            times.push_back(Program(program).Painted(size));
         };
         for (int i = 0; i < kStarts; ++i) {
             start(ours, arguments);
@@ -292,38 +238,32 @@ private:
         setenv("QT_QPA_GENERIC_PLUGINS", ("orvexwitness" + (button.empty() ? "" : ":" + button)).c_str(), 1);
     }
 
-    void waitForSensor() const { waitFor(link()); }
-    static void waitFor(const std::string& file)
-    {
-        for (int i = 0; i < 100 && !std::filesystem::exists(file); ++i) {
-            sleepFor(0.05);
-        }
-    }
+    void waitForSensor() const { WaitForFile(link()); }
 
     /// Watches the program and the bare windows side by side, over the same seconds.
     void watchOnce(double seconds, bool measuring, Watch& watch)
     {
-        const Process sensor(sensorArguments());
+        const Program sensor(sensorArguments());
         waitForSensor();
         watchFor(measuring ? "cmdStart" : "");
-        Process program(programArguments());
+        Program program(programArguments());
         program.Painted(m_size);
         watchFor("");
-        Process bare(bareArguments(measuring ? "repaint" : "timer", m_size));
+        Program bare(bareArguments(measuring ? "repaint" : "timer", m_size));
         bare.Painted(m_size);
-        std::optional<Process> clock;
+        std::optional<Program> clock;
         if (!measuring) {
             clock.emplace(bareArguments("clock", m_size));
             clock->Painted(m_size);
         }
-        Process still(bareArguments("still", m_size));
+        Program still(bareArguments("still", m_size));
         still.Painted(m_size);
-        sleepFor(kSettle_s);
+        SleepFor(kSettle_s);
         program.Lines();
         const double ours_s = program.Used_s();
         const double bare_s = bare.Used_s();
         const double clock_s = clock ? clock->Used_s() : 0.0;
-        sleepFor(seconds);
+        SleepFor(seconds);
         watch.ours_s.push_back(program.Used_s() - ours_s);
         watch.bare_s.push_back(bare.Used_s() - bare_s);
         watch.clock_s.push_back((clock ? clock->Used_s() : 0.0) - clock_s);
