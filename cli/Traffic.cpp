@@ -92,7 +92,8 @@ private:
     std::string m_heard; ///< since the port was opened, or since the dialogue was lost
     std::optional<double> m_opened_s;
     bool m_wasOpen = false, m_isLost = false;
-    TextId m_said = TextId::None; ///< of a line that was not quiet
+    OpenProblem m_wrong = OpenProblem::None; ///< with the line, when it was last looked at
+    TextId m_said = TextId::None;            ///< of a line that was not quiet
     std::uint64_t m_printed = 0;
 };
 
@@ -135,6 +136,11 @@ bool Watching::hasFailed()
 
 void Watching::noteLine()
 {
+    const OpenFailure wrong = device().LastFailure();
+    const bool isTold = wrong.problem == OpenProblem::ClosedAtOnce || wrong.problem == OpenProblem::TooMuch;
+    if (std::exchange(m_wrong, wrong.problem) != wrong.problem && isTold) {
+        m_program.Note(modOpenFailure::Text(wrong, m_program.Language()));
+    }
     const bool isLost = m_wasOpen && !device().PortIsOpen();
     if (std::exchange(m_isLost, isLost) != isLost) {
         m_program.Note(m_program.Text(isLost ? TextId::LineInterrupted : TextId::LineIsBack, {m_program.PortName()}));
@@ -224,7 +230,8 @@ std::string Watching::lineOf(const TrafficEntry& entry) const
 void Watching::waitForTick(double due_s)
 {
     modAPI::CollectUntil(
-        due_s, [this] { return device().ArrivalHandle(); }, [this] { return m_session.Collect(modAPI::LocalTime()) > 0; });
+        due_s, [this] { return device().ArrivalHandle(); },
+        [this] { return m_session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 } // namespace

@@ -194,8 +194,7 @@ bool clsSensorRun::isAnswered()
 
 int clsSensorRun::sayWhyNot()
 {
-    const std::string why =
-        Device().PortIsOpen() ? std::string() : modOpenFailure::Text(Device().LastFailure(), m_program.Language());
+    const std::string why = modOpenFailure::Text(Device().LastFailure(), m_program.Language());
     const std::string rate = std::to_string(m_program.Settings().Baudrate);
     m_program.Say(!why.empty()     ? why
                   : m_wasMeasuring ? m_program.Text(TextId::SensorOnlyHeard, {m_program.PortName()})
@@ -313,7 +312,8 @@ void clsSensorRun::noteLine()
 void clsSensorRun::waitForTick(double due_s)
 {
     modAPI::CollectUntil(
-        due_s, [this] { return Device().ArrivalHandle(); }, [this] { return m_session.Collect(modAPI::LocalTime()) > 0; });
+        due_s, [this] { return Device().ArrivalHandle(); },
+        [this] { return m_session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 void clsSensorRun::tickWhile(const std::function<bool()>& goOn, double limit_s)

@@ -33,7 +33,9 @@ enum class OpenProblem : std::uint8_t {
     Refused,        ///< the host answers, and nothing listens there
     TimedOut,       ///< the host does not answer
     NoRfc2217,      ///< a server does, but it does not let the line be set
+    ClosedAtOnce,   ///< the server has ended it before it was used, perhaps with a word: the reason
     ConnectionLost, ///< it was there and has ended
+    TooMuch,        ///< it is open and brings more than a serial line can; the rest waits at the sender
 };
 
 /// Another program that has a port open.
@@ -47,7 +49,7 @@ struct OpenFailure {
     OpenProblem problem = OpenProblem::None;
     std::string device; ///< empty: the port number has no device
     std::string group;  ///< with NoPermission: the group whose members may open the device
-    std::string reason; ///< with Other: the system's message
+    std::string reason; ///< with Other: the system's message; with ClosedAtOnce: the bytes that the server has sent
     PortUser user = {}; ///< with Busy: who has the device, if the system tells
 };
 
@@ -90,8 +92,8 @@ public:
     /// Takes an opening that is under way a step further and returns how far it is. Call it in every tick until it
     /// ends.
     virtual PortState State(std::int32_t port) = 0;
-    /// Why the last completed opening failed, or why the line it opened has ended by itself as far as that is known;
-    /// problem None after a success.
+    /// Why the last completed opening failed, or why the line it opened has ended by itself as far as that is known, or
+    /// what is wrong with the open line; problem None after a success.
     virtual OpenFailure LastFailure(std::int32_t port) const
     {
         static_cast<void>(port);

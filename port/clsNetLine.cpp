@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t kMostReceived = 65536; // the rest waits in the system, and then at the sender
 constexpr std::size_t kMostOutgoing = 4096;  // commands are short: more than this waits only on a line that is stuck
 constexpr int kPiecesPerLook = 32;
+constexpr double kAllowing_s = 0.05;      // a pause in reading lasts so long, or it would end at every byte
+constexpr std::size_t kLongestWord = 200; // bytes of a server that does not want the connection
 
 struct SocketOption {
     int level, name, value;
@@ -49,7 +51,7 @@ int connectionError(int fd)
 } // namespace
 
 clsNetLine::clsNetLine(modLineUrl::LineUrl url, clsNameLookup& lookup, double now_s)
-    : m_url(std::move(url)), m_lookup(lookup), m_limit_s(now_s + kOpening_s)
+    : m_url(std::move(url)), m_lookup(lookup), m_limit_s(now_s + kOpening_s), m_now_s(now_s), m_allowed_s(now_s)
 {
     if (m_url.protocol == modLineUrl::Protocol::Rfc2217) {
         m_telnet.emplace();
@@ -65,6 +67,7 @@ clsNetLine::~clsNetLine()
 
 PortState clsNetLine::Step(double now_s)
 {
+    allow(now_s);
     if (m_phase == Phase::Resolving) {
         resolve(now_s);
     } else if (m_phase == Phase::Connecting) {
@@ -147,6 +150,7 @@ void clsNetLine::begin(double now_s)
     m_reason.clear();
     m_wasOpen = !m_telnet;
     m_phase = m_telnet ? Phase::Agreeing : Phase::Open;
+    m_begun_s = now_s;
     m_limit_s = now_s + kAgreeing_s;
     if (m_telnet) {
         m_telnet->Begin();
@@ -163,23 +167,54 @@ void clsNetLine::followAgreement()
     }
 }
 
-/// Bytes that are not taken now keep their place in the system. A server that does not read its answers is not read, so
-/// that they do not pile up here.
+/// Nobody is kept busy by a server that sends as fast as the network goes. Whoever sends that much is told of it until
+/// half of what may come at once is allowed again.
+void clsNetLine::allow(double now_s)
+{
+    m_now_s = now_s;
+    if (now_s - m_allowed_s >= kAllowing_s) {
+        const double raised = static_cast<double>(m_allowance) + (now_s - m_allowed_s) * kMost_Bps;
+        m_allowance = static_cast<std::size_t>(std::min(raised, double{kMostAtOnce}));
+        m_allowed_s = now_s;
+    }
+    if (m_problem == OpenProblem::TooMuch && m_allowance > kMostAtOnce / 2) {
+        m_problem = OpenProblem::None;
+    }
+}
+
+/// How many bytes may be taken in. The others keep their place in the system, and then at the sender. A server that
+/// does not read its answers is not read, so that they do not pile up here.
+std::size_t clsNetLine::room()
+{
+    return outgoing().size() > kMostOutgoing ? 0 : std::min(kMostReceived - m_received.size(), m_allowance);
+}
+
 void clsNetLine::takeArrived()
 {
     std::array<char, 4096> piece{};
-    const auto hasRoom = [&] { return m_received.size() < kMostReceived && outgoing().size() <= kMostOutgoing; };
-    for (int pieces = 0; m_fd >= 0 && hasRoom() && pieces < kPiecesPerLook; ++pieces) {
-        const ssize_t count = recv(m_fd, piece.data(), std::min(piece.size(), kMostReceived - m_received.size()), 0);
-        if (count > 0 && m_telnet) {
-            m_telnet->Receive({piece.data(), static_cast<std::size_t>(count)}, m_received);
-        } else if (count > 0) {
-            m_received.append(piece.data(), static_cast<std::size_t>(count));
-        } else if (count < 0 && isTemporary(errno)) {
+    for (int pieces = 0; m_fd >= 0 && room() > 0 && pieces < kPiecesPerLook; ++pieces) {
+        const ssize_t count = recv(m_fd, piece.data(), std::min(piece.size(), room()), 0);
+        if (count < 0 && isTemporary(errno)) {
             break;
-        } else {
-            end(OpenProblem::ConnectionLost);
         }
+        if (count <= 0) {
+            endByPeer();
+            break;
+        }
+        const std::size_t before = m_received.size();
+        const std::string_view bytes(piece.data(), static_cast<std::size_t>(count));
+        if (m_telnet) {
+            m_telnet->Receive(bytes, m_received);
+        } else {
+            m_received += bytes;
+        }
+        m_allowance -= bytes.size();
+        if (m_beginning.size() <= kLongestWord) {
+            m_beginning.append(m_received, before, kLongestWord + 1);
+        }
+    }
+    if (m_phase == Phase::Open && m_allowance == 0) {
+        m_problem = OpenProblem::TooMuch;
     }
     if (m_fd >= 0 && m_telnet && m_telnet->Agreed() == clsTelnet::Agreement::Refused) {
         end(OpenProblem::NoRfc2217);
@@ -196,22 +231,23 @@ void clsNetLine::sendOutgoing()
             return;
         }
         if (count < 0) {
-            end(OpenProblem::ConnectionLost);
+            endByPeer();
             return;
         }
         waiting.erase(0, static_cast<std::size_t>(count));
     }
 }
 
-std::int32_t clsNetLine::Waiting()
+std::int32_t clsNetLine::Waiting(double now_s)
 {
+    allow(now_s);
     takeArrived();
     return m_received.empty() && m_phase != Phase::Open ? -1 : static_cast<std::int32_t>(m_received.size());
 }
 
 std::int32_t clsNetLine::Read(std::span<char> buffer)
 {
-    if (m_received.empty() && Waiting() < 0) {
+    if (m_received.empty() && Waiting(m_now_s) < 0) {
         return -1;
     }
     const std::size_t count = std::min(buffer.size(), m_received.size());
@@ -238,8 +274,9 @@ std::int32_t clsNetLine::Write(std::span<const char> bytes)
     return m_phase == Phase::Open ? static_cast<std::int32_t>(taken.size()) : -1;
 }
 
-void clsNetLine::DiscardReceived()
+void clsNetLine::DiscardReceived(double now_s)
 {
+    allow(now_s);
     takeArrived();
     m_received.clear();
     if (m_telnet && m_phase == Phase::Open && m_telnet->Outgoing().empty()) {
@@ -281,6 +318,13 @@ std::int32_t clsNetLine::RoundTrip_ms() const
         return 0;
     }
     return static_cast<std::int32_t>(info.tcpi_rtt / 1000);
+}
+
+/// A server whose line is in use says so in a few words and closes.
+void clsNetLine::endByPeer()
+{
+    const bool isAtOnce = m_now_s <= m_begun_s + kAtOnce_s && m_beginning.size() <= kLongestWord;
+    end(isAtOnce ? OpenProblem::ClosedAtOnce : OpenProblem::ConnectionLost, isAtOnce ? m_beginning : std::string());
 }
 
 void clsNetLine::end(OpenProblem problem, std::string reason)

@@ -45,7 +45,7 @@ std::int32_t clsNetPort::sio_flush(std::int32_t port, std::int32_t function)
     if (line == nullptr || function != 0) {
         return -1;
     }
-    line->DiscardReceived();
+    line->DiscardReceived(m_clock_s());
     return 0;
 }
 
@@ -53,15 +53,15 @@ std::int32_t clsNetPort::sio_write(std::int32_t port, std::span<const char> byte
 {
     clsNetLine* line = lineOf(port);
     const std::int32_t taken = line == nullptr ? -1 : line->Write(bytes);
-    noteEnd(port);
+    noteProblem(port);
     return taken;
 }
 
 std::int32_t clsNetPort::sio_iqueue(std::int32_t port)
 {
     clsNetLine* line = lineOf(port);
-    const std::int32_t waiting = line == nullptr ? -1 : line->Waiting();
-    noteEnd(port);
+    const std::int32_t waiting = line == nullptr ? -1 : line->Waiting(m_clock_s());
+    noteProblem(port);
     return waiting;
 }
 
@@ -69,7 +69,7 @@ std::int32_t clsNetPort::sio_read(std::int32_t port, std::span<char> buffer)
 {
     clsNetLine* line = lineOf(port);
     const std::int32_t count = line == nullptr ? -1 : line->Read(buffer);
-    noteEnd(port);
+    noteProblem(port);
     return count;
 }
 
@@ -89,7 +89,7 @@ PortState clsNetPort::State(std::int32_t port)
     if (state == PortState::Open) {
         m_places.at(port).failure = {};
     }
-    noteEnd(port);
+    noteProblem(port);
     return state;
 }
 
@@ -136,11 +136,14 @@ clsNetLine* clsNetPort::lineOf(std::int32_t port) const
 }
 
 /// The reason outlives the line.
-void clsNetPort::noteEnd(std::int32_t port)
+void clsNetPort::noteProblem(std::int32_t port)
 {
     const clsNetLine* line = lineOf(port);
-    if (line != nullptr && line->Problem() != OpenProblem::None) {
-        Place& place = m_places.at(port);
+    if (line == nullptr) {
+        return;
+    }
+    Place& place = m_places.at(port);
+    if (line->Problem() != OpenProblem::None || place.failure.problem == OpenProblem::TooMuch) {
         place.failure = {line->Problem(), place.tried, {}, line->Reason()};
     }
 }

@@ -51,7 +51,7 @@ private:
     };
 
     clsNetLine* lineOf(std::int32_t port) const;
-    void noteEnd(std::int32_t port);
+    void noteProblem(std::int32_t port);
 
     const modPComm::PortDevices& m_devices;
     clsNameLookup::Resolve m_resolve;

@@ -1,5 +1,6 @@
 #include "port/modOpenFailure.h"
 
+#include "base/PlainText.h"
 #include "port/modPortScan.h"
 #include "texts/modFunctions.h"
 
@@ -8,6 +9,8 @@
 namespace modOpenFailure {
 
 namespace {
+
+constexpr std::size_t kLongestWord = 80; // of a server, in characters
 
 TextId textOf(const OpenFailure& failure)
 {
@@ -36,6 +39,10 @@ TextId textOf(const OpenFailure& failure)
         return TextId::PortTimedOut;
     case OpenProblem::NoRfc2217:
         return TextId::PortNoRfc2217;
+    case OpenProblem::ClosedAtOnce:
+        return PlainText(failure.reason, kLongestWord).empty() ? TextId::PortClosedAtOnce : TextId::PortClosedSaying;
+    case OpenProblem::TooMuch:
+        return TextId::PortTooMuch;
     case OpenProblem::ConnectionLost:
         return TextId::PortConnectionLost;
     case OpenProblem::Other:
@@ -51,6 +58,7 @@ std::string Text(const OpenFailure& failure, std::int32_t language)
     const bool isBusy = failure.problem == OpenProblem::Busy;
     const std::string detail = isBusy                                         ? modPortScan::InWords(failure.user)
                                : failure.problem == OpenProblem::NoPermission ? failure.group
+                               : failure.problem == OpenProblem::ClosedAtOnce ? PlainText(failure.reason, kLongestWord)
                                                                               : failure.reason;
     return modFunctions::Filled(modFunctions::GetText(textOf(failure), language), {failure.device, detail});
 }

@@ -195,6 +195,7 @@ TEST(NetPort, CarriesBytesAsTheyAreAndTellsTheEnd)
             EXPECT_EQ(line.Read(3), "\xFF\x00\r"s);
             server.Say("last");
             ASSERT_TRUE(NetLine::Until([&] { return line.port.sio_iqueue(1) == 4; }));
+            line.now_s += clsNetLine::kAtOnce_s + 1;
             isReset ? server.Reset() : server.HangUp();
             EXPECT_TRUE(NetLine::Until([&] { return line.port.sio_iqueue(1), line.port.ArrivalHandle(1) < 0; }));
             EXPECT_FALSE(line.port.HasVanished(1)) << "before all was read";
@@ -224,8 +225,8 @@ TEST(NetPort, SaysWhyItCannotOpen)
                           [](clsLoopbackServer& server) { server.Say(kDontLine); }, 0, OpenProblem::NoRfc2217},
                          {"rfc2217", "closes in the middle",
                           [](clsLoopbackServer& server) { server.Say("\xFF\xFD"), server.HangUp(); }, 0,
-                          OpenProblem::ConnectionLost},
-                         {"rfc2217", "is switched off", [](clsLoopbackServer& server) { server.Reset(); }, 0,
+                          OpenProblem::ClosedAtOnce},
+                         {"rfc2217", "is switched off", [](clsLoopbackServer& server) { server.Reset(); }, 3,
                           OpenProblem::ConnectionLost}};
     for (const Row& row : kRows) {
         clsLoopbackServer server;
@@ -245,7 +246,41 @@ TEST(NetPort, SaysWhyItCannotOpen)
         EXPECT_EQ(line.port.LastFailure(1).problem, OpenProblem::None) << row.name;
         EXPECT_EQ(line.port.sio_iqueue(1), 0) << row.name;
     }
+}
 
+TEST(NetPort, AServerThatClosesAtOnceIsQuoted)
+{
+    struct Row {
+        const char* scheme;
+        std::string said;
+        double passes_s;
+        const char* text; ///< the end of it
+    };
+    for (const Row& row :
+         {Row{"tcp", "Port already in use\r\n", 0, "closed the connection at once and says: Port already in use"},
+          Row{"rfc2217", "Port already in use\r\n", 1, "says: Port already in use"},
+          Row{"tcp", "\x1B[2J" + std::string(100, 'x'), 0,
+              "says: ?[2Jxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx…"},
+          Row{"tcp", "\r\n", 0, "closed the connection at once."}, Row{"tcp", "   1.234 m\r\n", 3, "was lost."},
+          Row{"tcp", std::string(300, 'x'), 0, "was lost."}}) {
+        clsLoopbackServer server;
+        NetLine line(row.scheme + "://127.0.0.1:"s + server.Port());
+        line.port.sio_open(1);
+        line.port.State(1);
+        server.Accept();
+        server.Say(row.said);
+        server.HangUp();
+        line.now_s += row.passes_s;
+        EXPECT_TRUE(NetLine::Until([&] {
+            return line.port.State(1) == PortState::Closed || (line.port.sio_iqueue(1), line.port.ArrivalHandle(1) < 0);
+        }));
+        const std::string text = modOpenFailure::Text(line.port.LastFailure(1), LanguageEnglish);
+        EXPECT_TRUE(text.ends_with(row.text)) << text;
+    }
+}
+
+TEST(NetPort, SaysWhyThereIsNoServer)
+{
     NetLine nonsense("tcp://nonsense");
     EXPECT_NE(nonsense.port.sio_open(1), 0);
     EXPECT_EQ(nonsense.port.LastFailure(1).problem, OpenProblem::NoAddress);
@@ -378,6 +413,49 @@ TEST(NetPort, BuffersAreBoundedInBothDirections)
     EXPECT_EQ(line.port.State(1), PortState::Open);
     EXPECT_EQ(server.Hear(taken - 4096).size() > 0, true);
     EXPECT_TRUE(NetLine::Until([&] { return line.port.sio_write(1, "C"s) == 1; }));
+}
+
+TEST(NetPort, AFloodIsReadNoFasterThanALineCouldBring)
+{
+    clsLoopbackServer server;
+    NetLine line("tcp://127.0.0.1:" + server.Port());
+    line.port.sio_open(1);
+    ASSERT_TRUE(line.Reaches(PortState::Open));
+    server.Accept();
+    const std::string much(100000, 'x');
+    std::string piece(65536, ' ');
+    std::size_t said = 0, read = 0;
+    const auto takes = [&] { // in no time
+        const std::size_t before = read;
+        NetLine::Until([&] {
+            const bool waits = line.port.sio_iqueue(1) > 0;
+            read += waits ? static_cast<std::size_t>(line.port.sio_read(1, piece)) : 0;
+            return read == said || line.port.ArrivalHandle(1) < 0;
+        });
+        return read - before;
+    };
+    constexpr std::size_t kMore = 100 * clsNetLine::kMostAtOnce; // than the system keeps
+    for (std::size_t now = 1; said < kMore && (now > 0 || said < 2 * clsNetLine::kMostAtOnce);) {
+        now = server.SayWhatGoes(much);
+        said += now;
+        takes();
+    }
+    ASSERT_EQ(read, clsNetLine::kMostAtOnce) << "what a stall has held back comes in one piece";
+    EXPECT_EQ(line.port.LastFailure(1).problem, OpenProblem::TooMuch);
+    line.now_s += 1.0 / 64;
+    EXPECT_EQ(takes(), 0U) << "else the pause would end with every byte";
+    line.now_s += 63.0 / 64;
+    EXPECT_EQ(takes(), clsNetLine::kMost_Bps);
+    EXPECT_LT(line.port.ArrivalHandle(1), 0);
+    for (int second = 0; second < 1000 && read < said; ++second) {
+        line.now_s += 1;
+        takes();
+    }
+    EXPECT_EQ(read, said) << "nothing is lost";
+    line.now_s += 10;
+    EXPECT_EQ(line.port.sio_iqueue(1), 0);
+    EXPECT_GE(line.port.ArrivalHandle(1), 0);
+    EXPECT_EQ(line.port.LastFailure(1).problem, OpenProblem::None);
 }
 
 TEST(NetPort, SetsTheLineWithRfc2217)

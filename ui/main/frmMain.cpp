@@ -203,8 +203,8 @@ void frmMain::explainFailure()
 {
     const clsRVQ& device = m_session.Device();
     followPort();
-    const QString why =
-        device.PortIsOpen() ? m_portWarning : OpenFailureText(device.LastFailure(), m_settings.Language);
+    const QString failure = OpenFailureText(device.LastFailure(), m_settings.Language);
+    const QString why = device.PortIsOpen() && failure.isEmpty() ? m_portWarning : failure;
     if (pnlMessages->Explain(why)) {
         noteFailure();
     }
