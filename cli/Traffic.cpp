@@ -243,5 +243,6 @@ int RunTraffic(clsProgram& program, const clsArguments& arguments)
     if (format != "text" && format != "json") {
         throw UsageError("--format takes text or json");
     }
+    program.RequirePort();
     return Watching(program, format == "json", arguments.Has("listen")).Run(limit_s);
 }

@@ -163,6 +163,23 @@ modGlobals::Settings& clsProgram::Settings()
     return m_settings;
 }
 
+void clsProgram::RequirePort()
+{
+    prepare();
+    const std::string iniFile = Folder() / "RVQ.ini";
+    if (!m_ports.empty()) {
+        return;
+    }
+    if (!m_settings.UnreadFile.empty()) {
+        throw UsageError(iniFile + " cannot be read (" + FileError(m_settings.UnreadWhy) +
+                         "), so no port is known; name one with --port");
+    }
+    if (m_settings.Comport < 1 || m_settings.Comport > modPComm::kPortCount) {
+        throw UsageError("Comport in " + iniFile + " is not a number from 1 to " +
+                         std::to_string(modPComm::kPortCount) + "; name a port with --port");
+    }
+}
+
 modPComm::PortDevices& clsProgram::Devices()
 {
     prepare();

@@ -60,6 +60,9 @@ public:
     /// What "RVQ.ini" says, with port and rate of the options; it is read with the first call. Nothing is written back.
     /// A command may change it for its run before it makes a session.
     modGlobals::Settings& Settings();
+    /// To be called by a command that uses the port of `Settings`. Throws UsageError when nobody has named one: without
+    /// --port, and with an "RVQ.ini" that cannot be read or has a number that no port has.
+    void RequirePort();
     /// What stands behind the port numbers.
     modPComm::PortDevices& Devices();
     /// The ports that were asked for with --port, in their order; empty: the one of the settings.

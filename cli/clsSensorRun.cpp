@@ -54,6 +54,7 @@ clsSensorRun::clsSensorRun(clsProgram& program, const Options& options)
       m_session(std::make_unique<clsPorts>(program.Devices()), program.Settings(),
                 options.recordings.empty() ? program.Folder() / "REC" : options.recordings, '.')
 {
+    program.RequirePort();
     m_session.Origin = [this] {
         RecordingInfo info;
         info.program = kProgramName;

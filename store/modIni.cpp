@@ -14,6 +14,8 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::size_t kMostNuls = 4; // one byte in this many; in UTF-16 with our letters it is every second one
+// Of other control characters these and one byte in so many; random bytes have one in nine.
+constexpr std::size_t kFewControls = 4, kMostControls = 16;
 
 char lower(char c)
 {
@@ -173,7 +175,10 @@ void Content::Put(std::string_view section, const Entry& entry)
 bool IsPlainText(std::string_view bytes)
 {
     const auto nuls = static_cast<std::size_t>(std::ranges::count(bytes, '\0'));
-    return !bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF") && nuls <= bytes.size() / kMostNuls;
+    const auto controls = static_cast<std::size_t>(std::ranges::count_if(
+        bytes, [](char c) { return c > '\0' && c < ' ' && c != '\t' && c != '\r' && c != '\n'; }));
+    const bool hasMark = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
+    return !hasMark && nuls <= bytes.size() / kMostNuls && controls <= kFewControls + bytes.size() / kMostControls;
 }
 
 std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why)

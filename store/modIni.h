@@ -76,7 +76,8 @@ bool Change(const std::filesystem::path& file, const std::function<void(Content&
 /// The present content of a file; empty when it is missing. No value, with the reason, when it cannot be read.
 std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why);
 
-/// Whether these bytes can be an INI file: not when they begin as UTF-16 does, or when they are full of NUL bytes.
+/// Whether these bytes can be an INI file: not when they begin as UTF-16 does, or when they are full of NUL bytes or of
+/// control characters.
 bool IsPlainText(std::string_view bytes);
 
 } // namespace modIni

@@ -343,6 +343,23 @@ without_sensor() {
     port=$work/dead
     run 3 info
     says 'no sensor answers at 9600 bit/s'
+    # Settings that name no port: none is opened that nobody has named.
+    local settings=$work/folder/RVQ.ini kind code
+    for kind in folder noise number; do
+        case $kind in
+            folder) mkdir -p "$settings" ;;
+            noise) (printf '[GENERAL]\nComport=1\n' && head -c 10000 /dev/urandom) >"$settings" ;;
+            number) printf '[GENERAL]\nComport=99999999999\n' >"$settings" ;;
+        esac
+        for last in info traffic; do
+            code=0
+            "$rvqctl" --folder "$work/folder" "$last" >"$work/out" 2>"$work/err" </dev/null || code=$?
+            [ "$code" -eq 2 ] || fail "$last with $kind: ended with $code"
+            says '--port$'
+        done
+        run 3 info
+        rm -r "$settings"
+    done
 }
 
 with_faults() {

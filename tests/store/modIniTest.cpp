@@ -129,7 +129,8 @@ TEST_F(IniFile, AFileThatIsNotPlainTextReadsAsEmptyAndIsLeftAlone)
         }
         return bytes;
     };
-    for (const std::string& bytes : {"\xFF\xFE" + inUtf16(false), "\xFE\xFF" + inUtf16(true), inUtf16(false)}) {
+    const std::string noise = "[s]\nk=7\n\x01\x9C\x1Bz\x07\xF3q\x1E\x02\xB5\x10\x7F\x1A";
+    for (const std::string& bytes : {"\xFF\xFE" + inUtf16(false), "\xFE\xFF" + inUtf16(true), inUtf16(false), noise}) {
         Put(bytes);
         EXPECT_EQ(Ini().GetSetting("s", "k", 3), clsIni::Variant(3));
         std::error_code why;
@@ -138,7 +139,7 @@ TEST_F(IniFile, AFileThatIsNotPlainTextReadsAsEmptyAndIsLeftAlone)
         EXPECT_EQ(why, std::errc::illegal_byte_sequence);
         EXPECT_EQ(Bytes(), bytes);
     }
-    Put("[s]\nk=\0v\n"s + std::string(80, 'x'));
+    Put("[s]\nk=\0\x1Bv\n"s + std::string(80, 'x'));
     EXPECT_TRUE(Ini().WriteSetting("s", "k", "2")) << "a stray NUL byte is not UTF-16";
 }
 
