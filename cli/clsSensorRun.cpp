@@ -139,6 +139,9 @@ int clsSensorRun::Connect()
         takeAnswer();
     }
     m_program.Progress().End();
+    if (end == RunEnd::Stopped && !m_hasAsked) {
+        m_program.Say(m_program.Text(TextId::CliCancelledFirst));
+    }
     m_wasFound = isAnswered();
     m_wasMeasuring = m_format && m_hasAsked && !(m_wasFound && Device().Parameters().OutputMode == OutputSingle);
     m_session.Loop().ListenFirst_ms = 0;

@@ -260,6 +260,17 @@ check_left_as_found() {
     ! measures || fail "SIGINT: the sensor goes on measuring"
 }
 
+# Ctrl+C before the first byte: it says so.
+check_early_end() {
+    local code=0
+    timeout --preserve-status -s INT -k 20 0.5 env --default-signal=INT \
+        "$rvqctl" --folder "$work/folder" --port "$port" set 701=3 >"$work/out" 2>"$work/err" || code=$?
+    last="set, interrupted at once"
+    [ "$code" -eq 1 ] || fail "$last: ended with $code"
+    says 'nothing was sent'
+    has 701 0
+}
+
 # $1 is a setting for the environment. What a terminal gets goes to "out".
 watch_on_terminal() {
     env "$1" TERM=xterm script -qec "'$rvqctl' --folder '$work/folder' --port '$port' watch --for 2s" /dev/null \
@@ -480,7 +491,7 @@ interrupted() {
 
 # --- all at the same time ------------------------------------------------------------------------------------------
 
-parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end" "on_line terminal check_rest_of_answer")
+parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end" "on_line terminal check_early_end check_rest_of_answer")
 lines=(terminal raw rfc2217)
 [ -x "$ser2net" ] || lines=(terminal)
 for line in "${lines[@]}"; do
