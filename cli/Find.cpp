@@ -23,31 +23,30 @@ using nlohmann::ordered_json;
 
 constexpr double kStep_s = 0.025;
 
-/// The ports that were asked for, under numbers of their own: a device that has none gets the last one, and the next
-/// such device would take its place.
+/// The ports that were asked for, under numbers of their own: each device that has none gets one that was not asked
+/// for.
 std::vector<FindCandidate> namedPorts(clsProgram& program)
 {
     modPComm::PortDevices& devices = program.Devices();
     std::vector<FindCandidate> candidates;
-    std::int32_t free = modPComm::kPortCount;
+    std::int32_t free = modPComm::kPortCount + 1;
     const auto isNamed = [&](std::int32_t number) {
         return std::ranges::find(program.Ports(), std::to_string(number)) != program.Ports().end();
     };
     for (const std::string& typed : program.Ports()) {
-        std::int32_t port = modPortName::NumberOf(typed, devices);
-        if (port == modPComm::kPortCount && !isNamed(port)) {
+        modPComm::PortDevices given = devices; // here a device without a number gets the last one, whosever that is
+        std::int32_t port = modPortName::NumberOf(typed, given);
+        const std::string device = given.DeviceOf(port);
+        if (device != devices.DeviceOf(port)) {
             do {
                 --free;
             } while (isNamed(free));
-            devices.Override(free, devices.DeviceOf(port));
+            devices.Override(free, device);
             port = free;
         }
-        const auto isListed = [&](const FindCandidate& other) {
-            return devices.DeviceOf(other.port) == devices.DeviceOf(port);
-        };
+        const auto isListed = [&](const FindCandidate& other) { return other.device == device; };
         if (std::ranges::none_of(candidates, isListed)) {
             const bool isNumber = typed == std::to_string(port);
-            const std::string device = devices.DeviceOf(port);
             candidates.push_back({port, isNumber ? modCandidates::NameOf(port, devices) : device, false, device});
         }
     }

@@ -152,7 +152,7 @@ void clsProgram::prepare()
     m_settings.Baudrate = m_baud.value_or(m_settings.Baudrate);
     m_devices.Use(
         [ports = modGlobals::ConfiguredPorts(iniFile)](std::string_view key) mutable { return ports.DeviceOf(key); });
-    if (!m_ports.empty()) {
+    if (m_ports.size() == 1) { // with several, each is looked at by itself
         m_settings.Comport = modPortName::NumberOf(m_ports.back(), m_devices);
     }
 }

@@ -232,6 +232,16 @@ check_finding() {
     ! grep -v '^{.*}$' "$work/out" || fail "$last: a line is no object"
 }
 
+# A device without a number beside the number that such a device gets when it is alone.
+check_several_ports() {
+    start_sensor "$work/second"
+    mkdir -p "$work/folder"
+    printf '[PORTS]\nCOM255=%s\n' "$work/second" >"$work/folder/RVQ.ini"
+    run 0 find --port 255 --port "$(readlink -f "$work/second")" --json
+    prints "\"port\":\"$port\",\"name\":\"$port\""
+    prints "\"port\":\"$work/second\",\"name\":\"COM 255 "
+}
+
 # What comes from the terminal of the sensor within a second: nothing unless it measures.
 heard() { timeout 1 cat "$work/sensor" || true; }
 measures() { [ -n "$(heard)" ]; }
@@ -491,7 +501,7 @@ interrupted() {
 
 # --- all at the same time ------------------------------------------------------------------------------------------
 
-parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end" "on_line terminal check_early_end check_rest_of_answer")
+parts=(without_sensor with_faults with_false_dumps interrupted hostile foreign without_dump "on_line terminal check_sudden_end" "on_line terminal check_early_end check_rest_of_answer check_several_ports")
 lines=(terminal raw rfc2217)
 [ -x "$ser2net" ] || lines=(terminal)
 for line in "${lines[@]}"; do
