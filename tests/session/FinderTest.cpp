@@ -1,12 +1,17 @@
 // The search for a sensor on played lines: each has a simulated sensor behind it, or something else, and a rate.
+#include "base/FileHandle.h"
+#include "port/modPComm.h"
 #include "sensor/ParameterSet.h"
 #include "session/clsFinder.h"
+#include "session/modCandidates.h"
 #include "session/modFindText.h"
 #include "simulator/clsSensorModel.h"
 #include "texts/modFunctions.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
@@ -317,6 +322,22 @@ TEST(Finder, GoesThroughAllPortsAndLeavesItsOwnAlone)
     EXPECT_EQ(found[1].port, 4);
     EXPECT_EQ(search.lines.all[2].openings, 0);
     EXPECT_EQ(std::ranges::count(search.steps, FindEvent::Own, &FindStep::event), 1);
+}
+
+TEST(Finder, TerminalsAreSearchedBeforeLinesOverTheNetwork)
+{
+    const FileHandle terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_EQ(unlockpt(terminal.Descriptor()), 0);
+    modPComm::PortDevices devices;
+    devices.Override(5, "tcp://127.0.0.1:1");
+    devices.Override(254, ptsname(terminal.Descriptor()));
+    std::vector<std::int32_t> order;
+    for (const FindCandidate& candidate : modCandidates::Known(devices, 0)) {
+        if (candidate.port == 5 || candidate.port == 254) {
+            order.push_back(candidate.port);
+        }
+    }
+    EXPECT_EQ(order, (std::vector<std::int32_t>{254, 5}));
 }
 
 TEST(Finder, NeverOpensAPortThatAnotherProgramHas)

@@ -92,6 +92,25 @@ TEST(FindWindow, StopsAndBeginsAgain)
     EXPECT_EQ(window.Chosen()->serialNo, "004711");
 }
 
+TEST(FindWindow, ADeviceWithoutANumberIsFoundAndNotTaken)
+{
+    Search main;
+    const std::string path = main.sensor.Path();
+    main.devices.Override(254, path);
+    frmSplash owner(main.settings, main.devices, main.help);
+    frmFind window(owner, LanguageEnglish, main.devices, {{254, path, false, path, false}});
+    window.show();
+    EXPECT_TRUE(Until([&] { return isOver(window); }));
+    auto* found = FindIn<QListWidget>(window, "lstFound");
+    ASSERT_EQ(found->count(), 1);
+    EXPECT_TRUE(found->item(0)->text().startsWith(QString::fromStdString(path))) << "not a number that is nobody's";
+    const auto* note = FindIn<QLabel>(window, "lblFindNote");
+    EXPECT_TRUE(note->isVisible());
+    EXPECT_TRUE(note->text().contains(QString::fromStdString("COM254=" + path)));
+    emit found->itemActivated(found->item(0));
+    EXPECT_FALSE(window.Chosen());
+}
+
 TEST(StartUpWindow, FoundSensorIsConnectedToAtOnce)
 {
     Search main;
