@@ -3,7 +3,6 @@
 #include "base/CodePage.h"
 #include "base/modAPI.h"
 #include "cli/clsProgram.h"
-#include "cli/modPortName.h"
 #include "cli/modSignals.h"
 #include "cli/modTerminal.h"
 #include "port/clsPorts.h"
@@ -34,7 +33,7 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
         return std::ranges::find(program.Ports(), std::to_string(number)) != program.Ports().end();
     };
     for (const std::string& typed : program.Ports()) {
-        std::int32_t port = modPortName::NumberOf(typed, devices);
+        std::int32_t port = program.NumberOf(typed);
         if (port == modPComm::kPortCount && !isNamed(port)) {
             do {
                 --free;

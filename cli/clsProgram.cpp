@@ -3,9 +3,9 @@
 #include "base/Numbers.h"
 #include "base/PlainText.h"
 #include "base/modAPI.h"
-#include "cli/modPortName.h"
 #include "cli/modSignals.h"
 #include "port/SerialPort.h"
+#include "port/modPortName.h"
 #include "texts/modErrorText.h"
 #include "texts/modFunctions.h"
 
@@ -153,7 +153,7 @@ void clsProgram::prepare()
     m_devices.Use(
         [ports = modGlobals::ConfiguredPorts(iniFile)](std::string_view key) mutable { return ports.DeviceOf(key); });
     if (!m_ports.empty()) {
-        m_settings.Comport = modPortName::NumberOf(m_ports.back(), m_devices);
+        m_settings.Comport = NumberOf(m_ports.back());
     }
 }
 
@@ -167,6 +167,14 @@ modPComm::PortDevices& clsProgram::Devices()
 {
     prepare();
     return m_devices;
+}
+
+std::int32_t clsProgram::NumberOf(std::string_view port)
+{
+    if (const std::string problem = modPortName::ProblemOf(port, "--port"); !problem.empty()) {
+        throw UsageError(problem);
+    }
+    return modPortName::NumberOf(port, m_devices);
 }
 
 std::string clsProgram::PortName()
