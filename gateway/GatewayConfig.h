@@ -21,7 +21,7 @@ struct SensorConfig {
     std::string port;                     ///< a number, a device, a stable name, or the address of a network line
     std::int32_t rate = 9600;             ///< bit/s
     bool measures = true;                 ///< starts measuring as soon as the sensor answers, again after every loss
-    std::int32_t temperature_s = 0;       ///< how often the temperature is read; 0: never
+    std::int32_t temperature_s = 0;       ///< how often the temperature is read while measuring; 0: never
     bool records = true;                  ///< every value goes into recordings, from which it is sent again
     std::optional<std::int32_t> every_ms; ///< only one value in so much time is recorded and sent; none: every one
     bool operator==(const SensorConfig&) const = default;
@@ -61,11 +61,23 @@ struct ConfigProblem {
     std::string text;      ///< English, one sentence
 };
 
+/// A file that a configuration names.
+struct NamedFile {
+    std::int32_t line = 0;
+    std::string key;
+    std::filesystem::path path;
+    bool isSecret = false; ///< nobody but its owner and its group may read it
+};
+
 struct ReadGatewayConfig {
     GatewayConfig config;
-    std::vector<ConfigProblem> problems; ///< none: it can be used
+    std::vector<ConfigProblem> problems; ///< none: it can be used; in the order of their lines
+    std::vector<NamedFile> files;
 };
 
 /// Reads a configuration in the INI layout. A key or section that it does not know is a problem, too: a typing error
 /// must not change what a service does.
 ReadGatewayConfig ParseGatewayConfig(std::string_view bytes);
+
+/// The same for a file. Whether the files that it names can be used is looked at, too.
+ReadGatewayConfig LoadGatewayConfig(const std::filesystem::path& file);
