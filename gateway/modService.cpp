@@ -20,8 +20,12 @@ void Log(LogLevel level, const std::string& text)
 {
     static const bool hasJournal = std::getenv("JOURNAL_STREAM") != nullptr;
     constexpr std::size_t kLongest = 1000;
-    const std::string prefix = hasJournal ? "<" + std::to_string(static_cast<int>(level)) + ">" : "rvqd: ";
-    std::fputs((prefix + PlainText(text, kLongest) + "\n").c_str(), stderr);
+    const std::string line = PlainText(text, kLongest);
+    if (hasJournal) {
+        std::fprintf(stderr, "<%d>%s\n", static_cast<int>(level), line.c_str());
+    } else {
+        std::fprintf(stderr, "rvqd: %s\n", line.c_str());
+    }
 }
 
 void Notify(const std::string& state)

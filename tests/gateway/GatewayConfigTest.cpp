@@ -3,6 +3,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
@@ -116,6 +117,24 @@ TEST(GatewayConfigs, ProblemsAreNamedByTheirLines)
     for (const char* fine : {"Host=localhost", "Host=[::1]:1884, 127.0.0.1:1883", "Host=mq\nPlain=yes"}) {
         EXPECT_EQ(problemsOf(ParseGatewayConfig(std::string(kSensor) + "[BROKER]\n" + fine)), "") << fine;
     }
+}
+
+TEST(GatewayConfigs, TheSampleWantsAPortAndNothingElse)
+{
+    std::string sample = TemporaryFolder::Read(ORVEX_SOURCE_DIR "/packaging/gateway.ini");
+    const std::string before = problemsOf(ParseGatewayConfig(sample));
+    EXPECT_TRUE(before.ends_with(": Port takes a number, a device, a stable name or an address\n")) << before;
+    EXPECT_EQ(std::ranges::count(before, '\n'), 1);
+    sample.replace(sample.find("\nPort=") + 1, 5, "Port=1");
+    EXPECT_EQ(problemsOf(ParseGatewayConfig(sample)), "");
+    std::size_t keys = 0;
+    for (std::size_t at = 0; (at = sample.find("\n;", at)) != sample.npos; ++keys) { // what is shown as a comment, too
+        sample.erase(at + 1, sample[at + 2] == ' ' ? 0 : 1);
+        ++at;
+    }
+    const std::string all = problemsOf(ParseGatewayConfig(sample));
+    EXPECT_EQ(all, "") << "with every key";
+    EXPECT_GT(keys, 10u);
 }
 
 TEST(GatewayConfigs, SecretsAreForTheServiceAlone)
