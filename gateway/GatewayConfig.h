@@ -29,7 +29,8 @@ struct SensorConfig {
 
 /// The section "BROKER".
 struct BrokerConfig {
-    std::string host = "127.0.0.1";
+    std::string host =
+        "127.0.0.1"; ///< several of a cluster with commas, tried in turn; "host:port" has a port of its own
     std::uint16_t port = 1883;
     bool usesTls = false;
     bool mayBePlain = false;                    ///< values may go to another host without TLS
