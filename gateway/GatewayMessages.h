@@ -98,6 +98,12 @@ public:
     /// Empty for a topic that carries no command.
     virtual std::optional<GatewayCommand> ReadCommand(std::string_view topic, std::string_view payload) const = 0;
 
+    /// What has to be said before values of a sensor; nothing in most cases. Call it before each `Values`.
+    virtual std::vector<MqttMessage> Introduce(std::string_view sensor)
+    {
+        static_cast<void>(sensor);
+        return {};
+    }
     /// One message for all these values of a sensor.
     virtual MqttMessage Values(std::string_view sensor, std::span<const GatewayValue> values, bool areHistorical) = 0;
     /// The state as it is now, with the set if one is known; nothing when there is nothing new to say in this format.
