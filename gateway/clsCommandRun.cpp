@@ -26,17 +26,17 @@ void set(CommandAnswer& answer, std::string_view result, std::string text = {})
 /// The answer to one command. Whatever ends the command, it is given.
 class clsCommandRun::Reply {
 public:
-    Reply(clsCommandRun& run, const GatewayCommand& command, std::shared_ptr<Tell> tell)
-        : m_run(run), m_tell(std::move(tell))
+    Reply(std::shared_ptr<clsCommandRun> run, const GatewayCommand& command, std::shared_ptr<Tell> tell)
+        : Run(std::move(run)), m_tell(std::move(tell))
     {
         Answer.sensor = command.sensor;
         Answer.id = command.id;
         set(Answer, "failed", "the line was closed meanwhile");
-        ++m_run.m_open;
+        ++Run->m_open;
     }
     ~Reply()
     {
-        --m_run.m_open;
+        --Run->m_open;
         if (*m_tell) {
             (*m_tell)(Answer);
         }
@@ -44,10 +44,10 @@ public:
     Reply(const Reply&) = delete;
     Reply& operator=(const Reply&) = delete;
 
+    const std::shared_ptr<clsCommandRun> Run; ///< lives until the answer is given
     CommandAnswer Answer;
 
 private:
-    clsCommandRun& m_run;
     std::shared_ptr<Tell> m_tell;
 };
 
@@ -65,29 +65,26 @@ clsCommandRun::~clsCommandRun()
 void clsCommandRun::Start(const std::shared_ptr<clsCommandRun>& run, const GatewayCommand& command, double now,
                           std::shared_ptr<Tell> tell)
 {
-    auto reply = std::make_shared<Reply>(*run, command, std::move(tell));
-    run->m_session.Start(running(run, command, now, std::move(reply)));
+    auto reply = std::make_shared<Reply>(run, command, std::move(tell));
+    run->m_session.Start(running(std::move(reply), command, now));
 }
 
-Operation<> clsCommandRun::running(std::shared_ptr<clsCommandRun> run, GatewayCommand command, double since,
-                                   std::shared_ptr<Reply> reply)
+Operation<> clsCommandRun::running(std::shared_ptr<Reply> reply, GatewayCommand command, double since)
 {
-    // Taken over in this order: the answer is given while the run is still there.
-    const std::shared_ptr<clsCommandRun> kept = std::move(run);
-    const std::shared_ptr<Reply> given = std::move(reply);
-    if ((kept->m_device.CurrentTime() - since) * kSecondsPerDay > kMostWaiting_s) {
-        set(given->Answer, "failed", "the sensor was busy for too long");
+    clsCommandRun& run = *reply->Run;
+    if ((run.m_device.CurrentTime() - since) * kSecondsPerDay > kMostWaiting_s) {
+        set(reply->Answer, "failed", "the sensor was busy for too long");
         co_return;
     }
-    if (kept->m_device.CommStatus() == DialogueNone) {
-        set(given->Answer, "failed", "the sensor is not connected");
+    if (run.m_device.CommStatus() == DialogueNone) {
+        set(reply->Answer, "failed", "the sensor is not connected");
         co_return;
     }
-    CommandAnswer answer = given->Answer;
-    Operation<> work = kept->performing(command, answer);
+    CommandAnswer answer = reply->Answer;
+    Operation<> work = run.performing(command, answer);
     co_await work;
-    if (!kept->m_device.Wait().Ended) {
-        given->Answer = std::move(answer);
+    if (!run.m_device.Wait().Ended) {
+        reply->Answer = std::move(answer);
     }
 }
 

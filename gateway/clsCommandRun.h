@@ -41,8 +41,7 @@ public:
 
 private:
     class Reply;
-    static Operation<> running(std::shared_ptr<clsCommandRun> run, GatewayCommand command, double since,
-                               std::shared_ptr<Reply> reply);
+    static Operation<> running(std::shared_ptr<Reply> reply, GatewayCommand command, double since);
     Operation<> performing(const GatewayCommand& command, CommandAnswer& answer);
     Operation<> starting(CommandAnswer& answer);
     Operation<> stopping(CommandAnswer& answer);

@@ -210,19 +210,32 @@ TEST(Commands, WaitForEachOtherButNotInAnyNumber)
 
 TEST(Commands, AreAnsweredWhenTheLineGoesAway)
 {
-    Site silent;
-    silent.line->model.Faults().silence = 1.0;
-    for (const CommandKind kind : {CommandKind::Single, CommandKind::Read, CommandKind::Start}) {
-        EXPECT_EQ(silent.Give(silent.Command(kind)).result, "failed") << static_cast<int>(kind);
+    for (const CommandKind kind : kAll) {
+        Site silent(kind == CommandKind::Stop);
+        silent.line->model.Faults().silence = 1.0;
+        GatewayCommand command = silent.Command(kind);
+        command.values = {{"701", "5"}};
+        EXPECT_EQ(silent.Give(command).result, "failed") << static_cast<int>(kind);
+        EXPECT_EQ(silent.Give(silent.Command(CommandKind::Read)).text, "the sensor is not connected");
     }
     Site ended;
     ended.commands.Take(ended.Command(CommandKind::Read), {}, ended.Now());
+    ended.commands.Take(ended.Command(CommandKind::Write), {}, ended.Now());
     ended.Run(3);
     EXPECT_TRUE(ended.answers.empty());
     ended.commands.Remove("a");
     ended.session.reset();
-    ASSERT_EQ(ended.answers.size(), 1U);
-    EXPECT_EQ(ended.answers[0].result, "failed");
+    ASSERT_EQ(ended.answers.size(), 2U) << "one was under way, one has not begun";
+    EXPECT_EQ(ended.answers[0].result + ended.answers[1].result, "failedfailed");
+}
+
+TEST(Commands, StartASensorWithSingleOutputForOneValue)
+{
+    Site site;
+    ASSERT_EQ(site.Write({{"603", "S"}}).result, "done");
+    const CommandAnswer answer = site.Give(site.Command(CommandKind::Start));
+    EXPECT_EQ(answer.result, "done") << answer.text;
+    EXPECT_FALSE(site.session->Loop().IsMeasuring());
 }
 
 TEST(CommandWrite, IsCheckedBackedUpReadBackAndNoted)
