@@ -134,7 +134,7 @@ void clsGateway::serveLine(Entry& entry)
         m_parts.log(LogLevel::Error, entry.line->Name() + ": " + fault.what());
     }
     watch(entry);
-    if (m_now_s >= entry.nextLook_s) {
+    if (!entry.isLeaving && m_now_s >= entry.nextLook_s) {
         entry.nextLook_s = m_now_s + kStateAtMost_s;
         look(entry);
     }
@@ -417,6 +417,7 @@ void clsGateway::Reload(GatewayConfig config)
             m_forgotten.insert(sensor.name);
         }
         leave(*entry->line);
+        entry->isLeaving = true;
         m_leaving.push_back(std::move(entry));
     }
     std::erase(m_entries, nullptr);

@@ -79,7 +79,8 @@ private:
         std::int32_t toldReports = 0;
         std::int64_t toldDropped = 0;
         double toldDropped_s = -1e9;
-        std::string logged; ///< the connection as it was logged last
+        bool isLeaving = false; ///< nothing more is said of it
+        std::string logged;     ///< the connection as it was logged last
     };
     using Entries = std::vector<std::unique_ptr<Entry>>;
 

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -62,7 +63,7 @@ public:
     const std::string& Name() const { return m_config.name; }
 
     /// When `Serve` has something to do, in seconds of `modAPI::UpTime_s`; earlier when bytes come.
-    double Due_s() const { return m_phase.Due_s(); }
+    double Due_s() const { return HasLeft() ? std::numeric_limits<double>::max() : m_phase.Due_s(); }
     /// Makes a tick. `now` is the time, days since 1899-12-30, UTC. Throws what a session throws.
     void Serve(double now, double now_s);
     /// The descriptor that becomes readable when bytes arrive, -1 for none, and a number that changes when the same
