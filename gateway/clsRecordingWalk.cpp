@@ -4,6 +4,7 @@
 #include "store/modSidecar.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -18,6 +19,28 @@ constexpr std::size_t kShortestUsual = 36, kLongestUsual = 64;
 constexpr std::size_t kBlock = 4096;
 /// Behind a file that is written, so many names are tried: those between may be taken.
 constexpr std::int32_t kNamesTried = 3;
+
+/// How a line begins; 0 stands for a digit.
+constexpr std::string_view kHead = "00.00.0000 00:00:00,";
+
+bool isHead(std::string_view text)
+{
+    return text.size() >= kHead.size() &&
+           std::ranges::equal(text.substr(0, kHead.size()), kHead,
+                              [](char c, char form) { return form == '0' ? c >= '0' && c <= '9' : c == form; });
+}
+
+/// How much of a damaged stretch lies before the whole line that it may end with.
+std::size_t damagedIn(std::string_view stretch)
+{
+    std::size_t at = stretch.size() - std::min(stretch.size(), kLongestUsual);
+    for (; at + kShortestUsual <= stretch.size(); ++at) {
+        if (at > 0 && isHead(stretch.substr(at))) {
+            return at;
+        }
+    }
+    return stretch.size();
+}
 
 std::optional<RecordingInfo> sidecarOf(const std::filesystem::path& recording)
 {
@@ -71,13 +94,20 @@ std::optional<WalkStep> clsRecordingWalk::open()
         m_file = FileHandle();
         return WalkStep::Failed;
     }
-    char before = '\n';
-    const auto size = static_cast<std::uint64_t>(info.st_size);
-    const bool isBehindLine =
-        m_place.offset == 0 ||
-        (m_place.offset <= size &&
-         pread(m_file.Descriptor(), &before, 1, static_cast<off_t>(m_place.offset - 1)) == 1 && before == '\n');
-    return isBehindLine ? std::nullopt : std::optional(WalkStep::Misplaced);
+    return isAtLine(static_cast<std::uint64_t>(info.st_size)) ? std::nullopt : std::optional(WalkStep::Misplaced);
+}
+
+/// Behind a line end, or behind damage in front of a line.
+bool clsRecordingWalk::isAtLine(std::uint64_t size) const
+{
+    if (m_place.offset == 0 || m_place.offset > size) {
+        return m_place.offset == 0;
+    }
+    std::array<char, 1 + kHead.size()> bytes{};
+    const ssize_t count =
+        pread(m_file.Descriptor(), bytes.data(), bytes.size(), static_cast<off_t>(m_place.offset - 1));
+    const std::string_view read(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    return !read.empty() && (read.front() == '\n' || isHead(read.substr(1)));
 }
 
 std::optional<WalkStep> clsRecordingWalk::takeLine()
@@ -87,14 +117,14 @@ std::optional<WalkStep> clsRecordingWalk::takeLine()
     if (found == nullptr) {
         if (m_end - m_begin == m_buffer.size()) {
             m_isPassingOver = true;
-            pass(m_buffer.size());
+            pass(m_buffer.size() - kLongestUsual); // a line may begin there
         }
         return fill() > 0 ? std::nullopt : passEnd();
     }
     const auto size = static_cast<std::size_t>(found - begin);
     m_line = {begin, size > 0 && begin[size - 1] == '\r' ? size - 1 : size};
     const bool isLine = !std::exchange(m_isPassingOver, false) && isWhole({begin, size + 1});
-    pass(size + 1);
+    pass(isLine ? size + 1 : damagedIn({begin, size + 1}));
     m_place.sequence = isLine ? m_place.sequence + 1 : numberBehindDamage(m_place.part, m_place.offset);
     return isLine ? WalkStep::Line : WalkStep::Torn;
 }

@@ -43,6 +43,7 @@ public:
 
 private:
     std::optional<WalkStep> open();
+    bool isAtLine(std::uint64_t size) const;
     std::optional<WalkStep> takeLine();
     std::optional<WalkStep> passEnd();
     WalkStep endPart();
