@@ -2,14 +2,14 @@
 
 #include "cli/clsProgram.h"
 #include "cli/clsSensorRun.h"
-#include "cli/modPlan.h"
 #include "cli/modSensorSet.h"
+#include "session/modPlan.h"
 
 namespace {
 
 int printPlan(clsProgram& program, const ParameterSet& set, const modPlan::Plan& plan)
 {
-    for (const std::string& line : modPlan::Lines(program, set, plan)) {
+    for (const std::string& line : modPlan::Lines(set, plan, program.Language())) {
         program.Print(line);
     }
     program.Note(plan.codes.empty() ? program.Text(TextId::CliNothingToSend) : program.Text(TextId::CliDryRun));
@@ -41,8 +41,8 @@ int lead(clsProgram& program, const clsArguments& arguments, std::optional<std::
         }
         program.Note(program.Text(TextId::CliRestoring, {file->string()}));
     }
-    const modPlan::Plan plan = modPlan::Leading(program, set, wanted->Parameters, sensor);
-    if (plan.isRefused) {
+    const modPlan::Plan plan = modPlan::Leading(set, wanted->Parameters, sensor, program.Language());
+    if (!IsAccepted(program, plan)) {
         code = ExitRefused;
     } else {
         code = isDry ? printPlan(program, set, plan) : writing.Write(plan.target, plan.codes);

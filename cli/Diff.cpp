@@ -4,7 +4,7 @@
 #include "base/PlainText.h"
 #include "cli/clsProgram.h"
 #include "cli/clsSensorRun.h"
-#include "cli/modParameterNames.h"
+#include "cli/modParameterRows.h"
 #include "cli/modSensorSet.h"
 #include "sensor/modCompare.h"
 

@@ -3,7 +3,6 @@
 #include "base/CodePage.h"
 #include "base/modAPI.h"
 #include "cli/clsProgram.h"
-#include "cli/modPortName.h"
 #include "cli/modSignals.h"
 #include "cli/modTerminal.h"
 #include "port/clsPorts.h"
@@ -35,7 +34,7 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
     };
     for (const std::string& typed : program.Ports()) {
         modPComm::PortDevices given = devices; // here a device without a number gets the last one, whosever that is
-        std::int32_t port = modPortName::NumberOf(typed, given);
+        std::int32_t port = clsProgram::NumberOf(typed, given);
         const std::string device = given.DeviceOf(port);
         if (device != devices.DeviceOf(port)) {
             do {

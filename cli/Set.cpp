@@ -1,19 +1,14 @@
 #include "cli/Set.h"
 
-#include "base/PlainText.h"
 #include "cli/clsProgram.h"
 #include "cli/clsSensorRun.h"
-#include "cli/modParameterNames.h"
-#include "cli/modPlan.h"
+#include "cli/modParameterRows.h"
 #include "cli/modSensorSet.h"
-#include "sensor/Fields.h"
-#include "session/modReportText.h"
+#include "session/modPlan.h"
 
 #include <algorithm>
 
 namespace {
-
-constexpr std::size_t kLongestShown = 60; // characters of a typed value
 
 struct Assignment {
     const ParameterDef* row;
@@ -41,17 +36,6 @@ std::vector<Assignment> readAssignments(const clsArguments& arguments)
     return read;
 }
 
-std::string whyNot(clsProgram& program, const Assignment& assignment, TypedValue::Fault fault)
-{
-    const ParameterDef& row = *assignment.row;
-    const std::string name = modReportText::NameAndCode(row, program.Language());
-    const std::string typed = PlainText(assignment.text, kLongestShown);
-    if (fault == TypedValue::Fault::TooPrecise) {
-        return program.Text(TextId::CliTooPrecise, {name, typed, WithUnit(row, NumberText(row, 1, '.'))});
-    }
-    return program.Text(TextId::CliNotAllowed, {name, typed, AllowedValues(row, program.Language())});
-}
-
 /// The values in the set, and their rows. Nothing, which is said, when one of them is not allowed.
 std::optional<std::vector<const ParameterDef*>> take(clsProgram& program, const std::vector<Assignment>& assignments,
                                                      ParameterSet& target)
@@ -63,7 +47,7 @@ std::optional<std::vector<const ParameterDef*>> take(clsProgram& program, const 
             target.*assignment.row->value = value.stored;
             rows.push_back(assignment.row);
         } else {
-            program.Say(whyNot(program, assignment, value.fault));
+            program.Say(WhyNotAllowed(*assignment.row, assignment.text, value.fault, program.Language()));
         }
     }
     if (rows.size() < assignments.size()) {
@@ -91,8 +75,8 @@ int RunSet(clsProgram& program, const clsArguments& arguments)
     }
     ParameterSet target = set;
     const auto rows = take(program, assignments, target);
-    const modPlan::Plan plan = modPlan::OfValues(program, set, target, *rows, run.Device().Identity());
-    code = plan.isRefused ? static_cast<int>(ExitRefused) : writing.Write(plan.target, plan.codes);
+    const modPlan::Plan plan = modPlan::OfValues(set, target, *rows, run.Device().Identity(), program.Language());
+    code = IsAccepted(program, plan) ? writing.Write(plan.target, plan.codes) : static_cast<int>(ExitRefused);
     const bool isRestored = run.Leave();
     return code == ExitDone && !isRestored ? static_cast<int>(ExitNoConnection) : code;
 }

@@ -3,9 +3,9 @@
 #include "base/Numbers.h"
 #include "base/PlainText.h"
 #include "base/modAPI.h"
-#include "cli/modPortName.h"
 #include "cli/modSignals.h"
 #include "port/SerialPort.h"
+#include "port/modPortName.h"
 #include "texts/modErrorText.h"
 #include "texts/modFunctions.h"
 
@@ -153,7 +153,7 @@ void clsProgram::prepare()
     m_devices.Use(
         [ports = modGlobals::ConfiguredPorts(iniFile)](std::string_view key) mutable { return ports.DeviceOf(key); });
     if (m_ports.size() == 1) { // with several, each is looked at by itself
-        m_settings.Comport = modPortName::NumberOf(m_ports.back(), m_devices);
+        m_settings.Comport = NumberOf(m_ports.back(), m_devices);
     }
 }
 
@@ -184,6 +184,14 @@ modPComm::PortDevices& clsProgram::Devices()
 {
     prepare();
     return m_devices;
+}
+
+std::int32_t clsProgram::NumberOf(std::string_view port, modPComm::PortDevices& devices)
+{
+    if (const std::string problem = modPortName::ProblemOf(port, "--port"); !problem.empty()) {
+        throw UsageError(problem);
+    }
+    return modPortName::NumberOf(port, devices);
 }
 
 std::string clsProgram::PortName()

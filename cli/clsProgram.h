@@ -71,6 +71,8 @@ public:
     std::optional<std::int32_t> Baud() const { return m_baud; }
     /// The port in use as the operator knows it: "COM 3 (/dev/ttyUSB0)", or what --port says if it is no number.
     std::string PortName();
+    /// The number that leads to a port as `--port` names it, see `modPortName::NumberOf`. Throws UsageError.
+    static std::int32_t NumberOf(std::string_view port, modPComm::PortDevices& devices);
     bool IsQuiet() const { return m_isQuiet; }
 
     /// Ends both outputs. Returns the code to end with: `code`, unless something could not be printed. A reader that

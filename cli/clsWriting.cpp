@@ -151,3 +151,14 @@ FailureAnswer clsWriting::AskAboutFailure(TextId reasonTextId, const TransferFai
     const FailureAnswer answer = m_answer.value_or(FailureAnswer::Abort);
     return answer == FailureAnswer::Retry && ++m_retries > kMostRetries ? FailureAnswer::Abort : answer;
 }
+
+bool IsAccepted(clsProgram& program, const modPlan::Plan& plan)
+{
+    for (const auto& [text, isReason] : plan.remarks) {
+        isReason ? program.Say(text) : program.Note(text);
+    }
+    if (plan.isRefused) {
+        program.Say(program.Text(TextId::CliNothingSent));
+    }
+    return !plan.isRefused;
+}

@@ -4,6 +4,7 @@
 
 #include "cli/clsArguments.h"
 #include "session/clsTransfer.h"
+#include "session/modPlan.h"
 #include "store/Configuration.h"
 
 #include <optional>
@@ -54,3 +55,6 @@ private:
     std::string m_failure; ///< what was said last
     std::optional<WriteReport> m_report;
 };
+
+/// Says what there is to say about a plan; false when it is refused.
+bool IsAccepted(clsProgram& program, const modPlan::Plan& plan);

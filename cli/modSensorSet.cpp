@@ -3,29 +3,17 @@
 #include "base/modFiles.h"
 #include "cli/clsProgram.h"
 #include "cli/clsSensorRun.h"
-#include "sensor/modRVQComm.h"
-#include "session/clsWriteCircle.h"
 #include "session/modPassportText.h"
+#include "session/modSetReading.h"
 #include "store/modBackup.h"
 #include "store/modConfigFile.h"
 
 namespace {
 
-enum class Outcome : std::uint8_t { Read, Silent, Contradictory, OtherSensor };
-
-Operation<> reading(clsRVQ& device, ParameterSet& set, Outcome& outcome)
+Operation<> reading(clsRVQ& device, ParameterSet& set, modSetReading::Outcome& outcome)
 {
-    const modRVQComm::WaitScope wait(device);
-    Operation<> waiting = modRVQComm::AwaitingOpenAnswer(device);
-    co_await waiting;
-    clsWriteCircle circle(device, WriteKind::Send);
-    Operation<bool> work = circle.ReadingBefore();
-    if (co_await work) {
-        set = circle.Before();
-        outcome = circle.IsSameSensor() ? Outcome::Read : Outcome::OtherSensor;
-    } else if (circle.IsContradictory()) {
-        outcome = Outcome::Contradictory;
-    }
+    Operation<modSetReading::Outcome> work = modSetReading::Reading(device, set);
+    outcome = co_await work;
 }
 
 } // namespace
@@ -36,20 +24,17 @@ int ConnectAndRead(clsProgram& program, clsSensorRun& run, ParameterSet& set)
         return code;
     }
     program.Progress().Show(program.Text(TextId::TransferReading));
-    Outcome outcome = Outcome::Silent;
+    modSetReading::Outcome outcome = modSetReading::Outcome::Silent;
     const RunEnd end = run.PerformWhole(reading(run.Device(), set, outcome), [] {});
     program.Progress().End();
     if (end == RunEnd::Stopped) {
         return ExitFailed;
     }
-    if (outcome == Outcome::Read) {
+    if (outcome == modSetReading::Outcome::Read) {
         return ExitDone;
     }
-    const TextId why = outcome == Outcome::OtherSensor     ? TextId::TransferOtherSensor
-                       : outcome == Outcome::Contradictory ? TextId::TransferContradictory
-                                                           : TextId::TransferNoResponse;
-    program.Say(program.Text(TextId::TransferNotRead, {program.Text(why)}));
-    return outcome == Outcome::Silent ? ExitNoConnection : ExitFailed;
+    program.Say(program.Text(TextId::TransferNotRead, {program.Text(modSetReading::Reason(outcome))}));
+    return outcome == modSetReading::Outcome::Silent ? ExitNoConnection : ExitFailed;
 }
 
 std::optional<Configuration> ReadConfiguration(clsProgram& program, const std::filesystem::path& file)

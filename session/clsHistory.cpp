@@ -24,12 +24,15 @@ std::int32_t valueOf(const Measurement& sample, MeasurementKind kind)
 } // namespace
 
 clsHistory::clsHistory(std::size_t mostBytes)
-    : m_mostBytes(std::max(mostBytes, kLeastBytes)),
+    : m_keeps(mostBytes > 0), m_mostBytes(std::max(mostBytes, kLeastBytes)),
       m_mostReadAgain(std::clamp<std::size_t>(m_mostBytes / 8 / clsEntryLevels::BytesFor(kBlockEntries), 2, 32))
 {}
 
 void clsHistory::Add(std::span<const Measurement> samples, std::span<const Gap> ended)
 {
+    if (!m_keeps) {
+        return;
+    }
     for (const Measurement& sample : samples) {
         const MeasurementKind kind = KindOf(sample);
         const std::span<const Gap> before = TakeEndedBy(sample, ended);

@@ -66,7 +66,7 @@ public:
     /// Times and places are kept to a tenth of a millisecond.
     static constexpr double kTicksPerDay = clsTimeLine::kTicksPerDay;
 
-    /// At most so many bytes are used, but `kLeastBytes` may be.
+    /// At most so many bytes are used, but `kLeastBytes` may be. 0: nothing is kept, and it stays empty.
     explicit clsHistory(std::size_t mostBytes = kMostBytes);
     clsHistory(const clsHistory&) = delete;
     clsHistory& operator=(const clsHistory&) = delete;
@@ -227,6 +227,7 @@ private:
     template <class OnGap>
     void forEachGap(const PlaceRange& range, double shortest, OnGap onGap) const;
 
+    bool m_keeps;
     std::size_t m_mostBytes, m_mostReadAgain;
     std::deque<Block> m_blocks;
     clsTimeLine m_times;

@@ -227,10 +227,30 @@ void clsSession::Sampled(std::span<const Measurement> samples, std::string_view 
         m_unrecorded.insert(m_unrecorded.end(), samples.begin(), samples.end()); // `Measured` and `Ticked` follow
         return;
     }
-    separateSensors(samples);
-    m_recorder.Record(samples, temperature);
+    if (Wanted) {
+        recordWanted(samples, temperature);
+    } else {
+        separateSensors(samples);
+        m_recorder.Record(samples, temperature);
+    }
     tellCounts();
     tellFailure();
+}
+
+/// Those before a wanted one first, since that one may begin another file.
+void clsSession::recordWanted(std::span<const Measurement> samples, std::string_view temperature)
+{
+    m_unrecorded.assign(samples.begin(), samples.end());
+    for (const Measurement& sample : samples) {
+        if (!Wanted(sample)) {
+            continue;
+        }
+        passOver(std::ssize(m_unrecorded) - (samples.data() + samples.size() - &sample));
+        separateSensors({&sample, 1});
+        m_recorder.Record(sample, temperature);
+        m_unrecorded.erase(m_unrecorded.begin());
+    }
+    passOver(std::ssize(m_unrecorded));
 }
 
 void clsSession::Measured(const Measurement& measurement, std::string_view temperature)

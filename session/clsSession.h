@@ -65,6 +65,9 @@ public:
     /// What recordings say about the program, the port and the clock: version, the port as the operator knows it, how
     /// far local time is ahead of UTC now. Only these are taken.
     std::function<RecordingInfo()> Origin;
+    /// Asked once for each measurement, oldest first, whether it is recorded; the others are passed over. Empty: all
+    /// are. It needs `Settings::EveryValue`.
+    std::function<bool(const Measurement& measurement)> Wanted;
     /// Plays a recording, which may have several files, in one pass: listeners get its points, and the texts of its
     /// last line at the end. `goOn` is called now and then with the fraction read so far, 0..1; returning false ends
     /// the loading, and so does stopping the recorder.
@@ -114,6 +117,7 @@ public:
     const clsWriteKeeper& Writes() const { return m_writes; }
     /// The operator's commands.
     clsMeasurementLoop& Loop() { return m_loop; }
+    const clsMeasurementLoop& Loop() const { return m_loop; }
     clsRecorder& Recorder() { return m_recorder; }
     const clsRecorder& Recorder() const { return m_recorder; }
     /// All that was measured since the session began.
@@ -153,6 +157,7 @@ private:
     void Ticked() override;
     void ResetChart() override;
     void passOver(std::ptrdiff_t number);
+    void recordWanted(std::span<const Measurement> samples, std::string_view temperature);
     void separateSensors(std::span<const Measurement> first);
 
     const modGlobals::Settings& m_settings;

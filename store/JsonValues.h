@@ -1,5 +1,5 @@
 // What our JSON files have in common: how they are read whatever they hold, and how a sensor stands in them. Header
-// only: the two modules that include it are the only ones that know JSON.
+// only: the modules that include it are the only ones that know JSON.
 #pragma once
 
 #include "base/CodePage.h"

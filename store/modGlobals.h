@@ -58,7 +58,7 @@ struct Settings {
     bool ShowZeroValues = false;    ///< values of 0 are charted; not kept in the file
     bool TimeOfDay = false;         ///< on the time axis of the chart; false: seconds before its right end
     std::int32_t Span_ms = 60000;   ///< of the time axis while it follows; 0: all that was measured
-    std::int32_t History_MiB = 256; ///< memory for the session's history
+    std::int32_t History_MiB = 256; ///< memory for the session's history; 0: it keeps nothing, which no file can say
     bool EveryValue = true;         ///< is recorded; false: one a tick
     std::int32_t NewFile = 0;       ///< when a recording goes on in another file: an index of `RecordParts`
     std::int32_t FileSize = 100;    ///< MiB, when it does so by size

@@ -22,47 +22,6 @@ char lower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool sameName(std::string_view a, std::string_view b)
-{
-    return std::ranges::equal(Trimmed(a), Trimmed(b), {}, lower, lower);
-}
-
-enum class LineKind : std::uint8_t { Other, Section, Entry };
-
-/// One line of a file; the texts are views into the file's bytes.
-struct Line {
-    LineKind kind = LineKind::Other;
-    bool blank = false;
-    std::string_view name;  ///< of the section, or the key
-    std::string_view value; ///< after the "="
-    std::size_t next = 0;   ///< where the following line begins
-};
-
-Line lineAt(std::string_view bytes, std::size_t start)
-{
-    const std::size_t end = std::min(bytes.find('\n', start), bytes.size());
-    Line line;
-    line.next = std::min(end + 1, bytes.size());
-    std::string_view text = bytes.substr(start, end - start);
-    if (text.ends_with('\r')) {
-        text.remove_suffix(1);
-    }
-    if (start == 0 && text.starts_with(kByteOrderMark)) {
-        text.remove_prefix(kByteOrderMark.size());
-    }
-    const std::string_view trimmed = Trimmed(text);
-    line.blank = trimmed.empty();
-    if (trimmed.starts_with('[')) {
-        line.kind = LineKind::Section;
-        line.name = Trimmed(trimmed.substr(1, trimmed.find(']') - 1));
-    } else if (const std::size_t sign = text.find('='); sign != std::string_view::npos && !trimmed.starts_with(';')) {
-        line.kind = LineKind::Entry;
-        line.name = Trimmed(text.substr(0, sign));
-        line.value = text.substr(sign + 1);
-    }
-    return line;
-}
-
 /// Where a section and a key in it are.
 struct Place {
     bool hasSection = false;
@@ -76,12 +35,12 @@ void walkSection(std::string_view bytes, std::string_view section, Visit visit)
 {
     bool inside = false;
     for (std::size_t at = 0; at < bytes.size();) {
-        const Line line = lineAt(bytes, at);
+        const Line line = LineAt(bytes, at);
         if (line.kind == LineKind::Section) {
             if (inside) {
                 return;
             }
-            inside = sameName(line.name, section);
+            inside = IsSameName(line.name, section);
         }
         if (inside && !visit(line)) {
             return;
@@ -95,7 +54,7 @@ Place find(std::string_view bytes, std::string_view section, std::string_view ke
     Place place;
     walkSection(bytes, section, [&](const Line& line) {
         place.hasSection = true;
-        if (line.kind == LineKind::Entry && sameName(line.name, key)) {
+        if (line.kind == LineKind::Entry && IsSameName(line.name, key)) {
             place.value = line.value;
         }
         place.sectionEnd = line.blank ? place.sectionEnd : line.next;
@@ -132,6 +91,36 @@ std::string_view missingLineEnd(std::string_view before)
 }
 
 } // namespace
+
+bool IsSameName(std::string_view a, std::string_view b)
+{
+    return std::ranges::equal(Trimmed(a), Trimmed(b), {}, lower, lower);
+}
+
+Line LineAt(std::string_view bytes, std::size_t start)
+{
+    const std::size_t end = std::min(bytes.find('\n', start), bytes.size());
+    Line line;
+    line.next = std::min(end + 1, bytes.size());
+    std::string_view text = bytes.substr(start, end - start);
+    if (text.ends_with('\r')) {
+        text.remove_suffix(1);
+    }
+    if (start == 0 && text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    const std::string_view trimmed = Trimmed(text);
+    line.blank = trimmed.empty();
+    if (trimmed.starts_with('[')) {
+        line.kind = LineKind::Section;
+        line.name = Trimmed(trimmed.substr(1, trimmed.find(']') - 1));
+    } else if (const std::size_t sign = text.find('='); sign != std::string_view::npos && !trimmed.starts_with(';')) {
+        line.kind = LineKind::Entry;
+        line.name = Trimmed(text.substr(0, sign));
+        line.value = text.substr(sign + 1);
+    }
+    return line;
+}
 
 std::optional<std::string> Content::Value(std::string_view section, std::string_view key) const
 {
@@ -250,7 +239,7 @@ std::string GetPrivateProfileSectionNamesA(std::size_t size, const std::filesyst
     const std::string& bytes = content.Bytes();
     std::string names;
     for (std::size_t at = 0; at < bytes.size();) {
-        const Line line = lineAt(bytes, at);
+        const Line line = LineAt(bytes, at);
         if (line.kind == LineKind::Section) {
             names.append(line.name).append(1, '\0');
         }

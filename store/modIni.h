@@ -76,6 +76,22 @@ bool Change(const std::filesystem::path& file, const std::function<void(Content&
 /// The present content of a file; empty when it is missing. No value, with the reason, when it cannot be read.
 std::optional<Content> ReadContent(const std::filesystem::path& file, std::error_code& why);
 
+enum class LineKind : std::uint8_t { Other, Section, Entry };
+
+/// One line of a file, for those who look at all of them; the texts are views into the file's bytes.
+struct Line {
+    LineKind kind = LineKind::Other; ///< Other: a comment, blank, or nothing that is read
+    bool blank = false;
+    std::string_view name;  ///< of the section, or the key
+    std::string_view value; ///< after the "="
+    std::size_t next = 0;   ///< where the following line begins
+};
+/// The line that begins there.
+Line LineAt(std::string_view bytes, std::size_t start);
+
+/// Whether two sections or keys have the same name.
+bool IsSameName(std::string_view a, std::string_view b);
+
 /// Whether these bytes can be an INI file: not when they begin as UTF-16 does, or when they are full of NUL bytes or of
 /// control characters.
 bool IsPlainText(std::string_view bytes);

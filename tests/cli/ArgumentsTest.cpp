@@ -2,7 +2,7 @@
 #include "cli/clsArguments.h"
 #include "cli/modDuration.h"
 #include "cli/modPlayedTime.h"
-#include "cli/modPortName.h"
+#include "port/modPortName.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cmath>
@@ -145,7 +145,7 @@ TEST(PortNames, LeadToTheNumberThatTheDeviceHas)
         }
     }
     for (const char* wrong : {"", "0", "256", "99999999999", "tcp://crane", "rfc2217://:1"}) {
-        EXPECT_THROW(modPortName::NumberOf(wrong, devices, places), UsageError) << wrong;
+        EXPECT_THROW(modPortName::NumberOf(wrong, devices, places), std::invalid_argument) << wrong;
     }
 }
 

@@ -1,12 +1,15 @@
-#include "cli/modPlan.h"
+#include "session/modPlan.h"
 
-#include "cli/clsProgram.h"
-#include "cli/modParameterNames.h"
 #include "sensor/Fields.h"
 #include "sensor/modCompare.h"
+#include "session/modParameterNames.h"
 #include "session/modReportText.h"
+#include "texts/modFunctions.h"
 
 #include <cstdlib>
+#include <initializer_list>
+#include <string_view>
+#include <utility>
 
 namespace modPlan {
 
@@ -14,12 +17,12 @@ namespace {
 
 class Words {
 public:
-    explicit Words(clsProgram& program) : m_program(program) {}
+    explicit Words(std::int32_t language) : m_language(language) {}
 
-    std::string Name(const ParameterDef& row) const { return modReportText::NameAndCode(row, m_program.Language()); }
+    std::string Name(const ParameterDef& row) const { return modReportText::NameAndCode(row, m_language); }
     std::string Value(const ParameterDef& row, const ParameterSet& set) const
     {
-        return WithUnit(row, ShownValue(row, set.*row.value, '.', m_program.Language()));
+        return WithUnit(row, ShownValue(row, set.*row.value, '.', m_language));
     }
     std::string Assignment(const ParameterDef& row, const ParameterSet& set) const
     {
@@ -46,19 +49,22 @@ public:
         if (partner != nullptr &&
             std::abs(std::int64_t{set.*row.value} - set.*partner->value) < std::int64_t{row.apart.least}) {
             const std::string least = WithUnit(row, NumberText(row, row.apart.least, '.'));
-            return m_program.Text(TextId::CliTooClose, {Assignment(row, set), Assignment(*partner, set), least});
+            return text(TextId::CliTooClose, {Assignment(row, set), Assignment(*partner, set), least});
         }
-        return m_program.Text(TextId::CliNotAllowed,
-                              {Name(row), Value(row, set), AllowedValues(row, m_program.Language())});
+        return text(TextId::CliNotAllowed, {Name(row), Value(row, set), AllowedValues(row, m_language)});
     }
 
 private:
-    std::string about(const ParameterDef& row, TextId text) const
+    std::string about(const ParameterDef& row, TextId id) const
     {
-        return m_program.Text(TextId::CaptionNote, {Name(row), m_program.Text(text)});
+        return text(TextId::CaptionNote, {Name(row), text(id)});
+    }
+    std::string text(TextId id, std::initializer_list<std::string_view> parts = {}) const
+    {
+        return modFunctions::Filled(modFunctions::GetText(id, m_language), parts);
     }
 
-    clsProgram& m_program;
+    std::int32_t m_language;
 };
 
 /// What the sensor would have afterwards.
@@ -72,67 +78,67 @@ ParameterSet resultOf(const ParameterSet& current, const Plan& plan)
     return result;
 }
 
-void refuse(clsProgram& program, Plan& plan, const std::string& why)
+void refuse(Plan& plan, std::string why)
 {
-    program.Say(why);
+    plan.remarks.push_back({std::move(why), true});
     plan.isRefused = true;
 }
 
-void checkPartners(clsProgram& program, const ParameterSet& current, const SensorIdentity& sensor, Plan& plan)
+void checkPartners(const Words& words, const ParameterSet& current, const SensorIdentity& sensor, Plan& plan)
 {
     const ParameterDef* row = plan.isRefused ? nullptr : TooClose(current, plan.target, plan.codes, sensor);
     if (row != nullptr) {
-        refuse(program, plan, Words(program).NotValid(*row, resultOf(current, plan)));
-    }
-    if (plan.isRefused) {
-        program.Say(program.Text(TextId::CliNothingSent));
+        refuse(plan, words.NotValid(*row, resultOf(current, plan)));
     }
 }
 
 } // namespace
 
-Plan OfValues(clsProgram& program, const ParameterSet& current, const ParameterSet& target,
-              const std::vector<const ParameterDef*>& rows, const SensorIdentity& sensor)
+Plan OfValues(const ParameterSet& current, const ParameterSet& target, const std::vector<const ParameterDef*>& rows,
+              const SensorIdentity& sensor, std::int32_t language)
 {
+    const Words words(language);
     Plan plan{target, CodesInOrder(rows)};
     for (const ParameterDef* row : rows) {
         const SendObstacle obstacle = ObstacleOf(*row, current, target, sensor);
         if (obstacle != SendObstacle::None) {
-            refuse(program, plan, Words(program).Obstacle(*row, obstacle, target));
+            refuse(plan, words.Obstacle(*row, obstacle, target));
         }
     }
-    checkPartners(program, current, sensor, plan);
+    checkPartners(words, current, sensor, plan);
     return plan;
 }
 
-Plan Leading(clsProgram& program, const ParameterSet& current, const ParameterSet& target, const SensorIdentity& sensor)
+Plan Leading(const ParameterSet& current, const ParameterSet& target, const SensorIdentity& sensor,
+             std::int32_t language)
 {
+    const Words words(language);
     Plan plan{target};
     std::vector<const ParameterDef*> rows;
     for (const ComparedRow& compared : Compare(current, target)) {
         const SendObstacle obstacle =
             compared.Differs() ? ObstacleOf(*compared.row, current, target, sensor) : SendObstacle::None;
-        const std::string why = Words(program).Obstacle(*compared.row, obstacle, target);
+        std::string why = words.Obstacle(*compared.row, obstacle, target);
         if (obstacle == SendObstacle::NotValid) {
-            refuse(program, plan, why);
+            refuse(plan, std::move(why));
         } else if (obstacle != SendObstacle::None) {
-            program.Note(why);
+            plan.remarks.push_back({std::move(why)});
         } else if (compared.Differs()) {
             rows.push_back(compared.row);
         }
     }
     plan.codes = CodesInOrder(std::move(rows));
-    checkPartners(program, current, sensor, plan);
+    checkPartners(words, current, sensor, plan);
     return plan;
 }
 
-std::vector<std::string> Lines(clsProgram& program, const ParameterSet& current, const Plan& plan)
+std::vector<std::string> Lines(const ParameterSet& current, const Plan& plan, std::int32_t language)
 {
-    const Words words(program);
+    const Words words(language);
     std::vector<std::string> lines;
     for (const std::string& code : plan.codes) {
         const ParameterDef& row = *ParameterOfCode(code);
-        lines.push_back(words.Name(row) + ": " + ShownValue(row, current.*row.value, '.', program.Language()) + " → " +
+        lines.push_back(words.Name(row) + ": " + ShownValue(row, current.*row.value, '.', language) + " → " +
                         words.Value(row, plan.target));
     }
     return lines;

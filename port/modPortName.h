@@ -1,4 +1,4 @@
-// What the operator may type for a port: a number as in "RVQ.ini", a device, a stable name such as an entry of
+// What a person may name for a port: a number as in "RVQ.ini", a device, a stable name such as an entry of
 // /dev/serial/by-id, or the address of a line over the network.
 #pragma once
 
@@ -16,9 +16,12 @@ struct Places {
     std::filesystem::path byId = "/dev/serial/by-id", byPath = "/dev/serial/by-path", devices = "/dev";
 };
 
+/// Why a text cannot name a port, English, with the name of the option or key that has it: "--port takes a number from
+/// 1 to 255, not "0"". Empty when it can; a device need not exist.
+std::string ProblemOf(std::string_view typed, std::string_view option);
+
 /// The port number that leads there from now on: for a device, the one that does already, else the last one, which is
-/// turned to it for this run. A device need not exist. Throws UsageError for a number outside 1..255, for an address
-/// that is none, and for nothing.
+/// turned to it for this run. Throws std::invalid_argument for a text that has a problem.
 std::int32_t NumberOf(std::string_view typed, modPComm::PortDevices& devices, const Places& places = {});
 
 /// The device of a name that is no number and no address: a path as it is, else the stable name, else below /dev.

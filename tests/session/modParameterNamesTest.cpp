@@ -1,5 +1,5 @@
 // Parameters and values as an operator types them.
-#include "cli/modParameterNames.h"
+#include "session/modParameterNames.h"
 
 #include "texts/modFunctions.h"
 

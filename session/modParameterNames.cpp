@@ -1,10 +1,10 @@
-#include "cli/modParameterNames.h"
+#include "session/modParameterNames.h"
 
 #include "base/Numbers.h"
-#include "cli/clsArguments.h"
-#include "cli/modRows.h"
+#include "base/PlainText.h"
 #include "sensor/Fields.h"
 #include "sensor/modCompare.h"
+#include "session/modReportText.h"
 #include "store/modPassport.h"
 #include "texts/modFunctions.h"
 
@@ -15,6 +15,7 @@
 namespace {
 
 constexpr std::size_t kLongestNumber = 30; // characters
+constexpr std::size_t kLongestShown = 60;  // of a typed value
 constexpr double kNearlyWhole = 1e-6;      // what a decimal fraction loses as a double is far less
 
 char lowered(char c)
@@ -83,26 +84,6 @@ const ParameterDef* ParameterOfName(std::string_view name)
     return found == ParameterTable().end() ? nullptr : &*found;
 }
 
-std::vector<const ParameterDef*> ParametersOf(std::span<const std::string_view> names, const ParameterSet& set,
-                                              const SensorIdentity& sensor)
-{
-    std::vector<const ParameterDef*> rows;
-    for (const std::string_view name : names) {
-        rows.push_back(ParameterOfName(name));
-        if (rows.back() == nullptr) {
-            throw UsageError("there is no parameter \"" + std::string(name) + "\"; rvqctl get --list names them all");
-        }
-    }
-    if (names.empty()) {
-        for (const ComparedRow& compared : Compare(set, set)) {
-            if (IsReported(*compared.row, set, sensor)) {
-                rows.push_back(compared.row);
-            }
-        }
-    }
-    return rows;
-}
-
 std::string CaptionOf(const ParameterDef& row, std::int32_t language)
 {
     const std::string_view caption = modFunctions::GetText(row.labelId, language);
@@ -143,10 +124,12 @@ std::string DataValue(const ParameterDef& row, std::int32_t value)
     return ShownValue(row, value, '.', LanguageEnglish);
 }
 
-std::string JsonValue(const ParameterDef& row, std::int32_t value)
+std::string WhyNotAllowed(const ParameterDef& row, std::string_view text, TypedValue::Fault fault,
+                          std::int32_t language)
 {
-    if (row.control == ControlKind::Number) {
-        return NumberText(row, value, '.');
-    }
-    return row.control == ControlKind::Check ? modRows::Truth(value != 0) : modRows::Quoted(DataValue(row, value));
+    const bool isTooPrecise = fault == TypedValue::Fault::TooPrecise;
+    const std::string possible = isTooPrecise ? WithUnit(row, NumberText(row, 1, '.')) : AllowedValues(row, language);
+    return modFunctions::Filled(
+        modFunctions::GetText(isTooPrecise ? TextId::CliTooPrecise : TextId::CliNotAllowed, language),
+        {modReportText::NameAndCode(row, language), PlainText(text, kLongestShown), possible});
 }

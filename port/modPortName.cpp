@@ -1,10 +1,10 @@
-#include "cli/modPortName.h"
+#include "port/modPortName.h"
 
 #include "base/Numbers.h"
-#include "cli/clsArguments.h"
 #include "port/modLineUrl.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <system_error>
 
 namespace modPortName {
@@ -32,24 +32,29 @@ std::string DeviceOf(std::string_view name, const Places& places)
     return places.devices / name;
 }
 
+std::string ProblemOf(std::string_view typed, std::string_view option)
+{
+    const std::string name(option), quoted = "\"" + std::string(typed) + "\"";
+    if (typed.empty()) {
+        return name + " takes a number, a device, a stable name or an address";
+    }
+    if (modLineUrl::IsUrl(typed) && !modLineUrl::Parse(typed)) {
+        return name + ": " + quoted + " is not the address of a line; expected tcp://host:port or rfc2217://host:port";
+    }
+    const std::int32_t number = isNumber(typed) ? WholeNumber(typed).value_or(0) : 1;
+    const bool isGood = number >= 1 && number <= modPComm::kPortCount;
+    return isGood ? "" : name + " takes a number from 1 to " + std::to_string(modPComm::kPortCount) + ", not " + quoted;
+}
+
 std::int32_t NumberOf(std::string_view typed, modPComm::PortDevices& devices, const Places& places)
 {
-    if (typed.empty()) {
-        throw UsageError("--port takes a number, a device, a stable name or an address");
+    if (const std::string problem = ProblemOf(typed, "port"); !problem.empty()) {
+        throw std::invalid_argument(problem);
     }
     if (isNumber(typed)) {
-        const std::int32_t number = WholeNumber(typed).value_or(0);
-        if (number < 1 || number > modPComm::kPortCount) {
-            throw UsageError("--port takes a number from 1 to " + std::to_string(modPComm::kPortCount) + ", not \"" +
-                             std::string(typed) + "\"");
-        }
-        return number;
+        return *WholeNumber(typed);
     }
     const bool isUrl = modLineUrl::IsUrl(typed);
-    if (isUrl && !modLineUrl::Parse(typed)) {
-        throw UsageError("--port: \"" + std::string(typed) +
-                         "\" is not the address of a line; expected tcp://host:port or rfc2217://host:port");
-    }
     const std::string device = isUrl ? std::string(typed) : DeviceOf(typed, places);
     for (std::int32_t number = 1; number <= modPComm::kPortCount; ++number) {
         if (devices.DeviceOf(number) == device) {

@@ -1,0 +1,106 @@
+#include "gateway/clsCommands.h"
+
+#include "base/Days.h"
+#include "gateway/modCommandText.h"
+
+#include <utility>
+
+namespace {
+
+/// An id is the sender's; two senders may have the same for two sensors.
+std::string keyOf(const GatewayCommand& command)
+{
+    return command.sensor + '/' + command.id;
+}
+
+} // namespace
+
+clsCommands::clsCommands(std::set<CommandKind> allowed, double now, clsCommandRun::Tell tell)
+    : m_allowed(std::move(allowed)), m_begin(now), m_tell(std::make_shared<clsCommandRun::Tell>(std::move(tell)))
+{}
+
+clsCommands::~clsCommands()
+{
+    *m_tell = nullptr;
+}
+
+void clsCommands::Add(std::string_view sensor, clsSession& session)
+{
+    m_runs.insert_or_assign(std::string(sensor), std::make_shared<clsCommandRun>(session));
+}
+
+void clsCommands::Remove(std::string_view sensor)
+{
+    if (const auto found = m_runs.find(sensor); found != m_runs.end()) {
+        m_runs.erase(found); // what it has started keeps it until it ends
+    }
+}
+
+bool clsCommands::Take(const GatewayCommand& command, const BrokerReceived& message, double now)
+{
+    forgetIds(now);
+    if (message.isRetained || (message.isDuplicate && m_ids.contains(keyOf(command)))) {
+        return false;
+    }
+    const std::string why = whyNot(command, now);
+    if (!why.empty()) {
+        (*m_tell)({.sensor = command.sensor, .id = command.id, .result = "refused", .text = why});
+        return true;
+    }
+    m_seen.push_back({keyOf(command), now});
+    m_ids.insert(m_seen.back().key);
+    clsCommandRun::Start(m_runs.find(command.sensor)->second, command, now, m_tell);
+    return true;
+}
+
+/// Why a command is refused; empty when it is not.
+std::string clsCommands::whyNot(const GatewayCommand& command, double now) const
+{
+    if (!command.problem.empty()) {
+        return command.problem;
+    }
+    if (!command.kind) {
+        return "the gateway itself has no commands";
+    }
+    if (command.id.empty()) {
+        return "the command has no id";
+    }
+    if (!m_allowed.contains(*command.kind)) {
+        return '"' + std::string(modCommandText::NameOf(*command.kind)) + "\" is not allowed here";
+    }
+    return whyNotNow(command, now);
+}
+
+std::string clsCommands::whyNotNow(const GatewayCommand& command, double now) const
+{
+    if (!command.time) {
+        return "the command has no time";
+    }
+    const double age_s = (now - *command.time) * kSecondsPerDay;
+    if (!(age_s <= kMostAge_s && age_s >= -kMostAge_s)) {
+        return age_s > 0 ? "the command is older than a minute" : "the command is from the future";
+    }
+    if (*command.time < m_begin) {
+        return "the command is older than the start of the gateway";
+    }
+    if (m_ids.contains(keyOf(command))) {
+        return "this id was used already";
+    }
+    if (m_seen.size() >= kMostIds) {
+        return "too many commands have come in the last minutes"; // a forgotten id could come again
+    }
+    const auto run = m_runs.find(command.sensor);
+    if (run == m_runs.end()) {
+        return "there is no such sensor";
+    }
+    return run->second->Open() >= kMostWaiting ? "too many commands wait for this sensor" : std::string();
+}
+
+/// Deliberate: with a clock that was set back, ids are kept longer, since times are valid for longer, too.
+void clsCommands::forgetIds(double now)
+{
+    while (!m_seen.empty() && (now - m_seen.front().time) * kSecondsPerDay > kRemembers_s) {
+        m_ids.erase(m_seen.front().key);
+        m_seen.pop_front();
+    }
+}

@@ -1,0 +1,498 @@
+#include "gateway/clsGateway.h"
+
+#include "base/modAPI.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <exception>
+#include <sys/epoll.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+/// Bytes are taken at most so often, whatever the number of lines that bring some.
+constexpr double kCoalesced_s = 0.002;
+constexpr double kFillEvery_s = 0.05, kStateAtMost_s = 1.0, kStateAtLeast_s = 10.0, kDroppedAtMost_s = 10.0;
+constexpr double kGoodbye_s = 2.0; // for the last messages
+constexpr std::chrono::seconds kPatienceWithDisk{10};
+
+/// A state without what changes with every value, and so says nothing new by itself.
+SensorState steady(SensorState state)
+{
+    state.time = 0.0;
+    state.lastValue.reset();
+    state.account = {};
+    state.waiting = 0;
+    return state;
+}
+
+std::string connectionText(const SensorState& state)
+{
+    switch (state.connection) {
+    case SensorConnection::NoPort:
+        return "no port: " + state.whyNoPort;
+    case SensorConnection::NoAnswer:
+        return "no answer";
+    case SensorConnection::Connected:
+        break;
+    }
+    return "connected" + (state.identity ? ", number " + state.identity->SerialNo : std::string());
+}
+
+} // namespace
+
+clsGateway::clsGateway(GatewayConfig config, Parts parts)
+    : m_config(std::move(config)), m_parts(std::move(parts)), m_journal(m_parts.journal),
+      m_epoll(epoll_create1(EPOLL_CLOEXEC)), m_now(modAPI::LocalTime()), m_now_s(modAPI::UpTime_s())
+{
+    if (m_epoll < 0) {
+        throw std::system_error(errno, std::generic_category(), "epoll");
+    }
+    for (const SensorConfig& sensor : m_config.sensors) {
+        begin(sensor);
+    }
+    connect();
+}
+
+clsGateway::~clsGateway()
+{
+    m_entries.clear();
+    m_leaving.clear();
+    close(m_epoll);
+}
+
+void clsGateway::WakeBy(int descriptor)
+{
+    add(descriptor, nullptr);
+}
+
+void clsGateway::Serve(double most_s)
+{
+    m_now = modAPI::LocalTime();
+    m_now_s = modAPI::UpTime_s();
+    takeBrokerEvents();
+    serveLines();
+    m_journal.Serve(m_now);
+    noteJournal();
+    publish();
+    wait(most_s);
+}
+
+// The lines.
+
+void clsGateway::begin(const SensorConfig& sensor)
+{
+    const clsSensorLine::Places places{.backups = m_config.folder / "BACKUP",
+                                       .passports = m_config.folder / "PASSPORT",
+                                       .version = m_parts.version,
+                                       .run = m_journal.Run()};
+    auto entry = std::make_unique<Entry>(std::make_unique<clsSensorLine>(
+        sensor, m_journal.FolderOf(sensor.name), places, static_cast<SensorLineListener&>(*this), m_now_s));
+    // Not all at once: each second has its share of states.
+    entry->nextLook_s = m_now_s + static_cast<double>(m_entries.size() % 20) * 0.05;
+    entry->toldDropped = m_journal.Dropped(sensor.name);
+    if (m_parts.commands.begin) {
+        m_parts.commands.begin(sensor.name, entry->line->Session());
+    }
+    m_entries.push_back(std::move(entry));
+    m_names.push_back(sensor.name);
+}
+
+void clsGateway::leave(clsSensorLine& line)
+{
+    if (m_parts.commands.end) {
+        m_parts.commands.end(line.Name());
+    }
+    line.BeginLeaving(m_now_s);
+}
+
+void clsGateway::serveLines()
+{
+    for (Entries* entries : {&m_entries, &m_leaving}) {
+        for (const auto& entry : *entries) {
+            if (entry->line->Due_s() <= m_now_s) {
+                serveLine(*entry);
+            }
+        }
+    }
+    if (std::erase_if(m_leaving, [](const auto& entry) { return entry->line->HasLeft(); }) > 0 && m_leaving.empty()) {
+        beginWaiting();
+    }
+}
+
+/// A fault in one session must not end the others.
+void clsGateway::serveLine(Entry& entry)
+{
+    try {
+        entry.line->Serve(m_now, m_now_s);
+    } catch (const std::exception& fault) {
+        m_parts.log(LogLevel::Error, entry.line->Name() + ": " + fault.what());
+    }
+    watch(entry);
+    if (!entry.isLeaving && m_now_s >= entry.nextLook_s) {
+        entry.nextLook_s = m_now_s + kStateAtMost_s;
+        look(entry);
+    }
+}
+
+/// The descriptor changes with each opening. One that was closed is no longer watched by itself.
+void clsGateway::watch(Entry& entry)
+{
+    const auto now = entry.line->Arrivals();
+    if (std::exchange(entry.watched, now) != now && now.first >= 0) {
+        add(now.first, &entry);
+    }
+}
+
+/// Each arrival is told once, so that a line that has hung up does not call all the time.
+void clsGateway::add(int descriptor, void* whom)
+{
+    epoll_event event{};
+    event.events = EPOLLIN | (whom != nullptr ? static_cast<std::uint32_t>(EPOLLET) : 0U);
+    event.data.ptr = whom;
+    if (epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event) != 0 && errno == EEXIST) {
+        epoll_ctl(m_epoll, EPOLL_CTL_MOD, descriptor, &event);
+    }
+}
+
+/// Once a second: what is there to be said of a sensor.
+void clsGateway::look(Entry& entry)
+{
+    SensorState state = entry.line->State(m_now);
+    state.waiting = m_journal.Waiting(entry.line->Name());
+    state.dropped = m_journal.Dropped(entry.line->Name());
+    logConnection(entry, state);
+    const bool isLater = m_now_s - entry.toldDropped_s >= kDroppedAtMost_s;
+    if (state.dropped > entry.toldDropped && isLater) {
+        entry.toldDropped_s = m_now_s;
+        const std::int64_t number = state.dropped - std::exchange(entry.toldDropped, state.dropped);
+        Happened(*entry.line, "dropped", {{"values", std::to_string(number)}});
+    }
+    if (entry.toldReports != entry.line->Reports()) {
+        tellReport(entry);
+    }
+    const bool isDue = m_now_s - entry.toldState_s >= kStateAtLeast_s;
+    if (isDue || steady(state) != entry.told) {
+        tellState(entry, state);
+    }
+}
+
+void clsGateway::logConnection(Entry& entry, const SensorState& state)
+{
+    const std::string text = connectionText(state);
+    if (std::exchange(entry.logged, text) != text) {
+        const bool isGood = state.connection == SensorConnection::Connected;
+        m_parts.log(isGood ? LogLevel::Info : LogLevel::Warning, entry.line->Name() + ": " + text);
+    }
+}
+
+// What the lines tell.
+
+std::string clsGateway::NameForRecording(clsSensorLine& line)
+{
+    return m_journal.NameForRecording(line.Name());
+}
+
+void clsGateway::RecordingBegan(clsSensorLine& line, const std::filesystem::path& file, std::int64_t firstSequence)
+{
+    m_journal.Began(line.Name(), file, firstSequence);
+}
+
+void clsGateway::Recorded(clsSensorLine& line, std::int64_t lastSequence)
+{
+    m_journal.Recorded(line.Name(), lastSequence);
+}
+
+void clsGateway::RecordingEnded(clsSensorLine& line)
+{
+    m_journal.Ended(line.Name());
+}
+
+void clsGateway::Measured(clsSensorLine& line, std::span<const GatewayValue> values)
+{
+    m_publisher->SendLive(line.Name(), values, m_now_s);
+}
+
+void clsGateway::Happened(clsSensorLine& line, std::string_view what, const Details& details)
+{
+    if (what == "recording failed" || what == "dropped") {
+        const std::string why = details.empty() ? std::string() : details.front().second;
+        m_parts.log(LogLevel::Warning, line.Name() + ": " + std::string(what) + ": " + why);
+    }
+    Note(line.Name(), what, details);
+}
+
+void clsGateway::Note(std::string_view sensor, std::string_view what, const Details& details)
+{
+    GatewayEvent event;
+    event.time = m_now;
+    event.sensor = sensor;
+    event.what = what;
+    event.details = details;
+    m_journal.Add(event);
+    m_nextFill_s = 0.0;
+}
+
+// The broker.
+
+void clsGateway::connect()
+{
+    m_publisher.reset();
+    m_broker.reset();
+    m_format = m_parts.makeFormat(m_config);
+    m_broker = m_parts.makeBroker(m_config);
+    m_publisher = std::make_unique<clsPublisher>(*m_broker, *m_format, m_journal, m_config.broker);
+    m_broker->SetWill(m_format->Will());
+    m_broker->Subscribe(m_format->CommandTopics());
+    if (m_broker->EventHandle() >= 0) {
+        WakeBy(m_broker->EventHandle());
+    }
+}
+
+void clsGateway::takeBrokerEvents()
+{
+    for (const BrokerEvent& event : m_broker->TakeEvents()) {
+        std::visit([this](const auto& what) { take(what); }, event);
+    }
+}
+
+void clsGateway::take(const BrokerConnected& /*event*/)
+{
+    m_parts.log(LogLevel::Info, "broker: connected");
+    m_brokerProblem.clear();
+    m_publisher->Connected(m_now);
+    sayEverything();
+}
+
+/// The next connection begins with another will.
+void clsGateway::take(const BrokerDisconnected& event)
+{
+    if (std::exchange(m_brokerProblem, event.why) != event.why) {
+        m_parts.log(LogLevel::Warning, "broker: not connected: " + event.why);
+    }
+    m_publisher->Disconnected();
+    m_broker->SetWill(m_format->Will());
+}
+
+void clsGateway::take(const BrokerAcknowledged& event)
+{
+    m_publisher->Acknowledged(event.token);
+}
+
+void clsGateway::take(const BrokerReceived& event)
+{
+    const auto command = m_format->ReadCommand(event.topic, event.payload);
+    if (command && command->isRebirth && !event.isRetained) {
+        sayEverything();
+    } else if (command && m_parts.commands.take) {
+        m_parts.commands.take(*command, event, m_now);
+    }
+}
+
+void clsGateway::sayEverything()
+{
+    m_publisher->Say(m_format->Online(m_now));
+    sayForgotten();
+    for (const auto& entry : m_entries) {
+        entry->toldState_s = -1e9;
+        entry->toldReports = 0;
+        look(*entry);
+    }
+    m_nextFill_s = 0.0;
+}
+
+/// Sensors that the configuration no longer has; as soon as the broker is there.
+void clsGateway::sayForgotten()
+{
+    if (m_publisher->IsConnected()) {
+        for (const std::string& sensor : std::exchange(m_forgotten, {})) {
+            m_publisher->Say(m_format->Forget(sensor, m_now));
+        }
+    }
+}
+
+void clsGateway::tellState(Entry& entry, const SensorState& state)
+{
+    if (m_publisher->IsConnected()) {
+        m_publisher->Say(m_format->State(entry.line->Name(), state));
+        entry.told = steady(state);
+        entry.toldState_s = m_now_s;
+    }
+}
+
+void clsGateway::tellReport(Entry& entry)
+{
+    if (m_publisher->IsConnected() && entry.line->LastReport()) {
+        const clsSensorLine::Report& report = *entry.line->LastReport();
+        m_publisher->Say(m_format->Parameters(entry.line->Name(), report.identity, report.set, m_now));
+        entry.toldReports = entry.line->Reports();
+    }
+}
+
+void clsGateway::Answer(const CommandAnswer& answer)
+{
+    m_publisher->Say(m_format->Answer(answer, m_now));
+}
+
+void clsGateway::noteJournal()
+{
+    const std::string problem = m_journal.Problem();
+    if (std::exchange(m_journalProblem, problem) != problem) {
+        m_parts.log(problem.empty() ? LogLevel::Info : LogLevel::Error,
+                    "journal: " + (problem.empty() ? "kept again" : problem));
+    }
+}
+
+void clsGateway::publish()
+{
+    if (m_now_s >= m_nextFill_s || m_now_s >= m_publisher->Due_s()) {
+        m_nextFill_s = m_now_s + kFillEvery_s;
+        m_publisher->Fill(m_names, m_now_s);
+    }
+    m_publisher->Flush();
+}
+
+// The wait.
+
+double clsGateway::nextDue_s() const
+{
+    double due_s = std::min(m_nextFill_s, m_publisher->Due_s());
+    for (const Entries* entries : {&m_entries, &m_leaving}) {
+        for (const auto& entry : *entries) {
+            due_s = std::min(due_s, entry->line->Due_s());
+        }
+    }
+    return due_s;
+}
+
+void clsGateway::wait(double most_s)
+{
+    const double early_s = m_lastArrivals_s + kCoalesced_s - modAPI::UpTime_s();
+    if (early_s > 0.0) {
+        std::this_thread::sleep_for(std::chrono::duration<double>(std::min(early_s, kCoalesced_s)));
+    }
+    const double now_s = modAPI::UpTime_s();
+    const double rest_ms = std::clamp(nextDue_s() - now_s, 0.0, most_s) * 1000.0;
+    std::array<epoll_event, 256> events{};
+    const int count =
+        epoll_wait(m_epoll, events.data(), static_cast<int>(events.size()), static_cast<int>(std::ceil(rest_ms)));
+    const double arrival = modAPI::LocalTime(), arrival_s = modAPI::UpTime_s();
+    for (int i = 0; i < count; ++i) {
+        if (auto* entry = static_cast<Entry*>(events.at(static_cast<std::size_t>(i)).data.ptr)) {
+            entry->line->Arrived(arrival, arrival_s);
+            m_lastArrivals_s = arrival_s;
+        }
+    }
+}
+
+// Another configuration, and the end.
+
+void clsGateway::Reload(GatewayConfig config)
+{
+    const bool isOtherBroker = config.broker != m_config.broker || config.name != m_config.name;
+    if (config.folder != m_config.folder || config.journal_MiB != m_config.journal_MiB ||
+        config.journal_days != m_config.journal_days) {
+        m_parts.log(LogLevel::Warning, "another folder or size of the journal holds from the next start");
+        config.folder = m_config.folder;
+    }
+    m_config = std::move(config);
+    const auto isIn = [](const auto& sensors, const SensorConfig& sensor) {
+        return std::ranges::find(sensors, sensor) != sensors.end();
+    };
+    std::vector<SensorConfig> kept;
+    for (auto& entry : m_entries) {
+        const SensorConfig& sensor = entry->line->Config();
+        if (isIn(m_config.sensors, sensor)) {
+            kept.push_back(sensor);
+            continue;
+        }
+        const bool isNamed =
+            std::ranges::find(m_config.sensors, sensor.name, &SensorConfig::name) != m_config.sensors.end();
+        if (!isNamed) {
+            m_forgotten.insert(sensor.name);
+        }
+        leave(*entry->line);
+        entry->isLeaving = true;
+        m_leaving.push_back(std::move(entry));
+    }
+    std::erase(m_entries, nullptr);
+    m_names.clear();
+    for (const auto& entry : m_entries) {
+        m_names.push_back(entry->line->Name());
+    }
+    m_beginning.clear();
+    for (const SensorConfig& sensor : m_config.sensors) {
+        if (!isIn(kept, sensor)) {
+            m_beginning.push_back(sensor);
+        }
+    }
+    sayForgotten();
+    if (isOtherBroker) {
+        endBroker();
+        connect();
+    }
+    if (m_leaving.empty()) {
+        beginWaiting();
+    }
+}
+
+void clsGateway::beginWaiting()
+{
+    for (const SensorConfig& sensor : std::exchange(m_beginning, {})) {
+        begin(sensor);
+    }
+}
+
+void clsGateway::End()
+{
+    m_beginning.clear();
+    endLines();
+    endBroker();
+    m_journal.Finish();
+}
+
+/// All at once: each of them takes a second.
+void clsGateway::endLines()
+{
+    for (const auto& entry : m_entries) {
+        leave(*entry->line);
+    }
+    const auto haveLeft = [this] {
+        return std::ranges::all_of(m_entries, [](const auto& entry) { return entry->line->HasLeft(); });
+    };
+    while (!haveLeft() || !m_leaving.empty()) {
+        Serve(clsTickPhase::kInterval_s);
+    }
+    const auto end = std::chrono::steady_clock::now() + kPatienceWithDisk;
+    for (auto& entry : m_entries) {
+        const auto rest = std::max(end - std::chrono::steady_clock::now(), std::chrono::steady_clock::duration::zero());
+        entry->line->FinishWriting(std::chrono::duration_cast<std::chrono::milliseconds>(rest));
+    }
+}
+
+/// The last messages, and a moment for the broker to take them.
+void clsGateway::endBroker()
+{
+    const double end_s = modAPI::UpTime_s() + kGoodbye_s;
+    m_publisher->Say(m_format->Offline(m_now));
+    m_publisher->Flush();
+    while (m_publisher->IsConnected() && m_broker->InFlight() > 0 && modAPI::UpTime_s() < end_s) {
+        takeBrokerEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    takeBrokerEvents();
+    m_publisher->Disconnected();
+}
+
+std::string clsGateway::Status() const
+{
+    const auto connected =
+        std::ranges::count_if(m_entries, [](const auto& entry) { return entry->line->IsConnected(); });
+    return std::to_string(connected) + " of " + std::to_string(m_entries.size()) + " sensors connected, broker " +
+           (m_publisher->IsConnected() ? "connected" : "not connected");
+}

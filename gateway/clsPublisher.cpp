@@ -1,0 +1,167 @@
+#include "gateway/clsPublisher.h"
+
+#include "base/Days.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <utility>
+
+namespace {
+
+/// Whether a value is the next one of the same recording, or both are of none.
+bool follows(const GatewayValue& before, const GatewayValue& value)
+{
+    const bool isNext = value.run == before.run && value.sequence == before.sequence + 1;
+    return before.sequence == 0 ? value.sequence == 0 : isNext;
+}
+
+} // namespace
+
+void clsPublisher::Connected(double now)
+{
+    m_isConnected = true;
+    m_connectedAt = now;
+}
+
+void clsPublisher::Disconnected()
+{
+    m_isConnected = false;
+    m_out.clear();
+    m_batches.clear();
+    m_sent.clear();
+    m_journal.Unsent();
+}
+
+void clsPublisher::Acknowledged(std::uint64_t token)
+{
+    const auto sent = m_sent.find(token);
+    if (sent == m_sent.end()) {
+        return;
+    }
+    const Sent& what = sent->second;
+    if (what.sensor.empty()) {
+        m_journal.EventAcknowledged(what.run, what.first);
+    } else {
+        m_journal.Acknowledged(what.sensor, what.run, what.first, what.last);
+    }
+    m_sent.erase(sent);
+}
+
+/// When too much is on its way, recorded values are left to the journal.
+void clsPublisher::SendLive(const std::string& sensor, std::span<const GatewayValue> values, double now_s)
+{
+    for (const GatewayValue& value : values) {
+        if (!m_isConnected || OnTheWay() >= kMostLive) {
+            return;
+        }
+        if (value.sequence > 0) {
+            m_journal.SentLive(sensor, value.sequence, value.sequence);
+        }
+        if (m_config.batch_ms == 0) {
+            sendValues(sensor, {&value, 1}, false);
+            continue;
+        }
+        Batch& batch = m_batches[sensor];
+        if (!batch.values.empty() && !follows(batch.values.back(), value)) {
+            sendBatch(sensor, batch);
+        }
+        if (batch.values.empty()) {
+            batch.due_s = now_s + m_config.batch_ms / 1000.0;
+        }
+        batch.values.push_back(value);
+        if (std::ssize(batch.values) >= m_config.batchValues) {
+            sendBatch(sensor, batch);
+        }
+    }
+}
+
+void clsPublisher::sendBatch(const std::string& sensor, Batch& batch)
+{
+    if (!batch.values.empty()) {
+        sendValues(sensor, batch.values, false);
+        batch.values.clear();
+    }
+}
+
+/// They belong together: one acknowledgement is for all of them.
+void clsPublisher::sendValues(const std::string& sensor, std::span<const GatewayValue> values, bool areHistorical)
+{
+    Say(m_format.Introduce(sensor));
+    MqttMessage message = m_format.Values(sensor, values, areHistorical);
+    if (values.front().sequence > 0) {
+        message.token = ++m_token;
+        m_sent[m_token] = {sensor, values.front().run, values.front().sequence, values.back().sequence};
+    }
+    m_out.push_back(std::move(message));
+}
+
+void clsPublisher::Say(std::vector<MqttMessage> messages)
+{
+    if (m_isConnected) {
+        m_out.insert(m_out.end(), std::make_move_iterator(messages.begin()), std::make_move_iterator(messages.end()));
+    }
+}
+
+double clsPublisher::Due_s() const
+{
+    double due_s = std::numeric_limits<double>::max();
+    for (const auto& [sensor, batch] : m_batches) {
+        due_s = batch.values.empty() ? due_s : std::min(due_s, batch.due_s);
+    }
+    return due_s;
+}
+
+void clsPublisher::Fill(std::span<const std::string> sensors, double now_s)
+{
+    if (!m_isConnected) {
+        return;
+    }
+    for (auto& [sensor, batch] : m_batches) {
+        if (now_s >= batch.due_s) {
+            sendBatch(sensor, batch);
+        }
+    }
+    sendEvents();
+    std::size_t withoutAny = 0;
+    while (roomForKept() > 0 && withoutAny < sensors.size()) {
+        m_turn = (m_turn + 1) % sensors.size();
+        withoutAny = sendKept(sensors[m_turn]) ? 0 : withoutAny + 1;
+    }
+}
+
+void clsPublisher::sendEvents()
+{
+    constexpr double kJust = 1.0 / kSecondsPerDay; // an event that the connection itself has brought
+    for (const GatewayEvent& event : m_journal.NextEvents(roomForKept())) {
+        std::vector<MqttMessage> messages = m_format.Event(event, event.time < m_connectedAt - kJust);
+        if (messages.empty()) {
+            m_journal.EventAcknowledged(event.run, event.sequence); // this format has no word for it
+            continue;
+        }
+        messages.back().token = ++m_token;
+        m_sent[m_token] = {{}, event.run, event.sequence, event.sequence};
+        Say(std::move(messages));
+    }
+}
+
+/// A message for each stretch without a hole; between them are values that were sent as they came.
+bool clsPublisher::sendKept(const std::string& sensor)
+{
+    const std::vector<GatewayValue> values = m_journal.Next(sensor, static_cast<std::size_t>(m_config.batchValues));
+    for (auto begin = values.begin(); begin != values.end();) {
+        const auto hole =
+            std::adjacent_find(begin, values.end(), [](const auto& a, const auto& b) { return !follows(a, b); });
+        const auto end = hole == values.end() ? hole : hole + 1;
+        sendValues(sensor, {begin, end}, true);
+        begin = end;
+    }
+    return !values.empty();
+}
+
+void clsPublisher::Flush()
+{
+    if (!m_out.empty()) {
+        m_broker.Send(std::exchange(m_out, {}));
+    }
+}

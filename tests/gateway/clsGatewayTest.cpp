@@ -1,0 +1,228 @@
+// The service's loop with simulated sensors and a broker that the test plays.
+#include "gateway/clsGateway.h"
+
+#include "base/modAPI.h"
+#include "gateway/clsJsonFormat.h"
+#include "simulator/clsSimulatedSensor.h"
+#include "tests/gateway/FakeBroker.h"
+#include "tests/gateway/LineOfSimulatedSensor.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using nlohmann::json;
+
+struct GatewaySite {
+    TemporaryFolder folder;
+    FakeBroker broker;
+    std::vector<std::string> log;
+    std::vector<GatewayCommand> commands;
+    std::vector<std::unique_ptr<simulator::clsSimulatedSensor>> sensors;
+    GatewayConfig config;
+    std::unique_ptr<clsJournal> journal;
+    std::unique_ptr<clsGateway> gateway;
+
+    explicit GatewaySite(const std::vector<std::string>& names)
+    {
+        config.folder = folder.path;
+        for (const std::string& name : names) {
+            sensors.push_back(std::make_unique<simulator::clsSimulatedSensor>(
+                FastSensor(), (folder.path / ("line " + name)).string()));
+            SensorConfig sensor;
+            sensor.name = name;
+            sensor.port = folder.path / ("line " + name);
+            sensor.rate = 115200;
+            config.sensors.push_back(sensor);
+        }
+    }
+    void Begin()
+    {
+        journal = std::make_unique<clsJournal>(config.folder, clsJournal::Bounds{std::int64_t{1} << 30, 30});
+        gateway = std::make_unique<clsGateway>(
+            config,
+            clsGateway::Parts{
+                .journal = *journal,
+                .makeFormat =
+                    [](const GatewayConfig& wanted) {
+                        return std::make_unique<clsJsonFormat>(wanted.broker.prefix, wanted.name, "1.0");
+                    },
+                .makeBroker = [this](const GatewayConfig&) { return std::make_unique<clsFakeBrokerLine>(broker); },
+                .log = [this](LogLevel, const std::string& text) { log.push_back(text); },
+                .version = "1.0",
+                .commands = {.begin = {}, .end = {}, .take = [this](const auto& command, const auto&, double) {
+                                 commands.push_back(command);
+                             }}});
+    }
+    void End()
+    {
+        gateway->End();
+        gateway.reset();
+        journal.reset();
+    }
+    bool Until(const std::function<bool()>& condition, double most_s = 20.0)
+    {
+        const double end_s = modAPI::UpTime_s() + most_s;
+        while (!condition() && modAPI::UpTime_s() < end_s) {
+            gateway->Serve(0.05);
+        }
+        return condition();
+    }
+    struct Value {
+        std::int64_t run = 0, sequence = 0;
+        bool isHistorical = false;
+        auto operator<=>(const Value&) const = default;
+    };
+    /// What a subscriber has got of a sensor, in its order.
+    std::vector<Value> Values(const std::string& sensor) const
+    {
+        std::vector<Value> values;
+        for (const MqttMessage& message : broker.On("orvex/gateway/" + sensor + "/value")) {
+            const json content = json::parse(message.payload);
+            for (const json& value : content.contains("values") ? content["values"] : json::array({content})) {
+                values.push_back({value["run"], value.value("seq", 0), value.value("historical", false)});
+            }
+        }
+        return values;
+    }
+    std::set<std::pair<std::int64_t, std::int64_t>> Numbers(const std::string& sensor) const
+    {
+        std::set<std::pair<std::int64_t, std::int64_t>> numbers;
+        for (const Value& value : Values(sensor)) {
+            numbers.emplace(value.run, value.sequence);
+        }
+        return numbers;
+    }
+    std::vector<std::string> Events(const std::string& sensor) const
+    {
+        std::vector<std::string> events;
+        for (const MqttMessage& message : broker.On("orvex/gateway/" + sensor + "/event")) {
+            events.push_back(json::parse(message.payload)["event"]);
+        }
+        return events;
+    }
+    json State(const std::string& sensor) const
+    {
+        const auto states = broker.On("orvex/gateway/" + sensor + "/state");
+        return states.empty() ? json() : json::parse(states.back().payload);
+    }
+};
+
+TEST(Gateway, WhatTheBrokerHasMissedComesWhenItIsBackBehindNewValues)
+{
+    GatewaySite site({"a", "b"});
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.Values("a").size() >= 10 && site.Values("b").size() >= 10; }));
+    EXPECT_FALSE(site.Values("a").back().isHistorical);
+    site.broker.acknowledges = false; // what is on its way now gets lost
+    const std::size_t before = site.Values("a").size();
+    ASSERT_TRUE(site.Until([&] { return site.Values("a").size() >= before + 5; }));
+    site.broker.sent.erase(site.broker.sent.begin() + static_cast<std::ptrdiff_t>(site.broker.acknowledged),
+                           site.broker.sent.end());
+    site.broker.Disconnect();
+    const double away_s = modAPI::UpTime_s() + 6.0; // longer than it takes the recorder to reach the disk
+    site.Until([&] { return modAPI::UpTime_s() > away_s; });
+    const std::int64_t last = site.Numbers("a").rbegin()->second;
+    EXPECT_LT(last, 40) << "nothing was sent meanwhile";
+    site.broker.acknowledges = true;
+    site.broker.Connect();
+    const auto hasNoHole = [&](const std::string& sensor) {
+        const auto numbers = site.Numbers(sensor);
+        return numbers.rbegin()->second > 120 && std::ssize(numbers) == numbers.rbegin()->second;
+    };
+    ASSERT_TRUE(site.Until([&] { return hasNoHole("a") && hasNoHole("b"); }))
+        << site.Numbers("a").size() << " of " << site.Numbers("a").rbegin()->second << ", "
+        << site.journal->Waiting("a") << " wait, " << site.journal->Dropped("a") << " dropped "
+        << site.journal->Problem();
+    const auto values = site.Values("a");
+    EXPECT_GT(std::ranges::count(values, true, &GatewaySite::Value::isHistorical), 80);
+    std::vector<GatewaySite::Value> historical;
+    std::ranges::copy_if(values, std::back_inserter(historical), &GatewaySite::Value::isHistorical);
+    EXPECT_TRUE(std::ranges::is_sorted(historical)) << "in their order";
+    EXPECT_FALSE(values.back().isHistorical);
+    site.End();
+}
+
+TEST(Gateway, AnUnpluggedSensorIsTold)
+{
+    GatewaySite site({"a"});
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.Values("a").size() >= 3; }));
+    ASSERT_TRUE(site.Until([&] { return site.broker.On("orvex/gateway/a/parameters").size() == 1; }));
+    site.sensors[0]->Unplug();
+    ASSERT_TRUE(site.Until([&] { return site.State("a")["connection"] == "no port"; }));
+    site.sensors[0]->Replug();
+    ASSERT_TRUE(
+        site.Until([&] { return site.State("a")["connection"] == "connected" && site.Events("a").size() == 2; }));
+    EXPECT_EQ(site.Events("a"), (std::vector<std::string>{"line lost", "line back"}));
+    site.End();
+    EXPECT_EQ(json::parse(site.broker.On("orvex/gateway/status").back().payload)["online"], false);
+}
+
+TEST(Gateway, AReloadLeavesUnchangedSensorsAlone)
+{
+    GatewaySite site({"a", "b", "c"});
+    const SensorConfig third = site.config.sensors[2];
+    site.config.sensors.pop_back();
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.Values("a").size() >= 3 && site.Values("b").size() >= 3; }));
+    GatewayConfig wanted = site.config;
+    wanted.sensors[1] = third; // b goes
+    const std::size_t before = site.Values("a").size();
+    site.gateway->Reload(wanted);
+    ASSERT_TRUE(site.Until([&] { return site.Values("c").size() >= 3; }));
+    EXPECT_EQ(site.Events("a"), std::vector<std::string>());
+    EXPECT_GT(site.Values("a").size(), before + 3) << "its values have come all the time";
+    EXPECT_EQ(site.broker.On("orvex/gateway/b/state").back().payload, "") << "what was retained goes";
+    site.sensors[1]->With([](const auto& model) { EXPECT_FALSE(model.IsMeasuring()); });
+    wanted.sensors[1].rate = 9600; // no answer comes at that rate
+    site.gateway->Reload(wanted);
+    ASSERT_TRUE(site.Until([&] { return site.State("c")["connection"] == "no answer"; }));
+    site.End();
+}
+
+TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
+{
+    GatewaySite site({"a"});
+    site.config.sensors[0].measures = false;
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.State("a")["connection"] == "connected"; }));
+    EXPECT_FALSE(site.broker.wills.empty() || site.broker.filters.empty());
+    site.broker.events.emplace_back(
+        BrokerReceived{"orvex/gateway/a/command", R"({"id":"1","command":"start"})", false, false});
+    ASSERT_TRUE(site.Until([&] { return !site.commands.empty(); }));
+    EXPECT_EQ(site.commands[0].sensor, "a");
+    site.broker.sent.clear();
+    site.broker.acknowledged = 0;
+    site.broker.Disconnect();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return !site.broker.On("orvex/gateway/a/parameters").empty(); }));
+    EXPECT_EQ(site.broker.sent.front().topic, "orvex/gateway/status");
+    EXPECT_FALSE(site.State("a").is_null());
+    site.End();
+}
+
+TEST(Gateway, ValuesWaitForOthersInABatch)
+{
+    GatewaySite site({"a"});
+    site.config.broker.batch_ms = 500;
+    site.config.broker.batchValues = 6;
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.Values("a").size() >= 24; }));
+    EXPECT_EQ(site.broker.On("orvex/gateway/a/value").size(), (site.Values("a").size() + 5) / 6);
+    site.End();
+}
+
+} // namespace

@@ -1,0 +1,96 @@
+// What one sensor of the gateway does and tells.
+#include "tests/gateway/LineOfSimulatedSensor.h"
+#include "tests/support/FullDisk.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(SensorLines, EveryRecordedValueHasItsNumberAndItsLine)
+{
+    LineOfSimulatedSensor site;
+    ASSERT_TRUE(site.UntilValues(20));
+    for (std::size_t i = 0; i < site.told.values.size(); ++i) {
+        EXPECT_EQ(site.told.values[i].sequence, static_cast<std::int64_t>(i) + 1) << "from the first value on";
+        EXPECT_EQ(site.told.values[i].run, 7);
+    }
+    const SensorState state = site.line.State(modAPI::LocalTime());
+    EXPECT_EQ(state.connection, SensorConnection::Connected);
+    EXPECT_TRUE(state.isMeasuring && state.isRecording && state.temperature_C && state.identity && state.lastValue);
+    site.line.BeginLeaving(modAPI::UpTime_s());
+    ASSERT_TRUE(site.Until([&] { return site.line.HasLeft(); }, 5.0));
+    ASSERT_TRUE(site.line.FinishWriting(std::chrono::seconds(10)));
+    EXPECT_EQ(site.told.ended, 1);
+    EXPECT_EQ(site.told.firstSequence, 1);
+    EXPECT_EQ(site.Lines(), static_cast<std::size_t>(site.told.lastSequence));
+    site.sensor.With([](const auto& model) { EXPECT_FALSE(model.IsMeasuring()) << "it is left idle"; });
+}
+
+TEST(SensorLines, AnUnpluggedSensorIsMissedAndMeasuresWhenItIsBack)
+{
+    LineOfSimulatedSensor site;
+    ASSERT_TRUE(site.UntilValues(5));
+    site.sensor.Unplug();
+    ASSERT_TRUE(site.Until([&] { return !site.line.IsConnected(); }));
+    EXPECT_EQ(site.told.events, std::vector<std::string>{"line lost"});
+    const SensorState lost = site.line.State(modAPI::LocalTime());
+    EXPECT_EQ(lost.connection, SensorConnection::NoPort);
+    EXPECT_FALSE(lost.whyNoPort.empty() || lost.isMeasuring || lost.temperature_C);
+    site.sensor.Replug();
+    ASSERT_TRUE(site.UntilValues(5));
+    EXPECT_EQ(site.told.events, (std::vector<std::string>{"line lost", "line back"}));
+    EXPECT_EQ(site.told.values.back().sequence, std::ssize(site.told.values)) << "in the same recording";
+    EXPECT_EQ(site.told.recordings.size(), 1u);
+}
+
+TEST(SensorLines, OneValueInEachStretchIsRecordedAndTold)
+{
+    LineOfSimulatedSensor site([](SensorConfig& config) { config.every_ms = 200; });
+    ASSERT_TRUE(site.UntilValues(8));
+    for (std::size_t i = 2; i < site.told.values.size(); ++i) { // the first one comes in the middle of a stretch
+        const double apart_ms = (site.told.values[i].time - site.told.values[i - 1].time) * kMsPerDay;
+        EXPECT_GT(apart_ms, 100.0);
+        EXPECT_LT(apart_ms, 300.0);
+        EXPECT_EQ(site.told.values[i].sequence, static_cast<std::int64_t>(i) + 1);
+    }
+    const AccountFigures account = site.line.State(0.0).account;
+    EXPECT_TRUE(account.AddUpExactly()) << "the others are passed over";
+    EXPECT_GT(account.passedOver, 2 * account.recorded);
+}
+
+TEST(SensorLines, WithoutARecordingValuesAreToldWithoutNumbers)
+{
+    LineOfSimulatedSensor site([](SensorConfig& config) { config.records = false; });
+    ASSERT_TRUE(site.UntilValues(3));
+    EXPECT_EQ(site.told.values.back().sequence, 0);
+    EXPECT_FALSE(std::filesystem::exists(site.folder.path / "REC"));
+}
+
+TEST(SensorLines, AFullDiskIsToldOnceAndValuesGoOn)
+{
+    LineOfSimulatedSensor site;
+    ASSERT_TRUE(site.UntilValues(3));
+    {
+        const FullDisk full;
+        ASSERT_TRUE(site.Until([&] { return site.told.ended == 1; }));
+        ASSERT_TRUE(site.UntilValues(3));
+    }
+    EXPECT_EQ(site.told.events, std::vector<std::string>{"recording failed"});
+    EXPECT_EQ(site.told.values.back().sequence, 0);
+    EXPECT_FALSE(site.line.State(0.0).isRecording || site.line.State(0.0).whyNotRecording.empty());
+}
+
+TEST(SensorLines, AParameterThatIsChangedElsewhereIsTold)
+{
+    LineOfSimulatedSensor site;
+    ASSERT_TRUE(site.UntilValues(3));
+    const std::int32_t reports = site.line.Reports();
+    site.sensor.With([](auto& model) { model.SetParameter("701", 5); });
+    site.sensor.Unplug();
+    site.sensor.Replug();
+    ASSERT_TRUE(site.Until([&] { return site.line.Reports() > reports; }));
+    EXPECT_EQ(std::ranges::count(site.told.events, "changed"), 1);
+    EXPECT_EQ(site.line.LastReport()->set.Offset, 5);
+}
+
+} // namespace
