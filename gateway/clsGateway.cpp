@@ -18,7 +18,8 @@ namespace {
 /// Bytes are taken at most so often, whatever the number of lines that bring some.
 constexpr double kCoalesced_s = 0.002;
 constexpr double kFillEvery_s = 0.05, kStateAtMost_s = 1.0, kStateAtLeast_s = 10.0, kDroppedAtMost_s = 10.0;
-constexpr double kGoodbye_s = 2.0; // for the last messages
+constexpr double kFirstAnswer_s = 5.0; // before it, silence is nothing to be logged
+constexpr double kGoodbye_s = 2.0;     // for the last messages
 constexpr std::chrono::seconds kPatienceWithDisk{10};
 
 /// A state without what changes with every value, and so says nothing new by itself.
@@ -94,6 +95,7 @@ void clsGateway::begin(const SensorConfig& sensor)
     auto entry = std::make_unique<Entry>(std::make_unique<clsSensorLine>(
         sensor, m_journal.FolderOf(sensor.name), places, static_cast<SensorLineListener&>(*this), m_now_s));
     // Not all at once: each second has its share of states.
+    entry->begun_s = m_now_s;
     entry->nextLook_s = m_now_s + static_cast<double>(m_entries.size() % 20) * 0.05;
     entry->toldDropped = m_journal.Dropped(sensor.name);
     if (m_parts.commands.begin) {
@@ -185,6 +187,11 @@ void clsGateway::look(Entry& entry)
 void clsGateway::logConnection(Entry& entry, const SensorState& state)
 {
     const std::string text = connectionText(state);
+    const bool mayStillCome = state.connection != SensorConnection::Connected && entry.logged.empty() &&
+                              m_now_s - entry.begun_s < kFirstAnswer_s;
+    if (mayStillCome) {
+        return;
+    }
     if (std::exchange(entry.logged, text) != text) {
         const bool isGood = state.connection == SensorConnection::Connected;
         m_parts.log(isGood ? LogLevel::Info : LogLevel::Warning, entry.line->Name() + ": " + text);

@@ -74,7 +74,7 @@ private:
 
         std::unique_ptr<clsSensorLine> line;
         std::pair<int, std::int32_t> watched{-1, -1};
-        double nextLook_s = 0.0, toldState_s = -1e9;
+        double begun_s = 0.0, nextLook_s = 0.0, toldState_s = -1e9;
         SensorState told; ///< without what changes all the time
         std::int32_t toldReports = 0;
         std::int64_t toldDropped = 0;

@@ -327,8 +327,6 @@ void clsSensorLine::leave(double now_s)
     clsMeasurementLoop& loop = m_session.Loop();
     if (m_leaving == Leaving::Finishing && (m_session.Operations() == 0 || now_s > m_leaveUntil_s)) {
         m_leaving = Leaving::Stopping;
-        m_session.Recorder().Stop();
-        noteRecording(now_s);
         m_leaveUntil_s = now_s + kStop_s;
         m_stoppedAt_s = now_s;
         if (m_isConnected && loop.IsMeasuring()) {
@@ -341,6 +339,8 @@ void clsSensorLine::leave(double now_s)
     }
     const bool isQuiet = now_s - std::max(m_lastByte_s, m_stoppedAt_s) > kQuiet_s;
     if (!m_isConnected || isQuiet || now_s > m_leaveUntil_s) {
+        m_session.Recorder().Stop(); // what came before the stop counts is recorded like all others
+        noteRecording(now_s);
         m_session.End();
         m_leaving = Leaving::Left;
     } else if (now_s - m_stoppedAt_s > 2.0 * kQuiet_s) {

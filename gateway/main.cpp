@@ -19,6 +19,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -160,6 +161,20 @@ void serve(Service& service, modService::Signals& signals, const std::filesystem
     }
 }
 
+/// Nothing when another service has it.
+std::unique_ptr<modService::FolderGuard> guardFolder(const std::filesystem::path& folder)
+{
+    try {
+        return std::make_unique<modService::FolderGuard>(folder);
+    } catch (const std::system_error& failure) {
+        if (failure.code() != std::errc::operation_would_block) {
+            throw;
+        }
+        modService::Log(LogLevel::Error, "another rvqd uses the folder " + folder.string());
+        return nullptr;
+    }
+}
+
 int run(const std::filesystem::path& file)
 {
     modService::Signals signals;
@@ -167,7 +182,10 @@ int run(const std::filesystem::path& file)
     if (!config) {
         return ExitFailed;
     }
-    const modService::FolderGuard guard(config->folder);
+    const auto guard = guardFolder(config->folder);
+    if (!guard) {
+        return ExitFailed;
+    }
     Service service(*config);
     service.gateway->WakeBy(signals.Handle());
     modService::Log(LogLevel::Info, "run " + std::to_string(service.journal.Run()) + ", " +

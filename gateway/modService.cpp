@@ -18,7 +18,8 @@ namespace modService {
 
 void Log(LogLevel level, const std::string& text)
 {
-    static const bool hasJournal = std::getenv("JOURNAL_STREAM") != nullptr;
+    static const char* const stream = std::getenv("JOURNAL_STREAM");
+    const bool hasJournal = stream != nullptr && *stream != '\0';
     constexpr std::size_t kLongest = 1000;
     const std::string line = PlainText(text, kLongest);
     if (hasJournal) {
