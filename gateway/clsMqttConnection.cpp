@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <malloc.h>
 #include <mosquitto.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -26,7 +27,8 @@ using namespace std::chrono_literals;
 
 constexpr unsigned kMostInFlight = 5000; // sent and not acknowledged; what is beyond waits in the library
 constexpr auto kGathering = 500us;       // what comes within this time is served together
-constexpr auto kCare = 1s;               // between looks at the keep-alive
+constexpr int kLargeBlock = 1 << 20;
+constexpr auto kCare = 1s; // between looks at the keep-alive
 
 std::string inQuotes(std::string_view text)
 {
@@ -162,7 +164,11 @@ struct clsMqttConnection::Callbacks {
 clsMqttConnection::clsMqttConnection(const BrokerConfig& config, std::string clientId, int keepAlive_s)
     : m_config(config), m_clientId(std::move(clientId)), m_keepAlive_s(keepAlive_s)
 {
-    [[maybe_unused]] static const int initialised = mosquitto_lib_init(); // for good: a thread may be left in it
+    [[maybe_unused]] static const bool isReady = [] {
+        // Otherwise a message of 10 MB raises the limit, and the blocks of later ones stay with the process.
+        mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+        return mosquitto_lib_init() == MOSQ_ERR_SUCCESS; // for good: a thread may be left in the library
+    }();
 }
 
 clsMqttConnection::~clsMqttConnection()

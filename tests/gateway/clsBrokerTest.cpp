@@ -111,11 +111,12 @@ struct Site {
         words.insert(words.begin(), common.begin(), common.end());
         return {words, folder.path / program};
     }
-    /// Comes back when it is subscribed.
-    RunningProgram Subscriber(const std::string& filter, int member = 0) const
+    /// Comes back when it is subscribed: then it hears what is retained.
+    RunningProgram Subscriber(int member = 0) const
     {
-        RunningProgram client = Client("mosquitto_sub", "viewer", {"-i", "listener", "-d", "-v", "-t", filter}, member);
-        until([this] { return Heard().find("Subscribed") != std::string::npos; });
+        Client("mosquitto_pub", "hall-1", {"-r", "-t", "orvex/hall-1/retained", "-m", "x"}, member).Wait();
+        RunningProgram client = Client("mosquitto_sub", "viewer", {"-i", "listener", "-v", "-t", "orvex/#"}, member);
+        EXPECT_TRUE(until([this] { return HeardTimes("retained x") > 0; }));
         return client;
     }
     std::string Heard() const { return TemporaryFolder::Read(folder.path / "mosquitto_sub"); }
@@ -215,7 +216,7 @@ protected:
 TEST_F(Broker, TakesAndAcknowledgesInOrderAndBringsCommands)
 {
     const RunningProgram mosquitto = site.Start();
-    const RunningProgram listener = site.Subscriber("orvex/#");
+    const RunningProgram listener = site.Subscriber();
     Caller caller(site.Config());
     caller.broker.Subscribe({"orvex/hall-1/+/command"});
     caller.Send(99); // before the connection: nothing
@@ -242,7 +243,7 @@ TEST_F(Broker, TakesAndAcknowledgesInOrderAndBringsCommands)
 TEST_F(Broker, PublishesTheWillOfAGatewayThatVanishesOnly)
 {
     const RunningProgram mosquitto = site.Start();
-    const RunningProgram listener = site.Subscriber("orvex/#");
+    const RunningProgram listener = site.Subscriber();
     for (const bool isKilled : {false, true}) {
         const pid_t child = fork();
         if (child == 0) {
@@ -334,7 +335,7 @@ TEST_F(Broker, ThatIsKilledGetsTheRestAfterwards)
     EXPECT_EQ(caller.broker.InFlight(), 0U);
     caller.Send(99); // forgotten
     mosquitto = site.Start();
-    const RunningProgram listener = site.Subscriber("orvex/#");
+    const RunningProgram listener = site.Subscriber();
     ASSERT_TRUE(caller.SendAll(11, 500));
     EXPECT_TRUE(until([this] { return site.HeardTimes("value <500>") == 1; }));
     EXPECT_EQ(site.HeardTimes("silo/value <"), 490);
@@ -384,7 +385,7 @@ TEST_F(Broker, OfThreeInAClusterMayGo)
     config.host = "localhost:" + first + ", localhost";
     Caller caller(config, {.firstPause = 100ms, .longestPause = 400ms, .answer = 5s});
     ASSERT_TRUE(caller.Until([&] { return caller.isUp; }, 30s)) << caller.why;
-    const RunningProgram listener = site.Subscriber("orvex/#", 3);
+    const RunningProgram listener = site.Subscriber(3);
     ASSERT_TRUE(caller.SendAll(1, 200)) << caller.why;
     members[1].Kill();
     ASSERT_TRUE(caller.SendAll(201, 400)) << caller.why;
