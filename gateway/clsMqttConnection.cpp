@@ -356,7 +356,8 @@ bool clsMqttConnection::failCode(int code, int systemError)
         return fail("the broker does not answer any more");
     }
     if (code == MOSQ_ERR_ERRNO && systemError != 0) {
-        return fail("no connection to the broker: " + systemMessage(systemError));
+        return fail((m_isUp ? "the connection to the broker is lost: " : "no connection to the broker: ") +
+                    systemMessage(systemError));
     }
     if (code == MOSQ_ERR_CONN_LOST) {
         return fail(m_isUp || m_config.usesTls ? "the broker has closed the connection"
