@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <malloc.h>
 #include <mosquitto.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -26,8 +27,8 @@ using namespace std::chrono_literals;
 
 constexpr unsigned kMostInFlight = 5000; // sent and not acknowledged; what is beyond waits in the library
 constexpr auto kGathering = 500us;       // what comes within this time is served together
-constexpr auto kCare = 1s;               // between looks at the keep-alive
-constexpr const char* kSystemCertificates = "/etc/ssl/certs";
+constexpr int kLargeBlock = 1 << 20;
+constexpr auto kCare = 1s; // between looks at the keep-alive
 
 std::string inQuotes(std::string_view text)
 {
@@ -134,6 +135,14 @@ struct clsMqttConnection::Callbacks {
         self.received.push_back(
             {message->topic, std::string(static_cast<const char*>(message->payload), size), message->retain, false});
     }
+    /// Keeps the state of TLS, in which the reason stands; the library frees its own before anybody can ask.
+    static void handshake(const SSL* tls, int, int)
+    {
+        auto& self = of(SSL_CTX_get_app_data(SSL_get_SSL_CTX(tls)));
+        if (auto* own = const_cast<SSL*>(tls); !self.m_tls && SSL_up_ref(own) == 1) {
+            self.m_tls = std::shared_ptr<ssl_st>(own, SSL_free);
+        }
+    }
     static void said(mosquitto*, void* data, int level, const char* text)
     {
         auto& self = of(data);
@@ -155,7 +164,11 @@ struct clsMqttConnection::Callbacks {
 clsMqttConnection::clsMqttConnection(const BrokerConfig& config, std::string clientId, int keepAlive_s)
     : m_config(config), m_clientId(std::move(clientId)), m_keepAlive_s(keepAlive_s)
 {
-    [[maybe_unused]] static const int initialised = mosquitto_lib_init(); // for good: a thread may be left in it
+    [[maybe_unused]] static const bool isReady = [] {
+        // Otherwise a message of 10 MB raises the limit, and the blocks of later ones stay with the process.
+        mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+        return mosquitto_lib_init() == MOSQ_ERR_SUCCESS; // for good: a thread may be left in the library
+    }();
 }
 
 clsMqttConnection::~clsMqttConnection()
@@ -171,9 +184,6 @@ bool clsMqttConnection::Open(const std::optional<MqttMessage>& will)
     errno = 0;
     const int code = mosquitto_connect(m_mosquitto, m_config.host.c_str(), m_config.port, m_keepAlive_s);
     const int systemError = errno;
-    if (auto* tls = static_cast<SSL*>(mosquitto_ssl_get(m_mosquitto)); tls != nullptr && SSL_up_ref(tls) == 1) {
-        m_tls = std::shared_ptr<ssl_st>(tls, SSL_free);
-    }
     m_lastCare = std::chrono::steady_clock::now();
     return code == MOSQ_ERR_SUCCESS || failCode(code, systemError);
 }
@@ -284,12 +294,35 @@ bool clsMqttConnection::prepareTls()
             return fail(inQuotes(file.string()) + " cannot be read: " + systemMessage(errno));
         }
     }
-    const auto orNull = [](const std::filesystem::path& path) { return path.empty() ? nullptr : path.c_str(); };
-    // The library verifies certificate and host name unless it is told not to.
-    const int code =
-        mosquitto_tls_set(m_mosquitto, orNull(m_config.ca), m_config.ca.empty() ? kSystemCertificates : nullptr,
-                          orNull(m_config.certificate), orNull(m_config.key), noPassword);
-    return code == MOSQ_ERR_SUCCESS || fail("TLS: the gateway's certificate and key belong together");
+    m_tlsContext = std::shared_ptr<ssl_ctx_st>(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
+    SSL_CTX* context = m_tlsContext.get();
+    if (context == nullptr) {
+        return fail("TLS: no memory");
+    }
+    SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
+    SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+    X509_VERIFY_PARAM* expected = SSL_CTX_get0_param(context);
+    if (X509_VERIFY_PARAM_set1_ip_asc(expected, m_config.host.c_str()) != 1 &&
+        X509_VERIFY_PARAM_set1_host(expected, m_config.host.c_str(), 0) != 1) {
+        return fail("TLS: the host " + inQuotes(m_config.host) + " is not possible");
+    }
+    if ((m_config.ca.empty() ? SSL_CTX_set_default_verify_paths(context)
+                             : SSL_CTX_load_verify_locations(context, m_config.ca.c_str(), nullptr)) != 1) {
+        return fail("TLS: there is no certificate in " + inQuotes(m_config.ca.string()));
+    }
+    SSL_CTX_set_default_passwd_cb(context, noPassword);
+    if (!m_config.certificate.empty() &&
+        SSL_CTX_use_certificate_chain_file(context, m_config.certificate.c_str()) != 1) {
+        return fail("TLS: there is no certificate in " + inQuotes(m_config.certificate.string()));
+    }
+    if (!m_config.key.empty() && SSL_CTX_use_PrivateKey_file(context, m_config.key.c_str(), SSL_FILETYPE_PEM) != 1) {
+        return fail("TLS: " + inQuotes(m_config.key.string()) + " has no key without a password for this certificate");
+    }
+    SSL_CTX_set_app_data(context, this);
+    SSL_CTX_set_info_callback(context, Callbacks::handshake);
+    mosquitto_int_option(m_mosquitto, MOSQ_OPT_SSL_CTX_WITH_DEFAULTS, 0);
+    mosquitto_void_option(m_mosquitto, MOSQ_OPT_SSL_CTX, context);
+    return true;
 }
 
 bool clsMqttConnection::wantsWrite() const
@@ -323,7 +356,8 @@ bool clsMqttConnection::failCode(int code, int systemError)
         return fail("the broker does not answer any more");
     }
     if (code == MOSQ_ERR_ERRNO && systemError != 0) {
-        return fail("no connection to the broker: " + systemMessage(systemError));
+        return fail((m_isUp ? "the connection to the broker is lost: " : "no connection to the broker: ") +
+                    systemMessage(systemError));
     }
     if (code == MOSQ_ERR_CONN_LOST) {
         return fail(m_isUp || m_config.usesTls ? "the broker has closed the connection"
@@ -334,10 +368,11 @@ bool clsMqttConnection::failCode(int code, int systemError)
 
 std::string clsMqttConnection::tlsReason() const
 {
-    if (m_said.find("host name verification failed") != std::string::npos) {
+    const long result = m_tls ? SSL_get_verify_result(m_tls.get()) : X509_V_OK;
+    if (result == X509_V_ERR_HOSTNAME_MISMATCH || result == X509_V_ERR_IP_ADDRESS_MISMATCH) {
         return "the broker's certificate is not for " + inQuotes(m_config.host);
     }
-    if (const long result = m_tls ? SSL_get_verify_result(m_tls.get()) : X509_V_OK; result != X509_V_OK) {
+    if (result != X509_V_OK) {
         return std::string("the broker's certificate is not accepted: ") + X509_verify_cert_error_string(result);
     }
     return m_said.empty() ? "" : "TLS: " + m_said;

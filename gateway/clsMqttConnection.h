@@ -14,6 +14,7 @@
 
 struct mosquitto;
 struct mosquitto_message;
+struct ssl_ctx_st;
 struct ssl_st;
 
 class clsMqttConnection {
@@ -67,6 +68,7 @@ private:
     std::string m_clientId;
     int m_keepAlive_s;
     mosquitto* m_mosquitto = nullptr;
+    std::shared_ptr<ssl_ctx_st> m_tlsContext; ///< our own, so that it is certain what is verified
     std::shared_ptr<ssl_st> m_tls; ///< outlives its use by the library: it says why a certificate was not accepted
     bool m_isUp = false;
     std::string m_why, m_refusal;

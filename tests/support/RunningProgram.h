@@ -59,7 +59,12 @@ public:
         waitpid(std::exchange(m_process, -1), &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-    bool IsRunning() const { return m_process > 0 && waitpid(m_process, nullptr, WNOHANG | WNOWAIT) == 0; }
+    bool IsRunning() const
+    {
+        siginfo_t ended{};
+        return m_process > 0 && waitid(P_PID, static_cast<id_t>(m_process), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               ended.si_pid == 0;
+    }
 
 private:
     pid_t m_process = -1;
