@@ -206,7 +206,8 @@ std::int64_t clsSensorJournal::Waiting() const
 {
     std::int64_t waiting = 0;
     for (const auto& [key, recording] : m_recordings) {
-        if (recording.end || !isOld(key)) {
+        const bool isCounted = !isOld(key) && recording.read.sequence < clsRecordingWalk::kBehindDamage;
+        if (recording.end || isCounted) {
             waiting += recording.Undone(recording.next, recording.end ? *recording.end - 1 : recording.last);
         } else {
             const std::int64_t done = std::min(recording.next, clsRecordingWalk::kBehindDamage) - key.first;
@@ -227,6 +228,9 @@ bool clsSensorJournal::hasUnread(Recordings::value_type& entry, Clock::time_poin
     auto& [key, recording] = entry;
     if (recording.end || isOld(key)) {
         return !recording.end;
+    }
+    if (recording.read.sequence >= clsRecordingWalk::kBehindDamage) {
+        return true; // `last` says nothing of these
     }
     const bool isAllSent = recording.FirstOpen(recording.read.sequence) > recording.last;
     if (isAllSent && recording.ended) {
