@@ -3,12 +3,10 @@
 #include "gateway/clsRecordingWalk.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace {
 
-constexpr std::int64_t kAll = std::numeric_limits<std::int64_t>::max() / 2;
 /// Bytes of a line, nearly always.
 constexpr std::int64_t kUsualLine = 42;
 /// More ranges are not remembered; those of the shortest are sent again.
@@ -282,14 +280,8 @@ std::optional<ReadTask> clsSensorJournal::NextTask(Clock::time_point now)
 void clsSensorJournal::takeHoles(Recording& recording, std::span<const ReadResult::Hole> holes)
 {
     for (const auto& [first, last, isTorn] : holes) {
-        if (!isTorn) {
-            m_dropped += recording.Undone(first, last);
-        } else if (!recording.IsDone(last)) {
-            recording.acknowledged.Remove(first, kAll);
-            recording.sent.Remove(first, kAll);
-            recording.next = std::min(recording.next, first);
-            ++m_dropped;
-        }
+        const bool isNew = !recording.IsDone(last);
+        m_dropped += isTorn ? std::int64_t{isNew} : recording.Undone(first, last);
         recording.Done(first, last);
         m_isChanged = true;
     }
