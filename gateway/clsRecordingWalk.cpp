@@ -116,6 +116,7 @@ std::optional<WalkStep> clsRecordingWalk::takeLine()
     const auto* const found = static_cast<const char*>(std::memchr(begin, '\n', m_end - m_begin));
     if (found == nullptr) {
         if (m_end - m_begin == m_buffer.size()) {
+            m_passedFrom = m_isPassingOver ? m_passedFrom : m_place.offset;
             m_isPassingOver = true;
             pass(m_buffer.size() - kLongestUsual); // a line may begin there
         }
@@ -149,6 +150,7 @@ std::optional<WalkStep> clsRecordingWalk::passEnd()
         return std::nullopt;
     }
     if (!m_next && !m_isClosed) {
+        m_place.offset = m_isPassingOver ? m_passedFrom : m_place.offset;
         return WalkStep::End;
     }
     if (m_begin < m_end || m_isPassingOver) {

@@ -62,6 +62,7 @@ private:
     FileHandle m_file;
     std::size_t m_begin = 0, m_end = 0; ///< of the bytes in the buffer; the first is at the place
     bool m_isPassingOver = false;       ///< the rest of a line that is too long
+    std::uint64_t m_passedFrom = 0;     ///< its beginning
     std::optional<std::int32_t> m_next; ///< the file behind this one, once it is there
     std::string_view m_line;
     std::error_code m_failure;

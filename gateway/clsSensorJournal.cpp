@@ -3,12 +3,10 @@
 #include "gateway/clsRecordingWalk.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace {
 
-constexpr std::int64_t kAll = std::numeric_limits<std::int64_t>::max() / 2;
 /// Bytes of a line, nearly always.
 constexpr std::int64_t kUsualLine = 42;
 /// More ranges are not remembered; those of the shortest are sent again.
@@ -206,7 +204,8 @@ std::int64_t clsSensorJournal::Waiting() const
 {
     std::int64_t waiting = 0;
     for (const auto& [key, recording] : m_recordings) {
-        if (recording.end || !isOld(key)) {
+        const bool isCounted = !isOld(key) && recording.read.sequence < clsRecordingWalk::kBehindDamage;
+        if (recording.end || isCounted) {
             waiting += recording.Undone(recording.next, recording.end ? *recording.end - 1 : recording.last);
         } else {
             const std::int64_t done = std::min(recording.next, clsRecordingWalk::kBehindDamage) - key.first;
@@ -227,6 +226,9 @@ bool clsSensorJournal::hasUnread(Recordings::value_type& entry, Clock::time_poin
     auto& [key, recording] = entry;
     if (recording.end || isOld(key)) {
         return !recording.end;
+    }
+    if (recording.read.sequence >= clsRecordingWalk::kBehindDamage) {
+        return true; // `last` says nothing of these
     }
     const bool isAllSent = recording.FirstOpen(recording.read.sequence) > recording.last;
     if (isAllSent && recording.ended) {
@@ -278,14 +280,8 @@ std::optional<ReadTask> clsSensorJournal::NextTask(Clock::time_point now)
 void clsSensorJournal::takeHoles(Recording& recording, std::span<const ReadResult::Hole> holes)
 {
     for (const auto& [first, last, isTorn] : holes) {
-        if (!isTorn) {
-            m_dropped += recording.Undone(first, last);
-        } else if (!recording.IsDone(last)) {
-            recording.acknowledged.Remove(first, kAll);
-            recording.sent.Remove(first, kAll);
-            recording.next = std::min(recording.next, first);
-            ++m_dropped;
-        }
+        const bool isNew = !recording.IsDone(last);
+        m_dropped += isTorn ? std::int64_t{isNew} : recording.Undone(first, last);
         recording.Done(first, last);
         m_isChanged = true;
     }

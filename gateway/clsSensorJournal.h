@@ -32,7 +32,7 @@ struct ReadTask {
 struct ReadResult {
     struct Hole {
         std::int64_t first = 0, last = 0; ///< numbers without a line
-        bool isTorn = false;              ///< what was known of higher numbers says nothing of the lines behind
+        bool isTorn = false;              ///< nobody knows how many lines there were
     };
     LinePlace to;
     std::vector<GatewayValue> values{};

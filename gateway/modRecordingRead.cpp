@@ -5,8 +5,6 @@
 #include "store/modRecordLine.h"
 #include "store/modSidecar.h"
 
-#include <limits>
-
 namespace modRecordingRead {
 
 namespace {
@@ -17,7 +15,7 @@ constexpr std::int32_t kMetres = 1;
 class Reading {
 public:
     Reading(const std::filesystem::path& folder, const ReadTask& task, std::vector<char>& buffer)
-        : m_task(task), m_covered(task.covered), m_walk(folder, task.key, task.from, task.isClosed, buffer)
+        : m_task(task), m_walk(folder, task.key, task.from, task.isClosed, buffer)
     {
         m_result.to = task.from;
         m_result.unit = task.unit;
@@ -30,11 +28,9 @@ public:
 
 private:
     void takeLine(std::int64_t sequence);
-    void takeTorn();
     void findUnit();
 
     const ReadTask& m_task;
-    clsRanges m_covered;
     clsRecordingWalk m_walk;
     modRecordLine::clsLineParser m_parser;
     std::int32_t m_knownPart = 0;
@@ -63,7 +59,8 @@ bool Reading::Step()
     case WalkStep::Torn:
         m_result.isDamaged = m_result.isAtEnd = !m_task.isClosed;
         if (m_task.isClosed) {
-            takeTorn();
+            m_result.to = m_walk.Place();
+            m_result.holes.push_back({sequence, m_result.to.sequence - 1, true});
         }
         return m_task.isClosed;
     case WalkStep::End:
@@ -82,7 +79,7 @@ bool Reading::Step()
 
 void Reading::takeLine(std::int64_t sequence)
 {
-    if (m_covered.Contains(sequence)) {
+    if (m_task.covered.Contains(sequence)) {
         return;
     }
     modRecordLine::RecordedValue read;
@@ -97,18 +94,6 @@ void Reading::takeLine(std::int64_t sequence)
                                .unit = m_result.unit,
                                .run = m_task.key.run,
                                .sequence = sequence});
-}
-
-/// Numbers behind the damage are others than those that are known of.
-void Reading::takeTorn()
-{
-    const std::int64_t first = m_result.to.sequence;
-    m_result.to = m_walk.Place();
-    const std::int64_t last = m_result.to.sequence - 1;
-    if (!m_covered.Contains(last)) {
-        m_covered.Remove(first, std::numeric_limits<std::int64_t>::max() / 2);
-    }
-    m_result.holes.push_back({first, last, true});
 }
 
 /// Of a file that has no sidecar yet, it is looked for again next time.
