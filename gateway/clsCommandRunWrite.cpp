@@ -128,10 +128,10 @@ Operation<> clsCommandRun::storing(CommandAnswer& answer)
     const WithoutBackups once(m_session.Writes());
     m_entry.Parameters = m_device.Parameters();
     m_entry.Identity = m_device.Identity();
+    const std::string written = modReportText::Summary(*m_report, LanguageEnglish, '.'); // not that it is unstored
     m_report.reset();
     m_failure.clear();
     Operation<> work = m_transfer.Storing();
-    const std::string written = std::move(answer.text);
     co_await work;
     tellReport(answer);
     answer.text = written + ' ' + answer.text;

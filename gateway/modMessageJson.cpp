@@ -266,7 +266,9 @@ std::string Answer(const CommandAnswer& answer, double now, std::string_view sen
         members["name"] = value.name;
         add("sent", value.sent);
         add("read", value.read);
-        members["differs"] = value.differs;
+        if (!value.sent.empty() || value.differs) {
+            members["differs"] = value.differs;
+        }
         message["values"].push_back(std::move(members));
     }
     return textOf(message);

@@ -242,7 +242,8 @@ TEST(CommandWrite, IsCheckedBackedUpReadBackAndNoted)
 {
     Site site(true);
     const CommandAnswer answer = site.Write({{"Offset", "5"}, {"801", "21,5"}}, true);
-    EXPECT_EQ(answer.result, "done") << answer.text;
+    EXPECT_EQ(answer.result, "done");
+    EXPECT_EQ(answer.text, "2 values sent and verified. Storing acknowledged, values unchanged.");
     ASSERT_EQ(answer.values.size(), 2U);
     EXPECT_EQ(answer.values[0].code + answer.values[0].sent + answer.values[0].read, "70155");
     EXPECT_EQ(answer.values[1].read, "21.5");
