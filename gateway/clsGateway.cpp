@@ -189,7 +189,7 @@ void clsGateway::logConnection(Entry& entry, const SensorState& state)
     const std::string text = connectionText(state);
     const bool mayStillCome = state.connection != SensorConnection::Connected && entry.logged.empty() &&
                               m_now_s - entry.begun_s < kFirstAnswer_s;
-    if (mayStillCome) {
+    if (mayStillCome || m_isEnding) {
         return;
     }
     if (std::exchange(entry.logged, text) != text) {
@@ -458,6 +458,7 @@ void clsGateway::beginWaiting()
 void clsGateway::End()
 {
     m_beginning.clear();
+    m_isEnding = true;
     endLines();
     endBroker();
     m_journal.Finish();

@@ -131,6 +131,7 @@ private:
     std::vector<std::string> m_names;      ///< of the entries
     std::vector<SensorConfig> m_beginning; ///< as soon as those that leave have left
     std::set<std::string> m_forgotten;     ///< what is retained of them is to go
+    bool m_isEnding = false;
     int m_epoll = -1;
     double m_now = 0.0, m_now_s = 0.0; ///< of the present pass
     double m_lastArrivals_s = 0.0, m_nextFill_s = 0.0;
