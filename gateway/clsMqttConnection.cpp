@@ -40,7 +40,7 @@ std::string systemMessage(int error)
     return std::generic_category().message(error);
 }
 
-/// The first line of a file that nobody but its owner can read.
+/// The first line of a file that only its owner and group can read: the service has a group of its own.
 std::optional<std::string> readPassword(const std::filesystem::path& path, std::string& why)
 {
     const FileHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -53,8 +53,8 @@ std::optional<std::string> readPassword(const std::filesystem::path& path, std::
         why = "the password file " + inQuotes(path.string()) + " is not a file";
         return std::nullopt;
     }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-        why = "others can read the password file " + inQuotes(path.string()) + "; chmod 600 and its owner are needed";
+    if ((status.st_mode & S_IRWXO) != 0) {
+        why = "others can read the password file " + inQuotes(path.string()) + "; chmod o= helps";
         return std::nullopt;
     }
     std::array<char, 4096> bytes{};

@@ -282,7 +282,7 @@ TEST_F(Broker, SaysWhyThereIsNoConnection)
     const Row rows[] = {
         {"refuses user \"hall-1\" or the password", [&](auto& c) { c.passwordFile = password("wrong\n", kOwner); }},
         {"others can read the password file",
-         [&](auto& c) { c.passwordFile = password("x\n", kOwner | std::filesystem::perms::group_read); }},
+         [&](auto& c) { c.passwordFile = password("x\n", kOwner | std::filesystem::perms::others_read); }},
         {"no password in its first line", [&](auto& c) { c.passwordFile = password("\nx", kOwner); }},
         {"password\" cannot be read: No such file",
          [&](auto& c) { c.passwordFile = site.folder.path / "no password"; }},
