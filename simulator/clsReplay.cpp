@@ -16,6 +16,7 @@ constexpr double kPatience_s = 2.0; // a sensor forgets a frame that is not fini
 constexpr std::size_t kLongestFrame = 64;
 constexpr std::size_t kLongestNews = 40;
 constexpr std::string_view kAside = "T";          // a measuring sensor answers it among its values
+constexpr std::string_view kAsideReply = " C,";   // in its answer, if that is text
 constexpr std::string_view kPolls[] = {"T", "X"}; // what programs ask by their own clock
 
 [[noreturn]] void fail(std::size_t line, std::string_view what)
@@ -189,7 +190,7 @@ void clsReplay::Start(double now_s)
     m_next = 1;
     m_isOver = false;
     m_cutter = {};
-    release(0, now_s);
+    release(m_requests.front(), now_s);
 }
 
 void clsReplay::Receive(std::string_view bytes, double now_s)
@@ -216,11 +217,12 @@ void clsReplay::take(const std::string& request, double now_s)
     const auto isIt = [&](const Request& asked) { return asked.text == request; };
     const auto next = m_requests.begin() + static_cast<std::ptrdiff_t>(m_next);
     std::size_t found = behindPolls(request);
-    if (found == m_requests.size()) {
+    const bool isJump = found == m_requests.size();
+    if (isJump) {
         const auto before = std::find_if(std::make_reverse_iterator(next), m_requests.rend() - 1, isIt);
         if (before != m_requests.rend() - 1) {
             say(shown(request) + " is asked again: answered as in line " + std::to_string(before->line));
-            release(static_cast<std::size_t>(m_requests.rend() - before) - 1, now_s);
+            answerAgain(*before, now_s);
             return;
         }
         found = static_cast<std::size_t>(std::find_if(next, m_requests.end(), isIt) - m_requests.begin());
@@ -234,18 +236,55 @@ void clsReplay::take(const std::string& request, double now_s)
             std::to_string(found - m_next) + " requests");
     }
     m_next = found + 1;
-    release(found, now_s);
+    if (m_requests[found].text == kAside && !isJump) {
+        releaseAside(m_requests[found], now_s);
+    } else {
+        release(m_requests[found], now_s);
+    }
 }
 
-void clsReplay::release(std::size_t request, double now_s)
+void clsReplay::answerAgain(const Request& request, double now_s)
 {
-    if (m_requests[request].text != kAside) {
-        m_due.clear();
+    if (request.text != kAside) {
+        release(request, now_s);
+    } else if (const auto reply = asideReply(request); reply != request.answers.end()) {
+        addDue(now_s + reply->after_s, reply->bytes);
     }
-    for (const Answer& answer : m_requests[request].answers) {
-        m_due.push_back({now_s + answer.after_s, answer.bytes});
+}
+
+/// What came next may be a value that was on its way.
+std::vector<clsReplay::Answer>::const_iterator clsReplay::asideReply(const Request& request)
+{
+    const auto text = std::ranges::find_if(
+        request.answers, [](const Answer& answer) { return answer.bytes.find(kAsideReply) != answer.bytes.npos; });
+    return text == request.answers.end() ? request.answers.begin() : text;
+}
+
+void clsReplay::release(const Request& request, double now_s)
+{
+    m_due.clear();
+    m_begin_s = now_s - request.time_s;
+    for (const Answer& answer : request.answers) {
+        addDue(now_s + answer.after_s, answer.bytes);
     }
-    std::ranges::stable_sort(m_due, {}, &Answer::after_s);
+}
+
+/// The reply comes as late as then. What else came then, comes when it is due by what was released before; behind a
+/// request that is late, all of it is late.
+void clsReplay::releaseAside(const Request& request, double now_s)
+{
+    const double begin_s = now_s - request.time_s;
+    m_begin_s = m_due.empty() ? begin_s : std::max(m_begin_s, begin_s);
+    const auto reply = asideReply(request);
+    for (auto answer = request.answers.begin(); answer != request.answers.end(); ++answer) {
+        const double from_s = answer == reply ? now_s : m_begin_s + request.time_s;
+        addDue(from_s + answer->after_s, answer->bytes);
+    }
+}
+
+void clsReplay::addDue(double at_s, const std::string& bytes)
+{
+    m_due.insert(std::ranges::upper_bound(m_due, at_s, {}, &Answer::after_s), {at_s, bytes});
 }
 
 std::string clsReplay::TakeDue(double now_s)

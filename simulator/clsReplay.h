@@ -29,7 +29,8 @@ public:
     /// another one, in this order: polls in front of it that the program has not made are passed over; what was asked
     /// before is answered as it was last, and the recording stays where it is; what is asked later is gone to, and what
     /// lies between is left out; anything else gets no answer. Each request that has an answer ends the one
-    /// before, except the question for the temperature: what is still due comes between what follows it, by its time.
+    /// before, except the question for the temperature: its reply comes among the values, which keep their times
+    /// however often and early it is asked.
     void Receive(std::string_view bytes, double now_s);
     /// What is due by now.
     std::string TakeDue(double now_s);
@@ -64,7 +65,11 @@ private:
 
     void takeLine(std::string_view line, std::size_t number, Cutter& cutter);
     void take(const std::string& request, double now_s);
-    void release(std::size_t request, double now_s);
+    void answerAgain(const Request& request, double now_s);
+    void release(const Request& request, double now_s);
+    void releaseAside(const Request& request, double now_s);
+    static std::vector<Answer>::const_iterator asideReply(const Request& request);
+    void addDue(double at_s, const std::string& bytes);
     std::size_t behindPolls(const std::string& request) const;
     void say(std::string news);
 
@@ -72,6 +77,7 @@ private:
     std::size_t m_next = 1;
     Cutter m_cutter;
     std::deque<Answer> m_due; ///< at a time of the caller
+    double m_begin_s = 0;     ///< of the recording's time, by the caller's
     std::vector<std::string> m_news;
     bool m_isOver = false;
 };

@@ -1,6 +1,7 @@
 // A recording that is played: what it does with the requests of a program, and what it refuses.
 #include "simulator/clsReplay.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -105,9 +106,44 @@ TEST(Replay, AnEarlierTemperatureComesAmongTheValues)
     replay.Receive("M", 10.0);
     replay.Receive("T", 11.0);
     EXPECT_EQ(replay.TakeDue(11.2), "1t");
-    EXPECT_EQ(replay.TakeDue(12.1), "32");
-    replay.Receive("S", 12.2);
+    EXPECT_EQ(replay.TakeDue(13.4), "2");
+    EXPECT_EQ(replay.TakeDue(13.6), "3") << "as late as then, seen from the start";
+    replay.Receive("S", 13.7);
     EXPECT_EQ(replay.TakeDue(20.0), "");
+}
+
+/// Ten values a second, whether the temperature is asked for once, as in the recording, or all the time.
+TEST(Replay, ValuesKeepTheirPaceHoweverOftenTheTemperatureIsAsked)
+{
+    std::string recording = recordingOf({"00.000 > 4D"});
+    for (int tenth = 1; tenth < 300; ++tenth) {
+        const std::string second = std::to_string(tenth / 10);
+        const std::string time = std::string(2 - second.size(), '0') + second + "." + std::to_string(tenth % 10) + "50";
+        recording += recordingOf({(time + " < 56").c_str()});
+        if (tenth == 20) {
+            recording += recordingOf({"02.060 > 54", "02.070 < 56", "02.090 < 32 33 20 43 2C 0D 0A"});
+        }
+    }
+    for (const double every_s : {100.0, 1.5, 0.01}) {
+        clsReplay replay = replayOf(recording);
+        replay.Start(0.0);
+        replay.Receive("M", 100.0);
+        double asked_s = 101.0 - every_s;
+        for (int second = 0; second < 29; ++second) {
+            std::string heard;
+            long questions = 0;
+            for (int step = 1; step <= 100; ++step) {
+                const double now_s = 100.0 + second + step / 100.0;
+                if (now_s >= asked_s + every_s) {
+                    replay.Receive("T", asked_s = now_s);
+                    ++questions;
+                }
+                heard += replay.TakeDue(now_s);
+            }
+            EXPECT_NEAR(static_cast<double>(std::ranges::count(heard, 'V')), 10.0, 1.0) << every_s << " " << second;
+            EXPECT_NEAR(static_cast<double>(std::ranges::count(heard, 'C')), static_cast<double>(questions), 3.0);
+        }
+    }
 }
 
 TEST(Replay, RefusesAFileThatIsNoRecordingAndNamesTheLine)
