@@ -131,10 +131,27 @@ clsReplay::clsReplay(std::istream& recording) : m_requests(1)
     if (recording.bad()) {
         throw std::runtime_error("cannot be read");
     }
-    takeLine(line, ++number, cutter);
-    const auto speaks = [](const Request& request) { return !request.answers.empty(); };
-    if (!std::ranges::any_of(m_requests, speaks)) {
+    takeUnfinished(line, ++number, cutter);
+    if (!isSpeaking()) {
         throw std::runtime_error("no sensor says anything in this recording");
+    }
+}
+
+bool clsReplay::isSpeaking() const
+{
+    return std::ranges::any_of(m_requests, [](const Request& request) { return !request.answers.empty(); });
+}
+
+/// The last line, if it has no end: whoever wrote it may have been stopped there.
+void clsReplay::takeUnfinished(std::string_view line, std::size_t number, Cutter& cutter)
+{
+    try {
+        takeLine(line, number, cutter);
+    } catch (const std::runtime_error&) {
+        if (!isSpeaking()) {
+            throw;
+        }
+        say("line " + std::to_string(number) + " is not finished: it is left out");
     }
 }
 

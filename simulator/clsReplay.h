@@ -18,8 +18,8 @@ public:
     static constexpr std::size_t kLongestLine = 4096;
 
     /// Reads a recording: lines of time, direction (">" to the sensor, "<" from it, "-" of the line itself) and
-    /// hexadecimal bytes; "#" begins a comment. Throws std::runtime_error, which names the line, for anything else and
-    /// for a recording in which the sensor says nothing.
+    /// hexadecimal bytes; "#" begins a comment. A last line that was cut off is left out. Throws std::runtime_error,
+    /// which names the line, for anything else and for a recording in which the sensor says nothing.
     explicit clsReplay(std::istream& recording);
 
     /// A program has opened the line: the recording begins. What the sensor said before the first request comes by its
@@ -65,6 +65,8 @@ private:
 
     void takeLine(std::string_view line, std::size_t number, Cutter& cutter);
     void take(const std::string& request, double now_s);
+    void takeUnfinished(std::string_view line, std::size_t number, Cutter& cutter);
+    bool isSpeaking() const;
     void answerAgain(const Request& request, double now_s);
     void release(const Request& request, double now_s);
     void releaseAside(const Request& request, double now_s);

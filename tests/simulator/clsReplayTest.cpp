@@ -146,6 +146,20 @@ TEST(Replay, ValuesKeepTheirPaceHoweverOftenTheTemperatureIsAsked)
     }
 }
 
+TEST(Replay, LeavesOutALastLineThatIsNotFinished)
+{
+    const std::string whole = recordingOf({"00.000 > 54", "00.100 < 31 32"});
+    for (const char* cut : {"2026-11", "2026-11-20T14:03:00.200", "2026-11-20T14:03:00.200 < 3"}) {
+        clsReplay replay = replayOf(whole + cut);
+        replay.Start(0.0);
+        replay.Receive("T", 1.0);
+        EXPECT_EQ(replay.TakeDue(9.0), "12") << cut;
+        const std::vector<std::string> news = replay.TakeNews();
+        EXPECT_EQ(news.front(), "line 5 is not finished: it is left out") << cut;
+        EXPECT_THROW(replayOf(whole + cut + "\n"), std::runtime_error) << cut;
+    }
+}
+
 TEST(Replay, RefusesAFileThatIsNoRecordingAndNamesTheLine)
 {
     const std::pair<std::string, const char*> rows[] = {
