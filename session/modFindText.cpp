@@ -73,7 +73,8 @@ bool IsOutcome(const FindStep& step)
 std::string StepText(const FindStep& step, std::int32_t language)
 {
     if (step.event == FindEvent::NotOpened) {
-        return Printable(step.name + ": " + modOpenFailure::Text(step.failure, language));
+        const std::string why = modOpenFailure::Text(step.failure, language);
+        return Printable(why.find(step.name) == why.npos ? step.name + ": " + why : why);
     }
     const std::int32_t rate = IsOutcome(step) ? 0 : step.rate; // which matters only while it is tried
     return filled(textOf(step.event), language, {placeOf(step.name, rate)});
