@@ -52,6 +52,13 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
     return candidates;
 }
 
+/// Not a line that was closed at once: there was no looking for a sensor.
+bool hasBeenOpen(const FindStep& step)
+{
+    return (step.event > FindEvent::NotOpened && step.event != FindEvent::Own) ||
+           (step.event == FindEvent::NotOpened && step.failure.problem == OpenProblem::ConnectionLost);
+}
+
 ordered_json jsonOf(const FoundSensor& sensor, clsProgram& program)
 {
     ordered_json json{{"port", program.Devices().DeviceOf(sensor.port)}, {"name", sensor.name}};
@@ -88,7 +95,7 @@ int RunFind(clsProgram& program, const clsArguments& arguments)
     clsPorts ports(program.Devices());
     clsFinder finder(ports, isNamed ? namedPorts(program) : modCandidates::Known(program.Devices(), 0),
                      [&](const FindStep& step) {
-                         isAnyOpened = isAnyOpened || step.event == FindEvent::Listening;
+                         isAnyOpened = isAnyOpened || hasBeenOpen(step);
                          const std::string text = modFindText::StepText(step, program.Language());
                          if (step.event < FindEvent::NotOpened) {
                              program.Progress().Show(text);

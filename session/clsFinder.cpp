@@ -118,8 +118,10 @@ Operation<> clsFinder::searching()
     const Sound sound = co_await hear;
     if (sound == Sound::Values) {
         noteFound();
-    } else if (sound == Sound::Bytes || sound == Sound::Gone) {
-        tell(sound == Sound::Gone ? FindEvent::Vanished : FindEvent::OtherBytes);
+    } else if (sound == Sound::Gone) {
+        tellGone();
+    } else if (sound == Sound::Bytes) {
+        tell(FindEvent::OtherBytes);
     } else {
         Operation<> ask = asking(sound == Sound::Announcement ? std::vector{m_rate} : rates);
         co_await ask;
@@ -233,6 +235,8 @@ Operation<> clsFinder::asking(std::vector<std::int32_t> rates)
     }
     if (outcome == FindEvent::Found) {
         noteFound();
+    } else if (outcome == FindEvent::Vanished) {
+        tellGone();
     } else {
         tell(outcome);
     }
@@ -327,6 +331,17 @@ void clsFinder::tell(FindEvent event)
 void clsFinder::tellNotOpened(OpenFailure failure)
 {
     m_tell({FindEvent::NotOpened, candidate().name, 0, std::move(failure), m_at});
+}
+
+/// A server may have said why it has ended the connection; a device is just pulled.
+void clsFinder::tellGone()
+{
+    OpenFailure failure = m_port.LastFailure(candidate().port);
+    if (failure.problem == OpenProblem::None) {
+        tell(FindEvent::Vanished);
+    } else {
+        tellNotOpened(std::move(failure));
+    }
 }
 
 void clsFinder::noteFound()

@@ -28,7 +28,7 @@ enum class FindEvent : std::uint8_t {
     Asking,
     Reading, ///< a sensor answers
     // What came of a port. `Found` may be followed by another port, not by another event of this one.
-    NotOpened,
+    NotOpened, ///< or the server has ended the connection during the search
     NoAnswer,
     OnlyEcho,    ///< what is sent comes back, and nothing else
     OtherBytes,  ///< something sends that is not recognised; nothing was sent there
@@ -99,6 +99,7 @@ private:
     bool hearsValues();
     void tell(FindEvent event);
     void tellNotOpened(OpenFailure failure);
+    void tellGone();
     void noteFound();
     void noteDump(std::string_view dump);
     const FindCandidate& candidate() const { return m_candidates[m_at]; }

@@ -35,6 +35,7 @@ struct Line {
     double delay_s = 0.0;
     std::function<std::string(double)> chatter{}; ///< of something else, by the time
     double pulledAt_s = 1e9;
+    OpenFailure ended{}; ///< what is known of that
 
     std::int32_t rate = 9600;
     bool isOpen = false;
@@ -105,7 +106,11 @@ public:
     {
         return all.at(port).isOpening ? PortState::Opening : all.at(port).isOpen ? PortState::Open : PortState::Closed;
     }
-    OpenFailure LastFailure(std::int32_t port) const override { return {all.at(port).problem, "/dev/tty", {}, {}}; }
+    OpenFailure LastFailure(std::int32_t port) const override
+    {
+        const Line& line = all.at(port);
+        return line.ended.problem != OpenProblem::None ? line.ended : OpenFailure{line.problem, "/dev/tty", {}, {}};
+    }
     bool HasVanished(std::int32_t port) const override { return now_s >= all.at(port).pulledAt_s; }
     bool HasRate(std::int32_t port) const override { return all.at(port).hasRate; }
     std::int32_t Delay_ms(std::int32_t port) const override
@@ -278,6 +283,21 @@ TEST(Finder, LinesWithoutASensorSayWhatTheyAre)
         EXPECT_TRUE(row.outcome != FindEvent::OtherAnswer || search.lines.all[1].sent == "C") << row.name;
         EXPECT_FALSE(search.lines.all[1].isOpen) << row.name;
         EXPECT_LE(search.longest_s, clsFinder::kPort_s) << row.name;
+    }
+}
+
+/// A raw line is open before its server says that it does not want the connection.
+TEST(Finder, AServerThatEndsTheConnectionIsToldWithItsReason)
+{
+    for (const double ended_s : {0.5, 3.0}) { // while listening, and while asking
+        Search search;
+        Line& line = search.Add();
+        line.pulledAt_s = ended_s;
+        line.ended = {OpenProblem::ClosedAtOnce, "COM 1", {}, "in use"};
+        EXPECT_TRUE(search.Run().empty());
+        EXPECT_EQ(search.Outcome(), FindEvent::NotOpened) << ended_s;
+        EXPECT_EQ(modFindText::StepText(search.steps.back(), LanguageEnglish), // the name stands once
+                  "COM 1 closed the connection at once and says: in use");
     }
 }
 
