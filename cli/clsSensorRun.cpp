@@ -203,6 +203,9 @@ int clsSensorRun::sayWhyNot()
     m_program.Say(!why.empty()     ? why
                   : m_wasMeasuring ? m_program.Text(TextId::SensorOnlyHeard, {m_program.PortName()})
                                    : m_program.Text(TextId::PortNoAnswer, {m_program.PortName(), rate}));
+    if (m_program.Ports().empty()) {
+        m_program.Note(m_program.Text(TextId::CliTryFind));
+    }
     return ExitNoConnection;
 }
 

@@ -366,6 +366,11 @@ without_sensor() {
     says 'no sensor answers at 9600 bit/s'
     # Settings that name no port: none is opened that nobody has named.
     local settings=$work/folder/RVQ.ini kind code
+    mkdir -p "$work/folder"
+    printf '[PORTS]\nCOM1=%s\n' "$work/nothing" >"$settings"
+    ! "$rvqctl" --folder "$work/folder" info >"$work/out" 2>"$work/err" || fail "info without a device"
+    last=info && says 'rvqctl find'
+    rm "$settings"
     for kind in folder noise number; do
         case $kind in
             folder) mkdir -p "$settings" ;;
