@@ -8,6 +8,8 @@
 #include <chrono>
 #include <future>
 #include <string_view>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <utility>
 
 namespace {
@@ -42,6 +44,14 @@ std::string_view fromDump(std::string_view heard)
     return {};
 }
 
+/// False for a file, and for /dev/null and its like, which many programs have open.
+bool mayBeTerminal(const std::string& device)
+{
+    constexpr unsigned kMemoryDevices = 1;
+    struct stat info {};
+    return stat(device.c_str(), &info) == 0 && S_ISCHR(info.st_mode) && major(info.st_rdev) != kMemoryDevices;
+}
+
 /// A line of text arrives only at the right rate; anything else may come from a sensor at another one.
 bool holdsTextLine(std::string_view heard)
 {
@@ -62,6 +72,9 @@ bool holdsTextLine(std::string_view heard)
 
 std::optional<PortUser> clsFinder::AskSystem(const std::string& device)
 {
+    if (!mayBeTerminal(device)) {
+        return std::nullopt;
+    }
     const auto users = modPortScan::UsersOf({device});
     return users.empty() ? std::nullopt : std::optional(users.begin()->second);
 }

@@ -364,6 +364,8 @@ without_sensor() {
     port=$work/dead
     run 3 info
     says 'no sensor answers at 9600 bit/s'
+    run 3 find --port /dev/null
+    says '/dev/null is not a serial port'
     # Settings that name no port: none is opened that nobody has named.
     local settings=$work/folder/RVQ.ini kind code
     mkdir -p "$work/folder"
