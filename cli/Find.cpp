@@ -1,11 +1,13 @@
 #include "cli/Find.h"
 
 #include "base/CodePage.h"
+#include "base/Numbers.h"
 #include "base/modAPI.h"
 #include "cli/clsProgram.h"
 #include "cli/modSignals.h"
 #include "cli/modTerminal.h"
 #include "port/clsPorts.h"
+#include "port/modPortName.h"
 #include "sensor/ValueLists.h"
 #include "session/clsFinder.h"
 #include "session/modCandidates.h"
@@ -30,7 +32,9 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
     std::vector<FindCandidate> candidates;
     std::int32_t free = modPComm::kPortCount + 1;
     const auto isNamed = [&](std::int32_t number) {
-        return std::ranges::find(program.Ports(), std::to_string(number)) != program.Ports().end();
+        return std::ranges::any_of(program.Ports(), [&](const std::string& typed) {
+            return modPortName::IsNumber(typed) && WholeNumber(typed) == number;
+        });
     };
     for (const std::string& typed : program.Ports()) {
         modPComm::PortDevices given = devices; // here a device without a number gets the last one, whosever that is
@@ -45,7 +49,7 @@ std::vector<FindCandidate> namedPorts(clsProgram& program)
         }
         const auto isListed = [&](const FindCandidate& other) { return other.device == device; };
         if (std::ranges::none_of(candidates, isListed)) {
-            const bool isNumber = typed == std::to_string(port);
+            const bool isNumber = modPortName::IsNumber(typed);
             candidates.push_back({port, isNumber ? modCandidates::NameOf(port, devices) : device, false, device});
         }
     }

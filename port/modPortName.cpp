@@ -9,14 +9,10 @@
 
 namespace modPortName {
 
-namespace {
-
-bool isNumber(std::string_view text)
+bool IsNumber(std::string_view typed)
 {
-    return std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+    return std::ranges::all_of(typed, [](char c) { return c >= '0' && c <= '9'; });
 }
-
-} // namespace
 
 std::string DeviceOf(std::string_view name, const Places& places)
 {
@@ -41,7 +37,7 @@ std::string ProblemOf(std::string_view typed, std::string_view option)
     if (modLineUrl::IsUrl(typed) && !modLineUrl::Parse(typed)) {
         return name + ": " + quoted + " is not the address of a line; expected tcp://host:port or rfc2217://host:port";
     }
-    const std::int32_t number = isNumber(typed) ? WholeNumber(typed).value_or(0) : 1;
+    const std::int32_t number = IsNumber(typed) ? WholeNumber(typed).value_or(0) : 1;
     const bool isGood = number >= 1 && number <= modPComm::kPortCount;
     return isGood ? "" : name + " takes a number from 1 to " + std::to_string(modPComm::kPortCount) + ", not " + quoted;
 }
@@ -51,7 +47,7 @@ std::int32_t NumberOf(std::string_view typed, modPComm::PortDevices& devices, co
     if (const std::string problem = ProblemOf(typed, "port"); !problem.empty()) {
         throw std::invalid_argument(problem);
     }
-    if (isNumber(typed)) {
+    if (IsNumber(typed)) {
         return *WholeNumber(typed);
     }
     const bool isUrl = modLineUrl::IsUrl(typed);

@@ -24,6 +24,9 @@ std::string ProblemOf(std::string_view typed, std::string_view option);
 /// turned to it for this run. Throws std::invalid_argument for a text that has a problem.
 std::int32_t NumberOf(std::string_view typed, modPComm::PortDevices& devices, const Places& places = {});
 
+/// Whether it stands for a port by its number.
+bool IsNumber(std::string_view typed);
+
 /// The device of a name that is no number and no address: a path as it is, else the stable name, else below /dev.
 std::string DeviceOf(std::string_view name, const Places& places = {});
 

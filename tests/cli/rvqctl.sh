@@ -237,7 +237,7 @@ check_several_ports() {
     start_sensor "$work/second"
     mkdir -p "$work/folder"
     printf '[PORTS]\nCOM255=%s\n' "$work/second" >"$work/folder/RVQ.ini"
-    run 0 find --port 255 --port "$(readlink -f "$work/second")" --json
+    run 0 find --port 0255 --port "$(readlink -f "$work/second")" --json
     prints "\"port\":\"$port\",\"name\":\"$port\""
     prints "\"port\":\"$work/second\",\"name\":\"COM 255 "
 }
