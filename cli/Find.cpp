@@ -96,6 +96,9 @@ int RunFind(clsProgram& program, const clsArguments& arguments)
     const bool isNamed = !program.Ports().empty();
     const bool saysAll = isNamed || modTerminal::CanMoveCursor(STDERR_FILENO);
     bool isAnyOpened = !isNamed; // of all ports there are, those that are others' do not count
+    if (!isNamed) {
+        program.NoteUnreadSettings();
+    }
     clsPorts ports(program.Devices());
     clsFinder finder(ports, isNamed ? namedPorts(program) : modCandidates::Known(program.Devices(), 0),
                      [&](const FindStep& step) {

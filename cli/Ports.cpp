@@ -84,6 +84,7 @@ ordered_json jsonOf(const PortEntry& entry, const Users& users)
 
 int RunPorts(clsProgram& program, const clsArguments& arguments)
 {
+    program.NoteUnreadSettings();
     std::vector<PortEntry> entries = modPortEntries::Entries(program.Devices());
     std::erase_if(entries, [](const PortEntry& entry) { return entry.part == PortPart::Other; });
     std::vector<std::string> names;

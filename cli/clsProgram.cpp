@@ -148,12 +148,24 @@ void clsProgram::prepare()
     }
     const std::string iniFile = Folder() / "RVQ.ini";
     m_settings = modGlobals::LoadGlobalSettings(iniFile, '.');
+    if (!m_settings.UnreadFile.empty() && std::ranges::any_of(m_ports, modPortName::IsNumber)) {
+        throw UsageError(iniFile + " cannot be read (" + FileError(m_settings.UnreadWhy) +
+                         "), and a port number may be another device there; name the device itself with --port");
+    }
     m_settings.Language = m_language;
     m_settings.Baudrate = m_baud.value_or(m_settings.Baudrate);
     m_devices.Use(
         [ports = modGlobals::ConfiguredPorts(iniFile)](std::string_view key) mutable { return ports.DeviceOf(key); });
     if (m_ports.size() == 1) { // with several, each is looked at by itself
         m_settings.Comport = NumberOf(m_ports.back(), m_devices);
+    }
+}
+
+void clsProgram::NoteUnreadSettings()
+{
+    prepare();
+    if (!m_settings.UnreadFile.empty()) {
+        Note(Text(TextId::CliPortsUnread, {m_settings.UnreadFile, FileError(m_settings.UnreadWhy)}));
     }
 }
 

@@ -58,11 +58,14 @@ public:
     /// The program's folder: settings, recordings, backups. Throws UsageError when there is none that can be trusted.
     const std::filesystem::path& Folder();
     /// What "RVQ.ini" says, with port and rate of the options; it is read with the first call. Nothing is written back.
-    /// A command may change it for its run before it makes a session.
+    /// A command may change it for its run before it makes a session. Throws UsageError for a --port that is a number
+    /// when the file cannot be read: it may lead elsewhere by the file.
     modGlobals::Settings& Settings();
     /// To be called by a command that uses the port of `Settings`. Throws UsageError when nobody has named one: without
     /// --port, and with an "RVQ.ini" that cannot be read or has a number that no port has.
     void RequirePort();
+    /// Notes when "RVQ.ini" cannot be read, for a command that goes through all the ports there are.
+    void NoteUnreadSettings();
     /// What stands behind the port numbers.
     modPComm::PortDevices& Devices();
     /// The ports that were asked for with --port, in their order; empty: the one of the settings.

@@ -386,6 +386,15 @@ without_sensor() {
             says '--port$'
         done
         run 3 info
+        if [ $kind != number ]; then
+            port=1
+            run 2 info
+            says 'name the device itself'
+            run 2 find
+            port=$work/dead
+            run 0 ports
+            says 'RVQ.ini cannot be read'
+        fi
         rm -r "$settings"
     done
 }
