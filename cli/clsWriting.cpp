@@ -61,7 +61,7 @@ int clsWriting::Write(const ParameterSet& target, const std::vector<std::string>
 {
     if (codes.empty()) {
         m_program.Note(m_program.Text(TextId::CliNothingToSend));
-    } else if (const int code = perform(m_transfer.SendingChosen(target, codes)); code != ExitDone) {
+    } else if (const int code = perform(m_transfer.SendingChosen(target, codes), m_stores); code != ExitDone) {
         if (m_stores) {
             m_program.Say(m_program.Text(TextId::CliNotStored));
         }
@@ -80,12 +80,16 @@ int clsWriting::Write(const ParameterSet& target, const std::vector<std::string>
     return perform(m_transfer.Storing());
 }
 
-int clsWriting::perform(Operation<> operation)
+/// What is to be stored next is not said to be unstored.
+int clsWriting::perform(Operation<> operation, bool storesNext)
 {
     m_report.reset();
     m_failure.clear();
     m_run.PerformWhole(std::move(operation), [this] { m_transfer.Cancel(); });
     m_program.Progress().End();
+    if (m_report && storesNext && codeOf(*m_report) == ExitDone) {
+        m_report->isUnstored = false;
+    }
     return tellReport();
 }
 

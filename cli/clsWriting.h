@@ -42,7 +42,7 @@ private:
     FailureAnswer AskAboutFailure(TextId reasonTextId, const TransferFailure& failure) override;
     void SelectDeviceEntry() override {}
     void FillFromDeviceEntry() override {}
-    int perform(Operation<> operation);
+    int perform(Operation<> operation, bool storesNext = false);
     int tellReport();
 
     clsProgram& m_program;

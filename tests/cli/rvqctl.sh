@@ -144,6 +144,7 @@ check_writing() {
     prints_lines 2
     run 0 restore --store
     says 'Storing acknowledged'
+    ! grep -q 'Not stored' "$work/err" || fail "$last: says what is no more so"
     has Offset 0
     run 4 diff "$work/one.rvq" --json
     prints '"code":"701".*"sensor":0,"other":12'
