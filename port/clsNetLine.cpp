@@ -160,7 +160,6 @@ void clsNetLine::begin(double now_s)
 void clsNetLine::followAgreement()
 {
     takeArrived();
-    m_received.clear(); // from before the line was set
     if (m_phase == Phase::Agreeing && m_telnet->Agreed() == clsTelnet::Agreement::Agreed) {
         m_phase = Phase::Open;
         m_wasOpen = true;
@@ -211,6 +210,9 @@ void clsNetLine::takeArrived()
         m_allowance -= bytes.size();
         if (m_beginning.size() <= kLongestWord) {
             m_beginning.append(m_received, before, kLongestWord + 1);
+        }
+        if (m_phase == Phase::Agreeing) {
+            m_received.clear(); // from before the line was set
         }
     }
     if (m_phase == Phase::Open && m_allowance == 0) {
