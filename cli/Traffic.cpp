@@ -21,6 +21,7 @@
 namespace {
 
 constexpr double kListen_s = 1.0;      // longer than the longest time between two values
+constexpr double kStays_s = 2.5;       // a connection that lasts so long is not closed at once
 constexpr double kSettled_s = 0.25;    // later bytes may change what an entry means
 constexpr double kMostSettled_s = 2.0; // of a distance that waits for others
 constexpr std::size_t kMostHeard = 4096;
@@ -77,7 +78,7 @@ private:
     }
     clsRVQ& device() { return m_session.Device(); }
     bool hasFailed();
-    void noteLine();
+    void noteLine(double now_s);
     void decide(double now_s);
     void join(std::int32_t format);
     void note(TextId id);
@@ -92,6 +93,7 @@ private:
     std::string m_heard; ///< since the port was opened, or since the dialogue was lost
     std::optional<double> m_opened_s;
     bool m_wasOpen = false, m_isLost = false;
+    bool m_isUnwanted = false;               ///< the server has closed the connection at once
     OpenProblem m_wrong = OpenProblem::None; ///< with the line, when it was last looked at
     TextId m_said = TextId::None;            ///< of a line that was not quiet
     std::uint64_t m_printed = 0;
@@ -116,7 +118,7 @@ int Watching::Run(std::optional<double> limit_s)
             m_program.Say(modOpenFailure::Text(device().LastFailure(), m_program.Language()));
             return ExitNoConnection;
         }
-        noteLine();
+        noteLine(now_s);
         decide(now_s);
         print(false);
         m_program.Out().Serve();
@@ -134,14 +136,22 @@ bool Watching::hasFailed()
     return !m_wasOpen && !device().PortIsOpening();
 }
 
-void Watching::noteLine()
+/// A server that does not want the connection closes it at each attempt: that is said once, and the line is back only
+/// when it stays.
+void Watching::noteLine(double now_s)
 {
     const OpenFailure wrong = device().LastFailure();
-    const bool isTold = wrong.problem == OpenProblem::ClosedAtOnce || wrong.problem == OpenProblem::TooMuch;
-    if (std::exchange(m_wrong, wrong.problem) != wrong.problem && isTold) {
+    const bool isClosedAtOnce = wrong.problem == OpenProblem::ClosedAtOnce;
+    const bool isTold = isClosedAtOnce || wrong.problem == OpenProblem::TooMuch;
+    if (std::exchange(m_wrong, wrong.problem) != wrong.problem && isTold && !m_isUnwanted) {
         m_program.Note(modOpenFailure::Text(wrong, m_program.Language()));
     }
-    const bool isLost = m_wasOpen && !device().PortIsOpen();
+    m_isUnwanted = m_isUnwanted || isClosedAtOnce;
+    const bool isOpen = device().PortIsOpen();
+    if (isOpen && m_opened_s && now_s - *m_opened_s > kStays_s) {
+        m_isUnwanted = false;
+    }
+    const bool isLost = m_wasOpen && (!isOpen || m_isUnwanted);
     if (std::exchange(m_isLost, isLost) != isLost) {
         m_program.Note(m_program.Text(isLost ? TextId::LineInterrupted : TextId::LineIsBack, {m_program.PortName()}));
     }

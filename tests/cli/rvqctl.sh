@@ -243,6 +243,18 @@ check_several_ports() {
     prints "\"port\":\"$work/second\",\"name\":\"COM 255 "
 }
 
+# Another program has the line of the server: each command says so, once.
+check_second_program() {
+    "$rvqctl" --folder "$work/folder" --port "$port" traffic --listen >/dev/null 2>&1 &
+    processes+=("$!")
+    sleep 2
+    run 3 find
+    says 'closed the connection at once and says: '
+    says 'no port could be opened'
+    run 3 traffic --for 5s
+    [ "$(wc -l <"$work/err")" -eq 2 ] || fail "$last: goes on about it"
+}
+
 # What comes from the terminal of the sensor within a second: nothing unless it measures.
 heard() { timeout 1 cat "$work/sensor" || true; }
 measures() { [ -n "$(heard)" ]; }
@@ -525,6 +537,7 @@ for line in "${lines[@]}"; do
     parts+=("on_line $line check_writing check_refusals" "on_line $line check_reading check_measuring"
         "on_line $line check_colours check_finding check_left_as_found")
 done
+[ ! -x "$ser2net" ] || parts+=("on_line raw check_second_program")
 declare -A running
 finish() {
     [ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true
