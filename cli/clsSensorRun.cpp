@@ -139,8 +139,8 @@ int clsSensorRun::Connect()
         takeAnswer();
     }
     m_program.Progress().End();
-    if (end == RunEnd::Stopped && !m_hasAsked) {
-        m_program.Say(m_program.Text(TextId::CliCancelledFirst));
+    if (end == RunEnd::Stopped) {
+        m_program.Say(m_program.Text(m_hasAsked ? TextId::CliCancelledReading : TextId::CliCancelledFirst));
     }
     m_wasFound = isAnswered();
     m_wasMeasuring = m_format && m_hasAsked && !(m_wasFound && Device().Parameters().OutputMode == OutputSingle);

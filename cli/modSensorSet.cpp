@@ -28,6 +28,7 @@ int ConnectAndRead(clsProgram& program, clsSensorRun& run, ParameterSet& set)
     const RunEnd end = run.PerformWhole(reading(run.Device(), set, outcome), [] {});
     program.Progress().End();
     if (end == RunEnd::Stopped) {
+        program.Say(program.Text(TextId::CliCancelledReading));
         return ExitFailed;
     }
     if (outcome == modSetReading::Outcome::Read) {

@@ -263,6 +263,8 @@ measures() { [ -n "$(heard)" ]; }
 check_rest_of_answer() {
     timeout --preserve-status -s INT -k 20 1.1 env --default-signal=INT \
         "$rvqctl" --folder "$work/folder" --port "$port" get >"$work/out" 2>"$work/err" || true
+    last="get, interrupted"
+    says 'ancelled'
     run 0 info --json
     prints '"measuring":false'
     ! measures || fail "$last: sets an idle sensor measuring"
