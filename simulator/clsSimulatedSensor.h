@@ -1,14 +1,10 @@
 // A simulated sensor that runs: the model in real time behind a pseudo-terminal, in a thread of its own.
 #pragma once
 
-#include "simulator/clsPseudoTerminal.h"
-#include "simulator/clsSensorModel.h"
-#include "simulator/clsValueLog.h"
+#include "simulator/clsDrivenSensor.h"
 
 #include <functional>
 #include <mutex>
-#include <optional>
-#include <random>
 #include <string>
 #include <thread>
 
@@ -42,20 +38,11 @@ public:
 
 private:
     void run();
-    double step();
-    void transmit(double now_s);
-    void playUnplugFault(double now_s);
     void waitFor(double seconds);
     void wake();
 
     mutable std::mutex m_mutex; // guards the members below, down to m_isStopping
-    clsSensorModel m_model;
-    clsPseudoTerminal m_terminal;
-    std::optional<clsValueLog> m_log;
-    std::mt19937_64 m_random;
-    double m_nextUnplugDraw_s = 0;
-    std::optional<double> m_replugAt_s; // set while the unplug fault keeps the line pulled
-    int m_waitOn = -1;                  // the terminal, when it can report something
+    clsDrivenSensor m_sensor;
     bool m_isStopping = false;
 
     double m_start_s;

@@ -1,4 +1,5 @@
 // rvqsim: a simulated sensor on a pseudo-terminal, for any program that talks to a serial port.
+#include "simulator/clsSimulatedFleet.h"
 #include "simulator/clsSimulatedSensor.h"
 #include "simulator/modReplayRun.h"
 
@@ -14,7 +15,9 @@
 #include <signal.h>
 #include <string>
 #include <string_view>
+#include <sys/signalfd.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace {
 
@@ -25,7 +28,8 @@ constexpr int kBadArguments = 2;
 struct Arguments {
     SensorOptions sensor;
     std::string link, log, replay;
-    bool isOfSensor = false; ///< an option of the simulated sensor was given
+    std::int32_t many = 0, faulty = 0; ///< see FleetOptions; 0: not given
+    bool isOfSensor = false;           ///< an option of the simulated sensor was given
 };
 
 constexpr double kLowestRate = 0.1;   // values per second
@@ -45,6 +49,8 @@ enum Choice : int {
     Count,
     Log,
     Replay,
+    Many,
+    Faulty,
     Help,
     Version
 };
@@ -62,6 +68,8 @@ constexpr option kOptions[] = {{"link", required_argument, nullptr, Link},
                                {"count", no_argument, nullptr, Count},
                                {"log", required_argument, nullptr, Log},
                                {"replay", required_argument, nullptr, Replay},
+                               {"many", required_argument, nullptr, Many},
+                               {"faulty", required_argument, nullptr, Faulty},
                                {"help", no_argument, nullptr, Help},
                                {"version", no_argument, nullptr, Version},
                                {nullptr, 0, nullptr, 0}};
@@ -83,6 +91,9 @@ void printHelp()
                  "  --count              the distance counts the values, 1 mm each, and shows no scene\n"
                  "  --log FILE           write every value with its number and the time of its last byte\n"
                  "  --replay FILE        say what a file of recorded line traffic has; only --link goes with it\n"
+                 "  --many N             N sensors (1..500); PATH of --link and FILE of --log are folders then, with\n"
+                 "                       s001, s002, ... and s001.log, s002.log, ...\n"
+                 "  --faulty N           of many, only the Nth has the faults\n"
                  "  --help, --version\n\nSIGUSR1 switches the sensor off and on: it then works with what it has "
                  "stored.\n\nFaults:\n";
     for (const FaultRow& row : kFaultRows) {
@@ -121,6 +132,13 @@ double valuesOf(std::string_view text)
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), rate);
     const bool isNumber = error == std::errc{} && end == text.data() + text.size();
     return isNumber && rate >= kLowestRate && rate <= kHighestRate ? rate : 0;
+}
+
+/// 0 for a text that is none of 1 to 500.
+std::int32_t numberOfSensor(std::string_view text)
+{
+    const std::int32_t number = wholeNumber<std::int32_t>(text).value_or(0);
+    return number >= 1 && number <= clsSimulatedFleet::kMostSensors ? number : 0;
 }
 
 bool isOneLineWithoutEnd(std::string_view text)
@@ -173,6 +191,12 @@ std::string takeOption(int choice, const std::string& text, Arguments& arguments
     case Replay:
         arguments.replay = text;
         return text.empty() ? "the recording needs a path" : "";
+    case Many:
+        arguments.many = numberOfSensor(text);
+        return arguments.many > 0 ? "" : "the sensors are 1 to 500, not \"" + text + "\"";
+    case Faulty:
+        arguments.faulty = numberOfSensor(text);
+        return arguments.faulty > 0 ? "" : "the faulty sensor is one of 1 to 500, not \"" + text + "\"";
     default: // Seed
         sensor.seed = wholeNumber<std::uint64_t>(text).value_or(0);
         return wholeNumber<std::uint64_t>(text) ? "" : "the seed is a whole number, not \"" + text + "\"";
@@ -205,11 +229,35 @@ std::optional<int> readArguments(int argc, char* argv[], Arguments& arguments)
         std::cerr << "rvqsim: only --link goes with --replay\n";
         return kBadArguments;
     }
+    if (arguments.faulty > arguments.many) {
+        std::cerr << "rvqsim: there is no sensor " << arguments.faulty << " (--many)\n";
+        return kBadArguments;
+    }
     if (optind < argc) {
         std::cerr << "rvqsim: what is \"" << argv[optind] << "\"? (--help)\n";
         return kBadArguments;
     }
     return std::nullopt;
+}
+
+/// Many sensors, until a signal other than SIGUSR1 comes.
+void playFleet(const Arguments& arguments, const sigset_t& signals)
+{
+    clsSimulatedFleet fleet({arguments.sensor, arguments.many, arguments.faulty, arguments.link, arguments.log});
+    for (const std::string& path : fleet.Paths()) {
+        std::cout << path << "\n";
+    }
+    std::cout << std::flush;
+    const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
+    signalfd_siginfo received{};
+    for (;;) {
+        fleet.RunUntilReadable(descriptor);
+        if (read(descriptor, &received, sizeof received) != sizeof received || received.ssi_signo != SIGUSR1) {
+            break;
+        }
+        fleet.Restart();
+    }
+    close(descriptor);
 }
 
 } // namespace
@@ -232,6 +280,10 @@ int main(int argc, char* argv[])
     try {
         if (!arguments.replay.empty()) {
             return PlayRecording(arguments.replay, arguments.link, endSignals);
+        }
+        if (arguments.many > 0) {
+            playFleet(arguments, signals);
+            return 0;
         }
         clsSimulatedSensor sensor(arguments.sensor, arguments.link, arguments.log);
         std::cout << sensor.Path() << std::endl;
