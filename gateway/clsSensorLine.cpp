@@ -44,14 +44,30 @@ SensorLineListener::Details changesOf(const ParameterSet& before, const Paramete
     return changes;
 }
 
+/// Notes whether what was read last ends a line of text.
+class LinePorts : public clsPorts {
+public:
+    LinePorts(const modPComm::PortDevices& devices, bool& endsLine) : clsPorts(devices), m_endsLine(endsLine) {}
+
+    std::int32_t sio_read(std::int32_t port, std::span<char> buffer) override
+    {
+        const std::int32_t count = clsPorts::sio_read(port, buffer);
+        m_endsLine = count > 0 && buffer[static_cast<std::size_t>(count) - 1] == '\n';
+        return count;
+    }
+
+private:
+    bool& m_endsLine;
+};
+
 } // namespace
 
 clsSensorLine::clsSensorLine(SensorConfig config, std::filesystem::path recordings, const Places& places,
                              SensorLineListener& listener, double now_s)
     : m_config(std::move(config)), m_run(places.run), m_version(places.version), m_listener(listener),
       m_settings(settingsFor(m_config, m_devices)),
-      m_session(std::make_unique<clsPorts>(m_devices), m_settings, std::move(recordings), '.'), m_phase(now_s),
-      m_recordPause_s(kFirstPause_s)
+      m_session(std::make_unique<LinePorts>(m_devices, m_endsLine), m_settings, std::move(recordings), '.'),
+      m_phase(now_s), m_recordPause_s(kFirstPause_s)
 {
     m_session.Origin = [this] { return origin(); };
     m_session.Writes().Keep({.backups = places.backups,
@@ -106,7 +122,7 @@ RecordingInfo clsSensorLine::origin() const
 void clsSensorLine::Arrived(double now, double now_s)
 {
     if (m_session.Collect(now) > 0) {
-        m_phase.Arrived(now_s);
+        m_phase.Arrived(now_s, m_endsLine);
     }
 }
 

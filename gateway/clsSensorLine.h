@@ -121,6 +121,7 @@ private:
     SensorLineListener& m_listener;
     modPComm::PortDevices m_devices;
     modGlobals::Settings m_settings;
+    bool m_endsLine = false; ///< what was read last
     clsSession m_session;
     clsTickPhase m_phase;
     double m_now_s = 0.0; ///< of the present tick
