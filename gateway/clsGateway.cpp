@@ -98,6 +98,7 @@ void clsGateway::begin(const SensorConfig& sensor)
     entry->begun_s = m_now_s;
     entry->nextLook_s = m_now_s + static_cast<double>(m_entries.size() % 20) * 0.05;
     entry->toldDropped = m_journal.Dropped(sensor.name);
+    entry->line->ContinueAfter(m_journal.LastSequence(sensor.name));
     if (m_parts.commands.begin) {
         m_parts.commands.begin(sensor.name, entry->line->Session());
     }

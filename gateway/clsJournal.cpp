@@ -108,6 +108,11 @@ std::int64_t clsJournal::Waiting(std::string_view sensor) const
     return m_impl->With(sensor, std::int64_t{0}, [](const auto& journal) { return journal.Waiting(); });
 }
 
+std::int64_t clsJournal::LastSequence(std::string_view sensor) const
+{
+    return m_impl->With(sensor, std::int64_t{0}, [](const auto& journal) { return journal.Last(); });
+}
+
 std::int64_t clsJournal::Dropped(std::string_view sensor) const
 {
     return m_impl->With(sensor, std::int64_t{0}, [](const auto& journal) { return journal.Dropped(); });

@@ -37,6 +37,8 @@ public:
     /// So many lines have been handed over to it; and whether it is complete, so that no line follows.
     void Recorded(std::string_view sensor, std::int64_t lastSequence);
     void Ended(std::string_view sensor);
+    /// The number of the last line that was handed over in the present run; 0: none was.
+    std::int64_t LastSequence(std::string_view sensor) const;
     /// Recorded values of the present run that were sent as they came. They are not read again unless `Unsent` says
     /// that they got lost on the way.
     void SentLive(std::string_view sensor, std::int64_t first, std::int64_t last);

@@ -56,6 +56,7 @@ public:
     void Began(const RecordingPart& file);
     void Recorded(std::int64_t last);
     void Ended(Clock::time_point now);
+    std::int64_t Last() const { return m_last; }
     void SentLive(std::int64_t first, std::int64_t last);
     void Acknowledged(std::int64_t run, std::int64_t first, std::int64_t last);
     void Unsent();

@@ -64,6 +64,8 @@ public:
 
     /// When `Serve` has something to do, in seconds of `modAPI::UpTime_s`; earlier when bytes come.
     double Due_s() const { return HasLeft() ? std::numeric_limits<double>::max() : m_phase.Due_s(); }
+    /// Values of this sensor were recorded before in this run of the gateway, up to this number.
+    void ContinueAfter(std::int64_t sequence) { m_sequence = sequence; }
     /// Makes a tick. `now` is the time, days since 1899-12-30, UTC. Throws what a session throws.
     void Serve(double now, double now_s);
     /// The descriptor that becomes readable when bytes arrive, -1 for none, and a number that changes when the same

@@ -194,6 +194,11 @@ TEST(Gateway, AReloadLeavesUnchangedSensorsAlone)
     EXPECT_GT(site.Values("a").size(), before + 3) << "its values have come all the time";
     EXPECT_EQ(site.broker.On("orvex/gateway/b/state").back().payload, "") << "what was retained goes";
     site.sensors[1]->With([](const auto& model) { EXPECT_FALSE(model.IsMeasuring()); });
+    wanted.sensors[1].temperature_s = 60; // it begins anew, and its numbers go on
+    const std::size_t first = site.Values("c").size();
+    site.gateway->Reload(wanted);
+    ASSERT_TRUE(site.Until([&] { return site.Values("c").size() >= first + 3; }));
+    EXPECT_EQ(site.Numbers("c").size(), site.Values("c").size()) << "no number names two values";
     wanted.sensors[1].rate = 9600; // no answer comes at that rate
     site.gateway->Reload(wanted);
     ASSERT_TRUE(site.Until([&] { return site.State("c")["connection"] == "no answer"; }));
