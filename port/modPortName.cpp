@@ -30,7 +30,8 @@ std::string DeviceOf(std::string_view name, const Places& places)
 
 std::string ProblemOf(std::string_view typed, std::string_view option)
 {
-    const std::string name(option), quoted = "\"" + std::string(typed) + "\"";
+    const std::string name(option);
+    const std::string quoted = std::string("\"").append(typed).append("\"");
     if (typed.empty()) {
         return name + " takes a number, a device, a stable name or an address";
     }
