@@ -1,5 +1,5 @@
-"""What scripts/fleet-kills and scripts/fleet-figures start: brokers, gateway, simulated sensors and a subscriber, all on
-loopback and in a folder of their own."""
+"""What scripts/fleet-kills and scripts/fleet-figures start: brokers, gateway, simulated sensors and a subscriber, all
+on loopback and in a folder of their own."""
 import json
 import os
 import re
@@ -99,7 +99,7 @@ class Site:
     def part(self, name, *command):
         return Part([str(word) for word in command], self.path(name + ".log"))
 
-    # --- the parts -----------------------------------------------------------------------------------------------------
+    # --- the parts --------------------------------------------------------------------------------------------------
 
     def start_mosquitto(self, keeps_at_once=False):
         self.ports = free_ports(1)
@@ -178,7 +178,7 @@ class Site:
         for broker in self.brokers:
             broker.stop()
 
-    # --- what they leave -----------------------------------------------------------------------------------------------
+    # --- what they leave --------------------------------------------------------------------------------------------
 
     def recordings(self, name):
         """All files of a sensor as (run, number of the first line, part, path), in the order in which they were
