@@ -47,7 +47,8 @@ public:
     virtual void Subscribe(std::vector<std::string> filters) = 0;
     /// What has happened since the last call, in its order.
     virtual std::vector<BrokerEvent> TakeEvents() = 0;
-    /// Becomes readable when there are events; -1 if there is no such thing.
+    /// Becomes readable when there are events other than acknowledgements, which wait for the next look; -1 if there is
+    /// no such thing.
     virtual int EventHandle() const = 0;
     /// Messages that are not acknowledged yet. The caller keeps this within bounds.
     virtual std::size_t InFlight() const = 0;

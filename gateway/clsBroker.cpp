@@ -208,9 +208,10 @@ public:
     int WakeHandle() const { return m_wake.Descriptor(); }
 
 private:
+    /// An acknowledgement wakes nobody: with each value there would be one, and what waits for them looks by itself.
     void add(BrokerEvent event)
     {
-        if (m_events.empty()) {
+        if (!std::holds_alternative<BrokerAcknowledged>(event)) {
             makeReadable(m_ready);
         }
         m_events.push_back(std::move(event));

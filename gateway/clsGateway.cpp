@@ -17,6 +17,7 @@ namespace {
 
 /// Bytes are taken at most so often, whatever the number of lines that bring some.
 constexpr double kCoalesced_s = 0.002;
+constexpr std::size_t kFew = 4; ///< lines that do not bring so much that it is worth a pause
 constexpr double kFillEvery_s = 0.05, kStateAtMost_s = 1.0, kStateAtLeast_s = 10.0, kDroppedAtMost_s = 10.0;
 constexpr double kFirstAnswer_s = 5.0; // before it, silence is nothing to be logged
 constexpr double kGoodbye_s = 2.0;     // for the last messages
@@ -369,7 +370,7 @@ void clsGateway::publish()
 
 double clsGateway::nextDue_s() const
 {
-    double due_s = std::min(m_nextFill_s, m_publisher->Due_s());
+    double due_s = m_entries.empty() ? m_nextFill_s : m_publisher->Due_s(); // lines call often enough
     for (const Entries* entries : {&m_entries, &m_leaving}) {
         for (const auto& entry : *entries) {
             due_s = std::min(due_s, entry->line->Due_s());
@@ -381,7 +382,7 @@ double clsGateway::nextDue_s() const
 void clsGateway::wait(double most_s)
 {
     const double early_s = m_lastArrivals_s + kCoalesced_s - modAPI::UpTime_s();
-    if (early_s > 0.0) {
+    if (early_s > 0.0 && m_entries.size() > kFew) {
         std::this_thread::sleep_for(std::chrono::duration<double>(std::min(early_s, kCoalesced_s)));
     }
     const double now_s = modAPI::UpTime_s();

@@ -2,7 +2,6 @@
 
 #include "base/FileHandle.h"
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -27,6 +26,7 @@ using namespace std::chrono_literals;
 
 constexpr unsigned kMostInFlight = 5000; // sent and not acknowledged; what is beyond waits in the library
 constexpr auto kGathering = 500us;       // what comes within this time is served together
+constexpr auto kBusy = 10ms;             // of so many turns as `m_turns` holds
 constexpr int kLargeBlock = 1 << 20;
 constexpr auto kCare = 1s; // between looks at the keep-alive
 
@@ -188,6 +188,13 @@ bool clsMqttConnection::Open(const std::optional<MqttMessage>& will)
     return code == MOSQ_ERR_SUCCESS || failCode(code, systemError);
 }
 
+/// Whether this is one of several turns in a short time: gathering saves some of them then, else it adds one.
+bool clsMqttConnection::isBusy()
+{
+    const auto before = std::exchange(m_turns[m_turn++ % m_turns.size()], std::chrono::steady_clock::now());
+    return m_turns[(m_turn - 1) % m_turns.size()] - before < kBusy;
+}
+
 bool clsMqttConnection::Serve(int wake, std::chrono::milliseconds most)
 {
     const int socket = mosquitto_socket(m_mosquitto);
@@ -197,7 +204,7 @@ bool clsMqttConnection::Serve(int wake, std::chrono::milliseconds most)
     const auto wanted = static_cast<short>(wantsWrite() ? POLLIN | POLLOUT : POLLIN);
     pollfd handles[] = {{wake, POLLIN, 0}, {socket, wanted, 0}};
     const int ready = poll(handles, 2, static_cast<int>(most.count()));
-    if (ready > 0 && m_isUp) {
+    if (ready > 0 && m_isUp && isBusy()) {
         std::this_thread::sleep_for(kGathering);
     }
     std::uint64_t count = 0;

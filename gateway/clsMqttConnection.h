@@ -5,6 +5,7 @@
 #include "gateway/BrokerLine.h"
 #include "gateway/GatewayConfig.h"
 
+#include <array>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -60,6 +61,7 @@ private:
     bool prepareUser();
     bool prepareTls();
     bool wantsWrite() const;
+    bool isBusy();
     bool fail(std::string why);
     bool failCode(int code, int systemError);
     std::string tlsReason() const;
@@ -75,4 +77,6 @@ private:
     std::string m_said; ///< what the library has complained about
     std::unordered_map<int, Acknowledged> m_sent;
     std::chrono::steady_clock::time_point m_lastCare;
+    std::array<std::chrono::steady_clock::time_point, 4> m_turns{}; ///< the last ones
+    std::size_t m_turn = 0;
 };
