@@ -23,8 +23,9 @@ export class Chart {
         const until = now - sensor.gateway.clock.ms;
         const { series } = sensor;
         const first = Math.max(0, series.after(until - span_ms) - 1);
-        const times = Array.from(series.times.subarray(first, series.length), (time) => time / 1000);
-        const values = Array.from(series.values.subarray(first, series.length), (v) => (Number.isNaN(v) ? null : v));
+        const end = series.after(until);
+        const times = Array.from(series.times.subarray(first, end), (time) => time / 1000);
+        const values = Array.from(series.values.subarray(first, end), (v) => (Number.isNaN(v) ? null : v));
         const unit = sensor.current?.unit ?? "";
         if (this.#plot && this.unit !== unit) this.clear();
         this.unit = unit;
@@ -36,7 +37,7 @@ export class Chart {
             this.#plot.setSize({ width: this.root.clientWidth, height: HEIGHT });
         }
         this.#plot.setData([times, values]);
-        this.#describe(series, until - span_ms);
+        this.#describe(series, until - span_ms, until);
     }
 
     #make(unit) {
@@ -103,8 +104,8 @@ export class Chart {
     }
 
     /// What a screen reader says of the chart.
-    #describe(series, from) {
-        const range = series.range(from);
+    #describe(series, from, until) {
+        const range = series.range(from, until);
         const decimals = decimalsOf(this.unit);
         const label = range ? `${fixed(range.low, decimals)} – ${fixed(range.high, decimals)} ${this.unit}` : "–";
         this.root.setAttribute("aria-label", `${text("chart")}: ${label}`);

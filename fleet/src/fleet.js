@@ -54,7 +54,8 @@ export class Sensor {
     /// Takes a value; false if it was there already.
     take(value, now) {
         const key = keyOf(value.run, value.seq);
-        if (!this.series.add(value.time, value.value ?? NaN, key)) return false;
+        const gatewayNow = now - this.gateway.clock.ms;
+        if (!this.series.add(value.time, value.value ?? NaN, key, gatewayNow)) return false;
         const isNewest = !value.historical || this.current === null || value.time > this.current.time;
         if (isNewest) this.current = value;
         if (value.historical) this.late += 1;

@@ -48,7 +48,8 @@ export const COLUMNS = [
 ];
 
 function courseWidth(sensor, now) {
-    const range = sensor.series.range(now - sensor.gateway.clock.ms - COURSE_MS);
+    const until = now - sensor.gateway.clock.ms;
+    const range = sensor.series.range(until - COURSE_MS, until);
     return range && range.high - range.low;
 }
 

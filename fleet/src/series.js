@@ -13,13 +13,14 @@ export class Series {
         this.#reserve(FIRST_SIZE);
     }
 
-    /// Adds a value, NaN for none; `key` names it for good and grows, 0 has no name. False if it is there already or
-    /// older than everything of a full series.
-    add(time, value, key) {
+    /// Adds a value, NaN for none; `key` names it for good and grows, 0 has no name. False if it is there already. What
+    /// is older than everything of a full series is not kept. `now` is the clock that the times are from.
+    add(time, value, key, now = Infinity) {
         if (key !== 0 && key <= this.newestKey && this.#holds(time, key)) return false;
         if (this.length === MOST_VALUES) {
-            if (time < this.times[0]) return false;
-            this.#dropOldest(MOST_VALUES / 4);
+            this.length = this.after(now); // values of a clock that was ahead and has been put back go first
+            if (this.length === MOST_VALUES && time < this.times[0]) return true;
+            if (this.length === MOST_VALUES) this.#dropOldest(MOST_VALUES / 4);
         }
         if (this.length === this.times.length) this.#reserve(this.times.length * 2);
         const at = this.length === 0 || time >= this.times[this.length - 1] ? this.length : this.after(time);
@@ -44,11 +45,12 @@ export class Series {
         return low;
     }
 
-    /// The smallest and largest value after `time`, or null.
-    range(time) {
+    /// The smallest and largest value after `from` and not after `until`, or null.
+    range(from, until) {
         let low = Infinity;
         let high = -Infinity;
-        for (let i = this.after(time); i < this.length; i += 1) {
+        const end = this.after(until);
+        for (let i = this.after(from); i < end; i += 1) {
             const value = this.values[i];
             if (value < low) low = value;
             if (value > high) high = value;

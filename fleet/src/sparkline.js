@@ -14,7 +14,8 @@ export function drawSparkline(canvas, series, now, colour) {
     context.clearRect(0, 0, width, height);
     const step = stepOf(width);
     const from = (Math.floor(now / step) + 1) * step - COURSE_MS;
-    const range = series.range(from);
+    const until = from + COURSE_MS;
+    const range = series.range(from, until);
     if (!range) return;
     const inner = height - 4;
     const scale = range.high > range.low ? inner / (range.high - range.low) : 0;
@@ -36,7 +37,8 @@ export function drawSparkline(canvas, series, now, colour) {
         isDown = true;
         column = -1;
     };
-    for (let i = series.after(from); i < series.length; i += 1) {
+    const end = series.after(until);
+    for (let i = series.after(from); i < end; i += 1) {
         const value = series.values[i];
         const at = Math.floor((series.times[i] - from) / step);
         if (Number.isNaN(value)) {

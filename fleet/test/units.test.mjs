@@ -27,12 +27,46 @@ test("a late value takes its place, and one that comes twice is dropped", () => 
     assert.deepEqual([...series.values.subarray(0, series.length)], [1, 3, 4, 4, 5, 5, 5]);
 });
 
-test("a full series lets the oldest go and takes nothing older", () => {
+test("a full series lets the oldest go and keeps nothing older", () => {
     const series = new Series();
     for (let i = 1; i <= MOST_VALUES + 1; i += 1) series.add(i * 1000, i, keyOf(1, i));
     assert.ok(series.length <= MOST_VALUES && series.values[series.length - 1] === MOST_VALUES + 1);
     while (series.length < MOST_VALUES) series.add(1e9 + series.length, 0, 0);
-    assert.ok(!series.add(1000, 1, keyOf(0, 1)));
+    const oldest = series.times[0];
+    series.add(1000, 1, keyOf(0, 1));
+    assert.deepEqual([series.length, series.times[0]], [MOST_VALUES, oldest]);
+});
+
+test("values of a clock that was ahead are neither shown nor kept, and the right ones are", () => {
+    const fleet = new Fleet();
+    const DAY_MS = 86400000;
+    let came = NOW;
+    let seq = 0;
+    const send = (ahead) => {
+        came += 50;
+        seq += 1;
+        fleet.take("orvex/g/s/value", bytes(valueAt(came + ahead, seq)), "orvex", came);
+    };
+    for (let i = 0; i < 1200; i += 1) send(DAY_MS);
+    for (let i = 0; i < 210; i += 1) send(0);
+    const sensor = fleet.sensors.get("g/s");
+    assert.equal(sensor.age(came), 0, "after ten seconds it is clear that the clock has been put back");
+    const [row] = rowsOf(fleet.sensors.values(), { sort: "course", isDown: false, state: "measuring", search: "" }, came);
+    assert.ok(row);
+    assert.deepEqual(sensor.series.range(came - 300000, came), { low: 2.201, high: 2.41 });
+    for (let i = 0; i < MOST_VALUES - 1410 + 1; i += 1) send(0);
+    const { times, length } = sensor.series;
+    assert.ok(times[length - 1] === came && length === MOST_VALUES + 1 - 1200, "what was ahead has gone, nothing else");
+});
+
+test("a burst that the network has held up is not a clock put back", () => {
+    const fleet = new Fleet();
+    for (let i = 0; i < 400; i += 1) {
+        const time = NOW + i * 50;
+        const came = i < 100 || i >= 390 ? time : NOW + 390 * 50; // 14.5 s are held up and come together
+        fleet.take("orvex/g/s/value", bytes(valueAt(time, i + 1)), "orvex", came);
+    }
+    assert.equal(fleet.sensors.get("g/s").gateway.clock.ms, 0);
 });
 
 test("what is no message of version 1 changes nothing", () => {
