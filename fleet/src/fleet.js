@@ -8,6 +8,7 @@ import {
 import { Series, keyOf } from "./series.js";
 
 const MOST_SENSORS = 5000;
+const MOST_GATEWAYS = 1000;
 const MOST_EVENTS = 100;
 /// A value is stale when it is older than this and than three times the usual distance between two messages.
 const STALE_MS = 10000;
@@ -101,10 +102,9 @@ export class Fleet {
         const reader = at.sensor === "" ? GATEWAY_READERS[at.what] : SENSOR_READERS[at.what];
         const object = reader ? readPayload(payload) : null;
         if (object === null) return false;
-        const gateway = this.#gateway(at.gateway);
-        const sensor = at.sensor === "" ? gateway : this.#sensor(gateway, at.sensor, now);
-        if (sensor === null) return false;
-        reader(this, sensor, object, now, isRetained);
+        const source = at.sensor === "" ? this.#gateway(at.gateway) : this.#sensor(at, now);
+        if (source === null) return false;
+        reader(this, source, object, now, isRetained);
         this.changes += 1;
         return true;
     }
@@ -119,21 +119,24 @@ export class Fleet {
     #gateway(name) {
         let gateway = this.gateways.get(name);
         if (!gateway) {
+            if (this.gateways.size >= MOST_GATEWAYS) return null;
             gateway = { name, status: null, clock: new ClockOffset(), events: [] };
             this.gateways.set(name, gateway);
         }
         return gateway;
     }
 
-    #sensor(gateway, name, now) {
-        const id = `${gateway.name}/${name}`;
-        let sensor = this.sensors.get(id);
-        if (!sensor) {
-            if (this.sensors.size >= MOST_SENSORS) return null;
-            sensor = new Sensor(gateway, name, now);
-            this.sensors.set(id, sensor);
-            this.membership += 1;
-        }
+    /// The sensor of a topic. An event alone makes none: a command for a name that does not exist may be its cause.
+    #sensor(at, now) {
+        const id = `${at.gateway}/${at.sensor}`;
+        const known = this.sensors.get(id);
+        if (known) return known;
+        if (at.what === "event" || this.sensors.size >= MOST_SENSORS) return null;
+        const gateway = this.#gateway(at.gateway);
+        if (gateway === null) return null;
+        const sensor = new Sensor(gateway, at.sensor, now);
+        this.sensors.set(id, sensor);
+        this.membership += 1;
         return sensor;
     }
 

@@ -98,6 +98,19 @@ test("a wrong field leaves out only itself", () => {
     assert.deepEqual(sensor.parameters.rows, [{ code: "", name: "", value: "5", unit: "" }]);
 });
 
+test("an event or an answer alone makes no sensor, and there is a bound of gateways", () => {
+    const fleet = new Fleet();
+    for (const what of ["event", "answer", "command"]) {
+        const isTaken = fleet.take(`orvex/g/ghost/${what}`, bytes({ id: "1", event: "refused" }), "orvex", NOW);
+        assert.equal(isTaken, false, what);
+    }
+    assert.deepEqual([fleet.sensors.size, fleet.gateways.size], [0, 0]);
+    for (let i = 0; i < 3000; i += 1) fleet.take(`orvex/g${i}/status`, bytes({ online: true }), "orvex", NOW, true);
+    assert.equal(fleet.gateways.size, 1000);
+    assert.equal(fleet.take("orvex/new/s/value", bytes(valueAt(NOW, 1)), "orvex", NOW), false);
+    assert.ok(fleet.take("orvex/g7/s/value", bytes(valueAt(NOW, 1)), "orvex", NOW));
+});
+
 test("the state of a sensor in one word", () => {
     const connected = { connection: "connected", measuring: true };
     const rows = [
@@ -115,7 +128,7 @@ test("the state of a sensor in one word", () => {
         const fleet = new Fleet();
         if (status) fleet.take("orvex/g/status", bytes(status), "orvex", NOW, true);
         if (state) fleet.take("orvex/g/s/state", bytes({ ...state, lastValue: last && iso(last) }), "orvex", NOW, true);
-        else fleet.take("orvex/g/s/event", bytes({ time: iso(NOW), event: "line lost" }), "orvex", NOW);
+        else fleet.take("orvex/g/s/parameters", bytes({ parameters: [] }), "orvex", NOW, true);
         assert.equal(fleet.sensors.get("g/s").condition(NOW), expected, JSON.stringify([state, last, status]));
     }
 });
