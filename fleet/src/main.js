@@ -29,7 +29,6 @@ if (asked.has("large")) view.isLarge = asked.get("large") !== "0";
 
 const fleet = new Fleet();
 const alarms = new Alarms();
-alarms.setAllLimits(readLimits(recall("limits", null)) ?? new Map());
 fleet.onValue = (sensor, value) => {
     if (value.kind === "distance" && !value.historical) alarms.takeValue(sensor.id, millimetresOf(value), Date.now());
 };
@@ -74,8 +73,10 @@ const form = new ConnectionForm({
         if (chosen !== source) {
             fleet.clear();
             alarms.clear();
+            source = chosen;
+            alarms.setAllLimits(readLimits(recall(limitsName(), null)) ?? new Map());
+            byId("limits").disabled = false;
         }
-        source = chosen;
         prefix = choice.prefix;
         connection.open(choice);
     },
@@ -87,8 +88,13 @@ function keepView() {
     remember("view", { sort, isDown, theme, isLarge, language });
 }
 
+/// Limits belong to a broker: another one may have other sensors of the same names.
+function limitsName() {
+    return `limits ${source}`;
+}
+
 function keepLimits() {
-    remember("limits", writeLimits(alarms.limits));
+    remember(limitsName(), writeLimits(alarms.limits));
 }
 
 // Drawing.

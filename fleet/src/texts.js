@@ -96,8 +96,8 @@ const TEXTS = {
     lowAboveHigh: ["Die untere Grenze liegt über der oberen.", "The lower limit is above the upper one."],
     limitsOfAll: ["Grenzen aller Sensoren", "Limits of all sensors"],
     limitsHint: [
-        "Die Grenzen eines Sensors werden bei seinen Einzelheiten gesetzt: Sensor anklicken. Dieser Browser merkt sie.",
-        "The limits of a sensor are set in its details: click the sensor. This browser remembers them.",
+        "Die Grenzen eines Sensors werden bei seinen Einzelheiten gesetzt: Sensor anklicken. Dieser Browser merkt sie für diesen Broker.",
+        "The limits of a sensor are set in its details: click the sensor. This browser remembers them for this broker.",
     ],
     limitsCount: ["Sensoren mit Grenzen: %1", "Sensors with limits: %1"],
     exportLimits: ["Speichern …", "Save …"],

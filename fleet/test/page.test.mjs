@@ -165,6 +165,26 @@ test("a limit raises an alarm, which is announced, acknowledged and kept", async
     await page.locator("#limitsFile").setInputFiles({ name: "l.json", mimeType: "application/json",
         buffer: Buffer.from('{"orvex":"limits","v":1,"sensors":{}}') });
     await shows("#limitsResult", "Sensors with limits: 0");
+    await page.locator("#limitsFile").setInputFiles({ name: "l.json", mimeType: "application/json",
+        buffer: Buffer.from('{"orvex":"limits","v":1,"sensors":{"halle1/silo-001":{"low_mm":100000}}}') });
+    await shows("#limitsResult", "Sensors with limits: 1");
+    await page.locator("#limitsClose").click();
+    await shows("#alarmList li", "silo-001 (halle1)");
+    const other = broker.address.replace("127.0.0.1", "localhost");
+    await page.locator("#connection").click();
+    await logIn(page, other, USER, PASSWORD);
+    await shows("#connectionText", "Connected to ws://localhost");
+    await page.locator("#limits").click();
+    await shows("#limitsResult", "Sensors with limits: 0"); // another broker's sensors have limits of their own
+    await page.locator("#limitsClose").click();
+    await page.locator("#alarms").waitFor({ state: "hidden" });
+    await page.locator("#connection").click();
+    await logIn(page, broker.address, USER, PASSWORD);
+    await shows("#alarmList li", "silo-001 (halle1)");
+    await page.locator("#limits").click();
+    await page.locator("#limitsFile").setInputFiles({ name: "l.json", mimeType: "application/json",
+        buffer: Buffer.from('{"orvex":"limits","v":1,"sensors":{}}') });
+    await shows("#limitsResult", "Sensors with limits: 0");
     await page.locator("#limitsClose").click();
     await page.locator("#alarms").waitFor({ state: "hidden" });
 });
