@@ -19,6 +19,7 @@ const IDENTITY_TEXTS = {
     attenuator: "attenuator",
     laser: "laser",
 };
+const LASER_TEXTS = { __proto__: null, on: "laserOn", off: "laserOff" };
 const ACCOUNT_TEXTS = { __proto__: null, lineLost: "lineLostLong" };
 const EVENT_TEXTS = {
     __proto__: null,
@@ -112,8 +113,12 @@ export class Detail {
         ];
         if (!state) return rows;
         if (state.reason !== "") rows.push([text("reason"), state.reason]);
-        for (const [name, value] of state.identity.filter((row) => row[1] !== "")) {
-            rows.push([IDENTITY_TEXTS[name] ? text(IDENTITY_TEXTS[name]) : name, value]);
+        // Without a connection the gateway says no identity; the parameters know which sensor it was.
+        const serial = sensor.parameters?.serial ?? "";
+        const identity = state.identity.length > 0 ? state.identity : [["serial", serial]];
+        for (const [name, value] of identity.filter((row) => row[1] !== "")) {
+            const shown = name === "laser" && LASER_TEXTS[value] ? text(LASER_TEXTS[value]) : value;
+            rows.push([IDENTITY_TEXTS[name] ? text(IDENTITY_TEXTS[name]) : name, shown]);
         }
         const recording = text(state.recording ? "recordingOn" : "recordingOff");
         rows.push(

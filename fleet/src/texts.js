@@ -115,6 +115,8 @@ const TEXTS = {
     softwareDate: ["Datum der Software", "Software date"],
     attenuator: ["Abschwächer", "Attenuator"],
     laser: ["Roter Laser", "Red laser"],
+    laserOn: ["an", "on"],
+    laserOff: ["aus", "off"],
     reason: ["Grund", "Reason"],
     lastValue: ["Letzter Messwert", "Last value"],
     recording: ["Aufzeichnung", "Recording"],

@@ -140,6 +140,11 @@ test("late values take their place in the chart, beside parameters, events and a
     await shows("#events", "after: 12 s");
     await shows("#parameters", "Offset");
     await shows("#identity", "100001");
+    await gateways.tellState(sensor, { connection: "no port", identity: null });
+    await shows("#detailState", "no port");
+    await shows("#identity", "100001"); // the parameters know which sensor it was
+    assert.ok(!(await page.locator("#identity").textContent()).includes("laser"));
+    await gateways.tellState(sensor);
     await page.keyboard.press("Escape");
     assert.equal(await page.evaluate(() => document.activeElement.textContent), sensor.name, "the focus is back");
     await page.keyboard.press("ArrowDown");
