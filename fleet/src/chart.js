@@ -22,10 +22,7 @@ export class Chart {
     draw(sensor, limits, span_ms, now) {
         const until = now - sensor.gateway.clock.ms;
         const { series } = sensor;
-        const first = Math.max(0, series.after(until - span_ms) - 1);
-        const end = series.after(until);
-        const times = Array.from(series.times.subarray(first, end), (time) => time / 1000);
-        const values = Array.from(series.values.subarray(first, end), (v) => (Number.isNaN(v) ? null : v));
+        const { times, values } = series.curve(until - span_ms, until, sensor.pause_ms);
         const unit = sensor.current?.unit ?? "";
         if (this.#plot && this.unit !== unit) this.clear();
         this.unit = unit;
@@ -36,7 +33,7 @@ export class Chart {
         if (this.#plot.width !== this.root.clientWidth && this.root.clientWidth > 0) {
             this.#plot.setSize({ width: this.root.clientWidth, height: HEIGHT });
         }
-        this.#plot.setData([times, values]);
+        this.#plot.setData([times.map((time) => time / 1000), values]);
         this.#describe(series, until - span_ms, until);
     }
 

@@ -40,6 +40,11 @@ export class Sensor {
         return time === null ? null : Math.max(0, now - this.gateway.clock.ms - time);
     }
 
+    /// A pause between two values that is longer than this is not usual.
+    get pause_ms() {
+        return Math.max(STALE_MS, 3 * this.interval_ms);
+    }
+
     /// One of STATES.
     condition(now) {
         if (this.gateway.status && !this.gateway.status.online) return "offline";
@@ -49,7 +54,7 @@ export class Sensor {
         if (state && !state.measuring) return "idle";
         const age = this.age(now);
         if (age === null) return state ? "stale" : "unknown";
-        return age > Math.max(STALE_MS, 3 * this.interval_ms) ? "stale" : "measuring";
+        return age > this.pause_ms ? "stale" : "measuring";
     }
 
     /// Takes a value; false if it was there already.

@@ -58,6 +58,24 @@ export class Series {
         return low <= high ? { low, high } : null;
     }
 
+    /// The times and values from the last one before `from` until `until`, as a curve needs them: null where it is
+    /// interrupted, because a value is missing or none has come for longer than `pause_ms`.
+    curve(from, until, pause_ms) {
+        const times = [];
+        const values = [];
+        const end = this.after(until);
+        for (let i = Math.max(0, this.after(from) - 1); i < end; i += 1) {
+            const time = this.times[i];
+            if (times.length > 0 && time - times.at(-1) > pause_ms) {
+                times.push(times.at(-1) + pause_ms / 2);
+                values.push(null);
+            }
+            times.push(time);
+            values.push(Number.isNaN(this.values[i]) ? null : this.values[i]);
+        }
+        return { times, values };
+    }
+
     #holds(time, key) {
         const end = this.after(time + SAME_VALUE_MS);
         for (let i = this.after(time - SAME_VALUE_MS); i < end; i += 1) if (this.keys[i] === key) return true;

@@ -7,8 +7,9 @@ export function stepOf(width) {
     return COURSE_MS / Math.max(1, width);
 }
 
-/// Draws the values before `now` (the gateway's clock). The canvas has its size already.
-export function drawSparkline(canvas, series, now, colour) {
+/// Draws the values before `now` (the gateway's clock), interrupted where none came for longer than `pause_ms`. The
+/// canvas has its size already.
+export function drawSparkline(canvas, series, now, pause_ms, colour) {
     const context = canvas.getContext("2d");
     const { width, height } = canvas;
     context.clearRect(0, 0, width, height);
@@ -38,8 +39,13 @@ export function drawSparkline(canvas, series, now, colour) {
         column = -1;
     };
     const end = series.after(until);
-    for (let i = series.after(from); i < end; i += 1) {
+    const first = series.after(from);
+    for (let i = first; i < end; i += 1) {
         const value = series.values[i];
+        if (i > first && series.times[i] - series.times[i - 1] > pause_ms) {
+            put();
+            isDown = false;
+        }
         const at = Math.floor((series.times[i] - from) / step);
         if (Number.isNaN(value)) {
             put();

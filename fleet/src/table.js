@@ -214,7 +214,7 @@ export class Table {
         const height = Math.round(this.course.height * scale);
         if (canvas.width !== width) canvas.width = width;
         if (canvas.height !== height) canvas.height = height;
-        drawSparkline(canvas, sensor.series, time, this.colour);
+        drawSparkline(canvas, sensor.series, time, sensor.pause_ms, this.colour);
     }
 
     #sensorOf(node) {

@@ -69,6 +69,15 @@ test("a burst that the network has held up is not a clock put back", () => {
     assert.equal(fleet.sensors.get("g/s").gateway.clock.ms, 0);
 });
 
+test("a curve is interrupted by a missing value and by a pause", () => {
+    const series = new Series();
+    for (const [time, value] of [[0, 1], [1000, 2], [2000, NaN], [3000, 4], [63000, 5], [64000, 6], [99000, 7]]) {
+        series.add(time, value, 0);
+    }
+    assert.deepEqual(series.curve(1500, 64000, 10000),
+        { times: [1000, 2000, 3000, 8000, 63000, 64000], values: [2, null, 4, null, 5, 6] });
+});
+
 test("what is no message of version 1 changes nothing", () => {
     const fleet = new Fleet();
     const rows = [
