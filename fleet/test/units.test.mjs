@@ -3,6 +3,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Alarms, readLimits, writeLimits } from "../src/alarms.js";
+import { ClockOffset } from "../src/clock.js";
 import { checkAddress } from "../src/connection.js";
 import { Fleet } from "../src/fleet.js";
 import { rowsOf } from "../src/rows.js";
@@ -59,14 +60,18 @@ test("values of a clock that was ahead are neither shown nor kept, and the right
     assert.ok(times[length - 1] === came && length === MOST_VALUES + 1 - 1200, "what was ahead has gone, nothing else");
 });
 
-test("a burst that the network has held up is not a clock put back", () => {
-    const fleet = new Fleet();
-    for (let i = 0; i < 400; i += 1) {
-        const time = NOW + i * 50;
-        const came = i < 100 || i >= 390 ? time : NOW + 390 * 50; // 14.5 s are held up and come together
-        fleet.take("orvex/g/s/value", bytes(valueAt(time, i + 1)), "orvex", came);
+test("what the network has held up is not a clock put back", () => {
+    const rows = {
+        "a burst after 14.5 s": (i) => [i * 50, i < 100 || i >= 390 ? i * 50 : 390 * 50],
+        "single messages": (i) => [i * 50 - (i % 4 === 0 ? 6000 : 0), i * 50],
+    };
+    for (const [name, timesOf] of Object.entries(rows)) {
+        const clock = new ClockOffset();
+        for (let i = 1; i < 400; i += 1) {
+            clock.take(...timesOf(i));
+            assert.equal(clock.ms, 0, `${name}, message ${i}`);
+        }
     }
-    assert.equal(fleet.sensors.get("g/s").gateway.clock.ms, 0);
 });
 
 test("a curve is interrupted by a missing value and by a pause", () => {
