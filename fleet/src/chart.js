@@ -2,7 +2,7 @@
 
 import uPlot from "uplot";
 import { fixed, locale, text } from "./texts.js";
-import { decimalsOf, fromMillimetres, toMillimetres } from "./units.js";
+import { decimalsOf, fromMillimetres, knownUnit, lengthText } from "./units.js";
 
 const HEIGHT = 260;
 
@@ -23,17 +23,18 @@ export class Chart {
         const until = now - sensor.gateway.clock.ms;
         const { series } = sensor;
         const { times, values } = series.curve(until - span_ms, until, sensor.pause_ms);
-        const unit = sensor.current?.unit ?? "";
+        const unit = knownUnit(sensor.current?.unit);
         if (this.#plot && this.unit !== unit) this.clear();
         this.unit = unit;
-        this.lines = toMillimetres(1, unit) === null ? [] : [limits?.low_mm, limits?.high_mm]
+        this.lines = [limits?.low_mm, limits?.high_mm]
             .filter((mm) => mm !== undefined).map((mm) => fromMillimetres(mm, unit));
         this.window = { min: (until - span_ms) / 1000, max: until / 1000 };
         this.#plot ??= this.#make(unit);
         if (this.#plot.width !== this.root.clientWidth && this.root.clientWidth > 0) {
             this.#plot.setSize({ width: this.root.clientWidth, height: HEIGHT });
         }
-        this.#plot.setData([times.map((time) => time / 1000), values]);
+        const inUnit = (mm) => (mm === null ? null : fromMillimetres(mm, unit));
+        this.#plot.setData([times.map((time) => time / 1000), values.map(inUnit)]);
         this.#describe(series, until - span_ms, until);
     }
 
@@ -103,8 +104,7 @@ export class Chart {
     /// What a screen reader says of the chart.
     #describe(series, from, until) {
         const range = series.range(from, until);
-        const decimals = decimalsOf(this.unit);
-        const label = range ? `${fixed(range.low, decimals)} – ${fixed(range.high, decimals)} ${this.unit}` : "–";
+        const label = range ? `${lengthText(range.low, this.unit)} – ${lengthText(range.high, this.unit)}` : "–";
         this.root.setAttribute("aria-label", `${text("chart")}: ${label}`);
     }
 }

@@ -6,7 +6,7 @@ import { ACCOUNT_KEYS } from "./messages.js";
 import { byId, element, setText, textTable } from "./page.js";
 import { ageText, temperatureText } from "./rows.js";
 import { count, fixed, moment, text } from "./texts.js";
-import { decimalsOf, fromMillimetres, readTyped, toMillimetres, valueText } from "./units.js";
+import { decimalsOf, fromMillimetres, knownUnit, readTyped, toMillimetres, valueText } from "./units.js";
 
 const DRAW_MS = 500;
 const IDENTITY_TEXTS = {
@@ -143,8 +143,7 @@ export class Detail {
 
     /// Limits are typed in the unit of the values; in metres while none, or an unknown one, is there.
     #unit() {
-        const unit = this.#sensor.current?.unit ?? "m";
-        return toMillimetres(1, unit) === null ? "m" : unit;
+        return knownUnit(this.#sensor.current?.unit);
     }
 
     #applyLimits() {

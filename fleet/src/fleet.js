@@ -6,6 +6,7 @@ import {
     readEvent, readParameters, readPayload, readState, readStatus, readTopic, readValues,
 } from "./messages.js";
 import { Series, keyOf } from "./series.js";
+import { millimetresOf } from "./units.js";
 
 const MOST_SENSORS = 5000;
 const MOST_GATEWAYS = 1000;
@@ -23,7 +24,7 @@ export class Sensor {
         this.id = `${gateway.name}/${name}`;
         this.order = this.id.toLowerCase();
         this.firstSeen = now;
-        this.series = new Series();
+        this.series = new Series(); // in millimetres, whatever the unit of each value
         this.current = null; // the value that is shown
         this.lastDistance = null; // the clock of this browser
         this.lastMessage = null; // of live values
@@ -61,7 +62,7 @@ export class Sensor {
     take(value, now) {
         const key = keyOf(value.run, value.seq);
         const gatewayNow = now - this.gateway.clock.ms;
-        if (!this.series.add(value.time, value.value ?? NaN, key, gatewayNow)) return false;
+        if (!this.series.add(value.time, millimetresOf(value) ?? NaN, key, gatewayNow)) return false;
         const isNewest = !value.historical || this.current === null || value.time > this.current.time;
         if (isNewest) this.current = value;
         if (value.historical) this.late += 1;

@@ -32,10 +32,15 @@ export function fromMillimetres(mm, unit) {
     return mm / UNITS[unit].mm;
 }
 
+/// A unit itself if it is known, else metres: what limits and charts are in.
+export function knownUnit(unit) {
+    return UNITS[unit] ? unit : "m";
+}
+
 /// A length in millimetres as text in a unit, with it.
 export function lengthText(mm, unit) {
-    const known = UNITS[unit] ? unit : "m";
-    return `${fixed(mm / UNITS[known].mm, UNITS[known].decimals)} ${known}`;
+    const known = knownUnit(unit);
+    return `${fixed(fromMillimetres(mm, known), decimalsOf(known))} ${known}`;
 }
 
 /// Millimetres of a value as it was sent, exact where the gateway says them.

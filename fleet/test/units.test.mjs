@@ -54,7 +54,7 @@ test("values of a clock that was ahead are neither shown nor kept, and the right
     assert.equal(sensor.age(came), 0, "after ten seconds it is clear that the clock has been put back");
     const [row] = rowsOf(fleet.sensors.values(), { sort: "course", isDown: false, state: "measuring", search: "" }, came);
     assert.ok(row);
-    assert.deepEqual(sensor.series.range(came - 300000, came), { low: 2.201, high: 2.41 });
+    assert.deepEqual(sensor.series.range(came - 300000, came), { low: 2201, high: 2410 });
     for (let i = 0; i < MOST_VALUES - 1410 + 1; i += 1) send(0);
     const { times, length } = sensor.series;
     assert.ok(times[length - 1] === came && length === MOST_VALUES + 1 - 1200, "what was ahead has gone, nothing else");
@@ -96,6 +96,15 @@ test("what is no message of version 1 changes nothing", () => {
     }
     assert.equal(fleet.take("orvexx/g/s/value", bytes(valueAt(NOW, 1)), "orvex", NOW), false);
     assert.equal(fleet.sensors.size, 0);
+});
+
+test("a series goes on in the same unit when that of the sensor changes", () => {
+    const fleet = new Fleet();
+    const feet = { mm: undefined, value: 10, unit: "ft" };
+    for (const [seq, changes] of [[1, { mm: 3000, value: 3 }], [2, feet], [3, { mm: undefined, value: 1, unit: "?" }]]) {
+        fleet.take("orvex/g/s/value", bytes(valueAt(NOW + seq, seq, changes)), "orvex", NOW);
+    }
+    assert.deepEqual(fleet.sensors.get("g/s").series.curve(NOW, NOW + 9, 10000).values, [3000, 3048, null]);
 });
 
 test("a wrong field leaves out only itself", () => {
