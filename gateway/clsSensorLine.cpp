@@ -22,10 +22,11 @@ constexpr double kOperation_s = 10.0;                           // what is under
 constexpr double kStop_s = 1.0, kQuiet_s = 0.2;
 constexpr std::size_t kMostChanges = 20; // in one event
 
+/// As it comes out of a recording.
 GatewayValue valueOf(const Measurement& measurement, std::int64_t run)
 {
-    const MeasurementKind kind = KindOf(measurement);
-    return {.time = measurement.time,
+    const MeasurementKind kind = modRecordLine::KindInLine(measurement);
+    return {.time = modRecordLine::TimeInLine(measurement.time),
             .kind = kind,
             .value_mm = kind == MeasurementKind::Distance ? measurement.value_mm : 0,
             .unit = measurement.unit,
@@ -70,6 +71,9 @@ clsSensorLine::clsSensorLine(SensorConfig config, std::filesystem::path recordin
       m_phase(now_s), m_recordPause_s(kFirstPause_s)
 {
     m_session.Origin = [this] { return origin(); };
+    m_session.Recorder().Writing = [this](const Measurement& measurement) {
+        m_written.push_back(valueOf(measurement, m_run));
+    };
     m_session.Writes().Keep({.backups = places.backups,
                              .passports = places.passports,
                              .user = modAPI::UserName(),
@@ -210,7 +214,7 @@ bool clsSensorLine::wants(const Measurement& measurement)
 /// Called after the session has recorded them.
 void clsSensorLine::Sampled(std::span<const Measurement> samples, std::string_view /*temperature*/)
 {
-    m_lastValue = samples.back().time;
+    m_lastValue = modRecordLine::TimeInLine(samples.back().time);
     for (const Measurement& sample : samples.subspan(std::min(m_asked, samples.size()))) {
         if (m_config.every_ms) {
             wants(sample);
@@ -224,7 +228,8 @@ void clsSensorLine::Sampled(std::span<const Measurement> samples, std::string_vi
     if (recorded > 0) {
         m_listener.Recorded(*this, m_sequence);
     }
-    if (recorded == std::ssize(m_taken)) {
+    if (recorded == std::ssize(m_taken) && m_written.size() == m_taken.size()) {
+        m_taken.swap(m_written); // the recording has its own order of times
         for (std::size_t i = 0; i < m_taken.size(); ++i) {
             m_taken[i].sequence = m_sequence - recorded + 1 + static_cast<std::int64_t>(i);
         }
@@ -235,6 +240,7 @@ void clsSensorLine::Sampled(std::span<const Measurement> samples, std::string_vi
         m_listener.Measured(*this, m_taken);
     }
     m_taken.clear();
+    m_written.clear();
     m_asked = 0;
 }
 

@@ -142,7 +142,8 @@ private:
     std::int64_t m_knownLines = 0; ///< of the recording
     std::int64_t m_slot = 0;       ///< with `every_ms`, of the last value that was taken
     std::size_t m_asked = 0;       ///< for how many values of this tick the recorder has asked
-    std::vector<GatewayValue> m_taken;
+    std::vector<GatewayValue> m_taken,
+        m_written; ///< of this tick: those that are wanted, and as the recording says them
 
     Leaving m_leaving = Leaving::No;
     double m_leaveUntil_s = 0.0, m_stoppedAt_s = 0.0, m_lastByte_s = 0.0;

@@ -113,11 +113,15 @@ std::size_t clsRecorder::recordInPart(std::span<const Measurement> measurements,
             ++counts.unwritten;
             continue;
         }
-        const std::string line = modRecordLine::RecordLine(inOrder(measurement), temperature);
+        const Measurement ordered = inOrder(measurement);
+        const std::string line = modRecordLine::RecordLine(ordered, temperature);
         if (!belongsHere(measurement, line.size())) {
             break;
         }
         m_lastTime = std::max(m_lastTime, measurement.time);
+        if (Writing) {
+            Writing(ordered);
+        }
         lines += line;
         ++counts.recorded;
         m_part.bytes += std::ssize(line);

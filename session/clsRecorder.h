@@ -70,6 +70,8 @@ public:
     std::function<RecordingInfo(const Period& period)> Describe;
     /// Called before values go into the present file, with whether they are its first.
     std::function<void(bool isFirst)> Taking;
+    /// Called with each measurement of a line, with the time that the recording has for it.
+    std::function<void(const Measurement& measurement)> Writing;
     /// Has the sidecar of the present file, if it has been begun, written again with what is known now.
     void DescribeAgain(RecordingInfo info);
     /// Whether the present file has a line.

@@ -21,10 +21,35 @@ bool contains(std::string_view text, std::string_view part)
     return text.find(part) != std::string_view::npos;
 }
 
+struct TimeOfDay {
+    int hours, minutes, seconds, milliseconds;
+};
+
+TimeOfDay timeOfDay(double time)
+{
+    // Deliberate: each part is cut off, not rounded, so that a time can come out one millisecond low.
+    const double hours = (time - std::floor(time)) * 24.0;
+    const double minutes = (hours - std::floor(hours)) * 60.0;
+    const double seconds = (minutes - std::floor(minutes)) * 60.0;
+    const double milliseconds = (seconds - std::floor(seconds)) * 1000.0;
+    return {static_cast<int>(hours), static_cast<int>(minutes), static_cast<int>(seconds),
+            static_cast<int>(milliseconds)};
+}
+
+bool isInCalendar(double day)
+{
+    return day >= kFirstDay && day < kEndOfDays;
+}
+
+double timeOf(double date, double seconds, double milliseconds)
+{
+    return date + seconds / kSecondsPerDay + milliseconds / kMsPerDay;
+}
+
 void appendDateTime(std::string& line, double time)
 {
     const double day = std::floor(time);
-    if (!(day >= kFirstDay && day < kEndOfDays)) {
+    if (!isInCalendar(day)) {
         throw std::invalid_argument("a time outside the calendar cannot be recorded");
     }
     const year_month_day date{kDayZero + days{static_cast<int>(day)}};
@@ -33,32 +58,20 @@ void appendDateTime(std::string& line, double time)
     AppendPadded(line, static_cast<int>(static_cast<unsigned>(date.month())), 2);
     line += '.';
     AppendPadded(line, static_cast<int>(date.year()), 4);
-    // Deliberate: each part is cut off, not rounded, so that a time can come out one millisecond low.
-    const double hours = (time - day) * 24.0;
-    const double minutes = (hours - std::floor(hours)) * 60.0;
-    const double seconds = (minutes - std::floor(minutes)) * 60.0;
-    const double milliseconds = (seconds - std::floor(seconds)) * 1000.0;
+    const TimeOfDay parts = timeOfDay(time);
     line += ' ';
-    AppendPadded(line, static_cast<int>(hours), 2);
+    AppendPadded(line, parts.hours, 2);
     line += ':';
-    AppendPadded(line, static_cast<int>(minutes), 2);
+    AppendPadded(line, parts.minutes, 2);
     line += ':';
-    AppendPadded(line, static_cast<int>(seconds), 2);
+    AppendPadded(line, parts.seconds, 2);
     line += ','; // whatever the locale
-    AppendPadded(line, static_cast<int>(milliseconds), 3);
-}
-
-/// What the display shows.
-MeasurementKind kindOf(const Measurement& measurement)
-{
-    // Deliberate: "TempErr!" in an ASCII format is recorded as "No Echo", because it has the value of "No Echo".
-    const bool inWords = !IsBinary(measurement.outputFormat) && measurement.value == kMarkerNoEcho;
-    return inWords || measurement.value == 0.0 ? MeasurementKind::NoEcho : KindOf(measurement);
+    AppendPadded(line, parts.milliseconds, 3);
 }
 
 void appendDistance(std::string& line, const Measurement& measurement)
 {
-    if (const MeasurementKind kind = kindOf(measurement); kind != MeasurementKind::Distance) {
+    if (const MeasurementKind kind = KindInLine(measurement); kind != MeasurementKind::Distance) {
         line += NameOf(kind);
     } else {
         line += std::to_string(measurement.value_mm);
@@ -170,6 +183,24 @@ bool takeDistance(std::string_view field, RecordedValue& value)
 
 } // namespace
 
+double TimeInLine(double time)
+{
+    const double day = std::floor(time);
+    if (!isInCalendar(day)) {
+        return time;
+    }
+    const TimeOfDay parts = timeOfDay(time);
+    return timeOf(day, parts.hours * 3600 + parts.minutes * 60 + parts.seconds, parts.milliseconds);
+}
+
+/// What the display shows.
+MeasurementKind KindInLine(const Measurement& measurement)
+{
+    // Deliberate: "TempErr!" in an ASCII format is recorded as "No Echo", because it has the value of "No Echo".
+    const bool inWords = !IsBinary(measurement.outputFormat) && measurement.value == kMarkerNoEcho;
+    return inWords || measurement.value == 0.0 ? MeasurementKind::NoEcho : KindOf(measurement);
+}
+
 bool HasTemperature(std::string_view temperature)
 {
     return contains(temperature, " ");
@@ -256,8 +287,8 @@ bool clsLineParser::takeTime(std::string_view field, double& time)
     }
     m_date = *date;
     m_dateText = dateText;
-    m_headTime = m_date + *seconds / kSecondsPerDay;
-    time = m_headTime + *milliseconds / kMsPerDay;
+    m_headTime = timeOf(m_date, *seconds, 0.0);
+    time = timeOf(m_date, *seconds, *milliseconds);
     return true;
 }
 

@@ -19,6 +19,10 @@ namespace modRecordLine {
 /// years 100 to 9999.
 std::string RecordLine(const Measurement& measurement, std::string_view temperature);
 
+/// What a line says of the time and the kind of a measurement; a time outside the calendar comes back as it is.
+double TimeInLine(double time);
+MeasurementKind KindInLine(const Measurement& measurement);
+
 /// Whether a line can hold a temperature.
 bool HasTemperature(std::string_view temperature);
 

@@ -3,11 +3,14 @@
 
 #include "base/modAPI.h"
 #include "gateway/clsSensorLine.h"
+#include "gateway/modUtc.h"
 #include "simulator/clsSimulatedSensor.h"
+#include "store/modRecordLine.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,6 +22,14 @@ struct NotingListener : SensorLineListener {
     std::int64_t firstSequence = 0, lastSequence = 0;
     int ended = 0;
 
+    std::vector<std::string> Times() const
+    {
+        std::vector<std::string> times;
+        for (const GatewayValue& value : values) {
+            times.push_back(modUtc::Text(value.time));
+        }
+        return times;
+    }
     std::string NameForRecording(clsSensorLine& /*line*/) override { return "Run 000001"; }
     void RecordingBegan(clsSensorLine& /*line*/, const std::filesystem::path& file, std::int64_t first) override
     {
@@ -81,13 +92,19 @@ struct LineOfSimulatedSensor {
         const std::size_t wanted = told.values.size() + number;
         return Until([&] { return told.values.size() >= wanted; });
     }
-    std::size_t Lines() const
+    /// What the lines of the recordings say.
+    std::vector<std::string> RecordedTimes() const
     {
-        std::size_t lines = 0;
+        std::vector<std::string> times;
         for (const auto& file : told.recordings) {
-            lines += static_cast<std::size_t>(std::ranges::count(TemporaryFolder::Read(file), '\n'));
+            modRecordLine::clsLineParser parser;
+            modRecordLine::RecordedValue value;
+            std::istringstream lines(TemporaryFolder::Read(file));
+            for (std::string text; std::getline(lines, text);) {
+                times.push_back(parser.Parse(text, value) ? modUtc::Text(value.time) : text);
+            }
         }
-        return lines;
+        return times;
     }
 
 private:

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <sched.h>
+#include <sstream>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -82,6 +83,34 @@ TEST(Recorder, TakesTheFirstFreeNameAndLeavesNoEmptyFile)
     }
     EXPECT_THROW(recorder.StartRecording(), std::overflow_error);
     EXPECT_EQ(recorder.Mode, RecorderIdle);
+}
+
+TEST(Recorder, TellsTheTimesThatItsLinesHave)
+{
+    const TemporaryFolder folder;
+    clsRecorder recorder(folder.path);
+    std::vector<double> told;
+    recorder.Writing = [&](const Measurement& measurement) {
+        told.push_back(modRecordLine::TimeInLine(measurement.time));
+    };
+    recorder.StartRecording();
+    std::vector<Measurement> values(5, kValue);
+    const double after_ms[] = {0.0, 20.4, 15.6, 40.3, -3600000.0}; // a moment back, and an hour
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i].time += after_ms[i] / kMsPerDay;
+    }
+    recorder.Record(values, kTemperature);
+    recorder.Stop();
+    ASSERT_TRUE(recorder.FinishWriting(kPatience));
+    std::vector<double> written;
+    modRecordLine::clsLineParser parser;
+    modRecordLine::RecordedValue value;
+    std::istringstream lines(TemporaryFolder::Read(recorder.FileName));
+    for (std::string line; std::getline(lines, line) && parser.Parse(line, value);) {
+        written.push_back(value.time);
+    }
+    EXPECT_EQ(told, written);
+    EXPECT_EQ(told.size(), 5u);
 }
 
 TEST(Recorder, AFullDiskStopsItAndKeepsWholeLines)
