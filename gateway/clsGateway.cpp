@@ -124,7 +124,23 @@ void clsGateway::serveLines()
             }
         }
     }
-    if (std::erase_if(m_leaving, [](const auto& entry) { return entry->line->HasLeft(); }) > 0 && m_leaving.empty()) {
+    letGo();
+}
+
+/// What is retained of a sensor must not say that it measures, should nothing follow.
+void clsGateway::letGo()
+{
+    for (auto& entry : m_leaving) {
+        const std::string& name = entry->line->Name();
+        if (!entry->line->HasLeft()) {
+            continue;
+        }
+        if (std::ranges::find(m_config.sensors, name, &SensorConfig::name) != m_config.sensors.end()) {
+            tellState(*entry, stateOf(*entry));
+        }
+        entry.reset();
+    }
+    if (std::erase(m_leaving, nullptr) > 0 && m_leaving.empty()) {
         beginWaiting();
     }
 }
@@ -164,12 +180,18 @@ void clsGateway::add(int descriptor, void* whom)
     }
 }
 
-/// Once a second: what is there to be said of a sensor.
-void clsGateway::look(Entry& entry)
+SensorState clsGateway::stateOf(const Entry& entry) const
 {
     SensorState state = entry.line->State(m_now);
     state.waiting = m_journal.Waiting(entry.line->Name());
     state.dropped = m_journal.Dropped(entry.line->Name());
+    return state;
+}
+
+/// Once a second: what is there to be said of a sensor.
+void clsGateway::look(Entry& entry)
+{
+    const SensorState state = stateOf(entry);
     logConnection(entry, state);
     const bool isLater = m_now_s - entry.toldDropped_s >= kDroppedAtMost_s;
     if (state.dropped > entry.toldDropped && isLater) {
@@ -442,6 +464,9 @@ void clsGateway::Reload(GatewayConfig config)
     }
     sayForgotten();
     if (isOtherBroker) {
+        for (const std::string& sensor : m_names) { // nobody says there any more what they do
+            m_publisher->Say(m_format->Forget(sensor, m_now));
+        }
         endBroker();
         connect();
     }
@@ -478,6 +503,10 @@ void clsGateway::endLines()
     while (!haveLeft() || !m_leaving.empty()) {
         Serve(clsTickPhase::kInterval_s);
     }
+    for (const auto& entry : m_entries) {
+        tellState(*entry, stateOf(*entry)); // what is retained of it must not say that it measures
+    }
+    m_publisher->Flush();
     const auto end = std::chrono::steady_clock::now() + kPatienceWithDisk;
     for (auto& entry : m_entries) {
         const auto rest = std::max(end - std::chrono::steady_clock::now(), std::chrono::steady_clock::duration::zero());

@@ -92,6 +92,8 @@ private:
     void serveLine(Entry& entry);
     void watch(Entry& entry);
     void look(Entry& entry);
+    SensorState stateOf(const Entry& entry) const;
+    void letGo();
     void logConnection(Entry& entry, const SensorState& state);
 
     // The broker.

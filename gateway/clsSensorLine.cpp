@@ -306,6 +306,9 @@ void clsSensorLine::followReport()
 std::string clsSensorLine::whyNoPort() const
 {
     const clsRVQ& device = m_session.Device();
+    if (HasLeft()) {
+        return "it is closed";
+    }
     if (device.PortIsOpen()) {
         return {};
     }
@@ -317,13 +320,14 @@ SensorState clsSensorLine::State(double now) const
 {
     SensorState state;
     state.time = now;
-    state.connection = !m_session.Device().PortIsOpen() ? SensorConnection::NoPort
-                       : m_isConnected                  ? SensorConnection::Connected
-                                                        : SensorConnection::NoAnswer;
+    const bool isConnected = m_isConnected && !HasLeft();
+    state.connection = HasLeft() || !m_session.Device().PortIsOpen() ? SensorConnection::NoPort
+                       : isConnected                                 ? SensorConnection::Connected
+                                                                     : SensorConnection::NoAnswer;
     state.whyNoPort = whyNoPort();
-    state.isMeasuring = m_isConnected && m_session.Device().CommStatus() == DialogueMeasuring;
-    state.temperature_C = m_temperature_C;
-    if (m_isConnected) {
+    state.isMeasuring = isConnected && m_session.Device().CommStatus() == DialogueMeasuring;
+    if (isConnected) {
+        state.temperature_C = m_temperature_C;
         state.identity = m_session.Device().Identity();
     }
     state.lastValue = m_lastValue;

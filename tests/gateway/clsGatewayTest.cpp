@@ -227,6 +227,34 @@ TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
     site.End();
 }
 
+TEST(Gateway, NoStateSaysAfterTheEndThatASensorMeasures)
+{
+    GatewaySite site({"a", "b"});
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] {
+        return !site.State("a").is_null() && site.State("a")["measuring"] == true && !site.State("b").is_null() &&
+               site.State("b")["measuring"] == true;
+    }));
+    GatewayConfig renamed = site.config;
+    renamed.name = "other";
+    site.gateway->Reload(renamed);
+    for (const char* sensor : {"a", "b"}) {
+        EXPECT_EQ(site.broker.On("orvex/gateway/" + std::string(sensor) + "/state").back().payload, "") << sensor;
+    }
+    site.broker.Connect();
+    const auto stateOf = [&](const std::string& sensor) {
+        const auto states = site.broker.On("orvex/other/" + sensor + "/state");
+        return states.empty() ? json() : json::parse(states.back().payload);
+    };
+    ASSERT_TRUE(site.Until([&] { return !stateOf("b").is_null() && stateOf("b")["measuring"] == true; }));
+    site.End(); // less than a second after these states
+    for (const char* sensor : {"a", "b"}) {
+        EXPECT_EQ(stateOf(sensor)["measuring"], false) << sensor;
+        EXPECT_EQ(stateOf(sensor)["connection"], "no port") << sensor;
+    }
+}
+
 TEST(Gateway, ValuesWaitForOthersInABatch)
 {
     GatewaySite site({"a"});

@@ -23,7 +23,10 @@ TEST(SensorLines, EveryRecordedValueHasItsNumberAndItsLine)
     EXPECT_EQ(site.told.ended, 1);
     EXPECT_EQ(site.told.values.back().sequence, site.told.lastSequence) << "to the last one";
     EXPECT_EQ(site.told.firstSequence, 1);
-    EXPECT_EQ(site.Lines(), static_cast<std::size_t>(site.told.lastSequence));
+    EXPECT_EQ(site.RecordedTimes(), site.told.Times()) << "told with the very times of the lines";
+    const SensorState left = site.line.State(modAPI::LocalTime());
+    EXPECT_EQ(left.connection, SensorConnection::NoPort);
+    EXPECT_FALSE(left.isMeasuring || left.temperature_C || left.identity);
     site.sensor.With([](const auto& model) { EXPECT_FALSE(model.IsMeasuring()) << "it is left idle"; });
 }
 
