@@ -19,6 +19,8 @@ namespace {
 constexpr double kCoalesced_s = 0.002;
 constexpr std::size_t kFew = 4; ///< lines that do not bring so much that it is worth a pause
 constexpr double kFillEvery_s = 0.05, kStateAtMost_s = 1.0, kStateAtLeast_s = 10.0, kDroppedAtMost_s = 10.0;
+constexpr double kAgainAtMost_s = 2.0; // everything, which is much
+constexpr double kKeptAtMost_s = 60.0; // a line of the log
 constexpr double kFirstAnswer_s = 5.0; // before it, silence is nothing to be logged
 constexpr double kGoodbye_s = 2.0;     // for the last messages
 constexpr std::chrono::seconds kPatienceWithDisk{10};
@@ -78,6 +80,7 @@ void clsGateway::Serve(double most_s)
     m_now = modAPI::LocalTime();
     m_now_s = modAPI::UpTime_s();
     takeBrokerEvents();
+    sayAgain();
     serveLines();
     m_journal.Serve(m_now);
     noteJournal();
@@ -318,15 +321,36 @@ void clsGateway::take(const BrokerAcknowledged& event)
 void clsGateway::take(const BrokerReceived& event)
 {
     const auto command = m_format->ReadCommand(event.topic, event.payload);
-    if (command && command->isRebirth && !event.isRetained) {
-        sayEverything();
+    if (command && event.isRetained) {
+        noteKept(event.topic);
+    } else if (command && command->isRebirth) {
+        m_isAskedAgain = true;
     } else if (command && m_parts.commands.take) {
         m_parts.commands.take(*command, event, m_now);
     }
 }
 
+/// It is for whoever was there when it was given.
+void clsGateway::noteKept(const std::string& topic)
+{
+    if (m_now_s - m_keptLogged_s >= kKeptAtMost_s) {
+        m_keptLogged_s = m_now_s;
+        m_parts.log(LogLevel::Warning, "a retained command is ignored: " + topic);
+    }
+}
+
+/// However often it was asked for meanwhile.
+void clsGateway::sayAgain()
+{
+    if (m_isAskedAgain && m_now_s >= m_nextAgain_s) {
+        sayEverything();
+    }
+}
+
 void clsGateway::sayEverything()
 {
+    m_isAskedAgain = false;
+    m_nextAgain_s = m_now_s + kAgainAtMost_s;
     m_publisher->Say(m_format->Online(m_now));
     sayForgotten();
     for (const auto& entry : m_entries) {
@@ -393,6 +417,7 @@ void clsGateway::publish()
 double clsGateway::nextDue_s() const
 {
     double due_s = m_entries.empty() ? m_nextFill_s : m_publisher->Due_s(); // lines call often enough
+    due_s = m_isAskedAgain ? std::min(due_s, m_nextAgain_s) : due_s;
     for (const Entries* entries : {&m_entries, &m_leaving}) {
         for (const auto& entry : *entries) {
             due_s = std::min(due_s, entry->line->Due_s());

@@ -104,6 +104,8 @@ private:
     void take(const BrokerAcknowledged& event);
     void take(const BrokerReceived& event);
     void sayEverything();
+    void sayAgain();
+    void noteKept(const std::string& topic);
     void sayForgotten();
     void tellState(Entry& entry, const SensorState& state);
     void tellReport(Entry& entry);
@@ -137,5 +139,9 @@ private:
     int m_epoll = -1;
     double m_now = 0.0, m_now_s = 0.0; ///< of the present pass
     double m_lastArrivals_s = 0.0, m_nextFill_s = 0.0;
+    bool m_isAskedAgain = false;                        ///< everything is to be said again
+    double m_nextAgain_s = 0.0;                         ///< but not before
+    double m_keptLogged_s = -1e9;                       ///< a command that the broker had kept
+    std::string m_fromNextStart;                        ///< what a reload could not take over, as logged last
     std::string m_brokerProblem{"-"}, m_journalProblem; ///< as logged last
 };

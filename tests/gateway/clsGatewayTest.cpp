@@ -20,6 +20,19 @@ namespace {
 
 using nlohmann::json;
 
+/// A message on "again" asks for everything.
+class clsAskedFormat : public clsJsonFormat {
+public:
+    using clsJsonFormat::clsJsonFormat;
+
+    std::optional<GatewayCommand> ReadCommand(std::string_view topic, std::string_view payload) const override
+    {
+        GatewayCommand again;
+        again.isRebirth = true;
+        return topic == "again" ? again : clsJsonFormat::ReadCommand(topic, payload);
+    }
+};
+
 struct GatewaySite {
     TemporaryFolder folder;
     FakeBroker broker;
@@ -52,7 +65,7 @@ struct GatewaySite {
                 .journal = *journal,
                 .makeFormat =
                     [](const GatewayConfig& wanted) {
-                        return std::make_unique<clsJsonFormat>(wanted.broker.prefix, wanted.name, "1.0");
+                        return std::make_unique<clsAskedFormat>(wanted.broker.prefix, wanted.name, "1.0");
                     },
                 .makeBroker = [this](const GatewayConfig&) { return std::make_unique<clsFakeBrokerLine>(broker); },
                 .log = [this](LogLevel, const std::string& text) { log.push_back(text); },
@@ -224,6 +237,24 @@ TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
     ASSERT_TRUE(site.Until([&] { return !site.broker.On("orvex/gateway/a/parameters").empty(); }));
     EXPECT_EQ(site.broker.sent.front().topic, "orvex/gateway/status");
     EXPECT_FALSE(site.State("a").is_null());
+    site.broker.sent.clear();
+    site.broker.acknowledged = 0;
+    const double most_s = modAPI::UpTime_s() + 2.5;
+    const auto isOver = [&] {
+        site.broker.events.resize(site.broker.events.size() + 100, BrokerReceived{"again", {}, false, false});
+        return modAPI::UpTime_s() > most_s;
+    };
+    ASSERT_TRUE(site.Until(isOver));
+    const std::size_t births = site.broker.On("orvex/gateway/status").size();
+    EXPECT_TRUE(births == 1 || births == 2) << births << " in two seconds";
+    site.broker.events.clear();
+    site.broker.sent.clear();
+    site.broker.acknowledged = 0;
+    site.broker.events.assign(3, BrokerReceived{"orvex/gateway/a/command", R"({"id":"2"})", true, false});
+    site.Until([&] { return modAPI::UpTime_s() > most_s + 2.5; });
+    EXPECT_LE(site.broker.On("orvex/gateway/status").size(), 1u) << "the last that was asked for";
+    EXPECT_EQ(site.commands.size(), 1u);
+    EXPECT_EQ(std::ranges::count(site.log, "a retained command is ignored: orvex/gateway/a/command"), 1);
     site.End();
 }
 
