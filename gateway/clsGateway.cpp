@@ -451,11 +451,7 @@ void clsGateway::wait(double most_s)
 void clsGateway::Reload(GatewayConfig config)
 {
     const bool isOtherBroker = config.broker != m_config.broker || config.name != m_config.name;
-    if (config.folder != m_config.folder || config.journal_MiB != m_config.journal_MiB ||
-        config.journal_days != m_config.journal_days) {
-        m_parts.log(LogLevel::Warning, "another folder or size of the journal holds from the next start");
-        config.folder = m_config.folder;
-    }
+    keepJournal(config);
     m_config = std::move(config);
     const auto isIn = [](const auto& sensors, const SensorConfig& sensor) {
         return std::ranges::find(sensors, sensor) != sensors.end();
@@ -498,6 +494,21 @@ void clsGateway::Reload(GatewayConfig config)
     if (m_leaving.empty()) {
         beginWaiting();
     }
+}
+
+/// Each wish is logged once.
+void clsGateway::keepJournal(GatewayConfig& config)
+{
+    const auto wish = [](const GatewayConfig& of) {
+        return of.folder.string() + ' ' + std::to_string(of.journal_MiB) + ' ' + std::to_string(of.journal_days);
+    };
+    const std::string wanted = wish(config) == wish(m_config) ? std::string() : wish(config);
+    if (std::exchange(m_fromNextStart, wanted) != wanted && !wanted.empty()) {
+        m_parts.log(LogLevel::Warning, "another folder or size of the journal holds from the next start");
+    }
+    config.folder = m_config.folder;
+    config.journal_MiB = m_config.journal_MiB;
+    config.journal_days = m_config.journal_days;
 }
 
 void clsGateway::beginWaiting()

@@ -112,6 +112,7 @@ private:
     void noteJournal();
     void publish();
 
+    void keepJournal(GatewayConfig& config);
     void wait(double most_s);
     double nextDue_s() const;
     void add(int descriptor, void* whom);

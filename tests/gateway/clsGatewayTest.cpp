@@ -213,7 +213,10 @@ TEST(Gateway, AReloadLeavesUnchangedSensorsAlone)
     ASSERT_TRUE(site.Until([&] { return site.Values("c").size() >= first + 3; }));
     EXPECT_EQ(site.Numbers("c").size(), site.Values("c").size()) << "no number names two values";
     wanted.sensors[1].rate = 9600; // no answer comes at that rate
+    wanted.folder = "/other";
     site.gateway->Reload(wanted);
+    site.gateway->Reload(wanted);
+    EXPECT_EQ(std::ranges::count(site.log, "another folder or size of the journal holds from the next start"), 1);
     ASSERT_TRUE(site.Until([&] { return site.State("c")["connection"] == "no answer"; }));
     site.End();
 }
