@@ -24,6 +24,7 @@ namespace {
 
 constexpr std::size_t kLongestWord = 128;
 constexpr double kMostEvery_s = 86400.0;
+constexpr double kUsualRate = 20.0, kLineBytes = 46.0; // values a second, and what one takes
 /// A sensor is not interrupted for its temperature more often than this.
 constexpr std::int32_t kLeastTemperature_s = 15, kMostTemperature_s = 86400;
 constexpr std::uint16_t kTlsPort = 8883;
@@ -242,13 +243,14 @@ private:
     void checkSensor();
     void checkBroker();
     void checkNames();
+    void checkJournal();
     void noteFile(std::string_view key, const std::filesystem::path& path, bool isSecret);
 
     std::string_view m_bytes;
     ReadGatewayConfig m_read;
     std::int32_t m_line = 0;
     SectionKind m_section = SectionKind::None;
-    std::int32_t m_sectionLine = 0;
+    std::int32_t m_sectionLine = 0, m_journalLine = 0;
     std::map<std::string, std::int32_t> m_sections;          ///< by their names in small letters, and where they begin
     std::map<std::string, std::int32_t> m_keys;              ///< of the present section, the same
     std::map<std::string, std::int32_t> m_brokerKeys;        ///< of the broker's
@@ -287,6 +289,7 @@ ReadGatewayConfig clsConfigReader::Read()
     checkSensor();
     checkBroker();
     checkNames();
+    checkJournal();
     std::ranges::stable_sort(m_read.problems, {}, &ConfigProblem::line);
     return std::move(m_read);
 }
@@ -350,6 +353,7 @@ void clsConfigReader::takeEntry(const modIni::Line& line)
     }
     if (m_section == SectionKind::Gateway) {
         take<GatewayConfig>(kGatewayKeys, m_read.config, line.name, value);
+        m_journalLine = modIni::IsSameName(line.name, "JournalSize") ? m_line : m_journalLine;
     } else if (m_section == SectionKind::Broker) {
         take<BrokerConfig>(kBrokerKeys, m_read.config.broker, line.name, value);
         m_brokerKeys.insert(m_keys.begin(), m_keys.end());
@@ -427,6 +431,23 @@ void clsConfigReader::checkNames()
 {
     if (m_read.config.sensors.empty()) {
         complain(0, "there is no sensor; a section [SENSOR name] names one");
+    }
+}
+
+/// Recordings go by the hour, and the one that is being written never does.
+void clsConfigReader::checkJournal()
+{
+    constexpr double kHours = 2.0, kSecondsPerHour = 3600.0, kMiB = 1048576.0;
+    double rate = 0.0;
+    for (const SensorConfig& sensor : m_read.config.sensors) {
+        const double wanted = sensor.every_ms ? 1000.0 / *sensor.every_ms : kUsualRate;
+        rate += sensor.records ? std::min(wanted, kUsualRate) : 0.0;
+    }
+    const auto least_MiB = static_cast<std::int64_t>(std::ceil(rate * kLineBytes * kHours * kSecondsPerHour / kMiB));
+    if (m_read.config.journal_MiB < least_MiB) {
+        complain(m_journalLine, "JournalSize is to be " + std::to_string(least_MiB) +
+                                    " at least for these sensors: two hours of their values, since recordings go by "
+                                    "the hour");
     }
 }
 
