@@ -5,16 +5,6 @@
 
 #include <utility>
 
-namespace {
-
-/// An id is the sender's; two senders may have the same for two sensors.
-std::string keyOf(const GatewayCommand& command)
-{
-    return command.sensor + '/' + command.id;
-}
-
-} // namespace
-
 clsCommands::clsCommands(std::set<CommandKind> allowed, double now, clsCommandRun::Tell tell)
     : m_allowed(std::move(allowed)), m_begin(now), m_tell(std::make_shared<clsCommandRun::Tell>(std::move(tell)))
 {}
@@ -39,7 +29,9 @@ void clsCommands::Remove(std::string_view sensor)
 bool clsCommands::Take(const GatewayCommand& command, const BrokerReceived& message, double now)
 {
     forgetIds(now);
-    if (message.isRetained || (message.isDuplicate && m_ids.contains(keyOf(command)))) {
+    const auto known = m_ids.find(command.id);
+    const bool isKnown = known != m_ids.end() && known->second == command.sensor;
+    if (message.isRetained || (message.isDuplicate && isKnown)) {
         return false;
     }
     const std::string why = whyNot(command, now);
@@ -47,8 +39,8 @@ bool clsCommands::Take(const GatewayCommand& command, const BrokerReceived& mess
         (*m_tell)({.sensor = command.sensor, .id = command.id, .result = "refused", .text = why});
         return true;
     }
-    m_seen.push_back({keyOf(command), now});
-    m_ids.insert(m_seen.back().key);
+    m_seen.push_back({command.id, now});
+    m_ids.emplace(command.id, command.sensor);
     clsCommandRun::Start(m_runs.find(command.sensor)->second, command, now, m_tell);
     return true;
 }
@@ -83,7 +75,7 @@ std::string clsCommands::whyNotNow(const GatewayCommand& command, double now) co
     if (*command.time < m_begin) {
         return "the command is older than the start of the gateway";
     }
-    if (m_ids.contains(keyOf(command))) {
+    if (m_ids.contains(command.id)) { // also for another sensor: somebody may repeat what was listened to
         return "this id was used already";
     }
     if (m_seen.size() >= kMostIds) {
@@ -100,7 +92,7 @@ std::string clsCommands::whyNotNow(const GatewayCommand& command, double now) co
 void clsCommands::forgetIds(double now)
 {
     while (!m_seen.empty() && (now - m_seen.front().time) * kSecondsPerDay > kRemembers_s) {
-        m_ids.erase(m_seen.front().key);
+        m_ids.erase(m_seen.front().id);
         m_seen.pop_front();
     }
 }

@@ -44,7 +44,7 @@ private:
     void forgetIds(double now);
 
     struct Seen {
-        std::string key;
+        std::string id;
         double time = 0.0;
     };
 
@@ -52,6 +52,6 @@ private:
     double m_begin;
     std::shared_ptr<clsCommandRun::Tell> m_tell; ///< holds nothing any more once the commands are gone
     std::map<std::string, std::shared_ptr<clsCommandRun>, std::less<>> m_runs;
-    std::deque<Seen> m_seen; ///< in the order of their coming
-    std::set<std::string, std::less<>> m_ids;
+    std::deque<Seen> m_seen;                               ///< in the order of their coming
+    std::map<std::string, std::string, std::less<>> m_ids; ///< and the sensor that each was for
 };

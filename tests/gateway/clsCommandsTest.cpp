@@ -184,6 +184,10 @@ TEST(Commands, AreCarriedOutOnce)
     EXPECT_EQ(site.Give(command).text, "this id was used already");
     BrokerReceived again;
     again.isDuplicate = true;
+    GatewayCommand elsewhere = command;
+    elsewhere.sensor = "b";
+    EXPECT_EQ(site.Give(elsewhere).text, "this id was used already") << "for another sensor";
+    EXPECT_TRUE(site.commands.Take(elsewhere, again, site.Now())) << "and was not answered for that one";
     EXPECT_FALSE(site.commands.Take(command, again, site.Now())) << "it was answered";
     EXPECT_TRUE(site.commands.Take(site.Command(CommandKind::Temperature), again, site.Now())) << "the first got lost";
     GatewayCommand later = command;
