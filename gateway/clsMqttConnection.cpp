@@ -370,7 +370,9 @@ bool clsMqttConnection::failCode(int code, int systemError)
         return fail(m_isUp || m_config.usesTls ? "the broker has closed the connection"
                                                : "the broker has closed the connection at once; does it want TLS?");
     }
-    return fail(std::string("no connection to the broker: ") + mosquitto_strerror(code));
+    // "Success" would be the system's word for a failure of which it knows nothing.
+    return fail(code == MOSQ_ERR_ERRNO ? "no connection to the broker: what answers there is no MQTT broker"
+                                       : std::string("no connection to the broker: ") + mosquitto_strerror(code));
 }
 
 std::string clsMqttConnection::tlsReason() const
@@ -382,5 +384,12 @@ std::string clsMqttConnection::tlsReason() const
     if (result != X509_V_OK) {
         return std::string("the broker's certificate is not accepted: ") + X509_verify_cert_error_string(result);
     }
-    return m_said.empty() ? "" : "TLS: " + m_said;
+    if (m_said.empty()) {
+        return {};
+    }
+    if (!m_config.usesTls) {
+        return "what answers there is no MQTT broker: " + m_said;
+    }
+    const bool mayBePlain = m_said == "unexpected eof while reading" || m_said == "wrong version number";
+    return "TLS: " + m_said + (mayBePlain && !m_isUp ? "; is this its port for TLS?" : "");
 }
