@@ -37,7 +37,8 @@ constexpr std::pair<std::string_view, CommandKind> kCommands[] = {
 
 std::string inQuotes(std::string_view text)
 {
-    return "\"" + Printable(text) + "\"";
+    constexpr std::size_t kLongest = 100;
+    return "\"" + PlainText(text, kLongest) + "\"";
 }
 
 // Each takes a value without blanks around it, and returns what it expects instead; empty when the value is good.
@@ -389,7 +390,9 @@ void clsConfigReader::checkSensor()
     const SensorConfig& sensor = m_read.config.sensors.back();
     const auto key = m_keys.find("port");
     const std::int32_t line = key == m_keys.end() ? m_sectionLine : key->second;
-    if (const std::string problem = modPortName::ProblemOf(sensor.port, "Port"); !problem.empty()) {
+    if (WholeNumber(sensor.port).value_or(1) < 1) {
+        complain(line, "Port takes a number from 1, not " + inQuotes(sensor.port));
+    } else if (const std::string problem = modPortName::ProblemOf(sensor.port, "Port"); !problem.empty()) {
         complain(line, key == m_keys.end() ? "the sensor has no Port" : Printable(problem));
     } else if (const auto [other, isNew] = m_ports.emplace(deviceOf(sensor.port), sensor.name); !isNew) {
         complain(line, "the sensor " + inQuotes(other->second) + " has this port already");
@@ -468,7 +471,30 @@ std::string problemOf(const NamedFile& file)
     if (!S_ISREG(state.st_mode)) {
         return "this is no file";
     }
+    std::error_code why;
+    const auto bytes = file.key == "PasswordFile" ? std::nullopt : modFiles::ReadWhole(file.path, why);
+    if (bytes && bytes->find("-----BEGIN ") == bytes->npos) {
+        return "this is no PEM file";
+    }
     return file.isSecret && (state.st_mode & S_IRWXO) != 0 ? "other users may read or change it; chmod o= helps" : "";
+}
+
+/// What is not there yet may come, but a file does not become a device or a folder.
+void checkPlaces(ReadGatewayConfig& read)
+{
+    std::error_code unknown;
+    const auto folder = std::filesystem::status(read.config.folder, unknown);
+    if (std::filesystem::exists(folder) && !std::filesystem::is_directory(folder)) {
+        read.problems.push_back({0, "Folder " + inQuotes(read.config.folder.string()) + ": this is no folder"});
+    }
+    for (const SensorConfig& sensor : read.config.sensors) {
+        const auto device = std::filesystem::status(sensor.port, unknown);
+        if (sensor.port.starts_with('/') && std::filesystem::exists(device) &&
+            !std::filesystem::is_character_file(device)) {
+            read.problems.push_back(
+                {0, "Port " + inQuotes(sensor.port) + " of the sensor " + inQuotes(sensor.name) + " is no device"});
+        }
+    }
 }
 
 } // namespace
@@ -491,6 +517,7 @@ ReadGatewayConfig LoadGatewayConfig(const std::filesystem::path& file)
             read.problems.push_back({named.line, named.key + " " + Printable(named.path.string()) + ": " + problem});
         }
     }
+    checkPlaces(read);
     std::ranges::stable_sort(read.problems, {}, &ConfigProblem::line);
     return read;
 }

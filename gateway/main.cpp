@@ -45,11 +45,17 @@ struct Options {
     bool checks = false;
 };
 
+/// "FILE:LINE", or "FILE" for what has no line.
+std::string placeOf(const std::filesystem::path& file, const ConfigProblem& problem)
+{
+    return problem.line > 0 ? file.string() + ":" + std::to_string(problem.line) : file.string();
+}
+
 int checkOnly(const std::filesystem::path& file)
 {
     const ReadGatewayConfig read = LoadGatewayConfig(file);
     for (const ConfigProblem& problem : read.problems) {
-        std::printf("%s:%d: %s\n", file.c_str(), problem.line, problem.text.c_str());
+        std::printf("%s: %s\n", placeOf(file, problem).c_str(), problem.text.c_str());
     }
     return read.problems.empty() ? ExitDone : ExitFailed;
 }
@@ -59,7 +65,7 @@ std::optional<GatewayConfig> load(const std::filesystem::path& file)
 {
     ReadGatewayConfig read = LoadGatewayConfig(file);
     for (const ConfigProblem& problem : read.problems) {
-        modService::Log(LogLevel::Error, file.string() + ":" + std::to_string(problem.line) + ": " + problem.text);
+        modService::Log(LogLevel::Error, placeOf(file, problem) + ": " + problem.text);
     }
     return read.problems.empty() ? std::optional(std::move(read.config)) : std::nullopt;
 }
@@ -161,16 +167,18 @@ void serve(Service& service, modService::Signals& signals, const std::filesystem
     }
 }
 
-/// Nothing when another service has it.
+/// Nothing when another service has it, or nobody can write in it.
 std::unique_ptr<modService::FolderGuard> guardFolder(const std::filesystem::path& folder)
 {
     try {
         return std::make_unique<modService::FolderGuard>(folder);
     } catch (const std::system_error& failure) {
-        if (failure.code() != std::errc::operation_would_block) {
-            throw;
-        }
-        modService::Log(LogLevel::Error, "another rvqd uses the folder " + folder.string());
+        const bool isTaken = failure.code() == std::errc::operation_would_block;
+        modService::Log(LogLevel::Error, isTaken ? "another rvqd uses the folder " + folder.string()
+                                                 : "the folder " + folder.string() +
+                                                       " must be there and the service must be able to "
+                                                       "write in it: " +
+                                                       failure.code().message());
         return nullptr;
     }
 }
