@@ -98,8 +98,8 @@ TEST(RecordLine, ComesBackToTheMillisecondThatItKeeps)
         const double low_ms = (measurement.time - value.time) * kMsPerDay;
         ASSERT_GT(low_ms, -0.01) << line;
         ASSERT_LT(low_ms, 1.01) << line;
-        ASSERT_EQ(value.time, TimeInLine(measurement.time)) << line;
-        ASSERT_EQ(value.kind, KindInLine(measurement));
+        ASSERT_EQ(value.time, modRecordLine::TimeInLine(measurement.time)) << line;
+        ASSERT_EQ(value.kind, modRecordLine::KindInLine(measurement));
         ASSERT_EQ(value.kind == MeasurementKind::NoEcho, i == 1000);
         ASSERT_TRUE(i == 1000 || value.value_mm == i - 1000);
     }
