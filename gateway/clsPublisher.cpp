@@ -9,6 +9,9 @@
 
 namespace {
 
+/// New values on their way from which on the line has not much to spare.
+constexpr std::size_t kBusy = clsPublisher::kMostLive / 4 * 3, kBusy_bytes = clsPublisher::kMostLive_bytes / 4 * 3;
+
 /// Whether a value is the next one of the same recording, or both are of none.
 bool follows(const GatewayValue& before, const GatewayValue& value)
 {
@@ -30,6 +33,7 @@ void clsPublisher::Disconnected()
     m_out.clear();
     m_batches.clear();
     m_sent.clear();
+    m_live = m_kept = {};
     m_journal.Unsent();
 }
 
@@ -42,17 +46,45 @@ void clsPublisher::Acknowledged(std::uint64_t token)
     const Sent& what = sent->second;
     if (what.sensor.empty()) {
         m_journal.EventAcknowledged(what.run, what.first);
-    } else {
+    } else if (what.first > 0) {
         m_journal.Acknowledged(what.sensor, what.run, what.first, what.last);
     }
+    Load& load = loadOf(what);
+    --load.messages;
+    load.bytes -= what.bytes;
     m_sent.erase(sent);
+}
+
+/// With a token, so that its acknowledgement comes back.
+void clsPublisher::send(MqttMessage message, Sent what)
+{
+    what.bytes = message.topic.size() + message.payload.size();
+    Load& load = loadOf(what);
+    ++load.messages;
+    load.bytes += what.bytes;
+    message.token = ++m_token;
+    m_sent[m_token] = std::move(what);
+    m_out.push_back(std::move(message));
+}
+
+/// Messages of all kinds count: the connection has one bound for them.
+bool clsPublisher::hasRoomForLive() const
+{
+    return m_broker.InFlight() + m_out.size() < kMostLive && m_live.bytes < kMostLive_bytes;
+}
+
+std::size_t clsPublisher::roomForKept() const
+{
+    const bool isBusy = m_live.messages >= kBusy || m_live.bytes >= kBusy_bytes;
+    const std::size_t most = m_kept.bytes >= kMostKept_bytes ? 0 : isBusy ? kMostKeptWhileBusy : kMostKept;
+    return most - std::min(m_kept.messages, most);
 }
 
 /// When too much is on its way, recorded values are left to the journal.
 void clsPublisher::SendLive(const std::string& sensor, std::span<const GatewayValue> values, double now_s)
 {
     for (const GatewayValue& value : values) {
-        if (!m_isConnected || OnTheWay() >= kMostLive) {
+        if (!m_isConnected || !hasRoomForLive()) {
             return;
         }
         if (value.sequence > 0) {
@@ -88,12 +120,8 @@ void clsPublisher::sendBatch(const std::string& sensor, Batch& batch)
 void clsPublisher::sendValues(const std::string& sensor, std::span<const GatewayValue> values, bool areHistorical)
 {
     Say(m_format.Introduce(sensor));
-    MqttMessage message = m_format.Values(sensor, values, areHistorical);
-    if (values.front().sequence > 0) {
-        message.token = ++m_token;
-        m_sent[m_token] = {sensor, values.front().run, values.front().sequence, values.back().sequence};
-    }
-    m_out.push_back(std::move(message));
+    send(m_format.Values(sensor, values, areHistorical),
+         {sensor, values.front().run, values.front().sequence, values.back().sequence, areHistorical});
 }
 
 void clsPublisher::Say(std::vector<MqttMessage> messages)
@@ -139,9 +167,10 @@ void clsPublisher::sendEvents()
             m_journal.EventAcknowledged(event.run, event.sequence); // this format has no word for it
             continue;
         }
-        messages.back().token = ++m_token;
-        m_sent[m_token] = {{}, event.run, event.sequence, event.sequence};
+        MqttMessage last = std::move(messages.back());
+        messages.pop_back();
         Say(std::move(messages));
+        send(std::move(last), {{}, event.run, event.sequence, event.sequence, true});
     }
 }
 

@@ -16,8 +16,12 @@
 
 class clsPublisher {
 public:
-    /// So many messages may be on their way before new values are left to the journal, and before kept ones wait.
-    static constexpr std::size_t kMostLive = 500, kMostKept = 200;
+    /// So much may be on its way before new values are left to the journal. It is enough for 4000 values a second and a
+    /// broker that acknowledges after a second.
+    static constexpr std::size_t kMostLive = 4000, kMostLive_bytes = std::size_t{16} << 20;
+    /// Events and kept values have a share of their own, so that they come however many new values there are. It is
+    /// small while the line is busy with new ones.
+    static constexpr std::size_t kMostKept = 200, kMostKeptWhileBusy = 20, kMostKept_bytes = std::size_t{8} << 20;
 
     /// All must outlive the publisher.
     clsPublisher(BrokerLine& broker, MessageFormat& format, clsJournal& journal, const BrokerConfig& config)
@@ -41,8 +45,6 @@ public:
     double Due_s() const;
     /// Hands everything over to the broker's line. Call it at the end of a pass.
     void Flush();
-    /// What was handed over and is not acknowledged.
-    std::size_t OnTheWay() const { return m_broker.InFlight() + m_out.size(); }
 
 private:
     struct Batch {
@@ -51,15 +53,24 @@ private:
     };
     /// What an acknowledgement is for.
     struct Sent {
-        std::string sensor; ///< empty: an event
-        std::int64_t run = 0, first = 0, last = 0;
+        std::string sensor;                        ///< empty: an event
+        std::int64_t run = 0, first = 0, last = 0; ///< numbers of 0: values that were not recorded
+        bool isKept = false;                       ///< an event, or values of the journal
+        std::size_t bytes = 0;
+    };
+    /// Of values and events: what is not acknowledged.
+    struct Load {
+        std::size_t messages = 0, bytes = 0;
     };
 
     void sendBatch(const std::string& sensor, Batch& batch);
     void sendValues(const std::string& sensor, std::span<const GatewayValue> values, bool areHistorical);
     void sendEvents();
     bool sendKept(const std::string& sensor);
-    std::size_t roomForKept() const { return kMostKept - std::min(OnTheWay(), kMostKept); }
+    void send(MqttMessage message, Sent what);
+    Load& loadOf(const Sent& what) { return what.isKept ? m_kept : m_live; }
+    bool hasRoomForLive() const;
+    std::size_t roomForKept() const;
 
     BrokerLine& m_broker;
     MessageFormat& m_format;
@@ -70,6 +81,7 @@ private:
     std::map<std::string, Batch> m_batches; ///< by sensor
     std::vector<MqttMessage> m_out;
     std::unordered_map<std::uint64_t, Sent> m_sent; ///< by token
+    Load m_live, m_kept;                            ///< of what is in `m_sent`
     std::uint64_t m_token = 0;
     std::size_t m_turn = 0; ///< the sensor whose kept values come next
 };

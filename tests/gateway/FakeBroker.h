@@ -33,9 +33,10 @@ struct FakeBroker {
         std::erase_if(events, [](const BrokerEvent& event) { return event.index() == 2; });
         events.emplace_back(BrokerDisconnected{why});
     }
-    void Acknowledge()
+    /// The first so many of `sent`.
+    void Acknowledge(std::size_t number)
     {
-        for (; acknowledged < sent.size(); ++acknowledged) {
+        for (; acknowledged < std::min(number, sent.size()); ++acknowledged) {
             if (sent[acknowledged].token != 0) {
                 events.emplace_back(BrokerAcknowledged{sent[acknowledged].token});
             }
@@ -60,7 +61,7 @@ public:
             std::ranges::move(messages, std::back_inserter(m_broker.sent));
         }
         if (m_broker.acknowledges) {
-            m_broker.Acknowledge();
+            m_broker.Acknowledge(m_broker.sent.size());
         }
     }
     void SetWill(MqttMessage will) override { m_broker.wills.push_back(std::move(will)); }
