@@ -554,6 +554,7 @@ void clsGateway::endLines()
 void clsGateway::endBroker()
 {
     const double end_s = modAPI::UpTime_s() + kGoodbye_s;
+    m_publisher->SendBatches();
     m_publisher->Say(m_format->Offline(m_now));
     m_publisher->Flush();
     while (m_publisher->IsConnected() && m_broker->InFlight() > 0 && modAPI::UpTime_s() < end_s) {

@@ -301,4 +301,31 @@ TEST(Gateway, ValuesWaitForOthersInABatch)
     site.End();
 }
 
+TEST(Gateway, ABatchThatWaitsIsSentBeforeTheGoodbye)
+{
+    GatewaySite site({"a"});
+    site.config.sensors[0].records = false; // it comes now or never
+    site.config.broker.batch_ms = 60000;
+    site.Begin();
+    site.broker.Connect();
+    const auto measureFor = [&](double time_s) {
+        const double end_s = modAPI::UpTime_s() + time_s;
+        site.Until([&] { return modAPI::UpTime_s() > end_s; });
+    };
+    ASSERT_TRUE(site.Until([&] { return site.State("a")["measuring"] == true; }));
+    measureFor(1.0);
+    EXPECT_EQ(site.Values("a").size(), 0U) << "they wait";
+    GatewayConfig wanted = site.config;
+    wanted.broker.batch_ms = 50000;
+    site.gateway->Reload(wanted);
+    const std::size_t values = site.Values("a").size();
+    EXPECT_GT(values, 10U);
+    EXPECT_EQ(site.broker.sent.back().topic, "orvex/gateway/status") << "the values before it";
+    site.broker.Connect();
+    measureFor(1.0);
+    site.End();
+    EXPECT_GT(site.Values("a").size(), values + 10);
+    EXPECT_EQ(site.broker.sent.back().topic, "orvex/gateway/status");
+}
+
 } // namespace
