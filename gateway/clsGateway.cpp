@@ -22,6 +22,7 @@ constexpr double kFillEvery_s = 0.05, kStateAtMost_s = 1.0, kStateAtLeast_s = 10
 constexpr double kAgainAtMost_s = 2.0; // everything, which is much
 constexpr double kKeptAtMost_s = 60.0; // a line of the log
 constexpr double kFirstAnswer_s = 5.0; // before it, silence is nothing to be logged
+constexpr double kFaultAgain_s = 60.0; // a fault that goes on is logged again
 constexpr double kGoodbye_s = 2.0;     // for the last messages
 constexpr std::chrono::seconds kPatienceWithDisk{10};
 
@@ -110,12 +111,13 @@ void clsGateway::begin(const SensorConfig& sensor)
     m_names.push_back(sensor.name);
 }
 
-void clsGateway::leave(clsSensorLine& line)
+void clsGateway::leave(Entry& entry)
 {
     if (m_parts.commands.end) {
-        m_parts.commands.end(line.Name());
+        m_parts.commands.end(entry.line->Name());
     }
-    line.BeginLeaving(m_now_s);
+    entry.line->BeginLeaving(m_now_s);
+    entry.leftBy_s = m_now_s + m_parts.patienceWithLine_s;
 }
 
 void clsGateway::serveLines()
@@ -148,13 +150,25 @@ void clsGateway::letGo()
     }
 }
 
-/// A fault in one session must not end the others.
-void clsGateway::serveLine(Entry& entry)
+/// A fault in one session must not end the others, and is not logged with each tick.
+void clsGateway::guard(Entry& entry, const std::function<void()>& action)
 {
     try {
-        entry.line->Serve(m_now, m_now_s);
+        action();
     } catch (const std::exception& fault) {
-        m_parts.log(LogLevel::Error, entry.line->Name() + ": " + fault.what());
+        if (std::exchange(entry.fault, fault.what()) != fault.what() || m_now_s >= entry.faultAgain_s) {
+            entry.faultAgain_s = m_now_s + kFaultAgain_s;
+            m_parts.log(LogLevel::Error, entry.line->Name() + ": " + fault.what());
+        }
+    }
+}
+
+void clsGateway::serveLine(Entry& entry)
+{
+    guard(entry, [&] { entry.line->Serve(m_now, m_now_s); });
+    if (m_now_s >= entry.leftBy_s && !entry.line->HasLeft()) {
+        m_parts.log(LogLevel::Warning, entry.line->Name() + ": it does not come to an end and is given up");
+        guard(entry, [&] { entry.line->GiveUp(m_now_s); });
     }
     watch(entry);
     if (!entry.isLeaving && m_now_s >= entry.nextLook_s) {
@@ -468,7 +482,7 @@ void clsGateway::Reload(GatewayConfig config)
         if (!isNamed) {
             m_forgotten.insert(sensor.name);
         }
-        leave(*entry->line);
+        leave(*entry);
         entry->isLeaving = true;
         m_leaving.push_back(std::move(entry));
     }
@@ -531,7 +545,7 @@ void clsGateway::End()
 void clsGateway::endLines()
 {
     for (const auto& entry : m_entries) {
-        leave(*entry->line);
+        leave(*entry);
     }
     const auto haveLeft = [this] {
         return std::ranges::all_of(m_entries, [](const auto& entry) { return entry->line->HasLeft(); });

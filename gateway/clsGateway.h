@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <set>
 #include <string>
@@ -39,6 +40,7 @@ public:
         std::function<void(LogLevel, const std::string&)> log; ///< English, one line
         std::string version;
         CommandHooks commands{};
+        double patienceWithLine_s = 15.0; ///< longer than a line takes to leave, whatever is under way
     };
 
     /// Begins with all sensors of the configuration. Throws std::system_error when the system has no room for the loop.
@@ -79,14 +81,18 @@ private:
         std::int32_t toldReports = 0;
         std::int64_t toldDropped = 0;
         double toldDropped_s = -1e9;
-        bool isLeaving = false; ///< nothing more is said of it
-        std::string logged;     ///< the connection as it was logged last
+        bool isLeaving = false;                               ///< nothing more is said of it
+        double leftBy_s = std::numeric_limits<double>::max(); ///< then it is given up
+        std::string fault;                                    ///< as it was logged last
+        double faultAgain_s = 0.0;
+        std::string logged; ///< the connection as it was logged last
     };
     using Entries = std::vector<std::unique_ptr<Entry>>;
 
     // The lines.
     void begin(const SensorConfig& sensor);
-    void leave(clsSensorLine& line);
+    void leave(Entry& entry);
+    void guard(Entry& entry, const std::function<void()>& action);
     void beginWaiting();
     void serveLines();
     void serveLine(Entry& entry);

@@ -347,6 +347,14 @@ void clsSensorLine::BeginLeaving(double now_s)
     }
 }
 
+void clsSensorLine::GiveUp(double now_s)
+{
+    m_leaving = Leaving::Left;
+    m_session.Recorder().Stop();
+    noteRecording(now_s);
+    m_session.End();
+}
+
 /// Operations first, a write among them. A stop may get lost on the line, so it is said again until the line is quiet.
 void clsSensorLine::leave(double now_s)
 {

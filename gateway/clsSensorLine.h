@@ -95,6 +95,8 @@ public:
     /// `HasLeft`, which takes a second as a rule.
     void BeginLeaving(double now_s);
     bool HasLeft() const { return m_leaving == Leaving::Left; }
+    /// It has left without any of this: only its recording is closed. For a line that cannot be served any more.
+    void GiveUp(double now_s);
     /// Once it has left: waits until its recording is on the disk.
     bool FinishWriting(std::chrono::milliseconds patience) { return m_session.FinishWriting(patience); }
 

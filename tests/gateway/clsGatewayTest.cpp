@@ -13,6 +13,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -33,11 +34,17 @@ public:
     }
 };
 
+/// Faults at the end of each tick.
+struct FaultyListener : SessionListener {
+    void Ticked() override { throw std::runtime_error("a fault"); }
+};
+
 struct GatewaySite {
     TemporaryFolder folder;
     FakeBroker broker;
     std::vector<std::string> log;
     std::vector<GatewayCommand> commands;
+    std::function<void(std::string_view, clsSession&)> onBegin; ///< of a sensor
     std::vector<std::unique_ptr<simulator::clsSimulatedSensor>> sensors;
     GatewayConfig config;
     std::unique_ptr<clsJournal> journal;
@@ -70,9 +77,10 @@ struct GatewaySite {
                 .makeBroker = [this](const GatewayConfig&) { return std::make_unique<clsFakeBrokerLine>(broker); },
                 .log = [this](LogLevel, const std::string& text) { log.push_back(text); },
                 .version = "1.0",
-                .commands = {.begin = {}, .end = {}, .take = [this](const auto& command, const auto&, double) {
-                                 commands.push_back(command);
-                             }}});
+                .commands = {.begin = onBegin,
+                             .end = {},
+                             .take = [this](const auto& command, const auto&, double) { commands.push_back(command); }},
+                .patienceWithLine_s = 2.0});
     }
     void End()
     {
@@ -219,6 +227,31 @@ TEST(Gateway, AReloadLeavesUnchangedSensorsAlone)
     EXPECT_EQ(std::ranges::count(site.log, "another folder or size of the journal holds from the next start"), 1);
     ASSERT_TRUE(site.Until([&] { return site.State("c")["connection"] == "no answer"; }));
     site.End();
+}
+
+TEST(Gateway, ALineThatFaultsInEachTickHoldsUpNeitherAReloadNorTheEnd)
+{
+    FaultyListener faulty;
+    GatewaySite site({"a", "b"});
+    site.onBegin = [&](std::string_view sensor, clsSession& session) {
+        if (sensor == "a") {
+            session.Listen(faulty);
+        }
+    };
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.Values("b").size() >= 3; }));
+    GatewayConfig wanted = site.config;
+    wanted.sensors[0].temperature_s = 60;
+    wanted.sensors[1].temperature_s = 60;
+    const std::size_t before = site.Values("b").size();
+    site.gateway->Reload(wanted);
+    EXPECT_TRUE(site.Until([&] { return site.Values("b").size() >= before + 40; }, 6.0)) << "it has begun anew";
+    const double end_s = modAPI::UpTime_s();
+    site.End();
+    EXPECT_LT(modAPI::UpTime_s() - end_s, 10.0);
+    EXPECT_EQ(site.broker.sent.back().topic, "orvex/gateway/status");
+    EXPECT_LT(std::ranges::count(site.log, "a: a fault"), 4) << "twice it has begun";
 }
 
 TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
