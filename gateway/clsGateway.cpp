@@ -109,6 +109,12 @@ void clsGateway::begin(const SensorConfig& sensor)
     }
     m_entries.push_back(std::move(entry));
     m_names.push_back(sensor.name);
+    m_forgotten.erase(sensor.name);
+}
+
+bool clsGateway::isNamed(const std::string& sensor) const
+{
+    return std::ranges::find(m_config.sensors, sensor, &SensorConfig::name) != m_config.sensors.end();
 }
 
 void clsGateway::leave(Entry& entry)
@@ -129,23 +135,31 @@ void clsGateway::serveLines()
             }
         }
     }
-    letGo();
+    endLeaving();
 }
 
-/// What is retained of a sensor must not say that it measures, should nothing follow.
-void clsGateway::letGo()
+/// What is retained of a sensor must not say that it measures, should nothing follow. One that goes is forgotten when
+/// nothing more comes of it, or it would be there again behind that.
+void clsGateway::endLeaving()
 {
-    for (auto& entry : m_leaving) {
+    const auto ends = [this](const auto& entry) {
         const std::string& name = entry->line->Name();
         if (!entry->line->HasLeft()) {
-            continue;
+            return false;
         }
-        if (std::ranges::find(m_config.sensors, name, &SensorConfig::name) != m_config.sensors.end()) {
+        m_publisher->Finish(name);
+        if (isNamed(name)) {
             tellState(*entry, stateOf(*entry));
+        } else {
+            m_forgotten.insert(name);
         }
-        entry.reset();
+        return true;
+    };
+    if (std::erase_if(m_leaving, ends) == 0) {
+        return;
     }
-    if (std::erase(m_leaving, nullptr) > 0 && m_leaving.empty()) {
+    sayForgotten();
+    if (m_leaving.empty()) {
         beginWaiting();
     }
 }
@@ -477,11 +491,6 @@ void clsGateway::Reload(GatewayConfig config)
             kept.push_back(sensor);
             continue;
         }
-        const bool isNamed =
-            std::ranges::find(m_config.sensors, sensor.name, &SensorConfig::name) != m_config.sensors.end();
-        if (!isNamed) {
-            m_forgotten.insert(sensor.name);
-        }
         leave(*entry);
         entry->isLeaving = true;
         m_leaving.push_back(std::move(entry));
@@ -491,7 +500,11 @@ void clsGateway::Reload(GatewayConfig config)
     for (const auto& entry : m_entries) {
         m_names.push_back(entry->line->Name());
     }
-    m_beginning.clear();
+    for (const SensorConfig& sensor : std::exchange(m_beginning, {})) {
+        if (!isNamed(sensor.name)) {
+            m_forgotten.insert(sensor.name); // it has left, and does not begin again
+        }
+    }
     for (const SensorConfig& sensor : m_config.sensors) {
         if (!isIn(kept, sensor)) {
             m_beginning.push_back(sensor);

@@ -93,13 +93,14 @@ private:
     void begin(const SensorConfig& sensor);
     void leave(Entry& entry);
     void guard(Entry& entry, const std::function<void()>& action);
+    void endLeaving();
     void beginWaiting();
+    bool isNamed(const std::string& sensor) const;
     void serveLines();
     void serveLine(Entry& entry);
     void watch(Entry& entry);
     void look(Entry& entry);
     SensorState stateOf(const Entry& entry) const;
-    void letGo();
     void logConnection(Entry& entry, const SensorState& state);
 
     // The broker.

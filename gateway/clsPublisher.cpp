@@ -116,19 +116,23 @@ void clsPublisher::sendBatch(const std::string& sensor, Batch& batch)
     }
 }
 
-void clsPublisher::SendBatch(const std::string& sensor)
-{
-    if (const auto batch = m_batches.find(sensor); batch != m_batches.end()) {
-        sendBatch(sensor, batch->second);
-        m_batches.erase(batch);
-    }
-}
-
 void clsPublisher::SendBatches()
 {
     for (auto& [sensor, batch] : m_batches) {
         sendBatch(sensor, batch);
     }
+}
+
+void clsPublisher::Finish(const std::string& sensor)
+{
+    if (!m_isConnected) {
+        return;
+    }
+    if (const auto batch = m_batches.find(sensor); batch != m_batches.end()) {
+        sendBatch(sensor, batch->second);
+        m_batches.erase(batch);
+    }
+    sendEvents();
 }
 
 /// They belong together: one acknowledgement is for all of them.

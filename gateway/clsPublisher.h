@@ -41,9 +41,10 @@ public:
     void Say(std::vector<MqttMessage> messages);
     /// Sends batches that are complete or due, then events, then values that were kept, a bit of each sensor in turn.
     void Fill(std::span<const std::string> sensors, double now_s);
-    /// Sends the batch of a sensor, or all of them, whether it is due or not.
-    void SendBatch(const std::string& sensor);
+    /// Sends batches whether they are due or not.
     void SendBatches();
+    /// Nothing more comes of a sensor: sends its batch, and events as room permits.
+    void Finish(const std::string& sensor);
     /// A batch is due then; far in the future when there is none.
     double Due_s() const;
     /// Hands everything over to the broker's line. Call it at the end of a pass.
