@@ -58,6 +58,11 @@ clsGateway::clsGateway(GatewayConfig config, Parts parts)
     if (m_epoll < 0) {
         throw std::system_error(errno, std::generic_category(), "epoll");
     }
+    for (const std::string& sensor : m_journal.Sensors()) {
+        if (!isNamed(sensor)) {
+            m_forgotten.insert(sensor); // an earlier run has had it
+        }
+    }
     for (const SensorConfig& sensor : m_config.sensors) {
         begin(sensor);
     }
@@ -399,6 +404,17 @@ void clsGateway::sayForgotten()
     }
 }
 
+/// The topics change, so what is retained on the present ones goes.
+void clsGateway::forgetAll()
+{
+    m_publisher->SendBatches();
+    for (const Entries* entries : {&m_entries, &m_leaving}) {
+        for (const auto& entry : *entries) {
+            m_publisher->Say(m_format->Forget(entry->line->Name(), m_now));
+        }
+    }
+}
+
 void clsGateway::tellState(Entry& entry, const SensorState& state)
 {
     if (m_publisher->IsConnected()) {
@@ -512,9 +528,7 @@ void clsGateway::Reload(GatewayConfig config)
     }
     sayForgotten();
     if (isOtherBroker) {
-        for (const std::string& sensor : m_names) { // nobody says there any more what they do
-            m_publisher->Say(m_format->Forget(sensor, m_now));
-        }
+        forgetAll(); // nobody says there any more what they do
         endBroker();
         connect();
     }

@@ -114,6 +114,7 @@ private:
     void sayAgain();
     void noteKept(const std::string& topic);
     void sayForgotten();
+    void forgetAll();
     void tellState(Entry& entry, const SensorState& state);
     void tellReport(Entry& entry);
     void noteJournal();

@@ -41,6 +41,11 @@ std::int64_t clsJournal::Run() const
     return m_impl->Run();
 }
 
+std::vector<std::string> clsJournal::Sensors() const
+{
+    return m_impl->SensorNames();
+}
+
 std::filesystem::path clsJournal::FolderOf(std::string_view sensor) const
 {
     return m_impl->FolderOf(sensor);

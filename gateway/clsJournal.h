@@ -29,6 +29,8 @@ public:
 
     /// The number of this start, from 1.
     std::int64_t Run() const;
+    /// All sensors that it knows, also those of earlier runs, sorted.
+    std::vector<std::string> Sensors() const;
     /// Where a sensor's recordings go, and the name without ".rec" for one that begins now, see `RecordPlan`.
     std::filesystem::path FolderOf(std::string_view sensor) const;
     std::string NameForRecording(std::string_view sensor);

@@ -171,7 +171,7 @@ void clsJournalThread::report(Trouble trouble, const std::string& text)
     m_troubles[trouble] = text;
 }
 
-std::vector<std::string> clsJournalThread::sensorNames() const
+std::vector<std::string> clsJournalThread::SensorNames() const
 {
     const std::scoped_lock lock(m_mutex);
     std::vector<std::string> names;
@@ -306,7 +306,7 @@ void clsJournalThread::savePositions()
 /// What was sent as it came was not read, so where its lines are has to be found out now and then.
 void clsJournalThread::movePositions()
 {
-    for (const std::string& sensor : sensorNames()) {
+    for (const std::string& sensor : SensorNames()) {
         std::vector<ReadTask> tasks;
         {
             const std::scoped_lock lock(m_mutex);

@@ -36,6 +36,7 @@ public:
     void Serve(double now);
     void Finish(std::chrono::milliseconds patience);
     std::string Problem() const;
+    std::vector<std::string> SensorNames() const;
 
     mutable std::mutex m_mutex;
     std::map<std::string, clsSensorJournal, std::less<>> m_sensors;
@@ -57,7 +58,6 @@ private:
     void deleteSurplus();
     void drop(const std::string& sensor, const RecordingPart& part);
     void report(Trouble trouble, const std::string& text);
-    std::vector<std::string> sensorNames() const;
 
     const std::filesystem::path m_folder, m_recordings;
     const std::int64_t m_mostBytes;

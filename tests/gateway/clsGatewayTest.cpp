@@ -236,6 +236,40 @@ TEST(Gateway, AReloadLeavesUnchangedSensorsAlone)
     site.End();
 }
 
+TEST(Gateway, WhatIsRetainedOnTopicsThatAreNoLongerUsedGoes)
+{
+    GatewaySite site({"a", "b"});
+    const auto content = [&](const std::string& topic) {
+        const auto messages = site.broker.On(topic);
+        return messages.empty() ? "nothing" : messages.back().payload;
+    };
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] {
+        return content("orvex/gateway/a/parameters") != "nothing" && content("orvex/gateway/b/parameters") != "nothing";
+    }));
+    GatewayConfig wanted = site.config;
+    wanted.broker.prefix = "other";
+    site.gateway->Reload(wanted);
+    for (const std::string sensor : {"a", "b"}) {
+        EXPECT_EQ(content("orvex/gateway/" + sensor + "/state"), "") << sensor;
+        EXPECT_EQ(content("orvex/gateway/" + sensor + "/parameters"), "") << sensor;
+    }
+    EXPECT_EQ(json::parse(content("orvex/gateway/status"))["online"], false);
+    EXPECT_EQ(site.broker.sent.back().topic, "orvex/gateway/status");
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return content("other/gateway/b/parameters") != "nothing"; }));
+    site.End();
+    site.config = wanted;
+    site.config.sensors.pop_back(); // b goes while the gateway is down
+    site.Begin();
+    site.broker.Connect();
+    EXPECT_TRUE(site.Until([&] { return content("other/gateway/b/state").empty(); }));
+    EXPECT_EQ(content("other/gateway/b/parameters"), "");
+    EXPECT_NE(content("other/gateway/a/state"), "");
+    site.End();
+}
+
 TEST(Gateway, ALineThatFaultsInEachTickHoldsUpNeitherAReloadNorTheEnd)
 {
     FaultyListener faulty;
