@@ -333,6 +333,9 @@ void clsGateway::take(const BrokerConnected& /*event*/)
     m_parts.log(LogLevel::Info, "broker: connected");
     m_brokerProblem.clear();
     m_publisher->Connected(m_now);
+    for (const auto& entry : m_entries) {
+        m_format->State(entry->line->Name(), stateOf(*entry)); // a birth says what is now, not what was before the loss
+    }
     sayEverything();
 }
 

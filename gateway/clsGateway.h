@@ -99,6 +99,7 @@ private:
     void serveLines();
     void serveLine(Entry& entry);
     void watch(Entry& entry);
+    SensorState stateOf(const Entry& entry) const;
     void look(Entry& entry);
     SensorState stateOf(const Entry& entry) const;
     void logConnection(Entry& entry, const SensorState& state);

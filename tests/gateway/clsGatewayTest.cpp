@@ -3,6 +3,7 @@
 
 #include "base/modAPI.h"
 #include "gateway/clsJsonFormat.h"
+#include "gateway/clsSparkplugFormat.h"
 #include "simulator/clsSimulatedSensor.h"
 #include "tests/gateway/FakeBroker.h"
 #include "tests/gateway/LineOfSimulatedSensor.h"
@@ -70,10 +71,13 @@ struct GatewaySite {
             config,
             clsGateway::Parts{
                 .journal = *journal,
-                .makeFormat =
-                    [](const GatewayConfig& wanted) {
-                        return std::make_unique<clsAskedFormat>(wanted.broker.prefix, wanted.name, "1.0");
-                    },
+                .makeFormat = [this](const GatewayConfig& wanted) -> std::unique_ptr<MessageFormat> {
+                    if (wanted.broker.format == PayloadKind::Sparkplug) {
+                        return std::make_unique<clsSparkplugFormat>(wanted.broker.prefix, wanted.name, "1.0",
+                                                                    journal->Run(), modAPI::LocalTime);
+                    }
+                    return std::make_unique<clsAskedFormat>(wanted.broker.prefix, wanted.name, "1.0");
+                },
                 .makeBroker = [this](const GatewayConfig&) { return std::make_unique<clsFakeBrokerLine>(broker); },
                 .log = [this](LogLevel, const std::string& text) { log.push_back(text); },
                 .version = "1.0",
@@ -267,6 +271,38 @@ TEST(Gateway, WhatIsRetainedOnTopicsThatAreNoLongerUsedGoes)
     EXPECT_TRUE(site.Until([&] { return content("other/gateway/b/state").empty(); }));
     EXPECT_EQ(content("other/gateway/b/parameters"), "");
     EXPECT_NE(content("other/gateway/a/state"), "");
+    site.End();
+}
+
+TEST(Gateway, BirthsSayWhatIsNowAndADeathIsTheLastWord)
+{
+    GatewaySite site({"a", "b"});
+    site.config.broker.format = PayloadKind::Sparkplug;
+    site.config.broker.batch_ms = 1500;
+    site.config.sensors[0].records = false; // or it would be born to send what it has
+    const auto number = [&](const std::string& what) { return site.broker.On("spBv1.0/orvex/" + what).size(); };
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return number("DDATA/gateway/a") > 2 && number("DDATA/gateway/b") > 2; }));
+    site.broker.Disconnect();
+    site.sensors[0]->Unplug();
+    ASSERT_TRUE(site.Until([&] { return site.log.back().starts_with("a: no port"); }));
+    site.broker.sent.clear();
+    site.broker.acknowledged = 0;
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return number("DDATA/gateway/b") > 2; }));
+    EXPECT_EQ(number("DBIRTH/gateway/a"), 0U) << "it has gone meanwhile";
+    GatewayConfig wanted = site.config;
+    wanted.sensors.pop_back();
+    site.gateway->Reload(wanted);
+    ASSERT_TRUE(site.Until([&] { return number("DDEATH/gateway/b") > 0; }));
+    const double end_s = modAPI::UpTime_s() + 2.0;
+    site.Until([&] { return modAPI::UpTime_s() > end_s; });
+    std::string last;
+    for (const MqttMessage& message : site.broker.sent) {
+        last = message.topic.ends_with("/b") ? message.topic : last;
+    }
+    EXPECT_EQ(last, "spBv1.0/orvex/DDEATH/gateway/b");
     site.End();
 }
 
