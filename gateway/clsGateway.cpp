@@ -101,7 +101,8 @@ void clsGateway::begin(const SensorConfig& sensor)
     const clsSensorLine::Places places{.backups = m_config.folder / "BACKUP",
                                        .passports = m_config.folder / "PASSPORT",
                                        .version = m_parts.version,
-                                       .run = m_journal.Run()};
+                                       .run = m_journal.Run(),
+                                       .portSensors = &m_portSensors};
     auto entry = std::make_unique<Entry>(std::make_unique<clsSensorLine>(
         sensor, m_journal.FolderOf(sensor.name), places, static_cast<SensorLineListener&>(*this), m_now_s));
     // Not all at once: each second has its share of states.

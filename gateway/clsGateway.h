@@ -6,6 +6,7 @@
 #include "gateway/clsJournal.h"
 #include "gateway/clsPublisher.h"
 #include "gateway/clsSensorLine.h"
+#include "store/clsPortSensors.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -136,6 +137,7 @@ private:
     void Happened(clsSensorLine& line, std::string_view what, const Details& details) override;
 
     GatewayConfig m_config;
+    clsPortSensors m_portSensors{m_config.folder / "PASSPORT"}; ///< read before the first line begins
     Parts m_parts;
     clsJournal& m_journal;
     std::unique_ptr<MessageFormat> m_format;

@@ -77,7 +77,8 @@ clsSensorLine::clsSensorLine(SensorConfig config, std::filesystem::path recordin
     m_session.Writes().Keep({.backups = places.backups,
                              .passports = places.passports,
                              .user = modAPI::UserName(),
-                             .version = places.version});
+                             .version = places.version,
+                             .portSensors = places.portSensors});
     if (m_config.every_ms) {
         m_session.Wanted = [this](const Measurement& measurement) { return wants(measurement); };
     }

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+class clsPortSensors;
 class clsSensorLine;
 
 /// Whom a line tells. Everything is called while the line is served.
@@ -48,8 +49,9 @@ public:
     /// What all sensors of a gateway have in common.
     struct Places {
         std::filesystem::path backups, passports;
-        std::string version;  ///< of the program
-        std::int64_t run = 0; ///< of the gateway
+        std::string version;                   ///< of the program
+        std::int64_t run = 0;                  ///< of the gateway
+        clsPortSensors* portSensors = nullptr; ///< may be null
     };
 
     /// Recordings are made in `recordings`. `listener` must outlive the line.

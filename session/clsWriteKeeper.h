@@ -18,6 +18,8 @@
 #include <string_view>
 #include <system_error>
 
+class clsPortSensors;
+
 class clsWriteKeeper {
 public:
     /// Where things are kept, and what a passport says about who wrote. An empty folder keeps nothing.
@@ -25,6 +27,8 @@ public:
         std::filesystem::path backups{};   ///< "BACKUP" in the program's folder
         std::filesystem::path passports{}; ///< "PASSPORT" in the program's folder
         std::string user{}, version{};     ///< UTF-8
+        /// Of the same passports, shared with other sessions; null: this session reads them for each new port.
+        clsPortSensors* portSensors = nullptr;
     };
     void Keep(const Places& places) { m_places = places; }
     const Places& Kept() const { return m_places; }
@@ -43,7 +47,7 @@ public:
     /// a sensor in the place of another one on the same port, also after a restart of the program. A dump has no
     /// checksum: where a sensor is known already, on this port or by this number, another identity waits for the next
     /// dump that says the same. What changes by itself, as the hardware's state does with the laser, is no other
-    /// identity. Call it for each dump: the first one on a port looks into all passports.
+    /// identity. Call it for each dump: the first one on a port looks into all passports, unless they are shared.
     void NoteIdentity(const SensorIdentity& sensor, const ParameterSet& set, std::string_view port, double now);
 
     /// The last write; null before the first one.

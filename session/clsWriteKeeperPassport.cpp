@@ -1,6 +1,7 @@
 // What goes into a sensor's passport, and when.
 #include "base/CodePage.h"
 #include "session/clsWriteKeeper.h"
+#include "store/clsPortSensors.h"
 
 #include <algorithm>
 #include <array>
@@ -94,6 +95,9 @@ void clsWriteKeeper::NoteIdentity(const SensorIdentity& sensor, const ParameterS
     entry.identity = withoutHardware(sensor);
     entry.replaced = isReplaced ? Utf8Of(*before) : std::string();
     m_portSensors[m_port] = sensor.SerialNo;
+    if (m_places.portSensors != nullptr) {
+        m_places.portSensors->Note(sensor.SerialNo, m_port, now);
+    }
     keepEntry(sensor.SerialNo, std::move(entry), kTickPatience);
     ++m_version;
 }
@@ -102,13 +106,9 @@ void clsWriteKeeper::NoteIdentity(const SensorIdentity& sensor, const ParameterS
 const std::string* clsWriteKeeper::sensorOn(const std::string& port)
 {
     const auto [last, isFirst] = m_portSensors.try_emplace(port);
-    double time = 0.0;
-    for (const auto& file : isFirst ? modPassport::List(m_places.passports) : std::vector<std::filesystem::path>()) {
-        const auto newest = modPassport::Newest(file, Event::Identity);
-        if (newest && newest->port == port && newest->time >= time) {
-            time = newest->time;
-            last->second = newest->identity.SerialNo;
-        }
+    if (isFirst) {
+        last->second = m_places.portSensors != nullptr ? m_places.portSensors->LastOn(port)
+                                                       : clsPortSensors(m_places.passports).LastOn(port);
     }
     return last->second ? &*last->second : nullptr;
 }

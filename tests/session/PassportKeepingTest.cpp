@@ -1,10 +1,12 @@
 // What a session notes in the passport of its sensor, and what it does not.
 #include "sensor/modRVQComm.h"
 #include "session/clsWriteKeeper.h"
+#include "store/clsPortSensors.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/MeasuringSite.h"
 
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace {
 
@@ -14,13 +16,24 @@ struct Keeping {
     TemporaryFolder folder;
     clsWriteKeeper keeper;
     double now = kNow;
+    std::optional<clsPortSensors> shared;
 
-    Keeping() { Begin(); }
-    /// The program is started again.
+    /// With `isShared`, the sessions of one program.
+    explicit Keeping(bool isShared = false)
+    {
+        if (isShared) {
+            shared.emplace(folder.path / "PASSPORT");
+        }
+        Begin();
+    }
+    /// The program is started again, or there is another session.
     void Begin()
     {
         keeper = {};
-        keeper.Keep({.passports = folder.path / "PASSPORT", .user = "anna", .version = "1.0"});
+        keeper.Keep({.passports = folder.path / "PASSPORT",
+                     .user = "anna",
+                     .version = "1.0",
+                     .portSensors = shared ? &*shared : nullptr});
     }
     void Connect(const std::string& serialNo, const std::string& version = "4.2", const std::string& hardware = "off",
                  const std::string& port = "COM 1")
@@ -43,9 +56,12 @@ struct Keeping {
     }
 };
 
-TEST(PassportKeeping, OnlyAnotherIdentityOrAnotherSensorOnThePortMakesALine)
+class PassportKeepingAlike : public testing::TestWithParam<bool> {};
+INSTANTIATE_TEST_SUITE_P(AloneAndShared, PassportKeepingAlike, testing::Bool());
+
+TEST_P(PassportKeepingAlike, OnlyAnotherIdentityOrAnotherSensorOnThePortMakesALine)
 {
-    Keeping keeping;
+    Keeping keeping(GetParam());
     struct Step {
         bool starts; ///< the program is started again before
         const char *serialNo, *version, *hardware, *port;
