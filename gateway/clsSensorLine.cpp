@@ -19,7 +19,7 @@ namespace {
 constexpr double kFirstPause_s = 10.0, kLongestPause_s = 300.0; // before a failed recording is tried again
 constexpr double kLasting_s = 60.0;                             // then a recording counts as a success
 constexpr double kOperation_s = 10.0;                           // what is under way when the line is to be left
-constexpr double kStop_s = 1.0, kQuiet_s = 0.2;
+constexpr double kStop_s = 1.0, kQuiet_s = 0.2, kWriting_s = 2.0;
 constexpr std::size_t kMostChanges = 20; // in one event
 
 /// As it comes out of a recording.
@@ -140,6 +140,11 @@ void clsSensorLine::Serve(double now, double now_s)
     m_phase.Ticked(now_s);
     m_session.ServeFiles(now);
     noteRecording(now_s);
+    if (m_leaving == Leaving::Writing) {
+        const bool isLate = now_s > m_leaveUntil_s;
+        m_leaving = m_session.Recorder().IsWriting() && !isLate ? Leaving::Writing : Leaving::Left;
+        return;
+    }
     m_session.Loop().PollTemperature(m_config.temperature_s > 0 && now_s >= m_temperatureDue_s);
     m_session.Tick(now);
     noteRecording(now_s);
@@ -377,7 +382,8 @@ void clsSensorLine::leave(double now_s)
         m_session.Recorder().Stop(); // what came before the stop counts is recorded like all others
         noteRecording(now_s);
         m_session.End();
-        m_leaving = Leaving::Left;
+        m_leaving = Leaving::Writing;
+        m_leaveUntil_s = now_s + kWriting_s;
     } else if (now_s - m_stoppedAt_s > 2.0 * kQuiet_s) {
         m_session.Device().StopMeasurement();
         m_stoppedAt_s = now_s;

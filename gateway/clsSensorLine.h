@@ -99,11 +99,11 @@ public:
     bool HasLeft() const { return m_leaving == Leaving::Left; }
     /// It has left without any of this: only its recording is closed. For a line that cannot be served any more.
     void GiveUp(double now_s);
-    /// Once it has left: waits until its recording is on the disk.
+    /// Once it has left: waits until its recording is on the disk, if the disk is slow.
     bool FinishWriting(std::chrono::milliseconds patience) { return m_session.FinishWriting(patience); }
 
 private:
-    enum class Leaving : std::uint8_t { No, Finishing, Stopping, Left };
+    enum class Leaving : std::uint8_t { No, Finishing, Stopping, Writing, Left };
 
     static modGlobals::Settings settingsFor(const SensorConfig& config, modPComm::PortDevices& devices);
     RecordingInfo origin() const;

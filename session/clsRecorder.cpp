@@ -11,8 +11,6 @@
 
 namespace {
 
-/// A fast disk finishes within this time, so a short wait is never shown.
-constexpr std::chrono::milliseconds kBriefly{100};
 /// Ticks are 50 ms apart; after more than this, the clock was set or the computer slept.
 constexpr double kLongestTick_s = 60.0;
 /// The rate is that of so many seconds.
@@ -316,11 +314,11 @@ void clsRecorder::StartPlaying(const std::filesystem::path& file)
     Mode = m_lastMode = RecorderPlaying;
 }
 
-void clsRecorder::Stop()
+void clsRecorder::Stop(std::chrono::milliseconds patience)
 {
     if (std::exchange(Mode, RecorderIdle) == RecorderRecording) {
         endRecording();
-        FinishWriting(kBriefly);
+        FinishWriting(patience);
     }
 }
 

@@ -51,6 +51,9 @@ struct RecordFigures {
 
 class clsRecorder {
 public:
+    /// A fast disk finishes within this time, so a short wait is never shown.
+    static constexpr std::chrono::milliseconds kBriefly{100};
+
     /// Recordings are made in `folder`, which is created with the first one.
     explicit clsRecorder(std::filesystem::path folder, const RecordDisk& disk = {})
         : m_folder(std::move(folder)), m_disk(disk)
@@ -97,8 +100,8 @@ public:
     void StartPlaying(const std::filesystem::path& file);
     /// Ends a recording or a playback. A recording without a single line leaves no file. The disk may take many seconds
     /// for the last lines, so a thread waits for it; see `IsWriting`. Another recording or a playback may begin
-    /// meanwhile.
-    void Stop();
+    /// meanwhile. Waits for `patience` at most.
+    void Stop(std::chrono::milliseconds patience = kBriefly);
     /// Whether a recording that has ended is still on its way to the disk.
     bool IsWriting() const { return !m_ended.empty(); }
     /// Waits for all ended recordings, for `patience` at most. True when each is on the disk or has failed.

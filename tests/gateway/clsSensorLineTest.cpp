@@ -1,4 +1,5 @@
 // What one sensor of the gateway does and tells.
+#include "store/modSidecar.h"
 #include "tests/gateway/LineOfSimulatedSensor.h"
 #include "tests/support/FullDisk.h"
 
@@ -82,6 +83,19 @@ TEST(SensorLines, AFullDiskIsToldOnceAndValuesGoOn)
     EXPECT_EQ(site.told.events, std::vector<std::string>{"recording failed"});
     EXPECT_EQ(site.told.values.back().sequence, 0);
     EXPECT_FALSE(site.line.State(0.0).isRecording || site.line.State(0.0).whyNotRecording.empty());
+}
+
+TEST(SensorLines, ALineHasLeftWhenItsRecordingIsComplete)
+{
+    LineOfSimulatedSensor site;
+    ASSERT_TRUE(site.Until([&] { return site.told.lastSequence >= 3; }));
+    site.line.BeginLeaving(modAPI::UpTime_s());
+    ASSERT_TRUE(site.Until([&] { return site.line.HasLeft(); }));
+    EXPECT_EQ(site.told.ended, 1);
+    std::error_code none;
+    const auto info = modSidecar::Read(modSidecar::SidecarOf(site.told.recordings.at(0)), none);
+    ASSERT_TRUE(info && info->end);
+    EXPECT_EQ(info->account.recorded, site.told.lastSequence);
 }
 
 TEST(SensorLines, AParameterThatIsChangedElsewhereIsTold)
