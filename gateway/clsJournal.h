@@ -34,7 +34,8 @@ public:
     /// Where a sensor's recordings go, and the name without ".rec" for one that begins now, see `RecordPlan`.
     std::filesystem::path FolderOf(std::string_view sensor) const;
     std::string NameForRecording(std::string_view sensor);
-    /// A recording of a sensor has begun in this file; its first line has this sequence number in the present run.
+    /// A recording of a sensor has begun in this file, or goes on in it; the first line of the recording has this
+    /// sequence number in the present run.
     void Began(std::string_view sensor, const std::filesystem::path& file, std::int64_t firstSequence);
     /// So many lines have been handed over to it; and whether it is complete, so that no line follows.
     void Recorded(std::string_view sensor, std::int64_t lastSequence);

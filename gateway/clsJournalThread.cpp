@@ -323,16 +323,20 @@ void clsJournalThread::movePositions()
 void clsJournalThread::deleteSurplus()
 {
     double now = 0.0;
+    modJournalFolder::WrittenFiles written;
     {
         const std::scoped_lock lock(m_mutex);
         now = m_now;
-    }
-    const bool isDue = now != 0.0 && (now >= m_lookedAt + kLookEvery || now < m_lookedAt);
-    if (!isDue) {
-        return;
+        const bool isDue = now != 0.0 && (now >= m_lookedAt + kLookEvery || now < m_lookedAt);
+        if (!isDue) {
+            return;
+        }
+        for (const auto& [name, sensor] : m_sensors) {
+            written.emplace(name, sensor.Written(Clock::now()));
+        }
     }
     m_lookedAt = now;
-    const auto surplus = modJournalFolder::SurplusOf(m_recordings, m_run, m_mostBytes, m_mostDays, now);
+    const auto surplus = modJournalFolder::SurplusOf(m_recordings, written, m_mostBytes, m_mostDays, now);
     for (const auto& [sensor, file] : surplus) {
         drop(sensor, file.part);
     }

@@ -89,13 +89,17 @@ RecordingKey clsSensorJournal::NewKey()
 
 void clsSensorJournal::Began(const RecordingPart& file)
 {
+    if (const auto running = m_recordings.find(file.key); running != m_recordings.end()) {
+        running->second.writtenPart = file.part;
+        return;
+    }
     for (auto& [before, recording] : m_recordings) {
         if (!isOld(before) && !recording.ended) {
             recording.ended = Clock::now();
         }
     }
-    Recording& recording = m_recordings.insert_or_assign(file.key, fresh(file.key)).first->second;
-    recording.place.part = recording.read.part = file.part;
+    Recording& recording = m_recordings.emplace(file.key, fresh(file.key)).first->second;
+    recording.place.part = recording.read.part = recording.writtenPart = file.part;
     recording.last = m_last = file.key.first - 1;
     m_isChanged = true;
     prune();
@@ -114,6 +118,17 @@ void clsSensorJournal::Ended(Clock::time_point now)
     if (!m_recordings.empty() && !isOld(m_recordings.rbegin()->first)) {
         m_recordings.rbegin()->second.ended = now;
     }
+}
+
+std::vector<RecordingPart> clsSensorJournal::Written(Clock::time_point now) const
+{
+    std::vector<RecordingPart> written;
+    for (const auto& entry : m_recordings) {
+        if (!isClosed(entry, now)) {
+            written.push_back({entry.first, entry.second.writtenPart});
+        }
+    }
+    return written;
 }
 
 /// The recordings of a run that have these numbers, each with its share of them.
@@ -296,9 +311,11 @@ void clsSensorJournal::Take(const ReadTask& task, ReadResult result)
     Recording& recording = found->second;
     if (result.isMisplaced) {
         const std::int64_t last = recording.last;
+        const std::int32_t writtenPart = recording.writtenPart;
         const auto ended = recording.ended;
         recording = fresh(task.key);
         recording.last = last;
+        recording.writtenPart = writtenPart;
         recording.ended = ended;
         m_isChanged = true;
         return;

@@ -53,10 +53,13 @@ public:
     void Restore(const SensorPosition* position, std::span<const JournalFile> files);
 
     RecordingKey NewKey();
+    /// Also when the recording that runs goes on in another file.
     void Began(const RecordingPart& file);
     void Recorded(std::int64_t last);
     void Ended(Clock::time_point now);
     std::int64_t Last() const { return m_last; }
+    /// The files that are written, or may be because a disk is late.
+    std::vector<RecordingPart> Written(Clock::time_point now) const;
     void SentLive(std::int64_t first, std::int64_t last);
     void Acknowledged(std::int64_t run, std::int64_t first, std::int64_t last);
     void Unsent();
@@ -90,7 +93,8 @@ private:
         LinePlace read;  ///< so far lines were read
         std::int64_t next = 1;
         clsRanges acknowledged, sent;
-        std::int64_t last = 0;           ///< handed over in this run
+        std::int64_t last = 0; ///< handed over in this run
+        std::int32_t writtenPart = 1;
         std::optional<std::int64_t> end; ///< behind the last line; then nothing is left to read
         bool isHeld = false;
         std::optional<Clock::time_point> ended;

@@ -174,7 +174,9 @@ void clsSensorLine::beginRecording(double now_s)
     m_recordingSince_s = now_s;
     m_knownLines = 0;
     m_whyNotRecording.clear();
-    m_listener.RecordingBegan(*this, m_session.Recorder().FileName, m_sequence + 1);
+    m_recordingFile = m_session.Recorder().FileName;
+    m_recordingFirst = m_sequence + 1;
+    m_listener.RecordingBegan(*this, m_recordingFile, m_recordingFirst);
 }
 
 /// Lines that never reach the disk are taken back by the recorder; their numbers stay theirs.
@@ -190,8 +192,14 @@ void clsSensorLine::noteRecording(double now_s)
         if (m_leaving == Leaving::No) {
             failRecording(modErrorText::Of(m_session.Recorder().Failure(), LanguageEnglish), now_s);
         }
-    } else if (now_s - m_recordingSince_s > kLasting_s) {
+        return;
+    }
+    if (now_s - m_recordingSince_s > kLasting_s) {
         m_recordPause_s = kFirstPause_s;
+    }
+    if (m_recordingFile != m_session.Recorder().FileName) {
+        m_recordingFile = m_session.Recorder().FileName;
+        m_listener.RecordingBegan(*this, m_recordingFile, m_recordingFirst);
     }
 }
 
@@ -379,7 +387,8 @@ void clsSensorLine::leave(double now_s)
     }
     const bool isQuiet = now_s - std::max(m_lastByte_s, m_stoppedAt_s) > kQuiet_s;
     if (!m_isConnected || isQuiet || now_s > m_leaveUntil_s) {
-        m_session.Recorder().Stop(); // what came before the stop counts is recorded like all others
+        // What came before the stop counts is recorded like all others. The disk is not waited for: other lines go on.
+        m_session.Recorder().Stop(std::chrono::milliseconds::zero());
         noteRecording(now_s);
         m_session.End();
         m_leaving = Leaving::Writing;

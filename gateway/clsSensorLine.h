@@ -32,7 +32,7 @@ public:
 
     /// A recording is about to begin: its name without ".rec".
     virtual std::string NameForRecording(clsSensorLine& line) = 0;
-    /// It has begun in this file; its first line gets this sequence number.
+    /// It has begun in this file, or goes on in it; the first line of the recording has this sequence number.
     virtual void RecordingBegan(clsSensorLine& line, const std::filesystem::path& file, std::int64_t firstSequence) = 0;
     /// Lines up to this one were handed over to it.
     virtual void Recorded(clsSensorLine& line, std::int64_t lastSequence) = 0;
@@ -140,6 +140,8 @@ private:
     std::uint64_t m_dumps = 0;
 
     bool m_isRecording = false;
+    std::string m_recordingFile;       ///< as it was told last
+    std::int64_t m_recordingFirst = 0; ///< sequence number of its first line
     std::string m_whyNotRecording;
     double m_recordAgain_s = 0.0, m_recordPause_s, m_recordingSince_s = 0.0;
     std::int64_t m_sequence = 0;   ///< of the last recorded value

@@ -52,6 +52,14 @@ double daysOf(const timespec& time)
     return static_cast<double>(unixDay) + static_cast<double>(time.tv_sec) / kSecondsPerDay;
 }
 
+bool isWritten(const WrittenFiles& written, const std::string& sensor, const RecordingPart& part)
+{
+    const auto found = written.find(sensor);
+    return found != written.end() && std::ranges::any_of(found->second, [&](const RecordingPart& file) {
+               return file.key == part.key && part.part >= file.part;
+           });
+}
+
 } // namespace
 
 std::vector<std::string> SensorsIn(const std::filesystem::path& folder)
@@ -96,20 +104,18 @@ bool Delete(const std::filesystem::path& folder, const RecordingPart& part)
     return true;
 }
 
-std::vector<Surplus> SurplusOf(const std::filesystem::path& folder, std::int64_t run, std::int64_t most_bytes,
-                               std::int32_t most_days, double now)
+std::vector<Surplus> SurplusOf(const std::filesystem::path& folder, const WrittenFiles& written,
+                               std::int64_t most_bytes, std::int32_t most_days, double now)
 {
     std::vector<Surplus> all;
     std::int64_t bytes = 0;
     for (const std::string& sensor : SensorsIn(folder)) {
-        const auto files = FilesIn(folder / sensor);
-        double written = 0.0;
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            const bool isLast = i + 1 == files.size() || files[i + 1].part.key != files[i].part.key;
-            bytes += files[i].bytes;
-            if (!isLast || files[i].part.key.run != run) {
-                all.push_back({sensor, files[i]});
-                written = all.back().file.written = std::max(written, files[i].written); // later ones go later
+        double latest = 0.0;
+        for (JournalFile& file : FilesIn(folder / sensor)) {
+            bytes += file.bytes;
+            if (!isWritten(written, sensor, file.part)) {
+                latest = file.written = std::max(latest, file.written); // later ones go later
+                all.push_back({sensor, file});
             }
         }
     }

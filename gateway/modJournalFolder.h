@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -25,14 +27,16 @@ std::vector<JournalFile> FilesIn(const std::filesystem::path& folder);
 /// Deletes a file of a recording and its sidecar. False, with errno set, when the file is still there.
 bool Delete(const std::filesystem::path& folder, const RecordingPart& part);
 
+/// The file of each recording that goes on, by sensor. The recorder may have begun a later one meanwhile.
+using WrittenFiles = std::map<std::string, std::vector<RecordingPart>, std::less<>>;
+
 struct Surplus {
     std::string sensor;
     JournalFile file;
 };
 /// The files that have to go, in this order: the oldest first, those of one sensor in their order, until no more than
-/// `most_bytes` are left and none was written more than `most_days` ago; 0 is no bound. The file that a recording of
-/// this run writes stays.
-std::vector<Surplus> SurplusOf(const std::filesystem::path& folder, std::int64_t run, std::int64_t most_bytes,
-                               std::int32_t most_days, double now);
+/// `most_bytes` are left and none was written more than `most_days` ago; 0 is no bound. Files that are written stay.
+std::vector<Surplus> SurplusOf(const std::filesystem::path& folder, const WrittenFiles& written,
+                               std::int64_t most_bytes, std::int32_t most_days, double now);
 
 } // namespace modJournalFolder

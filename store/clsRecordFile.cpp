@@ -18,7 +18,7 @@ std::error_code lastError()
     return {errno, std::generic_category()};
 }
 
-std::string nameOf(const std::string& chosen, std::int16_t number)
+std::string nameOf(const std::string& chosen, std::int32_t number)
 {
     std::string name = chosen.empty() ? "SAVE" : chosen;
     if (chosen.empty()) {
@@ -29,8 +29,14 @@ std::string nameOf(const std::string& chosen, std::int16_t number)
     return name.append(".rec");
 }
 
+struct Created {
+    FileHandle file;
+    std::filesystem::path path;
+    std::int32_t number = 0;
+};
+
 /// Creates the first file that is free.
-std::pair<FileHandle, std::filesystem::path> create(const RecordPlace& place)
+Created create(const RecordPlace& place)
 {
     std::filesystem::create_directories(place.folder);
     // Each line goes to the end, wherever that is: when another program empties the file, no gap is left before the
@@ -38,22 +44,20 @@ std::pair<FileHandle, std::filesystem::path> create(const RecordPlace& place)
     constexpr int kMode = O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC;
     // Deliberate: the number of a recording has 16 bits; with 32767 files in the folder, no further recording can
     // begin.
-    for (std::int16_t number = 1;; number = static_cast<std::int16_t>(number + 1)) {
+    for (std::int32_t number = place.first; number <= std::numeric_limits<std::int16_t>::max(); ++number) {
         const auto path = place.folder / nameOf(place.name, number);
         std::error_code unknown;
         // Beside SAVE0001.rec the program alone writes, so what is there was left behind by a recording.
         const bool isTaken = !place.name.empty() && std::filesystem::exists(modSidecar::SidecarOf(path), unknown);
         FileHandle file(isTaken ? -1 : open(path.c_str(), kMode, 0666));
         if (file.IsOpen()) {
-            return {std::move(file), path};
+            return {std::move(file), path, number};
         }
         if (!isTaken && errno != EEXIST) {
             throw std::system_error(lastError(), path.string());
         }
-        if (number == std::numeric_limits<std::int16_t>::max()) {
-            throw std::overflow_error(place.folder.string() + " holds no further recording");
-        }
     }
+    throw std::overflow_error(place.folder.string() + " holds no further recording");
 }
 
 /// Writes a file to the disk and, if one is named, its folder: the file's name reaches the disk only with the folder.
@@ -89,13 +93,16 @@ bool clsRecordFile::IsName(std::string_view name)
 clsRecordFile::clsRecordFile(const RecordPlace& place, const RecordDisk& disk)
     : m_disk(disk), m_unflushedFolder(place.folder)
 {
-    std::tie(m_file, m_path) = create(place);
+    Created created = create(place);
+    m_file = std::move(created.file);
+    m_path = std::move(created.path);
+    m_number = created.number;
     m_identity = FileIdentity::Of(m_file.Descriptor());
 }
 
 std::filesystem::path clsRecordFile::Reserve(const RecordPlace& place)
 {
-    return create(place).second;
+    return create(place).path;
 }
 
 clsRecordFile::Written clsRecordFile::Write(std::string_view lines, Clock::time_point now)

@@ -29,6 +29,7 @@ struct RecordDisk {
 struct RecordPlace {
     std::filesystem::path folder;
     std::string name;
+    std::int32_t first = 1; ///< the number that is tried first
 };
 
 class clsRecordFile {
@@ -50,6 +51,8 @@ public:
     static std::filesystem::path Reserve(const RecordPlace& place);
 
     const std::filesystem::path& Path() const { return m_path; }
+    /// The number in its name.
+    std::int32_t Number() const { return m_number; }
     /// Empty when the system could not tell.
     const std::optional<FileIdentity>& Identity() const { return m_identity; }
     struct Written {
@@ -75,6 +78,7 @@ private:
 
     RecordDisk m_disk;
     std::filesystem::path m_path, m_unflushedFolder;
+    std::int32_t m_number = 0;
     FileHandle m_file;
     std::optional<FileIdentity> m_identity;
     std::int64_t m_bytes = 0;

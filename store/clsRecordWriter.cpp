@@ -77,7 +77,7 @@ private:
     void noteSidecar(const std::filesystem::path& sidecar, const std::error_code& error);
     void fail(const std::error_code& error);
 
-    const RecordPlace m_place;
+    RecordPlace m_place; ///< of the next file
     const RecordDisk m_disk;
     mutable std::mutex m_mutex;
     std::condition_variable m_wake, m_ended;
@@ -267,8 +267,10 @@ void clsRecordWriter::Worker::lookAtSpace()
     m_progress.free = unknown ? std::nullopt : std::optional(space.available);
 }
 
+/// The next file gets a higher number: one that was deleted meanwhile does not come back behind those after it.
 void clsRecordWriter::Worker::noteFile()
 {
+    m_place.first = m_file->Number() + 1;
     const std::scoped_lock lock(m_mutex);
     m_progress.file = m_file->Path();
     m_progress.bytes = 0;

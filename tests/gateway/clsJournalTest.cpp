@@ -1,6 +1,7 @@
 #include "gateway/clsJournal.h"
 
 #include "gateway/clsRecordingWalk.h"
+#include "gateway/modJournalFolder.h"
 #include "session/clsRecorder.h"
 #include "tests/gateway/JournalSite.h"
 #include "tests/support/FullDisk.h"
@@ -391,6 +392,68 @@ TEST(Journal, TheOldestFilesGoFirstAndAreCounted)
     EXPECT_TRUE(std::filesystem::exists(outside) &&
                 std::filesystem::exists(site.folder / "REC" / "a" / "SAVE0001.rec"));
     EXPECT_EQ(site.journal->Dropped("b"), 400);
+}
+
+TEST(Journal, ADeletedFileOfARunningRecordingLeavesTheOthersInOrder)
+{
+    JournalSite site;
+    site.bounds.most_days = 8;
+    site.Kill();
+    clsRecorder recorder(site.journal->FolderOf("a"));
+    recorder.Flush(JournalSite::kTime);
+    recorder.StartRecording({.name = site.journal->NameForRecording("a"), .parts = PartsHourly});
+    site.journal->Began("a", recorder.FileName, 1);
+    const RecordingKey key{site.journal->Run(), 1};
+    const auto recordHour = [&](std::int32_t hour) {
+        for (std::int32_t mm = hour * 20 - 19; mm <= hour * 20; ++mm) {
+            recorder.Record({.value = 1.0 * mm,
+                             .value_mm = mm,
+                             .unit = 0,
+                             .outputFormat = 2,
+                             .time = JournalSite::kTime + hour / 24.0 + mm / kSecondsPerDay},
+                            "23 C");
+            site.journal->Recorded("a", mm);
+        }
+        EXPECT_TRUE(JournalSite::Until([&] {
+            recorder.Flush(JournalSite::kTime);
+            return recorder.Figures().waiting == 0;
+        }));
+        site.journal->Began("a", recorder.FileName, 1);
+        return *modRecordingName::PartOf(std::filesystem::path(recorder.FileName).filename().native());
+    };
+    const auto exists = [&](std::int32_t part) { return std::filesystem::exists(site.FileOf("a", {key, part})); };
+    for (std::int32_t hour = 1; hour <= 3; ++hour) {
+        EXPECT_EQ(recordHour(hour).part, hour);
+    }
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24 * 9);
+    for (const std::int32_t part : {1, 3}) {
+        std::filesystem::last_write_time(site.FileOf("a", {key, part}), old);
+    }
+    site.journal->Serve(25569.0 + static_cast<double>(std::time(nullptr)) / kSecondsPerDay);
+    EXPECT_TRUE(JournalSite::Until([&] { return !exists(1); }));
+    for (std::int32_t hour = 4; hour <= 5; ++hour) {
+        EXPECT_EQ(recordHour(hour).part, hour) << "no name comes back";
+    }
+    const auto values = site.Drain("a");
+    EXPECT_EQ(numbersOf(values), span(21, 100));
+    EXPECT_TRUE(std::ranges::all_of(values, [](const auto& value) { return value.sequence == value.value_mm; }));
+    EXPECT_EQ(site.journal->Dropped("a"), 20);
+    EXPECT_EQ(site.journal->Problem(), "");
+}
+
+TEST(Journal, AFileThatIsWrittenStaysWhicheverItIs)
+{
+    JournalSite site;
+    const RecordingKey ended{2, 1}, running{2, 21};
+    for (const RecordingPart& part : {RecordingPart{ended, 1}, {ended, 2}, {running, 1}, {running, 2}, {running, 3}}) {
+        site.Put("a", part, JournalSite::Lines(1, 10));
+    }
+    const auto surplus =
+        modJournalFolder::SurplusOf(site.folder / "REC", {{"a", {{running, 2}}}}, 1, 0, JournalSite::kTime);
+    std::vector<RecordingPart> parts;
+    std::ranges::transform(surplus, std::back_inserter(parts), [](const auto& file) { return file.file.part; });
+    EXPECT_EQ(parts, (std::vector<RecordingPart>{{ended, 1}, {ended, 2}, {running, 1}}))
+        << "the recorder may have begun the third one";
 }
 
 TEST(Journal, EventsWaitInTheirFile)
