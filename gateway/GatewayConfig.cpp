@@ -3,6 +3,7 @@
 #include "base/Numbers.h"
 #include "base/PlainText.h"
 #include "base/modFiles.h"
+#include "gateway/modBrokerHosts.h"
 #include "gateway/modTopic.h"
 #include "port/SerialPort.h"
 #include "port/modPComm.h"
@@ -75,6 +76,14 @@ std::string takeWord(std::string_view value, std::string& word)
 {
     word = value;
     return PlainText(value, kLongestWord) == value && !value.empty() ? "" : "a short text";
+}
+
+std::string takeHosts(std::string_view value, std::string& hosts)
+{
+    hosts = value;
+    return modBrokerHosts::Read(value, 1)
+               ? ""
+               : "names or addresses with commas between them, each with \":\" and a port if it has one of its own";
 }
 
 std::string takeAllowed(std::string_view value, std::set<CommandKind>& allowed)
@@ -158,7 +167,7 @@ constexpr Key<GatewayConfig> kGatewayKeys[] = {
 };
 
 constexpr Key<BrokerConfig> kBrokerKeys[] = {
-    {"Host", [](std::string_view value, BrokerConfig& broker) { return takeWord(value, broker.host); }},
+    {"Host", [](std::string_view value, BrokerConfig& broker) { return takeHosts(value, broker.host); }},
     {"Port", [](std::string_view value, BrokerConfig& broker) { return takeNumber(value, 1, 65535, broker.port); }},
     {"TLS", [](std::string_view value, BrokerConfig& broker) { return takeYesNo(value, broker.usesTls); }},
     {"Plain", [](std::string_view value, BrokerConfig& broker) { return takeYesNo(value, broker.mayBePlain); }},
@@ -199,19 +208,10 @@ bool isAddress(std::string_view host)
 }
 
 /// Whether nobody on another machine can listen.
-bool isLoopback(std::string_view host)
+bool isLoopback(const BrokerHost& host)
 {
-    host = Trimmed(host);
-    const bool isIpv6 = host == "::1" || host == "[::1]" || host.starts_with("[::1]:");
-    const std::string_view name = isIpv6 ? host : host.substr(0, host.find(':'));
-    return isIpv6 || modIni::IsSameName(name, "localhost") || (name.starts_with("127.") && isAddress(name));
-}
-
-/// The same for all hosts of a list.
-bool areLoopback(std::string_view hosts)
-{
-    const std::size_t end = hosts.find(',');
-    return isLoopback(hosts.substr(0, end)) && (end == hosts.npos || areLoopback(hosts.substr(end + 1)));
+    return host.name == "::1" || modIni::IsSameName(host.name, "localhost") ||
+           (host.name.starts_with("127.") && isAddress(host.name));
 }
 
 /// As far as it can be told without a look at the system: the same text for the same device.
@@ -405,7 +405,8 @@ void clsConfigReader::checkBroker()
     if (broker.usesTls && lineOf("Port") == 0) {
         broker.port = kTlsPort;
     }
-    if (!broker.usesTls && !broker.mayBePlain && !areLoopback(broker.host)) {
+    const auto hosts = modBrokerHosts::Read(broker.host, broker.port);
+    if (!broker.usesTls && !broker.mayBePlain && hosts && !std::ranges::all_of(*hosts, isLoopback)) {
         complain(lineOf("Host"),
                  "values would go to another machine where anybody on the way can read and change them; "
                  "set TLS=yes, or Plain=yes if that is meant");

@@ -2,10 +2,10 @@
 
 #include "base/FileHandle.h"
 #include "gateway/clsMqttConnection.h"
+#include "gateway/modBrokerHosts.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <condition_variable>
 #include <csignal>
 #include <iterator>
@@ -243,22 +243,10 @@ namespace {
 /// The configuration with one of the hosts that it names, by the number of the attempt.
 BrokerConfig withHost(BrokerConfig config, std::size_t attempt)
 {
-    std::vector<std::string> hosts(1);
-    for (const char c : config.host) {
-        if (c == ',') {
-            hosts.emplace_back();
-        } else if (c != ' ') {
-            hosts.back() += c;
-        }
-    }
-    config.host = hosts[attempt % hosts.size()];
-    const auto colon = config.host.find(':');
-    if (colon == std::string::npos || config.host.find(':', colon + 1) != std::string::npos) { // or an IPv6 address
-        return config;
-    }
-    const char* end = config.host.data() + config.host.size();
-    if (std::from_chars(config.host.data() + colon + 1, end, config.port).ptr == end) {
-        config.host.resize(colon);
+    if (const auto hosts = modBrokerHosts::Read(config.host, config.port)) { // else it is not found
+        const BrokerHost& host = (*hosts)[attempt % hosts->size()];
+        config.host = host.name;
+        config.port = host.port;
     }
     return config;
 }

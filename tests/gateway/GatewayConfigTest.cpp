@@ -1,6 +1,7 @@
 // What a configuration says, and what is said about a wrong one.
 #include "gateway/GatewayConfig.h"
 
+#include "gateway/modBrokerHosts.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -104,6 +105,12 @@ TEST(GatewayConfigs, ProblemsAreNamedByTheirLines)
         {std::string(kSensor) + "[BROKER]\nHost=mq", "4: values would go to another machine"},
         {std::string(kSensor) + "[BROKER]\nHost=127.example.org", "4: values would go to another machine"},
         {std::string(kSensor) + "[BROKER]\nHost=localhost:1,mq:2", "4: values would go to another machine"},
+        {std::string(kSensor) + "[BROKER]\nHost=127.0.0.1:99999", "4: Host takes names or addresses"},
+        {std::string(kSensor) + "[BROKER]\nHost=localhost,, mq", "4: Host takes names"},
+        {std::string(kSensor) + "[BROKER]\nHost=localhost:", "4: Host takes names"},
+        {std::string(kSensor) + "[BROKER]\nHost=[::1", "4: Host takes names"},
+        {std::string(kSensor) + "[BROKER]\nHost=[localhost]:1", "4: Host takes names"},
+        {std::string(kSensor) + "[BROKER]\nHost=tcp://mq", "4: Host takes names"},
         {std::string(kSensor) + "[BROKER]\nCA=/ca", "4: CA is for TLS=yes only"},
         {std::string(kSensor) + "[BROKER]\nTLS=yes\nKey=/k", "5: Certificate and Key belong together"},
         {std::string(kSensor) + "[BROKER]\nPasswordFile=/p", "4: a password needs a User"},
@@ -121,6 +128,14 @@ TEST(GatewayConfigs, ProblemsAreNamedByTheirLines)
     for (const char* fine : {"Host=localhost", "Host=[::1]:1884, 127.0.0.1:1883", "Host=mq\nPlain=yes"}) {
         EXPECT_EQ(problemsOf(ParseGatewayConfig(std::string(kSensor) + "[BROKER]\n" + fine)), "") << fine;
     }
+}
+
+TEST(GatewayConfigs, HostsAreReadWithTheirPorts)
+{
+    const auto hosts = modBrokerHosts::Read("mq-1.plant:1884, ::1 ,[fe80::1%eth0],[::1]:1885,10.0.0.1", 1883);
+    EXPECT_EQ(hosts,
+              (std::vector<BrokerHost>{
+                  {"mq-1.plant", 1884}, {"::1", 1883}, {"fe80::1%eth0", 1883}, {"::1", 1885}, {"10.0.0.1", 1883}}));
 }
 
 TEST(GatewayConfigs, TheSampleWantsAPortAndNothingElse)
