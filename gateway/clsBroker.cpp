@@ -256,7 +256,7 @@ template <class Shared>
 std::string hold(Shared& shared, std::size_t attempt, Clock::time_point& upSince)
 {
     clsMqttConnection connection(withHost(shared.Config, attempt), shared.ClientId, shared.Times.keepAlive_s);
-    if (!connection.Open(shared.Will())) {
+    if (!connection.Open(shared.Will(), shared.Times.answer)) {
         return connection.Why();
     }
     auto lastAnswer = Clock::now();

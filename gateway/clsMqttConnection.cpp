@@ -1,6 +1,7 @@
 #include "gateway/clsMqttConnection.h"
 
 #include "base/FileHandle.h"
+#include "gateway/modReach.h"
 
 #include <cerrno>
 #include <cstring>
@@ -135,12 +136,15 @@ struct clsMqttConnection::Callbacks {
         self.received.push_back(
             {message->topic, std::string(static_cast<const char*>(message->payload), size), message->retain, false});
     }
-    /// Keeps the state of TLS, in which the reason stands; the library frees its own before anybody can ask.
+    /// Keeps the state of TLS, in which the reason stands; the library frees its own before anybody can ask. And the
+    /// library knows an address only, so the name that the broker is to hear is set here, before its first message.
     static void handshake(const SSL* tls, int, int)
     {
         auto& self = of(SSL_CTX_get_app_data(SSL_get_SSL_CTX(tls)));
         if (auto* own = const_cast<SSL*>(tls); !self.m_tls && SSL_up_ref(own) == 1) {
             self.m_tls = std::shared_ptr<ssl_st>(own, SSL_free);
+            const char* name = self.m_isByAddress ? nullptr : self.m_config.host.c_str();
+            SSL_set_tlsext_host_name(own, name);
         }
     }
     static void said(mosquitto*, void* data, int level, const char* text)
@@ -176,13 +180,17 @@ clsMqttConnection::~clsMqttConnection()
     mosquitto_destroy(m_mosquitto);
 }
 
-bool clsMqttConnection::Open(const std::optional<MqttMessage>& will)
+bool clsMqttConnection::Open(const std::optional<MqttMessage>& will, std::chrono::milliseconds most)
 {
     if (!prepare(will)) {
         return false;
     }
+    const modReach::Answer reached = modReach::Try(m_config.host, m_config.port, most);
+    if (reached.address.empty()) {
+        return reached.lookupError != 0 ? failCode(MOSQ_ERR_EAI, reached.lookupError) : failSystem(reached.systemError);
+    }
     errno = 0;
-    const int code = mosquitto_connect(m_mosquitto, m_config.host.c_str(), m_config.port, m_keepAlive_s);
+    const int code = mosquitto_connect(m_mosquitto, reached.address.c_str(), m_config.port, m_keepAlive_s);
     const int systemError = errno;
     m_lastCare = std::chrono::steady_clock::now();
     return code == MOSQ_ERR_SUCCESS || failCode(code, systemError);
@@ -309,8 +317,8 @@ bool clsMqttConnection::prepareTls()
     SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
     X509_VERIFY_PARAM* expected = SSL_CTX_get0_param(context);
-    if (X509_VERIFY_PARAM_set1_ip_asc(expected, m_config.host.c_str()) != 1 &&
-        X509_VERIFY_PARAM_set1_host(expected, m_config.host.c_str(), 0) != 1) {
+    m_isByAddress = X509_VERIFY_PARAM_set1_ip_asc(expected, m_config.host.c_str()) == 1;
+    if (!m_isByAddress && X509_VERIFY_PARAM_set1_host(expected, m_config.host.c_str(), 0) != 1) {
         return fail("TLS: the host " + inQuotes(m_config.host) + " is not possible");
     }
     if ((m_config.ca.empty() ? SSL_CTX_set_default_verify_paths(context)
@@ -348,6 +356,12 @@ bool clsMqttConnection::fail(std::string why)
     return false;
 }
 
+bool clsMqttConnection::failSystem(int systemError)
+{
+    return fail((m_isUp ? "the connection to the broker is lost: " : "no connection to the broker: ") +
+                systemMessage(systemError));
+}
+
 bool clsMqttConnection::failCode(int code, int systemError)
 {
     if (!m_refusal.empty()) {
@@ -363,12 +377,16 @@ bool clsMqttConnection::failCode(int code, int systemError)
         return fail("the broker does not answer any more");
     }
     if (code == MOSQ_ERR_ERRNO && systemError != 0) {
-        return fail((m_isUp ? "the connection to the broker is lost: " : "no connection to the broker: ") +
-                    systemMessage(systemError));
+        return failSystem(systemError);
+    }
+    if (code == MOSQ_ERR_CONN_LOST && m_isUp) {
+        return fail("the broker has closed the connection; if it does so again and again, another gateway has the "
+                    "client id " +
+                    inQuotes(m_clientId));
     }
     if (code == MOSQ_ERR_CONN_LOST) {
-        return fail(m_isUp || m_config.usesTls ? "the broker has closed the connection"
-                                               : "the broker has closed the connection at once; does it want TLS?");
+        return fail(m_config.usesTls ? "the broker has closed the connection"
+                                     : "the broker has closed the connection at once; does it want TLS?");
     }
     // "Success" would be the system's word for a failure of which it knows nothing.
     return fail(code == MOSQ_ERR_ERRNO ? "no connection to the broker: what answers there is no MQTT broker"

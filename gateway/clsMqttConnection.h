@@ -1,5 +1,6 @@
 // One connection to an MQTT broker, from its making to its end. One thread uses it and may wait in it for the lookup of
-// a name and for TCP. A further connection is a further object, so nothing of an earlier one is sent again.
+// a name and, for a bounded time, for TCP. A further connection is a further object, so nothing of an earlier one is
+// sent again.
 #pragma once
 
 #include "gateway/BrokerLine.h"
@@ -28,8 +29,9 @@ public:
     clsMqttConnection(const clsMqttConnection&) = delete;
     clsMqttConnection& operator=(const clsMqttConnection&) = delete;
 
-    /// Looks the name up, connects, and begins the rest, which `Serve` goes on with. False: see `Why`.
-    bool Open(const std::optional<MqttMessage>& will);
+    /// Looks the name up, connects, and begins the rest, which `Serve` goes on with. A host that is silent gets `most`.
+    /// False: see `Why`.
+    bool Open(const std::optional<MqttMessage>& will, std::chrono::milliseconds most);
     /// Waits until the network has something, or `wake`, an eventfd, is readable; at most so long. Reads and writes
     /// what is possible. False: the connection has ended, see `Why`.
     bool Serve(int wake, std::chrono::milliseconds most);
@@ -63,6 +65,7 @@ private:
     bool wantsWrite() const;
     bool isBusy();
     bool fail(std::string why);
+    bool failSystem(int systemError);
     bool failCode(int code, int systemError);
     std::string tlsReason() const;
 
@@ -70,6 +73,7 @@ private:
     std::string m_clientId;
     int m_keepAlive_s;
     mosquitto* m_mosquitto = nullptr;
+    bool m_isByAddress = false;               ///< the host has no name
     std::shared_ptr<ssl_ctx_st> m_tlsContext; ///< our own, so that it is certain what is verified
     std::shared_ptr<ssl_st> m_tls; ///< outlives its use by the library: it says why a certificate was not accepted
     bool m_isUp = false;

@@ -388,6 +388,28 @@ TEST_F(Broker, OfThreeInAClusterMayGo)
     const RunningProgram listener = site.Subscriber(3);
     ASSERT_TRUE(caller.SendAll(1, 200)) << caller.why;
     members[1].Kill();
+TEST_F(Broker, ThatDropsPacketsKeepsTheNextOneWaitingForABoundedTime)
+{
+    const RunningProgram mosquitto = site.Start();
+    const FileHandle full(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address = loopback(0);
+    socklen_t size = sizeof address;
+    bind(full.Descriptor(), reinterpret_cast<sockaddr*>(&address), size);
+    listen(full.Descriptor(), 0);
+    getsockname(full.Descriptor(), reinterpret_cast<sockaddr*>(&address), &size);
+    std::vector<FileHandle> waiting; // the system drops what comes while the queue is full
+    for (int i = 0; i < 4; ++i) {
+        waiting.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        connect(waiting.back().Descriptor(), reinterpret_cast<const sockaddr*>(&address), size);
+    }
+    BrokerConfig config = site.Config();
+    config.host = "127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + ", localhost";
+    Caller caller(config);
+    EXPECT_TRUE(caller.Until([&] { return caller.losses > 0; }, 5s));
+    EXPECT_EQ(caller.why, "no connection to the broker: Connection timed out");
+    EXPECT_TRUE(caller.Until([&] { return caller.isUp; }, 5s)) << caller.why;
+}
+
     ASSERT_TRUE(caller.SendAll(201, 400)) << caller.why;
     EXPECT_TRUE(until([this] { return site.HeardTimes("value <400>") > 0; }, 20s));
     for (int i = 1; i <= 400; ++i) {
