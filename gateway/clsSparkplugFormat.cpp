@@ -219,9 +219,8 @@ void readDeviceMetric(const Metric& metric, std::uint64_t sent, GatewayCommand& 
 } // namespace
 
 clsSparkplugFormat::clsSparkplugFormat(std::string_view group, std::string_view gateway, std::string_view version,
-                                       std::int64_t run, Clock clock)
-    : m_group(group), m_gateway(gateway), m_version(version), m_clock(std::move(clock)),
-      m_births(static_cast<std::uint8_t>(run))
+                                       std::uint8_t& nextBirths, Clock clock)
+    : m_group(group), m_gateway(gateway), m_version(version), m_clock(std::move(clock)), m_nextBirths(nextBirths)
 {}
 
 clsSparkplugFormat::~clsSparkplugFormat() = default;
@@ -249,8 +248,7 @@ MqttMessage clsSparkplugFormat::message(std::string_view kind, std::string_view 
 
 MqttMessage clsSparkplugFormat::Will()
 {
-    m_births = static_cast<std::uint8_t>(m_births + (m_hasWill ? 1 : 0));
-    m_hasWill = true;
+    m_births = m_nextBirths++;
     m_isOnline = false;
     return nodeDeath(m_clock());
 }

@@ -23,10 +23,11 @@ class clsSparkplugFormat : public MessageFormat {
 public:
     using Clock = std::function<double()>; ///< UTC, days since 1899-12-30
 
-    /// `group` and names are checked already, see `modTopic::IsPart`. Births count from `run`, so that a will of an
-    /// earlier start is not taken for one of this start.
-    clsSparkplugFormat(std::string_view group, std::string_view gateway, std::string_view version, std::int64_t run,
-                       Clock clock);
+    /// `group` and names are checked already, see `modTopic::IsPart`. `nextBirths` numbers the connections; it begins
+    /// with the run, so that a will of an earlier start is not taken for one of this start, and outlives the format,
+    /// so that the next one goes on.
+    clsSparkplugFormat(std::string_view group, std::string_view gateway, std::string_view version,
+                       std::uint8_t& nextBirths, Clock clock);
     ~clsSparkplugFormat() override;
     clsSparkplugFormat(const clsSparkplugFormat&) = delete;
     clsSparkplugFormat& operator=(const clsSparkplugFormat&) = delete;
@@ -74,8 +75,8 @@ private:
 
     std::string m_group, m_gateway, m_version;
     Clock m_clock;
-    std::uint8_t m_births;       ///< "bdSeq" of the present connection
-    bool m_hasWill = false;      ///< `m_births` has been used
+    std::uint8_t& m_nextBirths;
+    std::uint8_t m_births = 0;   ///< "bdSeq" of the present connection
     bool m_isOnline = false;     ///< the gateway was born and has not died since
     std::uint8_t m_sequence = 0; ///< of the next message
     std::map<std::string, Sensor, std::less<>> m_sensors;

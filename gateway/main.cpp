@@ -70,10 +70,10 @@ std::optional<GatewayConfig> load(const std::filesystem::path& file)
     return read.problems.empty() ? std::optional(std::move(read.config)) : std::nullopt;
 }
 
-std::unique_ptr<MessageFormat> makeFormat(const GatewayConfig& config, std::int64_t run)
+std::unique_ptr<MessageFormat> makeFormat(const GatewayConfig& config, std::uint8_t& nextBirths)
 {
     if (config.broker.format == PayloadKind::Sparkplug) {
-        return std::make_unique<clsSparkplugFormat>(config.broker.prefix, config.name, ORVEX_VERSION, run,
+        return std::make_unique<clsSparkplugFormat>(config.broker.prefix, config.name, ORVEX_VERSION, nextBirths,
                                                     modAPI::LocalTime);
     }
     return std::make_unique<clsJsonFormat>(config.broker.prefix, config.name, ORVEX_VERSION);
@@ -97,11 +97,13 @@ void tellReloading()
 /// One passes the other what it has to say.
 struct Service {
     clsJournal journal;
+    std::uint8_t nextBirths; ///< goes on when the configuration makes another format
     std::unique_ptr<clsGateway> gateway;
     clsCommands commands;
 
     explicit Service(const GatewayConfig& config)
         : journal(config.folder, {config.journal_MiB << 20, config.journal_days}),
+          nextBirths(static_cast<std::uint8_t>(journal.Run())),
           commands(config.allowed, modAPI::LocalTime(), [this](const CommandAnswer& answer) { tell(answer); })
     {
         const CommandHooks hooks{
@@ -112,7 +114,7 @@ struct Service {
         gateway = std::make_unique<clsGateway>(
             config, clsGateway::Parts{
                         .journal = journal,
-                        .makeFormat = [this](const GatewayConfig& wanted) { return makeFormat(wanted, journal.Run()); },
+                        .makeFormat = [this](const GatewayConfig& wanted) { return makeFormat(wanted, nextBirths); },
                         .makeBroker = makeBroker,
                         .log = modService::Log,
                         .version = ORVEX_VERSION,

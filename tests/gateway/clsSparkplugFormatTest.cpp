@@ -14,8 +14,12 @@ using orvex::sparkplug::Payload;
 
 constexpr double kNow = 46348.9166680787;
 
-struct Format : clsSparkplugFormat {
-    Format() : clsSparkplugFormat("plant", "gw", "1.2", 41, [] { return kNow; }) {}
+struct Births {
+    std::uint8_t next = 41;
+};
+
+struct Format : Births, clsSparkplugFormat {
+    Format() : clsSparkplugFormat("plant", "gw", "1.2", next, [] { return kNow; }) {}
 };
 
 Payload payloadOf(const MqttMessage& message)
@@ -90,6 +94,8 @@ TEST(Sparkplug, WillAndBirthOfAConnectionHaveTheSameNumber)
         EXPECT_EQ(metricOf(format.Online(kNow).front(), "bdSeq").long_value(), expected) << "a rebirth";
         EXPECT_EQ(metricOf(format.Offline(kNow).front(), "bdSeq").long_value(), expected);
     }
+    clsSparkplugFormat next("plant", "gw", "1.2", format.next, [] { return kNow; });
+    EXPECT_EQ(metricOf(next.Will(), "bdSeq").long_value(), 44U) << "made for another configuration";
 }
 
 TEST(Sparkplug, ASensorIsBornToldOfInPartsAndDies)

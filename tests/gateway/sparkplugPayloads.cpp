@@ -17,7 +17,8 @@ void write(const std::filesystem::path& file, const MqttMessage& message)
 
 int writeAll(const std::filesystem::path& folder)
 {
-    clsSparkplugFormat format("plant", "gw", "1.2", 300, [] { return kNow; });
+    std::uint8_t nextBirths = 44;
+    clsSparkplugFormat format("plant", "gw", "1.2", nextBirths, [] { return kNow; });
     SensorState state;
     state.time = kNow;
     state.connection = SensorConnection::Connected;
@@ -43,7 +44,8 @@ int writeAll(const std::filesystem::path& folder)
 /// 0 when each command is what sparkplug.mjs has meant.
 int readAll(const std::filesystem::path& folder)
 {
-    const clsSparkplugFormat format("plant", "gw", "1.2", 300, [] { return kNow; });
+    std::uint8_t nextBirths = 44;
+    const clsSparkplugFormat format("plant", "gw", "1.2", nextBirths, [] { return kNow; });
     const auto read = [&](const char* name, const char* topic) {
         std::ifstream in(folder / name, std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(in), {}};
