@@ -29,7 +29,7 @@ struct BrokerAcknowledged {
 struct BrokerReceived {
     std::string topic;
     std::string payload;
-    bool isRetained = false, isDuplicate = false;
+    bool isRetained = false;
 };
 using BrokerEvent = std::variant<BrokerConnected, BrokerDisconnected, BrokerAcknowledged, BrokerReceived>;
 

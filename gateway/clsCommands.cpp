@@ -29,10 +29,15 @@ void clsCommands::Remove(std::string_view sensor)
 bool clsCommands::Take(const GatewayCommand& command, const BrokerReceived& message, double now)
 {
     forgetIds(now);
-    const auto known = m_ids.find(command.id);
-    const bool isKnown = known != m_ids.end() && known->second == command.sensor;
-    if (message.isRetained || (message.isDuplicate && isKnown)) {
+    if (message.isRetained) {
         return false;
+    }
+    if (!command.sensor.empty() && !m_runs.contains(command.sensor)) {
+        (*m_tell)({.sensor = {},
+                   .id = command.id,
+                   .result = "refused",
+                   .text = "there is no sensor \"" + command.sensor + '"'});
+        return true;
     }
     const std::string why = whyNot(command, now);
     if (!why.empty()) {
@@ -40,7 +45,7 @@ bool clsCommands::Take(const GatewayCommand& command, const BrokerReceived& mess
         return true;
     }
     m_seen.push_back({command.id, now});
-    m_ids.emplace(command.id, command.sensor);
+    m_ids.insert(command.id);
     clsCommandRun::Start(m_runs.find(command.sensor)->second, command, now, m_tell);
     return true;
 }
@@ -51,7 +56,7 @@ std::string clsCommands::whyNot(const GatewayCommand& command, double now) const
     if (!command.problem.empty()) {
         return command.problem;
     }
-    if (!command.kind) {
+    if (!command.kind || command.sensor.empty()) {
         return "the gateway itself has no commands";
     }
     if (command.id.empty()) {
@@ -69,23 +74,23 @@ std::string clsCommands::whyNotNow(const GatewayCommand& command, double now) co
         return "the command has no time";
     }
     const double age_s = (now - *command.time) * kSecondsPerDay;
-    if (!(age_s <= kMostAge_s && age_s >= -kMostAge_s)) {
+    if (!(age_s <= kMostAge_s && age_s >= -kMostAhead_s)) {
         return age_s > 0 ? "the command is older than a minute" : "the command is from the future";
     }
     if (*command.time < m_begin) {
         return "the command is older than the start of the gateway";
     }
-    if (m_ids.contains(command.id)) { // also for another sensor: somebody may repeat what was listened to
+    if ((*command.time - m_begin) * kSecondsPerDay < kMostAhead_s) {
+        return "the gateway has only just started; try again in some seconds";
+    }
+    if (m_ids.contains(command.id)) {
         return "this id was used already";
     }
     if (m_seen.size() >= kMostIds) {
         return "too many commands have come in the last minutes"; // a forgotten id could come again
     }
-    const auto run = m_runs.find(command.sensor);
-    if (run == m_runs.end()) {
-        return "there is no such sensor";
-    }
-    return run->second->Open() >= kMostWaiting ? "too many commands wait for this sensor" : std::string();
+    const bool isFull = m_runs.find(command.sensor)->second->Open() >= kMostWaiting;
+    return isFull ? "too many commands wait for this sensor" : std::string();
 }
 
 /// Deliberate: with a clock that was set back, ids are kept longer, since times are valid for longer, too.

@@ -1,5 +1,5 @@
-// Commands from outside: which are carried out, and which are refused. Whatever comes is answered once, but for what
-// the broker has kept or sends again, which is never carried out.
+// Commands from outside: which are carried out, and which are refused. Whatever comes is answered, but for what the
+// broker has kept. A command that comes twice is carried out once.
 #pragma once
 
 #include "gateway/clsCommandRun.h"
@@ -15,13 +15,15 @@
 
 class clsCommands {
 public:
-    static constexpr double kMostAge_s = 60.0;    ///< of a command, into the past and into the future
+    static constexpr double kMostAge_s = 60.0;    ///< of a command
+    static constexpr double kMostAhead_s = 10.0;  ///< the sender's clock
     static constexpr double kRemembers_s = 600.0; ///< ids
     static constexpr std::size_t kMostIds = 10000;
     static constexpr std::size_t kMostWaiting = 8; ///< commands of one sensor that are not answered yet
 
-    /// `now` as everywhere here: UTC, days since 1899-12-30. A command that was given before it is refused: whether an
-    /// earlier start has carried it out is not known. `tell` is called within `Take` and within ticks of sessions.
+    /// `now` as everywhere here: UTC, days since 1899-12-30. A command that an earlier start may have carried
+    /// out is refused: one from before it, or so little behind it that the sender's clock may be ahead. `tell` is
+    /// called within `Take` and within ticks of sessions.
     clsCommands(std::set<CommandKind> allowed, double now, clsCommandRun::Tell tell);
     ~clsCommands();
     clsCommands(const clsCommands&) = delete;
@@ -34,8 +36,9 @@ public:
     void Add(std::string_view sensor, clsSession& session);
     void Remove(std::string_view sensor);
 
-    /// Takes a command that has come with this message. False when it is ignored: the broker had kept it, or has sent
-    /// it again. Commands without a kind, such as a rebirth, are not for here.
+    /// Takes a command that has come with this message. False when it is ignored: the broker had kept it. The answer
+    /// for a sensor that does not exist has none: its topics must not be used. Commands without a kind, such as a
+    /// rebirth, are not for here.
     bool Take(const GatewayCommand& command, const BrokerReceived& message, double now);
 
 private:
@@ -53,5 +56,5 @@ private:
     std::shared_ptr<clsCommandRun::Tell> m_tell; ///< holds nothing any more once the commands are gone
     std::map<std::string, std::shared_ptr<clsCommandRun>, std::less<>> m_runs;
     std::deque<Seen> m_seen;                               ///< in the order of their coming
-    std::map<std::string, std::string, std::less<>> m_ids; ///< and the sensor that each was for
+    std::set<std::string, std::less<>> m_ids;
 };

@@ -134,7 +134,7 @@ struct clsMqttConnection::Callbacks {
             return;
         }
         self.received.push_back(
-            {message->topic, std::string(static_cast<const char*>(message->payload), size), message->retain, false});
+            {message->topic, std::string(static_cast<const char*>(message->payload), size), message->retain});
     }
     /// Keeps the state of TLS, in which the reason stands; the library frees its own before anybody can ask. And the
     /// library knows an address only, so the name that the broker is to hear is set here, before its first message.

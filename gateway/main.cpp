@@ -6,6 +6,7 @@
 #include "gateway/clsGateway.h"
 #include "gateway/clsJournal.h"
 #include "gateway/clsJsonFormat.h"
+#include "gateway/clsRefusals.h"
 #include "gateway/clsSparkplugFormat.h"
 #include "gateway/modService.h"
 
@@ -100,6 +101,7 @@ struct Service {
     std::uint8_t nextBirths; ///< goes on when the configuration makes another format
     std::unique_ptr<clsGateway> gateway;
     clsCommands commands;
+    clsRefusals refusals;
 
     explicit Service(const GatewayConfig& config)
         : journal(config.folder, {config.journal_MiB << 20, config.journal_days}),
@@ -123,7 +125,9 @@ struct Service {
     void tell(const CommandAnswer& answer)
     {
         if (answer.result == "refused") {
-            gateway->Note(answer.sensor, "refused", {{"id", answer.id}, {"reason", answer.text}});
+            if (const auto details = refusals.Take(answer, modAPI::UpTime_s())) {
+                gateway->Note(answer.sensor, "refused", *details);
+            }
         }
         gateway->Answer(answer);
     }

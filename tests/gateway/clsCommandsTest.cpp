@@ -1,6 +1,7 @@
 // Commands from outside on a simulated sensor.
 #include "gateway/clsCommands.h"
 
+#include "gateway/clsRefusals.h"
 #include "simulator/clsSensorModel.h"
 #include "tests/support/PlayedLine.h"
 #include "tests/support/TemporaryFolder.h"
@@ -11,6 +12,7 @@
 namespace {
 
 constexpr double kStart = 46348.0;
+constexpr double kBegin = kStart - 20.0 / kSecondsPerDay; // of the gateway
 const std::set<CommandKind> kAll{CommandKind::Start,       CommandKind::Stop,  CommandKind::Single, CommandKind::Read,
                                  CommandKind::Temperature, CommandKind::Laser, CommandKind::Write};
 
@@ -31,7 +33,7 @@ struct Site {
     modGlobals::Settings settings;
     ModelLine* line = new ModelLine(now_s);
     std::optional<clsSession> session{std::in_place, std::unique_ptr<SerialPort>(line), settings, folder.path, '.'};
-    clsCommands commands{kAll, Now(), [this](const CommandAnswer& answer) { answers.push_back(answer); }};
+    clsCommands commands{kAll, kBegin, [this](const CommandAnswer& answer) { answers.push_back(answer); }};
     int ids = 0;
 
     explicit Site(bool measures = false)
@@ -156,16 +158,18 @@ TEST(Commands, ARefusedOneReachesNoSensor)
          {Row{"\"laser\" is not allowed", [](auto& c) { c.kind = CommandKind::Laser; }},
           Row{"has no id", [](auto& c) { c.id.clear(); }}, Row{"has no time", [](auto& c) { c.time.reset(); }},
           Row{"older than a minute", [](auto& c) { *c.time -= 61.0 / kSecondsPerDay; }},
-          Row{"from the future", [](auto& c) { *c.time += 61.0 / kSecondsPerDay; }},
-          Row{"older than the start", [](auto& c) { *c.time = kStart - 1.0 / kSecondsPerDay; }},
-          Row{"no such sensor", [](auto& c) { c.sensor = "b"; }}, Row{"no commands", [](auto& c) { c.kind.reset(); }},
-          Row{"broken", [](auto& c) { c.problem = "broken"; }}}) {
+          Row{"from the future", [](auto& c) { *c.time += 11.0 / kSecondsPerDay; }},
+          Row{"older than the start", [](auto& c) { *c.time = kBegin - 1.0 / kSecondsPerDay; }},
+          Row{"only just started", [](auto& c) { c.time = kBegin + 9.0 / kSecondsPerDay; }},
+          Row{"there is no sensor \"b\"", [](auto& c) { c.sensor = "b"; }},
+          Row{"no commands", [](auto& c) { c.kind.reset(); }}, Row{"broken", [](auto& c) { c.problem = "broken"; }}}) {
         GatewayCommand command = site.Command(CommandKind::Start);
         row.change(command);
         const CommandAnswer answer = site.Give(command);
         EXPECT_EQ(answer.result, "refused") << row.why;
         EXPECT_NE(answer.text.find(row.why), std::string::npos) << answer.text;
         EXPECT_EQ(answer.id, command.id) << row.why;
+        EXPECT_EQ(answer.sensor, command.sensor == "a" ? "a" : "") << row.why;
     }
     site.answers.clear();
     BrokerReceived kept;
@@ -182,18 +186,29 @@ TEST(Commands, AreCarriedOutOnce)
     const GatewayCommand command = site.Command(CommandKind::Temperature);
     EXPECT_EQ(site.Give(command).result, "done");
     EXPECT_EQ(site.Give(command).text, "this id was used already");
-    BrokerReceived again;
-    again.isDuplicate = true;
-    GatewayCommand elsewhere = command;
-    elsewhere.sensor = "b";
-    EXPECT_EQ(site.Give(elsewhere).text, "this id was used already") << "for another sensor";
-    EXPECT_TRUE(site.commands.Take(elsewhere, again, site.Now())) << "and was not answered for that one";
-    EXPECT_FALSE(site.commands.Take(command, again, site.Now())) << "it was answered";
-    EXPECT_TRUE(site.commands.Take(site.Command(CommandKind::Temperature), again, site.Now())) << "the first got lost";
+    site.commands.Add("b", *site.session);
+    GatewayCommand other = command;
+    other.sensor = "b";
+    EXPECT_EQ(site.Give(other).text, "this id was used already");
+    site.commands.Remove("b");
     GatewayCommand later = command;
     site.now_s += 601.0;
     later.time = site.Now();
-    EXPECT_TRUE(site.commands.Take(later, again, site.Now())) << "forgotten by now";
+    EXPECT_EQ(site.Give(later).result, "done") << "forgotten by now";
+}
+
+TEST(Commands, RefusedBecomeEventsButNotInAnyNumber)
+{
+    clsRefusals refusals;
+    CommandAnswer answer{.sensor = {}, .id = "1", .result = "refused", .text = "why"};
+    EXPECT_FALSE(refusals.Take(answer, 0.0)) << "no sensor";
+    answer.sensor = "a";
+    for (int i = 0; i < clsRefusals::kMost; ++i) {
+        EXPECT_EQ(refusals.Take(answer, 1.0 + i).value_or(clsRefusals::Details{}).size(), 2U) << i;
+    }
+    EXPECT_FALSE(refusals.Take(answer, 3599.0));
+    EXPECT_FALSE(refusals.Take(answer, 3600.0));
+    EXPECT_EQ(refusals.Take(answer, 3601.0), (clsRefusals::Details{{"id", "1"}, {"reason", "why"}, {"leftOut", "2"}}));
 }
 
 TEST(Commands, WaitForEachOtherButNotInAnyNumber)

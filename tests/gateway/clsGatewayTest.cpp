@@ -340,7 +340,7 @@ TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
     ASSERT_TRUE(site.Until([&] { return site.State("a")["connection"] == "connected"; }));
     EXPECT_FALSE(site.broker.wills.empty() || site.broker.filters.empty());
     site.broker.events.emplace_back(
-        BrokerReceived{"orvex/gateway/a/command", R"({"id":"1","command":"start"})", false, false});
+        BrokerReceived{"orvex/gateway/a/command", R"({"id":"1","command":"start"})", false});
     ASSERT_TRUE(site.Until([&] { return !site.commands.empty(); }));
     EXPECT_EQ(site.commands[0].sensor, "a");
     site.broker.sent.clear();
