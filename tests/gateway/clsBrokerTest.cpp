@@ -240,6 +240,25 @@ TEST_F(Broker, TakesAndAcknowledgesInOrderAndBringsCommands)
     EXPECT_EQ(caller.warnings.size(), 1U);
 }
 
+TEST_F(Broker, OffersWebSocketsWithTlsToThePage)
+{
+    const RunningProgram mosquitto = site.Start();
+    EXPECT_TRUE(until([this] { return listens(site.port + 20); }));
+    const std::string request = "GET /mqtt HTTP/1.1\\r\\nHost: localhost\\r\\nUpgrade: websocket\\r\\n"
+                                "Connection: Upgrade\\r\\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\\r\\n"
+                                "Sec-WebSocket-Version: 13\\r\\nSec-WebSocket-Protocol: mqtt\\r\\n\\r\\n";
+    const std::string connect =
+        "openssl s_client -quiet -verify_return_error -CAfile certs/ca.crt -connect localhost:" +
+        std::to_string(site.port + 20);
+    RunningProgram client(
+        {"/bin/sh", "-c",
+         "cd '" + site.folder.path.string() + "'; { printf '" + request + "'; sleep 1; } | timeout 5 " + connect},
+        site.folder.path / "page");
+    client.Wait();
+    const std::string answer = TemporaryFolder::Read(site.folder.path / "page");
+    EXPECT_NE(answer.find("101 Switching Protocols"), std::string::npos) << answer;
+}
+
 TEST_F(Broker, PublishesTheWillOfAGatewayThatVanishesOnly)
 {
     const RunningProgram mosquitto = site.Start();
@@ -369,25 +388,6 @@ TEST_F(Broker, ThatHangsIsNoticedAndKeepsNobodyWaiting)
     mosquitto.Signal(SIGCONT);
 }
 
-TEST_F(Broker, OfThreeInAClusterMayGo)
-{
-    if (!has("nats-server")) {
-        GTEST_SKIP() << "nats-server is not installed";
-    }
-    constexpr const char* kNames[] = {"", "nats-1", "nats-2", "nats-3"};
-    RunningProgram members[4];
-    members[1] = site.Start(kNames[1], 1); // makes the certificates
-    members[2] = site.Start(kNames[2], 2);
-    members[3] = site.Start(kNames[3], 3);
-    BrokerConfig config = site.Config();
-    const std::string first = std::to_string(site.port + 1);
-    config.port = static_cast<std::uint16_t>(site.port + 2);
-    config.host = "localhost:" + first + ", localhost";
-    Caller caller(config, {.firstPause = 100ms, .longestPause = 400ms, .answer = 5s});
-    ASSERT_TRUE(caller.Until([&] { return caller.isUp; }, 30s)) << caller.why;
-    const RunningProgram listener = site.Subscriber(3);
-    ASSERT_TRUE(caller.SendAll(1, 200)) << caller.why;
-    members[1].Kill();
 TEST_F(Broker, ThatDropsPacketsKeepsTheNextOneWaitingForABoundedTime)
 {
     const RunningProgram mosquitto = site.Start();
@@ -410,6 +410,25 @@ TEST_F(Broker, ThatDropsPacketsKeepsTheNextOneWaitingForABoundedTime)
     EXPECT_TRUE(caller.Until([&] { return caller.isUp; }, 5s)) << caller.why;
 }
 
+TEST_F(Broker, OfThreeInAClusterMayGo)
+{
+    if (!has("nats-server")) {
+        GTEST_SKIP() << "nats-server is not installed";
+    }
+    constexpr const char* kNames[] = {"", "nats-1", "nats-2", "nats-3"};
+    RunningProgram members[4];
+    members[1] = site.Start(kNames[1], 1); // makes the certificates
+    members[2] = site.Start(kNames[2], 2);
+    members[3] = site.Start(kNames[3], 3);
+    BrokerConfig config = site.Config();
+    const std::string first = std::to_string(site.port + 1);
+    config.port = static_cast<std::uint16_t>(site.port + 2);
+    config.host = "localhost:" + first + ", localhost";
+    Caller caller(config, {.firstPause = 100ms, .longestPause = 400ms, .answer = 5s});
+    ASSERT_TRUE(caller.Until([&] { return caller.isUp; }, 30s)) << caller.why;
+    const RunningProgram listener = site.Subscriber(3);
+    ASSERT_TRUE(caller.SendAll(1, 200)) << caller.why;
+    members[1].Kill();
     ASSERT_TRUE(caller.SendAll(201, 400)) << caller.why;
     EXPECT_TRUE(until([this] { return site.HeardTimes("value <400>") > 0; }, 20s));
     for (int i = 1; i <= 400; ++i) {
