@@ -13,7 +13,8 @@ namespace {
 void waitForTick(clsSession& session, double due_s)
 {
     modAPI::CollectUntil(
-        due_s, [&session] { return session.Device().ArrivalHandle(); }, [&session] { return session.Collect(modAPI::LocalTime()) > 0; });
+        due_s, [&session] { return session.Device().ArrivalHandle(); },
+        [&session] { return session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 } // namespace

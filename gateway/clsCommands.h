@@ -55,6 +55,6 @@ private:
     double m_begin;
     std::shared_ptr<clsCommandRun::Tell> m_tell; ///< holds nothing any more once the commands are gone
     std::map<std::string, std::shared_ptr<clsCommandRun>, std::less<>> m_runs;
-    std::deque<Seen> m_seen;                               ///< in the order of their coming
+    std::deque<Seen> m_seen; ///< in the order of their coming
     std::set<std::string, std::less<>> m_ids;
 };

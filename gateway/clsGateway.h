@@ -102,7 +102,6 @@ private:
     void watch(Entry& entry);
     SensorState stateOf(const Entry& entry) const;
     void look(Entry& entry);
-    SensorState stateOf(const Entry& entry) const;
     void logConnection(Entry& entry, const SensorState& state);
 
     // The broker.

@@ -54,7 +54,7 @@ std::string textOf(const RecordingPosition& position)
     std::string text;
     for (const std::int64_t number : {key.run, key.first, std::int64_t{key.again}, std::int64_t{place.part},
                                       static_cast<std::int64_t>(place.offset), place.sequence, place.partFirst, next}) {
-        text += (text.empty() ? "" : ":") + std::to_string(number);
+        text.append(text.empty() ? "" : ":").append(std::to_string(number));
     }
     for (const auto& [first, last] : acknowledged) {
         text += ',' + std::to_string(first) + '-' + std::to_string(last);

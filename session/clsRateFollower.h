@@ -15,8 +15,8 @@ public:
     /// The operator has chosen a port or a rate: what was known does not count any more.
     void Forget() { m_expected = m_followed = m_chosen = m_silence = 0; }
 
-    /// A sensor is connected that says, or has acknowledged, that it is set to `sensor` bit/s; 0: not known. Returns the
-    /// rate that the operator has known of, if it is another than the line's; once for each change.
+    /// A sensor is connected that says, or has acknowledged, that it is set to `sensor` bit/s; 0: not known. Returns
+    /// the rate that the operator has known of, if it is another than the line's; once for each change.
     std::optional<std::int32_t> Connected(std::int32_t sensor);
     /// A tick without a sensor. `isBetween`: no question is under way. Returns the rate to look at from now on, if it
     /// changes.

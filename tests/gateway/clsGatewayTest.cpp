@@ -41,6 +41,7 @@ struct FaultyListener : SessionListener {
 };
 
 struct GatewaySite {
+    std::uint8_t births = 0;
     TemporaryFolder folder;
     FakeBroker broker;
     std::vector<std::string> log;
@@ -73,8 +74,8 @@ struct GatewaySite {
                 .journal = *journal,
                 .makeFormat = [this](const GatewayConfig& wanted) -> std::unique_ptr<MessageFormat> {
                     if (wanted.broker.format == PayloadKind::Sparkplug) {
-                        return std::make_unique<clsSparkplugFormat>(wanted.broker.prefix, wanted.name, "1.0",
-                                                                    journal->Run(), modAPI::LocalTime);
+                        return std::make_unique<clsSparkplugFormat>(wanted.broker.prefix, wanted.name, "1.0", births,
+                                                                    modAPI::LocalTime);
                     }
                     return std::make_unique<clsAskedFormat>(wanted.broker.prefix, wanted.name, "1.0");
                 },
@@ -354,7 +355,7 @@ TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
     site.broker.acknowledged = 0;
     const double most_s = modAPI::UpTime_s() + 2.5;
     const auto isOver = [&] {
-        site.broker.events.resize(site.broker.events.size() + 100, BrokerReceived{"again", {}, false, false});
+        site.broker.events.resize(site.broker.events.size() + 100, BrokerReceived{"again", {}, false});
         return modAPI::UpTime_s() > most_s;
     };
     ASSERT_TRUE(site.Until(isOver));
@@ -363,7 +364,7 @@ TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
     site.broker.events.clear();
     site.broker.sent.clear();
     site.broker.acknowledged = 0;
-    site.broker.events.assign(3, BrokerReceived{"orvex/gateway/a/command", R"({"id":"2"})", true, false});
+    site.broker.events.assign(3, BrokerReceived{"orvex/gateway/a/command", R"({"id":"2"})", true});
     site.Until([&] { return modAPI::UpTime_s() > most_s + 2.5; });
     EXPECT_LE(site.broker.On("orvex/gateway/status").size(), 1u) << "the last that was asked for";
     EXPECT_EQ(site.commands.size(), 1u);

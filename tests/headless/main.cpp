@@ -45,7 +45,8 @@ private:
 void waitForTick(clsSession& session, double due_s)
 {
     modAPI::CollectUntil(
-        due_s, [&session] { return session.Device().ArrivalHandle(); }, [&session] { return session.Collect(modAPI::LocalTime()) > 0; });
+        due_s, [&session] { return session.Device().ArrivalHandle(); },
+        [&session] { return session.Collect(modAPI::LocalTime()) > 0; });
 }
 
 } // namespace
