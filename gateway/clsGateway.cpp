@@ -65,6 +65,7 @@ clsGateway::clsGateway(GatewayConfig config, Parts parts)
     }
     for (const SensorConfig& sensor : m_config.sensors) {
         begin(sensor);
+        m_names.push_back(sensor.name);
     }
     connect();
 }
@@ -114,7 +115,6 @@ void clsGateway::begin(const SensorConfig& sensor)
         m_parts.commands.begin(sensor.name, entry->line->Session());
     }
     m_entries.push_back(std::move(entry));
-    m_names.push_back(sensor.name);
     m_forgotten.erase(sensor.name);
 }
 
@@ -455,7 +455,7 @@ void clsGateway::publish()
 {
     if (m_now_s >= m_nextFill_s || m_now_s >= m_publisher->Due_s()) {
         m_nextFill_s = m_now_s + kFillEvery_s;
-        m_publisher->Fill(m_names, m_now_s);
+        m_publisher->Fill(m_names, m_now, m_now_s);
     }
     m_publisher->Flush();
 }
@@ -517,15 +517,13 @@ void clsGateway::Reload(GatewayConfig config)
     }
     std::erase(m_entries, nullptr);
     m_names.clear();
-    for (const auto& entry : m_entries) {
-        m_names.push_back(entry->line->Name());
-    }
     for (const SensorConfig& sensor : std::exchange(m_beginning, {})) {
         if (!isNamed(sensor.name)) {
             m_forgotten.insert(sensor.name); // it has left, and does not begin again
         }
     }
     for (const SensorConfig& sensor : m_config.sensors) {
+        m_names.push_back(sensor.name);
         if (!isIn(kept, sensor)) {
             m_beginning.push_back(sensor);
         }

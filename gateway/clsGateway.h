@@ -143,7 +143,7 @@ private:
     std::unique_ptr<BrokerLine> m_broker;
     std::unique_ptr<clsPublisher> m_publisher;
     Entries m_entries, m_leaving;
-    std::vector<std::string> m_names;      ///< of the entries
+    std::vector<std::string> m_names;      ///< in the configuration
     std::vector<SensorConfig> m_beginning; ///< as soon as those that leave have left
     std::set<std::string> m_forgotten;     ///< what is retained of them is to go
     bool m_isEnding = false;

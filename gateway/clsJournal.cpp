@@ -123,6 +123,18 @@ std::int64_t clsJournal::Dropped(std::string_view sensor) const
     return m_impl->With(sensor, std::int64_t{0}, [](const auto& journal) { return journal.Dropped(); });
 }
 
+std::vector<std::string> clsJournal::Holding() const
+{
+    const std::scoped_lock lock(m_impl->m_mutex);
+    std::vector<std::string> names;
+    for (const auto& [name, sensor] : m_impl->m_sensors) {
+        if (sensor.Waiting() > 0) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
 void clsJournal::Add(GatewayEvent& event)
 {
     const std::scoped_lock lock(m_impl->m_mutex);

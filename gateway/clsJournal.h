@@ -58,6 +58,8 @@ public:
     std::int64_t Waiting(std::string_view sensor) const;
     /// Recorded values that were deleted, or are damaged or lost, before the broker had them.
     std::int64_t Dropped(std::string_view sensor) const;
+    /// The sensors that have values waiting, also those that nobody records any longer.
+    std::vector<std::string> Holding() const;
 
     /// Events wait in a file of their own. An event gets its number here.
     void Add(GatewayEvent& event);

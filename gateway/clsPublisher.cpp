@@ -34,6 +34,7 @@ void clsPublisher::Disconnected()
     m_batches.clear();
     m_sent.clear();
     m_live = m_kept = {};
+    m_former.clear();
     m_journal.Unsent();
 }
 
@@ -159,8 +160,9 @@ double clsPublisher::Due_s() const
     return due_s;
 }
 
-void clsPublisher::Fill(std::span<const std::string> sensors, double now_s)
+void clsPublisher::Fill(std::span<const std::string> sensors, double now, double now_s)
 {
+    constexpr double kLookEvery_s = 1.0;
     if (!m_isConnected) {
         return;
     }
@@ -170,11 +172,33 @@ void clsPublisher::Fill(std::span<const std::string> sensors, double now_s)
         }
     }
     sendEvents();
-    std::size_t withoutAny = 0;
-    while (roomForKept() > 0 && withoutAny < sensors.size()) {
-        m_turn = (m_turn + 1) % sensors.size();
-        withoutAny = sendKept(sensors[m_turn]) ? 0 : withoutAny + 1;
+    if (now_s >= m_formerDue_s) {
+        m_formerDue_s = now_s + kLookEvery_s;
+        followFormer(sensors, now);
     }
+    const std::size_t number = sensors.size() + m_former.size();
+    std::size_t withoutAny = 0;
+    while (roomForKept() > 0 && withoutAny < number) {
+        m_turn = (m_turn + 1) % number;
+        const bool isFormer = m_turn >= sensors.size();
+        withoutAny = sendKept(isFormer ? m_former[m_turn - sensors.size()] : sensors[m_turn]) ? 0 : withoutAny + 1;
+    }
+}
+
+/// Values bring a sensor back to those who listen, so it has to go again.
+void clsPublisher::followFormer(std::span<const std::string> sensors, double now)
+{
+    const auto isIn = [](const auto& names, const std::string& name) {
+        return std::ranges::find(names, name) != names.end();
+    };
+    std::vector<std::string> former = m_journal.Holding();
+    std::erase_if(former, [&](const std::string& name) { return isIn(sensors, name); });
+    for (const std::string& name : m_former) {
+        if (!isIn(former, name) && !isIn(sensors, name)) {
+            Say(m_format.Forget(name, now));
+        }
+    }
+    m_former = std::move(former);
 }
 
 void clsPublisher::sendEvents()

@@ -40,7 +40,9 @@ public:
     /// Anything that nobody waits for: states, answers. Dropped without a connection.
     void Say(std::vector<MqttMessage> messages);
     /// Sends batches that are complete or due, then events, then values that were kept, a bit of each sensor in turn.
-    void Fill(std::span<const std::string> sensors, double now_s);
+    /// Sensors that are not among `sensors` any longer have theirs sent too, and are forgotten once the broker has
+    /// them.
+    void Fill(std::span<const std::string> sensors, double now, double now_s);
     /// Sends batches whether they are due or not.
     void SendBatches();
     /// Nothing more comes of a sensor: sends its batch, and events as room permits.
@@ -75,6 +77,7 @@ private:
     Load& loadOf(const Sent& what) { return what.isKept ? m_kept : m_live; }
     bool hasRoomForLive() const;
     std::size_t roomForKept() const;
+    void followFormer(std::span<const std::string> sensors, double now);
 
     BrokerLine& m_broker;
     MessageFormat& m_format;
@@ -87,5 +90,7 @@ private:
     std::unordered_map<std::uint64_t, Sent> m_sent; ///< by token
     Load m_live, m_kept;                            ///< of what is in `m_sent`
     std::uint64_t m_token = 0;
-    std::size_t m_turn = 0; ///< the sensor whose kept values come next
+    std::size_t m_turn = 0;            ///< the sensor whose kept values come next
+    std::vector<std::string> m_former; ///< sensors with kept values that the configuration no longer has
+    double m_formerDue_s = 0.0;
 };

@@ -172,7 +172,7 @@ void clsNetLine::allow(double now_s)
 {
     m_now_s = now_s;
     if (now_s - m_allowed_s >= kAllowing_s) {
-        const double raised = static_cast<double>(m_allowance) + (now_s - m_allowed_s) * kMost_Bps;
+        const double raised = static_cast<double>(m_allowance) + (now_s - m_allowed_s) * kMostBytesPerSecond;
         m_allowance = static_cast<std::size_t>(std::min(raised, double{kMostAtOnce}));
         m_allowed_s = now_s;
     }

@@ -21,7 +21,7 @@ public:
     static constexpr double kAtOnce_s = 2.0;   ///< a connection that ends earlier was not wanted
     /// A second brings at most so many bytes, nearly 3 times the fastest serial line. What a stall of the network has
     /// held back may come in one piece, up to the second figure.
-    static constexpr std::size_t kMost_Bps = 32768, kMostAtOnce = 262144;
+    static constexpr std::size_t kMostBytesPerSecond = 32768, kMostAtOnce = 262144;
 
     /// Begins the connection. `lookup` must outlive it; `now_s` counts from any moment.
     clsNetLine(modLineUrl::LineUrl url, clsNameLookup& lookup, double now_s);

@@ -332,6 +332,28 @@ TEST(Gateway, ALineThatFaultsInEachTickHoldsUpNeitherAReloadNorTheEnd)
     EXPECT_LT(std::ranges::count(site.log, "a: a fault"), 4) << "twice it has begun";
 }
 
+TEST(Gateway, WhatWaitsForASensorThatWasRemovedIsSentNevertheless)
+{
+    GatewaySite site({"a", "b"});
+    site.Begin();
+    const double away_s = modAPI::UpTime_s() + 3.0; // without a broker
+    site.Until([&] { return modAPI::UpTime_s() > away_s; });
+    GatewayConfig wanted = site.config;
+    wanted.sensors.pop_back(); // b goes
+    site.gateway->Reload(wanted);
+    const std::int64_t recorded = site.journal->Waiting("b");
+    EXPECT_GT(recorded, 20);
+    site.broker.Connect();
+    EXPECT_TRUE(site.Until([&] { return site.journal->Waiting("b") == 0; }));
+    EXPECT_GE(std::ssize(site.Numbers("b")), recorded);
+    EXPECT_EQ(site.Missing("b"), "");
+    const auto states = [&] { return site.broker.On("orvex/gateway/b/state"); };
+    const std::size_t before = states().size();
+    EXPECT_TRUE(site.Until([&] { return states().size() > before; }, 5.0)) << "then it is forgotten again";
+    EXPECT_EQ(states().back().payload, "");
+    site.End();
+}
+
 TEST(Gateway, CommandsArePassedOnAndARebirthSaysEverything)
 {
     GatewaySite site({"a"});

@@ -45,7 +45,7 @@ struct PublisherSite {
         for (std::size_t i = 0; i < kSensors; ++i) {
             publisher->SendLive("s" + std::to_string(i), {&value, 1}, now_s);
         }
-        publisher->Fill(std::vector<std::string>{"s1", "old"}, now_s);
+        publisher->Fill(std::vector<std::string>{"s1", "old"}, JournalSite::kTime, now_s);
         publisher->Flush();
         sentAt.push_back(broker.sent.size());
         if (sentAt.size() > lateBy) {

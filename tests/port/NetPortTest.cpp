@@ -448,7 +448,7 @@ TEST(NetPort, AFloodIsReadNoFasterThanALineCouldBring)
     line.now_s += 1.0 / 64;
     EXPECT_EQ(takes(), 0U) << "else the pause would end with every byte";
     line.now_s += 63.0 / 64;
-    EXPECT_EQ(takes(), clsNetLine::kMost_Bps);
+    EXPECT_EQ(takes(), clsNetLine::kMostBytesPerSecond);
     EXPECT_LT(line.port.ArrivalHandle(1), 0);
     for (int second = 0; second < 1000 && read < said; ++second) {
         line.now_s += 1;
