@@ -185,8 +185,8 @@ public:
         for (const auto& [token, bytes] : connection.acknowledged) {
             --m_waiting;
             m_waiting_bytes -= bytes;
-            if (token != 0) {
-                add(BrokerAcknowledged{token});
+            if (token != 0) { // wakes nobody: it comes with each value, and what waits for it looks by itself
+                m_events.emplace_back(BrokerAcknowledged{token});
             }
         }
         for (BrokerReceived& message : connection.received) {
@@ -208,13 +208,11 @@ public:
     int WakeHandle() const { return m_wake.Descriptor(); }
 
 private:
-    /// An acknowledgement wakes nobody: with each value there would be one, and what waits for them looks by itself.
-    void add(BrokerEvent event)
+    template <class Event>
+    void add(Event event)
     {
-        if (!std::holds_alternative<BrokerAcknowledged>(event)) {
-            makeReadable(m_ready);
-        }
-        m_events.push_back(std::move(event));
+        makeReadable(m_ready);
+        m_events.emplace_back(std::move(event));
     }
     void warn(std::string text)
     {
