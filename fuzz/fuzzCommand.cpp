@@ -40,7 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string topic(input.Until('\n'));
     const std::string_view payload = input.Rest();
     clsJsonFormat json("orvex", "gw", "1");
-    clsSparkplugFormat sparkplug("orvex", "gw", "1", 1, [] { return 46000.5; });
+    std::uint8_t births = 1;
+    clsSparkplugFormat sparkplug("orvex", "gw", "1", births, [] { return 46000.5; });
     check(json.ReadCommand(topic, payload), json);
     check(sparkplug.ReadCommand(topic, payload), sparkplug);
     // Whatever the topic says.
