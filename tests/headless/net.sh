@@ -32,6 +32,7 @@ for line in tcp: rfc2217:'telnet(rfc2217),'; do
     scheme=${line%%:*}
     echo "$scheme"
     serve "${line#*:}"
+    : >"$folder/said" # it is read before the program has opened it
     "$1" "$scheme://127.0.0.1:$port" "$folder/$scheme" 120 >"$folder/said" &
     program=$!
     # Once values have come, the server goes without a word and stays away for a while.
