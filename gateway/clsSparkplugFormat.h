@@ -1,5 +1,5 @@
 // Messages as Sparkplug B 3.0: the gateway is an edge node, each sensor a device of it. They go out with QoS 1 as all
-// messages do. Deliberate: the specification has QoS 0, but what the broker has not acknowledged is sent again from the
+// messages do. Deliberate: Sparkplug B has QoS 0, but what the broker has not acknowledged is sent again from the
 // recordings; a subscriber sees no difference. Aliases are not used.
 #pragma once
 
