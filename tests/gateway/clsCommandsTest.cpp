@@ -3,7 +3,7 @@
 
 #include "gateway/clsRefusals.h"
 #include "simulator/clsSensorModel.h"
-#include "tests/support/PlayedLine.h"
+#include "tests/support/ModelLine.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -15,15 +15,6 @@ constexpr double kStart = 46348.0;
 constexpr double kBegin = kStart - 20.0 / kSecondsPerDay; // of the gateway
 const std::set<CommandKind> kAll{CommandKind::Start,       CommandKind::Stop,  CommandKind::Single, CommandKind::Read,
                                  CommandKind::Temperature, CommandKind::Laser, CommandKind::Write};
-
-struct ModelLine : PlayedLine {
-    simulator::clsSensorModel model;
-    const double& now_s;
-
-    explicit ModelLine(const double& clock_s) : now_s(clock_s) {}
-    void sent(char command) override { model.Receive({&command, 1}, now_s); }
-    void arrive() override { Arriving += model.Transmit(now_s); }
-};
 
 /// A sensor, its session, and what answers the commands for it.
 struct Site {

@@ -3,7 +3,7 @@
 #include "session/clsTransfer.h"
 #include "simulator/clsSensorModel.h"
 #include "store/modGlobals.h"
-#include "tests/support/PlayedLine.h"
+#include "tests/support/ModelLine.h"
 #include "tests/support/ScriptedSensor.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/clsRecordingTransferView.h"
@@ -13,16 +13,6 @@
 #include <tuple>
 
 namespace {
-
-/// A simulated sensor in memory.
-struct ModelLine : PlayedLine {
-    simulator::clsSensorModel model;
-    const double& now_s;
-
-    explicit ModelLine(const double& clock_s) : now_s(clock_s) {}
-    void sent(char command) override { model.Receive({&command, 1}, now_s); }
-    void arrive() override { Arriving += model.Transmit(now_s); }
-};
 
 /// One of the sensors in a plant: its line, its session and what the session reports.
 struct Site : SessionListener {
