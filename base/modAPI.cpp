@@ -51,7 +51,20 @@ bool isSystemFolder(const std::filesystem::path& folder)
     return second != folder.end() && *second == "usr";
 }
 
-/// How far local time is ahead of UTC at a moment, in seconds since 1970.
+/// The local calendar's time of a moment in seconds since 1970. It is asked for many times a second, but the calendar
+/// only once in each second.
+const std::tm& localTimeOf(std::time_t moment)
+{
+    thread_local std::time_t known = -1;
+    thread_local std::tm local{};
+    if (moment != known) {
+        localtime_r(&moment, &local);
+        known = moment;
+    }
+    return local;
+}
+
+/// How far local time is ahead of UTC at a moment in seconds since 1970.
 std::int32_t offsetAt_min(std::time_t moment)
 {
     std::tm local{};
@@ -73,13 +86,7 @@ double LocalTime()
     const auto now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
     const auto rest = now - floor<std::chrono::seconds>(now);
-    // This is called twenty times a second, but asks the calendar only once in each second.
-    thread_local std::time_t known = -1;
-    thread_local std::tm local{};
-    if (seconds != known) {
-        localtime_r(&seconds, &local);
-        known = seconds;
-    }
+    const std::tm& local = localTimeOf(seconds);
     return DateTimeOf({local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
                        static_cast<unsigned>(local.tm_mday), local.tm_hour, local.tm_min, local.tm_sec,
                        static_cast<std::int32_t>(duration_cast<milliseconds>(rest).count())});
@@ -103,7 +110,7 @@ UtcOffsets UtcOffsetsOf(double localTime)
 
 std::int32_t UtcOffsetNow_min()
 {
-    return offsetAt_min(std::time(nullptr));
+    return static_cast<std::int32_t>(localTimeOf(std::time(nullptr)).tm_gmtoff / 60);
 }
 
 double UpTime_s()
