@@ -118,7 +118,7 @@ int RunMeasure(clsProgram& program, const clsArguments& arguments)
         return code;
     }
     lines.PrintHeading();
-    const bool showsCount = isatty(STDOUT_FILENO) == 0;
+    const bool showsCount = program.Progress().IsPossible() && isatty(STDOUT_FILENO) == 0;
     const RunEnd end = run.Measure(
         [&] {
             if (showsCount) {

@@ -16,6 +16,8 @@ public:
 
     /// What is under way now, UTF-8. It shows once the work has taken a second. Call it as often as you like.
     void Show(std::string_view text);
+    /// Whether there is a terminal to show it on.
+    bool IsPossible() const { return m_isPossible; }
     /// Takes the line away; the next `Show` begins other work.
     void End();
 

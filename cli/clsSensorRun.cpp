@@ -82,7 +82,6 @@ clsSensorRun::~clsSensorRun()
 void clsSensorRun::Echo(std::string_view received)
 {
     m_bytes += static_cast<std::int64_t>(received.size());
-    m_lastByte_s = modAPI::UpTime_s();
     if (hears() && m_heard.size() < kMostHeard) {
         m_heard += received;
     }
@@ -152,10 +151,13 @@ int clsSensorRun::Connect()
 /// sensor has answered. And what comes after the port is closed would be the first that the next program hears.
 void clsSensorRun::takeAnswer()
 {
-    const double begin_s = modAPI::UpTime_s();
+    double lastBytes_s = modAPI::UpTime_s();
+    std::int64_t bytes = m_bytes;
     const double silence_s = kSilence_s + Device().Delay_ms() / 1000.0;
     const auto goOn = [&] {
-        const bool isSilent = modAPI::UpTime_s() - std::max(m_lastByte_s, begin_s) > silence_s;
+        const double now_s = modAPI::UpTime_s();
+        lastBytes_s = std::exchange(bytes, m_bytes) != m_bytes ? now_s : lastBytes_s;
+        const bool isSilent = now_s - lastBytes_s > silence_s;
         return Device().PortIsOpen() && !isAnswered() && (m_format || !isSilent);
     };
     tickWhile(goOn, patience_s());
@@ -298,11 +300,14 @@ RunEnd clsSensorRun::whyEnded() const
 
 void clsSensorRun::tick()
 {
-    m_session.ServeFiles(modAPI::LocalTime());
-    m_session.Tick(modAPI::LocalTime());
+    const double now = modAPI::LocalTime();
+    m_session.ServeFiles(now);
+    m_session.Tick(now);
     m_hasAsked = m_hasAsked || Device().Pending() != Request::None;
-    const bool hasErrors = (Device().PortStatus() & LineErrorFraming) != 0;
-    m_hasLineErrors = m_hasLineErrors || (hears() && m_bytes > 0 && hasErrors);
+    if (hears()) {
+        const bool hasErrors = (Device().PortStatus() & LineErrorFraming) != 0;
+        m_hasLineErrors = m_hasLineErrors || (m_bytes > 0 && hasErrors);
+    }
     noteLine();
     m_program.Serve();
 }
@@ -343,6 +348,7 @@ bool clsSensorRun::Leave()
     if (std::exchange(m_isLeft, true)) {
         return true;
     }
+    static_cast<void>(Device().PortStatus()); // what is heard now has nothing to do with earlier errors of the line
     m_program.Progress().End();
     bool isRestored = true;
     if (m_wasFound || m_wasMeasuring) {

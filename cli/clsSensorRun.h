@@ -116,7 +116,7 @@ private:
     std::size_t m_judged = 0;             ///< of `m_heard`
     std::optional<std::int32_t> m_format; ///< of the values that were heard before anything was sent
     std::int64_t m_bytes = 0;
-    double m_opened_s = 0.0, m_lastByte_s = 0.0;
+    double m_opened_s = 0.0;
     bool m_hasAsked = false, m_hasLineErrors = false, m_isHeldBack = false;
     bool m_wasFound = false, m_wasMeasuring = false, m_isLineLost = false, m_isLeft = false;
 };
