@@ -107,12 +107,15 @@ public:
     std::vector<BrokerEvent> Take(std::vector<std::string>& warnings)
     {
         const std::lock_guard lock(m_mutex);
-        eventfd_t ignored = 0;
-        eventfd_read(m_ready.Descriptor(), &ignored);
+        if (std::exchange(m_isReady, false)) {
+            eventfd_t ignored = 0;
+            eventfd_read(m_ready.Descriptor(), &ignored);
+        }
         warnings.swap(m_warnings);
         m_received = m_received_bytes = 0;
-        m_isTaken = true;
-        m_turn.notify_all();
+        if (!std::exchange(m_isTaken, true)) {
+            m_turn.notify_all();
+        }
         // The caller sends nothing new before it has learnt that all it sent before is forgotten.
         m_accepts = m_isUp && !m_isOverfull;
         return std::exchange(m_events, {});
@@ -211,14 +214,19 @@ private:
     template <class Event>
     void add(Event event)
     {
-        makeReadable(m_ready);
+        callCaller();
         m_events.emplace_back(std::move(event));
+    }
+    void callCaller()
+    {
+        m_isReady = true;
+        makeReadable(m_ready);
     }
     void warn(std::string text)
     {
         if (m_warnings.size() < kMostWarnings) {
             m_warnings.push_back(std::move(text));
-            makeReadable(m_ready);
+            callCaller();
         }
     }
 
@@ -233,7 +241,7 @@ private:
     std::vector<std::string> m_warnings;
     std::size_t m_received = 0, m_received_bytes = 0; ///< since the last `Take`
     bool m_isTaken = false, m_isUp = false, m_accepts = false, m_isOverfull = false, m_stops = false;
-    bool m_hasEnded = false;
+    bool m_hasEnded = false, m_isReady = true; ///< there is something to be taken
 };
 
 namespace {

@@ -19,7 +19,9 @@ namespace {
 constexpr double kCoalesced_s = 0.002;
 constexpr std::size_t kFew = 4; ///< lines that do not bring so much that it is worth a pause
 constexpr double kLookEvery_s = 1.0;
-constexpr double kFaultAgain_s = 60.0; // a fault that goes on is logged again
+constexpr double kWorthQuiet_s = 0.003; // a shorter wait for the end of a line saves no turn
+constexpr double kLateEnd_s = 0.0005;   // a driver passes the last piece on so much later
+constexpr double kFaultAgain_s = 60.0;  // a fault that goes on is logged again
 constexpr std::chrono::seconds kPatienceWithDisk{10};
 
 } // namespace
@@ -55,17 +57,23 @@ void clsGateway::WakeBy(int descriptor)
     add(descriptor, nullptr);
 }
 
-void clsGateway::Serve(double most_s)
+bool clsGateway::Serve(double most_s)
 {
     m_now = modAPI::LocalTime();
     m_now_s = modAPI::UpTime_s();
-    takeBrokerEvents();
-    sayAgain();
-    serveLines();
-    m_journal.Serve(m_now);
-    noteJournal();
-    publish();
+    if (std::exchange(m_isCalled, false) || nextDue_s() <= m_now_s) { // else a line has begun, and that is all
+        takeBrokerEvents();
+        sayAgain();
+        serveLines();
+        m_journal.Serve(m_now);
+        if (m_now_s >= m_nextNote_s) {
+            m_nextNote_s = m_now_s + kLookEvery_s;
+            noteJournal();
+        }
+        publish();
+    }
     wait(most_s);
+    return m_isCalled;
 }
 
 // The lines.
@@ -175,18 +183,45 @@ void clsGateway::watch(Entry& entry)
 {
     const auto now = entry.line->Arrivals();
     if (std::exchange(entry.watched, now) != now && now.first >= 0) {
+        entry.quietUntil_s.reset();
         add(now.first, &entry);
     }
 }
 
+/// What has arrived. While a line of text is under way, its pieces are not told: it is looked at again when it should
+/// have ended.
+void clsGateway::take(Entry& entry)
+{
+    m_lastArrivals_s = modAPI::UpTime_s();
+    const bool hasCome = entry.line->Arrived(modAPI::LocalTime(), m_lastArrivals_s);
+    const double quiet_s = hasCome ? entry.line->Quiet_s() : 0.0;
+    const bool isTold = quiet_s < kWorthQuiet_s || entry.line->Arrivals() != entry.watched;
+    if (isTold != !entry.quietUntil_s) {
+        add(entry.watched.first, &entry, isTold);
+    }
+    entry.quietUntil_s = isTold ? std::nullopt : std::optional(m_lastArrivals_s + quiet_s + kLateEnd_s);
+}
+
+void clsGateway::takeQuiet()
+{
+    const double now_s = modAPI::UpTime_s();
+    for (Entries* entries : {&m_entries, &m_leaving}) {
+        for (const auto& entry : *entries) {
+            if (entry->quietUntil_s && *entry->quietUntil_s <= now_s) {
+                take(*entry);
+            }
+        }
+    }
+}
+
 /// Each arrival is told once, so that a line that has hung up does not call all the time.
-void clsGateway::add(int descriptor, void* whom)
+void clsGateway::add(int descriptor, void* whom, bool isTold)
 {
     epoll_event event{};
-    event.events = EPOLLIN | (whom != nullptr ? static_cast<std::uint32_t>(EPOLLET) : 0U);
+    event.events = (isTold ? EPOLLIN : 0U) | (whom != nullptr ? static_cast<std::uint32_t>(EPOLLET) : 0U);
     event.data.ptr = whom;
-    if (epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event) != 0 && errno == EEXIST) {
-        epoll_ctl(m_epoll, EPOLL_CTL_MOD, descriptor, &event);
+    if (epoll_ctl(m_epoll, EPOLL_CTL_MOD, descriptor, &event) != 0 && errno == ENOENT) {
+        epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event);
     }
 }
 
@@ -198,7 +233,7 @@ double clsGateway::nextDue_s() const
     due_s = m_isAskedAgain ? std::min(due_s, m_nextAgain_s) : due_s;
     for (const Entries* entries : {&m_entries, &m_leaving}) {
         for (const auto& entry : *entries) {
-            due_s = std::min(due_s, entry->line->Due_s());
+            due_s = std::min({due_s, entry->line->Due_s(), entry->quietUntil_s.value_or(due_s)});
         }
     }
     return due_s;
@@ -215,13 +250,14 @@ void clsGateway::wait(double most_s)
     std::array<epoll_event, 256> events{};
     const int count =
         epoll_wait(m_epoll, events.data(), static_cast<int>(events.size()), static_cast<int>(std::ceil(rest_ms)));
-    const double arrival = modAPI::LocalTime(), arrival_s = modAPI::UpTime_s();
     for (int i = 0; i < count; ++i) {
         if (auto* entry = static_cast<Entry*>(events.at(static_cast<std::size_t>(i)).data.ptr)) {
-            entry->line->Arrived(arrival, arrival_s);
-            m_lastArrivals_s = arrival_s;
+            take(*entry);
+        } else {
+            m_isCalled = true;
         }
     }
+    takeQuiet();
 }
 
 // Another configuration, and the end.

@@ -13,6 +13,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -52,8 +53,9 @@ public:
 
     /// A descriptor that ends the wait of `Serve` when it becomes readable.
     void WakeBy(int descriptor);
-    /// One pass: whatever is due, then a wait until something is, for `most_s` at most.
-    void Serve(double most_s);
+    /// One pass: whatever is due, then a wait until something is, for `most_s` at most. Returns whether one of those
+    /// descriptors, or the broker's, has ended the wait.
+    bool Serve(double most_s);
 
     /// Takes a configuration over that has no problems. Sensors that it does not change go on as if nothing had
     /// happened; others end and begin anew in the passes that follow. Another folder or other bounds of the journal
@@ -77,6 +79,7 @@ private:
 
         std::unique_ptr<clsSensorLine> line;
         std::pair<int, std::int32_t> watched{-1, -1};
+        std::optional<double> quietUntil_s; ///< until then arrivals are not told
         double begun_s = 0.0, nextLook_s = 0.0, toldState_s = -1e9;
         SensorState told; ///< without what changes all the time
         std::int32_t toldReports = 0;
@@ -100,6 +103,8 @@ private:
     void serveLines();
     void serveLine(Entry& entry);
     void watch(Entry& entry);
+    void take(Entry& entry);
+    void takeQuiet();
     SensorState stateOf(const Entry& entry) const;
     void look(Entry& entry);
     void logConnection(Entry& entry, const SensorState& state);
@@ -124,7 +129,7 @@ private:
     void keepJournal(GatewayConfig& config);
     void wait(double most_s);
     double nextDue_s() const;
-    void add(int descriptor, void* whom);
+    void add(int descriptor, void* whom, bool isTold = true);
     void endLines();
     void endBroker();
 
@@ -149,7 +154,8 @@ private:
     bool m_isEnding = false;
     int m_epoll = -1;
     double m_now = 0.0, m_now_s = 0.0; ///< of the present pass
-    double m_lastArrivals_s = 0.0, m_nextFill_s = 0.0;
+    double m_lastArrivals_s = 0.0, m_nextFill_s = 0.0, m_nextNote_s = 0.0;
+    bool m_isCalled = true;                             ///< by something else than a line
     bool m_isAskedAgain = false;                        ///< everything is to be said again
     double m_nextAgain_s = 0.0;                         ///< but not before
     double m_keptLogged_s = -1e9;                       ///< a command that the broker had kept

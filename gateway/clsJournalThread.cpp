@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kPause{500}, kSaveEvery{2000}, kSaveAgainAfter{10000};
+constexpr std::chrono::milliseconds kPause{1000}, kSaveEvery{2000}, kSavePositionsEvery{5000}, kSaveAgainAfter{10000};
 /// Lines that are not there yet, and files that cannot be read, are looked for again.
 constexpr std::chrono::milliseconds kReadAgainAfter{100}, kFailedReadAgainAfter{5000};
 constexpr double kLookEvery = 5.0 / (24.0 * 60.0); // days
@@ -201,6 +201,9 @@ void clsJournalThread::work()
             }
             movePositions();
             saveEvents();
+        }
+        if (isLast || Clock::now() >= m_savePositionsAt) {
+            m_savePositionsAt = Clock::now() + kSavePositionsEvery;
             savePositions();
         }
         deleteSurplus();
@@ -300,7 +303,7 @@ void clsJournalThread::savePositions()
     std::error_code error;
     const bool isSaved = modFiles::Replace(file, modPositions::Write(positions), error, modPositions::kLargestFile);
     report(WithPositions, isSaved ? "" : file.string() + ": " + textOf(error));
-    m_saveAt = Clock::now() + (isSaved ? kSaveEvery : kSaveAgainAfter);
+    m_savePositionsAt = Clock::now() + (isSaved ? kSavePositionsEvery : kSaveAgainAfter);
 }
 
 /// What was sent as it came was not read, so where its lines are has to be found out now and then.

@@ -74,7 +74,7 @@ private:
 
     // Of the thread alone.
     std::vector<char> m_buffer;
-    Clock::time_point m_saveAt;
+    Clock::time_point m_saveAt, m_savePositionsAt;
     double m_lookedAt = 0.0; ///< for files that have to go
     std::thread m_thread;    ///< last: it uses all the others
 };

@@ -13,6 +13,7 @@
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
+#include <optional>
 #include <poll.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -29,7 +30,9 @@ constexpr unsigned kMostInFlight = 5000; // sent and not acknowledged; what is b
 constexpr auto kGathering = 500us;       // what comes within this time is served together
 constexpr auto kBusy = 10ms;             // of so many turns as `m_turns` holds
 constexpr int kLargeBlock = 1 << 20;
-constexpr auto kCare = 1s; // between looks at the keep-alive
+constexpr auto kCare = 1s;                        // between looks at the keep-alive
+constexpr std::size_t kFew = 4;                   // messages on their way
+constexpr std::chrono::milliseconds kNext = 60ms; // until what has come is looked at, if no message goes out before
 
 std::string inQuotes(std::string_view text)
 {
@@ -203,6 +206,12 @@ bool clsMqttConnection::isBusy()
     return m_turns[(m_turn - 1) % m_turns.size()] - before < kBusy;
 }
 
+/// With few messages on their way an acknowledgement may wait for the next message: one turn serves both.
+bool clsMqttConnection::mayAwaitNext() const
+{
+    return m_isUp && !m_sent.empty() && m_sent.size() <= kFew && !wantsWrite();
+}
+
 bool clsMqttConnection::Serve(int wake, std::chrono::milliseconds most)
 {
     const int socket = mosquitto_socket(m_mosquitto);
@@ -211,7 +220,10 @@ bool clsMqttConnection::Serve(int wake, std::chrono::milliseconds most)
     }
     const auto wanted = static_cast<short>(wantsWrite() ? POLLIN | POLLOUT : POLLIN);
     pollfd handles[] = {{wake, POLLIN, 0}, {socket, wanted, 0}};
-    const int ready = poll(handles, 2, static_cast<int>(most.count()));
+    int ready = mayAwaitNext() ? poll(handles, 1, static_cast<int>(std::min(most, kNext).count())) : 0;
+    if (ready == 0) {
+        ready = poll(handles, 2, static_cast<int>(most.count()));
+    }
     if (ready > 0 && m_isUp && isBusy()) {
         std::this_thread::sleep_for(kGathering);
     }
@@ -236,7 +248,10 @@ bool clsMqttConnection::Serve(int wake, std::chrono::milliseconds most)
 
 bool clsMqttConnection::Publish(const std::vector<MqttMessage>& messages)
 {
-    const Corked corked(mosquitto_socket(m_mosquitto));
+    std::optional<Corked> corked; // several go out together
+    if (messages.size() > 1) {
+        corked.emplace(mosquitto_socket(m_mosquitto));
+    }
     for (const MqttMessage& message : messages) {
         int number = 0;
         errno = 0;

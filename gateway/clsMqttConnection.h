@@ -33,7 +33,8 @@ public:
     /// False: see `Why`.
     bool Open(const std::optional<MqttMessage>& will, std::chrono::milliseconds most);
     /// Waits until the network has something, or `wake`, an eventfd, is readable; at most so long. Reads and writes
-    /// what is possible. False: the connection has ended, see `Why`.
+    /// what is possible. False: the connection has ended, see `Why`. While a few messages go out now and then, what
+    /// comes meanwhile may wait for the next one, some hundredths of a second at most.
     bool Serve(int wake, std::chrono::milliseconds most);
     /// Whether the broker has accepted the gateway.
     bool IsUp() const { return m_isUp; }
@@ -64,6 +65,7 @@ private:
     bool prepareTls();
     bool wantsWrite() const;
     bool isBusy();
+    bool mayAwaitNext() const;
     bool fail(std::string why);
     bool failSystem(int systemError);
     bool failCode(int code, int systemError);

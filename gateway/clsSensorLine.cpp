@@ -20,7 +20,10 @@ constexpr double kFirstPause_s = 10.0, kLongestPause_s = 300.0; // before a fail
 constexpr double kLasting_s = 60.0;                             // then a recording counts as a success
 constexpr double kOperation_s = 10.0;                           // what is under way when the line is to be left
 constexpr double kStop_s = 1.0, kQuiet_s = 0.2, kWriting_s = 2.0;
-constexpr std::size_t kMostChanges = 20; // in one event
+constexpr std::size_t kMostChanges = 20;          // in one event
+constexpr std::chrono::milliseconds kGather{250}; // lines of a recording that are written together
+constexpr double kBitsPerByte = 10.0;
+constexpr double kMostQuiet_s = 0.012; // a line that ends earlier than expected gets a time that is so late
 
 /// As it comes out of a recording.
 GatewayValue valueOf(const Measurement& measurement, std::int64_t run)
@@ -45,20 +48,29 @@ SensorLineListener::Details changesOf(const ParameterSet& before, const Paramete
     return changes;
 }
 
-/// Notes whether what was read last ends a line of text.
+/// Follows the lines of text that are read, and how fast they can come.
 class LinePorts : public clsPorts {
 public:
-    LinePorts(const modPComm::PortDevices& devices, bool& endsLine) : clsPorts(devices), m_endsLine(endsLine) {}
+    LinePorts(const modPComm::PortDevices& devices, clsLineEnd& end, std::int32_t& rate)
+        : clsPorts(devices), m_end(end), m_rate(rate)
+    {}
+
+    std::int32_t sio_baud(std::int32_t port, std::int32_t rate) override
+    {
+        m_rate = rate;
+        return clsPorts::sio_baud(port, rate);
+    }
 
     std::int32_t sio_read(std::int32_t port, std::span<char> buffer) override
     {
         const std::int32_t count = clsPorts::sio_read(port, buffer);
-        m_endsLine = count > 0 && buffer[static_cast<std::size_t>(count) - 1] == '\n';
+        m_end.Came(buffer.first(static_cast<std::size_t>(std::max(count, 0))));
         return count;
     }
 
 private:
-    bool& m_endsLine;
+    clsLineEnd& m_end;
+    std::int32_t& m_rate;
 };
 
 } // namespace
@@ -67,7 +79,8 @@ clsSensorLine::clsSensorLine(SensorConfig config, std::filesystem::path recordin
                              SensorLineListener& listener, double now_s)
     : m_config(std::move(config)), m_run(places.run), m_version(places.version), m_listener(listener),
       m_settings(settingsFor(m_config, m_devices)),
-      m_session(std::make_unique<LinePorts>(m_devices, m_endsLine), m_settings, std::move(recordings), '.'),
+      m_session(std::make_unique<LinePorts>(m_devices, m_lineEnd, m_lineRate), m_settings, std::move(recordings), '.',
+                RecordDisk{.gather = kGather}),
       m_phase(now_s), m_recordPause_s(kFirstPause_s)
 {
     m_session.Origin = [this] { return origin(); };
@@ -124,11 +137,21 @@ RecordingInfo clsSensorLine::origin() const
     return info;
 }
 
-void clsSensorLine::Arrived(double now, double now_s)
+bool clsSensorLine::Arrived(double now, double now_s)
 {
-    if (m_session.Collect(now) > 0) {
-        m_phase.Arrived(now_s, m_endsLine);
+    if (m_session.Collect(now) <= 0) {
+        return false;
     }
+    m_phase.Arrived(now_s, m_lineEnd.IsReached());
+    return true;
+}
+
+double clsSensorLine::Quiet_s() const
+{
+    const clsRVQ& device = m_session.Device();
+    const std::size_t missing = m_lineEnd.Missing();
+    const bool isKnown = missing > 0 && m_lineRate > 0 && device.PortHasRate();
+    return isKnown ? std::min(static_cast<double>(missing) * kBitsPerByte / m_lineRate, kMostQuiet_s) : 0.0;
 }
 
 void clsSensorLine::Serve(double now, double now_s)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "gateway/GatewayMessages.h"
+#include "gateway/clsLineEnd.h"
 #include "gateway/clsTickPhase.h"
 #include "port/modPComm.h"
 #include "session/SessionListener.h"
@@ -76,8 +77,11 @@ public:
     {
         return {m_session.Device().ArrivalHandle(), m_session.Device().Openings()};
     }
-    /// It is readable.
-    void Arrived(double now, double now_s);
+    /// It is readable. Returns whether anything has come.
+    bool Arrived(double now, double now_s);
+    /// So long, from the last arrival on, nothing but pieces of a line comes: the rest of it cannot be faster. 0: not
+    /// known.
+    double Quiet_s() const;
 
     /// All but what only the journal knows.
     SensorState State(double now) const;
@@ -127,7 +131,8 @@ private:
     SensorLineListener& m_listener;
     modPComm::PortDevices m_devices;
     modGlobals::Settings m_settings;
-    bool m_endsLine = false; ///< what was read last
+    clsLineEnd m_lineEnd;
+    std::int32_t m_lineRate = 0; ///< as it was set last
     clsSession m_session;
     clsTickPhase m_phase;
     double m_now_s = 0.0; ///< of the present tick

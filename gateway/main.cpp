@@ -153,22 +153,27 @@ void reload(Service& service, const std::filesystem::path& file)
 /// Until a signal ends it.
 void serve(Service& service, modService::Signals& signals, const std::filesystem::path& file)
 {
-    constexpr double kMost_s = 1.0;
+    constexpr double kMost_s = 1.0, kTellEvery_s = 0.5;
     const auto watchdog_s = modService::WatchdogPeriod_s();
-    double alive_s = 0.0;
+    double alive_s = 0.0, told_s = 0.0;
     std::string status;
-    for (int signal = 0; signal != SIGTERM && signal != SIGINT; signal = signals.Take()) {
+    bool isCalled = false;
+    for (int signal = 0; signal != SIGTERM && signal != SIGINT; signal = isCalled ? signals.Take() : 0) {
         if (signal == SIGHUP) {
             reload(service, file);
         }
-        service.gateway->Serve(kMost_s);
-        if (watchdog_s && modAPI::UpTime_s() >= alive_s) {
-            alive_s = modAPI::UpTime_s() + *watchdog_s;
+        isCalled = service.gateway->Serve(kMost_s);
+        const double now_s = modAPI::UpTime_s();
+        if (watchdog_s && now_s >= alive_s) {
+            alive_s = now_s + *watchdog_s;
             modService::Notify("WATCHDOG=1");
         }
-        const std::string now = service.gateway->Status();
-        if (std::exchange(status, now) != now) {
-            modService::Notify("STATUS=" + now);
+        if (now_s >= told_s) {
+            told_s = now_s + kTellEvery_s;
+            const std::string now = service.gateway->Status();
+            if (std::exchange(status, now) != now) {
+                modService::Notify("STATUS=" + now);
+            }
         }
     }
 }

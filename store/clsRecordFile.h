@@ -23,6 +23,8 @@ struct RecordDisk {
     std::error_code (*flush)(int descriptor) = FlushToDisk;
     ssize_t (*write)(int descriptor, const void* bytes, std::size_t count) = ::write;
     std::size_t room = std::size_t{64} << 20; ///< bytes of lines that may wait in memory
+    /// Lines that follow others may wait so long, so that they are written together.
+    std::chrono::milliseconds gather{0};
 };
 
 /// Where recordings are made, and their name without ".rec"; an empty one stands for SAVE0001, SAVE0002 and so on.

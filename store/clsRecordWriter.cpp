@@ -83,11 +83,11 @@ private:
     std::condition_variable m_wake, m_ended;
     std::deque<Piece> m_queue;
     std::size_t m_waiting = 0; ///< bytes of lines that are not written, those in the thread's hands included
-    bool m_isClosing = false, m_isDone = false;
+    bool m_isClosing = false, m_isDone = false, m_isGathering = false;
     std::optional<RecordingInfo> m_finished;
 
     std::optional<clsRecordFile> m_file; ///< none between two parts
-    bool m_isDescribed = false;
+    bool m_isDescribed = false, m_hasWritten = false;
     std::int64_t m_lostOfPart = 0;
     Clock::time_point m_spaceKnownUntil;
 };
@@ -105,6 +105,9 @@ bool clsRecordWriter::Worker::Write(std::string_view lines, std::int64_t count)
         m_queue.back().lines += lines;
         m_queue.back().count += count;
         m_waiting += lines.size();
+        if (m_isGathering) {
+            return true;
+        }
     }
     m_wake.notify_one();
     return true;
@@ -143,7 +146,13 @@ void clsRecordWriter::Worker::Run()
 std::optional<Piece> clsRecordWriter::Worker::next()
 {
     std::unique_lock lock(m_mutex);
+    m_isGathering = m_hasWritten && m_disk.gather.count() > 0;
+    if (m_isGathering) {
+        m_wake.wait_for(lock, m_disk.gather, [this] { return m_isClosing; });
+        m_isGathering = false;
+    }
     m_wake.wait_for(lock, kPause, [this] { return m_isClosing || !m_queue.empty(); });
+    m_hasWritten = !m_queue.empty();
     if (m_queue.empty()) {
         return m_isClosing ? std::nullopt : std::optional<Piece>(std::in_place);
     }
