@@ -95,6 +95,7 @@ clsSensorLine::clsSensorLine(SensorConfig config, std::filesystem::path recordin
     if (m_config.every_ms) {
         m_session.Wanted = [this](const Measurement& measurement) { return wants(measurement); };
     }
+    m_session.Loop().SilenceIsLoss = true;
     if (m_config.measures) {
         m_session.Loop().MeasureWhenConnected();
     }

@@ -287,7 +287,7 @@ void clsMeasurementLoop::noAnswer()
     if (m_device.Parameters().OutputMode == OutputSingle) {
         return; // a sensor that sends at any time owes no answer
     }
-    if (m_device.TempStatus() == 0 && m_measuring) {
+    if (m_device.TempStatus() == 0 && m_measuring && !SilenceIsLoss) {
         m_listener.ShowStatus(PanelMessages, std::string(NameOf(MeasurementKind::TempError)));
         return;
     }

@@ -55,6 +55,10 @@ public:
     /// can be heard: the first probe ends its measurement.
     std::int32_t ListenFirst_ms = 0;
 
+    /// A sensor with a temperature error that measures owes values like any other. Without it such a sensor's silence
+    /// is shown as its error, and not as a loss: deliberate, for the operator at a window.
+    bool SilenceIsLoss = false;
+
     /// Lets the front end handle its events while a command waits for the answer to an idle poll; ticks continue
     /// meanwhile. When it is empty, commands do not wait.
     modRVQComm::PumpEvents PumpEvents;

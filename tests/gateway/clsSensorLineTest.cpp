@@ -48,6 +48,23 @@ TEST(SensorLines, AnUnpluggedSensorIsMissedAndMeasuresWhenItIsBack)
     EXPECT_EQ(site.told.recordings.size(), 1u);
 }
 
+TEST(SensorLines, ASensorThatFallsSilentAfterATemperatureErrorIsLost)
+{
+    LineOfSimulatedSensor site;
+    site.sensor.With([](auto& model) { model.Faults().temperr = 1.0; });
+    ASSERT_TRUE(site.UntilValues(3));
+    site.sensor.With([](auto& model) { model.Faults().temperr = 0.0; });
+    ASSERT_TRUE(site.UntilValues(5)) << "good ones follow";
+    const double now_s = site.sensor.Now_s();
+    site.sensor.With([now_s](auto& model) {
+        model.Receive("s", now_s);
+        model.Faults().silence = 1.0;
+    });
+    ASSERT_TRUE(site.Until([&] { return !site.line.IsConnected(); }));
+    EXPECT_EQ(site.told.events, std::vector<std::string>{"line lost"});
+    EXPECT_EQ(site.line.State(0.0).account.lineLost, 1);
+}
+
 TEST(SensorLines, OneValueInEachStretchIsRecordedAndTold)
 {
     LineOfSimulatedSensor site([](SensorConfig& config) { config.every_ms = 200; });
