@@ -39,6 +39,7 @@ struct RecordingInfo {
     /// The start of the first file of this recording, and which of its files this is; 0 when that is not known.
     double recordingStart = 0.0;
     std::int32_t part = 0;
+    std::optional<std::int64_t> bytes; ///< of the file, once it is complete
     /// How far local time was ahead of UTC at the start; empty: as this system's time zone says.
     std::optional<std::int32_t> offset_min;
     bool everyValue = true;       ///< false: one value a tick, at least for a while

@@ -236,11 +236,13 @@ void clsRecordWriter::Worker::endPart(std::optional<RecordingInfo>& finished)
         }
     }
     const bool isKept = m_file->IsInPlace();
+    const std::int64_t bytes = m_file->Bytes();
     fail(m_file->Close());
     m_file.reset();
     if (finished && isDescribed && isKept) {
         finished->account.recorded -= m_lostOfPart;
         finished->account.unwritten += m_lostOfPart;
+        finished->bytes = bytes;
         if (const std::error_code error = modSidecar::Write(sidecar, *finished)) {
             noteSidecar(sidecar, error);
         }

@@ -145,6 +145,9 @@ ordered_json documentOf(const RecordingInfo& info)
         document["recordingStart"] = moments.Text(info.recordingStart);
         document["part"] = info.part;
     }
+    if (info.bytes) {
+        document["bytes"] = *info.bytes;
+    }
     document["everyValue"] = info.everyValue;
     document["account"] = accountOf(info.account);
     ordered_json marks = marksOf(info.marks, moments);
@@ -250,6 +253,7 @@ RecordingInfo infoOf(const json& document)
         info.recordingStart = recordingStart->time;
         info.part = static_cast<std::int32_t>(*part);
     }
+    info.bytes = WholeOf(ValueOf(document, "bytes"), 0, std::numeric_limits<std::int64_t>::max());
     readFlag(ValueOf(document, "everyValue"), info.everyValue);
     readAccount(ValueOf(document, "account"), info.account);
     readGaps(ValueOf(document, "gaps"), info.gaps);

@@ -50,6 +50,7 @@ RecordingInfo fullInfo()
     info.end = timeOf(11, 20, 15, 0, 0, 0);
     info.recordingStart = timeOf(11, 20, 13, 0, 0, 125);
     info.part = 2;
+    info.bytes = 12345;
     info.offset_min = 60;
     info.everyValue = false;
     info.parameters.DistanceUnit = 3;
