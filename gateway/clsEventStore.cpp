@@ -3,12 +3,23 @@
 #include "gateway/modPositions.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
 namespace {
 
 using Json = nlohmann::json;
+
+constexpr std::string_view kDropped = "dropped";
+constexpr const char* kEvents = "events";
+
+/// Whether it stands for events that had to go.
+bool isOfEvents(const GatewayEvent& event)
+{
+    return event.sensor.empty() && event.what == kDropped && event.details.size() == 1 &&
+           event.details.front().first == kEvents;
+}
 
 std::string lineOf(const GatewayEvent& event)
 {
@@ -77,9 +88,30 @@ void clsEventStore::Add(const GatewayEvent& event)
 
 void clsEventStore::bound()
 {
-    while (m_entries.size() > kMost) {
-        m_entries.pop_front();
+    if (m_entries.size() > kMost) {
+        pushOut(m_entries.size() - kMost + kGoAtOnce);
     }
+}
+
+void clsEventStore::pushOut(std::size_t number)
+{
+    std::int64_t gone = 0;
+    for (std::size_t i = 0; i < number; ++i) {
+        const GatewayEvent& event = m_entries[i].event;
+        std::int64_t count = 1;
+        if (isOfEvents(event)) {
+            const std::string& before = event.details.front().second;
+            std::from_chars(before.data(), before.data() + before.size(), count);
+        }
+        gone += count;
+    }
+    GatewayEvent dropped = m_entries[number - 1].event;
+    dropped.sensor.clear();
+    dropped.what = kDropped;
+    dropped.details = {{kEvents, std::to_string(gone)}};
+    m_entries.erase(m_entries.begin(), m_entries.begin() + static_cast<std::ptrdiff_t>(number));
+    m_entries.push_front({std::move(dropped)});
+    m_mustReplace = true; // the file has those that went
 }
 
 std::vector<GatewayEvent> clsEventStore::Next(std::size_t most)

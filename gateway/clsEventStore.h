@@ -13,8 +13,9 @@
 
 class clsEventStore {
 public:
-    /// More events do not wait; the oldest go.
-    static constexpr std::size_t kMost = 1000;
+    /// More events do not wait; the oldest go, some at once. The last of those gives its place and its name to an
+    /// event "dropped" that says how many they are, also together with those that went before.
+    static constexpr std::size_t kMost = 1000, kGoAtOnce = 50;
     /// A longer line goes without its details. The file stays within so many bytes.
     static constexpr std::size_t kLongestLine = 4096;
     static constexpr std::size_t kLargestFile = std::size_t{1} << 20;
@@ -45,6 +46,7 @@ private:
     };
 
     void bound();
+    void pushOut(std::size_t number);
 
     std::deque<Entry> m_entries;
     std::size_t m_fileBytes = 0;

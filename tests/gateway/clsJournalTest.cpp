@@ -486,6 +486,23 @@ TEST(Journal, EventsWaitInTheirFile)
     EXPECT_TRUE(JournalSite::Until([&] { return TemporaryFolder::Read(file).empty(); }));
 }
 
+TEST(Journal, EventsThatHadToGoAreCounted)
+{
+    JournalSite site;
+    for (int i = 1; i <= 2600; ++i) {
+        GatewayEvent event{.time = 46350.25, .sensor = "a", .what = "line lost"};
+        site.journal->Add(event);
+    }
+    site.Restart();
+    const auto events = site.journal->NextEvents(2000);
+    ASSERT_GT(events.size(), 900U);
+    EXPECT_EQ(events.front().what, "dropped");
+    ASSERT_EQ(events.front().details.size(), 1U);
+    EXPECT_EQ(events.front().details.front().second, std::to_string(2600 - (events.size() - 1)));
+    EXPECT_TRUE(std::ranges::all_of(events.begin() + 1, events.end(),
+                                    [](const GatewayEvent& event) { return event.what == "line lost"; }));
+}
+
 TEST(Journal, ARunNumberIsNeverUsedTwice)
 {
     JournalSite site;
