@@ -52,6 +52,9 @@ SensorState clsGateway::stateOf(const Entry& entry) const
 /// Once a second: what is there to be said of a sensor.
 void clsGateway::look(Entry& entry)
 {
+    if (const auto written = entry.line->LastWritten()) {
+        m_journal.Noted(entry.line->Name(), written->file, written->bytes, written->lastSequence);
+    }
     const SensorState state = stateOf(entry);
     logConnection(entry, state);
     const bool isLater = m_now_s - entry.toldDropped_s >= kDroppedAtMost_s;

@@ -72,6 +72,16 @@ void clsJournal::Recorded(std::string_view sensor, std::int64_t lastSequence)
     m_impl->With(sensor, [&](clsSensorJournal& journal) { journal.Recorded(lastSequence); });
 }
 
+void clsJournal::Noted(std::string_view sensor, const std::filesystem::path& file, std::int64_t bytes,
+                       std::int64_t lastSequence)
+{
+    if (const auto part = modRecordingName::PartOf(file.filename().native())) {
+        m_impl->With(sensor, [&](clsSensorJournal& journal) {
+            journal.Noted(*part, static_cast<std::uint64_t>(bytes), lastSequence);
+        });
+    }
+}
+
 void clsJournal::Ended(std::string_view sensor)
 {
     m_impl->With(sensor, [&](clsSensorJournal& journal) { journal.Ended(clsSensorJournal::Clock::now()); });

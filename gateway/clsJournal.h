@@ -40,6 +40,10 @@ public:
     /// So many lines have been handed over to it; and whether it is complete, so that no line follows.
     void Recorded(std::string_view sensor, std::int64_t lastSequence);
     void Ended(std::string_view sensor);
+    /// The disk has so many bytes of a file that is being recorded, up to the end of this line. Told now and then, it
+    /// lets lines behind damage keep their numbers while the recording goes on.
+    void Noted(std::string_view sensor, const std::filesystem::path& file, std::int64_t bytes,
+               std::int64_t lastSequence);
     /// The number of the last line that was handed over in the present run; 0: none was.
     std::int64_t LastSequence(std::string_view sensor) const;
     /// Recorded values of the present run that were sent as they came. They are not read again unless `Unsent` says

@@ -359,17 +359,23 @@ void clsJournalThread::deleteSurplus()
 /// Counts the values of a file that is to be deleted as dropped, unless they were sent.
 void clsJournalThread::drop(const std::string& sensor, const RecordingPart& part)
 {
+    std::optional<LinePlace> between; // damage, where no position can be saved
     for (bool isDone = false; !isDone;) {
         std::optional<ReadTask> task;
         {
             const std::scoped_lock lock(m_mutex);
             task = m_isStopping ? std::nullopt : SensorOf(sensor).TaskToDrop(part.key);
         }
+        if (task && between) {
+            task->from = *between;
+        }
         if (!task || task->from.part > part.part) {
             return;
         }
         const modRecordingRead::Limits limits{.part = part.part};
         const ReadResult result = modRecordingRead::Read(FolderOf(sensor), *task, limits, m_buffer);
+        const bool isBetween = result.to.sequence >= clsRecordingWalk::kBetweenDamage;
+        between = isBetween ? std::optional(result.to) : std::nullopt;
         isDone = result.to == task->from || result.isAtEnd || !result.failure.empty();
         const std::scoped_lock lock(m_mutex);
         SensorOf(sensor).Drop(*task, result);

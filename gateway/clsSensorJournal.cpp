@@ -3,6 +3,7 @@
 #include "gateway/clsRecordingWalk.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -32,6 +33,7 @@ void clsSensorJournal::Recording::Done(std::int64_t from, std::int64_t to)
 {
     acknowledged.Add(std::max(from, next), to);
     sent.Remove(from, to);
+    between.Remove(from, to);
     next = acknowledged.FirstGap(next);
     acknowledged.Remove(0, next - 1);
 }
@@ -110,6 +112,14 @@ void clsSensorJournal::Recorded(std::int64_t last)
     m_last = std::max(m_last, last);
     if (!m_recordings.empty() && !isOld(m_recordings.rbegin()->first)) {
         m_recordings.rbegin()->second.last = m_last;
+    }
+}
+
+void clsSensorJournal::Noted(const RecordingPart& file, std::uint64_t bytes, std::int64_t last)
+{
+    if (const auto found = m_recordings.find(file.key); found != m_recordings.end()) {
+        found->second.noted = {file.part, bytes, last + 1, 0};
+        found->second.isTriedAgain = true;
     }
 }
 
@@ -192,9 +202,10 @@ void clsSensorJournal::Unsent()
         m_dropped += recording.Undone(recording.next, recording.place.sequence - 1);
         recording.Done(recording.next, recording.place.sequence - 1);
         recording.read = recording.place;
-        if (recording.end && recording.next < *recording.end) {
+        if (recording.end && (recording.next < *recording.end || !recording.between.All().empty())) {
             recording.end.reset();
         }
+        recording.between.Clear();
     }
     prune();
 }
@@ -222,6 +233,7 @@ std::int64_t clsSensorJournal::Waiting() const
         const bool isCounted = !isOld(key) && recording.read.sequence < clsRecordingWalk::kBehindDamage;
         if (recording.end || isCounted) {
             waiting += recording.Undone(recording.next, recording.end ? *recording.end - 1 : recording.last);
+            waiting += recording.between.Count();
         } else {
             const std::int64_t done = std::min(recording.next, clsRecordingWalk::kBehindDamage) - key.first;
             waiting += std::max<std::int64_t>(1, recording.estimate - done);
@@ -249,7 +261,7 @@ bool clsSensorJournal::hasUnread(Recordings::value_type& entry, Clock::time_poin
     if (isAllSent && recording.ended) {
         recording.end = recording.last + 1;
     }
-    return !isAllSent && (!recording.isHeld || isClosed(entry, now));
+    return !isAllSent && (!recording.isHeld || recording.isTriedAgain || isClosed(entry, now));
 }
 
 bool clsSensorJournal::HasUnread(Clock::time_point now)
@@ -260,7 +272,12 @@ bool clsSensorJournal::HasUnread(Clock::time_point now)
 ReadTask clsSensorJournal::taskOf(const Recordings::value_type& entry, const LinePlace& from) const
 {
     const auto& [key, recording] = entry;
-    ReadTask task{.key = key, .from = from, .isClosed = isOld(key), .last = {}, .covered = recording.acknowledged};
+    ReadTask task{.key = key,
+                  .from = from,
+                  .noted = recording.noted,
+                  .isClosed = isOld(key),
+                  .last = {},
+                  .covered = recording.acknowledged};
     for (const auto& [first, last] : recording.sent.All()) {
         task.covered.Add(first, last);
     }
@@ -278,9 +295,11 @@ std::optional<ReadTask> clsSensorJournal::NextTask(Clock::time_point now)
             continue;
         }
         Recording& recording = entry.second;
-        if (recording.place.sequence > recording.read.sequence) {
-            recording.read = recording.place;
+        if (std::tie(recording.place.part, recording.place.offset) >
+            std::tie(recording.read.part, recording.read.offset)) {
+            recording.read = recording.place; // files have been deleted
         }
+        recording.isTriedAgain = false;
         ReadTask task = taskOf(entry, recording.read);
         task.isClosed = isClosed(entry, now);
         if (!task.isClosed) {
@@ -292,11 +311,11 @@ std::optional<ReadTask> clsSensorJournal::NextTask(Clock::time_point now)
     return std::nullopt;
 }
 
-void clsSensorJournal::takeHoles(Recording& recording, std::span<const ReadResult::Hole> holes)
+void clsSensorJournal::takeHoles(Recording& recording, std::span<const LineHole> holes)
 {
-    for (const auto& [first, last, isTorn] : holes) {
+    for (const auto& [first, last, kept, isTorn] : holes) {
         const bool isNew = !recording.IsDone(last);
-        m_dropped += isTorn ? std::int64_t{isNew} : recording.Undone(first, last);
+        m_dropped += isTorn ? std::int64_t{isNew} : std::max<std::int64_t>(recording.Undone(first, last) - kept, 0);
         recording.Done(first, last);
         m_isChanged = true;
     }
@@ -313,7 +332,9 @@ void clsSensorJournal::Take(const ReadTask& task, ReadResult result)
         const std::int64_t last = recording.last;
         const std::int32_t writtenPart = recording.writtenPart;
         const auto ended = recording.ended;
+        const auto noted = recording.noted;
         recording = fresh(task.key);
+        recording.noted = noted;
         recording.last = last;
         recording.writtenPart = writtenPart;
         recording.ended = ended;
@@ -325,13 +346,16 @@ void clsSensorJournal::Take(const ReadTask& task, ReadResult result)
     recording.unit = result.unit;
     recording.unitPart = result.unitPart;
     recording.isHeld = result.isDamaged;
-    for (GatewayValue& value : result.values) {
+    for (const GatewayValue& value : result.values) {
+        if (value.sequence >= clsRecordingWalk::kBetweenDamage) {
+            recording.between.Add(value.sequence, value.sequence);
+        }
         m_ready.emplace_back(task.key, value);
     }
     if (result.isAtEnd && task.isClosed) {
         const std::int64_t end = result.to.sequence;
         if (end <= recording.last) {
-            const ReadResult::Hole lost{end, recording.last, false}; // the disk never got these lines
+            const LineHole lost{end, recording.last}; // the disk never got these lines
             takeHoles(recording, {&lost, 1});
         }
         recording.end = std::max(end, recording.last + 1);
@@ -342,7 +366,12 @@ void clsSensorJournal::Take(const ReadTask& task, ReadResult result)
 std::optional<ReadTask> clsSensorJournal::TaskToDrop(const RecordingKey& key) const
 {
     const auto found = m_recordings.find(key);
-    return found == m_recordings.end() ? std::nullopt : std::optional(taskOf(*found, found->second.place));
+    if (found == m_recordings.end()) {
+        return std::nullopt;
+    }
+    ReadTask task = taskOf(*found, found->second.place);
+    task.isClosed = true; // so are its files that can go
+    return task;
 }
 
 void clsSensorJournal::Drop(const ReadTask& task, const ReadResult& result)
@@ -359,7 +388,9 @@ void clsSensorJournal::Drop(const ReadTask& task, const ReadResult& result)
             recording.Done(value.sequence, value.sequence);
         }
     }
-    recording.place = result.to;
+    if (result.to.sequence < clsRecordingWalk::kBetweenDamage) {
+        recording.place = result.to; // numbers behind it are higher
+    }
     m_isChanged = true;
 }
 
@@ -367,9 +398,12 @@ std::vector<ReadTask> clsSensorJournal::TasksToMove() const
 {
     std::vector<ReadTask> tasks;
     for (const auto& entry : m_recordings) {
-        if (entry.second.next - entry.second.place.sequence > kFarBehind && !entry.second.end) {
-            tasks.push_back(taskOf(entry, entry.second.place));
-            tasks.back().last = entry.second.next - 1;
+        const Recording& recording = entry.second;
+        const bool hasBetween =
+            !recording.between.All().empty() || recording.read.sequence >= clsRecordingWalk::kBetweenDamage;
+        if (recording.next - recording.place.sequence > kFarBehind && !recording.end && !hasBetween) {
+            tasks.push_back(taskOf(entry, recording.place));
+            tasks.back().last = recording.next - 1;
         }
     }
     return tasks;
@@ -389,7 +423,7 @@ void clsSensorJournal::prune()
 {
     while (m_recordings.size() > 1) {
         const Recording& oldest = m_recordings.begin()->second;
-        if (!oldest.end || oldest.next < *oldest.end) {
+        if (!oldest.end || oldest.next < *oldest.end || !oldest.between.All().empty()) {
             return;
         }
         m_recordings.erase(m_recordings.begin());

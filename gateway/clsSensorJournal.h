@@ -20,6 +20,7 @@
 struct ReadTask {
     RecordingKey key;
     LinePlace from;
+    std::optional<LinePlace> noted{}; ///< while recording
     bool isClosed = false;            ///< no line will follow
     std::optional<std::int64_t> last; ///< no line behind this one; none: all that are there
     clsRanges covered;                ///< numbers that are not needed
@@ -30,13 +31,9 @@ struct ReadTask {
 
 /// What it has found.
 struct ReadResult {
-    struct Hole {
-        std::int64_t first = 0, last = 0; ///< numbers without a line
-        bool isTorn = false;              ///< nobody knows how many lines there were
-    };
     LinePlace to;
     std::vector<GatewayValue> values{};
-    std::vector<Hole> holes{};
+    std::vector<LineHole> holes{};
     bool isAtEnd = false;     ///< of what can be read now
     bool isMisplaced = false; ///< the position belongs to another file
     bool isDamaged = false;   ///< in a recording that goes on: it has to wait for its end
@@ -56,6 +53,8 @@ public:
     /// Also when the recording that runs goes on in another file.
     void Began(const RecordingPart& file);
     void Recorded(std::int64_t last);
+    /// So many bytes of a file that is written are there, up to the end of the line with this number.
+    void Noted(const RecordingPart& file, std::uint64_t bytes, std::int64_t last);
     void Ended(Clock::time_point now);
     std::int64_t Last() const { return m_last; }
     /// The files that are written, or may be because a disk is late.
@@ -93,10 +92,12 @@ private:
         LinePlace read;  ///< so far lines were read
         std::int64_t next = 1;
         clsRanges acknowledged, sent;
+        clsRanges between;     ///< numbers of lines between damage that are not acknowledged
         std::int64_t last = 0; ///< handed over in this run
         std::int32_t writtenPart = 1;
+        std::optional<LinePlace> noted;  ///< the last one
         std::optional<std::int64_t> end; ///< behind the last line; then nothing is left to read
-        bool isHeld = false;
+        bool isHeld = false, isTriedAgain = false;
         std::optional<Clock::time_point> ended;
         std::int64_t estimate = 0; ///< lines of an earlier run
         std::int32_t unit = 1, unitPart = 0;
@@ -115,7 +116,7 @@ private:
     ReadTask taskOf(const Recordings::value_type& entry, const LinePlace& from) const;
     template <typename Action>
     void forEach(std::int64_t run, std::int64_t first, std::int64_t last, Action action);
-    void takeHoles(Recording& recording, std::span<const ReadResult::Hole> holes);
+    void takeHoles(Recording& recording, std::span<const LineHole> holes);
     void bound(Recording& recording);
     void prune();
 

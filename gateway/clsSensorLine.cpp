@@ -227,6 +227,16 @@ void clsSensorLine::noteRecording(double now_s)
     }
 }
 
+std::optional<clsSensorLine::Written> clsSensorLine::LastWritten() const
+{
+    if (!m_isRecording || m_session.Recorder().Mode != RecorderRecording) {
+        return std::nullopt;
+    }
+    const RecordFigures figures = m_session.Recorder().Figures();
+    return Written{m_session.Recorder().FileName, figures.bytes,
+                   m_recordingFirst - 1 + m_session.Recorder().Lines() - figures.waiting};
+}
+
 /// A disk that is full stays so for a while, and the same reason is told once.
 void clsSensorLine::failRecording(const std::string& why, double now_s)
 {

@@ -91,6 +91,12 @@ public:
         SensorIdentity identity;
         ParameterSet set;
     };
+    /// How far the disk has come: a file, its bytes, and the number of the last line in it. None without a recording.
+    struct Written {
+        std::filesystem::path file;
+        std::int64_t bytes = 0, lastSequence = 0;
+    };
+    std::optional<Written> LastWritten() const;
     const std::optional<Report>& LastReport() const { return m_report; }
     std::int32_t Reports() const { return m_reports; }
 

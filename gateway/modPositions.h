@@ -21,6 +21,13 @@ struct LinePlace {
     bool operator==(const LinePlace&) const = default;
 };
 
+/// Numbers without a line: from the first to the last, but for those of `kept` lines among them. Nobody knows which
+/// number each of these has.
+struct LineHole {
+    std::int64_t first = 0, last = 0, kept = 0;
+    bool isTorn = false; ///< nobody knows how many lines there were
+};
+
 struct RecordingPosition {
     RecordingKey key;
     LinePlace place;                              ///< not behind the first line that is not acknowledged

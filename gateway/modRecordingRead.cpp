@@ -15,7 +15,7 @@ constexpr std::int32_t kMetres = 1;
 class Reading {
 public:
     Reading(const std::filesystem::path& folder, const ReadTask& task, std::vector<char>& buffer)
-        : m_task(task), m_walk(folder, task.key, task.from, task.isClosed, buffer)
+        : m_task(task), m_walk(folder, task.key, task.from, task.noted, task.isClosed, buffer)
     {
         m_result.to = task.from;
         m_result.unit = task.unit;
@@ -39,7 +39,7 @@ private:
 bool Reading::Step()
 {
     const std::int64_t sequence = m_result.to.sequence;
-    if (m_task.last && sequence > *m_task.last) {
+    if (m_task.last && sequence > *m_task.last && sequence < clsRecordingWalk::kBehindDamage) {
         m_result.isAtEnd = true;
         return false;
     }
@@ -51,16 +51,15 @@ bool Reading::Step()
     case WalkStep::Part:
         m_result.to = m_walk.Place();
         return true;
-    case WalkStep::Unreadable:
-    case WalkStep::Lost:
+    case WalkStep::Hole:
         m_result.to = m_walk.Place();
-        m_result.holes.push_back({sequence, m_result.to.sequence - 1, false});
+        m_result.holes.push_back(m_walk.Hole());
         return true;
     case WalkStep::Torn:
         m_result.isDamaged = m_result.isAtEnd = !m_task.isClosed;
         if (m_task.isClosed) {
             m_result.to = m_walk.Place();
-            m_result.holes.push_back({sequence, m_result.to.sequence - 1, true});
+            m_result.holes.push_back(m_walk.Hole());
         }
         return m_task.isClosed;
     case WalkStep::End:
@@ -84,7 +83,7 @@ void Reading::takeLine(std::int64_t sequence)
     }
     modRecordLine::RecordedValue read;
     if (!m_parser.Parse(m_walk.Line(), read)) {
-        m_result.holes.push_back({sequence, sequence, false});
+        m_result.holes.push_back({sequence, sequence});
         return;
     }
     findUnit();

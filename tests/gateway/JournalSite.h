@@ -13,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -55,8 +56,9 @@ struct JournalSite {
         }
         return lines;
     }
-    /// Writes a file of a recording; its sidecar says how many lines it has, if it is complete.
-    void Put(const std::string& sensor, const RecordingPart& part, const std::string& lines, std::int64_t recorded = -1)
+    /// Writes a file of a recording; its sidecar says how many lines and bytes it had, if it is complete.
+    void Put(const std::string& sensor, const RecordingPart& part, const std::string& lines, std::int64_t recorded = -1,
+             std::optional<std::int64_t> bytes = {})
     {
         const auto file = FileOf(sensor, part);
         std::filesystem::create_directories(file.parent_path());
@@ -67,6 +69,7 @@ struct JournalSite {
             info.end = kTime + 1.0;
             info.part = part.part;
             info.account.recorded = recorded;
+            info.bytes = bytes;
             modSidecar::Write(modSidecar::SidecarOf(file), info);
         }
     }

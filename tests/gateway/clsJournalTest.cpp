@@ -2,6 +2,7 @@
 
 #include "gateway/clsRecordingWalk.h"
 #include "gateway/modJournalFolder.h"
+#include "gateway/modRecordingRead.h"
 #include "session/clsRecorder.h"
 #include "tests/gateway/JournalSite.h"
 #include "tests/support/FullDisk.h"
@@ -261,9 +262,9 @@ TEST(Journal, WhatStandsBeforeAndBehindDamageIsKept)
                                 "C\r\n";
     const Row rows[] = {
         {"a line", 1, 20, 20, garbled, true, 1},
-        {"nine lines of NUL", 1, 20, 28, nul, false, 1},
-        {"a line more", 1, 20, 20, "15.11.2026\n13:05:07,250; 1 mm; 2\n", false, 2},
-        {"a long block", 2, 1, 30, noise, false, 1},
+        {"nine lines of NUL", 1, 20, 28, nul, false, 9},
+        {"a line more", 1, 20, 20, "15.11.2026\n13:05:07,250; 1 mm; 2\n", false, 1},
+        {"a long block", 2, 1, 30, noise, false, 30},
         {"the end cut off", 1, 40, 100, "", true, 61},
         {"the end cut off within a line", 2, 40, 100, "15.11.2026 13:05:07,250; 1234 mm; 2", true, 61},
         {"an empty file", 2, 1, 100, "", true, 100},
@@ -292,10 +293,94 @@ TEST(Journal, WhatStandsBeforeAndBehindDamageIsKept)
         for (const GatewayValue& value : values) {
             EXPECT_TRUE(sequences.insert(value.sequence).second) << "two values have one number";
             const bool isOwn = value.sequence == value.value_mm;
-            EXPECT_TRUE(isOwn || (!row.isCounted && value.sequence > clsRecordingWalk::kBehindDamage))
+            const bool isInFile = (value.value_mm - 1) / 100 == row.part - 1;
+            EXPECT_TRUE(isOwn || (!row.isCounted && isInFile && value.sequence > clsRecordingWalk::kBetweenDamage))
                 << value.value_mm << ' ' << value.sequence;
         }
     }
+}
+
+/// Bytes of a file are overwritten; which numbers the others have is known from its end, or from a place that was
+/// noted.
+TEST(Journal, WhereverDamageBeginsOtherLinesKeepTheirNumbers)
+{
+    constexpr std::int32_t kLines = 400;
+    JournalSite site;
+    const std::string lines = JournalSite::Lines(1, kLines);
+    const std::size_t line = JournalSite::Line(200).size(), middle = JournalSite::Lines(1, 199).size();
+    std::vector<char> buffer(clsRecordingWalk::kBuffer);
+    for (const char byte : {'\0', 'x', '\xFF', '\n'}) {
+        for (const std::size_t size : {std::size_t{1}, line, std::size_t{200}, std::size_t{4096}}) {
+            for (std::size_t at = middle; at < middle + line; ++at) {
+                SCOPED_TRACE(std::to_string(at - middle) + ", " + std::to_string(size) + " of " + std::to_string(byte));
+                std::string damaged = lines;
+                damaged.replace(at, size, size, byte);
+                const auto last = static_cast<std::int32_t>(200 + (at - middle + size - 1) / line);
+                for (const bool isRunning : {false, true}) {
+                    site.Put("a", {{1, 1}, 1}, damaged, isRunning ? -1 : kLines, std::ssize(damaged));
+                    ReadTask task{.key = {1, 1}, .from = {}, .isClosed = !isRunning, .last = {}, .covered = {}};
+                    if (isRunning) {
+                        task.last = kLines;
+                        task.noted = {1, lines.size(), kLines + 1, 0};
+                    }
+                    const auto found =
+                        modRecordingRead::Read(site.folder / "REC" / "a", task, {9999, 9999, {}}, buffer);
+                    auto numbers = numbersOf(found.values);
+                    for (const GatewayValue& value : found.values) {
+                        ASSERT_EQ(value.sequence, value.value_mm);
+                    }
+                    std::erase_if(numbers, [&](std::int32_t mm) { return mm >= 200 && mm <= last; });
+                    ASSERT_EQ(std::ssize(numbers), kLines - (last - 199)) << "whole lines are missing";
+                }
+                std::filesystem::remove(modSidecar::SidecarOf(site.FileOf("a", {{1, 1}, 1})));
+            }
+        }
+    }
+}
+
+TEST(Journal, LinesBetweenDamageAreSentAndThoseBehindItKeepTheirNumbers)
+{
+    JournalSite site;
+    const auto put = [&](const std::string& sensor) {
+        std::string lines = JournalSite::Lines(1, 300);
+        for (const auto& [first, last] : {std::pair(50, 52), {200, 203}}) {
+            const std::size_t at = JournalSite::Lines(1, first - 1).size(),
+                              size = JournalSite::Lines(first, last).size();
+            lines.replace(at, size, size, '\0');
+        }
+        site.Put(sensor, {{1, 1}, 1}, lines, 300, std::ssize(lines));
+        site.Put(sensor, {{1, 1}, 2}, JournalSite::Lines(301, 400), 100);
+    };
+    put("a");
+    put("b");
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24 * 9);
+    std::filesystem::last_write_time(site.FileOf("b", {{1, 1}, 1}), old);
+    std::vector<std::int32_t> expected = span(1, 49);
+    for (const auto& stretch : {span(53, 199), span(204, 400)}) {
+        std::ranges::copy(stretch, std::back_inserter(expected));
+    }
+    site.Kill();
+    std::size_t lost = 0; // on their way
+    EXPECT_TRUE(JournalSite::Until([&] { return (lost += site.journal->Next("a", 30).size()) >= 150; }));
+    site.journal->Unsent();
+    const auto values = site.Drain("a");
+    EXPECT_EQ(numbersOf(values), expected);
+    for (const GatewayValue& value : values) {
+        const bool isBetween = value.value_mm > 52 && value.value_mm < 200;
+        EXPECT_TRUE(isBetween ? value.sequence > clsRecordingWalk::kBetweenDamage : value.sequence == value.value_mm)
+            << value.value_mm << ' ' << value.sequence;
+    }
+    EXPECT_EQ(site.journal->Dropped("a"), 7);
+    site.Restart();
+    EXPECT_EQ(numbersOf(site.Drain("a")), std::vector<std::int32_t>());
+
+    site.bounds.most_days = 8;
+    site.Kill();
+    site.journal->Serve(25569.0 + static_cast<double>(std::time(nullptr)) / kSecondsPerDay);
+    EXPECT_TRUE(JournalSite::Until([&] { return site.journal->Dropped("b") == 300; })) << site.journal->Dropped("b");
+    const auto others = site.Drain("b");
+    EXPECT_EQ(numbersOf(others), span(301, 400));
+    EXPECT_TRUE(std::ranges::all_of(others, [](const auto& value) { return value.sequence == value.value_mm; }));
 }
 
 TEST(Journal, NumbersThatWereSentAsTheyCameAreNotThoseOfLinesBehindDamage)
@@ -317,7 +402,7 @@ TEST(Journal, NumbersThatWereSentAsTheyCameAreNotThoseOfLinesBehindDamage)
     }
 }
 
-TEST(Journal, DamageInARecordingThatGoesOnWaitsForItsEnd)
+TEST(Journal, DamageInARecordingThatGoesOnWaitsUntilItsNumbersAreKnown)
 {
     JournalSite site;
     const auto part = *modRecordingName::PartOf(site.journal->NameForRecording("a") + ".rec");
@@ -342,8 +427,14 @@ TEST(Journal, DamageInARecordingThatGoesOnWaitsForItsEnd)
     site.journal->Acknowledged("a", 1, 101, 110);
     site.journal->Acknowledged("a", 1, 1, 50);
     EXPECT_EQ(site.journal->Waiting("a"), 140);
-    site.Restart();
-    EXPECT_EQ(numbersOf(site.Drain("a")), span(61, 200));
+    const auto file = site.FileOf("a", part);
+    site.journal->Noted("a", file, static_cast<std::int64_t>(std::filesystem::file_size(file)), 200);
+    auto expected = span(61, 100);
+    std::ranges::copy(span(111, 200), std::back_inserter(expected));
+    const auto behind = site.Drain("a");
+    EXPECT_EQ(numbersOf(behind), expected);
+    EXPECT_TRUE(std::ranges::all_of(behind, [](const auto& value) { return value.sequence == value.value_mm; }));
+    EXPECT_EQ(site.journal->Dropped("a"), 10);
     EXPECT_EQ(site.journal->Problem(), "");
 }
 
