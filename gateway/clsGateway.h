@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -124,6 +125,7 @@ private:
     void tellState(Entry& entry, const SensorState& state);
     void tellReport(Entry& entry);
     void noteJournal();
+    void noteFormer();
     void publish();
 
     void keepJournal(GatewayConfig& config);
@@ -155,10 +157,12 @@ private:
     int m_epoll = -1;
     double m_now = 0.0, m_now_s = 0.0; ///< of the present pass
     double m_lastArrivals_s = 0.0, m_nextFill_s = 0.0, m_nextNote_s = 0.0;
-    bool m_isCalled = true;                             ///< by something else than a line
-    bool m_isAskedAgain = false;                        ///< everything is to be said again
-    double m_nextAgain_s = 0.0;                         ///< but not before
-    double m_keptLogged_s = -1e9;                       ///< a command that the broker had kept
+    bool m_isCalled = true;                           ///< by something else than a line
+    bool m_isAskedAgain = false;                      ///< everything is to be said again
+    double m_nextAgain_s = 0.0;                       ///< but not before
+    double m_keptLogged_s = -1e9;                     ///< a command that the broker had kept
+    std::map<std::string, std::int64_t> m_toldFormer; ///< values of sensors that had to go
+    double m_nextFormer_s = 0.0;
     std::string m_fromNextStart;                        ///< what a reload could not take over, as logged last
     std::string m_brokerProblem{"-"}, m_journalProblem; ///< as logged last
 };

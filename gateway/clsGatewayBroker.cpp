@@ -276,6 +276,24 @@ void clsGateway::noteJournal()
         m_parts.log(problem.empty() ? LogLevel::Info : LogLevel::Error,
                     "journal: " + (problem.empty() ? "kept again" : problem));
     }
+    if (m_now_s >= m_nextFormer_s) {
+        m_nextFormer_s = m_now_s + kDroppedAtMost_s;
+        noteFormer();
+    }
+}
+
+/// Values that have waited for sensors that are no longer there, and had to go: nobody else tells that.
+void clsGateway::noteFormer()
+{
+    for (const std::string& sensor : m_journal.Sensors()) {
+        const std::int64_t dropped = m_journal.Dropped(sensor);
+        const auto [told, isNew] = m_toldFormer.try_emplace(sensor, dropped);
+        const std::int64_t number = dropped - std::exchange(told->second, dropped);
+        if (number > 0 && !isNamed(sensor)) {
+            m_parts.log(LogLevel::Warning, sensor + ", which has been removed: dropped: " + std::to_string(number));
+            Note({}, "dropped", {{"sensor", sensor}, {"values", std::to_string(number)}});
+        }
+    }
 }
 
 void clsGateway::publish()

@@ -422,6 +422,29 @@ TEST(Gateway, NoStateSaysAfterTheEndThatASensorMeasures)
     }
 }
 
+TEST(Gateway, ValuesThatARemovedSensorLosesAreTold)
+{
+    GatewaySite site({"a", "b"});
+    site.Begin();
+    ASSERT_TRUE(site.Until([&] { return site.journal->Waiting("b") > 5; }));
+    GatewayConfig wanted = site.config;
+    wanted.sensors.pop_back();
+    site.gateway->Reload(wanted);
+    site.End();
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24 * 40);
+    for (const auto& entry : std::filesystem::directory_iterator(site.config.folder / "REC" / "b")) {
+        std::filesystem::last_write_time(entry.path(), old);
+    }
+    site.config = wanted;
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return !site.broker.On("orvex/gateway/event").empty(); }, 15.0));
+    const json event = json::parse(site.broker.On("orvex/gateway/event").back().payload);
+    EXPECT_EQ(event["event"], "dropped") << event;
+    EXPECT_EQ(event["details"]["sensor"], "b") << event;
+    site.End();
+}
+
 TEST(Gateway, ValuesWaitForOthersInABatch)
 {
     GatewaySite site({"a"});
