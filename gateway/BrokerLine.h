@@ -52,4 +52,8 @@ public:
     virtual int EventHandle() const = 0;
     /// Messages that are not acknowledged yet. The caller keeps this within bounds.
     virtual std::size_t InFlight() const = 0;
+    /// Ends the connection when the broker has taken what was sent, after a moment in any case, and returns at once.
+    /// Nothing else may be called from then on but whether it has ended.
+    virtual void Leave() = 0;
+    virtual bool HasLeft() const = 0;
 };

@@ -133,10 +133,10 @@ public:
         m_turn.notify_all();
         makeReadable(m_wake);
     }
-    bool WaitForEnd()
+    bool WaitForEnd(Clock::duration patience)
     {
         std::unique_lock lock(m_mutex);
-        return m_turn.wait_for(lock, kEnd, [this] { return m_hasEnded; });
+        return m_turn.wait_for(lock, patience, [this] { return m_hasEnded; });
     }
 
     // Of the broker's thread.
@@ -308,7 +308,7 @@ clsBroker::clsBroker(const BrokerConfig& config, const std::string& gateway, War
 clsBroker::~clsBroker()
 {
     m_shared->Stop();
-    if (m_shared->WaitForEnd()) {
+    if (m_shared->WaitForEnd(m_isLeaving ? Clock::duration::zero() : kEnd)) {
         m_thread.join();
     } else {
         m_thread.detach(); // in a lookup or a connect that hangs; it owns all that it uses
@@ -350,6 +350,17 @@ int clsBroker::EventHandle() const
 std::size_t clsBroker::InFlight() const
 {
     return m_shared->InFlight();
+}
+
+void clsBroker::Leave()
+{
+    m_isLeaving = true;
+    m_shared->Stop();
+}
+
+bool clsBroker::HasLeft() const
+{
+    return m_shared->WaitForEnd(Clock::duration::zero());
 }
 
 void clsBroker::run(const std::shared_ptr<Shared>& shared)

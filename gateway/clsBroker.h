@@ -26,6 +26,7 @@ public:
     /// within `TakeEvents`, in English. Throws std::system_error when the system has no thread or handle left.
     clsBroker(const BrokerConfig& config, const std::string& gateway, Warn warn = {}, const BrokerTiming& timing = {});
     /// Waits up to a second for acknowledgements of what was sent, and takes leave of the broker; two seconds at most.
+    /// After `Leave` it waits for nothing.
     ~clsBroker() override;
     clsBroker(const clsBroker&) = delete;
     clsBroker& operator=(const clsBroker&) = delete;
@@ -39,6 +40,8 @@ public:
     std::vector<BrokerEvent> TakeEvents() override;
     int EventHandle() const override;
     std::size_t InFlight() const override;
+    void Leave() override;
+    bool HasLeft() const override;
 
 private:
     class Shared;
@@ -47,4 +50,5 @@ private:
     Warn m_warn;
     std::shared_ptr<Shared> m_shared; ///< with the thread, which may outlive this object while a lookup hangs
     std::thread m_thread;
+    bool m_isLeaving = false;
 };

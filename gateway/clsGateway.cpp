@@ -11,6 +11,7 @@
 #include <sys/epoll.h>
 #include <system_error>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -230,6 +231,7 @@ void clsGateway::add(int descriptor, void* whom, bool isTold)
 double clsGateway::nextDue_s() const
 {
     double due_s = m_entries.empty() ? m_nextFill_s : m_publisher->Due_s(); // lines call often enough
+    due_s = m_isConnecting ? due_s : std::min(due_s, m_nextTry_s);
     due_s = m_isAskedAgain ? std::min(due_s, m_nextAgain_s) : due_s;
     for (const Entries* entries : {&m_entries, &m_leaving}) {
         for (const auto& entry : *entries) {
@@ -265,6 +267,10 @@ void clsGateway::wait(double most_s)
 void clsGateway::Reload(GatewayConfig config)
 {
     const bool isOtherBroker = config.broker != m_config.broker || config.name != m_config.name;
+    const auto placeOf = [](const GatewayConfig& of) {
+        return std::tie(of.name, of.broker.host, of.broker.port, of.broker.prefix, of.broker.format);
+    };
+    const bool isOtherPlace = placeOf(config) != placeOf(m_config);
     keepJournal(config);
     m_config = std::move(config);
     const auto isIn = [](const auto& sensors, const SensorConfig& sensor) {
@@ -296,8 +302,10 @@ void clsGateway::Reload(GatewayConfig config)
     }
     sayForgotten();
     if (isOtherBroker) {
-        forgetAll(); // nobody says there any more what they do
-        endBroker();
+        if (isOtherPlace) {
+            forgetAll(); // nobody says there any more what they do
+        }
+        leaveBroker();
         connect();
     }
     if (m_leaving.empty()) {

@@ -112,6 +112,7 @@ private:
 
     // The broker.
     void connect();
+    bool isConnecting();
     void takeBrokerEvents();
     void take(const BrokerConnected& event);
     void take(const BrokerDisconnected& event);
@@ -133,6 +134,8 @@ private:
     double nextDue_s() const;
     void add(int descriptor, void* whom, bool isTold = true);
     void endLines();
+    void sayGoodbye();
+    void leaveBroker();
     void endBroker();
 
     std::string NameForRecording(clsSensorLine& line) override;
@@ -149,6 +152,9 @@ private:
     std::unique_ptr<MessageFormat> m_format;
     std::unique_ptr<BrokerLine> m_broker;
     std::unique_ptr<clsPublisher> m_publisher;
+    std::vector<std::unique_ptr<BrokerLine>> m_formerBrokers; ///< say goodbye; the present one begins behind them
+    double m_goodbyesUntil_s = 0.0, m_nextTry_s = 0.0;
+    bool m_isConnecting = false; ///< the present one has begun
     Entries m_entries, m_leaving;
     std::vector<std::string> m_names;      ///< in the configuration
     std::vector<SensorConfig> m_beginning; ///< as soon as those that leave have left

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <sys/epoll.h>
 #include <thread>
 
 namespace {
@@ -144,13 +145,31 @@ void clsGateway::connect()
     m_publisher = std::make_unique<clsPublisher>(*m_broker, *m_format, m_journal, m_config.broker);
     m_broker->SetWill(m_format->Will());
     m_broker->Subscribe(m_format->CommandTopics());
+    m_isConnecting = false;
+}
+
+/// A broker that knows a client by its name lets the former connection drop when the next one comes, so that one ends
+/// first. Lines are served meanwhile.
+bool clsGateway::isConnecting()
+{
+    std::erase_if(m_formerBrokers,
+                  [this](const auto& former) { return former->HasLeft() || m_now_s >= m_goodbyesUntil_s; });
+    m_nextTry_s = m_now_s + clsTickPhase::kInterval_s;
+    if (m_isConnecting || !m_formerBrokers.empty()) {
+        return m_isConnecting;
+    }
+    m_isConnecting = true;
     if (m_broker->EventHandle() >= 0) {
         WakeBy(m_broker->EventHandle());
     }
+    return true;
 }
 
 void clsGateway::takeBrokerEvents()
 {
+    if (!isConnecting()) {
+        return;
+    }
     for (const BrokerEvent& event : m_broker->TakeEvents()) {
         std::visit([this](const auto& what) { take(what); }, event);
     }
@@ -305,14 +324,36 @@ void clsGateway::publish()
     m_publisher->Flush();
 }
 
-/// The last messages, and a moment for the broker to take them.
-void clsGateway::endBroker()
+/// The last messages.
+void clsGateway::sayGoodbye()
 {
-    const double end_s = modAPI::UpTime_s() + kGoodbye_s;
     m_publisher->SendBatches();
     m_publisher->Say(m_format->Offline(m_now));
     m_publisher->Flush();
-    while (m_publisher->IsConnected() && m_broker->InFlight() > 0 && modAPI::UpTime_s() < end_s) {
+}
+
+/// Without waiting for it. What it does not acknowledge goes to the next one too.
+void clsGateway::leaveBroker()
+{
+    sayGoodbye();
+    m_publisher->Disconnected();
+    if (m_broker->EventHandle() >= 0) {
+        epoll_ctl(m_epoll, EPOLL_CTL_DEL, m_broker->EventHandle(), nullptr);
+    }
+    m_broker->Leave();
+    m_formerBrokers.push_back(std::move(m_broker));
+    m_goodbyesUntil_s = m_now_s + kGoodbye_s;
+}
+
+/// With a moment for the broker to take the last messages.
+void clsGateway::endBroker()
+{
+    const double end_s = modAPI::UpTime_s() + kGoodbye_s;
+    const auto haveLeft = [this] {
+        return std::ranges::all_of(m_formerBrokers, [](const auto& former) { return former->HasLeft(); });
+    };
+    sayGoodbye();
+    while (((m_publisher->IsConnected() && m_broker->InFlight() > 0) || !haveLeft()) && modAPI::UpTime_s() < end_s) {
         takeBrokerEvents();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }

@@ -19,6 +19,7 @@ struct FakeBroker {
     std::size_t acknowledged = 0; ///< the first so many of `sent`
     bool isConnected = false;
     bool acknowledges = true;
+    bool letsLeave = true; ///< whoever takes leave has left
 
     void Connect()
     {
@@ -69,6 +70,8 @@ public:
     std::vector<BrokerEvent> TakeEvents() override { return std::exchange(m_broker.events, {}); }
     int EventHandle() const override { return -1; }
     std::size_t InFlight() const override { return m_broker.sent.size() - m_broker.acknowledged; }
+    void Leave() override {}
+    bool HasLeft() const override { return m_broker.letsLeave; }
 
 private:
     FakeBroker& m_broker;

@@ -422,6 +422,32 @@ TEST(Gateway, NoStateSaysAfterTheEndThatASensorMeasures)
     }
 }
 
+TEST(Gateway, ANewBrokerIsNotWaitedForAndBeginsBehindTheFormerOne)
+{
+    GatewaySite site({"a"});
+    site.Begin();
+    site.broker.Connect();
+    ASSERT_TRUE(site.Until([&] { return site.Values("a").size() >= 3 && !site.State("a").is_null(); }));
+    site.broker.acknowledges = site.broker.letsLeave = false; // ill
+    GatewayConfig wanted = site.config;
+    wanted.broker.batch_ms = 100;
+    const double begin_s = modAPI::UpTime_s();
+    site.gateway->Reload(wanted);
+    EXPECT_LT(modAPI::UpTime_s() - begin_s, 0.2);
+    EXPECT_EQ(json::parse(site.broker.sent.back().payload)["online"], false);
+    EXPECT_FALSE(site.State("a").is_null()) << "the topics stay the same, and so does what is kept on them";
+    site.broker.acknowledges = true;
+    site.broker.Connect();
+    const std::size_t sent = site.broker.sent.size();
+    site.Until([&] { return modAPI::UpTime_s() > begin_s + 0.5; });
+    EXPECT_EQ(site.broker.sent.size(), sent) << "the former one has not left";
+    site.broker.letsLeave = true;
+    const std::size_t before = site.Values("a").size();
+    EXPECT_TRUE(site.Until([&] { return site.Values("a").size() > before; }));
+    EXPECT_EQ(site.Missing("a"), "");
+    site.End();
+}
+
 TEST(Gateway, ValuesThatARemovedSensorLosesAreTold)
 {
     GatewaySite site({"a", "b"});
