@@ -355,6 +355,7 @@ void clsConfigReader::takeEntry(const modIni::Line& line)
     if (m_section == SectionKind::Gateway) {
         take<GatewayConfig>(kGatewayKeys, m_read.config, line.name, value);
         m_journalLine = modIni::IsSameName(line.name, "JournalSize") ? m_line : m_journalLine;
+        m_read.folderLine = modIni::IsSameName(line.name, "Folder") ? m_line : m_read.folderLine;
     } else if (m_section == SectionKind::Broker) {
         take<BrokerConfig>(kBrokerKeys, m_read.config.broker, line.name, value);
         m_brokerKeys.insert(m_keys.begin(), m_keys.end());
@@ -390,6 +391,7 @@ void clsConfigReader::checkSensor()
     const SensorConfig& sensor = m_read.config.sensors.back();
     const auto key = m_keys.find("port");
     const std::int32_t line = key == m_keys.end() ? m_sectionLine : key->second;
+    m_read.portLines.push_back(line);
     if (WholeNumber(sensor.port).value_or(1) < 1) {
         complain(line, "Port takes a number from 1, not " + inQuotes(sensor.port));
     } else if (const std::string problem = modPortName::ProblemOf(sensor.port, "Port"); !problem.empty()) {
@@ -486,14 +488,16 @@ void checkPlaces(ReadGatewayConfig& read)
     std::error_code unknown;
     const auto folder = std::filesystem::status(read.config.folder, unknown);
     if (std::filesystem::exists(folder) && !std::filesystem::is_directory(folder)) {
-        read.problems.push_back({0, "Folder " + inQuotes(read.config.folder.string()) + ": this is no folder"});
+        read.problems.push_back(
+            {read.folderLine, "Folder " + inQuotes(read.config.folder.string()) + ": this is no folder"});
     }
-    for (const SensorConfig& sensor : read.config.sensors) {
+    for (std::size_t i = 0; i < read.config.sensors.size(); ++i) {
+        const SensorConfig& sensor = read.config.sensors[i];
         const auto device = std::filesystem::status(sensor.port, unknown);
         if (sensor.port.starts_with('/') && std::filesystem::exists(device) &&
             !std::filesystem::is_character_file(device)) {
-            read.problems.push_back(
-                {0, "Port " + inQuotes(sensor.port) + " of the sensor " + inQuotes(sensor.name) + " is no device"});
+            read.problems.push_back({read.portLines[i], "Port " + inQuotes(sensor.port) + " of the sensor " +
+                                                            inQuotes(sensor.name) + " is no device"});
         }
     }
 }

@@ -74,6 +74,8 @@ struct ReadGatewayConfig {
     GatewayConfig config;
     std::vector<ConfigProblem> problems; ///< none: it can be used; in the order of their lines
     std::vector<NamedFile> files;
+    std::int32_t folderLine = 0;
+    std::vector<std::int32_t> portLines{}; ///< of the sensors, in their order
 };
 
 /// Reads a configuration in the INI layout. A key or section that it does not know is a problem, too: a typing error

@@ -167,9 +167,9 @@ TEST(GatewayConfigs, WhatIsThereAlreadyMustBeOfTheRightKind)
     } kRows[] = {
         {"[SENSOR a]\nPort=1\n[BROKER]\nTLS=yes\nCA=" + text, ": this is no PEM file\n"},
         {"[SENSOR a]\nPort=1\n[BROKER]\nTLS=yes\nCA=" + pem, ""},
-        {"[SENSOR a]\nPort=1\n[GATEWAY]\nFolder=" + text, ": this is no folder\n"},
+        {"[SENSOR a]\nPort=1\n[GATEWAY]\nFolder=/dev/null\n", "4: Folder \"/dev/null\": this is no folder\n"},
         {"[SENSOR a]\nPort=" + text, " of the sensor \"a\" is no device\n"},
-        {"[SENSOR a]\nPort=/\n", " of the sensor \"a\" is no device\n"},
+        {"[SENSOR a]\nPort=/\n", "2: Port \"/\" of the sensor \"a\" is no device\n"},
         {"[SENSOR a]\nPort=/dev/null\n[SENSOR b]\nPort=/not/there/yet\n", ""},
     };
     for (const auto& row : kRows) {
