@@ -14,7 +14,8 @@
 namespace {
 
 constexpr std::size_t kPiece = 65536;
-constexpr int kLookEvery = 10; // ticks
+constexpr int kLookEvery = 10;     // ticks
+constexpr int kGatheredTicks = 10; // that a file gets at once
 constexpr int kPatience_ms = 100;
 
 } // namespace
@@ -26,6 +27,7 @@ clsOutput::clsOutput(int descriptor, std::size_t mostWaiting) : m_descriptor(des
         m_failure = std::error_code(errno, std::system_category());
         return;
     }
+    m_gathers = S_ISREG(info.st_mode);
     if (S_ISSOCK(info.st_mode)) {
         m_kind = Kind::Socket;
     } else if (S_ISFIFO(info.st_mode) || isatty(descriptor) != 0) {
@@ -74,8 +76,13 @@ void clsOutput::Serve()
 {
     if (Waiting() == 0) {
         lookForReader();
-        return;
+    } else if (!m_gathers || Waiting() >= kPiece || ++m_held % kGatheredTicks == 0) {
+        write();
     }
+}
+
+void clsOutput::write()
+{
     while (IsOpen() && Waiting() > 0 && (m_kind != Kind::Shared || hasRoom(0))) {
         // A pipe that has room takes as much as this at once.
         const std::size_t most = m_kind == Kind::Shared ? PIPE_BUF : kPiece;
@@ -83,7 +90,7 @@ void clsOutput::Serve()
         const std::size_t size = std::min(Waiting(), most);
         const ssize_t count = m_kind == Kind::Socket
                                   ? send(m_descriptor, from, size, MSG_DONTWAIT | MSG_NOSIGNAL)
-                                  : write(m_own.IsOpen() ? m_own.Descriptor() : m_descriptor, from, size);
+                                  : ::write(m_own.IsOpen() ? m_own.Descriptor() : m_descriptor, from, size);
         if (count < 0 && errno == EAGAIN) {
             break;
         }
@@ -112,7 +119,7 @@ void clsOutput::lookForReader()
 
 void clsOutput::Finish(const std::function<bool()>& goOn)
 {
-    for (Serve(); IsOpen() && Waiting() > 0 && goOn(); Serve()) {
+    for (write(); IsOpen() && Waiting() > 0 && goOn(); write()) {
         if (m_kind != Kind::File) {
             hasRoom(kPatience_ms);
         }

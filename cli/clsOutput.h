@@ -25,7 +25,7 @@ public:
     void Write(std::string_view text);
     /// Drops what waits, and does not count it.
     void Discard();
-    /// Writes what can be written without waiting. Call it in every tick.
+    /// Writes what can be written without waiting; to a file in larger pieces, twice a second. Call it in every tick.
     void Serve();
     /// Waits until everything is written, as long as `goOn`, which is asked now and then, says so.
     void Finish(const std::function<bool()>& goOn);
@@ -48,6 +48,7 @@ private:
 
     bool mayAdd(std::size_t size);
     bool hasRoom(int timeout_ms) const;
+    void write();
     void lookForReader();
 
     int m_descriptor;
@@ -59,4 +60,6 @@ private:
     std::error_code m_failure;
     std::int64_t m_dropped = 0;
     int m_idle = 0; ///< calls of `Serve` with nothing to write
+    bool m_gathers = false;
+    int m_held = 0; ///< calls of `Serve` with something for a file
 };

@@ -1,14 +1,18 @@
 // Standard output towards readers that are slow, stop, or go.
+#include "base/FileHandle.h"
 #include "base/modAPI.h"
 #include "cli/clsOutput.h"
 #include "cli/clsProgram.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -56,6 +60,25 @@ TEST(Output, WaitsForNobodyAndLosesNothing)
         EXPECT_TRUE(output.HasNoReader()) << channel.name;
         close(ends[1]);
     }
+}
+
+TEST(Output, AFileGetsItsLinesInLargerPiecesAndAllOfThemAtTheEnd)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.path / "values";
+    const FileHandle handle(open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    clsOutput output(handle.Descriptor());
+    int grown = 0;
+    std::uintmax_t size = 0;
+    for (int tick = 0; tick < 40; ++tick) {
+        output.Print("a value");
+        output.Serve();
+        grown += std::exchange(size, std::filesystem::file_size(file)) != std::filesystem::file_size(file) ? 1 : 0;
+    }
+    EXPECT_EQ(grown, 4) << "two seconds of ticks";
+    output.Print("the last one");
+    output.FinishWithin(1.0);
+    EXPECT_EQ(std::filesystem::file_size(file), 40U * 8 + 13);
 }
 
 TEST(Output, CountsTheWholeLinesThatItHasNoRoomFor)
