@@ -21,7 +21,7 @@ constexpr double kCoalesced_s = 0.002;
 constexpr std::size_t kFew = 4; ///< lines that do not bring so much that it is worth a pause
 constexpr double kLookEvery_s = 1.0;
 constexpr double kWorthQuiet_s = 0.003; // a shorter wait for the end of a line saves no turn
-constexpr double kLateEnd_s = 0.0005;   // a driver passes the last piece on so much later
+constexpr double kLateEnd_s = 0.001;    // a driver passes the last piece on so much later
 constexpr double kFaultAgain_s = 60.0;  // a fault that goes on is logged again
 constexpr std::chrono::seconds kPatienceWithDisk{10};
 
