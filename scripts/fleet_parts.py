@@ -126,7 +126,7 @@ class Site:
         for broker, port in zip(self.brokers, self.ports):
             broker.start()
         for port in self.ports:
-            wait_for(lambda: listens(port), 20, f"broker on port {port}")
+            wait_for(lambda: listens(port), 60, f"broker on port {port}")
 
     def hosts(self):
         return ",".join(f"127.0.0.1:{port}" for port in self.ports)
@@ -137,7 +137,7 @@ class Site:
                                     self.path("line"), "--log", self.path("sent"), "--count", "--values", self.rate_Hz)
         self.simulation.start()
         last = self.path("line", f"s{self.sensors + more:03d}")
-        wait_for(lambda: os.path.exists(last), 20, "simulated sensors")
+        wait_for(lambda: os.path.exists(last), 60, "simulated sensors")
 
     def start_subscriber(self, *options):
         self.report = self.path("report.json")
@@ -147,7 +147,7 @@ class Site:
             self.subscriber = Part([str(word) for word in command], None)
             self.subscriber.process = subprocess.Popen(self.subscriber.command, stdout=report, stderr=log,
                                                        stdin=subprocess.DEVNULL, start_new_session=True)
-        wait_for(lambda: os.path.exists(self.path("ready")), 30, "subscription")
+        wait_for(lambda: os.path.exists(self.path("ready")), 60, "subscription")
 
     def write_configuration(self, measures=True):
         with open(self.path("gateway.ini"), "w") as file:

@@ -425,12 +425,12 @@ TEST_F(Broker, OfThreeInAClusterMayGo)
     config.port = static_cast<std::uint16_t>(site.port + 2);
     config.host = "localhost:" + first + ", localhost";
     Caller caller(config, {.firstPause = 100ms, .longestPause = 400ms, .answer = 5s});
-    ASSERT_TRUE(caller.Until([&] { return caller.isUp; }, 30s)) << caller.why;
+    ASSERT_TRUE(caller.Until([&] { return caller.isUp; }, 90s)) << caller.why;
     const RunningProgram listener = site.Subscriber(3);
     ASSERT_TRUE(caller.SendAll(1, 200)) << caller.why;
     members[1].Kill();
     ASSERT_TRUE(caller.SendAll(201, 400)) << caller.why;
-    EXPECT_TRUE(until([this] { return site.HeardTimes("value <400>") > 0; }, 20s));
+    EXPECT_TRUE(until([this] { return site.HeardTimes("value <400>") > 0; }, 60s));
     for (int i = 1; i <= 400; ++i) {
         EXPECT_GE(site.HeardTimes("value <" + std::to_string(i) + ">"), 1) << i;
     }
